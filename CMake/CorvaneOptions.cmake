@@ -1,0 +1,17 @@
+# Compiler settings that every target of this project shares.
+
+add_library(corvane_options INTERFACE)
+target_compile_features(corvane_options INTERFACE cxx_std_20)
+target_compile_options(corvane_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor -Wno-missing-field-initializers
+  $<$<BOOL:${CORVANE_WARNINGS_AS_ERRORS}>:-Werror>)
+
+if(CORVANE_SANITIZER STREQUAL "address")
+  target_compile_options(corvane_options INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(corvane_options INTERFACE -fsanitize=address,undefined)
+elseif(CORVANE_SANITIZER STREQUAL "thread")
+  target_compile_options(corvane_options INTERFACE -fsanitize=thread -fno-omit-frame-pointer)
+  target_link_options(corvane_options INTERFACE -fsanitize=thread)
+elseif(NOT CORVANE_SANITIZER STREQUAL "")
+  message(FATAL_ERROR "CORVANE_SANITIZER is '${CORVANE_SANITIZER}'; it may be empty, 'address' or 'thread'.")
+endif()

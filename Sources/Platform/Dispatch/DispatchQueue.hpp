@@ -1,0 +1,99 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "Platform/Dispatch/DispatchTime.hpp"
+#include "Platform/Dispatch/UniqueFunction.hpp"
+#include "Platform/Export.hpp"
+
+namespace platform {
+
+namespace detail {
+class QueueCore;
+}
+
+/// A handle to a queue of work. Copies name the same queue; a queue lives until its last handle is gone and
+/// its work is done. All operations may be called from any thread.
+///
+/// A *serial* queue runs one block at a time, in the order in which they were submitted, on a worker thread
+/// of the process-wide pool. The *global* queue runs blocks concurrently. The *main* queue is serial and is
+/// drained by the application: `run`, `runOnce`, `runUntil`, or a host event loop (`attachToHost`).
+/// An exception that escapes a block ends the process with a message that names the queue.
+class CORVANE_API DispatchQueue {
+ public:
+  /// Submits a drain: the executor must call its argument once, soon, on any thread of its choice.
+  using Executor = std::function<void(Block drain)>;
+
+  /// A new serial queue. The label shows in `label()` and, while its blocks run, in the thread's name.
+  explicit DispatchQueue(std::string label);
+  /// A serial queue that runs on someone else's executor (an event loop, a thread pool).
+  DispatchQueue(std::string label, Executor executor);
+
+  /// The queue that the application drains.
+  static DispatchQueue main();
+  /// The concurrent queue of default quality of service.
+  static DispatchQueue global();
+  /// The queue whose block the calling thread runs (the innermost one), or absent.
+  static std::optional<DispatchQueue> current();
+  /// Whether the calling thread is inside a block of this queue, at any depth.
+  bool isCurrent() const;
+
+  const std::string& label() const;
+
+  /// Runs the block later; returns at once.
+  void async(Block block) const;
+  /// Submits many blocks with one lock and at most one wake-up.
+  void async(std::vector<Block> blocks) const;
+  /// Runs the block after a delay, not earlier. A negative or zero delay is `async`.
+  void asyncAfter(Seconds delay, Block block) const;
+
+  /// Runs the function on this queue and returns its result. On an idle serial queue it runs on the
+  /// caller's thread, holding the queue. Exceptions reach the caller. Traps when the caller is already
+  /// inside a block of this serial queue, since it would wait for itself.
+  template <class F>
+  std::invoke_result_t<F&> sync(F&& function) const {
+    using R = std::invoke_result_t<F&>;
+    if constexpr (std::is_void_v<R>) {
+      syncErased(&function, [](void* object) { (*static_cast<std::remove_reference_t<F>*>(object))(); });
+    } else {
+      std::optional<R> result;
+      auto call = [&] { result.emplace(function()); };
+      syncErased(&call, [](void* object) { (*static_cast<decltype(call)*>(object))(); });
+      return std::move(*result);
+    }
+  }
+
+  // The main queue only; each traps on any other queue.
+
+  /// Drains the main queue until `stop()`. Blocks the calling thread.
+  void run() const;
+  /// Runs what is queued now, without waiting; returns how many blocks ran.
+  std::size_t runOnce() const;
+  /// Drains until the predicate holds; it is asked after every block. Returns false when the time-out passed first.
+  bool runUntil(const std::function<bool()>& done, Seconds timeout = Seconds(60)) const;
+  /// Makes the running `run` return after the block at hand; without one, the next `run` returns at once.
+  void stop() const;
+  /// Hands the main queue to the host's event loop: `schedule` is called, on any thread, whenever work
+  /// arrives on a queue that was empty; the host then calls `runOnce()` on its main thread. An empty
+  /// function detaches.
+  void attachToHost(std::function<void()> schedule) const;
+
+  friend bool operator==(const DispatchQueue& left, const DispatchQueue& right) { return left.core_ == right.core_; }
+
+  explicit DispatchQueue(std::shared_ptr<detail::QueueCore> core) : core_(std::move(core)) {}
+  const std::shared_ptr<detail::QueueCore>& core() const { return core_; }
+
+ private:
+  void syncErased(void* object, void (*call)(void*)) const;
+
+  std::shared_ptr<detail::QueueCore> core_;
+};
+
+}  // namespace platform

@@ -1,0 +1,8 @@
+#pragma once
+
+/// Marks a type or function as part of the shared library's interface; everything else stays hidden.
+#if defined(__GNUC__) || defined(__clang__)
+#define CORVANE_API __attribute__((visibility("default")))
+#else
+#define CORVANE_API
+#endif

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <initializer_list>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "Platform/Export.hpp"
+#include "Platform/Foundation/AnyValue.hpp"
+
+namespace platform {
+
+/// A map from text to any printable value that remembers the order in which keys were first added.
+/// Keys are unique and compared byte by byte; where a literal repeats a key, the last value wins.
+class CORVANE_API Dictionary {
+ public:
+  using Entry = std::pair<std::string, AnyValue>;
+
+  Dictionary() = default;
+  Dictionary(std::initializer_list<Entry> entries);
+
+  /// Null when there is no such key.
+  const AnyValue* find(std::string_view key) const;
+  bool contains(std::string_view key) const { return find(key) != nullptr; }
+  /// Sets the value of a key; a present key keeps its place.
+  void set(std::string key, AnyValue value);
+  /// Makes the key with a null value when it is absent.
+  AnyValue& operator[](std::string_view key);
+  bool remove(std::string_view key);
+  /// Takes every entry of `other`; its values replace those of equal keys.
+  void merge(const Dictionary& other);
+
+  std::size_t count() const { return entries_.size(); }
+  std::size_t size() const { return entries_.size(); }
+  bool isEmpty() const { return entries_.empty(); }
+  std::vector<Entry>::const_iterator begin() const { return entries_.begin(); }
+  std::vector<Entry>::const_iterator end() const { return entries_.end(); }
+
+  /// Equal keys with equal values, in any order.
+  friend CORVANE_API bool operator==(const Dictionary& left, const Dictionary& right);
+
+ private:
+  std::vector<Entry> entries_;
+};
+
+}  // namespace platform

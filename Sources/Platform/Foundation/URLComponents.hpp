@@ -1,0 +1,58 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Platform/Export.hpp"
+#include "Platform/Foundation/URL.hpp"
+
+namespace platform {
+
+/// One name and value of a query, not percent-encoded. An absent value writes no "=".
+struct URLQueryItem {
+  std::string name;
+  std::optional<std::string> value;
+  friend bool operator==(const URLQueryItem&, const URLQueryItem&) = default;
+};
+
+/// The parts of a URL, taken apart, changed and put together again (RFC 3986).
+///
+/// Plain members are percent-decoded; setting them percent-encodes what the component may not hold. Stored
+/// encoded, so a part that is not touched comes out as it went in.
+class CORVANE_API URLComponents {
+ public:
+  URLComponents() = default;
+  /// Absent when the URL cannot be taken apart.
+  static std::optional<URLComponents> make(const URL& url, bool resolvingAgainstBaseURL);
+  static std::optional<URLComponents> make(std::string_view text);
+
+  std::optional<std::string> scheme;
+  std::optional<std::string> percentEncodedUser;
+  std::optional<std::string> percentEncodedPassword;
+  /// As written, an IPv6 address with its brackets.
+  std::optional<std::string> percentEncodedHost;
+  std::optional<std::uint16_t> port;
+  std::string percentEncodedPath;
+  std::optional<std::string> percentEncodedQuery;
+  std::optional<std::string> percentEncodedFragment;
+
+  std::string path() const;
+  /// Percent-encodes everything but pchar and "/" (RFC 3986, 3.3); a "%" in `path` is encoded too.
+  void setPath(std::string_view path);
+  std::optional<std::string> query() const;
+  void setQuery(std::optional<std::string_view> query);
+  std::vector<URLQueryItem> queryItems() const;
+  /// Replaces the query. Names and values keep unreserved characters and the sub-delimiters, ":", "@", "/"
+  /// and "?" of RFC 3986, 3.4, except "&", "=" and ";"; "+" is kept, as the platform does.
+  void setQueryItems(const std::vector<URLQueryItem>& items);
+
+  /// Absent when the parts make no URL: an authority with a path that does not start with "/", or no
+  /// authority and a path that starts with "//", or a component with characters it may not hold.
+  std::optional<URL> url() const;
+  std::string string() const;
+};
+
+}  // namespace platform

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <array>
+#include <compare>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "Platform/Export.hpp"
+
+namespace platform {
+
+/// A universally unique identifier (RFC 4122). The default one is fresh and random (version 4).
+class CORVANE_API UUID {
+ public:
+  UUID();
+  static std::optional<UUID> parse(std::string_view text);
+  /// Upper-case canonical form, e.g. "6D0C4B2E-8F11-4C57-9A51-0A4E4D2F1C3B".
+  std::string uuidString() const;
+  std::size_t hash() const;
+  friend auto operator<=>(const UUID&, const UUID&) = default;
+
+ private:
+  std::array<std::uint8_t, 16> bytes_{};
+};
+
+}  // namespace platform
+
+template <>
+struct std::hash<platform::UUID> {
+  std::size_t operator()(const platform::UUID& uuid) const { return uuid.hash(); }
+};

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <initializer_list>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "Platform/Export.hpp"
+
+namespace platform {
+
+/// Header fields in the order in which they were first added (RFC 9110, 5). Names are looked up without
+/// regard to case and keep the spelling they were last set with; a repeated field keeps all its values.
+class CORVANE_API HTTPHeaderFields {
+ public:
+  using Field = std::pair<std::string, std::string>;
+
+  HTTPHeaderFields() = default;
+  /// Each entry is `set`.
+  HTTPHeaderFields(std::initializer_list<Field> fields);
+
+  /// The value, several values of one name joined with ", " (RFC 9110, 5.3); absent when there is none.
+  std::optional<std::string> value(std::string_view name) const;
+  std::vector<std::string> values(std::string_view name) const;
+  bool contains(std::string_view name) const;
+  /// Replaces every field of that name by one, in the place of the first.
+  void set(std::string_view name, std::string_view value);
+  /// Adds one more field, also when the name is there.
+  void add(std::string_view name, std::string_view value);
+  bool remove(std::string_view name);
+  /// Takes every field of `other` with `set`.
+  void merge(const HTTPHeaderFields& other);
+
+  std::size_t count() const { return fields_.size(); }
+  bool isEmpty() const { return fields_.empty(); }
+  std::vector<Field>::const_iterator begin() const { return fields_.begin(); }
+  std::vector<Field>::const_iterator end() const { return fields_.end(); }
+
+  /// Empty when name and value may be sent; otherwise a sentence that names the field and what is wrong: a
+  /// name that is not a token (RFC 9110, 5.6.2) or is empty, a value with a line break, a NUL or another
+  /// control character than tab (5.5).
+  static std::string problem(std::string_view name, std::string_view value);
+
+  /// Equal fields in equal order; names without regard to case.
+  friend CORVANE_API bool operator==(const HTTPHeaderFields& left, const HTTPHeaderFields& right);
+
+ private:
+  std::vector<Field> fields_;
+};
+
+}  // namespace platform

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstdint>
+
+namespace platform {
+
+/// Domains and codes of the errors that loading reports. Codes are the platform's.
+inline constexpr const char* kCFErrorDomainCFNetwork = "kCFErrorDomainCFNetwork";
+inline constexpr const char* NSURLErrorDomain = "NSURLErrorDomain";
+
+namespace URLErrorCode {
+inline constexpr std::int32_t cannotLoadFromNetwork = -2000;
+inline constexpr std::int32_t clientCertificateRequired = -1206;
+inline constexpr std::int32_t clientCertificateRejected = -1205;
+inline constexpr std::int32_t serverCertificateNotYetValid = -1204;
+inline constexpr std::int32_t serverCertificateHasUnknownRoot = -1203;
+inline constexpr std::int32_t serverCertificateUntrusted = -1202;
+inline constexpr std::int32_t serverCertificateHasBadDate = -1201;
+inline constexpr std::int32_t secureConnectionFailed = -1200;
+inline constexpr std::int32_t dataLengthExceedsMaximum = -1103;
+inline constexpr std::int32_t noPermissionsToReadFile = -1102;
+inline constexpr std::int32_t fileIsDirectory = -1101;
+inline constexpr std::int32_t fileDoesNotExist = -1100;
+inline constexpr std::int32_t requestBodyStreamExhausted = -1021;
+inline constexpr std::int32_t cannotParseResponse = -1017;
+inline constexpr std::int32_t cannotDecodeRawData = -1016;      ///< unknown content coding
+inline constexpr std::int32_t cannotDecodeContentData = -1015;  ///< known coding, damaged content
+inline constexpr std::int32_t zeroByteResource = -1014;
+inline constexpr std::int32_t badServerResponse = -1011;
+inline constexpr std::int32_t redirectToNonExistentLocation = -1010;
+inline constexpr std::int32_t notConnectedToInternet = -1009;
+inline constexpr std::int32_t resourceUnavailable = -1008;
+inline constexpr std::int32_t httpTooManyRedirects = -1007;
+inline constexpr std::int32_t dnsLookupFailed = -1006;
+inline constexpr std::int32_t networkConnectionLost = -1005;
+inline constexpr std::int32_t cannotConnectToHost = -1004;
+inline constexpr std::int32_t cannotFindHost = -1003;
+inline constexpr std::int32_t unsupportedURL = -1002;
+inline constexpr std::int32_t timedOut = -1001;
+inline constexpr std::int32_t badURL = -1000;
+inline constexpr std::int32_t cancelled = -999;
+inline constexpr std::int32_t unknown = -998;
+}  // namespace URLErrorCode
+
+/// Keys of the user information of loading errors.
+namespace URLErrorKey {
+inline constexpr const char* failingURL = "NSErrorFailingURLStringKey";
+/// The transport's own code and text, e.g. 28 and "Timeout was reached".
+inline constexpr const char* transportCode = "CorvaneTransportCode";
+inline constexpr const char* transportMessage = "CorvaneTransportMessage";
+/// Whether the server may already have acted on the request.
+inline constexpr const char* requestWasSent = "CorvaneRequestWasSent";
+}  // namespace URLErrorKey
+
+}  // namespace platform

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "Platform/Export.hpp"
+#include "Platform/Foundation/Data.hpp"
+#include "Platform/Foundation/URL.hpp"
+#include "Platform/Loading/HTTPHeaderFields.hpp"
+
+namespace platform {
+
+/// How an answer may come from a cache. Sessions of this library keep no cache, so every policy goes to the
+/// network, except that `returnCacheDataDontLoad` fails with -2000.
+enum class URLRequestCachePolicy {
+  useProtocolCachePolicy = 0,
+  reloadIgnoringLocalCacheData = 1,
+  returnCacheDataElseLoad = 2,
+  returnCacheDataDontLoad = 3,
+  reloadIgnoringLocalAndRemoteCacheData = 4,
+  reloadRevalidatingCacheData = 5,
+};
+
+/// What is to be loaded: a plain value.
+struct CORVANE_API URLRequest {
+  URLRequest(URL target,  // NOLINT(google-explicit-constructor): a URL is the simplest request
+             URLRequestCachePolicy policy = URLRequestCachePolicy::useProtocolCachePolicy, double timeout = 60.0)
+      : url(std::move(target)), cachePolicy(policy), timeoutInterval(timeout) {}
+
+  URL url;
+  URLRequestCachePolicy cachePolicy;
+  /// Seconds without any progress after which the load fails with -1001: name resolution, connecting and
+  /// each wait for the next byte, in either direction. Waiting for a free connection does not count.
+  double timeoutInterval;
+  std::string httpMethod = "GET";
+  HTTPHeaderFields allHTTPHeaderFields;
+  /// Absent: no body. Present and empty: an empty body.
+  std::optional<Data> httpBody;
+
+  /// Empty when the request may be sent, otherwise a sentence that names what is wrong: a method that is
+  /// not a token (RFC 9110, 9.1), a header field (see `HTTPHeaderFields::problem`), a header that the
+  /// transport owns and that would contradict it, a time-out that is not a positive finite number.
+  std::string problem() const;
+};
+
+}  // namespace platform

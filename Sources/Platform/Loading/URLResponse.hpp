@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "Platform/Export.hpp"
+#include "Platform/Foundation/URL.hpp"
+#include "Platform/Loading/HTTPHeaderFields.hpp"
+
+namespace platform {
+
+/// What came back beside the body. Immutable; held by `std::shared_ptr<const URLResponse>`.
+class CORVANE_API URLResponse {
+ public:
+  /// The expected length when it is not known.
+  static constexpr std::int64_t unknownLength = -1;
+
+  URLResponse(URL url, std::optional<std::string> mimeType, std::int64_t expectedContentLength,
+              std::optional<std::string> textEncodingName);
+  URLResponse(const URLResponse&) = delete;
+  URLResponse& operator=(const URLResponse&) = delete;
+  virtual ~URLResponse();
+
+  const URL& url() const { return url_; }
+  /// Lower-case type without parameters.
+  const std::optional<std::string>& mimeType() const { return mimeType_; }
+  /// The announced length of the body in bytes before content decoding, or `unknownLength`.
+  std::int64_t expectedContentLength() const { return expectedContentLength_; }
+  /// The charset parameter, lower-case.
+  const std::optional<std::string>& textEncodingName() const { return textEncodingName_; }
+  /// One safe path component: from Content-Disposition (RFC 6266, RFC 8187), else the last component of the
+  /// URL's path, else its host, else "Unknown"; without an extension, one is added for a known MIME type only.
+  virtual std::string suggestedFilename() const;
+
+ private:
+  URL url_;
+  std::optional<std::string> mimeType_;
+  std::int64_t expectedContentLength_;
+  std::optional<std::string> textEncodingName_;
+};
+
+/// An answer over HTTP. MIME type, text encoding, length and file name are read from the header fields.
+class CORVANE_API HTTPURLResponse final : public URLResponse {
+ public:
+  /// `httpVersion` is e.g. "HTTP/1.1".
+  HTTPURLResponse(URL url, int statusCode, std::string httpVersion, HTTPHeaderFields headerFields);
+
+  int statusCode() const { return statusCode_; }
+  const std::string& httpVersion() const { return httpVersion_; }
+  const HTTPHeaderFields& allHeaderFields() const { return headerFields_; }
+  std::optional<std::string> value(std::string_view headerField) const { return headerFields_.value(headerField); }
+  std::string suggestedFilename() const override;
+
+ private:
+  int statusCode_;
+  std::string httpVersion_;
+  HTTPHeaderFields headerFields_;
+};
+
+}  // namespace platform

@@ -1,0 +1,100 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "Platform/Dispatch/DispatchQueue.hpp"
+#include "Platform/Export.hpp"
+#include "Platform/Foundation/Data.hpp"
+#include "Platform/Foundation/Error.hpp"
+#include "Platform/Loading/URLRequest.hpp"
+#include "Platform/Loading/URLResponse.hpp"
+#include "Platform/Loading/URLSessionDelegate.hpp"
+
+namespace platform {
+
+namespace detail {
+class SessionCore;
+class TaskCore;
+}  // namespace detail
+
+/// How a session behaves; copied when the session is made.
+struct CORVANE_API URLSessionConfiguration {
+  /// Nothing is kept on disk: cookies live in memory, as long as the session.
+  static URLSessionConfiguration ephemeral() { return {}; }
+
+  /// Whether a task waits, instead of failing, while the machine has no network that leads to the host.
+  bool waitsForConnectivity = false;
+  /// Bodies that are kept in memory fail with -1103 when they exceed this many bytes, decoded. Default: 1 GiB.
+  std::int64_t maximumBodyBytes = std::int64_t{1} << 30;
+  /// Connections to one host at a time; further tasks wait in order. 0: as many as serve throughput,
+  /// starting at 64 and growing while the server is what holds things up.
+  int httpMaximumConnectionsPerHost = 0;
+  /// Whether cookies are stored from answers and sent with later requests of this session.
+  bool httpShouldSetCookies = true;
+};
+
+/// One load. Made suspended; `resume` starts it. All operations may be called from any thread.
+class CORVANE_API URLSessionTask {
+ public:
+  enum class State { running = 0, suspended = 1, canceling = 2, completed = 3 };
+
+  explicit URLSessionTask(std::shared_ptr<detail::TaskCore> core);
+  virtual ~URLSessionTask();
+  URLSessionTask(const URLSessionTask&) = delete;
+  URLSessionTask& operator=(const URLSessionTask&) = delete;
+
+  /// Starts the task; further calls do nothing.
+  virtual void resume();
+  /// Ends the task with the error "NSURLErrorDomain" -999, delivered as every completion is. Returns at
+  /// once. After the task completed it does nothing. A task that was never resumed completes too.
+  virtual void cancel();
+  State state() const;
+  const URLRequest& originalRequest() const;
+  /// Unique within the process.
+  std::uint64_t taskIdentifier() const;
+
+ private:
+  std::shared_ptr<detail::TaskCore> core_;
+};
+
+/// Loads URLs: connections, cookies and behaviour shared by its tasks. Thread-safe.
+///
+/// A session lives until it is invalidated and its tasks are done, or its last handle is gone and its tasks
+/// are done. It holds its delegate until then.
+class CORVANE_API URLSession : public std::enable_shared_from_this<URLSession> {
+ public:
+  /// Called exactly once for each task, on the delegate queue: the body (present, maybe empty, when the
+  /// exchange completed; what had arrived, if anything, when it failed), the response if its head arrived,
+  /// and the error. An error means the body is not complete.
+  using DataCompletion = std::function<void(std::optional<Data>, std::shared_ptr<const URLResponse>, std::optional<Error>)>;
+
+  static std::shared_ptr<URLSession> make(URLSessionConfiguration configuration, std::shared_ptr<URLSessionDelegate> delegate,
+                                          DispatchQueue delegateQueue);
+  ~URLSession();
+  URLSession(const URLSession&) = delete;
+  URLSession& operator=(const URLSession&) = delete;
+
+  const URLSessionConfiguration& configuration() const;
+  /// A name for people; absent by default.
+  std::optional<std::string> sessionDescription() const;
+  void setSessionDescription(std::optional<std::string> description);
+
+  /// A load of an http, https or file URL into memory. On an invalidated session the task fails with
+  /// "NSURLErrorDomain" -999 when resumed.
+  std::shared_ptr<URLSessionTask> dataTask(URLRequest request, DataCompletion completion);
+
+  /// No new tasks; those under way finish. Then the delegate is told.
+  void finishTasksAndInvalidate();
+  /// No new tasks; those under way are cancelled. Then the delegate is told.
+  void invalidateAndCancel();
+
+ private:
+  explicit URLSession(std::shared_ptr<detail::SessionCore> core);
+  std::shared_ptr<detail::SessionCore> core_;
+};
+
+}  // namespace platform
