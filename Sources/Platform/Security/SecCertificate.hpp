@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "Platform/Export.hpp"
 #include "Platform/Foundation/Data.hpp"
@@ -18,13 +19,16 @@ class CORVANE_API SecCertificate {
  public:
   /// From DER bytes; absent when they are not exactly one certificate (PEM text is not accepted).
   static std::optional<SecCertificate> createWithData(const Data& der);
+  /// The certificate as DER.
   Data data() const;
-  /// The subject's common name, else its whole name in RFC 2253 form.
+  /// The subject's common name, else its whole name in RFC 2253 form. UTF-8.
   std::string subjectSummary() const;
   std::string issuerSummary() const;
+  /// Equal bytes.
   friend CORVANE_API bool operator==(const SecCertificate& left, const SecCertificate& right);
 
   explicit SecCertificate(std::shared_ptr<const detail::CertificateHandle> handle) : handle_(std::move(handle)) {}
+  /// Null only in a value that was moved from.
   const std::shared_ptr<const detail::CertificateHandle>& handle() const { return handle_; }
 
  private:

@@ -1,0 +1,51 @@
+#include "Platform/Security/Internal/SystemAnchors.hpp"
+
+#include <openssl/x509_vfy.h>
+#include <stdlib.h>
+
+#include <memory>
+
+#include "Platform/Security/Internal/CertificateHandle.hpp"
+#include "Platform/Trap.hpp"
+
+namespace platform::detail {
+namespace {
+
+// Debian, Fedora, Alpine.
+constexpr const char* distributionBundles[] = {"/etc/ssl/certs/ca-certificates.crt", "/etc/pki/tls/certs/ca-bundle.crt",
+                                               "/etc/ssl/cert.pem"};
+
+bool hasCertificates(X509_STORE* store) { return sk_X509_OBJECT_num(X509_STORE_get0_objects(store)) > 0; }
+
+}  // namespace
+
+const SystemAnchors& SystemAnchors::shared() {
+  static const SystemAnchors& anchors = *new SystemAnchors;
+  return anchors;
+}
+
+SystemAnchors::SystemAnchors() : store_(X509_STORE_new()) {
+  if (!store_) trap("There is no memory for the system's certificates.");
+  const OpenSSLErrorScope errors;
+  X509_STORE_set_default_paths(store_);
+  // An application that names its own bundle must not get another one because of a typing error.
+  if (secure_getenv("SSL_CERT_FILE") || secure_getenv("SSL_CERT_DIR")) return;
+  for (const char* bundle : distributionBundles) {
+    if (hasCertificates(store_)) return;
+    X509_STORE_load_file(store_, bundle);
+  }
+}
+
+void SystemAnchors::appendNamed(const X509_NAME* name, STACK_OF(X509) * out) const {
+  const std::unique_ptr<X509_STORE_CTX, decltype(&X509_STORE_CTX_free)> context(X509_STORE_CTX_new(),
+                                                                                &X509_STORE_CTX_free);
+  if (!context || !X509_STORE_CTX_init(context.get(), store_, nullptr, nullptr)) return;
+  STACK_OF(X509)* found = X509_STORE_CTX_get1_certs(context.get(), name);
+  while (found && sk_X509_num(found) > 0) {
+    X509* anchor = sk_X509_pop(found);
+    if (!sk_X509_push(out, anchor)) X509_free(anchor);
+  }
+  sk_X509_free(found);
+}
+
+}  // namespace platform::detail
