@@ -1,0 +1,109 @@
+#!/usr/bin/env python3
+"""Shows the layering check good and bad trees."""
+
+import pathlib
+import sys
+import tempfile
+import unittest
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent))
+sys.dont_write_bytecode = True
+import check_layers  # noqa: E402
+
+
+class CheckLayersTest(unittest.TestCase):
+    def problems(self, **texts):
+        """Checks a tree; a file's path is written with __ for / and _dot_ for the dot."""
+        with tempfile.TemporaryDirectory() as folder:
+            root = pathlib.Path(folder)
+            for key, text in texts.items():
+                path = root / key.replace("__", "/").replace("_dot_", ".")
+                path.parent.mkdir(parents=True, exist_ok=True)
+                path.write_text(text)
+            return check_layers.problems(root)
+
+    def assert_only(self, problems, text):
+        self.assertEqual(len(problems), 1, problems)
+        self.assertIn(text, problems[0])
+
+    def test_accepts_a_layer_that_includes_what_stands_below_it(self):
+        problems = self.problems(
+            Platform__Base__A_dot_hpp="#include <string>\n",
+            Corvane__Request__B_dot_hpp='#include "Platform/Base/A.hpp"\n',
+        )
+
+        self.assertEqual(problems, [])
+
+    def test_refuses_a_layer_that_includes_what_stands_above_it(self):
+        problems = self.problems(
+            Platform__Base__A_dot_cpp='#include "Vantorel/Logger.hpp"\n', Vantorel__Logger_dot_hpp=""
+        )
+
+        self.assert_only(problems, "Base/A.cpp:1: Platform stands below Vantorel")
+
+    def test_knows_where_each_library_may_be_met(self):
+        for line in ("curl/curl.h", "openssl/ssl.h", "zlib.h", "spdlog/spdlog.h", "fmt/core.h"):
+            problems = self.problems(Corvane__Request__A_dot_cpp=f"#include <{line}>\n")
+            self.assert_only(problems, "may be included only in")
+        for key, line in (
+            ("Platform__Loading__Internal__A_dot_hpp", "curl/curl.h"),
+            ("Platform__Security__Internal__A_dot_cpp", "openssl/ssl.h"),
+            ("Corvane__ContentEncoding__Internal__A_dot_cpp", "zlib.h"),
+            ("Vantorel__A_dot_cpp", "spdlog/spdlog.h"),
+            ("Platform__Foundation__A_dot_cpp", "boost/url.hpp"),
+        ):
+            self.assertEqual(self.problems(**{key: f"#include <{line}>\n"}), [])
+
+    def test_refuses_a_library_in_a_public_header(self):
+        problems = self.problems(Platform__Foundation__URL_dot_hpp="#include <boost/url.hpp>\n")
+
+        self.assert_only(problems, "a public header must not include Boost")
+
+    def test_refuses_an_internal_header_in_a_public_one(self):
+        problems = self.problems(
+            Platform__Loading__A_dot_hpp='#include "Platform/Loading/Internal/B.hpp"\n',
+            Platform__Loading__Internal__B_dot_hpp="",
+        )
+
+        self.assert_only(problems, "must not include the internal")
+
+    def test_refuses_a_heavy_standard_header_in_a_public_one_only(self):
+        problems = self.problems(
+            Corvane__Request__A_dot_hpp="#  include <regex>\n",
+            Corvane__Request__A_dot_cpp="#include <regex>\n",
+            Corvane__Request__Internal__B_dot_hpp="#include <regex>\n",
+        )
+
+        self.assert_only(problems, "Request/A.hpp:1: a public header must not include <regex>")
+
+    def test_refuses_a_name_that_is_used_twice(self):
+        problems = self.problems(Corvane__A__X_dot_hpp="", Platform__B__X_dot_hpp="")
+
+        self.assert_only(problems, "the name is taken by Corvane/A/X.hpp")
+
+    def test_refuses_headers_that_include_each_other(self):
+        problems = self.problems(
+            Corvane__A__X_dot_hpp='#include "Corvane/A/Y.hpp"\n', Corvane__A__Y_dot_hpp='#include "Corvane/A/X.hpp"\n'
+        )
+
+        self.assert_only(problems, "headers include each other: Corvane/A/X.hpp -> Corvane/A/Y.hpp")
+
+    def test_refuses_rooms_that_include_each_other(self):
+        problems = self.problems(
+            Corvane__A__X_dot_hpp='#include "Corvane/B/Y.hpp"\n',
+            Corvane__B__Y_dot_hpp="",
+            Corvane__B__Y_dot_cpp='#include "Corvane/A/X.hpp"\n',
+        )
+
+        self.assert_only(problems, "rooms include each other: Corvane/A -> Corvane/B -> Corvane/A")
+
+    def test_refuses_an_include_that_leads_nowhere(self):
+        self.assert_only(self.problems(Corvane__A_dot_cpp='#include "Corvane/Gone.hpp"\n'), "there is no file")
+        self.assert_only(self.problems(Corvane__A_dot_cpp='#include "B.hpp"\n'), "from the include root")
+
+    def test_refuses_an_empty_tree(self):
+        self.assert_only(self.problems(), "there are no files to check")
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,105 @@
+#!/usr/bin/env python3
+"""Fails when the documentation shows code that is not compiled, or has a relative link that leads nowhere.
+
+A code block is tied to a source by a comment on the line before it:
+
+    <!-- from Examples/HelloGet.cpp -->
+    ```cpp
+    ...
+    ```
+
+Its lines must stand in that file, one after the other, as they are; the indentation may differ as a whole.
+"""
+
+import pathlib
+import re
+import sys
+import textwrap
+import urllib.parse
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+MARK = re.compile(r"^<!-- from (\S+) -->$")
+LINK = re.compile(r"!?\[[^\]]*\]\(([^)\s]+)\)")
+FENCE = re.compile(r"^\s*```")
+
+
+def normalised(lines):
+    return textwrap.dedent("\n".join(lines)).strip("\n").split("\n")
+
+
+def stands_in(block, source):
+    """Whether the lines of `block` follow each other in `source`, up to a common indentation."""
+    wanted = normalised(block)
+    size = len(wanted)
+    return any(normalised(source[at : at + size]) == wanted for at in range(len(source) - size + 1))
+
+
+def parts(text):
+    """Prose lines, and the code blocks with the mark before them, with line numbers."""
+    prose, blocks = [], []
+    mark, block, begin = None, None, 0
+    for number, line in enumerate(text.splitlines(), 1):
+        if FENCE.match(line):
+            if block is None:
+                block, begin = [], number
+            else:
+                blocks.append((begin, mark, block))
+                block, mark = None, None
+        elif block is not None:
+            block.append(line)
+        else:
+            match = MARK.match(line.strip())
+            mark = match.group(1) if match else (mark if not line.strip() else None)
+            prose.append((number, line))
+    return prose, blocks
+
+
+def anchors(path):
+    """The names that headings of a page can be linked by."""
+    prose, _ = parts(path.read_text(encoding="utf-8"))
+    headings = [line.lstrip("#").strip().lower() for _, line in prose if line.startswith("#")]
+    return {re.sub(r"[^\w\- ]", "", heading).replace(" ", "-") for heading in headings}
+
+
+def check_link(page, number, link):
+    if re.match(r"[a-z]+:", link):
+        return None
+    target, _, anchor = urllib.parse.unquote(link).partition("#")
+    path = (page.parent / target) if target else page
+    where = f"{page.relative_to(ROOT)}:{number}"
+    if not path.exists():
+        return f"{where}: {link} leads nowhere"
+    if anchor and path.suffix == ".md" and anchor not in anchors(path):
+        return f"{where}: {target or page.name} has no heading #{anchor}"
+    return None
+
+
+def check_block(page, number, source, block):
+    where = f"{page.relative_to(ROOT)}:{number}"
+    if not (ROOT / source).is_file():
+        return f"{where}: the code is said to be from {source}, which does not exist"
+    if not stands_in(block, (ROOT / source).read_text(encoding="utf-8").splitlines()):
+        return f"{where}: the code does not stand in {source} like this"
+    return None
+
+
+def check_page(page):
+    prose, blocks = parts(page.read_text(encoding="utf-8"))
+    for number, line in prose:
+        for link in LINK.findall(re.sub(r"`[^`]*`", "", line)):
+            yield check_link(page, number, link)
+    for number, source, block in blocks:
+        if source:
+            yield check_block(page, number, source, block)
+
+
+def main():
+    pages = [p for p in sorted(ROOT.rglob("*.md")) if p.relative_to(ROOT).parts[0] != "build"]
+    found = [problem for page in pages for problem in check_page(page) if problem]
+    for problem in found:
+        print(problem)
+    sys.exit(1 if found else 0)
+
+
+if __name__ == "__main__":
+    main()

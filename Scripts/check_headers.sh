@@ -1,0 +1,59 @@
+#!/usr/bin/env bash
+# Compiles each public header alone, twice: with the third-party libraries poisoned, so that none of them can
+# be needed; and with min and max as macros, as some systems' headers define them.
+#
+#   Scripts/check_headers.sh [HEADER...]      paths from Sources; default: all public headers
+set -euo pipefail
+cd "$(dirname "$0")/../Sources"
+
+compiler=${CXX:-g++}
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+libraries='curl|openssl|boost|spdlog|fmt|simdjson|zlib\.h|zconf\.h'
+for header in curl/curl.h openssl/{ssl,x509,evp,err,crypto,types}.h zlib.h spdlog/spdlog.h fmt/{core,format}.h \
+  boost/{url,pfr,asio,config}.hpp boost/system/error_code.hpp simdjson.h; do
+  mkdir -p "$work/poison/$(dirname "$header")"
+  echo "#error \"a public header needs $header\"" >"$work/poison/$header"
+done
+
+# The standard library takes back such macros in each of its headers (c++config.h), so all of it comes first.
+printf '#include <%s>\n' \
+  algorithm any array atomic bit charconv chrono compare complex concepts condition_variable \
+  coroutine cstddef cstdint cstring deque exception filesystem functional future initializer_list \
+  iomanip iostream iterator latch limits list locale map memory mutex new numeric optional ostream \
+  queue random ranges ratio regex semaphore set shared_mutex source_location span sstream stdexcept \
+  stop_token string string_view system_error thread tuple type_traits typeinfo unordered_map utility \
+  variant vector version >"$work/standard.hpp"
+cat >"$work/macros.hpp" <<'END'
+#define min(a, b) (((a) < (b)) ? (a) : (b))
+#define max(a, b) (((a) > (b)) ? (a) : (b))
+END
+
+export compiler work libraries
+export flags="-std=c++20 -fsyntax-only -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror -I."
+$compiler -std=c++20 -Wall -Wextra -Wpedantic -Wconversion -Wshadow -x c++-header "$work/standard.hpp"
+
+check() {
+  local header=$1 failed=0 read_files
+  read_files=$(mktemp "$work/XXXXXX.d")
+  if ! $compiler $flags -MD -MF "$read_files" -isystem "$work/poison" -x c++ -include "$header" /dev/null; then
+    echo "$header does not compile alone, without third-party headers"
+    failed=1
+  elif grep -oE "/usr/(local/)?include/([a-z_0-9-]+/)?($libraries)[^ ]*" "$read_files"; then
+    echo "$header reads these headers of third parties"
+    failed=1
+  fi
+  if ! $compiler $flags -include "$work/standard.hpp" -include "$work/macros.hpp" -include "$header" -x c++ /dev/null; then
+    echo "$header does not compile where min and max are macros"
+    failed=1
+  fi
+  return $failed
+}
+export -f check
+
+if [ $# -gt 0 ]; then
+  printf '%s\0' "$@"
+else
+  find . -name '*.hpp' -not -path '*/Internal/*' -printf '%P\0' | sort -z
+fi | xargs -0 -n 1 -P "${JOBS:-$(nproc)}" bash -c 'check "$1" || exit 1' check

@@ -1,0 +1,161 @@
+#!/usr/bin/env python3
+"""Proves the architecture from the #include lines.
+
+    Scripts/check_layers.py [ROOT]
+
+The rules, each also told by the message of its breach:
+  - A layer includes only itself and what stands below it.
+  - A third-party library is met only where the table below says.
+  - A public header (outside of Internal/) includes no Internal header, no third-party header, and none of
+    the heavy standard headers.
+  - Headers do not include each other in a circle.
+  - File names are unique in the tree.
+  - Every included file of this project exists, and is named by its path from the include root.
+"""
+
+import pathlib
+import re
+import sys
+
+LAYERS = ["Platform", "Velisand", "Vantorel", "Corvane"]
+
+# Library, the includes that mean it, and the paths under Sources where it may be met.
+THIRD_PARTIES = [
+    ("libcurl", r"curl/", [r"Platform/Loading/Internal/"]),
+    ("OpenSSL", r"openssl/", [r"Platform/Security/Internal/", r"Platform/Loading/Internal/"]),
+    ("zlib", r"z(lib|conf)\.h$", [r"Corvane/ContentEncoding/Internal/", r"Platform/Loading/Internal/"]),
+    ("spdlog", r"(spdlog|fmt)/", [r"Vantorel/.*\.cpp$"]),
+    ("Boost", r"boost/", [r".*\.cpp$"]),
+    ("simdjson", r"simdjson", [r".*\.cpp$", r".*/Internal/"]),
+]
+
+# Each costs every file that includes it more than what it gives there is worth.
+HEAVY = set(
+    "iostream sstream iomanip regex filesystem mutex condition_variable thread future algorithm ranges map "
+    "unordered_map".split()
+)
+
+INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]')
+
+
+class File:
+    def __init__(self, root, path):
+        self.path = path.relative_to(root).as_posix()
+        self.layer = self.path.split("/")[0]
+        self.is_internal = "/Internal/" in self.path
+        self.is_header = path.suffix == ".hpp"
+        self.is_public = self.is_header and not self.is_internal
+        self.includes = []
+        for number, line in enumerate(path.read_text(encoding="utf-8").splitlines(), 1):
+            match = INCLUDE.match(line)
+            if match:
+                self.includes.append((number, match.group(1) == '"', match.group(2)))
+
+
+def check_layers(file, line, name):
+    layer = name.split("/")[0]
+    if LAYERS.index(layer) > LAYERS.index(file.layer):
+        return f"{file.path}:{line}: {file.layer} stands below {layer} and must not include <{name}>"
+
+
+def check_third_parties(file, line, name):
+    for library, pattern, places in THIRD_PARTIES:
+        if not re.match(pattern, name):
+            continue
+        if file.is_public:
+            return f"{file.path}:{line}: a public header must not include {library} <{name}>"
+        if not any(re.match(place, file.path) for place in places):
+            return f"{file.path}:{line}: {library} <{name}> may be included only in {' or '.join(places)}"
+
+
+def check_public(file, line, name):
+    if not file.is_public:
+        return None
+    if "/Internal/" in name:
+        return f"{file.path}:{line}: a public header must not include the internal <{name}>"
+    if name in HEAVY:
+        return f"{file.path}:{line}: a public header must not include <{name}>, which is slow to compile"
+
+
+def check_file(file, files):
+    for line, quoted, name in file.includes:
+        ours = name.split("/")[0] in LAYERS
+        if ours and name not in files:
+            yield f"{file.path}:{line}: there is no file {name}"
+        elif quoted and not ours:
+            yield f'{file.path}:{line}: "{name}" must be named by its path from the include root'
+        checks = [check_third_parties, check_public] + ([check_layers] if ours else [])
+        yield from filter(None, (check(file, line, name) for check in checks))
+
+
+def check_names(files):
+    seen = {}
+    for path in sorted(files):
+        name = path.split("/")[-1]
+        if name in seen:
+            yield f"{path}: the name is taken by {seen[name]}; file names are unique in the tree"
+        seen[name] = path
+
+
+def cycles(graph):
+    """Each circle once, found by a depth-first walk."""
+    done, trail = set(), []
+
+    def walk(node):
+        if node in trail:
+            yield trail[trail.index(node) :] + [node]
+            return
+        if node in done:
+            return
+        trail.append(node)
+        for following in sorted(graph.get(node, ())):
+            yield from walk(following)
+        trail.pop()
+        done.add(node)
+
+    for node in sorted(graph):
+        yield from walk(node)
+
+
+def room(path):
+    """The folder below the layer; a file directly in the layer is a room of its own."""
+    return "/".join(path.split("/")[:2])
+
+
+def check_circles(files):
+    headers = {}
+    rooms = {}
+    for file in files.values():
+        ours = [name for _, _, name in file.includes if name in files and name != file.path]
+        if file.is_header:
+            headers[file.path] = set(ours)
+        for name in ours:
+            if room(name) != room(file.path):
+                rooms.setdefault(room(file.path), set()).add(room(name))
+    for circle in cycles(headers):
+        yield "headers include each other: " + " -> ".join(circle)
+    for circle in cycles(rooms):
+        yield "rooms include each other: " + " -> ".join(circle)
+
+
+def problems(root):
+    """All breaches of the rules below `root`, the include root."""
+    paths = (p for layer in LAYERS for s in ("*.hpp", "*.cpp") for p in (root / layer).rglob(s))
+    files = {file.path: file for file in (File(root, path) for path in sorted(paths))}
+    if not files:
+        return [f"{root}: there are no files to check"]
+    found = [problem for file in files.values() for problem in check_file(file, files)]
+    return found + list(check_names(files)) + list(check_circles(files))
+
+
+def main():
+    here = pathlib.Path(__file__).resolve().parent.parent / "Sources"
+    root = pathlib.Path(sys.argv[1]).resolve() if len(sys.argv) > 1 else here
+    found = problems(root)
+    for problem in found:
+        print(problem)
+    sys.exit(1 if found else 0)
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,69 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that the project needs; does nothing, quickly, when they are there.
+#
+#   Scripts/setup.sh [GROUP...]      groups: build (default), checks, integration, bench, docs, all
+set -euo pipefail
+
+build="build-essential cmake ninja-build ccache pkg-config python3 curl
+  libcurl4-openssl-dev libssl-dev zlib1g-dev libboost1.81-dev libboost-url1.81-dev libspdlog-dev
+  libcli11-dev libgtest-dev libgmock-dev"
+checks="clang-19 libclang-rt-19-dev llvm-19 clang-format-19 clang-tidy-19"
+integration="curl openssl nginx-light python3-httpbin nghttp2-server"
+bench="libbenchmark-dev nginx-light"
+docs="graphviz"
+
+packages=""
+for group in "${@:-build}"; do
+  case "$group" in
+    build | checks | integration | bench | docs) packages+=" ${!group}" ;;
+    all) packages+=" $build $checks $integration $bench $docs" ;;
+    *) echo "setup: unknown group '$group'; there are build, checks, integration, bench, docs and all" >&2; exit 2 ;;
+  esac
+done
+
+if ! command -v dpkg-query >/dev/null; then
+  echo "setup: this is not a Debian system; please install what corresponds to:" $packages >&2
+  exit 0
+fi
+
+installed=$(dpkg-query -W -f='${Package} ${db:Status-Status}\n' $packages 2>/dev/null || true)
+missing=()
+for package in $(printf '%s\n' $packages | sort -u); do
+  grep -qx "$package installed" <<<"$installed" || missing+=("$package")
+done
+[ ${#missing[@]} -gt 0 ] || exit 0
+
+as_root=()
+if [ "$(id -u)" -ne 0 ]; then
+  if ! command -v sudo >/dev/null; then
+    echo "setup: please have an administrator run: apt-get install ${missing[*]}" >&2
+    exit 1
+  fi
+  as_root=(sudo)
+fi
+
+# Some packages start a service when they are installed; only their programs are wanted here. Debian asks
+# this file first (invoke-rc.d(8)).
+policy=/usr/sbin/policy-rc.d
+log=$(mktemp)
+clean_up() {
+  rm -f "$log"
+  [ "${policy_is_ours:-no}" = no ] || "${as_root[@]}" rm -f "$policy"
+}
+trap clean_up EXIT
+if [ ! -e "$policy" ]; then
+  policy_is_ours=yes
+  printf '#!/bin/sh\nexit 101\n' | "${as_root[@]}" tee "$policy" >/dev/null
+  "${as_root[@]}" chmod +x "$policy"
+fi
+
+echo "setup: installing ${missing[*]}"
+install() {
+  "${as_root[@]}" apt-get update -qq &&
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}"
+}
+if ! install >"$log" 2>&1 </dev/null; then
+  cat "$log" >&2
+  echo "setup: apt-get could not install ${missing[*]}" >&2
+  exit 1
+fi
