@@ -1,0 +1,92 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "Platform/Export.hpp"
+#include "Platform/Loading/URLErrorCodes.hpp"
+#include "Vantorel/ErrorLoggable.hpp"
+#include "Velisand/AppError.hpp"
+
+namespace corvane {
+
+/// A failure on the way to the server or back, by the platform's network error code, with a message for people.
+///
+/// The user information keeps what the loading layer knew: the failing URL, the transport's own code and
+/// text, and whether the request was sent (see `platform::URLErrorKey`).
+class CORVANE_API CFNetworkErrors final : public velisand::AppError<CFNetworkErrors>, public vantorel::ErrorLoggable {
+ public:
+  /// Any code; the underlying error, if there is one, lends its user information.
+  explicit CFNetworkErrors(std::int32_t rawValue, std::optional<platform::Error> underlyingError = std::nullopt);
+
+  /// The codes that the library's own loading layer produces.
+  static CFNetworkErrors cannotLoadFromNetwork() { return code(platform::URLErrorCode::cannotLoadFromNetwork); }
+  static CFNetworkErrors clientCertificateRequired() { return code(platform::URLErrorCode::clientCertificateRequired); }
+  static CFNetworkErrors clientCertificateRejected() { return code(platform::URLErrorCode::clientCertificateRejected); }
+  static CFNetworkErrors serverCertificateNotYetValid() {
+    return code(platform::URLErrorCode::serverCertificateNotYetValid);
+  }
+  static CFNetworkErrors serverCertificateHasUnknownRoot() {
+    return code(platform::URLErrorCode::serverCertificateHasUnknownRoot);
+  }
+  static CFNetworkErrors serverCertificateUntrusted() {
+    return code(platform::URLErrorCode::serverCertificateUntrusted);
+  }
+  static CFNetworkErrors serverCertificateHasBadDate() {
+    return code(platform::URLErrorCode::serverCertificateHasBadDate);
+  }
+  static CFNetworkErrors secureConnectionFailed() { return code(platform::URLErrorCode::secureConnectionFailed); }
+  static CFNetworkErrors dataLengthExceedsMaximum() { return code(platform::URLErrorCode::dataLengthExceedsMaximum); }
+  static CFNetworkErrors noPermissionsToReadFile() { return code(platform::URLErrorCode::noPermissionsToReadFile); }
+  static CFNetworkErrors fileIsDirectory() { return code(platform::URLErrorCode::fileIsDirectory); }
+  static CFNetworkErrors fileDoesNotExist() { return code(platform::URLErrorCode::fileDoesNotExist); }
+  static CFNetworkErrors requestBodyStreamExhausted() {
+    return code(platform::URLErrorCode::requestBodyStreamExhausted);
+  }
+  static CFNetworkErrors cannotParseResponse() { return code(platform::URLErrorCode::cannotParseResponse); }
+  static CFNetworkErrors cannotDecodeRawData() { return code(platform::URLErrorCode::cannotDecodeRawData); }
+  static CFNetworkErrors cannotDecodeContentData() { return code(platform::URLErrorCode::cannotDecodeContentData); }
+  static CFNetworkErrors zeroByteResource() { return code(platform::URLErrorCode::zeroByteResource); }
+  static CFNetworkErrors badServerResponse() { return code(platform::URLErrorCode::badServerResponse); }
+  static CFNetworkErrors redirectToNonExistentLocation() {
+    return code(platform::URLErrorCode::redirectToNonExistentLocation);
+  }
+  static CFNetworkErrors notConnectedToInternet() { return code(platform::URLErrorCode::notConnectedToInternet); }
+  static CFNetworkErrors resourceUnavailable() { return code(platform::URLErrorCode::resourceUnavailable); }
+  static CFNetworkErrors httpTooManyRedirects() { return code(platform::URLErrorCode::httpTooManyRedirects); }
+  static CFNetworkErrors dnsLookupFailed() { return code(platform::URLErrorCode::dnsLookupFailed); }
+  static CFNetworkErrors networkConnectionLost() { return code(platform::URLErrorCode::networkConnectionLost); }
+  static CFNetworkErrors cannotConnectToHost() { return code(platform::URLErrorCode::cannotConnectToHost); }
+  static CFNetworkErrors cannotFindHost() { return code(platform::URLErrorCode::cannotFindHost); }
+  static CFNetworkErrors unsupportedURL() { return code(platform::URLErrorCode::unsupportedURL); }
+  static CFNetworkErrors timedOut() { return code(platform::URLErrorCode::timedOut); }
+  static CFNetworkErrors badURL() { return code(platform::URLErrorCode::badURL); }
+  static CFNetworkErrors cancelled() { return code(platform::URLErrorCode::cancelled); }
+  static CFNetworkErrors unknown() { return code(platform::URLErrorCode::unknown); }
+
+  std::int32_t rawValue() const { return rawValue_; }
+  const std::optional<platform::Error>& underlyingError() const { return underlyingError_; }
+
+  /// From the table of 84 messages; "CFNet unknown error: " and the code for any other.
+  std::string message() const override;
+  /// "CFNetwork.CFNetworkErrors".
+  std::string errorDomain() const override;
+  /// The raw value.
+  std::int64_t errorCode() const override;
+  /// This error's message, and the underlying error's other entries.
+  platform::Dictionary errorUserInfo() const override;
+
+  /// Equal codes, whatever lies beneath.
+  friend bool operator==(const CFNetworkErrors& left, const CFNetworkErrors& right) {
+    return left.rawValue_ == right.rawValue_;
+  }
+
+ private:
+  static CFNetworkErrors code(std::int32_t rawValue) { return CFNetworkErrors(rawValue); }
+
+  std::int32_t rawValue_;
+  std::optional<platform::Error> underlyingError_;
+};
+
+}  // namespace corvane

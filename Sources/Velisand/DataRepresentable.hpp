@@ -1,0 +1,58 @@
+#pragma once
+
+#include <concepts>
+#include <cstddef>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "Platform/Foundation/Data.hpp"
+
+namespace velisand {
+
+namespace detail {
+template <class T>
+concept OffersData = requires(const T& value) {
+  { value.asData() } -> std::convertible_to<platform::Data>;
+};
+template <class T>
+concept PlainBytes =
+    std::same_as<T, platform::Data> || std::same_as<T, std::string> || std::same_as<T, std::vector<std::byte>>;
+}  // namespace detail
+
+/// A value that has a form in bytes: `Data`, `std::string` and `std::vector<std::byte>` as they are, and any
+/// type with a member `asData()`. Making the bytes may throw.
+template <class T>
+concept DataRepresentable = detail::OffersData<T> || detail::PlainBytes<T>;
+
+/// A type that can be made from bytes: `Data`, `std::string` and `std::vector<std::byte>` as they are, and
+/// any type with a constructor that takes a `Data`. Making the value may throw.
+template <class T>
+concept DataInitializable = detail::PlainBytes<T> || std::constructible_from<T, platform::Data>;
+
+/// The bytes of a value; a `Data` shares them, the other kinds copy them.
+template <DataRepresentable T>
+platform::Data asData(const T& value) {
+  if constexpr (detail::OffersData<T>) {
+    return value.asData();
+  } else if constexpr (std::same_as<T, std::vector<std::byte>>) {
+    return platform::Data(value.data(), value.size());
+  } else {
+    return platform::Data(value);
+  }
+}
+
+/// The value that the bytes stand for.
+template <DataInitializable T>
+T fromData(platform::Data data) {
+  if constexpr (std::same_as<T, std::string>) {
+    return data.text();
+  } else if constexpr (std::same_as<T, std::vector<std::byte>>) {
+    return std::vector<std::byte>(data.begin(), data.end());
+  } else {
+    return T(std::move(data));
+  }
+}
+
+}  // namespace velisand

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <utility>
+
+#include "Platform/Dispatch/DispatchQueue.hpp"
+#include "Velisand/OptionalQueue.hpp"
+
+namespace velisand {
+
+/// A callback together with the queue that it wants to be called on; an absent queue means the main queue.
+template <class T>
+class ExecutorReference {
+ public:
+  ExecutorReference(std::optional<platform::DispatchQueue> queue, std::function<void(T)> callback)
+      : queue_(std::move(queue)), callback_(std::move(callback)) {}
+
+  /// Calls the callback with the value, asynchronously, once for each `execute`. Any thread.
+  void execute(T value) const {
+    async(queue_, [callback = callback_, value = std::move(value)]() mutable { callback(std::move(value)); });
+  }
+
+  const std::optional<platform::DispatchQueue>& queue() const { return queue_; }
+
+ private:
+  std::optional<platform::DispatchQueue> queue_;
+  std::function<void(T)> callback_;
+};
+
+}  // namespace velisand

@@ -1,0 +1,21 @@
+#include "Velisand/OptionalQueue.hpp"
+
+#include <utility>
+
+namespace velisand {
+
+using platform::Block;
+using platform::DispatchQueue;
+
+void async(const std::optional<DispatchQueue>& queue, Block block) {
+  (queue ? *queue : DispatchQueue::main()).async(std::move(block));
+}
+
+std::optional<DispatchQueue> currentQueue() {
+  if (auto current = DispatchQueue::current()) return current;
+  static const DispatchQueue& whereItArises =
+      *new DispatchQueue("org.corvane.Velisand.whereItArises", [](Block drain) { drain(); });
+  return whereItArises;
+}
+
+}  // namespace velisand
