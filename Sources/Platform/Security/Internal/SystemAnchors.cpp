@@ -15,7 +15,18 @@ namespace {
 constexpr const char* distributionBundles[] = {"/etc/ssl/certs/ca-certificates.crt", "/etc/pki/tls/certs/ca-bundle.crt",
                                                "/etc/ssl/cert.pem"};
 
+constexpr const char* outOfMemory = "There is no memory for the system's certificates.";
+
 bool hasCertificates(X509_STORE* store) { return sk_X509_OBJECT_num(X509_STORE_get0_objects(store)) > 0; }
+
+/// As `X509_STORE_set_default_paths`, without the lookup that lists a whole directory for each unknown name.
+void readDefaultPaths(X509_STORE* store) {
+  X509_LOOKUP* file = X509_STORE_add_lookup(store, X509_LOOKUP_file());
+  X509_LOOKUP* directory = X509_STORE_add_lookup(store, X509_LOOKUP_hash_dir());
+  if (!file || !directory) trap(outOfMemory);
+  X509_LOOKUP_load_file(file, nullptr, X509_FILETYPE_DEFAULT);
+  X509_LOOKUP_add_dir(directory, nullptr, X509_FILETYPE_DEFAULT);
+}
 
 }  // namespace
 
@@ -25,9 +36,9 @@ const SystemAnchors& SystemAnchors::shared() {
 }
 
 SystemAnchors::SystemAnchors() : store_(X509_STORE_new()) {
-  if (!store_) trap("There is no memory for the system's certificates.");
+  if (!store_) trap(outOfMemory);
   const OpenSSLErrorScope errors;
-  X509_STORE_set_default_paths(store_);
+  readDefaultPaths(store_);
   // An application that names its own bundle must not get another one because of a typing error.
   if (secure_getenv("SSL_CERT_FILE") || secure_getenv("SSL_CERT_DIR")) return;
   for (const char* bundle : distributionBundles) {
