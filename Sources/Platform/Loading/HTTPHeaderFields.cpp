@@ -1,0 +1,106 @@
+#include "Platform/Loading/HTTPHeaderFields.hpp"
+
+#include <algorithm>
+
+#include "Platform/Loading/Internal/HTTPText.hpp"
+
+namespace platform {
+
+namespace {
+
+// Most answers have between four and twelve fields: one allocation instead of four.
+constexpr std::size_t firstCapacity = 12;
+
+template <class Fields>
+auto find(Fields& fields, std::string_view name) {
+  return std::find_if(fields.begin(), fields.end(),
+                      [name](const auto& field) { return detail::equalsIgnoringCase(field.first, name); });
+}
+
+std::string nameProblem(std::string_view name) {
+  if (name.empty()) return "A header field has an empty name.";
+  const auto wrong = std::find_if_not(name.begin(), name.end(), detail::isTokenCharacter);
+  if (wrong == name.end()) return {};
+  return "The header field name \"" + detail::printable(name) + "\" holds \"" + detail::printable({&*wrong, 1}) +
+         "\", which is not allowed in a name.";
+}
+
+std::string valueProblem(std::string_view name, std::string_view value) {
+  const auto wrong = std::find_if(value.begin(), value.end(), detail::isForbiddenControl);
+  if (wrong == value.end()) return {};
+  const std::string start = "The value of the header field \"" + detail::printable(name) + "\" holds ";
+  if (*wrong == '\r' || *wrong == '\n') return start + "a line break.";
+  if (*wrong == '\0') return start + "a NUL.";
+  return start + "the control character " + detail::printable({&*wrong, 1}) + ".";
+}
+
+}  // namespace
+
+HTTPHeaderFields::HTTPHeaderFields(std::initializer_list<Field> fields) {
+  for (const auto& [name, value] : fields) set(name, value);
+}
+
+std::optional<std::string> HTTPHeaderFields::value(std::string_view name) const {
+  std::optional<std::string> result;
+  for (const auto& [fieldName, fieldValue] : fields_) {
+    if (!detail::equalsIgnoringCase(fieldName, name)) continue;
+    if (result) {
+      result->append(", ").append(fieldValue);
+    } else {
+      result = fieldValue;
+    }
+  }
+  return result;
+}
+
+std::vector<std::string> HTTPHeaderFields::values(std::string_view name) const {
+  std::vector<std::string> result;
+  for (const auto& [fieldName, fieldValue] : fields_) {
+    if (detail::equalsIgnoringCase(fieldName, name)) result.push_back(fieldValue);
+  }
+  return result;
+}
+
+bool HTTPHeaderFields::contains(std::string_view name) const { return find(fields_, name) != fields_.end(); }
+
+void HTTPHeaderFields::set(std::string_view name, std::string_view value) {
+  const auto first = find(fields_, name);
+  if (first == fields_.end()) return add(name, value);
+  // `name` and `value` may be views of this very object, so everything is copied before it changes.
+  Field replacement{name, value};
+  const auto rest = std::remove_if(first + 1, fields_.end(), [&](const Field& field) {
+    return detail::equalsIgnoringCase(field.first, replacement.first);
+  });
+  fields_.erase(rest, fields_.end());
+  *first = std::move(replacement);
+}
+
+void HTTPHeaderFields::add(std::string_view name, std::string_view value) {
+  if (fields_.capacity() == 0) fields_.reserve(firstCapacity);
+  fields_.emplace_back(name, value);
+}
+
+bool HTTPHeaderFields::remove(std::string_view name) {
+  const std::string removed(name);
+  return std::erase_if(fields_, [&](const Field& field) { return detail::equalsIgnoringCase(field.first, removed); }) >
+         0;
+}
+
+void HTTPHeaderFields::merge(const HTTPHeaderFields& other) {
+  if (this == &other) return merge(HTTPHeaderFields(other));
+  for (const auto& [name, value] : other.fields_) set(name, value);
+}
+
+std::string HTTPHeaderFields::problem(std::string_view name, std::string_view value) {
+  std::string problem = nameProblem(name);
+  return problem.empty() ? valueProblem(name, value) : problem;
+}
+
+bool operator==(const HTTPHeaderFields& left, const HTTPHeaderFields& right) {
+  return std::equal(left.fields_.begin(), left.fields_.end(), right.fields_.begin(), right.fields_.end(),
+                    [](const HTTPHeaderFields::Field& a, const HTTPHeaderFields::Field& b) {
+                      return detail::equalsIgnoringCase(a.first, b.first) && a.second == b.second;
+                    });
+}
+
+}  // namespace platform

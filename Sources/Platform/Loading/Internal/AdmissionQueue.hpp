@@ -1,0 +1,99 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+#include "Platform/Loading/Internal/IntrusiveList.hpp"
+
+namespace platform::detail {
+
+class AdmissionQueue;
+struct AdmissionHost;
+
+/// Base of what waits for admission. It stays where it is in memory while it is waiting or active, and is
+/// neither when it is destroyed.
+class AdmissionEntry : public ListLinks<AdmissionEntry> {
+ public:
+  AdmissionEntry() = default;
+  AdmissionEntry(const AdmissionEntry&) = delete;
+  AdmissionEntry& operator=(const AdmissionEntry&) = delete;
+  ~AdmissionEntry();
+
+  bool isWaiting() const { return state_ == State::waiting; }
+  bool isActive() const { return state_ == State::active; }
+
+ private:
+  friend class AdmissionQueue;
+  enum class State : unsigned char { outside, waiting, active };
+
+  AdmissionHost* host_ = nullptr;
+  State state_ = State::outside;
+};
+
+/// Decides which transfers may run, so that libcurl never holds more than pays off: a few dozen active
+/// transfers keep a core busy, and each further one costs the loop time, but against a server that is
+/// slow to answer more are needed to keep the loop busy at all.
+///
+/// First in, first out for each host; hosts that may start something take turns, so a host with a long
+/// queue, or at its maximum, holds up no other. Every operation takes constant time. For one thread.
+class AdmissionQueue {
+ public:
+  static constexpr std::size_t initialLimit = 64;
+  static constexpr std::size_t highestLimit = 4096;
+
+  /// `cap` bounds how far the limit grows.
+  explicit AdmissionQueue(std::size_t cap = capForDescriptors(descriptorLimit()));
+  AdmissionQueue(const AdmissionQueue&) = delete;
+  AdmissionQueue& operator=(const AdmissionQueue&) = delete;
+  /// Requires: nothing waits or is active.
+  ~AdmissionQueue();
+
+  /// Puts the entry at the end of its host's queue. At most `hostMaximum` entries with the same `host` are
+  /// active at a time; 0 means as many as the limit allows. The last value given for a host counts.
+  void enqueue(std::string_view host, AdmissionEntry& entry, std::size_t hostMaximum = 0);
+  /// The entry that starts now; it is active from here on. Null when nothing may start.
+  AdmissionEntry* next();
+  /// An active entry is done.
+  void finished(AdmissionEntry& entry);
+  /// Takes a waiting entry out; false when it does not wait.
+  bool cancel(AdmissionEntry& entry);
+
+  /// To be called when the loop had nothing to do. If entries wait because of the limit, more transfers
+  /// cost nothing: it grows by half, and the result is true. It falls again as transfers finish with none
+  /// waiting and less than half of it used: to twice what is used, not below `initialLimit`.
+  bool loopWasIdle();
+
+  std::size_t limit() const { return limit_; }
+  std::size_t waiting() const { return waiting_; }
+  std::size_t active() const { return active_; }
+
+  /// Half of the descriptors for transfers, at least 64 left for the application, never more than
+  /// `highestLimit`; a transfer may need two while it connects over IPv4 and IPv6 at once.
+  static std::size_t capForDescriptors(std::size_t descriptors);
+  /// The process's soft limit.
+  static std::size_t descriptorLimit();
+
+ private:
+  struct Hash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
+  };
+
+  AdmissionHost& hostNamed(std::string_view name);
+  void refreshReadiness(AdmissionHost& host);
+  void forgetIfUnused(AdmissionHost& host);
+
+  const std::size_t cap_;
+  std::size_t limit_;
+  std::size_t waiting_ = 0;
+  std::size_t active_ = 0;
+  std::unordered_map<std::string, std::unique_ptr<AdmissionHost>, Hash, std::equal_to<>> hosts_;
+  // Hosts that have something waiting and are below their maximum, in turn.
+  IntrusiveList<AdmissionHost> ready_;
+};
+
+}  // namespace platform::detail

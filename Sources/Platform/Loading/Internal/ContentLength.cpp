@@ -1,0 +1,36 @@
+#include "Platform/Loading/Internal/ContentLength.hpp"
+
+#include "Platform/Loading/Internal/HTTPText.hpp"
+
+namespace platform::detail {
+
+namespace {
+
+void take(ContentLength& result, std::string_view element) {
+  const auto bytes = decimal(element);
+  ++result.occurrences;
+  if (!bytes) {
+    result.kind = ContentLength::Kind::malformed;
+  } else if (result.kind == ContentLength::Kind::absent) {
+    result.kind = ContentLength::Kind::known;
+    result.bytes = *bytes;
+  } else if (result.bytes != *bytes) {
+    result.kind = ContentLength::Kind::conflicting;
+  }
+}
+
+}  // namespace
+
+ContentLength ContentLength::of(const HTTPHeaderFields& fields) {
+  ContentLength result;
+  for (const auto& [name, value] : fields) {
+    if (!equalsIgnoringCase(name, "Content-Length")) continue;
+    for (const std::string_view element : listElements(value)) {
+      take(result, element);
+      if (result.kind != Kind::known) return result;
+    }
+  }
+  return result;
+}
+
+}  // namespace platform::detail

@@ -1,0 +1,130 @@
+#include "Platform/Loading/Internal/HTTPText.hpp"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+
+namespace platform::detail {
+
+namespace {
+
+constexpr std::array<bool, 256> makeTokenTable() {
+  std::array<bool, 256> table{};
+  for (const char c : std::string_view("!#$%&'*+-.^_`|~0123456789"
+                                       "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz")) {
+    table[static_cast<unsigned char>(c)] = true;
+  }
+  return table;
+}
+constexpr auto tokenTable = makeTokenTable();
+
+/// Reads the quoted string that starts at `position` and leaves `position` behind it.
+std::string readQuotedString(std::string_view text, std::size_t& position) {
+  std::string value;
+  for (++position; position < text.size() && text[position] != '"'; ++position) {
+    if (text[position] == '\\' && position + 1 < text.size()) ++position;
+    value.push_back(text[position]);
+  }
+  if (position < text.size()) ++position;
+  return value;
+}
+
+std::string readParameterValue(std::string_view text, std::size_t& position) {
+  while (position < text.size() && isBlank(text[position])) ++position;
+  if (position < text.size() && text[position] == '"') {
+    std::string value = readQuotedString(text, position);
+    position = std::min(text.find(';', position), text.size());
+    return value;
+  }
+  const std::size_t end = std::min(text.find(';', position), text.size());
+  std::string value(trimmed(text.substr(position, end - position)));
+  position = end;
+  return value;
+}
+
+}  // namespace
+
+bool isTokenCharacter(char c) { return tokenTable[static_cast<unsigned char>(c)]; }
+
+bool isToken(std::string_view text) { return !text.empty() && std::all_of(text.begin(), text.end(), isTokenCharacter); }
+
+bool equalsIgnoringCase(std::string_view left, std::string_view right) {
+  if (left.size() != right.size()) return false;
+  for (std::size_t i = 0; i < left.size(); ++i) {
+    if (left[i] != right[i] && asciiLower(left[i]) != asciiLower(right[i])) return false;
+  }
+  return true;
+}
+
+std::string lowercased(std::string_view text) {
+  std::string result(text);
+  for (char& c : result) c = asciiLower(c);
+  return result;
+}
+
+std::string_view trimmed(std::string_view text) {
+  while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
+  while (!text.empty() && isBlank(text.back())) text.remove_suffix(1);
+  return text;
+}
+
+std::vector<std::string_view> listElements(std::string_view value) {
+  std::vector<std::string_view> elements;
+  for (std::size_t start = 0; start <= value.size();) {
+    const std::size_t comma = std::min(value.find(',', start), value.size());
+    elements.push_back(trimmed(value.substr(start, comma - start)));
+    start = comma + 1;
+  }
+  return elements;
+}
+
+std::optional<std::int64_t> decimal(std::string_view digits) {
+  if (digits.empty() || !isDigit(digits.front())) return std::nullopt;
+  std::int64_t number = 0;
+  const char* end = digits.data() + digits.size();
+  const auto [stop, error] = std::from_chars(digits.data(), end, number);
+  if (error != std::errc() || stop != end) return std::nullopt;
+  return number;
+}
+
+std::string printable(std::string_view text) {
+  constexpr std::size_t maximum = 80;
+  constexpr char hex[] = "0123456789ABCDEF";
+  std::string result;
+  for (const char c : text) {
+    if (result.size() >= maximum) return result + "...";
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte >= 0x20 && byte < 0x7F) {
+      result.push_back(c);
+    } else {
+      result.append("\\x").append(1, hex[byte >> 4]).append(1, hex[byte & 15]);
+    }
+  }
+  return result;
+}
+
+ParameterizedValue ParameterizedValue::parse(std::string_view text) {
+  ParameterizedValue result;
+  std::size_t position = std::min(text.find(';'), text.size());
+  result.value = trimmed(text.substr(0, position));
+  while (position < text.size()) {
+    ++position;
+    const std::size_t nameEnd = std::min(text.find_first_of(";=", position), text.size());
+    const std::string_view name = trimmed(text.substr(position, nameEnd - position));
+    position = nameEnd;
+    if (position == text.size() || text[position] == ';') continue;
+    ++position;
+    std::string value = readParameterValue(text, position);
+    if (isToken(name)) result.parameters.emplace_back(lowercased(name), std::move(value));
+  }
+  return result;
+}
+
+const std::string* ParameterizedValue::parameter(std::string_view lowercaseName) const {
+  for (const auto& [name, text] : parameters) {
+    if (name == lowercaseName) return &text;
+  }
+  return nullptr;
+}
+
+}  // namespace platform::detail

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace platform::detail {
+
+/// The small grammar that header fields share (RFC 9110, 5.6). ASCII only; no locale is consulted.
+
+constexpr char asciiLower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; }
+constexpr bool isDigit(char c) { return c >= '0' && c <= '9'; }
+constexpr bool isBlank(char c) { return c == ' ' || c == '\t'; }
+/// A control character that no field value may hold (RFC 9110, 5.5): all but tab.
+constexpr bool isForbiddenControl(char c) {
+  const auto byte = static_cast<unsigned char>(c);
+  return (byte < 0x20 && c != '\t') || byte == 0x7F;
+}
+bool isTokenCharacter(char c);
+bool isToken(std::string_view text);
+bool equalsIgnoringCase(std::string_view left, std::string_view right);
+std::string lowercased(std::string_view text);
+/// Without blanks and tabs at either end.
+std::string_view trimmed(std::string_view text);
+/// The elements of a comma-separated list, trimmed, empty ones included. Not for values with quoted strings.
+std::vector<std::string_view> listElements(std::string_view value);
+/// The value of 1*DIGIT; absent for anything else and when it exceeds the 64-bit range.
+std::optional<std::int64_t> decimal(std::string_view digits);
+/// The text for a message: control characters and what is not ASCII as "\xHH", at most 80 characters.
+std::string printable(std::string_view text);
+
+/// A value followed by parameters: `text/html; charset="utf-8"`. Parameter names are lower-case, quoted
+/// strings are unquoted (RFC 9110, 5.6.4 and 5.6.6); where a name is repeated, all are kept.
+struct ParameterizedValue {
+  std::string_view value;
+  std::vector<std::pair<std::string, std::string>> parameters;
+
+  static ParameterizedValue parse(std::string_view text);
+  const std::string* parameter(std::string_view lowercaseName) const;
+};
+
+}  // namespace platform::detail

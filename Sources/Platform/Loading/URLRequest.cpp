@@ -1,0 +1,116 @@
+#include "Platform/Loading/URLRequest.hpp"
+
+#include <arpa/inet.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+#include "Platform/Loading/Internal/HTTPText.hpp"
+
+namespace platform {
+
+namespace {
+
+using detail::equalsIgnoringCase;
+using detail::printable;
+
+std::string methodProblem(const std::string& method, bool hasBody) {
+  if (method.empty()) return "The request's method is empty.";
+  if (!detail::isToken(method)) return "The request's method \"" + printable(method) + "\" is not a token.";
+  if (method == "CONNECT") return "The method CONNECT opens a tunnel, which is not a load.";
+  if (method == "TRACE" && hasBody) return "A TRACE request may not have a body.";  // RFC 9110, 9.3.8
+  return {};
+}
+
+bool isRegisteredName(std::string_view host) {
+  constexpr std::string_view others = "-._~!$&'()*+,;=%";
+  return !host.empty() && std::all_of(host.begin(), host.end(), [&](char c) {
+    const char lower = detail::asciiLower(c);
+    return (lower >= 'a' && lower <= 'z') || detail::isDigit(c) || others.find(c) != others.npos;
+  });
+}
+
+bool isIPv6Literal(std::string_view text) {
+  in6_addr address{};
+  return ::inet_pton(AF_INET6, std::string(text).c_str(), &address) == 1;
+}
+
+/// uri-host [ ":" port ] (RFC 9110, 7.2).
+bool isHostAndPort(std::string_view text) {
+  const std::size_t bracket = text.starts_with('[') ? text.find(']') : 0;
+  if (bracket == text.npos) return false;
+  const std::size_t colon = std::min(text.find(':', bracket), text.size());
+  const std::string_view host = text.substr(0, colon);
+  if (colon < text.size()) {
+    const auto port = detail::decimal(text.substr(colon + 1));
+    if (!port || *port > 65535) return false;
+  }
+  if (bracket > 0) return host.size() == bracket + 1 && isIPv6Literal(host.substr(1, bracket - 1));
+  return isRegisteredName(host);
+}
+
+bool holdsOnly(std::string_view list, std::initializer_list<std::string_view> allowed) {
+  const auto elements = detail::listElements(list);
+  return std::all_of(elements.begin(), elements.end(), [&](std::string_view element) {
+    return std::any_of(allowed.begin(), allowed.end(), [&](auto one) { return equalsIgnoringCase(element, one); });
+  });
+}
+
+bool isConnectionManagement(std::string_view name) {
+  static constexpr std::array<std::string_view, 5> names = {"Transfer-Encoding", "Upgrade", "Keep-Alive",
+                                                            "Proxy-Connection", "HTTP2-Settings"};
+  return std::any_of(names.begin(), names.end(), [&](auto one) { return equalsIgnoringCase(name, one); });
+}
+
+std::string ownedFieldProblem(std::string_view name, std::string_view value, std::size_t bodyLength) {
+  const auto field = [&] { return "The header field \"" + printable(name) + "\""; };
+  const auto quoted = [&] { return " \"" + printable(value) + "\""; };
+  if (isConnectionManagement(name)) return field() + " belongs to the transport and may not be set.";
+  if (equalsIgnoringCase(name, "Content-Length")) {
+    const auto length = detail::decimal(detail::trimmed(value));
+    if (length && static_cast<std::uint64_t>(*length) == bodyLength) return {};
+    return field() + " says" + quoted() + ", but the body has " + std::to_string(bodyLength) + " bytes.";
+  }
+  if (equalsIgnoringCase(name, "Connection") && !holdsOnly(value, {"close", "keep-alive"}))
+    return field() + " may only say \"close\" or \"keep-alive\", not" + quoted() + ".";
+  if (equalsIgnoringCase(name, "Expect") && !holdsOnly(value, {"100-continue"}))
+    return field() + " may only say \"100-continue\", not" + quoted() + ".";
+  if (equalsIgnoringCase(name, "TE") && !holdsOnly(value, {"trailers"}))
+    return field() + " may only say \"trailers\", not" + quoted() + ".";
+  if (equalsIgnoringCase(name, "Host") && !isHostAndPort(detail::trimmed(value)))
+    return field() + " is not a host with an optional port:" + quoted() + ".";
+  return {};
+}
+
+std::string repetitionProblem(const HTTPHeaderFields& fields) {
+  for (const char* name : {"Host", "Content-Length"}) {
+    const auto isThis = [&](const auto& field) { return equalsIgnoringCase(field.first, name); };
+    if (std::count_if(fields.begin(), fields.end(), isThis) > 1)
+      return std::string("The header field \"") + name + "\" may be set once only.";
+  }
+  return {};
+}
+
+std::string fieldsProblem(const HTTPHeaderFields& fields, std::size_t bodyLength) {
+  for (const auto& [name, value] : fields) {
+    std::string problem = HTTPHeaderFields::problem(name, value);
+    if (problem.empty()) problem = ownedFieldProblem(name, value, bodyLength);
+    if (!problem.empty()) return problem;
+  }
+  return repetitionProblem(fields);
+}
+
+}  // namespace
+
+std::string URLRequest::problem() const {
+  std::string problem = methodProblem(httpMethod, httpBody.has_value());
+  if (problem.empty()) problem = fieldsProblem(allHTTPHeaderFields, httpBody ? httpBody->count() : 0);
+  if (!problem.empty()) return problem;
+  if (!std::isfinite(timeoutInterval) || timeoutInterval <= 0) {
+    return "The request's time-out must be a positive finite number of seconds.";
+  }
+  return {};
+}
+
+}  // namespace platform

@@ -1,0 +1,68 @@
+#include "Platform/Loading/URLResponse.hpp"
+
+#include "Platform/Loading/Internal/ContentLength.hpp"
+#include "Platform/Loading/Internal/HTTPText.hpp"
+#include "Platform/Loading/Internal/SuggestedFilename.hpp"
+
+namespace platform {
+
+namespace {
+
+bool isMediaType(std::string_view text) {
+  const std::size_t slash = text.find('/');
+  return slash != text.npos && detail::isToken(text.substr(0, slash)) && detail::isToken(text.substr(slash + 1));
+}
+
+/// The last well-formed one counts, as in browsers, where a server and the application behind it both
+/// write a Content-Type.
+std::optional<detail::ParameterizedValue> contentType(const HTTPHeaderFields& fields) {
+  std::optional<detail::ParameterizedValue> result;
+  for (const auto& [name, value] : fields) {
+    if (!detail::equalsIgnoringCase(name, "Content-Type")) continue;
+    auto parsed = detail::ParameterizedValue::parse(value);
+    if (isMediaType(parsed.value)) result = std::move(parsed);
+  }
+  return result;
+}
+
+std::optional<std::string> mimeTypeOf(const HTTPHeaderFields& fields) {
+  const auto type = contentType(fields);
+  return type ? std::optional(detail::lowercased(type->value)) : std::nullopt;
+}
+
+std::optional<std::string> charsetOf(const HTTPHeaderFields& fields) {
+  const auto type = contentType(fields);
+  const std::string* charset = type ? type->parameter("charset") : nullptr;
+  return charset && !charset->empty() ? std::optional(detail::lowercased(*charset)) : std::nullopt;
+}
+
+std::int64_t lengthOf(const HTTPHeaderFields& fields) {
+  const auto length = detail::ContentLength::of(fields);
+  return length.kind == detail::ContentLength::Kind::known ? length.bytes : URLResponse::unknownLength;
+}
+
+}  // namespace
+
+URLResponse::URLResponse(URL url, std::optional<std::string> mimeType, std::int64_t expectedContentLength,
+                         std::optional<std::string> textEncodingName)
+    : url_(std::move(url)),
+      mimeType_(std::move(mimeType)),
+      expectedContentLength_(expectedContentLength),
+      textEncodingName_(std::move(textEncodingName)) {}
+
+URLResponse::~URLResponse() = default;
+
+std::string URLResponse::suggestedFilename() const { return detail::suggestedFilename({}, url_, mimeType_); }
+
+HTTPURLResponse::HTTPURLResponse(URL url, int statusCode, std::string httpVersion, HTTPHeaderFields headerFields)
+    : URLResponse(std::move(url), mimeTypeOf(headerFields), lengthOf(headerFields), charsetOf(headerFields)),
+      statusCode_(statusCode),
+      httpVersion_(std::move(httpVersion)),
+      headerFields_(std::move(headerFields)) {}
+
+std::string HTTPURLResponse::suggestedFilename() const {
+  const auto dispositions = headerFields_.values("Content-Disposition");
+  return detail::suggestedFilename(dispositions.empty() ? std::string_view() : dispositions.front(), url(), mimeType());
+}
+
+}  // namespace platform
