@@ -1,8 +1,60 @@
 #include "Platform/Security/Internal/CertificateHandle.hpp"
 
+#include <openssl/bio.h>
 #include <openssl/err.h>
 
+#include <limits>
+
 namespace platform::detail {
+namespace {
+
+std::string commonName(const X509_NAME* name) {
+  const int index = X509_NAME_get_index_by_NID(name, NID_commonName, -1);
+  if (index < 0) return {};
+  unsigned char* utf8 = nullptr;
+  const int length = ASN1_STRING_to_UTF8(&utf8, X509_NAME_ENTRY_get_data(X509_NAME_get_entry(name, index)));
+  if (length < 0) return {};
+  std::string text(reinterpret_cast<const char*>(utf8), static_cast<std::size_t>(length));
+  OPENSSL_free(utf8);
+  return text;
+}
+
+std::string wholeName(const X509_NAME* name) {
+  const std::unique_ptr<BIO, decltype(&BIO_free)> out(BIO_new(BIO_s_mem()), &BIO_free);
+  if (!out || X509_NAME_print_ex(out.get(), name, 0, XN_FLAG_RFC2253 & ~ASN1_STRFLGS_ESC_MSB) < 0) return {};
+  char* text = nullptr;
+  const long length = BIO_get_mem_data(out.get(), &text);
+  return length > 0 ? std::string(text, static_cast<std::size_t>(length)) : std::string();
+}
+
+}  // namespace
+
+std::shared_ptr<const CertificateHandle> CertificateHandle::fromDER(std::span<const std::byte> der) {
+  if (der.size() > std::numeric_limits<int>::max()) return nullptr;
+  const OpenSSLErrorScope errors;
+  const auto* cursor = reinterpret_cast<const unsigned char*>(der.data());
+  X509* certificate = d2i_X509(nullptr, &cursor, static_cast<long>(der.size()));
+  if (!certificate) return nullptr;
+  auto handle = std::make_shared<const CertificateHandle>(certificate);
+  const bool endsThere = reinterpret_cast<const std::byte*>(cursor) == der.data() + der.size();
+  return endsThere ? handle : nullptr;
+}
+
+Data CertificateHandle::der() const {
+  const OpenSSLErrorScope errors;
+  unsigned char* bytes = nullptr;
+  const int length = i2d_X509(x509, &bytes);
+  if (length < 0) return {};
+  Data data(bytes, static_cast<std::size_t>(length));
+  OPENSSL_free(bytes);
+  return data;
+}
+
+std::string nameSummary(const X509_NAME* name) {
+  const OpenSSLErrorScope errors;
+  std::string text = commonName(name);
+  return text.empty() ? wholeName(name) : text;
+}
 
 std::vector<SecCertificate> certificatesFromChain(const STACK_OF(X509) * chain) {
   std::vector<SecCertificate> certificates;

@@ -2,6 +2,8 @@
 
 #include <openssl/x509.h>
 
+#include <span>
+#include <string>
 #include <vector>
 
 #include "Platform/Security/SecCertificate.hpp"
@@ -16,8 +18,15 @@ struct CertificateHandle {
   CertificateHandle(const CertificateHandle&) = delete;
   CertificateHandle& operator=(const CertificateHandle&) = delete;
 
+  /// Null when the bytes are not exactly one certificate.
+  static std::shared_ptr<const CertificateHandle> fromDER(std::span<const std::byte> der);
+  Data der() const;
+
   X509* const x509;
 };
+
+/// The common name, else the whole name in RFC 2253 form, as UTF-8.
+std::string nameSummary(const X509_NAME* name);
 
 /// Shares the certificates of `chain`, in its order; nothing is decoded again. Null gives an empty list.
 std::vector<SecCertificate> certificatesFromChain(const STACK_OF(X509) * chain);

@@ -67,9 +67,7 @@ void configure(X509_STORE_CTX* context, const TrustQuestion& question) {
 std::string nameOfCurrent(X509_STORE_CTX* context) {
   X509* current = X509_STORE_CTX_get_current_cert(context);
   if (!current) return "The certificate";
-  X509_up_ref(current);
-  return "The certificate \"" + SecCertificate(std::make_shared<const CertificateHandle>(current)).subjectSummary() +
-         "\"";
+  return "The certificate \"" + nameSummary(X509_get_subject_name(current)) + "\"";
 }
 
 TrustVerdict verdictOnFailure(X509_STORE_CTX* context) {
