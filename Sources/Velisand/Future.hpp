@@ -1,0 +1,159 @@
+#pragma once
+
+#include <concepts>
+#include <memory>
+#include <optional>
+#include <type_traits>
+#include <utility>
+
+#include "Platform/Dispatch/DispatchQueue.hpp"
+#include "Platform/Dispatch/DispatchTime.hpp"
+#include "Platform/Foundation/Error.hpp"
+#include "Velisand/FutureState.hpp"
+#include "Velisand/Result.hpp"
+
+namespace velisand {
+
+/// A value, or an error, that is there later. Copies are handles to the same future.
+///
+/// Whoever makes one completes it once, from any thread; any number of others, on any threads, wait for it,
+/// ask to be called, or `co_await` it:
+///
+///     Future<int> answer;
+///     answer.whenSucceeded([](int value) { show(value); });
+///     answer.markCompletion(42);
+///
+/// The value is shared by all who ask, so it must be copyable. When the last handle goes before the future
+/// is completed, its callbacks are dropped without being called.
+template <class T>
+class Future {
+  static_assert(std::is_void_v<T> || std::copy_constructible<T>,
+                "a future's value is shared by everyone who asks for it, so it must be copyable");
+
+ public:
+  using Value = T;
+
+  Future() : state_(std::make_shared<State>()) {}
+  /// A future that will be completed by a block of this serial queue. A block of that queue that waits for
+  /// it would wait forever, and traps instead.
+  static Future completedOn(platform::DispatchQueue queue) {
+    Future future;
+    future.state_->setCompletingQueue(std::move(queue));
+    return future;
+  }
+
+  /// Completes the future. The first completion or failure wins; any later one changes nothing and returns false.
+  template <class U = T>
+    requires(!std::is_void_v<T> && std::convertible_to<U, T>)
+  bool markCompletion(U&& value) const {
+    return markResult(Result<T>::success(std::forward<U>(value)));
+  }
+  bool markCompletion() const
+    requires std::is_void_v<T>
+  {
+    return markResult(Result<T>::success());
+  }
+  bool markFailure(platform::Error error) const { return markResult(Result<T>::failure(std::move(error))); }
+  bool markResult(Result<T> result) const { return state_->complete(std::move(result)); }
+
+  bool isCompleted() const { return state_->isCompleted(); }
+
+  /// Blocks until the future is completed. The waiting thread may meanwhile drive the network loop.
+  void wait() const { state_->wait(); }
+  /// False when the limit passed first.
+  bool wait(platform::Seconds limit) const { return state_->wait(limit); }
+  /// Blocks; returns the outcome.
+  Result<T> result() const {
+    wait();
+    return state_->result();
+  }
+  /// Blocks; returns the value, or throws the failure as a `platform::Error`.
+  T get() const {
+    wait();
+    if (const auto* error = state_->result().error()) throw *error;
+    if constexpr (!std::is_void_v<T>) return *state_->result().value();
+  }
+
+  /// Calls `callback(const Result<T>&)` once, asynchronously, when the future is completed (soon, when it is
+  /// already): on the given queue, or on the main queue when it is absent. Callbacks are submitted in the
+  /// order in which they were registered.
+  template <std::invocable<const Result<T>&> F>
+  void whenCompleted(std::optional<platform::DispatchQueue> queue, F callback) const {
+    // A plain pointer: the state holds the block, and keeps itself alive while the block runs.
+    state_->whenCompleted(std::move(queue), [state = state_.get(), callback = std::move(callback)]() mutable {
+      callback(state->result());
+    });
+  }
+  template <std::invocable<const Result<T>&> F>
+  void whenCompleted(F callback) const {
+    whenCompleted(std::nullopt, std::move(callback));
+  }
+
+  /// Calls `callback(value)`, or `callback()` for a future without a value, in the same manner, but only on success.
+  template <class F>
+  void whenSucceeded(std::optional<platform::DispatchQueue> queue, F callback) const {
+    whenCompleted(std::move(queue), [callback = std::move(callback)](const Result<T>& result) mutable {
+      if (!result) return;
+      if constexpr (std::is_void_v<T>) {
+        callback();
+      } else {
+        callback(*result.value());
+      }
+    });
+  }
+  template <class F>
+  void whenSucceeded(F callback) const {
+    whenSucceeded(std::nullopt, std::move(callback));
+  }
+
+  /// Calls `callback(const platform::Error&)` in the same manner, but only on failure.
+  template <std::invocable<const platform::Error&> F>
+  void whenFailed(std::optional<platform::DispatchQueue> queue, F callback) const {
+    whenCompleted(std::move(queue), [callback = std::move(callback)](const Result<T>& result) mutable {
+      if (const auto* error = result.error()) callback(*error);
+    });
+  }
+  template <std::invocable<const platform::Error&> F>
+  void whenFailed(F callback) const {
+    whenFailed(std::nullopt, std::move(callback));
+  }
+
+  class Awaiter;
+  /// The value, or a thrown `platform::Error`, as with `get()`, without blocking a thread. A coroutine that
+  /// was suspended resumes on the queue whose block it ran in, or on the global queue when it ran in none.
+  Awaiter operator co_await() const { return Awaiter(*this); }
+
+ private:
+  using State = detail::FutureState<T>;
+
+  std::shared_ptr<State> state_;
+
+  template <class>
+  friend class Task;
+};
+
+template <class T>
+class Future<T>::Awaiter {
+ public:
+  explicit Awaiter(Future future) : future_(std::move(future)) {}
+
+  bool await_ready() const { return future_.isCompleted(); }
+  template <class Handle>
+  void await_suspend(Handle handle) {
+    auto queue = detail::queueToResumeOn();
+    if constexpr (requires { handle.promise().resumesOn(queue); }) suspended_ = handle.promise().resumesOn(queue);
+    // The coroutine may be running elsewhere, and this awaiter be gone, before the call returns.
+    const auto state = future_.state_;
+    state->whenCompleted(std::move(queue), [handle]() mutable { handle.resume(); });
+  }
+  T await_resume() const {
+    if (suspended_) suspended_->setCompletingQueue(std::nullopt);
+    return future_.get();
+  }
+
+ private:
+  Future future_;
+  detail::AnyFutureState* suspended_ = nullptr;
+};
+
+}  // namespace velisand

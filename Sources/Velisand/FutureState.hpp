@@ -1,0 +1,63 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include "Platform/Dispatch/DispatchQueue.hpp"
+#include "Platform/Dispatch/DispatchTime.hpp"
+#include "Platform/Export.hpp"
+#include "Velisand/Result.hpp"
+
+namespace velisand::detail {
+
+/// What the handles of one future share, without its value: who waits, and what is to be called.
+class CORVANE_API AnyFutureState : public std::enable_shared_from_this<AnyFutureState> {
+ public:
+  AnyFutureState();
+  virtual ~AnyFutureState();
+  AnyFutureState(const AnyFutureState&) = delete;
+  AnyFutureState& operator=(const AnyFutureState&) = delete;
+
+  bool isCompleted() const noexcept { return completed_.load(std::memory_order_acquire); }
+  void wait();
+  bool wait(platform::Seconds limit);
+  /// The block may refer to this state: it lives until the block has run.
+  void whenCompleted(std::optional<platform::DispatchQueue> queue, platform::Block block);
+  void setCompletingQueue(std::optional<platform::DispatchQueue> queue);
+
+ protected:
+  /// True for one caller only, who then stores the outcome and publishes it.
+  bool claim() noexcept { return !claimed_.exchange(true, std::memory_order_acq_rel); }
+  void publish();
+
+ private:
+  struct Audience;
+
+  std::atomic<bool> claimed_ = false;
+  std::atomic<bool> completed_ = false;
+  const std::unique_ptr<Audience> audience_;
+};
+
+template <class T>
+class FutureState final : public AnyFutureState {
+ public:
+  bool complete(Result<T> result) {
+    if (!claim()) return false;
+    result_.emplace(std::move(result));
+    publish();
+    return true;
+  }
+
+  /// Requires: completed.
+  const Result<T>& result() const { return *result_; }
+
+ private:
+  std::optional<Result<T>> result_;
+};
+
+/// The queue of the running block, where there is one, else the global queue.
+CORVANE_API platform::DispatchQueue queueToResumeOn();
+
+}  // namespace velisand::detail
