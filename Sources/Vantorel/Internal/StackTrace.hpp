@@ -1,0 +1,10 @@
+#pragma once
+
+#include <string>
+
+namespace vantorel::internal {
+
+/// The calling thread's stack, innermost frame first, each on an indented line of its own.
+std::string stackTrace();
+
+}  // namespace vantorel::internal

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <memory>
+
+#include "Vantorel/LogSink.hpp"
+
+namespace vantorel::internal {
+
+/// Writes records to standard error, one after the other, coloured on a terminal.
+std::shared_ptr<LogSink> makeStandardErrorSink();
+
+}  // namespace vantorel::internal

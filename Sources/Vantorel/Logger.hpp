@@ -1,0 +1,55 @@
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "Platform/Export.hpp"
+#include "Platform/Foundation/Dictionary.hpp"
+#include "Vantorel/LogRecord.hpp"
+
+namespace vantorel {
+
+/// A named source of log records, which go to the process's sink (`setLogSink`). Thread-safe.
+///
+/// The place defaults to that of the call. A record's stack trace is the sink's to take; the default of the
+/// flag is `shouldLogStackTrace`.
+class CORVANE_API Logger {
+ public:
+  /// Decides whether a record is logged. Called on the thread that logs.
+  using Validation = std::function<bool(const LogRecord&)>;
+
+  /// Whether records carry a stack trace unless the call says otherwise. Process-wide; false at first.
+  static std::atomic<bool> shouldLogStackTrace;
+
+  Logger(std::string name, Validation validation);
+
+  const std::string& name() const { return name_; }
+
+  void debug(std::string message, std::optional<platform::Dictionary> userInfo = std::nullopt,
+             std::optional<std::string> category = std::nullopt, const char* file = __builtin_FILE(),
+             const char* function = __builtin_FUNCTION(), int line = __builtin_LINE(),
+             bool withStackTrace = shouldLogStackTrace) const;
+  void info(std::string message, std::optional<platform::Dictionary> userInfo = std::nullopt,
+            std::optional<std::string> category = std::nullopt, const char* file = __builtin_FILE(),
+            const char* function = __builtin_FUNCTION(), int line = __builtin_LINE(),
+            bool withStackTrace = shouldLogStackTrace) const;
+  void error(std::string message, std::optional<platform::Dictionary> userInfo = std::nullopt,
+             std::optional<std::string> category = std::nullopt, const char* file = __builtin_FILE(),
+             const char* function = __builtin_FUNCTION(), int line = __builtin_LINE(),
+             bool withStackTrace = shouldLogStackTrace) const;
+  void fault(std::string message, std::optional<platform::Dictionary> userInfo = std::nullopt,
+             std::optional<std::string> category = std::nullopt, const char* file = __builtin_FILE(),
+             const char* function = __builtin_FUNCTION(), int line = __builtin_LINE(),
+             bool withStackTrace = shouldLogStackTrace) const;
+
+  /// Logs a record whose `logger` and `time` this function fills in.
+  void log(LogRecord record) const;
+
+ private:
+  std::string name_;
+  Validation validation_;
+};
+
+}  // namespace vantorel
