@@ -10,10 +10,8 @@ if(NOT CORVANE_CCACHE)
 endif()
 
 # Precompiled headers can be cached only with these two sloppinesses (ccache manual, "Precompiled headers").
-# The base directory lets clones in different places share what they built.
 set(CMAKE_CXX_COMPILER_LAUNCHER env
-  CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
-  "CCACHE_BASEDIR=${PROJECT_SOURCE_DIR}" CCACHE_NOHASHDIR=1 "${CORVANE_CCACHE}")
+  CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime "${CORVANE_CCACHE}")
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   add_compile_options(-fpch-preprocess)
 elseif(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")

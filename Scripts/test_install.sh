@@ -1,0 +1,101 @@
+#!/usr/bin/env bash
+# Installs the library, static and shared, and builds and runs an application that uses it in every way a user
+# may: find_package, add_subdirectory, and plain g++ with pkg-config. The installed trees are moved first, so
+# that no path of the build can have stayed in them.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+root=$PWD
+work=$root/build/install-test
+rm -rf "$work"
+mkdir -p "$work"
+application=$root/Tests/Consumer
+export CMAKE_GENERATOR=Ninja CMAKE_BUILD_PARALLEL_LEVEL=${JOBS:-$(nproc)}
+if command -v ccache >/dev/null; then
+  # All builds compile the same files with the same options; the second one and those after it find them here.
+  export CMAKE_CXX_COMPILER_LAUNCHER=ccache CCACHE_BASEDIR=$root CCACHE_NOHASHDIR=1
+fi
+
+say() { printf '%s\n' "-- $*"; }
+
+# run PROGRAM: the application must end well, and say what it saw.
+run() {
+  "$@" | tee "$work/output"
+  grep -q '^ok' "$work/output" || { echo "the application did not say ok"; exit 1; }
+}
+
+install_library() {
+  local kind=$1 shared=$2
+  say "installing the $kind library"
+  cmake -S . -B "$work/$kind/build" -DCMAKE_BUILD_TYPE=Release -DBUILD_SHARED_LIBS="$shared" \
+    -DCMAKE_INSTALL_PREFIX="$work/$kind/first" -DCMAKE_INSTALL_LIBDIR=lib \
+    -DCORVANE_BUILD_TESTS=OFF -DCORVANE_BUILD_TOOL=OFF -DCORVANE_BUILD_EXAMPLES=OFF >/dev/null
+  cmake --build "$work/$kind/build"
+  cmake --install "$work/$kind/build" >/dev/null
+  mv "$work/$kind/first" "$work/$kind/prefix"
+}
+
+check_installed_files() {
+  local prefix=$1
+  say "only what is public is installed"
+  if find "$prefix/include" -path '*Internal*' | grep .; then
+    echo "these headers are internal"
+    exit 1
+  fi
+  local sources installed
+  sources=$(cd Sources && find . -name '*.hpp' -not -path '*/Internal/*' | sort)
+  installed=$(cd "$prefix/include/corvane" && find . -type f | sort)
+  diff <(echo "$sources") <(echo "$installed") || { echo "installed headers differ from the public ones"; exit 1; }
+  if grep -rIl -e "$work" -e "$root/Sources" "$prefix"; then
+    echo "these files name folders of the build"
+    exit 1
+  fi
+}
+
+with_find_package() {
+  local kind=$1
+  say "find_package, $kind"
+  cmake -S "$application" -B "$work/$kind/application" -DCMAKE_PREFIX_PATH="$work/$kind/prefix" >/dev/null
+  cmake --build "$work/$kind/application"
+  run "$work/$kind/application/consumer"
+}
+
+with_pkg_config() {
+  local kind=$1
+  say "pkg-config, $kind"
+  local flags
+  flags=$(PKG_CONFIG_PATH="$work/$kind/prefix/lib/pkgconfig" pkg-config --cflags --libs corvane)
+  g++ -std=c++20 "$application/Consumer.cpp" -o "$work/$kind/plain" $flags
+  LD_LIBRARY_PATH="$work/$kind/prefix/lib" run "$work/$kind/plain"
+}
+
+# What is not marked CORVANE_API must not be seen from outside: with it, someone would come to depend on it.
+check_shared_library() {
+  local library=$work/shared/prefix/lib/libcorvane.so
+  say "the shared library is versioned and shows only what is its own"
+  [ -L "$library" ] || { echo "$library should be a link to its version"; exit 1; }
+  objdump -p "$library" | grep -q 'SONAME *libcorvane\.so\.[0-9]' || { echo "$library has no versioned SONAME"; exit 1; }
+  if nm -DC --defined-only "$library" | grep -E ' [TBD] ' |
+    grep -vE ' (platform|velisand|vantorel|corvane)::| (typeinfo|vtable|VTT|guard variable|non-virtual thunk|virtual thunk)'; then
+    echo "these symbols should be hidden"
+    exit 1
+  fi
+}
+
+with_add_subdirectory() {
+  say "add_subdirectory"
+  cmake -S "$application" -B "$work/embedded" -DCORVANE_SOURCE_DIR="$root" -DCMAKE_BUILD_TYPE=Release >/dev/null
+  cmake --build "$work/embedded"
+  run "$work/embedded/consumer"
+}
+
+install_library static OFF
+install_library shared ON
+for kind in static shared; do
+  check_installed_files "$work/$kind/prefix"
+  with_find_package "$kind"
+  with_pkg_config "$kind"
+done
+check_shared_library
+with_add_subdirectory
+say "done"
