@@ -16,6 +16,8 @@ namespace platform {
 class CORVANE_API HTTPHeaderFields {
  public:
   using Field = std::pair<std::string, std::string>;
+  using value_type = Field;
+  using const_iterator = std::vector<Field>::const_iterator;
 
   HTTPHeaderFields() = default;
   /// Each entry is `set`.
@@ -35,8 +37,8 @@ class CORVANE_API HTTPHeaderFields {
 
   std::size_t count() const { return fields_.size(); }
   bool isEmpty() const { return fields_.empty(); }
-  std::vector<Field>::const_iterator begin() const { return fields_.begin(); }
-  std::vector<Field>::const_iterator end() const { return fields_.end(); }
+  const_iterator begin() const { return fields_.begin(); }
+  const_iterator end() const { return fields_.end(); }
 
   /// Empty when name and value may be sent; otherwise a sentence that names the field and what is wrong: a
   /// name that is not a token (RFC 9110, 5.6.2) or is empty, a value with a line break, a NUL or another

@@ -67,7 +67,7 @@ void AdmissionQueue::finished(AdmissionEntry& entry) {
   entry.state_ = AdmissionEntry::State::outside;
   --host.active;
   --active_;
-  if (waiting_ == 0 && active_ < limit_ / 2) limit_ = std::max(active_ * 2, std::min(initialLimit, cap_));
+  lowerLimitIfUnused();
   refreshReadiness(host);
   forgetIfUnused(host);
 }
@@ -78,6 +78,7 @@ bool AdmissionQueue::cancel(AdmissionEntry& entry) {
   host.waiting.remove(entry);
   entry.state_ = AdmissionEntry::State::outside;
   --waiting_;
+  lowerLimitIfUnused();
   refreshReadiness(host);
   forgetIfUnused(host);
   return true;
@@ -117,6 +118,10 @@ void AdmissionQueue::refreshReadiness(AdmissionHost& host) {
   } else {
     ready_.remove(host);
   }
+}
+
+void AdmissionQueue::lowerLimitIfUnused() {
+  if (waiting_ == 0 && active_ < limit_ / 2) limit_ = std::max(active_ * 2, std::min(initialLimit, cap_));
 }
 
 void AdmissionQueue::forgetIfUnused(AdmissionHost& host) {

@@ -85,6 +85,7 @@ class AdmissionQueue {
 
   AdmissionHost& hostNamed(std::string_view name);
   void refreshReadiness(AdmissionHost& host);
+  void lowerLimitIfUnused();
   void forgetIfUnused(AdmissionHost& host);
 
   const std::size_t cap_;

@@ -1,0 +1,304 @@
+#include "Platform/Loading/Internal/AdmissionQueue.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <deque>
+#include <map>
+#include <random>
+
+namespace platform::detail {
+namespace {
+
+struct Transfer : AdmissionEntry {
+  explicit Transfer(std::string hostName = "a") : host(std::move(hostName)) {}
+  std::string host;
+};
+
+/// Transfers that are taken out of the queue again when the test ends.
+class AdmissionQueueTest : public testing::Test {
+ protected:
+  ~AdmissionQueueTest() override {
+    for (Transfer& transfer : transfers_) {
+      queue.cancel(transfer);
+      if (transfer.isActive()) queue.finished(transfer);
+    }
+  }
+
+  Transfer& enqueue(const std::string& host, std::size_t maximum = 0) {
+    Transfer& transfer = transfers_.emplace_back(host);
+    queue.enqueue(host, transfer, maximum);
+    return transfer;
+  }
+  void enqueue(const std::string& host, int count, std::size_t maximum) {
+    for (int i = 0; i < count; ++i) enqueue(host, maximum);
+  }
+  Transfer* next() { return static_cast<Transfer*>(queue.next()); }
+  std::vector<Transfer*> startAll() {
+    std::vector<Transfer*> started;
+    while (Transfer* transfer = next()) started.push_back(transfer);
+    return started;
+  }
+
+  AdmissionQueue queue{1000};
+
+ private:
+  std::deque<Transfer> transfers_;
+};
+
+TEST_F(AdmissionQueueTest, startsTheTransfersOfAHostInOrder) {
+  Transfer& first = enqueue("a");
+  Transfer& second = enqueue("a");
+
+  EXPECT_TRUE(first.isWaiting());
+  EXPECT_EQ(next(), &first);
+  EXPECT_TRUE(first.isActive());
+  EXPECT_EQ(next(), &second);
+  EXPECT_EQ(next(), nullptr);
+  EXPECT_EQ(queue.active(), 2U);
+  EXPECT_EQ(queue.waiting(), 0U);
+}
+
+TEST_F(AdmissionQueueTest, startsNoMoreThanItsLimit) {
+  enqueue("a", 100, 0);
+
+  const auto started = startAll();
+
+  EXPECT_EQ(started.size(), AdmissionQueue::initialLimit);
+  EXPECT_EQ(queue.waiting(), 36U);
+}
+
+TEST_F(AdmissionQueueTest, startsAnotherWhenOneFinished) {
+  enqueue("a", 65, 0);
+  const auto started = startAll();
+  ASSERT_EQ(next(), nullptr);
+
+  queue.finished(*started.front());
+
+  EXPECT_FALSE(started.front()->isActive());
+  EXPECT_NE(next(), nullptr);
+  EXPECT_EQ(next(), nullptr);
+}
+
+TEST_F(AdmissionQueueTest, neverExceedsAHostsMaximum) {
+  enqueue("a", 10, 3);
+
+  const auto started = startAll();
+  EXPECT_EQ(started.size(), 3U);
+  EXPECT_FALSE(queue.loopWasIdle()) << "it is not the limit that holds things up";
+  EXPECT_EQ(next(), nullptr);
+
+  queue.finished(*started[1]);
+  EXPECT_NE(next(), nullptr);
+  EXPECT_EQ(next(), nullptr);
+}
+
+TEST_F(AdmissionQueueTest, aHostAtItsMaximumHoldsUpNoOther) {
+  enqueue("slow", 5, 1);
+  Transfer& other = enqueue("other");
+
+  const auto started = startAll();
+
+  EXPECT_EQ(started.size(), 2U);
+  EXPECT_TRUE(other.isActive());
+}
+
+TEST_F(AdmissionQueueTest, hostsTakeTurns) {
+  enqueue("a", 200, 0);
+  startAll();
+  enqueue("b", 2, 0);
+  const auto started = [&] {
+    queue.loopWasIdle();
+    return startAll();
+  }();
+
+  ASSERT_GE(started.size(), 4U);
+  EXPECT_EQ(started[0]->host, "a");
+  EXPECT_EQ(started[1]->host, "b");
+  EXPECT_EQ(started[2]->host, "a");
+  EXPECT_EQ(started[3]->host, "b");
+}
+
+TEST_F(AdmissionQueueTest, growsByHalfWhileTheLoopIsIdleAndTransfersWait) {
+  enqueue("a", 1200, 0);
+
+  std::vector<std::size_t> limits;
+  do {
+    startAll();
+    limits.push_back(queue.limit());
+  } while (queue.loopWasIdle());
+
+  EXPECT_THAT(limits, testing::ElementsAre(64, 96, 144, 216, 324, 486, 729, 1000));
+  EXPECT_EQ(queue.active(), 1000U);
+}
+
+TEST_F(AdmissionQueueTest, doesNotGrowWhenNothingWaits) {
+  enqueue("a", 64, 0);
+  startAll();
+
+  EXPECT_FALSE(queue.loopWasIdle());
+  EXPECT_EQ(queue.limit(), 64U);
+}
+
+TEST_F(AdmissionQueueTest, doesNotGrowWhileTheLimitIsNotUsedUp) {
+  enqueue("a", 10, 0);
+
+  EXPECT_FALSE(queue.loopWasIdle());
+  EXPECT_EQ(queue.limit(), 64U);
+}
+
+TEST_F(AdmissionQueueTest, fallsBackAsTheQueueRunsDry) {
+  enqueue("a", 300, 0);
+  auto started = startAll();
+  while (queue.loopWasIdle()) {
+    const auto more = startAll();
+    started.insert(started.end(), more.begin(), more.end());
+  }
+  ASSERT_EQ(started.size(), 300U);
+  ASSERT_EQ(queue.limit(), 324U);
+
+  for (std::size_t i = 0; i < 138; ++i) queue.finished(*started[i]);
+  EXPECT_EQ(queue.limit(), 324U) << "half of it is still used";
+  for (std::size_t i = 138; i < 300; ++i) queue.finished(*started[i]);
+
+  EXPECT_EQ(queue.limit(), 64U);
+}
+
+TEST_F(AdmissionQueueTest, cancelTakesOutWhatWaitsAndNothingElse) {
+  Transfer& first = enqueue("a");
+  Transfer& second = enqueue("a");
+  Transfer& third = enqueue("a");
+  ASSERT_EQ(next(), &first);
+
+  EXPECT_TRUE(queue.cancel(second));
+  EXPECT_FALSE(queue.cancel(second));
+  EXPECT_FALSE(queue.cancel(first));
+
+  EXPECT_EQ(next(), &third);
+  EXPECT_EQ(queue.waiting(), 0U);
+  EXPECT_EQ(queue.active(), 2U);
+}
+
+TEST_F(AdmissionQueueTest, cancellingTheLastOfAHostTakesTheHostOutOfTheRound) {
+  Transfer& only = enqueue("a");
+  Transfer& other = enqueue("b");
+
+  queue.cancel(only);
+
+  EXPECT_EQ(next(), &other);
+  EXPECT_EQ(next(), nullptr);
+}
+
+TEST_F(AdmissionQueueTest, aTransferMayComeAgain) {
+  Transfer& transfer = enqueue("a");
+  queue.cancel(transfer);
+  queue.enqueue("b", transfer);
+  EXPECT_EQ(next(), &transfer);
+  queue.finished(transfer);
+  queue.enqueue("a", transfer);
+
+  EXPECT_EQ(next(), &transfer);
+}
+
+TEST_F(AdmissionQueueTest, aLowerMaximumHoldsForWhatComesLater) {
+  enqueue("a", 4, 0);
+  startAll();
+  Transfer& late = enqueue("a", 2);
+
+  EXPECT_EQ(next(), nullptr);
+  EXPECT_TRUE(late.isWaiting());
+}
+
+TEST_F(AdmissionQueueTest, knowsManyHosts) {
+  for (int round = 0; round < 3; ++round) {
+    for (int i = 0; i < 500; ++i) {
+      Transfer& transfer = enqueue("host" + std::to_string(i));
+      ASSERT_EQ(next(), &transfer);
+      queue.finished(transfer);
+    }
+  }
+  EXPECT_EQ(queue.active(), 0U);
+}
+
+TEST(AdmissionQueueDescriptorsTest, leavesDescriptorsToTheApplication) {
+  EXPECT_EQ(AdmissionQueue::capForDescriptors(0), 4U);
+  EXPECT_EQ(AdmissionQueue::capForDescriptors(64), 4U);
+  EXPECT_EQ(AdmissionQueue::capForDescriptors(100), 36U);
+  EXPECT_EQ(AdmissionQueue::capForDescriptors(256), 128U);
+  EXPECT_EQ(AdmissionQueue::capForDescriptors(1024), 512U);
+  EXPECT_EQ(AdmissionQueue::capForDescriptors(1048576), 4096U);
+  EXPECT_GT(AdmissionQueue::descriptorLimit(), 3U);
+}
+
+TEST(AdmissionQueueDescriptorsTest, startsBelowItsInitialLimitWhereDescriptorsAreFew) {
+  const AdmissionQueue queue(10);
+
+  EXPECT_EQ(queue.limit(), 10U);
+}
+
+TEST(AdmissionQueueDeathTest, trapsWhenATransferIsEnqueuedTwice) {
+  AdmissionQueue queue(10);
+  Transfer transfer;
+  queue.enqueue("a", transfer);
+
+  EXPECT_DEATH(queue.enqueue("a", transfer), "enqueued twice");
+  queue.cancel(transfer);
+}
+
+TEST(AdmissionQueueDeathTest, trapsWhenAWaitingTransferIsDestroyed) {
+  EXPECT_DEATH(
+      {
+        AdmissionQueue queue(10);
+        Transfer transfer;
+        queue.enqueue("a", transfer);
+      },
+      "destroyed while");
+}
+
+/// A plain re-statement of the rules, to compare with over random operations.
+TEST(AdmissionQueueRandomTest, keepsEveryLimitWhateverHappens) {
+  std::mt19937 random(7);
+  AdmissionQueue queue(150);
+  std::deque<Transfer> transfers;
+  for (int i = 0; i < 400; ++i) transfers.emplace_back("host" + std::to_string(i % 9));
+  std::map<std::string, std::size_t> activeOfHost;
+  const auto maximumOf = [](const Transfer& transfer) -> std::size_t { return transfer.host == "host3" ? 2 : 0; };
+
+  for (int step = 0; step < 60000; ++step) {
+    Transfer& transfer = transfers[random() % transfers.size()];
+    if (transfer.isActive()) {
+      queue.finished(transfer);
+      --activeOfHost[transfer.host];
+    } else if (transfer.isWaiting()) {
+      if (random() % 4 == 0) {
+        EXPECT_TRUE(queue.cancel(transfer));
+      }
+    } else {
+      queue.enqueue(transfer.host, transfer, maximumOf(transfer));
+    }
+    if (random() % 50 == 0) queue.loopWasIdle();
+    while (auto* started = static_cast<Transfer*>(queue.next())) {
+      ++activeOfHost[started->host];
+      ASSERT_TRUE(started->isActive());
+    }
+    ASSERT_LE(queue.active(), 150U);
+    ASSERT_LE(activeOfHost["host3"], 2U);
+    // Nothing that may start is left waiting.
+    if (queue.active() < queue.limit()) {
+      const auto mayStart = [&](const Transfer& one) {
+        return one.isWaiting() && (one.host != "host3" || activeOfHost["host3"] < 2);
+      };
+      ASSERT_TRUE(std::none_of(transfers.begin(), transfers.end(), mayStart));
+    }
+  }
+  for (Transfer& transfer : transfers) {
+    queue.cancel(transfer);
+    if (transfer.isActive()) queue.finished(transfer);
+  }
+  EXPECT_EQ(queue.waiting() + queue.active(), 0U);
+  EXPECT_EQ(queue.limit(), 64U);
+}
+
+}  // namespace
+}  // namespace platform::detail
