@@ -1,0 +1,44 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "Corvane/Responses/HTTPResponsable.hpp"
+#include "Corvane/Responses/HTTPResult.hpp"
+#include "Corvane/Responses/ResponseRecord.hpp"
+#include "Platform/Export.hpp"
+
+namespace corvane {
+
+/// The outcome of a request whose body is kept as bytes.
+using DataResult = HTTPResult<platform::Data>;
+
+/// The response of a request whose body is kept as bytes.
+///
+/// The result is a success for an HTTP answer with a status from 200 to 206, whatever the request itself
+/// accepts; its body is the bytes of `data`, not a copy of them. Any other answer is a failure, with `data`,
+/// `headers` and `status` as received.
+struct CORVANE_API DataResponse : ResponseRecord {
+  using Result = DataResult;
+
+  /// Judges what a finished task hands back: a present error is the failure; an HTTP answer counts by its
+  /// status (`HTTPResponseError::unacceptableStatus`); without either,
+  /// `HTTPUnknownError::dataResponseFailedToConstruct`. The URL is of no use to this type.
+  DataResponse(std::optional<platform::Data> data, std::optional<platform::URL> url,
+               std::shared_ptr<const platform::URLResponse> response, std::optional<platform::Error> error);
+  /// A failure, with what the platform response says.
+  DataResponse(std::shared_ptr<const platform::URLResponse> response, std::optional<platform::Data> data,
+               platform::Error error);
+  /// A result that is known already. Requires: the response is not null.
+  DataResponse(DataResult result, std::optional<platform::Data> data,
+               std::shared_ptr<const platform::HTTPURLResponse> response);
+  /// All fields as given: `DataResponse(DataResult::success(body), {.data = body, .status = HTTPStatus::created})`.
+  explicit DataResponse(DataResult result, ResponseRecord record = {});
+
+  std::string debugDescription() const;
+
+  DataResult result;
+};
+
+}  // namespace corvane

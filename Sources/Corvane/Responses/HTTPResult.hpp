@@ -1,0 +1,47 @@
+#pragma once
+
+#include <concepts>
+#include <optional>
+#include <utility>
+
+#include "Platform/Foundation/Error.hpp"
+
+namespace corvane {
+
+/// What a response's result tells: the body on success, the error on failure, each as a pointer that is
+/// null otherwise.
+template <class R>
+concept HTTPResultable = requires(const R& result) {
+  typename R::Body;
+  { result.body() } -> std::convertible_to<const typename R::Body*>;
+  { result.error() } -> std::convertible_to<const platform::Error*>;
+};
+
+/// The outcome of an exchange: success with its body, or failure with its error.
+///
+///     if (const auto* body = response.result.body()) use(*body);
+///     else report(*response.result.error());
+///
+/// A success may come without a body, where the exchange delivered none at all; then both are null.
+template <class BodyType>
+class HTTPResult {
+ public:
+  using Body = BodyType;
+
+  static HTTPResult success(std::optional<Body> body) { return HTTPResult(std::move(body), std::nullopt); }
+  static HTTPResult failure(platform::Error error) { return HTTPResult(std::nullopt, std::move(error)); }
+
+  bool isSuccess() const { return !error_; }
+  explicit operator bool() const { return isSuccess(); }
+  const Body* body() const { return body_ ? &*body_ : nullptr; }
+  const platform::Error* error() const { return error_ ? &*error_ : nullptr; }
+
+ private:
+  HTTPResult(std::optional<Body> body, std::optional<platform::Error> error)
+      : body_(std::move(body)), error_(std::move(error)) {}
+
+  std::optional<Body> body_;
+  std::optional<platform::Error> error_;
+};
+
+}  // namespace corvane
