@@ -90,12 +90,23 @@ class CheckLayersTest(unittest.TestCase):
 
     def test_refuses_rooms_that_include_each_other(self):
         problems = self.problems(
-            Corvane__A__X_dot_hpp='#include "Corvane/B/Y.hpp"\n',
-            Corvane__B__Y_dot_hpp="",
-            Corvane__B__Y_dot_cpp='#include "Corvane/A/X.hpp"\n',
+            Platform__A__X_dot_hpp='#include "Platform/B/Y.hpp"\n',
+            Platform__B__Y_dot_hpp="",
+            Platform__B__Y_dot_cpp='#include "Platform/A/X.hpp"\n',
         )
 
-        self.assert_only(problems, "rooms include each other: Corvane/A -> Corvane/B -> Corvane/A")
+        self.assert_only(problems, "rooms include each other: Platform/A -> Platform/B -> Platform/A")
+
+    def test_lets_only_sources_of_the_library_look_back(self):
+        texts = {
+            "Corvane__A__X_dot_hpp": '#include "Corvane/B/Y.hpp"\n',
+            "Corvane__B__Y_dot_hpp": "",
+            "Corvane__B__Y_dot_cpp": '#include "Corvane/A/X.hpp"\n',
+        }
+
+        self.assertEqual(self.problems(**texts), [])
+        texts["Corvane__B__Z_dot_hpp"] = texts.pop("Corvane__B__Y_dot_cpp")
+        self.assert_only(self.problems(**texts), "rooms include each other: Corvane/A -> Corvane/B -> Corvane/A")
 
     def test_refuses_an_include_that_leads_nowhere(self):
         self.assert_only(self.problems(Corvane__A_dot_cpp='#include "Corvane/Gone.hpp"\n'), "there is no file")
