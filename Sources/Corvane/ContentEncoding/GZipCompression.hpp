@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+
+#include "Platform/Export.hpp"
+
+namespace corvane {
+
+/// How hard the gzip archiver tries: a zlib level. Any other number goes to zlib as it is, which refuses
+/// what it does not know.
+class CORVANE_API GZipCompression {
+ public:
+  static const GZipCompression none;
+  static const GZipCompression bestSpeed;
+  static const GZipCompression bestCompression;
+  /// Lets zlib choose.
+  static const GZipCompression default_;
+
+  constexpr explicit GZipCompression(std::int32_t rawValue) : rawValue_(rawValue) {}
+  constexpr std::int32_t rawValue() const { return rawValue_; }
+
+  friend constexpr bool operator==(GZipCompression, GZipCompression) = default;
+
+ private:
+  std::int32_t rawValue_;
+};
+
+inline constexpr GZipCompression GZipCompression::none{0};
+inline constexpr GZipCompression GZipCompression::bestSpeed{1};
+inline constexpr GZipCompression GZipCompression::bestCompression{9};
+inline constexpr GZipCompression GZipCompression::default_{-1};
+
+}  // namespace corvane

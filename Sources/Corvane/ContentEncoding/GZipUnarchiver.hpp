@@ -1,0 +1,26 @@
+#pragma once
+
+#include <utility>
+
+#include "Platform/Export.hpp"
+#include "Platform/Foundation/Data.hpp"
+
+namespace corvane {
+
+/// Decompresses gzip (RFC 1952), all at once.
+class CORVANE_API GZipUnarchiver {
+ public:
+  explicit GZipUnarchiver(platform::Data data) : compressedData_(std::move(data)) {}
+
+  const platform::Data& compressedData() const { return compressedData_; }
+
+  /// The original bytes; input that does not begin like gzip as it is. Bytes behind the end of the gzip
+  /// stream are ignored. Throws `GZipError`: `buffer` when the input ends too early, `data` when it or its
+  /// checksum is damaged. Traps for more than 4 GiB of input.
+  platform::Data unzip() const;
+
+ private:
+  platform::Data compressedData_;
+};
+
+}  // namespace corvane
