@@ -1,38 +1,48 @@
 #pragma once
 
 #include <concepts>
+#include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <iosfwd>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <type_traits>
-#include <typeinfo>
 #include <utility>
-#include <variant>
 #include <vector>
 
 #include "Platform/Export.hpp"
 #include "Platform/Foundation/Data.hpp"
+#include "Platform/Foundation/TypeName.hpp"
 
 namespace platform {
 
 class Dictionary;
 
-/// The plain name of a type as a C++ programmer writes it, e.g. "app::User".
-CORVANE_API std::string typeName(const std::type_info& type);
-template <class T>
-std::string typeName() {
-  return typeName(typeid(T));
-}
+/// A dictionary that is made when somebody asks for it, by calling this value. Copies share the function.
+class CORVANE_API DeferredDictionary {
+ public:
+  template <class Function>
+    requires(std::is_invocable_v<const std::decay_t<Function>&> &&
+             !std::same_as<std::decay_t<Function>, DeferredDictionary>)
+  DeferredDictionary(Function&& make)  // NOLINT(google-explicit-constructor): a function is a deferred dictionary
+      : maker_(std::make_shared<const MakerOf<std::decay_t<Function>>>(std::forward<Function>(make))) {}
 
-/// A type as a value: what `malformedData` and friends carry.
-struct TypeValue {
-  const std::type_info* type = &typeid(void);
-  std::string name() const { return typeName(*type); }
-  friend bool operator==(const TypeValue& left, const TypeValue& right) { return *left.type == *right.type; }
+  Dictionary operator()() const;
+
+ private:
+  struct CORVANE_API Maker {
+    virtual ~Maker();
+    virtual void make(Dictionary& made) const = 0;
+  };
+  template <class Function>
+  struct MakerOf final : Maker {
+    explicit MakerOf(Function maker) : function(std::move(maker)) {}
+    void make(Dictionary& made) const override { made = function(); }
+    Function function;
+  };
+  std::shared_ptr<const Maker> maker_;
 };
 
 template <class T>
@@ -41,64 +51,138 @@ concept StreamPrintable = requires(std::ostream& stream, const T& value) { strea
 /// A value of any printable kind: numbers, booleans, text, bytes, nested dictionaries and lists, types, a
 /// deferred dictionary, and anything with an `operator<<`. Used for header and query values, user
 /// information of errors and log records, and bundle information.
+///
+/// A small value type: copies share text, bytes and what is nested. Safe to read on several threads.
+///
+/// | You write | You get |
+/// |---|---|
+/// | `true` | a boolean |
+/// | any integer, also of a fixed width | an integer |
+/// | a floating-point number | a real number; a `float` by its shortest decimal, so 0.1f is 0.1 |
+/// | `'c'` | text of one character |
+/// | `"…"`, `std::string`, `std::string_view` | text |
+/// | `nullptr`, a null `const char*` | null |
+/// | another pointer, `wchar_t` or `char16_t` and the like | does not compile |
+/// | any other type with an `operator<<` | the text it prints, rendered once, now |
 class CORVANE_API AnyValue {
  public:
   using List = std::vector<AnyValue>;
-  /// A dictionary that is made when somebody asks for it.
-  using Deferred = std::function<Dictionary()>;
+  using Deferred = DeferredDictionary;
 
   AnyValue() noexcept = default;
-  AnyValue(bool value) : storage_(value) {}  // NOLINT(google-explicit-constructor): this is the point of the type
+  AnyValue(const AnyValue& other) noexcept = default;
+  /// Leaves `other` null.
+  AnyValue(AnyValue&& other) noexcept
+      : kind_(std::exchange(other.kind_, Kind::null)), small_(other.small_), large_(std::move(other.large_)) {}
+  AnyValue& operator=(const AnyValue& other) noexcept = default;
+  AnyValue& operator=(AnyValue&& other) noexcept {
+    AnyValue taken(std::move(other));
+    kind_ = taken.kind_;
+    small_ = taken.small_;
+    large_.swap(taken.large_);
+    return *this;
+  }
+  ~AnyValue() = default;
+  AnyValue(std::nullptr_t) noexcept {}  // NOLINT(google-explicit-constructor): conversions are the point of the type
+  template <std::same_as<bool> T>
+  AnyValue(T value) noexcept : kind_(Kind::boolean), small_{.boolean = value} {}
   template <std::signed_integral T>
-  AnyValue(T value) : storage_(static_cast<std::int64_t>(value)) {}
+    requires(sizeof(T) <= sizeof(std::int64_t) && !std::same_as<T, char> && !std::same_as<T, wchar_t>)
+  AnyValue(T value) noexcept : kind_(Kind::integer), small_{.integer = value} {}
   template <std::unsigned_integral T>
-    requires(!std::same_as<T, bool>)
-  AnyValue(T value) : storage_(static_cast<std::uint64_t>(value)) {}
-  AnyValue(double value) : storage_(value) {}
+    requires(sizeof(T) <= sizeof(std::uint64_t) && !std::same_as<T, bool> && !std::same_as<T, char> &&
+             !std::same_as<T, wchar_t> && !std::same_as<T, char8_t> && !std::same_as<T, char16_t> &&
+             !std::same_as<T, char32_t>)
+  AnyValue(T value) noexcept {
+    setUnsigned(value);
+  }
+  template <std::same_as<char> T>
+  AnyValue(T character) : AnyValue(std::string_view(&character, 1)) {}
+  AnyValue(double value) noexcept : kind_(Kind::real), small_{.real = value} {}
   AnyValue(float value);
-  AnyValue(const char* text) : storage_(std::string(text)) {}
-  AnyValue(std::string_view text) : storage_(std::string(text)) {}
-  AnyValue(std::string text) : storage_(std::move(text)) {}
-  AnyValue(Data data) : storage_(std::move(data)) {}
-  AnyValue(TypeValue type) : storage_(type) {}
+  AnyValue(const char* text);
+  AnyValue(std::string_view text);
+  AnyValue(std::string text);
+  AnyValue(Data data);
+  AnyValue(TypeValue type);
   AnyValue(Dictionary dictionary);
   AnyValue(List list);
-  AnyValue(Deferred deferred) : storage_(std::move(deferred)) {}
-  /// Anything printable; it is rendered once, now.
+  AnyValue(Deferred deferred);
   template <class T>
-    requires(StreamPrintable<T> && !std::is_arithmetic_v<T> && !std::convertible_to<const T&, std::string_view> &&
-             !std::same_as<T, AnyValue> && !std::convertible_to<const T&, const char*>)
-  AnyValue(const T& value)  // NOLINT(google-explicit-constructor)
-      : storage_(render(&value, [](std::ostream& stream, const void* object) { stream << *static_cast<const T*>(object); })) {}
+    requires(!std::same_as<std::remove_cv_t<T>, char>)
+  AnyValue(T*) = delete;
+  template <class T>
+    requires(StreamPrintable<T> && !std::is_arithmetic_v<T> && !std::is_pointer_v<T> && !std::is_array_v<T> &&
+             !std::convertible_to<const T&, std::string_view> && !std::is_invocable_v<const T&>)
+  AnyValue(const T& value) : AnyValue(render(&value, &print<T>)) {}
 
-  bool isNull() const { return std::holds_alternative<std::monostate>(storage_); }
-  bool isText() const { return std::holds_alternative<std::string>(storage_); }
+  bool isNull() const noexcept { return kind_ == Kind::null; }
+  bool isText() const noexcept { return kind_ == Kind::text; }
 
   /// The value as text, the way it is written into a header or a query: text as it is, integers in
-  /// decimal, doubles as the shortest decimal that reads back the same (a whole double keeps ".0"),
-  /// booleans as "true" and "false", lists as "[a, b]", dictionaries as "[key: value, …]".
+  /// decimal, booleans as "true" and "false", null as "null", bytes as their number ("5 bytes"), types by
+  /// name, lists as "[a, b]", dictionaries as "[key: value, …]" ("[:]" when empty), deferred ones made for
+  /// the purpose. Real numbers are the shortest decimal that reads back the same; a whole one keeps ".0",
+  /// and an exponent is written below 0.0001 and above 2^54, e.g. "1e-05".
   std::string description() const;
 
-  const std::string* text() const { return std::get_if<std::string>(&storage_); }
-  std::optional<bool> boolean() const;
-  std::optional<std::int64_t> integer() const;
-  std::optional<double> number() const;
-  const Data* data() const { return std::get_if<Data>(&storage_); }
-  const TypeValue* type() const { return std::get_if<TypeValue>(&storage_); }
-  const Dictionary* dictionary() const;
-  const List* list() const;
-  const Deferred* deferred() const { return std::get_if<Deferred>(&storage_); }
+  /// Null or absent when the value is of another kind. Pointers live as long as this value is unchanged.
+  const std::string* text() const noexcept;
+  std::optional<bool> boolean() const noexcept;
+  /// Absent also above 2^63 - 1; see `unsignedInteger`.
+  std::optional<std::int64_t> integer() const noexcept;
+  /// Any integer that is not negative.
+  std::optional<std::uint64_t> unsignedInteger() const noexcept;
+  /// Any number, integers rounded where they exceed what a double can hold.
+  std::optional<double> number() const noexcept;
+  const Data* data() const noexcept;
+  const TypeValue* type() const noexcept;
+  const Dictionary* dictionary() const noexcept;
+  const List* list() const noexcept;
+  const Deferred* deferred() const noexcept;
 
-  /// Equal kind and equal content; deferred dictionaries are never equal.
+  /// Equal kind and equal content; integers of any type by value, real numbers as C++ compares them, deferred
+  /// dictionaries never equal.
   friend CORVANE_API bool operator==(const AnyValue& left, const AnyValue& right);
 
  private:
+  // `unsignedInteger` holds only what `integer` cannot.
+  enum class Kind : std::uint8_t {
+    null,
+    boolean,
+    integer,
+    unsignedInteger,
+    real,
+    text,
+    data,
+    type,
+    dictionary,
+    list,
+    deferred
+  };
+  union Small {
+    std::int64_t integer = 0;
+    std::uint64_t unsignedInteger;
+    double real;
+    bool boolean;
+  };
   using Print = void (*)(std::ostream&, const void*);
-  static std::string render(const void* object, Print print);
+  struct Large;
 
-  std::variant<std::monostate, bool, std::int64_t, std::uint64_t, double, std::string, Data, TypeValue,
-               std::shared_ptr<const Dictionary>, std::shared_ptr<const List>, Deferred>
-      storage_;
+  template <class T>
+  static void print(std::ostream& stream, const void* object) {
+    stream << *static_cast<const T*>(object);
+  }
+  static std::string render(const void* object, Print print);
+  void setUnsigned(std::uint64_t value) noexcept {
+    kind_ = value > static_cast<std::uint64_t>(INT64_MAX) ? Kind::unsignedInteger : Kind::integer;
+    small_.unsignedInteger = value;
+    if (kind_ == Kind::integer) small_.integer = static_cast<std::int64_t>(value);
+  }
+
+  Kind kind_ = Kind::null;
+  Small small_;
+  std::shared_ptr<const Large> large_;
 };
 
 }  // namespace platform

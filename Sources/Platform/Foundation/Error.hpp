@@ -1,11 +1,12 @@
 #pragma once
 
+#include <atomic>
 #include <concepts>
 #include <cstdint>
 #include <exception>
+#include <iosfwd>
 #include <memory>
 #include <string>
-#include <system_error>
 #include <type_traits>
 #include <utility>
 
@@ -18,14 +19,15 @@ class Error;
 
 /// What an error type of one's own derives from to take full part: a message, a domain, a code and
 /// user information. Such a type is a value: copyable, thrown and caught by its own type, and held by `Error`.
+/// Derive from `CustomErrorBase<Self>`, which supplies `toError()`. Reading is safe on several threads.
 class CORVANE_API CustomNSError : public std::exception {
  public:
   /// The key under which `userInfo` carries the message.
   static constexpr const char* localizedDescriptionKey = "NSLocalizedDescription";
 
   CustomNSError() = default;
-  CustomNSError(const CustomNSError&) = default;
-  CustomNSError& operator=(const CustomNSError&) = default;
+  CustomNSError(const CustomNSError& other) noexcept : std::exception(other) {}
+  CustomNSError& operator=(const CustomNSError& other) noexcept;
   ~CustomNSError() override;
 
   /// One sentence for people.
@@ -38,51 +40,58 @@ class CORVANE_API CustomNSError : public std::exception {
   virtual Dictionary errorUserInfo() const;
   /// A type-erased copy. `CustomErrorBase` supplies it.
   virtual Error toError() const = 0;
-  /// The message; the text lives as long as this object.
+  /// The message; the text lives as long as this object is unchanged.
   const char* what() const noexcept override;
 
  private:
-  mutable std::shared_ptr<const std::string> what_;
+  // Made on the first call of `what`; not part of the value.
+  mutable std::atomic<const std::string*> what_ = nullptr;
 };
 
 /// Any error: a copyable, type-erased value that is cheap to pass.
 ///
 /// It holds an error value of any type. A type derived from `CustomNSError` supplies all four properties;
 /// for any other type deriving from `std::exception` the message is its `what()`, the domain the type's
-/// name and the code 0. `Error` is itself what the library throws where it throws.
+/// name and the code 0; for anything else that was thrown the message names the type. `Error` is itself
+/// what the library throws where it throws. Safe to read on several threads. See `ErrorCode.hpp` for the
+/// way to `std::error_code`.
 class CORVANE_API Error : public std::exception {
  public:
   template <class E>
     requires(std::derived_from<E, CustomNSError> && std::copy_constructible<E>)
   Error(E value)  // NOLINT(google-explicit-constructor): every error is an Error
-      : custom_(std::make_shared<const E>(std::move(value))) {}
+      : held_(std::make_shared<const E>(std::move(value))) {}
 
-  /// A plain error made of its parts.
+  /// A plain error made of its parts; it holds an `NSError`.
   Error(std::string domain, std::int64_t code, std::string message, Dictionary userInfo = {});
 
+  // Copied where others are moved from: an error always holds something.
+  Error(const Error& other) noexcept = default;
+  Error& operator=(const Error& other) noexcept = default;
+  ~Error() override;
+
   /// The exception being handled, with its type kept: an `Error` as it is, a `CustomNSError` by copy,
-  /// anything else by reference to the exception object. Requires: called inside a catch block.
+  /// anything else by reference to the exception object. Requires: called inside a catch block; traps otherwise.
   static Error current() noexcept;
+  /// The same for an exception that was caught earlier. Requires: `exception` is not null; traps otherwise.
   static Error from(std::exception_ptr exception) noexcept;
 
   std::string message() const;
   std::string domain() const;
   std::int64_t code() const;
-  /// Always holds the message under "NSLocalizedDescription" unless the error's own entry is there.
+  /// Always holds the message under "NSLocalizedDescription", unless the error's own entry is there.
   Dictionary userInfo() const;
 
   /// The held error as a `T` (or as an interface or base class it implements), or null.
   /// The pointer lives as long as any copy of this error.
   template <class T>
   const T* as() const {
-    if constexpr (std::is_polymorphic_v<T>) {
-      if (custom_) {
-        if (const T* value = dynamic_cast<const T*>(custom_.get())) return value;
-      }
+    if (!isForeign_) {
+      if constexpr (std::is_polymorphic_v<T>) return dynamic_cast<const T*>(held_.get());
+      return nullptr;
     }
-    if (!exception_) return nullptr;
     try {
-      std::rethrow_exception(exception_);
+      std::rethrow_exception(thrown_);
     } catch (const T& value) {
       return std::addressof(value);
     } catch (...) {
@@ -94,27 +103,31 @@ class CORVANE_API Error : public std::exception {
     return as<T>() != nullptr;
   }
 
-  /// Category named like the domain, value `code()` narrowed to int.
-  std::error_code errorCode() const;
-  /// Throws what is held, by its own type where it was thrown as such, else this error.
+  /// Throws what is held: by its own type where it was thrown as such, else as an `Error`.
   [[noreturn]] void raise() const;
+  /// The message; the text lives as long as any copy of this error.
   const char* what() const noexcept override;
 
-  /// Equal domain and code, and equal message.
+  /// Equal domain, code and message.
   friend CORVANE_API bool operator==(const Error& left, const Error& right);
 
  private:
-  Error() = default;
+  Error(std::shared_ptr<const CustomNSError> held, std::exception_ptr thrown, bool isForeign) noexcept;
 
-  std::shared_ptr<const CustomNSError> custom_;
-  std::exception_ptr exception_;
-  mutable std::shared_ptr<const std::string> what_;
+  // Never null. For a foreign exception it holds what is known about that.
+  std::shared_ptr<const CustomNSError> held_;
+  std::exception_ptr thrown_;
+  bool isForeign_ = false;
 };
+
+/// Prints the message.
+CORVANE_API std::ostream& operator<<(std::ostream& stream, const Error& error);
 
 /// Supplies `toError()` for the value type `Self`.
 template <class Self, class Base = CustomNSError>
 class CustomErrorBase : public Base {
  public:
+  using Base::Base;
   Error toError() const override { return Error(static_cast<const Self&>(*this)); }
 };
 

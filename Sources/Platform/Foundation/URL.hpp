@@ -1,11 +1,13 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <functional>
+#include <iosfwd>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "Platform/Export.hpp"
@@ -14,71 +16,85 @@ namespace platform {
 
 /// A URL reference (RFC 3986), optionally relative to a base.
 ///
-/// Immutable, cheap to copy, safe on any thread. The text is kept as it was given; components are views of
-/// the resolved URL unless said otherwise.
+/// Immutable, cheap to copy, safe on any thread. The text is kept as it was given; components are those of
+/// the resolved URL unless said otherwise. Positions in messages count bytes from 0.
 class CORVANE_API URL {
  public:
   /// Requires valid text: throws `Error` (domain "NSURLErrorDomain", code -1000) whose message names the
   /// text and what is wrong with it at which position. Use `parse` for text that may be wrong.
-  URL(std::string_view text);     // NOLINT(google-explicit-constructor): URLs are written as text
-  URL(const char* text);          // NOLINT(google-explicit-constructor)
-  URL(const std::string& text);   // NOLINT(google-explicit-constructor)
+  URL(std::string_view text);    // NOLINT(google-explicit-constructor): URLs are written as text
+  URL(const char* text);         // NOLINT(google-explicit-constructor)
+  URL(const std::string& text);  // NOLINT(google-explicit-constructor)
   URL(std::string_view text, const URL& base);
 
+  // Copied where others are moved from: a URL always holds something.
+  URL(const URL& other) noexcept = default;
+  URL& operator=(const URL& other) noexcept = default;
+  ~URL();
+
   /// Absent when the text is not an RFC 3986 URI reference (blanks and non-ASCII characters must be
-  /// percent-encoded), or is empty.
+  /// percent-encoded), is empty, has a port above 65535 or an IPv6 address with a zone identifier.
   static std::optional<URL> parse(std::string_view text);
+  /// The base may be relative itself.
   static std::optional<URL> parse(std::string_view text, const URL& base);
   /// What `parse` would object to, for messages; empty when the text is fine.
   static std::string problem(std::string_view text);
-  /// A file URL for an absolute or relative file system path.
+  /// A file URL for a file system path; a relative one is taken from the current directory, as it is now.
   static URL file(std::string_view path);
 
-  /// The text of the URL resolved against its base.
-  const std::string& absoluteString() const;
+  /// The text of the URL resolved against its base (RFC 3986, 5.2).
+  const std::string& absoluteString() const noexcept;
   /// The text as given.
-  const std::string& relativeString() const;
+  const std::string& relativeString() const noexcept;
   std::optional<URL> baseURL() const;
+  /// The resolved URL, without a base.
   URL absoluteURL() const;
 
-  /// Components of the resolved URL. Percent-decoded: user, password, host, path, fragment. As written: scheme, query.
+  /// Percent-decoded: user, password, host, path, fragment. As written: scheme, query.
   std::optional<std::string> scheme() const;
   std::optional<std::string> user() const;
   std::optional<std::string> password() const;
-  /// Without the brackets of an IPv6 address.
+  /// Without the brackets of an IPv6 address; absent when empty, as in "file:///tmp".
   std::optional<std::string> host() const;
-  std::optional<std::uint16_t> port() const;
+  std::optional<std::uint16_t> port() const noexcept;
   std::string path() const;
   std::string percentEncodedPath() const;
   std::optional<std::string> query() const;
   std::optional<std::string> fragment() const;
 
-  /// The path's components, percent-decoded; an absolute path starts with "/", and a path of more than
-  /// the root that ends in a slash does not add an empty one. "https://h/a/b/" gives "/", "a", "b".
+  /// The path's components, percent-decoded. An absolute path starts with "/"; doubled slashes and a slash
+  /// at the end add nothing: "https://h/a//b/" gives "/", "a", "b". No path gives none.
   std::vector<std::string> pathComponents() const;
+  /// "/" for the root, empty when there is no path.
   std::string lastPathComponent() const;
-  /// Without the dot; empty when there is none.
+  /// Without the dot; empty when there is none. A name that starts with its only dot has none.
   std::string pathExtension() const;
-  bool isFileURL() const;
-  /// The file system path of a file URL.
-  std::string fileSystemPath() const;
+  bool isFileURL() const noexcept;
+  /// The path of a file URL as the file system knows it.
+  std::string fileSystemPath() const { return path(); }
+  /// The URL with more path, set off by exactly one slash. Slashes inside `component` stay, everything else
+  /// that a path may not hold is percent-encoded. Base, query and fragment stay.
   URL appendingPathComponent(std::string_view component) const;
 
   /// Equal text and equal base.
-  friend CORVANE_API bool operator==(const URL& left, const URL& right);
-  std::size_t hash() const;
+  friend CORVANE_API bool operator==(const URL& left, const URL& right) noexcept;
+  std::size_t hash() const noexcept;
 
  private:
   struct Parts;
-  explicit URL(std::shared_ptr<const Parts> parts) : parts_(std::move(parts)) {}
+  explicit URL(std::shared_ptr<const Parts> parts) noexcept : parts_(std::move(parts)) {}
+  static std::shared_ptr<const Parts> makeParts(std::string_view text, std::shared_ptr<const Parts> base);
+  static std::shared_ptr<const Parts> requireParts(std::string_view text, std::shared_ptr<const Parts> base);
+
   std::shared_ptr<const Parts> parts_;
 };
 
+/// Prints the absolute text.
 CORVANE_API std::ostream& operator<<(std::ostream& stream, const URL& url);
 
 }  // namespace platform
 
 template <>
 struct std::hash<platform::URL> {
-  std::size_t operator()(const platform::URL& url) const { return url.hash(); }
+  std::size_t operator()(const platform::URL& url) const noexcept { return url.hash(); }
 };

@@ -25,7 +25,7 @@ struct URLQueryItem {
 class CORVANE_API URLComponents {
  public:
   URLComponents() = default;
-  /// Absent when the URL cannot be taken apart.
+  /// Takes apart the resolved URL or its own text. Absent when that cannot be done.
   static std::optional<URLComponents> make(const URL& url, bool resolvingAgainstBaseURL);
   static std::optional<URLComponents> make(std::string_view text);
 
@@ -44,15 +44,21 @@ class CORVANE_API URLComponents {
   void setPath(std::string_view path);
   std::optional<std::string> query() const;
   void setQuery(std::optional<std::string_view> query);
+  /// Empty when there is no query or an empty one. A "+" is a plus.
   std::vector<URLQueryItem> queryItems() const;
   /// Replaces the query. Names and values keep unreserved characters and the sub-delimiters, ":", "@", "/"
   /// and "?" of RFC 3986, 3.4, except "&", "=" and ";"; "+" is kept, as the platform does.
+  /// No items make an empty query.
   void setQueryItems(const std::vector<URLQueryItem>& items);
 
+  /// A colon in the first segment of a path behind neither scheme nor host is written "%3A".
   /// Absent when the parts make no URL: an authority with a path that does not start with "/", or no
   /// authority and a path that starts with "//", or a component with characters it may not hold.
   std::optional<URL> url() const;
+  /// The text of the parts, whether it makes a URL or not.
   std::string string() const;
+
+  friend bool operator==(const URLComponents&, const URLComponents&) = default;
 };
 
 }  // namespace platform

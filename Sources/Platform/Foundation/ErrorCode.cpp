@@ -1,0 +1,34 @@
+#include "Platform/Foundation/ErrorCode.hpp"
+
+#include <map>
+#include <memory>
+#include <mutex>
+
+namespace platform {
+
+namespace {
+
+class DomainCategory final : public std::error_category {
+ public:
+  explicit DomainCategory(std::string domain) : domain_(std::move(domain)) {}
+  const char* name() const noexcept override { return domain_.c_str(); }
+  std::string message(int code) const override { return domain_ + " error " + std::to_string(code); }
+
+ private:
+  std::string domain_;
+};
+
+const std::error_category& category(const std::string& domain) {
+  static auto& mutex = *new std::mutex;
+  static auto& categories = *new std::map<std::string, std::unique_ptr<const DomainCategory>>;
+  const std::lock_guard lock(mutex);
+  auto& entry = categories[domain];
+  if (entry == nullptr) entry = std::make_unique<const DomainCategory>(domain);
+  return *entry;
+}
+
+}  // namespace
+
+std::error_code toErrorCode(const Error& error) { return {static_cast<int>(error.code()), category(error.domain())}; }
+
+}  // namespace platform

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+#include <typeinfo>
+
+#include "Platform/Export.hpp"
+
+namespace platform {
+
+/// The name of a type as a C++ programmer writes it, with its namespaces, e.g. "app::User" or "std::string".
+CORVANE_API std::string typeName(const std::type_info& type);
+template <class T>
+std::string typeName() {
+  return typeName(typeid(T));
+}
+
+/// A type as a value: what errors about a value of the wrong type carry.
+struct TypeValue {
+  const std::type_info* type = &typeid(void);
+  std::string name() const { return typeName(*type); }
+  friend bool operator==(const TypeValue& left, const TypeValue& right) { return *left.type == *right.type; }
+};
+
+}  // namespace platform

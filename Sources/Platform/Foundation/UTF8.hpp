@@ -1,0 +1,18 @@
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+#include "Platform/Export.hpp"
+
+namespace platform {
+
+/// Whether all of `text` is well-formed UTF-8 (RFC 3629): no overlong forms, no surrogates, nothing above
+/// U+10FFFF, nothing cut off.
+CORVANE_API bool isValidUTF8(std::string_view text) noexcept;
+
+/// The length in bytes of the character that `text` starts with, or 0 when it starts with none, being
+/// empty or ill-formed.
+CORVANE_API std::size_t utf8CharacterLength(std::string_view text) noexcept;
+
+}  // namespace platform
