@@ -1,0 +1,32 @@
+#pragma once
+
+#include <string>
+#include <utility>
+
+namespace corvane::testing {
+
+/// A certificate with its private key and the intermediates that lead to its root. A value.
+class Certificate {
+ public:
+  Certificate(std::string pem, std::string der, std::string keyPem, std::string intermediatesPem)
+      : pem_(std::move(pem)),
+        der_(std::move(der)),
+        keyPem_(std::move(keyPem)),
+        intermediatesPem_(std::move(intermediatesPem)) {}
+
+  const std::string& pem() const { return pem_; }
+  const std::string& der() const { return der_; }
+  const std::string& keyPem() const { return keyPem_; }
+  /// The certificate and the intermediates, without the root: what a server sends.
+  std::string chainPem() const { return pem_ + intermediatesPem_; }
+  /// The certificate alone, as a server with a hole in its configuration sends it.
+  Certificate withoutIntermediates() const { return Certificate(pem_, der_, keyPem_, ""); }
+
+ private:
+  std::string pem_;
+  std::string der_;
+  std::string keyPem_;
+  std::string intermediatesPem_;
+};
+
+}  // namespace corvane::testing

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <memory>
+
+namespace corvane::testing {
+
+/// Holds answers back until the test opens it: an event in place of a guessed delay. Copies are the same gate;
+/// any thread may open it, and it stays open.
+class Gate {
+ public:
+  Gate();
+
+  void open() const;
+  bool isOpen() const;
+
+  /// Readable once the gate is open; for the server's loops.
+  int descriptor() const;
+
+ private:
+  struct State;
+  std::shared_ptr<State> state_;
+};
+
+}  // namespace corvane::testing

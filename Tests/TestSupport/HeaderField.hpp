@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string>
+
+namespace corvane::testing {
+
+/// One header field as it stands on the wire: the name in the sender's spelling, the value without surrounding blanks.
+struct HeaderField {
+  std::string name;
+  std::string value;
+
+  friend bool operator==(const HeaderField&, const HeaderField&) = default;
+};
+
+}  // namespace corvane::testing
