@@ -1,8 +1,8 @@
 #pragma once
 
 #include <atomic>
-#include <condition_variable>
-#include <mutex>
+#include <cstdint>
+#include <memory>
 
 #include "Platform/Dispatch/DispatchTime.hpp"
 #include "Platform/Export.hpp"
@@ -10,15 +10,20 @@
 namespace platform {
 
 class AssistedWait;
+class DispatchQueue;
+
+namespace detail {
+class LocalQueues;
+}
 
 /// Something that makes progress only when a thread drives it, such as the network loop. A thread that
 /// would otherwise sleep may drive it: that saves the hand-over to another thread and back.
 class CORVANE_API Driver {
  public:
   virtual ~Driver() = default;
-  /// Drives until `wait` is done, or returns early (false) when another thread drives already or there is
-  /// nothing to drive. Must run, before it blocks again, the work that its own progress put on queues
-  /// (see `LocalWork`).
+  /// Drives until `wait` is done or `limit` (which may be `Seconds::unlimited()`) has passed; returns early,
+  /// with false, when a thread drives already (this one included) or there is nothing to drive. Must run,
+  /// before it blocks again, the work that its own progress put on queues (see `LocalWork`).
   virtual bool drive(AssistedWait& wait, Seconds limit) = 0;
   /// Makes a `drive` under way look at its wait again. Any thread.
   virtual void interrupt() = 0;
@@ -27,40 +32,54 @@ class CORVANE_API Driver {
   static std::atomic<Driver*> shared;
 };
 
-/// One thread waits until another (or itself, by driving) calls `signal`.
+/// One thread waits until another (or itself, by driving) calls `signal`. The waiting thread may destroy
+/// the object as soon as its wait is over, while `signal` is still returning on another thread.
 class CORVANE_API AssistedWait {
  public:
+  AssistedWait() = default;
+  AssistedWait(const AssistedWait&) = delete;
+  AssistedWait& operator=(const AssistedWait&) = delete;
+
   /// Blocks until `signal` was called; drives the shared driver meanwhile when it can. False when `limit` passed first.
   bool wait(Seconds limit);
-  void wait();
+  void wait() { wait(Seconds::unlimited()); }
   void signal();
-  bool isDone() const { return done_.load(std::memory_order_acquire); }
+  bool isDone() const { return (state_.load(std::memory_order_acquire) & done) != 0; }
 
  private:
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  std::atomic<bool> done_ = false;
-  std::atomic<Driver*> driver_ = nullptr;
+  static constexpr std::uint32_t done = 1;
+  static constexpr std::uint32_t asleep = 2;
+  static constexpr std::uint32_t driving = 4;
+
+  std::atomic<std::uint32_t> state_ = 0;
 };
 
 /// Collects, while it lives on a thread, the serial queues that get work from this thread and would need a
 /// pool worker; `run` drains them here, and what is left at destruction goes to the pool. Collecting rests
 /// while `run` executes blocks, so work that those blocks submit goes where it always goes and a block may
 /// wait for it. At most one per thread (traps).
+///
+/// Only queues for which `allow` was called are collected. Their blocks may run on a thread that waits
+/// inside someone else's code, with that code's locks held and inside its queues, so they must not wait for
+/// either; an application's own queue can promise nothing of the kind.
 class CORVANE_API LocalWork {
  public:
   LocalWork();
   ~LocalWork();
   LocalWork(const LocalWork&) = delete;
   LocalWork& operator=(const LocalWork&) = delete;
+
+  /// Lets a serial queue be drained by a waiting thread. Traps for the main, the global and an executor's queue.
+  static void allow(const DispatchQueue& queue);
+
   /// Drains the collected queues; returns whether there were any.
   bool run();
-  /// Hands what is collected to the pool.
+  /// Hands what is collected to the pool. Waiting for a queue, a group, a semaphore or an `AssistedWait`
+  /// does so by itself.
   void flush();
 
  private:
-  struct State;
-  State* state_;
+  std::unique_ptr<detail::LocalQueues> queues_;
 };
 
 }  // namespace platform

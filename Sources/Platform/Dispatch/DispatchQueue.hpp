@@ -1,6 +1,6 @@
 #pragma once
 
-#include <functional>
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
@@ -28,8 +28,10 @@ class QueueCore;
 /// An exception that escapes a block ends the process with a message that names the queue.
 class CORVANE_API DispatchQueue {
  public:
-  /// Submits a drain: the executor must call its argument once, soon, on any thread of its choice.
-  using Executor = std::function<void(Block drain)>;
+  /// Submits a drain: the executor must call its argument once, soon, on any thread of its choice, at once
+  /// on the calling thread included. It is called from any thread, from several at a time, and without a
+  /// lock held; an exception that it throws ends the process.
+  using Executor = UniqueFunction<void(Block drain)>;
 
   /// A new serial queue. The label shows in `label()` and, while its blocks run, in the thread's name.
   explicit DispatchQueue(std::string label);
@@ -54,36 +56,52 @@ class CORVANE_API DispatchQueue {
   /// Runs the block after a delay, not earlier. A negative or zero delay is `async`.
   void asyncAfter(Seconds delay, Block block) const;
 
-  /// Runs the function on this queue and returns its result. On an idle serial queue it runs on the
-  /// caller's thread, holding the queue. Exceptions reach the caller. Traps when the caller is already
-  /// inside a block of this serial queue, since it would wait for itself.
+  /// Runs the function on this queue, after all blocks submitted before, and returns its result. Exceptions
+  /// reach the caller. Traps when the caller is already inside a block of this queue, since it would wait for
+  /// itself (not so on the global queue, where the function just runs).
+  ///
+  /// On a serial queue the function always runs on the caller's thread, holding the queue: an idle queue
+  /// costs no change of threads. The main queue and an executor's queue run it where they run all their
+  /// blocks, while the caller waits; so never call it on the very thread that has to drain them.
   template <class F>
   std::invoke_result_t<F&> sync(F&& function) const {
-    using R = std::invoke_result_t<F&>;
-    if constexpr (std::is_void_v<R>) {
-      syncErased(&function, [](void* object) { (*static_cast<std::remove_reference_t<F>*>(object))(); });
+    using Result = std::invoke_result_t<F&>;
+    if constexpr (std::is_void_v<Result>) {
+      callSync([&] { function(); });
+    } else if constexpr (std::is_reference_v<Result>) {
+      std::remove_reference_t<Result>* result = nullptr;
+      callSync([&] {
+        Result&& reference = function();
+        result = std::addressof(reference);
+      });
+      return static_cast<Result>(*result);
     } else {
-      std::optional<R> result;
-      auto call = [&] { result.emplace(function()); };
-      syncErased(&call, [](void* object) { (*static_cast<decltype(call)*>(object))(); });
+      std::optional<Result> result;
+      callSync([&] { result.emplace(function()); });
       return std::move(*result);
     }
   }
 
   // The main queue only; each traps on any other queue.
 
-  /// Drains the main queue until `stop()`. Blocks the calling thread.
+  /// Drains the main queue until `stop()`. Blocks the calling thread. Traps inside a block of the main queue.
   void run() const;
-  /// Runs what is queued now, without waiting; returns how many blocks ran.
+  /// Runs what is queued now, without waiting; returns how many blocks ran. None, when another drain is
+  /// under way, on another thread or further up on this one: that one goes on.
   std::size_t runOnce() const;
-  /// Drains until the predicate holds; it is asked after every block. Returns false when the time-out passed first.
-  bool runUntil(const std::function<bool()>& done, Seconds timeout = Seconds(60)) const;
+  /// Drains until the predicate holds; it is asked before the first and after every block. Returns false when
+  /// the time-out passed first. Traps inside a block of the main queue.
+  template <class Predicate>
+  bool runUntil(Predicate&& done, Seconds timeout = 60) const {
+    auto ask = [&] { return static_cast<bool>(done()); };
+    return runUntilErased(&ask, [](void* object) { return (*static_cast<decltype(ask)*>(object))(); }, timeout);
+  }
   /// Makes the running `run` return after the block at hand; without one, the next `run` returns at once.
   void stop() const;
   /// Hands the main queue to the host's event loop: `schedule` is called, on any thread, whenever work
-  /// arrives on a queue that was empty; the host then calls `runOnce()` on its main thread. An empty
-  /// function detaches.
-  void attachToHost(std::function<void()> schedule) const;
+  /// arrives on a queue that was empty (and now, when there is work already); the host then calls
+  /// `runOnce()` on its main thread. An empty function detaches.
+  void attachToHost(UniqueFunction<void()> schedule) const;
 
   friend bool operator==(const DispatchQueue& left, const DispatchQueue& right) { return left.core_ == right.core_; }
 
@@ -91,9 +109,21 @@ class CORVANE_API DispatchQueue {
   const std::shared_ptr<detail::QueueCore>& core() const { return core_; }
 
  private:
+  template <class Call>
+  void callSync(Call call) const {
+    syncErased(&call, [](void* object) { (*static_cast<Call*>(object))(); });
+  }
   void syncErased(void* object, void (*call)(void*)) const;
+  bool runUntilErased(void* object, bool (*isDone)(void*), Seconds timeout) const;
 
   std::shared_ptr<detail::QueueCore> core_;
 };
 
 }  // namespace platform
+
+template <>
+struct std::hash<platform::DispatchQueue> {
+  std::size_t operator()(const platform::DispatchQueue& queue) const noexcept {
+    return std::hash<const void*>()(queue.core().get());
+  }
+};

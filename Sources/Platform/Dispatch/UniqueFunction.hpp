@@ -18,7 +18,8 @@ class UniqueFunction<R(Args...)> {
   UniqueFunction() noexcept = default;
   UniqueFunction(std::nullptr_t) noexcept {}  // NOLINT(google-explicit-constructor)
   template <class F>
-    requires(!std::is_same_v<std::remove_cvref_t<F>, UniqueFunction> && std::is_invocable_r_v<R, std::decay_t<F>&, Args...>)
+    requires(!std::is_same_v<std::remove_cvref_t<F>, UniqueFunction> &&
+             std::is_invocable_r_v<R, std::decay_t<F>&, Args...>)
   UniqueFunction(F&& function) {  // NOLINT(google-explicit-constructor)
     using Held = std::decay_t<F>;
     if constexpr (fits<Held>()) {
@@ -55,11 +56,20 @@ class UniqueFunction<R(Args...)> {
   static constexpr std::size_t room = 6 * sizeof(void*);
   template <class Held>
   static constexpr bool fits() {
-    return sizeof(Held) <= room && alignof(Held) <= alignof(std::max_align_t) && std::is_nothrow_move_constructible_v<Held>;
+    return sizeof(Held) <= room && alignof(Held) <= alignof(std::max_align_t) &&
+           std::is_nothrow_move_constructible_v<Held>;
+  }
+  template <class Held>
+  static R invoke(Held& held, Args&&... args) {
+    if constexpr (std::is_void_v<R>) {
+      held(std::forward<Args>(args)...);
+    } else {
+      return held(std::forward<Args>(args)...);
+    }
   }
   template <class Held>
   static constexpr Table inPlace{
-      [](void* self, Args&&... args) -> R { return (*static_cast<Held*>(self))(std::forward<Args>(args)...); },
+      [](void* self, Args&&... args) -> R { return invoke(*static_cast<Held*>(self), std::forward<Args>(args)...); },
       [](void* from, void* to) noexcept {
         ::new (to) Held(std::move(*static_cast<Held*>(from)));
         static_cast<Held*>(from)->~Held();
@@ -67,7 +77,7 @@ class UniqueFunction<R(Args...)> {
       [](void* self) noexcept { static_cast<Held*>(self)->~Held(); }};
   template <class Held>
   static constexpr Table onHeap{
-      [](void* self, Args&&... args) -> R { return (**static_cast<Held**>(self))(std::forward<Args>(args)...); },
+      [](void* self, Args&&... args) -> R { return invoke(**static_cast<Held**>(self), std::forward<Args>(args)...); },
       [](void* from, void* to) noexcept { ::new (to) Held*(*static_cast<Held**>(from)); },
       [](void* self) noexcept { delete *static_cast<Held**>(self); }};
 

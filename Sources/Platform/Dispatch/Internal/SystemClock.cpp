@@ -1,0 +1,57 @@
+#include "Platform/Dispatch/Internal/SystemClock.hpp"
+
+#include "Platform/Dispatch/Internal/Thread.hpp"
+#include "Platform/Trap.hpp"
+
+namespace platform::detail {
+
+SystemClock& SystemClock::shared() {
+  static auto& clock = *new SystemClock;
+  return clock;
+}
+
+Clock::Instant SystemClock::now() const {
+  return std::chrono::duration_cast<Instant>(std::chrono::steady_clock::now().time_since_epoch());
+}
+
+Clock::Key SystemClock::schedule(Instant due, std::chrono::nanoseconds leeway, Block action) {
+  std::unique_lock lock(mutex_);
+  const Key key = timers_.add(due, leeway, std::move(action));
+  if (!isServed_) {
+    isServed_ = true;
+    if (!startThread("corvane-timer", [this] { serve(); })) trap("The timer thread could not be started.");
+  }
+  const bool isEarlier = due + leeway < wakeUp_;
+  lock.unlock();
+  if (isEarlier) changed_.notify_one();
+  return key;
+}
+
+void SystemClock::cancel(const Key& key) {
+  Block dropped;
+  const std::lock_guard lock(mutex_);
+  dropped = timers_.remove(key);
+}
+
+void SystemClock::serve() {
+  std::unique_lock lock(mutex_);
+  while (true) {
+    if (Block action = timers_.takeDue(now())) {
+      lock.unlock();
+      action();
+      action = nullptr;
+      lock.lock();
+      continue;
+    }
+    const auto wakeUp = timers_.nextWakeUp();
+    wakeUp_ = wakeUp.value_or(Instant::max());
+    if (wakeUp) {
+      changed_.wait_until(lock, std::chrono::steady_clock::time_point(*wakeUp));
+    } else {
+      changed_.wait(lock);
+    }
+    wakeUp_ = Instant::min();
+  }
+}
+
+}  // namespace platform::detail

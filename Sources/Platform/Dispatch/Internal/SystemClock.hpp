@@ -1,0 +1,30 @@
+#pragma once
+
+#include <condition_variable>
+#include <mutex>
+
+#include "Platform/Dispatch/Internal/TimerHeap.hpp"
+
+namespace platform::detail {
+
+/// The monotonic clock, and the one thread that calls what is due. The thread starts with the first action.
+class SystemClock final : public Clock {
+ public:
+  static SystemClock& shared();
+
+  Instant now() const override;
+  Key schedule(Instant due, std::chrono::nanoseconds leeway, Block action) override;
+  void cancel(const Key& key) override;
+
+ private:
+  void serve();
+
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  TimerHeap timers_;
+  // When the thread is going to look again; it is woken only for something earlier.
+  Instant wakeUp_ = Instant::max();
+  bool isServed_ = false;
+};
+
+}  // namespace platform::detail

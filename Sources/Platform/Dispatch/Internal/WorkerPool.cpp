@@ -1,0 +1,162 @@
+#include "Platform/Dispatch/Internal/WorkerPool.hpp"
+
+#include <algorithm>
+#include <thread>
+
+#include "Platform/Dispatch/Internal/SystemClock.hpp"
+#include "Platform/Dispatch/Internal/Thread.hpp"
+#include "Platform/Trap.hpp"
+
+namespace platform::detail {
+namespace {
+
+constexpr std::size_t mostWorkers = 64;
+constexpr Seconds longestRest = 10;
+constexpr std::chrono::milliseconds progressInterval{10};
+
+// With a single worker, any block that waits for another one would cost the progress interval.
+std::size_t coreCount() { return std::clamp<std::size_t>(std::thread::hardware_concurrency(), 2, mostWorkers); }
+
+}  // namespace
+
+WorkerPool& WorkerPool::shared() {
+  static auto& pool = *new WorkerPool;
+  return pool;
+}
+
+WorkerPool::WorkerPool() : cores_(coreCount()) {}
+
+void WorkerPool::submit(PoolJob job) {
+  std::unique_lock lock(mutex_);
+  jobs_.push(std::move(job));
+  waitingJobs_.store(jobs_.count(), std::memory_order_relaxed);
+  const Help help = findHelp();
+  lock.unlock();
+  carryOut(help);
+}
+
+void WorkerPool::submit(const std::shared_ptr<PoolClient>& client, std::vector<Block>&& blocks) {
+  if (blocks.empty()) return;
+  std::unique_lock lock(mutex_);
+  for (auto& block : blocks) jobs_.push({client, std::move(block)});
+  waitingJobs_.store(jobs_.count(), std::memory_order_relaxed);
+  const Help help = findHelp();
+  lock.unlock();
+  carryOut(help);
+}
+
+WorkerPool::Help WorkerPool::findHelp() {
+  // One that is on its way finds the rest of the jobs and calls for more help itself.
+  if (arriving_ != 0) return {};
+  Help help;
+  if (!idle_.empty()) {
+    // The one that rests for the shortest time has the warmest cache, and the others get to end.
+    help.wake = idle_.back();
+    idle_.pop_back();
+    ++arriving_;
+  } else if (workers_ < cores_) {
+    help.start = true;
+    ++workers_;
+    ++arriving_;
+  } else if (!isWatched_) {
+    help.watch = true;
+    isWatched_ = true;
+    begunAtLastCheck_ = begun_;
+  }
+  return help;
+}
+
+void WorkerPool::carryOut(const Help& help) {
+  if (help.wake) help.wake->woken.set();
+  if (help.start) startWorker();
+  if (help.watch) watch();
+}
+
+void WorkerPool::startWorker() {
+  if (startThread("corvane-worker", [this] { serve(); })) return;
+  std::unique_lock lock(mutex_);
+  --workers_;
+  --arriving_;
+  if (workers_ == 0) trap("No worker thread could be started.");
+  const bool watchNow = !std::exchange(isWatched_, true);
+  lock.unlock();
+  // The next check tries again.
+  if (watchNow) watch();
+}
+
+void WorkerPool::serve() {
+  Worker self;
+  bool isArriving = true;
+  bool isNew = true;
+  std::unique_lock lock(mutex_);
+  while (true) {
+    if (std::exchange(isArriving, false)) --arriving_;
+    if (jobs_.isEmpty()) {
+      if (!rest(self, lock)) return;
+      isArriving = true;
+      continue;
+    }
+    PoolJob job = takeJob();
+    if (!std::exchange(isNew, false)) ++begun_;
+    const Help help = jobs_.isEmpty() ? Help() : findHelp();
+    lock.unlock();
+    carryOut(help);
+    job.client->threadName().apply();
+    job.client->work(job.block);
+    job = {};
+    lock.lock();
+  }
+}
+
+PoolJob WorkerPool::takeJob() {
+  PoolJob job = jobs_.pop();
+  waitingJobs_.store(jobs_.count(), std::memory_order_relaxed);
+  return job;
+}
+
+/// Returns true when woken, false when the worker is to end.
+bool WorkerPool::rest(Worker& self, std::unique_lock<std::mutex>& lock) {
+  idle_.push_back(&self);
+  lock.unlock();
+  const bool wasWoken = self.woken.wait(Deadline(longestRest));
+  if (!wasWoken) {
+    lock.lock();
+    const auto place = std::find(idle_.begin(), idle_.end(), &self);
+    if (place != idle_.end()) {
+      idle_.erase(place);
+      --workers_;
+      return false;
+    }
+    lock.unlock();
+    // Someone chose this worker in the last moment and is about to wake it.
+    self.woken.wait();
+  }
+  self.woken.reset();
+  lock.lock();
+  return true;
+}
+
+void WorkerPool::watch() {
+  auto& clock = SystemClock::shared();
+  clock.schedule(clock.now() + progressInterval, {}, [this] { checkProgress(); });
+}
+
+void WorkerPool::checkProgress() {
+  std::unique_lock lock(mutex_);
+  if (jobs_.isEmpty()) {
+    isWatched_ = false;
+    return;
+  }
+  const bool isStuck = begun_ == begunAtLastCheck_ && arriving_ == 0 && idle_.empty();
+  begunAtLastCheck_ = begun_;
+  const bool grows = isStuck && workers_ < mostWorkers;
+  if (grows) {
+    ++workers_;
+    ++arriving_;
+  }
+  lock.unlock();
+  if (grows) startWorker();
+  watch();
+}
+
+}  // namespace platform::detail

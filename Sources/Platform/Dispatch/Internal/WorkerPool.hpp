@@ -1,0 +1,80 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "Platform/Dispatch/Internal/Futex.hpp"
+#include "Platform/Dispatch/Internal/RingQueue.hpp"
+#include "Platform/Dispatch/UniqueFunction.hpp"
+
+namespace platform::detail {
+
+class ThreadName;
+
+/// A queue that sends its work to the pool.
+class PoolClient {
+ public:
+  virtual ~PoolClient() = default;
+  virtual const ThreadName& threadName() const = 0;
+  /// Runs on a worker. A serial queue drains itself and gets an empty block.
+  virtual void work(Block& block) = 0;
+};
+
+struct PoolJob {
+  std::shared_ptr<PoolClient> client;
+  Block block;
+};
+
+/// The process's worker threads. Never destroyed.
+///
+/// There are at first as many workers as cores. When jobs wait and none was begun for ten milliseconds, the
+/// workers are taken to be blocked, and one more is started, up to 64. A worker that was idle for ten
+/// seconds ends.
+class WorkerPool {
+ public:
+  static WorkerPool& shared();
+
+  void submit(PoolJob job);
+  void submit(const std::shared_ptr<PoolClient>& client, std::vector<Block>&& blocks);
+  /// Whether a job waits for a worker, so that a long-running one should make room.
+  bool hasWaitingJobs() const { return waitingJobs_.load(std::memory_order_relaxed) != 0; }
+
+ private:
+  struct Worker {
+    Event woken;
+  };
+  /// What a thread has to do, after it released the lock, so that the waiting jobs get a worker.
+  struct Help {
+    Worker* wake = nullptr;
+    bool start = false;
+    bool watch = false;
+  };
+
+  WorkerPool();
+  Help findHelp();
+  void carryOut(const Help& help);
+  void startWorker();
+  void serve();
+  bool rest(Worker& self, std::unique_lock<std::mutex>& lock);
+  PoolJob takeJob();
+  void watch();
+  void checkProgress();
+
+  const std::size_t cores_;
+  std::atomic<std::size_t> waitingJobs_ = 0;
+
+  std::mutex mutex_;
+  RingQueue<PoolJob> jobs_;
+  std::vector<Worker*> idle_;
+  std::size_t workers_ = 0;
+  // Workers that were woken or started and have not looked for a job yet.
+  std::size_t arriving_ = 0;
+  // Jobs begun, but not those that a new worker began first: a pool that only grows makes no progress.
+  std::size_t begun_ = 0;
+  std::size_t begunAtLastCheck_ = 0;
+  bool isWatched_ = false;
+};
+
+}  // namespace platform::detail
