@@ -1,6 +1,7 @@
 #include "Vantorel/CapturingSink.hpp"
 
 #include <algorithm>
+#include <chrono>
 #include <condition_variable>
 #include <mutex>
 
@@ -31,7 +32,7 @@ std::optional<LogRecord> CapturingSink::waitFor(const std::function<bool(const L
                                                 platform::Seconds limit) const {
   std::unique_lock lock(state_->mutex);
   std::optional<LogRecord> found;
-  state_->arrived.wait_for(lock, limit, [&] {
+  state_->arrived.wait_for(lock, std::chrono::duration<double>(limit.count()), [&] {
     const auto record = std::ranges::find_if(state_->records, predicate);
     if (record != state_->records.end()) found = *record;
     return found.has_value();

@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <memory>
 
 #include "Platform/Dispatch/DispatchTime.hpp"
 #include "Platform/Export.hpp"
@@ -21,9 +20,9 @@ class LocalQueues;
 class CORVANE_API Driver {
  public:
   virtual ~Driver() = default;
-  /// Drives until `wait` is done or `limit` (which may be `Seconds::unlimited()`) has passed; returns early,
-  /// with false, when a thread drives already (this one included) or there is nothing to drive. Must run,
-  /// before it blocks again, the work that its own progress put on queues (see `LocalWork`).
+  /// Drives until `wait` is done or `limit` (a finite time) has passed; returns early, with false, when a
+  /// thread drives already (this one included) or there is nothing to drive. Must run, before it blocks
+  /// again, the work that its own progress put on queues (see `LocalWork`).
   virtual bool drive(AssistedWait& wait, Seconds limit) = 0;
   /// Makes a `drive` under way look at its wait again. Any thread.
   virtual void interrupt() = 0;
@@ -79,7 +78,7 @@ class CORVANE_API LocalWork {
   void flush();
 
  private:
-  std::unique_ptr<detail::LocalQueues> queues_;
+  detail::LocalQueues& queues_;
 };
 
 }  // namespace platform

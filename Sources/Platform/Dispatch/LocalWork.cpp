@@ -5,9 +5,9 @@
 
 namespace platform {
 
-LocalWork::LocalWork() : queues_(std::make_unique<detail::LocalQueues>()) {}
+LocalWork::LocalWork() : queues_(detail::LocalQueues::begin()) {}
 
-LocalWork::~LocalWork() = default;
+LocalWork::~LocalWork() { queues_.end(); }
 
 void LocalWork::allow(const DispatchQueue& queue) {
   auto* const serial = dynamic_cast<detail::SerialQueueCore*>(queue.core().get());
@@ -15,8 +15,8 @@ void LocalWork::allow(const DispatchQueue& queue) {
   serial->allowLocalWork();
 }
 
-bool LocalWork::run() { return queues_->run(); }
+bool LocalWork::run() { return queues_.run(); }
 
-void LocalWork::flush() { queues_->flush(); }
+void LocalWork::flush() { queues_.flush(); }
 
 }  // namespace platform

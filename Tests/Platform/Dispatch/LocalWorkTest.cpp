@@ -109,6 +109,19 @@ TEST(LocalWorkTest, givesUpWhatItCollectedBeforeItsThreadWaits) {
   EXPECT_EQ(runs, 2);
 }
 
+TEST(LocalWorkTest, letsABlockWaitForAQueueThatWouldHaveItsTurnLater) {
+  const auto first = makeLocalQueue();
+  const auto second = makeLocalQueue();
+  LocalWork work;
+  std::vector<int> seen;
+  first.async([&] { second.sync([&] { seen.push_back(2); }); });
+  second.async([&] { seen.push_back(1); });
+
+  EXPECT_TRUE(work.run());
+
+  EXPECT_EQ(seen, (std::vector<int>{1, 2}));
+}
+
 TEST(LocalWorkTest, leavesAFloodOfBlocksToThePool) {
   const auto queue = makeLocalQueue();
   LocalWork work;

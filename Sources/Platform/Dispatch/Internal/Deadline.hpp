@@ -15,9 +15,8 @@ class Deadline {
 
   bool isNever() const { return isNever_; }
   bool hasPassed() const { return !isNever_ && std::chrono::steady_clock::now() >= point_; }
-  Seconds remaining() const {
-    return isNever_ ? Seconds::unlimited() : Seconds(point_ - std::chrono::steady_clock::now());
-  }
+  /// Always finite.
+  Seconds remaining() const { return isNever_ ? longest : Seconds(point_ - std::chrono::steady_clock::now()); }
   /// Requires: `!isNever()`.
   Point point() const { return point_; }
 

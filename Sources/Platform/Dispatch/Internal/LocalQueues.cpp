@@ -9,34 +9,44 @@ namespace platform::detail {
 
 thread_local LocalQueues* LocalQueues::current_ = nullptr;
 
-LocalQueues::LocalQueues() {
+LocalQueues& LocalQueues::begin() {
   if (current_) trap("A thread can have only one LocalWork at a time.");
-  current_ = this;
+  thread_local LocalQueues ofThisThread;
+  current_ = &ofThisThread;
+  return ofThisThread;
 }
 
-LocalQueues::~LocalQueues() {
+void LocalQueues::end() {
   current_ = nullptr;
   flush();
 }
 
 bool LocalQueues::collect(SerialQueueCore& queue) {
   if (!current_ || current_->rests_) return false;
-  current_->queues_.push_back(queue.shared_from_this());
+  current_->collected_.push_back(queue.shared_from_this());
   return true;
 }
 
 bool LocalQueues::run() {
   // A block that comes here again finds nothing: its submissions went to the pool.
-  if (queues_.empty()) return false;
-  const auto collected = std::exchange(queues_, {});
+  if (rests_ || collected_.empty()) return false;
+  drained_.swap(collected_);
   rests_ = true;
-  for (const auto& queue : collected) queue->drainHere();
+  while (nextDrained_ < drained_.size()) {
+    const auto queue = std::move(drained_[nextDrained_++]);
+    queue->drainHere();
+  }
   rests_ = false;
+  drained_.clear();
+  nextDrained_ = 0;
   return true;
 }
 
 void LocalQueues::flush() {
-  for (const auto& queue : std::exchange(queues_, {})) SerialQueueCore::submitDrain(queue);
+  for (auto& queue : collected_) SerialQueueCore::submitDrain(std::move(queue));
+  collected_.clear();
+  // A block that `run` is in the middle of may be about to wait for a queue that has its turn only later.
+  while (nextDrained_ < drained_.size()) SerialQueueCore::submitDrain(std::move(drained_[nextDrained_++]));
 }
 
 }  // namespace platform::detail

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <vector>
 
@@ -10,10 +11,9 @@ class SerialQueueCore;
 /// The queues that a thread's `LocalWork` has collected.
 class LocalQueues {
  public:
-  LocalQueues();
-  ~LocalQueues();
-  LocalQueues(const LocalQueues&) = delete;
-  LocalQueues& operator=(const LocalQueues&) = delete;
+  /// Makes the calling thread collect.
+  static LocalQueues& begin();
+  void end();
 
   /// Takes the queue when the calling thread collects at the moment.
   static bool collect(SerialQueueCore& queue);
@@ -29,7 +29,12 @@ class LocalQueues {
  private:
   static thread_local LocalQueues* current_;
 
-  std::vector<std::shared_ptr<SerialQueueCore>> queues_;
+  using Queues = std::vector<std::shared_ptr<SerialQueueCore>>;
+
+  // Two lists that change places, so that a turn of the network loop allocates nothing.
+  Queues collected_;
+  Queues drained_;
+  std::size_t nextDrained_ = 0;
   bool rests_ = false;
 };
 
