@@ -106,7 +106,7 @@ bool Connection::waitForRequest() {
   try {
     const bool goesOn = passIdleTime();
     setIdle(false);
-    return goesOn;
+    return goesOn && !ending_;
   } catch (const ConnectionOver&) {
     setIdle(false);
     throw;

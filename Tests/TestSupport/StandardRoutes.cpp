@@ -1,0 +1,174 @@
+#include <algorithm>
+#include <charconv>
+#include <chrono>
+#include <stdexcept>
+
+#include "TestSupport/Compression.hpp"
+#include "TestSupport/Internal/Text.hpp"
+#include "TestSupport/TestServer.hpp"
+
+namespace corvane::testing {
+
+namespace {
+
+using detail::jsonString;
+
+constexpr std::uint64_t mostChunks = 10'000;
+
+std::string headersJson(const ReceivedRequest& request) {
+  std::string json = "[";
+  for (const HeaderField& field : request.headers) {
+    json += json.size() > 1 ? ", " : "";
+    json += "[" + jsonString(field.name) + ", " + jsonString(field.value) + "]";
+  }
+  return json + "]";
+}
+
+std::string requestJson(const ReceivedRequest& request) {
+  return "{\"method\": " + jsonString(request.method) + ", \"target\": " + jsonString(request.target) +
+         ", \"headers\": " + headersJson(request);
+}
+
+/// What follows the route's prefix.
+std::string argument(const ReceivedRequest& request, std::string_view prefix) {
+  return request.path().substr(prefix.size());
+}
+
+Answer badArgument(const std::string& what) { return Answer(400).text(what + "\n"); }
+
+/// A route with a whole number at its end.
+TestServer::Handler withNumber(std::string prefix, std::uint64_t most,
+                               Answer (*answer)(const ReceivedRequest&, std::uint64_t)) {
+  return [prefix = std::move(prefix), most, answer](const ReceivedRequest& request) {
+    const auto value = detail::number(argument(request, prefix));
+    if (value && *value <= most) return answer(request, *value);
+    return badArgument(prefix + " takes a number from 0 to " + std::to_string(most));
+  };
+}
+
+Answer describe(const ReceivedRequest& request) { return Answer().json(requestJson(request) + "}\n"); }
+
+Answer describeHeaders(const ReceivedRequest& request) {
+  return Answer().json("{\"headers\": " + headersJson(request) + "}\n");
+}
+
+Answer echo(const ReceivedRequest& request) {
+  return Answer().contentType(request.header("Content-Type").value_or("application/octet-stream")).body(request.body);
+}
+
+/// The echo of the content once its coding is undone, and how long it is then.
+Answer post(const ReceivedRequest& request) {
+  const std::string coding = request.header("Content-Encoding").value_or("identity");
+  if (coding != "identity" && coding != "gzip") return Answer(415).text("unknown content coding " + coding + "\n");
+  try {
+    const std::string content = coding == "gzip" ? gunzipped(request.body) : request.body;
+    return Answer()
+        .contentType(request.header("Content-Type").value_or("application/octet-stream"))
+        .header("X-Received-Length", std::to_string(request.bodySize))
+        .header("X-Decoded-Length", std::to_string(content.size()))
+        .body(content);
+  } catch (const std::runtime_error& error) {
+    return Answer(400).text(std::string(error.what()) + "\n");
+  }
+}
+
+Answer status(const ReceivedRequest&, std::uint64_t code) {
+  if (code < 200) return badArgument("/status/ takes a final status, from 200 to 999");
+  return Answer(static_cast<int>(code)).text(std::to_string(code) + " " + reasonPhrase(static_cast<int>(code)) + "\n");
+}
+
+Answer delayed(const ReceivedRequest& request) {
+  const std::string text = argument(request, "/delay/");
+  double seconds = -1;
+  const auto result = std::from_chars(text.data(), text.data() + text.size(), seconds);
+  if (result.ptr != text.data() + text.size() || !(seconds >= 0 && seconds <= 3600)) {
+    return badArgument("/delay/ takes seconds, from 0 to 3600");
+  }
+  return describe(request).delay(Moment::beforeStatusLine,
+                                 std::chrono::milliseconds(static_cast<long>(seconds * 1000)));
+}
+
+Answer gzipEncoded(const ReceivedRequest& request) {
+  return Answer().contentType("application/json").gzipBody(requestJson(request) + ", \"gzipped\": true}\n");
+}
+
+Answer bytes(const ReceivedRequest&, std::uint64_t count) {
+  return Answer().contentType("application/octet-stream").generatedBody(count);
+}
+
+Answer stream(const ReceivedRequest& request, std::uint64_t count) {
+  std::vector<Chunk> chunks;
+  for (std::uint64_t index = 0; index < count; ++index) {
+    chunks.emplace_back(requestJson(request) + ", \"line\": " + std::to_string(index) + "}\n");
+  }
+  return Answer().contentType("application/x-ndjson").chunked(std::move(chunks));
+}
+
+Answer drop(const ReceivedRequest&) { return Answer().dropConnection(Moment::beforeStatusLine); }
+
+Answer redirect(const ReceivedRequest&, std::uint64_t count) {
+  const std::string target = count <= 1 ? "/get" : "/redirect/" + std::to_string(count - 1);
+  return Answer(302).header("Location", target);
+}
+
+bool canStandInAHeader(const std::string& text) {
+  return std::none_of(text.begin(), text.end(),
+                      [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; });
+}
+
+Answer redirectTo(const ReceivedRequest& request) {
+  const auto url = request.queryValue("url");
+  if (!url || !canStandInAHeader(*url)) return badArgument("/redirect-to takes ?url=, without control characters");
+  const auto code = detail::number(request.queryValue("status").value_or("302"));
+  if (!code || *code < 300 || *code > 399) return badArgument("/redirect-to takes a status from 300 to 399");
+  return Answer(static_cast<int>(*code)).header("Location", *url);
+}
+
+Answer setCookies(const ReceivedRequest& request) {
+  Answer answer(302);
+  answer.header("Location", "/cookies");
+  const std::string items = request.query().value_or("");
+  for (std::string_view rest = items; !rest.empty();) {
+    const std::string_view item = rest.substr(0, rest.find('&'));
+    rest.remove_prefix(std::min(item.size() + 1, rest.size()));
+    const std::string cookie = detail::percentDecoded(item);
+    if (!canStandInAHeader(cookie)) return badArgument("/cookies/set takes no control characters");
+    answer.header("Set-Cookie", cookie + "; Path=/");
+  }
+  return answer;
+}
+
+Answer cookies(const ReceivedRequest& request) {
+  std::string json;
+  for (const std::string& value : request.headerValues("Cookie")) {
+    for (std::string_view rest = value; !rest.empty();) {
+      const std::string_view pair = detail::trimmed(rest.substr(0, rest.find(';')));
+      rest.remove_prefix(std::min(rest.find(';'), rest.size() - 1) + 1);
+      const std::size_t equals = std::min(pair.find('='), pair.size());
+      json += (json.empty() ? "" : ", ") + jsonString(pair.substr(0, equals)) + ": " +
+              jsonString(pair.substr(std::min(equals + 1, pair.size())));
+    }
+  }
+  return Answer().json("{\"cookies\": {" + json + "}}\n");
+}
+
+}  // namespace
+
+void TestServer::installStandardRoutes() {
+  handle("/get", describe);
+  handle("/headers", describeHeaders);
+  handle("/post", post);
+  handle("/echo", echo);
+  handle("/gzip", gzipEncoded);
+  handle("/drop", drop);
+  handle("/delay/*", delayed);
+  handle("/status/*", withNumber("/status/", 999, status));
+  handle("/bytes/*", withNumber("/bytes/", std::uint64_t(1) << 40, bytes));
+  handle("/stream/*", withNumber("/stream/", mostChunks, stream));
+  handle("/redirect/*", withNumber("/redirect/", 1000, redirect));
+  handle("/redirect-to", redirectTo);
+  handle("/cookies", cookies);
+  handle("/cookies/set", setCookies);
+}
+
+}  // namespace corvane::testing
