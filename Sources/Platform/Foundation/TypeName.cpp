@@ -27,9 +27,8 @@ std::string typeName(const std::type_info& type) {
   // The standard libraries' inline namespaces and the expansion of std::string are nobody's spelling.
   replaceAll(name, "std::__cxx11::", "std::");
   replaceAll(name, "std::__1::", "std::");
-  replaceAll(name, "std::basic_string<char, std::char_traits<char>, std::allocator<char> >", "std::string");
+  while (name.find("> >") != std::string::npos) replaceAll(name, "> >", ">>");
   replaceAll(name, "std::basic_string<char, std::char_traits<char>, std::allocator<char>>", "std::string");
-  replaceAll(name, "std::basic_string_view<char, std::char_traits<char> >", "std::string_view");
   replaceAll(name, "std::basic_string_view<char, std::char_traits<char>>", "std::string_view");
   return name;
 }

@@ -1,0 +1,35 @@
+#include "Platform/Foundation/Bundle.hpp"
+
+#include <mutex>
+#include <utility>
+
+namespace platform {
+
+struct Bundle::State {
+  std::mutex mutex;
+  std::optional<Dictionary> information;
+};
+
+Bundle::Bundle(std::optional<Dictionary> information) : state_(*new State{{}, std::move(information)}) {}
+
+Bundle& Bundle::main() {
+  static Bundle& bundle = *new Bundle(std::nullopt);
+  return bundle;
+}
+
+Bundle& Bundle::library() {
+  static Bundle& bundle = *new Bundle(Dictionary{{"CFBundleShortVersionString", CORVANE_VERSION}});
+  return bundle;
+}
+
+std::optional<Dictionary> Bundle::infoDictionary() const {
+  const std::lock_guard lock(state_.mutex);
+  return state_.information;
+}
+
+void Bundle::setInfoDictionary(std::optional<Dictionary> information) {
+  const std::lock_guard lock(state_.mutex);
+  state_.information = std::move(information);
+}
+
+}  // namespace platform

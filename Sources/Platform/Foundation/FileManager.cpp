@@ -1,0 +1,205 @@
+#include "Platform/Foundation/FileManager.hpp"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+#include "Platform/Foundation/Error.hpp"
+#include "Platform/Foundation/UUID.hpp"
+
+namespace platform {
+
+namespace {
+
+std::int32_t readCode(int number) {
+  switch (number) {
+    case ENOENT:
+      return CocoaErrorCode::fileReadNoSuchFile;
+    case EACCES:
+    case EPERM:
+      return CocoaErrorCode::fileReadNoPermission;
+    case EINVAL:
+    case ENAMETOOLONG:
+      return CocoaErrorCode::fileReadInvalidFileName;
+    default:
+      return CocoaErrorCode::fileReadUnknown;
+  }
+}
+
+std::int32_t writeCode(int number) {
+  switch (number) {
+    case ENOENT:
+      return CocoaErrorCode::fileNoSuchFile;
+    case EACCES:
+    case EPERM:
+      return CocoaErrorCode::fileWriteNoPermission;
+    case EINVAL:
+    case ENAMETOOLONG:
+      return CocoaErrorCode::fileWriteInvalidFileName;
+    case ENOSPC:
+    case EDQUOT:
+      return CocoaErrorCode::fileWriteOutOfSpace;
+    case EROFS:
+      return CocoaErrorCode::fileWriteVolumeReadOnly;
+    default:
+      return CocoaErrorCode::fileWriteUnknown;
+  }
+}
+
+Error makeError(std::int32_t code, std::string_view path, const char* failure, int number) {
+  std::string message = "\"" + std::string(path) + "\" " + failure + ": " + std::generic_category().message(number);
+  return {NSCocoaErrorDomain, code, std::move(message), {{"NSFilePath", path}, {"NSPOSIXErrorCode", number}}};
+}
+
+[[noreturn]] void throwReadError(std::string_view path, int number) {
+  throw makeError(readCode(number), path, "could not be read", number);
+}
+
+[[noreturn]] void throwWriteError(std::string_view path, int number) {
+  throw makeError(writeCode(number), path, "could not be written", number);
+}
+
+class FileDescriptor {
+ public:
+  explicit FileDescriptor(int number) : number_(number) {}
+  ~FileDescriptor() {
+    if (number_ >= 0) ::close(number_);
+  }
+  FileDescriptor(const FileDescriptor&) = delete;
+  FileDescriptor& operator=(const FileDescriptor&) = delete;
+
+  int number() const { return number_; }
+  bool isOpen() const { return number_ >= 0; }
+  /// Closes and tells the error number, since some file systems report failed writes only then.
+  int close() { return ::close(std::exchange(number_, -1)) == 0 ? 0 : errno; }
+
+ private:
+  int number_;
+};
+
+/// The path for the system, or absent when a NUL would cut it off.
+std::optional<std::string> terminated(std::string_view path) {
+  if (path.find('\0') != std::string_view::npos) return std::nullopt;
+  return std::string(path);
+}
+
+/// Calls until no signal interrupts the call.
+template <class Call>
+auto uninterrupted(Call call) {
+  auto result = call();
+  while (result < 0 && errno == EINTR) result = call();
+  return result;
+}
+
+/// Returns an error number.
+int readAll(const FileDescriptor& file, Data& data) {
+  struct stat status;
+  if (::fstat(file.number(), &status) != 0) return errno;
+  // The size is a hint: it is 0 for pipes, and a file may grow. One byte more lets the end show at once.
+  std::size_t room = status.st_size > 0 ? static_cast<std::size_t>(status.st_size) + 1 : 4096;
+  std::size_t filled = 0;
+  while (true) {
+    data.resize(filled + room);
+    std::byte* target = data.mutableBytes() + filled;
+    const ssize_t count = uninterrupted([&] { return ::read(file.number(), target, room); });
+    if (count < 0) return errno;
+    filled += static_cast<std::size_t>(count);
+    data.resize(filled);
+    if (count == 0) return 0;
+    room = data.capacity() > filled ? data.capacity() - filled : filled;
+  }
+}
+
+/// Returns an error number.
+int writeAll(FileDescriptor& file, const Data& data) {
+  std::size_t written = 0;
+  while (written < data.count()) {
+    const ssize_t count =
+        uninterrupted([&] { return ::write(file.number(), data.bytes() + written, data.count() - written); });
+    if (count < 0) return errno;
+    written += static_cast<std::size_t>(count);
+  }
+  if (::fsync(file.number()) != 0 && errno != EINVAL) return errno;
+  return file.close();
+}
+
+std::string siblingName(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  return path.substr(0, slash == std::string::npos ? 0 : slash + 1) + "." + UUID().uuidString();
+}
+
+/// Writes a file that is not there yet, with the permissions of the one it will replace. Returns an error number.
+int writeFresh(const std::string& path, const std::string& replaced, const Data& data) {
+  FileDescriptor file(
+      uninterrupted([&] { return ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666); }));
+  if (!file.isOpen()) return errno;
+  struct stat status;
+  if (::stat(replaced.c_str(), &status) == 0 && ::fchmod(file.number(), status.st_mode & 07777) != 0) return errno;
+  return writeAll(file, data);
+}
+
+}  // namespace
+
+Data FileManager::contents(std::string_view path) {
+  const auto name = terminated(path);
+  if (!name) throwReadError(path, EINVAL);
+  const FileDescriptor file(uninterrupted([&] { return ::open(name->c_str(), O_RDONLY | O_CLOEXEC); }));
+  if (!file.isOpen()) throwReadError(path, errno);
+  Data data;
+  const int number = readAll(file, data);
+  if (number != 0) throwReadError(path, number);
+  return data;
+}
+
+std::optional<Data> FileManager::contentsIfReadable(std::string_view path) try {
+  return contents(path);
+} catch (const Error&) {
+  return std::nullopt;
+}
+
+void FileManager::write(const Data& data, std::string_view path) {
+  const auto name = terminated(path);
+  if (!name) throwWriteError(path, EINVAL);
+  const std::string fresh = siblingName(*name);
+  int number = writeFresh(fresh, *name, data);
+  if (number == 0 && ::rename(fresh.c_str(), name->c_str()) != 0) number = errno;
+  if (number == 0) return;
+  ::unlink(fresh.c_str());
+  throwWriteError(path, number);
+}
+
+bool FileManager::exists(std::string_view path) {
+  const auto name = terminated(path);
+  return name && ::access(name->c_str(), F_OK) == 0;
+}
+
+void FileManager::remove(std::string_view path) {
+  constexpr const char* failure = "could not be removed";
+  const auto name = terminated(path);
+  if (!name) throw makeError(CocoaErrorCode::fileWriteInvalidFileName, path, failure, EINVAL);
+  std::error_code error;
+  const auto count = std::filesystem::remove_all(*name, error);
+  const int number = error ? error.value() : count == 0 ? ENOENT : 0;
+  if (number != 0) throw makeError(writeCode(number), path, failure, number);
+}
+
+std::string FileManager::temporaryDirectory() {
+  const char* variable = std::getenv("TMPDIR");
+  std::string path = variable != nullptr && *variable != '\0' ? variable : "/tmp";
+  while (path.size() > 1 && path.ends_with('/')) path.pop_back();
+  return path;
+}
+
+std::string FileManager::createTemporaryDirectory() {
+  std::string path = temporaryDirectory() + "/corvane-XXXXXX";
+  if (::mkdtemp(path.data()) == nullptr) throwWriteError(path, errno);
+  return path;
+}
+
+}  // namespace platform

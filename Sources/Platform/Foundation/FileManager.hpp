@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "Platform/Export.hpp"
+#include "Platform/Foundation/Data.hpp"
+
+namespace platform {
+
+/// The domain of errors about files, and its codes. Such an error's user information holds the path under
+/// "NSFilePath" and the system's error number under "NSPOSIXErrorCode".
+inline constexpr const char* NSCocoaErrorDomain = "NSCocoaErrorDomain";
+
+namespace CocoaErrorCode {
+inline constexpr std::int32_t fileNoSuchFile = 4;
+inline constexpr std::int32_t fileReadUnknown = 256;
+inline constexpr std::int32_t fileReadNoPermission = 257;
+inline constexpr std::int32_t fileReadInvalidFileName = 258;
+inline constexpr std::int32_t fileReadNoSuchFile = 260;
+inline constexpr std::int32_t fileWriteUnknown = 512;
+inline constexpr std::int32_t fileWriteNoPermission = 513;
+inline constexpr std::int32_t fileWriteInvalidFileName = 514;
+inline constexpr std::int32_t fileWriteOutOfSpace = 640;
+inline constexpr std::int32_t fileWriteVolumeReadOnly = 642;
+}  // namespace CocoaErrorCode
+
+/// Files as requests need them: whole, by path. Every function blocks; all are safe on any thread. Failures
+/// are thrown as `Error` with a message that names the path and the reason.
+class CORVANE_API FileManager {
+ public:
+  FileManager() = delete;
+
+  /// All bytes of a file.
+  static Data contents(std::string_view path);
+  /// The same, absent where `contents` throws.
+  static std::optional<Data> contentsIfReadable(std::string_view path);
+  /// Makes or replaces a file, all or nothing: until every byte is on the disk, the path shows what was there
+  /// before. A file that is replaced passes on its permissions; a symbolic link is replaced, not followed.
+  static void write(const Data& data, std::string_view path);
+  static bool exists(std::string_view path);
+  /// Removes a file, or a directory with all that is in it. A symbolic link is removed, not followed.
+  static void remove(std::string_view path);
+
+  /// $TMPDIR, or "/tmp", without a slash at the end.
+  static std::string temporaryDirectory();
+  /// A fresh directory inside, which only this user may enter. The caller removes it.
+  static std::string createTemporaryDirectory();
+};
+
+}  // namespace platform

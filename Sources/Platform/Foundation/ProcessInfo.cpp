@@ -1,0 +1,55 @@
+#include "Platform/Foundation/ProcessInfo.hpp"
+
+#include <sys/utsname.h>
+
+#include <charconv>
+#include <mutex>
+
+#include "Platform/Trap.hpp"
+
+namespace platform {
+
+namespace {
+
+struct Settings {
+  std::mutex mutex;
+  std::optional<OperatingSystemVersion> version;
+};
+
+Settings& settings() {
+  static Settings& shared = *new Settings;
+  return shared;
+}
+
+OperatingSystemVersion kernelVersion() {
+  utsname names;
+  if (::uname(&names) != 0) trap("ProcessInfo: the system does not tell its release");
+  return OperatingSystemVersion::parse(names.release);
+}
+
+}  // namespace
+
+OperatingSystemVersion OperatingSystemVersion::parse(std::string_view release) noexcept {
+  OperatingSystemVersion version;
+  for (std::int64_t* number : {&version.majorVersion, &version.minorVersion, &version.patchVersion}) {
+    if (release.starts_with('-')) break;
+    const auto [end, error] = std::from_chars(release.data(), release.data() + release.size(), *number);
+    if (error != std::errc()) break;
+    release.remove_prefix(static_cast<std::size_t>(end - release.data()));
+    if (!release.starts_with('.')) break;
+    release.remove_prefix(1);
+  }
+  return version;
+}
+
+OperatingSystemVersion ProcessInfo::operatingSystemVersion() {
+  const std::lock_guard lock(settings().mutex);
+  return settings().version ? *settings().version : kernelVersion();
+}
+
+void ProcessInfo::setOperatingSystemVersion(std::optional<OperatingSystemVersion> version) {
+  const std::lock_guard lock(settings().mutex);
+  settings().version = version;
+}
+
+}  // namespace platform

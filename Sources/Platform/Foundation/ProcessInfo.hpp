@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+#include "Platform/Export.hpp"
+
+namespace platform {
+
+/// The version of an operating system, e.g. 13.3.0.
+struct OperatingSystemVersion {
+  std::int64_t majorVersion = 0;
+  std::int64_t minorVersion = 0;
+  std::int64_t patchVersion = 0;
+
+  /// Reads up to three numbers set apart by dots at the start of `release`; what is missing is 0. The kernel's
+  /// "6.1.0-18-amd64" is 6.1.0.
+  CORVANE_API static OperatingSystemVersion parse(std::string_view release) noexcept;
+  friend bool operator==(const OperatingSystemVersion&, const OperatingSystemVersion&) = default;
+};
+
+/// What the running process knows about the machine it is on. Thread-safe.
+class CORVANE_API ProcessInfo {
+ public:
+  ProcessInfo() = delete;
+
+  /// The kernel's release, as uname tells it, unless set.
+  static OperatingSystemVersion operatingSystemVersion();
+  /// For hosts whose version is not the kernel's. Absent: the kernel's again.
+  static void setOperatingSystemVersion(std::optional<OperatingSystemVersion> version);
+};
+
+}  // namespace platform
