@@ -144,12 +144,7 @@ int TestServer::endIdleConnections(Ending ending) {
     return !ended.empty();
   });
   (void)waitUntil([&] {
-    bool allClosed = true;
-    core_->listener->forEachConnection([&](detail::Connection& each) {
-      const bool isOurs = std::find(ended.begin(), ended.end(), each.number()) != ended.end();
-      if (isOurs && !each.isClosed()) allClosed = false;
-    });
-    return allClosed;
+    return std::none_of(ended.begin(), ended.end(), [&](int number) { return core_->context.journal.isOpen(number); });
   });
   return static_cast<int>(ended.size());
 }

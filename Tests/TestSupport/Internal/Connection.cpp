@@ -288,7 +288,6 @@ void Connection::closeSocket() {
     // The client was faster; the socket only needs to be closed.
   }
   stream_->close();
-  isClosed_.store(true, std::memory_order_release);
 }
 
 }  // namespace corvane::testing::detail

@@ -36,7 +36,6 @@ class Connection {
 
   /// The thread has nothing more to do.
   bool isFinished() const { return isFinished_.load(std::memory_order_acquire); }
-  bool isClosed() const { return isClosed_.load(std::memory_order_acquire); }
   int number() const { return number_; }
 
   // From the test's thread, while the connection waits for a request; false when it does not.
@@ -77,7 +76,6 @@ class Connection {
   std::mutex idleMutex_;
   bool isIdle_ = false;
   std::optional<Ending> ending_;
-  std::atomic<bool> isClosed_ = false;
   std::atomic<bool> isFinished_ = false;
   std::thread thread_;
 };

@@ -24,6 +24,7 @@ int Journal::connectionOpened() {
   int number = 0;
   note([&] {
     number = ++opened_;
+    open_.insert(number);
     ConnectionRecord record;
     record.number = number;
     if (keeps_) connections_.push_back(std::move(record));
@@ -40,7 +41,7 @@ void Journal::updateConnection(int number, const std::function<void(ConnectionRe
 
 void Journal::connectionClosed(int number) {
   updateConnection(number, [](ConnectionRecord& record) { record.isOpen = false; });
-  note([&] { ++closed_; });
+  note([&] { open_.erase(number); });
 }
 
 void Journal::headArrived() {
@@ -80,7 +81,11 @@ int Journal::connectionCount() const {
 }
 
 int Journal::openConnections() const {
-  return look([&] { return opened_ - closed_; });
+  return look([&] { return static_cast<int>(open_.size()); });
+}
+
+bool Journal::isOpen(int number) const {
+  return look([&] { return open_.contains(number); });
 }
 
 int Journal::idleConnections() const {

@@ -7,6 +7,7 @@
 #include <functional>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -34,6 +35,7 @@ class Journal {
 
   int connectionCount() const;
   int openConnections() const;
+  bool isOpen(int number) const;
   int idleConnections() const;
   int standstills() const;
   int headCount() const;
@@ -59,7 +61,7 @@ class Journal {
   std::uint64_t generation_ = 0;
   bool keeps_ = true;
   int opened_ = 0;
-  int closed_ = 0;
+  std::set<int> open_;
   int idle_ = 0;
   int standstills_ = 0;
   int heads_ = 0;

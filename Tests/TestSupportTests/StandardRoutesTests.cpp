@@ -1,0 +1,97 @@
+#include "RawClient.hpp"
+#include "TestSupport/Compression.hpp"
+#include "TestSupport/ServerTest.hpp"
+
+namespace corvane::testing {
+namespace {
+
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+class StandardRoutesTest : public ServerTest {
+ protected:
+  StandardRoutesTest() { server.installStandardRoutes(); }
+
+  std::string fetch(const std::string& target) { return RawClient(server).exchange(closingGet(target)); }
+  std::string send(const std::string& target, const std::string& headers, const std::string& body) {
+    return RawClient(server).exchange("POST " + target + " HTTP/1.1\r\nConnection: close\r\nContent-Length: " +
+                                      std::to_string(body.size()) + "\r\n" + headers + "\r\n" + body);
+  }
+  static std::string bodyOf(const std::string& answer) { return answer.substr(answer.find("\r\n\r\n") + 4); }
+};
+
+TEST_F(StandardRoutesTest, describeTheRequest) {
+  EXPECT_EQ(bodyOf(fetch("/get?a=%22")),
+            "{\"method\": \"GET\", \"target\": \"/get?a=%22\", "
+            "\"headers\": [[\"Host\", \"test\"], [\"Connection\", \"close\"]]}\n");
+  EXPECT_EQ(bodyOf(RawClient(server).exchange("GET /headers HTTP/1.0\r\nX: \"a\\b\"\t\xC3\xA4\xFF\r\n\r\n")),
+            "{\"headers\": [[\"X\", \"\\\"a\\\\b\\\"\\u0009\xC3\xA4\xEF\xBF\xBD\"]]}\n");
+}
+
+TEST_F(StandardRoutesTest, echoTheBodyWithItsType) {
+  const std::string answer = send("/echo", "Content-Type: text/x\r\n", "hello");
+
+  EXPECT_THAT(answer, HasSubstr("\r\nContent-Type: text/x\r\n"));
+  EXPECT_EQ(bodyOf(answer), "hello");
+}
+
+TEST_F(StandardRoutesTest, decodeAPostedBody) {
+  const std::string encoded = gzipped("hello, hello, hello, hello, hello");
+
+  const std::string answer = send("/post", "Content-Encoding: gzip\r\n", encoded);
+
+  EXPECT_THAT(answer, HasSubstr("\r\nX-Received-Length: " + std::to_string(encoded.size()) + "\r\n"));
+  EXPECT_THAT(answer, HasSubstr("\r\nX-Decoded-Length: 33\r\n"));
+  EXPECT_EQ(bodyOf(answer), "hello, hello, hello, hello, hello");
+  EXPECT_THAT(send("/post", "Content-Encoding: gzip\r\n", "plain"), StartsWith("HTTP/1.1 400"));
+  EXPECT_THAT(send("/post", "Content-Encoding: br\r\n", "plain"), StartsWith("HTTP/1.1 415"));
+}
+
+TEST_F(StandardRoutesTest, answerWithTheStatusAskedFor) {
+  EXPECT_THAT(fetch("/status/418"), StartsWith("HTTP/1.1 418 Unknown\r\n"));
+  EXPECT_THAT(fetch("/status/204"),
+              EndsWith("HTTP/1.1 204 No Content\r\nContent-Type: text/plain; charset=utf-8\r\n\r\n"));
+  for (const char* target : {"/status/x", "/status/", "/status/100", "/status/1000", "/status/-1"}) {
+    EXPECT_THAT(fetch(target), StartsWith("HTTP/1.1 400 Bad Request\r\n")) << target;
+  }
+}
+
+TEST_F(StandardRoutesTest, delayByFractionsOfASecond) {
+  const auto start = std::chrono::steady_clock::now();
+
+  EXPECT_THAT(fetch("/delay/0.02"), StartsWith("HTTP/1.1 200"));
+  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(20));
+  for (const char* target : {"/delay/", "/delay/-1", "/delay/nan", "/delay/1e9", "/delay/1x"}) {
+    EXPECT_THAT(fetch(target), StartsWith("HTTP/1.1 400")) << target;
+  }
+}
+
+TEST_F(StandardRoutesTest, sendBytesChunksAndGzip) {
+  EXPECT_EQ(bodyOf(fetch("/bytes/1000")), generatedBytes(1000));
+  EXPECT_THAT(fetch("/stream/2"), HasSubstr("\r\nTransfer-Encoding: chunked\r\n"));
+  EXPECT_THAT(fetch("/stream/2"), HasSubstr("\"line\": 1}\n\r\n0\r\n\r\n"));
+  EXPECT_THAT(fetch("/stream/10001"), StartsWith("HTTP/1.1 400"));
+  EXPECT_THAT(gunzipped(bodyOf(fetch("/gzip"))), EndsWith("\"gzipped\": true}\n"));
+  EXPECT_EQ(fetch("/drop"), "");
+}
+
+TEST_F(StandardRoutesTest, redirect) {
+  EXPECT_THAT(fetch("/redirect/2"), HasSubstr("\r\nLocation: /redirect/1\r\n"));
+  EXPECT_THAT(fetch("/redirect/1"), HasSubstr("\r\nLocation: /get\r\n"));
+  EXPECT_THAT(fetch("/redirect-to?url=http%3A%2F%2Fa%2F&status=307"),
+              StartsWith("HTTP/1.1 307 Temporary Redirect\r\nLocation: http://a/\r\n"));
+  EXPECT_THAT(fetch("/redirect-to?url=a%0D%0Ab"), StartsWith("HTTP/1.1 400"));
+  EXPECT_THAT(fetch("/redirect-to"), StartsWith("HTTP/1.1 400"));
+}
+
+TEST_F(StandardRoutesTest, setAndShowCookies) {
+  EXPECT_THAT(fetch("/cookies/set?a=1&b=x%20y"),
+              HasSubstr("\r\nSet-Cookie: a=1; Path=/\r\nSet-Cookie: b=x y; Path=/\r\n"));
+  EXPECT_EQ(bodyOf(RawClient(server).exchange("GET /cookies HTTP/1.0\r\nCookie: a=1; b=x y;c\r\n\r\n")),
+            "{\"cookies\": {\"a\": \"1\", \"b\": \"x y\", \"c\": \"\"}}\n");
+  EXPECT_EQ(bodyOf(fetch("/cookies")), "{\"cookies\": {}}\n");
+}
+
+}  // namespace
+}  // namespace corvane::testing
