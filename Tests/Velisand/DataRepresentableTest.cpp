@@ -1,0 +1,54 @@
+#include "Velisand/DataRepresentable.hpp"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace velisand {
+namespace {
+
+using platform::Data;
+
+struct Greeting {
+  std::string name;
+  Data asData() const { return Data("hello " + name); }
+};
+
+struct Parsed {
+  explicit Parsed(Data data) : length(data.count()) {}
+  std::size_t length;
+};
+
+static_assert(DataRepresentable<Data> && DataRepresentable<std::string> && DataRepresentable<std::vector<std::byte>>);
+static_assert(DataRepresentable<Greeting> && !DataRepresentable<int> && !DataRepresentable<Parsed>);
+static_assert(DataInitializable<Data> && DataInitializable<std::string> && DataInitializable<std::vector<std::byte>>);
+static_assert(DataInitializable<Parsed> && !DataInitializable<int> && !DataInitializable<Greeting>);
+
+TEST(DataRepresentableTest, takesBytesAsTheyAre) {
+  const std::vector<std::byte> bytes{std::byte{0}, std::byte{0xFF}};
+
+  EXPECT_EQ(asData(Data("a")), Data("a"));
+  EXPECT_EQ(asData(std::string("b\0c", 3)).count(), 3u);
+  EXPECT_EQ(asData(bytes), Data(bytes.data(), bytes.size()));
+}
+
+TEST(DataRepresentableTest, sharesTheBytesOfData) {
+  const Data data("shared");
+
+  EXPECT_EQ(asData(data).bytes(), data.bytes());
+}
+
+TEST(DataRepresentableTest, asksATypeForItsBytes) { EXPECT_EQ(asData(Greeting{"Ada"}), Data("hello Ada")); }
+
+TEST(DataInitializableTest, makesValuesOfBytes) {
+  const Data data("abc");
+
+  EXPECT_EQ(fromData<Data>(data).bytes(), data.bytes());
+  EXPECT_EQ(fromData<std::string>(data), "abc");
+  EXPECT_EQ(fromData<std::vector<std::byte>>(data).size(), 3u);
+  EXPECT_EQ(fromData<Parsed>(data).length, 3u);
+}
+
+}  // namespace
+}  // namespace velisand
