@@ -78,13 +78,13 @@ TEST(GZipArchiverTest, writesTheBytesOfOneCallOfZlib) {
 }
 
 TEST(GZipArchiverTest, growsItsOutputByTwelveBytes) {
-  const auto input = random(50'000);
+  const auto input = random(200'000);
 
   // Only stored blocks tell small steps from large ones: zlib cuts them to the room it is given.
   const auto stored = GZipArchiver(input).zip(GZipCompression::none);
 
   EXPECT_TRUE(stored == deflated(input, 0, 12));
-  EXPECT_FALSE(stored == deflated(input, 0, 4096));
+  EXPECT_FALSE(stored == deflated(input, 0, 1'000'000));
   EXPECT_TRUE(GZipUnarchiver(stored).unzip() == Data(input));
 }
 
