@@ -70,10 +70,11 @@ class CORVANE_API URLSession : public std::enable_shared_from_this<URLSession> {
   /// Called exactly once for each task, on the delegate queue: the body (present, maybe empty, when the
   /// exchange completed; what had arrived, if anything, when it failed), the response if its head arrived,
   /// and the error. An error means the body is not complete.
-  using DataCompletion = std::function<void(std::optional<Data>, std::shared_ptr<const URLResponse>, std::optional<Error>)>;
+  using DataCompletion =
+      std::function<void(std::optional<Data>, std::shared_ptr<const URLResponse>, std::optional<Error>)>;
 
-  static std::shared_ptr<URLSession> make(URLSessionConfiguration configuration, std::shared_ptr<URLSessionDelegate> delegate,
-                                          DispatchQueue delegateQueue);
+  static std::shared_ptr<URLSession> make(URLSessionConfiguration configuration,
+                                          std::shared_ptr<URLSessionDelegate> delegate, DispatchQueue delegateQueue);
   ~URLSession();
   URLSession(const URLSession&) = delete;
   URLSession& operator=(const URLSession&) = delete;

@@ -52,8 +52,8 @@ class CORVANE_API URLSessionDelegate {
   /// Once for each new TLS connection, before anything of the request is sent. `completion` must be called
   /// once, on any thread, now or later. Default: `performDefaultHandling`, i.e. the system's anchors and
   /// the host name decide.
-  virtual void didReceiveChallenge(const std::shared_ptr<URLSession>& session, const URLAuthenticationChallenge& challenge,
-                                   ChallengeCompletion completion);
+  virtual void didReceiveChallenge(const std::shared_ptr<URLSession>& session,
+                                   const URLAuthenticationChallenge& challenge, ChallengeCompletion completion);
 };
 
 }  // namespace platform

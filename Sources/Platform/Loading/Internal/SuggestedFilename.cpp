@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "Platform/Foundation/UTF8.hpp"
 #include "Platform/Loading/Internal/HTTPText.hpp"
 #include "Platform/Loading/Internal/UTF8Text.hpp"
 
@@ -40,7 +41,7 @@ std::optional<std::string> decodedExtendedValue(std::string_view text) {
   auto bytes = percentDecoded(text.substr(second + 1));
   if (!bytes) return std::nullopt;
   const std::string_view charset = text.substr(0, first);
-  if (equalsIgnoringCase(charset, "UTF-8")) return isUTF8(*bytes) ? bytes : std::nullopt;
+  if (equalsIgnoringCase(charset, "UTF-8")) return isValidUTF8(*bytes) ? bytes : std::nullopt;
   if (equalsIgnoringCase(charset, "ISO-8859-1")) return utf8FromLatin1(*bytes);
   return std::nullopt;
 }
@@ -117,11 +118,11 @@ std::optional<std::string> filenameOfDisposition(std::string_view contentDisposi
   }
   const std::string* plain = parsed.parameter("filename");
   if (!plain) return std::nullopt;
-  return isUTF8(*plain) ? *plain : utf8FromLatin1(*plain);
+  return isValidUTF8(*plain) ? *plain : utf8FromLatin1(*plain);
 }
 
 std::string safeComponent(std::string_view name, std::size_t maximumBytes) {
-  const std::string valid = isUTF8(name) ? std::string(name) : utf8FromLatin1(name);
+  const std::string valid = isValidUTF8(name) ? std::string(name) : utf8FromLatin1(name);
   std::string_view component = valid;
   while (!component.empty() && (component.back() == '/' || component.back() == '\\')) component.remove_suffix(1);
   component.remove_prefix(component.find_last_of("/\\") + 1);  // npos + 1 is 0
