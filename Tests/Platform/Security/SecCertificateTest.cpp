@@ -4,16 +4,20 @@
 #include <openssl/err.h>
 
 #include "Platform/Security/Internal/CertificateHandle.hpp"
-#include "TestCertificates.hpp"
+#include "TestSupport/CertificateAuthority.hpp"
+#include "TrustCertificates.hpp"
 
 namespace {
 
+using corvane::testing::Certificate;
+using corvane::testing::CertificateAuthority;
+using corvane::testing::resigned;
+using corvane::testing::trustCertificate;
 using platform::Data;
 using platform::SecCertificate;
-using tests::makeCertificate;
 
 TEST(SecCertificateTest, givesBackTheBytesItWasMadeFrom) {
-  const Data der = makeCertificate({.commonName = "Ada"}).der();
+  const Data der = CertificateAuthority("Ada").certificate().der();
 
   const auto certificate = SecCertificate::createWithData(der);
 
@@ -22,36 +26,40 @@ TEST(SecCertificateTest, givesBackTheBytesItWasMadeFrom) {
 }
 
 TEST(SecCertificateTest, namesSubjectAndIssuerByTheirCommonNames) {
-  const auto root = makeCertificate({.commonName = "Würzel", .isAuthority = true});
+  const CertificateAuthority root("Würzel");
 
-  const auto certificate = makeCertificate({.commonName = "leaf.test"}, &root).trustCertificate();
+  const auto certificate = trustCertificate(root.issue({.commonName = "leaf.test"}));
 
   EXPECT_EQ(certificate.subjectSummary(), "leaf.test");
   EXPECT_EQ(certificate.issuerSummary(), "Würzel");
 }
 
 TEST(SecCertificateTest, namesASubjectWithoutCommonNameByItsWholeName) {
-  const auto made = makeCertificate({.commonName = "x"});
-  X509_NAME* name = X509_NAME_new();
-  const auto add = [name](const char* field, const char* value) {
-    X509_NAME_add_entry_by_txt(name, field, MBSTRING_UTF8, reinterpret_cast<const unsigned char*>(value), -1, -1, 0);
-  };
-  add("C", "CH");
-  add("O", "Zürich Works");
-  X509_set_subject_name(made.certificate.get(), name);
-  X509_NAME_free(name);
-  X509_sign(made.certificate.get(), made.key.get(), EVP_sha256());
+  const Certificate base = CertificateAuthority::selfSigned({});
+  const Data der = resigned(base, base.keyPem(), [](X509* certificate) {
+    const std::unique_ptr<X509_NAME, decltype(&X509_NAME_free)> name(X509_NAME_new(), X509_NAME_free);
+    const auto add = [&name](const char* field, const char* value) {
+      const auto* utf8 = reinterpret_cast<const unsigned char*>(value);
+      X509_NAME_add_entry_by_txt(name.get(), field, MBSTRING_UTF8, utf8, -1, -1, 0);
+    };
+    add("C", "CH");
+    add("O", "Zürich Works");
+    X509_set_subject_name(certificate, name.get());
+  });
 
-  EXPECT_EQ(made.trustCertificate().subjectSummary(), "O=Zürich Works,C=CH");
+  const auto certificate = SecCertificate::createWithData(der);
+
+  ASSERT_TRUE(certificate.has_value());
+  EXPECT_EQ(certificate->subjectSummary(), "O=Zürich Works,C=CH");
 }
 
 TEST(SecCertificateTest, refusesAnythingButOneCertificateInDER) {
-  const auto made = makeCertificate({.commonName = "Ada"});
+  const Certificate made = CertificateAuthority("Ada").certificate();
   Data trailing = made.der();
   trailing.append("\n");
   Data twice = made.der();
-  twice.append(made.der().span());
-  const Data cut = made.der().subdata(0, made.der().count() - 1);
+  twice.append(made.der());
+  const Data cut = made.der().substr(0, made.der().size() - 1);
 
   EXPECT_FALSE(SecCertificate::createWithData(Data()).has_value());
   EXPECT_FALSE(SecCertificate::createWithData(made.pem()).has_value());
@@ -72,24 +80,25 @@ TEST(SecCertificateTest, leavesTheErrorQueueOfOpenSSLAsItWas) {
 }
 
 TEST(SecCertificateTest, isEqualByItsBytes) {
-  const auto made = makeCertificate({.commonName = "Ada"});
+  const Certificate made = CertificateAuthority("Ada").certificate();
 
-  EXPECT_EQ(made.trustCertificate(), made.trustCertificate());
-  EXPECT_FALSE(made.trustCertificate() == makeCertificate({.commonName = "Ada"}).trustCertificate());
+  EXPECT_EQ(trustCertificate(made), trustCertificate(made));
+  EXPECT_FALSE(trustCertificate(made) == trustCertificate(CertificateAuthority("Ada").certificate()));
 }
 
 TEST(SecCertificateTest, sharesTheCertificatesOfAReceivedChain) {
-  const auto root = makeCertificate({.commonName = "Root", .isAuthority = true});
-  const auto leaf = makeCertificate({.commonName = "leaf.test"}, &root);
+  const CertificateAuthority root("Root");
+  const auto leaf = trustCertificate(root.issue({.commonName = "leaf.test"}));
+  const auto anchor = trustCertificate(root.certificate());
   STACK_OF(X509)* received = sk_X509_new_null();
-  sk_X509_push(received, leaf.certificate.get());
-  sk_X509_push(received, root.certificate.get());
+  sk_X509_push(received, leaf.handle()->x509);
+  sk_X509_push(received, anchor.handle()->x509);
 
   const auto chain = platform::detail::certificatesFromChain(received);
   sk_X509_free(received);
 
   ASSERT_EQ(chain.size(), 2U);
-  EXPECT_EQ(chain[0].handle()->x509, leaf.certificate.get());
+  EXPECT_EQ(chain[0].handle()->x509, leaf.handle()->x509);
   EXPECT_EQ(chain[1].subjectSummary(), "Root");
   EXPECT_TRUE(platform::detail::certificatesFromChain(nullptr).empty());
 }

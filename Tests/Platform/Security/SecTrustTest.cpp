@@ -3,19 +3,23 @@
 #include <gtest/gtest.h>
 #include <openssl/err.h>
 
+#include <ctime>
 #include <thread>
 
-#include "TestCertificates.hpp"
+#include "Platform/Security/Internal/CertificateHandle.hpp"
+#include "TestSupport/CertificateAuthority.hpp"
+#include "TrustCertificates.hpp"
 
 namespace {
 
+using corvane::testing::Certificate;
+using corvane::testing::CertificateAuthority;
+using corvane::testing::CertificateRequest;
+using corvane::testing::Validity;
 using platform::SecCertificate;
 using platform::SecTrust;
 using platform::SecTrustProblem;
 using platform::SecTrustResult;
-using tests::daySeconds;
-using tests::Identity;
-using tests::makeCertificate;
 
 constexpr auto trusted = SecTrustResult::unspecified;
 constexpr auto refused = SecTrustResult::recoverableTrustFailure;
@@ -23,16 +27,19 @@ constexpr auto refused = SecTrustResult::recoverableTrustFailure;
 /// A root that a test may make an anchor of, and what it signed.
 class SecTrustTest : public testing::Test {
  protected:
-  static std::vector<SecCertificate> list(const std::vector<Identity>& identities) {
-    std::vector<SecCertificate> certificates;
-    for (const Identity& identity : identities) certificates.push_back(identity.trustCertificate());
-    return certificates;
+  static std::vector<SecCertificate> list(const std::vector<Certificate>& certificates) {
+    std::vector<SecCertificate> made;
+    for (const Certificate& certificate : certificates) made.push_back(trustCertificate(certificate));
+    return made;
   }
 
-  Identity signedByRoot(tests::CertificatePlan plan) const { return makeCertificate(plan, &root); }
+  static CertificateRequest request(const std::string& commonName, Validity validity = {}) {
+    return {.commonName = commonName, .dnsNames = {"leaf.test"}, .validity = validity};
+  }
 
-  const Identity root = makeCertificate({.commonName = "Test Root", .isAuthority = true});
-  const Identity leaf = signedByRoot({.commonName = "leaf", .alternativeNames = "DNS:leaf.test"});
+  const CertificateAuthority authority{"Test Root"};
+  const Certificate root = authority.certificate();
+  const Certificate leaf = authority.issue(request("leaf"));
 };
 
 TEST_F(SecTrustTest, trustsAChainThatLeadsToACustomAnchor) {
@@ -54,17 +61,17 @@ TEST_F(SecTrustTest, doesNotTrustAnUnknownRoot) {
 }
 
 TEST_F(SecTrustTest, doesNotTrustARootThatOnlySharesTheAnchorsName) {
-  const Identity namesake = makeCertificate({.commonName = "Test Root", .isAuthority = true});
+  const CertificateAuthority namesake("Test Root");
   SecTrust trust(list({leaf, root}), "leaf.test");
 
-  trust.setAnchorCertificates(list({namesake}));
+  trust.setAnchorCertificates(list({namesake.certificate()}));
 
   EXPECT_EQ(trust.evaluate(), refused);
   EXPECT_EQ(trust.problem(), SecTrustProblem::unknownRoot);
 }
 
 TEST_F(SecTrustTest, refusesAnExpiredCertificate) {
-  const Identity old = signedByRoot({.commonName = "old", .alternativeNames = "DNS:leaf.test", .validUntil = -60});
+  const Certificate old = authority.issue(request("old", Validity::expired()));
   SecTrust trust(list({old}), "leaf.test");
 
   trust.setAnchorCertificates(list({root}));
@@ -75,7 +82,7 @@ TEST_F(SecTrustTest, refusesAnExpiredCertificate) {
 }
 
 TEST_F(SecTrustTest, refusesACertificateThatIsNotValidYet) {
-  const Identity early = signedByRoot({.commonName = "early", .alternativeNames = "DNS:leaf.test", .validFrom = 3600});
+  const Certificate early = authority.issue(request("early", Validity::notYet()));
   SecTrust trust(list({early}), "leaf.test");
 
   trust.setAnchorCertificates(list({root}));
@@ -88,9 +95,10 @@ TEST_F(SecTrustTest, refusesACertificateThatIsNotValidYet) {
 TEST_F(SecTrustTest, judgesTheDatesAsOfTheDateThatWasSet) {
   SecTrust trust(list({leaf}), "leaf.test");
   trust.setAnchorCertificates(list({root}));
-  const std::int64_t now = time(nullptr);
+  const std::int64_t now = std::time(nullptr);
+  constexpr std::int64_t daySeconds = 24 * 60 * 60;
 
-  trust.setVerifyDate(now + 31 * daySeconds);
+  trust.setVerifyDate(now + 2 * daySeconds);
   EXPECT_EQ(trust.evaluate(), refused);
   EXPECT_EQ(trust.problem(), SecTrustProblem::expired);
 
@@ -113,7 +121,7 @@ TEST_F(SecTrustTest, refusesTheCertificateOfAnotherHost) {
 }
 
 TEST_F(SecTrustTest, refusesASelfSignedCertificate) {
-  const Identity own = makeCertificate({.commonName = "own", .alternativeNames = "DNS:leaf.test"});
+  const Certificate own = CertificateAuthority::selfSigned(request("own"));
   SecTrust trust(list({own}), "leaf.test");
 
   EXPECT_EQ(trust.evaluate(), refused);
@@ -122,7 +130,7 @@ TEST_F(SecTrustTest, refusesASelfSignedCertificate) {
 }
 
 TEST_F(SecTrustTest, trustsASelfSignedCertificateThatIsItselfTheAnchor) {
-  const Identity own = makeCertificate({.commonName = "own", .alternativeNames = "DNS:leaf.test"});
+  const Certificate own = CertificateAuthority::selfSigned(request("own"));
   SecTrust trust(list({own}), "leaf.test");
 
   trust.setAnchorCertificates(list({own}));
@@ -131,7 +139,7 @@ TEST_F(SecTrustTest, trustsASelfSignedCertificateThatIsItselfTheAnchor) {
 }
 
 TEST_F(SecTrustTest, checksTheHostOfASelfSignedAnchorToo) {
-  const Identity own = makeCertificate({.commonName = "own", .alternativeNames = "DNS:leaf.test"});
+  const Certificate own = CertificateAuthority::selfSigned(request("own"));
   SecTrust trust(list({own}), "other.test");
 
   trust.setAnchorCertificates(list({own}));
@@ -141,10 +149,10 @@ TEST_F(SecTrustTest, checksTheHostOfASelfSignedAnchorToo) {
 }
 
 TEST_F(SecTrustTest, needsTheIntermediateBetweenLeafAndAnchor) {
-  const Identity between = signedByRoot({.commonName = "Between", .isAuthority = true});
-  const Identity deep = makeCertificate({.commonName = "deep", .alternativeNames = "DNS:leaf.test"}, &between);
+  const CertificateAuthority between = authority.intermediate();
+  const Certificate deep = between.issue(request("deep"));
   SecTrust incomplete(list({deep}), "leaf.test");
-  SecTrust complete(list({deep, between}), "leaf.test");
+  SecTrust complete(list({deep, between.certificate()}), "leaf.test");
 
   incomplete.setAnchorCertificates(list({root}));
   complete.setAnchorCertificates(list({root}));
@@ -155,20 +163,20 @@ TEST_F(SecTrustTest, needsTheIntermediateBetweenLeafAndAnchor) {
 }
 
 TEST_F(SecTrustTest, acceptsAnIntermediateAsAnchor) {
-  const Identity between = signedByRoot({.commonName = "Between", .isAuthority = true});
-  const Identity deep = makeCertificate({.commonName = "deep", .alternativeNames = "DNS:leaf.test"}, &between);
+  const CertificateAuthority between = authority.intermediate();
+  const Certificate deep = between.issue(request("deep"));
   SecTrust trust(list({deep}), "leaf.test");
 
-  trust.setAnchorCertificates(list({between}));
+  trust.setAnchorCertificates(list({between.certificate()}));
 
   EXPECT_EQ(trust.evaluate(), trusted);
 }
 
 TEST_F(SecTrustTest, takesTheOtherCertificatesInAnyOrder) {
-  const Identity upper = signedByRoot({.commonName = "Upper", .isAuthority = true});
-  const Identity lower = makeCertificate({.commonName = "Lower", .isAuthority = true}, &upper);
-  const Identity deep = makeCertificate({.commonName = "deep", .alternativeNames = "DNS:leaf.test"}, &lower);
-  SecTrust trust(list({deep, root, upper, lower}), "leaf.test");
+  const CertificateAuthority upper = authority.intermediate("Upper");
+  const CertificateAuthority lower = upper.intermediate("Lower");
+  const Certificate deep = lower.issue(request("deep"));
+  SecTrust trust(list({deep, root, upper.certificate(), lower.certificate()}), "leaf.test");
 
   trust.setAnchorCertificates(list({root}));
 
@@ -176,18 +184,38 @@ TEST_F(SecTrustTest, takesTheOtherCertificatesInAnyOrder) {
 }
 
 TEST_F(SecTrustTest, refusesALeafThatSignedAnother) {
-  const Identity forged = makeCertificate({.commonName = "forged", .alternativeNames = "DNS:bank.test"}, &leaf);
-  SecTrust trust(list({forged, leaf}), "bank.test");
+  const auto leafCertificate = trustCertificate(leaf);
+  const platform::Data forged = resigned(
+      CertificateAuthority::selfSigned(request("forged")), leaf.keyPem(), [&leafCertificate](X509* certificate) {
+        X509_set_issuer_name(certificate, X509_get_subject_name(leafCertificate.handle()->x509));
+        const int identifier = X509_get_ext_by_NID(certificate, NID_authority_key_identifier, -1);
+        X509_EXTENSION_free(X509_delete_ext(certificate, identifier));
+      });
+  SecTrust trust({*SecCertificate::createWithData(forged), leafCertificate}, "leaf.test");
+
+  trust.setAnchorCertificates(list({root}));
+
+  EXPECT_EQ(trust.evaluate(), refused);
+  EXPECT_EQ(trust.problem(), SecTrustProblem::unknownRoot);
+}
+
+TEST_F(SecTrustTest, refusesAnAuthorityBelowOneThatMayHaveNone) {
+  const CertificateAuthority last = authority.intermediate("Last", {}, 0);
+  const CertificateAuthority tooDeep = last.intermediate("Too Deep");
+  const Certificate deep = tooDeep.issue(request("deep"));
+  SecTrust trust(list({deep, tooDeep.certificate(), last.certificate()}), "leaf.test");
 
   trust.setAnchorCertificates(list({root}));
 
   EXPECT_EQ(trust.evaluate(), SecTrustResult::fatalTrustFailure);
   EXPECT_EQ(trust.problem(), SecTrustProblem::other);
+  EXPECT_EQ(trust.problemDescription(), "The certificate \"Last\" cannot be trusted: path length constraint exceeded.");
 }
 
 TEST_F(SecTrustTest, refusesACertificateThatIsNotForServers) {
-  const Identity client =
-      signedByRoot({.commonName = "client", .alternativeNames = "DNS:leaf.test", .extendedKeyUsage = "clientAuth"});
+  CertificateRequest forClients = request("client");
+  forClients.extendedKeyUsage = "clientAuth";
+  const Certificate client = authority.issue(forClients);
   SecTrust trust(list({client}), "leaf.test");
 
   trust.setAnchorCertificates(list({root}));
@@ -198,8 +226,8 @@ TEST_F(SecTrustTest, refusesACertificateThatIsNotForServers) {
 }
 
 TEST_F(SecTrustTest, callsABrokenSignatureFatal) {
-  platform::Data der = leaf.der();
-  der.mutableBytes()[der.count() - 1] ^= std::byte{1};
+  std::string der = leaf.der();
+  der.back() ^= 1;
   SecTrust trust({*SecCertificate::createWithData(der)}, "leaf.test");
 
   trust.setAnchorCertificates(list({root}));
@@ -217,13 +245,13 @@ TEST_F(SecTrustTest, cannotEvaluateAnEmptyChain) {
 }
 
 TEST_F(SecTrustTest, letsOnlyTheLastSetOfAnchorsCount) {
-  const Identity other = makeCertificate({.commonName = "Other Root", .isAuthority = true});
+  const CertificateAuthority other("Other Root");
   SecTrust replaced(list({leaf}), "leaf.test");
   SecTrust restored(list({leaf}), "leaf.test");
 
   replaced.setAnchorCertificates(list({root}));
-  replaced.setAnchorCertificates(list({other}));
-  restored.setAnchorCertificates(list({other}));
+  replaced.setAnchorCertificates(list({other.certificate()}));
+  restored.setAnchorCertificates(list({other.certificate()}));
   restored.setAnchorCertificates(list({root}));
 
   EXPECT_EQ(replaced.evaluate(), refused);

@@ -2,46 +2,40 @@
 #include <openssl/x509.h>
 #include <stdlib.h>
 
-#include <filesystem>
-#include <fstream>
 #include <initializer_list>
 
+#include "Platform/Security/Internal/CertificateHandle.hpp"
 #include "Platform/Security/SecTrust.hpp"
-#include "TestCertificates.hpp"
+#include "TestSupport/CertificateAuthority.hpp"
+#include "TestSupport/TemporaryDirectory.hpp"
+#include "TrustCertificates.hpp"
 
 namespace {
 
+using corvane::testing::CertificateAuthority;
+using corvane::testing::trustCertificate;
 using platform::SecTrust;
 using platform::SecTrustResult;
-using tests::Identity;
-using tests::makeCertificate;
 
 /// The system's anchors are read once per process, so each test judges in a process of its own: the body of
 /// a death test, whose exit status says which expectation failed.
 class SystemAnchorsTest : public testing::Test {
  protected:
-  SystemAnchorsTest() {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    std::string pattern = (std::filesystem::temp_directory_path() / "anchors-XXXXXX").string();
-    folder = mkdtemp(pattern.data());
-  }
-  ~SystemAnchorsTest() override { std::filesystem::remove_all(folder); }
-
-  void write(const std::string& name, const std::string& text) const { std::ofstream(folder / name) << text; }
+  SystemAnchorsTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
 
   void useFile(const std::string& name) const {
-    setenv("SSL_CERT_FILE", (folder / name).c_str(), 1);
-    setenv("SSL_CERT_DIR", (folder / "none").c_str(), 1);
+    setenv("SSL_CERT_FILE", (directory / name).c_str(), 1);
+    setenv("SSL_CERT_DIR", (directory / "none").c_str(), 1);
   }
 
   SecTrust& trust() const {
-    static SecTrust trust({leaf.trustCertificate()}, "leaf.test");
+    static SecTrust trust({trustCertificate(leaf)}, "leaf.test");
     return trust;
   }
 
   /// Exits with 0 when all steps held, else with the number of the first that did not.
   [[noreturn]] void exitWith(std::initializer_list<bool> steps) const {
-    std::filesystem::remove_all(folder);
+    std::filesystem::remove_all(directory.path());
     int number = 0;
     for (const bool held : steps) {
       ++number;
@@ -50,15 +44,15 @@ class SystemAnchorsTest : public testing::Test {
     std::_Exit(0);
   }
 
-  std::filesystem::path folder;
-  const Identity root = makeCertificate({.commonName = "System Root", .isAuthority = true});
-  const Identity other = makeCertificate({.commonName = "Other Root", .isAuthority = true});
-  const Identity leaf = makeCertificate({.commonName = "leaf", .alternativeNames = "DNS:leaf.test"}, &root);
+  const corvane::testing::TemporaryDirectory directory;
+  const CertificateAuthority root{"System Root"};
+  const CertificateAuthority other{"Other Root"};
+  const corvane::testing::Certificate leaf = root.issue({.dnsNames = {"leaf.test"}});
 };
 using SystemAnchorsDeathTest = SystemAnchorsTest;
 
 TEST_F(SystemAnchorsDeathTest, trustTheBundleNamedByTheEnvironment) {
-  write("bundle.pem", other.pem() + root.pem());
+  directory.write("bundle.pem", other.certificate().pem() + root.certificate().pem());
 
   EXPECT_EXIT(
       {
@@ -70,25 +64,25 @@ TEST_F(SystemAnchorsDeathTest, trustTheBundleNamedByTheEnvironment) {
 
 TEST_F(SystemAnchorsDeathTest, trustAHashedDirectoryNamedByTheEnvironment) {
   char name[16];
-  snprintf(name, sizeof name, "%08lx.0", X509_subject_name_hash(root.certificate.get()));
-  write(name, root.pem());
+  snprintf(name, sizeof name, "%08lx.0", X509_subject_name_hash(trustCertificate(root.certificate()).handle()->x509));
+  directory.write(name, root.certificate().pem());
 
   EXPECT_EXIT(
       {
-        setenv("SSL_CERT_FILE", (folder / "none").c_str(), 1);
-        setenv("SSL_CERT_DIR", folder.c_str(), 1);
+        setenv("SSL_CERT_FILE", (directory / "none").c_str(), 1);
+        setenv("SSL_CERT_DIR", directory.path().c_str(), 1);
         exitWith({trust().evaluate() == SecTrustResult::unspecified});
       },
       testing::ExitedWithCode(0), "");
 }
 
 TEST_F(SystemAnchorsDeathTest, areIgnoredWhileOnlyCustomAnchorsCount) {
-  write("bundle.pem", root.pem());
+  directory.write("bundle.pem", root.certificate().pem());
 
   EXPECT_EXIT(
       {
         useFile("bundle.pem");
-        trust().setAnchorCertificates({other.trustCertificate()});
+        trust().setAnchorCertificates({trustCertificate(other.certificate())});
         const bool ignored = trust().evaluate() == SecTrustResult::recoverableTrustFailure;
         trust().setAnchorCertificatesOnly(false);
         const bool back = trust().evaluate() == SecTrustResult::unspecified;
@@ -111,27 +105,27 @@ TEST_F(SystemAnchorsDeathTest, areNotReplacedByOthersWhenTheNamedBundleIsMissing
 }
 
 TEST_F(SystemAnchorsDeathTest, areReadOnce) {
-  write("bundle.pem", root.pem());
+  directory.write("bundle.pem", root.certificate().pem());
 
   EXPECT_EXIT(
       {
         useFile("bundle.pem");
         const bool before = trust().evaluate() == SecTrustResult::unspecified;
-        std::filesystem::remove(folder / "bundle.pem");
+        std::filesystem::remove(directory / "bundle.pem");
         exitWith({before, trust().evaluate() == SecTrustResult::unspecified});
       },
       testing::ExitedWithCode(0), "");
 }
 
 TEST_F(SystemAnchorsDeathTest, trustAnAnchorThatIsNotARoot) {
-  const Identity between = makeCertificate({.commonName = "Between", .isAuthority = true}, &root);
-  const Identity deep = makeCertificate({.commonName = "deep", .alternativeNames = "DNS:deep.test"}, &between);
-  write("bundle.pem", between.pem());
+  const CertificateAuthority between = root.intermediate();
+  const auto deep = trustCertificate(between.issue({.dnsNames = {"deep.test"}}));
+  directory.write("bundle.pem", between.certificate().pem());
 
   EXPECT_EXIT(
       {
         useFile("bundle.pem");
-        SecTrust trust({deep.trustCertificate()}, "deep.test");
+        SecTrust trust({deep}, "deep.test");
         exitWith({trust.evaluate() == SecTrustResult::unspecified});
       },
       testing::ExitedWithCode(0), "");
