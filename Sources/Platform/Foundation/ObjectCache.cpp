@@ -1,5 +1,6 @@
 #include "Platform/Foundation/ObjectCache.hpp"
 
+#include <iterator>
 #include <list>
 #include <mutex>
 #include <unordered_map>

@@ -1,5 +1,7 @@
 #include "Platform/Foundation/URLComponents.hpp"
 
+#include <algorithm>
+
 #include "Platform/Foundation/Internal/PercentEncoding.hpp"
 #include "Platform/Foundation/Internal/URLLayout.hpp"
 
