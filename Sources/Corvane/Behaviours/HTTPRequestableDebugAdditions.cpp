@@ -1,0 +1,103 @@
+#include "Corvane/Behaviours/HTTPRequestableDebugAdditions.hpp"
+
+#include "Corvane/Behaviours/BodyCache.hpp"
+#include "Corvane/ModuleLogger.hpp"
+#include "Corvane/Settings.hpp"
+#include "Platform/Loading/URLErrorCodes.hpp"
+#include "Platform/Trap.hpp"
+#include "Vantorel/Logger.hpp"
+
+namespace corvane::detail {
+
+using platform::Data;
+using platform::Dictionary;
+using platform::HTTPHeaderFields;
+using platform::URL;
+
+namespace {
+
+bool wasCancelled(const DebugRecord& record) {
+  return record.error && record.error->code() == platform::URLErrorCode::cancelled;
+}
+
+std::string statusText(const DebugRecord& record) {
+  if (wasCancelled(record)) return "RESPONSE Cancelled";
+  std::string text = "RESPONSE status: " + std::to_string(record.status.rawValue());
+  if (record.error) text += " error: " + record.error->message();
+  return text;
+}
+
+Dictionary dictionary(const HTTPHeaderFields& fields) {
+  Dictionary result;
+  for (const auto& [name, value] : fields) result.set(name, fields.value(name).value_or(value));
+  return result;
+}
+
+Dictionary responseInformation(const DebugRecord& record) {
+  Dictionary information;
+  information.set("body", httpDebugSummary(record.body));
+  if (record.headers && !record.headers->isEmpty()) information.set("headers", dictionary(*record.headers));
+  if (record.error) information.set("error", wasCancelled(record) ? "Cancelled" : record.error->message());
+  return information;
+}
+
+Dictionary verboseInformation(const DebugRecord& record) {
+  Dictionary information;
+  information.set("curl", record.curlCommand);
+  information.set("status", std::to_string(record.status.rawValue()) + " (" + std::string(record.status.name()) + ")");
+  information.set("response", responseInformation(record));
+  return information;
+}
+
+void log(std::string message, std::optional<Dictionary> userInfo) {
+  moduleLogger().debug(std::move(message), std::move(userInfo), std::nullopt, "", "", 0);
+}
+
+}  // namespace
+
+URL urlForDebugOutput(const URLDescription& target) {
+  try {
+    return createURL(target);
+  } catch (const std::exception& error) {
+    platform::trap(std::string("Debug output needs the URL of a request that has none: ") + error.what());
+  }
+}
+
+std::vector<std::string> curlCommandParts(const HTTPMethod& method, const URL& url, const HTTPHeaders& headers) {
+  std::vector<std::string> parts{"curl -X " + method.rawValue + " '" + url.absoluteString() + "'"};
+  for (const auto& [name, value] : headers) parts.push_back(" -H \"" + name + ": " + value.description() + "\"");
+  parts.push_back("-v");
+  return parts;
+}
+
+std::string curlBodyPart(const std::optional<Data>& body) { return " -d " + httpDebugSummary(body); }
+
+std::string joinedWithBlanks(const std::vector<std::string>& parts) {
+  std::string text;
+  for (const std::string& part : parts) text += (text.empty() ? "" : " ") + part;
+  return text;
+}
+
+HTTPVerbosityLevel currentVerbosity() { return Corvane::verbosity; }
+
+void printDebugOutput(HTTPVerbosityLevel level, const DebugRecord& record) {
+  switch (level) {
+    case HTTPVerbosityLevel::none:
+      return;
+    case HTTPVerbosityLevel::brief:
+      return log("REQUEST " + record.method + " '" + record.url.absoluteString() + "' " + statusText(record),
+                 std::nullopt);
+    case HTTPVerbosityLevel::verbose:
+      return log(record.url.absoluteString(), verboseInformation(record));
+  }
+}
+
+std::string debugStatusAndHeaders(const std::string& typeName, HTTPStatus status,
+                                  const std::optional<HTTPHeaderFields>& headers) {
+  std::string text = "    ·Type: " + typeName + "\n    ·HTTP Status: " + std::string(status.name()) + "\n    ·Headers:";
+  if (!headers) return text;
+  for (const auto& [name, value] : *headers) text += "\t" + name + ": " + value + "\n";
+  return text;
+}
+
+}  // namespace corvane::detail

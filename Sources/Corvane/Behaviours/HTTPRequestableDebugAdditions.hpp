@@ -1,0 +1,55 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Corvane/Behaviours/HTTPVerbosityLevel.hpp"
+#include "Corvane/Request/RequestDescription.hpp"
+#include "Corvane/Responses/HTTPStatus.hpp"
+#include "Platform/Export.hpp"
+#include "Platform/Foundation/Error.hpp"
+
+namespace corvane {
+
+namespace detail {
+
+/// The URL of a request for debug output; traps when there is none.
+CORVANE_API platform::URL urlForDebugOutput(const URLDescription& target);
+
+/// The words of a command line that reproduces a request: method and URL, the request's own headers, "-v".
+CORVANE_API std::vector<std::string> curlCommandParts(const HTTPMethod& method, const platform::URL& url,
+                                                      const HTTPHeaders& headers);
+/// The word that adds a body; absent bytes stand for a body that cannot be made.
+CORVANE_API std::string curlBodyPart(const std::optional<platform::Data>& body);
+CORVANE_API std::string joinedWithBlanks(const std::vector<std::string>& parts);
+
+/// What debug output says about one exchange.
+struct DebugRecord {
+  std::string method;
+  platform::URL url;
+  /// Empty unless the output is verbose.
+  std::string curlCommand;
+  HTTPStatus status;
+  std::optional<platform::HTTPHeaderFields> headers;
+  std::optional<platform::Data> body;
+  std::optional<platform::Error> error;
+};
+
+/// The level at this moment.
+CORVANE_API HTTPVerbosityLevel currentVerbosity();
+/// Writes one debug record to the library's logger, at the level `brief` or `verbose`.
+CORVANE_API void printDebugOutput(HTTPVerbosityLevel level, const DebugRecord& record);
+
+CORVANE_API std::string debugStatusAndHeaders(const std::string& typeName, HTTPStatus status,
+                                              const std::optional<platform::HTTPHeaderFields>& headers);
+
+}  // namespace detail
+
+/// A response's type, status and headers, a line each, for people.
+template <class Response>
+std::string debugStatusAndHeaders(const Response& response) {
+  return detail::debugStatusAndHeaders(platform::typeName(typeid(response)), response.status, response.headers);
+}
+
+}  // namespace corvane

@@ -1,0 +1,133 @@
+#include "Corvane/Behaviours/ShellCommand.hpp"
+
+#include <algorithm>
+#include <string_view>
+
+#include "Platform/Foundation/Error.hpp"
+#include "Platform/Foundation/URLComponents.hpp"
+#include "Platform/Loading/URLErrorCodes.hpp"
+
+namespace corvane::detail {
+
+using platform::Data;
+using platform::HTTPHeaderFields;
+using platform::URLRequest;
+
+namespace {
+
+constexpr std::size_t largestBodyOnCommandLine = 8 * 1024;
+
+// Within single quotes everything is literal but the quote itself (POSIX.1, Shell Command Language, 2.2.2).
+std::string quoted(std::string_view text) {
+  std::string result = "'";
+  for (const char c : text) result += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return result + "'";
+}
+
+bool equalsIgnoringCase(std::string_view left, std::string_view right) {
+  const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
+  return std::equal(left.begin(), left.end(), right.begin(), right.end(),
+                    [&](char a, char b) { return lower(a) == lower(b); });
+}
+
+const char* secretVariable(std::string_view headerName) {
+  if (equalsIgnoringCase(headerName, "Authorization")) return "AUTHORIZATION";
+  if (equalsIgnoringCase(headerName, "Proxy-Authorization")) return "PROXY_AUTHORIZATION";
+  if (equalsIgnoringCase(headerName, "Cookie")) return "COOKIE";
+  return nullptr;
+}
+
+std::string header(const HTTPHeaderFields::Field& field, bool hidesSecrets) {
+  const auto& [name, value] = field;
+  const char* variable = hidesSecrets ? secretVariable(name) : nullptr;
+  if (variable) return " -H " + quoted(name + ": ") + "\"$" + variable + "\"";
+  // "Name:" would take the field away; "Name;" sends it without a value (curl(1), --header).
+  return " -H " + quoted(value.empty() ? name + ";" : name + ": " + value);
+}
+
+// Fields that curl adds of its own accord and that this request does not have.
+std::string suppressedHeaders(const URLRequest& request) {
+  std::string text;
+  const auto suppress = [&](const std::string& name) {
+    if (!request.allHTTPHeaderFields.contains(name)) text += " -H " + quoted(name + ":");
+  };
+  suppress("User-Agent");
+  suppress("Accept");
+  if (!request.httpBody) return text;
+  suppress("Content-Type");
+  suppress("Expect");
+  return text;
+}
+
+bool fitsOnCommandLine(const Data& body) {
+  if (body.count() > largestBodyOnCommandLine || !body.utf8()) return false;
+  // A tab would complete a word when it is pasted into an interactive shell.
+  const auto isUnsafe = [](char c) { return (static_cast<unsigned char>(c) < 0x20 && c != '\n') || c == 0x7F; };
+  const std::string_view text = body.view();
+  return std::none_of(text.begin(), text.end(), isUnsafe);
+}
+
+std::string methodOption(const URLRequest& request) {
+  const std::string_view implied = request.httpBody ? "POST" : "GET";
+  if (request.httpMethod == implied) return "";
+  if (request.httpMethod == "HEAD" && !request.httpBody) return " --head";
+  return " -X " + quoted(request.httpMethod);
+}
+
+// curl reads a leading "@" as the name of a file, and "-" as standard input (curl(1), --data).
+std::string inlineBody(std::string_view text) {
+  return (text.starts_with('@') ? " --data-raw " : " --data-binary ") + quoted(text);
+}
+
+std::string bodyFromFile(const std::string& file) {
+  return " --data-binary " + quoted("@" + (file == "-" ? "./-" : file));
+}
+
+std::string urlText(const platform::URL& url, bool hidesSecrets) {
+  const std::string& text = url.absoluteString();
+  const auto components = hidesSecrets ? platform::URLComponents::make(url, true) : std::nullopt;
+  if (!components || !components->percentEncodedPassword) return quoted(text);
+  const std::string user = components->percentEncodedUser.value_or("") + ":";
+  const std::size_t start = text.find("//" + user) + 2 + user.size();
+  const std::string_view rest = std::string_view(text).substr(start + components->percentEncodedPassword->size());
+  return quoted(text.substr(0, start)) + "\"$URL_PASSWORD\"" + quoted(rest);
+}
+
+// What curl would otherwise change in the URL: "[1-3]" and "{a,b}" are ranges to it, "/../" is taken out.
+std::string urlOptions(const std::string& url) {
+  std::string options;
+  if (url.find_first_of("[]{}") != std::string::npos) options += " --globoff";
+  if (url.find("/.") != std::string::npos) options += " --path-as-is";
+  return options;
+}
+
+void requireThatItCanBeSent(const URLRequest& request) {
+  const std::string problem = request.problem();
+  if (problem.empty()) return;
+  throw platform::Error(platform::NSURLErrorDomain, platform::URLErrorCode::badURL, problem);
+}
+
+}  // namespace
+
+ShellCommand shellCommand(const URLRequest& request, const ShellCommandOptions& options) {
+  requireThatItCanBeSent(request);
+  ShellCommand command;
+  command.text = "curl" + methodOption(request) + urlOptions(request.url.absoluteString());
+  // The answer comes as it was coded, unless curl is told to decode it.
+  if (request.allHTTPHeaderFields.contains("Accept-Encoding")) command.text += " --compressed";
+  for (const auto& field : request.allHTTPHeaderFields) command.text += header(field, options.hidesSecrets);
+  command.text += suppressedHeaders(request);
+  if (request.httpBody) {
+    command.body = *request.httpBody;
+    if (fitsOnCommandLine(command.body)) {
+      command.text += inlineBody(command.body.view());
+    } else {
+      command.bodyFile = options.bodyFile;
+      command.text += bodyFromFile(options.bodyFile);
+    }
+  }
+  command.text += " " + urlText(request.url, options.hidesSecrets);
+  return command;
+}
+
+}  // namespace corvane::detail

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "Platform/Export.hpp"
+#include "Platform/Foundation/Data.hpp"
+#include "Platform/Loading/URLRequest.hpp"
+
+namespace corvane {
+
+struct ShellCommandOptions {
+  /// Whether the values of "Authorization", "Proxy-Authorization" and "Cookie", and a password in the URL, are
+  /// replaced by the shell variables AUTHORIZATION, PROXY_AUTHORIZATION, COOKIE and URL_PASSWORD.
+  bool hidesSecrets = false;
+  /// Where the command looks for a body that does not fit on a command line.
+  std::string bodyFile = "request-body";
+};
+
+/// A command line for a POSIX shell that sends a request with the command-line client `curl`.
+struct ShellCommand {
+  /// One line, safe to paste: every word is quoted.
+  std::string text;
+  /// The file that has to hold `body` before the command runs; absent when the command line has it all. A body
+  /// goes to a file when it is larger than 8 KiB, is not UTF-8, or has control characters.
+  std::optional<std::string> bodyFile;
+  platform::Data body;
+};
+
+namespace detail {
+
+/// Throws "NSURLErrorDomain" -1000 for a request that would not be sent either (see `URLRequest::problem`).
+CORVANE_API ShellCommand shellCommand(const platform::URLRequest& request, const ShellCommandOptions& options);
+
+}  // namespace detail
+}  // namespace corvane

@@ -1,0 +1,32 @@
+#pragma once
+
+/// Everything an application needs to describe requests, send them and read what comes back:
+///
+///     #include <Corvane/Corvane.hpp>
+///     using namespace corvane;
+
+#include "Corvane/Errors/CFNetworkErrors.hpp"
+#include "Corvane/Errors/HTTPRequestError.hpp"
+#include "Corvane/Errors/HTTPResponseError.hpp"
+#include "Corvane/Errors/HTTPUnknownError.hpp"
+#include "Corvane/Request/DataRequests.hpp"
+#include "Corvane/Settings.hpp"
+#include "Corvane/Transport/HTTPRequestCancelable.hpp"
+#include "Platform/Foundation/UUID.hpp"
+
+namespace corvane {
+
+using platform::AnyValue;
+using platform::Data;
+using platform::DispatchQueue;
+using platform::Error;
+using platform::HTTPHeaderFields;
+using platform::HTTPURLResponse;
+using platform::URL;
+using platform::URLRequest;
+using platform::URLRequestCachePolicy;
+using platform::URLResponse;
+using platform::UUID;
+using velisand::Future;
+
+}  // namespace corvane

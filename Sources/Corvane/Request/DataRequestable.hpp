@@ -1,0 +1,36 @@
+#pragma once
+
+#include "Corvane/Request/HTTPMethodRequestable.hpp"
+#include "Corvane/Responses/DataResponse.hpp"
+
+namespace corvane {
+
+/// A request whose answer is kept as bytes. Adopted with one of the mixins below, or with a `method` of the
+/// type's own. What else you write and get: see `HTTPRequestable`.
+///
+///     struct GetUser : DataGetRequestable<GetUser> {
+///       std::string login;
+///       URL baseURL = "https://api.example.com";
+///       std::string path() const { return "/users/" + login; }
+///       HTTPHeaders sharedHeaders() const { return {}; }
+///     };
+template <class Self>
+struct DataRequestable : HTTPRequestable<Self, DataResponse> {};
+
+template <class Self>
+struct DataGetRequestable : DataRequestable<Self>, detail::GetMethod<Self> {};
+
+template <class Self>
+struct DataDeleteRequestable : DataRequestable<Self>, detail::DeleteMethod<Self> {};
+
+/// The three with a body take its type; see `HTTPBodyRequestable`.
+template <class Self, class Body = platform::Data>
+struct DataPostRequestable : DataRequestable<Self>, HTTPBodyRequestable<Self, Body>, detail::PostMethod<Self> {};
+
+template <class Self, class Body = platform::Data>
+struct DataPutRequestable : DataRequestable<Self>, HTTPBodyRequestable<Self, Body>, detail::PutMethod<Self> {};
+
+template <class Self, class Body = platform::Data>
+struct DataPatchRequestable : DataRequestable<Self>, HTTPBodyRequestable<Self, Body>, detail::PatchMethod<Self> {};
+
+}  // namespace corvane

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <concepts>
+#include <type_traits>
+
+#include "Corvane/Request/RequestDescription.hpp"
+#include "Corvane/Request/RequirementReading.hpp"
+#include "Platform/Dispatch/DispatchTime.hpp"
+
+namespace corvane {
+
+template <class Self, class ResponseType>
+class HTTPRequestable;
+
+namespace detail {
+
+/// Marks a request type whose `url` is stored, with its query items to be put in when it is sent.
+struct StoredURL {};
+
+template <class Self>
+using RequestMixin = HTTPRequestable<Self, typename Self::Response>;
+
+/// Whether the type has a `url` of its own, instead of the composed one.
+template <class Self>
+inline constexpr bool suppliesItsURL = !std::same_as<decltype(&Self::url), decltype(&RequestMixin<Self>::url)>;
+
+template <class Self>
+URLDescription describeURL(const Self& self) {
+  URLDescription target{.baseURL = read(&Self::baseURL, self),
+                        .path = read(&Self::path, self),
+                        .queryItems = read(&Self::queryItems, self),
+                        .ownURL = std::nullopt,
+                        .ownURLTakesQueryItems = std::derived_from<Self, StoredURL>};
+  if constexpr (suppliesItsURL<Self>) target.ownURL.emplace(read(&Self::url, self));
+  return target;
+}
+
+template <class Self>
+double timeoutInSeconds(const Self& self) {
+  if constexpr (std::is_convertible_v<decltype(read(&Self::timeoutInterval, self)), platform::Seconds>) {
+    return platform::Seconds(read(&Self::timeoutInterval, self)).count();
+  } else {
+    return static_cast<double>(read(&Self::timeoutInterval, self));
+  }
+}
+
+template <class Self>
+RequestDescription describe(const Self& self) {
+  return {.target = describeURL(self),
+          .method = read(&Self::method, self),
+          .acceptType = read(&Self::acceptType, self),
+          .sharedHeaders = read(&Self::sharedHeaders, self),
+          .headers = read(&Self::headers, self),
+          .cachePolicy = read(&Self::cachePolicy, self),
+          .timeoutInterval = timeoutInSeconds(self)};
+}
+
+}  // namespace detail
+}  // namespace corvane

@@ -1,0 +1,85 @@
+#pragma once
+
+#include <concepts>
+#include <optional>
+
+#include "Corvane/Request/HTTPContentEncoderType.hpp"
+#include "Corvane/Request/RequestDescription.hpp"
+#include "Corvane/Request/RequirementReading.hpp"
+#include "Platform/Foundation/Data.hpp"
+#include "Velisand/DataRepresentable.hpp"
+
+namespace corvane {
+
+namespace detail {
+/// What every mixin for a body derives from, whatever its arguments.
+struct BodyMixin {};
+
+template <class Self>
+concept CarriesBody = std::derived_from<Self, BodyMixin>;
+}  // namespace detail
+
+/// Gives a request a body. For types that are `HTTPRequestable` too.
+///
+/// | you write                                              | you get                                              |
+/// |--------------------------------------------------------|------------------------------------------------------|
+/// | `HTTPBodyRequestable<AddUser, std::string>` as a base  | a request with a body of that type                   |
+/// | `body`                                                 | its bytes are sent                                   |
+/// | `contentType` (default for a `Data` body:              | "Content-Type", whatever `headers` says              |
+/// | "application/octet-stream"; else write it)             |                                                      |
+/// | `contentEncoder`, an `HTTPContentEncoderType`          | the body encoded, and "Content-Encoding"             |
+/// | (default: absent)                                      |                                                      |
+///
+/// The body type satisfies `velisand::DataRepresentable`. What its `asData()` or the encoder throws becomes
+/// the outcome of the send; nothing is sent then.
+template <class Self, class BodyType = platform::Data>
+struct HTTPBodyRequestable : detail::BodyMixin {
+  using Body = BodyType;
+
+  HTTPMediaType contentType() const
+    requires std::same_as<BodyType, platform::Data>
+  {
+    return HTTPMediaType::applicationOctetStream;
+  }
+  std::optional<HTTPContentEncoderType> contentEncoder() const { return std::nullopt; }
+};
+
+namespace detail {
+
+template <class Self>
+constexpr bool checkBody() {
+  constexpr bool hasBytes = velisand::DataRepresentable<typename Self::Body>;
+  constexpr bool hasBody = requires { requires ReadsAs<decltype(&Self::body), Self, typename Self::Body>; };
+  constexpr bool hasType = requires { requires ReadsAs<decltype(&Self::contentType), Self, HTTPMediaType>; };
+  constexpr bool hasEncoder =
+      requires { requires ReadsAs<decltype(&Self::contentEncoder), Self, std::optional<HTTPContentEncoderType>>; };
+  static_assert(hasBytes, "`Body` must have bytes: Data, std::string, or a type with `Data asData() const`");
+  static_assert(hasBody,
+                "`body` is required and must convert to `Body`: write `Body body() const`, or a stored or static "
+                "member of that type");
+  static_assert(hasType,
+                "`contentType` is required for a body that is not Data: write `HTTPMediaType contentType() const`, "
+                "or a stored or static member of that type");
+  static_assert(hasEncoder,
+                "`contentEncoder` must be an HTTPContentEncoderType or absent: write "
+                "`std::optional<HTTPContentEncoderType> contentEncoder() const`, or a stored or static member");
+  return hasBytes && hasBody && hasType && hasEncoder;
+}
+
+template <class Self>
+BodyDescription describeBody(const Self& self) {
+  using Body = typename Self::Body;
+  BodyDescription description{.contentType = read(&Self::contentType, self), .bytes = {}, .contentEncoding = {}};
+  const Body& body = read(&Self::body, self);
+  description.bytes = velisand::asData(body);
+  const std::optional<HTTPContentEncoderType> encoder = read(&Self::contentEncoder, self);
+  if (encoder) {
+    auto [bytes, coding] = encoder->encode(std::move(description.bytes));
+    description.bytes = std::move(bytes);
+    description.contentEncoding = std::move(coding);
+  }
+  return description;
+}
+
+}  // namespace detail
+}  // namespace corvane

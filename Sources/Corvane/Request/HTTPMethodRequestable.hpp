@@ -1,0 +1,61 @@
+#pragma once
+
+#include "Corvane/Request/HTTPBodyRequestable.hpp"
+#include "Corvane/Request/HTTPMethod.hpp"
+#include "Corvane/Request/HTTPRequestable.hpp"
+
+namespace corvane {
+
+namespace detail {
+
+// Each fixes the default of `method`, in a base of its own, so that it can join any chain of mixins.
+template <class Self>
+struct GetMethod {
+  HTTPMethod method() const { return HTTPMethod::get; }
+};
+template <class Self>
+struct PostMethod {
+  HTTPMethod method() const { return HTTPMethod::post; }
+};
+template <class Self>
+struct PutMethod {
+  HTTPMethod method() const { return HTTPMethod::put; }
+};
+template <class Self>
+struct PatchMethod {
+  HTTPMethod method() const { return HTTPMethod::patch; }
+};
+template <class Self>
+struct DeleteMethod {
+  HTTPMethod method() const { return HTTPMethod::delete_; }
+};
+
+}  // namespace detail
+
+/// A request with the method "GET". What else you write and get: see `HTTPRequestable`.
+template <class Self, class Response = detail::NoResponse>
+struct HTTPGetRequestable : HTTPRequestable<Self, Response>, detail::GetMethod<Self> {};
+
+/// A request with the method "DELETE".
+template <class Self, class Response = detail::NoResponse>
+struct HTTPDeleteRequestable : HTTPRequestable<Self, Response>, detail::DeleteMethod<Self> {};
+
+/// A request with the method "POST" and a body. See `HTTPBodyRequestable` too.
+template <class Self, class Response = detail::NoResponse, class Body = platform::Data>
+struct HTTPPostRequestable : HTTPRequestable<Self, Response>,
+                             HTTPBodyRequestable<Self, Body>,
+                             detail::PostMethod<Self> {};
+
+/// A request with the method "PUT" and a body.
+template <class Self, class Response = detail::NoResponse, class Body = platform::Data>
+struct HTTPPutRequestable : HTTPRequestable<Self, Response>,
+                            HTTPBodyRequestable<Self, Body>,
+                            detail::PutMethod<Self> {};
+
+/// A request with the method "PATCH" and a body.
+template <class Self, class Response = detail::NoResponse, class Body = platform::Data>
+struct HTTPPatchRequestable : HTTPRequestable<Self, Response>,
+                              HTTPBodyRequestable<Self, Body>,
+                              detail::PatchMethod<Self> {};
+
+}  // namespace corvane

@@ -1,0 +1,217 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Corvane/Behaviours/HTTPRequestableDebugAdditions.hpp"
+#include "Corvane/Behaviours/ShellCommand.hpp"
+#include "Corvane/Request/Describe.hpp"
+#include "Corvane/Request/HTTPBodyRequestable.hpp"
+#include "Corvane/Request/RequestChecks.hpp"
+#include "Corvane/Transport/SendFuture.hpp"
+#include "Corvane/Transport/SendRoad.hpp"
+#include "Corvane/Transport/TypedExchange.hpp"
+#include "Platform/Dispatch/DispatchQueue.hpp"
+#include "Velisand/OptionalQueue.hpp"
+
+namespace corvane {
+
+namespace detail {
+struct NoResponse {};
+}  // namespace detail
+
+/// Makes a plain value a request: you say what to ask for, and get what it takes to ask.
+///
+/// Each requirement may be stored (a data member), computed (a const member function without arguments) or
+/// static; a wrong type, a missing or a differently spelled requirement is refused when the request is used.
+///
+/// | you write                                      | default                                            |
+/// |------------------------------------------------|----------------------------------------------------|
+/// | `sharedHeaders`: `HTTPHeaders`                 | none; what all requests of a service have          |
+/// | `method`: `HTTPMethod`                         | none; `HTTPGetRequestable` and its siblings set it |
+/// | `baseURL`: `URL`                               | "/", which no request can be sent to               |
+/// | `path`: text                                   | empty; goes behind the path of `baseURL`           |
+/// | `queryItems`: `HTTPQueryItems`                 | empty; otherwise they replace the base URL's query |
+/// | `url`: `URL`                                   | the three above, put together                      |
+/// | `headers`: `HTTPHeaders`                       | empty; they win over `sharedHeaders`               |
+/// | `acceptType`: `HTTPMediaType`                  | "*/*"                                              |
+/// | `timeoutInterval`: seconds or a duration       | 60 s without progress                              |
+/// | `cachePolicy`: `URLRequestCachePolicy`         | `useProtocolCachePolicy`                           |
+/// | `shouldSend`: `bool`                           | true; false ends `send` silently                   |
+/// | `shouldWaitForConnectivity`: `bool`            | false                                              |
+/// | `sessionConfigurationIdentifier`: text         | absent; requests that agree share a session        |
+/// | `urlRequest() const`                           | all of the above, with the body if there is one    |
+/// | `isAcceptable(HTTPStatus) const`               | 200 to 206                                         |
+/// | `validate() const`                             | nothing; may throw: nothing is sent                |
+/// | `validate(const Response&) const`              | `process(response)`                                |
+/// | `process(const Response&) const`               | nothing; may throw: the response becomes a failure |
+///
+/// | you get                                        |                                                    |
+/// |------------------------------------------------|----------------------------------------------------|
+/// | `send(queue, completion)`, `send(completion)`  | the response, once, on the queue (default: main)   |
+/// | `send()`                                       | a `Future<HTTPResponse<…>>`                        |
+/// | `createURL()`, `urlRequest()`, `curlCommand()` | what would be sent                                 |
+///
+///     struct GetUser : HTTPGetRequestable<GetUser, DataResponse> {
+///       std::string login;
+///       URL baseURL = "https://api.example.com";
+///       std::string path() const { return "/users/" + login; }
+///       HTTPHeaders sharedHeaders() const { return {{"X-App", "1"}}; }
+///     };
+///
+///     const auto response = GetUser{.login = "ada"}.send().get();
+///
+/// A type may declare a `send(queue, completion)` of its own; the future form honours it. So that it does not
+/// hide the other forms, write `using HTTPGetRequestable::send;` beside it.
+template <class Self, class ResponseType = detail::NoResponse>
+class HTTPRequestable {
+  static_assert(!std::same_as<ResponseType, detail::NoResponse>,
+                "A request names its response type: `HTTPRequestable<Self, DataResponse>`");
+
+ public:
+  using Response = ResponseType;
+  /// Called once for each send, on the completion queue.
+  using Completion = platform::UniqueFunction<void(Response)>;
+
+  bool shouldSend() const { return true; }
+  platform::URLRequestCachePolicy cachePolicy() const { return detail::defaultURLRequest().cachePolicy; }
+  double timeoutInterval() const { return detail::defaultURLRequest().timeoutInterval; }
+  bool shouldWaitForConnectivity() const { return false; }
+  HTTPHeaders headers() const { return {}; }
+  /// Never fails: the default base URL stands for a URL that cannot be composed.
+  platform::URL url() const { return detail::reportedURL(target()); }
+  platform::URL baseURL() const { return detail::defaultBaseURL(); }
+  std::string path() const { return {}; }
+  HTTPQueryItems queryItems() const { return {}; }
+  HTTPMediaType acceptType() const { return HTTPMediaType::any; }
+  std::optional<std::string> sessionConfigurationIdentifier() const { return std::nullopt; }
+
+  /// What is sent. Throws `HTTPRequestError::malformedURL` and what the body and its encoder throw.
+  platform::URLRequest urlRequest() const {
+    platform::URLRequest request = generateRequest();
+    if constexpr (detail::CarriesBody<Self>) {
+      if constexpr (detail::checkBody<Self>()) detail::addBody(request, detail::describeBody(self()));
+    }
+    return request;
+  }
+  bool isAcceptable(HTTPStatus status) const {
+    return HTTPStatus::success.rawValue() <= status.rawValue() &&
+           status.rawValue() <= HTTPStatus::partialContent.rawValue();
+  }
+  void validate() const {}
+  void validate(const Response& response) const { self().process(response); }
+  void process(const Response&) const {}
+
+  /// Sends the request. Any thread; returns at once, never throws, and never calls the completion itself.
+  /// Whatever the outcome, the completion gets it as a response, once, asynchronously on the queue (absent:
+  /// the main queue). Nothing at all happens when `shouldSend` is false.
+  void send(std::optional<platform::DispatchQueue> queue, Completion completion) const {
+    if constexpr (detail::isSoundRequest<Self>) detail::takeItsRoad(self(), std::move(queue), std::move(completion));
+  }
+  /// The same, with the completion on the main queue.
+  void send(Completion completion) const { self().send(platform::DispatchQueue::main(), std::move(completion)); }
+  /// Sends the request. The future is completed on the caller's queue, where there is one, with the body and
+  /// the facts of the response, or fails with the response's error, or with `HTTPResponseError::noContent`
+  /// when there is neither error nor body. It stays open when `shouldSend` is false.
+  auto send() const {
+    using Body = typename Response::Result::Body;
+    const auto queue = velisand::currentQueue();
+    const auto future =
+        queue ? velisand::Future<HTTPResponse<Body>>::completedOn(*queue) : velisand::Future<HTTPResponse<Body>>();
+    self().send(queue, Completion([future](const Response& response) { detail::fulfill(future, response); }));
+    return future;
+  }
+
+  // What follows is the same for every request; a member of the same name in a request type changes nothing.
+
+  /// The URL to be sent to. Throws `HTTPRequestError::malformedURL` when there is none, or none but "/".
+  platform::URL createURL() const { return detail::createURL(target()); }
+  /// The URL's parts run together, for messages. It is not the URL that is sent.
+  std::string urlString() const { return detail::urlString(target()); }
+  /// The request without its body. Throws what `createURL` throws.
+  platform::URLRequest generateRequest() const {
+    if constexpr (detail::isSoundRequest<Self>) return detail::composedRequest(detail::describe(self()));
+    detail::unreachable();
+  }
+  /// The status of the response as this request judges it; a response that is absent or not HTTP is not acceptable.
+  bool isAcceptable(const platform::URLResponse* response) const {
+    const auto status = detail::httpStatus(response);
+    return status && self().isAcceptable(*status);
+  }
+
+  /// The plain road: validates, builds the URL request, and loads it on a session. As `send` otherwise.
+  void sendToNetwork(std::optional<platform::DispatchQueue> queue, Completion completion) const {
+    detail::sendToNetwork(exchange(std::move(queue), std::move(completion)));
+  }
+  /// For roads of one's own: goes on from what a finished task handed back.
+  void processTaskCompletion(std::optional<platform::Data> data, std::optional<platform::URL> url,
+                             std::shared_ptr<const platform::URLResponse> response,
+                             std::optional<platform::Error> error, std::optional<platform::DispatchQueue> queue,
+                             Completion completion) const {
+    detail::processTaskCompletion(exchange(std::move(queue), std::move(completion)),
+                                  {std::move(data), std::move(url), std::move(response), std::move(error)});
+  }
+  /// For roads of one's own: delivers a response that holds nothing but an error.
+  void report(platform::Error error, std::optional<platform::DispatchQueue> queue, Completion completion) const {
+    detail::report(exchange(std::move(queue), std::move(completion)), std::move(error));
+  }
+
+  /// The words of a command line for people that shows the request: its URL and its own headers. Traps when
+  /// the request has no URL.
+  std::vector<std::string> _curlCommand() const {
+    return detail::curlCommandParts(detail::read(&Self::method, self()), detail::urlForDebugOutput(target()),
+                                    detail::read(&Self::headers, self()));
+  }
+  /// Those words, and a summary of the body where there is one. For logs; see `shellCommand` for a command
+  /// line to run. Traps when the request has no URL.
+  std::string curlCommand() const {
+    auto parts = _curlCommand();
+    if constexpr (detail::CarriesBody<Self>) parts.push_back(detail::curlBodyPart(bodyForDebugOutput()));
+    return detail::joinedWithBlanks(parts);
+  }
+  /// A command line for a POSIX shell that sends exactly this request. Throws what `urlRequest` throws, and
+  /// "NSURLErrorDomain" -1000 for a request that would be refused.
+  ShellCommand shellCommand(const ShellCommandOptions& options = {}) const {
+    return detail::shellCommand(self().urlRequest(), options);
+  }
+  std::string debugDescription() const { return detail::read(&Self::curlCommand, self()); }
+  /// Logs an exchange as `Corvane::verbosity` says. Called once for each exchange, before its delivery.
+  void printDebugOutput(const std::optional<platform::Error>& error, const Response& response,
+                        const std::optional<platform::Data>& data) const {
+    const auto level = detail::currentVerbosity();
+    if (level == HTTPVerbosityLevel::none) return;
+    const bool isVerbose = level == HTTPVerbosityLevel::verbose;
+    detail::printDebugOutput(level, {.method = HTTPMethod(detail::read(&Self::method, self())).rawValue,
+                                     .url = detail::urlForDebugOutput(target()),
+                                     .curlCommand = isVerbose ? debugDescription() : std::string(),
+                                     .status = detail::read(&Response::status, response),
+                                     .headers = detail::read(&Response::headers, response),
+                                     .body = data,
+                                     .error = error});
+  }
+
+ private:
+  const Self& self() const { return static_cast<const Self&>(*this); }
+
+  detail::URLDescription target() const {
+    if constexpr (detail::checkTarget<Self>()) return detail::describeURL(self());
+    detail::unreachable();
+  }
+  std::shared_ptr<detail::Exchange> exchange(std::optional<platform::DispatchQueue> queue,
+                                             Completion completion) const {
+    return std::make_shared<detail::TypedExchange<Self>>(self(), std::move(queue), std::move(completion));
+  }
+  // What cannot be made is shown as absent: debug output reports on a request, it does not judge it.
+  std::optional<platform::Data> bodyForDebugOutput() const {
+    try {
+      return detail::describeBody(self()).bytes;
+    } catch (...) {
+      return std::nullopt;
+    }
+  }
+};
+
+}  // namespace corvane

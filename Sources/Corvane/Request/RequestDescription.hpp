@@ -1,0 +1,67 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "Corvane/Request/HTTPHeaders.hpp"
+#include "Corvane/Request/HTTPMethod.hpp"
+#include "Corvane/Transfers/HTTPMediaType.hpp"
+#include "Platform/Export.hpp"
+#include "Platform/Foundation/URL.hpp"
+#include "Platform/Loading/URLRequest.hpp"
+
+namespace corvane::detail {
+
+/// Where a request goes, as its type describes it.
+struct URLDescription {
+  platform::URL baseURL;
+  std::string path;
+  HTTPQueryItems queryItems;
+  /// The URL that a type supplies itself, in place of the composed one.
+  std::optional<platform::URL> ownURL;
+  /// Whether `queryItems` replace the query of `ownURL`; otherwise that URL is used as it is.
+  bool ownURLTakesQueryItems = false;
+};
+
+/// What a request type says about itself, read once; from here on no template is needed.
+struct RequestDescription {
+  URLDescription target;
+  HTTPMethod method;
+  HTTPMediaType acceptType;
+  HTTPHeaders sharedHeaders;
+  HTTPHeaders headers;
+  platform::URLRequestCachePolicy cachePolicy;
+  double timeoutInterval;
+};
+
+/// What a body adds to a request.
+struct BodyDescription {
+  HTTPMediaType contentType;
+  platform::Data bytes;
+  /// The name of the coding that `bytes` are in; absent when they are as the body gave them.
+  std::optional<std::string> contentEncoding;
+};
+
+/// The URL "/", made once. It stands for "no base" and is refused as a target.
+CORVANE_API const platform::URL& defaultBaseURL();
+/// A request for the default base URL, made once; cache policy and time-out have their defaults from it.
+CORVANE_API const platform::URLRequest& defaultURLRequest();
+
+/// Base URL, path and query items put together; absent when they make no URL.
+CORVANE_API std::optional<platform::URL> composedURL(const URLDescription& target);
+/// What a request reports as its URL: its own, else the composed one, else the default base URL.
+CORVANE_API platform::URL reportedURL(const URLDescription& target);
+/// The URL to be sent to. Throws `HTTPRequestError::malformedURL` with `urlString` when there is none.
+CORVANE_API platform::URL createURL(const URLDescription& target);
+/// The text that error messages show: base URL, path and query items run together in a form of its own. The
+/// items a=1, b=2, c=3 read ",,a=1b=2c=3". It is not the URL that is sent.
+CORVANE_API std::string urlString(const URLDescription& target);
+
+/// The defaults, then the shared headers, then the request's own; later ones replace earlier ones.
+CORVANE_API platform::HTTPHeaderFields composedHeaders(const RequestDescription& description);
+/// Throws what `createURL` throws.
+CORVANE_API platform::URLRequest composedRequest(const RequestDescription& description);
+/// Sets body, "Content-Type" and, where there is a coding, "Content-Encoding".
+CORVANE_API void addBody(platform::URLRequest& request, BodyDescription body);
+
+}  // namespace corvane::detail

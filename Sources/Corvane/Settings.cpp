@@ -1,0 +1,61 @@
+#include "Corvane/Settings.hpp"
+
+#include <algorithm>
+#include <mutex>
+
+#include "Corvane/Behaviours/BodyCache.hpp"
+#include "Corvane/Transport/HTTPService.hpp"
+
+namespace corvane {
+
+using platform::URL;
+
+namespace {
+
+struct TrustedCertificates {
+  static TrustedCertificates& shared() {
+    static TrustedCertificates& certificates = *new TrustedCertificates;
+    return certificates;
+  }
+
+  std::mutex mutex;
+  std::vector<URL> files;
+};
+
+}  // namespace
+
+constinit std::atomic<HTTPVerbosityLevel> Corvane::verbosity = HTTPVerbosityLevel::none;
+
+std::vector<URL> Corvane::trustedCertificates() {
+  auto& certificates = TrustedCertificates::shared();
+  const std::lock_guard lock(certificates.mutex);
+  return certificates.files;
+}
+
+void Corvane::addTrustedCertificate(const URL& file) {
+  auto& certificates = TrustedCertificates::shared();
+  const std::lock_guard lock(certificates.mutex);
+  auto& files = certificates.files;
+  if (std::find(files.begin(), files.end(), file) == files.end()) files.push_back(file);
+}
+
+void Corvane::addTrustedCertificates(const std::vector<URL>& files) {
+  for (const URL& file : files) addTrustedCertificate(file);
+}
+
+void Corvane::removeTrustedCertificates() {
+  auto& certificates = TrustedCertificates::shared();
+  const std::lock_guard lock(certificates.mutex);
+  certificates.files.clear();
+}
+
+void Corvane::resetSessions() { HTTPService::shared().invalidateAndCancel(); }
+
+std::optional<platform::AnyValue> Corvane::httpDebugData(std::string_view key) {
+  const auto body = detail::parkedBody(key);
+  if (!body) return std::nullopt;
+  if (auto text = body->utf8()) return platform::AnyValue(*std::move(text));
+  return platform::AnyValue(*body);
+}
+
+}  // namespace corvane

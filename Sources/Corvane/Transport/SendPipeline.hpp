@@ -1,0 +1,80 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+
+#include "Corvane/Responses/HTTPStatus.hpp"
+#include "Corvane/Transport/SessionKey.hpp"
+#include "Platform/Dispatch/DispatchQueue.hpp"
+#include "Platform/Export.hpp"
+#include "Platform/Foundation/Error.hpp"
+#include "Platform/Foundation/UUID.hpp"
+#include "Platform/Loading/URLRequest.hpp"
+#include "Platform/Loading/URLResponse.hpp"
+
+namespace platform {
+class URLSessionTask;
+}
+
+namespace corvane::detail {
+
+/// What a finished task hands back.
+struct TaskOutcome {
+  std::optional<platform::Data> data;
+  std::optional<platform::URL> url;
+  std::shared_ptr<const platform::URLResponse> response;
+  std::optional<platform::Error> error;
+};
+
+/// One request on its way, seen by the pipeline: a copy of the request, the caller's completion, and in the
+/// end the response. The typed shell (`TypedExchange`) answers for the request's own type.
+class CORVANE_API Exchange {
+ public:
+  virtual ~Exchange();
+
+  // The request's properties and hooks. Each may throw what the request's own code throws.
+  virtual bool shouldSend() const = 0;
+  virtual void validate() const = 0;
+  virtual SessionKey sessionKey() const = 0;
+  virtual platform::URLRequest urlRequest() const = 0;
+  virtual bool isAcceptable(HTTPStatus status) const = 0;
+  /// Absent for a request that cannot be cancelled.
+  virtual std::optional<platform::UUID> uuid() const = 0;
+
+  /// Builds the response, in place of one that was built before.
+  virtual void makeResponse(const TaskOutcome& outcome) = 0;
+  /// The request's judgement on the response built last.
+  virtual void validateResponse() const = 0;
+  virtual void printDebugOutput(const TaskOutcome& outcome) const = 0;
+
+  /// Where the caller wants to be called; absent: the main queue.
+  virtual const std::optional<platform::DispatchQueue>& completionQueue() const = 0;
+  /// Calls the caller's completion with the response built last. Once.
+  virtual void deliver() = 0;
+};
+
+// The road of one data request. Every outcome, an exception from a hook included, reaches the completion as a
+// response; nothing is thrown to whoever sends. A completion is called exactly once, on its queue, and never
+// before the call that caused it has returned.
+
+/// Validates, chooses a session, builds the URL request, and starts its task. Any thread. A request that
+/// should not be sent ends here, silently: its completion is never called.
+CORVANE_API void sendToNetwork(std::shared_ptr<Exchange> exchange);
+
+/// What follows when the task is done: judges the outcome, builds and validates the response, prints debug
+/// output, and delivers. Runs on the session's delegate queue up to the delivery.
+CORVANE_API void processTaskCompletion(std::shared_ptr<Exchange> exchange, TaskOutcome outcome);
+
+/// Throws what makes the outcome a failure: the task's error in the library's terms, or an unacceptable status.
+CORVANE_API void check(const Exchange& exchange, const TaskOutcome& outcome);
+
+/// Delivers a response that holds nothing but an error.
+CORVANE_API void report(std::shared_ptr<Exchange> exchange, platform::Error error);
+
+/// The status of an HTTP response, `unknown` for a code without a name; absent for any other response or none.
+CORVANE_API std::optional<HTTPStatus> httpStatus(const platform::URLResponse* response);
+
+CORVANE_API void insertTaskIntoTaskManager(const Exchange& exchange, std::shared_ptr<platform::URLSessionTask> task);
+CORVANE_API void removeFromTaskManager(const Exchange& exchange);
+
+}  // namespace corvane::detail

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "Corvane/Request/RequirementReading.hpp"
+
+namespace corvane {
+
+/// What requests must agree in to share a session.
+struct SessionKey {
+  std::optional<std::string> sessionConfigurationIdentifier;
+  bool waitsForConnectivity = false;
+
+  friend bool operator==(const SessionKey&, const SessionKey&) = default;
+};
+
+namespace detail {
+template <class Request>
+SessionKey sessionKey(const Request& request) {
+  return {read(&Request::sessionConfigurationIdentifier, request), read(&Request::shouldWaitForConnectivity, request)};
+}
+}  // namespace detail
+
+}  // namespace corvane
