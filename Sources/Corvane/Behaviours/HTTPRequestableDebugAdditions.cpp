@@ -4,7 +4,6 @@
 #include "Corvane/ModuleLogger.hpp"
 #include "Corvane/Settings.hpp"
 #include "Platform/Loading/URLErrorCodes.hpp"
-#include "Platform/Trap.hpp"
 #include "Vantorel/Logger.hpp"
 
 namespace corvane::detail {
@@ -55,16 +54,8 @@ void log(std::string message, std::optional<Dictionary> userInfo) {
 
 }  // namespace
 
-URL urlForDebugOutput(const URLDescription& target) {
-  try {
-    return createURL(target);
-  } catch (const std::exception& error) {
-    platform::trap(std::string("Debug output needs the URL of a request that has none: ") + error.what());
-  }
-}
-
-std::vector<std::string> curlCommandParts(const HTTPMethod& method, const URL& url, const HTTPHeaders& headers) {
-  std::vector<std::string> parts{"curl -X " + method.rawValue + " '" + url.absoluteString() + "'"};
+std::vector<std::string> curlCommandParts(const std::string& method, const URL& url, const Dictionary& headers) {
+  std::vector<std::string> parts{"curl -X " + method + " '" + url.absoluteString() + "'"};
   for (const auto& [name, value] : headers) parts.push_back(" -H \"" + name + ": " + value.description() + "\"");
   parts.push_back("-v");
   return parts;

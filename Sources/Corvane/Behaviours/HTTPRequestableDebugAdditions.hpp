@@ -5,21 +5,21 @@
 #include <vector>
 
 #include "Corvane/Behaviours/HTTPVerbosityLevel.hpp"
-#include "Corvane/Request/RequestDescription.hpp"
 #include "Corvane/Responses/HTTPStatus.hpp"
 #include "Platform/Export.hpp"
+#include "Platform/Foundation/Data.hpp"
+#include "Platform/Foundation/Dictionary.hpp"
 #include "Platform/Foundation/Error.hpp"
+#include "Platform/Foundation/URL.hpp"
+#include "Platform/Loading/HTTPHeaderFields.hpp"
 
 namespace corvane {
 
 namespace detail {
 
-/// The URL of a request for debug output; traps when there is none.
-CORVANE_API platform::URL urlForDebugOutput(const URLDescription& target);
-
 /// The words of a command line that reproduces a request: method and URL, the request's own headers, "-v".
-CORVANE_API std::vector<std::string> curlCommandParts(const HTTPMethod& method, const platform::URL& url,
-                                                      const HTTPHeaders& headers);
+CORVANE_API std::vector<std::string> curlCommandParts(const std::string& method, const platform::URL& url,
+                                                      const platform::Dictionary& headers);
 /// The word that adds a body; absent bytes stand for a body that cannot be made.
 CORVANE_API std::string curlBodyPart(const std::optional<platform::Data>& body);
 CORVANE_API std::string joinedWithBlanks(const std::vector<std::string>& parts);

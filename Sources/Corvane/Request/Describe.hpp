@@ -4,7 +4,7 @@
 #include <type_traits>
 
 #include "Corvane/Request/RequestDescription.hpp"
-#include "Corvane/Request/RequirementReading.hpp"
+#include "Corvane/RequirementReading.hpp"
 #include "Platform/Dispatch/DispatchTime.hpp"
 
 namespace corvane {

@@ -5,7 +5,7 @@
 
 #include "Corvane/Request/HTTPContentEncoderType.hpp"
 #include "Corvane/Request/RequestDescription.hpp"
-#include "Corvane/Request/RequirementReading.hpp"
+#include "Corvane/RequirementReading.hpp"
 #include "Platform/Foundation/Data.hpp"
 #include "Velisand/DataRepresentable.hpp"
 

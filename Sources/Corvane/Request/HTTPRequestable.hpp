@@ -11,9 +11,9 @@
 #include "Corvane/Request/Describe.hpp"
 #include "Corvane/Request/HTTPBodyRequestable.hpp"
 #include "Corvane/Request/RequestChecks.hpp"
-#include "Corvane/Transport/SendFuture.hpp"
-#include "Corvane/Transport/SendRoad.hpp"
-#include "Corvane/Transport/TypedExchange.hpp"
+#include "Corvane/Request/SendFuture.hpp"
+#include "Corvane/Request/SendRoad.hpp"
+#include "Corvane/Request/TypedExchange.hpp"
 #include "Platform/Dispatch/DispatchQueue.hpp"
 #include "Velisand/OptionalQueue.hpp"
 
@@ -162,8 +162,8 @@ class HTTPRequestable {
   /// The words of a command line for people that shows the request: its URL and its own headers. Traps when
   /// the request has no URL.
   std::vector<std::string> _curlCommand() const {
-    return detail::curlCommandParts(detail::read(&Self::method, self()), detail::urlForDebugOutput(target()),
-                                    detail::read(&Self::headers, self()));
+    return detail::curlCommandParts(HTTPMethod(detail::read(&Self::method, self())).rawValue,
+                                    detail::urlForDebugOutput(target()), detail::read(&Self::headers, self()));
   }
   /// Those words, and a summary of the body where there is one. For logs; see `shellCommand` for a command
   /// line to run. Traps when the request has no URL.

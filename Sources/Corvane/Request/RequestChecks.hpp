@@ -5,7 +5,7 @@
 
 #include "Corvane/Request/HTTPHeaders.hpp"
 #include "Corvane/Request/HTTPMethod.hpp"
-#include "Corvane/Request/RequirementReading.hpp"
+#include "Corvane/RequirementReading.hpp"
 #include "Corvane/Responses/HTTPResponsable.hpp"
 #include "Corvane/Responses/HTTPStatus.hpp"
 #include "Corvane/Transfers/HTTPMediaType.hpp"

@@ -93,6 +93,14 @@ URL createURL(const URLDescription& target) {
   throw HTTPRequestError::malformedURL(urlString(target));
 }
 
+URL urlForDebugOutput(const URLDescription& target) {
+  try {
+    return createURL(target);
+  } catch (const std::exception& error) {
+    platform::trap(std::string("Debug output needs the URL of a request that has none: ") + error.what());
+  }
+}
+
 std::string urlString(const URLDescription& target) {
   std::string query;
   for (const auto& [name, value] : target.queryItems) {

@@ -53,6 +53,8 @@ CORVANE_API std::optional<platform::URL> composedURL(const URLDescription& targe
 CORVANE_API platform::URL reportedURL(const URLDescription& target);
 /// The URL to be sent to. Throws `HTTPRequestError::malformedURL` with `urlString` when there is none.
 CORVANE_API platform::URL createURL(const URLDescription& target);
+/// The same for debug output, which is about requests that were sent: traps when there is none.
+CORVANE_API platform::URL urlForDebugOutput(const URLDescription& target);
 /// The text that error messages show: base URL, path and query items run together in a form of its own. The
 /// items a=1, b=2, c=3 read ",,a=1b=2c=3". It is not the URL that is sent.
 CORVANE_API std::string urlString(const URLDescription& target);

@@ -2,7 +2,7 @@
 
 #include <concepts>
 
-#include "Corvane/Request/RequirementReading.hpp"
+#include "Corvane/RequirementReading.hpp"
 #include "Corvane/Transport/TaskManager.hpp"
 #include "Platform/Foundation/UUID.hpp"
 

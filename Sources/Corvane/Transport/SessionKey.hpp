@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "Corvane/Request/RequirementReading.hpp"
+#include "Corvane/RequirementReading.hpp"
 
 namespace corvane {
 

@@ -5,7 +5,7 @@
 
 #include "Corvane/Request/Describe.hpp"
 #include "Corvane/Request/RequestChecks.hpp"
-#include "Corvane/Request/RequirementReading.hpp"
+#include "Corvane/RequirementReading.hpp"
 #include "Corvane/Transport/HTTPRequestCancelable.hpp"
 #include "Corvane/Transport/SendPipeline.hpp"
 #include "Platform/Dispatch/UniqueFunction.hpp"
