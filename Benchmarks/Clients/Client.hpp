@@ -1,0 +1,60 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace bench {
+
+/// What a client is asked to load, over and over.
+struct Task {
+  bool secure = false;
+  std::uint16_t port = 0;
+  std::string path;
+  /// Exchanges under way at a time.
+  int concurrency = 1;
+  /// The body that each answer must have.
+  std::uint64_t bodyBytes = 100;
+  /// The folder of `makeCertificates`.
+  std::string certificateFolder;
+
+  std::string url() const {
+    return (secure ? "https://127.0.0.1:" : "http://127.0.0.1:") + std::to_string(port) + path;
+  }
+};
+
+/// A way to make HTTP requests. It keeps its connections from one run to the next.
+class Client {
+ public:
+  virtual ~Client() = default;
+  /// Makes `count` exchanges. Throws when an answer is not 200 with the whole body.
+  virtual void run(int count) = 0;
+};
+
+struct ClientKind {
+  const char* name;
+  std::unique_ptr<Client> (*make)(const Task& task);
+};
+
+/// All clients, by unique names.
+const std::vector<ClientKind>& clientKinds();
+
+/// The header fields that each client sends besides Host, so that all requests have the same size.
+struct RequestField {
+  const char* name;
+  const char* value;
+};
+inline constexpr RequestField requestFields[] = {
+    {"Accept", "*/*"},
+    {"User-Agent", "corvane_bench/1.0 (Linux; en-US)"},
+    {"Accept-Language", "en;q=1.0"},
+    {"Accept-Encoding", "gzip;q=1.0, compress;q=0.5"},
+};
+
+std::unique_ptr<Client> makeSocketClient(const Task& task);
+std::unique_ptr<Client> makeOpenSSLClient(const Task& task);
+std::unique_ptr<Client> makeEasyClient(const Task& task);
+std::unique_ptr<Client> makeMultiClient(const Task& task);
+
+}  // namespace bench

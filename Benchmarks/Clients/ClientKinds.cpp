@@ -1,0 +1,15 @@
+#include "Clients/Client.hpp"
+
+namespace bench {
+
+const std::vector<ClientKind>& clientKinds() {
+  static const std::vector<ClientKind>& kinds = *new std::vector<ClientKind>{
+      {"raw socket", makeSocketClient},
+      {"OpenSSL", makeOpenSSLClient},
+      {"libcurl easy", makeEasyClient},
+      {"libcurl multi", makeMultiClient},
+  };
+  return kinds;
+}
+
+}  // namespace bench

@@ -1,0 +1,75 @@
+#include <openssl/ssl.h>
+#include <openssl/x509v3.h>
+
+#include <stdexcept>
+
+#include "Clients/AnswerReader.hpp"
+#include "Clients/Client.hpp"
+#include "Harness/Descriptor.hpp"
+
+namespace bench {
+namespace {
+
+/// The floor of TLS: OpenSSL over a blocking socket, with one context that read the anchors once and that
+/// checks chain and host. It makes a new connection when the server closes the old one.
+class OpenSSLClient final : public Client {
+ public:
+  explicit OpenSSLClient(const Task& task)
+      : task_(task), request_(requestText(task)), context_(SSL_CTX_new(TLS_client_method())), buffer_(16 * 1024) {
+    const std::string anchors = task.certificateFolder + "/anchors.pem";
+    if (SSL_CTX_load_verify_locations(context_, anchors.c_str(), nullptr) != 1) {
+      throw std::runtime_error("OpenSSL cannot read " + anchors);
+    }
+    SSL_CTX_set_verify(context_, SSL_VERIFY_PEER, nullptr);
+    SSL_CTX_set_session_cache_mode(context_, SSL_SESS_CACHE_OFF);
+  }
+  ~OpenSSLClient() override {
+    close();
+    SSL_CTX_free(context_);
+  }
+
+  void run(int count) override {
+    for (int done = 0; done < count; ++done) exchange();
+  }
+
+ private:
+  void open() {
+    socket_ = connectToLoopback(task_.port);
+    tls_ = SSL_new(context_);
+    X509_VERIFY_PARAM_set1_ip_asc(SSL_get0_param(tls_), "127.0.0.1");
+    SSL_set_fd(tls_, socket_.number());
+    if (SSL_connect(tls_) != 1) throw std::runtime_error("The TLS handshake failed");
+  }
+
+  void close() {
+    if (!tls_) return;
+    SSL_shutdown(tls_);
+    SSL_free(std::exchange(tls_, nullptr));
+    socket_.close();
+  }
+
+  void exchange() {
+    if (!tls_) open();
+    if (SSL_write(tls_, request_.data(), static_cast<int>(request_.size())) <= 0) throw std::runtime_error("SSL_write");
+    AnswerReader reader;
+    for (bool complete = false; !complete;) {
+      const int count = SSL_read(tls_, buffer_.data(), static_cast<int>(buffer_.size()));
+      if (count <= 0) throw std::runtime_error("The TLS connection was closed");
+      complete = reader.take(buffer_.data(), static_cast<std::size_t>(count), task_.bodyBytes);
+    }
+    if (task_.path == "/close") close();
+  }
+
+  const Task task_;
+  const std::string request_;
+  SSL_CTX* const context_;
+  SSL* tls_ = nullptr;
+  Descriptor socket_;
+  std::vector<char> buffer_;
+};
+
+}  // namespace
+
+std::unique_ptr<Client> makeOpenSSLClient(const Task& task) { return std::make_unique<OpenSSLClient>(task); }
+
+}  // namespace bench

@@ -1,0 +1,22 @@
+#include <openssl/x509.h>
+
+#include <fstream>
+
+#include "Harness/Deployment.hpp"
+#include "TestSupport/CertificateAuthority.hpp"
+
+namespace bench {
+
+void makeCertificates(const std::filesystem::path& folder) {
+  using corvane::testing::CertificateAuthority;
+  const CertificateAuthority authority("Corvane Benchmark Anchor");
+  const auto server = authority.issue(corvane::testing::CertificateRequest::localhost());
+
+  std::ofstream(folder / "anchor.der") << authority.certificate().der();
+  std::ofstream(folder / "server.pem") << server.chainPem();
+  std::ofstream(folder / "server.key") << server.keyPem();
+  std::ofstream(folder / "anchors.pem") << authority.certificate().pem()
+                                        << std::ifstream(X509_get_default_cert_file()).rdbuf();
+}
+
+}  // namespace bench

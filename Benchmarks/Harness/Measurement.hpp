@@ -1,0 +1,37 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "Clients/Client.hpp"
+
+namespace bench {
+
+/// What one client did in one round.
+struct Measurement {
+  double seconds = 0;
+  double cpuSeconds = 0;
+  double peakMebibytes = 0;
+};
+
+struct MeasuringPlan {
+  std::string client;
+  Task task;
+  /// Exchanges before the clock starts; their connections stay.
+  int warmUp = 1;
+  int count = 1;
+  int core = 0;
+};
+
+/// Runs the plan in a process of its own, a fresh run of this program.
+Measurement measure(const MeasuringPlan& plan);
+
+/// The other side: the first of `arguments` says whether this process is such a one.
+bool isMeasuringProcess(const std::vector<std::string>& arguments);
+/// Runs what the arguments say and prints the measurement.
+void runMeasuringProcess(const std::vector<std::string>& arguments);
+
+/// Of the middle; of the two middle ones the mean. Requires: not empty.
+double median(std::vector<double> values);
+
+}  // namespace bench
