@@ -1,0 +1,325 @@
+#include "Platform/Loading/Internal/ConnectionPool.hpp"
+
+#include <netinet/in.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <limits>
+#include <new>
+#include <utility>
+
+#include "Platform/Loading/Internal/TransportErrors.hpp"
+#include "Platform/Loading/URLErrorCodes.hpp"
+
+namespace platform::detail {
+
+namespace {
+
+/// Handles kept for the next exchanges; each holds some kilobytes.
+constexpr std::size_t spareLimit = 64;
+
+/// Idle connections a pool keeps: a quarter of the descriptors, so that the application has room.
+long idleConnectionLimit() {
+  rlimit descriptors{};
+  if (::getrlimit(RLIMIT_NOFILE, &descriptors) != 0) return 64;
+  return static_cast<long>(std::clamp<rlim_t>(descriptors.rlim_cur / 4, 8, 1024));
+}
+
+/// Scheme, host and port of the URL as it stands: what comes before the path.
+std::string_view hostKeyOf(const URL& url) {
+  const std::string_view text = url.absoluteString();
+  const std::size_t authority = text.find("//");
+  const std::size_t end = authority == std::string::npos ? authority : text.find_first_of("/?#", authority + 2);
+  return text.substr(0, end);
+}
+
+/// A connection's two ports, as a key.
+std::uint32_t portsKey(int localPort, int remotePort) {
+  return (static_cast<std::uint32_t>(localPort) << 16) | (static_cast<std::uint32_t>(remotePort) & 0xffff);
+}
+
+int portOf(const sockaddr_storage& address) {
+  if (address.ss_family == AF_INET) return ntohs(reinterpret_cast<const sockaddr_in&>(address).sin_port);
+  if (address.ss_family == AF_INET6) return ntohs(reinterpret_cast<const sockaddr_in6&>(address).sin6_port);
+  return 0;
+}
+
+}  // namespace
+
+ConnectionPool::ConnectionPool(NetworkLoop& loop, const URLSessionConfiguration& configuration, Challenge challenge)
+    : loop_(loop),
+      configuration_(configuration),
+      challenge_(std::move(challenge)),
+      multi_(curl_multi_init()),
+      timerDue_(never) {
+  if (!multi_) throw std::bad_alloc();
+  curl_multi_setopt(multi_, CURLMOPT_SOCKETFUNCTION, &ConnectionPool::socketChanged);
+  curl_multi_setopt(multi_, CURLMOPT_SOCKETDATA, this);
+  curl_multi_setopt(multi_, CURLMOPT_TIMERFUNCTION, &ConnectionPool::timerChanged);
+  curl_multi_setopt(multi_, CURLMOPT_TIMERDATA, this);
+  curl_multi_setopt(multi_, CURLMOPT_MAXCONNECTS, idleConnectionLimit());
+  if (configuration_.httpShouldSetCookies) {
+    share_ = curl_share_init();
+    if (!share_) throw std::bad_alloc();
+    // No lock functions: only the owner of the loop touches it.
+    curl_share_setopt(share_, CURLSHOPT_SHARE, CURL_LOCK_DATA_COOKIE);
+  }
+  loop_.add(*this);
+}
+
+ConnectionPool::~ConnectionPool() {
+  loop_.remove(*this);
+  active_.clear();
+  spare_.clear();
+  curl_multi_cleanup(multi_);
+  if (share_) curl_share_cleanup(share_);
+}
+
+void ConnectionPool::submit(ExchangeOwner& owner) {
+  admission_.enqueue(hostKeyOf(owner.requestToSend().url), owner,
+                     static_cast<std::size_t>(std::max(configuration_.httpMaximumConnectionsPerHost, 0)));
+  admit();
+}
+
+void ConnectionPool::admit() {
+  while (AdmissionEntry* admitted = admission_.next()) start(static_cast<ExchangeOwner&>(*admitted));
+}
+
+void ConnectionPool::start(ExchangeOwner& owner) {
+  std::unique_ptr<Exchange> made = takeExchange();
+  Exchange& exchange = *made;
+  exchange.slot = active_.size();
+  active_.push_back(std::move(made));
+  owner.exchange = &exchange;
+  std::optional<Error> refusal = exchange.prepare(owner);
+  if (!refusal && curl_multi_add_handle(multi_, exchange.handle()) != CURLM_OK) {
+    refusal =
+        transportError(URLErrorCode::unknown, "the transport cannot take the request", exchange.request().url, false);
+  }
+  if (refusal) {
+    // Told later, so that the owner is never called back from inside its own submission.
+    loop_.post([this, owner = &owner, error = *refusal] {
+      if (owner->exchange) end(*owner->exchange, owner->exchange->abandon(error));
+    });
+    return;
+  }
+  deadlines_.arm(exchange, loop_.now() + exchange.timeout());
+}
+
+std::unique_ptr<Exchange> ConnectionPool::takeExchange() {
+  if (spare_.empty()) return std::make_unique<Exchange>(*this);
+  std::unique_ptr<Exchange> exchange = std::move(spare_.back());
+  spare_.pop_back();
+  return exchange;
+}
+
+void ConnectionPool::withdraw(ExchangeOwner& owner) {
+  if (owner.exchange) {
+    detach(*owner.exchange);
+  } else {
+    admission_.cancel(owner);
+  }
+  admit();
+}
+
+/// Takes the exchange out of libcurl and of the table of active ones.
+void ConnectionPool::detach(Exchange& exchange) {
+  curl_multi_remove_handle(multi_, exchange.handle());
+  if (exchange.socket >= 0) socketAt(exchange.socket).exchange = nullptr;
+  exchange.owner().exchange = nullptr;
+  admission_.finished(exchange.owner());
+  deadlines_.disarm(exchange);
+  exchange.recycle();
+
+  const std::size_t slot = exchange.slot;
+  std::unique_ptr<Exchange> taken = std::move(active_[slot]);
+  if (slot + 1 != active_.size()) {
+    active_[slot] = std::move(active_.back());
+    active_[slot]->slot = slot;
+  }
+  active_.pop_back();
+  if (spare_.size() < spareLimit) spare_.push_back(std::move(taken));
+}
+
+void ConnectionPool::end(Exchange& exchange, ExchangeOutcome outcome) {
+  ExchangeOwner& owner = exchange.owner();
+  detach(exchange);
+  owner.exchangeEnded(std::move(outcome));
+}
+
+void ConnectionPool::collectFinished() {
+  int left = 0;
+  while (const CURLMsg* message = curl_multi_info_read(multi_, &left)) {
+    if (message->msg != CURLMSG_DONE) continue;
+    const CURLcode result = message->data.result;
+    char* self = nullptr;
+    curl_easy_getinfo(message->easy_handle, CURLINFO_PRIVATE, &self);
+    auto& exchange = *reinterpret_cast<Exchange*>(self);
+    if (exchange.mustRestart()) {
+      // Each turn of this closes one bad connection, so it ends.
+      curl_multi_remove_handle(multi_, exchange.handle());
+      curl_multi_add_handle(multi_, exchange.handle());
+      continue;
+    }
+    if (exchange.isMultiplexed() && exchange.socket >= 0) socketAt(exchange.socket).isMultiplexed = true;
+    end(exchange, exchange.finish(result));
+  }
+}
+
+void ConnectionPool::act(curl_socket_t descriptor, int events) {
+  int running = 0;
+  curl_multi_socket_action(multi_, descriptor, events, &running);
+  collectFinished();
+  admit();
+}
+
+void ConnectionPool::decide(const std::shared_ptr<TrustGate>& gate, std::optional<Error> rejection) {
+  if (rejection) {
+    gate->reject(std::move(*rejection));
+  } else {
+    gate->accept();
+  }
+  std::vector<ExchangeOwner*> concerned;
+  for (const auto& exchange : active_) {
+    if (exchange->gate() == gate) concerned.push_back(&exchange->owner());
+  }
+  for (ExchangeOwner* owner : concerned) {
+    if (!owner->exchange || owner->exchange->gate() != gate) continue;
+    Exchange& exchange = *owner->exchange;
+    if (gate->state() == TrustGate::State::rejected) {
+      end(exchange, exchange.abandon(*gate->reason()));
+      continue;
+    }
+    exchange.touch(loop_.now());
+    const int descriptor = exchange.socket;
+    if (descriptor < 0) continue;
+    apply(descriptor, socketAt(descriptor));
+    act(descriptor, CURL_CSELECT_IN | CURL_CSELECT_OUT);
+  }
+}
+
+ConnectionPool::Socket& ConnectionPool::socketAt(int descriptor) {
+  const auto index = static_cast<std::size_t>(descriptor);
+  if (sockets_.size() <= index) sockets_.resize(index + 32);
+  return sockets_[index];
+}
+
+int ConnectionPool::socketChanged(CURL* handle, curl_socket_t descriptor, int what, void* self, void*) {
+  auto& pool = *static_cast<ConnectionPool*>(self);
+  Socket& socket = pool.socketAt(descriptor);
+  char* found = nullptr;
+  curl_easy_getinfo(handle, CURLINFO_PRIVATE, &found);
+  auto* exchange = reinterpret_cast<Exchange*>(found);
+  socket.isOpen = true;
+  socket.wanted = 0;
+  if (what & CURL_POLL_IN) socket.wanted |= EPOLLIN;
+  if (what & CURL_POLL_OUT) socket.wanted |= EPOLLOUT;
+  if (what == CURL_POLL_REMOVE) {
+    // It may be chosen again from here on, and is then known by its ports.
+    if (socket.ports == 0) pool.learnPorts(descriptor, socket);
+    socket.exchange = nullptr;
+    if (exchange && exchange->socket == descriptor) exchange->socket = -1;
+  } else if (exchange) {
+    socket.exchange = exchange;
+    exchange->socket = descriptor;
+  }
+  pool.apply(descriptor, socket);
+  return 0;
+}
+
+void ConnectionPool::apply(int descriptor, Socket& socket) {
+  std::uint32_t events = socket.wanted;
+  if (socket.exchange && socket.exchange->isHeld()) events = 0;
+  if (socket.wanted == 0) {
+    // Idle: what is registered stays, so that a close shows; only readiness to write must not be reported.
+    if ((socket.registered & EPOLLOUT) == 0) return;
+    events = EPOLLIN;
+  }
+  if (events == socket.registered) return;
+  if (socket.registered == 0) {
+    loop_.watch(descriptor, events, *this);
+  } else {
+    loop_.rewatch(descriptor, events);
+  }
+  socket.registered = events;
+}
+
+void ConnectionPool::learnPorts(int descriptor, Socket& socket) {
+  sockaddr_storage local{};
+  sockaddr_storage remote{};
+  socklen_t localLength = sizeof local;
+  socklen_t remoteLength = sizeof remote;
+  if (::getsockname(descriptor, reinterpret_cast<sockaddr*>(&local), &localLength) != 0) return;
+  if (::getpeername(descriptor, reinterpret_cast<sockaddr*>(&remote), &remoteLength) != 0) return;
+  socket.ports = portsKey(portOf(local), portOf(remote));
+  descriptorsByPorts_[socket.ports] = descriptor;
+}
+
+bool ConnectionPool::isTainted(int localPort, int remotePort) const {
+  const auto found = descriptorsByPorts_.find(portsKey(localPort, remotePort));
+  return found != descriptorsByPorts_.end() && sockets_[static_cast<std::size_t>(found->second)].isTainted;
+}
+
+int ConnectionPool::closeSocket(void* self, curl_socket_t descriptor) {
+  auto& pool = *static_cast<ConnectionPool*>(self);
+  Socket& socket = pool.socketAt(descriptor);
+  if (socket.isOpen) {
+    if (socket.exchange && socket.exchange->socket == descriptor) socket.exchange->socket = -1;
+    pool.loop_.unwatch(descriptor, false);
+    const auto found = pool.descriptorsByPorts_.find(socket.ports);
+    if (found != pool.descriptorsByPorts_.end() && found->second == descriptor) pool.descriptorsByPorts_.erase(found);
+    socket = {};
+  }
+  return ::close(descriptor);
+}
+
+int ConnectionPool::timerChanged(CURLM*, long milliseconds, void* self) {
+  auto& pool = *static_cast<ConnectionPool*>(self);
+  pool.timerDue_ = milliseconds < 0    ? never
+                   : milliseconds == 0 ? pool.loop_.now()
+                                       : loopNow() + milliseconds * oneMillisecond;
+  return 0;
+}
+
+void ConnectionPool::ready(int descriptor, std::uint32_t events) {
+  Socket& socket = socketAt(descriptor);
+  if (!socket.isOpen) return;
+  const bool broken = (events & (EPOLLHUP | EPOLLERR)) != 0;
+  if (socket.wanted == 0) {
+    loop_.unwatch(descriptor, true);
+    socket.registered = 0;
+    socket.isTainted = !socket.isMultiplexed;
+    return;
+  }
+  if (socket.exchange && socket.exchange->isHeld() && !broken) {
+    apply(descriptor, socket);
+    return;
+  }
+  if (socket.exchange) socket.exchange->touch(loop_.now());
+  int flags = broken ? CURL_CSELECT_ERR : 0;
+  if (events & EPOLLIN) flags |= CURL_CSELECT_IN;
+  if (events & EPOLLOUT) flags |= CURL_CSELECT_OUT;
+  act(descriptor, flags);
+}
+
+LoopTime ConnectionPool::nextTick() {
+  LoopTime next = std::min(timerDue_, deadlines_.nextLook());
+  // Whoever waits for the limit to grow looks again soon.
+  if (admission_.waiting() > 0) next = std::min(next, loop_.now() + oneMillisecond);
+  return next;
+}
+
+void ConnectionPool::tick(LoopTime now) {
+  if (timerDue_ <= now) {
+    timerDue_ = never;
+    act(CURL_SOCKET_TIMEOUT, 0);
+  }
+  while (Exchange* late = deadlines_.takeExpired(now)) {
+    end(*late, late->abandon(timeoutError(late->request(), late->wasSent())));
+  }
+  admit();
+}
+
+}  // namespace platform::detail

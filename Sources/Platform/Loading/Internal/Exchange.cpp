@@ -1,0 +1,372 @@
+#include "Platform/Loading/Internal/Exchange.hpp"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <string_view>
+#include <utility>
+
+#include "Platform/Loading/Internal/ConnectionPool.hpp"
+#include "Platform/Loading/Internal/HTTPText.hpp"
+#include "Platform/Loading/Internal/TransportErrors.hpp"
+#include "Platform/Loading/URLErrorCodes.hpp"
+#include "Platform/Trap.hpp"
+
+namespace platform::detail {
+
+namespace {
+
+/// Room made at once for an announced body; longer ones grow as they arrive.
+constexpr std::int64_t reserveLimit = std::int64_t{64} << 20;
+/// Bodies above this size are sent in several steps whose progress is watched.
+constexpr std::size_t watchedBodyBytes = 64 * 1024;
+
+template <class Value>
+void set(CURL* handle, CURLoption option, Value value) {
+  const CURLcode result = curl_easy_setopt(handle, option, value);
+  if (result != CURLE_OK) {
+    trap("libcurl refused option " + std::to_string(option) + ": " + curl_easy_strerror(result));
+  }
+}
+
+/// Methods whose repetition changes nothing (RFC 9110, 9.2.2).
+bool isIdempotent(std::string_view method) {
+  constexpr std::array<std::string_view, 6> methods{"GET", "HEAD", "PUT", "DELETE", "OPTIONS", "TRACE"};
+  return std::find(methods.begin(), methods.end(), method) != methods.end();
+}
+
+/// Methods that announce an empty body rather than none (RFC 9110, 8.6).
+bool expectsBody(std::string_view method) { return method == "POST" || method == "PUT" || method == "PATCH"; }
+
+}  // namespace
+
+Exchange::Exchange(ConnectionPool& pool) : pool_(pool), handle_(curl_easy_init()), url_(curl_url()) {
+  if (!handle_ || !url_) throw std::bad_alloc();
+  errorText_[0] = '\0';
+  setConstantOptions();
+}
+
+Exchange::~Exchange() {
+  curl_easy_cleanup(handle_);
+  curl_url_cleanup(url_);
+}
+
+void Exchange::setConstantOptions() {
+  set(handle_, CURLOPT_PRIVATE, this);
+  set(handle_, CURLOPT_CURLU, url_);
+  set(handle_, CURLOPT_ERRORBUFFER, errorText_);
+  set(handle_, CURLOPT_NOSIGNAL, 1L);
+  // Cancelling while a name is being resolved must not wait for the resolver.
+  set(handle_, CURLOPT_QUICK_EXIT, 1L);
+  set(handle_, CURLOPT_PROTOCOLS_STR, "http,https");
+  set(handle_, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_2TLS));
+  set(handle_, CURLOPT_FOLLOWLOCATION, 0L);
+  set(handle_, CURLOPT_HTTP_CONTENT_DECODING, 0L);
+  set(handle_, CURLOPT_PATH_AS_IS, 1L);
+  // Configuration is by code alone: no proxy from the environment.
+  set(handle_, CURLOPT_PROXY, "");
+  // Time-outs are ours; libcurl's own would end a connect after 300 s.
+  set(handle_, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(std::numeric_limits<int>::max()));
+  set(handle_, CURLOPT_HEADERFUNCTION, &Exchange::receiveHeaderLine);
+  set(handle_, CURLOPT_HEADERDATA, this);
+  set(handle_, CURLOPT_WRITEFUNCTION, &Exchange::receiveBody);
+  set(handle_, CURLOPT_WRITEDATA, this);
+  set(handle_, CURLOPT_PREREQFUNCTION, &Exchange::connectionReady);
+  set(handle_, CURLOPT_PREREQDATA, this);
+  set(handle_, CURLOPT_XFERINFOFUNCTION, &Exchange::progressed);
+  set(handle_, CURLOPT_XFERINFODATA, this);
+  set(handle_, CURLOPT_CLOSESOCKETFUNCTION, &ConnectionPool::closeSocket);
+  set(handle_, CURLOPT_CLOSESOCKETDATA, &pool_);
+  // The trust gate verifies, with one store for the process.
+  set(handle_, CURLOPT_SSL_VERIFYPEER, 1L);
+  set(handle_, CURLOPT_SSL_VERIFYHOST, 2L);
+  set(handle_, CURLOPT_CAINFO, static_cast<char*>(nullptr));
+  set(handle_, CURLOPT_CAPATH, static_cast<char*>(nullptr));
+  set(handle_, CURLOPT_SSL_SESSIONID_CACHE, 0L);
+  set(handle_, CURLOPT_SSL_CTX_FUNCTION, &Exchange::prepareTLS);
+  set(handle_, CURLOPT_SSL_CTX_DATA, this);
+  if (pool_.share()) {
+    set(handle_, CURLOPT_SHARE, pool_.share());
+    set(handle_, CURLOPT_COOKIEFILE, "");
+  }
+}
+
+std::optional<Error> Exchange::prepare(ExchangeOwner& owner) {
+  owner_ = &owner;
+  request_ = &owner.requestToSend();
+  head_.reset(request_->httpMethod);
+  timeout_ = std::max(loopInterval(request_->timeoutInterval), oneMillisecond);
+  if (!setURL()) {
+    return NSError(kCFErrorDomainCFNetwork, URLErrorCode::badURL,
+                   "the transport cannot use the URL " + request_->url.absoluteString());
+  }
+  setMethodAndBody();
+  if (!setHeaders()) {
+    return NSError(NSURLErrorDomain, URLErrorCode::badURL, "a HEAD request cannot carry a body");
+  }
+  return std::nullopt;
+}
+
+bool Exchange::setURL() {
+  const std::string& text = request_->url.absoluteString();
+  if (text == urlText_) return true;
+  urlText_.clear();
+  if (curl_url_set(url_, CURLUPART_URL, text.c_str(), CURLU_PATH_AS_IS) != CURLUE_OK) return false;
+  urlText_ = text;
+  // Others wait to see whether the first connection to a host can be shared (HTTP/2).
+  set(handle_, CURLOPT_PIPEWAIT, text.starts_with("https") ? 1L : 0L);
+  return true;
+}
+
+void Exchange::setMethodAndBody() {
+  const std::string& method = request_->httpMethod;
+  const char* name = method.c_str();
+  if (request_->httpBody || expectsBody(method)) {
+    static const Data nothing;
+    const Data& body = request_->httpBody ? *request_->httpBody : nothing;
+    set(handle_, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.count()));
+    set(handle_, CURLOPT_POSTFIELDS, reinterpret_cast<const char*>(body.bytes()));
+    set(handle_, CURLOPT_POST, 1L);
+    set(handle_, CURLOPT_NOPROGRESS, body.count() > watchedBodyBytes ? 0L : 1L);
+    if (method == "POST") name = nullptr;
+  } else {
+    set(handle_, CURLOPT_HTTPGET, 1L);
+    set(handle_, CURLOPT_NOPROGRESS, 1L);
+    if (method == "HEAD") set(handle_, CURLOPT_NOBODY, 1L);
+    if (method == "GET" || method == "HEAD") name = nullptr;
+  }
+  set(handle_, CURLOPT_CUSTOMREQUEST, name);
+}
+
+bool Exchange::setHeaders() {
+  if (request_->httpMethod == "HEAD" && request_->httpBody) return false;
+  headerText_.clear();
+  std::size_t lines = 0;
+  auto add = [&](std::string_view name, std::string_view separator, std::string_view value) {
+    headerText_.append(name).append(separator).append(value).push_back('\0');
+    ++lines;
+  };
+  const std::string* cookie = nullptr;
+  bool hasAccept = false;
+  bool hasContentType = false;
+  for (const auto& [name, value] : request_->allHTTPHeaderFields) {
+    const std::size_t length = name.size();
+    if (length == 6 && equalsIgnoringCase(name, "Accept")) hasAccept = true;
+    if (length == 12 && equalsIgnoringCase(name, "Content-Type")) hasContentType = true;
+    if (length == 6 && pool_.share() && equalsIgnoringCase(name, "Cookie")) {
+      cookie = &value;
+    } else if (value.empty()) {
+      add(name, ";", {});  // libcurl's way to write a field without a value
+    } else {
+      add(name, ": ", value);
+    }
+  }
+  // What libcurl would add by itself and the request does not say.
+  if (!hasAccept) add("Accept", ":", {});
+  if (!hasContentType) add("Content-Type", ":", {});
+  add("Expect", ":", {});
+  set(handle_, CURLOPT_COOKIE, cookie ? cookie->c_str() : nullptr);
+
+  headerNodes_.resize(lines);
+  char* line = headerText_.data();
+  for (std::size_t i = 0; i < lines; ++i) {
+    headerNodes_[i] = {line, i + 1 < lines ? &headerNodes_[i + 1] : nullptr};
+    line += std::char_traits<char>::length(line) + 1;
+  }
+  set(handle_, CURLOPT_HTTPHEADER, headerNodes_.data());
+  return true;
+}
+
+int Exchange::connectionReady(void* self, char*, char*, int remotePort, int localPort) {
+  auto& exchange = *static_cast<Exchange*>(self);
+  exchange.touch(exchange.pool_.loop().now());
+  exchange.mustRestart_ = exchange.pool_.isTainted(localPort, remotePort);
+  if (exchange.mustRestart_) return CURL_PREREQFUNC_ABORT;
+  if (++exchange.starts_ > 1 && !exchange.mayStartAgain()) return CURL_PREREQFUNC_ABORT;
+  if (!exchange.urlText_.starts_with("https")) return CURL_PREREQFUNC_OK;
+
+  curl_tlssessioninfo* tls = nullptr;
+  curl_easy_getinfo(exchange.handle_, CURLINFO_TLS_SSL_PTR, &tls);
+  auto* connection = tls ? static_cast<SSL*>(tls->internals) : nullptr;
+  exchange.gate_ = connection ? TrustGate::of(connection) : nullptr;
+  if (!exchange.gate_) {
+    exchange.fail(URLErrorCode::secureConnectionFailed, "the server showed no certificate");
+    return CURL_PREREQFUNC_ABORT;
+  }
+  if (exchange.gate_->state() == TrustGate::State::rejected) {
+    exchange.failure_ = exchange.gate_->reason();
+    return CURL_PREREQFUNC_ABORT;
+  }
+  if (exchange.gate_->isUndecided()) {
+    exchange.gate_->hold(connection);
+    if (!exchange.gate_->wasAsked()) exchange.pool_.ask(exchange.gate_);
+  }
+  return CURL_PREREQFUNC_OK;
+}
+
+bool Exchange::mayStartAgain() {
+  // libcurl starts again by itself when a kept connection dies before the first byte of the answer.
+  if (starts_ == 2 && isIdempotent(request_->httpMethod)) return true;
+  fail(URLErrorCode::networkConnectionLost, starts_ == 2 ? "the connection was lost before an answer came; a " +
+                                                               request_->httpMethod +
+                                                               " is not repeated, since the server may have acted on it"
+                                                         : "the connection was lost twice before an answer came");
+  return false;
+}
+
+CURLcode Exchange::prepareTLS(CURL*, void* context, void* self) {
+  auto& exchange = *static_cast<Exchange*>(self);
+  const URL& url = exchange.request_->url;
+  TrustGate::install(static_cast<SSL_CTX*>(context), url.host().value_or(std::string()), url.port().value_or(443));
+  return CURLE_OK;
+}
+
+int Exchange::progressed(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t sent) {
+  auto& exchange = *static_cast<Exchange*>(self);
+  if (std::exchange(exchange.sent_, sent) != sent) exchange.touch(exchange.pool_.loop().now());
+  return 0;
+}
+
+std::size_t Exchange::receiveHeaderLine(char* bytes, std::size_t size, std::size_t count, void* self) {
+  auto& exchange = *static_cast<Exchange*>(self);
+  const std::size_t length = size * count;
+  exchange.touch(exchange.pool_.loop().now());
+  if (exchange.isHeld()) {
+    exchange.fail(URLErrorCode::serverCertificateUntrusted, "the server answered before it was trusted and asked");
+    return 0;
+  }
+  ResponseHead::Result result = exchange.head_.consume({bytes, length});
+  bool goesOn = true;
+  if (auto* failure = std::get_if<LoadFailure>(&result)) {
+    goesOn = exchange.fail(std::move(*failure));
+  } else if (std::get<HeadEvent>(result) == HeadEvent::complete) {
+    goesOn = exchange.headComplete();
+  }
+  return goesOn ? length : 0;
+}
+
+bool Exchange::headComplete() {
+  response_ =
+      std::make_shared<HTTPURLResponse>(request_->url, head_.statusCode(), head_.httpVersion(), head_.takeFields());
+  wantsBody_ = owner_->wantsBody(response_);
+  const std::int64_t announced = head_.framing() == BodyFraming::length ? head_.contentLength() : 0;
+  const std::int64_t limit = pool_.configuration().maximumBodyBytes;
+  if (!wantsBody_ || head_.framing() == BodyFraming::none) return true;
+  if (announced > limit) {
+    return fail(URLErrorCode::dataLengthExceedsMaximum,
+                "the body of " + std::to_string(announced) + " bytes exceeds the limit of " + std::to_string(limit));
+  }
+  ContentDecoder::Choice choice =
+      ContentDecoder::make(response_->allHeaderFields(), limit, [this](Bytes decoded) { body_.append(decoded); });
+  if (choice.failure) return fail(std::move(*choice.failure));
+  decoder_ = std::move(choice.decoder);
+  if (!decoder_ && announced > 0) body_.reserve(static_cast<std::size_t>(std::min(announced, reserveLimit)));
+  return true;
+}
+
+std::size_t Exchange::receiveBody(char* bytes, std::size_t size, std::size_t count, void* self) {
+  auto& exchange = *static_cast<Exchange*>(self);
+  const std::size_t length = size * count;
+  exchange.touch(exchange.pool_.loop().now());
+  exchange.received_ += static_cast<std::int64_t>(length);
+  return exchange.acceptBody(reinterpret_cast<const std::byte*>(bytes), length) ? length : 0;
+}
+
+bool Exchange::acceptBody(const std::byte* bytes, std::size_t count) {
+  if (!response_) return fail(URLErrorCode::cannotParseResponse, "a body came before the end of the head");
+  if (!wantsBody_) {
+    endedByUs_ = received_ > static_cast<std::int64_t>(discardLimit);
+    return !endedByUs_;
+  }
+  if (decoder_) {
+    std::optional<LoadFailure> failure = decoder_->decode({bytes, count});
+    return !failure || fail(std::move(*failure));
+  }
+  const std::int64_t limit = pool_.configuration().maximumBodyBytes;
+  if (received_ > limit) {
+    return fail(URLErrorCode::dataLengthExceedsMaximum,
+                "the body exceeds the limit of " + std::to_string(limit) + " bytes");
+  }
+  body_.append(bytes, count);
+  return true;
+}
+
+bool Exchange::fail(std::int32_t code, std::string message) {
+  if (!failure_) {
+    failure_ = transportError(code, std::move(message), request_->url, starts_ > 0);
+  }
+  return false;
+}
+
+bool Exchange::fail(LoadFailure failure) { return fail(failure.code, std::move(failure.message)); }
+
+ExchangeOutcome Exchange::finish(CURLcode result) {
+  ExchangeOutcome outcome;
+  if (!failure_ && !endedByUs_) {
+    if (result != CURLE_OK) {
+      long systemError = 0;
+      curl_easy_getinfo(handle_, CURLINFO_OS_ERRNO, &systemError);
+      failure_ = transportError(TransportFailure{.code = result,
+                                                 .text = errorText_,
+                                                 .systemError = static_cast<int>(systemError),
+                                                 .requestWasSent = starts_ > 0},
+                                request_->url);
+      outcome.lacksConnectivity = starts_ == 0 && isConnectivityFailure(result, static_cast<int>(systemError));
+    } else {
+      checkCompleteness();
+    }
+  }
+  outcome.error = std::move(failure_);
+  outcome.response = std::move(response_);
+  outcome.body = std::move(body_);
+  return outcome;
+}
+
+void Exchange::checkCompleteness() {
+  if (!response_) {
+    fail(URLErrorCode::networkConnectionLost, "the connection closed before the head of the answer was complete");
+    return;
+  }
+  if (head_.framing() == BodyFraming::length && received_ != head_.contentLength()) {
+    fail(URLErrorCode::networkConnectionLost, "the connection closed after " + std::to_string(received_) + " of " +
+                                                  std::to_string(head_.contentLength()) + " bytes of the body");
+    return;
+  }
+  // Where the end of the stream marks the end of the body, it must be announced (RFC 9112, 9.8).
+  if (head_.framing() == BodyFraming::untilClose && gate_ && head_.httpVersion().starts_with("HTTP/1") &&
+      !gate_->sawClosingAlert()) {
+    fail(URLErrorCode::networkConnectionLost,
+         "the TLS stream ended without its closing alert, so the body may be cut off");
+    return;
+  }
+  if (!decoder_) return;
+  if (std::optional<LoadFailure> failure = decoder_->finish()) fail(std::move(*failure));
+}
+
+ExchangeOutcome Exchange::abandon(Error error) {
+  ExchangeOutcome outcome;
+  outcome.error = std::move(error);
+  outcome.response = std::move(response_);
+  outcome.body = std::move(body_);
+  return outcome;
+}
+
+void Exchange::recycle() {
+  owner_ = nullptr;
+  request_ = nullptr;
+  response_.reset();
+  decoder_.reset();
+  body_ = Data();
+  received_ = 0;
+  wantsBody_ = true;
+  endedByUs_ = false;
+  sent_ = 0;
+  starts_ = 0;
+  mustRestart_ = false;
+  gate_.reset();
+  failure_.reset();
+  errorText_[0] = '\0';
+  socket = -1;
+}
+
+}  // namespace platform::detail

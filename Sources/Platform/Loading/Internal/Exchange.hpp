@@ -1,0 +1,137 @@
+#pragma once
+
+#include <curl/curl.h>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Platform/Foundation/Data.hpp"
+#include "Platform/Foundation/Error.hpp"
+#include "Platform/Loading/Internal/AdmissionQueue.hpp"
+#include "Platform/Loading/Internal/ContentDecoder.hpp"
+#include "Platform/Loading/Internal/LoopClock.hpp"
+#include "Platform/Loading/Internal/ResponseHead.hpp"
+#include "Platform/Loading/Internal/TrustGate.hpp"
+#include "Platform/Loading/URLRequest.hpp"
+#include "Platform/Loading/URLResponse.hpp"
+
+namespace platform::detail {
+
+class ConnectionPool;
+class Exchange;
+
+/// What an exchange came to.
+struct ExchangeOutcome {
+  /// Null when the head did not arrive completely.
+  std::shared_ptr<const HTTPURLResponse> response;
+  /// Decoded; what had arrived when it failed.
+  Data body;
+  std::optional<Error> error;
+  /// It failed because no network leads to the host, and nothing was sent.
+  bool lacksConnectivity = false;
+};
+
+/// Who an exchange is made for. Loop side.
+class ExchangeOwner : public AdmissionEntry {
+ public:
+  virtual ~ExchangeOwner() = default;
+  /// What to send; stays as it is until the exchange ended or was withdrawn.
+  virtual const URLRequest& requestToSend() const = 0;
+  /// The final head is here; whether the body is wanted.
+  virtual bool wantsBody(const std::shared_ptr<const HTTPURLResponse>& response) = 0;
+  /// Once, at the end.
+  virtual void exchangeEnded(ExchangeOutcome outcome) = 0;
+
+  /// The exchange under way; kept by the pool.
+  Exchange* exchange = nullptr;
+};
+
+/// One request and one answer on a libcurl handle, with the checks that make a success mean a complete one.
+/// Recycled: options that never change are set once, when the handle is made. Loop side only.
+class Exchange : public DeadlineEntry {
+ public:
+  /// Bytes of an unwanted body that are read to keep the connection; beyond that it is cheaper to close it.
+  static constexpr std::size_t discardLimit = 64 * 1024;
+
+  explicit Exchange(ConnectionPool& pool);
+  ~Exchange();
+  Exchange(const Exchange&) = delete;
+  Exchange& operator=(const Exchange&) = delete;
+
+  /// Writes the request into the handle. Fails with the transport's message when it is refused.
+  std::optional<Error> prepare(ExchangeOwner& owner);
+  /// libcurl chose a connection that is not to be used, and gave it up; nothing was sent.
+  bool mustRestart() const { return mustRestart_; }
+  /// The verdict after libcurl said it is done.
+  ExchangeOutcome finish(CURLcode result);
+  /// The outcome of an exchange that we end ourselves.
+  ExchangeOutcome abandon(Error error);
+  /// Lets go of everything that belongs to one exchange.
+  void recycle();
+
+  CURL* handle() const { return handle_; }
+  ExchangeOwner& owner() const { return *owner_; }
+  const URLRequest& request() const { return *request_; }
+  bool isHeld() const { return gate_ && gate_->isUndecided(); }
+  const std::shared_ptr<TrustGate>& gate() const { return gate_; }
+
+  /// Whether the answer came over a connection that is shared by several exchanges at a time.
+  bool isMultiplexed() const { return head_.isComplete() && head_.httpVersion().starts_with("HTTP/2"); }
+
+  /// Something moved on this exchange's connection.
+  void touch(LoopTime now) { postpone(now + timeout_); }
+  LoopTime timeout() const { return timeout_; }
+  /// Whether a connection was ready for the request, so that the server may have got it.
+  bool wasSent() const { return starts_ > 0; }
+  /// The descriptor whose readiness concerns this exchange; -1 while there is none.
+  int socket = -1;
+  /// Where the exchange stands in the pool's table of active ones.
+  std::size_t slot = 0;
+
+ private:
+  static std::size_t receiveHeaderLine(char* bytes, std::size_t size, std::size_t count, void* self);
+  static std::size_t receiveBody(char* bytes, std::size_t size, std::size_t count, void* self);
+  static int connectionReady(void* self, char* primary, char* local, int primaryPort, int localPort);
+  static int progressed(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t sent);
+  static CURLcode prepareTLS(CURL* handle, void* context, void* self);
+
+  void setConstantOptions();
+  bool setURL();
+  void setMethodAndBody();
+  bool setHeaders();
+  bool headComplete();
+  bool acceptBody(const std::byte* bytes, std::size_t count);
+  bool mayStartAgain();
+  bool fail(std::int32_t code, std::string message);
+  bool fail(LoadFailure failure);
+  void checkCompleteness();
+
+  ConnectionPool& pool_;
+  CURL* handle_;
+  CURLU* url_;
+  std::string urlText_;
+  std::vector<curl_slist> headerNodes_;
+  std::string headerText_;
+  char errorText_[CURL_ERROR_SIZE];
+
+  ExchangeOwner* owner_ = nullptr;
+  const URLRequest* request_ = nullptr;
+  ResponseHead head_;
+  std::shared_ptr<const HTTPURLResponse> response_;
+  std::unique_ptr<ContentDecoder> decoder_;
+  Data body_;
+  std::int64_t received_ = 0;
+  bool wantsBody_ = true;
+  bool endedByUs_ = false;  ///< an unwanted body was too long to be read
+  curl_off_t sent_ = 0;
+  int starts_ = 0;  ///< how often a connection was ready for the request
+  bool mustRestart_ = false;
+  std::shared_ptr<TrustGate> gate_;
+  std::optional<Error> failure_;
+  LoopTime timeout_ = 0;
+};
+
+}  // namespace platform::detail

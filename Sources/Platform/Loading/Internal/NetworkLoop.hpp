@@ -1,0 +1,112 @@
+#pragma once
+
+#include <sys/epoll.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+#include "Platform/Dispatch/AssistedWait.hpp"
+#include "Platform/Dispatch/DispatchQueue.hpp"
+#include "Platform/Loading/Internal/LoopClock.hpp"
+
+namespace platform::detail {
+
+/// Something that the loop watches: it is told when its descriptor is ready. Loop side only.
+class EventHandler {
+ public:
+  virtual ~EventHandler() = default;
+  virtual void ready(int descriptor, std::uint32_t events) = 0;
+};
+
+/// Something with deadlines of its own, asked once a turn. Loop side only.
+class Ticker {
+ public:
+  virtual ~Ticker() = default;
+  /// The earliest time at which `tick` has something to do; the maximum when never.
+  virtual LoopTime nextTick() = 0;
+  virtual void tick(LoopTime now) = 0;
+  /// Whether a network exchange is under way, i.e. somebody has to wait for the network.
+  virtual bool isBusy() const = 0;
+  /// Called when the loop had nothing to do for a moment.
+  virtual void wasIdle() {}
+};
+
+/// The one event loop that drives every transfer of the process.
+///
+/// Its state belongs to whoever *owns* the loop at the moment: the network thread, or a thread that blocks
+/// on a result and drives meanwhile (a leader). Code marked "loop side" runs on the owner only. Everything
+/// else reaches the loop by `post`. What turns of the loop finish is delivered in one batch per queue.
+///
+/// While nothing is under way, nobody owns the loop and the network thread is parked, so that a leader can
+/// take over without waking anyone.
+class NetworkLoop final : public Driver {
+ public:
+  static NetworkLoop& shared();
+
+  /// Runs the command on the loop side, soon. Commands keep their order. Any thread.
+  void post(Block command);
+
+  // Loop side.
+  void add(Ticker& ticker);
+  void remove(Ticker& ticker);
+  void watch(int descriptor, std::uint32_t events, EventHandler& handler);
+  void rewatch(int descriptor, std::uint32_t events);
+  /// Forgets the descriptor; events of this turn that are not handled yet are dropped.
+  void unwatch(int descriptor, bool isOpen);
+  /// Hands a finished piece of work to a queue at the end of this turn.
+  void deliver(const DispatchQueue& queue, Block block);
+  /// The time at which the present turn began.
+  LoopTime now() const { return now_; }
+
+  // Driver.
+  bool drive(AssistedWait& wait, Seconds limit) override;
+  void interrupt() override;
+
+ private:
+  struct Watch {
+    EventHandler* handler = nullptr;
+    std::uint32_t generation = 0;
+  };
+
+  NetworkLoop();
+  void runThread();
+  void park();
+  bool tryOwn();
+  void disown();
+  bool hasWork();
+  /// Waits at most that long for events and handles them; whether anything was delivered.
+  bool turn(LoopTime limit);
+  void runCommands();
+  int waitBudget(LoopTime limit);
+  void handle(const epoll_event* events, int count);
+  void tick();
+  bool flushDeliveries();
+  static void stopAtExit();
+
+  int epoll_ = -1;
+  int wake_ = -1;       ///< eventfd inside epoll_: ends a wait of the owner
+  int parkWake_ = -1;   ///< eventfd that ends the network thread's parking
+  int parkTimer_ = -1;  ///< timerfd that ends it in case the sender does not come to lead
+
+  std::mutex mutex_;  ///< guards what stands down to the blank line; held for moments only
+  std::vector<Block> inbox_;
+  bool owned_ = false;
+  bool sleeping_ = false;  ///< the owner is inside epoll_wait, or about to be
+  bool parked_ = false;
+  std::atomic<bool> stopped_ = false;  ///< written under the mutex, read anywhere
+  std::condition_variable disowned_;
+
+  std::vector<Block> commands_;  // from here on: loop side
+  std::vector<Watch> watches_;
+  std::vector<Ticker*> tickers_;
+  std::vector<std::pair<DispatchQueue, std::vector<Block>>> deliveries_;
+  LoopTime now_ = 0;
+  std::uint32_t generation_ = 0;
+};
+
+}  // namespace platform::detail

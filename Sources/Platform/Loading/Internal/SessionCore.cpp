@@ -1,0 +1,170 @@
+#include "Platform/Loading/Internal/SessionCore.hpp"
+
+#include <atomic>
+#include <utility>
+#include <vector>
+
+#include "Platform/Loading/Internal/ConnectivityWait.hpp"
+#include "Platform/Loading/Internal/TaskCore.hpp"
+#include "Platform/Loading/Internal/TransportErrors.hpp"
+#include "Platform/Loading/URLErrorCodes.hpp"
+
+namespace platform::detail {
+
+namespace {
+
+Error trustError(const TrustGate& gate, std::int32_t code, const std::string& message) {
+  const bool isIPv6 = gate.host().find(':') != std::string::npos;
+  const URL server("https://" + (isIPv6 ? "[" + gate.host() + "]" : gate.host()) + ":" + std::to_string(gate.port()) +
+                   "/");
+  return transportError(code, message, server, false);
+}
+
+/// The system's anchors and the host name decide. Where the delegate's own evaluation with more anchors got
+/// further than an unknown root, its finding says more about what is wrong.
+std::optional<Error> defaultHandling(const TrustGate& gate, const std::shared_ptr<SecTrust>& delegates) {
+  SecTrust trust(gate.chain(), gate.host());
+  if (trust.evaluate() == SecTrustResult::unspecified) return std::nullopt;
+  const bool takesDelegates =
+      trust.problem() == SecTrustProblem::unknownRoot && delegates && delegates->problem() != SecTrustProblem::none;
+  const SecTrust& telling = takesDelegates ? *delegates : trust;
+  return trustError(gate, urlErrorCode(telling.problem()), telling.problemDescription());
+}
+
+}  // namespace
+
+SessionCore::SessionCore(URLSessionConfiguration configuration, std::shared_ptr<URLSessionDelegate> delegate,
+                         DispatchQueue delegateQueue)
+    : loop_(NetworkLoop::shared()),
+      configuration_(std::move(configuration)),
+      delegateQueue_(std::move(delegateQueue)),
+      delegate_(std::move(delegate)) {}
+
+SessionCore::~SessionCore() {
+  // Connections may only be closed by the loop's owner.
+  if (pool_) loop_.post([pool = std::move(pool_)]() mutable { pool.reset(); });
+}
+
+std::optional<std::string> SessionCore::description() const {
+  const std::lock_guard lock(mutex_);
+  return description_;
+}
+
+void SessionCore::setDescription(std::optional<std::string> description) {
+  const std::lock_guard lock(mutex_);
+  description_ = std::move(description);
+}
+
+std::shared_ptr<URLSessionDelegate> SessionCore::delegate() const {
+  const std::lock_guard lock(mutex_);
+  return delegate_;
+}
+
+bool SessionCore::isInvalidated() const {
+  const std::lock_guard lock(mutex_);
+  return isInvalidated_;
+}
+
+void SessionCore::invalidate(bool cancelTasks) {
+  {
+    const std::lock_guard lock(mutex_);
+    isInvalidated_ = true;
+  }
+  // The session itself must live to be named to its delegate.
+  loop_.post([self = shared_from_this(), session = session_.lock(), cancelTasks] {
+    self->isClosing_ = true;
+    if (cancelTasks) {
+      const std::vector<std::shared_ptr<TaskCore>> running(self->tasks_.begin(), self->tasks_.end());
+      for (const auto& task : running) task->cancelNow();
+    }
+    self->closeWhenDone();
+  });
+}
+
+ConnectionPool& SessionCore::pool() {
+  if (!pool_) {
+    // The pool never outlives this object while exchanges run, since their tasks hold it.
+    pool_ = std::make_unique<ConnectionPool>(loop_, configuration_,
+                                             [this](const std::shared_ptr<TrustGate>& gate) { challenge(gate); });
+  }
+  return *pool_;
+}
+
+void SessionCore::end(const std::shared_ptr<TaskCore>& task) {
+  tasks_.erase(task);
+  closeWhenDone();
+}
+
+void SessionCore::closeWhenDone() {
+  if (!isClosing_ || isClosed_ || !tasks_.empty()) return;
+  isClosed_ = true;
+  // Posted, since the pool may be in the middle of ending the last exchange.
+  loop_.post([self = shared_from_this(), session = session_.lock()] {
+    self->pool_.reset();
+    self->loop_.deliver(self->delegateQueue_, [self, session] {
+      std::shared_ptr<URLSessionDelegate> delegate;
+      {
+        const std::lock_guard lock(self->mutex_);
+        delegate = std::exchange(self->delegate_, nullptr);
+      }
+      if (delegate && session) delegate->didBecomeInvalid(session, std::nullopt);
+    });
+  });
+}
+
+void SessionCore::awaitConnectivity(const std::shared_ptr<TaskCore>& task) {
+  ConnectivityWait::shared(loop_).add(task);
+}
+
+void SessionCore::challenge(const std::shared_ptr<TrustGate>& gate) {
+  auto self = shared_from_this();
+  auto session = session_.lock();
+  auto asked = delegate();
+  auto judgeByDefault = [self, gate](std::shared_ptr<SecTrust> delegates) {
+    DispatchQueue::global().async([self, gate, delegates] { self->conclude(gate, defaultHandling(*gate, delegates)); });
+  };
+  if (!session || !asked) {
+    judgeByDefault(nullptr);
+    return;
+  }
+  loop_.deliver(delegateQueue_, [self, session, asked, gate, judgeByDefault] {
+    auto trust = std::make_shared<SecTrust>(gate->chain(), gate->host());
+    URLAuthenticationChallenge challenge;
+    challenge.protectionSpace = {.host = gate->host(),
+                                 .port = gate->port(),
+                                 .protocol = "https",
+                                 .authenticationMethod = "NSURLAuthenticationMethodServerTrust",
+                                 .serverTrust = trust};
+    auto isAnswered = std::make_shared<std::atomic<bool>>(false);
+    asked->didReceiveChallenge(session, challenge,
+                               [self, gate, trust, judgeByDefault, isAnswered](
+                                   AuthChallengeDisposition disposition, std::optional<URLCredential> credential) {
+                                 if (isAnswered->exchange(true)) return;
+                                 switch (disposition) {
+                                   case AuthChallengeDisposition::useCredential:
+                                     if (!credential || !credential->trust) break;
+                                     self->conclude(gate, std::nullopt);
+                                     return;
+                                   case AuthChallengeDisposition::cancelAuthenticationChallenge:
+                                     self->conclude(gate, trustError(*gate, URLErrorCode::userCancelledAuthentication,
+                                                                     "the application refused the server"));
+                                     return;
+                                   case AuthChallengeDisposition::rejectProtectionSpace:
+                                     self->conclude(gate, trustError(*gate, URLErrorCode::serverCertificateUntrusted,
+                                                                     "the application does not trust the server"));
+                                     return;
+                                   case AuthChallengeDisposition::performDefaultHandling:
+                                     break;
+                                 }
+                                 judgeByDefault(trust);
+                               });
+  });
+}
+
+void SessionCore::conclude(const std::shared_ptr<TrustGate>& gate, std::optional<Error> rejection) {
+  loop_.post([self = shared_from_this(), gate, rejection = std::move(rejection)]() mutable {
+    if (self->pool_) self->pool_->decide(gate, std::move(rejection));
+  });
+}
+
+}  // namespace platform::detail

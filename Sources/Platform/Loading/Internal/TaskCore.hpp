@@ -1,0 +1,65 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+#include "Platform/Loading/Internal/Exchange.hpp"
+#include "Platform/Loading/URLSession.hpp"
+
+namespace platform::detail {
+
+class SessionCore;
+
+/// A task's life: one exchange after another, as redirects and lost networks demand, and exactly one completion.
+///
+/// `state_` may be read anywhere; what is marked "loop side" belongs to the loop's owner.
+class TaskCore final : public ExchangeOwner, public std::enable_shared_from_this<TaskCore> {
+ public:
+  /// `session` is kept alive until the completion has been delivered.
+  TaskCore(std::shared_ptr<URLSession> session, std::shared_ptr<SessionCore> core, URLRequest request,
+           URLSession::DataCompletion completion, bool isStillborn);
+
+  // Any thread.
+  void resume();
+  void cancel();
+  URLSessionTask::State state() const { return state_.load(std::memory_order_acquire); }
+  const URLRequest& originalRequest() const { return originalRequest_; }
+  std::uint64_t identifier() const { return identifier_; }
+
+  // Loop side.
+  void cancelNow();
+  /// The network changed: try again if that is what this task waits for.
+  void retryConnecting();
+  const URLRequest& requestToSend() const override { return currentRequest_ ? *currentRequest_ : originalRequest_; }
+  bool wantsBody(const std::shared_ptr<const HTTPURLResponse>& response) override;
+  void exchangeEnded(ExchangeOutcome outcome) override;
+
+ private:
+  void start();
+  void send();
+  void loadFile();
+  void waitForConnectivity();
+  void finish(std::optional<Data> data, std::shared_ptr<const URLResponse> response, std::optional<Error> error);
+  void finish(Error error) { finish(std::nullopt, nullptr, std::move(error)); }
+
+  std::shared_ptr<URLSession> session_;
+  const std::shared_ptr<SessionCore> core_;
+  const URLRequest originalRequest_;
+  const std::uint64_t identifier_;
+  const bool isStillborn_;  ///< made on an invalidated session
+  std::atomic<URLSessionTask::State> state_ = URLSessionTask::State::suspended;
+
+  URLSession::DataCompletion completion_;  // from here on: loop side
+  std::optional<URLRequest> currentRequest_;
+  std::optional<URLRequest> nextRequest_;
+  std::optional<Error> redirectFailure_;
+  int redirects_ = 0;
+  bool waitsForConnectivity_ = false;
+};
+
+/// The error of a cancelled task.
+Error cancelledError(const URL& url);
+
+}  // namespace platform::detail

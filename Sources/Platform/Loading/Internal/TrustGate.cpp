@@ -1,0 +1,136 @@
+#include "Platform/Loading/Internal/TrustGate.hpp"
+
+#include <openssl/bio.h>
+#include <openssl/x509_vfy.h>
+
+#include <utility>
+
+#include "Platform/Security/Internal/CertificateHandle.hpp"
+#include "Platform/Trap.hpp"
+
+namespace platform::detail {
+
+namespace {
+
+/// What connections of one SSL context need to make their gate.
+struct Target {
+  std::string host;
+  int port;
+};
+
+int targetIndex() {
+  static const int index = SSL_CTX_get_ex_new_index(
+      0, nullptr, nullptr, nullptr,
+      [](void*, void* value, CRYPTO_EX_DATA*, int, long, void*) { delete static_cast<Target*>(value); });
+  return index;
+}
+
+int gateIndex() {
+  static const int index =
+      SSL_get_ex_new_index(0, nullptr, nullptr, nullptr, [](void*, void* value, CRYPTO_EX_DATA*, int, long, void*) {
+        auto* gate = static_cast<std::shared_ptr<TrustGate>*>(value);
+        if (gate) (*gate)->forget();
+        delete gate;
+      });
+  return index;
+}
+
+/// Accepts for the moment; the gate keeps the request back until the real decision.
+int rememberChain(X509_STORE_CTX* context, void*) {
+  auto* connection = static_cast<SSL*>(X509_STORE_CTX_get_ex_data(context, SSL_get_ex_data_X509_STORE_CTX_idx()));
+  const auto* target = static_cast<Target*>(SSL_CTX_get_ex_data(SSL_get_SSL_CTX(connection), targetIndex()));
+  STACK_OF(X509)* received = X509_STORE_CTX_get0_untrusted(context);
+  if (!target || !received || sk_X509_num(received) == 0) return 0;
+  auto gate = std::make_unique<std::shared_ptr<TrustGate>>(
+      std::make_shared<TrustGate>(certificatesFromChain(received), target->host, target->port));
+  if (SSL_set_ex_data(connection, gateIndex(), gate.get()) != 1) return 0;
+  gate.release();
+  X509_STORE_CTX_set_error(context, X509_V_OK);
+  return 1;
+}
+
+/// libcurl takes every end of a stream for its proper end, so the alert is looked for here.
+void noticeAlert(const SSL* connection, int where, int value) {
+  if ((where & SSL_CB_READ_ALERT) != SSL_CB_READ_ALERT || (value & 0xff) != SSL_AD_CLOSE_NOTIFY) return;
+  if (const auto gate = TrustGate::of(connection)) gate->noteClosingAlert();
+}
+
+// A filter in front of the connection's write side. Its data is the gate while it holds.
+
+int holdWrite(BIO* filter, const char* bytes, int count) {
+  const auto* gate = static_cast<const TrustGate*>(BIO_get_data(filter));
+  BIO_clear_retry_flags(filter);
+  if (gate->state() == TrustGate::State::undecided) {
+    BIO_set_retry_write(filter);
+    return -1;
+  }
+  if (gate->state() == TrustGate::State::rejected) return -1;
+  const int written = BIO_write(BIO_next(filter), bytes, count);
+  BIO_copy_next_retry(filter);
+  return written;
+}
+
+long holdControl(BIO* filter, int command, long number, void* pointer) {
+  return BIO_ctrl(BIO_next(filter), command, number, pointer);
+}
+
+const BIO_METHOD* holdMethod() {
+  static BIO_METHOD* const method = [] {
+    BIO_METHOD* made = BIO_meth_new(BIO_get_new_index() | BIO_TYPE_FILTER, "corvane trust gate");
+    if (!made) trap("the TLS library is out of memory");
+    BIO_meth_set_write(made, holdWrite);
+    BIO_meth_set_ctrl(made, holdControl);
+    BIO_meth_set_create(made, [](BIO* bio) {
+      BIO_set_init(bio, 1);
+      return 1;
+    });
+    return made;
+  }();
+  return method;
+}
+
+}  // namespace
+
+void TrustGate::install(SSL_CTX* context, const std::string& host, int port) {
+  delete static_cast<Target*>(SSL_CTX_get_ex_data(context, targetIndex()));
+  SSL_CTX_set_ex_data(context, targetIndex(), new Target{host, port});
+  SSL_CTX_set_cert_verify_callback(context, rememberChain, nullptr);
+  // A renegotiation could show another certificate behind the decision's back.
+  SSL_CTX_set_options(context, SSL_OP_NO_RENEGOTIATION);
+  SSL_CTX_set_info_callback(context, noticeAlert);
+  SSL_CTX_set_session_cache_mode(context, SSL_SESS_CACHE_OFF);
+}
+
+std::shared_ptr<TrustGate> TrustGate::of(const SSL* connection) {
+  const auto* gate = static_cast<std::shared_ptr<TrustGate>*>(SSL_get_ex_data(connection, gateIndex()));
+  return gate ? *gate : nullptr;
+}
+
+bool TrustGate::wasAsked() { return std::exchange(asked_, true); }
+
+void TrustGate::hold(SSL* connection) {
+  if (connection_) return;
+  connection_ = connection;
+  BIO* filter = BIO_new(holdMethod());
+  BIO* output = SSL_get_wbio(connection);
+  if (!filter || BIO_up_ref(output) != 1) trap("the TLS library is out of memory");
+  BIO_set_data(filter, this);
+  SSL_set0_wbio(connection, BIO_push(filter, output));
+}
+
+void TrustGate::accept() {
+  if (state_ != State::undecided) return;
+  state_ = State::accepted;
+  if (!connection_) return;
+  BIO* output = BIO_next(SSL_get_wbio(connection_));
+  if (BIO_up_ref(output) != 1) trap("the TLS library is out of memory");
+  SSL_set0_wbio(connection_, output);
+}
+
+void TrustGate::reject(Error reason) {
+  if (state_ != State::undecided) return;
+  state_ = State::rejected;
+  reason_ = std::move(reason);
+}
+
+}  // namespace platform::detail

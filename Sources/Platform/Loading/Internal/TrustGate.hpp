@@ -1,0 +1,67 @@
+#pragma once
+
+#include <openssl/ssl.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Platform/Foundation/Error.hpp"
+#include "Platform/Security/SecTrust.hpp"
+
+namespace platform::detail {
+
+/// Keeps a new TLS connection from sending anything until its server is trusted. Loop side only.
+///
+/// The delegate that decides runs on a queue of its own and may take its time, while the TLS library wants
+/// an answer inside its verify callback. So the callback accepts for the moment and remembers the chain;
+/// the handshake ends; and before the first byte of the request, `hold` makes every write of the connection
+/// answer "try again later". `accept` lets the writes through; after `reject` they fail.
+/// A server that answers before it was asked is refused by whoever reads, while `isUndecided`.
+/// Sessions of earlier connections are never resumed, since a resumed one shows no certificate.
+class TrustGate {
+ public:
+  enum class State { undecided, accepted, rejected };
+
+  /// Prepares the connections of an SSL context to get a gate; `host` is copied.
+  static void install(SSL_CTX* context, const std::string& host, int port);
+  /// The gate of a connection whose server showed its chain; null otherwise.
+  static std::shared_ptr<TrustGate> of(const SSL* connection);
+
+  TrustGate(std::vector<SecCertificate> chain, std::string host, int port)
+      : chain_(std::move(chain)), host_(std::move(host)), port_(port) {}
+
+  const std::vector<SecCertificate>& chain() const { return chain_; }
+  const std::string& host() const { return host_; }
+  int port() const { return port_; }
+  State state() const { return state_; }
+  bool isUndecided() const { return state_ == State::undecided; }
+  /// Why it was rejected.
+  const std::optional<Error>& reason() const { return reason_; }
+
+  /// Whether the server announced the end of its stream (RFC 8446, 6.1), so that it was not cut off.
+  bool sawClosingAlert() const { return sawClosingAlert_; }
+
+  /// Whether the decision was already asked for; the first caller gets false and has to ask.
+  bool wasAsked();
+  /// Requires: the handshake of `connection` is over.
+  void hold(SSL* connection);
+  void accept();
+  void reject(Error reason);
+  void noteClosingAlert() { sawClosingAlert_ = true; }
+  /// The connection is gone; nothing of it may be touched any more.
+  void forget() { connection_ = nullptr; }
+
+ private:
+  std::vector<SecCertificate> chain_;
+  std::string host_;
+  int port_;
+  State state_ = State::undecided;
+  bool asked_ = false;
+  bool sawClosingAlert_ = false;
+  std::optional<Error> reason_;
+  SSL* connection_ = nullptr;
+};
+
+}  // namespace platform::detail

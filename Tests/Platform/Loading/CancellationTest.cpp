@@ -1,0 +1,185 @@
+#include <thread>
+
+#include "SessionTest.hpp"
+
+namespace platform {
+namespace {
+
+using corvane::testing::Answer;
+using corvane::testing::Gate;
+using corvane::testing::Moment;
+using corvane::testing::ReceivedRequest;
+
+class CancellationTest : public SessionTest {
+ protected:
+  static void expectCancelled(const Loaded& loaded) {
+    ASSERT_TRUE(loaded.error);
+    EXPECT_EQ(loaded.error->domain(), NSURLErrorDomain);
+    EXPECT_EQ(loaded.code(), URLErrorCode::cancelled);
+  }
+};
+
+TEST_F(CancellationTest, endsATaskThatWaitsForAnAnswer) {
+  server.enqueue(Answer(200).stall(Moment::beforeStatusLine));
+  Load loading(session, URLRequest(URL(server.url("/"))));
+  loading.resume();
+  ASSERT_TRUE(server.waitForStall());
+
+  loading.cancel();
+
+  expectCancelled(loading.wait());
+  EXPECT_TRUE(server.waitUntilAllClosed());
+}
+
+TEST_F(CancellationTest, endsATaskInsideTheBody) {
+  server.enqueue(Answer(200).generatedBody(1 << 20).stall(Moment::insideBody));
+  Load loading(session, URLRequest(URL(server.url("/"))));
+  loading.resume();
+  ASSERT_TRUE(server.waitForStall());
+
+  loading.cancel();
+
+  expectCancelled(loading.wait());
+}
+
+TEST_F(CancellationTest, endsATaskThatWasNeverResumed) {
+  Load loading(session, URLRequest(URL(server.url("/"))));
+
+  loading.cancel();
+  loading.resume();
+
+  expectCancelled(loading.wait());
+  EXPECT_EQ(server.connectionCount(), 0);
+}
+
+TEST_F(CancellationTest, endsATaskThatWaitsForItsTurn) {
+  session = makeSession({.httpMaximumConnectionsPerHost = 1});
+  Gate gate;
+  server.enqueue(Answer(200).body("first").hold(Moment::beforeStatusLine, gate));
+  Load first(session, URLRequest(URL(server.url("/"))));
+  Load second(session, URLRequest(URL(server.url("/"))));
+  first.resume();
+  ASSERT_TRUE(server.waitForStall());
+  second.resume();
+
+  second.cancel();
+
+  expectCancelled(second.wait());
+  gate.open();
+  EXPECT_EQ(first.wait().body(), "first");
+  EXPECT_EQ(server.requestCount(), 1);
+}
+
+TEST_F(CancellationTest, afterCompletionDoesNothing) {
+  server.enqueue(Answer(200).body("done"));
+  Load loading(session, URLRequest(URL(server.url("/"))));
+  EXPECT_EQ(loading.resume().wait().body(), "done");
+
+  loading.cancel();
+
+  EXPECT_EQ(loading.task().state(), URLSessionTask::State::completed);
+  EXPECT_EQ(loading.completions(), 1);
+}
+
+TEST_F(CancellationTest, sweptAcrossARequestsLifeCompletesEachTaskOnce) {
+  server.handleAll([](const ReceivedRequest&) { return Answer(200).body(std::string(2000, 'x')); });
+  std::vector<std::unique_ptr<Load>> loads;
+  for (int i = 0; i < 300; ++i) {
+    auto& loading = *loads.emplace_back(std::make_unique<Load>(session, URLRequest(URL(server.url("/")))));
+    loading.resume();
+    // Busy work of growing length moves the moment of cancelling through the exchange.
+    for (std::atomic<int> spin = 0; spin < i * 100; ++spin) {
+    }
+    loading.cancel();
+  }
+  int cancelled = 0;
+  for (auto& loading : loads) {
+    const Loaded loaded = loading->wait();
+    if (loaded.error) {
+      EXPECT_EQ(loaded.code(), URLErrorCode::cancelled) << loaded.message();
+      ++cancelled;
+    } else {
+      EXPECT_EQ(loaded.body().size(), 2000u);
+    }
+  }
+  EXPECT_GT(cancelled, 0);
+  for (auto& loading : loads) EXPECT_EQ(loading->completions(), 1);
+  EXPECT_EQ(load("/").body().size(), 2000u);
+}
+
+class InvalidationTest : public CancellationTest {
+ protected:
+  struct Delegate : URLSessionDelegate {
+    void didBecomeInvalid(const std::shared_ptr<URLSession>& session, const std::optional<Error>& error) override {
+      EXPECT_FALSE(error);
+      told.set_value(session.get());
+    }
+    std::promise<URLSession*> told;
+  };
+  std::shared_ptr<Delegate> delegate = std::make_shared<Delegate>();
+};
+
+TEST_F(InvalidationTest, cancelEndsRunningTasksAndTellsTheDelegate) {
+  session = makeSession({}, delegate);
+  server.enqueue(Answer(200).stall(Moment::beforeStatusLine));
+  Load loading(session, URLRequest(URL(server.url("/"))));
+  loading.resume();
+  ASSERT_TRUE(server.waitForStall());
+
+  session->invalidateAndCancel();
+
+  expectCancelled(loading.wait());
+  EXPECT_EQ(delegate->told.get_future().get(), session.get());
+  expectCancelled(load("/after"));
+}
+
+TEST_F(InvalidationTest, finishLetsRunningTasksFinish) {
+  session = makeSession({}, delegate);
+  Gate gate;
+  server.enqueue(Answer(200).body("finished").hold(Moment::beforeStatusLine, gate));
+  Load loading(session, URLRequest(URL(server.url("/"))));
+  loading.resume();
+  ASSERT_TRUE(server.waitForStall());
+
+  session->finishTasksAndInvalidate();
+  expectCancelled(load("/after"));
+  EXPECT_FALSE(loading.isDone());
+  gate.open();
+
+  EXPECT_EQ(loading.wait().body(), "finished");
+  EXPECT_EQ(delegate->told.get_future().get(), session.get());
+}
+
+TEST_F(InvalidationTest, ofAnIdleSessionClosesItsConnections) {
+  server.enqueue(Answer(200));
+  load("/");
+
+  session->invalidateAndCancel();
+
+  EXPECT_TRUE(server.waitUntilAllClosed());
+}
+
+TEST_F(InvalidationTest, aDroppedSessionClosesItsConnections) {
+  server.enqueue(Answer(200));
+  load("/");
+
+  session.reset();
+
+  EXPECT_TRUE(server.waitUntilAllClosed());
+}
+
+TEST_F(InvalidationTest, aDroppedSessionFinishesItsTasks) {
+  Gate gate;
+  server.enqueue(Answer(200).body("finished").hold(Moment::beforeStatusLine, gate));
+  Load loading(session, URLRequest(URL(server.url("/"))));
+  loading.resume();
+  session.reset();
+  ASSERT_TRUE(server.waitForStall());
+
+  gate.open();
+
+  EXPECT_EQ(loading.wait().body(), "finished");
+}
+
+}  // namespace
+}  // namespace platform
