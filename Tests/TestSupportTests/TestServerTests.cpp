@@ -286,6 +286,7 @@ TEST(TestServerLifeTest, listensOnSeveralAddressesWithOnePort) {
 
 TEST(TestServerLifeTest, reportsFailuresThatNobodyTook) {
   static std::vector<std::string>& reported = *new std::vector<std::string>;
+  reported.clear();
   TestServer::reportFailuresTo([](const std::string& failure) { reported.push_back(failure); });
 
   {

@@ -8,6 +8,8 @@
 
 #include <stdexcept>
 
+#include "TestSupport/Internal/SocketBio.hpp"
+
 namespace corvane::testing {
 
 namespace {
@@ -34,7 +36,8 @@ TlsClient::TlsClient(const TestServer& server, const Settings& settings)
   trust(context_.get(), settings.trustedPem);
   SSL_CTX_set_verify(context_.get(), SSL_VERIFY_PEER, nullptr);
   ssl_.reset(SSL_new(context_.get()), SSL_free);
-  SSL_set_fd(ssl_.get(), transport_.descriptor());
+  BIO* bio = detail::makeSocketBio(transport_.descriptor());
+  SSL_set_bio(ssl_.get(), bio, bio);
   if (isAddress(settings.name)) {
     X509_VERIFY_PARAM_set1_ip_asc(SSL_get0_param(ssl_.get()), settings.name.c_str());
   } else {

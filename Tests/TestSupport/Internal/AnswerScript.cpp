@@ -39,6 +39,14 @@ Step splitFront(Step& step, std::uint64_t count) {
   return front;
 }
 
+/// Keeps the list sorted by the key; what has the same key stays in the order of insertion.
+template <class Item, class Key>
+void insertInOrder(std::vector<Item>& items, Item item, Key Item::* key) {
+  const auto place = std::upper_bound(items.begin(), items.end(), item,
+                                      [&](const Item& left, const Item& right) { return left.*key < right.*key; });
+  items.insert(place, std::move(item));
+}
+
 void appendFields(std::string& text, const std::vector<HeaderField>& fields) {
   for (const HeaderField& field : fields) text += field.name + ": " + field.value + "\r\n";
 }
@@ -109,9 +117,9 @@ AnswerScript ScriptWriter::write(const Answer& answer, std::string_view method) 
 
   AnswerScript script;
   script.steps = std::move(writer.steps_);
-  for (const Answer::IdleAction& action : answer.idleActions_) script.idleSteps.push_back({action.after, action.bytes});
-  std::stable_sort(script.idleSteps.begin(), script.idleSteps.end(),
-                   [](const IdleStep& left, const IdleStep& right) { return left.after < right.after; });
+  for (const Answer::IdleAction& action : answer.idleActions_) {
+    insertInOrder(script.idleSteps, IdleStep{action.after, action.bytes}, &IdleStep::after);
+  }
   script.closes = answer.closes_;
   script.throttleBytes = answer.throttleBytes_;
   script.throttleTick = answer.throttleTick_;
@@ -227,10 +235,10 @@ void ScriptWriter::emitSection(std::vector<Step> pieces, Moment inside) {
 std::vector<ScriptWriter::Cut> ScriptWriter::cutsOf(Moment inside, std::uint64_t size) const {
   std::vector<Cut> cuts;
   for (const Answer::Point& point : answer_.points_) {
-    if (point.moment == inside) cuts.push_back({std::min(point.afterBytes.value_or(size / 2), size), stepOf(point)});
+    if (point.moment != inside) continue;
+    const std::uint64_t position = std::min(point.afterBytes.value_or(size / 2), size);
+    insertInOrder(cuts, Cut{position, stepOf(point)}, &Cut::position);
   }
-  std::stable_sort(cuts.begin(), cuts.end(),
-                   [](const Cut& left, const Cut& right) { return left.position < right.position; });
   return cuts;
 }
 

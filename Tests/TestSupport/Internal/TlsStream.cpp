@@ -5,12 +5,11 @@
 #include <openssl/pem.h>
 #include <openssl/ssl.h>
 #include <poll.h>
-#include <sys/socket.h>
 
-#include <cerrno>
-#include <cstdint>
 #include <stdexcept>
 #include <utility>
+
+#include "TestSupport/Internal/SocketBio.hpp"
 
 namespace corvane::testing::detail {
 
@@ -58,42 +57,6 @@ int chooseProtocol(SSL*, const unsigned char** chosen, unsigned char* chosenLeng
   const int result = SSL_select_next_proto(&found, chosenLength, http1, sizeof http1 - 1, offered, offeredLength);
   *chosen = found;
   return result == OPENSSL_NPN_NEGOTIATED ? SSL_TLSEXT_ERR_OK : SSL_TLSEXT_ERR_NOACK;
-}
-
-// OpenSSL's own socket BIO writes in a way that raises SIGPIPE; this one does not.
-
-int socketOf(BIO* bio) { return static_cast<int>(reinterpret_cast<std::intptr_t>(BIO_get_data(bio))); }
-
-int writeSocket(BIO* bio, const char* bytes, int size) {
-  BIO_clear_retry_flags(bio);
-  const ssize_t count = ::send(socketOf(bio), bytes, static_cast<std::size_t>(size), MSG_NOSIGNAL);
-  if (count < 0 && (errno == EAGAIN || errno == EINTR)) BIO_set_retry_write(bio);
-  return static_cast<int>(count);
-}
-
-int readSocket(BIO* bio, char* buffer, int size) {
-  BIO_clear_retry_flags(bio);
-  const ssize_t count = ::recv(socketOf(bio), buffer, static_cast<std::size_t>(size), 0);
-  if (count < 0 && (errno == EAGAIN || errno == EINTR)) BIO_set_retry_read(bio);
-  return static_cast<int>(count);
-}
-
-long controlSocket(BIO*, int command, long, void*) { return command == BIO_CTRL_FLUSH ? 1 : 0; }
-
-BIO_METHOD* makeSocketMethod() {
-  BIO_METHOD* method = BIO_meth_new(BIO_get_new_index() | BIO_TYPE_SOURCE_SINK, "socket without signals");
-  BIO_meth_set_write(method, writeSocket);
-  BIO_meth_set_read(method, readSocket);
-  BIO_meth_set_ctrl(method, controlSocket);
-  return method;
-}
-
-BIO* makeSocketBio(int socket) {
-  static BIO_METHOD* const method = makeSocketMethod();
-  BIO* bio = BIO_new(method);
-  BIO_set_data(bio, reinterpret_cast<void*>(static_cast<std::intptr_t>(socket)));
-  BIO_set_init(bio, 1);
-  return bio;
 }
 
 }  // namespace
