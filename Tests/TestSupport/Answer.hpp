@@ -55,6 +55,8 @@ enum class Ending {
 /// Framing fields (`Content-Length`, `Transfer-Encoding`) are added as the body needs them, unless the answer
 /// has a field of either name: then only what was written is sent, right or wrong. Nothing else is added, but
 /// `Connection: close` by `closeConnection`. Answers to HEAD and those of status 204 and 304 send no body.
+///
+/// Delays, gates and stalls end when the client closes its side of the connection, be it only half of it.
 class Answer {
  public:
   using Milliseconds = std::chrono::milliseconds;

@@ -65,14 +65,13 @@ void Connection::shakeHands() {
   const TlsStream::Handshake handshake = tls->shakeHands();
   sni_ = handshake.sni;
   tlsVersion_ = handshake.version;
-  handshakeDone_ = handshake.error.empty();
   context_.journal.updateConnection(number_, [&](ConnectionRecord& record) {
     record.sni = handshake.sni;
     record.tlsVersion = handshake.version;
     record.resumedSession = handshake.resumed;
     record.handshakeError = handshake.error;
   });
-  if (!handshakeDone_) end(Ending::drop);
+  if (!handshake.error.empty()) end(Ending::drop);
 }
 
 bool Connection::serveNextRequest(std::optional<Answer> answer) {

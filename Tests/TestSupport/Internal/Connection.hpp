@@ -72,7 +72,6 @@ class Connection {
   std::vector<IdleStep> idleSteps_;
   std::string sni_;
   std::string tlsVersion_;
-  bool handshakeDone_ = false;
   std::mutex idleMutex_;
   bool isIdle_ = false;
   std::optional<Ending> ending_;
