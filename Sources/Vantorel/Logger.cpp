@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "Vantorel/LogRecord.hpp"
 #include "Vantorel/LogSink.hpp"
 
 namespace vantorel {

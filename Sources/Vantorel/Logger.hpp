@@ -7,9 +7,10 @@
 
 #include "Platform/Export.hpp"
 #include "Platform/Foundation/Dictionary.hpp"
-#include "Vantorel/LogRecord.hpp"
 
 namespace vantorel {
+
+struct LogRecord;
 
 /// A named source of log records, which go to the process's sink (`setLogSink`). Thread-safe.
 ///
@@ -44,7 +45,7 @@ class CORVANE_API Logger {
              const char* function = __builtin_FUNCTION(), int line = __builtin_LINE(),
              bool withStackTrace = shouldLogStackTrace) const;
 
-  /// Logs a record whose `logger` and `time` this function fills in.
+  /// Logs a record (LogRecord.hpp) whose `logger` and `time` this function fills in.
   void log(LogRecord record) const;
 
  private:
