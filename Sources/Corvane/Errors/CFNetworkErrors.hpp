@@ -41,6 +41,9 @@ class CORVANE_API CFNetworkErrors final : public velisand::AppError<CFNetworkErr
   static CFNetworkErrors noPermissionsToReadFile() { return code(platform::URLErrorCode::noPermissionsToReadFile); }
   static CFNetworkErrors fileIsDirectory() { return code(platform::URLErrorCode::fileIsDirectory); }
   static CFNetworkErrors fileDoesNotExist() { return code(platform::URLErrorCode::fileDoesNotExist); }
+  static CFNetworkErrors appTransportSecurityRequiresSecureConnection() {
+    return code(platform::URLErrorCode::appTransportSecurityRequiresSecureConnection);
+  }
   static CFNetworkErrors requestBodyStreamExhausted() {
     return code(platform::URLErrorCode::requestBodyStreamExhausted);
   }
@@ -48,6 +51,9 @@ class CORVANE_API CFNetworkErrors final : public velisand::AppError<CFNetworkErr
   static CFNetworkErrors cannotDecodeRawData() { return code(platform::URLErrorCode::cannotDecodeRawData); }
   static CFNetworkErrors cannotDecodeContentData() { return code(platform::URLErrorCode::cannotDecodeContentData); }
   static CFNetworkErrors zeroByteResource() { return code(platform::URLErrorCode::zeroByteResource); }
+  static CFNetworkErrors userCancelledAuthentication() {
+    return code(platform::URLErrorCode::userCancelledAuthentication);
+  }
   static CFNetworkErrors badServerResponse() { return code(platform::URLErrorCode::badServerResponse); }
   static CFNetworkErrors redirectToNonExistentLocation() {
     return code(platform::URLErrorCode::redirectToNonExistentLocation);
