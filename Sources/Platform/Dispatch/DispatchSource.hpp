@@ -1,6 +1,6 @@
 #pragma once
 
-#include <functional>
+#include <initializer_list>
 #include <memory>
 #include <optional>
 
@@ -12,16 +12,21 @@ namespace platform {
 /// Calls a handler on a queue at set times. Made suspended; `resume` (or `activate`) starts it. Copies name
 /// the same timer; the timer ends when it is cancelled or its last handle is gone.
 ///
-/// No handler starts after `cancel()` returned when `cancel` is called on the timer's own queue; called
-/// elsewhere, a handler that was already under way finishes. Missed ticks are merged into one.
+/// Ticks that come due while the timer is suspended, while the queue is busy or while the handler runs are
+/// merged into one, which comes as soon as it can; the ticks after it keep the original beat.
+///
+/// No handler starts after `cancel()` or `suspend()` returned when they are called on the timer's own queue;
+/// called elsewhere, a handler that was already under way finishes. All functions may be called from any
+/// thread. A handler that captures the timer itself keeps it alive until `cancel`.
 class CORVANE_API DispatchTimer {
  public:
   explicit DispatchTimer(DispatchQueue queue);
-  void setEventHandler(std::function<void()> handler) const;
-  void setCancelHandler(std::function<void()> handler) const;
-  /// First after `delay`, then every `interval` (absent: once). The leeway says how much later than due a
-  /// tick may come, so that timers can share a wake-up.
-  void schedule(Seconds delay, std::optional<Seconds> repeating = std::nullopt, Seconds leeway = Seconds(0)) const;
+  void setEventHandler(UniqueFunction<void()> handler) const;
+  /// Called once, on the queue, after `cancel`; not when the last handle goes without it.
+  void setCancelHandler(UniqueFunction<void()> handler) const;
+  /// First after `delay`, then every `interval` (absent: once; at least a millisecond). The leeway says how
+  /// much later than due a tick may come, so that timers can share a wake-up. Replaces the schedule before it.
+  void schedule(Seconds delay, std::optional<Seconds> repeating = std::nullopt, Seconds leeway = 0) const;
   void activate() const { resume(); }
   void resume() const;
   void suspend() const;
@@ -29,22 +34,30 @@ class CORVANE_API DispatchTimer {
   bool isCancelled() const;
 
  private:
-  struct State;
+  class State;
   std::shared_ptr<State> state_;
 };
 
 /// What the system (or the host application) says about memory.
 enum class MemoryPressure { normal, warning, critical };
 
-/// Calls a handler on a queue when memory gets short.
+/// Calls a handler on a queue when memory gets short, and when it is plentiful again.
 ///
-/// Fed by the kernel's pressure-stall information where it is available (Linux: /proc/pressure/memory,
-/// Documentation/accounting/psi.rst), and by `notify` for hosts that are told by other means.
+/// Fed by `notify`, for hosts that are told by other means, and by the kernel's pressure-stall information
+/// (Linux: /proc/pressure/memory, Documentation/accounting/psi.rst): *warning* when some tasks waited for
+/// memory for 15 % of a second, *critical* when all did for 10 % (both again every second while it lasts),
+/// *normal* when neither happened for ten seconds afterwards. Where the kernel offers none (built without it, or closed
+/// to this user or container) only `notify` is left; nothing is reported then. The kernel is watched from the first
+/// `activate` on.
+///
+/// Made inactive; copies name the same source, which ends when it is cancelled or its last handle is gone.
 class CORVANE_API DispatchMemoryPressureSource {
  public:
   DispatchMemoryPressureSource(DispatchQueue queue, std::initializer_list<MemoryPressure> events);
-  void setEventHandler(std::function<void(MemoryPressure)> handler) const;
+  /// Called on the queue, once for each of the wanted events.
+  void setEventHandler(UniqueFunction<void(MemoryPressure)> handler) const;
   void activate() const;
+  /// No handler starts afterwards, when called on the source's own queue.
   void cancel() const;
 
   /// Tells every active source of the process; for host applications (an operating-system callback, a
@@ -52,7 +65,7 @@ class CORVANE_API DispatchMemoryPressureSource {
   static void notify(MemoryPressure pressure);
 
  private:
-  struct State;
+  class State;
   std::shared_ptr<State> state_;
 };
 

@@ -1,0 +1,131 @@
+#include <algorithm>
+#include <mutex>
+#include <vector>
+
+#include "Platform/Dispatch/DispatchSource.hpp"
+#include "Platform/Dispatch/Internal/PressureStall.hpp"
+#include "Platform/Dispatch/Internal/Thread.hpp"
+
+namespace platform {
+
+class DispatchMemoryPressureSource::State : public std::enable_shared_from_this<State> {
+ public:
+  State(DispatchQueue queue, std::initializer_list<MemoryPressure> events)
+      : queue_(std::move(queue)), events_(events) {}
+
+  void setEventHandler(UniqueFunction<void(MemoryPressure)> function);
+  void activate();
+  void cancel();
+  static void notifyAll(MemoryPressure pressure);
+
+ private:
+  using Handler = std::shared_ptr<UniqueFunction<void(MemoryPressure)>>;
+
+  void send(MemoryPressure pressure);
+  void deliver(MemoryPressure pressure);
+
+  const DispatchQueue queue_;
+  const std::vector<MemoryPressure> events_;
+  std::mutex mutex_;
+  Handler handler_;
+  bool isActive_ = false;
+  bool isCancelled_ = false;
+};
+
+namespace {
+
+constexpr std::chrono::seconds calm{10};
+
+template <class State>
+struct Registry {
+  std::mutex mutex;
+  std::vector<std::weak_ptr<State>> sources;
+  bool isWatching = false;
+
+  static Registry& shared() {
+    static auto& registry = *new Registry;
+    return registry;
+  }
+
+  void add(std::weak_ptr<State> source) {
+    const std::lock_guard lock(mutex);
+    std::erase_if(sources, [](const auto& known) { return known.expired(); });
+    sources.push_back(std::move(source));
+    if (!std::exchange(isWatching, true)) watchKernel();
+  }
+
+  std::vector<std::shared_ptr<State>> living() {
+    std::vector<std::shared_ptr<State>> found;
+    const std::lock_guard lock(mutex);
+    for (const auto& source : sources) {
+      if (auto living = source.lock()) found.push_back(std::move(living));
+    }
+    return found;
+  }
+
+ private:
+  /// Without triggers, or without a thread, only the host's own notifications are left, as documented.
+  static void watchKernel() {
+    const auto triggers = detail::PressureTriggers::open();
+    if (triggers.isEmpty()) return;
+    static_cast<void>(detail::startThread("corvane-memory",
+                                          [triggers] { detail::watchPressure(triggers, calm, &State::notifyAll); }));
+  }
+};
+
+}  // namespace
+
+void DispatchMemoryPressureSource::State::setEventHandler(UniqueFunction<void(MemoryPressure)> function) {
+  auto handler = std::make_shared<UniqueFunction<void(MemoryPressure)>>(std::move(function));
+  const std::lock_guard lock(mutex_);
+  if (!isCancelled_) handler_.swap(handler);
+}
+
+void DispatchMemoryPressureSource::State::activate() {
+  {
+    const std::lock_guard lock(mutex_);
+    if (isCancelled_ || std::exchange(isActive_, true)) return;
+  }
+  Registry<State>::shared().add(weak_from_this());
+}
+
+void DispatchMemoryPressureSource::State::cancel() {
+  Handler dropped;
+  const std::lock_guard lock(mutex_);
+  isCancelled_ = true;
+  dropped.swap(handler_);
+}
+
+void DispatchMemoryPressureSource::State::notifyAll(MemoryPressure pressure) {
+  for (const auto& source : Registry<State>::shared().living()) source->send(pressure);
+}
+
+void DispatchMemoryPressureSource::State::send(MemoryPressure pressure) {
+  if (std::ranges::find(events_, pressure) == events_.end()) return;
+  queue_.async([weak = weak_from_this(), pressure] {
+    if (const auto self = weak.lock()) self->deliver(pressure);
+  });
+}
+
+void DispatchMemoryPressureSource::State::deliver(MemoryPressure pressure) {
+  std::unique_lock lock(mutex_);
+  const auto handler = handler_;
+  lock.unlock();
+  if (handler && *handler) (*handler)(pressure);
+}
+
+DispatchMemoryPressureSource::DispatchMemoryPressureSource(DispatchQueue queue,
+                                                           std::initializer_list<MemoryPressure> events)
+    : state_(std::make_shared<State>(std::move(queue), events)) {}
+
+void DispatchMemoryPressureSource::setEventHandler(UniqueFunction<void(MemoryPressure)> handler) const {
+  state_->setEventHandler(std::move(handler));
+}
+
+void DispatchMemoryPressureSource::activate() const { state_->activate(); }
+
+void DispatchMemoryPressureSource::cancel() const { state_->cancel(); }
+
+void DispatchMemoryPressureSource::notify(MemoryPressure pressure) { State::notifyAll(pressure); }
+
+}  // namespace platform
