@@ -6,6 +6,7 @@
 
 #include "Corvane/Settings.hpp"
 #include "Corvane/Transport/ServerTrust.hpp"
+#include "Platform/Dispatch/AssistedWait.hpp"
 #include "Platform/Dispatch/DispatchQueue.hpp"
 #include "Platform/Dispatch/DispatchSource.hpp"
 #include "Platform/Loading/URLSession.hpp"
@@ -21,6 +22,9 @@ using platform::URLSessionConfiguration;
 /// The cache of sessions and the delegate of each. All of it runs on `isolationQueue_`.
 class HTTPService::Sessions final : public platform::URLSessionDelegate, public std::enable_shared_from_this<Sessions> {
  public:
+  // Its blocks wait for nothing, so a thread that blocks on a result may run them itself.
+  Sessions() { platform::LocalWork::allow(isolationQueue_); }
+
   void watchMemory() {
     memoryPressureSource_.setEventHandler([service = weak_from_this()](MemoryPressure) {
       if (const auto sessions = service.lock()) sessions->didRecieveMemoryWarning();

@@ -1,0 +1,19 @@
+// Walks through the library with real requests over real sockets, to a server that it brings along.
+
+#include <cstdio>
+#include <exception>
+
+#include "Stage.hpp"
+#include "Steps.hpp"
+
+int main() try {
+  corvane::testing::TestServer server;
+  server.installStandardRoutes();
+  std::printf("A test server listens on %s; everything below really goes there.\n", server.authority().c_str());
+  Stage stage(DEMO_SOURCE);
+  playAll(stage, server);
+  return stage.finish();
+} catch (const std::exception& error) {
+  std::fprintf(stderr, "The demo cannot run: %s\n", error.what());
+  return 1;
+}
