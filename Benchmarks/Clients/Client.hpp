@@ -47,8 +47,8 @@ struct RequestField {
 };
 inline constexpr RequestField requestFields[] = {
     {"Accept", "*/*"},
-    {"User-Agent", "corvane_bench/1.0 (Linux; en-US)"},
-    {"Accept-Language", "en;q=1.0"},
+    {"User-Agent", "Corvane"},
+    {"Accept-Language", "en-US;q=1.0"},
     {"Accept-Encoding", "gzip;q=1.0, compress;q=0.5"},
 };
 
@@ -56,5 +56,7 @@ std::unique_ptr<Client> makeSocketClient(const Task& task);
 std::unique_ptr<Client> makeOpenSSLClient(const Task& task);
 std::unique_ptr<Client> makeEasyClient(const Task& task);
 std::unique_ptr<Client> makeMultiClient(const Task& task);
+std::unique_ptr<Client> makeCallbackClient(const Task& task);
+std::unique_ptr<Client> makeBlockingClient(const Task& task);
 
 }  // namespace bench
