@@ -44,7 +44,13 @@ const std::map<std::string, std::int32_t>& codeNames() {
                                                             NAMED(timedOut),
                                                             NAMED(badURL),
                                                             NAMED(cancelled),
-                                                            NAMED(unknown)};
+                                                            NAMED(unknown),
+                                                            NAMED(userCancelledAuthentication),
+                                                            NAMED(cannotLoadFromNetwork),
+                                                            NAMED(fileDoesNotExist),
+                                                            NAMED(fileIsDirectory),
+                                                            NAMED(noPermissionsToReadFile),
+                                                            NAMED(resourceUnavailable)};
 #undef NAMED
   return names;
 }
