@@ -20,8 +20,10 @@ namespace detail {
 /// The base that a URL was made relative to, else "/".
 CORVANE_API platform::URL baseOf(const platform::URL& url);
 
+// The constructors that take headers are templates for one reason: where braces could mean headers and
+// options alike, as `{}` does (and `{.queryItems = …}` to GCC 12, which overlooks the name), options win.
 template <class T>
-concept Options = std::same_as<T, DataRequestOptions>;
+concept Headers = std::same_as<T, HTTPHeaders>;
 
 /// What every ready-made request stores, over the mixin that makes it a request. Immutable.
 template <class Mixin>
@@ -67,54 +69,51 @@ class StoredBodyRequest : public StoredDataRequest<Mixin> {
 /// A "GET" of a URL.
 class DataGetRequest final : public detail::StoredDataRequest<DataGetRequestable<DataGetRequest>> {
  public:
-  explicit DataGetRequest(platform::URL url, HTTPHeaders headers = {}, HTTPQueryItems queryItems = {})
+  explicit DataGetRequest(platform::URL url, DataRequestOptions options = {})
+      : StoredDataRequest(std::move(url), std::move(options.headers), std::move(options.queryItems)) {}
+  template <detail::Headers Fields = HTTPHeaders>
+  DataGetRequest(platform::URL url, Fields headers, HTTPQueryItems queryItems = {})
       : StoredDataRequest(std::move(url), std::move(headers), std::move(queryItems)) {}
-  template <detail::Options Named = DataRequestOptions>
-  DataGetRequest(platform::URL url, Named options)
-      : DataGetRequest(std::move(url), std::move(options.headers), std::move(options.queryItems)) {}
 };
 
 /// A "DELETE" of a URL.
 class DataDeleteRequest final : public detail::StoredDataRequest<DataDeleteRequestable<DataDeleteRequest>> {
  public:
-  explicit DataDeleteRequest(platform::URL url, HTTPHeaders headers = {}, HTTPQueryItems queryItems = {})
+  explicit DataDeleteRequest(platform::URL url, DataRequestOptions options = {})
+      : StoredDataRequest(std::move(url), std::move(options.headers), std::move(options.queryItems)) {}
+  template <detail::Headers Fields = HTTPHeaders>
+  DataDeleteRequest(platform::URL url, Fields headers, HTTPQueryItems queryItems = {})
       : StoredDataRequest(std::move(url), std::move(headers), std::move(queryItems)) {}
-  template <detail::Options Named = DataRequestOptions>
-  DataDeleteRequest(platform::URL url, Named options)
-      : DataDeleteRequest(std::move(url), std::move(options.headers), std::move(options.queryItems)) {}
 };
 
 /// A "POST" of bytes to a URL.
 class DataPostRequest final : public detail::StoredBodyRequest<DataPostRequestable<DataPostRequest>> {
  public:
-  explicit DataPostRequest(platform::URL url, platform::Data body, HTTPHeaders headers = {},
-                           HTTPQueryItems queryItems = {})
+  explicit DataPostRequest(platform::URL url, platform::Data body, DataRequestOptions options = {})
+      : StoredBodyRequest(std::move(url), std::move(body), std::move(options.headers), std::move(options.queryItems)) {}
+  template <detail::Headers Fields = HTTPHeaders>
+  DataPostRequest(platform::URL url, platform::Data body, Fields headers, HTTPQueryItems queryItems = {})
       : StoredBodyRequest(std::move(url), std::move(body), std::move(headers), std::move(queryItems)) {}
-  template <detail::Options Named = DataRequestOptions>
-  DataPostRequest(platform::URL url, platform::Data body, Named options)
-      : DataPostRequest(std::move(url), std::move(body), std::move(options.headers), std::move(options.queryItems)) {}
 };
 
 /// A "PUT" of bytes to a URL.
 class DataPutRequest final : public detail::StoredBodyRequest<DataPutRequestable<DataPutRequest>> {
  public:
-  explicit DataPutRequest(platform::URL url, platform::Data body, HTTPHeaders headers = {},
-                          HTTPQueryItems queryItems = {})
+  explicit DataPutRequest(platform::URL url, platform::Data body, DataRequestOptions options = {})
+      : StoredBodyRequest(std::move(url), std::move(body), std::move(options.headers), std::move(options.queryItems)) {}
+  template <detail::Headers Fields = HTTPHeaders>
+  DataPutRequest(platform::URL url, platform::Data body, Fields headers, HTTPQueryItems queryItems = {})
       : StoredBodyRequest(std::move(url), std::move(body), std::move(headers), std::move(queryItems)) {}
-  template <detail::Options Named = DataRequestOptions>
-  DataPutRequest(platform::URL url, platform::Data body, Named options)
-      : DataPutRequest(std::move(url), std::move(body), std::move(options.headers), std::move(options.queryItems)) {}
 };
 
 /// A "PATCH" of a URL by bytes.
 class DataPatchRequest final : public detail::StoredBodyRequest<DataPatchRequestable<DataPatchRequest>> {
  public:
-  explicit DataPatchRequest(platform::URL url, platform::Data body, HTTPHeaders headers = {},
-                            HTTPQueryItems queryItems = {})
+  explicit DataPatchRequest(platform::URL url, platform::Data body, DataRequestOptions options = {})
+      : StoredBodyRequest(std::move(url), std::move(body), std::move(options.headers), std::move(options.queryItems)) {}
+  template <detail::Headers Fields = HTTPHeaders>
+  DataPatchRequest(platform::URL url, platform::Data body, Fields headers, HTTPQueryItems queryItems = {})
       : StoredBodyRequest(std::move(url), std::move(body), std::move(headers), std::move(queryItems)) {}
-  template <detail::Options Named = DataRequestOptions>
-  DataPatchRequest(platform::URL url, platform::Data body, Named options)
-      : DataPatchRequest(std::move(url), std::move(body), std::move(options.headers), std::move(options.queryItems)) {}
 };
 
 namespace detail {
@@ -125,14 +124,13 @@ struct AnyMethodDataRequestable : DataRequestable<Self>, HTTPBodyRequestable<Sel
 /// Any method on a URL, always with a body, if an empty one.
 class DataRequest final : public detail::StoredBodyRequest<detail::AnyMethodDataRequestable<DataRequest>> {
  public:
-  DataRequest(platform::URL url, HTTPMethod method, platform::Data body = {}, HTTPHeaders headers = {},
-              HTTPQueryItems queryItems = {})
+  DataRequest(platform::URL url, HTTPMethod method, platform::Data body = {}, DataRequestOptions options = {})
+      : StoredBodyRequest(std::move(url), std::move(body), std::move(options.headers), std::move(options.queryItems)),
+        method_(std::move(method)) {}
+  template <detail::Headers Fields = HTTPHeaders>
+  DataRequest(platform::URL url, HTTPMethod method, platform::Data body, Fields headers, HTTPQueryItems queryItems = {})
       : StoredBodyRequest(std::move(url), std::move(body), std::move(headers), std::move(queryItems)),
         method_(std::move(method)) {}
-  template <detail::Options Named = DataRequestOptions>
-  DataRequest(platform::URL url, HTTPMethod method, platform::Data body, Named options)
-      : DataRequest(std::move(url), std::move(method), std::move(body), std::move(options.headers),
-                    std::move(options.queryItems)) {}
 
   const HTTPMethod& method() const { return method_; }
 

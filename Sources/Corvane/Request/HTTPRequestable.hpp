@@ -207,10 +207,10 @@ class HTTPRequestable {
   // What cannot be made is shown as absent: debug output reports on a request, it does not judge it.
   std::optional<platform::Data> bodyForDebugOutput() const {
     try {
-      return detail::describeBody(self()).bytes;
+      if constexpr (detail::checkBody<Self>()) return detail::describeBody(self()).bytes;
     } catch (...) {
-      return std::nullopt;
     }
+    return std::nullopt;
   }
 };
 

@@ -1,0 +1,145 @@
+#include "Corvane/Transport/HTTPService.hpp"
+
+#include <gtest/gtest.h>
+
+#include "Corvane/Corvane.hpp"
+#include "Platform/Dispatch/DispatchSource.hpp"
+#include "Platform/Loading/URLSession.hpp"
+#include "TestSupport/Expectation.hpp"
+#include "TestSupport/ServerTest.hpp"
+
+namespace corvane {
+namespace {
+
+using corvane::testing::Answer;
+using corvane::testing::Expectation;
+using corvane::testing::Gate;
+using corvane::testing::Moment;
+using platform::DispatchMemoryPressureSource;
+using platform::MemoryPressure;
+using platform::URLSession;
+
+struct Get : DataGetRequestable<Get> {
+  std::optional<std::string> sessionConfigurationIdentifier;
+  bool shouldWaitForConnectivity = false;
+  URL url = "http://127.0.0.1:1/";
+  HTTPHeaders sharedHeaders() const { return {}; }
+};
+
+std::shared_ptr<URLSession> sessionFor(const Get& request) { return HTTPService::shared().urlSession(request); }
+
+class HTTPServiceTest : public testing::ServerTest {
+ protected:
+  ~HTTPServiceTest() override { Corvane::resetSessions(); }
+
+  Get get() const { return {.url = server.url("/")}; }
+  // Sessions are forgotten on the service's queue; the next session comes from the same queue.
+  static void waitUntilForgotten(const std::shared_ptr<URLSession>& session, const Get& request) {
+    waitUntil([&] { return sessionFor(request) != session; });
+  }
+  static void waitUntil(const std::function<bool()>& holds) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (!holds()) {
+      ASSERT_LT(std::chrono::steady_clock::now(), deadline);
+      std::this_thread::yield();
+    }
+  }
+};
+
+TEST_F(HTTPServiceTest, sharesASessionAmongRequestsThatAgree) {
+  EXPECT_EQ(sessionFor({}), sessionFor({}));
+  EXPECT_EQ(sessionFor({.sessionConfigurationIdentifier = "a"}), sessionFor({.sessionConfigurationIdentifier = "a"}));
+}
+
+TEST_F(HTTPServiceTest, keepsASessionForEachKind) {
+  const auto plain = sessionFor({});
+  const auto named = sessionFor({.sessionConfigurationIdentifier = "a"});
+  const auto waiting = sessionFor({.shouldWaitForConnectivity = true});
+  const auto emptyName = sessionFor({.sessionConfigurationIdentifier = ""});
+
+  EXPECT_NE(plain, named);
+  EXPECT_NE(plain, waiting);
+  EXPECT_NE(named, waiting);
+  EXPECT_NE(plain, emptyName);
+}
+
+TEST_F(HTTPServiceTest, makesASessionAsTheRequestAsks) {
+  const auto session = sessionFor({.sessionConfigurationIdentifier = "a", .shouldWaitForConnectivity = true});
+
+  EXPECT_EQ(session->sessionDescription(), "a");
+  EXPECT_TRUE(session->configuration().waitsForConnectivity);
+  EXPECT_FALSE(sessionFor({})->sessionDescription());
+  EXPECT_FALSE(sessionFor({})->configuration().waitsForConnectivity);
+}
+
+TEST_F(HTTPServiceTest, makesNewSessionsAfterAMemoryWarningAndLetsTheOldOnesFinish) {
+  Gate gate;
+  server.enqueue(Answer(200).text("late").hold(Moment::beforeStatusLine, gate));
+  const auto session = sessionFor(get());
+  const auto future = get().send();
+  server.takeRequest();
+
+  DispatchMemoryPressureSource::notify(MemoryPressure::warning);
+  waitUntilForgotten(session, get());
+  gate.open();
+
+  EXPECT_EQ(future.get().body.text(), "late");
+}
+
+TEST_F(HTTPServiceTest, caresForNoOtherMemoryPressure) {
+  const auto session = sessionFor({});
+
+  DispatchMemoryPressureSource::notify(MemoryPressure::normal);
+  DispatchMemoryPressureSource::notify(MemoryPressure::critical);
+
+  // A warning after them is what makes it go, so both have been looked at by then.
+  EXPECT_EQ(sessionFor({}), session);
+  DispatchMemoryPressureSource::notify(MemoryPressure::warning);
+  waitUntilForgotten(session, {});
+}
+
+TEST_F(HTTPServiceTest, cancelsRunningTasksOnResetAndForgetsTheSessions) {
+  Gate gate;
+  server.enqueue(Answer(200).hold(Moment::beforeStatusLine, gate));
+  const auto session = sessionFor(get());
+  const auto future = get().send();
+  server.takeRequest();
+
+  Corvane::resetSessions();
+
+  EXPECT_NE(sessionFor(get()), session);
+  const auto result = future.result();
+  ASSERT_TRUE(result.error());
+  EXPECT_EQ(*result.error()->as<HTTPResponseError>(), HTTPResponseError::taskCancelled());
+  gate.open();
+}
+
+TEST_F(HTTPServiceTest, forgetsASessionThatSomeoneElseInvalidated) {
+  const auto session = sessionFor({});
+
+  session->invalidateAndCancel();
+
+  waitUntilForgotten(session, {});
+}
+
+TEST_F(HTTPServiceTest, keepsTheNewerSessionWhenAnOldOneBecomesInvalid) {
+  Gate gate;
+  server.enqueue(Answer(200).text("old").hold(Moment::beforeStatusLine, gate));
+  auto oldSession = sessionFor(get());
+  const auto future = get().send();
+  server.takeRequest();
+  DispatchMemoryPressureSource::notify(MemoryPressure::warning);
+  waitUntilForgotten(oldSession, get());
+  const auto newSession = sessionFor(get());
+  const std::weak_ptr<URLSession> observed = std::exchange(oldSession, nullptr);
+
+  gate.open();
+  EXPECT_EQ(future.get().body.text(), "old");
+  // Its delegate is told, and then it goes.
+  waitUntil([&] { return observed.expired(); });
+
+  EXPECT_EQ(sessionFor(get()), newSession);
+}
+
+}  // namespace
+}  // namespace corvane

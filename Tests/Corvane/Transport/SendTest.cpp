@@ -1,0 +1,485 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "Corvane/Corvane.hpp"
+#include "Platform/Foundation/FileManager.hpp"
+#include "TestSupport/CertificateAuthority.hpp"
+#include "TestSupport/Expectation.hpp"
+#include "TestSupport/LogCapture.hpp"
+#include "TestSupport/MainQueue.hpp"
+#include "TestSupport/Ports.hpp"
+#include "TestSupport/ServerTest.hpp"
+#include "TestSupport/TemporaryDirectory.hpp"
+#include "Velisand/Task.hpp"
+
+namespace corvane {
+namespace {
+
+using corvane::testing::Answer;
+using corvane::testing::await;
+using corvane::testing::Expectation;
+using corvane::testing::Gate;
+using corvane::testing::Moment;
+using corvane::testing::TestServer;
+
+struct Get : DataGetRequestable<Get>, HTTPRequestCancelable<Get> {
+  URL url;
+  bool shouldSend = true;
+  HTTPHeaders sharedHeaders() const { return {}; }
+};
+
+const HTTPResponseError* responseError(const DataResponse& response) {
+  return response.result.error() ? response.result.error()->as<HTTPResponseError>() : nullptr;
+}
+
+class SendTest : public testing::ServerTest {
+ protected:
+  ~SendTest() override { Corvane::resetSessions(); }
+
+  template <class Request>
+  DataResponse responseTo(const Request& request) const {
+    return await<DataResponse>([&](auto done) { request.send(queue, done); });
+  }
+  Get get(std::string_view target = "/") const { return {.url = server.url(target)}; }
+
+  const DispatchQueue queue{"SendTest"};
+};
+
+TEST_F(SendTest, deliversTheBodyAndTheFactsOfTheAnswer) {
+  server.enqueue(Answer(200).header("X-A", "1").text("hello"));
+
+  const DataResponse response = responseTo(DataGetRequest(server.url("/users"), {{"X-B", 2}}, {{"page", 3}}));
+
+  ASSERT_TRUE(response.result.body());
+  EXPECT_EQ(response.result.body()->text(), "hello");
+  EXPECT_EQ(response.status, HTTPStatus::success);
+  EXPECT_EQ(response.headers->value("x-a"), "1");
+  EXPECT_EQ(response.mimeType, "text/plain");
+  const auto received = server.takeRequest();
+  EXPECT_EQ(received.method, "GET");
+  EXPECT_EQ(received.target, "/users?page=3");
+  EXPECT_EQ(received.header("X-B"), "2");
+  EXPECT_EQ(received.header("Accept"), "*/*");
+  EXPECT_EQ(received.header("Accept-Encoding"), "gzip;q=1.0, compress;q=0.5");
+}
+
+TEST_F(SendTest, sendsABody) {
+  server.enqueue(Answer(201));
+
+  const DataResponse response = responseTo(DataPostRequest(server.url("/"), "bytes"));
+
+  EXPECT_EQ(response.status, HTTPStatus::created);
+  const auto received = server.takeRequest();
+  EXPECT_EQ(received.method, "POST");
+  EXPECT_EQ(received.body, "bytes");
+  EXPECT_EQ(received.header("Content-Type"), "application/octet-stream");
+}
+
+TEST_F(SendTest, deliversOnTheGivenQueue) {
+  server.enqueue(Answer(200));
+
+  const bool isOnQueue =
+      await<bool>([&](auto done) { get().send(queue, [=, this](const DataResponse&) { done(queue.isCurrent()); }); });
+
+  EXPECT_TRUE(isOnQueue);
+}
+
+TEST_F(SendTest, deliversOnTheMainQueueWhenNoneIsGiven) {
+  server.enqueue(Answer(200));
+  server.enqueue(Answer(200));
+
+  const auto first = testing::awaitOnMain<DataResponse>([&](auto done) { get().send(done); });
+  const auto second = testing::awaitOnMain<DataResponse>([&](auto done) { get().send(std::nullopt, done); });
+
+  EXPECT_EQ(first.status, HTTPStatus::success);
+  EXPECT_EQ(second.status, HTTPStatus::success);
+}
+
+TEST_F(SendTest, doesNothingAtAllWhenItShouldNotSend) {
+  Expectation<DataResponse> completion;
+  Get request = get();
+  request.shouldSend = false;
+
+  request.send(queue, completion);
+
+  // Whatever the send did would have come before the answer to this one.
+  server.enqueue(Answer(200));
+  responseTo(get());
+  EXPECT_FALSE(completion.isFulfilled());
+  EXPECT_EQ(server.requestCount(), 1);
+}
+
+TEST_F(SendTest, reportsAMalformedURLOnTheQueueWithoutATask) {
+  Expectation<bool> completion;
+
+  DataGetRequest("/").send(queue, [=, this](const DataResponse& response) {
+    const auto* error = response.result.error()->as<HTTPRequestError>();
+    completion.fulfil(queue.isCurrent() && error && *error == HTTPRequestError::malformedURL("/") && !response.data &&
+                      !response.urlResponse);
+  });
+
+  EXPECT_TRUE(completion.wait());
+}
+
+TEST_F(SendTest, neverCallsTheCompletionBeforeItReturns) {
+  Expectation<DataResponse> completion;
+
+  const bool wasCalled = queue.sync([&] {
+    DataGetRequest("/").send(queue, completion);
+    return completion.isFulfilled();
+  });
+
+  EXPECT_FALSE(wasCalled);
+  completion.wait();
+}
+
+struct Refusing : DataGetRequestable<Refusing> {
+  URL url;
+  HTTPHeaders sharedHeaders() const { return {}; }
+  void validate() const { throw Error("Test", 1, "not now"); }
+};
+
+TEST_F(SendTest, reportsWhatValidateThrows) {
+  const DataResponse response = responseTo(Refusing{.url = server.url("/")});
+
+  ASSERT_TRUE(response.result.error());
+  EXPECT_EQ(response.result.error()->message(), "not now");
+  EXPECT_EQ(server.requestCount(), 0);
+}
+
+struct OddlyThrowing : DataGetRequestable<OddlyThrowing> {
+  std::string path() const { throw 42; }
+  HTTPHeaders sharedHeaders() const { return {}; }
+};
+
+TEST_F(SendTest, reportsWhateverAPropertyThrows) {
+  const DataResponse response = responseTo(OddlyThrowing());
+
+  ASSERT_TRUE(response.result.error());
+  EXPECT_EQ(*response.result.error()->as<int>(), 42);
+}
+
+TEST_F(SendTest, reportsARefusedHeader) {
+  const DataResponse response = responseTo(DataGetRequest(server.url("/"), {{"X-Bad", "a\r\nInjected: 1"}}));
+
+  ASSERT_TRUE(response.result.error());
+  EXPECT_THAT(response.result.error()->userInfo().find("NSLocalizedDescription")->description(), ::testing::Ne(""));
+  EXPECT_EQ(server.requestCount(), 0);
+}
+
+struct Picky : DataGetRequestable<Picky> {
+  URL url;
+  HTTPHeaders sharedHeaders() const { return {}; }
+  void validate(const DataResponse& response) const {
+    if (response.data && response.data->text() == "bad") throw Error("Test", 2, "bad body");
+  }
+};
+
+TEST_F(SendTest, turnsAResponseThatItsValidationRefusesIntoAFailure) {
+  server.enqueue(Answer(200).header("X-A", "1").text("bad"));
+
+  const DataResponse response = responseTo(Picky{.url = server.url("/")});
+
+  ASSERT_TRUE(response.result.error());
+  EXPECT_EQ(response.result.error()->message(), "bad body");
+  EXPECT_EQ(response.data->text(), "bad");
+  EXPECT_EQ(response.headers->value("X-A"), "1");
+  EXPECT_EQ(response.status, HTTPStatus::success);
+}
+
+struct Processing : DataGetRequestable<Processing> {
+  URL url;
+  HTTPHeaders sharedHeaders() const { return {}; }
+  void process(const DataResponse&) const { throw Error("Test", 3, "not processed"); }
+};
+
+TEST_F(SendTest, callsProcessToValidateAResponse) {
+  server.enqueue(Answer(200));
+
+  EXPECT_EQ(responseTo(Processing{.url = server.url("/")}).result.error()->message(), "not processed");
+}
+
+TEST_F(SendTest, failsForAnUnacceptableStatusAndKeepsWhatWasReceived) {
+  server.enqueue(Answer(404).text("nothing here"));
+
+  const DataResponse response = responseTo(get());
+
+  ASSERT_TRUE(responseError(response));
+  EXPECT_EQ(*responseError(response), HTTPResponseError::unacceptableStatus(HTTPStatus::notFound));
+  EXPECT_EQ(response.data->text(), "nothing here");
+}
+
+TEST_F(SendTest, failsForNotModifiedAndForAStatusWithoutAName) {
+  server.enqueue(Answer(304));
+  server.enqueue(Answer(429));
+
+  EXPECT_EQ(*responseError(responseTo(get())), HTTPResponseError::unacceptableStatus(HTTPStatus::notModified));
+  EXPECT_EQ(*responseError(responseTo(get())), HTTPResponseError::unacceptableStatus(HTTPStatus::unknown));
+}
+
+struct Lenient : DataGetRequestable<Lenient> {
+  URL url;
+  HTTPHeaders sharedHeaders() const { return {}; }
+  bool isAcceptable(HTTPStatus status) const { return status == HTTPStatus::notFound; }
+};
+
+TEST_F(SendTest, leavesAnAcceptedStatusToTheResponseType) {
+  server.enqueue(Answer(404));
+  server.enqueue(Answer(200));
+
+  EXPECT_EQ(*responseError(responseTo(Lenient{.url = server.url("/")})),
+            HTTPResponseError::unacceptableStatus(HTTPStatus::notFound));
+  EXPECT_EQ(*responseError(responseTo(Lenient{.url = server.url("/")})),
+            HTTPResponseError::unacceptableStatus(HTTPStatus::success));
+}
+
+DataResponse processed(std::shared_ptr<const URLResponse> urlResponse, std::optional<Error> error) {
+  return await<DataResponse>([&](auto done) {
+    DataGetRequest("https://example.com")
+        .processTaskCompletion(std::nullopt, std::nullopt, urlResponse, error, DispatchQueue::global(), done);
+  });
+}
+
+TEST_F(SendTest, callsACompletionWithNeitherErrorNorResponseAnUnknownStatus) {
+  EXPECT_EQ(*responseError(processed(nullptr, std::nullopt)),
+            HTTPResponseError::unacceptableStatus(HTTPStatus::unknown));
+}
+
+TEST_F(SendTest, callsAResponseThatIsNotHTTPAnUnknownStatus) {
+  const auto file = std::make_shared<URLResponse>(URL("file:///tmp/x"), "text/plain", 5, std::nullopt);
+
+  EXPECT_EQ(*responseError(processed(file, std::nullopt)), HTTPResponseError::unacceptableStatus(HTTPStatus::unknown));
+}
+
+TEST_F(SendTest, translatesTheErrorsOfTasks) {
+  const Error network(platform::kCFErrorDomainCFNetwork, -1004, "transport text");
+  const Error cancelled(platform::NSURLErrorDomain, -999, "cancelled");
+  const Error other("Elsewhere", -999, "something else");
+
+  EXPECT_EQ(*processed(nullptr, network).result.error()->as<CFNetworkErrors>(), CFNetworkErrors::cannotConnectToHost());
+  EXPECT_EQ(*responseError(processed(nullptr, cancelled)), HTTPResponseError::taskCancelled());
+  EXPECT_EQ(*processed(nullptr, other).result.error(), other);
+}
+
+TEST_F(SendTest, saysThatAConnectionWasRefused) {
+  const DataResponse response = responseTo(DataGetRequest(testing::refusedUrl()));
+
+  ASSERT_TRUE(response.result.error());
+  ASSERT_TRUE(response.result.error()->as<CFNetworkErrors>());
+  EXPECT_EQ(response.result.error()->code(), -1004);
+  EXPECT_EQ(response.result.error()->message(),
+            "CFURL/NSURL error: The connection failed because a connection cannot be made to the host.");
+}
+
+TEST_F(SendTest, deliversOneCancellation) {
+  Gate gate;
+  server.enqueue(Answer(200).hold(Moment::beforeStatusLine, gate));
+  Expectation<DataResponse> completion;
+  const Get request = get();
+  request.send(queue, completion);
+  server.takeRequest();
+
+  Get(request).cancel();
+
+  EXPECT_EQ(*responseError(completion.wait()), HTTPResponseError::taskCancelled());
+  request.cancel();
+  gate.open();
+  server.enqueue(Answer(200));
+  responseTo(get());
+  EXPECT_EQ(completion.count(), 1);
+}
+
+TEST_F(SendTest, cancelsNothingThatWasNotSent) {
+  const Get request = get();
+  request.cancel();
+  server.enqueue(Answer(200));
+
+  EXPECT_EQ(responseTo(request).status, HTTPStatus::success);
+}
+
+TEST_F(SendTest, completesAFutureWithBodyAndFacts) {
+  server.enqueue(Answer(200).text("hello"));
+
+  const auto response = get().send().get();
+
+  EXPECT_EQ(response.body.text(), "hello");
+  EXPECT_EQ(response.data->text(), "hello");
+  EXPECT_EQ(response.status, HTTPStatus::success);
+  EXPECT_EQ(response.urlResponse, nullptr);
+}
+
+TEST_F(SendTest, failsAFutureWithTheErrorOfTheResponse) {
+  server.enqueue(Answer(500));
+
+  try {
+    get().send().get();
+    FAIL() << "no error";
+  } catch (const Error& error) {
+    EXPECT_EQ(error.message(), "HTTPStatus: internalServerError:500 is unacceptable");
+  }
+}
+
+/// Has neither error nor body when nothing was received.
+struct MaybeBody {
+  using Body = Data;
+  std::optional<Data> payload;
+  const Data* body() const { return payload && !payload->isEmpty() ? &*payload : nullptr; }
+  const Error* error() const { return nullptr; }
+};
+struct MaybeResponse : DataResponse {
+  using Result = MaybeBody;
+  MaybeResponse(std::optional<Data> bytes, std::optional<URL> file, std::shared_ptr<const URLResponse> response,
+                std::optional<Error> error)
+      : DataResponse(bytes, file, response, error), result{bytes} {}
+  MaybeBody result;
+};
+struct MaybeGet : HTTPGetRequestable<MaybeGet, MaybeResponse> {
+  URL url;
+  HTTPHeaders sharedHeaders() const { return {}; }
+};
+
+TEST_F(SendTest, failsAFutureWithoutErrorOrBody) {
+  server.enqueue(Answer(204));
+
+  const auto result = MaybeGet{.url = server.url("/")}.send().result();
+
+  ASSERT_TRUE(result.error());
+  EXPECT_EQ(*result.error()->as<HTTPResponseError>(), HTTPResponseError::noContent());
+}
+
+TEST_F(SendTest, completesAFutureOnTheQueueItWasMadeOn) {
+  server.enqueue(Answer(200));
+  const bool isOnQueue = await<bool>([&](auto done) {
+    queue.async([=, this] { get().send().whenCompleted(queue, [=, this](const auto&) { done(queue.isCurrent()); }); });
+  });
+
+  EXPECT_TRUE(isOnQueue);
+}
+
+TEST(SendDeathTest, trapsWhenAQueueWaitsForItself) {
+  const DispatchQueue queue("SendDeathTest");
+
+  EXPECT_DEATH(queue.sync([] { DataGetRequest("/").send().wait(); }), "");
+}
+
+velisand::Task<std::string> textOf(Get request) { co_return (co_await request.send()).body.text(); }
+
+TEST_F(SendTest, canBeAwaited) {
+  server.enqueue(Answer(200).text("awaited"));
+
+  EXPECT_EQ(textOf(get()).get(), "awaited");
+}
+
+struct OwnRoad : DataGetRequestable<OwnRoad> {
+  using DataGetRequestable::send;
+  void send(std::optional<DispatchQueue> queue, Completion completion) const {
+    report(Error("Test", 4, "own road"), std::move(queue), std::move(completion));
+  }
+  HTTPHeaders sharedHeaders() const { return {}; }
+};
+
+TEST_F(SendTest, honoursATypesOwnSend) {
+  EXPECT_EQ(OwnRoad().send().result().error()->message(), "own road");
+  EXPECT_EQ(testing::awaitOnMain<DataResponse>([](auto done) { OwnRoad().send(done); }).result.error()->message(),
+            "own road");
+}
+
+struct Chained : DataGetRequestable<Chained> {
+  URL url;
+  URL next;
+  Expectation<DataResponse> completion;
+  HTTPHeaders sharedHeaders() const { return {}; }
+  void process(const DataResponse&) const { DataGetRequest(next).send(DispatchQueue::global(), completion); }
+};
+
+TEST_F(SendTest, canBeCalledFromAHookOfAnotherRequest) {
+  server.enqueue(Answer(200));
+  server.enqueue(Answer(200).text("second"));
+  const Chained request{.url = server.url("/1"), .next = server.url("/2"), .completion = {}};
+
+  responseTo(request);
+
+  EXPECT_EQ(request.completion.wait().data->text(), "second");
+}
+
+TEST_F(SendTest, logsOnceBeforeItDelivers) {
+  const testsupport::LogCapture log;
+  Corvane::verbosity = HTTPVerbosityLevel::brief;
+  server.enqueue(Answer(200));
+  const Get request = get();
+
+  const auto messages = await<std::vector<std::string>>(
+      [&](auto done) { request.send(queue, [&log, done](const DataResponse&) { done(log.messages()); }); });
+
+  Corvane::verbosity = HTTPVerbosityLevel::none;
+  EXPECT_EQ(messages,
+            std::vector<std::string>{"REQUEST GET '" + request.url.absoluteString() + "' RESPONSE status: 200"});
+}
+
+TEST_F(SendTest, logsNothingAboutARequestThatCouldNotBeBuilt) {
+  const testsupport::LogCapture log;
+  Corvane::verbosity = HTTPVerbosityLevel::brief;
+
+  responseTo(DataGetRequest("/"));
+
+  Corvane::verbosity = HTTPVerbosityLevel::none;
+  EXPECT_TRUE(log->records().empty());
+}
+
+TEST_F(SendTest, servesManyThreadsAtOnce) {
+  server.handleAll([](const testing::ReceivedRequest& request) { return Answer(200).text(request.target); });
+  constexpr int threadCount = 16;
+  constexpr int requestsEach = 20;
+  Expectation<std::string> bodies;
+
+  std::vector<std::thread> threads;
+  for (int i = 0; i < threadCount; ++i)
+    threads.emplace_back([&, i] {
+      for (int j = 0; j < requestsEach; ++j)
+        get("/" + std::to_string(i * requestsEach + j)).send(queue, [=](const DataResponse& response) {
+          bodies.fulfil(response.data ? response.data->text() : "failed");
+        });
+    });
+  for (auto& thread : threads) thread.join();
+
+  auto received = bodies.waitForAll(threadCount * requestsEach, std::chrono::seconds(30));
+  std::sort(received.begin(), received.end());
+  EXPECT_EQ(std::unique(received.begin(), received.end()), received.end());
+  EXPECT_EQ(std::count(received.begin(), received.end(), "failed"), 0);
+}
+
+class TrustedSendTest : public ::testing::Test {
+ protected:
+  ~TrustedSendTest() override {
+    Corvane::removeTrustedCertificates();
+    Corvane::resetSessions();
+  }
+  void trust(const testing::CertificateAuthority& authority) {
+    const std::string path = directory_.path().string() + "/root.der";
+    platform::FileManager::write(Data(authority.certificate().der()), path);
+    Corvane::addTrustedCertificate(URL::file(path));
+  }
+
+  testing::TemporaryDirectory directory_;
+  const testing::CertificateAuthority root_;
+  TestServer server_{testing::Tls(root_.issue(testing::CertificateRequest::localhost()))};
+};
+
+TEST_F(TrustedSendTest, reachesAServerThroughARegisteredCertificate) {
+  trust(root_);
+  server_.enqueue(Answer(200).text("trusted"));
+
+  EXPECT_EQ(DataGetRequest(server_.url("/")).send().get().body.text(), "trusted");
+}
+
+TEST_F(TrustedSendTest, refusesAServerThatNothingVouchesFor) {
+  const auto result = DataGetRequest(server_.url("/")).send().result();
+
+  ASSERT_TRUE(result.error());
+  EXPECT_TRUE(result.error()->as<CFNetworkErrors>());
+  EXPECT_EQ(server_.requestCount(), 0);
+  server_.takeFailures();
+}
+
+}  // namespace
+}  // namespace corvane

@@ -1,0 +1,118 @@
+#include "Corvane/Transport/TaskManager.hpp"
+
+#include <gtest/gtest.h>
+
+#include "Corvane/Corvane.hpp"
+#include "Platform/Loading/URLSession.hpp"
+#include "TestSupport/Expectation.hpp"
+
+namespace corvane {
+namespace {
+
+using corvane::testing::Expectation;
+
+class FakeTask final : public platform::URLSessionTask {
+ public:
+  FakeTask() : URLSessionTask(nullptr) {}
+  explicit FakeTask(std::function<void()> whenCancelled)
+      : URLSessionTask(nullptr), whenCancelled_(std::move(whenCancelled)) {}
+  void cancel() override {
+    ++cancellations_;
+    if (whenCancelled_) whenCancelled_();
+  }
+  int cancellations() const { return cancellations_; }
+
+ private:
+  std::function<void()> whenCancelled_;
+  std::atomic<int> cancellations_ = 0;
+};
+
+// Operations happen in order, so once this one has, those before it have too.
+void waitForEarlierOperations() {
+  Expectation<void> cancelled;
+  const UUID uuid;
+  TaskManager::shared().insert(std::make_shared<FakeTask>(cancelled), uuid);
+  TaskManager::shared().cancelTask(uuid);
+  cancelled.wait();
+}
+
+TEST(TaskManagerTest, ignoresAnUnknownUUID) {
+  TaskManager::shared().cancelTask(UUID());
+  TaskManager::shared().removeTask(UUID());
+
+  waitForEarlierOperations();
+}
+
+TEST(TaskManagerTest, cancelsATaskOnceAndForgetsIt) {
+  auto task = std::make_shared<FakeTask>();
+  const UUID uuid;
+
+  TaskManager::shared().insert(task, uuid);
+  TaskManager::shared().cancelTask(uuid);
+  TaskManager::shared().cancelTask(uuid);
+  waitForEarlierOperations();
+
+  EXPECT_EQ(task->cancellations(), 1);
+  EXPECT_EQ(task.use_count(), 1);
+}
+
+TEST(TaskManagerTest, forgetsARemovedTaskAndLetsItRun) {
+  auto task = std::make_shared<FakeTask>();
+  const UUID uuid;
+
+  TaskManager::shared().insert(task, uuid);
+  TaskManager::shared().removeTask(uuid);
+  TaskManager::shared().cancelTask(uuid);
+  waitForEarlierOperations();
+
+  EXPECT_EQ(task->cancellations(), 0);
+  EXPECT_EQ(task.use_count(), 1);
+}
+
+TEST(TaskManagerTest, keepsTheLaterOfTwoTasksUnderOneUUID) {
+  auto first = std::make_shared<FakeTask>();
+  auto second = std::make_shared<FakeTask>();
+  const UUID uuid;
+
+  TaskManager::shared().insert(first, uuid);
+  TaskManager::shared().insert(second, uuid);
+  TaskManager::shared().cancelTask(uuid);
+  waitForEarlierOperations();
+
+  EXPECT_EQ(first->cancellations(), 0);
+  EXPECT_EQ(first.use_count(), 1);
+  EXPECT_EQ(second->cancellations(), 1);
+}
+
+struct Cancel : HTTPRequestCancelable<Cancel> {
+  int number = 0;
+};
+
+TEST(TaskManagerTest, givesEachRequestAUUIDThatItsCopiesShare) {
+  const Cancel request{.number = 1};
+  const Cancel other{.number = 1};
+  const Cancel copy = request;
+
+  EXPECT_NE(request.uuid, other.uuid);
+  EXPECT_EQ(request.uuid, copy.uuid);
+}
+
+TEST(TaskManagerTest, cancelsAListOfRequestsInOrder) {
+  const std::vector<Cancel> requests{Cancel{.number = 1}, Cancel{.number = 2}, Cancel{.number = 3}};
+  Expectation<int> cancelled;
+  for (const Cancel& request : requests)
+    TaskManager::shared().insert(std::make_shared<FakeTask>([=] { cancelled.fulfil(request.number); }), request.uuid);
+
+  cancel(requests);
+
+  EXPECT_EQ(cancelled.waitForAll(3), (std::vector<int>{1, 2, 3}));
+}
+
+TEST(TaskManagerTest, cancelsNothingOfAnEmptyList) {
+  cancel(std::vector<Cancel>());
+
+  waitForEarlierOperations();
+}
+
+}  // namespace
+}  // namespace corvane
