@@ -195,8 +195,9 @@ TEST_F(SecTrustTest, refusesALeafThatSignedAnother) {
 
   trust.setAnchorCertificates(list({root}));
 
-  EXPECT_EQ(trust.evaluate(), refused);
-  EXPECT_EQ(trust.problem(), SecTrustProblem::unknownRoot);
+  EXPECT_EQ(trust.evaluate(), SecTrustResult::fatalTrustFailure);
+  EXPECT_EQ(trust.problem(), SecTrustProblem::other);
+  EXPECT_EQ(trust.problemDescription(), "The certificate \"leaf\" cannot be trusted: invalid CA certificate.");
 }
 
 TEST_F(SecTrustTest, refusesAnAuthorityBelowOneThatMayHaveNone) {
