@@ -77,7 +77,7 @@ struct Row {
 std::string report(const Scenario& scenario, const std::string& server, const std::vector<Rounds>& measurements) {
   std::size_t baseline = 0;
   while (scenario.contenders[baseline].client != scenario.baseline) ++baseline;
-  std::string text = scenario.title + ", " + server + "\n";
+  std::string text = scenario.title + ", " + server + ", " + std::to_string(measurements.front().size()) + " rounds\n";
   text += formatted("  %-20s %10s %10s %8s   against %s\n", "client", Row::isLarge(scenario) ? "MiB/s" : "requests/s",
                     "CPU us/req", "peak MiB", scenario.baseline.c_str());
   for (std::size_t index = 0; index < measurements.size(); ++index) {
