@@ -2,6 +2,8 @@
 # Installs the library, static and shared, and builds and runs an application that uses it in every way a user
 # may: find_package, add_subdirectory, and plain g++ with pkg-config. The installed trees are moved first, so
 # that no path of the build can have stayed in them.
+#
+#   Scripts/test_install.sh [static|shared|embedded]...      default: all three
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -20,7 +22,8 @@ say() { printf '%s\n' "-- $*"; }
 
 # A server that nobody here wrote; it says its port in its first line.
 coproc server { exec python3 -u -m http.server 0 --bind 127.0.0.1 --directory "$application" 2>"$work/server.log"; }
-trap 'kill "$server_PID"' EXIT
+server_process=$server_PID
+trap 'kill "$server_process"' EXIT
 read -r -t 20 line <&"${server[0]}" || { echo "the server did not start"; cat "$work/server.log"; exit 1; }
 address="http://127.0.0.1:$(sed -n 's/.* port \([0-9]*\) .*/\1/p' <<<"$line")"
 
@@ -98,18 +101,29 @@ check_shared_library() {
 
 with_add_subdirectory() {
   say "add_subdirectory"
-  cmake -S "$application" -B "$work/embedded" -DCORVANE_SOURCE_DIR="$root" -DCMAKE_BUILD_TYPE=Release >/dev/null
-  cmake --build "$work/embedded"
-  run "$work/embedded/consumer"
+  # As deep as the other builds: that makes their relative paths, and so the cached objects, the same.
+  cmake -S "$application" -B "$work/embedded/build" -DCORVANE_SOURCE_DIR="$root" -DCMAKE_BUILD_TYPE=Release >/dev/null
+  cmake --build "$work/embedded/build"
+  run "$work/embedded/build/consumer"
 }
 
-install_library static OFF
-install_library shared ON
-for kind in static shared; do
-  check_installed_files "$work/$kind/prefix"
-  with_find_package "$kind"
-  with_pkg_config "$kind"
+installed() {
+  install_library "$1" "$2"
+  check_installed_files "$work/$1/prefix"
+  with_find_package "$1"
+  with_pkg_config "$1"
+}
+
+[ $# -gt 0 ] || set -- static shared embedded
+for way in "$@"; do
+  case "$way" in
+    static) installed static OFF ;;
+    shared)
+      installed shared ON
+      check_shared_library
+      ;;
+    embedded) with_add_subdirectory ;;
+    *) echo "unknown: $way; there are static, shared and embedded" >&2; exit 2 ;;
+  esac
 done
-check_shared_library
-with_add_subdirectory
 say "done"
