@@ -5,6 +5,10 @@
 
 namespace corvane {
 
+// Compiled once, in the library, for every request with this response.
+extern template class detail::ResponseExchange<DataResponse>;
+extern template struct detail::SendFuture<DataResponse>;
+
 /// A request whose answer is kept as bytes. Adopted with one of the mixins below, or with a `method` of the
 /// type's own. What else you write and get: see `HTTPRequestable`.
 ///

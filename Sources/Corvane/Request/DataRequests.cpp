@@ -1,7 +1,17 @@
 #include "Corvane/Request/DataRequests.hpp"
 
-namespace corvane::detail {
+namespace corvane {
 
-platform::URL baseOf(const platform::URL& url) { return url.baseURL().value_or(defaultBaseURL()); }
+platform::URL detail::baseOf(const platform::URL& url) { return url.baseURL().value_or(defaultBaseURL()); }
 
-}  // namespace corvane::detail
+template struct HTTPResponse<platform::Data>;
+template class detail::ResponseExchange<DataResponse>;
+template struct detail::SendFuture<DataResponse>;
+template class HTTPRequestable<DataGetRequest, DataResponse>;
+template class HTTPRequestable<DataDeleteRequest, DataResponse>;
+template class HTTPRequestable<DataPostRequest, DataResponse>;
+template class HTTPRequestable<DataPutRequest, DataResponse>;
+template class HTTPRequestable<DataPatchRequest, DataResponse>;
+template class HTTPRequestable<DataRequest, DataResponse>;
+
+}  // namespace corvane

@@ -67,7 +67,7 @@ class StoredBodyRequest : public StoredDataRequest<Mixin> {
 // query items come in this order, or by name in a `DataRequestOptions`.
 
 /// A "GET" of a URL.
-class DataGetRequest final : public detail::StoredDataRequest<DataGetRequestable<DataGetRequest>> {
+class CORVANE_API DataGetRequest final : public detail::StoredDataRequest<DataGetRequestable<DataGetRequest>> {
  public:
   explicit DataGetRequest(platform::URL url, DataRequestOptions options = {})
       : StoredDataRequest(std::move(url), std::move(options.headers), std::move(options.queryItems)) {}
@@ -77,7 +77,7 @@ class DataGetRequest final : public detail::StoredDataRequest<DataGetRequestable
 };
 
 /// A "DELETE" of a URL.
-class DataDeleteRequest final : public detail::StoredDataRequest<DataDeleteRequestable<DataDeleteRequest>> {
+class CORVANE_API DataDeleteRequest final : public detail::StoredDataRequest<DataDeleteRequestable<DataDeleteRequest>> {
  public:
   explicit DataDeleteRequest(platform::URL url, DataRequestOptions options = {})
       : StoredDataRequest(std::move(url), std::move(options.headers), std::move(options.queryItems)) {}
@@ -87,7 +87,7 @@ class DataDeleteRequest final : public detail::StoredDataRequest<DataDeleteReque
 };
 
 /// A "POST" of bytes to a URL.
-class DataPostRequest final : public detail::StoredBodyRequest<DataPostRequestable<DataPostRequest>> {
+class CORVANE_API DataPostRequest final : public detail::StoredBodyRequest<DataPostRequestable<DataPostRequest>> {
  public:
   explicit DataPostRequest(platform::URL url, platform::Data body, DataRequestOptions options = {})
       : StoredBodyRequest(std::move(url), std::move(body), std::move(options.headers), std::move(options.queryItems)) {}
@@ -97,7 +97,7 @@ class DataPostRequest final : public detail::StoredBodyRequest<DataPostRequestab
 };
 
 /// A "PUT" of bytes to a URL.
-class DataPutRequest final : public detail::StoredBodyRequest<DataPutRequestable<DataPutRequest>> {
+class CORVANE_API DataPutRequest final : public detail::StoredBodyRequest<DataPutRequestable<DataPutRequest>> {
  public:
   explicit DataPutRequest(platform::URL url, platform::Data body, DataRequestOptions options = {})
       : StoredBodyRequest(std::move(url), std::move(body), std::move(options.headers), std::move(options.queryItems)) {}
@@ -107,7 +107,7 @@ class DataPutRequest final : public detail::StoredBodyRequest<DataPutRequestable
 };
 
 /// A "PATCH" of a URL by bytes.
-class DataPatchRequest final : public detail::StoredBodyRequest<DataPatchRequestable<DataPatchRequest>> {
+class CORVANE_API DataPatchRequest final : public detail::StoredBodyRequest<DataPatchRequestable<DataPatchRequest>> {
  public:
   explicit DataPatchRequest(platform::URL url, platform::Data body, DataRequestOptions options = {})
       : StoredBodyRequest(std::move(url), std::move(body), std::move(options.headers), std::move(options.queryItems)) {}
@@ -122,7 +122,7 @@ struct AnyMethodDataRequestable : DataRequestable<Self>, HTTPBodyRequestable<Sel
 }  // namespace detail
 
 /// Any method on a URL, always with a body, if an empty one.
-class DataRequest final : public detail::StoredBodyRequest<detail::AnyMethodDataRequestable<DataRequest>> {
+class CORVANE_API DataRequest final : public detail::StoredBodyRequest<detail::AnyMethodDataRequestable<DataRequest>> {
  public:
   DataRequest(platform::URL url, HTTPMethod method, platform::Data body = {}, DataRequestOptions options = {})
       : StoredBodyRequest(std::move(url), std::move(body), std::move(options.headers), std::move(options.queryItems)),
@@ -137,5 +137,12 @@ class DataRequest final : public detail::StoredBodyRequest<detail::AnyMethodData
  private:
   HTTPMethod method_;
 };
+
+extern template class HTTPRequestable<DataGetRequest, DataResponse>;
+extern template class HTTPRequestable<DataDeleteRequest, DataResponse>;
+extern template class HTTPRequestable<DataPostRequest, DataResponse>;
+extern template class HTTPRequestable<DataPutRequest, DataResponse>;
+extern template class HTTPRequestable<DataPatchRequest, DataResponse>;
+extern template class HTTPRequestable<DataRequest, DataResponse>;
 
 }  // namespace corvane

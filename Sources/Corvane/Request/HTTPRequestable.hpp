@@ -15,7 +15,7 @@
 #include "Corvane/Request/SendRoad.hpp"
 #include "Corvane/Request/TypedExchange.hpp"
 #include "Platform/Dispatch/DispatchQueue.hpp"
-#include "Velisand/OptionalQueue.hpp"
+#include "Platform/Export.hpp"
 
 namespace corvane {
 
@@ -67,12 +67,14 @@ struct NoResponse {};
 /// A type may declare a `send(queue, completion)` of its own; the future form honours it. So that it does not
 /// hide the other forms, write `using HTTPGetRequestable::send;` beside it.
 template <class Self, class ResponseType = detail::NoResponse>
-class HTTPRequestable {
+class CORVANE_API HTTPRequestable {
   static_assert(!std::same_as<ResponseType, detail::NoResponse>,
                 "A request names its response type: `HTTPRequestable<Self, DataResponse>`");
 
  public:
   using Response = ResponseType;
+  /// What the response holds on success, and the future form delivers.
+  using ResponseBody = detail::BodyOf<ResponseType>;
   /// Called once for each send, on the completion queue.
   using Completion = platform::UniqueFunction<void(Response)>;
 
@@ -90,13 +92,7 @@ class HTTPRequestable {
   std::optional<std::string> sessionConfigurationIdentifier() const { return std::nullopt; }
 
   /// What is sent. Throws `HTTPRequestError::malformedURL` and what the body and its encoder throw.
-  platform::URLRequest urlRequest() const {
-    platform::URLRequest request = generateRequest();
-    if constexpr (detail::CarriesBody<Self>) {
-      if constexpr (detail::checkBody<Self>()) detail::addBody(request, detail::describeBody(self()));
-    }
-    return request;
-  }
+  platform::URLRequest urlRequest() const;
   bool isAcceptable(HTTPStatus status) const {
     return HTTPStatus::success.rawValue() <= status.rawValue() &&
            status.rawValue() <= HTTPStatus::partialContent.rawValue();
@@ -108,22 +104,13 @@ class HTTPRequestable {
   /// Sends the request. Any thread; returns at once, never throws, and never calls the completion itself.
   /// Whatever the outcome, the completion gets it as a response, once, asynchronously on the queue (absent:
   /// the main queue). Nothing at all happens when `shouldSend` is false.
-  void send(std::optional<platform::DispatchQueue> queue, Completion completion) const {
-    if constexpr (detail::isSoundRequest<Self>) detail::takeItsRoad(self(), std::move(queue), std::move(completion));
-  }
+  void send(std::optional<platform::DispatchQueue> queue, Completion completion) const;
   /// The same, with the completion on the main queue.
-  void send(Completion completion) const { self().send(platform::DispatchQueue::main(), std::move(completion)); }
+  void send(Completion completion) const;
   /// Sends the request. The future is completed on the caller's queue, where there is one, with the body and
   /// the facts of the response, or fails with the response's error, or with `HTTPResponseError::noContent`
   /// when there is neither error nor body. It stays open when `shouldSend` is false.
-  auto send() const {
-    using Body = typename Response::Result::Body;
-    const auto queue = velisand::currentQueue();
-    const auto future =
-        queue ? velisand::Future<HTTPResponse<Body>>::completedOn(*queue) : velisand::Future<HTTPResponse<Body>>();
-    self().send(queue, Completion([future](const Response& response) { detail::fulfill(future, response); }));
-    return future;
-  }
+  velisand::Future<HTTPResponse<ResponseBody>> send() const;
 
   // What follows is the same for every request; a member of the same name in a request type changes nothing.
 
@@ -132,10 +119,7 @@ class HTTPRequestable {
   /// The URL's parts run together, for messages. It is not the URL that is sent.
   std::string urlString() const { return detail::urlString(target()); }
   /// The request without its body. Throws what `createURL` throws.
-  platform::URLRequest generateRequest() const {
-    if constexpr (detail::isSoundRequest<Self>) return detail::composedRequest(detail::describe(self()));
-    detail::unreachable();
-  }
+  platform::URLRequest generateRequest() const;
   /// The status of the response as this request judges it; a response that is absent or not HTTP is not acceptable.
   bool isAcceptable(const platform::URLResponse* response) const {
     const auto status = detail::httpStatus(response);
@@ -143,75 +127,152 @@ class HTTPRequestable {
   }
 
   /// The plain road: validates, builds the URL request, and loads it on a session. As `send` otherwise.
-  void sendToNetwork(std::optional<platform::DispatchQueue> queue, Completion completion) const {
-    detail::sendToNetwork(exchange(std::move(queue), std::move(completion)));
-  }
+  void sendToNetwork(std::optional<platform::DispatchQueue> queue, Completion completion) const;
   /// For roads of one's own: goes on from what a finished task handed back.
   void processTaskCompletion(std::optional<platform::Data> data, std::optional<platform::URL> url,
                              std::shared_ptr<const platform::URLResponse> response,
                              std::optional<platform::Error> error, std::optional<platform::DispatchQueue> queue,
-                             Completion completion) const {
-    detail::processTaskCompletion(exchange(std::move(queue), std::move(completion)),
-                                  {std::move(data), std::move(url), std::move(response), std::move(error)});
-  }
+                             Completion completion) const;
   /// For roads of one's own: delivers a response that holds nothing but an error.
-  void report(platform::Error error, std::optional<platform::DispatchQueue> queue, Completion completion) const {
-    detail::report(exchange(std::move(queue), std::move(completion)), std::move(error));
-  }
+  void report(platform::Error error, std::optional<platform::DispatchQueue> queue, Completion completion) const;
 
   /// The words of a command line for people that shows the request: its URL and its own headers. Traps when
   /// the request has no URL.
-  std::vector<std::string> _curlCommand() const {
-    return detail::curlCommandParts(HTTPMethod(detail::read(&Self::method, self())).rawValue,
-                                    detail::urlForDebugOutput(target()), detail::read(&Self::headers, self()));
-  }
+  std::vector<std::string> _curlCommand() const;
   /// Those words, and a summary of the body where there is one. For logs; see `shellCommand` for a command
   /// line to run. Traps when the request has no URL.
-  std::string curlCommand() const {
-    auto parts = _curlCommand();
-    if constexpr (detail::CarriesBody<Self>) parts.push_back(detail::curlBodyPart(bodyForDebugOutput()));
-    return detail::joinedWithBlanks(parts);
-  }
+  std::string curlCommand() const;
   /// A command line for a POSIX shell that sends exactly this request. Throws what `urlRequest` throws, and
   /// "NSURLErrorDomain" -1000 for a request that would be refused.
-  ShellCommand shellCommand(const ShellCommandOptions& options = {}) const {
-    return detail::shellCommand(self().urlRequest(), options);
-  }
+  ShellCommand shellCommand(const ShellCommandOptions& options = {}) const;
   std::string debugDescription() const { return detail::read(&Self::curlCommand, self()); }
   /// Logs an exchange as `Corvane::verbosity` says. Called once for each exchange, before its delivery.
   void printDebugOutput(const std::optional<platform::Error>& error, const Response& response,
-                        const std::optional<platform::Data>& data) const {
-    const auto level = detail::currentVerbosity();
-    if (level == HTTPVerbosityLevel::none) return;
-    const bool isVerbose = level == HTTPVerbosityLevel::verbose;
-    detail::printDebugOutput(level, {.method = HTTPMethod(detail::read(&Self::method, self())).rawValue,
-                                     .url = detail::urlForDebugOutput(target()),
-                                     .curlCommand = isVerbose ? debugDescription() : std::string(),
-                                     .status = detail::read(&Response::status, response),
-                                     .headers = detail::read(&Response::headers, response),
-                                     .body = data,
-                                     .error = error});
-  }
+                        const std::optional<platform::Data>& data) const;
 
  private:
   const Self& self() const { return static_cast<const Self&>(*this); }
 
-  detail::URLDescription target() const {
-    if constexpr (detail::checkTarget<Self>()) return detail::describeURL(self());
-    detail::unreachable();
+  detail::URLDescription target() const;
+  std::shared_ptr<detail::Exchange> exchange(std::optional<platform::DispatchQueue> queue, Completion completion) const;
+  std::optional<platform::Data> bodyForDebugOutput() const;
+};
+
+// Defined out of the class, so that the library's own request types are compiled once, in the library.
+
+template <class Self, class ResponseType>
+void HTTPRequestable<Self, ResponseType>::send(std::optional<platform::DispatchQueue> queue,
+                                               Completion completion) const {
+  if constexpr (detail::isSoundRequest<Self>) detail::takeItsRoad(self(), std::move(queue), std::move(completion));
+}
+
+template <class Self, class ResponseType>
+void HTTPRequestable<Self, ResponseType>::send(Completion completion) const {
+  self().send(platform::DispatchQueue::main(), std::move(completion));
+}
+
+template <class Self, class ResponseType>
+auto HTTPRequestable<Self, ResponseType>::send() const -> velisand::Future<HTTPResponse<ResponseBody>> {
+  auto outcome = detail::SendFuture<Response>::make();
+  self().send(std::move(outcome.queue), std::move(outcome.completion));
+  return std::move(outcome.future);
+}
+
+template <class Self, class ResponseType>
+platform::URLRequest HTTPRequestable<Self, ResponseType>::urlRequest() const {
+  platform::URLRequest request = generateRequest();
+  if constexpr (detail::CarriesBody<Self>) {
+    if constexpr (detail::checkBody<Self>()) detail::addBody(request, detail::describeBody(self()));
   }
-  std::shared_ptr<detail::Exchange> exchange(std::optional<platform::DispatchQueue> queue,
-                                             Completion completion) const {
-    return std::make_shared<detail::TypedExchange<Self>>(self(), std::move(queue), std::move(completion));
-  }
-  // What cannot be made is shown as absent: debug output reports on a request, it does not judge it.
-  std::optional<platform::Data> bodyForDebugOutput() const {
+  return request;
+}
+
+template <class Self, class ResponseType>
+platform::URLRequest HTTPRequestable<Self, ResponseType>::generateRequest() const {
+  if constexpr (detail::isSoundRequest<Self>) return detail::composedRequest(detail::describe(self()));
+  detail::unreachable();
+}
+
+template <class Self, class ResponseType>
+void HTTPRequestable<Self, ResponseType>::sendToNetwork(std::optional<platform::DispatchQueue> queue,
+                                                        Completion completion) const {
+  detail::sendToNetwork(exchange(std::move(queue), std::move(completion)));
+}
+
+template <class Self, class ResponseType>
+void HTTPRequestable<Self, ResponseType>::processTaskCompletion(std::optional<platform::Data> data,
+                                                                std::optional<platform::URL> url,
+                                                                std::shared_ptr<const platform::URLResponse> response,
+                                                                std::optional<platform::Error> error,
+                                                                std::optional<platform::DispatchQueue> queue,
+                                                                Completion completion) const {
+  detail::processTaskCompletion(exchange(std::move(queue), std::move(completion)),
+                                {std::move(data), std::move(url), std::move(response), std::move(error)});
+}
+
+template <class Self, class ResponseType>
+void HTTPRequestable<Self, ResponseType>::report(platform::Error error, std::optional<platform::DispatchQueue> queue,
+                                                 Completion completion) const {
+  detail::report(exchange(std::move(queue), std::move(completion)), std::move(error));
+}
+
+template <class Self, class ResponseType>
+std::vector<std::string> HTTPRequestable<Self, ResponseType>::_curlCommand() const {
+  return detail::curlCommandParts(HTTPMethod(detail::read(&Self::method, self())).rawValue,
+                                  detail::urlForDebugOutput(target()), detail::read(&Self::headers, self()));
+}
+
+template <class Self, class ResponseType>
+std::string HTTPRequestable<Self, ResponseType>::curlCommand() const {
+  auto parts = _curlCommand();
+  if constexpr (detail::CarriesBody<Self>) parts.push_back(detail::curlBodyPart(bodyForDebugOutput()));
+  return detail::joinedWithBlanks(parts);
+}
+
+template <class Self, class ResponseType>
+ShellCommand HTTPRequestable<Self, ResponseType>::shellCommand(const ShellCommandOptions& options) const {
+  return detail::shellCommand(self().urlRequest(), options);
+}
+
+template <class Self, class ResponseType>
+void HTTPRequestable<Self, ResponseType>::printDebugOutput(const std::optional<platform::Error>& error,
+                                                           const Response& response,
+                                                           const std::optional<platform::Data>& data) const {
+  const auto level = detail::currentVerbosity();
+  if (level == HTTPVerbosityLevel::none) return;
+  const bool isVerbose = level == HTTPVerbosityLevel::verbose;
+  detail::printDebugOutput(level, {.method = HTTPMethod(detail::read(&Self::method, self())).rawValue,
+                                   .url = detail::urlForDebugOutput(target()),
+                                   .curlCommand = isVerbose ? debugDescription() : std::string(),
+                                   .status = detail::read(&Response::status, response),
+                                   .headers = detail::read(&Response::headers, response),
+                                   .body = data,
+                                   .error = error});
+}
+
+template <class Self, class ResponseType>
+detail::URLDescription HTTPRequestable<Self, ResponseType>::target() const {
+  if constexpr (detail::checkTarget<Self>()) return detail::describeURL(self());
+  detail::unreachable();
+}
+
+template <class Self, class ResponseType>
+std::shared_ptr<detail::Exchange> HTTPRequestable<Self, ResponseType>::exchange(
+    std::optional<platform::DispatchQueue> queue, Completion completion) const {
+  return std::make_shared<detail::TypedExchange<Self>>(self(), std::move(queue), std::move(completion));
+}
+
+// What cannot be made is shown as absent: debug output reports on a request, it does not judge it.
+template <class Self, class ResponseType>
+std::optional<platform::Data> HTTPRequestable<Self, ResponseType>::bodyForDebugOutput() const {
+  if constexpr (detail::CarriesBody<Self>) {
     try {
       if constexpr (detail::checkBody<Self>()) return detail::describeBody(self()).bytes;
     } catch (...) {
+      return std::nullopt;
     }
-    return std::nullopt;
   }
-};
+  return std::nullopt;
+}
 
 }  // namespace corvane

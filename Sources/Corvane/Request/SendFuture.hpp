@@ -1,22 +1,60 @@
 #pragma once
 
+#include <optional>
+#include <utility>
+
 #include "Corvane/Errors/HTTPResponseError.hpp"
+#include "Corvane/RequirementReading.hpp"
 #include "Corvane/Responses/HTTPResponse.hpp"
+#include "Platform/Dispatch/UniqueFunction.hpp"
 #include "Velisand/Future.hpp"
+#include "Velisand/OptionalQueue.hpp"
 
 namespace corvane::detail {
 
+template <class Response>
+struct BodyOfResponse {
+  using Type = void;
+};
+template <class Response>
+  requires requires { typename Response::Result::Body; }
+struct BodyOfResponse<Response> {
+  using Type = typename Response::Result::Body;
+};
+/// The body that a response type carries on success.
+template <class Response>
+using BodyOf = typename BodyOfResponse<Response>::Type;
+
 /// Settles a future by a response: its error, else its body, else `HTTPResponseError::noContent`.
-template <class Body, class Response>
-void fulfill(const velisand::Future<HTTPResponse<Body>>& future, const Response& response) {
+template <class Response>
+void fulfill(const velisand::Future<HTTPResponse<BodyOf<Response>>>& future, const Response& response) {
   const auto& result = read(&Response::result, response);
   if (const auto* error = result.error()) {
     future.markFailure(*error);
   } else if (const auto* body = result.body()) {
-    future.markCompletion(HTTPResponse<Body>(response, *body));
+    future.markCompletion(HTTPResponse<BodyOf<Response>>(response, *body));
   } else {
     future.markFailure(HTTPResponseError::noContent());
   }
+}
+
+/// A send in the form of a future: the future, and what to send with to complete it.
+template <class Response>
+struct CORVANE_API SendFuture {
+  /// On the caller's queue, where there is one.
+  static SendFuture make();
+
+  velisand::Future<HTTPResponse<BodyOf<Response>>> future;
+  std::optional<platform::DispatchQueue> queue;
+  platform::UniqueFunction<void(Response)> completion;
+};
+
+template <class Response>
+SendFuture<Response> SendFuture<Response>::make() {
+  using Outcome = velisand::Future<HTTPResponse<BodyOf<Response>>>;
+  auto queue = velisand::currentQueue();
+  const auto future = queue ? Outcome::completedOn(*queue) : Outcome();
+  return {future, std::move(queue), [future](const Response& response) { fulfill(future, response); }};
 }
 
 }  // namespace corvane::detail

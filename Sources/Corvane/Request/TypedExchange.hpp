@@ -5,22 +5,21 @@
 
 #include "Corvane/Request/Describe.hpp"
 #include "Corvane/Request/RequestChecks.hpp"
+#include "Corvane/Request/ResponseExchange.hpp"
 #include "Corvane/RequirementReading.hpp"
 #include "Corvane/Transport/HTTPRequestCancelable.hpp"
-#include "Corvane/Transport/SendPipeline.hpp"
-#include "Platform/Dispatch/UniqueFunction.hpp"
 
 namespace corvane::detail {
 
 /// Answers the pipeline for one request type.
 template <class Request>
-class TypedExchange final : public Exchange {
+class TypedExchange final : public ResponseExchange<typename Request::Response> {
  public:
-  using Response = typename Request::Response;
-  using Completion = platform::UniqueFunction<void(Response)>;
+  using Base = ResponseExchange<typename Request::Response>;
 
-  TypedExchange(const Request& request, std::optional<platform::DispatchQueue> queue, Completion completion)
-      : request_(request), queue_(std::move(queue)), completion_(std::move(completion)) {}
+  TypedExchange(const Request& request, std::optional<platform::DispatchQueue> queue,
+                typename Base::Completion completion)
+      : Base(std::move(queue), std::move(completion)), request_(request) {}
 
   bool shouldSend() const override { return read(&Request::shouldSend, request_); }
   void validate() const override {
@@ -34,28 +33,19 @@ class TypedExchange final : public Exchange {
     return std::nullopt;
   }
 
-  void makeResponse(const TaskOutcome& outcome) override {
-    response_.emplace(outcome.data, outcome.url, outcome.response, outcome.error);
-  }
   void validateResponse() const override {
     if constexpr (ValidatesResponse<Request>) {
-      request_.validate(*response_);
+      request_.validate(this->response());
     } else {
-      request_.process(*response_);
+      request_.process(this->response());
     }
   }
   void printDebugOutput(const TaskOutcome& outcome) const override {
-    static_cast<const RequestMixin<Request>&>(request_).printDebugOutput(outcome.error, *response_, outcome.data);
+    static_cast<const RequestMixin<Request>&>(request_).printDebugOutput(outcome.error, this->response(), outcome.data);
   }
-
-  const std::optional<platform::DispatchQueue>& completionQueue() const override { return queue_; }
-  void deliver() override { completion_(std::move(*response_)); }
 
  private:
   const Request request_;
-  const std::optional<platform::DispatchQueue> queue_;
-  Completion completion_;
-  std::optional<Response> response_;
 };
 
 }  // namespace corvane::detail

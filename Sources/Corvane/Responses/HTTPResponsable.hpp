@@ -2,12 +2,12 @@
 
 #include <concepts>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <type_traits>
 
+#include "Corvane/RequirementReading.hpp"
 #include "Corvane/Responses/HTTPResult.hpp"
 #include "Corvane/Responses/HTTPStatus.hpp"
 #include "Platform/Foundation/Data.hpp"
@@ -21,9 +21,7 @@ namespace corvane {
 namespace detail {
 /// A property may be a data member or a function without arguments.
 template <class R, auto member, class Type>
-concept OffersProperty = requires(const R& response) {
-  { std::invoke(member, response) } -> std::convertible_to<Type>;
-};
+concept OffersProperty = ReadsAs<decltype(member), R, Type>;
 }  // namespace detail
 
 /// What every response tells about its exchange. Each property may be stored (a data member) or computed (a

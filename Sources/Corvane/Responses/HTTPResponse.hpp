@@ -1,11 +1,11 @@
 #pragma once
 
-#include <functional>
 #include <string>
 #include <utility>
 
 #include "Corvane/Responses/HTTPResponsable.hpp"
 #include "Corvane/Responses/ResponseRecord.hpp"
+#include "Platform/Export.hpp"
 #include "Velisand/DataRepresentable.hpp"
 
 namespace corvane {
@@ -15,20 +15,26 @@ namespace corvane {
 /// It keeps the facts of the response it was made of, except the platform response: `urlResponse` is null
 /// always. Who needs that uses the request's own response type.
 template <class Body>
-struct HTTPResponse : ResponseRecord {
+struct CORVANE_API HTTPResponse : ResponseRecord {
   template <HTTPResponsable R>
   HTTPResponse(const R& response, Body bodyOfResponse)
-      : ResponseRecord{.data = std::invoke(&R::data, response),
-                       .headers = std::invoke(&R::headers, response),
-                       .status = std::invoke(&R::status, response),
-                       .expectedContentLength = std::invoke(&R::expectedContentLength, response),
-                       .suggestedFilename = std::invoke(&R::suggestedFilename, response),
-                       .mimeType = std::invoke(&R::mimeType, response),
-                       .textEncodingName = std::invoke(&R::textEncodingName, response),
-                       .url = std::invoke(&R::url, response),
+      : ResponseRecord{.data = detail::read(&R::data, response),
+                       .headers = detail::read(&R::headers, response),
+                       .status = detail::read(&R::status, response),
+                       .expectedContentLength = detail::read(&R::expectedContentLength, response),
+                       .suggestedFilename = detail::read(&R::suggestedFilename, response),
+                       .mimeType = detail::read(&R::mimeType, response),
+                       .textEncodingName = detail::read(&R::textEncodingName, response),
+                       .url = detail::read(&R::url, response),
                        .urlResponse = nullptr},
-        debugDescription(std::invoke(&R::debugDescription, response)),
+        debugDescription(detail::read(&R::debugDescription, response)),
         body(std::move(bodyOfResponse)) {}
+
+  HTTPResponse(const HTTPResponse& other);
+  HTTPResponse(HTTPResponse&& other) noexcept;
+  HTTPResponse& operator=(const HTTPResponse& other);
+  HTTPResponse& operator=(HTTPResponse&& other) noexcept;
+  ~HTTPResponse();
 
   /// The body of a request whose body type is made of bytes; `data` is the bytes received.
   const Body& bodyData() const
@@ -40,5 +46,19 @@ struct HTTPResponse : ResponseRecord {
   std::string debugDescription;
   Body body;
 };
+
+// Out of the class, so that the commonest kind is compiled once, in the library.
+template <class Body>
+HTTPResponse<Body>::HTTPResponse(const HTTPResponse&) = default;
+template <class Body>
+HTTPResponse<Body>::HTTPResponse(HTTPResponse&&) noexcept = default;
+template <class Body>
+HTTPResponse<Body>& HTTPResponse<Body>::operator=(const HTTPResponse&) = default;
+template <class Body>
+HTTPResponse<Body>& HTTPResponse<Body>::operator=(HTTPResponse&&) noexcept = default;
+template <class Body>
+HTTPResponse<Body>::~HTTPResponse() = default;
+
+extern template struct HTTPResponse<platform::Data>;
 
 }  // namespace corvane
