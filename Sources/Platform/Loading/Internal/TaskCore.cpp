@@ -1,6 +1,8 @@
 #include "Platform/Loading/Internal/TaskCore.hpp"
 
+#include <string_view>
 #include <utility>
+#include <vector>
 
 #include "Platform/Loading/Internal/FileLoad.hpp"
 #include "Platform/Loading/Internal/RedirectPolicy.hpp"
@@ -90,7 +92,10 @@ void TaskCore::loadFile() {
 }
 
 bool TaskCore::wantsBody(const std::shared_ptr<const HTTPURLResponse>& response) {
-  const std::optional<std::string> location = response->value("Location");
+  // Of several Location fields the first counts: joined with a comma they would name a place nobody meant.
+  const std::vector<std::string> locations = response->allHeaderFields().values("Location");
+  std::optional<std::string_view> location;
+  if (!locations.empty()) location = locations.front();
   RedirectDecision decision = decideRedirect(requestToSend(), response->statusCode(), location, redirects_);
   if (auto* next = std::get_if<URLRequest>(&decision)) nextRequest_ = std::move(*next);
   if (auto* failure = std::get_if<LoadFailure>(&decision)) {
