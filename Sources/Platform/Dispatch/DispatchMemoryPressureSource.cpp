@@ -19,6 +19,7 @@ class DispatchMemoryPressureSource::State : public std::enable_shared_from_this<
   static void notifyAll(MemoryPressure pressure);
 
  private:
+  class Registry;
   using Handler = std::shared_ptr<UniqueFunction<void(MemoryPressure)>>;
 
   void send(MemoryPressure pressure);
@@ -32,32 +33,25 @@ class DispatchMemoryPressureSource::State : public std::enable_shared_from_this<
   bool isCancelled_ = false;
 };
 
-namespace {
-
-constexpr std::chrono::seconds calm{10};
-
-template <class State>
-struct Registry {
-  std::mutex mutex;
-  std::vector<std::weak_ptr<State>> sources;
-  bool isWatching = false;
-
+/// All sources that were activated.
+class DispatchMemoryPressureSource::State::Registry {
+ public:
   static Registry& shared() {
     static auto& registry = *new Registry;
     return registry;
   }
 
   void add(std::weak_ptr<State> source) {
-    const std::lock_guard lock(mutex);
-    std::erase_if(sources, [](const auto& known) { return known.expired(); });
-    sources.push_back(std::move(source));
-    if (!std::exchange(isWatching, true)) watchKernel();
+    const std::lock_guard lock(mutex_);
+    std::erase_if(sources_, [](const auto& known) { return known.expired(); });
+    sources_.push_back(std::move(source));
+    if (!std::exchange(isWatching_, true)) watchKernel();
   }
 
   std::vector<std::shared_ptr<State>> living() {
     std::vector<std::shared_ptr<State>> found;
-    const std::lock_guard lock(mutex);
-    for (const auto& source : sources) {
+    const std::lock_guard lock(mutex_);
+    for (const auto& source : sources_) {
       if (auto living = source.lock()) found.push_back(std::move(living));
     }
     return found;
@@ -66,14 +60,18 @@ struct Registry {
  private:
   /// Without triggers, or without a thread, only the host's own notifications are left, as documented.
   static void watchKernel() {
+    constexpr std::chrono::seconds calm{10};
     const auto triggers = detail::PressureTriggers::open();
     if (triggers.isEmpty()) return;
-    static_cast<void>(detail::startThread("corvane-memory",
-                                          [triggers] { detail::watchPressure(triggers, calm, &State::notifyAll); }));
+    const bool started =
+        detail::startThread("corvane-memory", [triggers] { detail::watchPressure(triggers, calm, &State::notifyAll); });
+    if (!started) triggers.close();
   }
-};
 
-}  // namespace
+  std::mutex mutex_;
+  std::vector<std::weak_ptr<State>> sources_;
+  bool isWatching_ = false;
+};
 
 void DispatchMemoryPressureSource::State::setEventHandler(UniqueFunction<void(MemoryPressure)> function) {
   auto handler = std::make_shared<UniqueFunction<void(MemoryPressure)>>(std::move(function));
@@ -86,7 +84,7 @@ void DispatchMemoryPressureSource::State::activate() {
     const std::lock_guard lock(mutex_);
     if (isCancelled_ || std::exchange(isActive_, true)) return;
   }
-  Registry<State>::shared().add(weak_from_this());
+  Registry::shared().add(weak_from_this());
 }
 
 void DispatchMemoryPressureSource::State::cancel() {
@@ -97,7 +95,7 @@ void DispatchMemoryPressureSource::State::cancel() {
 }
 
 void DispatchMemoryPressureSource::State::notifyAll(MemoryPressure pressure) {
-  for (const auto& source : Registry<State>::shared().living()) source->send(pressure);
+  for (const auto& source : Registry::shared().living()) source->send(pressure);
 }
 
 void DispatchMemoryPressureSource::State::send(MemoryPressure pressure) {

@@ -48,6 +48,12 @@ PressureTriggers PressureTriggers::open() {
   return triggers;
 }
 
+void PressureTriggers::close() const {
+  for (const int descriptor : {warning, critical}) {
+    if (descriptor >= 0) ::close(descriptor);
+  }
+}
+
 void watchPressure(PressureTriggers triggers, std::chrono::milliseconds calm,
                    UniqueFunction<void(MemoryPressure)> report) {
   std::array<pollfd, 2> polled{pollfd{triggers.critical, POLLPRI, 0}, pollfd{triggers.warning, POLLPRI, 0}};

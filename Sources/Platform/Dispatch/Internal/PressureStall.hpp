@@ -16,6 +16,7 @@ struct PressureTriggers {
   bool isEmpty() const { return warning < 0 && critical < 0; }
   /// Asks the kernel; empty when it has no pressure-stall information for this process.
   static PressureTriggers open();
+  void close() const;
 };
 
 /// Reports what the triggers tell, on the calling thread, until none of them can tell more. Once pressure
