@@ -58,9 +58,10 @@ class DispatchMemoryPressureSource::State::Registry {
   }
 
  private:
+  static constexpr std::chrono::seconds calm{10};
+
   /// Without triggers, or without a thread, only the host's own notifications are left, as documented.
   static void watchKernel() {
-    constexpr std::chrono::seconds calm{10};
     const auto triggers = detail::PressureTriggers::open();
     if (triggers.isEmpty()) return;
     const bool started =

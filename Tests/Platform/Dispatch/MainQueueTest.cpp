@@ -110,20 +110,26 @@ TEST_F(MainQueueTest, tellsWhenTheTimeOutPassedFirst) {
 
 TEST_F(MainQueueTest, staysSerialWhenSeveralThreadsDrainIt) {
   constexpr int count = 2000;
-  int unguarded = 0;
-  const auto finished = [&] { return unguarded == count; };
-  std::jthread other([&] {
-    for (int number = 0; number < count; ++number) main.async([&] { ++unguarded; });
+  int unguardedCount = 0;
+  const DispatchSemaphore returned(0);
+  std::jthread submitter([&] {
+    for (int number = 0; number < count; ++number) main.async([&] { ++unguardedCount; });
     main.sync([] {});
+    main.stop();
+    EXPECT_TRUE(returned.wait(longEnough));
     main.stop();
   });
 
-  std::jthread second([&] { main.run(); });
-  const bool ended = main.runUntil([&] { return main.isCurrent() || second.get_id() == std::thread::id(); }, 0.05);
+  std::jthread second([&] {
+    main.run();
+    returned.signal();
+  });
+  main.run();
+  returned.signal();
   second.join();
+  submitter.join();
 
-  EXPECT_FALSE(ended);
-  EXPECT_TRUE(finished());
+  EXPECT_EQ(unguardedCount, count);
 }
 
 TEST_F(MainQueueTest, runsSyncOnTheDrainingThread) {
