@@ -6,6 +6,7 @@
 
 #include "Platform/Dispatch/DispatchQueue.hpp"
 #include "Platform/Dispatch/DispatchSemaphore.hpp"
+#include "ThreadedDeathTest.hpp"
 
 namespace platform {
 namespace {
@@ -106,7 +107,9 @@ TEST(DispatchQueueSyncTest, runsInlineOnTheGlobalQueueEvenWhenNested) {
   EXPECT_EQ(thread, std::this_thread::get_id());
 }
 
-TEST(DispatchQueueSyncDeathTest, trapsInsideOneOfItsOwnBlocks) {
+using DispatchQueueSyncDeathTest = ThreadedDeathTest;
+
+TEST_F(DispatchQueueSyncDeathTest, trapsInsideOneOfItsOwnBlocks) {
   const auto fail = [] {
     const DispatchQueue queue("selfish");
     queue.async([queue] { queue.sync([] {}); });
@@ -116,14 +119,14 @@ TEST(DispatchQueueSyncDeathTest, trapsInsideOneOfItsOwnBlocks) {
   EXPECT_DEATH(fail(), "sync was called on the queue \"selfish\" from inside one of its own blocks");
 }
 
-TEST(DispatchQueueSyncDeathTest, trapsAtAnyDepthOfNestedCalls) {
+TEST_F(DispatchQueueSyncDeathTest, trapsAtAnyDepthOfNestedCalls) {
   const DispatchQueue first("first");
   const DispatchQueue second("second");
 
   EXPECT_DEATH(first.sync([&] { second.sync([&] { first.sync([] {}); }); }), "the queue \"first\" from inside");
 }
 
-TEST(DispatchQueueSyncDeathTest, trapsInsideABlockOfTheMainQueue) {
+TEST_F(DispatchQueueSyncDeathTest, trapsInsideABlockOfTheMainQueue) {
   const auto fail = [] {
     DispatchQueue::main().async([] { DispatchQueue::main().sync([] {}); });
     DispatchQueue::main().runOnce();

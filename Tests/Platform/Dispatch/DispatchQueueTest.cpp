@@ -11,6 +11,7 @@
 
 #include "Platform/Dispatch/DispatchGroup.hpp"
 #include "Platform/Dispatch/DispatchSemaphore.hpp"
+#include "ThreadedDeathTest.hpp"
 
 namespace platform {
 namespace {
@@ -251,7 +252,9 @@ TEST(DispatchQueueTest, letsManyBusyQueuesTakeTurns) {
   EXPECT_TRUE(group.wait(longEnough));
 }
 
-TEST(DispatchQueueDeathTest, endsTheProcessWhenAnExceptionEscapesABlock) {
+using DispatchQueueDeathTest = ThreadedDeathTest;
+
+TEST_F(DispatchQueueDeathTest, endsTheProcessWhenAnExceptionEscapesABlock) {
   const auto fail = [] {
     const DispatchQueue queue("careless");
     queue.async([] { throw std::runtime_error("no such luck"); });
@@ -261,7 +264,7 @@ TEST(DispatchQueueDeathTest, endsTheProcessWhenAnExceptionEscapesABlock) {
   EXPECT_DEATH(fail(), "An exception escaped a block of the queue \"careless\": no such luck");
 }
 
-TEST(DispatchQueueDeathTest, keepsTheMainQueuesDrainToTheMainQueue) {
+TEST_F(DispatchQueueDeathTest, keepsTheMainQueuesDrainToTheMainQueue) {
   EXPECT_DEATH(DispatchQueue("other").run(), "run is for the main queue only, but was called on the queue \"other\"");
 }
 

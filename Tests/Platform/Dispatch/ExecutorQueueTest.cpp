@@ -6,14 +6,11 @@
 #include <thread>
 
 #include "Platform/Dispatch/DispatchQueue.hpp"
-#include "Platform/Dispatch/DispatchSemaphore.hpp"
 
 namespace platform {
 namespace {
 
 using testing::ElementsAre;
-
-constexpr Seconds longEnough = 20;
 
 /// Keeps the drains until the test calls them.
 struct HeldExecutor {

@@ -8,6 +8,7 @@
 #include "Platform/Dispatch/DispatchQueue.hpp"
 #include "Platform/Dispatch/DispatchSemaphore.hpp"
 #include "Platform/Dispatch/Internal/ManualClock.hpp"
+#include "ThreadedDeathTest.hpp"
 
 namespace platform {
 namespace {
@@ -197,11 +198,8 @@ TEST(MainQueueDeathTest, trapsWhenItIsRunInsideItsOwnBlock) {
 }
 
 // The hint comes once in the life of a process, so each look at it has a process of its own.
-class UndrainedMainQueueDeathTest : public testing::Test {
+class UndrainedMainQueueDeathTest : public ThreadedDeathTest {
  protected:
-  void SetUp() override { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
-  void TearDown() override { GTEST_FLAG_SET(death_test_style, "fast"); }
-
   static void leaveWorkFor(Seconds interval, bool drains) {
     detail::ManualClock clock;
     DispatchQueue::main().async([] {});
