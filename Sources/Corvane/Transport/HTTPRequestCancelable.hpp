@@ -34,7 +34,7 @@ struct HTTPRequestCancelable {
   void cancel() const { TaskManager::shared().cancelTask(detail::read(&Self::uuid, static_cast<const Self&>(*this))); }
 };
 
-/// A request that has taken part in cancellation.
+/// A request type that takes part in cancellation.
 template <class T>
 concept Cancelable = std::derived_from<T, HTTPRequestCancelable<T>>;
 
