@@ -2,6 +2,7 @@
 
 #include <pthread.h>
 
+#include <chrono>
 #include <csignal>
 #include <memory>
 
@@ -15,7 +16,7 @@ struct Start {
 
 void* enter(void* argument) noexcept {
   const std::unique_ptr<Start> start(static_cast<Start*>(argument));
-  start->name.apply();
+  ::pthread_setname_np(::pthread_self(), start->name.text());
   start->body();
   return nullptr;
 }
@@ -37,8 +38,14 @@ ThreadName::ThreadName(std::string_view label) {
 }
 
 void ThreadName::apply() const {
+  using SteadyClock = std::chrono::steady_clock;
+  constexpr std::chrono::milliseconds shortestTime{1};
   thread_local std::array<char, 16> applied{};
+  thread_local SteadyClock::time_point changed{};
   if (applied == text_) return;
+  const auto now = SteadyClock::now();
+  if (now - changed < shortestTime) return;
+  changed = now;
   applied = text_;
   ::pthread_setname_np(::pthread_self(), text_.data());
 }

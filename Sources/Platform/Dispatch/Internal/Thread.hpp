@@ -13,8 +13,10 @@ class ThreadName {
  public:
   explicit ThreadName(std::string_view label);
 
-  /// Names the calling thread; costs a system call only when the thread has another name.
+  /// Names the calling thread, unless it got another name less than a millisecond ago: a worker that hurries
+  /// from queue to queue shows one of them, since a system call for each would cost more than its blocks.
   void apply() const;
+  const char* text() const { return text_.data(); }
 
  private:
   std::array<char, 16> text_{};
