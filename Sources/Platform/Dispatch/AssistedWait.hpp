@@ -24,7 +24,7 @@ class CORVANE_API Driver {
   /// thread drives already (this one included) or there is nothing to drive. Must run, before it blocks
   /// again, the work that its own progress put on queues (see `LocalWork`).
   virtual bool drive(AssistedWait& wait, Seconds limit) = 0;
-  /// Makes a `drive` under way look at its wait again. Any thread.
+  /// Makes a `drive` under way look at its wait again, also one that is only about to block. Any thread.
   virtual void interrupt() = 0;
 
   /// The process's driver; null until there is one. Set once, never destroyed.
