@@ -33,7 +33,7 @@ class DispatchTimer::State : public std::enable_shared_from_this<State> {
 
   void arm();
   void disarm();
-  void tick(std::uint64_t round);
+  void tick(std::uint64_t arming);
   void deliver();
   void sendDelivery(Lock& lock);
 
@@ -46,8 +46,8 @@ class DispatchTimer::State : public std::enable_shared_from_this<State> {
   Clock::Instant due_{};
   std::chrono::nanoseconds interval_{};
   std::chrono::nanoseconds leeway_{};
-  // Counts the schedules; a tick of an earlier one is void.
-  std::uint64_t round_ = 0;
+  // Grows whenever the clock's action is set or withdrawn: the clock may be calling an earlier one already.
+  std::uint64_t arming_ = 0;
   bool isScheduled_ = false;
   bool isSuspended_ = true;
   bool isCancelled_ = false;
@@ -73,7 +73,6 @@ void DispatchTimer::State::schedule(Seconds delay, std::optional<Seconds> repeat
   const Lock lock(mutex_);
   if (isCancelled_) return;
   disarm();
-  ++round_;
   isTickOpen_ = false;
   clock_ = Clock::current();
   due_ = clock_->now() + Clock::nanoseconds(delay);
@@ -115,18 +114,19 @@ bool DispatchTimer::State::isCancelled() const {
 }
 
 void DispatchTimer::State::arm() {
-  key_ = clock_->schedule(due_, leeway_, [weak = weak_from_this(), round = round_] {
-    if (const auto self = weak.lock()) self->tick(round);
+  key_ = clock_->schedule(due_, leeway_, [weak = weak_from_this(), arming = ++arming_] {
+    if (const auto self = weak.lock()) self->tick(arming);
   });
 }
 
 void DispatchTimer::State::disarm() {
+  ++arming_;
   if (isScheduled_ && clock_) clock_->cancel(key_);
 }
 
-void DispatchTimer::State::tick(std::uint64_t round) {
+void DispatchTimer::State::tick(std::uint64_t arming) {
   Lock lock(mutex_);
-  if (isCancelled_ || isSuspended_ || round != round_) return;
+  if (arming != arming_) return;
   isScheduled_ = interval_ != std::chrono::nanoseconds(0);
   if (isScheduled_) {
     const auto late = clock_->now() - due_;

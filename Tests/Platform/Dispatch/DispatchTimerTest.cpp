@@ -191,6 +191,44 @@ TEST_F(DispatchTimerTest, takesAnIntervalOfNothingForAMillisecond) {
   EXPECT_EQ(ticksAfter(0.0001), 2);
 }
 
+/// A clock that always comes too late to withdraw an action, as when it is calling it just then.
+class HastyClock final : public detail::Clock {
+ public:
+  Instant now() const override { return {}; }
+  Key schedule(Instant due, std::chrono::nanoseconds, Block action) override {
+    actions.push_back(std::move(action));
+    return {due, actions.size()};
+  }
+  void cancel(const Key&) override {}
+
+  std::vector<Block> actions;
+};
+
+TEST(DispatchTimerRaceTest, ignoresATickThatWasWithdrawnWhileTheClockCalledIt) {
+  const auto clock = std::make_shared<HastyClock>();
+  detail::Clock::install(clock);
+  const DispatchQueue queue("timers");
+  const DispatchTimer timer(queue);
+  int ticks = 0;
+  timer.setEventHandler([&] { ++ticks; });
+  timer.schedule(1, 1);
+  timer.resume();
+  timer.suspend();
+  timer.resume();
+  const auto scheduled = clock->actions.size();
+
+  Block(std::move(clock->actions[0]))();
+  const auto scheduledAfterTheWithdrawnOne = clock->actions.size();
+  Block(std::move(clock->actions[1]))();
+  queue.sync([] {});
+  detail::Clock::install(nullptr);
+
+  EXPECT_EQ(scheduled, 2U);
+  EXPECT_EQ(scheduledAfterTheWithdrawnOne, 2U);
+  EXPECT_EQ(clock->actions.size(), 3U);
+  EXPECT_EQ(ticks, 1);
+}
+
 TEST(AsyncAfterTest, runsBlocksWhenTheyAreDueInTheOrderOfTheirTimes) {
   detail::ManualClock clock;
   const DispatchQueue queue("delayed");
