@@ -91,7 +91,10 @@ check_shared_library() {
   local library=$work/shared/prefix/lib/libcorvane.so
   say "the shared library is versioned and shows only what is its own"
   [ -L "$library" ] || { echo "$library should be a link to its version"; exit 1; }
-  objdump -p "$library" | grep -q 'SONAME *libcorvane\.so\.[0-9]' || { echo "$library has no versioned SONAME"; exit 1; }
+  # Read to its end first: a grep that leaves early would kill objdump by SIGPIPE, and pipefail call that a failure.
+  local headers
+  headers=$(objdump -p "$library")
+  grep -q 'SONAME *libcorvane\.so\.[0-9]' <<<"$headers" || { echo "$library has no versioned SONAME"; exit 1; }
   if nm -DC --defined-only "$library" | grep -E ' [TBD] ' |
     grep -vE ' (platform|velisand|vantorel|corvane)::| (typeinfo|vtable|VTT|guard variable|non-virtual thunk|virtual thunk)'; then
     echo "these symbols should be hidden"
