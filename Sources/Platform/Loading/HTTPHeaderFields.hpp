@@ -8,11 +8,13 @@
 #include <vector>
 
 #include "Platform/Export.hpp"
+#include "Platform/Foundation/CopyOnWrite.hpp"
 
 namespace platform {
 
 /// Header fields in the order in which they were first added (RFC 9110, 5). Names are looked up without
 /// regard to case and keep the spelling they were last set with; a repeated field keeps all its values.
+/// A value that costs nothing to copy: copies share the fields until one of them is changed.
 class CORVANE_API HTTPHeaderFields {
  public:
   using Field = std::pair<std::string, std::string>;
@@ -35,10 +37,10 @@ class CORVANE_API HTTPHeaderFields {
   /// Takes every field of `other` with `set`.
   void merge(const HTTPHeaderFields& other);
 
-  std::size_t count() const { return fields_.size(); }
-  bool isEmpty() const { return fields_.empty(); }
-  const_iterator begin() const { return fields_.begin(); }
-  const_iterator end() const { return fields_.end(); }
+  std::size_t count() const { return fields().size(); }
+  bool isEmpty() const { return fields().empty(); }
+  const_iterator begin() const { return fields().begin(); }
+  const_iterator end() const { return fields().end(); }
 
   /// Empty when name and value may be sent; otherwise a sentence that names the field and what is wrong: a
   /// name that is not a token (RFC 9110, 5.6.2) or is empty, a value with a line break, a NUL or another
@@ -49,7 +51,13 @@ class CORVANE_API HTTPHeaderFields {
   friend CORVANE_API bool operator==(const HTTPHeaderFields& left, const HTTPHeaderFields& right);
 
  private:
-  std::vector<Field> fields_;
+  using Fields = std::vector<Field>;
+
+  const Fields& fields() const { return fields_.get() ? *fields_.get() : none_; }
+  Fields& own();
+
+  static const Fields none_;
+  CopyOnWrite<Fields> fields_;
 };
 
 }  // namespace platform

@@ -1,5 +1,7 @@
 #include "Platform/Loading/URLResponse.hpp"
 
+#include <algorithm>
+
 #include "Platform/Loading/Internal/ContentLength.hpp"
 #include "Platform/Loading/Internal/HTTPText.hpp"
 #include "Platform/Loading/Internal/SuggestedFilename.hpp"
@@ -25,17 +27,6 @@ std::optional<detail::ParameterizedValue> contentType(const HTTPHeaderFields& fi
   return result;
 }
 
-std::optional<std::string> mimeTypeOf(const HTTPHeaderFields& fields) {
-  const auto type = contentType(fields);
-  return type ? std::optional(detail::lowercased(type->value)) : std::nullopt;
-}
-
-std::optional<std::string> charsetOf(const HTTPHeaderFields& fields) {
-  const auto type = contentType(fields);
-  const std::string* charset = type ? type->parameter("charset") : nullptr;
-  return charset && !charset->empty() ? std::optional(detail::lowercased(*charset)) : std::nullopt;
-}
-
 std::int64_t lengthOf(const HTTPHeaderFields& fields) {
   const auto length = detail::ContentLength::of(fields);
   return length.kind == detail::ContentLength::Kind::known ? length.bytes : URLResponse::unknownLength;
@@ -50,19 +41,31 @@ URLResponse::URLResponse(URL url, std::optional<std::string> mimeType, std::int6
       expectedContentLength_(expectedContentLength),
       textEncodingName_(std::move(textEncodingName)) {}
 
+URLResponse::URLResponse(URL url, const HTTPHeaderFields& fields)
+    : url_(std::move(url)), expectedContentLength_(lengthOf(fields)) {
+  const auto type = contentType(fields);
+  if (!type) return;
+  mimeType_ = detail::lowercased(type->value);
+  const std::string* charset = type->parameter("charset");
+  if (charset && !charset->empty()) textEncodingName_ = detail::lowercased(*charset);
+}
+
 URLResponse::~URLResponse() = default;
 
 std::string URLResponse::suggestedFilename() const { return detail::suggestedFilename({}, url_, mimeType_); }
 
 HTTPURLResponse::HTTPURLResponse(URL url, int statusCode, std::string httpVersion, HTTPHeaderFields headerFields)
-    : URLResponse(std::move(url), mimeTypeOf(headerFields), lengthOf(headerFields), charsetOf(headerFields)),
+    : URLResponse(std::move(url), headerFields),
       statusCode_(statusCode),
       httpVersion_(std::move(httpVersion)),
       headerFields_(std::move(headerFields)) {}
 
 std::string HTTPURLResponse::suggestedFilename() const {
-  const auto dispositions = headerFields_.values("Content-Disposition");
-  return detail::suggestedFilename(dispositions.empty() ? std::string_view() : dispositions.front(), url(), mimeType());
+  const auto disposition = std::find_if(headerFields_.begin(), headerFields_.end(), [](const auto& field) {
+    return detail::equalsIgnoringCase(field.first, "Content-Disposition");
+  });
+  return detail::suggestedFilename(disposition == headerFields_.end() ? std::string_view() : disposition->second, url(),
+                                   mimeType());
 }
 
 }  // namespace platform

@@ -34,6 +34,10 @@ class CORVANE_API URLResponse {
   /// URL's path, else its host, else "Unknown"; without an extension, one is added for a known MIME type only.
   virtual std::string suggestedFilename() const;
 
+ protected:
+  /// Reads the rest from the header fields.
+  URLResponse(URL url, const HTTPHeaderFields& fields);
+
  private:
   URL url_;
   std::optional<std::string> mimeType_;

@@ -41,9 +41,17 @@ class AdmissionQueueTest : public testing::Test {
     return started;
   }
 
+  /// Passes time in which the loop sleeps; whether the limit grew.
+  bool sleep(LoopTime duration = 2 * oneMillisecond) {
+    now_ += duration;
+    return queue.loopSlept(now_, duration);
+  }
+  void work(LoopTime duration) { now_ += duration; }
+
   AdmissionQueue queue{1000};
 
  private:
+  LoopTime now_ = 0;
   std::deque<Transfer> transfers_;
 };
 
@@ -86,7 +94,7 @@ TEST_F(AdmissionQueueTest, neverExceedsAHostsMaximum) {
 
   const auto started = startAll();
   EXPECT_EQ(started.size(), 3U);
-  EXPECT_FALSE(queue.loopWasIdle()) << "it is not the limit that holds things up";
+  EXPECT_FALSE(sleep()) << "it is not the limit that holds things up";
   EXPECT_EQ(next(), nullptr);
 
   queue.finished(*started[1]);
@@ -108,10 +116,8 @@ TEST_F(AdmissionQueueTest, hostsTakeTurns) {
   enqueue("a", 200, 0);
   startAll();
   enqueue("b", 2, 0);
-  const auto started = [&] {
-    queue.loopWasIdle();
-    return startAll();
-  }();
+  sleep();
+  const auto started = startAll();
 
   ASSERT_GE(started.size(), 4U);
   EXPECT_EQ(started[0]->host, "a");
@@ -120,14 +126,14 @@ TEST_F(AdmissionQueueTest, hostsTakeTurns) {
   EXPECT_EQ(started[3]->host, "b");
 }
 
-TEST_F(AdmissionQueueTest, growsByHalfWhileTheLoopIsIdleAndTransfersWait) {
+TEST_F(AdmissionQueueTest, growsByHalfWhileTheLoopSleepsAndTransfersWait) {
   enqueue("a", 1200, 0);
 
   std::vector<std::size_t> limits;
   do {
     startAll();
     limits.push_back(queue.limit());
-  } while (queue.loopWasIdle());
+  } while (sleep());
 
   EXPECT_THAT(limits, testing::ElementsAre(64, 96, 144, 216, 324, 486, 729, 1000));
   EXPECT_EQ(queue.active(), 1000U);
@@ -137,32 +143,73 @@ TEST_F(AdmissionQueueTest, doesNotGrowWhenNothingWaits) {
   enqueue("a", 64, 0);
   startAll();
 
-  EXPECT_FALSE(queue.loopWasIdle());
+  EXPECT_FALSE(sleep());
   EXPECT_EQ(queue.limit(), 64U);
 }
 
 TEST_F(AdmissionQueueTest, doesNotGrowWhileTheLimitIsNotUsedUp) {
   enqueue("a", 10, 0);
 
-  EXPECT_FALSE(queue.loopWasIdle());
+  EXPECT_FALSE(sleep());
   EXPECT_EQ(queue.limit(), 64U);
 }
 
-TEST_F(AdmissionQueueTest, fallsBackAsTheQueueRunsDry) {
+TEST_F(AdmissionQueueTest, doesNotGrowWhileTheLoopMostlyWorks) {
+  enqueue("a", 100, 0);
+  startAll();
+
+  for (int i = 0; i < 20; ++i) {
+    work(oneMillisecond);
+    EXPECT_FALSE(sleep(oneMillisecond / 2));
+  }
+
+  EXPECT_EQ(queue.limit(), 64U);
+}
+
+TEST_F(AdmissionQueueTest, addsUpShortSleeps) {
+  enqueue("a", 100, 0);
+  startAll();
+
+  int sleeps = 1;
+  for (; !sleep(oneMillisecond / 10) && sleeps < 100; ++sleeps) work(oneMillisecond / 20);
+
+  EXPECT_NEAR(sleeps, 14, 1) << "2 ms hold so many sleeps and the work between them";
+}
+
+TEST_F(AdmissionQueueTest, fallsBackASecondAfterItWasUsedLast) {
+  constexpr LoopTime second = 1000 * oneMillisecond;
   enqueue("a", 300, 0);
   auto started = startAll();
-  while (queue.loopWasIdle()) {
+  while (sleep()) {
     const auto more = startAll();
     started.insert(started.end(), more.begin(), more.end());
   }
   ASSERT_EQ(started.size(), 300U);
   ASSERT_EQ(queue.limit(), 324U);
 
-  for (std::size_t i = 0; i < 138; ++i) queue.finished(*started[i]);
-  EXPECT_EQ(queue.limit(), 324U) << "half of it is still used";
-  for (std::size_t i = 138; i < 300; ++i) queue.finished(*started[i]);
+  for (Transfer* transfer : started) queue.finished(*transfer);
+  EXPECT_EQ(queue.limit(), 324U) << "a lull between two bursts is no reason";
+  sleep(second);
+  EXPECT_EQ(queue.limit(), 324U) << "it was used in this second";
+  sleep(second);
 
   EXPECT_EQ(queue.limit(), 64U);
+}
+
+TEST_F(AdmissionQueueTest, fallsBackToTwiceWhatIsUsed) {
+  constexpr LoopTime second = 1000 * oneMillisecond;
+  enqueue("a", 300, 0);
+  auto started = startAll();
+  while (sleep()) {
+    const auto more = startAll();
+    started.insert(started.end(), more.begin(), more.end());
+  }
+  for (std::size_t i = 0; i < 200; ++i) queue.finished(*started[i]);
+
+  sleep(second);
+  sleep(second);
+
+  EXPECT_EQ(queue.limit(), 200U);
 }
 
 TEST_F(AdmissionQueueTest, cancelTakesOutWhatWaitsAndNothingElse) {
@@ -260,6 +307,7 @@ TEST(AdmissionQueueDeathTest, trapsWhenAWaitingTransferIsDestroyed) {
 TEST(AdmissionQueueRandomTest, keepsEveryLimitWhateverHappens) {
   std::mt19937 random(7);
   AdmissionQueue queue(150);
+  LoopTime now = 0;
   std::deque<Transfer> transfers;
   for (int i = 0; i < 400; ++i) transfers.emplace_back("host" + std::to_string(i % 9));
   std::map<std::string, std::size_t> activeOfHost;
@@ -277,7 +325,7 @@ TEST(AdmissionQueueRandomTest, keepsEveryLimitWhateverHappens) {
     } else {
       queue.enqueue(transfer.host, transfer, maximumOf(transfer));
     }
-    if (random() % 50 == 0) queue.loopWasIdle();
+    if (random() % 50 == 0) queue.loopSlept(now += 2 * oneMillisecond, 2 * oneMillisecond);
     while (auto* started = static_cast<Transfer*>(queue.next())) {
       ++activeOfHost[started->host];
       ASSERT_TRUE(started->isActive());
@@ -297,7 +345,6 @@ TEST(AdmissionQueueRandomTest, keepsEveryLimitWhateverHappens) {
     if (transfer.isActive()) queue.finished(transfer);
   }
   EXPECT_EQ(queue.waiting() + queue.active(), 0U);
-  EXPECT_EQ(queue.limit(), 64U);
 }
 
 }  // namespace

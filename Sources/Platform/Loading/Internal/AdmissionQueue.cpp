@@ -23,6 +23,9 @@ namespace {
 
 // Below this many, hosts that are not in use stay in the table: finding one is cheaper than making it.
 constexpr std::size_t rememberedHosts = 64;
+/// Long enough that a burst of answers does not count as work without end, short beside any network.
+constexpr LoopTime countedSpan = 2 * oneMillisecond;
+constexpr LoopTime lookInterval = 1000 * oneMillisecond;
 
 }  // namespace
 
@@ -55,7 +58,7 @@ AdmissionEntry* AdmissionQueue::next() {
   AdmissionEntry& entry = *host.waiting.takeFirst();
   entry.state_ = AdmissionEntry::State::active;
   ++host.active;
-  ++active_;
+  peak_ = std::max(peak_, ++active_);
   --waiting_;
   refreshReadiness(host);
   return &entry;
@@ -67,7 +70,6 @@ void AdmissionQueue::finished(AdmissionEntry& entry) {
   entry.state_ = AdmissionEntry::State::outside;
   --host.active;
   --active_;
-  lowerLimitIfUnused();
   refreshReadiness(host);
   forgetIfUnused(host);
 }
@@ -78,16 +80,26 @@ bool AdmissionQueue::cancel(AdmissionEntry& entry) {
   host.waiting.remove(entry);
   entry.state_ = AdmissionEntry::State::outside;
   --waiting_;
-  lowerLimitIfUnused();
   refreshReadiness(host);
   forgetIfUnused(host);
   return true;
 }
 
-bool AdmissionQueue::loopWasIdle() {
-  if (ready_.isEmpty() || active_ < limit_ || limit_ == cap_) return false;
-  limit_ = std::min(cap_, limit_ + std::max<std::size_t>(limit_ / 2, 1));
-  return true;
+bool AdmissionQueue::loopSlept(LoopTime now, LoopTime duration) {
+  lowerLimitIfUnused(now);
+  if (!isHeldBack()) {
+    countedSince_ = now;
+    slept_ = 0;
+    return false;
+  }
+  slept_ += duration;
+  const LoopTime counted = now - countedSince_;
+  if (counted < countedSpan) return false;
+  const bool mostlySlept = slept_ > counted / 2;
+  countedSince_ = now;
+  slept_ = 0;
+  if (mostlySlept) limit_ = std::min(cap_, limit_ + std::max<std::size_t>(limit_ / 2, 1));
+  return mostlySlept;
 }
 
 std::size_t AdmissionQueue::capForDescriptors(std::size_t descriptors) {
@@ -120,8 +132,11 @@ void AdmissionQueue::refreshReadiness(AdmissionHost& host) {
   }
 }
 
-void AdmissionQueue::lowerLimitIfUnused() {
-  if (waiting_ == 0 && active_ < limit_ / 2) limit_ = std::max(active_ * 2, std::min(initialLimit, cap_));
+void AdmissionQueue::lowerLimitIfUnused(LoopTime now) {
+  if (now - lastLook_ < lookInterval) return;
+  lastLook_ = now;
+  limit_ = std::min(limit_, std::max(peak_ * 2, std::min(initialLimit, cap_)));
+  peak_ = active_;
 }
 
 void AdmissionQueue::forgetIfUnused(AdmissionHost& host) {

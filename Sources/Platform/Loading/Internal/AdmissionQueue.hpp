@@ -8,6 +8,7 @@
 #include <unordered_map>
 
 #include "Platform/Loading/Internal/IntrusiveList.hpp"
+#include "Platform/Loading/Internal/LoopClock.hpp"
 
 namespace platform::detail {
 
@@ -62,10 +63,10 @@ class AdmissionQueue {
   /// Takes a waiting entry out; false when it does not wait.
   bool cancel(AdmissionEntry& entry);
 
-  /// To be called when the loop had nothing to do. If entries wait because of the limit, more transfers
-  /// cost nothing: it grows by half, and the result is true. It falls again as transfers finish with none
-  /// waiting and less than half of it used: to twice what is used, not below `initialLimit`.
-  bool loopWasIdle();
+  /// The loop slept that long, until `now`. While entries wait because of the limit and the loop sleeps for
+  /// most of the time, more transfers cost nothing: the limit grows by half every two milliseconds. Once a
+  /// second it falls to twice what was used at most since, not below `initialLimit`. Returns whether it grew.
+  bool loopSlept(LoopTime now, LoopTime duration);
 
   std::size_t limit() const { return limit_; }
   std::size_t waiting() const { return waiting_; }
@@ -85,13 +86,20 @@ class AdmissionQueue {
 
   AdmissionHost& hostNamed(std::string_view name);
   void refreshReadiness(AdmissionHost& host);
-  void lowerLimitIfUnused();
+  bool isHeldBack() const { return !ready_.isEmpty() && active_ >= limit_ && limit_ < cap_; }
+  void lowerLimitIfUnused(LoopTime now);
   void forgetIfUnused(AdmissionHost& host);
 
   const std::size_t cap_;
   std::size_t limit_;
   std::size_t waiting_ = 0;
   std::size_t active_ = 0;
+  // The most that was active at a time since the limit was looked at last.
+  std::size_t peak_ = 0;
+  LoopTime lastLook_ = 0;
+  // How much of the time the loop slept, counted while the limit holds something back.
+  LoopTime countedSince_ = 0;
+  LoopTime slept_ = 0;
   std::unordered_map<std::string, std::unique_ptr<AdmissionHost>, Hash, std::equal_to<>> hosts_;
   // Hosts that have something waiting and are below their maximum, in turn.
   IntrusiveList<AdmissionHost> ready_;

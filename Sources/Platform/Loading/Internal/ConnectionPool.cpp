@@ -311,6 +311,10 @@ LoopTime ConnectionPool::nextTick() {
   return next;
 }
 
+void ConnectionPool::slept(LoopTime duration) {
+  if (admission_.loopSlept(loop_.now(), duration)) admit();
+}
+
 void ConnectionPool::tick(LoopTime now) {
   if (timerDue_ <= now) {
     timerDue_ = never;

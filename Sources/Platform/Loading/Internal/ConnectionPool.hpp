@@ -45,7 +45,7 @@ class ConnectionPool final : public Ticker, public EventHandler {
   LoopTime nextTick() override;
   void tick(LoopTime now) override;
   bool isBusy() const override { return !active_.empty() || admission_.waiting() > 0; }
-  void wasIdle() override { admission_.loopWasIdle(); }
+  void slept(LoopTime duration) override;
   void ready(int descriptor, std::uint32_t events) override;
 
   /// Closes a connection's descriptor; libcurl's callback, which may come when the exchange is long gone.

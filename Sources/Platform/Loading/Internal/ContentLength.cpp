@@ -25,10 +25,9 @@ ContentLength ContentLength::of(const HTTPHeaderFields& fields) {
   ContentLength result;
   for (const auto& [name, value] : fields) {
     if (!equalsIgnoringCase(name, "Content-Length")) continue;
-    for (const std::string_view element : listElements(value)) {
-      take(result, element);
-      if (result.kind != Kind::known) return result;
-    }
+    forEachListElement(value, [&](std::string_view element) {
+      if (result.kind == Kind::absent || result.kind == Kind::known) take(result, element);
+    });
   }
   return result;
 }

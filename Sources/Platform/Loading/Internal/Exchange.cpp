@@ -121,7 +121,8 @@ bool Exchange::setURL() {
 void Exchange::setMethodAndBody() {
   const std::string& method = request_->httpMethod;
   const char* name = method.c_str();
-  if (request_->httpBody || expectsBody(method)) {
+  sendsBody_ = request_->httpBody || expectsBody(method);
+  if (sendsBody_) {
     static const Data nothing;
     const Data& body = request_->httpBody ? *request_->httpBody : nothing;
     set(handle_, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.count()));
@@ -163,8 +164,10 @@ bool Exchange::setHeaders() {
   }
   // What libcurl would add by itself and the request does not say.
   if (!hasAccept) add("Accept", ":", {});
-  if (!hasContentType) add("Content-Type", ":", {});
-  add("Expect", ":", {});
+  if (sendsBody_) {
+    if (!hasContentType) add("Content-Type", ":", {});
+    add("Expect", ":", {});
+  }
   set(handle_, CURLOPT_COOKIE, cookie ? cookie->c_str() : nullptr);
 
   headerNodes_.resize(lines);

@@ -115,6 +115,7 @@ class Exchange : public DeadlineEntry {
   std::string urlText_;
   std::vector<curl_slist> headerNodes_;
   std::string headerText_;
+  bool sendsBody_ = false;
   char errorText_[CURL_ERROR_SIZE];
 
   ExchangeOwner* owner_ = nullptr;

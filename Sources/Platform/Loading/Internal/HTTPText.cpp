@@ -1,22 +1,12 @@
 #include "Platform/Loading/Internal/HTTPText.hpp"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
+#include <cstring>
 
 namespace platform::detail {
 
 namespace {
-
-constexpr std::array<bool, 256> makeTokenTable() {
-  std::array<bool, 256> table{};
-  for (const char c : std::string_view("!#$%&'*+-.^_`|~0123456789"
-                                       "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz")) {
-    table[static_cast<unsigned char>(c)] = true;
-  }
-  return table;
-}
-constexpr auto tokenTable = makeTokenTable();
 
 /// Reads the quoted string that starts at `position` and leaves `position` behind it.
 std::string readQuotedString(std::string_view text, std::size_t& position) {
@@ -44,16 +34,22 @@ std::string readParameterValue(std::string_view text, std::size_t& position) {
 
 }  // namespace
 
-bool isTokenCharacter(char c) { return tokenTable[static_cast<unsigned char>(c)]; }
-
-bool isToken(std::string_view text) { return !text.empty() && std::all_of(text.begin(), text.end(), isTokenCharacter); }
-
-bool equalsIgnoringCase(std::string_view left, std::string_view right) {
-  if (left.size() != right.size()) return false;
-  for (std::size_t i = 0; i < left.size(); ++i) {
-    if (left[i] != right[i] && asciiLower(left[i]) != asciiLower(right[i])) return false;
+bool holdsForbiddenControl(std::string_view text) {
+  // Eight bytes at a time: below 0x20, or 0x7F, which is 0x80 after adding one. Bytes from 0x80 on never count.
+  constexpr std::uint64_t each = 0x0101010101010101;
+  constexpr std::uint64_t high = each * 0x80;
+  const char* at = text.data();
+  std::size_t left = text.size();
+  for (; left >= sizeof(std::uint64_t); at += sizeof(std::uint64_t), left -= sizeof(std::uint64_t)) {
+    std::uint64_t bytes = 0;
+    std::memcpy(&bytes, at, sizeof bytes);
+    const std::uint64_t low = bytes & ~high;
+    const std::uint64_t printing = (low + each * 0x60) & ~(low + each) & high;
+    // A tab is allowed, so what looks wrong is looked at again.
+    if ((printing | (bytes & high)) != high && std::any_of(at, at + sizeof(std::uint64_t), isForbiddenControl))
+      return true;
   }
-  return true;
+  return std::any_of(at, at + left, isForbiddenControl);
 }
 
 std::string lowercased(std::string_view text) {
@@ -70,11 +66,7 @@ std::string_view trimmed(std::string_view text) {
 
 std::vector<std::string_view> listElements(std::string_view value) {
   std::vector<std::string_view> elements;
-  for (std::size_t start = 0; start <= value.size();) {
-    const std::size_t comma = std::min(value.find(',', start), value.size());
-    elements.push_back(trimmed(value.substr(start, comma - start)));
-    start = comma + 1;
-  }
+  forEachListElement(value, [&](std::string_view element) { elements.push_back(element); });
   return elements;
 }
 

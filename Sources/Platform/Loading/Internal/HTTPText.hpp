@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -19,14 +21,45 @@ constexpr bool isForbiddenControl(char c) {
   const auto byte = static_cast<unsigned char>(c);
   return (byte < 0x20 && c != '\t') || byte == 0x7F;
 }
-bool isTokenCharacter(char c);
-bool isToken(std::string_view text);
-bool equalsIgnoringCase(std::string_view left, std::string_view right);
+bool holdsForbiddenControl(std::string_view text);
+
+inline constexpr std::array<bool, 256> tokenCharacters = [] {
+  std::array<bool, 256> table{};
+  for (const char c : std::string_view("!#$%&'*+-.^_`|~0123456789"
+                                       "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz")) {
+    table[static_cast<unsigned char>(c)] = true;
+  }
+  return table;
+}();
+constexpr bool isTokenCharacter(char c) { return tokenCharacters[static_cast<unsigned char>(c)]; }
+constexpr bool isToken(std::string_view text) {
+  for (const char c : text) {
+    if (!isTokenCharacter(c)) return false;
+  }
+  return !text.empty();
+}
+/// In the header, since most comparisons end with the lengths.
+constexpr bool equalsIgnoringCase(std::string_view left, std::string_view right) {
+  if (left.size() != right.size()) return false;
+  for (std::size_t i = 0; i < left.size(); ++i) {
+    if (left[i] != right[i] && asciiLower(left[i]) != asciiLower(right[i])) return false;
+  }
+  return true;
+}
 std::string lowercased(std::string_view text);
 /// Without blanks and tabs at either end.
 std::string_view trimmed(std::string_view text);
 /// The elements of a comma-separated list, trimmed, empty ones included. Not for values with quoted strings.
 std::vector<std::string_view> listElements(std::string_view value);
+/// Calls `use` with each of them.
+template <class Use>
+void forEachListElement(std::string_view value, Use use) {
+  for (std::size_t start = 0; start <= value.size();) {
+    const std::size_t comma = std::min(value.find(',', start), value.size());
+    use(trimmed(value.substr(start, comma - start)));
+    start = comma + 1;
+  }
+}
 /// The value of 1*DIGIT; absent for anything else and when it exceeds the 64-bit range.
 std::optional<std::int64_t> decimal(std::string_view digits);
 /// The text for a message: control characters and what is not ASCII as "\xHH", at most 80 characters.

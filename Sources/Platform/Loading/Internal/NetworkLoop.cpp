@@ -101,6 +101,14 @@ void NetworkLoop::post(Block command) {
     } else if (inbox_.size() == 1 || parked_) {
       wake = expectsToLead ? Wake::later : Wake::park;
     }
+    if (wake == Wake::later) {
+      expectsToLead = false;
+      // One that ticks already will do: setting a timer costs as much as the rest of a hop.
+      if (std::exchange(graceTimerTicks_, true))
+        wake = Wake::none;
+      else
+        inboxAtLastLook_ = takenInboxes_;
+    }
   }
   switch (wake) {
     case Wake::none:
@@ -111,14 +119,30 @@ void NetworkLoop::post(Block command) {
     case Wake::park:
       ring(parkWake_);
       break;
-    case Wake::later: {
-      expectsToLead = false;
-      itimerspec spec{};
-      spec.it_value.tv_nsec = leadGraceNanoseconds;
-      ::timerfd_settime(parkTimer_, 0, &spec, nullptr);
+    case Wake::later:
+      startGraceTimer();
       break;
-    }
   }
+}
+
+void NetworkLoop::startGraceTimer() {
+  itimerspec spec{};
+  spec.it_value.tv_nsec = leadGraceNanoseconds;
+  ::timerfd_settime(parkTimer_, 0, &spec, nullptr);
+}
+
+/// Whether commands have waited for a leader so long that the network thread has to step in. Called when the
+/// timer has fired.
+bool NetworkLoop::isLeaderLate() {
+  {
+    const std::lock_guard lock(mutex_);
+    const bool nobodyComes = !owned_ && !inbox_.empty();
+    const bool areNew = std::exchange(inboxAtLastLook_, takenInboxes_) != takenInboxes_;
+    graceTimerTicks_ = nobodyComes && areNew;
+    if (!graceTimerTicks_) return nobodyComes;
+  }
+  startGraceTimer();
+  return false;
 }
 
 bool NetworkLoop::tryOwn() {
@@ -175,9 +199,16 @@ void NetworkLoop::park() {
       limit = parkedLookMilliseconds;
     }
   }
-  ::poll(descriptors.data(), watched, limit);
-  if (descriptors[0].revents != 0) clear(parkWake_);
-  if (watched > 1 && descriptors[1].revents != 0) clear(parkTimer_);
+  bool isNeeded = false;
+  while (!isNeeded) {
+    ::poll(descriptors.data(), watched, limit);
+    const bool timerFired = descriptors[1].revents != 0;
+    const bool isCalled = descriptors[0].revents != 0;
+    if (isCalled) clear(parkWake_);
+    if (timerFired) clear(parkTimer_);
+    const bool leaderIsLate = timerFired && isLeaderLate();
+    isNeeded = leaderIsLate || isCalled || descriptors[2].revents != 0 || !timerFired;
+  }
   const std::lock_guard lock(mutex_);
   parked_ = false;
 }
@@ -259,6 +290,7 @@ bool NetworkLoop::turn(LoopTime limit) {
     sleeps = sleeping_ = inbox_.empty() && !stopped_;
   }
   // Also before commands that wait already: what happened to idle connections must be known when they are chosen.
+  const LoopTime begin = sleeps ? loopNow() : 0;
   std::array<epoll_event, 128> events;
   const int count = ::epoll_wait(epoll_, events.data(), static_cast<int>(events.size()), sleeps ? budget : 0);
   if (sleeps) {
@@ -266,11 +298,9 @@ bool NetworkLoop::turn(LoopTime limit) {
     sleeping_ = false;
   }
   now_ = loopNow();
+  for (std::size_t i = 0; sleeps && i < tickers_.size(); ++i) tickers_[i]->slept(now_ - begin);
   if (count > 0) handle(events.data(), count);
   runCommands();
-  if (count <= 0 && sleeps) {
-    for (std::size_t i = 0; i < tickers_.size(); ++i) tickers_[i]->wasIdle();
-  }
   tick();
   return flushDeliveries();
 }
@@ -280,6 +310,7 @@ void NetworkLoop::runCommands() {
     const std::lock_guard lock(mutex_);
     if (inbox_.empty()) return;
     commands_.swap(inbox_);
+    ++takenInboxes_;
   }
   now_ = loopNow();
   for (Block& command : commands_) command();

@@ -32,8 +32,8 @@ class Ticker {
   virtual void tick(LoopTime now) = 0;
   /// Whether a network exchange is under way, i.e. somebody has to wait for the network.
   virtual bool isBusy() const = 0;
-  /// Called when the loop had nothing to do for a moment.
-  virtual void wasIdle() {}
+  /// Called when the loop had nothing to do for that long.
+  virtual void slept(LoopTime) {}
 };
 
 /// The one event loop that drives every transfer of the process.
@@ -76,6 +76,8 @@ class NetworkLoop final : public Driver {
   NetworkLoop();
   void runThread();
   void park();
+  void startGraceTimer();
+  bool isLeaderLate();
   bool tryOwn();
   void disown();
   bool hasWork();
@@ -95,6 +97,9 @@ class NetworkLoop final : public Driver {
 
   std::mutex mutex_;  ///< guards what stands down to the blank line; held for moments only
   std::vector<Block> inbox_;
+  std::uint64_t takenInboxes_ = 0;
+  std::uint64_t inboxAtLastLook_ = 0;
+  bool graceTimerTicks_ = false;
   bool owned_ = false;
   bool sleeping_ = false;  ///< the owner is inside epoll_wait, or about to be
   bool parked_ = false;

@@ -1,7 +1,5 @@
 #include "Platform/Loading/Internal/ResponseHead.hpp"
 
-#include <algorithm>
-
 #include "Platform/Loading/Internal/ContentLength.hpp"
 #include "Platform/Loading/Internal/HTTPText.hpp"
 #include "Platform/Loading/URLErrorCodes.hpp"
@@ -13,8 +11,6 @@ namespace {
 bool isFramingField(std::string_view name) {
   return equalsIgnoringCase(name, "Content-Length") || equalsIgnoringCase(name, "Transfer-Encoding");
 }
-
-bool holdsControl(std::string_view text) { return std::any_of(text.begin(), text.end(), isForbiddenControl); }
 
 std::optional<std::string_view> withoutLineEnd(std::string_view line) {
   if (!line.ends_with('\n')) return std::nullopt;
@@ -49,7 +45,7 @@ ResponseHead::Result ResponseHead::consume(std::string_view line) {
   if (bytes_ > maximumBytes) return failed("header block exceeds 262144 bytes");
   const auto content = withoutLineEnd(line);
   if (!content) return failed("the line \"" + printable(line) + "\" of the response's head has no end");
-  if (holdsControl(*content)) {
+  if (holdsForbiddenControl(*content)) {
     return failed("the line \"" + printable(*content) + "\" of the response's head holds a control character");
   }
   HeadEvent event = HeadEvent::more;

@@ -74,7 +74,7 @@ void SessionCore::invalidate(bool cancelTasks) {
   loop_.post([self = shared_from_this(), session = session_.lock(), cancelTasks] {
     self->isClosing_ = true;
     if (cancelTasks) {
-      const std::vector<std::shared_ptr<TaskCore>> running(self->tasks_.begin(), self->tasks_.end());
+      const std::vector<std::shared_ptr<TaskCore>> running = self->tasks_;
       for (const auto& task : running) task->cancelNow();
     }
     self->closeWhenDone();
@@ -90,8 +90,20 @@ ConnectionPool& SessionCore::pool() {
   return *pool_;
 }
 
+void SessionCore::begin(const std::shared_ptr<TaskCore>& task) {
+  if (task->place != TaskCore::nowhere) return;
+  task->place = tasks_.size();
+  tasks_.push_back(task);
+}
+
 void SessionCore::end(const std::shared_ptr<TaskCore>& task) {
-  tasks_.erase(task);
+  const std::size_t place = std::exchange(task->place, TaskCore::nowhere);
+  if (place == TaskCore::nowhere) return;
+  if (place + 1 != tasks_.size()) {
+    tasks_[place] = std::move(tasks_.back());
+    tasks_[place]->place = place;
+  }
+  tasks_.pop_back();
   closeWhenDone();
 }
 

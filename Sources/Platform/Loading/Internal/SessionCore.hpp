@@ -4,7 +4,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
-#include <unordered_set>
+#include <vector>
 
 #include "Platform/Loading/Internal/ConnectionPool.hpp"
 #include "Platform/Loading/Internal/NetworkLoop.hpp"
@@ -34,7 +34,8 @@ class SessionCore : public std::enable_shared_from_this<SessionCore> {
   // Loop side.
   bool acceptsTasks() const { return !isClosing_; }
   ConnectionPool& pool();
-  void begin(const std::shared_ptr<TaskCore>& task) { tasks_.insert(task); }
+  /// The task is under way, and kept alive until its end. Again is fine.
+  void begin(const std::shared_ptr<TaskCore>& task);
   /// The task is done; its session may be, too.
   void end(const std::shared_ptr<TaskCore>& task);
   /// Tells the task when the machine's network changes, and now and then in case the change goes unnoticed.
@@ -58,7 +59,7 @@ class SessionCore : public std::enable_shared_from_this<SessionCore> {
 
   bool isClosing_ = false;  // from here on: loop side
   bool isClosed_ = false;
-  std::unordered_set<std::shared_ptr<TaskCore>> tasks_;
+  std::vector<std::shared_ptr<TaskCore>> tasks_;  ///< each knows its place
   std::unique_ptr<ConnectionPool> pool_;
 };
 

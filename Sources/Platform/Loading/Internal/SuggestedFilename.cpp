@@ -80,7 +80,10 @@ std::string_view withoutBlankOrDotEnds(std::string_view text) {
 }
 
 bool isDeviceName(std::string_view name) {
-  const std::string stem = lowercased(trimmed(name.substr(0, std::min(name.find('.'), name.size()))));
+  constexpr std::size_t longest = 7;
+  const std::string_view beforeDot = trimmed(name.substr(0, std::min(name.find('.'), name.size())));
+  if (beforeDot.size() > longest) return false;
+  const std::string stem = lowercased(beforeDot);
   for (const char* device : {"con", "prn", "aux", "nul", "conin$", "conout$"}) {
     if (stem == device) return true;
   }
@@ -104,6 +107,17 @@ std::string shortened(std::string_view name, std::size_t maximumBytes) {
   return std::string(extension.empty() ? withoutBlankOrDotEnds(stem) : stem).append(extension);
 }
 
+/// Letters, digits and what joins them: nothing to repair, as with most names.
+bool isPlain(std::string_view name) {
+  constexpr auto isLetterOrDigit = [](char c) {
+    const char lower = asciiLower(c);
+    return isDigit(c) || (lower >= 'a' && lower <= 'z');
+  };
+  return !name.empty() && isLetterOrDigit(name.front()) && isLetterOrDigit(name.back()) &&
+         std::all_of(name.begin(), name.end(),
+                     [&](char c) { return isLetterOrDigit(c) || c == '-' || c == '_' || c == '.'; });
+}
+
 std::string nameOfURL(const URL& url) { return safeComponent(url.lastPathComponent()); }
 
 }  // namespace
@@ -122,6 +136,7 @@ std::optional<std::string> filenameOfDisposition(std::string_view contentDisposi
 }
 
 std::string safeComponent(std::string_view name, std::size_t maximumBytes) {
+  if (name.size() <= maximumBytes && isPlain(name) && !isDeviceName(name)) return std::string(name);
   const std::string valid = isValidUTF8(name) ? std::string(name) : utf8FromLatin1(name);
   std::string_view component = valid;
   while (!component.empty() && (component.back() == '/' || component.back() == '\\')) component.remove_suffix(1);

@@ -29,6 +29,9 @@ class TaskCore final : public ExchangeOwner, public std::enable_shared_from_this
   std::uint64_t identifier() const { return identifier_; }
 
   // Loop side.
+  static constexpr std::size_t nowhere = static_cast<std::size_t>(-1);
+  /// Where the session keeps the task while it is under way.
+  std::size_t place = nowhere;
   void cancelNow();
   /// The network changed: try again if that is what this task waits for.
   void retryConnecting();
@@ -40,7 +43,6 @@ class TaskCore final : public ExchangeOwner, public std::enable_shared_from_this
   void start();
   void send();
   void loadFile();
-  void waitForConnectivity();
   void finish(std::optional<Data> data, std::shared_ptr<const URLResponse> response, std::optional<Error> error);
   void finish(Error error) { finish(std::nullopt, nullptr, std::move(error)); }
 
