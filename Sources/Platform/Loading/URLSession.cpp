@@ -7,19 +7,7 @@
 
 namespace platform {
 
-URLSessionTask::URLSessionTask(std::shared_ptr<detail::TaskCore> core) : core_(std::move(core)) {}
-
 URLSessionTask::~URLSessionTask() = default;
-
-void URLSessionTask::resume() { core_->resume(); }
-
-void URLSessionTask::cancel() { core_->cancel(); }
-
-URLSessionTask::State URLSessionTask::state() const { return core_->state(); }
-
-const URLRequest& URLSessionTask::originalRequest() const { return core_->originalRequest(); }
-
-std::uint64_t URLSessionTask::taskIdentifier() const { return core_->identifier(); }
 
 std::shared_ptr<URLSession> URLSession::make(URLSessionConfiguration configuration,
                                              std::shared_ptr<URLSessionDelegate> delegate,
@@ -44,8 +32,8 @@ void URLSession::setSessionDescription(std::optional<std::string> description) {
 }
 
 std::shared_ptr<URLSessionTask> URLSession::dataTask(URLRequest request, DataCompletion completion) {
-  return std::make_shared<URLSessionTask>(std::make_shared<detail::TaskCore>(
-      shared_from_this(), core_, std::move(request), std::move(completion), core_->isInvalidated()));
+  return std::make_shared<detail::TaskCore>(shared_from_this(), core_, std::move(request), std::move(completion),
+                                            core_->isInvalidated());
 }
 
 void URLSession::finishTasksAndInvalidate() { core_->invalidate(false); }

@@ -1,12 +1,12 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 
 #include "Platform/Dispatch/DispatchQueue.hpp"
+#include "Platform/Dispatch/UniqueFunction.hpp"
 #include "Platform/Export.hpp"
 #include "Platform/Foundation/Data.hpp"
 #include "Platform/Foundation/Error.hpp"
@@ -42,23 +42,22 @@ class CORVANE_API URLSessionTask {
  public:
   enum class State { running = 0, suspended = 1, canceling = 2, completed = 3 };
 
-  explicit URLSessionTask(std::shared_ptr<detail::TaskCore> core);
   virtual ~URLSessionTask();
   URLSessionTask(const URLSessionTask&) = delete;
   URLSessionTask& operator=(const URLSessionTask&) = delete;
 
   /// Starts the task; further calls do nothing.
-  virtual void resume();
+  virtual void resume() = 0;
   /// Ends the task with the error "NSURLErrorDomain" -999, delivered as every completion is. Returns at
   /// once. After the task completed it does nothing. A task that was never resumed completes too.
-  virtual void cancel();
-  State state() const;
-  const URLRequest& originalRequest() const;
+  virtual void cancel() = 0;
+  virtual State state() const = 0;
+  virtual const URLRequest& originalRequest() const = 0;
   /// Unique within the process.
-  std::uint64_t taskIdentifier() const;
+  virtual std::uint64_t taskIdentifier() const = 0;
 
- private:
-  std::shared_ptr<detail::TaskCore> core_;
+ protected:
+  URLSessionTask() = default;
 };
 
 /// Loads URLs: connections, cookies and behaviour shared by its tasks. Thread-safe.
@@ -71,7 +70,7 @@ class CORVANE_API URLSession : public std::enable_shared_from_this<URLSession> {
   /// exchange completed; what had arrived, if anything, when it failed), the response if its head arrived,
   /// and the error. An error means the body is not complete.
   using DataCompletion =
-      std::function<void(std::optional<Data>, std::shared_ptr<const URLResponse>, std::optional<Error>)>;
+      UniqueFunction<void(std::optional<Data>, std::shared_ptr<const URLResponse>, std::optional<Error>)>;
 
   static std::shared_ptr<URLSession> make(URLSessionConfiguration configuration,
                                           std::shared_ptr<URLSessionDelegate> delegate, DispatchQueue delegateQueue);

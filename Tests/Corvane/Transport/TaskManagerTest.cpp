@@ -13,16 +13,20 @@ using corvane::testing::Expectation;
 
 class FakeTask final : public platform::URLSessionTask {
  public:
-  FakeTask() : URLSessionTask(nullptr) {}
-  explicit FakeTask(std::function<void()> whenCancelled)
-      : URLSessionTask(nullptr), whenCancelled_(std::move(whenCancelled)) {}
+  FakeTask() = default;
+  explicit FakeTask(std::function<void()> whenCancelled) : whenCancelled_(std::move(whenCancelled)) {}
+  void resume() override {}
   void cancel() override {
     ++cancellations_;
     if (whenCancelled_) whenCancelled_();
   }
+  State state() const override { return State::running; }
+  const platform::URLRequest& originalRequest() const override { return request_; }
+  std::uint64_t taskIdentifier() const override { return 1; }
   int cancellations() const { return cancellations_; }
 
  private:
+  const platform::URLRequest request_{URL("http://127.0.0.1/")};
   std::function<void()> whenCancelled_;
   std::atomic<int> cancellations_ = 0;
 };

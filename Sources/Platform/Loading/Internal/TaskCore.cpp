@@ -142,12 +142,20 @@ void TaskCore::finish(std::optional<Data> data, std::shared_ptr<const URLRespons
                       std::optional<Error> error) {
   if (state_.exchange(URLSessionTask::State::completed) == URLSessionTask::State::completed) return;
   waitsForConnectivity_ = false;
-  core_->loop().deliver(core_->delegateQueue(),
-                        [completion = std::move(completion_), session = std::move(session_), data = std::move(data),
-                         response = std::move(response), error = std::move(error)]() mutable {
-                          if (completion) completion(std::move(data), std::move(response), std::move(error));
-                        });
+  data_ = std::move(data);
+  response_ = std::move(response);
+  error_ = std::move(error);
+  core_->loop().deliver(core_->delegateQueue(), [self = shared_from_this()] { self->complete(); });
   core_->end(shared_from_this());
+}
+
+/// On the delegate queue.
+void TaskCore::complete() {
+  // Dropped here, with all that it keeps alive, and not when the task's last handle goes.
+  const auto session = std::exchange(session_, nullptr);
+  URLSession::DataCompletion completion = std::exchange(completion_, nullptr);
+  if (completion)
+    completion(std::exchange(data_, std::nullopt), std::move(response_), std::exchange(error_, std::nullopt));
 }
 
 }  // namespace platform::detail

@@ -15,18 +15,18 @@ class SessionCore;
 /// A task's life: one exchange after another, as redirects and lost networks demand, and exactly one completion.
 ///
 /// `state_` may be read anywhere; what is marked "loop side" belongs to the loop's owner.
-class TaskCore final : public ExchangeOwner, public std::enable_shared_from_this<TaskCore> {
+class TaskCore final : public URLSessionTask, public ExchangeOwner, public std::enable_shared_from_this<TaskCore> {
  public:
   /// `session` is kept alive until the completion has been delivered.
   TaskCore(std::shared_ptr<URLSession> session, std::shared_ptr<SessionCore> core, URLRequest request,
            URLSession::DataCompletion completion, bool isStillborn);
 
   // Any thread.
-  void resume();
-  void cancel();
-  URLSessionTask::State state() const { return state_.load(std::memory_order_acquire); }
-  const URLRequest& originalRequest() const { return originalRequest_; }
-  std::uint64_t identifier() const { return identifier_; }
+  void resume() override;
+  void cancel() override;
+  URLSessionTask::State state() const override { return state_.load(std::memory_order_acquire); }
+  const URLRequest& originalRequest() const override { return originalRequest_; }
+  std::uint64_t taskIdentifier() const override { return identifier_; }
 
   // Loop side.
   static constexpr std::size_t nowhere = static_cast<std::size_t>(-1);
@@ -45,6 +45,7 @@ class TaskCore final : public ExchangeOwner, public std::enable_shared_from_this
   void loadFile();
   void finish(std::optional<Data> data, std::shared_ptr<const URLResponse> response, std::optional<Error> error);
   void finish(Error error) { finish(std::nullopt, nullptr, std::move(error)); }
+  void complete();
 
   std::shared_ptr<URLSession> session_;
   const std::shared_ptr<SessionCore> core_;
@@ -59,6 +60,10 @@ class TaskCore final : public ExchangeOwner, public std::enable_shared_from_this
   std::optional<Error> redirectFailure_;
   int redirects_ = 0;
   bool waitsForConnectivity_ = false;
+
+  std::optional<Data> data_;  // from here on: written on the loop side, read by the delivery
+  std::shared_ptr<const URLResponse> response_;
+  std::optional<Error> error_;
 };
 
 /// The error of a cancelled task.
