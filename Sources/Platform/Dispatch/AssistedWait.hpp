@@ -36,6 +36,8 @@ class CORVANE_API Driver {
 class CORVANE_API AssistedWait {
  public:
   AssistedWait() = default;
+  /// `comesBack`: the thread waits again as soon as it has done what it is woken for, as a worker does.
+  explicit AssistedWait(bool comesBack) : comesBack_(comesBack) {}
   AssistedWait(const AssistedWait&) = delete;
   AssistedWait& operator=(const AssistedWait&) = delete;
 
@@ -43,6 +45,8 @@ class CORVANE_API AssistedWait {
   bool wait(Seconds limit);
   void wait() { wait(Seconds::unlimited()); }
   void signal();
+  bool comesBack() const { return comesBack_; }
+  bool isDriving() const { return (state_.load(std::memory_order_relaxed) & driving) != 0; }
   bool isDone() const { return (state_.load(std::memory_order_acquire) & done) != 0; }
 
  private:
@@ -51,6 +55,7 @@ class CORVANE_API AssistedWait {
   static constexpr std::uint32_t driving = 4;
 
   std::atomic<std::uint32_t> state_ = 0;
+  const bool comesBack_ = false;
 };
 
 /// Collects, while it lives on a thread, the serial queues that get work from this thread and would need a

@@ -19,6 +19,8 @@ std::size_t coreCount() { return std::clamp<std::size_t>(std::thread::hardware_c
 
 }  // namespace
 
+thread_local WorkerPool::Worker* WorkerPool::onThisThread_ = nullptr;
+
 WorkerPool& WorkerPool::shared() {
   static auto& pool = *new WorkerPool;
   return pool;
@@ -50,9 +52,7 @@ WorkerPool::Help WorkerPool::findHelp() {
   if (arriving_ != 0) return {};
   Help help;
   if (!idle_.empty()) {
-    // The one that rests for the shortest time has the warmest cache, and the others get to end.
-    help.wake = idle_.back();
-    idle_.pop_back();
+    help.wake = takeIdleWorker();
     ++arriving_;
   } else if (workers_ < cores_) {
     help.start = true;
@@ -66,8 +66,23 @@ WorkerPool::Help WorkerPool::findHelp() {
   return help;
 }
 
+WorkerPool::Worker* WorkerPool::takeIdleWorker() {
+  // One that drives the network has just produced this work and goes on with it. From anywhere else, another is
+  // better: the network would have to wait. The one that rests for the shortest time has the warmest cache, and
+  // the others get to end.
+  auto place = std::find(idle_.rbegin(), idle_.rend(), onThisThread_);
+  if (place == idle_.rend()) {
+    place =
+        std::find_if(idle_.rbegin(), idle_.rend(), [](const Worker* worker) { return !worker->woken->isDriving(); });
+  }
+  if (place == idle_.rend()) place = idle_.rbegin();
+  Worker* const worker = *place;
+  idle_.erase(std::next(place).base());
+  return worker;
+}
+
 void WorkerPool::carryOut(const Help& help) {
-  if (help.wake) help.wake->woken.set();
+  if (help.wake) help.wake->woken->signal();
   if (help.start) startWorker();
   if (help.watch) watch();
 }
@@ -86,6 +101,7 @@ void WorkerPool::startWorker() {
 
 void WorkerPool::serve() {
   Worker self;
+  onThisThread_ = &self;
   bool isArriving = true;
   bool isNew = true;
   std::unique_lock lock(mutex_);
@@ -116,9 +132,10 @@ PoolJob WorkerPool::takeJob() {
 
 /// Returns true when woken, false when the worker is to end.
 bool WorkerPool::rest(Worker& self, std::unique_lock<std::mutex>& lock) {
+  self.woken.emplace(true);
   idle_.push_back(&self);
   lock.unlock();
-  const bool wasWoken = self.woken.wait(Deadline(longestRest));
+  const bool wasWoken = self.woken->wait(longestRest);
   if (!wasWoken) {
     lock.lock();
     const auto place = std::find(idle_.begin(), idle_.end(), &self);
@@ -129,9 +146,8 @@ bool WorkerPool::rest(Worker& self, std::unique_lock<std::mutex>& lock) {
     }
     lock.unlock();
     // Someone chose this worker in the last moment and is about to wake it.
-    self.woken.wait();
+    self.woken->wait();
   }
-  self.woken.reset();
   lock.lock();
   return true;
 }

@@ -3,9 +3,10 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <vector>
 
-#include "Platform/Dispatch/Internal/Futex.hpp"
+#include "Platform/Dispatch/AssistedWait.hpp"
 #include "Platform/Dispatch/Internal/RingQueue.hpp"
 #include "Platform/Dispatch/UniqueFunction.hpp"
 
@@ -43,7 +44,8 @@ class WorkerPool {
 
  private:
   struct Worker {
-    Event woken;
+    /// Of the rest at hand. A worker that rests drives the network meanwhile, when nobody else does.
+    std::optional<AssistedWait> woken;
   };
   /// What a thread has to do, after it released the lock, so that the waiting jobs get a worker.
   struct Help {
@@ -54,6 +56,7 @@ class WorkerPool {
 
   WorkerPool();
   Help findHelp();
+  Worker* takeIdleWorker();
   void carryOut(const Help& help);
   void startWorker();
   void serve();
@@ -61,6 +64,8 @@ class WorkerPool {
   PoolJob takeJob();
   void watch();
   void checkProgress();
+
+  static thread_local Worker* onThisThread_;
 
   const std::size_t cores_;
   std::atomic<std::size_t> waitingJobs_ = 0;

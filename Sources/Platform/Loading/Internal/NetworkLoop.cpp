@@ -29,8 +29,14 @@ constexpr long leadGraceNanoseconds = 1'000'000;
 /// Between two looks of the parked network thread while somebody else leads.
 constexpr int parkedLookMilliseconds = 1000;
 
-/// Whether the last exchange that this thread waited for was driven by itself.
+/// The pauses in which the network thread offers the loop to no leader, after one was late.
+constexpr LoopTime shortestPause = 10 * oneMillisecond;
+constexpr LoopTime longestPause = 1000 * oneMillisecond;
+
+/// Whether this thread drove the loop when it waited last, and so will probably drive it again.
 thread_local bool expectsToLead = false;
+/// The same for a thread that comes back to wait whatever it does in between.
+thread_local bool alwaysLeads = false;
 
 void ring(int eventDescriptor) {
   const std::uint64_t one = 1;
@@ -99,15 +105,11 @@ void NetworkLoop::post(Block command) {
       if (sleeping_) wake = Wake::loop;
       sleeping_ = false;
     } else if (inbox_.size() == 1 || parked_) {
-      wake = expectsToLead ? Wake::later : Wake::park;
+      wake = expectsToLead && (!alwaysLeads || trustsLeaders_) ? Wake::later : Wake::park;
     }
     if (wake == Wake::later) {
-      expectsToLead = false;
-      // One that ticks already will do: setting a timer costs as much as the rest of a hop.
-      if (std::exchange(graceTimerTicks_, true))
-        wake = Wake::none;
-      else
-        inboxAtLastLook_ = takenInboxes_;
+      expectsToLead = alwaysLeads;
+      if (!needsGraceTimer()) wake = Wake::none;
     }
   }
   switch (wake) {
@@ -131,15 +133,24 @@ void NetworkLoop::startGraceTimer() {
   ::timerfd_settime(parkTimer_, 0, &spec, nullptr);
 }
 
-/// Whether commands have waited for a leader so long that the network thread has to step in. Called when the
+/// To be called with the lock held when work is left to a leader that has yet to come.
+bool NetworkLoop::needsGraceTimer() {
+  // One that ticks already will do: setting a timer costs as much as the rest of a hop.
+  if (std::exchange(graceTimerTicks_, true)) return false;
+  ownersAtLastLook_ = owners_;
+  return true;
+}
+
+/// Whether work has waited for a leader so long that the network thread has to step in. Called when the
 /// timer has fired.
 bool NetworkLoop::isLeaderLate() {
   {
     const std::lock_guard lock(mutex_);
-    const bool nobodyComes = !owned_ && !inbox_.empty();
-    const bool areNew = std::exchange(inboxAtLastLook_, takenInboxes_) != takenInboxes_;
-    graceTimerTicks_ = nobodyComes && areNew;
-    if (!graceTimerTicks_) return nobodyComes;
+    const bool isWaitedFor = !owned_ && (leftBusy_ || !inbox_.empty());
+    const bool someoneCame = std::exchange(ownersAtLastLook_, owners_) != owners_;
+    graceTimerTicks_ = isWaitedFor && someoneCame;
+    if (isWaitedFor && !someoneCame) trustsLeaders_ = false;
+    if (!graceTimerTicks_) return isWaitedFor;
   }
   startGraceTimer();
   return false;
@@ -149,19 +160,25 @@ bool NetworkLoop::tryOwn() {
   const std::lock_guard lock(mutex_);
   if (owned_ || stopped_) return false;
   owned_ = true;
+  leftBusy_ = false;
+  ++owners_;
   return true;
 }
 
-void NetworkLoop::disown() {
+void NetworkLoop::disown(Successor successor) {
   const bool busy = hasWork();
-  bool wakeThread = false;
+  bool callsThread = false;
+  bool startsTimer = false;
   {
     const std::lock_guard lock(mutex_);
     owned_ = false;
-    wakeThread = (busy || !inbox_.empty()) && !stopped_;
+    leftBusy_ = (busy || !inbox_.empty()) && !stopped_;
+    callsThread = leftBusy_ && successor == Successor::networkThread;
+    startsTimer = leftBusy_ && successor == Successor::leader && needsGraceTimer();
     if (stopped_) disowned_.notify_all();
   }
-  if (wakeThread) ring(parkWake_);
+  if (callsThread) ring(parkWake_);
+  if (startsTimer) startGraceTimer();
 }
 
 bool NetworkLoop::hasWork() {
@@ -175,13 +192,31 @@ void NetworkLoop::runThread() {
   for (;;) {
     if (tryOwn()) {
       // At least one turn: it also sees connections that were closed while idle.
+      bool delivered = false;
       do {
-        turn(hasWork() ? never : 0);
-      } while (hasWork() && !stopped_);
-      disown();
+        delivered = turn(hasWork() ? never : 0);
+      } while (hasWork() && !stopped_ && !(delivered && offersTheLoop()));
+      disown(Successor::leader);
     }
     park();
   }
+}
+
+/// Whether the network thread lets a worker take over that just got work and will come back to wait: then
+/// the next answers need no change of threads. When leaders are late, they are offered the loop less and less.
+bool NetworkLoop::offersTheLoop() {
+  if (now_ < offersAgain_) return false;
+  const std::lock_guard lock(mutex_);
+  trustsLeaders_ = true;
+  return true;
+}
+
+/// After a leader was late.
+void NetworkLoop::pauseOffers() {
+  const LoopTime now = loopNow();
+  const bool isLongAgo = now - offersAgain_ > longestPause;
+  pause_ = isLongAgo ? shortestPause : std::min(pause_ * 2, longestPause);
+  offersAgain_ = now + pause_;
 }
 
 void NetworkLoop::park() {
@@ -193,7 +228,7 @@ void NetworkLoop::park() {
     parked_ = true;
     if (stopped_) {
       watched = 1;
-    } else if (owned_) {
+    } else if (owned_ || leftBusy_) {
       // The leader takes the events; looking at them too would only wake this thread for nothing.
       watched = 2;
       limit = parkedLookMilliseconds;
@@ -207,6 +242,7 @@ void NetworkLoop::park() {
     if (isCalled) clear(parkWake_);
     if (timerFired) clear(parkTimer_);
     const bool leaderIsLate = timerFired && isLeaderLate();
+    if (leaderIsLate) pauseOffers();
     isNeeded = leaderIsLate || isCalled || descriptors[2].revents != 0 || !timerFired;
   }
   const std::lock_guard lock(mutex_);
@@ -222,14 +258,14 @@ bool NetworkLoop::drive(AssistedWait& wait, Seconds limit) {
     if (left <= 0) break;
     LocalWork local;
     expectsToLead = true;
+    alwaysLeads = wait.comesBack();
     if (!turn(left)) continue;
-    // What the turn finished runs on this thread, but the loop must not stand still meanwhile.
-    disown();
+    // What the turn finished runs on this thread, but the loop must not stand still for long meanwhile.
+    disown(Successor::leader);
     local.run();
-    if (wait.isDone()) return true;
-    if (!tryOwn()) return false;
+    if (!tryOwn()) return wait.isDone();
   }
-  disown();
+  disown(wait.comesBack() ? Successor::leader : Successor::networkThread);
   return wait.isDone();
 }
 
@@ -310,7 +346,6 @@ void NetworkLoop::runCommands() {
     const std::lock_guard lock(mutex_);
     if (inbox_.empty()) return;
     commands_.swap(inbox_);
-    ++takenInboxes_;
   }
   now_ = loopNow();
   for (Block& command : commands_) command();

@@ -73,13 +73,19 @@ class NetworkLoop final : public Driver {
     std::uint32_t generation = 0;
   };
 
+  /// Who is to drive what is under way next.
+  enum class Successor { networkThread, leader };
+
   NetworkLoop();
   void runThread();
   void park();
   void startGraceTimer();
+  bool needsGraceTimer();
   bool isLeaderLate();
+  bool offersTheLoop();
+  void pauseOffers();
   bool tryOwn();
-  void disown();
+  void disown(Successor successor);
   bool hasWork();
   /// Waits at most that long for events and handles them; whether anything was delivered.
   bool turn(LoopTime limit);
@@ -97,14 +103,19 @@ class NetworkLoop final : public Driver {
 
   std::mutex mutex_;  ///< guards what stands down to the blank line; held for moments only
   std::vector<Block> inbox_;
-  std::uint64_t takenInboxes_ = 0;
-  std::uint64_t inboxAtLastLook_ = 0;
+  std::uint64_t owners_ = 0;  ///< how often the loop was taken
+  std::uint64_t ownersAtLastLook_ = 0;
+  bool trustsLeaders_ = true;  ///< workers that drove have not been late lately
+  bool leftBusy_ = false;      ///< nobody owns the loop, though there is work
   bool graceTimerTicks_ = false;
   bool owned_ = false;
   bool sleeping_ = false;  ///< the owner is inside epoll_wait, or about to be
   bool parked_ = false;
   std::atomic<bool> stopped_ = false;  ///< written under the mutex, read anywhere
   std::condition_variable disowned_;
+
+  LoopTime pause_ = 0;  ///< of the network thread
+  LoopTime offersAgain_ = 0;
 
   std::vector<Block> commands_;  // from here on: loop side
   std::vector<Watch> watches_;
