@@ -1,5 +1,9 @@
 #include "Corvane/Transport/ServerTrust.hpp"
 
+#include <algorithm>
+#include <mutex>
+#include <utility>
+
 #include "Corvane/ModuleLogger.hpp"
 #include "Platform/Foundation/FileManager.hpp"
 #include "Platform/Security/SecTrust.hpp"
@@ -8,6 +12,7 @@
 namespace corvane::detail {
 
 using platform::AuthChallengeDisposition;
+using platform::Data;
 using platform::SecCertificate;
 using platform::SecTrust;
 using platform::SecTrustResult;
@@ -37,10 +42,30 @@ void logTrustFailure(std::string message, int line) {
                        "urlSession(_:didReceive:completionHandler:)", line);
 }
 
+// Parsing a certificate costs as much as a third of a handshake, and files hardly ever change.
+class ParsedCertificates {
+ public:
+  std::optional<SecCertificate> parsed(const Data& der) {
+    const std::lock_guard lock(mutex_);
+    const auto known =
+        std::find_if(entries_.begin(), entries_.end(), [&](const auto& entry) { return entry.first == der; });
+    if (known != entries_.end()) return known->second;
+    if (entries_.size() == mostEntries) entries_.erase(entries_.begin());
+    return entries_.emplace_back(der, SecCertificate::createWithData(der)).second;
+  }
+
+ private:
+  static constexpr std::size_t mostEntries = 16;
+
+  std::mutex mutex_;
+  std::vector<std::pair<Data, std::optional<SecCertificate>>> entries_;
+};
+
 // A file that cannot be read is no anchor: the evaluation decides with what is left.
 std::optional<SecCertificate> certificateAt(const URL& url) {
+  static ParsedCertificates& certificates = *new ParsedCertificates;
   const auto der = platform::FileManager::contentsIfReadable(url.fileSystemPath());
-  return der ? SecCertificate::createWithData(*der) : std::nullopt;
+  return der ? certificates.parsed(*der) : std::nullopt;
 }
 
 }  // namespace
