@@ -1,0 +1,28 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "ExchangeRun.hpp"
+#include "ToolOptions.hpp"
+
+/// Tells the user how exchanges went: bodies or JSON lines on standard output or in files, problems on
+/// standard error. The options must outlive it. Never throws; one thread at a time.
+class AnswerReport {
+ public:
+  explicit AnswerReport(const ToolOptions& options) : options_(options) {}
+
+  void add(const FinishedExchange& exchange);
+  /// Whether an exchange failed, or its answer could not be written.
+  bool hasFailure() const { return hasFailure_; }
+
+ private:
+  std::optional<std::string> saveBody(const FinishedExchange& exchange);
+  void printBody(const FinishedExchange& exchange);
+  void printLine(const FinishedExchange& exchange, const std::optional<std::string>& file);
+  void print(std::string_view bytes);
+  void complain(const std::string& problem);
+
+  const ToolOptions& options_;
+  bool hasFailure_ = false;
+};

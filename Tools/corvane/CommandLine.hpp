@@ -1,0 +1,32 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+/// The words of the command line, sorted by what they are for. Numbers are in range, and enumerated words are
+/// among those allowed; what the other texts mean is not judged here.
+struct CommandLine {
+  std::optional<std::string> method;
+  std::string url;
+  std::vector<std::string> headers;
+  std::vector<std::string> queryItems;
+  std::optional<std::string> bodyFile;
+  std::optional<std::string> data;
+  std::optional<std::string> contentType;
+  bool gzip = false;
+  double timeout = 60;
+  std::vector<std::string> trustedCertificates;
+  bool waitForConnectivity = false;
+  std::vector<int> acceptedStatuses;
+  std::optional<std::string> output;
+  std::string verbosity = "none";
+  bool curl = false;
+  std::optional<double> cancelAfter;
+  int repeat = 1;
+  int parallel = 1;
+  std::optional<std::string> report;
+};
+
+/// Absent when the user asked for help or the version, which has been printed then. Throws `UsageError`.
+std::optional<CommandLine> parseCommandLine(int count, const char* const* arguments);

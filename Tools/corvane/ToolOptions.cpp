@@ -1,0 +1,146 @@
+#include "ToolOptions.hpp"
+
+#include <Platform/Foundation/FileManager.hpp>
+#include <Platform/Foundation/URLComponents.hpp>
+#include <Platform/Security/SecCertificate.hpp>
+#include <algorithm>
+#include <cctype>
+#include <string_view>
+
+#include "CommandLine.hpp"
+#include "UsageError.hpp"
+
+using namespace corvane;
+
+namespace {
+
+Data contentsOf(const std::string& path, const std::string& purpose) {
+  try {
+    return platform::FileManager::contents(path);
+  } catch (const Error& error) {
+    throw UsageError("cannot read the " + purpose + ": " + error.message());
+  }
+}
+
+URL parsedURL(const std::string& text) {
+  const auto url = URL::parse(text);
+  if (!url) throw UsageError("'" + text + "' is no URL: " + URL::problem(text));
+  std::string scheme = url->scheme().value_or("");
+  std::transform(scheme.begin(), scheme.end(), scheme.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  if (scheme != "http" && scheme != "https")
+    throw UsageError("'" + text + "' is no URL to send to: it must start with http:// or https://");
+  if (!url->host()) throw UsageError("'" + text + "' is no URL to send to: it names no host");
+  return *url;
+}
+
+platform::URLQueryItem queryItem(const std::string& text) {
+  const std::size_t sign = text.find('=');
+  if (sign == std::string::npos) return {text, std::nullopt};
+  if (sign == 0) throw UsageError("'" + text + "' is no query item: write NAME=VALUE");
+  return {text.substr(0, sign), text.substr(sign + 1)};
+}
+
+// The URL's own query stays as it was written.
+URL withQueryItems(const URL& url, const std::vector<std::string>& texts) {
+  if (texts.empty()) return url;
+  std::vector<platform::URLQueryItem> items;
+  for (const std::string& text : texts) items.push_back(queryItem(text));
+  platform::URLComponents added;
+  added.setQueryItems(items);
+  auto components = platform::URLComponents::make(url, true);
+  if (!components) throw UsageError("'" + url.absoluteString() + "' cannot take a query");
+  const std::string present = components->percentEncodedQuery.value_or("");
+  components->percentEncodedQuery = (present.empty() ? "" : present + "&") + added.percentEncodedQuery.value_or("");
+  const auto result = components->url();
+  if (!result) throw UsageError("'" + url.absoluteString() + "' cannot take the query items");
+  return *result;
+}
+
+std::string_view trimmed(std::string_view text) {
+  const std::size_t start = text.find_first_not_of(" \t");
+  if (start == std::string_view::npos) return {};
+  return text.substr(start, text.find_last_not_of(" \t") + 1 - start);
+}
+
+HTTPHeaderFields headerFields(const std::vector<std::string>& texts) {
+  HTTPHeaderFields fields;
+  for (const std::string& text : texts) {
+    const std::size_t colon = text.find(':');
+    if (colon == std::string::npos) throw UsageError("'" + text + "' is no header field: write 'NAME: VALUE'");
+    const std::string_view name = std::string_view(text).substr(0, colon);
+    const std::string_view value = trimmed(std::string_view(text).substr(colon + 1));
+    const std::string problem = HTTPHeaderFields::problem(name, value);
+    if (!problem.empty()) throw UsageError("'" + text + "' is no header field: " + problem);
+    fields.add(name, value);
+  }
+  return fields;
+}
+
+HTTPHeaders joined(const HTTPHeaderFields& fields) {
+  HTTPHeaders headers;
+  for (const auto& [name, value] : fields) headers.set(name, fields.value(name).value_or(value));
+  return headers;
+}
+
+HTTPMediaType contentType(const CommandLine& line, const HTTPHeaderFields& fields) {
+  if (line.contentType) return HTTPMediaType(*line.contentType);
+  if (const auto value = fields.value("Content-Type")) return HTTPMediaType(*value);
+  return HTTPMediaType::applicationOctetStream;
+}
+
+std::optional<Data> body(const CommandLine& line) {
+  if (line.bodyFile) return contentsOf(*line.bodyFile, "body");
+  if (line.data) return Data(*line.data);
+  if (line.gzip) throw UsageError("--gzip needs a body: give --data or --body-file");
+  if (line.contentType) throw UsageError("--content-type needs a body: give --data or --body-file");
+  return std::nullopt;
+}
+
+// The library skips what it cannot use; a person wants to know.
+std::vector<URL> trustedCertificates(const std::vector<std::string>& paths) {
+  std::vector<URL> files;
+  for (const std::string& path : paths) {
+    if (!platform::SecCertificate::createWithData(contentsOf(path, "certificate")))
+      throw UsageError("'" + path + "' is not a certificate in DER form");
+    files.push_back(URL::file(path));
+  }
+  return files;
+}
+
+HTTPVerbosityLevel verbosityLevel(std::string_view name) {
+  if (name == "verbose") return HTTPVerbosityLevel::verbose;
+  return name == "brief" ? HTTPVerbosityLevel::brief : HTTPVerbosityLevel::none;
+}
+
+}  // namespace
+
+bool ToolOptions::accepts(int statusCode) const {
+  const bool isUsual =
+      statusCode >= HTTPStatus::success.rawValue() && statusCode <= HTTPStatus::partialContent.rawValue();
+  return isUsual ||
+         std::find(acceptedStatusCodes.begin(), acceptedStatusCodes.end(), statusCode) != acceptedStatusCodes.end();
+}
+
+ToolOptions ToolOptions::from(const CommandLine& line) {
+  const HTTPHeaderFields fields = headerFields(line.headers);
+  const bool hasBody = line.data || line.bodyFile;
+  return {.url = withQueryItems(parsedURL(line.url), line.queryItems),
+          .method = HTTPMethod(line.method.value_or(hasBody ? "POST" : "GET")),
+          .headers = joined(fields),
+          .body = ::body(line),
+          .bodyFile = line.bodyFile,
+          .contentType = ::contentType(line, fields),
+          .compressesBody = line.gzip,
+          .timeoutInSeconds = line.timeout,
+          .trustedCertificates = ::trustedCertificates(line.trustedCertificates),
+          .waitsForConnectivity = line.waitForConnectivity,
+          .acceptedStatusCodes = line.acceptedStatuses,
+          .outputFile = line.output,
+          .verbosity = verbosityLevel(line.verbosity),
+          .printsShellCommand = line.curl,
+          .cancelsAfterSeconds = line.cancelAfter,
+          .repetitions = line.repeat,
+          .parallelRequests = line.parallel,
+          .reportsJSON = line.report.has_value()};
+}

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <Corvane/Corvane.hpp>
+#include <optional>
+#include <string>
+#include <vector>
+
+struct CommandLine;
+
+/// What the user asked for, checked and in the library's terms.
+struct ToolOptions {
+  /// With the query items of the command line behind those of the URL as it was given.
+  corvane::URL url;
+  corvane::HTTPMethod method;
+  corvane::HTTPHeaders headers = {};
+  std::optional<corvane::Data> body = std::nullopt;
+  /// The file that `body` was read from, if it was.
+  std::optional<std::string> bodyFile = std::nullopt;
+  corvane::HTTPMediaType contentType;
+  bool compressesBody = false;
+  double timeoutInSeconds;
+  std::vector<corvane::URL> trustedCertificates = {};
+  bool waitsForConnectivity = false;
+  std::vector<int> acceptedStatusCodes = {};
+  std::optional<std::string> outputFile = std::nullopt;
+  corvane::HTTPVerbosityLevel verbosity;
+  bool printsShellCommand = false;
+  std::optional<double> cancelsAfterSeconds = std::nullopt;
+  int repetitions = 1;
+  int parallelRequests = 1;
+  bool reportsJSON = false;
+
+  bool hasSeveralResponses() const { return repetitions > 1 || parallelRequests > 1; }
+  bool accepts(int statusCode) const;
+
+  /// Reads the files that the command line names. Throws `UsageError`.
+  static ToolOptions from(const CommandLine& line);
+};
