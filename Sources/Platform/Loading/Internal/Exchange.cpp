@@ -196,15 +196,16 @@ int Exchange::connectionReady(void* self, char*, char*, int remotePort, int loca
     exchange.fail(URLErrorCode::secureConnectionFailed, "the server showed no certificate");
     return CURL_PREREQFUNC_ABORT;
   }
-  if (exchange.gate_->state() == TrustGate::State::rejected) {
-    exchange.failure_ = exchange.gate_->reason();
-    return CURL_PREREQFUNC_ABORT;
-  }
-  if (exchange.gate_->isUndecided()) {
-    exchange.gate_->hold(connection);
-    if (!exchange.gate_->wasAsked()) exchange.pool_.ask(exchange.gate_);
-  }
-  return CURL_PREREQFUNC_OK;
+  if (exchange.gate_->state() == TrustGate::State::accepted) return CURL_PREREQFUNC_OK;
+  exchange.failure_ = exchange.gate_->reason();
+  if (!exchange.failure_) exchange.fail(URLErrorCode::serverCertificateUntrusted, "the server was not judged");
+  return CURL_PREREQFUNC_ABORT;
+}
+
+void Exchange::gateClosed(std::shared_ptr<TrustGate> gate) {
+  gate_ = std::move(gate);
+  touch(pool_.loop().now());
+  pool_.ask(gate_);
 }
 
 bool Exchange::mayStartAgain() {
@@ -220,7 +221,8 @@ bool Exchange::mayStartAgain() {
 CURLcode Exchange::prepareTLS(CURL*, void* context, void* self) {
   auto& exchange = *static_cast<Exchange*>(self);
   const URL& url = exchange.request_->url;
-  TrustGate::install(static_cast<SSL_CTX*>(context), url.host().value_or(std::string()), url.port().value_or(443));
+  TrustGate::install(static_cast<SSL_CTX*>(context), url.host().value_or(std::string()), url.port().value_or(443),
+                     exchange);
   return CURLE_OK;
 }
 
@@ -234,10 +236,6 @@ std::size_t Exchange::receiveHeaderLine(char* bytes, std::size_t size, std::size
   auto& exchange = *static_cast<Exchange*>(self);
   const std::size_t length = size * count;
   exchange.touch(exchange.pool_.loop().now());
-  if (exchange.isHeld()) {
-    exchange.fail(URLErrorCode::serverCertificateUntrusted, "the server answered before it was trusted and asked");
-    return 0;
-  }
   ResponseHead::Result result = exchange.head_.consume({bytes, length});
   bool goesOn = true;
   if (auto* failure = std::get_if<LoadFailure>(&result)) {

@@ -51,7 +51,7 @@ class ExchangeOwner : public AdmissionEntry {
 
 /// One request and one answer on a libcurl handle, with the checks that make a success mean a complete one.
 /// Recycled: options that never change are set once, when the handle is made. Loop side only.
-class Exchange : public DeadlineEntry {
+class Exchange final : public DeadlineEntry, private TrustGateOwner {
  public:
   /// Bytes of an unwanted body that are read to keep the connection; beyond that it is cheaper to close it.
   static constexpr std::size_t discardLimit = 64 * 1024;
@@ -105,6 +105,7 @@ class Exchange : public DeadlineEntry {
   bool headComplete();
   bool acceptBody(const std::byte* bytes, std::size_t count);
   bool mayStartAgain();
+  void gateClosed(std::shared_ptr<TrustGate> gate) override;
   bool fail(std::int32_t code, std::string message);
   bool fail(LoadFailure failure);
   void checkCompleteness();

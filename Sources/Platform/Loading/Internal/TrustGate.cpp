@@ -16,6 +16,7 @@ namespace {
 struct Target {
   std::string host;
   int port;
+  TrustGateOwner& owner;
 };
 
 int targetIndex() {
@@ -35,7 +36,7 @@ int gateIndex() {
   return index;
 }
 
-/// Accepts for the moment; the gate keeps the request back until the real decision.
+/// Accepts for the moment; the gate keeps the rest of the handshake back until the real decision.
 int rememberChain(X509_STORE_CTX* context, void*) {
   auto* connection = static_cast<SSL*>(X509_STORE_CTX_get_ex_data(context, SSL_get_ex_data_X509_STORE_CTX_idx()));
   const auto* target = static_cast<Target*>(SSL_CTX_get_ex_data(SSL_get_SSL_CTX(connection), targetIndex()));
@@ -44,7 +45,9 @@ int rememberChain(X509_STORE_CTX* context, void*) {
   auto gate = std::make_unique<std::shared_ptr<TrustGate>>(
       std::make_shared<TrustGate>(certificatesFromChain(received), target->host, target->port));
   if (SSL_set_ex_data(connection, gateIndex(), gate.get()) != 1) return 0;
-  gate.release();
+  const std::shared_ptr<TrustGate> made = *gate.release();
+  made->hold(connection);
+  target->owner.gateClosed(made);
   X509_STORE_CTX_set_error(context, X509_V_OK);
   return 1;
 }
@@ -91,9 +94,9 @@ const BIO_METHOD* holdMethod() {
 
 }  // namespace
 
-void TrustGate::install(SSL_CTX* context, const std::string& host, int port) {
+void TrustGate::install(SSL_CTX* context, const std::string& host, int port, TrustGateOwner& owner) {
   delete static_cast<Target*>(SSL_CTX_get_ex_data(context, targetIndex()));
-  SSL_CTX_set_ex_data(context, targetIndex(), new Target{host, port});
+  SSL_CTX_set_ex_data(context, targetIndex(), new Target{host, port, owner});
   SSL_CTX_set_cert_verify_callback(context, rememberChain, nullptr);
   // A renegotiation could show another certificate behind the decision's back.
   SSL_CTX_set_options(context, SSL_OP_NO_RENEGOTIATION);
@@ -106,10 +109,7 @@ std::shared_ptr<TrustGate> TrustGate::of(const SSL* connection) {
   return gate ? *gate : nullptr;
 }
 
-bool TrustGate::wasAsked() { return std::exchange(asked_, true); }
-
 void TrustGate::hold(SSL* connection) {
-  if (connection_) return;
   connection_ = connection;
   BIO* filter = BIO_new(holdMethod());
   BIO* output = SSL_get_wbio(connection);

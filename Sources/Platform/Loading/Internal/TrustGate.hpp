@@ -12,20 +12,33 @@
 
 namespace platform::detail {
 
+class TrustGate;
+
+/// Who waits for connections to be trusted.
+class TrustGateOwner {
+ public:
+  /// A server showed its chain; nothing goes to it until the gate is decided.
+  virtual void gateClosed(std::shared_ptr<TrustGate> gate) = 0;
+
+ protected:
+  ~TrustGateOwner() = default;
+};
+
 /// Keeps a new TLS connection from sending anything until its server is trusted. Loop side only.
 ///
 /// The delegate that decides runs on a queue of its own and may take its time, while the TLS library wants
-/// an answer inside its verify callback. So the callback accepts for the moment and remembers the chain;
-/// the handshake ends; and before the first byte of the request, `hold` makes every write of the connection
-/// answer "try again later". `accept` lets the writes through; after `reject` they fail.
-/// A server that answers before it was asked is refused by whoever reads, while `isUndecided`.
+/// an answer inside its verify callback. So the callback accepts for the moment, remembers the chain, and
+/// puts a filter in front of the connection's write side that answers "try again later": the handshake gets
+/// stuck before its last flight, whatever is to be spoken after it. `accept` takes the filter away; after
+/// `reject` every write fails.
 /// Sessions of earlier connections are never resumed, since a resumed one shows no certificate.
 class TrustGate {
  public:
   enum class State { undecided, accepted, rejected };
 
-  /// Prepares the connections of an SSL context to get a gate; `host` is copied.
-  static void install(SSL_CTX* context, const std::string& host, int port);
+  /// Prepares the connections of an SSL context to get a gate; `host` is copied. The owner must outlive the
+  /// handshakes.
+  static void install(SSL_CTX* context, const std::string& host, int port, TrustGateOwner& owner);
   /// The gate of a connection whose server showed its chain; null otherwise.
   static std::shared_ptr<TrustGate> of(const SSL* connection);
 
@@ -43,9 +56,7 @@ class TrustGate {
   /// Whether the server announced the end of its stream (RFC 8446, 6.1), so that it was not cut off.
   bool sawClosingAlert() const { return sawClosingAlert_; }
 
-  /// Whether the decision was already asked for; the first caller gets false and has to ask.
-  bool wasAsked();
-  /// Requires: the handshake of `connection` is over.
+  /// Lets nothing through from here on. Requires: the handshake of `connection` is under way.
   void hold(SSL* connection);
   void accept();
   void reject(Error reason);
@@ -58,7 +69,6 @@ class TrustGate {
   std::string host_;
   int port_;
   State state_ = State::undecided;
-  bool asked_ = false;
   bool sawClosingAlert_ = false;
   std::optional<Error> reason_;
   SSL* connection_ = nullptr;
