@@ -93,6 +93,7 @@ class Parser {
     return app_.add_option(name, values, help)
         ->type_name(kind)
         ->expected(1)
+        ->allow_extra_args(false)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
   }
 

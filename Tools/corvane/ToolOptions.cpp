@@ -48,10 +48,13 @@ URL withQueryItems(const URL& url, const std::vector<std::string>& texts) {
   for (const std::string& text : texts) items.push_back(queryItem(text));
   platform::URLComponents added;
   added.setQueryItems(items);
+  // The platform leaves "+" as it is, and many servers read it as a blank.
+  std::string text;
+  for (const char c : added.percentEncodedQuery.value_or("")) text.append(c == '+' ? "%2B" : std::string(1, c));
   auto components = platform::URLComponents::make(url, true);
   if (!components) throw UsageError("'" + url.absoluteString() + "' cannot take a query");
   const std::string present = components->percentEncodedQuery.value_or("");
-  components->percentEncodedQuery = (present.empty() ? "" : present + "&") + added.percentEncodedQuery.value_or("");
+  components->percentEncodedQuery = (present.empty() ? "" : present + "&") + text;
   const auto result = components->url();
   if (!result) throw UsageError("'" + url.absoluteString() + "' cannot take the query items");
   return *result;

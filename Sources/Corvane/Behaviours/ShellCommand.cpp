@@ -101,6 +101,15 @@ std::string urlOptions(const std::string& url) {
   return options;
 }
 
+/// Such a method is sent with "Content-Length: 0" when it has no body (RFC 9110, 8.6); curl does so when it is
+/// given an empty one.
+URLRequest withAnnouncedBody(URLRequest request) {
+  const std::string& method = request.httpMethod;
+  const bool expectsBody = method == "POST" || method == "PUT" || method == "PATCH";
+  if (expectsBody && !request.httpBody) request.httpBody = Data();
+  return request;
+}
+
 void requireThatItCanBeSent(const URLRequest& request) {
   const std::string problem = request.problem();
   if (problem.empty()) return;
@@ -109,8 +118,9 @@ void requireThatItCanBeSent(const URLRequest& request) {
 
 }  // namespace
 
-ShellCommand shellCommand(const URLRequest& request, const ShellCommandOptions& options) {
-  requireThatItCanBeSent(request);
+ShellCommand shellCommand(const URLRequest& original, const ShellCommandOptions& options) {
+  requireThatItCanBeSent(original);
+  const URLRequest request = withAnnouncedBody(original);
   ShellCommand command;
   command.text = "curl" + methodOption(request) + urlOptions(request.url.absoluteString());
   // The answer comes as it was coded, unless curl is told to decode it.

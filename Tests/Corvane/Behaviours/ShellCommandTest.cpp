@@ -36,12 +36,18 @@ TEST(ShellCommandTest, quotesEveryWord) {
 
 TEST(ShellCommandTest, namesTheMethodOnlyWhereItIsNotImplied) {
   URLRequest post = bare("https://example.com", "POST");
+  post.httpBody = Data("x");
 
   EXPECT_THAT(commandFor(bare("https://example.com", "DELETE")), HasSubstr("curl -X 'DELETE' "));
-  EXPECT_THAT(commandFor(post), HasSubstr("curl -X 'POST' "));
   EXPECT_THAT(commandFor(bare("https://example.com", "HEAD")), HasSubstr("curl --head "));
-  post.httpBody = Data("x");
   EXPECT_THAT(commandFor(post), Not(HasSubstr("-X")));
+}
+
+TEST(ShellCommandTest, announcesThatAPostHasNoBody) {
+  EXPECT_THAT(commandFor(bare("https://example.com", "POST")),
+              HasSubstr(" -H 'Content-Type:' -H 'Expect:' --data-binary ''"));
+  EXPECT_THAT(commandFor(bare("https://example.com", "PUT")), HasSubstr("curl -X 'PUT' "));
+  EXPECT_THAT(commandFor(bare("https://example.com", "DELETE")), Not(HasSubstr("--data")));
 }
 
 TEST(ShellCommandTest, writesTheBodyOnTheCommandLine) {

@@ -1,0 +1,18 @@
+#!/usr/bin/env bash
+# Runs the command-line tool against servers that nobody here wrote: nginx, httpbin and nghttpd, on free
+# loopback ports, each ended by its process id.
+#
+#   Tests/Integration/run.sh [TEST...]      e.g. test_nginx, test_nghttpd.HTTP2.test_a_large_body
+set -euo pipefail
+cd "$(dirname "$0")/../.."
+
+cmake --preset dev >/dev/null
+cmake --build build/dev --target corvane_tool -- -j "${JOBS:-$(nproc)}" >&2
+export CORVANE_TOOL=$PWD/build/dev/bin/corvane
+
+cd Tests/Integration
+# Debian's own Python: httpbin is a package of it.
+if [ $# -gt 0 ]; then
+  exec /usr/bin/python3 -m unittest --verbose "$@"
+fi
+exec /usr/bin/python3 -m unittest discover --verbose

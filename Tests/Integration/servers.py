@@ -1,0 +1,161 @@
+"""Starts real servers on free loopback ports, each with a folder of its own."""
+
+import os
+import pathlib
+import shutil
+import socket
+import subprocess
+import tempfile
+import time
+
+LARGE = 32 * 1024 * 1024
+PATIENCE = 20
+
+
+def free_port():
+    with socket.socket() as one:
+        one.bind(("127.0.0.1", 0))
+        return one.getsockname()[1]
+
+
+def pattern(size):
+    """Bytes that tell their place, so that a swapped or missing piece shows."""
+    words = b"".join(number.to_bytes(4, "little") for number in range((size + 3) // 4))
+    return words[:size]
+
+
+def find(program):
+    path = os.pathsep.join([os.environ.get("PATH", ""), "/usr/sbin", "/sbin"])
+    found = shutil.which(program, path=path)
+    if not found:
+        raise RuntimeError(f"{program} is not installed: Scripts/setup.sh integration")
+    return found
+
+
+class Folder:
+    """A temporary folder with a certificate for localhost and its key."""
+
+    def __init__(self):
+        self.path = pathlib.Path(tempfile.mkdtemp(prefix="corvane-integration-"))
+
+    def make_certificate(self):
+        subprocess.run(["openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes",
+                        "-keyout", self / "server.key", "-out", self / "server.pem", "-days", "2",
+                        "-subj", "/CN=localhost", "-addext", "subjectAltName=DNS:localhost,IP:127.0.0.1"],
+                       check=True, stderr=subprocess.DEVNULL)
+        subprocess.run(["openssl", "x509", "-in", self / "server.pem", "-outform", "der", "-out", self / "server.der"],
+                       check=True)
+
+    def __truediv__(self, name):
+        return self.path / name
+
+    def remove(self):
+        shutil.rmtree(self.path, ignore_errors=True)
+
+
+class Server:
+    def __init__(self, command, port, log, environment=None):
+        self.port = port
+        self.log = log
+        with open(log, "wb") as output:
+            self.process = subprocess.Popen(list(map(str, command)), stdin=subprocess.DEVNULL, stdout=output, stderr=output,
+                                            env={**os.environ, **(environment or {})})
+        self.wait_until_it_listens()
+
+    def wait_until_it_listens(self):
+        deadline = time.monotonic() + PATIENCE
+        while time.monotonic() < deadline:
+            try:
+                socket.create_connection(("127.0.0.1", self.port), 1).close()
+                return
+            except OSError:
+                try:
+                    self.process.wait(0.02)
+                except subprocess.TimeoutExpired:
+                    continue
+                break
+        self.stop()
+        raise RuntimeError("a server does not listen:\n" + pathlib.Path(self.log).read_text(errors="replace")[-2000:])
+
+    def stop(self):
+        self.process.terminate()
+        try:
+            self.process.wait(PATIENCE)
+        except subprocess.TimeoutExpired:
+            self.process.kill()
+            self.process.wait()
+
+
+def httpbin(folder):
+    port = free_port()
+    program = ("import httpbin, werkzeug.serving as s; "
+               "s.WSGIRequestHandler.protocol_version = 'HTTP/1.1'; "
+               f"s.run_simple('127.0.0.1', {port}, httpbin.app, threaded=True)")
+    return Server(["/usr/bin/python3", "-c", program], port, folder / "httpbin.log")
+
+
+NGINX = """
+daemon off;
+master_process off;
+pid FOLDER/nginx.pid;
+error_log FOLDER/nginx-error.log;
+events { worker_connections 1024; }
+http {
+  access_log FOLDER/nginx-access.log;
+  client_body_temp_path FOLDER/temporary;
+  proxy_temp_path FOLDER/temporary;
+  fastcgi_temp_path FOLDER/temporary;
+  uwsgi_temp_path FOLDER/temporary;
+  scgi_temp_path FOLDER/temporary;
+  default_type application/octet-stream;
+  types { text/plain txt; application/json json; }
+  gzip on;
+  gzip_min_length 100;
+  gzip_types text/plain application/json;
+  http2_max_concurrent_streams 16;
+  server {
+    listen 127.0.0.1:PLAIN;
+    listen 127.0.0.1:SECURE ssl http2;
+    ssl_certificate FOLDER/server.pem;
+    ssl_certificate_key FOLDER/server.key;
+    root FOLDER/content;
+    client_max_body_size 64m;
+    location = /moved { return 301 /hello.txt; }
+    location = /found-elsewhere { return 302 http://127.0.0.1:PLAIN/hello.txt; }
+    location = /to-plain { return 302 http://127.0.0.1:PLAIN/hello.txt; }
+    location = /round { return 302 /round; }
+    location = /cut { return 444; }
+    location = /accepts { client_body_buffer_size 64m; proxy_pass http://127.0.0.1:PLAIN/taken; }
+    location = /taken { return 204; }
+    location = /connection { default_type text/plain; return 200 "$connection $connection_requests"; }
+    location = /protocol { default_type text/plain; return 200 "$server_protocol"; }
+  }
+}
+"""
+
+
+class Nginx(Server):
+    def __init__(self, folder):
+        self.plain_port, self.secure_port = free_port(), free_port()
+        content = folder / "content"
+        content.mkdir()
+        (content / "hello.txt").write_text("hello\n")
+        (content / "words.txt").write_text("all work and no play makes a dull test\n" * 2000)
+        (content / "large").write_bytes(pattern(LARGE))
+        (content / "empty").write_bytes(b"")
+        text = NGINX.replace("FOLDER", str(folder.path)).replace("PLAIN", str(self.plain_port))
+        (folder / "nginx.conf").write_text(text.replace("SECURE", str(self.secure_port)))
+        super().__init__([find("nginx"), "-e", folder / "nginx-error.log", "-c", folder / "nginx.conf"],
+                         self.plain_port, folder / "nginx.log")
+
+
+class Nghttpd(Server):
+    def __init__(self, folder):
+        content = folder / "htdocs"
+        content.mkdir()
+        (content / "hello.txt").write_text("hello\n")
+        (content / "large").write_bytes(pattern(LARGE))
+        port = free_port()
+        super().__init__([find("nghttpd"), "--htdocs", content, "--address", "127.0.0.1", "--echo-upload",
+                          "--trailer", "x-checked: yes", port, folder / "server.key", folder / "server.pem"],
+                         port, folder / "nghttpd.log")

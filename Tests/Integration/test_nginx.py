@@ -1,0 +1,149 @@
+"""nginx, over HTTP/1.1 and over HTTP/2."""
+
+import hashlib
+import os
+import tempfile
+
+import servers
+from tool import ToolTest, run
+
+
+def setUpModule():
+    global folder, server, plain, secure, trust
+    folder = servers.Folder()
+    folder.make_certificate()
+    server = servers.Nginx(folder)
+    plain = f"http://127.0.0.1:{server.plain_port}"
+    secure = f"https://localhost:{server.secure_port}"
+    trust = ("--trust", folder / "server.der")
+
+
+def tearDownModule():
+    server.stop()
+    folder.remove()
+
+
+LARGE = hashlib.sha256(servers.pattern(servers.LARGE)).hexdigest()
+
+
+class Both:
+    """What must work alike over both."""
+
+    def test_a_small_file(self):
+        self.assertEqual(self.succeed(self.base() + "/hello.txt", *self.options()).output, b"hello\n")
+
+    def test_an_empty_file(self):
+        report = self.report(self.base() + "/empty", *self.options())
+        self.assertEqual((report["status"], report["bodyBytes"]), (200, 0))
+
+    def test_a_large_file(self):
+        output = self.succeed(self.base() + "/large", *self.options()).output
+        self.assertEqual(hashlib.sha256(output).hexdigest(), LARGE)
+
+    def test_a_compressed_answer(self):
+        report = self.report(self.base() + "/words.txt", *self.options())
+        self.assertEqual(report["headers"]["content-encoding"], ["gzip"])
+        self.assertEqual(report["bodyBytes"], 39 * 2000)
+
+    def test_a_part_of_a_file(self):
+        report = self.report(self.base() + "/large", "--header", "Range: bytes=100-199", *self.options())
+        self.assertEqual((report["status"], report["bodyBytes"]), (206, 100))
+
+    def test_an_unchanged_file(self):
+        tag = self.report(self.base() + "/hello.txt", *self.options())["headers"]["etag"][0]
+        report = self.report(self.base() + "/hello.txt", "--header", f"If-None-Match: {tag}", "--accept-status", "304",
+                             *self.options())
+        self.assertEqual((report["status"], report["bodyBytes"], report["error"]), (304, 0, None))
+
+    def test_head(self):
+        report = self.report("HEAD", self.base() + "/large", *self.options())
+        self.assertEqual((report["status"], report["bodyBytes"]), (200, 0))
+        self.assertEqual(report["headers"]["content-length"], [str(servers.LARGE)])
+
+    def test_a_redirect_within_the_server(self):
+        self.assertEqual(self.report(self.base() + "/moved", *self.options())["status"], 200)
+
+    def test_a_missing_file(self):
+        report = self.report(self.base() + "/missing", *self.options())
+        self.assertEqual((report["status"], report["statusName"]), (404, "notFound"))
+
+    def test_a_connection_closed_without_an_answer(self):
+        report = self.report(self.base() + "/cut", *self.options())
+        self.assertIsNone(report["status"])
+        self.assertEqual(report["error"]["case"], "networkConnectionLost")
+
+    def test_a_large_body_to_the_server(self):
+        with tempfile.NamedTemporaryFile() as body:
+            body.write(servers.pattern(servers.LARGE))
+            body.flush()
+            report = self.report(self.base() + "/accepts", "--body-file", body.name, *self.options())
+        self.assertEqual((report["status"], report["error"]), (204, None))
+
+    def test_a_body_the_server_refuses(self):
+        with tempfile.NamedTemporaryFile() as body:
+            os.truncate(body.name, 65 * 1024 * 1024)
+            report = self.report(self.base() + "/accepts", "--body-file", body.name, *self.options())
+        self.assertEqual(report["status"], 413)
+
+    def test_many_at_a_time(self):
+        reports = run(self.base() + "/hello.txt", "--parallel", "50", "--repeat", "4", "--report", "json",
+                      *self.options()).reports()
+        self.assertEqual([report["status"] for report in reports], [200] * 200)
+
+    def test_large_files_at_a_time(self):
+        reports = run(self.base() + "/large", "--parallel", "4", "--report", "json", *self.options()).reports()
+        self.assertEqual([report["bodyBytes"] for report in reports], [servers.LARGE] * 4)
+
+
+class HTTP1(Both, ToolTest):
+    def base(self):
+        return plain
+
+    def options(self):
+        return ()
+
+    def test_it_is_http_1(self):
+        self.assertEqual(self.succeed(plain + "/protocol").output, b"HTTP/1.1")
+
+    def test_requests_of_a_session_share_a_connection(self):
+        lines = self.succeed(plain + "/connection", "--repeat", "5").output.decode()
+        connection = lines.split(" ")[0]
+        self.assertEqual(lines, "".join(f"{connection} {number}" for number in range(1, 6)))
+
+    def test_a_redirect_to_another_origin(self):
+        self.assertEqual(self.succeed(plain + "/found-elsewhere").output, b"hello\n")
+
+    def test_redirects_without_end(self):
+        self.assertEqual(self.report(plain + "/round")["error"]["case"], "httpTooManyRedirects")
+
+
+class HTTP2(Both, ToolTest):
+    def base(self):
+        return secure
+
+    def options(self):
+        return trust
+
+    def test_it_is_http_2(self):
+        self.assertEqual(self.succeed(secure + "/protocol", *trust).output, b"HTTP/2.0")
+
+    def test_parallel_requests_share_connections(self):
+        lines = run(secure + "/connection", "--parallel", "12", *trust).output.decode()
+        self.assertEqual(len(lines.split()), 13)
+
+    def test_a_redirect_to_plain_http_is_not_followed(self):
+        report = self.report(secure + "/to-plain", *trust)
+        self.assertIsNotNone(report["error"])
+
+    def test_without_trust_nothing_is_sent(self):
+        report = self.report(secure + "/secret-path")
+        self.assertIsNone(report["status"])
+        self.assertEqual(report["error"]["case"], "serverCertificateHasUnknownRoot")
+        self.assertNotIn("secret-path", (folder / "nginx-access.log").read_text())
+
+    def test_a_certificate_for_another_name(self):
+        report = self.report(f"https://127.0.0.2:{server.secure_port}/", *trust)
+        self.assertIsNotNone(report["error"])
+
+    def test_an_address_in_the_certificate(self):
+        self.assertEqual(self.report(f"https://127.0.0.1:{server.secure_port}/hello.txt", *trust)["status"], 200)

@@ -1,0 +1,61 @@
+"""Runs the command-line tool and looks at what it says."""
+
+import json
+import os
+import subprocess
+import unittest
+
+PROGRAM = os.environ["CORVANE_TOOL"]
+# Far beyond what any test needs; a hang becomes a failure.
+PATIENCE = 60
+
+
+class Outcome:
+    def __init__(self, status, output, problems):
+        self.status = status
+        self.output = output
+        self.problems = problems.decode(errors="replace")
+
+    def reports(self):
+        return [json.loads(line) for line in self.output.splitlines()]
+
+    def report(self):
+        (only,) = self.reports()
+        return only
+
+    def __str__(self):
+        return f"exit status {self.status}\n--- output\n{self.output[:2000]!r}\n--- problems\n{self.problems[:2000]}"
+
+
+def run(*arguments, **options):
+    done = subprocess.run([PROGRAM, *map(str, arguments)], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                          stderr=subprocess.PIPE, timeout=PATIENCE, **options)
+    return Outcome(done.returncode, done.stdout, done.stderr)
+
+
+class ToolTest(unittest.TestCase):
+    """A test of the tool; the checks say everything there is to know when they fail."""
+
+    def succeed(self, *arguments):
+        outcome = run(*arguments)
+        self.assertEqual(outcome.status, 0, str(outcome))
+        self.assertEqual(outcome.problems, "", str(outcome))
+        return outcome
+
+    def fail_with(self, status, *arguments):
+        outcome = run(*arguments)
+        self.assertEqual(outcome.status, status, str(outcome))
+        self.assertTrue(outcome.problems.startswith("corvane: "), str(outcome))
+        return outcome
+
+    def report(self, *arguments):
+        """The report of the only response, with the names of header fields in lower case."""
+        outcome = run(*arguments, "--report", "json")
+        report = outcome.report()
+        report["headers"] = {name.lower(): values for name, values in report["headers"].items()}
+        self.assertEqual(outcome.status, 1 if report["error"] else 0, str(outcome))
+        return report
+
+    def echo(self, *arguments):
+        """What a server that echoes says it got."""
+        return json.loads(self.succeed(*arguments).output)
