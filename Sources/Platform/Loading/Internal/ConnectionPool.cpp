@@ -163,7 +163,6 @@ void ConnectionPool::collectFinished() {
       curl_multi_add_handle(multi_, exchange.handle());
       continue;
     }
-    if (exchange.isMultiplexed() && exchange.socket >= 0) socketAt(exchange.socket).isMultiplexed = true;
     end(exchange, exchange.finish(result));
   }
 }

@@ -40,6 +40,8 @@ class ConnectionPool final : public Ticker, public EventHandler {
   NetworkLoop& loop() const { return loop_; }
   /// Whether the connection with these ports was closed, or received bytes nobody asked for, while it was idle.
   bool isTainted(int localPort, int remotePort) const;
+  /// The connection speaks HTTP/2: what its server says while it is idle taints nothing.
+  void noteMultiplexed(int descriptor) { socketAt(descriptor).isMultiplexed = true; }
 
   // Ticker and EventHandler.
   LoopTime nextTick() override;

@@ -196,6 +196,8 @@ int Exchange::connectionReady(void* self, char*, char*, int remotePort, int loca
     exchange.fail(URLErrorCode::secureConnectionFailed, "the server showed no certificate");
     return CURL_PREREQFUNC_ABORT;
   }
+  exchange.startedOnMultiplexed_ = TrustGate::isMultiplexed(connection);
+  if (exchange.startedOnMultiplexed_ && exchange.socket >= 0) exchange.pool_.noteMultiplexed(exchange.socket);
   if (exchange.gate_->state() == TrustGate::State::accepted) return CURL_PREREQFUNC_OK;
   exchange.failure_ = exchange.gate_->reason();
   if (!exchange.failure_) exchange.fail(URLErrorCode::serverCertificateUntrusted, "the server was not judged");
@@ -209,13 +211,15 @@ void Exchange::gateClosed(std::shared_ptr<TrustGate> gate) {
 }
 
 bool Exchange::mayStartAgain() {
-  // libcurl starts again by itself when a kept connection dies before the first byte of the answer.
-  if (starts_ == 2 && isIdempotent(request_->httpMethod)) return true;
-  fail(URLErrorCode::networkConnectionLost, starts_ == 2 ? "the connection was lost before an answer came; a " +
-                                                               request_->httpMethod +
-                                                               " is not repeated, since the server may have acted on it"
-                                                         : "the connection was lost twice before an answer came");
-  return false;
+  // libcurl starts again by itself when a kept connection dies before the first byte of the answer. It also does
+  // when a server that retires its HTTP/2 connection has not looked at the request (RFC 9113, 8.7); this may
+  // happen more than once, and libcurl bounds it.
+  const bool isSafe = isIdempotent(request_->httpMethod);
+  if (isSafe && (starts_ == 2 || startedOnMultiplexed_)) return true;
+  return fail(URLErrorCode::networkConnectionLost,
+              isSafe ? "the connection was lost twice before an answer came"
+                     : "the connection was lost before an answer came; a " + request_->httpMethod +
+                           " is not repeated, since the server may have acted on it");
 }
 
 CURLcode Exchange::prepareTLS(CURL*, void* context, void* self) {
@@ -363,6 +367,7 @@ void Exchange::recycle() {
   endedByUs_ = false;
   sent_ = 0;
   starts_ = 0;
+  startedOnMultiplexed_ = false;
   mustRestart_ = false;
   gate_.reset();
   failure_.reset();

@@ -78,9 +78,6 @@ class Exchange final : public DeadlineEntry, private TrustGateOwner {
   bool isHeld() const { return gate_ && gate_->isUndecided(); }
   const std::shared_ptr<TrustGate>& gate() const { return gate_; }
 
-  /// Whether the answer came over a connection that is shared by several exchanges at a time.
-  bool isMultiplexed() const { return head_.isComplete() && head_.httpVersion().starts_with("HTTP/2"); }
-
   /// Something moved on this exchange's connection.
   void touch(LoopTime now) { postpone(now + timeout_); }
   LoopTime timeout() const { return timeout_; }
@@ -129,7 +126,8 @@ class Exchange final : public DeadlineEntry, private TrustGateOwner {
   bool wantsBody_ = true;
   bool endedByUs_ = false;  ///< an unwanted body was too long to be read
   curl_off_t sent_ = 0;
-  int starts_ = 0;  ///< how often a connection was ready for the request
+  int starts_ = 0;                     ///< how often a connection was ready for the request
+  bool startedOnMultiplexed_ = false;  ///< the last of these connections is shared by several exchanges at a time
   bool mustRestart_ = false;
   std::shared_ptr<TrustGate> gate_;
   std::optional<Error> failure_;

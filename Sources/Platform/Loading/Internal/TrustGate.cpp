@@ -3,6 +3,7 @@
 #include <openssl/bio.h>
 #include <openssl/x509_vfy.h>
 
+#include <string_view>
 #include <utility>
 
 #include "Platform/Security/Internal/CertificateHandle.hpp"
@@ -107,6 +108,13 @@ void TrustGate::install(SSL_CTX* context, const std::string& host, int port, Tru
 std::shared_ptr<TrustGate> TrustGate::of(const SSL* connection) {
   const auto* gate = static_cast<std::shared_ptr<TrustGate>*>(SSL_get_ex_data(connection, gateIndex()));
   return gate ? *gate : nullptr;
+}
+
+bool TrustGate::isMultiplexed(const SSL* connection) {
+  const unsigned char* protocol = nullptr;
+  unsigned length = 0;
+  SSL_get0_alpn_selected(connection, &protocol, &length);
+  return std::string_view(reinterpret_cast<const char*>(protocol), length) == "h2";
 }
 
 void TrustGate::hold(SSL* connection) {

@@ -53,6 +53,9 @@ class TrustGate {
   /// Why it was rejected.
   const std::optional<Error>& reason() const { return reason_; }
 
+  /// Whether the connection carries several exchanges at a time (HTTP/2). Requires: its handshake is over.
+  static bool isMultiplexed(const SSL* connection);
+
   /// Whether the server announced the end of its stream (RFC 8446, 6.1), so that it was not cut off.
   bool sawClosingAlert() const { return sawClosingAlert_; }
 
