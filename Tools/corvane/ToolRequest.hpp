@@ -28,7 +28,8 @@ class DescribedRequest : public Mixin {
   }
   void process(const ToolResponse& response) const {
     const auto code = response.statusCode();
-    if (!response.result.error() && code && !options_->accepts(*code)) throw corvane::HTTPResponseError::unacceptableStatus(response.status);
+    if (!response.result.error() && code && !options_->accepts(*code))
+      throw corvane::HTTPResponseError::unacceptableStatus(response.status);
   }
 
  protected:

@@ -49,21 +49,34 @@ void WorkerPool::submit(const std::shared_ptr<PoolClient>& client, std::vector<B
 
 WorkerPool::Help WorkerPool::findHelp() {
   // One that is on its way finds the rest of the jobs and calls for more help itself.
-  if (arriving_ != 0) return {};
+  if (arriving_ > claimed_) return {};
   Help help;
   if (!idle_.empty()) {
-    help.wake = takeIdleWorker();
-    ++arriving_;
+    wakeOne(help);
   } else if (workers_ < cores_) {
     help.start = true;
     ++workers_;
     ++arriving_;
-  } else if (!isWatched_) {
-    help.watch = true;
-    isWatched_ = true;
-    begunAtLastCheck_ = begun_;
+  } else {
+    help.watch = startsWatch();
   }
   return help;
+}
+
+void WorkerPool::wakeOne(Help& help) {
+  help.wake = takeIdleWorker();
+  ++arriving_;
+  if (help.wake != onThisThread_) return;
+  // What it does at the moment may wait for this very job.
+  help.wake->isClaimed = true;
+  ++claimed_;
+  help.watch = startsWatch();
+}
+
+bool WorkerPool::startsWatch() {
+  if (std::exchange(isWatched_, true)) return false;
+  begunAtLastCheck_ = begun_;
+  return true;
 }
 
 WorkerPool::Worker* WorkerPool::takeIdleWorker() {
@@ -107,6 +120,7 @@ void WorkerPool::serve() {
   std::unique_lock lock(mutex_);
   while (true) {
     if (std::exchange(isArriving, false)) --arriving_;
+    if (std::exchange(self.isClaimed, false)) --claimed_;
     if (jobs_.isEmpty()) {
       if (!rest(self, lock)) return;
       isArriving = true;
@@ -163,16 +177,19 @@ void WorkerPool::checkProgress() {
     isWatched_ = false;
     return;
   }
-  const bool isStuck = begun_ == begunAtLastCheck_ && arriving_ == 0 && idle_.empty();
+  const bool isStuck = begun_ == begunAtLastCheck_ && arriving_ == claimed_;
   begunAtLastCheck_ = begun_;
-  const bool grows = isStuck && workers_ < mostWorkers;
-  if (grows) {
+  Help help;
+  if (isStuck && !idle_.empty()) {
+    wakeOne(help);
+  } else if (isStuck && workers_ < mostWorkers) {
+    help.start = true;
     ++workers_;
     ++arriving_;
   }
+  help.watch = true;
   lock.unlock();
-  if (grows) startWorker();
-  watch();
+  carryOut(help);
 }
 
 }  // namespace platform::detail

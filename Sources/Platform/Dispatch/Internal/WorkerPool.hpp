@@ -46,6 +46,8 @@ class WorkerPool {
   struct Worker {
     /// Of the rest at hand. A worker that rests drives the network meanwhile, when nobody else does.
     std::optional<AssistedWait> woken;
+    /// Has got a job from its own thread while it drives, and takes it when it is done with what it does.
+    bool isClaimed = false;
   };
   /// What a thread has to do, after it released the lock, so that the waiting jobs get a worker.
   struct Help {
@@ -56,6 +58,8 @@ class WorkerPool {
 
   WorkerPool();
   Help findHelp();
+  void wakeOne(Help& help);
+  bool startsWatch();
   Worker* takeIdleWorker();
   void carryOut(const Help& help);
   void startWorker();
@@ -76,6 +80,8 @@ class WorkerPool {
   std::size_t workers_ = 0;
   // Workers that were woken or started and have not looked for a job yet.
   std::size_t arriving_ = 0;
+  // Those of them that have something to finish first.
+  std::size_t claimed_ = 0;
   // Jobs begun, but not those that a new worker began first: a pool that only grows makes no progress.
   std::size_t begun_ = 0;
   std::size_t begunAtLastCheck_ = 0;
