@@ -113,6 +113,7 @@ http {
   gzip_min_length 100;
   gzip_types text/plain application/json;
   http2_max_concurrent_streams 16;
+  split_clients $request_id $large_or_small { 50% large; * hello.txt; }
   server {
     listen 127.0.0.1:PLAIN;
     listen 127.0.0.1:SECURE ssl http2;
@@ -125,10 +126,19 @@ http {
     location = /to-plain { return 302 http://127.0.0.1:PLAIN/hello.txt; }
     location = /round { return 302 /round; }
     location = /cut { return 444; }
+    location = /either { rewrite ^ /$large_or_small; }
     location = /accepts { client_body_buffer_size 64m; proxy_pass http://127.0.0.1:PLAIN/taken; }
     location = /taken { return 204; }
     location = /connection { default_type text/plain; return 200 "$connection $connection_requests"; }
     location = /protocol { default_type text/plain; return 200 "$server_protocol"; }
+  }
+  server {
+    listen 127.0.0.1:RETIRINGPLAIN;
+    listen 127.0.0.1:RETIRINGSECURE ssl http2;
+    ssl_certificate FOLDER/server.pem;
+    ssl_certificate_key FOLDER/server.key;
+    root FOLDER/content;
+    keepalive_requests 10;
   }
 }
 """
@@ -137,14 +147,19 @@ http {
 class Nginx(Server):
     def __init__(self, folder):
         self.plain_port, self.secure_port = free_port(), free_port()
+        self.plain_retiring_port, self.secure_retiring_port = free_port(), free_port()
         content = folder / "content"
         content.mkdir()
         (content / "hello.txt").write_text("hello\n")
         (content / "words.txt").write_text("all work and no play makes a dull test\n" * 2000)
         (content / "large").write_bytes(pattern(LARGE))
         (content / "empty").write_bytes(b"")
-        text = NGINX.replace("FOLDER", str(folder.path)).replace("PLAIN", str(self.plain_port))
-        (folder / "nginx.conf").write_text(text.replace("SECURE", str(self.secure_port)))
+        text = NGINX
+        for name, value in (("FOLDER", folder.path), ("RETIRINGPLAIN", self.plain_retiring_port),
+                            ("RETIRINGSECURE", self.secure_retiring_port), ("PLAIN", self.plain_port),
+                            ("SECURE", self.secure_port)):
+            text = text.replace(name, str(value))
+        (folder / "nginx.conf").write_text(text)
         super().__init__([find("nginx"), "-e", folder / "nginx-error.log", "-c", folder / "nginx.conf"],
                          self.plain_port, folder / "nginx.log")
 

@@ -95,6 +95,22 @@ class Both:
         self.assertEqual([report["bodyBytes"] for report in reports], [servers.LARGE] * 4)
 
 
+class Retiring(ToolTest):
+    """A server that closes each connection after ten requests."""
+
+    def check(self, base, *options):
+        for counts in (("--repeat", "35"), ("--parallel", "35"), ("--parallel", "20", "--repeat", "3")):
+            outcome = run(base + "/hello.txt", *counts, *options)
+            self.assertEqual((outcome.status, outcome.problems), (0, ""))
+            self.assertEqual(set(outcome.output.decode().split("\n")), {"hello", ""})
+
+    def test_over_http_1(self):
+        self.check(f"http://127.0.0.1:{server.plain_retiring_port}")
+
+    def test_over_http_2(self):
+        self.check(f"https://localhost:{server.secure_retiring_port}", *trust)
+
+
 class HTTP1(Both, ToolTest):
     def base(self):
         return plain
@@ -130,6 +146,13 @@ class HTTP2(Both, ToolTest):
     def test_parallel_requests_share_connections(self):
         lines = run(secure + "/connection", "--parallel", "12", *trust).output.decode()
         self.assertEqual(len(lines.split()), 13)
+
+    def test_cancelled_answers_do_not_spoil_the_connection_for_others(self):
+        reports = run(secure + "/either", "--repeat", "60", "--cancel-after", "0.05", "--report", "json", *trust).reports()
+        statuses = [report["status"] for report in reports if report["error"] is None]
+        self.assertEqual(len(reports), 60)
+        self.assertEqual(set(statuses), {200})
+        self.assertGreater(len(statuses), 5)
 
     def test_a_redirect_to_plain_http_is_not_followed(self):
         report = self.report(secure + "/to-plain", *trust)

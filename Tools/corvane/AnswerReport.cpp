@@ -105,8 +105,11 @@ void AnswerReport::printLine(const FinishedExchange& exchange, const std::option
 }
 
 void AnswerReport::print(std::string_view bytes) {
+  if (!canPrint_) return;
   const bool isWritten = std::fwrite(bytes.data(), 1, bytes.size(), stdout) == bytes.size() && std::fflush(stdout) == 0;
-  if (!isWritten) complain(std::string("cannot write to standard output: ") + std::strerror(errno));
+  if (isWritten) return;
+  complain(std::string("cannot write to standard output: ") + std::strerror(errno));
+  canPrint_ = false;
 }
 
 void AnswerReport::complain(const std::string& problem) {

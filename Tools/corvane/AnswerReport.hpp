@@ -25,4 +25,5 @@ class AnswerReport {
 
   const ToolOptions& options_;
   bool hasFailure_ = false;
+  bool canPrint_ = true;  ///< what failed once is said once
 };

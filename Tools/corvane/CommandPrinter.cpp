@@ -1,7 +1,9 @@
 #include "CommandPrinter.hpp"
 
 #include <Platform/Foundation/FileManager.hpp>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 
 #include "FileOutput.hpp"
 #include "ToolRequest.hpp"
@@ -16,7 +18,7 @@ ShellCommand commandFor(const ToolOptions& options, const std::string& bodyFile)
 
 bool print(const ShellCommand& command) {
   if (std::printf("%s\n", command.text.c_str()) >= 0 && std::fflush(stdout) == 0) return true;
-  std::fprintf(stderr, "corvane: cannot write to standard output\n");
+  std::fprintf(stderr, "corvane: cannot write to standard output: %s\n", std::strerror(errno));
   return false;
 }
 

@@ -82,7 +82,11 @@ HTTPHeaderFields headerFields(const std::vector<std::string>& texts) {
 
 HTTPHeaders joined(const HTTPHeaderFields& fields) {
   HTTPHeaders headers;
-  for (const auto& [name, value] : fields) headers.set(name, fields.value(name).value_or(value));
+  HTTPHeaderFields seen;
+  for (const auto& [name, value] : fields) {
+    if (!seen.contains(name)) headers.set(name, fields.value(name).value_or(value));
+    seen.add(name, value);
+  }
   return headers;
 }
 
@@ -128,6 +132,7 @@ bool ToolOptions::accepts(int statusCode) const {
 ToolOptions ToolOptions::from(const CommandLine& line) {
   const HTTPHeaderFields fields = headerFields(line.headers);
   const bool hasBody = line.data || line.bodyFile;
+  if (hasBody && line.method == "HEAD") throw UsageError("a HEAD request cannot carry a body");
   return {.url = withQueryItems(parsedURL(line.url), line.queryItems),
           .method = HTTPMethod(line.method.value_or(hasBody ? "POST" : "GET")),
           .headers = joined(fields),

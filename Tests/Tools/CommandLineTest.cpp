@@ -1,0 +1,149 @@
+#include "CommandLine.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "UsageError.hpp"
+
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+
+std::optional<CommandLine> parsed(std::vector<const char*> words) {
+  words.insert(words.begin(), "corvane");
+  return parseCommandLine(static_cast<int>(words.size()), words.data());
+}
+
+/// What the user is told about these words; empty when they will do.
+std::string problem(const std::vector<const char*>& words) {
+  try {
+    parsed(words);
+    return "";
+  } catch (const UsageError& error) {
+    return error.what();
+  }
+}
+
+TEST(CommandLineTest, needsNothingButAURL) {
+  const auto line = parsed({"http://host/"});
+
+  ASSERT_TRUE(line);
+  EXPECT_EQ(line->url, "http://host/");
+  EXPECT_FALSE(line->method);
+  EXPECT_EQ(line->timeout, 60);
+  EXPECT_EQ(line->verbosity, "none");
+  EXPECT_EQ(line->repeat, 1);
+  EXPECT_EQ(line->parallel, 1);
+  EXPECT_FALSE(line->report);
+  EXPECT_FALSE(line->curl);
+}
+
+TEST(CommandLineTest, takesTheMethodBeforeTheURL) {
+  const auto line = parsed({"DELETE", "http://host/"});
+
+  EXPECT_EQ(line->method, "DELETE");
+  EXPECT_EQ(line->url, "http://host/");
+}
+
+TEST(CommandLineTest, takesOptionsBeforeBetweenAndBehindTheWords) {
+  const auto line = parsed({"--header", "A: 1", "PUT", "--query", "b=2", "http://host/", "--header", "C: 3", "--gzip"});
+
+  EXPECT_EQ(line->method, "PUT");
+  EXPECT_EQ(line->url, "http://host/");
+  EXPECT_THAT(line->headers, ElementsAre("A: 1", "C: 3"));
+  EXPECT_THAT(line->queryItems, ElementsAre("b=2"));
+  EXPECT_TRUE(line->gzip);
+}
+
+TEST(CommandLineTest, takesAValueBehindAnEqualsSign) { EXPECT_EQ(parsed({"--data=a=b", "http://host/"})->data, "a=b"); }
+
+TEST(CommandLineTest, takesEmptyValuesAndValuesThatLookLikeOptions) {
+  EXPECT_EQ(parsed({"--data", "", "http://host/"})->data, "");
+  EXPECT_EQ(parsed({"--data", "-", "http://host/"})->data, "-");
+  EXPECT_EQ(parsed({"--data=--gzip", "http://host/"})->data, "--gzip");
+}
+
+TEST(CommandLineTest, leavesTheMeaningOfTextsToOthers) {
+  EXPECT_EQ(problem({"no url at all", "--header", "no colon"}), "");
+}
+
+TEST(CommandLineTest, wantsOneURLAndAtMostOneMethod) {
+  EXPECT_EQ(problem({}), "a URL is needed");
+  EXPECT_EQ(problem({"GET", "http://host/", "more"}), "'more' is one word too many: write [METHOD] URL");
+}
+
+TEST(CommandLineTest, saysWhichOptionIsNotKnown) {
+  EXPECT_THAT(problem({"--nope", "http://host/"}), HasSubstr("--nope"));
+}
+
+TEST(CommandLineTest, saysWhichOptionLacksItsValue) {
+  EXPECT_EQ(problem({"http://host/", "--header"}), "--header needs a value");
+  EXPECT_EQ(problem({"http://host/", "--output"}), "--output needs a value");
+}
+
+TEST(CommandLineTest, saysWhichOptionWasGivenTwice) {
+  EXPECT_EQ(problem({"http://host/", "--data", "a", "--data", "b"}), "--data may be given only once");
+  EXPECT_EQ(problem({"http://host/", "--timeout", "1", "--timeout", "2"}), "--timeout may be given only once");
+}
+
+TEST(CommandLineTest, takesOneBodyOnly) { EXPECT_NE(problem({"http://host/", "--data", "a", "--body-file", "b"}), ""); }
+
+TEST(CommandLineTest, takesFractionsOfSeconds) {
+  EXPECT_EQ(parsed({"http://host/", "--timeout", "0.25"})->timeout, 0.25);
+  EXPECT_EQ(parsed({"http://host/", "--cancel-after", "0"})->cancelAfter, 0);
+}
+
+TEST(CommandLineTest, refusesWhatIsNoTime) {
+  for (const char* text : {"0", "-1", "soon", "", "inf", "nan", "1s"}) {
+    EXPECT_EQ(problem({"http://host/", "--timeout", text}),
+              "--timeout: '" + std::string(text) + "' is not a positive number of seconds");
+  }
+  EXPECT_EQ(problem({"http://host/", "--cancel-after", "-1"}), "--cancel-after: '-1' is not a number of seconds");
+}
+
+TEST(CommandLineTest, refusesNumbersOutOfRange) {
+  EXPECT_EQ(problem({"http://host/", "--repeat", "0"}), "--repeat: '0' is not a number from 1 to 1000000");
+  EXPECT_EQ(problem({"http://host/", "--parallel", "100001"}), "--parallel: '100001' is not a number from 1 to 100000");
+  EXPECT_EQ(problem({"http://host/", "--accept-status", "99"}),
+            "--accept-status: '99' is not a number from 100 to 999");
+  EXPECT_EQ(problem({"http://host/", "--repeat", "2.5"}), "--repeat: '2.5' is not a number from 1 to 1000000");
+  EXPECT_EQ(problem({"http://host/", "--repeat", "99999999999999999999"}),
+            "--repeat: '99999999999999999999' is not a number from 1 to 1000000");
+}
+
+TEST(CommandLineTest, refusesWordsThatAreNotOffered) {
+  EXPECT_EQ(problem({"http://host/", "--report", "xml"}), "--report: 'xml' is no kind of report; there is json");
+  EXPECT_EQ(problem({"http://host/", "--verbosity", "loud"}),
+            "--verbosity: 'loud' is no level; there are none, brief and verbose");
+}
+
+TEST(CommandLineTest, answersARequestForHelpItself) {
+  ::testing::internal::CaptureStdout();
+
+  const auto line = parsed({"--help"});
+
+  const std::string text = ::testing::internal::GetCapturedStdout();
+  EXPECT_FALSE(line);
+  EXPECT_THAT(text, HasSubstr("Usage: corvane [METHOD] URL [OPTION...]"));
+  EXPECT_THAT(text, HasSubstr("Exit status:"));
+}
+
+TEST(CommandLineTest, keepsTheHelpWithinATerminalsWidth) {
+  ::testing::internal::CaptureStdout();
+
+  parsed({"--help"});
+
+  std::string text = ::testing::internal::GetCapturedStdout();
+  while (!text.empty()) {
+    const std::string line = text.substr(0, text.find('\n'));
+    EXPECT_LE(line.size(), 100U) << line;
+    text.erase(0, line.size() + 1);
+  }
+}
+
+}  // namespace

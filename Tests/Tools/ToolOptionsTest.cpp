@@ -1,0 +1,162 @@
+#include "ToolOptions.hpp"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "CommandLine.hpp"
+#include "TestSupport/CertificateAuthority.hpp"
+#include "TestSupport/TemporaryDirectory.hpp"
+#include "UsageError.hpp"
+
+namespace {
+
+using corvane::HTTPMethod;
+using corvane::HTTPVerbosityLevel;
+using corvane::testing::CertificateAuthority;
+using corvane::testing::TemporaryDirectory;
+
+/// What the user is told about this command line; empty when it will do.
+std::string problem(const CommandLine& line) {
+  try {
+    ToolOptions::from(line);
+    return "";
+  } catch (const UsageError& error) {
+    return error.what();
+  }
+}
+
+std::string urlOf(const std::string& url, std::vector<std::string> queryItems) {
+  return ToolOptions::from({.url = url, .queryItems = std::move(queryItems)}).url.absoluteString();
+}
+
+corvane::HTTPHeaders headersOf(std::vector<std::string> headers) {
+  return ToolOptions::from({.url = "http://host/", .headers = std::move(headers)}).headers;
+}
+
+TEST(ToolOptionsTest, sendsAGetUnlessThereIsABody) {
+  EXPECT_EQ(ToolOptions::from({.url = "http://host/"}).method, HTTPMethod::get);
+  EXPECT_EQ(ToolOptions::from({.url = "http://host/", .data = ""}).method, HTTPMethod::post);
+  EXPECT_EQ(ToolOptions::from({.method = "PUT", .url = "http://host/", .data = "x"}).method, HTTPMethod::put);
+}
+
+TEST(ToolOptionsTest, takesURLsOfTheWebOnly) {
+  EXPECT_EQ(problem({.url = "http://host/"}), "");
+  EXPECT_EQ(problem({.url = "HTTPS://host"}), "");
+  EXPECT_EQ(problem({.url = "ftp://host/"}),
+            "'ftp://host/' is no URL to send to: it must start with http:// or https://");
+  EXPECT_EQ(problem({.url = "host/path"}), "'host/path' is no URL to send to: it must start with http:// or https://");
+  EXPECT_EQ(problem({.url = "http:///path"}), "'http:///path' is no URL to send to: it names no host");
+  EXPECT_EQ(problem({.url = "http://host:port/"}).find("'http://host:port/' is no URL: "), 0U);
+}
+
+TEST(ToolOptionsTest, putsQueryItemsBehindTheURLsOwnQuery) {
+  EXPECT_EQ(urlOf("http://host/p?a=%31", {}), "http://host/p?a=%31");
+  EXPECT_EQ(urlOf("http://host/p?a=%31", {"b=2"}), "http://host/p?a=%31&b=2");
+  EXPECT_EQ(urlOf("http://host/p", {"b=2", "c"}), "http://host/p?b=2&c");
+  EXPECT_EQ(urlOf("http://host/p?", {"b=2"}), "http://host/p?b=2");
+  EXPECT_EQ(urlOf("http://host/p#part", {"b=2"}), "http://host/p?b=2#part");
+}
+
+TEST(ToolOptionsTest, encodesQueryItemsSoThatTheyArriveAsWritten) {
+  EXPECT_EQ(urlOf("http://host/", {"q=a b&c=d+e#f"}), "http://host/?q=a%20b%26c%3Dd%2Be%23f");
+  EXPECT_EQ(urlOf("http://host/", {"n\u00e9=%41"}), "http://host/?n%C3%A9=%2541");
+}
+
+TEST(ToolOptionsTest, refusesAQueryItemWithoutAName) {
+  EXPECT_EQ(problem({.url = "http://host/", .queryItems = {"=2"}}), "'=2' is no query item: write NAME=VALUE");
+}
+
+TEST(ToolOptionsTest, takesHeaderFieldsApartAtTheFirstColon) {
+  const auto headers = headersOf({"X-One:1", "X-Two: \t a: b \t", "X-Empty:"});
+
+  ASSERT_EQ(headers.count(), 3U);
+  EXPECT_EQ(*headers.find("X-One"), "1");
+  EXPECT_EQ(*headers.find("X-Two"), "a: b");
+  EXPECT_EQ(*headers.find("X-Empty"), "");
+}
+
+TEST(ToolOptionsTest, joinsHeaderFieldsWhoseNamesDifferInCaseOnly) {
+  const auto headers = headersOf({"X-Many: 1", "Other: a", "x-many: 2"});
+
+  ASSERT_EQ(headers.count(), 2U);
+  EXPECT_EQ(*headers.find("X-Many"), "1, 2");
+}
+
+TEST(ToolOptionsTest, refusesWhatIsNoHeaderField) {
+  EXPECT_EQ(problem({.url = "http://host/", .headers = {"no colon"}}),
+            "'no colon' is no header field: write 'NAME: VALUE'");
+  EXPECT_NE(problem({.url = "http://host/", .headers = {"Bad Name: 1"}}), "");
+  EXPECT_NE(problem({.url = "http://host/", .headers = {": 1"}}), "");
+  EXPECT_NE(problem({.url = "http://host/", .headers = {"A: 1\r\nB: 2"}}), "");
+}
+
+TEST(ToolOptionsTest, readsTheBodyFromAFile) {
+  const TemporaryDirectory folder;
+  const std::string bytes("a\0b\xff", 4);
+
+  const auto options = ToolOptions::from({.url = "http://host/", .bodyFile = folder.write("body", bytes)});
+
+  EXPECT_EQ(options.body->view(), bytes);
+  EXPECT_EQ(options.method, HTTPMethod::post);
+}
+
+TEST(ToolOptionsTest, saysWhyTheBodyCannotBeRead) {
+  const TemporaryDirectory folder;
+
+  const std::string missing = problem({.url = "http://host/", .bodyFile = folder / "missing"});
+  const std::string directory = problem({.url = "http://host/", .bodyFile = folder.path()});
+
+  EXPECT_NE(missing.find("No such file"), missing.npos) << missing;
+  EXPECT_NE(directory.find("Is a directory"), directory.npos) << directory;
+}
+
+TEST(ToolOptionsTest, takesTheContentTypeFromItsOptionOrElseFromAHeaderField) {
+  const CommandLine both{
+      .url = "http://host/", .headers = {"content-type: text/csv"}, .data = "x", .contentType = "text/plain"};
+  CommandLine field = both;
+  field.contentType.reset();
+  CommandLine none = field;
+  none.headers.clear();
+
+  EXPECT_EQ(ToolOptions::from(both).contentType.rawValue(), "text/plain");
+  EXPECT_EQ(ToolOptions::from(field).contentType.rawValue(), "text/csv");
+  EXPECT_EQ(ToolOptions::from(none).contentType.rawValue(), "application/octet-stream");
+}
+
+TEST(ToolOptionsTest, refusesOptionsOfABodyThatIsNotThere) {
+  EXPECT_EQ(problem({.url = "http://host/", .gzip = true}), "--gzip needs a body: give --data or --body-file");
+  EXPECT_EQ(problem({.url = "http://host/", .contentType = "text/plain"}),
+            "--content-type needs a body: give --data or --body-file");
+}
+
+TEST(ToolOptionsTest, refusesABodyInAHead) {
+  EXPECT_EQ(problem({.method = "HEAD", .url = "http://host/", .data = "x"}), "a HEAD request cannot carry a body");
+}
+
+TEST(ToolOptionsTest, takesCertificatesInDERForm) {
+  const TemporaryDirectory folder;
+  const std::string certificate = folder.write("root.der", CertificateAuthority().certificate().der());
+  const std::string other = folder.write("root.pem", "-----BEGIN CERTIFICATE-----\n");
+
+  EXPECT_EQ(ToolOptions::from({.url = "http://host/", .trustedCertificates = {certificate}}).trustedCertificates.size(),
+            1U);
+  EXPECT_EQ(problem({.url = "http://host/", .trustedCertificates = {certificate, other}}),
+            "'" + other + "' is not a certificate in DER form");
+  EXPECT_NE(problem({.url = "http://host/", .trustedCertificates = {folder / "missing"}}), "");
+}
+
+TEST(ToolOptionsTest, acceptsTheUsualStatusesAndThoseListed) {
+  const auto options = ToolOptions::from({.url = "http://host/", .acceptedStatuses = {404, 999}});
+
+  for (const int status : {200, 201, 206, 404, 999}) EXPECT_TRUE(options.accepts(status)) << status;
+  for (const int status : {199, 207, 304, 400, 405, 500}) EXPECT_FALSE(options.accepts(status)) << status;
+}
+
+TEST(ToolOptionsTest, knowsTheLevelsOfVerbosity) {
+  EXPECT_EQ(ToolOptions::from({.url = "http://host/"}).verbosity, HTTPVerbosityLevel::none);
+  EXPECT_EQ(ToolOptions::from({.url = "http://host/", .verbosity = "brief"}).verbosity, HTTPVerbosityLevel::brief);
+  EXPECT_EQ(ToolOptions::from({.url = "http://host/", .verbosity = "verbose"}).verbosity, HTTPVerbosityLevel::verbose);
+}
+
+}  // namespace
