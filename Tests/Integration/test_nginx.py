@@ -164,6 +164,28 @@ class HTTP2(Both, ToolTest):
         self.assertEqual(report["error"]["case"], "serverCertificateHasUnknownRoot")
         self.assertNotIn("secret-path", (folder / "nginx-access.log").read_text())
 
+    def test_of_several_certificates_the_last_one_counts(self):
+        other = servers.Folder()
+        self.addCleanup(other.remove)
+        other.make_certificate()
+        wrong = ("--trust", other / "server.der")
+        self.succeed(secure + "/hello.txt", *wrong, *trust)
+        report = self.report(secure + "/hello.txt", *trust, *wrong)
+        self.assertEqual(report["error"]["case"], "serverCertificateHasUnknownRoot")
+
+    def test_plain_http_on_the_tls_port_and_tls_on_the_plain_port(self):
+        self.assertEqual(self.report(f"http://localhost:{server.secure_port}/")["status"], 400)
+        report = self.report(f"https://localhost:{server.plain_port}/", *trust)
+        self.assertEqual(report["error"]["case"], "secureConnectionFailed")
+
+    def test_bodies_to_the_server_at_a_time(self):
+        with tempfile.NamedTemporaryFile() as body:
+            body.write(servers.pattern(4_000_000))
+            body.flush()
+            reports = run(secure + "/accepts", "--body-file", body.name, "--parallel", "8", "--repeat", "2", "--report",
+                          "json", *trust).reports()
+        self.assertEqual([report["status"] for report in reports], [204] * 16)
+
     def test_a_certificate_for_another_name(self):
         report = self.report(f"https://127.0.0.2:{server.secure_port}/", *trust)
         self.assertIsNotNone(report["error"])
