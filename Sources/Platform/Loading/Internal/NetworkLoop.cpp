@@ -253,7 +253,7 @@ bool NetworkLoop::drive(AssistedWait& wait, Seconds limit) {
   if (!tryOwn()) return false;
   const LoopTime deadline = loopNow() + loopInterval(limit.count());
   for (;;) {
-    if (wait.isDone() || !hasWork()) break;
+    if (wait.isDone() || stopped_ || !hasWork()) break;
     const LoopTime left = deadline - loopNow();
     if (left <= 0) break;
     LocalWork local;
