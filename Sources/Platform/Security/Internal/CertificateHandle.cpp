@@ -5,6 +5,8 @@
 
 #include <limits>
 
+#include "Platform/Security/Internal/OpenSSLUse.hpp"
+
 namespace platform::detail {
 namespace {
 
@@ -28,6 +30,12 @@ std::string wholeName(const X509_NAME* name) {
 }
 
 }  // namespace
+
+CertificateHandle::CertificateHandle(X509* certificate) noexcept : x509(certificate) { OpenSSLUse::prepare(); }
+
+CertificateHandle::~CertificateHandle() {
+  if (const OpenSSLUse use; use) X509_free(x509);
+}
 
 std::shared_ptr<const CertificateHandle> CertificateHandle::fromDER(std::span<const std::byte> der) {
   if (der.size() > std::numeric_limits<int>::max()) return nullptr;

@@ -13,8 +13,8 @@ namespace platform::detail {
 /// Owns one reference to an OpenSSL certificate, which is never changed.
 struct CertificateHandle {
   /// Takes over the caller's reference.
-  explicit CertificateHandle(X509* certificate) noexcept : x509(certificate) {}
-  ~CertificateHandle() { X509_free(x509); }
+  explicit CertificateHandle(X509* certificate) noexcept;
+  ~CertificateHandle();
   CertificateHandle(const CertificateHandle&) = delete;
   CertificateHandle& operator=(const CertificateHandle&) = delete;
 

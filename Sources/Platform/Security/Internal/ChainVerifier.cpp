@@ -7,6 +7,7 @@
 
 #include "Platform/Security/Internal/CertificateHandle.hpp"
 #include "Platform/Security/Internal/HostMatching.hpp"
+#include "Platform/Security/Internal/OpenSSLUse.hpp"
 #include "Platform/Security/Internal/SystemAnchors.hpp"
 
 namespace platform::detail {
@@ -104,6 +105,8 @@ TrustVerdict verifyChain(const TrustQuestion& question) {
   if (question.chain.empty()) {
     return {SecTrustResult::otherError, SecTrustProblem::other, "The server sent no certificate."};
   }
+  const OpenSSLUse use;
+  if (!use) return {SecTrustResult::otherError, SecTrustProblem::other, "The process exits."};
   const OpenSSLErrorScope errors;
   const Certificates sent = certificates(question.chain, 1);
   const Certificates anchors = certificates(question.anchors, 0);

@@ -1,0 +1,58 @@
+#include "Platform/Security/Internal/OpenSSLUse.hpp"
+
+#include <openssl/crypto.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdlib>
+#include <mutex>
+
+namespace platform::detail {
+namespace {
+
+class Uses {
+ public:
+  static Uses& shared() {
+    static Uses& uses = *new Uses;
+    return uses;
+  }
+
+  bool begin() {
+    const std::lock_guard lock(mutex_);
+    if (!isClosed_) ++count_;
+    return !isClosed_;
+  }
+  void end() {
+    const std::lock_guard lock(mutex_);
+    if (--count_ == 0 && isClosed_) changed_.notify_all();
+  }
+
+ private:
+  Uses() {
+    // What OpenSSL does at exit is registered by now, if it does anything, so this comes before.
+    OPENSSL_init_crypto(OPENSSL_INIT_NO_ATEXIT, nullptr);
+    std::atexit([] { shared().close(); });
+  }
+  void close() {
+    std::unique_lock lock(mutex_);
+    isClosed_ = true;
+    changed_.wait_for(lock, std::chrono::seconds(1), [this] { return count_ == 0; });
+  }
+
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  int count_ = 0;
+  bool isClosed_ = false;
+};
+
+}  // namespace
+
+OpenSSLUse::OpenSSLUse() : isAllowed_(Uses::shared().begin()) {}
+
+void OpenSSLUse::prepare() { Uses::shared(); }
+
+OpenSSLUse::~OpenSSLUse() {
+  if (isAllowed_) Uses::shared().end();
+}
+
+}  // namespace platform::detail

@@ -1,0 +1,24 @@
+#pragma once
+
+namespace platform::detail {
+
+/// Marks, while it lives, that the calling thread uses OpenSSL. False once the process exits: then OpenSSL may be
+/// about to take itself apart, as it does when the application was the first to use it, and is left alone.
+///
+/// For threads that outlive `main`, as workers do. The exit waits for uses that have begun, a second at most.
+class OpenSSLUse {
+ public:
+  OpenSSLUse();
+  ~OpenSSLUse();
+  OpenSSLUse(const OpenSSLUse&) = delete;
+  OpenSSLUse& operator=(const OpenSSLUse&) = delete;
+  explicit operator bool() const { return isAllowed_; }
+
+  /// Makes sure that the exit will be noticed; to be called before other threads get something to use.
+  static void prepare();
+
+ private:
+  const bool isAllowed_;
+};
+
+}  // namespace platform::detail
