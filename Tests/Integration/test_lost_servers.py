@@ -16,16 +16,17 @@ class LostServers(ToolTest):
         folder.make_certificate()
         server = make(folder)
         self.addCleanup(server.stop)
-        command = [PROGRAM, url(server), "--parallel", "8", "--repeat", "50", "--trust", folder / "server.der",
+        command = [PROGRAM, url(server), "--parallel", "8", "--repeat", "10", "--trust", folder / "server.der",
                    "--report", "json"]
-        process = subprocess.Popen(list(map(str, command)), stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        # Unbuffered, so that reading the first line takes nothing of the others.
+        process = subprocess.Popen(list(map(str, command)), stdout=subprocess.PIPE, stderr=subprocess.PIPE, bufsize=0)
         lines = [process.stdout.readline()]
         server.process.send_signal(how)
         output, problems = process.communicate(timeout=PATIENCE)
 
         self.assertEqual((process.returncode, problems), (1, b""))
         reports = [json.loads(line) for line in lines + output.splitlines()]
-        self.assertEqual(len(reports), 400)
+        self.assertEqual(len(reports), 80)
         cases = {report["error"]["case"] for report in reports if report["error"]}
         self.assertLessEqual(cases, {"networkConnectionLost", "cannotConnectToHost", "secureConnectionFailed"})
         self.assertIn("cannotConnectToHost", cases)
