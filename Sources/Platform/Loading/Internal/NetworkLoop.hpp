@@ -2,17 +2,15 @@
 
 #include <sys/epoll.h>
 
-#include <atomic>
-#include <condition_variable>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <utility>
 #include <vector>
 
 #include "Platform/Dispatch/AssistedWait.hpp"
 #include "Platform/Dispatch/DispatchQueue.hpp"
 #include "Platform/Loading/Internal/LoopClock.hpp"
+#include "Platform/Loading/Internal/LoopOwnership.hpp"
 
 namespace platform::detail {
 
@@ -38,18 +36,15 @@ class Ticker {
 
 /// The one event loop that drives every transfer of the process.
 ///
-/// Its state belongs to whoever *owns* the loop at the moment: the network thread, or a thread that blocks
-/// on a result and drives meanwhile (a leader). Code marked "loop side" runs on the owner only. Everything
-/// else reaches the loop by `post`. What turns of the loop finish is delivered in one batch per queue.
-///
-/// While nothing is under way, nobody owns the loop and the network thread is parked, so that a leader can
-/// take over without waking anyone.
+/// Its state belongs to whoever owns the loop at the moment (`LoopOwnership`). Code marked "loop side" runs on
+/// the owner only. Everything else reaches the loop by `post`. What turns of the loop finish is delivered in one
+/// batch per queue.
 class NetworkLoop final : public Driver {
  public:
   static NetworkLoop& shared();
 
   /// Runs the command on the loop side, soon. Commands keep their order. Any thread.
-  void post(Block command);
+  void post(Block command) { ownership_.post(std::move(command)); }
 
   // Loop side.
   void add(Ticker& ticker);
@@ -65,7 +60,7 @@ class NetworkLoop final : public Driver {
 
   // Driver.
   bool drive(AssistedWait& wait, Seconds limit) override;
-  void interrupt() override;
+  void interrupt() override { ownership_.interrupt(); }
 
  private:
   struct Watch {
@@ -73,19 +68,8 @@ class NetworkLoop final : public Driver {
     std::uint32_t generation = 0;
   };
 
-  /// Who is to drive what is under way next.
-  enum class Successor { networkThread, leader };
-
   NetworkLoop();
   void runThread();
-  void park();
-  void startGraceTimer();
-  bool needsGraceTimer();
-  bool isLeaderLate();
-  bool offersTheLoop();
-  void pauseOffers();
-  bool tryOwn();
-  void disown(Successor successor);
   bool hasWork();
   /// Waits at most that long for events and handles them; whether anything was delivered.
   bool turn(LoopTime limit);
@@ -94,28 +78,9 @@ class NetworkLoop final : public Driver {
   void handle(const epoll_event* events, int count);
   void tick();
   bool flushDeliveries();
-  static void stopAtExit();
 
+  LoopOwnership ownership_;
   int epoll_ = -1;
-  int wake_ = -1;       ///< eventfd inside epoll_: ends a wait of the owner
-  int parkWake_ = -1;   ///< eventfd that ends the network thread's parking
-  int parkTimer_ = -1;  ///< timerfd that ends it in case the sender does not come to lead
-
-  std::mutex mutex_;  ///< guards what stands down to the blank line; held for moments only
-  std::vector<Block> inbox_;
-  std::uint64_t owners_ = 0;  ///< how often the loop was taken
-  std::uint64_t ownersAtLastLook_ = 0;
-  bool trustsLeaders_ = true;  ///< workers that drove have not been late lately
-  bool leftBusy_ = false;      ///< nobody owns the loop, though there is work
-  bool graceTimerTicks_ = false;
-  bool owned_ = false;
-  bool sleeping_ = false;  ///< the owner is inside epoll_wait, or about to be
-  bool parked_ = false;
-  std::atomic<bool> stopped_ = false;  ///< written under the mutex, read anywhere
-  std::condition_variable disowned_;
-
-  LoopTime pause_ = 0;  ///< of the network thread
-  LoopTime offersAgain_ = 0;
 
   std::vector<Block> commands_;  // from here on: loop side
   std::vector<Watch> watches_;

@@ -1,0 +1,221 @@
+#include "Platform/Loading/Internal/LoopOwnership.hpp"
+
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/timerfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <string>
+#include <system_error>
+#include <utility>
+
+#include "Platform/Trap.hpp"
+
+namespace platform::detail {
+
+namespace {
+
+/// How long a leader may take to come, or to come back, before the network thread steps in.
+constexpr long graceNanoseconds = 1'000'000;
+/// Between two looks of the parked network thread while somebody else leads.
+constexpr int parkedLookMilliseconds = 1000;
+/// The pauses in which the network thread offers the loop to no leader, after one was late.
+constexpr LoopTime shortestPause = 10 * oneMillisecond;
+constexpr LoopTime longestPause = 1000 * oneMillisecond;
+
+thread_local bool expectsToLead = false;
+thread_local bool alwaysLeads = false;
+
+int checked(int descriptor, const char* what) {
+  if (descriptor < 0)
+    trap(std::string("the network loop cannot start: ") + what + ": " + std::system_category().message(errno));
+  return descriptor;
+}
+
+void ring(int eventDescriptor) {
+  const std::uint64_t one = 1;
+  // A full counter still wakes the reader, so the result says nothing that matters.
+  [[maybe_unused]] const auto written = ::write(eventDescriptor, &one, sizeof one);
+}
+
+void clear(int descriptor) {
+  std::uint64_t count = 0;
+  // Non-blocking: nothing to read is fine.
+  [[maybe_unused]] const auto got = ::read(descriptor, &count, sizeof count);
+}
+
+}  // namespace
+
+LoopOwnership::LoopOwnership()
+    : wake_(checked(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd")),
+      parkWake_(checked(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd")),
+      graceTimer_(checked(::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK), "timerfd")) {}
+
+void LoopOwnership::noteThatThisThreadLeads(bool always) {
+  expectsToLead = true;
+  alwaysLeads = always;
+}
+
+void LoopOwnership::post(Block command) {
+  bool wakesOwner = false;
+  bool callsThread = false;
+  bool startsTimer = false;
+  {
+    const std::lock_guard lock(mutex_);
+    inbox_.push_back(std::move(command));
+    if (isOwned_) {
+      wakesOwner = std::exchange(isSleeping_, false);
+    } else if (inbox_.size() == 1 || isParked_) {
+      const bool isLeftToThisThread = expectsToLead && (!alwaysLeads || trustsLeaders_);
+      callsThread = !isLeftToThisThread;
+      startsTimer = isLeftToThisThread && needsGraceTimer();
+      if (isLeftToThisThread) expectsToLead = alwaysLeads;
+    }
+  }
+  if (wakesOwner) ring(wake_);
+  if (callsThread) ring(parkWake_);
+  if (startsTimer) startGraceTimer();
+}
+
+bool LoopOwnership::tryOwn() {
+  const std::lock_guard lock(mutex_);
+  if (isOwned_ || isStopped_) return false;
+  isOwned_ = true;
+  wasLeftBusy_ = false;
+  ++owners_;
+  return true;
+}
+
+void LoopOwnership::interrupt() {
+  {
+    const std::lock_guard lock(mutex_);
+    if (!isOwned_ || !std::exchange(isSleeping_, false)) return;
+  }
+  ring(wake_);
+}
+
+void LoopOwnership::stop() {
+  std::unique_lock lock(mutex_);
+  isStopped_ = true;
+  if (isOwned_ && isSleeping_) ring(wake_);
+  // A turn takes microseconds; the bound is for an exit from inside the loop's own turn.
+  disowned_.wait_for(lock, std::chrono::seconds(1), [&] { return !isOwned_; });
+}
+
+void LoopOwnership::clearWake() { clear(wake_); }
+
+bool LoopOwnership::hasCommands() {
+  const std::lock_guard lock(mutex_);
+  return !inbox_.empty();
+}
+
+bool LoopOwnership::takeCommands(std::vector<Block>& commands) {
+  const std::lock_guard lock(mutex_);
+  if (inbox_.empty()) return false;
+  commands.swap(inbox_);
+  return true;
+}
+
+bool LoopOwnership::beginSleep() {
+  const std::lock_guard lock(mutex_);
+  isSleeping_ = inbox_.empty() && !isStopped_;
+  return isSleeping_;
+}
+
+void LoopOwnership::endSleep() {
+  const std::lock_guard lock(mutex_);
+  isSleeping_ = false;
+}
+
+void LoopOwnership::disown(bool isBusy, Successor successor) {
+  bool callsThread = false;
+  bool startsTimer = false;
+  {
+    const std::lock_guard lock(mutex_);
+    isOwned_ = false;
+    wasLeftBusy_ = (isBusy || !inbox_.empty()) && !isStopped_;
+    callsThread = wasLeftBusy_ && successor == Successor::networkThread;
+    startsTimer = wasLeftBusy_ && successor == Successor::leader && needsGraceTimer();
+    if (isStopped_) disowned_.notify_all();
+  }
+  if (callsThread) ring(parkWake_);
+  if (startsTimer) startGraceTimer();
+}
+
+/// To be called with the lock held when work is left to a leader that has yet to come.
+bool LoopOwnership::needsGraceTimer() {
+  // One that ticks already will do: setting a timer costs as much as the rest of a hop.
+  if (std::exchange(graceTimerTicks_, true)) return false;
+  ownersAtLastLook_ = owners_;
+  return true;
+}
+
+void LoopOwnership::startGraceTimer() {
+  itimerspec spec{};
+  spec.it_value.tv_nsec = graceNanoseconds;
+  ::timerfd_settime(graceTimer_, 0, &spec, nullptr);
+}
+
+/// Whether work has waited for a leader so long that the network thread has to step in. Called when the timer
+/// has fired.
+bool LoopOwnership::isLeaderLate() {
+  {
+    const std::lock_guard lock(mutex_);
+    const bool isWaitedFor = !isOwned_ && (wasLeftBusy_ || !inbox_.empty());
+    const bool someoneCame = std::exchange(ownersAtLastLook_, owners_) != owners_;
+    graceTimerTicks_ = isWaitedFor && someoneCame;
+    if (isWaitedFor && !someoneCame) trustsLeaders_ = false;
+    if (!graceTimerTicks_) return isWaitedFor;
+  }
+  startGraceTimer();
+  return false;
+}
+
+bool LoopOwnership::offersTheLoop(LoopTime now) {
+  if (now < offersAgain_) return false;
+  const std::lock_guard lock(mutex_);
+  trustsLeaders_ = true;
+  return true;
+}
+
+void LoopOwnership::pauseOffers() {
+  const LoopTime now = loopNow();
+  const bool isLongAgo = now - offersAgain_ > longestPause;
+  pause_ = isLongAgo ? shortestPause : std::min(pause_ * 2, longestPause);
+  offersAgain_ = now + pause_;
+}
+
+void LoopOwnership::park(int idleEvents) {
+  std::array<pollfd, 3> descriptors{{{parkWake_, POLLIN, 0}, {graceTimer_, POLLIN, 0}, {idleEvents, POLLIN, 0}}};
+  nfds_t watched = 3;
+  int limit = -1;
+  {
+    const std::lock_guard lock(mutex_);
+    isParked_ = true;
+    if (isStopped_) {
+      watched = 1;
+    } else if (isOwned_ || wasLeftBusy_) {
+      // The leader takes the events; looking at them too would only wake this thread for nothing.
+      watched = 2;
+      limit = parkedLookMilliseconds;
+    }
+  }
+  bool isNeeded = false;
+  while (!isNeeded) {
+    ::poll(descriptors.data(), watched, limit);
+    const bool isCalled = descriptors[0].revents != 0;
+    const bool timerFired = descriptors[1].revents != 0;
+    if (isCalled) clear(parkWake_);
+    if (timerFired) clear(graceTimer_);
+    const bool leaderIsLate = timerFired && isLeaderLate();
+    if (leaderIsLate) pauseOffers();
+    isNeeded = leaderIsLate || isCalled || descriptors[2].revents != 0 || !timerFired;
+  }
+  const std::lock_guard lock(mutex_);
+  isParked_ = false;
+}
+
+}  // namespace platform::detail
