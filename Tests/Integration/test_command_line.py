@@ -75,7 +75,8 @@ class Failures(ToolTest):
 
     def test_a_host_that_does_not_exist(self):
         report = self.report("http://no-such-host.invalid/", "--timeout", "20")
-        self.assertEqual(report["error"]["case"], "cannotFindHost")
+        # Without any network, nobody can tell.
+        self.assertIn(report["error"]["case"], ("cannotFindHost", "notConnectedToInternet"))
 
     def test_an_interrupt_ends_it_at_once(self):
         with socket.create_server(("127.0.0.1", 0)) as silent:

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <optional>
 #include <string>
+#include <utility>
 
 #include "TestSupport/Certificate.hpp"
+#include "TestSupport/Gate.hpp"
 
 namespace corvane::testing {
 
@@ -18,6 +21,8 @@ struct Tls {
   TlsVersion newest = TlsVersion::v1_3;
   /// Whether connections that are closed in good order send the closing alert.
   bool saysGoodbye = true;
+  /// Resets connections that are still in their handshake once it is open.
+  std::optional<Gate> handshakeReset;
 
   Tls(std::string certificateChainPem, std::string keyPem)
       : certificateChain(std::move(certificateChainPem)), key(std::move(keyPem)) {}
@@ -27,6 +32,10 @@ struct Tls {
   Tls& versions(TlsVersion from, TlsVersion to) {
     oldest = from;
     newest = to;
+    return *this;
+  }
+  Tls& resetHandshakesWhenOpen(Gate gate) {
+    handshakeReset = std::move(gate);
     return *this;
   }
   Tls& withoutGoodbye() {

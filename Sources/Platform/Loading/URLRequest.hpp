@@ -30,7 +30,8 @@ struct CORVANE_API URLRequest {
   URL url;
   URLRequestCachePolicy cachePolicy;
   /// Seconds without any progress after which the load fails with -1001: name resolution, connecting and
-  /// each wait for the next byte, in either direction. Waiting for a free connection does not count.
+  /// each wait for the next byte, in either direction. Waiting for a free connection does not count, nor for a
+  /// network (`waitsForConnectivity`), nor for the delegate's verdict on a server.
   double timeoutInterval;
   std::string httpMethod = "GET";
   HTTPHeaderFields allHTTPHeaderFields;

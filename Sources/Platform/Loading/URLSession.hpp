@@ -26,7 +26,8 @@ struct CORVANE_API URLSessionConfiguration {
   /// Nothing is kept on disk: cookies live in memory, as long as the session.
   static URLSessionConfiguration ephemeral() { return {}; }
 
-  /// Whether a task waits, instead of failing, while the machine has no network that leads to the host.
+  /// Whether a task waits, instead of failing, while the machine has no network that leads to the host. It waits as
+  /// long as that takes, whatever its time-out, and tries again when the system's network changes.
   bool waitsForConnectivity = false;
   /// Bodies that are kept in memory fail with -1103 when they exceed this many bytes, decoded. Default: 1 GiB.
   std::int64_t maximumBodyBytes = std::int64_t{1} << 30;

@@ -50,8 +50,8 @@ class CORVANE_API URLSessionDelegate {
   /// Once, after the last task of an invalidated session; the session then lets go of its delegate.
   virtual void didBecomeInvalid(const std::shared_ptr<URLSession>& session, const std::optional<Error>& error);
   /// Once for each new TLS connection, before anything of the request is sent. `completion` must be called
-  /// once, on any thread, now or later. Default: `performDefaultHandling`, i.e. the system's anchors and
-  /// the host name decide.
+  /// once, on any thread, now or later: the request's time-out does not run meanwhile. Default:
+  /// `performDefaultHandling`, i.e. the system's anchors and the host name decide.
   virtual void didReceiveChallenge(const std::shared_ptr<URLSession>& session,
                                    const URLAuthenticationChallenge& challenge, ChallengeCompletion completion);
 };

@@ -10,10 +10,13 @@
 #include <cstring>
 
 #include "SessionTest.hpp"
+#include "TestSupport/Expectation.hpp"
+#include "TestSupport/HeldLookUps.hpp"
+#include "TestSupport/Ports.hpp"
 
-// What happens without a network is tried in a network namespace of its own (network_namespaces(7)), where nothing
-// leads to the server's address until the test gives that address to the loopback interface. Each test runs in a child
-// process, since a thread that exists already would stay in the old namespace.
+// What happens without a network is tried in a network namespace of its own (network_namespaces(7)), where there is
+// only a loopback interface, which is down. Each test runs in a child process, since a thread that exists already
+// would stay in the old namespace.
 
 namespace platform {
 namespace {
@@ -32,14 +35,14 @@ void configure(const char* interface, unsigned long command, ifreq request) {
   ::close(descriptor);
 }
 
-void enterOwnNetwork() {
-  if (::unshare(CLONE_NEWNET) != 0 && ::unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0) _exit(notPermitted);
+void raiseLoopback() {
   ifreq up{};
   up.ifr_flags = IFF_UP | IFF_RUNNING;
   configure("lo", SIOCSIFFLAGS, up);
 }
 
-void bringNetwork() {
+/// Makes the address lead to this machine.
+void bringAddress() {
   ifreq request{};
   sockaddr_in name{};
   name.sin_family = AF_INET;
@@ -57,77 +60,164 @@ struct Scene {
   static std::shared_ptr<URLSession> session(bool waits) {
     return URLSession::make({.waitsForConnectivity = waits}, nullptr, DispatchQueue("test.delegate"));
   }
-  URLRequest request() const { return URLRequest(URL(server.url("/", address))); }
+  URLRequest request(const char* host = address, double timeout = 60) const {
+    return {URL(server.url("/", host)), URLRequestCachePolicy::useProtocolCachePolicy, timeout};
+  }
+  std::int64_t failure(const std::string& url) const { return Load(failing, URL(url)).resume().wait().code(); }
+  /// The loop takes tasks in order: when one that does not wait has failed, the one before it has tried.
+  bool hasTried(const Load& load, const char* host = address) const {
+    return Load(failing, request(host)).resume().wait().error.has_value() && !load.isDone();
+  }
 
   TestServer server{corvane::testing::ServerOptions{.addresses = {"0.0.0.0"}}};
   const std::shared_ptr<URLSession> waiting = session(true);
   const std::shared_ptr<URLSession> failing = session(false);
 };
 
-/// Ends the child: 0 when all hold, else the number of the first that does not.
-[[noreturn]] void exitWith(std::initializer_list<bool> facts) {
-  int number = 1;
-  for (const bool holds : facts) {
-    if (!holds) _exit(number);
-    ++number;
-  }
-  _exit(0);
-}
+using Facts = std::vector<bool>;
 
 class ConnectivityDeathTest : public testing::Test {
  protected:
   ConnectivityDeathTest() { testing::FLAGS_gtest_death_test_style = "threadsafe"; }
 
-  static bool isPermitted(int status) { return WIFEXITED(status) && WEXITSTATUS(status) != notPermitted; }
-  static bool succeeded(int status) {
-    if (!isPermitted(status)) {
-      std::fputs("Not tried: this machine permits no network namespaces.\n", stderr);
-      return true;
-    }
-    return WEXITSTATUS(status) == 0;
+  /// Runs the scene in a child process with a network of its own, and expects that all it tells is true.
+  static void alone(Facts (*scene)()) {
+    EXPECT_EXIT(
+        {
+          if (::unshare(CLONE_NEWNET) != 0 && ::unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0) ::_exit(notPermitted);
+          const Facts facts = scene();
+          for (std::size_t i = 0; i < facts.size(); ++i) {
+            if (!facts[i]) ::_exit(static_cast<int>(i) + 1);
+          }
+          ::_exit(0);
+        },
+        isFine, "");
+    if (exitStatus == notPermitted) GTEST_SKIP() << "this system allows no network namespace of one's own";
+    EXPECT_EQ(exitStatus, 0) << "the number of the first fact that does not hold";
   }
+
+ private:
+  static bool isFine(int status) {
+    exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return WIFEXITED(status);
+  }
+  static inline int exitStatus = -1;
 };
 
-TEST_F(ConnectivityDeathTest, withoutWaitingAMissingNetworkIsAnError) {
-  EXPECT_EXIT(
-      {
-        enterOwnNetwork();
-        Scene scene;
-        const Loaded loaded = Load(scene.failing, scene.request()).resume().wait();
-        exitWith({loaded.code() == URLErrorCode::notConnectedToInternet});
-      },
-      succeeded, "");
+TEST_F(ConnectivityDeathTest, withoutAnyNetworkOtherHostsAreOutOfReach) {
+  alone([]() -> Facts {
+    const Scene scene;
+    const auto down = scene.failure(scene.server.url("/", address));
+    const auto nameDown = scene.failure("http://" + std::string(corvane::testing::HeldLookUps::missingName) + "/");
+    raiseLoopback();
+    const auto up = scene.failure(scene.server.url("/", address));
+    const auto sixUp = scene.failure("http://[2001:db8::1]/");
+    const auto nameUp = scene.failure("http://" + std::string(corvane::testing::HeldLookUps::missingName) + "/");
+    return {down == URLErrorCode::notConnectedToInternet, nameDown == URLErrorCode::notConnectedToInternet,
+            up == URLErrorCode::notConnectedToInternet, sixUp == URLErrorCode::notConnectedToInternet,
+            nameUp == URLErrorCode::notConnectedToInternet};
+  });
 }
 
-TEST_F(ConnectivityDeathTest, aTaskThatWaitsGoesOnWhenTheNetworkIsBack) {
-  EXPECT_EXIT(
-      {
-        enterOwnNetwork();
-        Scene scene;
-        Load waiting(scene.waiting, scene.request());
-        waiting.resume();
-        // The loop takes tasks in order: when this one has failed, the other has tried.
-        const Loaded failed = Load(scene.failing, scene.request()).resume().wait();
-        const bool stillWaits = !waiting.isDone();
-        bringNetwork();
-        const Loaded loaded = waiting.wait();
-        exitWith({failed.error.has_value(), stillWaits, loaded.body() == "here", waiting.completions() == 1});
-      },
-      succeeded, "");
+TEST_F(ConnectivityDeathTest, withoutAnyNetworkThisMachineFailsAsEver) {
+  alone([]() -> Facts {
+    const Scene scene;
+    const auto down = scene.failure(scene.server.url("/", "127.0.0.1"));
+    const auto sixDown = scene.failure("http://[::1]:1/");
+    raiseLoopback();
+    const auto refused = scene.failure(corvane::testing::refusedUrl());
+    bringAddress();
+    const auto refusedElsewhere =
+        scene.failure("http://" + std::string(address) + ":" + std::to_string(corvane::testing::unusedPort()) + "/");
+    return {down == URLErrorCode::cannotConnectToHost, sixDown == URLErrorCode::cannotConnectToHost,
+            refused == URLErrorCode::cannotConnectToHost, refusedElsewhere == URLErrorCode::cannotConnectToHost};
+  });
+}
+
+TEST_F(ConnectivityDeathTest, aTaskThatWaitsGoesOnWhenAnAddressComes) {
+  alone([]() -> Facts {
+    const Scene scene;
+    raiseLoopback();
+    Load load(scene.waiting, scene.request());
+    load.resume();
+    const bool waits = scene.hasTried(load);
+    bringAddress();
+    const Loaded loaded = load.wait();
+    return {waits, loaded.body() == "here", load.completions() == 1};
+  });
+}
+
+TEST_F(ConnectivityDeathTest, aTaskThatWaitsGoesOnWhenAnInterfaceComesUp) {
+  alone([]() -> Facts {
+    const Scene scene;
+    Load load(scene.waiting, scene.request("127.0.0.1"));
+    load.resume();
+    const bool waits = scene.hasTried(load, "127.0.0.1");
+    raiseLoopback();
+    const Loaded loaded = load.wait();
+    return {waits, loaded.body() == "here", load.completions() == 1, scene.server.requestCount() == 1};
+  });
+}
+
+TEST_F(ConnectivityDeathTest, allThatWaitGoOn) {
+  alone([]() -> Facts {
+    const Scene scene;
+    std::vector<std::unique_ptr<Load>> loads;
+    for (int i = 0; i < 50; ++i) {
+      loads.push_back(std::make_unique<Load>(scene.waiting, scene.request("127.0.0.1")));
+      loads.back()->resume();
+    }
+    const bool wait = scene.hasTried(*loads.back(), "127.0.0.1");
+    raiseLoopback();
+    bool areServed = true;
+    for (const auto& load : loads) areServed = load->wait().body() == "here" && load->completions() == 1 && areServed;
+    return {wait, areServed};
+  });
+}
+
+TEST_F(ConnectivityDeathTest, theTimeOutDoesNotRunWhileATaskWaits) {
+  alone([]() -> Facts {
+    const Scene scene;
+    Load load(scene.waiting, scene.request("127.0.0.1", 0.1));
+    load.resume();
+    corvane::testing::Expectation<void> later;
+    DispatchQueue::global().asyncAfter(Seconds(0.5), later);
+    later.wait();
+    const bool stillWaits = !load.isDone();
+    raiseLoopback();
+    return {stillWaits, load.wait().body() == "here"};
+  });
 }
 
 TEST_F(ConnectivityDeathTest, aTaskThatWaitsCanBeCancelled) {
-  EXPECT_EXIT(
-      {
-        enterOwnNetwork();
-        Scene scene;
-        Load waiting(scene.waiting, scene.request());
-        waiting.resume();
-        Load(scene.failing, scene.request()).resume().wait();
-        waiting.cancel();
-        exitWith({waiting.wait().code() == URLErrorCode::cancelled});
-      },
-      succeeded, "");
+  alone([]() -> Facts {
+    const Scene scene;
+    Load load(scene.waiting, scene.request());
+    load.resume();
+    const bool waits = scene.hasTried(load);
+    load.cancel();
+    return {waits, load.wait().code() == URLErrorCode::cancelled, load.completions() == 1};
+  });
+}
+
+TEST_F(ConnectivityDeathTest, invalidatingASessionEndsWhatWaits) {
+  alone([]() -> Facts {
+    const Scene scene;
+    Load load(scene.waiting, scene.request());
+    load.resume();
+    const bool waits = scene.hasTried(load);
+    scene.waiting->invalidateAndCancel();
+    return {waits, load.wait().code() == URLErrorCode::cancelled};
+  });
+}
+
+TEST_F(ConnectivityDeathTest, aHostThatRefusesIsNotWaitedFor) {
+  alone([]() -> Facts {
+    const Scene scene;
+    raiseLoopback();
+    const Loaded refused = Load(scene.waiting, URL(corvane::testing::refusedUrl())).resume().wait();
+    return {refused.code() == URLErrorCode::cannotConnectToHost};
+  });
 }
 
 }  // namespace

@@ -4,6 +4,7 @@ namespace platform {
 namespace {
 
 using corvane::testing::Answer;
+using corvane::testing::Ending;
 using corvane::testing::Moment;
 using corvane::testing::ReceivedRequest;
 
@@ -58,25 +59,75 @@ TEST_F(PooledConnectionTest, isNotUsedAfterMoreBytesThanTheChunks) {
   EXPECT_EQ(load("/").body(), "fresh");
 }
 
-TEST_F(PooledConnectionTest, thatDiesBeforeTheAnswerIsReplacedOnceForASafeMethod) {
-  server.enqueue(Answer().dropConnection(Moment::beforeStatusLine));
-  server.enqueue(Answer(200).body("again"));
+TEST_F(PooledConnectionTest, thatDiesBeforeTheAnswerIsReplacedWhereRepeatingChangesNothing) {
+  // More of them in a row than libcurl repeats on one handle.
+  for (const char* method : {"GET", "HEAD", "PUT", "DELETE", "OPTIONS", "TRACE"}) {
+    const int connections = server.connectionCount();
+    server.enqueue(Answer().dropConnection(Moment::beforeStatusLine));
+    server.enqueue(Answer(200).header("X-Try", "2"));
 
-  EXPECT_EQ(load("/").body(), "again");
+    const Loaded loaded = load(request(server.url("/"), method));
 
-  EXPECT_EQ(server.takeRequest().connectionNumber, 1);
-  EXPECT_EQ(server.takeRequest().connectionNumber, 2);
+    ASSERT_FALSE(loaded.error) << method << ": " << loaded.message();
+    EXPECT_EQ(loaded.http().value("X-Try"), "2") << method;
+    EXPECT_EQ(server.takeRequest().connectionNumber, connections) << method;
+    EXPECT_EQ(server.takeRequest().connectionNumber, connections + 1) << method;
+  }
 }
 
-TEST_F(PooledConnectionTest, thatDiesBeforeTheAnswerIsNotReplacedForPost) {
+TEST_F(PooledConnectionTest, isReplacedHoweverItDies) {
+  for (const auto ending : {Ending::close, Ending::drop, Ending::reset}) {
+    server.enqueue(Answer().end(ending, Moment::beforeStatusLine));
+    server.enqueue(Answer(200).body("again"));
+
+    EXPECT_EQ(load("/").body(), "again");
+  }
+}
+
+TEST_F(PooledConnectionTest, thatDiesBeforeTheAnswerIsNotReplacedWhereTheServerMayHaveActed) {
+  for (const char* method : {"POST", "PATCH", "get", "MOVE"}) {
+    server.enqueue(Answer().dropConnection(Moment::beforeStatusLine));
+
+    const Loaded loaded = load(request(server.url("/"), method, Data("x")));
+
+    EXPECT_EQ(loaded.code(), URLErrorCode::networkConnectionLost) << method << ": " << loaded.message();
+    EXPECT_EQ(loaded.error->userInfo().find(URLErrorKey::requestWasSent)->boolean(), true) << method;
+    EXPECT_EQ(server.remainingAnswers(), 0u) << method;
+    server.enqueue(Answer(200).body("warm"));
+    ASSERT_EQ(load("/").body(), "warm");
+  }
+  EXPECT_EQ(server.requestCount(), 9) << "each was sent once";
+}
+
+TEST_F(PooledConnectionTest, isReplacedWithTheWholeBody) {
+  const std::string body = corvane::testing::generatedBytes(3 << 20);
   server.enqueue(Answer().dropConnection(Moment::beforeStatusLine));
   server.enqueue(Answer(200).body("again"));
 
-  const Loaded loaded = load(request(server.url("/"), "POST", Data("x")));
+  EXPECT_EQ(load(request(server.url("/"), "PUT", Data(body))).body(), "again");
 
-  EXPECT_EQ(loaded.code(), URLErrorCode::networkConnectionLost) << loaded.message();
-  EXPECT_EQ(loaded.error->userInfo().find(URLErrorKey::requestWasSent)->boolean(), true);
-  EXPECT_EQ(server.requestCount(), 2);
+  EXPECT_EQ(server.takeRequest().body, body);
+  EXPECT_EQ(server.takeRequest().body, body);
+}
+
+TEST_F(PooledConnectionTest, thatDiesInsideTheRequestsBodyIsReplacedWithTheWholeBody) {
+  const std::string body = corvane::testing::generatedBytes(3 << 20);
+  server.enqueue(Answer().resetConnection(Moment::insideRequestBody));
+  server.enqueue(Answer(200).body("again"));
+
+  EXPECT_EQ(load(request(server.url("/"), "PUT", Data(body))).body(), "again");
+
+  EXPECT_EQ(server.takeRequest().body, body);
+}
+
+TEST_F(PooledConnectionTest, thatIsFreshIsNotReplaced) {
+  server.closeIdleConnections();
+  server.enqueue(Answer().dropConnection(Moment::beforeStatusLine));
+  server.enqueue(Answer(200).body("again"));
+
+  EXPECT_EQ(load("/").code(), URLErrorCode::networkConnectionLost);
+
+  EXPECT_EQ(server.remainingAnswers(), 1u);
 }
 
 TEST_F(PooledConnectionTest, isReplacedOnlyOnce) {
@@ -86,6 +137,14 @@ TEST_F(PooledConnectionTest, isReplacedOnlyOnce) {
 
   EXPECT_EQ(load("/").code(), URLErrorCode::networkConnectionLost);
   EXPECT_EQ(server.requestCount(), 3);
+}
+
+TEST_F(PooledConnectionTest, thatDiesAfterAnInterimHeadIsNotReplaced) {
+  server.enqueue(Answer(200).interim(103).dropConnection(Moment::beforeStatusLine));
+  server.enqueue(Answer(200).body("again"));
+
+  EXPECT_NE(load("/").code(), 0);
+  EXPECT_EQ(server.requestCount(), 2);
 }
 
 TEST_F(PooledConnectionTest, thatDiesInsideTheHeadIsNotReplaced) {

@@ -1,110 +1,110 @@
-#include <dlfcn.h>
-#include <netdb.h>
-
-#include <string_view>
-
 #include "SessionTest.hpp"
-#include "TestSupport/Gate.hpp"
-
-// This test program's own look-up of names: one name waits until the test lets go, all others are looked up as ever.
-
-namespace {
-
-constexpr std::string_view heldName = "held.test";
-
-struct HeldLookUps {
-  std::mutex mutex;
-  std::condition_variable changed;
-  int waiting = 0;
-  bool isOpen = false;
-
-  static HeldLookUps& shared() {
-    static HeldLookUps& held = *new HeldLookUps;
-    return held;
-  }
-  void wait() {
-    std::unique_lock lock(mutex);
-    ++waiting;
-    changed.notify_all();
-    changed.wait(lock, [&] { return isOpen; });
-    --waiting;
-    changed.notify_all();
-  }
-  bool waitForWaiting(int count) {
-    std::unique_lock lock(mutex);
-    return changed.wait_for(lock, std::chrono::seconds(20), [&] { return waiting >= count; });
-  }
-  bool release() {
-    std::unique_lock lock(mutex);
-    isOpen = true;
-    changed.notify_all();
-    const bool areGone = changed.wait_for(lock, std::chrono::seconds(20), [&] { return waiting == 0; });
-    isOpen = false;
-    return areGone;
-  }
-};
-
-}  // namespace
-
-extern "C" int getaddrinfo(const char* node, const char* service, const addrinfo* hints, addrinfo** result) {
-  using Function = int (*)(const char*, const char*, const addrinfo*, addrinfo**);
-  static const auto next = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "getaddrinfo"));
-  if (!node || node != heldName) return next(node, service, hints, result);
-  HeldLookUps::shared().wait();
-  return EAI_NONAME;
-}
+#include "TestSupport/HeldLookUps.hpp"
 
 namespace platform {
 namespace {
 
+using corvane::testing::HeldLookUps;
+
 class ResolvingTest : public SessionTest {
  protected:
-  ~ResolvingTest() override { EXPECT_TRUE(HeldLookUps::shared().release()) << "a look-up did not come back"; }
-
   static URLRequest heldRequest(double timeout = 60) {
-    return {URL("http://held.test:1/"), URLRequestCachePolicy::useProtocolCachePolicy, timeout};
+    return {URL("http://" + std::string(HeldLookUps::name) + ":1/"), URLRequestCachePolicy::useProtocolCachePolicy,
+            timeout};
   }
+  std::vector<std::unique_ptr<Load>> loadHeld(int count) {
+    std::vector<std::unique_ptr<Load>> loads;
+    for (int i = 0; i < count; ++i) {
+      loads.push_back(std::make_unique<Load>(session, heldRequest()));
+      loads.back()->resume();
+    }
+    return loads;
+  }
+  /// Nothing in this test was waiting for the resolver, if the resolver has not moved.
+  void expectStillHeld(int count) { EXPECT_EQ(lookUps.waiting(), count); }
+
+  HeldLookUps lookUps;
 };
 
 TEST_F(ResolvingTest, cancellingDoesNotWaitForTheResolver) {
   Load loading(session, heldRequest());
   loading.resume();
-  ASSERT_TRUE(HeldLookUps::shared().waitForWaiting(1));
+  ASSERT_TRUE(lookUps.waitForWaiting(1));
 
   loading.cancel();
 
   EXPECT_EQ(loading.wait().code(), URLErrorCode::cancelled);
-  EXPECT_EQ(HeldLookUps::shared().waiting, 1) << "the resolver still waits";
+  expectStillHeld(1);
+  EXPECT_EQ(loading.completions(), 1);
 }
 
 TEST_F(ResolvingTest, aTimeOutDoesNotWaitForTheResolver) {
-  EXPECT_EQ(load(heldRequest(0.2)).code(), URLErrorCode::timedOut);
+  Load loading(session, heldRequest(0.2));
+  loading.resume();
+  ASSERT_TRUE(lookUps.waitForWaiting(1));
+
+  const Loaded loaded = loading.wait();
+
+  EXPECT_EQ(loaded.code(), URLErrorCode::timedOut);
+  EXPECT_EQ(loaded.error->userInfo().find(URLErrorKey::requestWasSent)->boolean(), false);
+  expectStillHeld(1);
+  EXPECT_EQ(loading.completions(), 1);
 }
 
 TEST_F(ResolvingTest, invalidatingASessionDoesNotWaitForTheResolver) {
-  Load loading(session, heldRequest());
-  loading.resume();
-  ASSERT_TRUE(HeldLookUps::shared().waitForWaiting(1));
+  const auto held = loadHeld(5);
+  ASSERT_TRUE(lookUps.waitForWaiting(5));
 
   session->invalidateAndCancel();
 
-  EXPECT_EQ(loading.wait().code(), URLErrorCode::cancelled);
+  for (const auto& loading : held) EXPECT_EQ(loading->wait().code(), URLErrorCode::cancelled);
+  expectStillHeld(5);
 }
 
-TEST_F(ResolvingTest, othersAreServedMeanwhile) {
-  std::vector<std::unique_ptr<Load>> held;
-  for (int i = 0; i < 20; ++i) {
-    held.push_back(std::make_unique<Load>(session, heldRequest()));
-    held.back()->resume();
-  }
-  ASSERT_TRUE(HeldLookUps::shared().waitForWaiting(20));
+TEST_F(ResolvingTest, aHundredOfThemHoldNobodyUp) {
+  const auto held = loadHeld(100);
+  // No more connections to a host than the session begins with; the others wait in front of the resolver.
+  ASSERT_TRUE(lookUps.waitForWaiting(64));
   server.handleAll([](const auto&) { return corvane::testing::Answer(200).body("here"); });
 
-  EXPECT_EQ(load("/").body(), "here");
+  for (int i = 0; i < 20; ++i) EXPECT_EQ(load("/").body(), "here");
 
   for (const auto& loading : held) loading->cancel();
   for (const auto& loading : held) EXPECT_EQ(loading->wait().code(), URLErrorCode::cancelled);
+  EXPECT_GE(lookUps.waiting(), 64);
   for (const auto& loading : held) EXPECT_EQ(loading->completions(), 1);
+}
+
+TEST_F(ResolvingTest, whatTheResolverSaysLaterTouchesNobody) {
+  const auto held = loadHeld(10);
+  ASSERT_TRUE(lookUps.waitForWaiting(10));
+  for (const auto& loading : held) loading->cancel();
+  for (const auto& loading : held) EXPECT_EQ(loading->wait().code(), URLErrorCode::cancelled);
+  lookUps.release();
+  server.handleAll([](const auto&) { return corvane::testing::Answer(200).body("here"); });
+
+  for (int i = 0; i < 20; ++i) EXPECT_EQ(load("/").body(), "here");
+}
+
+TEST_F(ResolvingTest, namesAreServedTogetherAndInTurn) {
+  server.handleAll([](const auto&) { return corvane::testing::Answer(200).body("here"); });
+  const URLRequest named(URL(server.url("/", HeldLookUps::localName)));
+
+  for (int i = 0; i < 20; ++i) {
+    // Sessions of their own, so that each looks the name up and connects.
+    std::vector<std::unique_ptr<Load>> loads;
+    for (int j = 0; j < 5; ++j) loads.push_back(std::make_unique<Load>(makeSession(), named));
+    for (const auto& loading : loads) loading->resume();
+    for (const auto& loading : loads) ASSERT_EQ(loading->wait().body(), "here");
+  }
+}
+
+TEST_F(ResolvingTest, aNameThatDoesNotExistIsAnError) {
+  const Loaded loaded = load(URLRequest(URL("http://" + std::string(HeldLookUps::missingName) + "/")));
+
+  // A machine without a network cannot know.
+  EXPECT_TRUE(loaded.code() == URLErrorCode::cannotFindHost || loaded.code() == URLErrorCode::notConnectedToInternet)
+      << loaded.code();
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include "SessionTest.hpp"
 #include "TestSupport/CertificateAuthority.hpp"
+#include "TestSupport/Expectation.hpp"
 
 /// What TLS connections make of servers' certificates, with a delegate and without.
 namespace platform {
@@ -219,27 +220,113 @@ TEST_F(ServerTrustTest, aBusyDelegateQueueHoldsUpOnlyWhatWaitsForIt) {
   EXPECT_EQ(waiting.wait().body(), "secret");
 }
 
-TEST_F(ServerTrustTest, cancelWorksWhileTheDecisionIsPending) {
-  TestServer server(Tls(authority.issue({.dnsNames = {"localhost"}})));
-  struct Silent : URLSessionDelegate {
-    void didReceiveChallenge(const std::shared_ptr<URLSession>&, const URLAuthenticationChallenge&,
-                             ChallengeCompletion later) override {
-      asked.set_value(std::move(later));
-    }
-    std::promise<ChallengeCompletion> asked;
-  };
-  const auto silent = std::make_shared<Silent>();
-  session = URLSession::make({}, silent, DispatchQueue("test.delegate"));
-  Load waiting(session, URLRequest(URL(server.url("/", "localhost"))));
+/// Keeps the questions it is asked; the test answers.
+struct SilentDelegate : URLSessionDelegate {
+  void didReceiveChallenge(const std::shared_ptr<URLSession>&, const URLAuthenticationChallenge& challenge,
+                           ChallengeCompletion completion) override {
+    asked.fulfil([completion, trust = challenge.protectionSpace.serverTrust](AuthChallengeDisposition disposition) {
+      completion(disposition, URLCredential{trust});
+    });
+  }
+  corvane::testing::Expectation<std::function<void(AuthChallengeDisposition)>> asked;
+};
+
+class PendingTrustTest : public ServerTrustTest {
+ protected:
+  PendingTrustTest() { session = URLSession::make({}, silent, DispatchQueue("test.delegate")); }
+
+  URLRequest request(double timeout = 60) const {
+    return {URL(server.url("/", "localhost")), URLRequestCachePolicy::useProtocolCachePolicy, timeout};
+  }
+
+  std::shared_ptr<SilentDelegate> silent = std::make_shared<SilentDelegate>();
+  corvane::testing::Gate reset;
+  TestServer server{Tls(authority.issue({.dnsNames = {"localhost"}})).resetHandshakesWhenOpen(reset)};
+};
+
+TEST_F(PendingTrustTest, canBeCancelled) {
+  Load waiting(session, request());
   waiting.resume();
-  const auto completion = silent->asked.get_future().get();
+  const auto answer = silent->asked.wait();
 
   waiting.cancel();
 
   EXPECT_EQ(waiting.wait().code(), URLErrorCode::cancelled);
-  completion(AuthChallengeDisposition::performDefaultHandling, std::nullopt);
+  answer(AuthChallengeDisposition::performDefaultHandling);
   EXPECT_EQ(server.headCount(), 0);
 }
+
+TEST_F(PendingTrustTest, isNotTheServersIdleness) {
+  server.handleAll([](const ReceivedRequest&) { return Answer(200).body("x"); });
+  TestServer idle;
+  idle.handleAll([](const ReceivedRequest&) { return Answer(200).stall(Moment::beforeStatusLine); });
+  Load asking(session, request(0.1));
+  Load sharing(session, request(0.1));  // waits to see whether it can use the same connection
+  asking.resume();
+  sharing.resume();
+  const auto answer = silent->asked.wait();
+  // While this one passes its time-out several times as long, theirs would have passed.
+  const auto plain = URLSession::make({}, nullptr, DispatchQueue("test.plain"));
+  EXPECT_EQ(Load(plain, URLRequest(URL(idle.url()), URLRequestCachePolicy::useProtocolCachePolicy, 0.4))
+                .resume()
+                .wait()
+                .code(),
+            URLErrorCode::timedOut);
+  EXPECT_FALSE(asking.isDone());
+  EXPECT_FALSE(sharing.isDone());
+
+  answer(AuthChallengeDisposition::useCredential);
+
+  EXPECT_EQ(asking.wait().body(), "x");
+  // Over HTTP/1 it needs a connection of its own, which is judged in its turn.
+  silent->asked.waitForAll(2).back()(AuthChallengeDisposition::useCredential);
+  EXPECT_EQ(sharing.wait().body(), "x");
+}
+
+TEST_F(PendingTrustTest, letsTheTimeOutRunAgainAfterwards) {
+  server.enqueue(Answer(200).stall(Moment::beforeStatusLine));
+  Load loading(session, request(0.2));
+  loading.resume();
+
+  silent->asked.wait()(AuthChallengeDisposition::useCredential);
+
+  EXPECT_EQ(loading.wait().code(), URLErrorCode::timedOut);
+}
+
+TEST_F(PendingTrustTest, endsWhenTheServerResetsTheConnection) {
+  Load loading(session, request());
+  loading.resume();
+  const auto answer = silent->asked.wait();
+
+  reset.open();
+
+  EXPECT_EQ(loading.wait().code(), URLErrorCode::secureConnectionFailed);
+  answer(AuthChallengeDisposition::useCredential);
+  EXPECT_EQ(loading.completions(), 1);
+}
+
+class BrokenHandshakeTest : public ServerTrustTest, public ::testing::WithParamInterface<corvane::testing::Ending> {};
+
+TEST_P(BrokenHandshakeTest, isAFailureToSecureTheConnection) {
+  TestServer server(Tls(authority.issue({.dnsNames = {"localhost"}})));
+  server.enqueue(Answer().end(GetParam(), Moment::onAccept));
+  trustAuthority();
+
+  const Loaded loaded = load(server);
+
+  EXPECT_EQ(loaded.code(), URLErrorCode::secureConnectionFailed) << loaded.message();
+  EXPECT_EQ(loaded.error->userInfo().find(URLErrorKey::requestWasSent)->boolean(), false);
+}
+
+std::string nameOf(const ::testing::TestParamInfo<corvane::testing::Ending>& used) {
+  if (used.param == corvane::testing::Ending::reset) return "Reset";
+  return used.param == corvane::testing::Ending::drop ? "Dropped" : "Closed";
+}
+
+INSTANTIATE_TEST_SUITE_P(, BrokenHandshakeTest,
+                         ::testing::Values(corvane::testing::Ending::close, corvane::testing::Ending::drop,
+                                           corvane::testing::Ending::reset),
+                         nameOf);
 
 TEST_F(ServerTrustTest, refusesAStreamThatEndsWithoutItsClosingAlert) {
   TestServer server(Tls(authority.issue({.dnsNames = {"localhost"}})));

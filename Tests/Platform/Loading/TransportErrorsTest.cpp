@@ -288,13 +288,31 @@ TEST(TransportErrorsTest, saysHowLongNothingMoved) {
 }
 
 TEST(TransportErrorsTest, tellsAMissingNetworkFromAHostThatRefuses) {
+  const auto isMissing = [](CURLcode code, int systemError) {
+    return isConnectivityFailure(TransportFailure{.code = code, .systemError = systemError});
+  };
   for (const int unreachable : {ENETUNREACH, ENETDOWN, EHOSTUNREACH, EADDRNOTAVAIL}) {
-    EXPECT_TRUE(isConnectivityFailure(CURLE_COULDNT_CONNECT, unreachable)) << unreachable;
-    EXPECT_FALSE(isConnectivityFailure(CURLE_RECV_ERROR, unreachable)) << unreachable;
+    EXPECT_TRUE(isMissing(CURLE_COULDNT_CONNECT, unreachable)) << unreachable;
+    EXPECT_FALSE(isMissing(CURLE_RECV_ERROR, unreachable)) << unreachable;
   }
-  EXPECT_FALSE(isConnectivityFailure(CURLE_COULDNT_CONNECT, ECONNREFUSED));
-  EXPECT_FALSE(isConnectivityFailure(CURLE_COULDNT_CONNECT, 0));
-  EXPECT_FALSE(isConnectivityFailure(CURLE_OPERATION_TIMEDOUT, 0));
+  EXPECT_FALSE(isMissing(CURLE_COULDNT_CONNECT, ECONNREFUSED));
+  EXPECT_FALSE(isMissing(CURLE_COULDNT_CONNECT, 0));
+  EXPECT_FALSE(isMissing(CURLE_OPERATION_TIMEDOUT, 0));
+}
+
+TEST(TransportErrorsTest, doesNotBlameTheNetworkForThisMachine) {
+  const TransportFailure down{.code = CURLE_COULDNT_CONNECT, .systemError = ENETUNREACH, .isLocal = true};
+
+  EXPECT_EQ(urlErrorCode(down), URLErrorCode::cannotConnectToHost);
+  EXPECT_TRUE(isConnectivityFailure(down)) << "the loopback interface may still come up";
+}
+
+TEST(TransportErrorsTest, looksForANetworkOnlyWhereThatMayExplainTheFailure) {
+  EXPECT_FALSE(isOffline({.code = CURLE_COULDNT_CONNECT, .systemError = ENETUNREACH, .isLocal = true}));
+  EXPECT_FALSE(isOffline({.code = CURLE_COULDNT_RESOLVE_HOST, .isLocal = true}));
+  EXPECT_FALSE(isOffline({.code = CURLE_COULDNT_CONNECT, .systemError = ECONNREFUSED}));
+  EXPECT_FALSE(isOffline({.code = CURLE_RECV_ERROR, .systemError = ECONNRESET}));
+  EXPECT_FALSE(isOffline({.code = CURLE_COULDNT_CONNECT, .systemError = ENETUNREACH, .requestWasSent = true}));
 }
 
 TEST(TransportErrorsTest, tellsANameThatCannotBeAskedForFromOneThatDoesNotExist) {

@@ -71,7 +71,7 @@ void Connection::shakeHands() {
     record.resumedSession = handshake.resumed;
     record.handshakeError = handshake.error;
   });
-  if (!handshake.error.empty()) end(Ending::drop);
+  if (!handshake.error.empty()) end(handshake.isToBeReset ? Ending::reset : Ending::drop);
 }
 
 bool Connection::serveNextRequest(std::optional<Answer> answer) {

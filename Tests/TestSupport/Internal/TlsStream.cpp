@@ -62,7 +62,9 @@ int chooseProtocol(SSL*, const unsigned char** chosen, unsigned char* chosenLeng
 }  // namespace
 
 TlsContext::TlsContext(const Tls& settings)
-    : handle_(SSL_CTX_new(TLS_server_method()), SSL_CTX_free), saysGoodbye_(settings.saysGoodbye) {
+    : handle_(SSL_CTX_new(TLS_server_method()), SSL_CTX_free),
+      saysGoodbye_(settings.saysGoodbye),
+      resetGate_(settings.handshakeReset) {
   if (!handle_) throw std::runtime_error("cannot make a TLS context");
   SSL_CTX_set_min_proto_version(handle_.get(), protocolVersion(settings.oldest));
   SSL_CTX_set_max_proto_version(handle_.get(), protocolVersion(settings.newest));
@@ -94,8 +96,8 @@ TlsStream::Handshake TlsStream::shakeHands() {
   Handshake handshake;
   ERR_clear_error();
   for (int result = SSL_accept(ssl_.get()); result != 1; result = SSL_accept(ssl_.get())) {
-    if (waitAfter(result)) continue;
-    handshake.error = lastError();
+    if (waitAfter(result, handshake)) continue;
+    handshake.error = handshake.isToBeReset ? "the test wanted a reset" : lastError();
     break;
   }
   if (const char* name = SSL_get_servername(ssl_.get(), TLSEXT_NAMETYPE_host_name)) handshake.sni = name;
@@ -129,6 +131,12 @@ std::size_t TlsStream::writeWithoutWaiting(std::string_view bytes) {
   std::size_t count = 0;
   ERR_clear_error();
   return SSL_write_ex(ssl_.get(), bytes.data(), bytes.size(), &count) == 1 ? count : 0;
+}
+
+bool TlsStream::waitAfter(int result, Handshake& handshake) {
+  if (SSL_get_error(ssl_.get(), result) != SSL_ERROR_WANT_READ) return waitAfter(result);
+  handshake.isToBeReset = wait(POLLIN, std::nullopt, context_->resetGate()) == Woke::gate;
+  return !handshake.isToBeReset;
 }
 
 bool TlsStream::waitAfter(int result) {

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "TestSupport/Internal/Stream.hpp"
@@ -20,10 +21,13 @@ class TlsContext {
 
   ssl_ctx_st* handle() const { return handle_.get(); }
   bool saysGoodbye() const { return saysGoodbye_; }
+  /// -1 for none.
+  int resetGate() const { return resetGate_ ? resetGate_->descriptor() : -1; }
 
  private:
   std::shared_ptr<ssl_ctx_st> handle_;
   bool saysGoodbye_;
+  std::optional<Gate> resetGate_;
 };
 
 /// A stream inside TLS.
@@ -34,6 +38,8 @@ class TlsStream final : public Stream {
     std::string sni;
     std::string version;
     bool resumed = false;
+    /// The test wants the connection reset before the handshake is over.
+    bool isToBeReset = false;
   };
 
   TlsStream(Descriptor socket, const Event& stop, std::shared_ptr<TlsContext> context);
@@ -53,6 +59,8 @@ class TlsStream final : public Stream {
   static void onEvent(const ssl_st* ssl, int where, int value);
   /// Waits for what the last call, which returned `result`, lacked; false when it failed for good.
   bool waitAfter(int result);
+  /// The same inside the handshake, which a gate may end.
+  bool waitAfter(int result, Handshake& handshake);
 
   std::shared_ptr<TlsContext> context_;
   std::unique_ptr<ssl_st, void (*)(ssl_st*)> ssl_;

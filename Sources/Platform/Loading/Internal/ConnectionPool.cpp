@@ -131,6 +131,7 @@ void ConnectionPool::detach(Exchange& exchange) {
   exchange.owner().exchange = nullptr;
   admission_.finished(exchange.owner());
   deadlines_.disarm(exchange);
+  const bool isReusable = exchange.isReusable();
   exchange.recycle();
 
   const std::size_t slot = exchange.slot;
@@ -140,7 +141,7 @@ void ConnectionPool::detach(Exchange& exchange) {
     active_[slot]->slot = slot;
   }
   active_.pop_back();
-  if (spare_.size() < spareLimit) spare_.push_back(std::move(taken));
+  if (isReusable && spare_.size() < spareLimit) spare_.push_back(std::move(taken));
 }
 
 void ConnectionPool::end(Exchange& exchange, ExchangeOutcome outcome) {
@@ -215,6 +216,13 @@ int ConnectionPool::socketChanged(CURL* handle, curl_socket_t descriptor, int wh
   socket.wanted = 0;
   if (what & CURL_POLL_IN) socket.wanted |= EPOLLIN;
   if (what & CURL_POLL_OUT) socket.wanted |= EPOLLOUT;
+  if (what == CURL_POLL_REMOVE && !socket.isConnection) {
+    // libcurl's own, by which its resolver calls: it closes that without a word, and the number is soon another's.
+    if (exchange && exchange->socket == descriptor) exchange->socket = -1;
+    if (socket.registered != 0) pool.loop_.unwatch(descriptor, true);
+    socket = {};
+    return 0;
+  }
   if (what == CURL_POLL_REMOVE) {
     // It may be chosen again from here on, and is then known by its ports.
     if (socket.ports == 0) pool.learnPorts(descriptor, socket);
@@ -261,6 +269,11 @@ bool ConnectionPool::isTainted(int localPort, int remotePort) const {
   return found != descriptorsByPorts_.end() && sockets_[static_cast<std::size_t>(found->second)].isTainted;
 }
 
+int ConnectionPool::socketOpened(void* self, curl_socket_t descriptor, curlsocktype) {
+  static_cast<ConnectionPool*>(self)->socketAt(descriptor).isConnection = true;
+  return CURL_SOCKOPT_OK;
+}
+
 int ConnectionPool::closeSocket(void* self, curl_socket_t descriptor) {
   auto& pool = *static_cast<ConnectionPool*>(self);
   Socket& socket = pool.socketAt(descriptor);
@@ -269,8 +282,8 @@ int ConnectionPool::closeSocket(void* self, curl_socket_t descriptor) {
     pool.loop_.unwatch(descriptor, false);
     const auto found = pool.descriptorsByPorts_.find(socket.ports);
     if (found != pool.descriptorsByPorts_.end() && found->second == descriptor) pool.descriptorsByPorts_.erase(found);
-    socket = {};
   }
+  socket = {};
   return ::close(descriptor);
 }
 
@@ -292,8 +305,12 @@ void ConnectionPool::ready(int descriptor, std::uint32_t events) {
     socket.isTainted = !socket.isMultiplexed;
     return;
   }
-  if (socket.exchange && socket.exchange->isHeld() && !broken) {
-    apply(descriptor, socket);
+  if (socket.exchange && socket.exchange->isHeld()) {
+    if (broken) {
+      loseHeld(*socket.exchange);
+    } else {
+      apply(descriptor, socket);
+    }
     return;
   }
   if (socket.exchange) socket.exchange->touch(loop_.now());
@@ -301,6 +318,25 @@ void ConnectionPool::ready(int descriptor, std::uint32_t events) {
   if (events & EPOLLIN) flags |= CURL_CSELECT_IN;
   if (events & EPOLLOUT) flags |= CURL_CSELECT_OUT;
   act(descriptor, flags);
+}
+
+/// libcurl would not notice: it waits until the gate lets it write, and the loop would spin meanwhile.
+void ConnectionPool::loseHeld(Exchange& exchange) {
+  end(exchange, exchange.abandon(transportError(URLErrorCode::secureConnectionFailed,
+                                                "the connection was lost while its server was being judged",
+                                                exchange.request().url, false)));
+  admit();
+}
+
+/// Whether only the application's verdict on a server holds the exchange up. Exchanges wait for each other's new
+/// connection to a host, since it may turn out to be one that they can share.
+bool ConnectionPool::awaitsVerdict(const Exchange& late) const {
+  if (late.isHeld()) return true;
+  if (late.socket >= 0) return false;
+  const std::string_view host = hostKeyOf(late.request().url);
+  return std::any_of(active_.begin(), active_.end(), [host](const std::unique_ptr<Exchange>& other) {
+    return other->isHeld() && hostKeyOf(other->request().url) == host;
+  });
 }
 
 LoopTime ConnectionPool::nextTick() {
@@ -320,7 +356,11 @@ void ConnectionPool::tick(LoopTime now) {
     act(CURL_SOCKET_TIMEOUT, 0);
   }
   while (Exchange* late = deadlines_.takeExpired(now)) {
-    end(*late, late->abandon(timeoutError(late->request(), late->wasSent())));
+    if (awaitsVerdict(*late)) {
+      deadlines_.arm(*late, now + late->timeout());
+    } else {
+      end(*late, late->abandon(timeoutError(late->request(), late->wasSent())));
+    }
   }
   admit();
 }

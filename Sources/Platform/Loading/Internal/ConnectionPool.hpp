@@ -50,16 +50,20 @@ class ConnectionPool final : public Ticker, public EventHandler {
   void slept(LoopTime duration) override;
   void ready(int descriptor, std::uint32_t events) override;
 
+  /// A descriptor is to become a connection; libcurl's callback.
+  static int socketOpened(void* self, curl_socket_t descriptor, curlsocktype);
   /// Closes a connection's descriptor; libcurl's callback, which may come when the exchange is long gone.
   static int closeSocket(void* self, curl_socket_t descriptor);
 
  private:
-  /// A connection's descriptor. It stays registered while the connection is idle, since libcurl asks to
+  /// A descriptor. That of a connection stays registered while the connection is idle, since libcurl asks to
   /// remove and to add it around every request.
   struct Socket {
     std::uint32_t registered = 0;  ///< what epoll reports
     std::uint32_t wanted = 0;      ///< what libcurl wants
     bool isOpen = false;
+    /// What is not is libcurl's resolver.
+    bool isConnection = false;
     bool isTainted = false;
     /// Speaks HTTP/2, where a server may say something at any time.
     bool isMultiplexed = false;
@@ -74,6 +78,8 @@ class ConnectionPool final : public Ticker, public EventHandler {
   void start(ExchangeOwner& owner);
   std::unique_ptr<Exchange> takeExchange();
   void end(Exchange& exchange, ExchangeOutcome outcome);
+  void loseHeld(Exchange& exchange);
+  bool awaitsVerdict(const Exchange& late) const;
   void detach(Exchange& exchange);
   void act(curl_socket_t descriptor, int events);
   void learnPorts(int descriptor, Socket& socket);

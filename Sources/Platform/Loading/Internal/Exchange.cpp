@@ -8,6 +8,7 @@
 
 #include "Platform/Loading/Internal/ConnectionPool.hpp"
 #include "Platform/Loading/Internal/HTTPText.hpp"
+#include "Platform/Loading/Internal/LocalHost.hpp"
 #include "Platform/Loading/Internal/TransportErrors.hpp"
 #include "Platform/Loading/URLErrorCodes.hpp"
 #include "Platform/Trap.hpp"
@@ -75,6 +76,8 @@ void Exchange::setConstantOptions() {
   set(handle_, CURLOPT_PREREQDATA, this);
   set(handle_, CURLOPT_XFERINFOFUNCTION, &Exchange::progressed);
   set(handle_, CURLOPT_XFERINFODATA, this);
+  set(handle_, CURLOPT_SOCKOPTFUNCTION, &ConnectionPool::socketOpened);
+  set(handle_, CURLOPT_SOCKOPTDATA, &pool_);
   set(handle_, CURLOPT_CLOSESOCKETFUNCTION, &ConnectionPool::closeSocket);
   set(handle_, CURLOPT_CLOSESOCKETDATA, &pool_);
   // The trust gate verifies, with one store for the process.
@@ -307,16 +310,12 @@ bool Exchange::fail(LoadFailure failure) { return fail(failure.code, std::move(f
 
 ExchangeOutcome Exchange::finish(CURLcode result) {
   ExchangeOutcome outcome;
+  wentStraight_ = result == CURLE_OK && starts_ == 1;
   if (!failure_ && !endedByUs_) {
     if (result != CURLE_OK) {
-      long systemError = 0;
-      curl_easy_getinfo(handle_, CURLINFO_OS_ERRNO, &systemError);
-      failure_ = transportError(TransportFailure{.code = result,
-                                                 .text = errorText_,
-                                                 .systemError = static_cast<int>(systemError),
-                                                 .requestWasSent = starts_ > 0},
-                                request_->url);
-      outcome.lacksConnectivity = starts_ == 0 && isConnectivityFailure(result, static_cast<int>(systemError));
+      const TransportFailure failure = failureOf(result);
+      failure_ = transportError(failure, request_->url);
+      outcome.lacksConnectivity = starts_ == 0 && isConnectivityFailure(failure);
     } else {
       checkCompleteness();
     }
@@ -325,6 +324,20 @@ ExchangeOutcome Exchange::finish(CURLcode result) {
   outcome.response = std::move(response_);
   outcome.body = std::move(body_);
   return outcome;
+}
+
+TransportFailure Exchange::failureOf(CURLcode result) const {
+  long systemError = 0;
+  curl_easy_getinfo(handle_, CURLINFO_OS_ERRNO, &systemError);
+  TransportFailure failure{.code = result,
+                           .text = errorText_,
+                           .systemError = static_cast<int>(systemError),
+                           .requestWasSent = starts_ > 0,
+                           .isLocal = isThisMachine(request_->url.host().value_or(std::string()))};
+  failure.isOffline = isOffline(failure);
+  // A connection is ready when its handshake is over; one that was lost earlier was lost in it.
+  failure.isSecuring = starts_ == 0 && urlText_.starts_with("https");
+  return failure;
 }
 
 void Exchange::checkCompleteness() {
@@ -369,6 +382,7 @@ void Exchange::recycle() {
   starts_ = 0;
   startedOnMultiplexed_ = false;
   mustRestart_ = false;
+  wentStraight_ = false;
   gate_.reset();
   failure_.reset();
   errorText_[0] = '\0';

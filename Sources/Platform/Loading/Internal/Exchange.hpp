@@ -22,6 +22,7 @@ namespace platform::detail {
 
 class ConnectionPool;
 class Exchange;
+struct TransportFailure;
 
 /// What an exchange came to.
 struct ExchangeOutcome {
@@ -69,6 +70,9 @@ class Exchange final : public DeadlineEntry, private TrustGateOwner {
   ExchangeOutcome finish(CURLcode result);
   /// The outcome of an exchange that we end ourselves.
   ExchangeOutcome abandon(Error error);
+  /// Whether another exchange may follow on the handle: libcurl counts the times that it repeats a request over a
+  /// handle's life, not for each request, and gives up at five.
+  bool isReusable() const { return wentStraight_; }
   /// Lets go of everything that belongs to one exchange.
   void recycle();
 
@@ -102,6 +106,7 @@ class Exchange final : public DeadlineEntry, private TrustGateOwner {
   bool headComplete();
   bool acceptBody(const std::byte* bytes, std::size_t count);
   bool mayStartAgain();
+  TransportFailure failureOf(CURLcode result) const;
   void gateClosed(std::shared_ptr<TrustGate> gate) override;
   bool fail(std::int32_t code, std::string message);
   bool fail(LoadFailure failure);
@@ -129,6 +134,7 @@ class Exchange final : public DeadlineEntry, private TrustGateOwner {
   int starts_ = 0;                     ///< how often a connection was ready for the request
   bool startedOnMultiplexed_ = false;  ///< the last of these connections is shared by several exchanges at a time
   bool mustRestart_ = false;
+  bool wentStraight_ = false;  ///< it ended well, and nothing was repeated
   std::shared_ptr<TrustGate> gate_;
   std::optional<Error> failure_;
   LoopTime timeout_ = 0;

@@ -123,10 +123,16 @@ std::int32_t urlErrorCode(const TransportFailure& failure) {
   }
   if (isResolution(failure.code) && failure.systemError == EAI_AGAIN) return URLErrorCode::dnsLookupFailed;
   if (failure.code == CURLE_COULDNT_CONNECT) {
-    if (isWithoutNetwork(failure.systemError)) return URLErrorCode::notConnectedToInternet;
+    if (!failure.isLocal && isWithoutNetwork(failure.systemError)) return URLErrorCode::notConnectedToInternet;
     if (failure.systemError == ETIMEDOUT) return URLErrorCode::timedOut;
   }
   return plainCode(failure.code);
+}
+
+bool isOffline(const TransportFailure& failure) {
+  if (failure.isLocal || failure.requestWasSent) return false;
+  const bool reachedNobody = failure.code == CURLE_COULDNT_CONNECT && failure.systemError != ECONNREFUSED;
+  return (reachedNobody || isResolution(failure.code)) && !machineHasNetwork();
 }
 
 Error transportError(const TransportFailure& failure, const URL& url) {
@@ -159,14 +165,6 @@ bool isConnectivityFailure(const TransportFailure& failure) {
   // EADDRNOTAVAIL: no address of our own in the host's family.
   return failure.isOffline || isWithoutNetwork(failure.systemError) || failure.systemError == EHOSTUNREACH ||
          failure.systemError == EADDRNOTAVAIL;
-}
-
-bool isConnectivityFailure(CURLcode code, int systemError) {
-  TransportFailure failure;
-  failure.code = code;
-  failure.systemError = systemError;
-  failure.isOffline = isResolution(code) && !machineHasNetwork();
-  return isConnectivityFailure(failure);
 }
 
 }  // namespace platform::detail

@@ -19,7 +19,9 @@ struct TransportFailure {
   int systemError = 0;  ///< errno, or 0
   /// Whether a connection was ready for the request, so that the server may have acted on it.
   bool requestWasSent = false;
-  /// Whether the machine has no network at all (`machineHasNetwork`).
+  /// Whether the host is this machine (`isThisMachine`): then a missing network explains nothing.
+  bool isLocal = false;
+  /// Whether the machine has no network at all (`isOffline` finds out).
   bool isOffline = false;
   /// Whether the TLS handshake was under way.
   bool isSecuring = false;
@@ -32,6 +34,10 @@ std::int32_t urlErrorCode(const TransportFailure& failure);
 /// The platform's code for a chain that is not trusted.
 std::int32_t urlErrorCode(SecTrustProblem problem);
 
+/// Whether the exchange failed on a machine without any network. Asks the system, but only where the failure leaves
+/// it open: a host that refused was reached, and this machine reaches itself without a network.
+bool isOffline(const TransportFailure& failure);
+
 /// An error of the CFNetwork domain, with what the transport said in its user information.
 Error transportError(const TransportFailure& failure, const URL& url);
 /// An error of the CFNetwork domain for what we found ourselves.
@@ -43,7 +49,5 @@ Error timeoutError(const URLRequest& request, bool requestWasSent);
 /// refused or does not exist: an unreachable network or host; a name that cannot be resolved while the
 /// machine is offline, or for the moment (`systemError` is then EAI_AGAIN, which libcurl does not report).
 bool isConnectivityFailure(const TransportFailure& failure);
-/// The same for a machine whose state is asked for where it matters.
-bool isConnectivityFailure(CURLcode code, int systemError);
 
 }  // namespace platform::detail

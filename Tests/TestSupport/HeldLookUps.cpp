@@ -1,0 +1,75 @@
+#include "TestSupport/HeldLookUps.hpp"
+
+#include <dlfcn.h>
+#include <netdb.h>
+
+#include <condition_variable>
+#include <mutex>
+#include <string_view>
+
+namespace corvane::testing {
+
+namespace {
+
+/// Never destroyed: threads that look names up may outlive everything.
+struct Resolver {
+  std::mutex mutex;
+  std::condition_variable changed;
+  int waiting = 0;
+  bool isHeld = false;
+
+  static Resolver& shared() {
+    static Resolver& resolver = *new Resolver;
+    return resolver;
+  }
+  void pass() {
+    std::unique_lock lock(mutex);
+    ++waiting;
+    changed.notify_all();
+    changed.wait(lock, [&] { return !isHeld; });
+    --waiting;
+    changed.notify_all();
+  }
+};
+
+}  // namespace
+
+HeldLookUps::HeldLookUps() {
+  const std::lock_guard lock(Resolver::shared().mutex);
+  Resolver::shared().isHeld = true;
+}
+
+HeldLookUps::~HeldLookUps() { release(); }
+
+void HeldLookUps::release() {
+  Resolver& resolver = Resolver::shared();
+  std::unique_lock lock(resolver.mutex);
+  resolver.isHeld = false;
+  resolver.changed.notify_all();
+  resolver.changed.wait(lock, [&] { return resolver.waiting == 0; });
+}
+
+int HeldLookUps::waiting() const {
+  const std::lock_guard lock(Resolver::shared().mutex);
+  return Resolver::shared().waiting;
+}
+
+bool HeldLookUps::waitForWaiting(int count, std::chrono::milliseconds limit) const {
+  Resolver& resolver = Resolver::shared();
+  std::unique_lock lock(resolver.mutex);
+  return resolver.changed.wait_for(lock, limit, [&] { return resolver.waiting >= count; });
+}
+
+}  // namespace corvane::testing
+
+extern "C" int getaddrinfo(const char* node, const char* service, const addrinfo* hints, addrinfo** result) {
+  using corvane::testing::HeldLookUps;
+  using Function = int (*)(const char*, const char*, const addrinfo*, addrinfo**);
+  static const auto next = reinterpret_cast<Function>(::dlsym(RTLD_NEXT, "getaddrinfo"));
+  const std::string_view name = node ? node : "";
+  if (name == HeldLookUps::missingName) return EAI_NONAME;
+  if (name == HeldLookUps::localName) return next("127.0.0.1", service, hints, result);
+  if (name != HeldLookUps::name) return next(node, service, hints, result);
+  corvane::testing::Resolver::shared().pass();
+  return EAI_NONAME;
+}
