@@ -3,9 +3,9 @@
 #include <signal.h>
 
 #include <array>
-#include <cstdlib>
 #include <cstring>
 #include <thread>
+#include <tuple>
 
 #include "Corvane/Corvane.hpp"
 #include "TestSupport/CertificateAuthority.hpp"
@@ -46,17 +46,22 @@ void expectSame(const Signals& before, const Signals& after) {
     EXPECT_EQ(before.dispositions[number].sa_handler, after.dispositions[number].sa_handler) << strsignal(number);
     EXPECT_EQ(before.dispositions[number].sa_flags, after.dispositions[number].sa_flags) << strsignal(number);
     EXPECT_EQ(sigismember(&before.mask, number), sigismember(&after.mask, number)) << strsignal(number);
+    for (int other = 1; other < NSIG; ++other) {
+      EXPECT_EQ(sigismember(&before.dispositions[number].sa_mask, other),
+                sigismember(&after.dispositions[number].sa_mask, other))
+          << strsignal(number);
+    }
   }
 }
 
 /// A server that goes away while a body is sent to it, in each way.
-class ProcessMannersTest : public ::testing::TestWithParam<bool> {
+class ProcessMannersTest : public ::testing::TestWithParam<std::tuple<bool, Ending>> {
  protected:
   ProcessMannersTest() {
-    if (GetParam())
-      Corvane::addTrustedCertificate(URL::file(directory.write("root.der", authority.certificate().der())));
-    server.handleAll(
-        [](const auto&) { return Answer(200).beforeRequestBody().end(Ending::reset, Moment::beforeStatusLine); });
+    if (isSecure) Corvane::addTrustedCertificate(URL::file(directory.write("root.der", authority.certificate().der())));
+    server.handleAll([ending = std::get<1>(GetParam())](const auto&) {
+      return Answer(200).beforeRequestBody().end(ending, Moment::beforeStatusLine);
+    });
     signal(SIGPIPE, SIG_DFL);
     sigset_t pipe;
     sigemptyset(&pipe);
@@ -69,11 +74,12 @@ class ProcessMannersTest : public ::testing::TestWithParam<bool> {
   }
 
   std::unique_ptr<TestServer> makeServer() {
-    if (!GetParam()) return std::make_unique<TestServer>();
+    if (!isSecure) return std::make_unique<TestServer>();
     return std::make_unique<TestServer>(Tls(authority.issue(corvane::testing::CertificateRequest::localhost())));
   }
   DataPostRequest post() const { return DataPostRequest(URL(server.url("/")), Data(largeBody)); }
 
+  const bool isSecure = std::get<0>(GetParam());
   TemporaryDirectory directory;
   const CertificateAuthority authority{"Process Manners"};
   std::unique_ptr<TestServer> owned = makeServer();
@@ -101,52 +107,34 @@ TEST_P(ProcessMannersTest, aBrokenConnectionDoesNotKillAnyOtherThread) {
   expectSame(before, Signals::now());
 }
 
-INSTANTIATE_TEST_SUITE_P(, ProcessMannersTest, ::testing::Values(false, true),
-                         [](const auto& used) { return used.param ? "TLS" : "plain"; });
+TEST_P(ProcessMannersTest, theThreadsOfTheApplicationKeepTheirSignals) {
+  std::vector<Signals> before(8);
+  std::vector<Signals> after(8);
 
-/// Leaves the process while requests are under way, everywhere at once.
-[[noreturn]] void exitInTheMiddle(Moment moment) {
-  static TestServer& server = *new TestServer;
-  server.handleAll([moment](const auto&) { return Answer(200).generatedBody(1 << 20).stall(moment); });
-  static const DispatchQueue& queue = *new DispatchQueue("test.exit");
-  for (int i = 0; i < 20; ++i) DataGetRequest(server.url("/")).send(queue, [](const DataResponse&) {});
-  for (int i = 0; i < 5; ++i) DataGetRequest(server.url("/")).send([](const DataResponse&) {});
-  std::thread([] { DataGetRequest(server.url("/")).send().get(); }).detach();
-  if (!server.waitForRequests(26)) std::abort();
-  std::exit(0);
+  std::vector<std::thread> threads;
+  for (std::size_t i = 0; i < before.size(); ++i) {
+    threads.emplace_back([&, i] {
+      sigset_t own;
+      sigemptyset(&own);
+      sigaddset(&own, SIGRTMIN + static_cast<int>(i));
+      pthread_sigmask(SIG_BLOCK, &own, nullptr);
+      before[i] = Signals::now();
+      EXPECT_ANY_THROW(post().send().get());
+      after[i] = Signals::now();
+    });
+  }
+  for (auto& thread : threads) thread.join();
+
+  for (std::size_t i = 0; i < before.size(); ++i) expectSame(before[i], after[i]);
 }
 
-/// Leaves the process while every completion sends the next request.
-[[noreturn]] void exitInAStorm() {
-  static TestServer& server = *new TestServer;
-  server.handleAll([](const auto&) { return Answer(200).body("x"); });
-  static const DispatchQueue& queue = *new DispatchQueue("test.exit");
-  struct Storm {
-    static void send() {
-      DataGetRequest(server.url("/")).send(queue, [](const DataResponse&) { send(); });
-    }
-  };
-  for (int i = 0; i < 8; ++i) Storm::send();
-  if (!server.waitForRequests(500)) std::abort();
-  std::exit(0);
+std::string nameOf(const ::testing::TestParamInfo<std::tuple<bool, Ending>>& used) {
+  const auto [isSecure, ending] = used.param;
+  return std::string(isSecure ? "TLS" : "Plain") + (ending == Ending::reset ? "Reset" : "Dropped");
 }
 
-class ProcessExitDeathTest : public ::testing::Test {
- protected:
-  ProcessExitDeathTest() { ::testing::FLAGS_gtest_death_test_style = "threadsafe"; }
-};
-
-TEST_F(ProcessExitDeathTest, isCleanWhileAnswersAreAwaited) {
-  EXPECT_EXIT(exitInTheMiddle(Moment::beforeStatusLine), ::testing::ExitedWithCode(0), "^$");
-}
-
-TEST_F(ProcessExitDeathTest, isCleanInsideBodies) {
-  EXPECT_EXIT(exitInTheMiddle(Moment::insideBody), ::testing::ExitedWithCode(0), "^$");
-}
-
-TEST_F(ProcessExitDeathTest, isCleanWhileCompletionsSend) {
-  EXPECT_EXIT(exitInAStorm(), ::testing::ExitedWithCode(0), "^$");
-}
+INSTANTIATE_TEST_SUITE_P(, ProcessMannersTest,
+                         ::testing::Combine(::testing::Bool(), ::testing::Values(Ending::reset, Ending::drop)), nameOf);
 
 }  // namespace
 }  // namespace corvane
