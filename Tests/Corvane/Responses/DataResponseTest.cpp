@@ -137,6 +137,8 @@ TEST(DataResponseTest, failsForAResponseThatIsNotHTTP) {
 
   ASSERT_TRUE(result.result.error());
   ASSERT_TRUE(result.result.error()->is<HTTPUnknownError>());
+  EXPECT_EQ(result.result.error()->as<HTTPUnknownError>()->which(),
+            HTTPUnknownError::Case::dataResponseFailedToConstruct);
   EXPECT_EQ(result.mimeType, "text/plain");
   EXPECT_EQ(result.expectedContentLength, 12);
   EXPECT_EQ(result.headers, std::nullopt);

@@ -81,9 +81,16 @@ TEST_F(HTTPServiceTest, makesNewSessionsAfterAMemoryWarningAndLetsTheOldOnesFini
 
   DispatchMemoryPressureSource::notify(MemoryPressure::warning);
   waitUntilForgotten(session, get());
+  Expectation<std::int64_t> refused;
+  session
+      ->dataTask(URL(server.url("/after")),
+                 [refused](auto, auto, std::optional<Error> error) { refused.fulfil(error ? error->code() : 0); })
+      ->resume();
+  EXPECT_EQ(refused.wait(), -999);
   gate.open();
 
   EXPECT_EQ(future.get().body.text(), "late");
+  EXPECT_EQ(server.requestCount(), 1);
 }
 
 TEST_F(HTTPServiceTest, caresForNoOtherMemoryPressure) {

@@ -234,6 +234,29 @@ TEST_F(SendTest, leavesAnAcceptedStatusToTheResponseType) {
             HTTPResponseError::unacceptableStatus(HTTPStatus::success));
 }
 
+/// Succeeds whatever the status is.
+struct AnyStatusResponse : DataResponse {
+  AnyStatusResponse(std::optional<Data> bytes, std::optional<URL> file, std::shared_ptr<const URLResponse> response,
+                    std::optional<Error> error)
+      : DataResponse(bytes, file, response, error) {
+    result = error ? DataResult::failure(*error) : DataResult::success(bytes);
+  }
+};
+struct AnyStatusGet : HTTPGetRequestable<AnyStatusGet, AnyStatusResponse> {
+  URL url;
+  HTTPHeaders sharedHeaders() const { return {}; }
+  bool isAcceptable(HTTPStatus status) const { return status == HTTPStatus::notFound; }
+};
+
+TEST_F(SendTest, passesAnAcceptedStatusWithoutAnError) {
+  server.enqueue(Answer(404).text("a page of its own"));
+  server.enqueue(Answer(405));
+  const AnyStatusGet request{.url = server.url("/")};
+
+  EXPECT_EQ(request.send().get().body.text(), "a page of its own");
+  EXPECT_EQ(request.send().result().error()->message(), "HTTPStatus: methodNotAllowed:405 is unacceptable");
+}
+
 DataResponse processed(std::shared_ptr<const URLResponse> urlResponse, std::optional<Error> error) {
   return await<DataResponse>([&](auto done) {
     DataGetRequest("https://example.com")
@@ -260,6 +283,12 @@ TEST_F(SendTest, translatesTheErrorsOfTasks) {
   EXPECT_EQ(*processed(nullptr, network).result.error()->as<CFNetworkErrors>(), CFNetworkErrors::cannotConnectToHost());
   EXPECT_EQ(*responseError(processed(nullptr, cancelled)), HTTPResponseError::taskCancelled());
   EXPECT_EQ(*processed(nullptr, other).result.error(), other);
+}
+
+TEST(SendDeathTest, trapsForACodeThatDoesNotFit) {
+  const Error network(platform::kCFErrorDomainCFNetwork, std::int64_t{1} << 31, "too large");
+
+  EXPECT_DEATH(processed(nullptr, network), "A CFNetwork error code does not fit in 32 bits");
 }
 
 TEST_F(SendTest, saysThatAConnectionWasRefused) {
@@ -320,6 +349,26 @@ TEST_F(SendTest, doesNotWaitForTheResolverWhenSessionsAreReset) {
   EXPECT_EQ(*future.result().error()->as<HTTPResponseError>(), HTTPResponseError::taskCancelled());
   EXPECT_EQ(lookUps.waiting(), 6);
   EXPECT_EQ(completions.count(), 5);
+}
+
+TEST_F(SendTest, cancelsTheLaterOfTwoSendsOfOneRequest) {
+  Gate gate;
+  server.enqueue(Answer(200).text("first").hold(Moment::beforeStatusLine, gate));
+  server.enqueue(Answer(200).stall(Moment::beforeStatusLine));
+  Expectation<DataResponse> first;
+  Expectation<DataResponse> second;
+  const Get request = get();
+  request.send(queue, first);
+  server.takeRequest();
+  request.send(queue, second);
+  server.takeRequest();
+
+  request.cancel();
+
+  EXPECT_EQ(*responseError(second.wait()), HTTPResponseError::taskCancelled());
+  EXPECT_FALSE(first.isFulfilled());
+  gate.open();
+  EXPECT_EQ(first.wait().data->text(), "first");
 }
 
 TEST_F(SendTest, cancelsNothingThatWasNotSent) {
