@@ -30,12 +30,15 @@ using corvane::testing::Tls;
 const std::string largeBody(8 << 20, 'x');
 
 struct Signals {
+  const struct sigaction& disposition(int number) const { return dispositions[static_cast<std::size_t>(number)]; }
+
   std::array<struct sigaction, NSIG> dispositions{};
   sigset_t mask{};
 
   static Signals now() {
     Signals signals;
-    for (int number = 1; number < NSIG; ++number) sigaction(number, nullptr, &signals.dispositions[number]);
+    int number = 0;
+    for (struct sigaction& disposition : signals.dispositions) sigaction(number++, nullptr, &disposition);
     pthread_sigmask(SIG_SETMASK, nullptr, &signals.mask);
     return signals;
   }
@@ -43,14 +46,13 @@ struct Signals {
 
 void expectSame(const Signals& before, const Signals& after) {
   for (int number = 1; number < NSIG; ++number) {
-    EXPECT_EQ(before.dispositions[number].sa_handler, after.dispositions[number].sa_handler) << strsignal(number);
-    EXPECT_EQ(before.dispositions[number].sa_flags, after.dispositions[number].sa_flags) << strsignal(number);
+    const struct sigaction& was = before.disposition(number);
+    const struct sigaction& is = after.disposition(number);
+    EXPECT_EQ(was.sa_handler, is.sa_handler) << strsignal(number);
+    EXPECT_EQ(was.sa_flags, is.sa_flags) << strsignal(number);
     EXPECT_EQ(sigismember(&before.mask, number), sigismember(&after.mask, number)) << strsignal(number);
-    for (int other = 1; other < NSIG; ++other) {
-      EXPECT_EQ(sigismember(&before.dispositions[number].sa_mask, other),
-                sigismember(&after.dispositions[number].sa_mask, other))
-          << strsignal(number);
-    }
+    for (int other = 1; other < NSIG; ++other)
+      EXPECT_EQ(sigismember(&was.sa_mask, other), sigismember(&is.sa_mask, other)) << strsignal(number);
   }
 }
 
