@@ -31,11 +31,13 @@ class Expectation {
   static constexpr Milliseconds defaultWait{10'000};
 
   void fulfil(T value) const {
+    // Whoever waits may destroy this object as soon as it sees the value.
+    const std::shared_ptr<State> state = state_;
     {
-      const std::lock_guard lock(state_->mutex);
-      state_->values.push_back(std::move(value));
+      const std::lock_guard lock(state->mutex);
+      state->values.push_back(std::move(value));
     }
-    state_->changed.notify_all();
+    state->changed.notify_all();
   }
   /// The same as `fulfil`, so that an expectation can itself be the callback.
   void operator()(T value) const { fulfil(std::move(value)); }
