@@ -257,7 +257,7 @@ TEST_F(PendingTrustTest, canBeCancelled) {
 }
 
 TEST_F(PendingTrustTest, isNotTheServersIdleness) {
-  server.handleAll([](const ReceivedRequest&) { return Answer(200).body("x"); });
+  server.handleAll([](const ReceivedRequest&) { return Answer(200).closeConnection().body("x"); });
   TestServer idle;
   idle.handleAll([](const ReceivedRequest&) { return Answer(200).stall(Moment::beforeStatusLine); });
   Load asking(session, request(0.1));

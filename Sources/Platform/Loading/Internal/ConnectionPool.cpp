@@ -188,6 +188,7 @@ void ConnectionPool::decide(const std::shared_ptr<TrustGate>& gate, std::optiona
   for (ExchangeOwner* owner : concerned) {
     if (!owner->exchange || owner->exchange->gate() != gate) continue;
     Exchange& exchange = *owner->exchange;
+    touchWhoWaitsWith(exchange);
     if (gate->state() == TrustGate::State::rejected) {
       end(exchange, exchange.abandon(*gate->reason()));
       continue;
@@ -337,6 +338,14 @@ bool ConnectionPool::awaitsVerdict(const Exchange& late) const {
   return std::any_of(active_.begin(), active_.end(), [host](const std::unique_ptr<Exchange>& other) {
     return other->isHeld() && hostKeyOf(other->request().url) == host;
   });
+}
+
+/// After a verdict those that it held up have their whole time again, not what was left of it by chance.
+void ConnectionPool::touchWhoWaitsWith(const Exchange& judged) {
+  const std::string_view host = hostKeyOf(judged.request().url);
+  for (const auto& other : active_) {
+    if (other->socket < 0 && hostKeyOf(other->request().url) == host) other->touch(loop_.now());
+  }
 }
 
 LoopTime ConnectionPool::nextTick() {

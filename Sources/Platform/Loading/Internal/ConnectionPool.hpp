@@ -80,6 +80,7 @@ class ConnectionPool final : public Ticker, public EventHandler {
   void end(Exchange& exchange, ExchangeOutcome outcome);
   void loseHeld(Exchange& exchange);
   bool awaitsVerdict(const Exchange& late) const;
+  void touchWhoWaitsWith(const Exchange& judged);
   void detach(Exchange& exchange);
   void act(curl_socket_t descriptor, int events);
   void learnPorts(int descriptor, Socket& socket);
