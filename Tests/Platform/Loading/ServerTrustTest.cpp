@@ -260,14 +260,14 @@ TEST_F(PendingTrustTest, isNotTheServersIdleness) {
   server.handleAll([](const ReceivedRequest&) { return Answer(200).closeConnection().body("x"); });
   TestServer idle;
   idle.handleAll([](const ReceivedRequest&) { return Answer(200).stall(Moment::beforeStatusLine); });
-  Load asking(session, request(0.1));
-  Load sharing(session, request(0.1));  // waits to see whether it can use the same connection
+  Load asking(session, request(0.5));
+  Load sharing(session, request(0.5));  // waits to see whether it can use the same connection
   asking.resume();
   sharing.resume();
   const auto answer = silent->asked.wait();
-  // While this one passes its time-out several times as long, theirs would have passed.
+  // While this one passes its time-out, more than twice as long, theirs would have passed.
   const auto plain = URLSession::make({}, nullptr, DispatchQueue("test.plain"));
-  EXPECT_EQ(Load(plain, URLRequest(URL(idle.url()), URLRequestCachePolicy::useProtocolCachePolicy, 0.4))
+  EXPECT_EQ(Load(plain, URLRequest(URL(idle.url()), URLRequestCachePolicy::useProtocolCachePolicy, 1.2))
                 .resume()
                 .wait()
                 .code(),
