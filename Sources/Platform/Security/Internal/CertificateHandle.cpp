@@ -34,7 +34,11 @@ std::string wholeName(const X509_NAME* name) {
 CertificateHandle::CertificateHandle(X509* certificate) noexcept : x509(certificate) { OpenSSLUse::prepare(); }
 
 CertificateHandle::~CertificateHandle() {
-  if (const OpenSSLUse use; use) X509_free(x509);
+  if (const OpenSSLUse use; use) {
+    X509_free(x509);
+  } else {
+    OpenSSLUse::abandon(x509);
+  }
 }
 
 std::shared_ptr<const CertificateHandle> CertificateHandle::fromDER(std::span<const std::byte> der) {

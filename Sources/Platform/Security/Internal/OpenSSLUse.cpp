@@ -6,6 +6,7 @@
 #include <condition_variable>
 #include <cstdlib>
 #include <mutex>
+#include <vector>
 
 namespace platform::detail {
 namespace {
@@ -26,6 +27,10 @@ class Uses {
     const std::lock_guard lock(mutex_);
     if (--count_ == 0 && isClosed_) changed_.notify_all();
   }
+  void abandon(void* object) {
+    const std::lock_guard lock(mutex_);
+    abandoned_.push_back(object);
+  }
 
  private:
   Uses() {
@@ -43,6 +48,7 @@ class Uses {
   std::condition_variable changed_;
   int count_ = 0;
   bool isClosed_ = false;
+  std::vector<void*> abandoned_;
 };
 
 }  // namespace
@@ -50,6 +56,8 @@ class Uses {
 OpenSSLUse::OpenSSLUse() : isAllowed_(Uses::shared().begin()) {}
 
 void OpenSSLUse::prepare() { Uses::shared(); }
+
+void OpenSSLUse::abandon(void* object) { Uses::shared().abandon(object); }
 
 OpenSSLUse::~OpenSSLUse() {
   if (isAllowed_) Uses::shared().end();

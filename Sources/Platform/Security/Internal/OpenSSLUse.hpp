@@ -16,6 +16,9 @@ class OpenSSLUse {
 
   /// Makes sure that the exit will be noticed; to be called before other threads get something to use.
   static void prepare();
+  /// For an object of OpenSSL that cannot be freed any more, as the process exits: keeps it reachable, so that
+  /// checkers of memory do not take it for lost.
+  static void abandon(void* object);
 
  private:
   const bool isAllowed_;
