@@ -9,7 +9,8 @@ build="build-essential cmake ninja-build ccache pkg-config python3 curl
   libcli11-dev libgtest-dev libgmock-dev"
 checks="clang-19 libclang-rt-19-dev llvm-19 clang-format-19 clang-tidy-19"
 integration="curl openssl nginx-light python3-httpbin nghttp2-server"
-bench="libbenchmark-dev nginx-light"
+bench="libbenchmark-dev nginx-light
+  libsimdjson-dev libboost1.81-dev libboost-json1.81-dev rapidjson-dev nlohmann-json3-dev"
 docs="graphviz"
 
 packages=""

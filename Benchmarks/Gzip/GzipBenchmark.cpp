@@ -1,6 +1,5 @@
 #include "Gzip/GzipBenchmark.hpp"
 
-#include <cstdio>
 #include <functional>
 #include <random>
 #include <stdexcept>
@@ -9,7 +8,7 @@
 #include "Corvane/ContentEncoding/GZipArchiver.hpp"
 #include "Corvane/ContentEncoding/GZipUnarchiver.hpp"
 #include "Gzip/OneShotZlib.hpp"
-#include "Harness/Measurement.hpp"
+#include "Harness/Figures.hpp"
 #include "Harness/Process.hpp"
 
 namespace bench {
@@ -62,11 +61,8 @@ std::string lineFor(const Comparison& comparison, int rounds) {
     ours.push_back(millisecondsOf(comparison, comparison.ours));
     ratios.push_back(ours.back() / zlib.back());
   }
-  char line[160];
-  std::snprintf(line, sizeof line, "  %-24s %10.2f %10.2f   %.2f (<= %.4g: %s)\n", comparison.title.c_str(),
-                median(ours), median(zlib), median(ratios), comparison.goal,
-                median(ratios) <= comparison.goal ? "met" : "MISSED");
-  return line;
+  return formatted("  %-24s %10.2f %10.2f   ", comparison.title.c_str(), median(ours), median(zlib)) +
+         atMost(median(ratios), comparison.goal) + "\n";
 }
 
 /// Adds both directions for one kind of content, and makes sure that both sides do the same.
@@ -92,9 +88,7 @@ std::string gzipReport(int rounds) {
   addComparisons(comparisons, "JSON", json());
   addComparisons(comparisons, "random bytes", randomBytes());
   std::string text = "Gzip, 1 MiB, CPU time in ms\n";
-  char heading[160];
-  std::snprintf(heading, sizeof heading, "  %-24s %10s %10s   %s\n", "", "Corvane", "zlib", "ratio");
-  text += heading;
+  text += formatted("  %-24s %10s %10s   %s\n", "", "Corvane", "zlib", "ratio");
   for (const Comparison& comparison : comparisons) text += lineFor(comparison, rounds);
   return text;
 }

@@ -1,6 +1,5 @@
 #include "Harness/Measurement.hpp"
 
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <sstream>
@@ -85,12 +84,6 @@ bool isMeasuringProcess(const std::vector<std::string>& arguments) {
 void runMeasuringProcess(const std::vector<std::string>& arguments) {
   const Measurement measurement = runHere(planFrom(arguments));
   std::printf("%.9f %.9f %.6f\n", measurement.seconds, measurement.cpuSeconds, measurement.peakMebibytes);
-}
-
-double median(std::vector<double> values) {
-  std::sort(values.begin(), values.end());
-  const std::size_t half = values.size() / 2;
-  return values.size() % 2 == 1 ? values[half] : (values[half - 1] + values[half]) / 2;
 }
 
 }  // namespace bench

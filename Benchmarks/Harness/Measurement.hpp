@@ -31,7 +31,4 @@ bool isMeasuringProcess(const std::vector<std::string>& arguments);
 /// Runs what the arguments say and prints the measurement.
 void runMeasuringProcess(const std::vector<std::string>& arguments);
 
-/// Of the middle; of the two middle ones the mean. Requires: not empty.
-double median(std::vector<double> values);
-
 }  // namespace bench

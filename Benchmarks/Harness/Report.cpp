@@ -1,19 +1,13 @@
 #include "Harness/Report.hpp"
 
-#include <cstdio>
 #include <functional>
+
+#include "Harness/Figures.hpp"
 
 namespace bench {
 namespace {
 
 using Figure = std::function<double(const Measurement&)>;
-
-template <class... Arguments>
-std::string formatted(const char* format, Arguments... arguments) {
-  char text[256];
-  std::snprintf(text, sizeof text, format, arguments...);
-  return text;
-}
 
 double medianOf(const Rounds& rounds, const Figure& figure) {
   std::vector<double> values;
@@ -27,18 +21,6 @@ double medianRatio(const Rounds& rounds, const Rounds& baseline, const Figure& f
     ratios.push_back(figure(rounds[round]) / figure(baseline[round]));
   }
   return median(ratios);
-}
-
-std::string held(bool met, const char* relation, double bound) {
-  return formatted(" (%s %.4g: %s)", relation, bound, met ? "met" : "MISSED");
-}
-
-std::string atLeast(double value, const std::optional<double>& bound) {
-  return formatted("%.2f", value) + (bound ? held(value >= *bound, ">=", *bound) : "");
-}
-
-std::string atMost(double value, const std::optional<double>& bound, const char* format = "%.2f") {
-  return formatted(format, value) + (bound ? held(value <= *bound, "<=", *bound) : "");
 }
 
 struct Row {
