@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "Harness/Figures.hpp"
+#include "JSON/FreshProcess.hpp"
 
 namespace bench {
 namespace {
@@ -21,9 +22,11 @@ double cpuSeconds() {
   return static_cast<double>(used.tv_sec) + static_cast<double>(used.tv_nsec) * 1e-9;
 }
 
-double secondsToDecode(const Contender::Decode& decode, std::size_t documentBytes) {
-  const std::size_t batchSize = std::max<std::size_t>(batchBytes / documentBytes, 1);
-  const std::size_t batches = std::max<std::size_t>(sampleBytes / (batchSize * documentBytes), 1);
+double secondsToDecode(const Contender& contender, const Document& document) {
+  const auto decode = contender.prepareDecoding(document.text);
+  if (decode() != document.records) throw std::runtime_error(contender.name + " decoded something else");
+  const std::size_t batchSize = std::max<std::size_t>(batchBytes / document.text.size(), 1);
+  const std::size_t batches = std::max<std::size_t>(sampleBytes / (batchSize * document.text.size()), 1);
   std::vector<Records> results;
   results.reserve(batchSize);
   double seconds = 0;
@@ -36,13 +39,25 @@ double secondsToDecode(const Contender::Decode& decode, std::size_t documentByte
   return seconds / static_cast<double>(batches * batchSize);
 }
 
+/// Looks at it with a decoder that rounds exactly.
+double checkEncoding(const Contender& contender, const Document& document) {
+  std::string encoded;
+  contender.encode(document.records, [&](std::string_view text) { encoded = text; });
+  if (nlohmannContender().prepareDecoding(encoded)() != document.records) {
+    throw std::runtime_error(contender.name + " encoded something else");
+  }
+  return 0;
+}
+
 double secondsToEncode(const Contender& contender, const Document& document) {
   const std::size_t repetitions = std::max<std::size_t>(sampleBytes / document.text.size(), 1);
   std::size_t encodedBytes = 0;
-  const double before = cpuSeconds();
-  for (std::size_t repetition = 0; repetition < repetitions; ++repetition) {
+  const auto encode = [&] {
     contender.encode(document.records, [&](std::string_view text) { encodedBytes += text.size(); });
-  }
+  };
+  encode();
+  const double before = cpuSeconds();
+  for (std::size_t repetition = 0; repetition < repetitions; ++repetition) encode();
   const double seconds = (cpuSeconds() - before) / static_cast<double>(repetitions);
   if (encodedBytes == 0) throw std::runtime_error(contender.name + " encoded nothing");
   return seconds;
@@ -55,10 +70,8 @@ Race Race::ofDecoding(const std::string& title, const Document& document, const 
   const bool isInOrder = document.keyOrder == KeyOrder::declared;
   for (const Contender& contender : contenders) {
     if (!isInOrder && !contender.takesAnyOrder) continue;
-    const auto decode = contender.prepareDecoding(document.text);
-    if (decode() != document.records) throw std::runtime_error(contender.name + " decoded something else");
     race.entrants_.push_back({contender.name, isInOrder ? contender.goalInOrder : contender.goalInAnyOrder,
-                              [decode, bytes = document.text.size()] { return secondsToDecode(decode, bytes); }});
+                              [&contender, &document] { return secondsToDecode(contender, document); }});
   }
   return race;
 }
@@ -67,12 +80,7 @@ Race Race::ofEncoding(const std::string& title, const Document& document, const 
   Race race(title, document.text.size());
   for (const Contender& contender : contenders) {
     if (!contender.encode) continue;
-    std::string encoded;
-    contender.encode(document.records, [&](std::string_view text) { encoded = text; });
-    // Not by its own decoder: RapidJSON's rounds some of the digits that its encoder writes.
-    if (nlohmannContender().prepareDecoding(encoded)() != document.records) {
-      throw std::runtime_error(contender.name + " encoded something else");
-    }
+    inFreshProcess([&] { return checkEncoding(contender, document); });
     race.entrants_.push_back(
         {contender.name, encodingGoal, [&contender, &document] { return secondsToEncode(contender, document); }});
   }
@@ -80,7 +88,7 @@ Race Race::ofEncoding(const std::string& title, const Document& document, const 
 }
 
 void Race::runRound() {
-  for (Entrant& entrant : entrants_) entrant.seconds.push_back(entrant.sample());
+  for (Entrant& entrant : entrants_) entrant.seconds.push_back(inFreshProcess(entrant.sample));
 }
 
 std::string Race::report() const {

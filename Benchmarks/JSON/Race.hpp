@@ -14,11 +14,13 @@ namespace bench {
 /// One task, done by all contenders in turn.
 class Race {
  public:
+  /// The document and the contenders must stay as long as the race.
   static Race ofDecoding(const std::string& title, const Document& document, const std::vector<Contender>& contenders);
   static Race ofEncoding(const std::string& title, const Document& document, const std::vector<Contender>& contenders);
 
   const std::string& title() const { return title_; }
-  /// Measures each contender once, in CPU time.
+  /// Measures each contender once, in CPU time and in a process of its own, after it did the task once unmeasured.
+  /// Throws when a contender did it wrongly.
   void runRound();
   /// A table of the medians over the rounds, and Corvane's rate as a multiple of each contender's, which is the median
   /// of the ratios within each round, beside the goal. Requires: a round was run.
