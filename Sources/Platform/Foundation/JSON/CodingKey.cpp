@@ -1,0 +1,32 @@
+#include "Platform/Foundation/JSON/CodingKey.hpp"
+
+#include <algorithm>
+
+namespace platform {
+namespace {
+
+bool isIdentifier(const std::string& name) {
+  const auto isPart = [](char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' || c == '$';
+  };
+  return !name.empty() && std::all_of(name.begin(), name.end(), isPart);
+}
+
+}  // namespace
+
+std::string description(std::span<const CodingKey> path) {
+  std::string text;
+  for (const CodingKey& key : path) {
+    if (key.index()) {
+      text.append("[").append(std::to_string(*key.index())).append("]");
+    } else if (isIdentifier(key.name())) {
+      if (!text.empty()) text.append(".");
+      text.append(key.name());
+    } else {
+      text.append("[\"").append(key.name()).append("\"]");
+    }
+  }
+  return text;
+}
+
+}  // namespace platform

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <span>
+#include <string>
+#include <utility>
+
+#include "Platform/Export.hpp"
+
+namespace platform {
+
+/// A step from a document to a value in it: the key of a member of an object, or the index of an element of
+/// an array.
+class CORVANE_API CodingKey {
+ public:
+  explicit CodingKey(std::string name) : name_(std::move(name)) {}
+  explicit CodingKey(std::size_t index) : index_(index) {}
+
+  /// Empty for an index.
+  const std::string& name() const { return name_; }
+  std::optional<std::size_t> index() const { return index_; }
+
+  friend bool operator==(const CodingKey&, const CodingKey&) = default;
+
+ private:
+  std::string name_;
+  std::optional<std::size_t> index_;
+};
+
+/// The steps as a programmer writes them: "items[3].owner.id". Keys that are no identifiers stand in brackets
+/// and quotes: `headers["Content-Type"]`.
+CORVANE_API std::string description(std::span<const CodingKey> path);
+
+}  // namespace platform

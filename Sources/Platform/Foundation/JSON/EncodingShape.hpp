@@ -1,0 +1,50 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Platform/Export.hpp"
+#include "Platform/Foundation/JSON/JSONStrategies.hpp"
+
+namespace platform {
+
+class JSONWriter;
+
+/// How values of one C++ type are written. Made once for each type, by the compiler.
+struct JSONEncoding {
+  void (*encode)(JSONWriter& writer, const void* value) = nullptr;
+  /// Whether the value's key is left out; null for types that are never absent.
+  bool (*isAbsent)(const void* value) = nullptr;
+};
+
+/// What a model looks like to a writer: its keys in the order of declaration.
+class CORVANE_API EncodingShape {
+ public:
+  /// As the model declares it. A key that is empty follows from the name, by the strategy.
+  struct Member {
+    std::string_view name;
+    std::string_view key;
+    const JSONEncoding* type;
+  };
+  struct Key {
+    /// A comma, the key in quotes, and a colon.
+    std::string text;
+    const JSONEncoding* type;
+
+    std::string_view name() const { return {text.data() + 2, text.size() - 4}; }
+  };
+
+  /// Requires: names and types that live for ever. Traps when a key cannot be written without escapes.
+  explicit EncodingShape(std::span<const Member> members);
+
+  std::span<const Key> keys(JSONKeyStrategy strategy) const { return keys_[static_cast<std::size_t>(strategy)]; }
+
+ private:
+  std::array<std::vector<Key>, 2> keys_;
+};
+
+}  // namespace platform

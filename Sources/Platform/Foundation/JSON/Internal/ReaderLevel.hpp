@@ -1,0 +1,40 @@
+#pragma once
+
+#include <string>
+
+#include "Platform/Foundation/JSON/JSONReader.hpp"
+
+namespace platform {
+
+class JSONReader::Level {
+ public:
+  Level(JSONReader& reader, Place& place) : reader_(reader), place_(place) { enter(reader, place); }
+  ~Level() { leave(reader_, place_); }
+  Level(const Level&) = delete;
+  Level& operator=(const Level&) = delete;
+
+  /// Passes the character that opens a container.
+  static void enter(JSONReader& reader, Place& place) {
+    deepen(reader, 1);
+    ++reader.cursor_;
+    reader.place_ = &place;
+  }
+  static void leave(JSONReader& reader, const Place& place) {
+    --reader.depth_;
+    reader.place_ = place.parent;
+  }
+  /// Requires that the depth stays within bounds, else throws and leaves it as it was.
+  static void deepen(JSONReader& reader, std::size_t levels) {
+    if (reader.depth_ + levels > deepestNesting) {
+      reader.failAt(reader.cursor_, "nested too deeply: more than " + std::to_string(deepestNesting) +
+                                        " levels at byte " + std::to_string(reader.cursor_ - reader.begin_));
+    }
+    reader.depth_ += levels;
+  }
+
+ private:
+  JSONReader& reader_;
+  Place& place_;
+};
+
+}  // namespace platform

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <concepts>
+#include <cstdint>
+#include <string_view>
+
+namespace platform {
+
+class JSONReader;
+class JSONWriter;
+
+enum class JSONKind : std::uint8_t { object, array, string, number, boolean, null };
+
+/// The key of a member, where it is not the member's name.
+struct JSONKey {
+  std::string_view member;
+  std::string_view key;
+};
+
+/// The name of an enumerator in a document.
+template <class Enumeration>
+struct JSONName {
+  Enumeration value;
+  std::string_view name;
+};
+
+/// To be specialised for a type that is not to be read and written as it stands; with some of:
+///
+///     template <>
+///     struct corvane::JSONCoding<User> {  // other keys; what is not listed keeps its name
+///       static constexpr JSONKey keys[] = {{"login", "user_login"}};
+///     };
+///     template <>
+///     struct corvane::JSONCoding<Color> {  // an enumeration by name instead of by value
+///       static constexpr JSONName<Color> names[] = {{Color::red, "red"}, {Color::green, "green"}};
+///     };
+///     template <>
+///     struct corvane::JSONCoding<Money> {  // anything else; one of the two is enough to read or to write only
+///       static Money decode(JSONReader& reader) { return Money::parse(reader.decode<std::string>()); }
+///       static void encode(const Money& money, JSONWriter& writer) { writer.encode(money.text()); }
+///     };
+///
+/// What `decode` and `encode` throw ends the whole decoding or encoding, unchanged; `JSONReader::fail` throws a
+/// `DecodingError` that names the place. A type without a default constructor adds `static T placeholder()`,
+/// whose value is overwritten. An alternative of a `std::variant` that is read from one kind of value only says
+/// so: `static constexpr JSONKind kind = JSONKind::string;`
+template <class T>
+struct JSONCoding {};
+
+namespace detail {
+
+template <class T>
+concept DecodesItself = requires(JSONReader& reader) {
+  { JSONCoding<T>::decode(reader) } -> std::same_as<T>;
+};
+template <class T>
+concept EncodesItself = requires(const T& value, JSONWriter& writer) { JSONCoding<T>::encode(value, writer); };
+template <class T>
+concept HasJSONKeys = requires { JSONCoding<T>::keys; };
+template <class T>
+concept HasJSONNames = requires { JSONCoding<T>::names; };
+template <class T>
+concept HasPlaceholder = requires { JSONCoding<T>::placeholder(); };
+
+}  // namespace detail
+}  // namespace platform

@@ -1,0 +1,273 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "Platform/Foundation/JSON/DecodingShape.hpp"
+#include "Platform/Foundation/JSON/JSONReader.hpp"
+#include "Platform/Foundation/JSON/JSONTypes.hpp"
+
+/// How each C++ type is read.
+
+namespace platform {
+
+namespace detail {
+
+template <class T>
+constexpr bool canBeDecoded();
+
+template <class... Types>
+constexpr bool canAllBeDecoded(std::type_identity<std::variant<Types...>>) {
+  return (canBeDecoded<Types>() && ...);
+}
+
+/// Members of models are not looked at.
+template <class T>
+constexpr bool canBeDecoded() {
+  if constexpr (DecodesItself<T> || std::is_arithmetic_v<T> || std::same_as<T, std::string> || SystemTime<T> ||
+                std::same_as<T, std::monostate>) {
+    return !std::is_const_v<T>;
+  } else if constexpr (std::is_enum_v<T>) {
+    return HasJSONNames<T> || EnumerationByValue<T>;
+  } else if constexpr (isOptional<T> || isArray<T> || Sequence<T>) {
+    return canBeDecoded<typename T::value_type>();
+  } else if constexpr (TextMap<T>) {
+    return canBeDecoded<typename T::mapped_type>();
+  } else if constexpr (isVariant<T>) {
+    return canAllBeDecoded(std::type_identity<T>());
+  } else {
+    return Model<T> && !std::is_const_v<T>;
+  }
+}
+
+template <class Model, auto member, class Type>
+inline constexpr bool canDecodeMember = canBeDecoded<Type>();
+
+/// The compiler shows the arguments when the check fails.
+template <class Model, auto member, class Type>
+constexpr bool checkMemberCanBeDecoded() {
+  static_assert(canDecodeMember<Model, member, Type>,
+                "JSON cannot be decoded into this member of this model: give its type a JSONCoding with `decode`");
+  return canDecodeMember<Model, member, Type>;
+}
+
+template <class T>
+constexpr std::uint8_t kindsOf() {
+  constexpr auto bit = [](JSONKind kind) { return static_cast<std::uint8_t>(1U << static_cast<unsigned>(kind)); };
+  if constexpr (requires { JSONCoding<T>::kind; }) {
+    return bit(JSONCoding<T>::kind);
+  } else if constexpr (DecodesItself<T> || isVariant<T>) {
+    return UINT8_MAX;
+  } else if constexpr (std::same_as<T, bool>) {
+    return bit(JSONKind::boolean);
+  } else if constexpr (std::is_arithmetic_v<T>) {
+    return bit(JSONKind::number);
+  } else if constexpr (std::is_enum_v<T>) {
+    return bit(HasJSONNames<T> ? JSONKind::string : JSONKind::number);
+  } else if constexpr (std::same_as<T, std::string>) {
+    return bit(JSONKind::string);
+  } else if constexpr (SystemTime<T>) {
+    return bit(JSONKind::string) | bit(JSONKind::number);
+  } else if constexpr (std::same_as<T, std::monostate>) {
+    return bit(JSONKind::null);
+  } else if constexpr (isOptional<T>) {
+    return kindsOf<typename T::value_type>() | bit(JSONKind::null);
+  } else if constexpr (isArray<T> || Sequence<T>) {
+    return bit(JSONKind::array);
+  } else {
+    return bit(JSONKind::object);
+  }
+}
+
+template <class T>
+void decode(JSONReader& reader, T& value);
+
+template <class T>
+void decodeErased(JSONReader& reader, void* value) {
+  decode(reader, *static_cast<T*>(value));
+}
+template <class T>
+void makeAbsent(void* value) {
+  static_cast<T*>(value)->reset();
+}
+
+template <class T>
+const DecodingShape& decodingShape();
+
+template <class T>
+constexpr JSONDecoding makeDecoding() {
+  JSONDecoding decoding{&decodeErased<T>, nullptr, kindsOf<T>(), nullptr};
+  if constexpr (isOptional<T>) decoding.makeAbsent = &makeAbsent<T>;
+  if constexpr (Model<T> && !DecodesItself<T>) decoding.shape = &decodingShape<T>;
+  return decoding;
+}
+template <class T>
+inline constexpr JSONDecoding jsonDecoding = makeDecoding<T>();
+
+template <class T, class... Types, std::size_t... indices>
+DecodingShape makeDecodingShape(TypeList<Types...>, std::index_sequence<indices...>) {
+  if constexpr ((checkMemberCanBeDecoded<T, memberName<T, indices>(), Types>() && ...)) {
+    static constexpr std::array<DecodingShape::Member, sizeof...(Types)> members{DecodingShape::Member{
+        memberNames<T>[indices], renamedKey<T>(memberNames<T>[indices]), &jsonDecoding<Types>}...};
+    return DecodingShape(members);
+  } else {
+    return DecodingShape({});
+  }
+}
+
+template <class T>
+const DecodingShape& decodingShape() {
+  static const DecodingShape& shape =
+      *new DecodingShape(makeDecodingShape<T>(MemberTypes<T>(), std::make_index_sequence<memberCount<T>>()));
+  return shape;
+}
+
+template <class T>
+void decodeModel(JSONReader& reader, T& value) {
+  if constexpr (checkModel<T>()) {
+    visitMembers(value, [&](auto&... members) {
+      void* const fields[] = {const_cast<void*>(static_cast<const void*>(std::addressof(members)))..., nullptr};
+      reader.readFields(decodingShape<T>(), fields);
+    });
+  }
+}
+
+template <class T>
+void decodeSequence(JSONReader& reader, T& sequence) {
+  using Element = typename T::value_type;
+  sequence.clear();
+  for (JSONReader::Array array(reader); array.next();) {
+    if constexpr (requires { requires std::same_as<decltype(sequence.emplace_back()), Element&>; }) {
+      // Most lists are short, and small elements are cheap to have room for.
+      if constexpr (sizeof(Element) <= 64 && requires { sequence.reserve(4); }) {
+        if (sequence.capacity() == 0) sequence.reserve(4);
+      }
+      decode(reader, sequence.emplace_back());
+    } else {
+      auto element = placeholder<Element>();
+      decode(reader, element);
+      sequence.push_back(std::move(element));
+    }
+  }
+}
+
+template <class T>
+void decodeArray(JSONReader& reader, T& elements) {
+  std::size_t count = 0;
+  for (JSONReader::Array array(reader); array.next(); ++count) {
+    if (count < elements.size()) decode(reader, elements[count]);
+  }
+  if (count != elements.size()) reader.failCount(elements.size(), count);
+}
+
+template <class T>
+void decodeMap(JSONReader& reader, T& map) {
+  using Value = typename T::mapped_type;
+  map.clear();
+  for (JSONReader::Object object(reader); object.next();) {
+    std::string key(object.key());
+    auto value = placeholder<Value>();
+    decode(reader, value);
+    map.insert_or_assign(std::move(key), std::move(value));
+  }
+}
+
+template <class... Types>
+void decodeVariant(JSONReader& reader, std::variant<Types...>& variant) {
+  static constexpr const JSONDecoding* alternatives[] = {&jsonDecoding<Types>...};
+  using Emplace = void* (*)(std::variant<Types...>&);
+  static constexpr auto emplace = [](void* object, std::size_t index) {
+    return [&]<std::size_t... indices>(std::index_sequence<indices...>) {
+      static constexpr Emplace functions[] = {[](std::variant<Types...>& target) -> void* {
+        return std::addressof(target.template emplace<indices>(placeholder<Types>()));
+      }...};
+      return functions[index](*static_cast<std::variant<Types...>*>(object));
+    }(std::index_sequence_for<Types...>());
+  };
+  reader.readVariant(alternatives, sizeof...(Types), &variant, emplace);
+}
+
+template <class T>
+void decodeName(JSONReader& reader, T& value) {
+  const auto name = reader.decode<std::string>();
+  for (const JSONName<T>& known : JSONCoding<T>::names) {
+    if (known.name != name) continue;
+    value = known.value;
+    return;
+  }
+  reader.fail("\"" + name + "\" is no name of this enumeration");
+}
+
+template <Integer T>
+void decodeInteger(JSONReader& reader, T& value) {
+  using Bits = std::conditional_t<
+      sizeof(T) == 1, std::int8_t,
+      std::conditional_t<sizeof(T) == 2, std::int16_t, std::conditional_t<sizeof(T) == 4, std::int32_t, std::int64_t>>>;
+  std::conditional_t<std::is_signed_v<T>, Bits, std::make_unsigned_t<Bits>> number;
+  reader.readInteger(number);
+  value = static_cast<T>(number);
+}
+
+template <class T>
+void decode(JSONReader& reader, T& value) {
+  if constexpr (DecodesItself<T>) {
+    value = JSONCoding<T>::decode(reader);
+  } else if constexpr (std::same_as<T, bool>) {
+    reader.readBoolean(value);
+  } else if constexpr (Integer<T>) {
+    decodeInteger(reader, value);
+  } else if constexpr (std::floating_point<T>) {
+    reader.readReal(value);
+  } else if constexpr (std::same_as<T, std::string>) {
+    reader.readString(value);
+  } else if constexpr (HasJSONNames<T>) {
+    decodeName(reader, value);
+  } else if constexpr (std::is_enum_v<T>) {
+    std::underlying_type_t<T> number{};
+    decode(reader, number);
+    value = static_cast<T>(number);
+  } else if constexpr (std::same_as<T, std::monostate>) {
+    if (!reader.takeNull()) reader.failMismatch("null");
+  } else if constexpr (isOptional<T>) {
+    if (reader.takeNull()) {
+      value.reset();
+    } else {
+      decode(reader, value.emplace(placeholder<typename T::value_type>()));
+    }
+  } else if constexpr (isVariant<T>) {
+    decodeVariant(reader, value);
+  } else if constexpr (isArray<T>) {
+    decodeArray(reader, value);
+  } else if constexpr (Sequence<T>) {
+    decodeSequence(reader, value);
+  } else if constexpr (TextMap<T>) {
+    decodeMap(reader, value);
+  } else if constexpr (SystemTime<T>) {
+    using Duration = typename T::duration;
+    const std::int64_t count = reader.readTime(Duration::period::num, Duration::period::den);
+    value = T(Duration(static_cast<typename T::rep>(count)));
+  } else {
+    static_assert(Model<T>, "JSON cannot be decoded into this type: give it a JSONCoding with `decode`");
+    if constexpr (Model<T>) decodeModel(reader, value);
+  }
+}
+
+}  // namespace detail
+
+/// A type that JSON is decoded into: numbers, booleans, text, enumerations, optionals, sequences, arrays, maps
+/// from text, variants, dates, plain structs of these, and types with a `JSONCoding`. The members of a struct
+/// are looked at when it is decoded.
+template <class T>
+concept JSONReadable = detail::canBeDecoded<T>();
+
+template <class T>
+T JSONReader::decode() {
+  static_assert(JSONReadable<T>, "JSON cannot be decoded into this type: give it a JSONCoding with `decode`");
+  auto value = detail::placeholder<T>();
+  detail::decode(*this, value);
+  return value;
+}
+
+}  // namespace platform

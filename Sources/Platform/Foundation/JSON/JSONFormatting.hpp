@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstdint>
+
+#include "Platform/Export.hpp"
+#include "Platform/Foundation/Data.hpp"
+
+namespace platform {
+
+enum class JSONFormatting : std::uint8_t {
+  compact,
+  /// For people: each member and element on a line of its own, two blanks deeper for each level.
+  pretty
+};
+
+/// The same document with other white space; numbers and strings stay as they are written. Throws
+/// `DecodingError` for what is not JSON.
+CORVANE_API Data prettyPrintedJSON(const Data& document);
+
+}  // namespace platform

@@ -1,0 +1,202 @@
+#include "Platform/Foundation/JSON/JSONReader.hpp"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+#include "Platform/Foundation/JSON/DecodingError.hpp"
+#include "Platform/Foundation/JSON/DecodingShape.hpp"
+#include "Platform/Foundation/JSON/Internal/ReaderLevel.hpp"
+
+namespace platform {
+namespace {
+
+/// A byte-order mark, which RFC 8259, 8.1 lets a reader pass over.
+constexpr std::string_view mark = "\xEF\xBB\xBF";
+
+bool isWhiteSpace(char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
+
+}  // namespace
+
+JSONReader::JSONReader(const Data& document, const JSONStrategies& strategies)
+    : cursor_(document.view().data()),
+      begin_(cursor_),
+      end_(begin_ + document.count()),
+      valueStart_(begin_),
+      strategies_(strategies) {
+  if (document.view().starts_with(mark)) cursor_ += mark.size();
+}
+
+char JSONReader::nextBehindWhiteSpace() {
+  while (cursor_ < end_ && isWhiteSpace(*cursor_)) ++cursor_;
+  return cursor_ < end_ ? *cursor_ : '\0';
+}
+
+void JSONReader::finish() {
+  next();
+  if (cursor_ < end_) failToFind("the end of the document");
+}
+
+JSONReader::Kind JSONReader::kind() {
+  switch (next()) {
+    case '{':
+      return Kind::object;
+    case '[':
+      return Kind::array;
+    case '"':
+      return Kind::string;
+    case 't':
+    case 'f':
+      return Kind::boolean;
+    case 'n':
+      return Kind::null;
+    case '-':
+    case '0':
+    case '1':
+    case '2':
+    case '3':
+    case '4':
+    case '5':
+    case '6':
+    case '7':
+    case '8':
+    case '9':
+      return Kind::number;
+    default:
+      failToFind("a value");
+  }
+}
+
+void JSONReader::passWord(std::string_view word) {
+  const auto left = static_cast<std::size_t>(end_ - cursor_);
+  if (std::string_view(cursor_, std::min(left, word.size())) != word) failToFind(word);
+  cursor_ += word.size();
+}
+
+bool JSONReader::takeNull() {
+  if (next() != 'n') return false;
+  passWord("null");
+  return true;
+}
+
+void JSONReader::readBoolean(bool& value) {
+  switch (next()) {
+    case 't':
+      passWord("true");
+      value = true;
+      return;
+    case 'f':
+      passWord("false");
+      value = false;
+      return;
+    default:
+      failMismatch("a boolean");
+  }
+}
+
+void JSONReader::passColon() {
+  if (next() != ':') failToFind("a colon");
+  ++cursor_;
+}
+
+/// Whether there is something more in a container: passes the comma, or the closing bracket.
+bool JSONReader::nextInside(char closing, bool isFirst) {
+  const char found = next();
+  if (found == closing) {
+    ++cursor_;
+    return false;
+  }
+  if (isFirst) return true;
+  if (found != ',') failToFind(closing == '}' ? "a comma or a closing brace" : "a comma or a closing bracket");
+  ++cursor_;
+  return true;
+}
+
+// Members and elements
+
+JSONReader::Object::Object(JSONReader& reader) : reader_(reader) {
+  if (reader.next() != '{') reader.failMismatch("an object");
+  place_.parent = reader.place_;
+  Level::enter(reader, place_);
+}
+
+JSONReader::Object::~Object() { Level::leave(reader_, place_); }
+
+bool JSONReader::Object::next() {
+  const bool isFirst = valueStart_ == nullptr;
+  if (reader_.cursor_ == valueStart_) reader_.skip();
+  place_.step = Place::Step::none;
+  if (!reader_.nextInside('}', isFirst)) return false;
+  place_.key = reader_.readKey(unescapedKey_);
+  place_.step = Place::Step::key;
+  reader_.passColon();
+  reader_.next();
+  reader_.valueStart_ = valueStart_ = reader_.cursor_;
+  return true;
+}
+
+JSONReader::Array::Array(JSONReader& reader) : reader_(reader) {
+  if (reader.next() != '[') reader.failMismatch("an array");
+  place_.parent = reader.place_;
+  place_.index = SIZE_MAX;
+  Level::enter(reader, place_);
+}
+
+JSONReader::Array::~Array() { Level::leave(reader_, place_); }
+
+bool JSONReader::Array::next() {
+  const bool isFirst = valueStart_ == nullptr;
+  if (reader_.cursor_ == valueStart_) reader_.skip();
+  place_.step = Place::Step::none;
+  if (!reader_.nextInside(']', isFirst)) return false;
+  ++place_.index;
+  place_.step = Place::Step::index;
+  reader_.next();
+  reader_.valueStart_ = valueStart_ = reader_.cursor_;
+  return true;
+}
+
+// Errors
+
+void JSONReader::fail(std::string problem) const { failAt(valueStart_, std::move(problem)); }
+
+void JSONReader::failAt(const char* position, std::string problem) const {
+  throw DecodingError::dataCorrupted(std::move(problem), whereIs(position));
+}
+
+void JSONReader::failKind(const char* position, std::string problem) const {
+  throw DecodingError::typeMismatch(std::move(problem), whereIs(position));
+}
+
+/// The text is not JSON: something else is wanted at the cursor.
+void JSONReader::failToFind(std::string_view expected) {
+  std::string problem = "the text is not JSON: expected ";
+  problem.append(expected).append(" at byte ").append(std::to_string(cursor_ - begin_));
+  failAt(cursor_, problem.append(cursor_ < end_ ? "" : ", where the text ends"));
+}
+
+void JSONReader::failMismatch(std::string_view expected) {
+  static constexpr const char* names[] = {"an object", "an array", "a string", "a number", "a boolean", "null"};
+  const Kind found = kind();
+  std::string problem = "expected ";
+  problem.append(expected).append(", found ").append(names[static_cast<std::size_t>(found)]);
+  if (found == Kind::null) throw DecodingError::valueNotFound(std::move(problem), whereIs(cursor_));
+  throw DecodingError::typeMismatch(std::move(problem), whereIs(cursor_));
+}
+
+void JSONReader::failCount(std::size_t expected, std::size_t found) const {
+  fail("expected " + std::to_string(expected) + " elements, found " + std::to_string(found));
+}
+
+DecodingError::Place JSONReader::whereIs(const char* position) const {
+  DecodingError::Place where;
+  where.byteOffset = static_cast<std::size_t>(position - begin_);
+  for (const Place* place = place_; place != nullptr; place = place->parent) {
+    if (place->step == Place::Step::key) where.codingPath.emplace_back(std::string(place->key));
+    if (place->step == Place::Step::index) where.codingPath.emplace_back(place->index);
+  }
+  std::ranges::reverse(where.codingPath);
+  return where;
+}
+
+}  // namespace platform

@@ -1,0 +1,190 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Platform/Export.hpp"
+#include "Platform/Foundation/Data.hpp"
+#include "Platform/Foundation/JSON/DecodingError.hpp"
+#include "Platform/Foundation/JSON/JSONCoding.hpp"
+#include "Platform/Foundation/JSON/JSONStrategies.hpp"
+
+namespace platform {
+
+class DecodingShape;
+struct JSONDecoding;
+
+/// Reads a JSON document (RFC 8259) value after value, checking everything it passes. Models with a coding of
+/// their own are given one, which stands before their value; they read that value or leave it:
+///
+///     static Money decode(JSONReader& reader) { return Money::parse(reader.decode<std::string>()); }
+///
+/// Every function throws `DecodingError` for what is not there as asked for, with the path and the offset. What
+/// is nested more than 512 levels deep is refused.
+///
+/// Lives on the stack of one thread; not copyable.
+class CORVANE_API JSONReader {
+ public:
+  static constexpr std::size_t deepestNesting = 512;
+
+  using Kind = JSONKind;
+
+  /// Requires: `document` outlives this and is not changed.
+  explicit JSONReader(const Data& document, const JSONStrategies& strategies = {});
+  JSONReader(const JSONReader&) = delete;
+  JSONReader& operator=(const JSONReader&) = delete;
+
+  /// Of the value that comes next, which is told by its first character and not read.
+  Kind kind();
+  /// Reads the value that comes next.
+  template <class T>
+  T decode();
+  /// Passes over the value that comes next, which must be sound JSON nevertheless.
+  void skip();
+  /// Reads a null, if that comes next.
+  bool takeNull();
+
+  /// `DecodingError::dataCorrupted` for the value that comes next or was just read.
+  [[noreturn]] void fail(std::string problem) const;
+
+  const JSONStrategies& strategies() const { return strategies_; }
+
+  class Object;
+  class Array;
+
+  // What follows serves the codings of the standard types.
+
+  void readBoolean(bool& value);
+  template <class Integer>
+  void readInteger(Integer& value);
+  template <class Real>
+  void readReal(Real& value);
+  void readString(std::string& value);
+  /// A date by the strategy, as a count of ticks of `numerator / denominator` seconds since 1970.
+  std::int64_t readTime(std::int64_t numerator, std::int64_t denominator);
+  void readFields(const DecodingShape& shape, void* const* fields);
+  /// Reads the value with the first of the alternatives that takes it: `emplace(variant, i)` makes alternative
+  /// number i and returns its address.
+  void readVariant(const JSONDecoding* const* alternatives, std::size_t count, void* variant,
+                   void* (*emplace)(void* variant, std::size_t index));
+  /// Requires that nothing but white space follows.
+  void finish();
+  /// The number that comes next, as it is written; it is not passed.
+  std::string_view peekNumber();
+  /// `DecodingError::typeMismatch`, or `valueNotFound` when a null comes next.
+  [[noreturn]] void failMismatch(std::string_view expected);
+  /// `DecodingError::dataCorrupted` for an array of the wrong length.
+  [[noreturn]] void failCount(std::size_t expected, std::size_t found) const;
+
+ private:
+  struct Place {
+    enum class Step : std::uint8_t { none, key, index };
+
+    const Place* parent = nullptr;
+    std::string_view key;
+    std::size_t index = 0;
+    Step step = Step::none;
+  };
+  /// The inside of a container: entered with its first character, left with its last.
+  class Level;
+
+  /// Passes over white space: the character that stands there then, or NUL at the end.
+  char next() {
+    if (cursor_ < end_ && static_cast<unsigned char>(*cursor_) > ' ') return *cursor_;
+    return nextBehindWhiteSpace();
+  }
+  char nextBehindWhiteSpace();
+  bool nextInside(char closing, bool isFirst);
+  void passWord(std::string_view word);
+  void passColon();
+
+  std::string_view readKey(std::string& unescaped);
+  std::string_view readRawString(std::string& unescaped);
+  void unescape(std::string& value);
+  void unescapeCharacter(std::string& value);
+  void unescapeUnicode(const char* start, std::string& value);
+  std::uint32_t readHexDigits();
+  void passString(std::string& scratch);
+
+  void passNumber();
+  void takeWholeReal(const char* start, const char* end, std::uint64_t& digits);
+  void passScalar(char first, std::string& scratch);
+  std::size_t chooseByKeys(const JSONDecoding* const* alternatives, const std::vector<std::size_t>& candidates);
+
+  DecodingError::Place whereIs(const char* position) const;
+  [[noreturn]] void failAt(const char* position, std::string problem) const;
+  [[noreturn]] void failKind(const char* position, std::string problem) const;
+  [[noreturn]] void failToFind(std::string_view expected);
+  [[noreturn]] void failNumber(const char* position);
+
+  const char* cursor_;
+  const char* const begin_;
+  const char* const end_;
+  const Place* place_ = nullptr;
+  std::size_t depth_ = 0;
+  /// Where the value starts that was gone to last.
+  const char* valueStart_;
+  const JSONStrategies strategies_;
+};
+
+/// Goes through the members of an object, in the order of the document:
+///
+///     for (JSONReader::Object object(reader); object.next();) {
+///       if (object.key() == "amount") amount = reader.decode<double>();
+///     }
+///
+/// A value that is not read is skipped. Where a key stands twice, both are seen.
+class CORVANE_API JSONReader::Object {
+ public:
+  /// Requires that an object comes next, else throws.
+  explicit Object(JSONReader& reader);
+  ~Object();
+  Object(const Object&) = delete;
+  Object& operator=(const Object&) = delete;
+
+  /// To the next member; false behind the last.
+  bool next();
+  /// Of the member that `next` went to; valid until `next` is called again.
+  std::string_view key() const { return place_.key; }
+
+ private:
+  JSONReader& reader_;
+  Place place_;
+  const char* valueStart_ = nullptr;
+  std::string unescapedKey_;
+};
+
+/// Goes through the elements of an array: `for (JSONReader::Array array(reader); array.next();) …`
+class CORVANE_API JSONReader::Array {
+ public:
+  /// Requires that an array comes next, else throws.
+  explicit Array(JSONReader& reader);
+  ~Array();
+  Array(const Array&) = delete;
+  Array& operator=(const Array&) = delete;
+
+  /// To the next element; false behind the last. A value that is not read is skipped.
+  bool next();
+
+ private:
+  JSONReader& reader_;
+  Place place_;
+  const char* valueStart_ = nullptr;
+};
+
+extern template CORVANE_API void JSONReader::readInteger(std::int8_t&);
+extern template CORVANE_API void JSONReader::readInteger(std::int16_t&);
+extern template CORVANE_API void JSONReader::readInteger(std::int32_t&);
+extern template CORVANE_API void JSONReader::readInteger(std::int64_t&);
+extern template CORVANE_API void JSONReader::readInteger(std::uint8_t&);
+extern template CORVANE_API void JSONReader::readInteger(std::uint16_t&);
+extern template CORVANE_API void JSONReader::readInteger(std::uint32_t&);
+extern template CORVANE_API void JSONReader::readInteger(std::uint64_t&);
+extern template CORVANE_API void JSONReader::readReal(float&);
+extern template CORVANE_API void JSONReader::readReal(double&);
+extern template CORVANE_API void JSONReader::readReal(long double&);
+
+}  // namespace platform

@@ -1,0 +1,224 @@
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <limits>
+#include <system_error>
+
+#include "Platform/Foundation/JSON/JSONReader.hpp"
+
+namespace platform {
+namespace {
+
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
+
+std::uint64_t digitOf(char c) { return static_cast<std::uint64_t>(c - '0'); }
+
+/// The most digits that surely fit into 64 bits.
+constexpr int mostSafeDigits = 19;
+
+template <class Real>
+struct Exact;  // Within these bounds a product or quotient of two exact numbers is rounded once, so correctly.
+template <>
+struct Exact<float> {
+  static constexpr std::uint64_t largest = std::uint64_t{1} << 24;
+  static constexpr std::array<float, 11> powers{1e0F, 1e1F, 1e2F, 1e3F, 1e4F, 1e5F, 1e6F, 1e7F, 1e8F, 1e9F, 1e10F};
+};
+template <>
+struct Exact<double> {
+  static constexpr std::uint64_t largest = std::uint64_t{1} << 53;
+  static constexpr std::array<double, 23> powers{1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
+                                                 1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+};
+template <>
+struct Exact<long double> {
+  static constexpr std::uint64_t largest = 0;
+  static constexpr std::array<long double, 1> powers{1};
+};
+
+/// A number taken apart: digits x 10^exponent.
+struct Decimal {
+  const char* end;
+  std::uint64_t digits = 0;
+  std::int64_t exponent = 0;
+  bool isNegative = false;
+  bool isInteger = true;
+  /// Whether `digits` and `exponent` hold all of it.
+  bool isComplete = true;
+};
+
+/// False when there is no number as RFC 8259, 6 writes it; then `end` says where it stops being one.
+bool parse(const char* cursor, const char* end, Decimal& number) {
+  std::ptrdiff_t count = 0;
+  const auto passDigits = [&] {
+    const char* const start = cursor;
+    for (; cursor < end && isDigit(*cursor); ++cursor) number.digits = number.digits * 10 + digitOf(*cursor);
+    count += cursor - start;
+    return cursor - start;
+  };
+  const auto isAt = [&](char c) { return cursor < end && *cursor == c; };
+  const auto fails = [&] {
+    number.end = cursor;
+    return false;
+  };
+
+  number.isNegative = isAt('-');
+  if (number.isNegative) ++cursor;
+  if (isAt('0')) {
+    ++cursor;
+    if (cursor < end && isDigit(*cursor)) return fails();
+  } else if (passDigits() == 0) {
+    return fails();
+  }
+  if (isAt('.')) {
+    number.isInteger = false;
+    ++cursor;
+    number.exponent = -passDigits();
+    if (number.exponent == 0) return fails();
+  }
+  if (cursor < end && (*cursor | 0x20) == 'e') {
+    number.isInteger = false;
+    ++cursor;
+    const bool isNegative = isAt('-');
+    if (isNegative || isAt('+')) ++cursor;
+    if (cursor == end || !isDigit(*cursor)) return fails();
+    std::int64_t exponent = 0;
+    for (; cursor < end && isDigit(*cursor); ++cursor) {
+      if (exponent < 1'000'000'000) exponent = exponent * 10 + (*cursor - '0');
+    }
+    number.exponent += isNegative ? -exponent : exponent;
+  }
+  number.isComplete = count <= mostSafeDigits;
+  number.end = cursor;
+  return true;
+}
+
+/// How many digits there are before the exponent, without leading zeros.
+std::int64_t significantDigits(const char* start, const char* end) {
+  std::int64_t count = 0;
+  for (; start < end && (*start | 0x20) != 'e'; ++start) {
+    if (isDigit(*start) && (count != 0 || *start != '0')) ++count;
+  }
+  return count;
+}
+
+template <class Real>
+bool makeExactly(const Decimal& number, Real& value) {
+  constexpr auto& powers = Exact<Real>::powers;
+  constexpr auto most = static_cast<std::int64_t>(powers.size()) - 1;
+  if (!number.isComplete || number.digits > Exact<Real>::largest) return false;
+  if (number.exponent < -most || number.exponent > most) return false;
+  const auto digits = static_cast<Real>(number.digits);
+  value = number.exponent < 0 ? digits / powers[static_cast<std::size_t>(-number.exponent)]
+                              : digits * powers[static_cast<std::size_t>(number.exponent)];
+  if (number.isNegative) value = -value;
+  return true;
+}
+
+/// False when the number is too large for the type; one that is too small is zero.
+template <class Real>
+bool makeReal(const char* start, const Decimal& number, Real& value) {
+  if (makeExactly(number, value)) return true;
+  const auto result = std::from_chars(start, number.end, value);
+  if (result.ec == std::errc()) return true;
+  // Both ends of the range are reported alike.
+  const bool isTooSmall = number.exponent + significantDigits(start, number.end) <= 0;
+  value = number.isNegative ? -Real(0) : Real(0);
+  return isTooSmall;
+}
+
+std::string shortened(const char* start, const char* end) {
+  const std::string_view text(start, static_cast<std::size_t>(end - start));
+  return text.size() <= 40 ? std::string(text) : std::string(text.substr(0, 40)) + "...";
+}
+
+template <class Integer>
+std::string nameOf() {
+  return std::string(std::is_signed_v<Integer> ? "a signed integer of " : "an unsigned integer of ") +
+         std::to_string(sizeof(Integer) * 8) + " bits";
+}
+
+}  // namespace
+
+std::string_view JSONReader::peekNumber() {
+  next();
+  const char* const start = cursor_;
+  passNumber();
+  const std::string_view text(start, static_cast<std::size_t>(cursor_ - start));
+  cursor_ = start;
+  return text;
+}
+
+void JSONReader::passNumber() {
+  Decimal number{};
+  const bool isNumber = parse(cursor_, end_, number);
+  if (!isNumber) failNumber(number.end);
+  cursor_ = number.end;
+}
+
+void JSONReader::failNumber(const char* position) {
+  cursor_ = position;
+  const bool isBehindZero = position > begin_ && position[-1] == '0' && position < end_ && isDigit(*position);
+  failToFind(isBehindZero ? "no digit behind the leading 0 of a number" : "a digit of a number");
+}
+
+template <class Integer>
+void JSONReader::readInteger(Integer& value) {
+  const char first = next();
+  if (first != '-' && !isDigit(first)) failMismatch("an integer");
+  const char* const start = cursor_;
+  Decimal number{};
+  if (!parse(start, end_, number)) failNumber(number.end);
+  if (!number.isInteger) takeWholeReal(start, number.end, number.digits);
+  std::uint64_t digits = number.digits;
+  bool fits = true;
+  if (number.isInteger && !number.isComplete) {
+    const char* const firstDigit = start + (number.isNegative ? 1 : 0);
+    fits = std::from_chars(firstDigit, number.end, digits).ec == std::errc();
+  }
+  const auto most = static_cast<std::uint64_t>(std::numeric_limits<Integer>::max());
+  const std::uint64_t limit = !number.isNegative ? most : (std::is_signed_v<Integer> ? most + 1 : 0);
+  if (!fits || digits > limit) {
+    failAt(start, "the number " + shortened(start, number.end) + " does not fit into " + nameOf<Integer>());
+  }
+  value = static_cast<Integer>(number.isNegative ? ~digits + 1 : digits);
+  cursor_ = number.end;
+}
+
+/// An integer may be written as a whole number with a point or an exponent, as far as a double holds it exactly.
+void JSONReader::takeWholeReal(const char* start, const char* end, std::uint64_t& digits) {
+  double value = 0;
+  Decimal number{};
+  parse(start, end, number);
+  const bool isWhole = makeReal(start, number, value) && value == std::floor(value) &&
+                       std::fabs(value) <= static_cast<double>(Exact<double>::largest);
+  if (!isWhole) failKind(start, "expected an integer, found the number " + shortened(start, end));
+  digits = static_cast<std::uint64_t>(std::fabs(value));
+}
+
+template <class Real>
+void JSONReader::readReal(Real& value) {
+  const char first = next();
+  if (first != '-' && !isDigit(first)) failMismatch("a number");
+  const char* const start = cursor_;
+  Decimal number{};
+  if (!parse(start, end_, number)) failNumber(number.end);
+  if (!makeReal(start, number, value)) {
+    failAt(start, "the number " + shortened(start, number.end) + " is too large for " +
+                      (std::is_same_v<Real, float> ? "a float" : "a double"));
+  }
+  cursor_ = number.end;
+}
+
+template void JSONReader::readInteger(std::int8_t&);
+template void JSONReader::readInteger(std::int16_t&);
+template void JSONReader::readInteger(std::int32_t&);
+template void JSONReader::readInteger(std::int64_t&);
+template void JSONReader::readInteger(std::uint8_t&);
+template void JSONReader::readInteger(std::uint16_t&);
+template void JSONReader::readInteger(std::uint32_t&);
+template void JSONReader::readInteger(std::uint64_t&);
+template void JSONReader::readReal(float&);
+template void JSONReader::readReal(double&);
+template void JSONReader::readReal(long double&);
+
+}  // namespace platform

@@ -1,0 +1,74 @@
+#include <bitset>
+
+#include "Platform/Foundation/JSON/Internal/ReaderLevel.hpp"
+
+namespace platform {
+namespace {
+
+/// The containers that are open, the innermost last: true for an object.
+class OpenContainers {
+ public:
+  bool isEmpty() const { return count_ == 0; }
+  std::size_t count() const { return count_; }
+  bool isObject() const { return kinds_[count_ - 1]; }
+  void open(bool isObject) { kinds_[count_++] = isObject; }
+  void close() { --count_; }
+
+ private:
+  std::bitset<JSONReader::deepestNesting> kinds_;
+  std::size_t count_ = 0;
+};
+
+}  // namespace
+
+void JSONReader::skip() {
+  OpenContainers containers;
+  std::string scratch;
+  const std::size_t depth = depth_;
+  do {
+    const char first = next();
+    bool isEmpty = false;
+    if (first == '{' || first == '[') {
+      depth_ = depth + containers.count();
+      Level::deepen(*this, 1);
+      containers.open(first == '{');
+      ++cursor_;
+      isEmpty = !nextInside(first == '{' ? '}' : ']', true);
+      if (isEmpty) containers.close();
+    } else {
+      passScalar(first, scratch);
+      isEmpty = true;
+    }
+    // Behind a value: out of every container that ends here.
+    if (isEmpty) {
+      while (!containers.isEmpty() && !nextInside(containers.isObject() ? '}' : ']', false)) containers.close();
+    }
+    if (!containers.isEmpty() && containers.isObject()) {
+      readKey(scratch);
+      passColon();
+    }
+  } while (!containers.isEmpty());
+  depth_ = depth;
+}
+
+void JSONReader::passScalar(char first, std::string& scratch) {
+  switch (first) {
+    case '"':
+      passString(scratch);
+      return;
+    case 't':
+      passWord("true");
+      return;
+    case 'f':
+      passWord("false");
+      return;
+    case 'n':
+      passWord("null");
+      return;
+    default:
+      kind();
+      passNumber();
+  }
+}
+
+}  // namespace platform

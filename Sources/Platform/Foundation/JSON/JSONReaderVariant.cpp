@@ -1,0 +1,60 @@
+#include <optional>
+#include <vector>
+
+#include "Platform/Foundation/JSON/DecodingError.hpp"
+#include "Platform/Foundation/JSON/DecodingShape.hpp"
+#include "Platform/Foundation/JSON/JSONReader.hpp"
+
+namespace platform {
+
+void JSONReader::readVariant(const JSONDecoding* const* alternatives, std::size_t count, void* variant,
+                             void* (*emplace)(void* variant, std::size_t index)) {
+  const Kind found = kind();
+  std::vector<std::size_t> candidates;
+  for (std::size_t index = 0; index < count; ++index) {
+    if ((alternatives[index]->kinds >> static_cast<unsigned>(found) & 1U) != 0) candidates.push_back(index);
+  }
+  if (candidates.empty()) failMismatch("a value of another kind");
+  if (found == Kind::object && candidates.size() > 1) candidates = {chooseByKeys(alternatives, candidates)};
+  // Only values without an inside are tried one after the other, so that no document takes more than its time.
+  if (found == Kind::array) candidates.resize(1);
+
+  const char* const start = cursor_;
+  for (const std::size_t index : candidates) {
+    if (index == candidates.back()) {
+      alternatives[index]->decode(*this, emplace(variant, index));
+      return;
+    }
+    try {
+      alternatives[index]->decode(*this, emplace(variant, index));
+      return;
+    } catch (const DecodingError&) {
+      cursor_ = start;
+    }
+  }
+}
+
+/// The first of the candidates whose required keys are all there, or else the last.
+std::size_t JSONReader::chooseByKeys(const JSONDecoding* const* alternatives,
+                                     const std::vector<std::size_t>& candidates) {
+  const char* const start = cursor_;
+  std::vector<std::uint64_t> missing;
+  for (const std::size_t index : candidates) {
+    const auto shape = alternatives[index]->shape;
+    missing.push_back(shape ? shape().table(strategies_.keys).required() : 0);
+  }
+  for (Object object(*this); object.next();) {
+    for (std::size_t place = 0; place < candidates.size(); ++place) {
+      const auto shape = alternatives[candidates[place]]->shape;
+      const std::size_t key = shape ? shape().table(strategies_.keys).find(object.key()) : DecodingShape::Table::none;
+      if (key != DecodingShape::Table::none) missing[place] &= ~(std::uint64_t{1} << key);
+    }
+  }
+  cursor_ = start;
+  for (std::size_t place = 0; place < candidates.size(); ++place) {
+    if (missing[place] == 0) return candidates[place];
+  }
+  return candidates.back();
+}
+
+}  // namespace platform

@@ -1,0 +1,47 @@
+#include "Platform/Foundation/JSON/JSONStandardTypes.hpp"
+
+#include <optional>
+#include <string>
+
+#include "Platform/Foundation/JSON/Internal/Base64.hpp"
+#include "Platform/Foundation/JSON/JSONReader.hpp"
+#include "Platform/Foundation/JSON/JSONWriter.hpp"
+
+namespace platform {
+
+Data JSONCoding<Data>::decode(JSONReader& reader) {
+  std::string text;
+  reader.readString(text);
+  std::optional<Data> data = detail::fromBase64(text);
+  if (!data) reader.fail("the text is not base64");
+  return *std::move(data);
+}
+
+void JSONCoding<Data>::encode(const Data& data, JSONWriter& writer) { writer.writeString(detail::toBase64(data)); }
+
+URL JSONCoding<URL>::decode(JSONReader& reader) {
+  std::string text;
+  reader.readString(text);
+  const std::optional<URL> url = URL::parse(text);
+  if (!url) reader.fail("the text is no URL: " + URL::problem(text));
+  return *url;
+}
+
+void JSONCoding<URL>::encode(const URL& url, JSONWriter& writer) { writer.writeString(url.relativeString()); }
+
+URL JSONCoding<URL>::placeholder() {
+  static const URL& root = *new URL("/");
+  return root;
+}
+
+UUID JSONCoding<UUID>::decode(JSONReader& reader) {
+  std::string text;
+  reader.readString(text);
+  const std::optional<UUID> uuid = UUID::parse(text);
+  if (!uuid) reader.fail("the text is no UUID");
+  return *uuid;
+}
+
+void JSONCoding<UUID>::encode(const UUID& uuid, JSONWriter& writer) { writer.writeString(uuid.uuidString()); }
+
+}  // namespace platform

@@ -1,0 +1,150 @@
+#include "Platform/Foundation/JSON/JSONValue.hpp"
+
+#include <charconv>
+#include <system_error>
+
+#include "Platform/Foundation/JSON/JSONReader.hpp"
+#include "Platform/Foundation/JSON/JSONWriter.hpp"
+
+namespace platform {
+namespace {
+
+const JSONValue& nullValue() {
+  static const JSONValue& value = *new JSONValue;
+  return value;
+}
+
+template <class Integer>
+bool readWhole(std::string_view text, JSONValue& value) {
+  Integer number{};
+  const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (result.ec != std::errc()) return false;
+  value = number;
+  return true;
+}
+
+JSONValue readNumber(JSONReader& reader) {
+  const std::string_view text = reader.peekNumber();
+  JSONValue value;
+  const bool isInteger = text.find_first_of(".eE") == std::string_view::npos && text != "-0";
+  if (isInteger && (readWhole<std::int64_t>(text, value) || readWhole<std::uint64_t>(text, value))) {
+    reader.skip();
+    return value;
+  }
+  double number = 0;
+  reader.readReal(number);
+  return number;
+}
+
+JSONValue::Array readArray(JSONReader& reader) {
+  JSONValue::Array elements;
+  for (JSONReader::Array array(reader); array.next();) elements.push_back(JSONCoding<JSONValue>::decode(reader));
+  return elements;
+}
+
+void writeArray(const JSONValue::Array& elements, JSONWriter& writer) {
+  JSONWriter::Array array(writer);
+  for (const JSONValue& element : elements) {
+    array.element();
+    JSONCoding<JSONValue>::encode(element, writer);
+  }
+}
+
+}  // namespace
+
+JSONValue::JSONValue(Array elements) noexcept : value_(std::move(elements)) {}
+JSONValue::JSONValue(JSONObject members) noexcept : value_(std::move(members)) {}
+
+JSONKind JSONValue::kind() const noexcept {
+  static constexpr JSONKind kinds[] = {JSONKind::null,   JSONKind::boolean, JSONKind::number, JSONKind::number,
+                                       JSONKind::number, JSONKind::string,  JSONKind::array,  JSONKind::object};
+  return kinds[value_.index()];
+}
+
+std::optional<bool> JSONValue::boolean() const noexcept {
+  const bool* const value = std::get_if<bool>(&value_);
+  return value ? std::optional(*value) : std::nullopt;
+}
+
+std::optional<std::int64_t> JSONValue::integer() const noexcept {
+  const auto* const value = std::get_if<std::int64_t>(&value_);
+  return value ? std::optional(*value) : std::nullopt;
+}
+
+std::optional<std::uint64_t> JSONValue::unsignedInteger() const noexcept {
+  if (const auto* const value = std::get_if<std::uint64_t>(&value_)) return *value;
+  const auto* const value = std::get_if<std::int64_t>(&value_);
+  return value && *value >= 0 ? std::optional(static_cast<std::uint64_t>(*value)) : std::nullopt;
+}
+
+std::optional<double> JSONValue::number() const noexcept {
+  if (const auto* const value = std::get_if<double>(&value_)) return *value;
+  if (const auto* const value = std::get_if<std::uint64_t>(&value_)) return static_cast<double>(*value);
+  const auto* const value = std::get_if<std::int64_t>(&value_);
+  return value ? std::optional(static_cast<double>(*value)) : std::nullopt;
+}
+
+const JSONValue& JSONValue::operator[](std::string_view key) const {
+  const JSONObject* const members = object();
+  const JSONValue* const found = members ? members->find(key) : nullptr;
+  return found ? *found : nullValue();
+}
+
+const JSONValue& JSONValue::operator[](std::size_t index) const {
+  const Array* const elements = array();
+  return elements && index < elements->size() ? (*elements)[index] : nullValue();
+}
+
+bool operator==(const JSONValue& left, const JSONValue& right) { return left.value_ == right.value_; }
+
+JSONValue JSONCoding<JSONValue>::decode(JSONReader& reader) {
+  switch (reader.kind()) {
+    case JSONKind::object:
+      return JSONCoding<JSONObject>::decode(reader);
+    case JSONKind::array:
+      return readArray(reader);
+    case JSONKind::string: {
+      std::string text;
+      reader.readString(text);
+      return text;
+    }
+    case JSONKind::number:
+      return readNumber(reader);
+    case JSONKind::boolean: {
+      bool value = false;
+      reader.readBoolean(value);
+      return value;
+    }
+    case JSONKind::null:
+      break;
+  }
+  reader.takeNull();
+  return {};
+}
+
+JSONObject JSONCoding<JSONObject>::decode(JSONReader& reader) {
+  JSONObject members;
+  for (JSONReader::Object object(reader); object.next();) members[object.key()] = JSONCoding<JSONValue>::decode(reader);
+  return members;
+}
+
+void JSONCoding<JSONValue>::encode(const JSONValue& value, JSONWriter& writer) {
+  if (const auto* const members = value.object()) return JSONCoding<JSONObject>::encode(*members, writer);
+  if (const auto* const elements = value.array()) return writeArray(*elements, writer);
+  if (const auto* const text = value.string()) return writer.writeString(*text);
+  if (const auto integer = value.integer()) return writer.writeSigned(*integer);
+  if (const auto integer = value.unsignedInteger()) return writer.writeUnsigned(*integer);
+  if (const auto number = value.number()) return writer.writeReal(*number);
+  if (const auto boolean = value.boolean()) return writer.writeBoolean(*boolean);
+  writer.writeNull();
+}
+
+void JSONCoding<JSONObject>::encode(const JSONObject& object, JSONWriter& writer) {
+  JSONWriter::Object members(writer);
+  for (const JSONMember& member : object) {
+    members.key(member.key);
+    JSONCoding<JSONValue>::encode(member.value, writer);
+  }
+}
+
+}  // namespace platform

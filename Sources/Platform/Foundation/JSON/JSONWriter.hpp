@@ -1,0 +1,129 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "Platform/Export.hpp"
+#include "Platform/Foundation/Data.hpp"
+#include "Platform/Foundation/JSON/JSONStrategies.hpp"
+
+namespace platform {
+
+class EncodingShape;
+
+/// Writes one JSON document (RFC 8259), compactly: no white space; `/` and characters outside of ASCII as they
+/// are; quotes, backslashes and control characters escaped, by a letter where JSON has one. Models with a coding
+/// of their own are given one; they write exactly one value:
+///
+///     static void encode(const Money& money, JSONWriter& writer) { writer.encode(money.text()); }
+///
+/// Every function throws `EncodingError` for what JSON cannot express. Lives on the stack of one thread.
+class CORVANE_API JSONWriter {
+ public:
+  static constexpr std::size_t deepestNesting = 512;
+
+  explicit JSONWriter(const JSONStrategies& strategies = {});
+  JSONWriter(const JSONWriter&) = delete;
+  JSONWriter& operator=(const JSONWriter&) = delete;
+
+  /// Writes a value of any type that has a form in JSON.
+  template <class T>
+  void encode(const T& value);
+
+  /// `EncodingError` for the value that is being written.
+  [[noreturn]] void fail(std::string problem) const;
+
+  const JSONStrategies& strategies() const { return strategies_; }
+
+  class Object;
+  class Array;
+
+  // What follows serves the codings of the standard types.
+
+  void writeNull();
+  void writeBoolean(bool value);
+  void writeSigned(std::int64_t value);
+  void writeUnsigned(std::uint64_t value);
+  /// The shortest decimal that reads back as the same number.
+  void writeReal(float value);
+  void writeReal(double value);
+  void writeReal(long double value);
+  void writeString(std::string_view text);
+  /// Text that is JSON already.
+  void writeRaw(std::string_view json);
+  /// A date by the strategy; see `JSONReader::readTime`.
+  void writeTime(std::int64_t count, std::int64_t numerator, std::int64_t denominator);
+  void writeFields(const EncodingShape& shape, const void* const* fields);
+  /// What was written. Ends the use of this writer; fails when that was not one value.
+  Data finish();
+
+ private:
+  struct Place {
+    enum class Step : std::uint8_t { none, key, index };
+
+    const Place* parent = nullptr;
+    std::string_view key;
+    std::size_t index = 0;
+    Step step = Step::none;
+  };
+
+  /// Room for that many bytes at the cursor, and behind them for all closing brackets.
+  char* need(std::size_t count) {
+    if (end_ - cursor_ < static_cast<std::ptrdiff_t>(count)) grow(count);
+    return cursor_;
+  }
+  void grow(std::size_t count);
+  void put(char c) {
+    *need(1) = c;
+    ++cursor_;
+  }
+  void open(char bracket, Place& place);
+  void close(char bracket, const Place& place) noexcept;
+
+  Data buffer_;
+  char* cursor_ = nullptr;
+  char* end_ = nullptr;
+  const Place* place_ = nullptr;
+  std::size_t depth_ = 0;
+  const JSONStrategies strategies_;
+};
+
+/// Writes an object, member by member, and closes it when it goes out of scope:
+///
+///     JSONWriter::Object object(writer);
+///     object.key("amount");
+///     writer.encode(amount);
+///
+/// Each key is followed by exactly one value; it is written as it is, whatever the key strategy.
+class CORVANE_API JSONWriter::Object {
+ public:
+  explicit Object(JSONWriter& writer);
+  ~Object();
+  Object(const Object&) = delete;
+  Object& operator=(const Object&) = delete;
+
+  void key(std::string_view key);
+
+ private:
+  JSONWriter& writer_;
+  Place place_;
+};
+
+/// Writes an array, element by element, and closes it when it goes out of scope; `element()` goes before each.
+class CORVANE_API JSONWriter::Array {
+ public:
+  explicit Array(JSONWriter& writer);
+  ~Array();
+  Array(const Array&) = delete;
+  Array& operator=(const Array&) = delete;
+
+  void element();
+
+ private:
+  JSONWriter& writer_;
+  Place place_;
+};
+
+}  // namespace platform
