@@ -31,6 +31,7 @@ struct Contender {
 
 inline constexpr const char* corvaneName = "Corvane";
 
+Contender corvaneContender();
 Contender boostContender();
 Contender nlohmannContender();
 Contender rapidContender();

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <exception>
 #include <stdexcept>
+#include <utility>
 
 #include "Harness/Process.hpp"
 #include "JSON/DecodingMemory.hpp"
@@ -42,7 +43,8 @@ Options optionsFrom(const std::vector<std::string>& arguments) {
 }
 
 std::vector<Contender> allContenders() {
-  std::vector<Contender> contenders = simdjsonContenders();
+  std::vector<Contender> contenders{corvaneContender()};
+  for (Contender& contender : simdjsonContenders()) contenders.push_back(std::move(contender));
   contenders.push_back(boostContender());
   contenders.push_back(rapidContender());
   contenders.push_back(nlohmannContender());
