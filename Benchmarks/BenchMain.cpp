@@ -50,7 +50,7 @@ Options optionsFrom(const std::vector<std::string>& arguments) {
     }
   }
   if (options.rounds == 0) options.rounds = options.quick ? 2 : 5;
-  options.budgetSeconds = options.quick ? 45 : 330;
+  options.budgetSeconds = options.quick ? 40 : 300;
   if (options.rounds < 0) throw std::invalid_argument("There must be at least one round");
   return options;
 }
