@@ -1,7 +1,7 @@
 # The commands of daily work; each installs what it needs first. `make help` lists them.
 
 .DEFAULT_GOAL := help
-.PHONY: help setup demo test bench format check asan tsan tidy install-test integration docs clean
+.PHONY: help setup demo test bench format check asan tsan fuzz tidy install-test integration docs clean
 
 help:            ## lists the commands
 	@sed -n 's/^\([a-z-]*\):[a-z ]*## /  make \1\t/p' $(MAKEFILE_LIST) | expand -t 24
@@ -26,6 +26,10 @@ asan:            ## runs the tests under the address and undefined-behaviour san
 tsan:            ## runs the tests under the thread sanitizer
 	@Scripts/setup.sh build checks
 	@Scripts/test.sh tsan
+
+fuzz:            ## tries the decoders on inputs that a fuzzer makes
+	@Scripts/setup.sh build checks
+	@Scripts/fuzz.sh
 
 check:           ## runs the static checks: layers, headers, format, documentation
 	@Scripts/setup.sh build checks

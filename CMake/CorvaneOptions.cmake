@@ -10,6 +10,11 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
   target_compile_options(corvane_options INTERFACE -Wno-restrict)
 endif()
 
+# A fuzzer follows the branches of the library that it runs, so the library is built with it.
+if(CORVANE_BUILD_FUZZERS AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+  target_compile_options(corvane_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
 if(CORVANE_SANITIZER STREQUAL "address")
   target_compile_options(corvane_options INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(corvane_options INTERFACE -fsanitize=address,undefined)
