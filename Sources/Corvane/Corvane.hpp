@@ -10,18 +10,36 @@
 #include "Corvane/Errors/HTTPResponseError.hpp"
 #include "Corvane/Errors/HTTPUnknownError.hpp"
 #include "Corvane/Request/DataRequests.hpp"
+#include "Corvane/Request/JSONRequests.hpp"
 #include "Corvane/Settings.hpp"
 #include "Corvane/Transport/HTTPRequestCancelable.hpp"
+#include "Platform/Foundation/JSON/EncodingError.hpp"
 #include "Platform/Foundation/UUID.hpp"
 
 namespace corvane {
 
 using platform::AnyValue;
 using platform::Data;
+using platform::DecodingError;
 using platform::DispatchQueue;
+using platform::EncodingError;
 using platform::Error;
 using platform::HTTPHeaderFields;
 using platform::HTTPURLResponse;
+using platform::JSONCoding;
+using platform::JSONDateStrategy;
+using platform::JSONDecoder;
+using platform::JSONEncoder;
+using platform::JSONFormatting;
+using platform::JSONKey;
+using platform::JSONKeyStrategy;
+using platform::JSONKind;
+using platform::JSONName;
+using platform::JSONObject;
+using platform::JSONReader;
+using platform::JSONStrategies;
+using platform::JSONValue;
+using platform::JSONWriter;
 using platform::URL;
 using platform::URLRequest;
 using platform::URLRequestCachePolicy;

@@ -37,6 +37,17 @@ constexpr decltype(auto) read(Member member, const Self& self) {
   }
 }
 
+/// As `read`, but what is stored in an object that may be changed can be changed.
+template <class Member, class Self>
+  requires Readable<Member, Self>
+constexpr decltype(auto) storedOrRead(Member member, Self& self) {
+  if constexpr (IsStored<Member, Self>) {
+    return (self.*member);
+  } else {
+    return read(member, self);
+  }
+}
+
 /// What reading gives, and what it may be: `Member` read from a `Self` converts to `Value`.
 template <class Member, class Self, class Value>
 concept ReadsAs = Readable<Member, Self> && requires(Member member, const Self& self) {

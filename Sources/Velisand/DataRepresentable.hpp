@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "Platform/Foundation/Data.hpp"
+#include "Velisand/JSONCodable.hpp"
 
 namespace velisand {
 
@@ -19,17 +20,25 @@ concept OffersData = requires(const T& value) {
 template <class T>
 concept PlainBytes =
     std::same_as<T, platform::Data> || std::same_as<T, std::string> || std::same_as<T, std::vector<std::byte>>;
+// A plain struct whose first member takes bytes is not made of bytes for that.
+template <class T>
+concept TakesData = std::constructible_from<T, platform::Data> && !std::is_aggregate_v<T>;
 }  // namespace detail
 
-/// A value that has a form in bytes: `Data`, `std::string` and `std::vector<std::byte>` as they are, and any
-/// type with a member `asData()`. Making the bytes may throw.
+/// A value that has a form in bytes: `Data`, `std::string` and `std::vector<std::byte>` as they are, any type
+/// with a member `asData()`, and any other `JSONEncodable` type as JSON. Making the bytes may throw.
 template <class T>
-concept DataRepresentable = detail::OffersData<T> || detail::PlainBytes<T>;
+concept DataRepresentable = detail::OffersData<T> || detail::PlainBytes<T> || JSONEncodable<T>;
 
-/// A type that can be made from bytes: `Data`, `std::string` and `std::vector<std::byte>` as they are, and
-/// any type with a constructor that takes a `Data`. Making the value may throw.
+/// A type that can be made from bytes: `Data`, `std::string` and `std::vector<std::byte>` as they are, any type
+/// with a constructor that takes a `Data`, and any other `JSONDecodable` type from JSON. Making the value may
+/// throw.
 template <class T>
-concept DataInitializable = detail::PlainBytes<T> || std::constructible_from<T, platform::Data>;
+concept DataInitializable = detail::PlainBytes<T> || detail::TakesData<T> || JSONDecodable<T>;
+
+/// A type whose bytes are JSON.
+template <class T>
+concept RepresentedByJSON = JSONEncodable<T> && !detail::OffersData<T> && !detail::PlainBytes<T>;
 
 /// The bytes of a value; a `Data` shares them, the other kinds copy them.
 template <DataRepresentable T>
@@ -38,8 +47,10 @@ platform::Data asData(const T& value) {
     return value.asData();
   } else if constexpr (std::same_as<T, std::vector<std::byte>>) {
     return platform::Data(value.data(), value.size());
-  } else {
+  } else if constexpr (detail::PlainBytes<T>) {
     return platform::Data(value);
+  } else {
+    return asJSON(value);
   }
 }
 
@@ -50,8 +61,10 @@ T fromData(platform::Data data) {
     return data.text();
   } else if constexpr (std::same_as<T, std::vector<std::byte>>) {
     return std::vector<std::byte>(data.begin(), data.end());
-  } else {
+  } else if constexpr (detail::PlainBytes<T> || detail::TakesData<T>) {
     return T(std::move(data));
+  } else {
+    return fromJSON<T>(data);
   }
 }
 

@@ -15,15 +15,21 @@ struct Greeting {
   Data asData() const { return Data("hello " + name); }
 };
 
+struct Named {
+  Data name;
+};
+
 struct Parsed {
   explicit Parsed(Data data) : length(data.count()) {}
   std::size_t length;
 };
 
 static_assert(DataRepresentable<Data> && DataRepresentable<std::string> && DataRepresentable<std::vector<std::byte>>);
-static_assert(DataRepresentable<Greeting> && !DataRepresentable<int> && !DataRepresentable<Parsed>);
+static_assert(DataRepresentable<Greeting> && DataRepresentable<Named> && !DataRepresentable<int*>);
+static_assert(!DataRepresentable<Parsed>);
 static_assert(DataInitializable<Data> && DataInitializable<std::string> && DataInitializable<std::vector<std::byte>>);
-static_assert(DataInitializable<Parsed> && !DataInitializable<int> && !DataInitializable<Greeting>);
+static_assert(DataInitializable<Parsed> && DataInitializable<Named> && !DataInitializable<int*>);
+static_assert(RepresentedByJSON<Named> && !RepresentedByJSON<Greeting> && !RepresentedByJSON<std::string>);
 
 TEST(DataRepresentableTest, takesBytesAsTheyAre) {
   const std::vector<std::byte> bytes{std::byte{0}, std::byte{0xFF}};
@@ -40,6 +46,12 @@ TEST(DataRepresentableTest, sharesTheBytesOfData) {
 }
 
 TEST(DataRepresentableTest, asksATypeForItsBytes) { EXPECT_EQ(asData(Greeting{"Ada"}), Data("hello Ada")); }
+
+TEST(DataRepresentableTest, writesAnyOtherValueAsJSON) { EXPECT_EQ(asData(Named{"Ada"}), Data(R"({"name":"QWRh"})")); }
+
+TEST(DataInitializableTest, readsAnyOtherValueFromJSON) {
+  EXPECT_EQ(fromData<Named>(R"({"name":"QWRh"})").name, Data("Ada"));
+}
 
 TEST(DataInitializableTest, makesValuesOfBytes) {
   const Data data("abc");

@@ -2,8 +2,6 @@
 
 namespace corvane {
 
-platform::URL detail::baseOf(const platform::URL& url) { return url.baseURL().value_or(defaultBaseURL()); }
-
 template struct HTTPResponse<platform::Data>;
 template class detail::ResponseExchange<DataResponse>;
 template struct detail::SendFuture<DataResponse>;

@@ -15,6 +15,9 @@ namespace detail {
 /// What every mixin for a body derives from, whatever its arguments.
 struct BodyMixin {};
 
+/// Marks a body that is encoded as JSON, whatever other form in bytes its type has.
+struct JSONBodyMixin {};
+
 template <class Self>
 concept CarriesBody = std::derived_from<Self, BodyMixin>;
 }  // namespace detail
@@ -25,8 +28,9 @@ concept CarriesBody = std::derived_from<Self, BodyMixin>;
 /// |--------------------------------------------------------|------------------------------------------------------|
 /// | `HTTPBodyRequestable<AddUser, std::string>` as a base  | a request with a body of that type                   |
 /// | `body`                                                 | its bytes are sent                                   |
-/// | `contentType` (default for a `Data` body:              | "Content-Type", whatever `headers` says              |
-/// | "application/octet-stream"; else write it)             |                                                      |
+/// | `contentType` (default for a `Data` body               | "Content-Type", whatever `headers` says              |
+/// | "application/octet-stream", for a body that is encoded |                                                      |
+/// | as JSON "application/json"; else write it)             |                                                      |
 /// | `contentEncoder`, an `HTTPContentEncoderType`          | the body encoded, and "Content-Encoding"             |
 /// | (default: absent)                                      |                                                      |
 ///
@@ -37,9 +41,9 @@ struct HTTPBodyRequestable : detail::BodyMixin {
   using Body = BodyType;
 
   HTTPMediaType contentType() const
-    requires std::same_as<BodyType, platform::Data>
+    requires(std::same_as<BodyType, platform::Data> || velisand::RepresentedByJSON<BodyType>)
   {
-    return HTTPMediaType::applicationOctetStream;
+    return std::same_as<BodyType, platform::Data> ? HTTPMediaType::applicationOctetStream : HTTPMediaType::json;
   }
   std::optional<HTTPContentEncoderType> contentEncoder() const { return std::nullopt; }
 };
@@ -71,7 +75,11 @@ BodyDescription describeBody(const Self& self) {
   using Body = typename Self::Body;
   BodyDescription description{.contentType = read(&Self::contentType, self), .bytes = {}, .contentEncoding = {}};
   const Body& body = read(&Self::body, self);
-  description.bytes = velisand::asData(body);
+  if constexpr (std::derived_from<Self, JSONBodyMixin>) {
+    description.bytes = velisand::asJSON(body);
+  } else {
+    description.bytes = velisand::asData(body);
+  }
   const std::optional<HTTPContentEncoderType> encoder = read(&Self::contentEncoder, self);
   if (encoder) {
     auto [bytes, coding] = encoder->encode(std::move(description.bytes));

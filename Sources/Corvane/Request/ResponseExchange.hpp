@@ -19,6 +19,7 @@ class CORVANE_API ResponseExchange : public Exchange {
   ResponseExchange(std::optional<platform::DispatchQueue> queue, Completion completion);
   ~ResponseExchange() override;
 
+  bool isLongToMake(const TaskOutcome& outcome) const override;
   void makeResponse(const TaskOutcome& outcome) override;
   const std::optional<platform::DispatchQueue>& completionQueue() const override { return queue_; }
   void deliver() override;
@@ -39,6 +40,15 @@ ResponseExchange<Response>::ResponseExchange(std::optional<platform::DispatchQue
 
 template <class Response>
 ResponseExchange<Response>::~ResponseExchange() = default;
+
+template <class Response>
+bool ResponseExchange<Response>::isLongToMake(const TaskOutcome& outcome) const {
+  if constexpr (requires { Response::isLongToMake(outcome.data); }) {
+    return !outcome.error && Response::isLongToMake(outcome.data);
+  } else {
+    return false;
+  }
+}
 
 template <class Response>
 void ResponseExchange<Response>::makeResponse(const TaskOutcome& outcome) {

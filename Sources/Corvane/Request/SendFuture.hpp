@@ -27,12 +27,13 @@ using BodyOf = typename BodyOfResponse<Response>::Type;
 
 /// Settles a future by a response: its error, else its body, else `HTTPResponseError::noContent`.
 template <class Response>
-void fulfill(const velisand::Future<HTTPResponse<BodyOf<Response>>>& future, const Response& response) {
-  const auto& result = read(&Response::result, response);
+void fulfill(const velisand::Future<HTTPResponse<BodyOf<Response>>>& future, Response& response) {
+  // Where the result is stored and hands out its body for changing, that is moved, else copied.
+  auto&& result = storedOrRead(&Response::result, response);
   if (const auto* error = result.error()) {
     future.markFailure(*error);
-  } else if (const auto* body = result.body()) {
-    future.markCompletion(HTTPResponse<BodyOf<Response>>(response, *body));
+  } else if (auto* body = result.body()) {
+    future.markCompletion(HTTPResponse<BodyOf<Response>>(response, std::move(*body)));
   } else {
     future.markFailure(HTTPResponseError::noContent());
   }
@@ -54,7 +55,7 @@ SendFuture<Response> SendFuture<Response>::make() {
   using Outcome = velisand::Future<HTTPResponse<BodyOf<Response>>>;
   auto queue = velisand::currentQueue();
   const auto future = queue ? Outcome::completedOn(*queue) : Outcome();
-  return {future, std::move(queue), [future](const Response& response) { fulfill(future, response); }};
+  return {future, std::move(queue), [future](Response response) { fulfill(future, response); }};
 }
 
 }  // namespace corvane::detail

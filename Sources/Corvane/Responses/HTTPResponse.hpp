@@ -43,6 +43,13 @@ struct CORVANE_API HTTPResponse : ResponseRecord {
     return body;
   }
 
+  /// The body of a request whose body type is decoded from JSON.
+  const Body& json() const
+    requires velisand::JSONDecodable<Body>
+  {
+    return body;
+  }
+
   std::string debugDescription;
   Body body;
 };

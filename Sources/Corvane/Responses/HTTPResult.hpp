@@ -34,6 +34,8 @@ class HTTPResult {
   bool isSuccess() const { return !error_; }
   explicit operator bool() const { return isSuccess(); }
   const Body* body() const { return body_ ? &*body_ : nullptr; }
+  /// The same for changing it, or moving it away.
+  Body* body() { return body_ ? &*body_ : nullptr; }
   const platform::Error* error() const { return error_ ? &*error_ : nullptr; }
 
  private:

@@ -76,9 +76,9 @@ void sendToNetwork(std::shared_ptr<Exchange> exchange) {
   task->resume();
 }
 
-void processTaskCompletion(std::shared_ptr<Exchange> exchange, TaskOutcome outcome) {
-  const TaskOutcome received = outcome;
-  if (auto error = errorThrownBy([&] { check(*exchange, received); })) outcome.error = std::move(error);
+namespace {
+
+void concludeExchange(std::shared_ptr<Exchange> exchange, const TaskOutcome& received, TaskOutcome outcome) {
   exchange->makeResponse(outcome);
   if (auto error = errorThrownBy([&] { exchange->validateResponse(); })) {
     outcome.error = std::move(error);
@@ -86,6 +86,21 @@ void processTaskCompletion(std::shared_ptr<Exchange> exchange, TaskOutcome outco
   }
   exchange->printDebugOutput(received);
   deliver(std::move(exchange));
+}
+
+}  // namespace
+
+void processTaskCompletion(std::shared_ptr<Exchange> exchange, TaskOutcome outcome) {
+  TaskOutcome received = outcome;
+  if (auto error = errorThrownBy([&] { check(*exchange, received); })) outcome.error = std::move(error);
+  if (!exchange->isLongToMake(outcome)) {
+    concludeExchange(std::move(exchange), received, std::move(outcome));
+    return;
+  }
+  platform::DispatchQueue::global().async(
+      [exchange = std::move(exchange), received = std::move(received), outcome = std::move(outcome)]() mutable {
+        concludeExchange(std::move(exchange), received, std::move(outcome));
+      });
 }
 
 void check(const Exchange& exchange, const TaskOutcome& outcome) {

@@ -41,6 +41,8 @@ class CORVANE_API Exchange {
   /// Absent for a request that cannot be cancelled.
   virtual std::optional<platform::UUID> uuid() const = 0;
 
+  /// Whether building the response takes so long that others must not wait for it.
+  virtual bool isLongToMake(const TaskOutcome& outcome) const = 0;
   /// Builds the response, in place of one that was built before.
   virtual void makeResponse(const TaskOutcome& outcome) = 0;
   /// The request's judgement on the response built last.
@@ -62,7 +64,8 @@ class CORVANE_API Exchange {
 CORVANE_API void sendToNetwork(std::shared_ptr<Exchange> exchange);
 
 /// What follows when the task is done: judges the outcome, builds and validates the response, prints debug
-/// output, and delivers. Runs on the session's delegate queue up to the delivery.
+/// output, and delivers. Runs on the queue of the caller, which is the session's delegate queue, up to the
+/// delivery; or on the global queue, if the response is long to make.
 CORVANE_API void processTaskCompletion(std::shared_ptr<Exchange> exchange, TaskOutcome outcome);
 
 /// Throws what makes the outcome a failure: the task's error in the library's terms, or an unacceptable status.

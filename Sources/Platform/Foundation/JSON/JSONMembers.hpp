@@ -230,8 +230,7 @@ template <MemberAddress member>
 constexpr std::string_view nameOfMember() {
   // "… [with … member = …{… ::value.User::name)}; …]" (GCC), "… [member = …{&exemplar.value.name}]" (Clang)
   std::string_view text = __PRETTY_FUNCTION__;
-  text = text.substr(text.find("MemberAddress{"));
-  text = text.substr(0, text.find('}'));
+  text = text.substr(0, text.rfind('}'));
   while (text.back() == ')') text.remove_suffix(1);
   return text.substr(text.find_last_of(":.") + 1);
 }

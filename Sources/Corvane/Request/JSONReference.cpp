@@ -1,0 +1,44 @@
+#include "Corvane/Request/JSONReference.hpp"
+
+namespace corvane {
+
+using platform::Data;
+
+const platform::JSONDecoder& jsonDecoder() {
+  static const platform::JSONDecoder& decoder = *new platform::JSONDecoder;
+  return decoder;
+}
+
+const platform::JSONEncoder& jsonEncoder() {
+  static const platform::JSONEncoder& encoder = *new platform::JSONEncoder;
+  return encoder;
+}
+
+platform::JSONValue JSONReference::asJSON() const { return jsonDecoder().decode<platform::JSONValue>(asData()); }
+
+Data JSONReference::asData() const { return velisand::asJSON(*this); }
+
+EmptyJSON::EmptyJSON(const Data& document) : EmptyJSON(velisand::fromJSON<EmptyJSON>(document)) {}
+
+EmptyJSON::EmptyJSON(const platform::URL& file) : EmptyJSON(velisand::fromJSON<EmptyJSON>(file)) {}
+
+Data EmptyJSON::asData() const { return velisand::asJSON(*this); }
+
+}  // namespace corvane
+
+namespace platform {
+
+void JSONCoding<corvane::JSONReference>::encode(const corvane::JSONReference& reference, JSONWriter& writer) {
+  reference.encode(writer);
+}
+
+corvane::EmptyJSON JSONCoding<corvane::EmptyJSON>::decode(JSONReader& reader) {
+  reader.skip();
+  return {};
+}
+
+void JSONCoding<corvane::EmptyJSON>::encode(const corvane::EmptyJSON&, JSONWriter& writer) {
+  const JSONWriter::Object object(writer);
+}
+
+}  // namespace platform

@@ -1,0 +1,81 @@
+#pragma once
+
+#include <concepts>
+#include <memory>
+#include <typeinfo>
+#include <utility>
+
+#include "Platform/Export.hpp"
+#include "Velisand/JSONCodable.hpp"
+
+namespace corvane {
+
+/// The decoder of every JSON response whose type names none: with default settings. Made once, for ever.
+CORVANE_API const platform::JSONDecoder& jsonDecoder();
+/// The encoder of every JSON body whose type names none: with default settings. Made once, for ever.
+CORVANE_API const platform::JSONEncoder& jsonEncoder();
+
+/// A value of any type that can be written as JSON: the body of a JSON request. It is written as the value itself.
+///
+/// Immutable; copies share the value. What is bytes already is no such value: send it as a `Data` body with the
+/// content type `HTTPMediaType::json`.
+class CORVANE_API JSONReference {
+ public:
+  template <class T>
+    requires(!std::same_as<T, JSONReference> && !std::same_as<T, platform::Data> && velisand::JSONEncodable<T>)
+  JSONReference(T json)  // NOLINT(google-explicit-constructor): any value is a body
+      : json_(std::make_shared<const T>(std::move(json))), type_(&typeid(T)), encode_(&encodeAs<T>) {}
+
+  /// The value, if it is of that type, else null. Lives as long as any copy of this reference.
+  template <class T>
+  const T* as() const {
+    return *type_ == typeid(T) ? static_cast<const T*>(json_.get()) : nullptr;
+  }
+  /// The value as it reads in JSON, free of its type. Throws what encoding it throws.
+  platform::JSONValue asJSON() const;
+
+  void encode(platform::JSONWriter& writer) const { encode_(writer, json_.get()); }
+  static platform::JSONEncoder encoder() { return jsonEncoder(); }
+  /// The JSON document. Throws `platform::EncodingError`, and what the coding of the value's type throws.
+  platform::Data asData() const;
+
+ private:
+  template <class T>
+  static void encodeAs(platform::JSONWriter& writer, const void* json) {
+    writer.encode(*static_cast<const T*>(json));
+  }
+
+  std::shared_ptr<const void> json_;
+  const std::type_info* type_;
+  void (*encode_)(platform::JSONWriter& writer, const void* json);
+};
+
+/// Stands where there is nothing to say: reads any JSON document and keeps nothing, writes "{}".
+class CORVANE_API EmptyJSON {
+ public:
+  EmptyJSON() = default;
+  /// Throws `platform::DecodingError` when the bytes are not JSON.
+  explicit EmptyJSON(const platform::Data& document);
+  /// The same for the contents of a file; throws, too, what reading it throws.
+  explicit EmptyJSON(const platform::URL& file);
+
+  static platform::JSONDecoder decoder() { return jsonDecoder(); }
+  static platform::JSONEncoder encoder() { return jsonEncoder(); }
+  /// "{}".
+  platform::Data asData() const;
+
+  friend bool operator==(const EmptyJSON&, const EmptyJSON&) = default;
+};
+
+}  // namespace corvane
+
+template <>
+struct CORVANE_API platform::JSONCoding<corvane::JSONReference> {
+  static void encode(const corvane::JSONReference& reference, JSONWriter& writer);
+};
+
+template <>
+struct CORVANE_API platform::JSONCoding<corvane::EmptyJSON> {
+  static corvane::EmptyJSON decode(JSONReader& reader);
+  static void encode(const corvane::EmptyJSON& empty, JSONWriter& writer);
+};

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "Corvane/Request/HTTPMethodRequestable.hpp"
+#include "Corvane/Request/JSONReference.hpp"
+#include "Corvane/Responses/JSONResponse.hpp"
+
+namespace corvane {
+
+/// A request whose answer is JSON, decoded into a `JSON`. Adopted with one of the mixins below, or with a
+/// `method` of the type's own. It asks for "application/json". What else you write and get: see
+/// `HTTPRequestable`; which types JSON is decoded into: see `JSONDecoder`.
+///
+///     struct User { std::int64_t id; std::string login; std::optional<std::string> name; };
+///
+///     struct GetUser : JSONGetRequestable<GetUser, User> {
+///       std::string login;
+///       URL baseURL = "https://api.example.com";
+///       std::string path() const { return "/users/" + login; }
+///       HTTPHeaders sharedHeaders() const { return {}; }
+///     };
+///
+///     const User user = GetUser{.login = "ada"}.send().get().body;
+///
+/// Where it runs: short answers are decoded on the queue that all requests share, answers above 64 KiB on the
+/// global queue.
+template <class Self, class JSONType>
+struct JSONRequestable : HTTPRequestable<Self, JSONResponse<JSONType>> {
+  static_assert(velisand::JSONDecodable<JSONType>,
+                "JSON cannot be decoded into this response type: use a plain struct, or give the type a JSONCoding "
+                "with `decode`");
+  using JSON = JSONType;
+
+  HTTPMediaType acceptType() const { return HTTPMediaType::json; }
+};
+
+/// Gives a request a body that is encoded as JSON, and "application/json" as its type. Beside that it is an
+/// `HTTPBodyRequestable`. What cannot be encoded becomes the outcome of the send; nothing is sent then.
+template <class Self, class BodyType = JSONReference>
+struct JSONBodyRequestable : HTTPBodyRequestable<Self, BodyType>, detail::JSONBodyMixin {
+  static_assert(velisand::JSONEncodable<BodyType>,
+                "This body cannot be encoded as JSON: use a plain struct, or give the type a JSONCoding with `encode`");
+  static_assert(!std::same_as<BodyType, platform::Data>,
+                "A JSON body is a value to be encoded: send bytes that are JSON already with HTTPBodyRequestable and "
+                "the content type HTTPMediaType::json");
+
+  HTTPMediaType contentType() const { return HTTPMediaType::json; }
+};
+
+template <class Self, class JSON>
+struct JSONGetRequestable : JSONRequestable<Self, JSON>, detail::GetMethod<Self> {};
+
+template <class Self, class JSON>
+struct JSONDeleteRequestable : JSONRequestable<Self, JSON>, detail::DeleteMethod<Self> {};
+
+/// The three with a body take its type; see `JSONBodyRequestable`.
+template <class Self, class JSON, class Body = JSONReference>
+struct JSONPostRequestable : JSONRequestable<Self, JSON>, JSONBodyRequestable<Self, Body>, detail::PostMethod<Self> {};
+
+template <class Self, class JSON, class Body = JSONReference>
+struct JSONPutRequestable : JSONRequestable<Self, JSON>, JSONBodyRequestable<Self, Body>, detail::PutMethod<Self> {};
+
+template <class Self, class JSON, class Body = JSONReference>
+struct JSONPatchRequestable : JSONRequestable<Self, JSON>,
+                              JSONBodyRequestable<Self, Body>,
+                              detail::PatchMethod<Self> {};
+
+}  // namespace corvane

@@ -1,0 +1,109 @@
+#pragma once
+
+#include <utility>
+
+#include "Corvane/Request/JSONRequestable.hpp"
+#include "Corvane/Request/StoredRequest.hpp"
+
+namespace corvane {
+
+namespace detail {
+template <class Self, class JSON>
+struct JSONBodyRequestMixin : JSONRequestable<Self, JSON>, JSONBodyRequestable<Self> {};
+}  // namespace detail
+
+// The ready-made requests. Each is an immutable value; its answer comes as a `JSONResponse` of the type that it is
+// given. A body is any value that can be written as JSON. Headers and query items come in this order, or by name
+// in an `HTTPRequestOptions`.
+//
+//     const auto user = JSONGetRequest<User>(url).send().get().body;
+//     JSONPostRequest<User>(url, NewUser{.login = "ada"}).send(...);
+
+/// A "GET" of a URL.
+template <class JSON>
+class JSONGetRequest final : public detail::StoredRequest<JSONRequestable<JSONGetRequest<JSON>, JSON>> {
+  using Stored = detail::StoredRequest<JSONRequestable<JSONGetRequest, JSON>>;
+
+ public:
+  explicit JSONGetRequest(platform::URL url, HTTPRequestOptions options = {})
+      : Stored(std::move(url), std::move(options.headers), std::move(options.queryItems)) {}
+  template <detail::Headers Fields = HTTPHeaders>
+  JSONGetRequest(platform::URL url, Fields headers, HTTPQueryItems queryItems = {})
+      : Stored(std::move(url), std::move(headers), std::move(queryItems)) {}
+
+  const HTTPMethod& method() const { return HTTPMethod::get; }
+};
+
+/// A "POST" of a value to a URL.
+template <class JSON>
+class JSONPostRequest final : public detail::StoredBodyRequest<JSONPostRequestable<JSONPostRequest<JSON>, JSON>> {
+  using Stored = detail::StoredBodyRequest<JSONPostRequestable<JSONPostRequest, JSON>>;
+
+ public:
+  JSONPostRequest(platform::URL url, JSONReference body, HTTPRequestOptions options = {})
+      : Stored(std::move(url), std::move(body), std::move(options.headers), std::move(options.queryItems)) {}
+  template <detail::Headers Fields = HTTPHeaders>
+  JSONPostRequest(platform::URL url, JSONReference body, Fields headers, HTTPQueryItems queryItems = {})
+      : Stored(std::move(url), std::move(body), std::move(headers), std::move(queryItems)) {}
+};
+
+/// A "PUT" of a value to a URL.
+template <class JSON>
+class JSONPutRequest final : public detail::StoredBodyRequest<JSONPutRequestable<JSONPutRequest<JSON>, JSON>> {
+  using Stored = detail::StoredBodyRequest<JSONPutRequestable<JSONPutRequest, JSON>>;
+
+ public:
+  JSONPutRequest(platform::URL url, JSONReference body, HTTPRequestOptions options = {})
+      : Stored(std::move(url), std::move(body), std::move(options.headers), std::move(options.queryItems)) {}
+  template <detail::Headers Fields = HTTPHeaders>
+  JSONPutRequest(platform::URL url, JSONReference body, Fields headers, HTTPQueryItems queryItems = {})
+      : Stored(std::move(url), std::move(body), std::move(headers), std::move(queryItems)) {}
+};
+
+/// A "PATCH" of a URL by a value.
+template <class JSON>
+class JSONPatchRequest final : public detail::StoredBodyRequest<JSONPatchRequestable<JSONPatchRequest<JSON>, JSON>> {
+  using Stored = detail::StoredBodyRequest<JSONPatchRequestable<JSONPatchRequest, JSON>>;
+
+ public:
+  JSONPatchRequest(platform::URL url, JSONReference body, HTTPRequestOptions options = {})
+      : Stored(std::move(url), std::move(body), std::move(options.headers), std::move(options.queryItems)) {}
+  template <detail::Headers Fields = HTTPHeaders>
+  JSONPatchRequest(platform::URL url, JSONReference body, Fields headers, HTTPQueryItems queryItems = {})
+      : Stored(std::move(url), std::move(body), std::move(headers), std::move(queryItems)) {}
+};
+
+/// A "DELETE" of a URL.
+template <class JSON>
+class JSONDeleteRequest final : public detail::StoredRequest<JSONDeleteRequestable<JSONDeleteRequest<JSON>, JSON>> {
+  using Stored = detail::StoredRequest<JSONDeleteRequestable<JSONDeleteRequest, JSON>>;
+
+ public:
+  explicit JSONDeleteRequest(platform::URL url, HTTPRequestOptions options = {})
+      : Stored(std::move(url), std::move(options.headers), std::move(options.queryItems)) {}
+  template <detail::Headers Fields = HTTPHeaders>
+  JSONDeleteRequest(platform::URL url, Fields headers, HTTPQueryItems queryItems = {})
+      : Stored(std::move(url), std::move(headers), std::move(queryItems)) {}
+};
+
+/// Any method on a URL, always with a body.
+template <class JSON>
+class JSONRequest final : public detail::StoredBodyRequest<detail::JSONBodyRequestMixin<JSONRequest<JSON>, JSON>> {
+  using Stored = detail::StoredBodyRequest<detail::JSONBodyRequestMixin<JSONRequest, JSON>>;
+
+ public:
+  JSONRequest(platform::URL url, HTTPMethod method, JSONReference body, HTTPRequestOptions options = {})
+      : Stored(std::move(url), std::move(body), std::move(options.headers), std::move(options.queryItems)),
+        method_(std::move(method)) {}
+  template <detail::Headers Fields = HTTPHeaders>
+  JSONRequest(platform::URL url, HTTPMethod method, JSONReference body, Fields headers, HTTPQueryItems queryItems = {})
+      : Stored(std::move(url), std::move(body), std::move(headers), std::move(queryItems)),
+        method_(std::move(method)) {}
+
+  const HTTPMethod& method() const { return method_; }
+
+ private:
+  HTTPMethod method_;
+};
+
+}  // namespace corvane

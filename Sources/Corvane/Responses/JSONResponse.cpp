@@ -1,0 +1,70 @@
+#include "Corvane/Responses/JSONResponse.hpp"
+
+#include "Corvane/Errors/HTTPResponseError.hpp"
+#include "Corvane/Errors/HTTPUnknownError.hpp"
+#include "Corvane/ModuleLogger.hpp"
+#include "Vantorel/Logger.hpp"
+
+namespace corvane {
+
+using platform::Data;
+using platform::DecodingError;
+using platform::Error;
+using platform::HTTPURLResponse;
+using platform::URLResponse;
+
+namespace {
+
+// Recorded in errors and log records as they are; logs of different builds stay comparable.
+constexpr const char* file = "Corvane/Responses/JSONResponse.cpp";
+constexpr const char* function = "init(data:url:response:error:)";
+constexpr int lineOfNothingToDecode = 70;
+constexpr int lineOfDecodingError = 73;
+constexpr int lineOfUnknownError = 77;
+constexpr int lineOfUnableToParse = 78;
+
+/// Decoding up to so many bytes takes less than handing them to another thread and back is worth.
+constexpr std::size_t mostBytesInPlace = 64 * 1024;
+
+bool isSuccess(HTTPStatus status) {
+  return status.rawValue() >= HTTPStatus::success.rawValue() &&
+         status.rawValue() <= HTTPStatus::partialContent.rawValue();
+}
+
+std::string textOf(const std::optional<Data>& data) {
+  return data ? data->utf8().value_or(std::string()) : std::string();
+}
+
+void log(const char* what, platform::TypeValue type, const std::string& text, int line) {
+  detail::moduleLogger().debug(std::string(what) + " decoding json of type " + type.name() + " with json: \n " + text,
+                               std::nullopt, std::nullopt, file, function, line);
+}
+
+}  // namespace
+
+std::optional<Error> detail::failureBeforeDecoding(const std::optional<Data>& data, const URLResponse* response,
+                                                   std::optional<Error> error) {
+  if (error) return error;
+  const auto* const http = dynamic_cast<const HTTPURLResponse*>(response);
+  if (http) {
+    const auto status = corvane::status(*http);
+    if (!isSuccess(status)) return HTTPResponseError::unacceptableStatus(status);
+    if (data) return std::nullopt;
+  }
+  return HTTPUnknownError::jsonResponseFailedToConstruct(textOf(data), file, function, lineOfNothingToDecode);
+}
+
+Error detail::failureOfDecoding(const Data& data, platform::TypeValue type) {
+  std::string text = textOf(data);
+  Error error = Error::current();
+  if (error.is<DecodingError>()) {
+    log("Error", type, text, lineOfDecodingError);
+    return HTTPResponseError::jsonDecoding(type, std::move(error), std::move(text));
+  }
+  log("Unknown error", type, text, lineOfUnknownError);
+  return HTTPUnknownError::unableToParseJSON(std::move(text), std::move(error), file, function, lineOfUnableToParse);
+}
+
+bool detail::isLongToDecode(const std::optional<Data>& data) { return data && data->count() > mostBytesInPlace; }
+
+}  // namespace corvane
