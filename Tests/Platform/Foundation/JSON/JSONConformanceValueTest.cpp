@@ -125,6 +125,9 @@ TEST(JSONConformanceValueTest, takesTheLastOfMembersWithTheSameName) {
   EXPECT_EQ(decoded<Kept>(R"({"kept": 1, "kept": 2})").kept, 2);
   EXPECT_EQ(decoded<Kept>(R"({"kept": 1, "other": 3, "k\u0065pt": 2})").kept, 2);
   EXPECT_TRUE(decoded<JSONValue>(R"({"a": 1, "a": 2})") == decoded<JSONValue>(R"({"a": 2})"));
+  EXPECT_TRUE(decoded<Branch>(R"({"branches": [{"branches": []}], "branches": []})").branches.empty());
+  EXPECT_FALSE(isTaken<Kept>(R"({"kept": 1, "kept": "2"})"));
+  EXPECT_FALSE(isTaken<Kept>(R"({"kept": "1", "kept": 2})"));
 }
 
 TEST(JSONConformanceValueTest, readsAnEscapeAtEveryPlace) {
