@@ -44,13 +44,20 @@ void checkEnd(std::string_view text, const std::optional<T>& value) {
 
 /// Whether a number in this text may be out of range: such a number is refused where it is read only.
 bool mayHoldHugeNumber(std::string_view text) {
-  return text.size() > 300 || text.find_first_of("eE") != std::string_view::npos;
+  if (text.size() > 300) return true;
+  for (std::size_t place = text.find_first_of("eE"); place < text.size(); place = text.find_first_of("eE", place + 1)) {
+    if (place > 0 && text[place - 1] >= '0' && text[place - 1] <= '9') return true;
+  }
+  return false;
 }
 
 /// What is skipped is checked as what is read.
 void checkSkipping(std::string_view text, const std::optional<Free>& value) {
   const bool isSkipped = decoded<Bystander>(Data(text)).has_value();
   if (isSkipped && !value && !mayHoldHugeNumber(text)) trap("a text is skipped that cannot be read");
+  const JSONObject* const members = value ? value->value.object() : nullptr;
+  const bool asksForNothing = members != nullptr && members->find("isThere") == nullptr;
+  if (asksForNothing && !isSkipped) trap("a text is not skipped that can be read");
 }
 
 void check(std::string_view text) {
