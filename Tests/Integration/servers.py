@@ -108,7 +108,7 @@ http {
   uwsgi_temp_path FOLDER/temporary;
   scgi_temp_path FOLDER/temporary;
   default_type application/octet-stream;
-  types { text/plain txt; application/json json; }
+  types { text/plain txt; application/json json; application/problem+json problem; }
   gzip on;
   gzip_min_length 100;
   gzip_types text/plain application/json;
@@ -153,6 +153,9 @@ class Nginx(Server):
         (content / "hello.txt").write_text("hello\n")
         (content / "words.txt").write_text("all work and no play makes a dull test\n" * 2000)
         (content / "large").write_bytes(pattern(LARGE))
+        for name in ("user.json", "user.problem", "user.txt"):
+            (content / name).write_text('{"id":7,"tags":["a",1.50],"none":{}}')
+        (content / "broken.json").write_text('{"id":7,')
         (content / "empty").write_bytes(b"")
         text = NGINX
         for name, value in (("FOLDER", folder.path), ("RETIRINGPLAIN", self.plain_retiring_port),

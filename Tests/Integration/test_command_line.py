@@ -39,7 +39,9 @@ class Usage(ToolTest):
         self.refuses("not a number from", "--accept-status", "99", url)
         self.refuses("not a number from", "--repeat", "0", url)
         self.refuses("not a number from", "--parallel", "-1", url)
-        self.refuses("excludes", "--data", "a", "--body-file", "b", url)
+        self.refuses("has one body", "--data", "a", "--body-file", "b", url)
+        self.refuses("has one body", "--data", "a", "--json", "{}", url)
+        self.refuses("at byte 9 (behind '{\"id\": 7 ')", "--json", '{"id": 7 "x": 1}', url)
         self.refuses("--header needs a value", url, "--header")
         self.refuses("may be given only once", "--data", "a", "--data", "b", url)
         self.refuses("cannot carry a body", "HEAD", "--data", "a", url)
@@ -52,8 +54,8 @@ class Usage(ToolTest):
 
     def test_help_and_version(self):
         help_text = self.succeed("--help").output.decode()
-        for option in ("--header", "--query", "--body-file", "--data", "--content-type", "--gzip", "--timeout", "--trust",
-                       "--wait-for-connectivity", "--accept-status", "--output", "--verbosity", "--curl",
+        for option in ("--header", "--query", "--body-file", "--data", "--json", "--content-type", "--gzip", "--timeout", "--trust",
+                       "--wait-for-connectivity", "--accept-status", "--output", "--raw", "--verbosity", "--curl",
                        "--cancel-after", "--repeat", "--parallel", "--report", "Examples:", "Exit status:"):
             self.assertIn(option, help_text)
         self.assertRegex(self.succeed("--version").output.decode(), r"^corvane \d+\.\d+\.\d+\n$")

@@ -40,6 +40,20 @@ class Requests(ToolTest):
         self.assertEqual((got["method"], got["data"]), ("POST", "text"))
         self.assertEqual(got["headers"]["Content-Type"], "application/octet-stream")
 
+    def test_json(self):
+        text = '{"id": 7, "id": 8, "name": "\\u00e9 / é", "price": 1.50}'
+        got = self.echo(f"{base}/anything", "--json", text)
+        self.assertEqual((got["method"], got["data"]), ("POST", text))
+        self.assertEqual(got["headers"]["Content-Type"], "application/json")
+        self.assertEqual(got["headers"]["Accept"], "application/json")
+
+    def test_json_with_a_method_and_types_of_its_own(self):
+        got = self.echo("PATCH", f"{base}/anything", "--json", "[1]", "--content-type", "application/json-patch+json",
+                        "--header", "accept: text/html")
+        self.assertEqual((got["method"], got["data"]), ("PATCH", "[1]"))
+        self.assertEqual(got["headers"]["Content-Type"], "application/json-patch+json")
+        self.assertEqual(got["headers"]["Accept"], "text/html")
+
     def test_header_fields(self):
         got = self.echo(f"{base}/headers", "--header", "X-One: 1", "--header", "X-Two:two ", "--header", "Accept: text/csv")
         self.assertEqual(got["headers"]["X-One"], "1")
@@ -197,6 +211,9 @@ class CurlLine(ToolTest):
 
     def test_a_compressed_body(self):
         self.compare(f"{base}/anything", "--data", "again and again " * 100, "--gzip")
+
+    def test_json(self):
+        self.compare(f"{base}/anything", "--json", '{"text": "it\'s $HOME"}')
 
     def test_methods(self):
         self.compare("DELETE", f"{base}/anything")

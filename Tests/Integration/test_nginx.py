@@ -5,7 +5,7 @@ import os
 import tempfile
 
 import servers
-from tool import ToolTest, run
+from tool import ToolTest, run, run_in_terminal
 
 
 def setUpModule():
@@ -109,6 +109,41 @@ class Retiring(ToolTest):
 
     def test_over_http_2(self):
         self.check(f"https://localhost:{server.secure_retiring_port}", *trust)
+
+
+class Terminal(ToolTest):
+    """What a person sees; programs get what came."""
+
+    COMPACT = b'{"id":7,"tags":["a",1.50],"none":{}}'
+
+    def see(self, path, *options):
+        outcome = run_in_terminal(f"http://127.0.0.1:{server.plain_port}/{path}", *options)
+        self.assertEqual((outcome.status, outcome.problems), (0, ""), str(outcome))
+        return outcome.output
+
+    def test_json_is_laid_out(self):
+        laid_out = b'{\n  "id": 7,\n  "tags": [\n    "a",\n    1.50\n  ],\n  "none": {}\n}\n'
+        self.assertEqual(self.see("user.json"), laid_out)
+        self.assertEqual(self.see("user.problem"), laid_out)
+
+    def test_each_of_several_is_laid_out(self):
+        self.assertEqual(self.see("user.json", "--repeat", "3").count(b'\n}\n'), 3)
+
+    def test_json_as_it_came_when_asked_for(self):
+        self.assertEqual(self.see("user.json", "--raw"), self.COMPACT)
+
+    def test_everything_else_as_it_came(self):
+        self.assertEqual(self.see("user.txt"), self.COMPACT)
+        self.assertEqual(self.see("broken.json"), b'{"id":7,')
+
+    def test_pipes_and_files_get_what_came(self):
+        url = f"http://127.0.0.1:{server.plain_port}/user.json"
+        self.assertEqual(self.succeed(url).output, self.COMPACT)
+        with tempfile.TemporaryDirectory() as place:
+            path = os.path.join(place, "body")
+            self.assertEqual(self.see("user.json", "--output", path), b"")
+            with open(path, "rb") as file:
+                self.assertEqual(file.read(), self.COMPACT)
 
 
 class HTTP1(Both, ToolTest):

@@ -2,6 +2,8 @@
 
 import json
 import os
+import pty
+import select
 import subprocess
 import unittest
 
@@ -31,6 +33,28 @@ def run(*arguments, **options):
     done = subprocess.run([PROGRAM, *map(str, arguments)], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                           stderr=subprocess.PIPE, timeout=PATIENCE, **options)
     return Outcome(done.returncode, done.stdout, done.stderr)
+
+
+def run_in_terminal(*arguments):
+    """Runs the tool with a terminal of its own as standard output."""
+    ours, its = pty.openpty()
+    process = subprocess.Popen([PROGRAM, *map(str, arguments)], stdin=subprocess.DEVNULL, stdout=its,
+                               stderr=subprocess.PIPE)
+    os.close(its)
+    output = b""
+    with open(ours, "rb", buffering=0) as terminal:
+        while select.select([terminal], [], [], PATIENCE)[0]:
+            try:
+                piece = terminal.read(65536)
+            except OSError:  # what Linux says when the last writer is gone
+                break
+            if not piece:
+                break
+            output += piece
+        else:
+            process.kill()
+    _, problems = process.communicate(timeout=PATIENCE)
+    return Outcome(process.returncode, output.replace(b"\r\n", b"\n"), problems)
 
 
 class ToolTest(unittest.TestCase):

@@ -19,6 +19,7 @@ using corvane::HTTPResponseError;
 using corvane::HTTPStatus;
 using corvane::HTTPURLResponse;
 using corvane::testing::TemporaryDirectory;
+using Reader = AnswerReport::Reader;
 using ::testing::internal::CaptureStderr;
 using ::testing::internal::CaptureStdout;
 using ::testing::internal::GetCapturedStderr;
@@ -28,6 +29,12 @@ HTTPHeaderFields fieldsOfTheAnswer() {
   HTTPHeaderFields fields{{"Content-Type", "text/plain"}, {"X-Many", "1"}};
   fields.add("x-many", "2");
   return fields;
+}
+
+FinishedExchange answeredWith(const std::string& body, const std::string& mediaType) {
+  const auto response = std::make_shared<HTTPURLResponse>("http://host/p", 200, "HTTP/1.1",
+                                                          HTTPHeaderFields{{"Content-Type", mediaType}});
+  return {.number = 1, .response = ToolResponse(Data(body), std::nullopt, response, std::nullopt), .seconds = 0.25};
 }
 
 FinishedExchange answered(int status, std::optional<Error> error = std::nullopt) {
@@ -45,9 +52,9 @@ struct Told {
   bool hasFailure;
 };
 
-Told told(const CommandLine& line, const FinishedExchange& exchange) {
+Told told(const CommandLine& line, const FinishedExchange& exchange, Reader reader = Reader::program) {
   const ToolOptions options = ToolOptions::from(line);
-  AnswerReport report(options);
+  AnswerReport report(options, reader);
   CaptureStdout();
   CaptureStderr();
   report.add(exchange);
@@ -108,6 +115,62 @@ TEST(AnswerReportTest, reportsAFailureInOneLineAndNowhereElse) {
             "\n");
   EXPECT_EQ(all.problems, "");
   EXPECT_TRUE(all.hasFailure);
+}
+
+TEST(AnswerReportTest, writesDownWhateverBytesAServerSends) {
+  FinishedExchange exchange = answered(200);
+  exchange.response.headers = HTTPHeaderFields{{"X-Odd", "\"a\\b\": \xff, \xc3\xa9\x01"}};
+
+  const Told all = told(json, exchange);
+
+  EXPECT_NE(all.output.find(R"("headers": {"X-Odd": ["\"a\\b\": )"
+                            "\uFFFD, \u00e9"
+                            R"(\u0001"]}, )"),
+            all.output.npos)
+      << all.output;
+}
+
+TEST(AnswerReportTest, laysOutJSONForAPerson) {
+  const std::string body = R"({"id":7,"tags":["a",1.50],"none":{}})";
+
+  for (const char* mediaType : {"application/json", "APPLICATION/JSON ; charset=utf-8", "application/problem+json"}) {
+    EXPECT_EQ(told(plain, answeredWith(body, mediaType), Reader::person).output,
+              "{\n  \"id\": 7,\n  \"tags\": [\n    \"a\",\n    1.50\n  ],\n  \"none\": {}\n}\n")
+        << mediaType;
+  }
+}
+
+TEST(AnswerReportTest, leavesJSONForAProgramAsItCame) {
+  EXPECT_EQ(told(plain, answeredWith("{\"id\":7}", "application/json"), Reader::program).output, "{\"id\":7}");
+}
+
+TEST(AnswerReportTest, leavesJSONAsItCameWhenAskedTo) {
+  CommandLine line = plain;
+  line.raw = true;
+
+  EXPECT_EQ(told(line, answeredWith("{\"id\":7}", "application/json"), Reader::person).output, "{\"id\":7}");
+}
+
+TEST(AnswerReportTest, showsAPersonEverythingElseAsItCame) {
+  EXPECT_EQ(told(plain, answeredWith("{\"id\":7}", "text/plain"), Reader::person).output, "{\"id\":7}");
+  EXPECT_EQ(told(plain, answeredWith("{\"id\":7}", "application/jsonp"), Reader::person).output, "{\"id\":7}");
+}
+
+TEST(AnswerReportTest, showsAPersonWhatIsNotJSONAfterAllAsItCame) {
+  const Told all = told(plain, answeredWith("{\"id\":7", "application/json"), Reader::person);
+
+  EXPECT_EQ(all.output, "{\"id\":7");
+  EXPECT_FALSE(all.hasFailure);
+}
+
+TEST(AnswerReportTest, savesJSONAsItCame) {
+  const TemporaryDirectory folder;
+  CommandLine line = plain;
+  line.output = folder / "body";
+
+  told(line, answeredWith("{\"id\":7}", "application/json"), Reader::person);
+
+  EXPECT_EQ(folder.read("body"), "{\"id\":7}");
 }
 
 TEST(AnswerReportTest, savesTheBodyAndSaysWhere) {

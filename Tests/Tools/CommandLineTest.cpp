@@ -91,7 +91,21 @@ TEST(CommandLineTest, saysWhichOptionWasGivenTwice) {
   EXPECT_EQ(problem({"http://host/", "--timeout", "1", "--timeout", "2"}), "--timeout may be given only once");
 }
 
-TEST(CommandLineTest, takesOneBodyOnly) { EXPECT_NE(problem({"http://host/", "--data", "a", "--body-file", "b"}), ""); }
+TEST(CommandLineTest, takesOneBodyOnly) {
+  const std::string twoBodies = "a request has one body: give one of --json, --data and --body-file";
+
+  EXPECT_EQ(problem({"http://host/", "--data", "a", "--body-file", "b"}), twoBodies);
+  EXPECT_EQ(problem({"http://host/", "--json", "{}", "--data", "a"}), twoBodies);
+  EXPECT_EQ(problem({"http://host/", "--body-file", "b", "--json", "{}"}), twoBodies);
+}
+
+TEST(CommandLineTest, takesJSONAndTheWishToSeeItAsItCame) {
+  const auto line = parsed({"--json", "{\"id\": 7}", "http://host/", "--raw"});
+
+  EXPECT_EQ(line->json, "{\"id\": 7}");
+  EXPECT_TRUE(line->raw);
+  EXPECT_FALSE(parsed({"http://host/"})->raw);
+}
 
 TEST(CommandLineTest, takesFractionsOfSeconds) {
   EXPECT_EQ(parsed({"http://host/", "--timeout", "0.25"})->timeout, 0.25);

@@ -11,6 +11,7 @@
 
 namespace {
 
+using corvane::HTTPMediaType;
 using corvane::HTTPMethod;
 using corvane::HTTPVerbosityLevel;
 using corvane::testing::CertificateAuthority;
@@ -25,6 +26,8 @@ std::string problem(const CommandLine& line) {
     return error.what();
   }
 }
+
+std::string problemOfJSON(const std::string& text) { return problem({.url = "http://host/", .json = text}); }
 
 std::string urlOf(const std::string& url, std::vector<std::string> queryItems) {
   return ToolOptions::from({.url = url, .queryItems = std::move(queryItems)}).url.absoluteString();
@@ -124,14 +127,53 @@ TEST(ToolOptionsTest, takesTheContentTypeFromItsOptionOrElseFromAHeaderField) {
   EXPECT_EQ(ToolOptions::from(none).contentType.rawValue(), "application/octet-stream");
 }
 
+TEST(ToolOptionsTest, sendsJSONAsItWasWritten) {
+  const auto options = ToolOptions::from({.url = "http://host/", .json = "{\"a\" : 1.50,\n\t\"a\": \"\\u00e9\"}"});
+
+  EXPECT_EQ(options.body->view(), "{\"a\" : 1.50,\n\t\"a\": \"\\u00e9\"}");
+  EXPECT_EQ(options.method, HTTPMethod::post);
+  EXPECT_EQ(options.contentType, HTTPMediaType::json);
+  EXPECT_EQ(options.acceptType, HTTPMediaType::json);
+}
+
+TEST(ToolOptionsTest, letsJSONHaveAMethodAndATypeOfItsOwn) {
+  const auto options = ToolOptions::from(
+      {.method = "PATCH", .url = "http://host/", .json = "[]", .contentType = "application/json-patch+json"});
+
+  EXPECT_EQ(options.method, HTTPMethod::patch);
+  EXPECT_EQ(options.contentType.rawValue(), "application/json-patch+json");
+}
+
+TEST(ToolOptionsTest, asksForAnythingUnlessJSONIsSent) {
+  EXPECT_EQ(ToolOptions::from({.url = "http://host/", .data = "{}"}).acceptType, HTTPMediaType::any);
+}
+
+TEST(ToolOptionsTest, saysWhereATextStopsBeingJSON) {
+  EXPECT_EQ(problemOfJSON("{\"id\": 7 \"x\": 1}"),
+            "--json: the text is not JSON: expected a comma or a closing brace at byte 9 (behind '{\"id\": 7 ')");
+  EXPECT_EQ(problemOfJSON(""),
+            "--json: the text is not JSON: expected a value at byte 0, where the text ends (at the start)");
+  EXPECT_EQ(problemOfJSON("[1] x"),
+            "--json: the text is not JSON: expected the end of the document at byte 4 (behind '[1] ')");
+  EXPECT_EQ(problemOfJSON("[\"\xff\"]"), "--json: the text is not UTF-8 (behind '[')");
+}
+
+TEST(ToolOptionsTest, showsTheEndOfALongTextThatStopsBeingJSON) {
+  const std::string problem =
+      problemOfJSON("[\"" + std::string(100, 'a') + "\u4f60\u4f60\u4f60\u4f60\u4f60\u4f60\u4f60\",\n}");
+
+  EXPECT_NE(problem.find("(behind '...\u4f60\u4f60\u4f60\u4f60\u4f60\u4f60\u4f60\", ')"), problem.npos) << problem;
+}
+
 TEST(ToolOptionsTest, refusesOptionsOfABodyThatIsNotThere) {
-  EXPECT_EQ(problem({.url = "http://host/", .gzip = true}), "--gzip needs a body: give --data or --body-file");
+  EXPECT_EQ(problem({.url = "http://host/", .gzip = true}), "--gzip needs a body: give --json, --data or --body-file");
   EXPECT_EQ(problem({.url = "http://host/", .contentType = "text/plain"}),
-            "--content-type needs a body: give --data or --body-file");
+            "--content-type needs a body: give --json, --data or --body-file");
 }
 
 TEST(ToolOptionsTest, refusesABodyInAHead) {
   EXPECT_EQ(problem({.method = "HEAD", .url = "http://host/", .data = "x"}), "a HEAD request cannot carry a body");
+  EXPECT_EQ(problem({.method = "HEAD", .url = "http://host/", .json = "{}"}), "a HEAD request cannot carry a body");
 }
 
 TEST(ToolOptionsTest, takesCertificatesInDERForm) {

@@ -4,62 +4,14 @@
 #include <cstdio>
 #include <cstring>
 #include <string_view>
-#include <utility>
-#include <vector>
 
-#include "ErrorFacts.hpp"
 #include "FileOutput.hpp"
-#include "JSONText.hpp"
+#include "ReadableBody.hpp"
+#include "ReportLine.hpp"
 
 using namespace corvane;
 
 namespace {
-
-std::string errorJSON(const Error* error) {
-  if (!error) return json::null;
-  const auto facts = ErrorFacts::of(*error);
-  return json::Object()
-      .add("domain", json::text(facts.domain))
-      .add("code", json::number(facts.code))
-      .add("type", json::text(facts.type))
-      .add("case", json::textOrNull(facts.caseName))
-      .add("message", json::text(facts.message))
-      .text();
-}
-
-bool isFirstOfItsName(const HTTPHeaderFields& fields, HTTPHeaderFields::const_iterator place) {
-  HTTPHeaderFields earlier;
-  for (auto field = fields.begin(); field != place; ++field) earlier.add(field->first, field->second);
-  return !earlier.contains(place->first);
-}
-
-std::string headersJSON(const std::optional<HTTPHeaderFields>& fields) {
-  json::Object object;
-  if (!fields) return object.text();
-  for (auto field = fields->begin(); field != fields->end(); ++field) {
-    if (!isFirstOfItsName(*fields, field)) continue;
-    std::vector<std::string> values;
-    for (const std::string& value : fields->values(field->first)) values.push_back(json::text(value));
-    object.add(field->first, json::array(values));
-  }
-  return object.text();
-}
-
-std::string line(const FinishedExchange& exchange, const URL& requested, const std::optional<std::string>& file) {
-  const ToolResponse& response = exchange.response;
-  const auto code = response.statusCode();
-  const std::size_t bytes = response.data ? response.data->count() : 0;
-  return json::Object()
-      .add("status", code ? json::number(std::int64_t{*code}) : json::null)
-      .add("statusName", json::text(response.status.name()))
-      .add("url", json::text(response.url.value_or(requested).absoluteString()))
-      .add("headers", headersJSON(response.headers))
-      .add("bodyBytes", json::number(static_cast<std::int64_t>(bytes)))
-      .add("file", json::textOrNull(file))
-      .add("error", errorJSON(response.result.error()))
-      .add("seconds", json::number(exchange.seconds))
-      .text();
-}
 
 std::string sentence(const Error& error, const ToolResponse& response) {
   std::string text = error.message();
@@ -80,9 +32,9 @@ void AnswerReport::add(const FinishedExchange& exchange) {
   }
   const auto file = options_.outputFile ? saveBody(exchange) : std::nullopt;
   if (options_.reportsJSON) {
-    printLine(exchange, file);
+    print(reportLine(exchange, options_.url, file));
   } else if (!options_.outputFile) {
-    printBody(exchange);
+    printBody(exchange.response);
   }
 }
 
@@ -96,12 +48,10 @@ std::optional<std::string> AnswerReport::saveBody(const FinishedExchange& exchan
   return std::nullopt;
 }
 
-void AnswerReport::printBody(const FinishedExchange& exchange) {
-  if (exchange.response.isComplete() && exchange.response.data) print(exchange.response.data->view());
-}
-
-void AnswerReport::printLine(const FinishedExchange& exchange, const std::optional<std::string>& file) {
-  print(line(exchange, options_.url, file) + "\n");
+void AnswerReport::printBody(const ToolResponse& response) {
+  if (!response.isComplete() || !response.data) return;
+  const bool isLaidOut = reader_ == Reader::person && !options_.printsBodiesAsTheyCame;
+  print((isLaidOut ? readableBody(response) : *response.data).view());
 }
 
 void AnswerReport::print(std::string_view bytes) {

@@ -17,8 +17,9 @@ constexpr char examples[] =
     "    corvane https://example.com/\n"
     "  Let the query be encoded as it has to be:\n"
     "    corvane http://127.0.0.1:8080/users --query page=2 --query 'name=Ada L.'\n"
-    "  Send a text, or a file; a body makes the method POST, unless another is given:\n"
-    "    corvane PUT http://127.0.0.1:8080/users/7 --data '{\"id\": 7}' --content-type application/json\n"
+    "  Send JSON, a text or a file; a body makes the method POST, unless another is given:\n"
+    "    corvane PUT http://127.0.0.1:8080/users/7 --json '{\"login\": \"ada\"}'\n"
+    "    corvane http://127.0.0.1:8080/notes --data 'Call Ada' --content-type text/plain\n"
     "    corvane http://127.0.0.1:8080/upload --body-file report.csv --gzip --output answer.txt\n"
     "  Trust a server of your own, and print one JSON object for each of 16 responses:\n"
     "    corvane https://127.0.0.1:8443/ --trust authority.der --parallel 16 --report json\n"
@@ -107,6 +108,8 @@ class Parser {
     app_.parse(count, arguments);
     if (words_.empty()) throw UsageError("a URL is needed");
     if (words_.size() > 2) throw UsageError("'" + words_[2] + "' is one word too many: write [METHOD] URL");
+    if (line_.json.has_value() + line_.data.has_value() + line_.bodyFile.has_value() > 1)
+      throw UsageError("a request has one body: give one of --json, --data and --body-file");
     if (words_.size() > 1) line_.method = words_.front();
     line_.url = words_.back();
     return line_;
@@ -137,9 +140,10 @@ class Parser {
     group_ = "Request";
     many("--header", line_.headers, "'NAME: VALUE'", "Adds a header field; repeatable, equal names are joined");
     many("--query", line_.queryItems, "NAME=VALUE", "Adds an item to the URL's query; repeatable");
-    auto* data = one("--data", line_.data, "TEXT", "The body");
-    one("--body-file", line_.bodyFile, "FILE", "The file that holds the body")->excludes(data);
-    one("--content-type", line_.contentType, "TYPE", "Of the body; application/octet-stream unless given");
+    one("--json", line_.json, "TEXT", "The body, which must be JSON; asks for JSON as the answer, too");
+    one("--data", line_.data, "TEXT", "The body");
+    one("--body-file", line_.bodyFile, "FILE", "The file that holds the body");
+    one("--content-type", line_.contentType, "TYPE", "Of the body; unless given, JSON's or application/octet-stream");
     flag("--gzip", line_.gzip, "Sends the body compressed");
     flag("--curl", line_.curl, "Prints a shell command that sends this request; sends nothing");
   }
@@ -163,6 +167,7 @@ class Parser {
     many("--accept-status", line_.acceptedStatuses, "NUMBER", "Counts as success, as 200 to 206 do; repeatable")
         ->check(problemOfNumber<100, 999>);
     one("--output", line_.output, "FILE", "Where the body goes; of several, numbered: FILE.1, FILE.2");
+    flag("--raw", line_.raw, "Leaves JSON as it came; else it is laid out when written to a terminal");
     one("--report", line_.report, "json", "Prints facts instead of bodies, an object a line", problemOfReport);
     one("--verbosity", line_.verbosity, "LEVEL", "Logs to standard error: none (unless given), brief or verbose",
         problemOfVerbosity);

@@ -13,6 +13,7 @@ struct CommandLine {
   std::vector<std::string> queryItems;
   std::optional<std::string> bodyFile;
   std::optional<std::string> data;
+  std::optional<std::string> json;
   std::optional<std::string> contentType;
   bool gzip = false;
   double timeout = 60;
@@ -20,6 +21,7 @@ struct CommandLine {
   bool waitForConnectivity = false;
   std::vector<int> acceptedStatuses;
   std::optional<std::string> output;
+  bool raw = false;
   std::string verbosity = "none";
   bool curl = false;
   std::optional<double> cancelAfter;

@@ -26,7 +26,8 @@ void requireThatItCanBeSent(const ToolOptions& options) {
 ExitStatus sendAndReport(const ToolOptions& options) {
   corvane::Corvane::verbosity = options.verbosity;
   corvane::Corvane::addTrustedCertificates(options.trustedCertificates);
-  AnswerReport report(options);
+  using Reader = AnswerReport::Reader;
+  AnswerReport report(options, isatty(STDOUT_FILENO) != 0 ? Reader::person : Reader::program);
   runExchanges(options, [&](const FinishedExchange& exchange) { report.add(exchange); });
   return report.hasFailure() ? failedExchange : success;
 }

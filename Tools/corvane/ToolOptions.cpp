@@ -93,14 +93,43 @@ HTTPHeaders joined(const HTTPHeaderFields& fields) {
 HTTPMediaType contentType(const CommandLine& line, const HTTPHeaderFields& fields) {
   if (line.contentType) return HTTPMediaType(*line.contentType);
   if (const auto value = fields.value("Content-Type")) return HTTPMediaType(*value);
-  return HTTPMediaType::applicationOctetStream;
+  return line.json ? HTTPMediaType::json : HTTPMediaType::applicationOctetStream;
+}
+
+/// The last characters before a byte of the text, in quotes.
+std::string endOf(std::string_view text, std::size_t position) {
+  constexpr std::size_t most = 24;
+  text = text.substr(0, position);
+  std::size_t start = text.size() > most ? text.size() - most : 0;
+  while (start > 0 && start < text.size() && (static_cast<unsigned char>(text[start]) & 0xC0U) == 0x80U) ++start;
+  std::string shown(text.substr(start));
+  std::replace_if(shown.begin(), shown.end(), [](unsigned char c) { return c < ' '; }, ' ');
+  return "'" + (start > 0 ? "..." + shown : shown) + "'";
+}
+
+// What is sent is the text as it was given; only whether it is JSON is found out.
+void requireJSON(const std::string& text) {
+  const Data document(text);
+  try {
+    JSONReader reader(document);
+    reader.skip();
+    reader.finish();
+  } catch (const DecodingError& error) {
+    const std::size_t position = error.byteOffset();
+    const std::string where = position == 0 ? "at the start" : "behind " + endOf(text, position);
+    throw UsageError("--json: " + error.message() + " (" + where + ")");
+  }
 }
 
 std::optional<Data> body(const CommandLine& line) {
   if (line.bodyFile) return contentsOf(*line.bodyFile, "body");
   if (line.data) return Data(*line.data);
-  if (line.gzip) throw UsageError("--gzip needs a body: give --data or --body-file");
-  if (line.contentType) throw UsageError("--content-type needs a body: give --data or --body-file");
+  if (line.json) {
+    requireJSON(*line.json);
+    return Data(*line.json);
+  }
+  if (line.gzip) throw UsageError("--gzip needs a body: give --json, --data or --body-file");
+  if (line.contentType) throw UsageError("--content-type needs a body: give --json, --data or --body-file");
   return std::nullopt;
 }
 
@@ -131,7 +160,7 @@ bool ToolOptions::accepts(int statusCode) const {
 
 ToolOptions ToolOptions::from(const CommandLine& line) {
   const HTTPHeaderFields fields = headerFields(line.headers);
-  const bool hasBody = line.data || line.bodyFile;
+  const bool hasBody = line.json || line.data || line.bodyFile;
   if (hasBody && line.method == "HEAD") throw UsageError("a HEAD request cannot carry a body");
   return {.url = withQueryItems(parsedURL(line.url), line.queryItems),
           .method = HTTPMethod(line.method.value_or(hasBody ? "POST" : "GET")),
@@ -139,12 +168,14 @@ ToolOptions ToolOptions::from(const CommandLine& line) {
           .body = ::body(line),
           .bodyFile = line.bodyFile,
           .contentType = ::contentType(line, fields),
+          .acceptType = line.json ? HTTPMediaType::json : HTTPMediaType::any,
           .compressesBody = line.gzip,
           .timeoutInSeconds = line.timeout,
           .trustedCertificates = ::trustedCertificates(line.trustedCertificates),
           .waitsForConnectivity = line.waitForConnectivity,
           .acceptedStatusCodes = line.acceptedStatuses,
           .outputFile = line.output,
+          .printsBodiesAsTheyCame = line.raw,
           .verbosity = verbosityLevel(line.verbosity),
           .printsShellCommand = line.curl,
           .cancelsAfterSeconds = line.cancelAfter,

@@ -17,12 +17,15 @@ struct ToolOptions {
   /// The file that `body` was read from, if it was.
   std::optional<std::string> bodyFile = std::nullopt;
   corvane::HTTPMediaType contentType;
+  /// What the answer may be.
+  corvane::HTTPMediaType acceptType = corvane::HTTPMediaType::any;
   bool compressesBody = false;
   double timeoutInSeconds;
   std::vector<corvane::URL> trustedCertificates = {};
   bool waitsForConnectivity = false;
   std::vector<int> acceptedStatusCodes = {};
   std::optional<std::string> outputFile = std::nullopt;
+  bool printsBodiesAsTheyCame = false;
   corvane::HTTPVerbosityLevel verbosity;
   bool printsShellCommand = false;
   std::optional<double> cancelsAfterSeconds = std::nullopt;

@@ -19,6 +19,7 @@ class DescribedRequest : public Mixin {
   corvane::URL url() const { return options_->url; }
   corvane::HTTPHeaders sharedHeaders() const { return {}; }
   corvane::HTTPHeaders headers() const { return options_->headers; }
+  corvane::HTTPMediaType acceptType() const { return options_->acceptType; }
   double timeoutInterval() const { return options_->timeoutInSeconds; }
   bool shouldWaitForConnectivity() const { return options_->waitsForConnectivity; }
 
