@@ -110,7 +110,7 @@ class CORVANE_API JSONReader {
   void passString(std::string& scratch);
 
   void passNumber();
-  void takeWholeReal(const char* start, const char* end, std::uint64_t& digits);
+  bool takeWholeReal(const char* start, const char* end, std::uint64_t& value);
   void passScalar(char first, std::string& scratch);
   std::size_t chooseByKeys(const JSONDecoding* const* alternatives, const std::vector<std::size_t>& candidates);
 

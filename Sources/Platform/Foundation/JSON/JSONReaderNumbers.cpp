@@ -92,13 +92,13 @@ bool parse(const char* cursor, const char* end, Decimal& number) {
   return true;
 }
 
-/// How many digits there are before the exponent, without leading zeros.
-std::int64_t significantDigits(const char* start, const char* end) {
-  std::int64_t count = 0;
+/// The digits before the exponent, without leading zeros.
+std::string significantDigitsOf(const char* start, const char* end) {
+  std::string digits;
   for (; start < end && (*start | 0x20) != 'e'; ++start) {
-    if (isDigit(*start) && (count != 0 || *start != '0')) ++count;
+    if (isDigit(*start) && (!digits.empty() || *start != '0')) digits.push_back(*start);
   }
-  return count;
+  return digits;
 }
 
 template <class Real>
@@ -121,7 +121,8 @@ bool makeReal(const char* start, const Decimal& number, Real& value) {
   const auto result = std::from_chars(start, number.end, value);
   if (result.ec == std::errc()) return true;
   // Both ends of the range are reported alike.
-  const bool isTooSmall = number.exponent + significantDigits(start, number.end) <= 0;
+  const std::string digits = significantDigitsOf(start, number.end);
+  const bool isTooSmall = number.exponent + static_cast<std::int64_t>(digits.size()) <= 0;
   value = number.isNegative ? -Real(0) : Real(0);
   return isTooSmall;
 }
@@ -130,6 +131,13 @@ std::string shortened(const char* start, const char* end) {
   const std::string_view text(start, static_cast<std::size_t>(end - start));
   return text.size() <= 40 ? std::string(text) : std::string(text.substr(0, 40)) + "...";
 }
+
+template <class Real>
+constexpr const char* nameOfReal = "a double";
+template <>
+constexpr const char* nameOfReal<float> = "a float";
+template <>
+constexpr const char* nameOfReal<long double> = "a long double";
 
 template <class Integer>
 std::string nameOf() {
@@ -168,10 +176,11 @@ void JSONReader::readInteger(Integer& value) {
   const char* const start = cursor_;
   Decimal number{};
   if (!parse(start, end_, number)) failNumber(number.end);
-  if (!number.isInteger) takeWholeReal(start, number.end, number.digits);
   std::uint64_t digits = number.digits;
   bool fits = true;
-  if (number.isInteger && !number.isComplete) {
+  if (!number.isInteger) {
+    fits = takeWholeReal(start, number.end, digits);
+  } else if (!number.isComplete) {
     const char* const firstDigit = start + (number.isNegative ? 1 : 0);
     fits = std::from_chars(firstDigit, number.end, digits).ec == std::errc();
   }
@@ -184,15 +193,18 @@ void JSONReader::readInteger(Integer& value) {
   cursor_ = number.end;
 }
 
-/// An integer may be written as a whole number with a point or an exponent, as far as a double holds it exactly.
-void JSONReader::takeWholeReal(const char* start, const char* end, std::uint64_t& digits) {
-  double value = 0;
+/// An integer may be written with a point or an exponent, as long as it is whole. False when 64 bits are too few.
+bool JSONReader::takeWholeReal(const char* start, const char* end, std::uint64_t& value) {
   Decimal number{};
   parse(start, end, number);
-  const bool isWhole = makeReal(start, number, value) && value == std::floor(value) &&
-                       std::fabs(value) <= static_cast<double>(Exact<double>::largest);
-  if (!isWhole) failKind(start, "expected an integer, found the number " + shortened(start, end));
-  digits = static_cast<std::uint64_t>(std::fabs(value));
+  std::string digits = significantDigitsOf(start, end);
+  for (; !digits.empty() && digits.back() == '0'; ++number.exponent) digits.pop_back();
+  value = 0;
+  if (digits.empty()) return true;
+  if (number.exponent < 0) failKind(start, "expected an integer, found the number " + shortened(start, end));
+  if (number.exponent > mostSafeDigits) return false;
+  digits.append(static_cast<std::size_t>(number.exponent), '0');
+  return std::from_chars(digits.data(), digits.data() + digits.size(), value).ec == std::errc();
 }
 
 template <class Real>
@@ -203,8 +215,7 @@ void JSONReader::readReal(Real& value) {
   Decimal number{};
   if (!parse(start, end_, number)) failNumber(number.end);
   if (!makeReal(start, number, value)) {
-    failAt(start, "the number " + shortened(start, number.end) + " is too large for " +
-                      (std::is_same_v<Real, float> ? "a float" : "a double"));
+    failAt(start, "the number " + shortened(start, number.end) + " is too large for " + nameOfReal<Real>);
   }
   cursor_ = number.end;
 }
