@@ -8,6 +8,17 @@
 #include <fstream>
 #include <stdexcept>
 
+namespace {
+
+/// Without the indentation that the lines of the block have in common.
+void append(const std::vector<std::string>& block, std::vector<std::string>& code) {
+  std::size_t margin = std::string::npos;
+  for (const std::string& line : block) margin = std::min(margin, line.find_first_not_of(' '));
+  for (const std::string& line : block) code.push_back(line.substr(std::min(margin, line.size())));
+}
+
+}  // namespace
+
 Stage::Stage(const std::string& source)
     : hasColours_(isatty(STDOUT_FILENO) != 0 && std::getenv("NO_COLOR") == nullptr) {
   std::ifstream file(source);
@@ -59,18 +70,20 @@ int Stage::finish() {
 
 std::vector<std::string> Stage::codeOf(const std::string& name) const {
   std::vector<std::string> code;
+  std::vector<std::string> block;
   bool isShown = false;
   for (const std::string& line : lines_) {
     const std::size_t text = line.find_first_not_of(' ');
     const std::string bare = text == std::string::npos ? std::string() : line.substr(text);
-    if (bare == "// end") isShown = false;
-    if (isShown) code.push_back(line);
+    if (bare == "// end" && isShown) {
+      isShown = false;
+      append(block, code);
+      block.clear();
+    }
+    if (isShown) block.push_back(line);
     if (bare == "// show: " + name) isShown = true;
   }
   if (code.empty()) throw std::logic_error("no code is marked \"" + name + "\"");
-  std::size_t margin = std::string::npos;
-  for (const std::string& line : code) margin = std::min(margin, line.find_first_not_of(' '));
-  for (std::string& line : code) line.erase(0, std::min(margin, line.size()));
   return code;
 }
 

@@ -8,7 +8,7 @@
 /// Shows steps to a person: the code that runs, what comes back, and whether that is what was promised.
 class Stage {
  public:
-  /// `source` is the file whose marked code is shown: the lines between `// show: NAME` and `// end`.
+  /// `source` is the file whose marked code is shown: all lines between `// show: NAME` and `// end`.
   explicit Stage(const std::string& source);
 
   /// Runs one step. Exceptions are failures of the step.

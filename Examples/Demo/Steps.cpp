@@ -22,6 +22,30 @@ using corvane::testing::TemporaryDirectory;
 using corvane::testing::TestServer;
 using corvane::testing::Tls;
 
+// Outside of any namespace, so that messages name them as they are read here.
+
+// show: jsonGet
+struct User {
+  std::int64_t id;
+  std::string login;
+  std::optional<std::string> name;
+};
+// end
+
+// show: jsonPost
+struct NewUser {
+  std::string login;
+  std::vector<std::string> teams;
+};
+// end
+
+// show: jsonFailure
+struct Team {
+  std::string name;
+  std::vector<User> members;
+};
+// end
+
 namespace {
 
 // show: types
@@ -151,6 +175,59 @@ void playFailures(Stage& stage, TestServer& server) {
   });
 }
 
+std::string textOf(const User& user) {
+  return std::to_string(user.id) + ", " + user.login + ", " + user.name.value_or("no name");
+}
+
+void playJSON(Stage& stage, TestServer& server) {
+  stage.step("A GET whose answer is JSON, as a plain struct", "jsonGet", [&] {
+    const std::string url = server.url("/users/7");
+    // show: jsonGet
+    const User user = JSONGetRequest<User>(url).send().get().body;
+    // end
+    stage.got("user", textOf(user));
+    const ReceivedRequest received = server.takeRequest();
+    stage.got("server saw",
+              received.method + " " + received.target + ", Accept: " + received.header("Accept").value_or("-"));
+    stage.check(user.id == 7 && user.login == "ada" && user.name == "Ada Lovelace", "what the server sent");
+    stage.check(received.header("Accept") == "application/json", "JSON is asked for");
+  });
+  stage.step("A POST of a plain struct, and the answer as another", "jsonPost", [&] {
+    const std::string url = server.url("/users");
+    // show: jsonPost
+    const NewUser newUser{.login = "ada", .teams = {"core", "docs"}};
+    const User user = JSONPostRequest<User>(url, newUser).send().get().body;
+    // end
+    stage.got("user", textOf(user));
+    const ReceivedRequest received = server.takeRequest();
+    stage.got("server saw", received.body + " (" + received.header("Content-Type").value_or("-") + ")");
+    stage.check(received.body == R"({"login":"ada","teams":["core","docs"]})", "the struct as JSON");
+    stage.check(received.header("Content-Type") == "application/json", "sent as JSON");
+    stage.check(user.id == 7 && user.login == "ada" && !user.name, "what the server answered; no name is no error");
+  });
+  stage.step("An answer that is not what the struct asks for", "jsonFailure", [&] {
+    server.handle("/team", [](const ReceivedRequest&) {
+      return Answer().json(R"({"name": "core", "members": [{"id": 7, "login": "ada"}, {"id": "8", "login": "bob"}]})");
+    });
+    const std::string url = server.url("/team");
+    const auto log = std::make_shared<vantorel::CapturingSink>();
+    vantorel::setLogSink(log);
+    // show: jsonFailure
+    const auto result = JSONGetRequest<Team>(url).send().result();
+    const auto error = *result.error()->as<HTTPResponseError>();
+    const auto reason = *error.underlyingError()->as<DecodingError>();
+    // end
+    vantorel::setLogSink(nullptr);
+    stage.got("error", error.message());
+    stage.got("reason", reason.message());
+    for (const auto& record : log->records())
+      stage.got("logged", record.message.substr(0, record.message.find('\n')) + "...");
+    stage.check(error.which() == HTTPResponseError::Case::jsonDecoding, "jsonDecoding");
+    stage.check(reason.message() == "members[1].id: expected an integer, found a string", "the way to the value");
+    server.takeRequest();
+  });
+}
+
 // show: task
 velisand::Task<std::size_t> bytesOf(URL first, URL second) {
   const auto one = co_await DataGetRequest(first).send();
@@ -240,6 +317,7 @@ void playDebugging(Stage& stage, TestServer& server) {
 void playAll(Stage& stage, TestServer& server) {
   playGet(stage, server);
   playPosts(stage, server);
+  playJSON(stage, server);
   playFailures(stage, server);
   playFutures(stage, server);
   playTrust(stage);

@@ -152,6 +152,19 @@ Answer cookies(const ReceivedRequest& request) {
   return Answer().json("{\"cookies\": {" + json + "}}\n");
 }
 
+Answer user(const ReceivedRequest&, std::uint64_t id) {
+  if (id == 0) return Answer(404).json("{\"problem\": \"nobody has the id 0\"}\n");
+  return Answer().json("{\"id\": " + std::to_string(id) + ", \"login\": \"ada\", \"name\": \"Ada Lovelace\"}\n");
+}
+
+/// The object that was sent, with an id in front.
+Answer created(const ReceivedRequest& request) {
+  const std::string_view object = detail::trimmed(request.body);
+  if (!object.starts_with('{')) return Answer(422).json("{\"problem\": \"the body is no JSON object\"}\n");
+  const std::string_view members = detail::trimmed(object.substr(1));
+  return Answer(201).json(R"({"id": 7)" + std::string(members.starts_with('}') ? "" : ", ") + std::string(members));
+}
+
 }  // namespace
 
 void TestServer::installStandardRoutes() {
@@ -167,6 +180,9 @@ void TestServer::installStandardRoutes() {
   handle("/stream/*", withNumber("/stream/", mostChunks, stream));
   handle("/redirect/*", withNumber("/redirect/", 1000, redirect));
   handle("/redirect-to", redirectTo);
+  handle("/users", created);
+  handle("/users/*", withNumber("/users/", std::uint64_t(1) << 40, user));
+  handle("/orders", created);
   handle("/cookies", cookies);
   handle("/cookies/set", setCookies);
 }

@@ -74,7 +74,8 @@ class TestServer {
   /// Answers what neither a route nor the queue answers.
   void handleAll(Handler handler);
   /// Adds `/get`, `/post`, `/echo`, `/headers`, `/status/N`, `/delay/S`, `/gzip`, `/bytes/N`, `/stream/N`, `/drop`,
-  /// `/redirect/N`, `/redirect-to?url=`, `/cookies` and `/cookies/set?name=value`.
+  /// `/redirect/N`, `/redirect-to?url=`, `/cookies`, `/cookies/set?name=value`, `/users/N`, and `/users` and `/orders`,
+  /// which answer an object with the same and an id.
   void installStandardRoutes();
   /// How many enqueued answers are left.
   std::size_t remainingAnswers() const;

@@ -48,6 +48,21 @@ TEST_F(StandardRoutesTest, decodeAPostedBody) {
   EXPECT_THAT(send("/post", "Content-Encoding: br\r\n", "plain"), StartsWith("HTTP/1.1 415"));
 }
 
+TEST_F(StandardRoutesTest, knowUsers) {
+  EXPECT_EQ(bodyOf(fetch("/users/12")), "{\"id\": 12, \"login\": \"ada\", \"name\": \"Ada Lovelace\"}\n");
+  EXPECT_THAT(fetch("/users/0"), StartsWith("HTTP/1.1 404"));
+  EXPECT_THAT(fetch("/users/ada"), StartsWith("HTTP/1.1 400"));
+}
+
+TEST_F(StandardRoutesTest, answerANewObjectWithAnId) {
+  const std::string answer = send("/users", "", " { \"login\":\"ada\"}\n");
+
+  EXPECT_THAT(answer, StartsWith("HTTP/1.1 201 Created\r\n"));
+  EXPECT_EQ(bodyOf(answer), "{\"id\": 7, \"login\":\"ada\"}\n");
+  EXPECT_EQ(bodyOf(send("/orders", "", "{ }")), R"({"id": 7})");
+  EXPECT_THAT(send("/orders", "", "[]"), StartsWith("HTTP/1.1 422"));
+}
+
 TEST_F(StandardRoutesTest, answerWithTheStatusAskedFor) {
   EXPECT_THAT(fetch("/status/418"), StartsWith("HTTP/1.1 418 Unknown\r\n"));
   EXPECT_THAT(fetch("/status/204"),
