@@ -126,7 +126,10 @@ bool JSONReader::Object::next() {
   const bool isFirst = valueStart_ == nullptr;
   if (reader_.cursor_ == valueStart_) reader_.skip();
   place_.step = Place::Step::none;
-  if (!reader_.nextInside('}', isFirst)) return false;
+  if (!reader_.nextInside('}', isFirst)) {
+    reader_.valueStart_ = place_.start;
+    return false;
+  }
   place_.key = reader_.readKey(unescapedKey_);
   place_.step = Place::Step::key;
   reader_.passColon();
@@ -148,7 +151,10 @@ bool JSONReader::Array::next() {
   const bool isFirst = valueStart_ == nullptr;
   if (reader_.cursor_ == valueStart_) reader_.skip();
   place_.step = Place::Step::none;
-  if (!reader_.nextInside(']', isFirst)) return false;
+  if (!reader_.nextInside(']', isFirst)) {
+    reader_.valueStart_ = place_.start;
+    return false;
+  }
   ++place_.index;
   place_.step = Place::Step::index;
   reader_.next();
@@ -158,7 +164,9 @@ bool JSONReader::Array::next() {
 
 // Errors
 
-void JSONReader::fail(std::string problem) const { failAt(valueStart_, std::move(problem)); }
+void JSONReader::fail(std::string problem) const {
+  failAt(std::find_if_not(valueStart_, end_, isWhiteSpace), std::move(problem));
+}
 
 void JSONReader::failAt(const char* position, std::string problem) const {
   throw DecodingError::dataCorrupted(std::move(problem), whereIs(position));

@@ -84,6 +84,8 @@ class CORVANE_API JSONReader {
     enum class Step : std::uint8_t { none, key, index };
 
     const Place* parent = nullptr;
+    /// Where the container starts.
+    const char* start = nullptr;
     std::string_view key;
     std::size_t index = 0;
     Step step = Step::none;

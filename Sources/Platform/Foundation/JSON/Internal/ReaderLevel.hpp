@@ -16,12 +16,13 @@ class JSONReader::Level {
   /// Passes the character that opens a container.
   static void enter(JSONReader& reader, Place& place) {
     deepen(reader, 1);
-    ++reader.cursor_;
+    place.start = reader.cursor_++;
     reader.place_ = &place;
   }
   static void leave(JSONReader& reader, const Place& place) {
     --reader.depth_;
     reader.place_ = place.parent;
+    reader.valueStart_ = place.start;
   }
   /// Requires that the depth stays within bounds, else throws and leaves it as it was.
   static void deepen(JSONReader& reader, std::size_t levels) {
