@@ -139,7 +139,8 @@ void decodeSequence(JSONReader& reader, T& sequence) {
   using Element = typename T::value_type;
   sequence.clear();
   for (JSONReader::Array array(reader); array.next();) {
-    if constexpr (requires { requires std::same_as<decltype(sequence.emplace_back()), Element&>; }) {
+    if constexpr (std::is_default_constructible_v<Element> &&
+                  requires { requires std::same_as<decltype(sequence.emplace_back()), Element&>; }) {
       // Most lists are short, and small elements are cheap to have room for.
       if constexpr (sizeof(Element) <= 64 && requires { sequence.reserve(4); }) {
         if (sequence.capacity() == 0) sequence.reserve(4);
@@ -247,6 +248,7 @@ void decode(JSONReader& reader, T& value) {
   } else if constexpr (SystemTime<T>) {
     using Duration = typename T::duration;
     const std::int64_t count = reader.readTime(Duration::period::num, Duration::period::den);
+    if (!std::in_range<typename T::rep>(count)) reader.fail("the date is out of range");
     value = T(Duration(static_cast<typename T::rep>(count)));
   } else {
     static_assert(Model<T>, "JSON cannot be decoded into this type: give it a JSONCoding with `decode`");

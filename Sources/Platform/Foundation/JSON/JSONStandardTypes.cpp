@@ -23,7 +23,7 @@ URL JSONCoding<URL>::decode(JSONReader& reader) {
   std::string text;
   reader.readString(text);
   const std::optional<URL> url = URL::parse(text);
-  if (!url) reader.fail("the text is no URL: " + URL::problem(text));
+  if (!url) reader.fail(URL::problem(text));
   return *url;
 }
 
