@@ -9,6 +9,10 @@ namespace {
 
 bool isUpper(char c) { return c >= 'A' && c <= 'Z'; }
 
+bool needsEscapes(const std::string& key) {
+  return std::ranges::any_of(key, [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == '"' || c == '\\'; });
+}
+
 }  // namespace
 
 std::string jsonKey(std::string_view memberName, JSONKeyStrategy strategy) {
@@ -33,13 +37,15 @@ std::string jsonKey(std::string_view memberName, JSONKeyStrategy strategy) {
 DecodingShape::DecodingShape(std::span<const Member> members)
     : tables_{Table(members, JSONKeyStrategy::asDeclared), Table(members, JSONKeyStrategy::snakeCase)} {}
 
+void DecodingShape::trapForKeysThatAreAlike() { trap("JSON: two members of a model have the same key"); }
+
 DecodingShape::Table::Table(std::span<const Member> members, JSONKeyStrategy strategy) {
   keys_.reserve(members.size());
   for (const Member& member : members) {
     const std::string key = member.key.empty() ? jsonKey(member.name, strategy) : std::string(member.key);
-    if (findOneByOne(key) != none) trap("JSON: two members of a model have the same key");
+    areKeysAlike_ = areKeysAlike_ || findOneByOne(key) != none;
     if (member.type->makeAbsent == nullptr) required_ |= std::uint64_t{1} << keys_.size();
-    keys_.push_back({"\"" + key + "\":", member.type});
+    keys_.push_back({(needsEscapes(key) ? " " : "\"") + key + "\":", member.type});
   }
   // Any odd factor spreads the keys somehow; one that spreads them without a collision is soon found.
   factor_ = 1;

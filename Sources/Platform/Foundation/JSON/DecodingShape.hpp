@@ -40,14 +40,15 @@ class CORVANE_API DecodingShape {
     const JSONDecoding* type;
   };
   struct Key {
-    /// The key with its quotes and its colon, as writers write it that leave out what may be left out.
+    /// The key with its quotes and its colon, as writers write it that leave out what may be left out; with a
+    /// blank in front, which no key starts with, where it cannot be written without escapes.
     std::string text;
     const JSONDecoding* type;
 
     std::string_view name() const { return {text.data() + 1, text.size() - 3}; }
   };
 
-  /// Requires: at most `mostMembers`, with names and types that live for ever. Traps when two keys are alike.
+  /// Requires: at most `mostMembers`, with names and types that live for ever.
   explicit DecodingShape(std::span<const Member> members);
 
   /// The keys under a strategy, and the way to them.
@@ -58,6 +59,7 @@ class CORVANE_API DecodingShape {
     Table(std::span<const Member> members, JSONKeyStrategy strategy);
 
     std::span<const Key> keys() const { return keys_; }
+    bool areKeysAlike() const { return areKeysAlike_; }
     std::size_t find(std::string_view key) const {
       const std::size_t candidate = slots_[slotOf(key)];
       if (candidate < keys_.size() && keys_[candidate].name() == key) return candidate;
@@ -75,13 +77,20 @@ class CORVANE_API DecodingShape {
 
     std::vector<Key> keys_;
     std::uint64_t required_ = 0;
+    bool areKeysAlike_ = false;
     std::uint32_t factor_ = 0;
     /// Whether each key has a slot of its own.
     bool areSlotsExact_ = false;
     std::array<std::uint8_t, slotCount> slots_{};
   };
 
-  const Table& table(JSONKeyStrategy strategy) const { return tables_[static_cast<std::size_t>(strategy)]; }
+  /// Traps when two keys are alike under this strategy.
+  const Table& table(JSONKeyStrategy strategy) const {
+    const Table& table = tables_[static_cast<std::size_t>(strategy)];
+    if (table.areKeysAlike()) trapForKeysThatAreAlike();
+    return table;
+  }
+  [[noreturn]] static void trapForKeysThatAreAlike();
 
  private:
   std::array<Table, 2> tables_;

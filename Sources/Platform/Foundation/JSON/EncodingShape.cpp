@@ -1,5 +1,7 @@
 #include "Platform/Foundation/JSON/EncodingShape.hpp"
 
+#include <algorithm>
+
 #include "Platform/Foundation/JSON/DecodingShape.hpp"
 #include "Platform/Foundation/JSON/JSONWriter.hpp"
 
@@ -13,18 +15,20 @@ std::string quoted(std::string_view key) {
   return writer.finish().text();
 }
 
-std::vector<EncodingShape::Key> keysOf(std::span<const EncodingShape::Member> members, JSONKeyStrategy strategy) {
-  std::vector<EncodingShape::Key> keys;
-  for (const EncodingShape::Member& member : members) {
-    const std::string key = member.key.empty() ? jsonKey(member.name, strategy) : std::string(member.key);
-    keys.push_back({"," + quoted(key) + ":", member.type});
-  }
-  return keys;
-}
-
 }  // namespace
 
+EncodingShape::Keys::Keys(std::span<const Member> members, JSONKeyStrategy strategy) {
+  for (const Member& member : members) {
+    const std::string key = member.key.empty() ? jsonKey(member.name, strategy) : std::string(member.key);
+    all.push_back({"," + quoted(key) + ":", member.type});
+    const auto isLikeIt = [&](const Key& other) { return other.text == all.back().text; };
+    areAlike = areAlike || std::find_if(all.begin(), all.end() - 1, isLikeIt) != all.end() - 1;
+  }
+}
+
 EncodingShape::EncodingShape(std::span<const Member> members)
-    : keys_{keysOf(members, JSONKeyStrategy::asDeclared), keysOf(members, JSONKeyStrategy::snakeCase)} {}
+    : keys_{Keys(members, JSONKeyStrategy::asDeclared), Keys(members, JSONKeyStrategy::snakeCase)} {}
+
+void EncodingShape::trapForKeysThatAreAlike() { DecodingShape::trapForKeysThatAreAlike(); }
 
 }  // namespace platform

@@ -38,13 +38,27 @@ class CORVANE_API EncodingShape {
     std::string_view name() const { return {text.data() + 2, text.size() - 4}; }
   };
 
-  /// Requires: names and types that live for ever. Traps when a key cannot be written without escapes.
+  /// Requires: names and types that live for ever.
   explicit EncodingShape(std::span<const Member> members);
 
-  std::span<const Key> keys(JSONKeyStrategy strategy) const { return keys_[static_cast<std::size_t>(strategy)]; }
+  /// Traps when two keys are alike under this strategy.
+  std::span<const Key> keys(JSONKeyStrategy strategy) const {
+    const Keys& keys = keys_[static_cast<std::size_t>(strategy)];
+    if (keys.areAlike) trapForKeysThatAreAlike();
+    return keys.all;
+  }
 
  private:
-  std::array<std::vector<Key>, 2> keys_;
+  struct Keys {
+    Keys(std::span<const Member> members, JSONKeyStrategy strategy);
+
+    std::vector<Key> all;
+    bool areAlike = false;
+  };
+
+  [[noreturn]] static void trapForKeysThatAreAlike();
+
+  std::array<Keys, 2> keys_;
 };
 
 }  // namespace platform
