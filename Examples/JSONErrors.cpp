@@ -21,8 +21,12 @@ struct Page {
   std::optional<URL> next;
 };
 
-void show(const char* document) try { JSONDecoder().decode<Page>(Data(document)); } catch (const DecodingError& error) {
-  std::printf("%s\n", error.message().c_str());
+void show(const char* document) {
+  try {
+    JSONDecoder().decode<Page>(Data(document));
+  } catch (const DecodingError& error) {
+    std::printf("%s\n", error.message().c_str());
+  }
 }
 
 /// Why there is no value: of an answer that could not be decoded, what is wrong in it.

@@ -47,9 +47,10 @@ void print(const Order& order) {
 }
 
 int main(int argc, char** argv) try {
-  const NewOrder order{.items = {{.article = "pencil", .count = 3}, {.article = "paper", .count = 1, .price = 4.5}},
-                       .labels = {{"for", "Ada"}},
-                       .payment = Transfer{.iban = "DE75512108001245126199"}};
+  const NewOrder order{
+      .items = {{.article = "pencil", .count = 3, .price = {}}, {.article = "paper", .count = 1, .price = 4.5}},
+      .labels = {{"for", "Ada"}},
+      .payment = Transfer{.iban = "DE75512108001245126199"}};
   std::printf("%s\n", velisand::asJSON(order).text().c_str());
 
   const Data document(R"({"id": 7, "items": [{"article": "pencil", "count": 3}], "invoice": "/invoices/7"})");
