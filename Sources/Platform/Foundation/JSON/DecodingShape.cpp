@@ -1,6 +1,7 @@
 #include "Platform/Foundation/JSON/DecodingShape.hpp"
 
 #include <algorithm>
+#include <cstring>
 
 #include "Platform/Trap.hpp"
 
@@ -9,7 +10,7 @@ namespace {
 
 bool isUpper(char c) { return c >= 'A' && c <= 'Z'; }
 
-bool needsEscapes(const std::string& key) {
+bool needsEscapes(std::string_view key) {
   return std::ranges::any_of(key, [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == '"' || c == '\\'; });
 }
 
@@ -39,40 +40,73 @@ DecodingShape::DecodingShape(std::span<const Member> members)
 
 void DecodingShape::trapForKeysThatAreAlike() { trap("JSON: two members of a model have the same key"); }
 
+DecodingShape::Key::Key(std::string_view name, const JSONDecoding* typeOfMember)
+    : text((needsEscapes(name) ? " " : "\"") + std::string(name) + "\":"),
+      type(typeOfMember),
+      decode(typeOfMember->decode),
+      tailOffset_(std::max(text.size(), wordSize) - wordSize) {
+  char word[wordSize] = {};
+  const std::size_t length = std::min(text.size(), wordSize);
+  std::memcpy(word, text.data(), length);
+  head_ = detail::wordAt(word);
+  std::memcpy(word, text.data() + tailOffset_, length);
+  tail_ = detail::wordAt(word);
+  std::memset(word, 0xFF, length);
+  mask_ = detail::wordAt(word);
+}
+
 DecodingShape::Table::Table(std::span<const Member> members, JSONKeyStrategy strategy) {
   keys_.reserve(members.size());
   for (const Member& member : members) {
     const std::string key = member.key.empty() ? jsonKey(member.name, strategy) : std::string(member.key);
-    areKeysAlike_ = areKeysAlike_ || findOneByOne(key) != none;
+    areKeysAlike_ = areKeysAlike_ || find(key) != none;
     if (member.type->makeAbsent == nullptr) required_ |= std::uint64_t{1} << keys_.size();
-    keys_.push_back({(needsEscapes(key) ? " " : "\"") + key + "\":", member.type});
+    keys_.emplace_back(key, member.type);
   }
-  // Any odd factor spreads the keys somehow; one that spreads them without a collision is soon found.
+  if (keys_.empty()) return;
+  const auto isShorter = [](const Key& left, const Key& right) { return left.text.size() < right.text.size(); };
+  const std::size_t shortest = std::ranges::min_element(keys_, isShorter)->text.size();
+  for (std::size_t length = 1; length <= std::min(shortest - 1, sizeof mask_); ++length) {
+    for (std::size_t offset = 1; offset + length <= shortest && offset <= mostOffset; ++offset) {
+      if (tellApart(offset, length)) return;
+    }
+  }
+}
+
+/// Whether these characters of the keys do.
+bool DecodingShape::Table::tellApart(std::size_t offset, std::size_t length) {
+  char bytes[sizeof mask_] = {};
+  std::memset(bytes, 0xFF, length);
+  mask_ = detail::wordAt(bytes);
+  offset_ = offset;
+  std::vector<std::string> parts;
+  for (const Key& key : keys_) parts.push_back(key.text.substr(offset, length));
+  std::ranges::sort(parts);
+  if (std::ranges::adjacent_find(parts) != parts.end()) return false;
+  // Any odd factor spreads them somehow, and one that gives each a slot of its own is soon found.
   factor_ = 1;
-  for (int attempt = 0; attempt < 200 && !areSlotsExact_; ++attempt, factor_ += 2) areSlotsExact_ = fillSlots();
-  if (areSlotsExact_) factor_ -= 2;
-}
-
-bool DecodingShape::Table::fillSlots() {
-  slots_.fill(UINT8_MAX);
-  bool isExact = true;
-  for (std::size_t index = 0; index < keys_.size(); ++index) {
-    std::uint8_t& slot = slots_[slotOf(keys_[index].name())];
-    isExact = isExact && slot == UINT8_MAX;
-    slot = static_cast<std::uint8_t>(index);
+  for (int attempt = 0; attempt < 500; ++attempt) {
+    factor_ += 0x9E3779B97F4A7C16U;
+    if (fillSlots()) return true;
   }
-  return isExact;
+  return false;
 }
 
-std::size_t DecodingShape::Table::slotOf(std::string_view key) const {
-  if (key.empty()) return 0;
-  const auto at = [&](std::size_t index) { return static_cast<std::uint32_t>(static_cast<unsigned char>(key[index])); };
-  const std::uint32_t mixed = at(0) + (at(key.size() - 1) << 6U) + (at(key.size() / 2) << 12U) +
-                              (static_cast<std::uint32_t>(key.size()) << 18U);
-  return ((mixed * (factor_ * 0x9E3779B1U)) >> 24U) % slotCount;
+/// Slots without a member of their own lead to the first one.
+bool DecodingShape::Table::fillSlots() {
+  std::array<bool, std::size_t{1} << slotBits> areTaken{};
+  slots_.fill(0);
+  for (std::size_t index = 0; index < keys_.size(); ++index) {
+    const std::string padded = keys_[index].text + std::string(mostOffset + sizeof mask_, '\0');
+    const std::size_t slot = ((detail::wordAt(padded.data() + offset_) & mask_) * factor_) >> (64 - slotBits);
+    if (areTaken[slot]) return false;
+    areTaken[slot] = true;
+    slots_[slot] = static_cast<std::uint8_t>(index);
+  }
+  return true;
 }
 
-std::size_t DecodingShape::Table::findOneByOne(std::string_view key) const {
+std::size_t DecodingShape::Table::find(std::string_view key) const {
   const auto found = std::ranges::find_if(keys_, [&](const Key& other) { return other.name() == key; });
   return found == keys_.end() ? none : static_cast<std::size_t>(found - keys_.begin());
 }

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <span>
 #include <string>
 #include <string_view>
@@ -15,6 +16,16 @@ namespace platform {
 
 class DecodingShape;
 class JSONReader;
+
+namespace detail {
+
+inline std::uint64_t wordAt(const char* place) {
+  std::uint64_t word;
+  std::memcpy(&word, place, sizeof word);
+  return word;
+}
+
+}  // namespace detail
 
 /// How values of one C++ type are read. Made once for each type, by the compiler.
 struct JSONDecoding {
@@ -44,8 +55,21 @@ class CORVANE_API DecodingShape {
     /// blank in front, which no key starts with, where it cannot be written without escapes.
     std::string text;
     const JSONDecoding* type;
+    /// That of the type.
+    void (*decode)(JSONReader& reader, void* value);
 
+    Key(std::string_view name, const JSONDecoding* typeOfMember);
     std::string_view name() const { return {text.data() + 1, text.size() - 3}; }
+    /// Whether the text stands there. Reads up to eight characters more than there are.
+    bool standsAt(const char* cursor, const char* end) const;
+
+   private:
+    static constexpr std::size_t wordSize = sizeof(std::uint64_t);
+
+    /// The first and the last characters of the text. They are one word where the text is shorter than that, of
+    /// which the mask says how much counts.
+    std::uint64_t head_, tail_, mask_;
+    std::size_t tailOffset_;
   };
 
   /// Requires: at most `mostMembers`, with names and types that live for ever.
@@ -60,28 +84,32 @@ class CORVANE_API DecodingShape {
 
     std::span<const Key> keys() const { return keys_; }
     bool areKeysAlike() const { return areKeysAlike_; }
-    std::size_t find(std::string_view key) const {
-      const std::size_t candidate = slots_[slotOf(key)];
-      if (candidate < keys_.size() && keys_[candidate].name() == key) return candidate;
-      return areSlotsExact_ ? none : findOneByOne(key);
+    std::size_t find(std::string_view key) const;
+    /// The member whose key stands there, in its plainest form, or none; not every such key is found. Reads up to
+    /// `mostOffset` and eight characters more than there are. Requires: there are keys.
+    std::size_t findAt(const char* cursor, const char* end) const {
+      const std::size_t index = slots_[((detail::wordAt(cursor + offset_) & mask_) * factor_) >> (64 - slotBits)];
+      return keys_[index].standsAt(cursor, end) ? index : none;
     }
     /// A bit for each member whose key must not be missing.
     std::uint64_t required() const { return required_; }
 
    private:
-    static constexpr std::size_t slotCount = 256;
+    static constexpr unsigned slotBits = 8;
+    static constexpr std::size_t mostOffset = 32;
 
-    std::size_t slotOf(std::string_view key) const;
-    std::size_t findOneByOne(std::string_view key) const;
+    bool tellApart(std::size_t offset, std::size_t length);
     bool fillSlots();
 
     std::vector<Key> keys_;
     std::uint64_t required_ = 0;
     bool areKeysAlike_ = false;
-    std::uint32_t factor_ = 0;
-    /// Whether each key has a slot of its own.
-    bool areSlotsExact_ = false;
-    std::array<std::uint8_t, slotCount> slots_{};
+    // Some characters of the keys that tell them apart, as a word, and what spreads these over the slots. To find the
+    // end of a key first would take longer than all the rest.
+    std::size_t offset_ = 0;
+    std::uint64_t mask_ = 0;
+    std::uint64_t factor_ = 0;
+    std::array<std::uint8_t, std::size_t{1} << slotBits> slots_{};
   };
 
   /// Traps when two keys are alike under this strategy.
@@ -95,6 +123,15 @@ class CORVANE_API DecodingShape {
  private:
   std::array<Table, 2> tables_;
 };
+
+inline bool DecodingShape::Key::standsAt(const char* cursor, const char* end) const {
+  // Both words are compared at once: which key comes next is hard to predict, and so is how long it is.
+  const std::uint64_t difference =
+      ((detail::wordAt(cursor) ^ head_) & mask_) | ((detail::wordAt(cursor + tailOffset_) ^ tail_) & mask_);
+  const std::size_t size = text.size();
+  if (difference != 0 || static_cast<std::size_t>(end - cursor) < size) return false;
+  return size <= 2 * wordSize || std::memcmp(cursor, text.data(), size) == 0;
+}
 
 /// The key that a strategy gives to a member.
 CORVANE_API std::string jsonKey(std::string_view memberName, JSONKeyStrategy strategy);

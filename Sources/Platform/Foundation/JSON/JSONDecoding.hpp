@@ -99,6 +99,19 @@ const DecodingShape& decodingShape();
 template <class T>
 constexpr JSONDecoding makeDecoding() {
   JSONDecoding decoding{&decodeErased<T>, nullptr, kindsOf<T>(), nullptr};
+  // What is compiled in the library anyway is called there, without a stop on the way.
+  if constexpr (DecodesItself<T>) {
+    return decoding;
+  } else if constexpr (std::same_as<T, std::string>) {
+    decoding.decode = &JSONReader::decodeString;
+  } else if constexpr (std::same_as<T, double>) {
+    decoding.decode = &JSONReader::decodeDouble;
+  } else if constexpr (std::same_as<T, bool>) {
+    decoding.decode = &JSONReader::decodeBoolean;
+  } else if constexpr (std::same_as<T, std::int32_t> || std::same_as<T, std::uint32_t> ||
+                       std::same_as<T, std::int64_t> || std::same_as<T, std::uint64_t>) {
+    decoding.decode = &JSONReader::decodeInteger<T>;
+  }
   if constexpr (isOptional<T>) decoding.makeAbsent = &makeAbsent<T>;
   if constexpr (Model<T> && !DecodesItself<T>) decoding.shape = &decodingShape<T>;
   return decoding;

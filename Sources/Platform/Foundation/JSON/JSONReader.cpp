@@ -67,9 +67,11 @@ JSONReader::Kind JSONReader::kind() {
   }
 }
 
+/// Requires a word of at least four characters.
 void JSONReader::passWord(std::string_view word) {
-  const auto left = static_cast<std::size_t>(end_ - cursor_);
-  if (std::string_view(cursor_, std::min(left, word.size())) != word) failToFind(word);
+  const bool isThere = static_cast<std::size_t>(end_ - cursor_) >= word.size() &&
+                       std::memcmp(cursor_, word.data(), 4) == 0 && cursor_[word.size() - 1] == word.back();
+  if (!isThere) failToFind(word);
   cursor_ += word.size();
 }
 
@@ -94,22 +96,11 @@ void JSONReader::readBoolean(bool& value) {
   }
 }
 
+void JSONReader::decodeBoolean(JSONReader& reader, void* value) { reader.readBoolean(*static_cast<bool*>(value)); }
+
 void JSONReader::passColon() {
   if (next() != ':') failToFind("a colon");
   ++cursor_;
-}
-
-/// Whether there is something more in a container: passes the comma, or the closing bracket.
-bool JSONReader::nextInside(char closing, bool isFirst) {
-  const char found = next();
-  if (found == closing) {
-    ++cursor_;
-    return false;
-  }
-  if (isFirst) return true;
-  if (found != ',') failToFind(closing == '}' ? "a comma or a closing brace" : "a comma or a closing bracket");
-  ++cursor_;
-  return true;
 }
 
 // Members and elements
@@ -145,23 +136,6 @@ JSONReader::Array::Array(JSONReader& reader) : reader_(reader) {
   Level::enter(reader, place_);
 }
 
-JSONReader::Array::~Array() { Level::leave(reader_, place_); }
-
-bool JSONReader::Array::next() {
-  const bool isFirst = valueStart_ == nullptr;
-  if (reader_.cursor_ == valueStart_) reader_.skip();
-  place_.step = Place::Step::none;
-  if (!reader_.nextInside(']', isFirst)) {
-    reader_.valueStart_ = place_.start;
-    return false;
-  }
-  ++place_.index;
-  place_.step = Place::Step::index;
-  reader_.next();
-  reader_.valueStart_ = valueStart_ = reader_.cursor_;
-  return true;
-}
-
 // Errors
 
 void JSONReader::fail(std::string problem) const {
@@ -174,6 +148,10 @@ void JSONReader::failAt(const char* position, std::string problem) const {
 
 void JSONReader::failKind(const char* position, std::string problem) const {
   throw DecodingError::typeMismatch(std::move(problem), whereIs(position));
+}
+
+void JSONReader::failToContinue(char closing) {
+  failToFind(closing == '}' ? "a comma or a closing brace" : "a comma or a closing bracket");
 }
 
 /// The text is not JSON: something else is wanted at the cursor.

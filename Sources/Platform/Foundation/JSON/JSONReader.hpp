@@ -63,6 +63,11 @@ class CORVANE_API JSONReader {
   template <class Real>
   void readReal(Real& value);
   void readString(std::string& value);
+  static void decodeString(JSONReader& reader, void* value);
+  static void decodeDouble(JSONReader& reader, void* value);
+  static void decodeBoolean(JSONReader& reader, void* value);
+  template <class Integer>
+  static void decodeInteger(JSONReader& reader, void* value);
   /// A date by the strategy, as a count of ticks of `numerator / denominator` seconds since 1970.
   std::int64_t readTime(std::int64_t numerator, std::int64_t denominator);
   void readFields(const DecodingShape& shape, void* const* fields);
@@ -99,10 +104,22 @@ class CORVANE_API JSONReader {
     return nextBehindWhiteSpace();
   }
   char nextBehindWhiteSpace();
-  bool nextInside(char closing, bool isFirst);
+  /// Whether there is something more in a container: passes the comma, or the closing bracket.
+  bool nextInside(char closing, bool isFirst) {
+    const char found = next();
+    if (found == closing) {
+      ++cursor_;
+      return false;
+    }
+    if (isFirst) return true;
+    if (found != ',') failToContinue(closing);
+    ++cursor_;
+    return true;
+  }
   void passWord(std::string_view word);
   void passColon();
 
+  std::size_t readMember(const DecodingShape& shape, Place& place);
   std::string_view readKey(std::string& unescaped);
   std::string_view readRawString(std::string& unescaped);
   void unescape(std::string& value);
@@ -112,6 +129,7 @@ class CORVANE_API JSONReader {
   void passString(std::string& scratch);
 
   void passNumber();
+  std::uint64_t readUnusualInteger(std::uint64_t limit, std::size_t bits, bool isSigned);
   bool takeWholeReal(const char* start, const char* end, std::uint64_t& value);
   void passScalar(char first, std::string& scratch);
   std::size_t chooseByKeys(const JSONDecoding* const* alternatives, const std::vector<std::size_t>& candidates);
@@ -119,6 +137,7 @@ class CORVANE_API JSONReader {
   DecodingError::Place whereIs(const char* position) const;
   [[noreturn]] void failAt(const char* position, std::string problem) const;
   [[noreturn]] void failKind(const char* position, std::string problem) const;
+  [[noreturn]] void failToContinue(char closing);
   [[noreturn]] void failToFind(std::string_view expected);
   [[noreturn]] void failNumber(const char* position);
 
@@ -164,12 +183,28 @@ class CORVANE_API JSONReader::Array {
  public:
   /// Requires that an array comes next, else throws.
   explicit Array(JSONReader& reader);
-  ~Array();
+  ~Array() {
+    --reader_.depth_;
+    reader_.place_ = place_.parent;
+  }
   Array(const Array&) = delete;
   Array& operator=(const Array&) = delete;
 
   /// To the next element; false behind the last. A value that is not read is skipped.
-  bool next();
+  bool next() {
+    const bool isFirst = valueStart_ == nullptr;
+    if (reader_.cursor_ == valueStart_) reader_.skip();
+    place_.step = Place::Step::none;
+    if (!reader_.nextInside(']', isFirst)) {
+      reader_.valueStart_ = place_.start;
+      return false;
+    }
+    ++place_.index;
+    place_.step = Place::Step::index;
+    reader_.next();
+    reader_.valueStart_ = valueStart_ = reader_.cursor_;
+    return true;
+  }
 
  private:
   JSONReader& reader_;
@@ -185,6 +220,10 @@ extern template CORVANE_API void JSONReader::readInteger(std::uint8_t&);
 extern template CORVANE_API void JSONReader::readInteger(std::uint16_t&);
 extern template CORVANE_API void JSONReader::readInteger(std::uint32_t&);
 extern template CORVANE_API void JSONReader::readInteger(std::uint64_t&);
+extern template CORVANE_API void JSONReader::decodeInteger<std::int32_t>(JSONReader&, void*);
+extern template CORVANE_API void JSONReader::decodeInteger<std::uint32_t>(JSONReader&, void*);
+extern template CORVANE_API void JSONReader::decodeInteger<std::int64_t>(JSONReader&, void*);
+extern template CORVANE_API void JSONReader::decodeInteger<std::uint64_t>(JSONReader&, void*);
 extern template CORVANE_API void JSONReader::readReal(float&);
 extern template CORVANE_API void JSONReader::readReal(double&);
 extern template CORVANE_API void JSONReader::readReal(long double&);

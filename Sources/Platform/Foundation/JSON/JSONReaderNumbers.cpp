@@ -1,6 +1,8 @@
+#include <algorithm>
 #include <array>
+#include <bit>
 #include <charconv>
-#include <cmath>
+#include <cstring>
 #include <limits>
 #include <system_error>
 
@@ -10,8 +12,6 @@ namespace platform {
 namespace {
 
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
-
-std::uint64_t digitOf(char c) { return static_cast<std::uint64_t>(c - '0'); }
 
 /// The most digits that surely fit into 64 bits.
 constexpr int mostSafeDigits = 19;
@@ -46,47 +46,90 @@ struct Decimal {
   bool isComplete = true;
 };
 
+/// Eight characters, the first in the lowest byte, as far as they are digits: how many are, and their number.
+struct DigitBlock {
+  std::size_t count;
+  std::uint64_t number;
+};
+inline DigitBlock digitsOf(std::uint64_t characters, std::size_t most) {
+  constexpr std::uint64_t zeros = 0x3030303030303030U;
+  constexpr std::uint64_t highBits = 0x8080808080808080U;
+  // Each byte of a digit is its value now; adding 0x76 to any other sets its high bit.
+  const std::uint64_t values = characters ^ zeros;
+  const std::uint64_t others = (values | (values + 0x7676767676767676U)) & highBits;
+  const std::size_t count = std::min(static_cast<std::size_t>(std::countr_zero(others)) / 8, most);
+  if (count == 0) return {0, 0};
+  // With zeros before them they are eight digits: joined to pairs, and these to one number.
+  std::uint64_t pairs = values << (64 - 8 * count);
+  pairs = pairs * 10 + (pairs >> 8U);
+  constexpr std::uint64_t everyOther = 0x000000FF000000FFU;
+  const std::uint64_t number =
+      ((pairs & everyOther) * 0x000F424000000064U + ((pairs >> 16U) & everyOther) * 0x0000271000000001U) >> 32U;
+  return {count, number};
+}
+
+/// Passes digits and adds them to a number. Reads up to eight characters more than there are, which `Data` allows.
+inline const char* passDigits(const char* cursor, const char* end, std::uint64_t& digits) {
+  static constexpr std::uint64_t powers[] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000};
+  std::uint64_t value = digits;
+  if constexpr (std::endian::native == std::endian::little) {
+    // How many digits there are is hard to predict, so eight are taken at once.
+    for (;;) {
+      std::uint64_t characters;
+      std::memcpy(&characters, cursor, sizeof characters);
+      const DigitBlock block = digitsOf(characters, static_cast<std::size_t>(end - cursor));
+      value = value * powers[block.count] + block.number;
+      cursor += block.count;
+      if (block.count < sizeof characters) break;
+    }
+  } else {
+    for (; cursor < end && isDigit(*cursor); ++cursor) value = value * 10 + static_cast<std::uint64_t>(*cursor - '0');
+  }
+  digits = value;
+  return cursor;
+}
+
+/// Requires that the cursor stands at an exponent. Where it stops being one, or behind it.
+bool passExponent(const char*& cursor, const char* end, std::int64_t& exponent) {
+  ++cursor;
+  const bool isNegative = cursor < end && *cursor == '-';
+  if (isNegative || (cursor < end && *cursor == '+')) ++cursor;
+  if (cursor == end || !isDigit(*cursor)) return false;
+  std::int64_t value = 0;
+  for (; cursor < end && isDigit(*cursor); ++cursor) {
+    if (value < 1'000'000'000) value = value * 10 + (*cursor - '0');
+  }
+  exponent += isNegative ? -value : value;
+  return true;
+}
+
 /// False when there is no number as RFC 8259, 6 writes it; then `end` says where it stops being one.
-bool parse(const char* cursor, const char* end, Decimal& number) {
-  std::ptrdiff_t count = 0;
-  const auto passDigits = [&] {
-    const char* const start = cursor;
-    for (; cursor < end && isDigit(*cursor); ++cursor) number.digits = number.digits * 10 + digitOf(*cursor);
-    count += cursor - start;
-    return cursor - start;
-  };
-  const auto isAt = [&](char c) { return cursor < end && *cursor == c; };
-  const auto fails = [&] {
-    number.end = cursor;
+inline bool parse(const char* cursor, const char* end, Decimal& number) {
+  const auto fails = [&](const char* place) {
+    number.end = place;
     return false;
   };
-
-  number.isNegative = isAt('-');
+  number.isNegative = cursor < end && *cursor == '-';
   if (number.isNegative) ++cursor;
-  if (isAt('0')) {
-    ++cursor;
-    if (cursor < end && isDigit(*cursor)) return fails();
-  } else if (passDigits() == 0) {
-    return fails();
-  }
-  if (isAt('.')) {
+  const char* const whole = cursor;
+  std::uint64_t digits = 0;
+  cursor = passDigits(cursor, end, digits);
+  std::ptrdiff_t count = cursor - whole;
+  if (count == 0) return fails(cursor);
+  if (*whole == '0' && count > 1) return fails(whole + 1);
+  if (cursor < end && *cursor == '.') {
     number.isInteger = false;
-    ++cursor;
-    number.exponent = -passDigits();
-    if (number.exponent == 0) return fails();
+    const char* const fraction = ++cursor;
+    cursor = passDigits(cursor, end, digits);
+    if (cursor == fraction) return fails(cursor);
+    number.exponent = fraction - cursor;
+    count += cursor - fraction;
   }
   if (cursor < end && (*cursor | 0x20) == 'e') {
     number.isInteger = false;
-    ++cursor;
-    const bool isNegative = isAt('-');
-    if (isNegative || isAt('+')) ++cursor;
-    if (cursor == end || !isDigit(*cursor)) return fails();
-    std::int64_t exponent = 0;
-    for (; cursor < end && isDigit(*cursor); ++cursor) {
-      if (exponent < 1'000'000'000) exponent = exponent * 10 + (*cursor - '0');
-    }
-    number.exponent += isNegative ? -exponent : exponent;
+    if (!passExponent(cursor, end, number.exponent)) return fails(cursor);
   }
+  number.digits = digits;
   number.isComplete = count <= mostSafeDigits;
   number.end = cursor;
   return true;
@@ -139,12 +182,6 @@ constexpr const char* nameOfReal<float> = "a float";
 template <>
 constexpr const char* nameOfReal<long double> = "a long double";
 
-template <class Integer>
-std::string nameOf() {
-  return std::string(std::is_signed_v<Integer> ? "a signed integer of " : "an unsigned integer of ") +
-         std::to_string(sizeof(Integer) * 8) + " bits";
-}
-
 }  // namespace
 
 std::string_view JSONReader::peekNumber() {
@@ -172,7 +209,22 @@ void JSONReader::failNumber(const char* position) {
 template <class Integer>
 void JSONReader::readInteger(Integer& value) {
   const char first = next();
-  if (first != '-' && !isDigit(first)) failMismatch("an integer");
+  const bool isNegative = first == '-';
+  const char* const start = cursor_ + (isNegative ? 1 : 0);
+  std::uint64_t digits = 0;
+  const char* const end = passDigits(start, end_, digits);
+  const auto most = static_cast<std::uint64_t>(std::numeric_limits<Integer>::max());
+  const std::uint64_t limit = !isNegative ? most : (std::is_signed_v<Integer> ? most + 1 : 0);
+  const bool isPlain = start < end && end - start <= mostSafeDigits && (*start != '0' || end - start == 1) &&
+                       digits <= limit && (end == end_ || (*end != '.' && (*end | 0x20) != 'e'));
+  if (!isPlain) digits = readUnusualInteger(limit, sizeof(Integer) * 8, std::is_signed_v<Integer>);
+  if (isPlain) cursor_ = end;
+  value = static_cast<Integer>(isNegative ? ~digits + 1 : digits);
+}
+
+/// The magnitude of an integer that is long, or written with a point or an exponent, or none at all.
+std::uint64_t JSONReader::readUnusualInteger(std::uint64_t limit, std::size_t bits, bool isSigned) {
+  if (*cursor_ != '-' && !isDigit(next())) failMismatch("an integer");
   const char* const start = cursor_;
   Decimal number{};
   if (!parse(start, end_, number)) failNumber(number.end);
@@ -181,16 +233,14 @@ void JSONReader::readInteger(Integer& value) {
   if (!number.isInteger) {
     fits = takeWholeReal(start, number.end, digits);
   } else if (!number.isComplete) {
-    const char* const firstDigit = start + (number.isNegative ? 1 : 0);
-    fits = std::from_chars(firstDigit, number.end, digits).ec == std::errc();
+    fits = std::from_chars(start + (number.isNegative ? 1 : 0), number.end, digits).ec == std::errc();
   }
-  const auto most = static_cast<std::uint64_t>(std::numeric_limits<Integer>::max());
-  const std::uint64_t limit = !number.isNegative ? most : (std::is_signed_v<Integer> ? most + 1 : 0);
   if (!fits || digits > limit) {
-    failAt(start, "the number " + shortened(start, number.end) + " does not fit into " + nameOf<Integer>());
+    failAt(start, "the number " + shortened(start, number.end) + " does not fit into " +
+                      (isSigned ? "a signed" : "an unsigned") + " integer of " + std::to_string(bits) + " bits");
   }
-  value = static_cast<Integer>(number.isNegative ? ~digits + 1 : digits);
   cursor_ = number.end;
+  return digits;
 }
 
 /// An integer may be written with a point or an exponent, as long as it is whole. False when 64 bits are too few.
@@ -219,6 +269,18 @@ void JSONReader::readReal(Real& value) {
   }
   cursor_ = number.end;
 }
+
+template <class Integer>
+void JSONReader::decodeInteger(JSONReader& reader, void* value) {
+  reader.readInteger(*static_cast<Integer*>(value));
+}
+
+void JSONReader::decodeDouble(JSONReader& reader, void* value) { reader.readReal(*static_cast<double*>(value)); }
+
+template void JSONReader::decodeInteger<std::int32_t>(JSONReader&, void*);
+template void JSONReader::decodeInteger<std::uint32_t>(JSONReader&, void*);
+template void JSONReader::decodeInteger<std::int64_t>(JSONReader&, void*);
+template void JSONReader::decodeInteger<std::uint64_t>(JSONReader&, void*);
 
 template void JSONReader::readInteger(std::int8_t&);
 template void JSONReader::readInteger(std::int16_t&);

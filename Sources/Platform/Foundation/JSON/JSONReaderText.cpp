@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 #include "Platform/Foundation/JSON/Internal/JSONScan.hpp"
@@ -42,6 +43,16 @@ void appendUTF8(std::string& text, std::uint32_t character) {
   }
 }
 
+/// What a letter behind a backslash stands for; NUL for one that stands for nothing.
+constexpr std::array<char, 256> escapes = [] {
+  std::array<char, 256> table{};
+  constexpr std::string_view letters = "\"\\/bfnrt";
+  constexpr std::string_view characters = "\"\\/\b\f\n\r\t";
+  for (std::size_t index = 0; index < letters.size(); ++index)
+    table[static_cast<unsigned char>(letters[index])] = characters[index];
+  return table;
+}();
+
 bool isHighSurrogate(std::uint32_t unit) { return unit >= 0xD800 && unit < 0xDC00; }
 bool isLowSurrogate(std::uint32_t unit) { return unit >= 0xDC00 && unit < 0xE000; }
 
@@ -70,9 +81,18 @@ std::string_view JSONReader::readKey(std::string& unescaped) {
 
 void JSONReader::readString(std::string& value) {
   if (next() != '"') failMismatch("a string");
+  const char* const start = cursor_ + 1;
+  const PlainText plain = passPlainText(start, end_);
+  if (plain.isASCII && plain.end < end_ && *plain.end == '"') {
+    value.assign(start, static_cast<std::size_t>(plain.end - start));
+    cursor_ = plain.end + 1;
+    return;
+  }
   const std::string_view text = readRawString(value);
   if (text.data() != value.data()) value.assign(text);
 }
+
+void JSONReader::decodeString(JSONReader& reader, void* value) { reader.readString(*static_cast<std::string*>(value)); }
 
 /// Appends what follows up to the closing quote, beginning with an escape.
 void JSONReader::unescape(std::string& value) {
@@ -92,8 +112,6 @@ void JSONReader::unescape(std::string& value) {
 }
 
 void JSONReader::unescapeCharacter(std::string& value) {
-  static constexpr std::string_view letters = "\"\\/bfnrt";
-  static constexpr std::string_view characters = "\"\\/\b\f\n\r\t";
   const char* const start = cursor_++;
   const char letter = cursor_ < end_ ? *cursor_ : '\0';
   if (letter == 'u') {
@@ -101,9 +119,9 @@ void JSONReader::unescapeCharacter(std::string& value) {
     unescapeUnicode(start, value);
     return;
   }
-  const std::size_t which = letters.find(letter);
-  if (which == std::string_view::npos) failAt(start, "the text is not JSON: this escape does not exist");
-  value.push_back(characters[which]);
+  const char character = escapes[static_cast<unsigned char>(letter)];
+  if (character == '\0') failAt(start, "the text is not JSON: this escape does not exist");
+  value.push_back(character);
   ++cursor_;
 }
 
