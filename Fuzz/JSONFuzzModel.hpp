@@ -12,7 +12,6 @@
 #include "Platform/Foundation/JSON/JSONDecoder.hpp"
 #include "Platform/Foundation/JSON/JSONEncoder.hpp"
 #include "Platform/Foundation/JSON/JSONValue.hpp"
-#include "TestSupport/JSONReadBack.hpp"
 
 namespace platform::fuzz {
 
@@ -21,13 +20,11 @@ enum class Colour { red, green, blue };
 /// Read and written by value.
 enum class Weight : std::uint8_t { light = 1, heavy = 200 };
 
-/// A value without model, and a coding of its own. Equal when the right one is the left one read again.
+/// A value without model, and a coding of its own.
 struct Free {
   JSONValue value;
 
-  friend bool operator==(const Free& before, const Free& after) {
-    return corvane::testing::readsBack(before.value, after.value);
-  }
+  friend bool operator==(const Free&, const Free&) = default;
 };
 
 struct Point {

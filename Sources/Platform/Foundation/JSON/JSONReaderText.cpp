@@ -119,6 +119,7 @@ void JSONReader::unescapeCharacter(std::string& value) {
     unescapeUnicode(start, value);
     return;
   }
+  if (cursor_ == end_) failToFind("the rest of an escape");
   const char character = escapes[static_cast<unsigned char>(letter)];
   if (character == '\0') failAt(start, "the text is not JSON: this escape does not exist");
   value.push_back(character);

@@ -1,6 +1,7 @@
 #include "Platform/Foundation/JSON/JSONValue.hpp"
 
 #include <charconv>
+#include <cmath>
 #include <system_error>
 
 #include "Platform/Foundation/JSON/JSONReader.hpp"
@@ -34,6 +35,17 @@ JSONValue readNumber(JSONReader& reader) {
   double number = 0;
   reader.readReal(number);
   return number;
+}
+
+/// Whether a value is an integer that a double equals exactly.
+bool equalsInteger(double real, const JSONValue& value) {
+  // Beyond this bound, 2^63 or 2^64, a double does not convert to the integer.
+  if (const auto integer = value.integer()) {
+    return real >= -0x1p63 && real < 0x1p63 && std::floor(real) == real && static_cast<std::int64_t>(real) == *integer;
+  }
+  const auto integer = value.unsignedInteger();
+  return integer && real >= 0 && real < 0x1p64 && std::floor(real) == real &&
+         static_cast<std::uint64_t>(real) == *integer;
 }
 
 JSONValue::Array readArray(JSONReader& reader) {
@@ -95,7 +107,13 @@ const JSONValue& JSONValue::operator[](std::size_t index) const {
   return elements && index < elements->size() ? (*elements)[index] : nullValue();
 }
 
-bool operator==(const JSONValue& left, const JSONValue& right) { return left.value_ == right.value_; }
+bool operator==(const JSONValue& left, const JSONValue& right) {
+  if (left.value_.index() == right.value_.index()) return left.value_ == right.value_;
+  const auto* const leftReal = std::get_if<double>(&left.value_);
+  const auto* const rightReal = std::get_if<double>(&right.value_);
+  if (leftReal) return equalsInteger(*leftReal, right);
+  return rightReal && equalsInteger(*rightReal, left);
+}
 
 JSONValue JSONCoding<JSONValue>::decode(JSONReader& reader) {
   switch (reader.kind()) {

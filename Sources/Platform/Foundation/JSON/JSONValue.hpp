@@ -119,7 +119,7 @@ class CORVANE_API JSONValue {
     return (*this)[static_cast<std::size_t>(index)];
   }
 
-  /// Integers compare by value; an integer never equals a double.
+  /// Numbers compare by value, however they are kept.
   friend CORVANE_API bool operator==(const JSONValue& left, const JSONValue& right);
 
  private:

@@ -9,7 +9,6 @@
 #include "Platform/Foundation/JSON/JSONDecoder.hpp"
 #include "Platform/Foundation/JSON/JSONEncoder.hpp"
 #include "Platform/Foundation/JSON/JSONValue.hpp"
-#include "TestSupport/JSONReadBack.hpp"
 
 namespace platform::json_conformance {
 
@@ -113,7 +112,7 @@ TEST_P(JSONAcceptanceTest, writesAFreeValueSoThatItReadsTheSameAgain) {
     const Data written = JSONEncoder{}.encode(value);
 
     const JSONValue again = JSONDecoder{}.decode<JSONValue>(written);
-    EXPECT_TRUE(corvane::testing::readsBack(value, again)) << name << ": " << written.view();
+    EXPECT_TRUE(value == again) << name << ": " << written.view();
     EXPECT_EQ(JSONEncoder{}.encode(again).view(), written.view()) << name;
   }
 }
