@@ -9,16 +9,22 @@ A code block is tied to a source by a comment on the line before it:
     ```
 
 Its lines must stand in that file, one after the other, as they are; the indentation may differ as a whole.
+
+What an example prints is marked with `<!-- output of NAME -->` and checked when the folder of the programs is given:
+
+    Scripts/check_docs.py --programs build/dev/Examples
 """
 
+import argparse
 import pathlib
 import re
+import subprocess
 import sys
 import textwrap
 import urllib.parse
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
-MARK = re.compile(r"^<!-- from (\S+) -->$")
+MARK = re.compile(r"^<!-- (from|output of) (\S+) -->$")
 LINK = re.compile(r"!?\[[^\]]*\]\(([^)\s]+)\)")
 FENCE = re.compile(r"^\s*```")
 
@@ -49,7 +55,7 @@ def parts(text):
             block.append(line)
         else:
             match = MARK.match(line.strip())
-            mark = match.group(1) if match else (mark if not line.strip() else None)
+            mark = match.groups() if match else (mark if not line.strip() else None)
             prose.append((number, line))
     return prose, blocks
 
@@ -83,19 +89,36 @@ def check_block(page, number, source, block):
     return None
 
 
-def check_page(page):
+def check_output(page, number, example, block, programs):
+    where = f"{page.relative_to(ROOT)}:{number}"
+    program = programs / f"example_{example}"
+    if not program.is_file():
+        return f"{where}: there is no program {program}"
+    printed = subprocess.run([program], stdout=subprocess.PIPE, check=True, timeout=60).stdout.decode()
+    if not stands_in(block, printed.splitlines()):
+        return f"{where}: {program.name} prints something else:\n{printed}"
+    return None
+
+
+def check_page(page, programs):
     prose, blocks = parts(page.read_text(encoding="utf-8"))
     for number, line in prose:
         for link in LINK.findall(re.sub(r"`[^`]*`", "", line)):
             yield check_link(page, number, link)
-    for number, source, block in blocks:
-        if source:
-            yield check_block(page, number, source, block)
+    for number, mark, block in blocks:
+        kind, name = mark or (None, None)
+        if kind == "from":
+            yield check_block(page, number, name, block)
+        elif kind and programs:
+            yield check_output(page, number, name, block, programs)
 
 
 def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--programs", type=pathlib.Path, help="where the examples were built")
+    programs = parser.parse_args().programs
     pages = [p for p in sorted(ROOT.rglob("*.md")) if p.relative_to(ROOT).parts[0] != "build"]
-    found = [problem for page in pages for problem in check_page(page) if problem]
+    found = [problem for page in pages for problem in check_page(page, programs) if problem]
     for problem in found:
         print(problem)
     sys.exit(1 if found else 0)
