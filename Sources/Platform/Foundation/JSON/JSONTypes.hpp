@@ -76,6 +76,11 @@ T placeholderOfModel(TypeList<Types...>, std::type_identity<T>) {
   return T{placeholder<std::remove_const_t<Types>>()...};
 }
 
+template <class T, std::size_t... indices>
+T placeholderOfArray(std::index_sequence<indices...>) {
+  return {(static_cast<void>(indices), placeholder<typename T::value_type>())...};
+}
+
 template <class T>
 T placeholder() {
   if constexpr (HasPlaceholder<T>) {
@@ -84,6 +89,10 @@ T placeholder() {
     return T{};
   } else if constexpr (Model<T>) {
     return placeholderOfModel(MemberTypes<T>(), std::type_identity<T>());
+  } else if constexpr (isVariant<T>) {
+    return T(std::in_place_index<0>, placeholder<std::variant_alternative_t<0, T>>());
+  } else if constexpr (isArray<T>) {
+    return placeholderOfArray<T>(std::make_index_sequence<std::tuple_size_v<T>>());
   } else {
     static_assert(
         requires { T{}; },

@@ -1,8 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <array>
+#include <map>
 #include <optional>
 #include <random>
 #include <string>
+#include <variant>
 #include <vector>
 
 #include "Platform/Foundation/JSON/JSONTesting.hpp"
@@ -74,6 +77,23 @@ TEST(JSONURLTest, standsInModelsAlthoughThereIsNoDefaultOne) {
 
 TEST(JSONURLTest, isReadAsTheWholeDocumentToo) {
   EXPECT_EQ(decoded<URL>(R"("https://example.com/")"), URL("https://example.com/"));
+}
+
+TEST(JSONURLTest, standsInArraysMapsAndVariants) {
+  using Either = std::variant<URL, int>;
+  struct Links {
+    std::array<URL, 2> pair;
+    std::map<std::string, Link> named;
+    Either either;
+    std::vector<Either> list;
+    std::vector<Link> links;
+  };
+
+  const auto links = decoded<Links>(R"({"pair":["a","b"],"named":{"n":{"url":"c","others":[]}},"either":"d",
+                                       "list":[1,"e"],"links":[{"url":"f","others":["g"]}]})");
+
+  EXPECT_EQ(encoded(links), R"({"pair":["a","b"],"named":{"n":{"url":"c","others":[]}},"either":"d","list":[1,"e"],)"
+                            R"("links":[{"url":"f","others":["g"]}]})");
 }
 
 TEST(JSONURLTest, tellsWhatIsWrongWithTheText) {
