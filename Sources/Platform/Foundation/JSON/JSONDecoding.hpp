@@ -227,7 +227,9 @@ void decodeInteger(JSONReader& reader, T& value) {
 template <class T>
 void decode(JSONReader& reader, T& value) {
   if constexpr (DecodesItself<T>) {
+    const std::size_t start = reader.position();
     value = JSONCoding<T>::decode(reader);
+    if (reader.position() == start) reader.skip();
   } else if constexpr (std::same_as<T, bool>) {
     reader.readBoolean(value);
   } else if constexpr (Integer<T>) {

@@ -131,7 +131,9 @@ void encodeName(JSONWriter& writer, const T& value) {
 template <class T>
 void encode(JSONWriter& writer, const T& value) {
   if constexpr (EncodesItself<T>) {
+    const std::size_t start = writer.count();
     JSONCoding<T>::encode(value, writer);
+    if (writer.count() == start) writer.fail("the coding of the type wrote no value");
   } else if constexpr (std::same_as<T, bool>) {
     writer.writeBoolean(value);
   } else if constexpr (Integer<T>) {

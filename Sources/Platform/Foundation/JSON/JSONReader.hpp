@@ -46,6 +46,11 @@ class CORVANE_API JSONReader {
   void skip();
   /// Reads a null, if that comes next.
   bool takeNull();
+  /// Where the next value starts, in bytes from the start of the document; behind the last value, where that ends.
+  std::size_t position() {
+    next();
+    return static_cast<std::size_t>(cursor_ - begin_);
+  }
 
   /// `DecodingError::dataCorrupted` for the value that comes next or was just read.
   [[noreturn]] void fail(std::string problem) const;
@@ -157,7 +162,8 @@ class CORVANE_API JSONReader {
 ///       if (object.key() == "amount") amount = reader.decode<double>();
 ///     }
 ///
-/// A value that is not read is skipped. Where a key stands twice, both are seen.
+/// A value that is not read is skipped. Where a key stands twice, both are seen. Go through to the last member:
+/// leaving early leaves the reader inside of the object.
 class CORVANE_API JSONReader::Object {
  public:
   /// Requires that an object comes next, else throws.

@@ -94,9 +94,22 @@ void JSONWriter::writeString(std::string_view text) {
   cursor_ = out;
 }
 
+/// The inside of an object, whose place ends with it also when something is thrown.
+class JSONWriter::Level {
+ public:
+  Level(JSONWriter& writer, Place& place) : writer_(writer), place_(place) { writer.open('{', place); }
+  ~Level() { writer_.close('}', place_); }
+  Level(const Level&) = delete;
+  Level& operator=(const Level&) = delete;
+
+ private:
+  JSONWriter& writer_;
+  Place& place_;
+};
+
 void JSONWriter::writeFields(const EncodingShape& shape, const void* const* fields) {
   Place place;
-  open('{', place);
+  const Level level(*this, place);
   place.step = Place::Step::key;
   bool isFirst = true;
   std::size_t index = 0;
@@ -108,7 +121,6 @@ void JSONWriter::writeFields(const EncodingShape& shape, const void* const* fiel
     place.key = key.name();
     key.type->encode(*this, field);
   }
-  close('}', place);
 }
 
 // Containers

@@ -32,6 +32,8 @@ class CORVANE_API JSONWriter {
   template <class T>
   void encode(const T& value);
 
+  /// How many bytes were written.
+  std::size_t count() const { return static_cast<std::size_t>(cursor_ - buffer_.view().data()); }
   /// `EncodingError` for the value that is being written.
   [[noreturn]] void fail(std::string problem) const;
 
@@ -56,7 +58,7 @@ class CORVANE_API JSONWriter {
   /// A date by the strategy; see `JSONReader::readTime`.
   void writeTime(std::int64_t count, std::int64_t numerator, std::int64_t denominator);
   void writeFields(const EncodingShape& shape, const void* const* fields);
-  /// What was written. Ends the use of this writer; fails when that was not one value.
+  /// What was written. Ends the use of this writer.
   Data finish();
 
  private:
@@ -68,6 +70,8 @@ class CORVANE_API JSONWriter {
     std::size_t index = 0;
     Step step = Step::none;
   };
+
+  class Level;
 
   /// Room for that many bytes at the cursor, and behind them for all closing brackets.
   char* need(std::size_t count) {
