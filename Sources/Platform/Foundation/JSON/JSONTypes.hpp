@@ -61,7 +61,8 @@ concept SystemTime = requires(const T& time, const typename T::duration& duratio
 
 /// A plain struct, seen from outside; its members are checked when it is used.
 template <class T>
-concept Model = std::is_class_v<T> && std::is_aggregate_v<T> && !isArray<T> && !Sequence<T> && !TextMap<T>;
+concept Model = std::is_class_v<T> && std::is_aggregate_v<T> && !isArray<T> && !Sequence<T> && !TextMap<T> &&
+                !std::same_as<T, Anything>;
 
 /// An enumeration that any number of its underlying type is a value of.
 template <class T>

@@ -1,0 +1,91 @@
+#include "Corvane/Request/JSONReference.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <vector>
+
+#include "Corvane/Corvane.hpp"
+#include "TestSupport/TemporaryDirectory.hpp"
+
+namespace corvane {
+namespace {
+
+struct Point {
+  int x = 0;
+  int y = 0;
+};
+struct Holder {
+  std::string name;
+  JSONReference content;
+};
+
+static_assert(velisand::JSONEncodable<JSONReference> && velisand::DataRepresentable<JSONReference>);
+static_assert(velisand::JSONEncodable<EmptyJSON> && velisand::JSONDecodable<EmptyJSON>);
+static_assert(velisand::DataInitializable<EmptyJSON> && velisand::DataRepresentable<EmptyJSON>);
+static_assert(!std::convertible_to<Data, JSONReference>);
+
+TEST(JSONReferenceTest, isWrittenAsTheValueItself) {
+  const JSONReference reference = Point{1, 2};
+
+  EXPECT_EQ(reference.asData(), JSONEncoder().encode(Point{1, 2}));
+  EXPECT_EQ(jsonEncoder().encode(std::vector<JSONReference>{reference, 3, std::string("a")}).view(),
+            R"([{"x":1,"y":2},3,"a"])");
+  EXPECT_EQ(jsonEncoder().encode(Holder{"n", reference}).view(), R"({"name":"n","content":{"x":1,"y":2}})");
+}
+
+TEST(JSONReferenceTest, givesItsValueBack) {
+  const JSONReference reference = Point{1, 2};
+
+  ASSERT_TRUE(reference.as<Point>());
+  EXPECT_EQ(reference.as<Point>()->y, 2);
+  EXPECT_FALSE(reference.as<int>());
+  EXPECT_EQ(reference.asJSON(), JSONValue(JSONObject{{"x", 1}, {"y", 2}}));
+}
+
+TEST(JSONReferenceTest, sharesItsValueWithItsCopies) {
+  const JSONReference reference = std::string("long enough to be copied somewhere else");
+
+  const JSONReference copy = reference;
+
+  EXPECT_EQ(copy.as<std::string>(), reference.as<std::string>());
+}
+
+TEST(JSONReferenceTest, throwsWhatTheEncoderThrows) {
+  const JSONReference reference = std::vector<double>{1, INFINITY};
+
+  EXPECT_THROW(reference.asData(), EncodingError);
+  EXPECT_THROW(reference.asJSON(), EncodingError);
+}
+
+TEST(EmptyJSONTest, isMadeOfAnyDocument) {
+  for (const char* const text : {"{}", "[]", "null", "7", "\"text\"", R"({"a":[1,{"b":null}]})", " [1] "})
+    EXPECT_EQ(velisand::fromJSON<EmptyJSON>(Data(text)), EmptyJSON()) << text;
+}
+
+TEST(EmptyJSONTest, isNotMadeOfWhatIsNoDocument) {
+  for (const char* const text : {"", "{", "nul", "[1,]", "{} x"})
+    EXPECT_THROW(EmptyJSON{Data(text)}, DecodingError) << text;
+}
+
+TEST(EmptyJSONTest, isWrittenAsAnEmptyObject) {
+  EXPECT_EQ(EmptyJSON().asData(), Data("{}"));
+  EXPECT_EQ(jsonEncoder().encode(std::vector<EmptyJSON>(2)), Data("[{},{}]"));
+}
+
+TEST(EmptyJSONTest, isMadeOfAFile) {
+  const testing::TemporaryDirectory directory;
+  const std::string path = directory.write("empty.json", "[1, 2]");
+
+  EXPECT_EQ(EmptyJSON(URL::file(path)), EmptyJSON());
+  EXPECT_THROW(EmptyJSON(URL::file(path + "x")), Error);
+  EXPECT_THROW(EmptyJSON(URL("http://127.0.0.1/a")), Error);
+}
+
+TEST(SharedCodersTest, areMadeOnce) {
+  EXPECT_EQ(&jsonEncoder(), &jsonEncoder());
+  EXPECT_EQ(&jsonDecoder(), &jsonDecoder());
+}
+
+}  // namespace
+}  // namespace corvane
