@@ -219,6 +219,12 @@ union Exemplar {
   char nothing;
   T value;
 };
+#if defined(__clang__)
+#pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Wundefined-var-template"
+// Said of models that are local to a source file.
+#pragma clang diagnostic ignored "-Wundefined-internal"
+#endif
 template <class T>
 extern const Exemplar<T> exemplar;
 
@@ -235,10 +241,6 @@ constexpr std::string_view nameOfMember() {
   return text.substr(text.find_last_of(":.") + 1);
 }
 
-#if defined(__clang__)
-#pragma clang diagnostic push
-#pragma clang diagnostic ignored "-Wundefined-var-template"
-#endif
 template <class T>
 constexpr std::array<const void*, memberCount<T>> addressesOfMembers() {
   return visitMembers(exemplar<T>.value,
