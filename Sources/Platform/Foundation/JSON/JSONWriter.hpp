@@ -31,6 +31,7 @@ class CORVANE_API JSONWriter {
   /// Writes a value of any type that has a form in JSON.
   template <class T>
   void encode(const T& value);
+  void encode(const char* text) { writeString(text); }
 
   /// How many bytes were written.
   std::size_t count() const { return static_cast<std::size_t>(cursor_ - buffer_.view().data()); }
