@@ -10,6 +10,16 @@ if(NOT output MATCHES "error: [^\n]*${EXPECTED}")
   message(FATAL_ERROR "The compiler refuses ${SOURCE}, but no error says '${EXPECTED}':\n${output}")
 endif()
 
+# GCC tells the arguments of a failed check in a note, two lines below the error.
+string(REGEX MATCH "error: [^\n]*${EXPECTED}[^\n]*(\n[^\n]*)?(\n[^\n]*)?(\n[^\n]*)?" sentence "${output}")
+string(REPLACE ", " ";" names "${NAMES}")
+foreach(name IN LISTS names)
+  string(FIND "${sentence}" "${name}" place)
+  if(place EQUAL -1)
+    message(FATAL_ERROR "The compiler refuses ${SOURCE}, but the error does not name '${name}':\n${output}")
+  endif()
+endforeach()
+
 file(READ "${SOURCE}" text)
 if(text MATCHES "CORVANE_CORRECT")
   execute_process(COMMAND ${command} -DCORVANE_CORRECT "${SOURCE}"

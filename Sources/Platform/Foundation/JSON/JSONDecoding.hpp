@@ -43,14 +43,18 @@ constexpr bool canBeDecoded() {
 }
 
 template <class Model, auto member, class Type>
-inline constexpr bool canDecodeMember = canBeDecoded<Type>();
+inline constexpr bool canOverwriteMember = !std::is_const_v<Type>;
+template <class Model, auto member, class Type>
+inline constexpr bool canDecodeMember = canBeDecoded<std::remove_const_t<Type>>();
 
 /// The compiler shows the arguments when the check fails.
 template <class Model, auto member, class Type>
 constexpr bool checkMemberCanBeDecoded() {
+  static_assert(canOverwriteMember<Model, member, Type>,
+                "JSON cannot be decoded into this member of this model, which is const");
   static_assert(canDecodeMember<Model, member, Type>,
                 "JSON cannot be decoded into this member of this model: give its type a JSONCoding with `decode`");
-  return canDecodeMember<Model, member, Type>;
+  return canOverwriteMember<Model, member, Type> && canDecodeMember<Model, member, Type>;
 }
 
 template <class T>
@@ -282,9 +286,13 @@ concept JSONReadable = detail::canBeDecoded<T>();
 template <class T>
 T JSONReader::decode() {
   static_assert(JSONReadable<T>, "JSON cannot be decoded into this type: give it a JSONCoding with `decode`");
-  auto value = detail::placeholder<T>();
-  detail::decode(*this, value);
-  return value;
+  if constexpr (JSONReadable<T>) {
+    auto value = detail::placeholder<T>();
+    detail::decode(*this, value);
+    return value;
+  } else {
+    return detail::valueOfNoType<T>();
+  }
 }
 
 }  // namespace platform

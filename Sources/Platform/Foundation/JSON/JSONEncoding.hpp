@@ -182,7 +182,7 @@ concept JSONWritable = detail::canBeEncoded<T>();
 template <class T>
 void JSONWriter::encode(const T& value) {
   static_assert(JSONWritable<T>, "This type cannot be encoded as JSON: give it a JSONCoding with `encode`");
-  detail::encode(*this, value);
+  if constexpr (JSONWritable<T>) detail::encode(*this, value);
 }
 
 }  // namespace platform

@@ -68,6 +68,16 @@ concept Model = std::is_class_v<T> && std::is_aggregate_v<T> && !isArray<T> && !
 template <class T>
 concept EnumerationByValue = std::is_enum_v<T> && requires { T{std::underlying_type_t<T>(0)}; };
 
+template <class T>
+constexpr bool canBeDecoded();
+
+template <class T>
+inline constexpr bool hasInitialValue = requires { T{}; };
+
+/// Stands where the compiler has complained already.
+template <class T>
+T valueOfNoType();
+
 /// A value to decode into. Members are set one by one, as nothing but their types is known.
 template <class T>
 T placeholder();
@@ -95,9 +105,9 @@ T placeholder() {
   } else if constexpr (isArray<T>) {
     return placeholderOfArray<T>(std::make_index_sequence<std::tuple_size_v<T>>());
   } else {
-    static_assert(
-        requires { T{}; },
-        "A type that JSON is decoded into has a default constructor, or a `placeholder()` in its JSONCoding");
+    static_assert(hasInitialValue<T> || !canBeDecoded<T>(),
+                  "A type that JSON is decoded into has a default constructor, or a `placeholder()` in its JSONCoding");
+    return valueOfNoType<T>();
   }
 }
 
@@ -124,12 +134,17 @@ constexpr bool renamesOnlyMembers() {
   return true;
 }
 
+template <class T>
+inline constexpr bool hasNoBase = !hasBase<T>;
+template <class T>
+inline constexpr bool hasFewEnoughMembers = memberCount<T> <= mostMembers;
+
 /// What a model must fulfil to be taken apart.
 template <class T>
 constexpr bool checkModel() {
-  static_assert(!hasBase<T>, "A JSON model has no base class, or a JSONCoding of its own");
-  static_assert(memberCount<T> <= mostMembers, "A JSON model has at most 64 members, or a JSONCoding of its own");
-  if constexpr (!hasBase<T> && memberCount<T> <= mostMembers) {
+  static_assert(hasNoBase<T>, "A JSON model has no base class, or a JSONCoding of its own");
+  static_assert(hasFewEnoughMembers<T>, "A JSON model has at most 64 members, or a JSONCoding of its own");
+  if constexpr (hasNoBase<T> && hasFewEnoughMembers<T>) {
     static_assert(renamesOnlyMembers<T>(), "`keys` of a JSONCoding names a member that the model does not have");
     return renamesOnlyMembers<T>();
   }
@@ -145,7 +160,9 @@ template <class Model, std::size_t index>
 constexpr auto memberName() {
   constexpr std::string_view text = memberNames<Model>[index];
   MemberName<text.size()> name;
-  for (std::size_t place = 0; place < text.size(); ++place) name.text[place] = text[place];
+  // Clang shows as text only what was written to the last character.
+  for (std::size_t place = 0; place <= text.size(); ++place)
+    name.text[place] = place < text.size() ? text[place] : '\0';
   return name;
 }
 

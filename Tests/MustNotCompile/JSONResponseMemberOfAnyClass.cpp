@@ -1,0 +1,27 @@
+// expect: JSON cannot be decoded into this member of this model: give its type a JSONCoding with `decode`
+// names: app::Profile, "avatar", app::Picture
+#include "Corvane/Corvane.hpp"
+
+using namespace corvane;
+
+namespace app {
+class Picture {
+ public:
+  explicit Picture(int width) : width_(width) {}
+
+ private:
+  int width_;
+};
+struct Profile {
+  std::string name;
+#ifdef CORVANE_CORRECT
+  int avatar;
+#else
+  Picture avatar;
+#endif
+};
+}  // namespace app
+
+void use() {
+  JSONGetRequest<app::Profile>("https://example.com").send(std::nullopt, [](auto) {});
+}
