@@ -18,13 +18,14 @@ bool isWhiteSpace(char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\
 
 }  // namespace
 
-JSONReader::JSONReader(const Data& document, const JSONStrategies& strategies)
-    : cursor_(document.view().data()),
-      begin_(cursor_),
-      end_(begin_ + document.count()),
+JSONReader::JSONReader(Data document, const JSONStrategies& strategies)
+    : document_(std::move(document)),
+      begin_(document_.view().data()),
+      end_(begin_ + document_.count()),
+      cursor_(begin_),
       valueStart_(begin_),
       strategies_(strategies) {
-  if (document.view().starts_with(mark)) cursor_ += mark.size();
+  if (document_.view().starts_with(mark)) cursor_ += mark.size();
 }
 
 char JSONReader::nextBehindWhiteSpace() {

@@ -32,8 +32,8 @@ class CORVANE_API JSONReader {
 
   using Kind = JSONKind;
 
-  /// Requires: `document` outlives this and is not changed.
-  explicit JSONReader(const Data& document, const JSONStrategies& strategies = {});
+  /// Keeps the document, which is shared and not copied.
+  explicit JSONReader(Data document, const JSONStrategies& strategies = {});
   JSONReader(const JSONReader&) = delete;
   JSONReader& operator=(const JSONReader&) = delete;
 
@@ -146,9 +146,10 @@ class CORVANE_API JSONReader {
   [[noreturn]] void failToFind(std::string_view expected);
   [[noreturn]] void failNumber(const char* position);
 
-  const char* cursor_;
+  const Data document_;
   const char* const begin_;
   const char* const end_;
+  const char* cursor_;
   const Place* place_ = nullptr;
   std::size_t depth_ = 0;
   /// Where the value starts that was gone to last.
