@@ -75,7 +75,7 @@ BodyDescription describeBody(const Self& self) {
   using Body = typename Self::Body;
   BodyDescription description{.contentType = read(&Self::contentType, self), .bytes = {}, .contentEncoding = {}};
   const Body& body = read(&Self::body, self);
-  if constexpr (std::derived_from<Self, JSONBodyMixin>) {
+  if constexpr (std::derived_from<Self, JSONBodyMixin> && !velisand::detail::OffersData<Body>) {
     description.bytes = velisand::asJSON(body);
   } else {
     description.bytes = velisand::asData(body);
