@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Compiles each public header alone, twice: with the third-party libraries poisoned, so that none of them can
-# be needed; and with min and max as macros, as some systems' headers define them.
+# be needed; and with min and max as macros, as some systems' headers define them. Adapters (check_layers.py) are
+# compiled with the library that they are for, where it is installed.
 #
 #   Scripts/check_headers.sh [HEADER...]      paths from Sources; default: all public headers
 set -euo pipefail
@@ -10,9 +11,9 @@ compiler=${CXX:-g++}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-libraries='curl|openssl|boost|spdlog|fmt|simdjson|zlib\.h|zconf\.h'
+libraries='curl|openssl|boost|spdlog|fmt|simdjson|nlohmann|zlib\.h|zconf\.h'
 for header in curl/curl.h openssl/{ssl,x509,evp,err,crypto,types}.h zlib.h spdlog/spdlog.h fmt/{core,format}.h \
-  boost/{url,pfr,asio,config}.hpp boost/system/error_code.hpp simdjson.h; do
+  boost/{url,pfr,asio,config}.hpp boost/system/error_code.hpp boost/json.hpp nlohmann/json.hpp simdjson.h; do
   mkdir -p "$work/poison/$(dirname "$header")"
   echo "#error \"a public header needs $header\"" >"$work/poison/$header"
 done
@@ -23,7 +24,7 @@ printf '#include <%s>\n' \
   coroutine cstddef cstdint cstring deque exception filesystem functional future initializer_list \
   iomanip iostream iterator latch limits list locale map memory mutex new numeric optional ostream \
   queue random ranges ratio regex semaphore set shared_mutex source_location span sstream stdexcept \
-  stop_token string string_view system_error thread tuple type_traits typeinfo unordered_map utility \
+  stop_token string string_view system_error thread tuple type_traits typeinfo unordered_map utility valarray \
   variant vector version >"$work/standard.hpp"
 cat >"$work/macros.hpp" <<'END'
 #define min(a, b) (((a) < (b)) ? (a) : (b))
@@ -34,8 +35,20 @@ export compiler work libraries
 export flags="-std=c++20 -fsyntax-only -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror -I."
 $compiler -std=c++20 -Wall -Wextra -Wpedantic -Wconversion -Wshadow -x c++-header "$work/standard.hpp"
 
-check() {
-  local header=$1 failed=0 read_files
+library_of_adapter() {
+  case "$1" in
+    */NlohmannCoding.hpp) echo nlohmann/json.hpp ;;
+    */BoostCoding.hpp) echo boost/json.hpp ;;
+  esac
+}
+check_alone() {
+  local header=$1 failed=0 read_files library
+  library=$(library_of_adapter "$header")
+  if [ -n "$library" ]; then
+    if $compiler $flags -x c++ -include "$header" /dev/null; then return 0; fi
+    echo "$header does not compile alone"
+    return 1
+  fi
   read_files=$(mktemp "$work/XXXXXX.d")
   if ! $compiler $flags -MD -MF "$read_files" -isystem "$work/poison" -x c++ -include "$header" /dev/null; then
     echo "$header does not compile alone, without third-party headers"
@@ -44,13 +57,23 @@ check() {
     echo "$header reads these headers of third parties"
     failed=1
   fi
+  return $failed
+}
+check() {
+  local header=$1 failed=0 library
+  library=$(library_of_adapter "$header")
+  if [ -n "$library" ] && ! echo "#include <$library>" | $compiler -std=c++20 -E -x c++ - >/dev/null 2>&1; then
+    echo "$header is not checked: there is no <$library>"
+    return 0
+  fi
+  check_alone "$header" || failed=1
   if ! $compiler $flags -include "$work/standard.hpp" -include "$work/macros.hpp" -include "$header" -x c++ /dev/null; then
     echo "$header does not compile where min and max are macros"
     failed=1
   fi
   return $failed
 }
-export -f check
+export -f library_of_adapter check_alone check
 
 if [ $# -gt 0 ]; then
   printf '%s\0' "$@"

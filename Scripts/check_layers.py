@@ -7,7 +7,7 @@ The rules, each also told by the message of its breach:
   - A layer includes only itself and what stands below it.
   - A third-party library is met only where the table below says.
   - A public header (outside of Internal/) includes no Internal header, no third-party header, and none of
-    the heavy standard headers.
+    the heavy standard headers. An adapter includes the library that it is for; nothing includes an adapter.
   - Headers do not include each other in a circle, nor do rooms (the folders of a layer).
   - File names are unique in the tree.
   - Every included file of this project exists, and is named by its path from the include root.
@@ -26,8 +26,16 @@ THIRD_PARTIES = [
     ("zlib", r"z(lib|conf)\.h$", [r"Corvane/ContentEncoding/Internal/", r"Platform/Loading/Internal/"]),
     ("spdlog", r"(spdlog|fmt)/", [r"Vantorel/.*\.cpp$"]),
     ("Boost", r"boost/", [r".*\.cpp$"]),
+    ("nlohmann", r"nlohmann/", [r".*\.cpp$"]),
     ("simdjson", r"simdjson", [r".*\.cpp$", r".*/Internal/"]),
 ]
+
+# Public headers that make another library's types fit ours. They are for users who have that library: nothing
+# of ours includes them.
+ADAPTERS = {
+    "Platform/Foundation/JSON/BoostCoding.hpp": "Boost",
+    "Platform/Foundation/JSON/NlohmannCoding.hpp": "nlohmann",
+}
 
 # Each costs every file that includes it more than what it gives there is worth.
 HEAVY = set(
@@ -62,10 +70,17 @@ def check_third_parties(file, line, name):
     for library, pattern, places in THIRD_PARTIES:
         if not re.match(pattern, name):
             continue
+        if ADAPTERS.get(file.path) == library:
+            return None
         if file.is_public:
             return f"{file.path}:{line}: a public header must not include {library} <{name}>"
         if not any(re.match(place, file.path) for place in places):
             return f"{file.path}:{line}: {library} <{name}> may be included only in {' or '.join(places)}"
+
+
+def check_adapters(file, line, name):
+    if name in ADAPTERS:
+        return f"{file.path}:{line}: <{name}> is an adapter, which only its users include"
 
 
 def check_public(file, line, name):
@@ -84,7 +99,7 @@ def check_file(file, files):
             yield f"{file.path}:{line}: there is no file {name}"
         elif quoted and not ours:
             yield f'{file.path}:{line}: "{name}" must be named by its path from the include root'
-        checks = [check_third_parties, check_public] + ([check_layers] if ours else [])
+        checks = [check_third_parties, check_adapters, check_public] + ([check_layers] if ours else [])
         yield from filter(None, (check(file, line, name) for check in checks))
 
 

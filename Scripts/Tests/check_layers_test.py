@@ -59,6 +59,25 @@ class CheckLayersTest(unittest.TestCase):
 
         self.assert_only(problems, "a public header must not include Boost")
 
+    def test_lets_an_adapter_include_its_own_library_only(self):
+        adapter = "Platform__Foundation__JSON__NlohmannCoding_dot_hpp"
+
+        self.assertEqual(self.problems(**{adapter: "#include <nlohmann/json.hpp>\n"}), [])
+        self.assert_only(self.problems(**{adapter: "#include <boost/json.hpp>\n"}), "must not include Boost")
+        self.assert_only(
+            self.problems(Platform__Foundation__JSON__A_dot_hpp="#include <nlohmann/json.hpp>\n"),
+            "must not include nlohmann",
+        )
+
+    def test_refuses_an_adapter_in_any_other_file(self):
+        for user in ("Corvane__Corvane_dot_hpp", "Platform__Foundation__JSON__A_dot_cpp"):
+            problems = self.problems(
+                Platform__Foundation__JSON__BoostCoding_dot_hpp="",
+                **{user: '#include "Platform/Foundation/JSON/BoostCoding.hpp"\n'},
+            )
+
+            self.assert_only(problems, "is an adapter, which only its users include")
+
     def test_refuses_an_internal_header_in_a_public_one(self):
         problems = self.problems(
             Platform__Loading__A_dot_hpp='#include "Platform/Loading/Internal/B.hpp"\n',

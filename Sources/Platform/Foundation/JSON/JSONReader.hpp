@@ -44,6 +44,8 @@ class CORVANE_API JSONReader {
   T decode();
   /// Passes over the value that comes next, which must be sound JSON nevertheless.
   void skip();
+  /// Passes over the value that comes next; its text, as it stands in the document and as long as that lives.
+  std::string_view readRaw();
   /// Reads a null, if that comes next.
   bool takeNull();
   /// Where the next value starts, in bytes from the start of the document; behind the last value, where that ends.

@@ -51,6 +51,13 @@ void JSONReader::skip() {
   depth_ = depth;
 }
 
+std::string_view JSONReader::readRaw() {
+  next();
+  const char* const start = cursor_;
+  skip();
+  return {start, static_cast<std::size_t>(cursor_ - start)};
+}
+
 void JSONReader::passScalar(char first, std::string& scratch) {
   switch (first) {
     case '"':

@@ -84,6 +84,16 @@ TEST(JSONReaderTest, takesANullWhereThereIsOne) {
   EXPECT_THAT(nulls, ElementsAre(true, false));
 }
 
+TEST(JSONReaderTest, handsOutTheTextOfAValue) {
+  const Data document(R"({"a": [1 , {"b":"]"} ] ,"c":-1.0e5 })");
+  JSONReader reader(document);
+  std::vector<std::string_view> texts;
+
+  for (JSONReader::Object object(reader); object.next();) texts.push_back(reader.readRaw());
+
+  EXPECT_THAT(texts, ElementsAre(R"([1 , {"b":"]"} ])", "-1.0e5"));
+}
+
 TEST(JSONReaderTest, tellsWhereItStands) {
   const Data document("  [1 , 22 ]  ");
   JSONReader reader(document);
