@@ -12,17 +12,22 @@ namespace platform::detail {
 
 inline constexpr std::size_t mostMembers = 64;
 
-/// Stands for an initialiser of any type.
+/// Stands for an initialiser of any type. Its conversion is never called; that it is defined spares types that are
+/// local to a source file an error of Clang.
 struct Anything {
   template <class T>
-  operator T() const;  // NOLINT(google-explicit-constructor)
+  operator T() const {  // NOLINT(google-explicit-constructor)
+    __builtin_trap();
+  }
 };
 /// Stands for an initialiser of a base class of `T`.
 template <class T>
 struct AnyBaseOf {
   template <class Base>
     requires(std::is_base_of_v<Base, T> && !std::is_same_v<Base, T>)
-  operator Base() const;  // NOLINT(google-explicit-constructor)
+  operator Base() const {  // NOLINT(google-explicit-constructor)
+    __builtin_trap();
+  }
 };
 
 template <class T, std::size_t... indices>
