@@ -40,7 +40,9 @@ JSONWriter::JSONWriter(const JSONStrategies& strategies) : strategies_(strategie
 void JSONWriter::grow(std::size_t count) {
   const auto used = cursor_ == nullptr ? 0 : static_cast<std::size_t>(cursor_ - buffer_.view().data());
   buffer_.resize(used);
-  buffer_.reserve(std::max(used + count, used * 2) + deepestNesting);
+  // Escapes make a text longer one by one: each time by a good deal, or a long one would be copied for each.
+  const std::size_t more = buffer_.capacity() + buffer_.capacity() / 2;
+  buffer_.reserve(std::max({used + count, used * 2, more}) + deepestNesting);
   cursor_ = reinterpret_cast<char*>(buffer_.mutableBytes()) + used;
   end_ = cursor_ - used + buffer_.capacity() - deepestNesting;
 }
