@@ -34,9 +34,10 @@ inline constexpr bool isVariant<std::variant<Alternatives...>> = true;
 template <class T>
 concept Integer = std::integral<T> && !std::same_as<T, bool> && sizeof(T) <= sizeof(std::int64_t);
 
-/// `std::vector`, `std::deque` and `std::list`, told by what they offer, so that their headers are not needed.
+/// `std::vector`, `std::deque` and `std::list`, told by what they offer, so that their headers are not needed. Strings
+/// of all kinds are none.
 template <class T>
-concept Sequence = !std::same_as<T, std::string> && requires(T& sequence, typename T::value_type element) {
+concept Sequence = !requires { typename T::traits_type; } && requires(T& sequence, typename T::value_type element) {
   sequence.clear();
   sequence.push_back(std::move(element));
   sequence.begin();
