@@ -14,4 +14,6 @@ struct Note {
 
 }  // namespace app
 
-void send() { corvane::JSONGetRequest<app::Note>("http://127.0.0.1/").send([](auto) {}); }
+void send() {
+  corvane::JSONGetRequest<app::Note>("http://127.0.0.1/").send([](auto) {});
+}
