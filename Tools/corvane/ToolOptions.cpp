@@ -109,6 +109,7 @@ std::string endOf(std::string_view text, std::size_t position) {
 
 // What is sent is the text as it was given; only whether it is JSON is found out.
 void requireJSON(const std::string& text) {
+  if (text.starts_with("\xEF\xBB\xBF")) throw UsageError("--json: a byte-order mark must not be sent (RFC 8259, 8.1)");
   const Data document(text);
   try {
     JSONReader reader(document);

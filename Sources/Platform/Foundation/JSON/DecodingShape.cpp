@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "Platform/Foundation/Data.hpp"
 #include "Platform/Trap.hpp"
 
 namespace platform {
@@ -44,7 +45,7 @@ DecodingShape::Key::Key(std::string_view name, const JSONDecoding* typeOfMember)
     : text((needsEscapes(name) ? " " : "\"") + std::string(name) + "\":"),
       type(typeOfMember),
       decode(typeOfMember->decode),
-      tailOffset_(std::max(text.size(), wordSize) - wordSize) {
+      tailOffset_(std::min(std::max(text.size(), wordSize), Data::padding) - wordSize) {
   char word[wordSize] = {};
   const std::size_t length = std::min(text.size(), wordSize);
   std::memcpy(word, text.data(), length);
@@ -58,7 +59,7 @@ DecodingShape::Key::Key(std::string_view name, const JSONDecoding* typeOfMember)
 DecodingShape::Table::Table(std::span<const Member> members, JSONKeyStrategy strategy) {
   keys_.reserve(members.size());
   for (const Member& member : members) {
-    const std::string key = member.key.empty() ? jsonKey(member.name, strategy) : std::string(member.key);
+    const std::string key = member.key.data() == nullptr ? jsonKey(member.name, strategy) : std::string(member.key);
     areKeysAlike_ = areKeysAlike_ || find(key) != none;
     if (member.type->makeAbsent == nullptr) required_ |= std::uint64_t{1} << keys_.size();
     keys_.emplace_back(key, member.type);

@@ -44,7 +44,7 @@ class CORVANE_API DecodingShape {
  public:
   static constexpr std::size_t mostMembers = 64;
 
-  /// As the model declares it. A key that is empty follows from the name, by the strategy.
+  /// As the model declares it. A key without text, not even an empty one, follows from the name, by the strategy.
   struct Member {
     std::string_view name;
     std::string_view key;
@@ -60,14 +60,14 @@ class CORVANE_API DecodingShape {
 
     Key(std::string_view name, const JSONDecoding* typeOfMember);
     std::string_view name() const { return {text.data() + 1, text.size() - 3}; }
-    /// Whether the text stands there. Reads up to eight characters more than there are.
+    /// Whether the text stands there. Reads up to `Data::padding` characters, whether there are so many or not.
     bool standsAt(const char* cursor, const char* end) const;
 
    private:
     static constexpr std::size_t wordSize = sizeof(std::uint64_t);
 
-    /// The first and the last characters of the text. They are one word where the text is shorter than that, of
-    /// which the mask says how much counts.
+    /// The first and the last characters of the text, or those that are within the padding of a document. They are
+    /// one word where the text is shorter than that, of which the mask says how much counts.
     std::uint64_t head_, tail_, mask_;
     std::size_t tailOffset_;
   };
@@ -86,7 +86,7 @@ class CORVANE_API DecodingShape {
     bool areKeysAlike() const { return areKeysAlike_; }
     std::size_t find(std::string_view key) const;
     /// The member whose key stands there, in its plainest form, or none; not every such key is found. Reads up to
-    /// `mostOffset` and eight characters more than there are. Requires: there are keys.
+    /// `Data::padding` characters, whether there are so many or not. Requires: there are keys.
     std::size_t findAt(const char* cursor, const char* end) const {
       const std::size_t index = slots_[((detail::wordAt(cursor + offset_) & mask_) * factor_) >> (64 - slotBits)];
       return keys_[index].standsAt(cursor, end) ? index : none;

@@ -19,7 +19,7 @@ std::string quoted(std::string_view key) {
 
 EncodingShape::Keys::Keys(std::span<const Member> members, JSONKeyStrategy strategy) {
   for (const Member& member : members) {
-    const std::string key = member.key.empty() ? jsonKey(member.name, strategy) : std::string(member.key);
+    const std::string key = member.key.data() == nullptr ? jsonKey(member.name, strategy) : std::string(member.key);
     all.push_back({"," + quoted(key) + ":", member.type});
     const auto isLikeIt = [&](const Key& other) { return other.text == all.back().text; };
     areAlike = areAlike || std::find_if(all.begin(), all.end() - 1, isLikeIt) != all.end() - 1;

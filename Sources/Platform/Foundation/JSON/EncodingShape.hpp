@@ -24,7 +24,7 @@ struct JSONEncoding {
 /// What a model looks like to a writer: its keys in the order of declaration.
 class CORVANE_API EncodingShape {
  public:
-  /// As the model declares it. A key that is empty follows from the name, by the strategy.
+  /// As the model declares it. A key without text, not even an empty one, follows from the name, by the strategy.
   struct Member {
     std::string_view name;
     std::string_view key;

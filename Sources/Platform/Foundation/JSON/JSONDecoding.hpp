@@ -58,18 +58,28 @@ constexpr bool checkMemberCanBeDecoded() {
 }
 
 template <class T>
+constexpr std::uint8_t kindsOf();
+
+template <class... Types>
+constexpr std::uint8_t kindsOfAll(std::type_identity<std::variant<Types...>>) {
+  return static_cast<std::uint8_t>((kindsOf<Types>() | ...));
+}
+
+template <class T>
 constexpr std::uint8_t kindsOf() {
   constexpr auto bit = [](JSONKind kind) { return static_cast<std::uint8_t>(1U << static_cast<unsigned>(kind)); };
   if constexpr (requires { JSONCoding<T>::kind; }) {
     return bit(JSONCoding<T>::kind);
-  } else if constexpr (DecodesItself<T> || isVariant<T>) {
+  } else if constexpr (DecodesItself<T>) {
     return UINT8_MAX;
+  } else if constexpr (isVariant<T>) {
+    return kindsOfAll(std::type_identity<T>());
   } else if constexpr (std::same_as<T, bool>) {
     return bit(JSONKind::boolean);
   } else if constexpr (std::is_arithmetic_v<T>) {
     return bit(JSONKind::number);
   } else if constexpr (std::is_enum_v<T>) {
-    return bit(HasJSONNames<T> ? JSONKind::string : JSONKind::number);
+    return HasJSONNames<T> ? bit(JSONKind::string) : kindsOf<std::underlying_type_t<T>>();
   } else if constexpr (std::same_as<T, std::string>) {
     return bit(JSONKind::string);
   } else if constexpr (SystemTime<T>) {
@@ -116,7 +126,10 @@ constexpr JSONDecoding makeDecoding() {
                        std::same_as<T, std::int64_t> || std::same_as<T, std::uint64_t>) {
     decoding.decode = &JSONReader::decodeInteger<T>;
   }
-  if constexpr (isOptional<T>) decoding.makeAbsent = &makeAbsent<T>;
+  if constexpr (isOptional<T> && !DecodesItself<T>) {
+    decoding.makeAbsent = &makeAbsent<T>;
+    decoding.shape = makeDecoding<typename T::value_type>().shape;
+  }
   if constexpr (Model<T> && !DecodesItself<T>) decoding.shape = &decodingShape<T>;
   return decoding;
 }
@@ -194,6 +207,8 @@ void decodeMap(JSONReader& reader, T& map) {
 
 template <class... Types>
 void decodeVariant(JSONReader& reader, std::variant<Types...>& variant) {
+  static_assert(!(isVariant<Types> || ...),
+                "A variant in a variant is not told apart: put its alternatives into the outer one");
   static constexpr const JSONDecoding* alternatives[] = {&jsonDecoding<Types>...};
   using Emplace = void* (*)(std::variant<Types...>&);
   static constexpr auto emplace = [](void* object, std::size_t index) {
@@ -293,6 +308,18 @@ T JSONReader::decode() {
   } else {
     return detail::valueOfNoType<T>();
   }
+}
+
+template <class T>
+std::optional<T> JSONReader::decodeIfValid() {
+  const Bookmark start = bookmark();
+  try {
+    return decode<T>();
+  } catch (const DecodingError&) {
+    goBackTo(start);
+  }
+  skip();
+  return std::nullopt;
 }
 
 }  // namespace platform

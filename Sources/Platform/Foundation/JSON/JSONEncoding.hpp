@@ -67,7 +67,7 @@ bool isAbsent(const void* value) {
 template <class T>
 constexpr JSONEncoding makeEncoding() {
   JSONEncoding encoding{&encodeErased<T>, nullptr};
-  if constexpr (isOptional<T>) encoding.isAbsent = &isAbsent<T>;
+  if constexpr (isOptional<T> && !EncodesItself<T>) encoding.isAbsent = &isAbsent<T>;
   return encoding;
 }
 template <class T>

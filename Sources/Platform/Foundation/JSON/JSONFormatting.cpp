@@ -1,11 +1,15 @@
 #include "Platform/Foundation/JSON/JSONFormatting.hpp"
 
+#include <algorithm>
 #include <string_view>
 
 #include "Platform/Foundation/JSON/JSONReader.hpp"
 
 namespace platform {
 namespace {
+
+/// Deeper levels are not indented further: nobody reads that, and a short document would become a huge one.
+constexpr std::size_t mostIndented = 32;
 
 /// Lays out a document that is known to be sound.
 class PrettyPrinter {
@@ -46,7 +50,7 @@ class PrettyPrinter {
   void put(char c) { text_.append(std::string_view(&c, 1)); }
   void line() {
     put('\n');
-    for (std::size_t level = 0; level < depth_; ++level) text_.append("  ");
+    for (std::size_t level = 0; level < std::min(depth_, mostIndented); ++level) text_.append("  ");
   }
   void open(char bracket) {
     put(bracket);

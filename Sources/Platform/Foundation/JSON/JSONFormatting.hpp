@@ -9,7 +9,7 @@ namespace platform {
 
 enum class JSONFormatting : std::uint8_t {
   compact,
-  /// For people: each member and element on a line of its own, two blanks deeper for each level.
+  /// For people: each member and element on a line of its own, two blanks deeper for each level up to 32.
   pretty
 };
 

@@ -1,6 +1,5 @@
 #include <algorithm>
-#include <bit>
-#include <functional>
+#include <map>
 
 #include "Platform/Foundation/JSON/JSONValue.hpp"
 
@@ -9,85 +8,74 @@ namespace {
 
 /// Up to here looking at each member is as fast as any index.
 constexpr std::size_t mostWithoutIndex = 12;
-constexpr std::uint32_t emptySlot = UINT32_MAX;
-
-std::size_t hash(std::string_view key) { return std::hash<std::string_view>()(key); }
 
 }  // namespace
 
-JSONObject::JSONObject() noexcept = default;
-JSONObject::JSONObject(const JSONObject& other) = default;
-JSONObject::JSONObject(JSONObject&& other) noexcept = default;
-JSONObject& JSONObject::operator=(const JSONObject& other) = default;
-JSONObject& JSONObject::operator=(JSONObject&& other) noexcept = default;
+/// A tree and not a table by hashes, which documents could be made to collide in.
+struct JSONObject::Index {
+  std::map<std::string_view, std::list<JSONMember>::iterator> members;
+
+  explicit Index(std::list<JSONMember>& all) {
+    for (auto member = all.begin(); member != all.end(); ++member) members.emplace(member->key, member);
+  }
+};
+
+JSONObject::JSONObject() = default;
+JSONObject::JSONObject(JSONObject&& other) noexcept
+    : members_(std::move(other.members_)), index_(std::move(other.index_)) {
+  other.members_.clear();
+}
 JSONObject::~JSONObject() = default;
 
+JSONObject::JSONObject(const JSONObject& other) : members_(other.members_) {
+  if (other.index_) index_ = std::make_unique<Index>(members_);
+}
+
 JSONObject::JSONObject(std::initializer_list<JSONMember> members) {
-  members_.reserve(members.size());
   for (const JSONMember& member : members) (*this)[member.key] = member.value;
 }
 
-std::size_t JSONObject::size() const noexcept { return members_.size(); }
-const JSONMember* JSONObject::begin() const noexcept { return members_.data(); }
-const JSONMember* JSONObject::end() const noexcept { return members_.data() + members_.size(); }
+JSONObject& JSONObject::operator=(JSONObject other) noexcept {
+  members_.swap(other.members_);
+  index_.swap(other.index_);
+  return *this;
+}
 
-const JSONValue* JSONObject::find(std::string_view key) const {
-  const std::size_t place = indexOf(key);
-  return place == none ? nullptr : &members_[place].value;
+JSONMember* JSONObject::member(std::string_view key) {
+  if (index_) {
+    const auto found = index_->members.find(key);
+    return found == index_->members.end() ? nullptr : &*found->second;
+  }
+  const auto found = std::ranges::find(members_, key, &JSONMember::key);
+  return found == members_.end() ? nullptr : &*found;
 }
 
 JSONValue* JSONObject::find(std::string_view key) {
-  const std::size_t place = indexOf(key);
-  return place == none ? nullptr : &members_[place].value;
+  JSONMember* const found = member(key);
+  return found ? &found->value : nullptr;
 }
 
+const JSONValue* JSONObject::find(std::string_view key) const { return const_cast<JSONObject*>(this)->find(key); }
+
 JSONValue& JSONObject::operator[](std::string_view key) {
-  std::size_t place = indexOf(key);
-  if (place == none) {
-    place = members_.size();
-    members_.push_back({std::string(key), JSONValue()});
-    const bool isIndexed = members_.size() > mostWithoutIndex;
-    if (isIndexed && slots_.size() < members_.size() * 2) {
-      rebuildIndex();
-    } else if (isIndexed) {
-      addToIndex(place);
-    }
+  if (JSONMember* const found = member(key)) return found->value;
+  members_.push_back({std::string(key), JSONValue()});
+  const auto added = std::prev(members_.end());
+  if (index_) {
+    index_->members.emplace(added->key, added);
+  } else if (members_.size() > mostWithoutIndex) {
+    index_ = std::make_unique<Index>(members_);
   }
-  return members_[place].value;
+  return added->value;
 }
 
 bool JSONObject::remove(std::string_view key) {
-  const std::size_t place = indexOf(key);
-  if (place == none) return false;
-  members_.erase(members_.begin() + static_cast<std::ptrdiff_t>(place));
-  rebuildIndex();
+  const auto found = index_ && index_->members.contains(key) ? index_->members.find(key)->second
+                                                             : std::ranges::find(members_, key, &JSONMember::key);
+  if (found == members_.end()) return false;
+  if (index_) index_->members.erase(found->key);
+  members_.erase(found);
   return true;
-}
-
-std::size_t JSONObject::indexOf(std::string_view key) const {
-  if (slots_.empty()) {
-    const auto found = std::ranges::find(members_, key, &JSONMember::key);
-    return found == members_.end() ? none : static_cast<std::size_t>(found - members_.begin());
-  }
-  const std::size_t mask = slots_.size() - 1;
-  for (std::size_t slot = hash(key) & mask; slots_[slot] != emptySlot; slot = (slot + 1) & mask) {
-    if (members_[slots_[slot]].key == key) return slots_[slot];
-  }
-  return none;
-}
-
-void JSONObject::addToIndex(std::size_t place) {
-  const std::size_t mask = slots_.size() - 1;
-  std::size_t slot = hash(members_[place].key) & mask;
-  while (slots_[slot] != emptySlot) slot = (slot + 1) & mask;
-  slots_[slot] = static_cast<std::uint32_t>(place);
-}
-
-void JSONObject::rebuildIndex() {
-  slots_.clear();
-  if (members_.size() <= mostWithoutIndex) return;
-  slots_.assign(std::bit_ceil(members_.size() * 4), emptySlot);
-  for (std::size_t place = 0; place < members_.size(); ++place) addToIndex(place);
 }
 
 bool operator==(const JSONObject& left, const JSONObject& right) {

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -42,6 +43,10 @@ class CORVANE_API JSONReader {
   /// Reads the value that comes next.
   template <class T>
   T decode();
+  /// Reads the value that comes next; absent when that is sound JSON but not what `T` is read from, and then passed
+  /// over. Throws for what is no JSON. After any other `DecodingError` there is no reading on.
+  template <class T>
+  std::optional<T> decodeIfValid();
   /// Passes over the value that comes next, which must be sound JSON nevertheless.
   void skip();
   /// Passes over the value that comes next; its text, as it stands in the document and as long as that lives.
@@ -102,6 +107,18 @@ class CORVANE_API JSONReader {
     std::size_t index = 0;
     Step step = Step::none;
   };
+  /// Where the reader is, to come back to.
+  struct Bookmark {
+    const char* cursor;
+    const Place* place;
+    std::size_t depth;
+  };
+  Bookmark bookmark() const { return {cursor_, place_, depth_}; }
+  void goBackTo(const Bookmark& bookmark) {
+    cursor_ = bookmark.cursor;
+    place_ = bookmark.place;
+    depth_ = bookmark.depth;
+  }
   /// The inside of a container: entered with its first character, left with its last.
   class Level;
 
@@ -154,6 +171,7 @@ class CORVANE_API JSONReader {
   const char* cursor_;
   const Place* place_ = nullptr;
   std::size_t depth_ = 0;
+  std::size_t bytesLookedThrough_ = 0;
   /// Where the value starts that was gone to last.
   const char* valueStart_;
   const JSONStrategies strategies_;

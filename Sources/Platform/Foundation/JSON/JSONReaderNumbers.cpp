@@ -224,7 +224,7 @@ void JSONReader::readInteger(Integer& value) {
 
 /// The magnitude of an integer that is long, or written with a point or an exponent, or none at all.
 std::uint64_t JSONReader::readUnusualInteger(std::uint64_t limit, std::size_t bits, bool isSigned) {
-  if (*cursor_ != '-' && !isDigit(next())) failMismatch("an integer");
+  if (const char first = next(); first != '-' && !isDigit(first)) failMismatch("an integer");
   const char* const start = cursor_;
   Decimal number{};
   if (!parse(start, end_, number)) failNumber(number.end);

@@ -24,13 +24,11 @@ class OpenContainers {
 void JSONReader::skip() {
   OpenContainers containers;
   std::string scratch;
-  const std::size_t depth = depth_;
   do {
     const char first = next();
     bool isEmpty = false;
     if (first == '{' || first == '[') {
-      depth_ = depth + containers.count();
-      Level::deepen(*this, 1);
+      Level::checkDepth(*this, containers.count() + 1);
       containers.open(first == '{');
       ++cursor_;
       isEmpty = !nextInside(first == '{' ? '}' : ']', true);
@@ -48,7 +46,6 @@ void JSONReader::skip() {
       passColon();
     }
   } while (!containers.isEmpty());
-  depth_ = depth;
 }
 
 std::string_view JSONReader::readRaw() {

@@ -6,6 +6,12 @@
 #include "Platform/Foundation/JSON/JSONReader.hpp"
 
 namespace platform {
+namespace {
+
+/// How often each byte of a document may be looked at to find out which alternative is meant.
+constexpr std::size_t mostLooks = 32;
+
+}  // namespace
 
 void JSONReader::readVariant(const JSONDecoding* const* alternatives, std::size_t count, void* variant,
                              void* (*emplace)(void* variant, std::size_t index)) {
@@ -34,21 +40,27 @@ void JSONReader::readVariant(const JSONDecoding* const* alternatives, std::size_
   }
 }
 
-/// The first of the candidates whose required keys are all there, or else the last.
+/// The first of the candidates whose required keys are all there, or else the last. As keys are looked for once on
+/// each level of variants that are nested in each other, what that takes in all is bounded.
 std::size_t JSONReader::chooseByKeys(const JSONDecoding* const* alternatives,
                                      const std::vector<std::size_t>& candidates) {
   const char* const start = cursor_;
+  std::vector<const DecodingShape::Table*> tables;
   std::vector<std::uint64_t> missing;
   for (const std::size_t index : candidates) {
     const auto shape = alternatives[index]->shape;
-    missing.push_back(shape ? shape().table(strategies_.keys).required() : 0);
+    tables.push_back(shape ? &shape().table(strategies_.keys) : nullptr);
+    missing.push_back(shape ? tables.back()->required() : 0);
   }
-  for (Object object(*this); object.next();) {
+  const char* position = start;
+  for (Object object(*this); missing.front() != 0 && object.next();) {
     for (std::size_t place = 0; place < candidates.size(); ++place) {
-      const auto shape = alternatives[candidates[place]]->shape;
-      const std::size_t key = shape ? shape().table(strategies_.keys).find(object.key()) : DecodingShape::Table::none;
+      const std::size_t key = tables[place] ? tables[place]->find(object.key()) : DecodingShape::Table::none;
       if (key != DecodingShape::Table::none) missing[place] &= ~(std::uint64_t{1} << key);
     }
+    bytesLookedThrough_ += static_cast<std::size_t>(cursor_ - position);
+    position = cursor_;
+    if (bytesLookedThrough_ > mostLooks * document_.count()) failAt(start, "variants are nested too deeply in here");
   }
   cursor_ = start;
   for (std::size_t place = 0; place < candidates.size(); ++place) {

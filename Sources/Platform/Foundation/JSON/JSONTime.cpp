@@ -1,6 +1,10 @@
-#include <cmath>
+#include <algorithm>
+#include <charconv>
 #include <limits>
 #include <optional>
+#include <string>
+#include <string_view>
+#include <system_error>
 
 #include "Platform/Foundation/JSON/Internal/Timestamp.hpp"
 #include "Platform/Foundation/JSON/JSONReader.hpp"
@@ -19,23 +23,85 @@ bool isCount(Wide count) {
   return count >= std::numeric_limits<std::int64_t>::min() && count <= std::numeric_limits<std::int64_t>::max();
 }
 
-/// What is as good as whole, given how precise a double is there, is not to lose a tick by rounding.
-double floorOfDecimal(double number) {
-  const double nearest = std::nearbyint(number);
-  const double uncertainty = 4 * std::numeric_limits<double>::epsilon() * std::fabs(number);
-  return std::fabs(number - nearest) <= uncertainty ? nearest : std::floor(number);
+/// The digits of a number before and behind its point, as whole numbers.
+struct DecimalSeconds {
+  static constexpr int places = 15;
+
+  bool isNegative = false;
+  Wide whole = 0;
+  /// In units of 10^-places; further digits are dropped.
+  Wide fraction = 0;
+  /// Whether digits were dropped that are not zero.
+  bool isCut = false;
+};
+
+constexpr Wide powerOfTen(int exponent) { return exponent == 0 ? Wide{1} : 10 * powerOfTen(exponent - 1); }
+
+/// Takes a sound JSON number apart; absent when it is out of the range of any date.
+std::optional<DecimalSeconds> decimalOf(std::string_view text) {
+  DecimalSeconds decimal;
+  decimal.isNegative = text.starts_with('-');
+  if (decimal.isNegative) text.remove_prefix(1);
+  const std::size_t exponentAt = std::min(text.find_first_of("eE"), text.size());
+  const std::string_view mantissa = text.substr(0, exponentAt);
+  std::int64_t exponent = 0;
+  if (exponentAt < text.size()) {
+    std::string_view digits = text.substr(exponentAt + 1);
+    if (digits.starts_with('+')) digits.remove_prefix(1);
+    const auto result = std::from_chars(digits.data(), digits.data() + digits.size(), exponent);
+    if (result.ec != std::errc()) exponent = digits.starts_with('-') ? -1'000'000'000 : 1'000'000'000;
+  }
+  // The place of the digit that comes next: 0 for the ones.
+  std::int64_t place = static_cast<std::int64_t>(std::min(mantissa.find('.'), mantissa.size())) - 1 + exponent;
+  for (const char c : mantissa) {
+    if (c == '.') continue;
+    const int digit = c - '0';
+    if (digit != 0 && place > 20) return std::nullopt;
+    if (place >= 0 && place <= 20) {
+      decimal.whole += digit * powerOfTen(static_cast<int>(place));
+    } else if (place < 0 && place >= -DecimalSeconds::places) {
+      decimal.fraction += digit * powerOfTen(DecimalSeconds::places + static_cast<int>(place));
+    } else if (digit != 0) {
+      decimal.isCut = true;
+    }
+    --place;
+  }
+  return decimal;
 }
 
-/// A number of seconds or milliseconds as ticks, exactly if it is whole.
-std::optional<Wide> ticksOfNumber(double number, double unitsInSecond, std::int64_t numerator,
-                                  std::int64_t denominator) {
-  if (std::fabs(number) >= 1e18) return std::nullopt;
-  const double whole = std::floor(number);
-  const auto units = static_cast<Wide>(unitsInSecond);
-  const Wide ticks = floorDivide(static_cast<Wide>(whole) * denominator, units * numerator);
-  if (number == whole) return ticks;
-  const double scaled = number / unitsInSecond * static_cast<double>(denominator) / static_cast<double>(numerator);
-  return static_cast<Wide>(floorOfDecimal(scaled));
+/// A number of seconds, or of what there are `unitsInSecond` of, as ticks; what is less than a tick is dropped, in the
+/// direction of the past.
+std::optional<Wide> ticksOf(std::string_view text, Wide unitsInSecond, std::int64_t numerator,
+                            std::int64_t denominator) {
+  const std::optional<DecimalSeconds> number = decimalOf(text);
+  constexpr Wide limit = powerOfTen(19);
+  if (!number || number->whole > limit) return std::nullopt;
+  // In two steps, so that nothing exceeds 128 bits: ticks are units x denominator / (unitsInSecond x numerator).
+  const Wide divisor = unitsInSecond * numerator;
+  const Wide product = number->whole * denominator;
+  const Wide scale = powerOfTen(DecimalSeconds::places);
+  const Wide partial = number->fraction * denominator;  // in units of 1 / scale
+  const Wide remainder = (product % divisor) * scale + partial;
+  const Wide magnitude = product / divisor + remainder / (divisor * scale);
+  const bool isExact = remainder % (divisor * scale) == 0 && !number->isCut;
+  if (!number->isNegative) return magnitude;
+  return -magnitude - (isExact ? 0 : 1);
+}
+
+/// A fraction as decimal digits, which it has if its denominator is a power of ten; else absent.
+std::optional<std::string> decimalText(Wide numerator, Wide denominator) {
+  int places = 0;
+  while (places <= 18 && powerOfTen(places) != denominator) ++places;
+  if (places > 18) return std::nullopt;
+  const Wide magnitude = numerator < 0 ? -numerator : numerator;
+  const Wide whole = magnitude / denominator;
+  if (!isCount(whole)) return std::nullopt;
+  std::string fraction = std::to_string(static_cast<std::int64_t>(magnitude % denominator));
+  fraction.insert(0, static_cast<std::size_t>(places) - std::min(fraction.size(), static_cast<std::size_t>(places)),
+                  '0');
+  while (!fraction.empty() && fraction.back() == '0') fraction.pop_back();
+  std::string text = (numerator < 0 ? "-" : "") + std::to_string(static_cast<std::int64_t>(whole));
+  return fraction.empty() ? text : text + "." + fraction;
 }
 
 }  // namespace
@@ -49,10 +115,10 @@ std::int64_t JSONReader::readTime(std::int64_t numerator, std::int64_t denominat
       failAt(start, "a date needs a date strategy: JSONDecoder({.dates = ...})");
     case JSONDateStrategy::secondsSince1970:
     case JSONDateStrategy::millisecondsSince1970: {
-      double number = 0;
-      readReal(number);
+      if (kind() != Kind::number) failMismatch("a number");
       const bool isSeconds = strategies_.dates == JSONDateStrategy::secondsSince1970;
-      ticks = ticksOfNumber(number, isSeconds ? 1 : 1000, numerator, denominator);
+      ticks = ticksOf(peekNumber(), isSeconds ? 1 : 1000, numerator, denominator);
+      passNumber();
       break;
     }
     case JSONDateStrategy::iso8601: {
@@ -78,7 +144,9 @@ void JSONWriter::writeTime(std::int64_t count, std::int64_t numerator, std::int6
     case JSONDateStrategy::millisecondsSince1970: {
       const Wide units = strategies_.dates == JSONDateStrategy::secondsSince1970 ? 1 : 1000;
       const Wide number = ticks * units;
-      if (number % denominator == 0 && isCount(number / denominator)) {
+      if (const std::optional<std::string> text = decimalText(number, denominator)) {
+        writeRaw(*text);
+      } else if (number % denominator == 0 && isCount(number / denominator)) {
         writeSigned(static_cast<std::int64_t>(number / denominator));
       } else {
         writeReal(static_cast<double>(number) / static_cast<double>(denominator));

@@ -112,7 +112,7 @@ T placeholder() {
   }
 }
 
-/// The key of a member: empty where it follows from the name.
+/// The key of a member: without text, not even an empty one, where it follows from the name.
 template <class T>
 constexpr std::string_view renamedKey(std::string_view member) {
   if constexpr (HasJSONKeys<T>) {

@@ -64,6 +64,22 @@ void writeArray(const JSONValue::Array& elements, JSONWriter& writer) {
 
 }  // namespace
 
+JSONValue::JSONValue(const JSONValue& other) = default;
+JSONValue::JSONValue(JSONValue&& other) noexcept = default;
+JSONValue::~JSONValue() = default;
+
+JSONValue& JSONValue::operator=(const JSONValue& other) {
+  JSONValue copy(other);
+  value_.swap(copy.value_);
+  return *this;
+}
+
+JSONValue& JSONValue::operator=(JSONValue&& other) noexcept {
+  JSONValue taken(std::move(other));
+  value_.swap(taken.value_);
+  return *this;
+}
+
 JSONValue::JSONValue(Array elements) noexcept : value_(std::move(elements)) {}
 JSONValue::JSONValue(JSONObject members) noexcept : value_(std::move(members)) {}
 

@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
+#include <list>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -22,41 +24,41 @@ struct JSONMember;
 /// The members of a JSON object, in their order, found by key at once.
 class CORVANE_API JSONObject {
  public:
-  JSONObject() noexcept;
+  using Iterator = std::list<JSONMember>::const_iterator;
+
+  JSONObject();
   /// Of several members with the same key the last one counts, at the place of the first.
   JSONObject(std::initializer_list<JSONMember> members);
   JSONObject(const JSONObject& other);
+  /// Leaves `other` empty.
   JSONObject(JSONObject&& other) noexcept;
-  JSONObject& operator=(const JSONObject& other);
-  JSONObject& operator=(JSONObject&& other) noexcept;
+  JSONObject& operator=(JSONObject other) noexcept;
   ~JSONObject();
 
-  std::size_t size() const noexcept;
-  bool isEmpty() const noexcept { return size() == 0; }
-  /// Null where there is no such key; valid until a member is added or removed.
+  std::size_t size() const noexcept { return members_.size(); }
+  bool isEmpty() const noexcept { return members_.empty(); }
+  /// Null where there is no such key; valid until that member is removed.
   const JSONValue* find(std::string_view key) const;
   JSONValue* find(std::string_view key);
-  /// The member's value; adds a null where there is no such key.
+  /// The member's value; adds a null where there is no such key. Valid until that member is removed.
   JSONValue& operator[](std::string_view key);
   /// Whether there was such a key.
   bool remove(std::string_view key);
 
-  const JSONMember* begin() const noexcept;
-  const JSONMember* end() const noexcept;
+  Iterator begin() const noexcept { return members_.begin(); }
+  Iterator end() const noexcept { return members_.end(); }
 
   /// The same keys with the same values, in whatever order.
   friend CORVANE_API bool operator==(const JSONObject& left, const JSONObject& right);
 
  private:
-  static constexpr std::size_t none = SIZE_MAX;
+  struct Index;
 
-  std::size_t indexOf(std::string_view key) const;
-  void addToIndex(std::size_t place);
-  void rebuildIndex();
+  JSONMember* member(std::string_view key);
 
-  std::vector<JSONMember> members_;
-  /// Places of members by the hash of their keys; empty while there are few members, which are tried in turn.
-  std::vector<std::uint32_t> slots_;
+  std::list<JSONMember> members_;
+  /// Null while there are few members, which are tried in turn.
+  std::unique_ptr<Index> index_;
 };
 
 /// Any JSON value, for documents that have no model.
@@ -74,6 +76,12 @@ class CORVANE_API JSONValue {
 
   /// Null.
   JSONValue() noexcept = default;
+  JSONValue(const JSONValue& other);
+  JSONValue(JSONValue&& other) noexcept;
+  // A value may be assigned what is a part of it.
+  JSONValue& operator=(const JSONValue& other);
+  JSONValue& operator=(JSONValue&& other) noexcept;
+  ~JSONValue();
   JSONValue(std::nullptr_t) noexcept {}  // NOLINT(google-explicit-constructor): a JSON value is any of these
   template <std::same_as<bool> T>
   JSONValue(T value) noexcept : value_(value) {}  // NOLINT(google-explicit-constructor)

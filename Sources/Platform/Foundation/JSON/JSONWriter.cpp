@@ -148,7 +148,8 @@ JSONWriter::Object::~Object() { writer_.close('}', place_); }
 void JSONWriter::Object::key(std::string_view key) {
   if (place_.step == Place::Step::key) writer_.put(',');
   place_.step = Place::Step::key;
-  place_.key = key;
+  key_.assign(key);
+  place_.key = key_;
   writer_.writeString(key);
   writer_.put(':');
 }

@@ -114,6 +114,7 @@ class CORVANE_API JSONWriter::Object {
  private:
   JSONWriter& writer_;
   Place place_;
+  std::string key_;
 };
 
 /// Writes an array, element by element, and closes it when it goes out of scope; `element()` goes before each.

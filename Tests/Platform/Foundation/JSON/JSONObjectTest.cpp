@@ -72,7 +72,7 @@ TEST(JSONObjectTest, findsTheOthersAfterOneIsRemoved) {
   EXPECT_EQ(object.size(), many - 1U);
   EXPECT_EQ(object.find("key 500"), nullptr);
   EXPECT_EQ(object.find("key 501")->integer(), 501);
-  EXPECT_EQ((object.begin() + 500)->key, "key 501");
+  EXPECT_EQ(std::next(object.begin(), 500)->key, "key 501");
 }
 
 TEST(JSONObjectTest, isRemovedFromUntilItIsEmpty) {

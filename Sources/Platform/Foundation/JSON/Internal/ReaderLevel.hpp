@@ -15,7 +15,8 @@ class JSONReader::Level {
 
   /// Passes the character that opens a container.
   static void enter(JSONReader& reader, Place& place) {
-    deepen(reader, 1);
+    checkDepth(reader, 1);
+    ++reader.depth_;
     place.start = reader.cursor_++;
     reader.place_ = &place;
   }
@@ -24,13 +25,11 @@ class JSONReader::Level {
     reader.place_ = place.parent;
     reader.valueStart_ = place.start;
   }
-  /// Requires that the depth stays within bounds, else throws and leaves it as it was.
-  static void deepen(JSONReader& reader, std::size_t levels) {
-    if (reader.depth_ + levels > deepestNesting) {
-      reader.failAt(reader.cursor_, "nested too deeply: more than " + std::to_string(deepestNesting) +
-                                        " levels at byte " + std::to_string(reader.cursor_ - reader.begin_));
-    }
-    reader.depth_ += levels;
+  /// Requires that so many levels more stay within bounds, else throws.
+  static void checkDepth(const JSONReader& reader, std::size_t levels) {
+    if (reader.depth_ + levels <= deepestNesting) return;
+    reader.failAt(reader.cursor_, "nested too deeply: more than " + std::to_string(deepestNesting) +
+                                      " levels at byte " + std::to_string(reader.cursor_ - reader.begin_));
   }
 
  private:
