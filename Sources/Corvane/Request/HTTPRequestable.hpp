@@ -93,10 +93,7 @@ class CORVANE_API HTTPRequestable {
 
   /// What is sent. Throws `HTTPRequestError::malformedURL` and what the body and its encoder throw.
   platform::URLRequest urlRequest() const;
-  bool isAcceptable(HTTPStatus status) const {
-    return HTTPStatus::success.rawValue() <= status.rawValue() &&
-           status.rawValue() <= HTTPStatus::partialContent.rawValue();
-  }
+  bool isAcceptable(HTTPStatus status) const { return isSuccess(status); }
   void validate() const {}
   void validate(const Response& response) const { self().process(response); }
   void process(const Response&) const {}

@@ -20,11 +20,6 @@ constexpr const char* failureFile = "Corvane/Responses/DataResponse.cpp";
 constexpr const char* failureFunction = "init(data:url:response:error:)";
 constexpr int failureLine = 54;
 
-bool isSuccess(HTTPStatus status) {
-  return status.rawValue() >= HTTPStatus::success.rawValue() &&
-         status.rawValue() <= HTTPStatus::partialContent.rawValue();
-}
-
 DataResult judge(const std::optional<Data>& data, const URLResponse* response, std::optional<Error> error) {
   if (error) return DataResult::failure(std::move(*error));
   const auto* http = dynamic_cast<const HTTPURLResponse*>(response);

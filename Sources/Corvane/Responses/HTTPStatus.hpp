@@ -99,6 +99,12 @@ inline constexpr HTTPStatus HTTPStatus::gatewayTimeout{504};
 inline constexpr HTTPStatus HTTPStatus::httpVersionNotSupported{505};
 inline constexpr HTTPStatus HTTPStatus::unknown{1000};
 
+/// Whether an answer with this status counts as a success: from `success` (200) to `partialContent` (206).
+constexpr bool isSuccess(HTTPStatus status) {
+  return HTTPStatus::success.rawValue() <= status.rawValue() &&
+         status.rawValue() <= HTTPStatus::partialContent.rawValue();
+}
+
 /// The status of a platform response; `unknown` when its code has no name here.
 CORVANE_API HTTPStatus status(const platform::HTTPURLResponse& response);
 

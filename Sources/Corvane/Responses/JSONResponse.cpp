@@ -26,11 +26,6 @@ constexpr int lineOfUnableToParse = 78;
 /// Decoding up to so many bytes takes less than handing them to another thread and back is worth.
 constexpr std::size_t mostBytesInPlace = 64 * 1024;
 
-bool isSuccess(HTTPStatus status) {
-  return status.rawValue() >= HTTPStatus::success.rawValue() &&
-         status.rawValue() <= HTTPStatus::partialContent.rawValue();
-}
-
 std::string textOf(const std::optional<Data>& data) {
   return data ? data->utf8().value_or(std::string()) : std::string();
 }
