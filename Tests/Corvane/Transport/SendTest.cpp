@@ -2,16 +2,10 @@
 #include <gtest/gtest.h>
 
 #include "Corvane/Corvane.hpp"
-#include "Platform/Foundation/FileManager.hpp"
-#include "TestSupport/CertificateAuthority.hpp"
-#include "TestSupport/Expectation.hpp"
-#include "TestSupport/HeldLookUps.hpp"
+#include "SendFixture.hpp"
 #include "TestSupport/LogCapture.hpp"
 #include "TestSupport/MainQueue.hpp"
 #include "TestSupport/Ports.hpp"
-#include "TestSupport/ServerTest.hpp"
-#include "TestSupport/TemporaryDirectory.hpp"
-#include "Velisand/Task.hpp"
 
 namespace corvane {
 namespace {
@@ -19,32 +13,6 @@ namespace {
 using corvane::testing::Answer;
 using corvane::testing::await;
 using corvane::testing::Expectation;
-using corvane::testing::Gate;
-using corvane::testing::Moment;
-using corvane::testing::TestServer;
-
-struct Get : DataGetRequestable<Get>, HTTPRequestCancelable<Get> {
-  URL url;
-  bool shouldSend = true;
-  HTTPHeaders sharedHeaders() const { return {}; }
-};
-
-const HTTPResponseError* responseError(const DataResponse& response) {
-  return response.result.error() ? response.result.error()->as<HTTPResponseError>() : nullptr;
-}
-
-class SendTest : public testing::ServerTest {
- protected:
-  ~SendTest() override { Corvane::resetSessions(); }
-
-  template <class Request>
-  DataResponse responseTo(const Request& request) const {
-    return await<DataResponse>([&](auto done) { request.send(queue, done); });
-  }
-  Get get(std::string_view target = "/") const { return {.url = server.url(target)}; }
-
-  const DispatchQueue queue{"SendTest"};
-};
 
 TEST_F(SendTest, deliversTheBodyAndTheFactsOfTheAnswer) {
   server.enqueue(Answer(200).header("X-A", "1").text("hello"));
@@ -301,203 +269,6 @@ TEST_F(SendTest, saysThatAConnectionWasRefused) {
             "CFURL/NSURL error: The connection failed because a connection cannot be made to the host.");
 }
 
-TEST_F(SendTest, deliversOneCancellation) {
-  Gate gate;
-  server.enqueue(Answer(200).hold(Moment::beforeStatusLine, gate));
-  Expectation<DataResponse> completion;
-  const Get request = get();
-  request.send(queue, completion);
-  server.takeRequest();
-
-  Get(request).cancel();
-
-  EXPECT_EQ(*responseError(completion.wait()), HTTPResponseError::taskCancelled());
-  request.cancel();
-  gate.open();
-  server.enqueue(Answer(200));
-  responseTo(get());
-  EXPECT_EQ(completion.count(), 1);
-}
-
-TEST_F(SendTest, doesNotWaitForTheResolverWhenItIsCancelled) {
-  const testing::HeldLookUps lookUps;
-  Expectation<DataResponse> completion;
-  const Get request{.url = "http://" + std::string(testing::HeldLookUps::name) + "/"};
-  request.send(queue, completion);
-  ASSERT_TRUE(lookUps.waitForWaiting(1));
-
-  request.cancel();
-
-  EXPECT_EQ(*responseError(completion.wait()), HTTPResponseError::taskCancelled());
-  EXPECT_EQ(lookUps.waiting(), 1);
-  EXPECT_EQ(completion.count(), 1);
-}
-
-TEST_F(SendTest, doesNotWaitForTheResolverWhenSessionsAreReset) {
-  const testing::HeldLookUps lookUps;
-  Expectation<DataResponse> completions;
-  const DataGetRequest request("http://" + std::string(testing::HeldLookUps::name) + "/");
-  for (int i = 0; i < 5; ++i) request.send(queue, completions);
-  const auto future = request.send();
-  ASSERT_TRUE(lookUps.waitForWaiting(6));
-
-  Corvane::resetSessions();
-
-  for (const DataResponse& response : completions.waitForAll(5))
-    EXPECT_EQ(*responseError(response), HTTPResponseError::taskCancelled());
-  ASSERT_TRUE(future.result().error());
-  EXPECT_EQ(*future.result().error()->as<HTTPResponseError>(), HTTPResponseError::taskCancelled());
-  EXPECT_EQ(lookUps.waiting(), 6);
-  EXPECT_EQ(completions.count(), 5);
-}
-
-TEST_F(SendTest, cancelsTheLaterOfTwoSendsOfOneRequest) {
-  Gate gate;
-  server.enqueue(Answer(200).text("first").hold(Moment::beforeStatusLine, gate));
-  server.enqueue(Answer(200).stall(Moment::beforeStatusLine));
-  Expectation<DataResponse> first;
-  Expectation<DataResponse> second;
-  const Get request = get();
-  request.send(queue, first);
-  server.takeRequest();
-  request.send(queue, second);
-  server.takeRequest();
-
-  request.cancel();
-
-  EXPECT_EQ(*responseError(second.wait()), HTTPResponseError::taskCancelled());
-  EXPECT_FALSE(first.isFulfilled());
-  gate.open();
-  EXPECT_EQ(first.wait().data->text(), "first");
-}
-
-TEST_F(SendTest, cancelsNothingThatWasNotSent) {
-  const Get request = get();
-  request.cancel();
-  server.enqueue(Answer(200));
-
-  EXPECT_EQ(responseTo(request).status, HTTPStatus::success);
-}
-
-/// Of one send that waits for its answer.
-template <class Request>
-std::int64_t codeOf(const Request& request) {
-  const auto result = request.send().result();
-  return result.error() ? result.error()->code() : 0;
-}
-
-TEST_F(SendTest, repeatsASafeRequestOnceForAThreadThatWaits) {
-  server.handle("/warm", [](const auto&) { return Answer(200); });
-  const std::string bytes = testing::generatedBytes(1 << 20);
-  const DataPutRequest put(server.url("/put"), Data(bytes));
-
-  ASSERT_EQ(codeOf(get("/warm")), 0);
-  server.enqueue(Answer().dropConnection(Moment::beforeStatusLine));
-  server.enqueue(Answer(200));
-  EXPECT_EQ(codeOf(put), 0);
-
-  const auto received = server.requests();
-  ASSERT_EQ(received.size(), 3u);
-  EXPECT_EQ(received[1].connectionNumber, 1);
-  EXPECT_EQ(received[1].body, bytes);
-  EXPECT_EQ(received[2].connectionNumber, 2);
-  EXPECT_EQ(received[2].body, bytes);
-}
-
-TEST_F(SendTest, repeatsNothingTwiceForAThreadThatWaits) {
-  server.handle("/warm", [](const auto&) { return Answer(200); });
-  ASSERT_EQ(codeOf(get("/warm")), 0);
-  for (int i = 0; i < 3; ++i) server.enqueue(Answer().dropConnection(Moment::beforeStatusLine));
-
-  EXPECT_EQ(codeOf(get()), -1005);
-
-  EXPECT_EQ(server.remainingAnswers(), 1u);
-}
-
-TEST_F(SendTest, repeatsNoPostForAThreadThatWaits) {
-  server.handle("/warm", [](const auto&) { return Answer(200); });
-  for (int i = 0; i < 3; ++i) {
-    ASSERT_EQ(codeOf(get("/warm")), 0);
-    server.enqueue(Answer().dropConnection(Moment::beforeStatusLine));
-    EXPECT_EQ(codeOf(DataPostRequest(server.url("/post"), Data("x"))), -1005);
-  }
-
-  EXPECT_EQ(server.requestCount(), 6);
-}
-
-TEST_F(SendTest, completesAFutureWithBodyAndFacts) {
-  server.enqueue(Answer(200).text("hello"));
-
-  const auto response = get().send().get();
-
-  EXPECT_EQ(response.body.text(), "hello");
-  EXPECT_EQ(response.data->text(), "hello");
-  EXPECT_EQ(response.status, HTTPStatus::success);
-  EXPECT_EQ(response.urlResponse, nullptr);
-}
-
-TEST_F(SendTest, failsAFutureWithTheErrorOfTheResponse) {
-  server.enqueue(Answer(500));
-
-  try {
-    get().send().get();
-    FAIL() << "no error";
-  } catch (const Error& error) {
-    EXPECT_EQ(error.message(), "HTTPStatus: internalServerError:500 is unacceptable");
-  }
-}
-
-/// Has neither error nor body when nothing was received.
-struct MaybeBody {
-  using Body = Data;
-  std::optional<Data> payload;
-  const Data* body() const { return payload && !payload->isEmpty() ? &*payload : nullptr; }
-  const Error* error() const { return nullptr; }
-};
-struct MaybeResponse : DataResponse {
-  using Result = MaybeBody;
-  MaybeResponse(std::optional<Data> bytes, std::optional<URL> file, std::shared_ptr<const URLResponse> response,
-                std::optional<Error> error)
-      : DataResponse(bytes, file, response, error), result{bytes} {}
-  MaybeBody result;
-};
-struct MaybeGet : HTTPGetRequestable<MaybeGet, MaybeResponse> {
-  URL url;
-  HTTPHeaders sharedHeaders() const { return {}; }
-};
-
-TEST_F(SendTest, failsAFutureWithoutErrorOrBody) {
-  server.enqueue(Answer(204));
-
-  const auto result = MaybeGet{.url = server.url("/")}.send().result();
-
-  ASSERT_TRUE(result.error());
-  EXPECT_EQ(*result.error()->as<HTTPResponseError>(), HTTPResponseError::noContent());
-}
-
-TEST_F(SendTest, completesAFutureOnTheQueueItWasMadeOn) {
-  server.enqueue(Answer(200));
-  const bool isOnQueue = await<bool>([&](auto done) {
-    queue.async([=, this] { get().send().whenCompleted(queue, [=, this](const auto&) { done(queue.isCurrent()); }); });
-  });
-
-  EXPECT_TRUE(isOnQueue);
-}
-
-TEST(SendDeathTest, trapsWhenAQueueWaitsForItself) {
-  const DispatchQueue queue("SendDeathTest");
-
-  EXPECT_DEATH(queue.sync([] { DataGetRequest("/").send().wait(); }), "");
-}
-
-velisand::Task<std::string> textOf(Get request) { co_return (co_await request.send()).body.text(); }
-
-TEST_F(SendTest, canBeAwaited) {
-  server.enqueue(Answer(200).text("awaited"));
-
-  EXPECT_EQ(textOf(get()).get(), "awaited");
-}
-
 struct OwnRoad : DataGetRequestable<OwnRoad> {
   using DataGetRequestable::send;
   void send(std::optional<DispatchQueue> queue, Completion completion) const {
@@ -574,39 +345,6 @@ TEST_F(SendTest, servesManyThreadsAtOnce) {
   std::sort(received.begin(), received.end());
   EXPECT_EQ(std::unique(received.begin(), received.end()), received.end());
   EXPECT_EQ(std::count(received.begin(), received.end(), "failed"), 0);
-}
-
-class TrustedSendTest : public ::testing::Test {
- protected:
-  ~TrustedSendTest() override {
-    Corvane::removeTrustedCertificates();
-    Corvane::resetSessions();
-  }
-  void trust(const testing::CertificateAuthority& authority) {
-    const std::string path = directory_.path().string() + "/root.der";
-    platform::FileManager::write(Data(authority.certificate().der()), path);
-    Corvane::addTrustedCertificate(URL::file(path));
-  }
-
-  testing::TemporaryDirectory directory_;
-  const testing::CertificateAuthority root_;
-  TestServer server_{testing::Tls(root_.issue(testing::CertificateRequest::localhost()))};
-};
-
-TEST_F(TrustedSendTest, reachesAServerThroughARegisteredCertificate) {
-  trust(root_);
-  server_.enqueue(Answer(200).text("trusted"));
-
-  EXPECT_EQ(DataGetRequest(server_.url("/")).send().get().body.text(), "trusted");
-}
-
-TEST_F(TrustedSendTest, refusesAServerThatNothingVouchesFor) {
-  const auto result = DataGetRequest(server_.url("/")).send().result();
-
-  ASSERT_TRUE(result.error());
-  EXPECT_TRUE(result.error()->as<CFNetworkErrors>());
-  EXPECT_EQ(server_.requestCount(), 0);
-  server_.takeFailures();
 }
 
 }  // namespace

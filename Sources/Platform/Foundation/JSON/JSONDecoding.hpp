@@ -312,11 +312,12 @@ T JSONReader::decode() {
 
 template <class T>
 std::optional<T> JSONReader::decodeIfValid() {
-  const Bookmark start = bookmark();
+  const char* const start = cursor_;
   try {
     return decode<T>();
   } catch (const DecodingError&) {
-    goBackTo(start);
+    // The containers that were entered are left by now; only the text is to be gone back in.
+    cursor_ = start;
   }
   skip();
   return std::nullopt;

@@ -107,18 +107,6 @@ class CORVANE_API JSONReader {
     std::size_t index = 0;
     Step step = Step::none;
   };
-  /// Where the reader is, to come back to.
-  struct Bookmark {
-    const char* cursor;
-    const Place* place;
-    std::size_t depth;
-  };
-  Bookmark bookmark() const { return {cursor_, place_, depth_}; }
-  void goBackTo(const Bookmark& bookmark) {
-    cursor_ = bookmark.cursor;
-    place_ = bookmark.place;
-    depth_ = bookmark.depth;
-  }
   /// The inside of a container: entered with its first character, left with its last.
   class Level;
 

@@ -1,0 +1,140 @@
+#include <gtest/gtest.h>
+
+#include "Corvane/Corvane.hpp"
+#include "SendFixture.hpp"
+#include "TestSupport/HeldLookUps.hpp"
+
+namespace corvane {
+namespace {
+
+using corvane::testing::Answer;
+using corvane::testing::Expectation;
+using corvane::testing::Gate;
+using corvane::testing::Moment;
+
+TEST_F(SendTest, deliversOneCancellation) {
+  Gate gate;
+  server.enqueue(Answer(200).hold(Moment::beforeStatusLine, gate));
+  Expectation<DataResponse> completion;
+  const Get request = get();
+  request.send(queue, completion);
+  server.takeRequest();
+
+  Get(request).cancel();
+
+  EXPECT_EQ(*responseError(completion.wait()), HTTPResponseError::taskCancelled());
+  request.cancel();
+  gate.open();
+  server.enqueue(Answer(200));
+  responseTo(get());
+  EXPECT_EQ(completion.count(), 1);
+}
+
+TEST_F(SendTest, doesNotWaitForTheResolverWhenItIsCancelled) {
+  const testing::HeldLookUps lookUps;
+  Expectation<DataResponse> completion;
+  const Get request{.url = "http://" + std::string(testing::HeldLookUps::name) + "/"};
+  request.send(queue, completion);
+  ASSERT_TRUE(lookUps.waitForWaiting(1));
+
+  request.cancel();
+
+  EXPECT_EQ(*responseError(completion.wait()), HTTPResponseError::taskCancelled());
+  EXPECT_EQ(lookUps.waiting(), 1);
+  EXPECT_EQ(completion.count(), 1);
+}
+
+TEST_F(SendTest, doesNotWaitForTheResolverWhenSessionsAreReset) {
+  const testing::HeldLookUps lookUps;
+  Expectation<DataResponse> completions;
+  const DataGetRequest request("http://" + std::string(testing::HeldLookUps::name) + "/");
+  for (int i = 0; i < 5; ++i) request.send(queue, completions);
+  const auto future = request.send();
+  ASSERT_TRUE(lookUps.waitForWaiting(6));
+
+  Corvane::resetSessions();
+
+  for (const DataResponse& response : completions.waitForAll(5))
+    EXPECT_EQ(*responseError(response), HTTPResponseError::taskCancelled());
+  ASSERT_TRUE(future.result().error());
+  EXPECT_EQ(*future.result().error()->as<HTTPResponseError>(), HTTPResponseError::taskCancelled());
+  EXPECT_EQ(lookUps.waiting(), 6);
+  EXPECT_EQ(completions.count(), 5);
+}
+
+TEST_F(SendTest, cancelsTheLaterOfTwoSendsOfOneRequest) {
+  Gate gate;
+  server.enqueue(Answer(200).text("first").hold(Moment::beforeStatusLine, gate));
+  server.enqueue(Answer(200).stall(Moment::beforeStatusLine));
+  Expectation<DataResponse> first;
+  Expectation<DataResponse> second;
+  const Get request = get();
+  request.send(queue, first);
+  server.takeRequest();
+  request.send(queue, second);
+  server.takeRequest();
+
+  request.cancel();
+
+  EXPECT_EQ(*responseError(second.wait()), HTTPResponseError::taskCancelled());
+  EXPECT_FALSE(first.isFulfilled());
+  gate.open();
+  EXPECT_EQ(first.wait().data->text(), "first");
+}
+
+TEST_F(SendTest, cancelsNothingThatWasNotSent) {
+  const Get request = get();
+  request.cancel();
+  server.enqueue(Answer(200));
+
+  EXPECT_EQ(responseTo(request).status, HTTPStatus::success);
+}
+
+/// Of one send that waits for its answer.
+template <class Request>
+std::int64_t codeOf(const Request& request) {
+  const auto result = request.send().result();
+  return result.error() ? result.error()->code() : 0;
+}
+
+TEST_F(SendTest, repeatsASafeRequestOnceForAThreadThatWaits) {
+  server.handle("/warm", [](const auto&) { return Answer(200); });
+  const std::string bytes = testing::generatedBytes(1 << 20);
+  const DataPutRequest put(server.url("/put"), Data(bytes));
+
+  ASSERT_EQ(codeOf(get("/warm")), 0);
+  server.enqueue(Answer().dropConnection(Moment::beforeStatusLine));
+  server.enqueue(Answer(200));
+  EXPECT_EQ(codeOf(put), 0);
+
+  const auto received = server.requests();
+  ASSERT_EQ(received.size(), 3u);
+  EXPECT_EQ(received[1].connectionNumber, 1);
+  EXPECT_EQ(received[1].body, bytes);
+  EXPECT_EQ(received[2].connectionNumber, 2);
+  EXPECT_EQ(received[2].body, bytes);
+}
+
+TEST_F(SendTest, repeatsNothingTwiceForAThreadThatWaits) {
+  server.handle("/warm", [](const auto&) { return Answer(200); });
+  ASSERT_EQ(codeOf(get("/warm")), 0);
+  for (int i = 0; i < 3; ++i) server.enqueue(Answer().dropConnection(Moment::beforeStatusLine));
+
+  EXPECT_EQ(codeOf(get()), -1005);
+
+  EXPECT_EQ(server.remainingAnswers(), 1u);
+}
+
+TEST_F(SendTest, repeatsNoPostForAThreadThatWaits) {
+  server.handle("/warm", [](const auto&) { return Answer(200); });
+  for (int i = 0; i < 3; ++i) {
+    ASSERT_EQ(codeOf(get("/warm")), 0);
+    server.enqueue(Answer().dropConnection(Moment::beforeStatusLine));
+    EXPECT_EQ(codeOf(DataPostRequest(server.url("/post"), Data("x"))), -1005);
+  }
+
+  EXPECT_EQ(server.requestCount(), 6);
+}
+
+}  // namespace
+}  // namespace corvane

@@ -1,0 +1,50 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "Corvane/Corvane.hpp"
+#include "Platform/Foundation/FileManager.hpp"
+#include "TestSupport/CertificateAuthority.hpp"
+#include "TestSupport/TemporaryDirectory.hpp"
+#include "TestSupport/TestServer.hpp"
+
+namespace corvane {
+namespace {
+
+using corvane::testing::Answer;
+using corvane::testing::TestServer;
+
+class TrustedSendTest : public ::testing::Test {
+ protected:
+  ~TrustedSendTest() override {
+    Corvane::removeTrustedCertificates();
+    Corvane::resetSessions();
+  }
+  void trust(const testing::CertificateAuthority& authority) {
+    const std::string path = directory_.path().string() + "/root.der";
+    platform::FileManager::write(Data(authority.certificate().der()), path);
+    Corvane::addTrustedCertificate(URL::file(path));
+  }
+
+  testing::TemporaryDirectory directory_;
+  const testing::CertificateAuthority root_;
+  TestServer server_{testing::Tls(root_.issue(testing::CertificateRequest::localhost()))};
+};
+
+TEST_F(TrustedSendTest, reachesAServerThroughARegisteredCertificate) {
+  trust(root_);
+  server_.enqueue(Answer(200).text("trusted"));
+
+  EXPECT_EQ(DataGetRequest(server_.url("/")).send().get().body.text(), "trusted");
+}
+
+TEST_F(TrustedSendTest, refusesAServerThatNothingVouchesFor) {
+  const auto result = DataGetRequest(server_.url("/")).send().result();
+
+  ASSERT_TRUE(result.error());
+  EXPECT_TRUE(result.error()->as<CFNetworkErrors>());
+  EXPECT_EQ(server_.requestCount(), 0);
+  server_.takeFailures();
+}
+
+}  // namespace
+}  // namespace corvane
