@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "Platform/Foundation/Data.hpp"
+#include "Velisand/FileLocation.hpp"
 #include "Velisand/JSONCodable.hpp"
 
 namespace velisand {
@@ -17,6 +18,11 @@ template <class T>
 concept OffersData = requires(const T& value) {
   { value.asData() } -> std::convertible_to<platform::Data>;
 };
+// For types that get their bytes from a function beside them, as a list of somebody's type must.
+template <class T>
+concept HasDataRepresentation = requires(const T& value) {
+  { dataRepresentation(value) } -> std::convertible_to<platform::Data>;
+};
 template <class T>
 concept PlainBytes =
     std::same_as<T, platform::Data> || std::same_as<T, std::string> || std::same_as<T, std::vector<std::byte>>;
@@ -25,30 +31,39 @@ template <class T>
 concept TakesData = std::constructible_from<T, platform::Data> && !std::is_aggregate_v<T>;
 }  // namespace detail
 
-/// A value that has a form in bytes: `Data`, `std::string` and `std::vector<std::byte>` as they are, any type
-/// with a member `asData()`, and any other `JSONEncodable` type as JSON. Making the bytes may throw.
+/// A value that has a form in bytes. Making them may throw. In this order:
+/// - any type with a member `asData()`, or a function `Data dataRepresentation(const T&)` in its namespace;
+/// - `Data`, `std::string` and `std::vector<std::byte>` as they are;
+/// - a value that names a file (see `FileRepresentable`) as the bytes of that file;
+/// - any other `JSONEncodable` type as JSON.
 template <class T>
-concept DataRepresentable = detail::OffersData<T> || detail::PlainBytes<T> || JSONEncodable<T>;
+concept DataRepresentable = detail::OffersData<T> || detail::HasDataRepresentation<T> || detail::PlainBytes<T> ||
+                            detail::NamesFile<T> || JSONEncodable<T>;
 
 /// A type that can be made from bytes: `Data`, `std::string` and `std::vector<std::byte>` as they are, any type
-/// with a constructor that takes a `Data`, and any other `JSONDecodable` type from JSON. Making the value may
-/// throw.
+/// with a constructor that takes a `Data`, and any other `JSONDecodable` type from JSON. A `URL` or a path is the
+/// name of a file, not made of bytes. Making the value may throw.
 template <class T>
-concept DataInitializable = detail::PlainBytes<T> || detail::TakesData<T> || JSONDecodable<T>;
+concept DataInitializable = !detail::FileName<T> && (detail::PlainBytes<T> || detail::TakesData<T> || JSONDecodable<T>);
 
 /// A type whose bytes are JSON.
 template <class T>
-concept RepresentedByJSON = JSONEncodable<T> && !detail::OffersData<T> && !detail::PlainBytes<T>;
+concept RepresentedByJSON = JSONEncodable<T> && !detail::OffersData<T> && !detail::HasDataRepresentation<T> &&
+                            !detail::PlainBytes<T> && !detail::NamesFile<T>;
 
-/// The bytes of a value; a `Data` shares them, the other kinds copy them.
+/// The bytes of a value; a `Data` shares them, the other kinds copy them. Reading a file blocks.
 template <DataRepresentable T>
 platform::Data asData(const T& value) {
   if constexpr (detail::OffersData<T>) {
     return value.asData();
+  } else if constexpr (detail::HasDataRepresentation<T>) {
+    return dataRepresentation(value);
   } else if constexpr (std::same_as<T, std::vector<std::byte>>) {
     return platform::Data(value.data(), value.size());
   } else if constexpr (detail::PlainBytes<T>) {
     return platform::Data(value);
+  } else if constexpr (detail::NamesFile<T>) {
+    return detail::contentsOf(detail::locationOf(value));
   } else {
     return asJSON(value);
   }

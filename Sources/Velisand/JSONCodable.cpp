@@ -1,16 +1,10 @@
 #include "Velisand/JSONCodable.hpp"
 
-#include "Platform/Foundation/Error.hpp"
 #include "Platform/Foundation/FileManager.hpp"
+#include "Velisand/FileLocation.hpp"
 
 namespace velisand {
 
-platform::Data detail::contentsOf(const platform::URL& file) {
-  if (file.scheme() != "file") {
-    throw platform::Error(platform::NSCocoaErrorDomain, platform::CocoaErrorCode::fileReadUnknown,
-                          "\"" + file.absoluteString() + "\" is no file URL");
-  }
-  return platform::FileManager::contents(file.path());
-}
+platform::Data detail::contentsOf(const platform::URL& file) { return platform::FileManager::contents(pathOf(file)); }
 
 }  // namespace velisand

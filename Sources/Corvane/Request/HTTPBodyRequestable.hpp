@@ -34,8 +34,8 @@ concept CarriesBody = std::derived_from<Self, BodyMixin>;
 /// | `contentEncoder`, an `HTTPContentEncoderType`          | the body encoded, and "Content-Encoding"             |
 /// | (default: absent)                                      |                                                      |
 ///
-/// The body type satisfies `velisand::DataRepresentable`. What its `asData()` or the encoder throws becomes
-/// the outcome of the send; nothing is sent then.
+/// The body type satisfies `velisand::DataRepresentable`: a `URL` or a path sends the bytes of its file. What making
+/// the bytes or the encoder throws becomes the outcome of the send; nothing is sent then.
 template <class Self, class BodyType = platform::Data>
 struct HTTPBodyRequestable : detail::BodyMixin {
   using Body = BodyType;
@@ -57,7 +57,9 @@ constexpr bool checkBody() {
   constexpr bool hasType = requires { requires ReadsAs<decltype(&Self::contentType), Self, HTTPMediaType>; };
   constexpr bool hasEncoder =
       requires { requires ReadsAs<decltype(&Self::contentEncoder), Self, std::optional<HTTPContentEncoderType>>; };
-  static_assert(hasBytes, "`Body` must have bytes: Data, std::string, or a type with `Data asData() const`");
+  static_assert(hasBytes,
+                "`Body` must have bytes: Data, std::string, a file's URL or path, or a type with "
+                "`Data asData() const`");
   static_assert(hasBody,
                 "`body` is required and must convert to `Body`: write `Body body() const`, or a stored or static "
                 "member of that type");

@@ -49,6 +49,12 @@ struct Rename : JSONPutRequestable<Rename, User, std::string> {
   URL baseURL = "https://h/user";
   HTTPHeaders sharedHeaders() const { return {}; }
 };
+/// The text of a URL, not the bytes of a file.
+struct Move : JSONPutRequestable<Move, User, URL> {
+  URL body = "file:///etc/hostname";
+  URL baseURL = "https://h/user";
+  HTTPHeaders sharedHeaders() const { return {}; }
+};
 struct Strategic {
   int firstValue = 1;
   static JSONEncoder encoder() { return JSONEncoder({.keys = JSONKeyStrategy::snakeCase}); }
@@ -145,6 +151,11 @@ TEST(JSONRequestableTest, givesATypeTheTypeOfItsBody) {
 }
 
 TEST(JSONRequestableTest, writesTextAsAJSONString) { EXPECT_EQ(Rename().urlRequest().httpBody, Data(R"("a \"b\"")")); }
+
+TEST(JSONRequestableTest, writesAURLAsAJSONString) {
+  EXPECT_EQ(Move().urlRequest().httpBody, Data(R"("file:///etc/hostname")"));
+  EXPECT_EQ(JSONPutRequest<User>("https://h", URL("file:///a")).urlRequest().httpBody, Data(R"("file:///a")"));
+}
 
 TEST(JSONRequestableTest, usesTheEncoderThatTheBodyNames) {
   struct Post : JSONPostRequestable<Post, User, Strategic> {

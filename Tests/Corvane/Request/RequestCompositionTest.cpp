@@ -5,6 +5,7 @@
 #include "Corvane/Corvane.hpp"
 #include "Corvane/Request/DefaultHeaders.hpp"
 #include "Corvane/Request/UserAgent.hpp"
+#include "TestSupport/TemporaryDirectory.hpp"
 
 namespace corvane {
 namespace {
@@ -135,6 +136,23 @@ TEST(RequestCompositionTest, passesOnWhatABodyThrows) {
   } catch (const Error& error) {
     EXPECT_EQ(error.code(), 7);
   }
+}
+
+struct PostFile : DataPostRequestable<PostFile, URL> {
+  URL baseURL = "https://example.com";
+  URL body = "https://example.com/no-file";
+  HTTPMediaType contentType = HTTPMediaType::textPlain;
+  HTTPHeaders sharedHeaders() const { return {}; }
+};
+
+TEST(RequestCompositionTest, sendsTheBytesOfTheFileThatABodyNames) {
+  const testing::TemporaryDirectory directory;
+  PostFile post;
+
+  post.body = URL::file(directory.write("note.txt", "hello"));
+
+  EXPECT_EQ(post.urlRequest().httpBody, Data("hello"));
+  EXPECT_THROW(PostFile().urlRequest(), Error);
 }
 
 class FailingEncoder {
