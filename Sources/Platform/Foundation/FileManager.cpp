@@ -144,6 +144,19 @@ int writeFresh(const std::string& path, const std::string& replaced, const Data&
   return writeAll(file, data);
 }
 
+/// Makes a directory, and those above it that are missing. Returns an error number.
+int makeDirectory(const std::string& path, mode_t mode) {
+  if (::mkdir(path.c_str(), mode) == 0) return 0;
+  if (errno != ENOENT) return errno;
+  const std::size_t nameEnd = path.find_last_not_of('/');
+  const std::size_t slash = nameEnd == std::string::npos ? nameEnd : path.rfind('/', nameEnd);
+  if (slash == std::string::npos || slash == 0) return ENOENT;
+  const int number = makeDirectory(path.substr(0, slash), 0777);
+  // Somebody else may have made the same directory meanwhile.
+  if (number != 0 && number != EEXIST) return number;
+  return ::mkdir(path.c_str(), mode) == 0 ? 0 : errno;
+}
+
 }  // namespace
 
 Data FileManager::contents(std::string_view path) {
@@ -200,6 +213,13 @@ std::string FileManager::createTemporaryDirectory() {
   std::string path = temporaryDirectory() + "/corvane-XXXXXX";
   if (::mkdtemp(path.data()) == nullptr) throwWriteError(path, errno);
   return path;
+}
+
+void FileManager::createPrivateDirectory(std::string_view path) {
+  constexpr const char* failure = "could not be made";
+  const auto name = terminated(path);
+  const int number = name ? makeDirectory(*name, 0700) : EINVAL;
+  if (number != 0) throw makeError(writeCode(number), path, failure, number);
 }
 
 }  // namespace platform

@@ -48,6 +48,9 @@ class CORVANE_API FileManager {
   static std::string temporaryDirectory();
   /// A fresh directory inside, which only this user may enter. The caller removes it.
   static std::string createTemporaryDirectory();
+  /// Makes a directory which only this user may enter; fails where there is something already. Directories above
+  /// it that are missing are made, too, with the permissions that the process gives to new ones.
+  static void createPrivateDirectory(std::string_view path);
 };
 
 }  // namespace platform

@@ -177,6 +177,29 @@ TEST_F(FileManagerTest, makesPrivateTemporaryDirectoriesThatDiffer) {
   FileManager::remove(another);
 }
 
+TEST_F(FileManagerTest, makesAPrivateDirectoryAndThoseAboveIt) {
+  const std::string deep = directory + "/a//b/c/";
+
+  FileManager::createPrivateDirectory(deep);
+
+  EXPECT_EQ(modeOf(deep), 0700U);
+  EXPECT_TRUE(std::filesystem::is_directory(directory + "/a/b"));
+}
+
+TEST_F(FileManagerTest, makesNoDirectoryWhereThereIsSomething) {
+  FileManager::write(Data("x"), path);
+
+  const Error taken = errorOf([&] { FileManager::createPrivateDirectory(directory); });
+  const Error inFile = errorOf([&] { FileManager::createPrivateDirectory(path + "/a"); });
+  const Error cutOff = errorOf([] { FileManager::createPrivateDirectory({"/tmp/a\0b", 8}); });
+  const Error nameless = errorOf([] { FileManager::createPrivateDirectory(""); });
+
+  EXPECT_EQ(taken.message(), "\"" + directory + "\" could not be made: File exists");
+  EXPECT_EQ(inFile.message(), "\"" + path + "/a\" could not be made: Not a directory");
+  EXPECT_EQ(cutOff.code(), code::fileWriteInvalidFileName);
+  EXPECT_EQ(nameless.code(), code::fileNoSuchFile);
+}
+
 TEST_F(FileManagerTest, takesTheTemporaryDirectoryFromTheEnvironment) {
   const char* value = std::getenv("TMPDIR");
   const std::string saved = value != nullptr ? value : "";
