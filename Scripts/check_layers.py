@@ -156,7 +156,7 @@ def check_circles(files):
 
 def problems(root):
     """All breaches of the rules below `root`, the include root."""
-    paths = (p for layer in LAYERS for s in ("*.hpp", "*.cpp") for p in (root / layer).rglob(s))
+    paths = (p for layer in LAYERS for s in ("*.hpp", "*.cpp", "*.inc") for p in (root / layer).rglob(s))
     files = {file.path: file for file in (File(root, path) for path in sorted(paths))}
     if not files:
         return [f"{root}: there are no files to check"]
