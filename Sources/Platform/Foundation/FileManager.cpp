@@ -5,17 +5,22 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
 #include <utility>
 
 #include "Platform/Foundation/Error.hpp"
+#include "Platform/Foundation/Internal/FileDescriptor.hpp"
 #include "Platform/Foundation/UUID.hpp"
 
 namespace platform {
 
 namespace {
+
+using detail::FileDescriptor;
+using detail::uninterrupted;
 
 std::int32_t readCode(int number) {
   switch (number) {
@@ -42,6 +47,8 @@ std::int32_t writeCode(int number) {
     case EINVAL:
     case ENAMETOOLONG:
       return CocoaErrorCode::fileWriteInvalidFileName;
+    case EEXIST:
+      return CocoaErrorCode::fileWriteFileExists;
     case ENOSPC:
     case EDQUOT:
       return CocoaErrorCode::fileWriteOutOfSpace;
@@ -65,36 +72,10 @@ Error makeError(std::int32_t code, std::string_view path, const char* failure, i
   throw makeError(writeCode(number), path, "could not be written", number);
 }
 
-class FileDescriptor {
- public:
-  explicit FileDescriptor(int number) : number_(number) {}
-  ~FileDescriptor() {
-    if (number_ >= 0) ::close(number_);
-  }
-  FileDescriptor(const FileDescriptor&) = delete;
-  FileDescriptor& operator=(const FileDescriptor&) = delete;
-
-  int number() const { return number_; }
-  bool isOpen() const { return number_ >= 0; }
-  /// Closes and tells the error number, since some file systems report failed writes only then.
-  int close() { return ::close(std::exchange(number_, -1)) == 0 ? 0 : errno; }
-
- private:
-  int number_;
-};
-
 /// The path for the system, or absent when a NUL would cut it off.
 std::optional<std::string> terminated(std::string_view path) {
   if (path.find('\0') != std::string_view::npos) return std::nullopt;
   return std::string(path);
-}
-
-/// Calls until no signal interrupts the call.
-template <class Call>
-auto uninterrupted(Call call) {
-  auto result = call();
-  while (result < 0 && errno == EINTR) result = call();
-  return result;
 }
 
 /// Returns an error number.
@@ -157,6 +138,27 @@ int makeDirectory(const std::string& path, mode_t mode) {
   return ::mkdir(path.c_str(), mode) == 0 ? 0 : errno;
 }
 
+/// Returns an error number; EEXIST when there is something at `target`.
+int renameToFreeName(const std::string& path, const std::string& target) {
+  if (::renameat2(AT_FDCWD, path.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) == 0) return 0;
+  if (errno != EINVAL && errno != ENOSYS) return errno;
+  // A file system that cannot refuse to replace: a second name can only be made where there is none.
+  if (::link(path.c_str(), target.c_str()) != 0) return errno;
+  ::unlink(path.c_str());
+  return 0;
+}
+
+/// Returns an error number. What was written in part is removed.
+int copyToFreeName(const std::string& path, const std::string& target) {
+  std::error_code error;
+  if (!std::filesystem::copy_file(path, target, std::filesystem::copy_options::none, error)) {
+    const int number = error.value();
+    if (number != EEXIST) ::unlink(target.c_str());
+    return number;
+  }
+  return 0;
+}
+
 }  // namespace
 
 Data FileManager::contents(std::string_view path) {
@@ -190,6 +192,19 @@ void FileManager::write(const Data& data, std::string_view path) {
 bool FileManager::exists(std::string_view path) {
   const auto name = terminated(path);
   return name && ::access(name->c_str(), F_OK) == 0;
+}
+
+void FileManager::move(std::string_view path, std::string_view target) {
+  constexpr const char* failure = "could not be moved to its new place";
+  const auto from = terminated(path);
+  const auto to = terminated(target);
+  if (!from || !to) throw makeError(CocoaErrorCode::fileWriteInvalidFileName, from ? target : path, failure, EINVAL);
+  int number = renameToFreeName(*from, *to);
+  if (number == EXDEV) {
+    number = copyToFreeName(*from, *to);
+    if (number == 0) ::unlink(from->c_str());
+  }
+  if (number != 0) throw makeError(writeCode(number), number == EEXIST ? target : path, failure, number);
 }
 
 void FileManager::remove(std::string_view path) {

@@ -23,6 +23,7 @@ inline constexpr std::int32_t fileReadNoSuchFile = 260;
 inline constexpr std::int32_t fileWriteUnknown = 512;
 inline constexpr std::int32_t fileWriteNoPermission = 513;
 inline constexpr std::int32_t fileWriteInvalidFileName = 514;
+inline constexpr std::int32_t fileWriteFileExists = 516;
 inline constexpr std::int32_t fileWriteOutOfSpace = 640;
 inline constexpr std::int32_t fileWriteVolumeReadOnly = 642;
 }  // namespace CocoaErrorCode
@@ -41,6 +42,9 @@ class CORVANE_API FileManager {
   /// before. A file that is replaced passes on its permissions; a symbolic link is replaced, not followed.
   static void write(const Data& data, std::string_view path);
   static bool exists(std::string_view path);
+  /// Gives a file another name, on whichever volume. What is at `target` already stays, and the move fails with
+  /// `fileWriteFileExists`.
+  static void move(std::string_view path, std::string_view target);
   /// Removes a file, or a directory with all that is in it. A symbolic link is removed, not followed.
   static void remove(std::string_view path);
 

@@ -9,6 +9,9 @@ inline constexpr const char* kCFErrorDomainCFNetwork = "kCFErrorDomainCFNetwork"
 inline constexpr const char* NSURLErrorDomain = "NSURLErrorDomain";
 
 namespace URLErrorCode {
+inline constexpr std::int32_t cannotWriteToFile = -3003;
+inline constexpr std::int32_t cannotCloseFile = -3002;
+inline constexpr std::int32_t cannotCreateFile = -3000;
 inline constexpr std::int32_t cannotLoadFromNetwork = -2000;
 inline constexpr std::int32_t clientCertificateRequired = -1206;
 inline constexpr std::int32_t clientCertificateRejected = -1205;

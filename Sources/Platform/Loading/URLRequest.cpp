@@ -103,9 +103,9 @@ std::string fieldsProblem(const HTTPHeaderFields& fields, std::size_t bodyLength
 
 }  // namespace
 
-std::string URLRequest::problem() const {
-  std::string problem = methodProblem(httpMethod, httpBody.has_value());
-  if (problem.empty()) problem = fieldsProblem(allHTTPHeaderFields, httpBody ? httpBody->count() : 0);
+std::string URLRequest::problem(std::optional<std::size_t> bodyLength) const {
+  std::string problem = methodProblem(httpMethod, bodyLength.has_value());
+  if (problem.empty()) problem = fieldsProblem(allHTTPHeaderFields, bodyLength.value_or(0));
   if (!problem.empty()) return problem;
   if (!std::isfinite(timeoutInterval) || timeoutInterval <= 0) {
     return "The request's time-out must be a positive finite number of seconds.";

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 
@@ -41,7 +42,11 @@ struct CORVANE_API URLRequest {
   /// Empty when the request may be sent, otherwise a sentence that names what is wrong: a method that is
   /// not a token (RFC 9110, 9.1), a header field (see `HTTPHeaderFields::problem`), a header that the
   /// transport owns and that would contradict it, a time-out that is not a positive finite number.
-  std::string problem() const;
+  std::string problem() const {
+    return problem(httpBody ? std::optional<std::size_t>(httpBody->count()) : std::nullopt);
+  }
+  /// The same for a request whose body, of that many bytes, comes from elsewhere; absent: there is none.
+  std::string problem(std::optional<std::size_t> bodyLength) const;
 };
 
 }  // namespace platform

@@ -32,7 +32,25 @@ void URLSession::setSessionDescription(std::optional<std::string> description) {
 }
 
 std::shared_ptr<URLSessionTask> URLSession::dataTask(URLRequest request, DataCompletion completion) {
-  return std::make_shared<detail::TaskCore>(shared_from_this(), core_, std::move(request), std::move(completion),
+  return task(std::move(request), detail::TaskPlan::data(std::move(completion)));
+}
+
+std::shared_ptr<URLSessionTask> URLSession::downloadTask(URLRequest request, DownloadCompletion completion) {
+  return task(std::move(request), detail::TaskPlan::download(std::move(completion)));
+}
+
+std::shared_ptr<URLSessionTask> URLSession::uploadTask(URLRequest request, Data body, DataCompletion completion) {
+  request.httpBody = std::move(body);
+  return task(std::move(request), detail::TaskPlan::upload(std::nullopt, std::move(completion)));
+}
+
+std::shared_ptr<URLSessionTask> URLSession::uploadTask(URLRequest request, const URL& file, DataCompletion completion) {
+  request.httpBody.reset();
+  return task(std::move(request), detail::TaskPlan::upload(file, std::move(completion)));
+}
+
+std::shared_ptr<URLSessionTask> URLSession::task(URLRequest request, detail::TaskPlan plan) {
+  return std::make_shared<detail::TaskCore>(shared_from_this(), core_, std::move(request), std::move(plan),
                                             core_->isInvalidated());
 }
 

@@ -10,6 +10,8 @@
 #include "Platform/Export.hpp"
 #include "Platform/Foundation/Data.hpp"
 #include "Platform/Foundation/Error.hpp"
+#include "Platform/Foundation/Progress.hpp"
+#include "Platform/Foundation/TemporaryFile.hpp"
 #include "Platform/Loading/URLRequest.hpp"
 #include "Platform/Loading/URLResponse.hpp"
 #include "Platform/Loading/URLSessionDelegate.hpp"
@@ -18,7 +20,7 @@ namespace platform {
 
 namespace detail {
 class SessionCore;
-class TaskCore;
+struct TaskPlan;
 }  // namespace detail
 
 /// How a session behaves; copied when the session is made.
@@ -54,6 +56,9 @@ class CORVANE_API URLSessionTask {
   virtual void cancel() = 0;
   virtual State state() const = 0;
   virtual const URLRequest& originalRequest() const = 0;
+  /// Counts the bytes of the body: of the request in an upload, of the answer in any other task, as they go over
+  /// the network. It is told at most every 50 ms, when something moved, and at the end of a task that succeeded.
+  virtual std::shared_ptr<Progress> progress() = 0;
   /// Unique within the process.
   virtual std::uint64_t taskIdentifier() const = 0;
 
@@ -73,6 +78,11 @@ class CORVANE_API URLSession : public std::enable_shared_from_this<URLSession> {
   using DataCompletion =
       UniqueFunction<void(std::optional<Data>, std::shared_ptr<const URLResponse>, std::optional<Error>)>;
 
+  /// The same for a download: in place of the body the file that holds it, decoded, where the exchange completed,
+  /// whatever its status. The file is removed with that value: move it, or keep it.
+  using DownloadCompletion =
+      UniqueFunction<void(std::optional<TemporaryFile>, std::shared_ptr<const URLResponse>, std::optional<Error>)>;
+
   static std::shared_ptr<URLSession> make(URLSessionConfiguration configuration,
                                           std::shared_ptr<URLSessionDelegate> delegate, DispatchQueue delegateQueue);
   ~URLSession();
@@ -87,6 +97,16 @@ class CORVANE_API URLSession : public std::enable_shared_from_this<URLSession> {
   /// A load of an http, https or file URL into memory. On an invalidated session the task fails with
   /// "NSURLErrorDomain" -999 when resumed.
   std::shared_ptr<URLSessionTask> dataTask(URLRequest request, DataCompletion completion);
+  /// A load of an http, https or file URL into a file, which is written as the bytes arrive, in the temporary
+  /// directory. What a task that fails or is cancelled wrote is removed. Beside the errors of a data task:
+  /// -3000 (the file cannot be made), -3002 and -3003 (it cannot be written, as on a full disk).
+  std::shared_ptr<URLSessionTask> downloadTask(URLRequest request, DownloadCompletion completion);
+  /// A request with these bytes as its body.
+  std::shared_ptr<URLSessionTask> uploadTask(URLRequest request, Data body, DataCompletion completion);
+  /// A request with the content of this file as its body, which is read as it is sent. The file is opened when the
+  /// task starts, and must keep its length until it is sent. Beside the errors of a data task: -1100, -1101, -1102
+  /// and -1008 (the file cannot be read), -1021 (its length changed).
+  std::shared_ptr<URLSessionTask> uploadTask(URLRequest request, const URL& file, DataCompletion completion);
 
   /// No new tasks; those under way finish. Then the delegate is told.
   void finishTasksAndInvalidate();
@@ -94,6 +114,7 @@ class CORVANE_API URLSession : public std::enable_shared_from_this<URLSession> {
   void invalidateAndCancel();
 
  private:
+  std::shared_ptr<URLSessionTask> task(URLRequest request, detail::TaskPlan plan);
   explicit URLSession(std::shared_ptr<detail::SessionCore> core);
   std::shared_ptr<detail::SessionCore> core_;
 };

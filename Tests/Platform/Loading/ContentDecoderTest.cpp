@@ -34,6 +34,7 @@ Outcome decode(const HTTPHeaderFields& fields, std::string_view body, std::size_
   auto choice = ContentDecoder::make(fields, maximum, [&](Bytes bytes) {
     outcome.decoded.append(reinterpret_cast<const char*>(bytes.data()), bytes.size());
     outcome.largestPiece = std::max(outcome.largestPiece, bytes.size());
+    return std::nullopt;
   });
   outcome.failure = choice.failure;
   if (!choice.decoder) return outcome;
@@ -58,7 +59,7 @@ std::string joined(std::initializer_list<std::string> parts) {
 TEST(ContentDecoderTest, isNotThereWhenThereIsNothingToDecode) {
   for (const HTTPHeaderFields& fields : {HTTPHeaderFields(), HTTPHeaderFields{{"Content-Encoding", "identity"}},
                                          HTTPHeaderFields{{"content-encoding", " ,Identity, "}}}) {
-    const auto choice = ContentDecoder::make(fields, ample, [](Bytes) {});
+    const auto choice = ContentDecoder::make(fields, ample, [](Bytes) { return std::nullopt; });
 
     EXPECT_EQ(choice.decoder, nullptr);
     EXPECT_EQ(choice.failure, std::nullopt);

@@ -124,6 +124,10 @@ void ConnectionPool::withdraw(ExchangeOwner& owner) {
   admit();
 }
 
+void ConnectionPool::tellLater(ProgressMeter& meter) {
+  if (!meter.isArmed()) meters_.arm(meter, meter.due());
+}
+
 /// Takes the exchange out of libcurl and of the table of active ones.
 void ConnectionPool::detach(Exchange& exchange) {
   curl_multi_remove_handle(multi_, exchange.handle());
@@ -319,6 +323,17 @@ void ConnectionPool::ready(int descriptor, std::uint32_t events) {
   if (events & EPOLLIN) flags |= CURL_CSELECT_IN;
   if (events & EPOLLOUT) flags |= CURL_CSELECT_OUT;
   act(descriptor, flags);
+  continueSending(descriptor);
+}
+
+/// What the server said meanwhile is read by now. If it was not the answer, or one that leaves the rest of the
+/// body wanted, libcurl goes on.
+void ConnectionPool::continueSending(int descriptor) {
+  Exchange* exchange = socketAt(descriptor).exchange;
+  if (!exchange || !exchange->isSendingHeld()) return;
+  exchange->continueSending();
+  collectFinished();
+  admit();
 }
 
 /// libcurl would not notice: it waits until the gate lets it write, and the loop would spin meanwhile.
@@ -349,7 +364,7 @@ void ConnectionPool::touchWhoWaitsWith(const Exchange& judged) {
 }
 
 LoopTime ConnectionPool::nextTick() {
-  LoopTime next = std::min(timerDue_, deadlines_.nextLook());
+  LoopTime next = std::min({timerDue_, deadlines_.nextLook(), meters_.nextLook()});
   // Whoever waits for the limit to grow looks again soon.
   if (admission_.waiting() > 0) next = std::min(next, loop_.now() + oneMillisecond);
   return next;
@@ -364,6 +379,7 @@ void ConnectionPool::tick(LoopTime now) {
     timerDue_ = never;
     act(CURL_SOCKET_TIMEOUT, 0);
   }
+  while (ProgressMeter* meter = meters_.takeExpired(now)) meter->tell(now);
   while (Exchange* late = deadlines_.takeExpired(now)) {
     if (awaitsVerdict(*late)) {
       deadlines_.arm(*late, now + late->timeout());

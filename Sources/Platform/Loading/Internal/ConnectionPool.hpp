@@ -11,6 +11,7 @@
 #include "Platform/Loading/Internal/AdmissionQueue.hpp"
 #include "Platform/Loading/Internal/Exchange.hpp"
 #include "Platform/Loading/Internal/NetworkLoop.hpp"
+#include "Platform/Loading/Internal/ProgressMeter.hpp"
 #include "Platform/Loading/URLSession.hpp"
 
 namespace platform::detail {
@@ -30,6 +31,9 @@ class ConnectionPool final : public Ticker, public EventHandler {
   void submit(ExchangeOwner& owner);
   /// Ends the owner's exchange, waiting or under way, without telling the owner.
   void withdraw(ExchangeOwner& owner);
+  /// Lets the meter tell at its due time what it holds back, unless that was arranged already.
+  void tellLater(ProgressMeter& meter);
+  void tellNoMore(ProgressMeter& meter) { meters_.disarm(meter); }
   /// The delegate's verdict on a server.
   void decide(const std::shared_ptr<TrustGate>& gate, std::optional<Error> rejection);
 
@@ -83,6 +87,7 @@ class ConnectionPool final : public Ticker, public EventHandler {
   void touchWhoWaitsWith(const Exchange& judged);
   void detach(Exchange& exchange);
   void act(curl_socket_t descriptor, int events);
+  void continueSending(int descriptor);
   void learnPorts(int descriptor, Socket& socket);
   void collectFinished();
   void apply(int descriptor, Socket& socket);
@@ -100,6 +105,7 @@ class ConnectionPool final : public Ticker, public EventHandler {
   AdmissionQueue admission_;
   LoopTime timerDue_;
   DeadlineQueue<Exchange> deadlines_;
+  DeadlineQueue<ProgressMeter> meters_;
 };
 
 }  // namespace platform::detail

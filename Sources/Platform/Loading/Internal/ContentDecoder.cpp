@@ -84,11 +84,7 @@ ContentDecoder::ContentDecoder(Stages stages, std::int64_t maximumBytes, Sink si
     ByteConsumer next = [this, i](Bytes bytes) { return stages_[i + 1]->decode(bytes, consumers_[i + 1]); };
     consumers_.push_back(bounded(boundBetweenStages(maximumBytes), maximumBytes, std::move(next)));
   }
-  ByteConsumer deliver = [sink = std::move(sink)](Bytes bytes) -> std::optional<LoadFailure> {
-    sink(bytes);
-    return std::nullopt;
-  };
-  consumers_.push_back(bounded(maximumBytes, maximumBytes, std::move(deliver)));
+  consumers_.push_back(bounded(maximumBytes, maximumBytes, std::move(sink)));
 }
 
 std::optional<LoadFailure> ContentDecoder::decode(Bytes input) {

@@ -24,7 +24,7 @@ class ContentDecoder {
   static constexpr std::size_t maximumCodings = 5;
 
   /// Takes the decoded bytes, in pieces.
-  using Sink = std::function<void(Bytes)>;
+  using Sink = ByteConsumer;
 
   /// What `make` found: a decoder, a failure, or neither when there is nothing to decode.
   struct Choice {

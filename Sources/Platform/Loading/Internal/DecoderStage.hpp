@@ -5,11 +5,10 @@
 #include <optional>
 #include <span>
 
-#include "Platform/Loading/Internal/LoadFailure.hpp"
+#include "Platform/Loading/Internal/BodySink.hpp"
 
 namespace platform::detail {
 
-using Bytes = std::span<const std::byte>;
 /// Takes decoded bytes; a failure stops the decoding.
 using ByteConsumer = std::function<std::optional<LoadFailure>(Bytes)>;
 

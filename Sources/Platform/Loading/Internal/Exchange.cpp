@@ -1,5 +1,7 @@
 #include "Platform/Loading/Internal/Exchange.hpp"
 
+#include <sys/socket.h>
+
 #include <algorithm>
 #include <array>
 #include <limits>
@@ -21,6 +23,12 @@ namespace {
 constexpr std::int64_t reserveLimit = std::int64_t{64} << 20;
 /// Bodies above this size are sent in several steps whose progress is watched.
 constexpr std::size_t watchedBodyBytes = 64 * 1024;
+/// How much is read from and written to the network at once: little, since every connection under way has such a
+/// buffer, or much, where it makes a file arrive in two thirds of the time.
+constexpr long ordinaryBufferBytes = 16 * 1024;
+constexpr long fileBufferBytes = 512 * 1024;
+/// For what is sent from memory.
+constexpr long uploadBufferBytes = 64 * 1024;
 
 template <class Value>
 void set(CURL* handle, CURLoption option, Value value) {
@@ -72,6 +80,10 @@ void Exchange::setConstantOptions() {
   set(handle_, CURLOPT_HEADERDATA, this);
   set(handle_, CURLOPT_WRITEFUNCTION, &Exchange::receiveBody);
   set(handle_, CURLOPT_WRITEDATA, this);
+  set(handle_, CURLOPT_READFUNCTION, &Exchange::readBody);
+  set(handle_, CURLOPT_READDATA, this);
+  set(handle_, CURLOPT_SEEKFUNCTION, &Exchange::seekBody);
+  set(handle_, CURLOPT_SEEKDATA, this);
   set(handle_, CURLOPT_PREREQFUNCTION, &Exchange::connectionReady);
   set(handle_, CURLOPT_PREREQDATA, this);
   set(handle_, CURLOPT_XFERINFOFUNCTION, &Exchange::progressed);
@@ -103,6 +115,7 @@ std::optional<Error> Exchange::prepare(ExchangeOwner& owner) {
     return NSError(kCFErrorDomainCFNetwork, URLErrorCode::badURL,
                    "the transport cannot use the URL " + request_->url.absoluteString());
   }
+  setBuffers();
   setMethodAndBody();
   if (!setHeaders()) {
     return NSError(NSURLErrorDomain, URLErrorCode::badURL, "a HEAD request cannot carry a body");
@@ -124,14 +137,10 @@ bool Exchange::setURL() {
 void Exchange::setMethodAndBody() {
   const std::string& method = request_->httpMethod;
   const char* name = method.c_str();
-  sendsBody_ = request_->httpBody || expectsBody(method);
+  source_ = owner_->bodySource();
+  sendsBody_ = source_ || request_->httpBody || expectsBody(method);
   if (sendsBody_) {
-    static const Data nothing;
-    const Data& body = request_->httpBody ? *request_->httpBody : nothing;
-    set(handle_, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.count()));
-    set(handle_, CURLOPT_POSTFIELDS, reinterpret_cast<const char*>(body.bytes()));
-    set(handle_, CURLOPT_POST, 1L);
-    set(handle_, CURLOPT_NOPROGRESS, body.count() > watchedBodyBytes ? 0L : 1L);
+    setBody();
     if (method == "POST") name = nullptr;
   } else {
     set(handle_, CURLOPT_HTTPGET, 1L);
@@ -142,8 +151,30 @@ void Exchange::setMethodAndBody() {
   set(handle_, CURLOPT_CUSTOMREQUEST, name);
 }
 
+void Exchange::setBody() {
+  static const Data nothing;
+  const Data& body = request_->httpBody ? *request_->httpBody : nothing;
+  if (!source_ && body.count() > watchedBodyBytes) source_ = &memoryBody_.emplace(body);
+  // What is empty is not worth asking for.
+  const bool isInPieces = source_ && source_->size() > 0;
+  if (source_) source_->seek(0);
+  const auto length = static_cast<curl_off_t>(source_ ? source_->size() : static_cast<std::int64_t>(body.count()));
+  set(handle_, CURLOPT_POSTFIELDSIZE_LARGE, length);
+  set(handle_, CURLOPT_POSTFIELDS, isInPieces ? nullptr : reinterpret_cast<const char*>(body.bytes()));
+  set(handle_, CURLOPT_POST, 1L);
+  set(handle_, CURLOPT_NOPROGRESS, isInPieces ? 0L : 1L);
+}
+
+void Exchange::setBuffers() {
+  const long bytes = owner_->movesFiles() ? fileBufferBytes : ordinaryBufferBytes;
+  if (bytes == bufferBytes_) return;
+  bufferBytes_ = bytes;
+  set(handle_, CURLOPT_BUFFERSIZE, bytes);
+  set(handle_, CURLOPT_UPLOAD_BUFFERSIZE, std::max(bytes, uploadBufferBytes));
+}
+
 bool Exchange::setHeaders() {
-  if (request_->httpMethod == "HEAD" && request_->httpBody) return false;
+  if (request_->httpMethod == "HEAD" && (source_ || request_->httpBody)) return false;
   headerText_.clear();
   std::size_t lines = 0;
   auto add = [&](std::string_view name, std::string_view separator, std::string_view value) {
@@ -153,10 +184,12 @@ bool Exchange::setHeaders() {
   const std::string* cookie = nullptr;
   bool hasAccept = false;
   bool hasContentType = false;
+  bool hasExpect = false;
   for (const auto& [name, value] : request_->allHTTPHeaderFields) {
     const std::size_t length = name.size();
     if (length == 6 && equalsIgnoringCase(name, "Accept")) hasAccept = true;
     if (length == 12 && equalsIgnoringCase(name, "Content-Type")) hasContentType = true;
+    if (length == 6 && equalsIgnoringCase(name, "Expect")) hasExpect = true;
     if (length == 6 && pool_.share() && equalsIgnoringCase(name, "Cookie")) {
       cookie = &value;
     } else if (value.empty()) {
@@ -169,7 +202,9 @@ bool Exchange::setHeaders() {
   if (!hasAccept) add("Accept", ":", {});
   if (sendsBody_) {
     if (!hasContentType) add("Content-Type", ":", {});
-    add("Expect", ":", {});
+    // To wait for a permission costs a round trip, and a second at servers that never give it. An answer that
+    // comes early is seen while the body is being sent.
+    if (!hasExpect) add("Expect", ":", {});
   }
   set(handle_, CURLOPT_COOKIE, cookie ? cookie->c_str() : nullptr);
 
@@ -181,6 +216,35 @@ bool Exchange::setHeaders() {
   }
   set(handle_, CURLOPT_HTTPHEADER, headerNodes_.data());
   return true;
+}
+
+std::size_t Exchange::readBody(char* room, std::size_t size, std::size_t count, void* self) {
+  auto& exchange = *static_cast<Exchange*>(self);
+  exchange.sendingHeld_ = exchange.hasUnreadAnswer();
+  if (exchange.sendingHeld_) return CURL_READFUNC_PAUSE;
+  auto read = exchange.source_->read({reinterpret_cast<std::byte*>(room), size * count});
+  if (const auto* bytes = std::get_if<std::size_t>(&read)) return *bytes;
+  exchange.fail(std::get<LoadFailure>(std::move(read)));
+  return CURL_READFUNC_ABORT;
+}
+
+int Exchange::seekBody(void* self, curl_off_t offset, int origin) {
+  auto& exchange = *static_cast<Exchange*>(self);
+  if (origin != SEEK_SET || !exchange.source_) return CURL_SEEKFUNC_CANTSEEK;
+  exchange.source_->seek(offset);
+  return CURL_SEEKFUNC_OK;
+}
+
+/// A server that has seen enough answers and closes; whoever goes on sending then loses the answer. Over HTTP/2
+/// servers talk all the time, and the answer is not lost.
+bool Exchange::hasUnreadAnswer() const {
+  char byte = 0;
+  return socket >= 0 && !startedOnMultiplexed_ && ::recv(socket, &byte, 1, MSG_PEEK | MSG_DONTWAIT) >= 0;
+}
+
+void Exchange::continueSending() {
+  sendingHeld_ = false;
+  curl_easy_pause(handle_, CURLPAUSE_CONT);
 }
 
 int Exchange::connectionReady(void* self, char*, char*, int remotePort, int localPort) {
@@ -235,7 +299,9 @@ CURLcode Exchange::prepareTLS(CURL*, void* context, void* self) {
 
 int Exchange::progressed(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t sent) {
   auto& exchange = *static_cast<Exchange*>(self);
-  if (std::exchange(exchange.sent_, sent) != sent) exchange.touch(exchange.pool_.loop().now());
+  if (std::exchange(exchange.sent_, sent) == sent) return 0;
+  exchange.touch(exchange.pool_.loop().now());
+  exchange.owner_->bodySent(sent);
   return 0;
 }
 
@@ -257,19 +323,35 @@ bool Exchange::headComplete() {
   response_ =
       std::make_shared<HTTPURLResponse>(request_->url, head_.statusCode(), head_.httpVersion(), head_.takeFields());
   wantsBody_ = owner_->wantsBody(response_);
-  const std::int64_t announced = head_.framing() == BodyFraming::length ? head_.contentLength() : 0;
-  const std::int64_t limit = pool_.configuration().maximumBodyBytes;
+  const bool hasLength = head_.framing() == BodyFraming::length;
+  const std::int64_t announced = hasLength ? head_.contentLength() : 0;
   if (!wantsBody_ || head_.framing() == BodyFraming::none) return true;
+  owner_->bodyAnnounced(hasLength ? announced : URLResponse::unknownLength);
+  auto sink = owner_->bodySink();
+  if (auto* failure = std::get_if<LoadFailure>(&sink)) return fail(std::move(*failure));
+  sink_ = std::get<BodySink*>(sink);
+  const std::int64_t limit = bodyLimit();
   if (announced > limit) {
     return fail(URLErrorCode::dataLengthExceedsMaximum,
                 "the body of " + std::to_string(announced) + " bytes exceeds the limit of " + std::to_string(limit));
   }
   ContentDecoder::Choice choice =
-      ContentDecoder::make(response_->allHeaderFields(), limit, [this](Bytes decoded) { body_.append(decoded); });
+      ContentDecoder::make(response_->allHeaderFields(), limit, [this](Bytes decoded) { return store(decoded); });
   if (choice.failure) return fail(std::move(*choice.failure));
   decoder_ = std::move(choice.decoder);
-  if (!decoder_ && announced > 0) body_.reserve(static_cast<std::size_t>(std::min(announced, reserveLimit)));
+  if (!sink_ && !decoder_ && announced > 0) body_.reserve(static_cast<std::size_t>(std::min(announced, reserveLimit)));
   return true;
+}
+
+/// What goes to a file takes no memory.
+std::int64_t Exchange::bodyLimit() const {
+  return sink_ ? std::numeric_limits<std::int64_t>::max() : pool_.configuration().maximumBodyBytes;
+}
+
+std::optional<LoadFailure> Exchange::store(Bytes bytes) {
+  if (sink_) return sink_->take(bytes);
+  body_.append(bytes);
+  return std::nullopt;
 }
 
 std::size_t Exchange::receiveBody(char* bytes, std::size_t size, std::size_t count, void* self) {
@@ -286,16 +368,13 @@ bool Exchange::acceptBody(const std::byte* bytes, std::size_t count) {
     endedByUs_ = received_ > static_cast<std::int64_t>(discardLimit);
     return !endedByUs_;
   }
-  if (decoder_) {
-    std::optional<LoadFailure> failure = decoder_->decode({bytes, count});
-    return !failure || fail(std::move(*failure));
-  }
-  const std::int64_t limit = pool_.configuration().maximumBodyBytes;
-  if (received_ > limit) {
+  if (!decoder_ && received_ > bodyLimit()) {
     return fail(URLErrorCode::dataLengthExceedsMaximum,
-                "the body exceeds the limit of " + std::to_string(limit) + " bytes");
+                "the body exceeds the limit of " + std::to_string(bodyLimit()) + " bytes");
   }
-  body_.append(bytes, count);
+  std::optional<LoadFailure> failure = decoder_ ? decoder_->decode({bytes, count}) : store({bytes, count});
+  if (failure) return fail(std::move(*failure));
+  owner_->bodyReceived(received_);
   return true;
 }
 
@@ -311,6 +390,11 @@ bool Exchange::fail(LoadFailure failure) { return fail(failure.code, std::move(f
 ExchangeOutcome Exchange::finish(CURLcode result) {
   ExchangeOutcome outcome;
   wentStraight_ = result == CURLE_OK && starts_ == 1;
+  if (sendsBody_) {
+    curl_off_t sent = 0;
+    curl_easy_getinfo(handle_, CURLINFO_SIZE_UPLOAD_T, &sent);
+    owner_->bodySent(sent);
+  }
   if (!failure_ && !endedByUs_) {
     if (result != CURLE_OK) {
       const TransportFailure failure = failureOf(result);
@@ -372,6 +456,10 @@ ExchangeOutcome Exchange::abandon(Error error) {
 void Exchange::recycle() {
   owner_ = nullptr;
   request_ = nullptr;
+  source_ = nullptr;
+  memoryBody_.reset();
+  sendingHeld_ = false;
+  sink_ = nullptr;
   response_.reset();
   decoder_.reset();
   body_ = Data();

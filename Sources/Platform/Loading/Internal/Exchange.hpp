@@ -6,11 +6,14 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <variant>
 #include <vector>
 
 #include "Platform/Foundation/Data.hpp"
 #include "Platform/Foundation/Error.hpp"
 #include "Platform/Loading/Internal/AdmissionQueue.hpp"
+#include "Platform/Loading/Internal/BodySink.hpp"
+#include "Platform/Loading/Internal/BodySource.hpp"
 #include "Platform/Loading/Internal/ContentDecoder.hpp"
 #include "Platform/Loading/Internal/LoopClock.hpp"
 #include "Platform/Loading/Internal/ResponseHead.hpp"
@@ -41,8 +44,19 @@ class ExchangeOwner : public AdmissionEntry {
   virtual ~ExchangeOwner() = default;
   /// What to send; stays as it is until the exchange ended or was withdrawn.
   virtual const URLRequest& requestToSend() const = 0;
+  /// What the body is read from; null when it is in the request, or there is none. Stays as `requestToSend` does.
+  virtual BodySource* bodySource() = 0;
+  /// Whether the exchange moves files, for which big pieces pay.
+  virtual bool movesFiles() const = 0;
   /// The final head is here; whether the body is wanted.
   virtual bool wantsBody(const std::shared_ptr<const HTTPURLResponse>& response) = 0;
+  /// What takes the wanted body: a null sink leaves it to the exchange, which keeps it in memory.
+  virtual std::variant<BodySink*, LoadFailure> bodySink() = 0;
+  /// How many bytes of the wanted body will come, as they come over the network; -1 when that is not known.
+  virtual void bodyAnnounced(std::int64_t count) = 0;
+  /// How many bytes of the request's or of the wanted body went over the network so far.
+  virtual void bodySent(std::int64_t count) = 0;
+  virtual void bodyReceived(std::int64_t count) = 0;
   /// Once, at the end.
   virtual void exchangeEnded(ExchangeOutcome outcome) = 0;
 
@@ -82,6 +96,10 @@ class Exchange final : public DeadlineEntry, private TrustGateOwner {
   bool isHeld() const { return gate_ && gate_->isUndecided(); }
   const std::shared_ptr<TrustGate>& gate() const { return gate_; }
 
+  /// Whether the sending of the body is held up until the server's word, which is there, was read.
+  bool isSendingHeld() const { return sendingHeld_; }
+  void continueSending();
+
   /// Something moved on this exchange's connection.
   void touch(LoopTime now) { postpone(now + timeout_); }
   LoopTime timeout() const { return timeout_; }
@@ -95,6 +113,8 @@ class Exchange final : public DeadlineEntry, private TrustGateOwner {
  private:
   static std::size_t receiveHeaderLine(char* bytes, std::size_t size, std::size_t count, void* self);
   static std::size_t receiveBody(char* bytes, std::size_t size, std::size_t count, void* self);
+  static std::size_t readBody(char* room, std::size_t size, std::size_t count, void* self);
+  static int seekBody(void* self, curl_off_t offset, int origin);
   static int connectionReady(void* self, char* primary, char* local, int primaryPort, int localPort);
   static int progressed(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t sent);
   static CURLcode prepareTLS(CURL* handle, void* context, void* self);
@@ -102,9 +122,14 @@ class Exchange final : public DeadlineEntry, private TrustGateOwner {
   void setConstantOptions();
   bool setURL();
   void setMethodAndBody();
+  void setBody();
+  void setBuffers();
   bool setHeaders();
   bool headComplete();
+  std::int64_t bodyLimit() const;
+  std::optional<LoadFailure> store(Bytes bytes);
   bool acceptBody(const std::byte* bytes, std::size_t count);
+  bool hasUnreadAnswer() const;
   bool mayStartAgain();
   TransportFailure failureOf(CURLcode result) const;
   void gateClosed(std::shared_ptr<TrustGate> gate) override;
@@ -119,6 +144,10 @@ class Exchange final : public DeadlineEntry, private TrustGateOwner {
   std::vector<curl_slist> headerNodes_;
   std::string headerText_;
   bool sendsBody_ = false;
+  std::optional<MemoryBody> memoryBody_;
+  BodySource* source_ = nullptr;  ///< of a body that is sent in pieces
+  bool sendingHeld_ = false;
+  long bufferBytes_ = 0;
   char errorText_[CURL_ERROR_SIZE];
 
   ExchangeOwner* owner_ = nullptr;
@@ -126,6 +155,7 @@ class Exchange final : public DeadlineEntry, private TrustGateOwner {
   ResponseHead head_;
   std::shared_ptr<const HTTPURLResponse> response_;
   std::unique_ptr<ContentDecoder> decoder_;
+  BodySink* sink_ = nullptr;
   Data body_;
   std::int64_t received_ = 0;
   bool wantsBody_ = true;

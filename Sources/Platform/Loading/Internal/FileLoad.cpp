@@ -1,13 +1,9 @@
 #include "Platform/Loading/Internal/FileLoad.hpp"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <system_error>
 #include <utility>
 
+#include "Platform/Loading/Internal/DownloadFile.hpp"
+#include "Platform/Loading/Internal/ReadableFile.hpp"
 #include "Platform/Loading/Internal/TransportErrors.hpp"
 #include "Platform/Loading/URLErrorCodes.hpp"
 
@@ -15,80 +11,71 @@ namespace platform::detail {
 
 namespace {
 
-class Descriptor {
- public:
-  explicit Descriptor(int number) : number_(number) {}
-  ~Descriptor() {
-    if (number_ >= 0) ::close(number_);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  int number() const { return number_; }
-
- private:
-  int number_;
-};
-
-std::int32_t codeFor(int systemError) {
-  switch (systemError) {
-    case ENOENT:
-    case ENOTDIR:
-      return URLErrorCode::fileDoesNotExist;
-    case EACCES:
-    case EPERM:
-      return URLErrorCode::noPermissionsToReadFile;
-    case EISDIR:
-      return URLErrorCode::fileIsDirectory;
-    default:
-      return URLErrorCode::resourceUnavailable;
-  }
-}
-
-LoadFailure systemFailure() {
-  const int reason = errno;
-  return {codeFor(reason), std::system_category().message(reason)};
-}
-
-std::optional<Data> readAll(int descriptor, std::size_t expected) {
-  Data data = Data::withCapacity(expected + 1);
-  for (;;) {
-    const std::size_t before = data.count();
-    data.resize(before + (before < expected ? expected - before : 64 * 1024));
-    const ssize_t got = ::read(descriptor, data.mutableBytes() + before, data.count() - before);
-    if (got < 0 && errno == EINTR) {
-      data.resize(before);
-      continue;
-    }
-    if (got < 0) return std::nullopt;
-    data.resize(before + static_cast<std::size_t>(got));
-    if (got == 0) return data;
-  }
-}
+constexpr std::size_t pieceBytes = 64 * 1024;
 
 }  // namespace
 
-FileLoad::FileLoad(const URL& url, std::int64_t maximumBytes) {
-  const std::string path = url.fileSystemPath();
-  if (const std::optional<LoadFailure> failure = read(path, maximumBytes)) {
+FileLoad FileLoad::intoMemory(const URL& url, std::int64_t maximumBytes) {
+  FileLoad load;
+  load.conclude(url, load.read(url.fileSystemPath(), maximumBytes));
+  return load;
+}
+
+FileLoad FileLoad::intoFile(const URL& url) {
+  FileLoad load;
+  load.conclude(url, load.copy(url.fileSystemPath()));
+  return load;
+}
+
+void FileLoad::conclude(const URL& url, const std::optional<LoadFailure>& failure) {
+  if (failure) {
     data.reset();
-    error = transportError(failure->code, path + ": " + failure->message, url, false);
+    error = transportError(failure->code, failure->message, url, false);
     return;
   }
-  response = std::make_shared<URLResponse>(url, std::nullopt, static_cast<std::int64_t>(data->count()), std::nullopt);
+  response = std::make_shared<URLResponse>(url, std::nullopt, count_, std::nullopt);
 }
 
 std::optional<LoadFailure> FileLoad::read(const std::string& path, std::int64_t maximumBytes) {
-  const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  struct stat facts{};
-  if (file.number() < 0 || ::fstat(file.number(), &facts) != 0) return systemFailure();
-  if (S_ISDIR(facts.st_mode)) return LoadFailure{URLErrorCode::fileIsDirectory, "is a directory"};
-  if (!S_ISREG(facts.st_mode)) return LoadFailure{URLErrorCode::resourceUnavailable, "is not a regular file"};
-  if (facts.st_size > maximumBytes) {
+  ReadableFile source;
+  if (auto failure = source.open(path)) return failure;
+  if (source.size() > maximumBytes) {
     return LoadFailure{URLErrorCode::dataLengthExceedsMaximum,
-                       "exceeds the limit of " + std::to_string(maximumBytes) + " bytes"};
+                       path + ": exceeds the limit of " + std::to_string(maximumBytes) + " bytes"};
   }
-  data = readAll(file.number(), static_cast<std::size_t>(facts.st_size));
-  return data ? std::nullopt : std::optional(systemFailure());
+  // The size is a hint: some files say 0, and others grow.
+  const auto expected = static_cast<std::size_t>(source.size());
+  Data& bytes = data.emplace(Data::withCapacity(expected + 1));
+  while (true) {
+    const std::size_t before = bytes.count();
+    bytes.resize(before < expected ? expected : before + pieceBytes);
+    auto result = source.read(count_, {bytes.mutableBytes() + before, bytes.count() - before});
+    if (auto* failure = std::get_if<LoadFailure>(&result)) return std::move(*failure);
+    const std::size_t got = std::get<std::size_t>(result);
+    bytes.resize(before + got);
+    count_ += static_cast<std::int64_t>(got);
+    if (got == 0) return std::nullopt;
+  }
+}
+
+std::optional<LoadFailure> FileLoad::copy(const std::string& path) {
+  ReadableFile source;
+  DownloadFile target;
+  if (auto failure = source.open(path)) return failure;
+  if (auto failure = target.open()) return failure;
+  Data piece;
+  piece.resize(pieceBytes);
+  while (true) {
+    auto result = source.read(count_, {piece.mutableBytes(), piece.count()});
+    if (auto* failure = std::get_if<LoadFailure>(&result)) return std::move(*failure);
+    const std::size_t got = std::get<std::size_t>(result);
+    if (got == 0) break;
+    if (auto failure = target.take({piece.bytes(), got})) return failure;
+    count_ += static_cast<std::int64_t>(got);
+  }
+  if (auto failure = target.finish()) return failure;
+  file = target.release();
+  return std::nullopt;
 }
 
 }  // namespace platform::detail

@@ -7,21 +7,28 @@
 
 #include "Platform/Foundation/Data.hpp"
 #include "Platform/Foundation/Error.hpp"
+#include "Platform/Foundation/TemporaryFile.hpp"
 #include "Platform/Loading/Internal/LoadFailure.hpp"
 #include "Platform/Loading/URLResponse.hpp"
 
 namespace platform::detail {
 
-/// Reads the file of a file URL into memory, on the calling thread, as a load would deliver it.
+/// Reads the file of a file URL, on the calling thread, as a load would deliver it.
 struct FileLoad {
-  FileLoad(const URL& url, std::int64_t maximumBytes);
+  static FileLoad intoMemory(const URL& url, std::int64_t maximumBytes);
+  static FileLoad intoFile(const URL& url);
 
   std::optional<Data> data;
+  TemporaryFile file;
   std::shared_ptr<const URLResponse> response;
   std::optional<Error> error;
 
  private:
   std::optional<LoadFailure> read(const std::string& path, std::int64_t maximumBytes);
+  std::optional<LoadFailure> copy(const std::string& path);
+  void conclude(const URL& url, const std::optional<LoadFailure>& failure);
+
+  std::int64_t count_ = 0;
 };
 
 }  // namespace platform::detail

@@ -16,11 +16,6 @@ bool leadsElsewhere(int statusCode) {
   return statusCode == 301 || statusCode == 302 || statusCode == 303 || statusCode == 307 || statusCode == 308;
 }
 
-bool becomesGet(int statusCode, std::string_view method) {
-  if (statusCode == 303) return method != "HEAD";
-  return (statusCode == 301 || statusCode == 302) && method == "POST";
-}
-
 bool isOneOf(std::string_view name, std::initializer_list<std::string_view> names) {
   return std::any_of(names.begin(), names.end(), [&](auto one) { return equalsIgnoringCase(name, one); });
 }
@@ -76,6 +71,11 @@ std::optional<LoadFailure> objection(const URL& target, const URL& sent, std::st
 }
 
 }  // namespace
+
+bool becomesGet(int statusCode, std::string_view method) {
+  if (statusCode == 303) return method != "HEAD";
+  return (statusCode == 301 || statusCode == 302) && method == "POST";
+}
 
 bool haveSameOrigin(const URL& left, const URL& right) {
   return schemeOf(left) == schemeOf(right) && effectivePort(left) == effectivePort(right) &&

@@ -38,6 +38,9 @@ using RedirectDecision = std::variant<RedirectIsAnswer, URLRequest, LoadFailure>
 RedirectDecision decideRedirect(const URLRequest& sent, int statusCode, std::optional<std::string_view> location,
                                 int hops);
 
+/// Whether a redirect with this status turns the method into GET, and so takes the body away.
+bool becomesGet(int statusCode, std::string_view method);
+
 /// Whether both are of one origin: equal scheme and host without regard to case, equal effective port.
 bool haveSameOrigin(const URL& left, const URL& right);
 

@@ -27,13 +27,15 @@ Error cancelledError(const URL& url) {
 }
 
 TaskCore::TaskCore(std::shared_ptr<URLSession> session, std::shared_ptr<SessionCore> core, URLRequest request,
-                   URLSession::DataCompletion completion, bool isStillborn)
+                   TaskPlan plan, bool isStillborn)
     : session_(std::move(session)),
       core_(std::move(core)),
       originalRequest_(std::move(request)),
       identifier_(nextIdentifier()),
       isStillborn_(isStillborn),
-      completion_(std::move(completion)) {}
+      isUpload_(plan.isUpload),
+      isDownload_(plan.isDownload()),
+      plan_(std::move(plan)) {}
 
 void TaskCore::resume() {
   auto expected = URLSessionTask::State::suspended;
@@ -55,7 +57,14 @@ void TaskCore::start() {
     finish(cancelledError(originalRequest_.url));
     return;
   }
-  if (std::string problem = originalRequest_.problem(); !problem.empty()) {
+  if (const auto failure = openBodyFile()) {
+    finish(*failure, false);
+    return;
+  }
+  const auto ownBody = originalRequest_.httpBody ? std::optional(originalRequest_.httpBody->count()) : std::nullopt;
+  const auto bodyLength = sendsFile_ ? std::optional(static_cast<std::size_t>(bodyFile_.size())) : ownBody;
+  if (isUpload_) meter_.expect(static_cast<std::int64_t>(bodyLength.value_or(0)));
+  if (std::string problem = originalRequest_.problem(bodyLength); !problem.empty()) {
     finish(NSError(NSURLErrorDomain, URLErrorCode::badURL, std::move(problem),
                    {{URLErrorKey::failingURL, originalRequest_.url.absoluteString()}}));
     return;
@@ -77,6 +86,12 @@ void TaskCore::start() {
   }
 }
 
+std::optional<LoadFailure> TaskCore::openBodyFile() {
+  if (!plan_.bodyFile) return std::nullopt;
+  sendsFile_ = true;
+  return bodyFile_.open(*plan_.bodyFile);
+}
+
 void TaskCore::send() {
   nextRequest_.reset();
   core_->pool().submit(*this);
@@ -84,8 +99,13 @@ void TaskCore::send() {
 
 void TaskCore::loadFile() {
   DispatchQueue::global().async([self = shared_from_this()] {
-    auto loaded = std::make_shared<FileLoad>(self->originalRequest_.url, self->core_->configuration().maximumBodyBytes);
+    const URL& url = self->originalRequest_.url;
+    auto loaded = std::make_shared<FileLoad>(
+        self->isDownload_ ? FileLoad::intoFile(url)
+                          : FileLoad::intoMemory(url, self->core_->configuration().maximumBodyBytes));
     self->core_->loop().post([self, loaded] {
+      if (loaded->response) self->bodyReceived(loaded->response->expectedContentLength());
+      if (self->isDownload_ && !loaded->error) self->file_ = std::move(loaded->file);
       self->finish(std::move(loaded->data), std::move(loaded->response), std::move(loaded->error));
     });
   });
@@ -97,7 +117,10 @@ bool TaskCore::wantsBody(const std::shared_ptr<const HTTPURLResponse>& response)
   std::optional<std::string_view> location;
   if (!locations.empty()) location = locations.front();
   RedirectDecision decision = decideRedirect(requestToSend(), response->statusCode(), location, redirects_);
-  if (auto* next = std::get_if<URLRequest>(&decision)) nextRequest_ = std::move(*next);
+  if (auto* next = std::get_if<URLRequest>(&decision)) {
+    if (becomesGet(response->statusCode(), requestToSend().httpMethod)) sendsFile_ = false;
+    nextRequest_ = std::move(*next);
+  }
   if (auto* failure = std::get_if<LoadFailure>(&decision)) {
     redirectFailure_ = transportError(failure->code, std::move(failure->message), requestToSend().url, true);
   }
@@ -117,13 +140,54 @@ void TaskCore::exchangeEnded(ExchangeOutcome outcome) {
   } else if (outcome.lacksConnectivity && core_->configuration().waitsForConnectivity) {
     waitsForConnectivity_ = true;
     core_->awaitConnectivity(shared_from_this());
-  } else if (outcome.error) {
-    std::optional<Data> received;
-    if (outcome.response) received = std::move(outcome.body);
-    finish(std::move(received), std::move(outcome.response), std::move(outcome.error));
   } else {
-    finish(std::move(outcome.body), std::move(outcome.response), std::nullopt);
+    conclude(std::move(outcome));
   }
+}
+
+void TaskCore::conclude(ExchangeOutcome outcome) {
+  if (isDownload_) {
+    if (!outcome.error) {
+      if (const auto failure = completeDownload())
+        outcome.error = transportError(failure->code, failure->message, requestToSend().url, true);
+    }
+    finish(std::nullopt, std::move(outcome.response), std::move(outcome.error));
+    return;
+  }
+  std::optional<Data> received;
+  if (!outcome.error || outcome.response) received = std::move(outcome.body);
+  finish(std::move(received), std::move(outcome.response), std::move(outcome.error));
+}
+
+std::optional<LoadFailure> TaskCore::completeDownload() {
+  if (!download_.isOpen()) {  // there was no body
+    if (auto failure = download_.open()) return failure;
+  }
+  if (auto failure = download_.finish()) return failure;
+  file_ = download_.release();
+  return std::nullopt;
+}
+
+std::variant<BodySink*, LoadFailure> TaskCore::bodySink() {
+  if (!isDownload_) return nullptr;
+  if (auto failure = download_.open()) return std::move(*failure);
+  return &download_;
+}
+
+void TaskCore::bodyAnnounced(std::int64_t count) {
+  if (!isUpload_) meter_.expect(count);
+}
+
+void TaskCore::bodySent(std::int64_t completed) {
+  if (isUpload_) count(completed);
+}
+
+void TaskCore::bodyReceived(std::int64_t completed) {
+  if (!isUpload_) count(completed);
+}
+
+void TaskCore::count(std::int64_t completed) {
+  if (meter_.count(completed, core_->loop().now())) core_->pool().tellLater(meter_);
 }
 
 void TaskCore::retryConnecting() {
@@ -142,6 +206,10 @@ void TaskCore::finish(std::optional<Data> data, std::shared_ptr<const URLRespons
                       std::optional<Error> error) {
   if (state_.exchange(URLSessionTask::State::completed) == URLSessionTask::State::completed) return;
   waitsForConnectivity_ = false;
+  if (meter_.isArmed()) core_->pool().tellNoMore(meter_);
+  if (!error) meter_.finish(core_->loop().now());
+  bodyFile_ = UploadFile();
+  download_ = DownloadFile();
   data_ = std::move(data);
   response_ = std::move(response);
   error_ = std::move(error);
@@ -149,13 +217,21 @@ void TaskCore::finish(std::optional<Data> data, std::shared_ptr<const URLRespons
   core_->end(shared_from_this());
 }
 
+void TaskCore::finish(const LoadFailure& failure, bool requestWasSent) {
+  finish(transportError(failure.code, failure.message, originalRequest_.url, requestWasSent));
+}
+
 /// On the delegate queue.
 void TaskCore::complete() {
   // Dropped here, with all that it keeps alive, and not when the task's last handle goes.
   const auto session = std::exchange(session_, nullptr);
-  URLSession::DataCompletion completion = std::exchange(completion_, nullptr);
-  if (completion)
-    completion(std::exchange(data_, std::nullopt), std::move(response_), std::exchange(error_, std::nullopt));
+  TaskPlan plan = std::exchange(plan_, TaskPlan());
+  if (plan.downloadCompletion) {
+    plan.downloadCompletion(std::exchange(file_, std::nullopt), std::move(response_),
+                            std::exchange(error_, std::nullopt));
+  } else if (plan.dataCompletion) {
+    plan.dataCompletion(std::exchange(data_, std::nullopt), std::move(response_), std::exchange(error_, std::nullopt));
+  }
 }
 
 }  // namespace platform::detail

@@ -5,12 +5,36 @@
 #include <memory>
 #include <optional>
 
+#include "Platform/Loading/Internal/DownloadFile.hpp"
 #include "Platform/Loading/Internal/Exchange.hpp"
+#include "Platform/Loading/Internal/ProgressMeter.hpp"
+#include "Platform/Loading/Internal/UploadFile.hpp"
 #include "Platform/Loading/URLSession.hpp"
 
 namespace platform::detail {
 
 class SessionCore;
+
+/// What a task is to do beside sending its request.
+struct TaskPlan {
+  /// Keeps the body of the answer in memory.
+  static TaskPlan data(URLSession::DataCompletion completion) { return {.dataCompletion = std::move(completion)}; }
+  /// Writes it to a file.
+  static TaskPlan download(URLSession::DownloadCompletion completion) {
+    return {.downloadCompletion = std::move(completion)};
+  }
+  /// As `data`, but what counts is the body of the request: that in the request itself, or that of the file.
+  static TaskPlan upload(std::optional<URL> file, URLSession::DataCompletion completion) {
+    return {.dataCompletion = std::move(completion), .bodyFile = std::move(file), .isUpload = true};
+  }
+
+  URLSession::DataCompletion dataCompletion;
+  URLSession::DownloadCompletion downloadCompletion;
+  std::optional<URL> bodyFile;
+  bool isUpload = false;
+
+  bool isDownload() const { return static_cast<bool>(downloadCompletion); }
+};
 
 /// A task's life: one exchange after another, as redirects and lost networks demand, and exactly one completion.
 ///
@@ -18,8 +42,8 @@ class SessionCore;
 class TaskCore final : public URLSessionTask, public ExchangeOwner, public std::enable_shared_from_this<TaskCore> {
  public:
   /// `session` is kept alive until the completion has been delivered.
-  TaskCore(std::shared_ptr<URLSession> session, std::shared_ptr<SessionCore> core, URLRequest request,
-           URLSession::DataCompletion completion, bool isStillborn);
+  TaskCore(std::shared_ptr<URLSession> session, std::shared_ptr<SessionCore> core, URLRequest request, TaskPlan plan,
+           bool isStillborn);
 
   // Any thread.
   void resume() override;
@@ -27,6 +51,7 @@ class TaskCore final : public URLSessionTask, public ExchangeOwner, public std::
   URLSessionTask::State state() const override { return state_.load(std::memory_order_acquire); }
   const URLRequest& originalRequest() const override { return originalRequest_; }
   std::uint64_t taskIdentifier() const override { return identifier_; }
+  std::shared_ptr<Progress> progress() override { return meter_.progress(); }
 
   // Loop side.
   static constexpr std::size_t nowhere = static_cast<std::size_t>(-1);
@@ -36,15 +61,26 @@ class TaskCore final : public URLSessionTask, public ExchangeOwner, public std::
   /// The network changed: try again if that is what this task waits for.
   void retryConnecting();
   const URLRequest& requestToSend() const override { return currentRequest_ ? *currentRequest_ : originalRequest_; }
+  BodySource* bodySource() override { return sendsFile_ ? &bodyFile_ : nullptr; }
+  bool movesFiles() const override { return isUpload_ || isDownload_; }
   bool wantsBody(const std::shared_ptr<const HTTPURLResponse>& response) override;
+  std::variant<BodySink*, LoadFailure> bodySink() override;
+  void bodyAnnounced(std::int64_t count) override;
+  void bodySent(std::int64_t count) override;
+  void bodyReceived(std::int64_t count) override;
   void exchangeEnded(ExchangeOutcome outcome) override;
 
  private:
   void start();
+  std::optional<LoadFailure> openBodyFile();
   void send();
   void loadFile();
+  void count(std::int64_t completed);
+  void conclude(ExchangeOutcome outcome);
+  std::optional<LoadFailure> completeDownload();
   void finish(std::optional<Data> data, std::shared_ptr<const URLResponse> response, std::optional<Error> error);
   void finish(Error error) { finish(std::nullopt, nullptr, std::move(error)); }
+  void finish(const LoadFailure& failure, bool requestWasSent);
   void complete();
 
   std::shared_ptr<URLSession> session_;
@@ -52,9 +88,15 @@ class TaskCore final : public URLSessionTask, public ExchangeOwner, public std::
   const URLRequest originalRequest_;
   const std::uint64_t identifier_;
   const bool isStillborn_;  ///< made on an invalidated session
+  const bool isUpload_;
+  const bool isDownload_;
+  ProgressMeter meter_;
   std::atomic<URLSessionTask::State> state_ = URLSessionTask::State::suspended;
 
-  URLSession::DataCompletion completion_;  // from here on: loop side
+  TaskPlan plan_;  // from here on: loop side
+  UploadFile bodyFile_;
+  bool sendsFile_ = false;
+  DownloadFile download_;
   std::optional<URLRequest> currentRequest_;
   std::optional<URLRequest> nextRequest_;
   std::optional<Error> redirectFailure_;
@@ -62,6 +104,7 @@ class TaskCore final : public URLSessionTask, public ExchangeOwner, public std::
   bool waitsForConnectivity_ = false;
 
   std::optional<Data> data_;  // from here on: written on the loop side, read by the delivery
+  std::optional<TemporaryFile> file_;
   std::shared_ptr<const URLResponse> response_;
   std::optional<Error> error_;
 };

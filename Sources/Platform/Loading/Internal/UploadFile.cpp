@@ -1,0 +1,33 @@
+#include "Platform/Loading/Internal/UploadFile.hpp"
+
+#include <algorithm>
+#include <string>
+
+#include "Platform/Loading/URLErrorCodes.hpp"
+
+namespace platform::detail {
+
+std::optional<LoadFailure> UploadFile::open(const URL& url) {
+  if (!url.isFileURL())
+    return LoadFailure{URLErrorCode::unsupportedURL, url.absoluteString() + " is not the URL of a file"};
+  return file_.open(url.fileSystemPath());
+}
+
+std::variant<std::size_t, LoadFailure> UploadFile::read(std::span<std::byte> room) {
+  const std::int64_t left = size() - offset_;
+  const auto wanted = static_cast<std::size_t>(std::min(left, static_cast<std::int64_t>(room.size())));
+  auto result = file_.read(offset_, room.first(wanted));
+  const auto* got = std::get_if<std::size_t>(&result);
+  if (!got) return result;
+  if (*got == 0 && left > 0) return lengthChanged(offset_);
+  offset_ += static_cast<std::int64_t>(*got);
+  if (offset_ == size() && file_.currentSize() != size()) return lengthChanged(file_.currentSize().value_or(0));
+  return result;
+}
+
+LoadFailure UploadFile::lengthChanged(std::int64_t now) const {
+  return {URLErrorCode::requestBodyStreamExhausted, file_.path() + ": changed from " + std::to_string(size()) + " to " +
+                                                        std::to_string(now) + " bytes while it was being sent"};
+}
+
+}  // namespace platform::detail
