@@ -1,9 +1,11 @@
 #pragma once
 
 #include <concepts>
+#include <string>
 #include <type_traits>
 #include <utility>
 
+#include "Platform/Export.hpp"
 #include "Platform/Foundation/URL.hpp"
 #include "Velisand/DataRepresentable.hpp"
 #include "Velisand/FileLocation.hpp"
@@ -14,6 +16,8 @@ namespace detail {
 // A plain struct whose first member is a URL is not made of a file for that.
 template <class T>
 concept TakesFile = std::constructible_from<T, platform::URL> && !std::is_aggregate_v<T>;
+
+CORVANE_API std::string mimeTypeOf(const platform::URL& file);
 }  // namespace detail
 
 /// A value that stands for a file: a `URL`, a path such as `std::filesystem::path`, and any type with a member
@@ -33,6 +37,13 @@ concept FileInitializable = detail::FileName<T> || DataInitializable<T> || detai
 template <FileRepresentable T>
 platform::URL fileURL(const T& file) {
   return detail::locationOf(file);
+}
+
+/// The MIME type that the extension of the file's name stands for; "application/octet-stream" when there is none or it
+/// is not known. The file is not looked at.
+template <FileRepresentable T>
+std::string mimeType(const T& file) {
+  return detail::mimeTypeOf(fileURL(file));
 }
 
 /// The value that a file stands for. Blocks while it reads the file, where the type is made of bytes. Throws what

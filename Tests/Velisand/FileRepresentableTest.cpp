@@ -140,6 +140,19 @@ TEST(FileRepresentableTest, saysWhichFileCannotBeRead) {
   EXPECT_THAT(messageOf([&] { asData(URL("https://h/a")); }), HasSubstr("\"https://h/a\" is no file URL"));
 }
 
+TEST(FileRepresentableTest, tellsTheTypeByTheExtension) {
+  EXPECT_EQ(mimeType(URL("file:///a/b.jpeg")), "image/jpeg");
+  EXPECT_EQ(mimeType(path("a.b/c.PDF")), "application/pdf");
+  EXPECT_EQ(mimeType(Photo{"/photo.png"}), "image/png");
+}
+
+TEST(FileRepresentableTest, isOfNoParticularTypeWithoutAKnownExtension) {
+  EXPECT_EQ(mimeType(path("/a.jpeg/b")), "application/octet-stream");
+  EXPECT_EQ(mimeType(path("/a.nobody-knows-it")), "application/octet-stream");
+  EXPECT_EQ(mimeType(path("/.jpeg")), "application/octet-stream");
+  EXPECT_EQ(mimeType(URL("file:///")), "application/octet-stream");
+}
+
 TEST(FileRepresentableTest, leavesTextAndBytesAlone) {
   const TemporaryDirectory directory;
   const std::string name = directory.write("file", "content");

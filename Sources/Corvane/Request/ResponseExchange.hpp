@@ -43,7 +43,9 @@ ResponseExchange<Response>::~ResponseExchange() = default;
 
 template <class Response>
 bool ResponseExchange<Response>::isLongToMake(const TaskOutcome& outcome) const {
-  if constexpr (requires { Response::isLongToMake(outcome.data); }) {
+  if constexpr (requires { Response::isLongToMake(outcome.data, outcome.url); }) {
+    return !outcome.error && Response::isLongToMake(outcome.data, outcome.url);
+  } else if constexpr (requires { Response::isLongToMake(outcome.data); }) {
     return !outcome.error && Response::isLongToMake(outcome.data);
   } else {
     return false;

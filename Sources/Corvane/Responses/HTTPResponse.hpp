@@ -1,5 +1,6 @@
 #pragma once
 
+#include <concepts>
 #include <string>
 #include <utility>
 
@@ -7,6 +8,11 @@
 #include "Corvane/Responses/ResponseRecord.hpp"
 #include "Platform/Export.hpp"
 #include "Velisand/DataRepresentable.hpp"
+#include "Velisand/FileRepresentable.hpp"
+
+namespace platform {
+class UIImage;
+}
 
 namespace corvane {
 
@@ -46,6 +52,20 @@ struct CORVANE_API HTTPResponse : ResponseRecord {
   /// The body of a request whose body type is decoded from JSON.
   const Body& json() const
     requires velisand::JSONDecodable<Body>
+  {
+    return body;
+  }
+
+  /// The body of a request whose answer is downloaded to a file: where the file is, or what was made of it.
+  const Body& fileURL() const
+    requires velisand::FileInitializable<Body>
+  {
+    return body;
+  }
+
+  /// The body of a request for an image.
+  const Body& image() const
+    requires std::same_as<Body, platform::UIImage>
   {
     return body;
   }

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "Platform/Foundation/Error.hpp"
+#include "Platform/Foundation/URL.hpp"
 
 namespace corvane {
 
@@ -36,6 +37,12 @@ class HTTPResult {
   const Body* body() const { return body_ ? &*body_ : nullptr; }
   /// The same for changing it, or moving it away.
   Body* body() { return body_ ? &*body_ : nullptr; }
+  /// Where a downloaded file is, for a request that asks for the file as it is.
+  const platform::URL* url() const
+    requires std::same_as<Body, platform::URL>
+  {
+    return body();
+  }
   const platform::Error* error() const { return error_ ? &*error_ : nullptr; }
 
  private:
