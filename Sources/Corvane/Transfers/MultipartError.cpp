@@ -1,0 +1,48 @@
+#include "Corvane/Transfers/MultipartError.hpp"
+
+#include <string_view>
+#include <utility>
+
+namespace corvane {
+
+namespace {
+
+/// For messages: a control character would tear them apart.
+std::string quoted(std::string_view text) {
+  std::string result = "\"";
+  for (const char character : text) {
+    switch (character) {
+      case '\r':
+        result += "\\r";
+        break;
+      case '\n':
+        result += "\\n";
+        break;
+      case '\0':
+        result += "\\0";
+        break;
+      default:
+        result += character;
+    }
+  }
+  return result + '"';
+}
+
+}  // namespace
+
+MultipartError::MultipartError(Case which, std::string text, std::string message)
+    : case_(which), text_(std::move(text)), message_(std::move(message)) {}
+
+MultipartError MultipartError::controlCharacter(std::string what, std::string text) {
+  std::string message = "The " + what + " of a form section holds a line break or a NUL: " + quoted(text);
+  return {Case::controlCharacter, std::move(text), std::move(message)};
+}
+
+MultipartError MultipartError::boundaryInContent(std::string sectionName) {
+  std::string message = "The content of the form section " + quoted(sectionName) + " holds the form's boundary";
+  return {Case::boundaryInContent, std::move(sectionName), std::move(message)};
+}
+
+std::string MultipartError::errorDomain() const { return "Corvane.MultipartError"; }
+
+}  // namespace corvane
