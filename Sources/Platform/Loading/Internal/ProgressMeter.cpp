@@ -1,33 +1,33 @@
 #include "Platform/Loading/Internal/ProgressMeter.hpp"
 
-#include <algorithm>
-
 namespace platform::detail {
 
-const std::shared_ptr<Progress>& ProgressMeter::progress() {
-  std::call_once(once_, [this] {
+std::shared_ptr<Progress> ProgressMeter::progress() {
+  const std::lock_guard lock(mutex_);
+  if (!progress_) {
     progress_ = Progress::make();
-    isWanted_.store(true, std::memory_order_release);
-  });
+    isWanted_.store(true);
+    progress_->updateBytes(completed_.load(), total_.load());
+  }
   return progress_;
 }
 
 bool ProgressMeter::count(std::int64_t completed, LoopTime now) {
-  completed_ = std::max(completed_, completed);
-  if (!isWanted_.load(std::memory_order_acquire)) return false;
+  if (completed > completed_.load(std::memory_order_relaxed)) completed_.store(completed);
+  if (!isWanted_.load()) return false;
   if (now < due()) return true;
   tell(now);
   return false;
 }
 
 void ProgressMeter::tell(LoopTime now) {
-  if (!isWanted_.load(std::memory_order_acquire)) return;
+  if (!isWanted_.load()) return;
   told_ = now;
-  progress_->updateBytes(completed_, total_);
+  progress()->updateBytes(completed_.load(), total_.load());
 }
 
 void ProgressMeter::finish(LoopTime now) {
-  if (total_ < 0) total_ = completed_;
+  if (total_.load() < 0) total_.store(completed_.load());
   tell(now);
 }
 

@@ -19,12 +19,12 @@ class ProgressMeter final : public DeadlineEntry {
   static constexpr LoopTime interval = 50 * oneMillisecond;
 
   // Any thread.
-  /// Made when it is asked for first.
-  const std::shared_ptr<Progress>& progress();
+  /// Made when it is asked for first, with the counts so far.
+  std::shared_ptr<Progress> progress();
 
   // Loop side.
   /// How many bytes there will be; negative when that is not known.
-  void expect(std::int64_t total) { total_ = total; }
+  void expect(std::int64_t total) { total_.store(total); }
   /// So many bytes are done by now. Going back, as when a body is sent again, counts for nothing.
   /// Returns whether the count is held back, to be told by `tell` at `due`.
   bool count(std::int64_t completed, LoopTime now);
@@ -34,12 +34,14 @@ class ProgressMeter final : public DeadlineEntry {
   void finish(LoopTime now);
 
  private:
-  std::int64_t completed_ = 0;
-  std::int64_t total_ = Progress::unknownCount;
-  LoopTime told_ = 0;
-  std::once_flag once_;
-  std::shared_ptr<Progress> progress_;
+  // Written on the loop side. Whoever counts and whoever asks first must not miss each other: one of them sees what
+  // the other wrote, since each writes before it reads, in the one order that all of these have.
+  std::atomic<std::int64_t> completed_ = 0;
+  std::atomic<std::int64_t> total_ = Progress::unknownCount;
   std::atomic<bool> isWanted_ = false;
+  LoopTime told_ = 0;
+  std::mutex mutex_;
+  std::shared_ptr<Progress> progress_;
 };
 
 }  // namespace platform::detail
