@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <future>
 #include <memory>
@@ -32,23 +33,38 @@ struct Loaded {
   std::string message() const { return error ? error->message() : ""; }
 };
 
-/// A task under way whose completion can be waited for.
-class Load {
+/// What a download's completion was given.
+struct Downloaded {
+  std::optional<TemporaryFile> file;
+  std::shared_ptr<const URLResponse> response;
+  std::optional<Error> error;
+
+  /// 0 when there is no error.
+  std::int64_t code() const { return error ? error->code() : 0; }
+  std::string message() const { return error ? error->message() : ""; }
+  const HTTPURLResponse& http() const { return dynamic_cast<const HTTPURLResponse&>(*response); }
+};
+
+/// A task under way whose completion, which makes an `Outcome`, can be waited for.
+template <class Outcome>
+class PendingTask {
  public:
-  Load(const std::shared_ptr<URLSession>& session, URLRequest request) {
-    task_ = session->dataTask(std::move(request), [state = state_](auto data, auto response, auto error) {
+  /// `make` makes the task with the completion that it is given.
+  template <class Make>
+  explicit PendingTask(Make make) {
+    task_ = make([state = state_](auto body, auto response, auto error) {
       ++state->completions;
-      if (state->completions == 1) state->promise.set_value({std::move(data), std::move(response), std::move(error)});
+      if (state->completions == 1) state->promise.set_value({std::move(body), std::move(response), std::move(error)});
     });
   }
-  Load& resume() {
+  PendingTask& resume() {
     task_->resume();
     return *this;
   }
   void cancel() { task_->cancel(); }
   URLSessionTask& task() { return *task_; }
   /// Fails the test, and gives an empty result, when nothing comes in 20 s.
-  Loaded wait() {
+  Outcome wait() {
     if (future_.wait_for(std::chrono::seconds(20)) != std::future_status::ready) {
       ADD_FAILURE() << "no completion in 20 s for " << task_->originalRequest().url.absoluteString();
       return {};
@@ -60,12 +76,34 @@ class Load {
 
  private:
   struct State {
-    std::promise<Loaded> promise;
+    std::promise<Outcome> promise;
     std::atomic<int> completions = 0;
   };
   std::shared_ptr<State> state_ = std::make_shared<State>();
-  std::future<Loaded> future_ = state_->promise.get_future();
+  std::future<Outcome> future_ = state_->promise.get_future();
   std::shared_ptr<URLSessionTask> task_;
+};
+
+class Load : public PendingTask<Loaded> {
+ public:
+  Load(const std::shared_ptr<URLSession>& session, URLRequest request)
+      : PendingTask([&](auto completion) { return session->dataTask(std::move(request), std::move(completion)); }) {}
+};
+
+/// Of bytes, or of the file at a URL.
+class Upload : public PendingTask<Loaded> {
+ public:
+  template <class Body>
+  Upload(const std::shared_ptr<URLSession>& session, URLRequest request, const Body& body)
+      : PendingTask(
+            [&](auto completion) { return session->uploadTask(std::move(request), body, std::move(completion)); }) {}
+};
+
+class Download : public PendingTask<Downloaded> {
+ public:
+  Download(const std::shared_ptr<URLSession>& session, URLRequest request)
+      : PendingTask([&](auto completion) { return session->downloadTask(std::move(request), std::move(completion)); }) {
+  }
 };
 
 /// A server, and a session without a delegate.

@@ -43,12 +43,20 @@ std::optional<LoadFailure> DownloadFile::take(Bytes bytes) {
 }
 
 std::optional<LoadFailure> DownloadFile::finish() {
-  struct stat facts{};
-  const bool isGone = ::fstat(file_.number(), &facts) == 0 && facts.st_nlink == 0;
+  const bool isInPlace = isAtItsPath();
   if (const int number = file_.close(); number != 0)
     return failure(URLErrorCode::cannotCloseFile, systemReason(number));
-  if (isGone) return failure(URLErrorCode::cannotWriteToFile, "it was removed while it was being written");
-  return std::nullopt;
+  if (isInPlace) return std::nullopt;
+  auto result = failure(URLErrorCode::cannotWriteToFile, "it was removed while it was being written");
+  name_.keep();  // what is there now, if anything, is another's
+  return result;
+}
+
+bool DownloadFile::isAtItsPath() const {
+  struct stat own{};
+  struct stat there{};
+  return ::fstat(file_.number(), &own) == 0 && ::lstat(name_.path().c_str(), &there) == 0 &&
+         own.st_ino == there.st_ino && own.st_dev == there.st_dev;
 }
 
 LoadFailure DownloadFile::failure(std::int32_t code, const std::string& reason) const {

@@ -17,11 +17,12 @@ class DownloadFile final : public BodySink {
   bool isOpen() const { return file_.isOpen(); }
   /// -3003 when it cannot be written, as when the disk is full.
   std::optional<LoadFailure> take(Bytes bytes) override;
-  /// Every byte is in it. -3002 when closing fails, -3003 when it was removed meanwhile.
+  /// Every byte is in it. -3002 when closing fails, -3003 when it was removed or replaced meanwhile.
   std::optional<LoadFailure> finish();
   TemporaryFile release() { return std::move(name_); }
 
  private:
+  bool isAtItsPath() const;
   LoadFailure failure(std::int32_t code, const std::string& reason) const;
 
   TemporaryFile name_;

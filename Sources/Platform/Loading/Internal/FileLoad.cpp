@@ -21,9 +21,9 @@ FileLoad FileLoad::intoMemory(const URL& url, std::int64_t maximumBytes) {
   return load;
 }
 
-FileLoad FileLoad::intoFile(const URL& url) {
+FileLoad FileLoad::intoFile(const URL& url, const std::function<bool()>& goesOn) {
   FileLoad load;
-  load.conclude(url, load.copy(url.fileSystemPath()));
+  load.conclude(url, load.copy(url.fileSystemPath(), goesOn));
   return load;
 }
 
@@ -58,14 +58,14 @@ std::optional<LoadFailure> FileLoad::read(const std::string& path, std::int64_t 
   }
 }
 
-std::optional<LoadFailure> FileLoad::copy(const std::string& path) {
+std::optional<LoadFailure> FileLoad::copy(const std::string& path, const std::function<bool()>& goesOn) {
   ReadableFile source;
   DownloadFile target;
   if (auto failure = source.open(path)) return failure;
   if (auto failure = target.open()) return failure;
   Data piece;
   piece.resize(pieceBytes);
-  while (true) {
+  while (goesOn()) {
     auto result = source.read(count_, {piece.mutableBytes(), piece.count()});
     if (auto* failure = std::get_if<LoadFailure>(&result)) return std::move(*failure);
     const std::size_t got = std::get<std::size_t>(result);

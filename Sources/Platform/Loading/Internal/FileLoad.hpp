@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -16,7 +17,8 @@ namespace platform::detail {
 /// Reads the file of a file URL, on the calling thread, as a load would deliver it.
 struct FileLoad {
   static FileLoad intoMemory(const URL& url, std::int64_t maximumBytes);
-  static FileLoad intoFile(const URL& url);
+  /// `goesOn` is asked for each piece: a copy that nobody waits for any more ends, with what was copied so far.
+  static FileLoad intoFile(const URL& url, const std::function<bool()>& goesOn);
 
   std::optional<Data> data;
   TemporaryFile file;
@@ -25,7 +27,7 @@ struct FileLoad {
 
  private:
   std::optional<LoadFailure> read(const std::string& path, std::int64_t maximumBytes);
-  std::optional<LoadFailure> copy(const std::string& path);
+  std::optional<LoadFailure> copy(const std::string& path, const std::function<bool()>& goesOn);
   void conclude(const URL& url, const std::optional<LoadFailure>& failure);
 
   std::int64_t count_ = 0;

@@ -30,6 +30,8 @@ std::int32_t codeFor(int systemError) {
 
 std::optional<LoadFailure> ReadableFile::open(const std::string& path) {
   path_ = path;
+  // The system would take it for the name before the NUL.
+  if (path.find('\0') != std::string::npos) return failure(ENOENT);
   // Without O_NONBLOCK a pipe would hold up everybody until somebody writes into it.
   descriptor_ =
       FileDescriptor(uninterrupted([&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY); }));

@@ -101,10 +101,14 @@ void TaskCore::loadFile() {
   DispatchQueue::global().async([self = shared_from_this()] {
     const URL& url = self->originalRequest_.url;
     auto loaded = std::make_shared<FileLoad>(
-        self->isDownload_ ? FileLoad::intoFile(url)
+        self->isDownload_ ? FileLoad::intoFile(url, [&] { return self->state() == URLSessionTask::State::running; })
                           : FileLoad::intoMemory(url, self->core_->configuration().maximumBodyBytes));
     self->core_->loop().post([self, loaded] {
-      if (loaded->response) self->bodyReceived(loaded->response->expectedContentLength());
+      if (self->state() != URLSessionTask::State::running) return;  // cancelled: what there is may be a part only
+      if (loaded->response) {
+        self->bodyAnnounced(loaded->response->expectedContentLength());
+        self->bodyReceived(loaded->response->expectedContentLength());
+      }
       if (self->isDownload_ && !loaded->error) self->file_ = std::move(loaded->file);
       self->finish(std::move(loaded->data), std::move(loaded->response), std::move(loaded->error));
     });
