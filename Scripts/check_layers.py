@@ -8,6 +8,7 @@ The rules, each also told by the message of its breach:
   - A third-party library is met only where the table below says.
   - A public header (outside of Internal/) includes no Internal header, no third-party header, and none of
     the heavy standard headers. An adapter includes the library that it is for; nothing includes an adapter.
+  - Nothing but an optional room itself includes what is in it.
   - Headers do not include each other in a circle, nor do rooms (the folders of a layer).
   - File names are unique in the tree.
   - Every included file of this project exists, and is named by its path from the include root.
@@ -23,7 +24,13 @@ LAYERS = ["Platform", "Velisand", "Vantorel", "Corvane"]
 THIRD_PARTIES = [
     ("libcurl", r"curl/", [r"Platform/Loading/Internal/"]),
     ("OpenSSL", r"openssl/", [r"Platform/Security/Internal/", r"Platform/Loading/Internal/"]),
-    ("zlib", r"z(lib|conf)\.h$", [r"Corvane/ContentEncoding/Internal/", r"Platform/Loading/Internal/"]),
+    (
+        "zlib",
+        r"z(lib|conf)\.h$",
+        [r"Corvane/ContentEncoding/Internal/", r"Platform/Loading/Internal/", r"Platform/Imaging/Internal/"],
+    ),
+    ("libpng", r"png(conf)?\.h$", [r"Platform/Imaging/Internal/"]),
+    ("libjpeg", r"j(peglib|error|morecfg|config)\.h$", [r"Platform/Imaging/Internal/"]),
     ("spdlog", r"(spdlog|fmt)/", [r"Vantorel/.*\.cpp$"]),
     ("Boost", r"boost/", [r".*\.cpp$"]),
     ("nlohmann", r"nlohmann/", [r".*\.cpp$"]),
@@ -36,6 +43,9 @@ ADAPTERS = {
     "Platform/Foundation/JSON/BoostCoding.hpp": "Boost",
     "Platform/Foundation/JSON/NlohmannCoding.hpp": "nlohmann",
 }
+
+# Rooms that are libraries of their own: the library does without them.
+OPTIONAL_ROOMS = ["Platform/Imaging"]
 
 # Each costs every file that includes it more than what it gives there is worth.
 HEAVY = set(
@@ -83,6 +93,11 @@ def check_adapters(file, line, name):
         return f"{file.path}:{line}: <{name}> is an adapter, which only its users include"
 
 
+def check_optional_rooms(file, line, name):
+    if room(name) in OPTIONAL_ROOMS and room(file.path) != room(name):
+        return f"{file.path}:{line}: <{name}> is in a library of its own, which the others do without"
+
+
 def check_public(file, line, name):
     if not file.is_public:
         return None
@@ -99,7 +114,7 @@ def check_file(file, files):
             yield f"{file.path}:{line}: there is no file {name}"
         elif quoted and not ours:
             yield f'{file.path}:{line}: "{name}" must be named by its path from the include root'
-        checks = [check_third_parties, check_adapters, check_public] + ([check_layers] if ours else [])
+        checks = [check_third_parties, check_adapters, check_optional_rooms, check_public] + ([check_layers] if ours else [])
         yield from filter(None, (check(file, line, name) for check in checks))
 
 

@@ -41,12 +41,18 @@ run() {
   expect "error: ?*" "$1" "http://127.0.0.1:1/"
 }
 
+# run_image PROGRAM: the same for the application that shows pictures.
+run_image() {
+  expect "1 x 1 pixels, 4 bytes" "$1" "$address/Dot.png"
+  expect "error: The data is neither a PNG nor a JPEG image" "$1" "$address/Consumer.cpp"
+}
+
 install_library() {
   local kind=$1 shared=$2
   say "installing the $kind library"
   cmake -S . -B "$work/$kind/build" -DCMAKE_BUILD_TYPE=Release -DBUILD_SHARED_LIBS="$shared" \
     -DCMAKE_INSTALL_PREFIX="$work/$kind/first" -DCMAKE_INSTALL_LIBDIR=lib \
-    -DCORVANE_BUILD_TESTS=OFF -DCORVANE_BUILD_TOOL=OFF -DCORVANE_BUILD_EXAMPLES=OFF >/dev/null
+    -DCORVANE_BUILD_IMAGE=ON -DCORVANE_BUILD_TESTS=OFF -DCORVANE_BUILD_TOOL=OFF -DCORVANE_BUILD_EXAMPLES=OFF >/dev/null
   cmake --build "$work/$kind/build"
   cmake --install "$work/$kind/build" >/dev/null
   mv "$work/$kind/first" "$work/$kind/prefix"
@@ -75,26 +81,45 @@ with_find_package() {
   cmake -S "$application" -B "$work/$kind/application" -DCMAKE_PREFIX_PATH="$work/$kind/prefix" >/dev/null
   cmake --build "$work/$kind/application"
   run "$work/$kind/application/consumer"
+  run_image "$work/$kind/application/image_consumer"
 }
 
 with_pkg_config() {
   local kind=$1
   say "pkg-config, $kind"
   local flags
-  flags=$(PKG_CONFIG_PATH="$work/$kind/prefix/lib/pkgconfig" pkg-config --cflags --libs corvane)
+  export PKG_CONFIG_PATH="$work/$kind/prefix/lib/pkgconfig"
+  flags=$(pkg-config --cflags --libs corvane)
   g++ -std=c++20 "$application/Consumer.cpp" -o "$work/$kind/plain" $flags
-  (export LD_LIBRARY_PATH="$work/$kind/prefix/lib"; run "$work/$kind/plain")
+  flags=$(pkg-config --cflags --libs corvane-image)
+  g++ -std=c++20 "$application/ImageConsumer.cpp" -o "$work/$kind/plain-image" $flags
+  export LD_LIBRARY_PATH="$work/$kind/prefix/lib"
+  run "$work/$kind/plain"
+  run_image "$work/$kind/plain-image"
+  unset LD_LIBRARY_PATH PKG_CONFIG_PATH
+}
+
+# Only those who use pictures need the libraries for them.
+check_plain_needs_no_image_library() {
+  say "an application without pictures needs no library for them, $1"
+  local needed
+  needed=$(objdump -p "$work/$1/application/consumer" "$work/$1"/prefix/lib/libcorvane.* | grep NEEDED || true)
+  [ -n "$needed" ] || { echo "objdump tells no library that is needed"; exit 1; }
+  if grep -E 'png|jpeg|corvane_image' <<<"$needed"; then
+    echo "these libraries should not be needed"
+    exit 1
+  fi
 }
 
 # What is not marked CORVANE_API must not be seen from outside: with it, someone would come to depend on it.
 check_shared_library() {
-  local library=$work/shared/prefix/lib/libcorvane.so
-  say "the shared library is versioned and shows only what is its own"
+  local library=$work/shared/prefix/lib/$1.so
+  say "$1 is versioned and shows only what is its own"
   [ -L "$library" ] || { echo "$library should be a link to its version"; exit 1; }
   # Read to its end first: a grep that leaves early would kill objdump by SIGPIPE, and pipefail call that a failure.
   local headers
   headers=$(objdump -p "$library")
-  grep -q 'SONAME *libcorvane\.so\.[0-9]' <<<"$headers" || { echo "$library has no versioned SONAME"; exit 1; }
+  grep -q "SONAME *$1\.so\.[0-9]" <<<"$headers" || { echo "$library has no versioned SONAME"; exit 1; }
   if nm -DC --defined-only "$library" | grep -E ' [TBD] ' |
     grep -vE ' (platform|velisand|vantorel|corvane)::| (typeinfo|vtable|VTT|guard variable|non-virtual thunk|virtual thunk)'; then
     echo "these symbols should be hidden"
@@ -105,9 +130,11 @@ check_shared_library() {
 with_add_subdirectory() {
   say "add_subdirectory"
   # As deep as the other builds: that makes their relative paths, and so the cached objects, the same.
-  cmake -S "$application" -B "$work/embedded/build" -DCORVANE_SOURCE_DIR="$root" -DCMAKE_BUILD_TYPE=Release >/dev/null
+  cmake -S "$application" -B "$work/embedded/build" -DCORVANE_SOURCE_DIR="$root" \
+    -DCORVANE_BUILD_IMAGE=ON -DCMAKE_BUILD_TYPE=Release >/dev/null
   cmake --build "$work/embedded/build"
   run "$work/embedded/build/consumer"
+  run_image "$work/embedded/build/image_consumer"
 }
 
 installed() {
@@ -115,6 +142,7 @@ installed() {
   check_installed_files "$work/$1/prefix"
   with_find_package "$1"
   with_pkg_config "$1"
+  check_plain_needs_no_image_library "$1"
 }
 
 [ $# -gt 0 ] || set -- static shared embedded
@@ -123,7 +151,8 @@ for way in "$@"; do
     static) installed static OFF ;;
     shared)
       installed shared ON
-      check_shared_library
+      check_shared_library libcorvane
+      check_shared_library libcorvane_image
       ;;
     embedded) with_add_subdirectory ;;
     *) echo "unknown: $way; there are static, shared and embedded" >&2; exit 2 ;;

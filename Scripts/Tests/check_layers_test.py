@@ -42,7 +42,9 @@ class CheckLayersTest(unittest.TestCase):
         self.assert_only(problems, "Base/A.cpp:1: Platform stands below Vantorel")
 
     def test_knows_where_each_library_may_be_met(self):
-        for line in ("curl/curl.h", "openssl/ssl.h", "zlib.h", "spdlog/spdlog.h", "fmt/core.h"):
+        for line in (
+            "curl/curl.h", "openssl/ssl.h", "zlib.h", "spdlog/spdlog.h", "fmt/core.h", "png.h", "jpeglib.h", "jerror.h"
+        ):
             problems = self.problems(Corvane__Request__A_dot_cpp=f"#include <{line}>\n")
             self.assert_only(problems, "may be included only in")
         for key, line in (
@@ -51,8 +53,19 @@ class CheckLayersTest(unittest.TestCase):
             ("Corvane__ContentEncoding__Internal__A_dot_cpp", "zlib.h"),
             ("Vantorel__A_dot_cpp", "spdlog/spdlog.h"),
             ("Platform__Foundation__A_dot_cpp", "boost/url.hpp"),
+            ("Platform__Imaging__Internal__A_dot_cpp", "png.h"),
+            ("Platform__Imaging__Internal__A_dot_cpp", "jpeglib.h"),
         ):
             self.assertEqual(self.problems(**{key: f"#include <{line}>\n"}), [])
+
+    def test_refuses_what_needs_a_library_of_its_own(self):
+        problems = self.problems(
+            Platform__Imaging__A_dot_hpp="",
+            Platform__Imaging__A_dot_cpp='#include "Platform/Imaging/A.hpp"\n',
+            Corvane__Request__B_dot_cpp='#include "Platform/Imaging/A.hpp"\n',
+        )
+
+        self.assert_only(problems, "Request/B.cpp:1: <Platform/Imaging/A.hpp> is in a library of its own")
 
     def test_refuses_a_library_in_a_public_header(self):
         problems = self.problems(Platform__Foundation__URL_dot_hpp="#include <boost/url.hpp>\n")

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+#include "Platform/Imaging/Internal/PixelBuffer.hpp"
+
+namespace platform::detail {
+
+/// The picture in bytes that begin with the signature of JPEG. Throws as `UIImage` does.
+PixelBuffer decodeJPEG(std::span<const std::byte> bytes, std::uint64_t maximumPixelCount);
+
+}  // namespace platform::detail
