@@ -118,6 +118,15 @@ class Future {
     whenFailed(std::nullopt, std::move(callback));
   }
 
+  /// What an extension of futures keeps with this one, shared by its handles, under a name of its own: made when
+  /// it is asked for first. Requires: everyone who uses the name means the same type.
+  template <class Member>
+  std::shared_ptr<Member> dynamicMember(const char* name) const {
+    auto member = state_->member(name);
+    if (!member) member = state_->keepMember(name, std::make_shared<Member>());
+    return std::static_pointer_cast<Member>(std::move(member));
+  }
+
   class Awaiter;
   /// The value, or a thrown `platform::Error`, as with `get()`, without blocking a thread. A coroutine that
   /// was suspended resumes on the queue whose block it ran in, or on the global queue when it ran in none.

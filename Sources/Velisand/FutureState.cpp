@@ -1,5 +1,6 @@
 #include "Velisand/FutureState.hpp"
 
+#include <map>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -26,6 +27,7 @@ struct AnyFutureState::Audience {
   std::vector<AssistedWait*> waits;
   std::vector<Callback> callbacks;
   std::optional<DispatchQueue> completingQueue;
+  std::map<std::string, std::shared_ptr<void>> members;
 
   void trapIfWaitingForItself() const {
     if (!completingQueue || *completingQueue == DispatchQueue::global() || !completingQueue->isCurrent()) return;
@@ -85,6 +87,17 @@ void AnyFutureState::whenCompleted(std::optional<DispatchQueue> queue, Block blo
     }
   }
   async(queue, [self = shared_from_this(), block = std::move(block)]() mutable { block(); });
+}
+
+std::shared_ptr<void> AnyFutureState::member(const char* name) const {
+  const std::lock_guard lock(audience_->mutex);
+  const auto found = audience_->members.find(name);
+  return found != audience_->members.end() ? found->second : nullptr;
+}
+
+std::shared_ptr<void> AnyFutureState::keepMember(const char* name, std::shared_ptr<void> value) {
+  const std::lock_guard lock(audience_->mutex);
+  return audience_->members.try_emplace(name, std::move(value)).first->second;
 }
 
 void AnyFutureState::setCompletingQueue(std::optional<DispatchQueue> queue) {

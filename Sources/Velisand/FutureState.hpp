@@ -25,6 +25,10 @@ class CORVANE_API AnyFutureState : public std::enable_shared_from_this<AnyFuture
   bool wait(platform::Seconds limit);
   /// The block may refer to this state: it lives until the block has run.
   void whenCompleted(std::optional<platform::DispatchQueue> queue, platform::Block block);
+  /// What is kept under a name; null at first.
+  std::shared_ptr<void> member(const char* name) const;
+  /// Keeps the value unless there is one under the name already; returns the one that is kept.
+  std::shared_ptr<void> keepMember(const char* name, std::shared_ptr<void> value);
   void setCompletingQueue(std::optional<platform::DispatchQueue> queue);
 
  protected:

@@ -3,11 +3,13 @@
 #include <concepts>
 #include <optional>
 
+#include "Corvane/Errors/HTTPUploadError.hpp"
 #include "Corvane/Request/HTTPContentEncoderType.hpp"
 #include "Corvane/Request/RequestDescription.hpp"
 #include "Corvane/RequirementReading.hpp"
 #include "Platform/Foundation/Data.hpp"
 #include "Velisand/DataRepresentable.hpp"
+#include "Velisand/FileRepresentable.hpp"
 
 namespace corvane {
 
@@ -15,11 +17,18 @@ namespace detail {
 /// What every mixin for a body derives from, whatever its arguments.
 struct BodyMixin {};
 
+/// Marks a body that is sent by an upload task: a file is then read while it is sent, not before.
+struct UploadMixin {};
+
 /// Marks a body that is encoded as JSON, whatever other form in bytes its type has.
 struct JSONBodyMixin {};
 
 template <class Self>
 concept CarriesBody = std::derived_from<Self, BodyMixin>;
+template <class Self>
+concept Uploads = std::derived_from<Self, UploadMixin>;
+template <class Self>
+concept UploadsFile = Uploads<Self> && velisand::FileRepresentable<typename Self::Body>;
 }  // namespace detail
 
 /// Gives a request a body. For types that are `HTTPRequestable` too.
@@ -29,8 +38,9 @@ concept CarriesBody = std::derived_from<Self, BodyMixin>;
 /// | `HTTPBodyRequestable<AddUser, std::string>` as a base  | a request with a body of that type                   |
 /// | `body`                                                 | its bytes are sent                                   |
 /// | `contentType` (default for a `Data` body               | "Content-Type", whatever `headers` says              |
-/// | "application/octet-stream", for a body that is encoded |                                                      |
-/// | as JSON "application/json"; else write it)             |                                                      |
+/// | "application/octet-stream", for a file that of its     |                                                      |
+/// | extension, for a body that is encoded as JSON          |                                                      |
+/// | "application/json"; else write it)                     |                                                      |
 /// | `contentEncoder`, an `HTTPContentEncoderType`          | the body encoded, and "Content-Encoding"             |
 /// | (default: absent)                                      |                                                      |
 ///
@@ -41,9 +51,16 @@ struct HTTPBodyRequestable : detail::BodyMixin {
   using Body = BodyType;
 
   HTTPMediaType contentType() const
-    requires(std::same_as<BodyType, platform::Data> || velisand::RepresentedByJSON<BodyType>)
+    requires(std::same_as<BodyType, platform::Data> || velisand::FileRepresentable<BodyType> ||
+             velisand::RepresentedByJSON<BodyType>)
   {
-    return std::same_as<BodyType, platform::Data> ? HTTPMediaType::applicationOctetStream : HTTPMediaType::json;
+    if constexpr (std::same_as<BodyType, platform::Data>) {
+      return HTTPMediaType::applicationOctetStream;
+    } else if constexpr (velisand::FileRepresentable<BodyType>) {
+      return HTTPMediaType(velisand::mimeType(detail::read(&Self::body, static_cast<const Self&>(*this))));
+    } else {
+      return HTTPMediaType::json;
+    }
   }
   std::optional<HTTPContentEncoderType> contentEncoder() const { return std::nullopt; }
 };
@@ -76,15 +93,18 @@ template <class Self>
 BodyDescription describeBody(const Self& self) {
   using Body = typename Self::Body;
   BodyDescription description{.contentType = read(&Self::contentType, self), .bytes = {}, .contentEncoding = {}};
+  const std::optional<HTTPContentEncoderType> encoder = read(&Self::contentEncoder, self);
   const Body& body = read(&Self::body, self);
-  if constexpr (std::derived_from<Self, JSONBodyMixin> && !velisand::detail::OffersData<Body>) {
+  if constexpr (UploadsFile<Self>) {
+    if (encoder) throw HTTPUploadError::fileCannotBeEncoded(velisand::fileURL(body));
+    return description;
+  } else if constexpr (std::derived_from<Self, JSONBodyMixin> && !velisand::detail::OffersData<Body>) {
     description.bytes = velisand::asJSON(body);
   } else {
     description.bytes = velisand::asData(body);
   }
-  const std::optional<HTTPContentEncoderType> encoder = read(&Self::contentEncoder, self);
   if (encoder) {
-    auto [bytes, coding] = encoder->encode(std::move(description.bytes));
+    auto [bytes, coding] = encoder->encode(*std::move(description.bytes));
     description.bytes = std::move(bytes);
     description.contentEncoding = std::move(coding);
   }

@@ -37,7 +37,8 @@ struct RequestDescription {
 /// What a body adds to a request.
 struct BodyDescription {
   HTTPMediaType contentType;
-  platform::Data bytes;
+  /// Absent for a body that is sent from its file.
+  std::optional<platform::Data> bytes;
   /// The name of the coding that `bytes` are in; absent when they are as the body gave them.
   std::optional<std::string> contentEncoding;
 };

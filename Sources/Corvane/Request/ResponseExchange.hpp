@@ -21,6 +21,7 @@ class CORVANE_API ResponseExchange : public Exchange {
 
   bool isLongToMake(const TaskOutcome& outcome) const override;
   void makeResponse(const TaskOutcome& outcome) override;
+  bool keepsFile() const override;
   const std::optional<platform::DispatchQueue>& completionQueue() const override { return queue_; }
   void deliver() override;
 
@@ -55,6 +56,16 @@ bool ResponseExchange<Response>::isLongToMake(const TaskOutcome& outcome) const 
 template <class Response>
 void ResponseExchange<Response>::makeResponse(const TaskOutcome& outcome) {
   response_.emplace(outcome.data, outcome.url, outcome.response, outcome.error);
+}
+
+// A response type of one's own, which does not say, may have kept the file's URL.
+template <class Response>
+bool ResponseExchange<Response>::keepsFile() const {
+  if constexpr (requires { response_->keepsFile(); }) {
+    return response_->keepsFile();
+  } else {
+    return true;
+  }
 }
 
 template <class Response>

@@ -28,6 +28,14 @@ class TypedExchange final : public ResponseExchange<typename Request::Response> 
   SessionKey sessionKey() const override { return detail::sessionKey(request_); }
   platform::URLRequest urlRequest() const override { return request_.urlRequest(); }
   bool isAcceptable(HTTPStatus status) const override { return request_.isAcceptable(status); }
+  std::optional<platform::URL> bodyFile() const override {
+    if constexpr (UploadsFile<Request>) return velisand::fileURL(read(&Request::body, request_));
+    return std::nullopt;
+  }
+  std::optional<platform::Data> bodyBytes() const override {
+    if constexpr (CarriesBody<Request>) return describeBody(request_).bytes;
+    return std::nullopt;
+  }
   std::optional<platform::UUID> uuid() const override {
     if constexpr (Cancelable<Request>) return read(&Request::uuid, request_);
     return std::nullopt;

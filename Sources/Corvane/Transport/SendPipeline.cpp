@@ -4,6 +4,8 @@
 
 #include "Corvane/Errors/CFNetworkErrors.hpp"
 #include "Corvane/Errors/HTTPResponseError.hpp"
+#include "Corvane/Transfers/ProgressRelay.hpp"
+#include "Corvane/Transfers/RelocatedFile.hpp"
 #include "Corvane/Transport/HTTPService.hpp"
 #include "Corvane/Transport/TaskManager.hpp"
 #include "Platform/Loading/URLErrorCodes.hpp"
@@ -20,13 +22,74 @@ using platform::URLSessionTask;
 
 namespace {
 
-std::shared_ptr<URLSessionTask> makeTask(const std::shared_ptr<Exchange>& exchange) {
-  const auto session = HTTPService::shared().urlSession(exchange->sessionKey());
-  return session->dataTask(
-      exchange->urlRequest(), [exchange](std::optional<platform::Data> data,
-                                         std::shared_ptr<const URLResponse> response, std::optional<Error> error) {
-        processTaskCompletion(exchange, {std::move(data), std::nullopt, std::move(response), std::move(error)});
-      });
+using platform::Data;
+using platform::TemporaryFile;
+using platform::URLRequest;
+using platform::URLSession;
+
+/// Watches a task from before it runs until its outcome was processed.
+using ObservationSlot = std::shared_ptr<platform::ProgressObservation>;
+
+ObservationSlot slotFor(const std::shared_ptr<ProgressRelay>& relay) {
+  return relay ? std::make_shared<platform::ProgressObservation>() : nullptr;
+}
+
+std::shared_ptr<URLSession> sessionFor(const Exchange& exchange) {
+  return HTTPService::shared().urlSession(exchange.sessionKey());
+}
+
+URLSession::DataCompletion dataCompletion(std::shared_ptr<Exchange> exchange, ObservationSlot slot = nullptr) {
+  return [exchange = std::move(exchange), slot = std::move(slot)](
+             std::optional<Data> data, std::shared_ptr<const URLResponse> response, std::optional<Error> error) {
+    processTaskCompletion(exchange, {std::move(data), std::nullopt, std::move(response), std::move(error)});
+    if (slot) slot->invalidate();
+  };
+}
+
+URLSession::DownloadCompletion downloadCompletion(std::shared_ptr<Exchange> exchange, ObservationSlot slot) {
+  return [exchange = std::move(exchange), slot = std::move(slot)](std::optional<TemporaryFile> received,
+                                                                  std::shared_ptr<const URLResponse> response,
+                                                                  std::optional<Error> error) {
+    TaskOutcome outcome{std::nullopt, std::nullopt, std::move(response), std::move(error)};
+    if (received) {
+      outcome.file = RelocatedFile::relocate(*std::move(received), outcome.response.get());
+      outcome.url = outcome.file->url();
+    }
+    processTaskCompletion(exchange, std::move(outcome));
+    if (slot) slot->invalidate();
+  };
+}
+
+std::shared_ptr<URLSessionTask> makeDataTask(const std::shared_ptr<Exchange>& exchange) {
+  const auto session = sessionFor(*exchange);
+  return session->dataTask(exchange->urlRequest(), dataCompletion(exchange));
+}
+
+std::shared_ptr<URLSessionTask> makeDownloadTask(const std::shared_ptr<Exchange>& exchange,
+                                                 const std::shared_ptr<ProgressRelay>& relay) {
+  const auto session = sessionFor(*exchange);
+  const ObservationSlot slot = slotFor(relay);
+  auto task = session->downloadTask(exchange->urlRequest(), downloadCompletion(exchange, slot));
+  if (slot) *slot = relay->observe(task, exchange->completionQueue());
+  return task;
+}
+
+std::shared_ptr<URLSessionTask> makeUploadTask(const std::shared_ptr<Exchange>& exchange,
+                                               const std::shared_ptr<ProgressRelay>& relay) {
+  URLRequest request = exchange->urlRequest();
+  const auto session = sessionFor(*exchange);
+  const ObservationSlot slot = slotFor(relay);
+  std::shared_ptr<URLSessionTask> task;
+  if (const auto file = exchange->bodyFile()) {
+    task = session->uploadTask(std::move(request), *file, dataCompletion(exchange, slot));
+  } else {
+    // What the request's headers speak of is what it built beside them.
+    std::optional<Data> body = std::move(request.httpBody);
+    if (!body) body = exchange->bodyBytes();
+    task = session->uploadTask(std::move(request), std::move(body).value_or(Data()), dataCompletion(exchange, slot));
+  }
+  if (slot) *slot = relay->observe(task, exchange->completionQueue());
+  return task;
 }
 
 void deliver(std::shared_ptr<Exchange> exchange) {
@@ -62,7 +125,10 @@ std::optional<Error> errorThrownBy(Judgement judgement) {
 
 Exchange::~Exchange() = default;
 
-void sendToNetwork(std::shared_ptr<Exchange> exchange) {
+namespace {
+
+template <class TaskMaker>
+void send(std::shared_ptr<Exchange> exchange, TaskMaker makeTask) {
   std::shared_ptr<URLSessionTask> task;
   try {
     if (!exchange->shouldSend()) return;
@@ -76,8 +142,6 @@ void sendToNetwork(std::shared_ptr<Exchange> exchange) {
   task->resume();
 }
 
-namespace {
-
 void concludeExchange(std::shared_ptr<Exchange> exchange, const TaskOutcome& received, TaskOutcome outcome) {
   exchange->makeResponse(outcome);
   if (auto error = errorThrownBy([&] { exchange->validateResponse(); })) {
@@ -85,10 +149,21 @@ void concludeExchange(std::shared_ptr<Exchange> exchange, const TaskOutcome& rec
     exchange->makeResponse(outcome);
   }
   exchange->printDebugOutput(received);
+  if (outcome.file) exchange->keepsFile() ? outcome.file->keep() : outcome.file->remove();
   deliver(std::move(exchange));
 }
 
 }  // namespace
+
+void sendToNetwork(std::shared_ptr<Exchange> exchange) { send(std::move(exchange), makeDataTask); }
+
+void download(std::shared_ptr<Exchange> exchange, std::shared_ptr<ProgressRelay> relay) {
+  send(std::move(exchange), [&](const std::shared_ptr<Exchange>& sent) { return makeDownloadTask(sent, relay); });
+}
+
+void upload(std::shared_ptr<Exchange> exchange, std::shared_ptr<ProgressRelay> relay) {
+  send(std::move(exchange), [&](const std::shared_ptr<Exchange>& sent) { return makeUploadTask(sent, relay); });
+}
 
 void processTaskCompletion(std::shared_ptr<Exchange> exchange, TaskOutcome outcome) {
   TaskOutcome received = outcome;

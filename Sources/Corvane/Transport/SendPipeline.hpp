@@ -7,7 +7,9 @@
 #include "Corvane/Transport/SessionKey.hpp"
 #include "Platform/Dispatch/DispatchQueue.hpp"
 #include "Platform/Export.hpp"
+#include "Platform/Foundation/Data.hpp"
 #include "Platform/Foundation/Error.hpp"
+#include "Platform/Foundation/URL.hpp"
 #include "Platform/Foundation/UUID.hpp"
 #include "Platform/Loading/URLRequest.hpp"
 #include "Platform/Loading/URLResponse.hpp"
@@ -18,12 +20,17 @@ class URLSessionTask;
 
 namespace corvane::detail {
 
+class ProgressRelay;
+class RelocatedFile;
+
 /// What a finished task hands back.
 struct TaskOutcome {
   std::optional<platform::Data> data;
   std::optional<platform::URL> url;
   std::shared_ptr<const platform::URLResponse> response;
   std::optional<platform::Error> error;
+  /// The file at `url`, where that is a downloaded one.
+  std::shared_ptr<RelocatedFile> file = nullptr;
 };
 
 /// One request on its way, seen by the pipeline: a copy of the request, the caller's completion, and in the
@@ -38,6 +45,10 @@ class CORVANE_API Exchange {
   virtual SessionKey sessionKey() const = 0;
   virtual platform::URLRequest urlRequest() const = 0;
   virtual bool isAcceptable(HTTPStatus status) const = 0;
+  /// The file that is the body of an upload; absent for a body in memory.
+  virtual std::optional<platform::URL> bodyFile() const = 0;
+  /// The body in memory, encoded; absent for a request without one.
+  virtual std::optional<platform::Data> bodyBytes() const = 0;
   /// Absent for a request that cannot be cancelled.
   virtual std::optional<platform::UUID> uuid() const = 0;
 
@@ -45,6 +56,8 @@ class CORVANE_API Exchange {
   virtual bool isLongToMake(const TaskOutcome& outcome) const = 0;
   /// Builds the response, in place of one that was built before.
   virtual void makeResponse(const TaskOutcome& outcome) = 0;
+  /// Whether the response built last has handed a downloaded file on.
+  virtual bool keepsFile() const = 0;
   /// The request's judgement on the response built last.
   virtual void validateResponse() const = 0;
   virtual void printDebugOutput(const TaskOutcome& outcome) const = 0;
@@ -62,6 +75,14 @@ class CORVANE_API Exchange {
 /// Validates, chooses a session, builds the URL request, and starts its task. Any thread. A request that
 /// should not be sent ends here, silently: its completion is never called.
 CORVANE_API void sendToNetwork(std::shared_ptr<Exchange> exchange);
+
+// The same road with another kind of task. The relay is null when nobody wants to know of the progress.
+
+/// The answer is written to a file, which gets a temporary directory of its own and the name that the response
+/// suggests. It is removed when the response does not hand it on.
+CORVANE_API void download(std::shared_ptr<Exchange> exchange, std::shared_ptr<ProgressRelay> relay);
+/// The body is sent from a file or from memory.
+CORVANE_API void upload(std::shared_ptr<Exchange> exchange, std::shared_ptr<ProgressRelay> relay);
 
 /// What follows when the task is done: judges the outcome, builds and validates the response, prints debug
 /// output, and delivers. Runs on the queue of the caller, which is the session's delegate queue, up to the

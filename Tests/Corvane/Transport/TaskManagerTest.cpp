@@ -23,6 +23,7 @@ class FakeTask final : public platform::URLSessionTask {
   State state() const override { return State::running; }
   const platform::URLRequest& originalRequest() const override { return request_; }
   std::uint64_t taskIdentifier() const override { return 1; }
+  std::shared_ptr<platform::Progress> progress() override { return platform::Progress::make(); }
   int cancellations() const { return cancellations_; }
 
  private:

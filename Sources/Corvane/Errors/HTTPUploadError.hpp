@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "Platform/Export.hpp"
+#include "Platform/Foundation/URL.hpp"
+#include "Vantorel/ErrorLoggable.hpp"
+#include "Velisand/AppError.hpp"
+
+namespace corvane {
+
+/// An upload that cannot be sent as it is described; nothing was sent.
+class CORVANE_API HTTPUploadError final : public velisand::AppError<HTTPUploadError>, public vantorel::ErrorLoggable {
+ public:
+  enum class Case { fileCannotBeEncoded };
+
+  /// The upload of a file names a content encoder. Encoders work on whole buffers in memory, and a file is never
+  /// read into memory: upload a file that is encoded already, or its bytes.
+  static HTTPUploadError fileCannotBeEncoded(platform::URL file);
+
+  Case which() const { return Case::fileCannotBeEncoded; }
+  const platform::URL& file() const { return file_; }
+
+  std::string message() const override;
+  /// "Corvane.HTTPUploadError".
+  std::string errorDomain() const override;
+  /// The ordinal of the case.
+  std::int64_t errorCode() const override;
+  std::optional<platform::Dictionary> additionalLogInfo() const override;
+
+  friend bool operator==(const HTTPUploadError& left, const HTTPUploadError& right) {
+    return left.file_ == right.file_;
+  }
+
+ private:
+  explicit HTTPUploadError(platform::URL file);
+
+  platform::URL file_;
+};
+
+}  // namespace corvane

@@ -1,0 +1,13 @@
+#include "Corvane/Transfers/DownloadRequests.hpp"
+
+namespace corvane {
+
+template struct HTTPResponse<platform::URL>;
+template class detail::ResponseExchange<DownloadResponse<platform::URL>>;
+template struct detail::SendFuture<DownloadResponse<platform::URL>>;
+template class HTTPRequestable<DownloadGetRequest<platform::URL>, DownloadResponse<platform::URL>>;
+template class HTTPRequestable<DownloadRequest<platform::URL>, DownloadResponse<platform::URL>>;
+template class DownloadRequestable<DownloadGetRequest<platform::URL>, platform::URL>;
+template class DownloadRequestable<DownloadRequest<platform::URL>, platform::URL>;
+
+}  // namespace corvane

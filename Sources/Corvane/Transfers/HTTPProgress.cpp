@@ -1,0 +1,41 @@
+#include "Corvane/Transfers/HTTPProgress.hpp"
+
+#include <string_view>
+
+#include "Platform/Loading/URLSession.hpp"
+#include "Velisand/OptionalQueue.hpp"
+
+namespace corvane {
+
+using platform::Progress;
+using platform::ProgressObservation;
+
+namespace {
+
+std::int64_t byteCount(const Progress& progress, std::string_view key, std::int64_t otherwise) {
+  const auto entry = progress.userInfo(key);
+  return entry ? entry->integer().value_or(otherwise) : otherwise;
+}
+
+}  // namespace
+
+std::int64_t HTTPProgress::completedBytes() const {
+  return byteCount(*progress, platform::ProgressKey::byteCompletedCount, 0);
+}
+
+std::int64_t HTTPProgress::totalBytes() const {
+  return byteCount(*progress, platform::ProgressKey::byteTotalCount, unknownTotal);
+}
+
+std::optional<double> HTTPProgress::percentCompleted() const { return progress->fractionCompleted(); }
+
+ProgressObservation HTTPProgress::observe(const std::shared_ptr<platform::URLSessionTask>& task,
+                                          std::optional<platform::DispatchQueue> queue, Handler handler) {
+  if (!handler) return {};
+  return task->progress()->observe(
+      [queue = std::move(queue), handler = std::move(handler)](const std::shared_ptr<Progress>& progress) {
+        velisand::async(queue, [handler, progress] { handler(HTTPProgress(progress)); });
+      });
+}
+
+}  // namespace corvane

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include "Corvane/Responses/HTTPResponse.hpp"
+#include "Corvane/Transfers/HTTPProgress.hpp"
+#include "Platform/Export.hpp"
+#include "Velisand/Future.hpp"
+
+namespace corvane {
+
+namespace detail {
+
+/// Who wants to know of the progress of a future. Thread-safe.
+class CORVANE_API ProgressHandlers {
+ public:
+  /// Where a future keeps them.
+  static constexpr const char* memberName = "_progressHandlers";
+
+  /// The handler that calls all that are there by then, in the order in which they came, each on its own queue.
+  struct CORVANE_API Caller {
+    void operator()(const HTTPProgress& progress) const;
+    std::shared_ptr<ProgressHandlers> handlers;
+  };
+
+  ProgressHandlers();
+  ~ProgressHandlers();
+  ProgressHandlers(const ProgressHandlers&) = delete;
+  ProgressHandlers& operator=(const ProgressHandlers&) = delete;
+
+  void append(std::optional<platform::DispatchQueue> queue, HTTPProgressHandler handler);
+  bool isEmpty() const;
+
+ private:
+  struct List;
+  const std::unique_ptr<List> list_;
+};
+
+}  // namespace detail
+
+/// The future of a download or an upload: as any other future, and it tells how far the transfer has come.
+///
+///     auto download = DownloadGetRequest(url).send();
+///     download.during([](HTTPProgress progress) { show(progress.percentCompleted()); });
+///     const auto response = download.get();
+template <class Body>
+class TransferFuture : public velisand::Future<HTTPResponse<Body>> {
+ public:
+  using Base = velisand::Future<HTTPResponse<Body>>;
+
+  explicit TransferFuture(Base future) : Base(std::move(future)) {}
+
+  /// Calls the handler with the progress from now on, on the queue (absent: the main queue). Handlers are called in
+  /// the order in which they came. See `HTTPProgressHandler` for how often; only where the queue runs several blocks
+  /// at a time may a call come late. Returns this future.
+  TransferFuture during(std::optional<platform::DispatchQueue> queue, HTTPProgressHandler handler) const {
+    handlers()->append(std::move(queue), std::move(handler));
+    return *this;
+  }
+  /// The same on the main queue.
+  TransferFuture during(HTTPProgressHandler handler) const {
+    return during(platform::DispatchQueue::main(), std::move(handler));
+  }
+
+  std::shared_ptr<detail::ProgressHandlers> handlers() const {
+    return this->template dynamicMember<detail::ProgressHandlers>(detail::ProgressHandlers::memberName);
+  }
+};
+
+}  // namespace corvane
