@@ -46,9 +46,9 @@ class DownloadRequestable : public HTTPRequestable<Self, ResponseType>,
 
  public:
   using Download = DownloadType;
+  using Base::send;
   using typename Base::Completion;
   using typename Base::Response;
-  using Base::send;
 
   /// The same as the other forms, with progress: see `HTTPProgressHandler`. Any handler may be null.
   void send(std::optional<platform::DispatchQueue> queue, HTTPProgressHandler progress, Completion completion) const {

@@ -39,9 +39,9 @@ class UploadRequestable : public HTTPRequestable<Self, ResponseType>,
   using Base = HTTPRequestable<Self, ResponseType>;
 
  public:
+  using Base::send;
   using typename Base::Completion;
   using typename Base::Response;
-  using Base::send;
 
   /// The same as the other forms, with progress: see `HTTPProgressHandler`. Any handler may be null.
   void send(std::optional<platform::DispatchQueue> queue, HTTPProgressHandler progress, Completion completion) const {

@@ -2,9 +2,11 @@
 
 #include <optional>
 #include <utility>
+#include <vector>
 
 #include "Corvane/Request/StoredRequest.hpp"
 #include "Corvane/Responses/DataResponse.hpp"
+#include "Corvane/Transfers/MultipartUploadRequestable.hpp"
 #include "Corvane/Transfers/UploadRequestable.hpp"
 #include "Platform/Export.hpp"
 
@@ -64,10 +66,21 @@ class CORVANE_API FileUploadRequest final
       : StoredUpload(std::move(url), std::move(file), std::move(options)) {}
 };
 
+/// A "POST", or another method, of a multipart form: `MultipartUploadRequest(url, {{"title", "Ada"}, {"photo",
+/// file}})`.
+class CORVANE_API MultipartUploadRequest final
+    : public detail::StoredUpload<MultipartUploadRequestable<MultipartUploadRequest, DataResponse>> {
+ public:
+  MultipartUploadRequest(platform::URL url, std::vector<MultipartFormSection> sections, HTTPUploadOptions options = {})
+      : StoredUpload(std::move(url), std::move(sections), std::move(options)) {}
+};
+
 // Compiled once, in the library.
 extern template class HTTPRequestable<DataUploadRequest, DataResponse>;
 extern template class HTTPRequestable<FileUploadRequest, DataResponse>;
+extern template class HTTPRequestable<MultipartUploadRequest, DataResponse>;
 extern template class UploadRequestable<DataUploadRequest, DataResponse>;
 extern template class UploadRequestable<FileUploadRequest, DataResponse, platform::URL>;
+extern template class UploadRequestable<MultipartUploadRequest, DataResponse, std::vector<MultipartFormSection>>;
 
 }  // namespace corvane

@@ -58,9 +58,18 @@ TEST_F(DownloadTest, givesEachFileADirectoryThatOnlyThisUserMayEnter) {
 }
 
 TEST_F(DownloadTest, neverLeavesItsDirectoryWhateverTheServerSuggests) {
-  const std::vector<std::string> names = {"../../../etc/passwd", "/etc/passwd",  "..",          "C:\\boot.ini", "",
-                                          ".bashrc",             "a/b\\c",       "con.txt",     "x\ty",         "~",
-                                          std::string(4000, 'n') + ".txt",        "%2e%2e%2fx"};
+  const std::vector<std::string> names = {"../../../etc/passwd",
+                                          "/etc/passwd",
+                                          "..",
+                                          "C:\\boot.ini",
+                                          "",
+                                          ".bashrc",
+                                          "a/b\\c",
+                                          "con.txt",
+                                          "x\ty",
+                                          "~",
+                                          std::string(4000, 'n') + ".txt",
+                                          "%2e%2e%2fx"};
   for (const std::string& name : names) {
     server.enqueue(Answer(200).header("Content-Disposition", "attachment; filename=\"" + name + "\"").body("x"));
 
@@ -156,9 +165,8 @@ TEST_F(DownloadTest, leavesNoFileWhenItIsCancelled) {
   server.enqueue(Answer(200).generatedBody(1 << 20).hold(Moment::insideBody, gate, 1000));
   const GetFile request{.url = server.url("/")};
 
-  const auto response = await<GetFile::Response>([&](auto done) {
-    request.send(queue, [&](const HTTPProgress&) { request.cancel(); }, done);
-  });
+  const auto response = await<GetFile::Response>(
+      [&](auto done) { request.send(queue, [&](const HTTPProgress&) { request.cancel(); }, done); });
 
   ASSERT_TRUE(response.result.error());
   EXPECT_EQ(*response.result.error()->as<HTTPResponseError>(), HTTPResponseError::taskCancelled());
@@ -236,19 +244,20 @@ TEST_F(DownloadTest, tellsItsProgressInOrderAndEndsWithTheWhole) {
   bool isOver = false;
 
   const auto response = await<DownloadResponse<URL>>([&](auto done) {
-    DownloadGetRequest(server.url("/")).send(
-        queue,
-        [&](const HTTPProgress& progress) {
-          EXPECT_FALSE(isOver);
-          EXPECT_EQ(progress.totalBytes(), size);
-          counts.push_back(progress.completedBytes());
-          fractions.push_back(progress.percentCompleted().value());
-          gate.open();
-        },
-        [&, done](DownloadResponse<URL> arrived) mutable {
-          isOver = true;
-          done(std::move(arrived));
-        });
+    DownloadGetRequest(server.url("/"))
+        .send(
+            queue,
+            [&](const HTTPProgress& progress) {
+              EXPECT_FALSE(isOver);
+              EXPECT_EQ(progress.totalBytes(), size);
+              counts.push_back(progress.completedBytes());
+              fractions.push_back(progress.percentCompleted().value());
+              gate.open();
+            },
+            [&, done](DownloadResponse<URL> arrived) mutable {
+              isOver = true;
+              done(std::move(arrived));
+            });
   });
 
   ASSERT_TRUE(response.result.isSuccess());
@@ -264,13 +273,14 @@ TEST_F(DownloadTest, doesNotKnowATotalThatTheServerDidNotAnnounce) {
   std::vector<std::int64_t> totals;
 
   const auto response = await<DownloadResponse<URL>>([&](auto done) {
-    DownloadGetRequest(server.url("/")).send(
-        queue,
-        [&](const HTTPProgress& progress) {
-          totals.push_back(progress.totalBytes());
-          gate.open();
-        },
-        done);
+    DownloadGetRequest(server.url("/"))
+        .send(
+            queue,
+            [&](const HTTPProgress& progress) {
+              totals.push_back(progress.totalBytes());
+              gate.open();
+            },
+            done);
   });
 
   ASSERT_TRUE(response.result.isSuccess());

@@ -50,12 +50,11 @@ TEST_F(UploadTest, sendsAFileWithTheTypeOfItsExtension) {
 TEST_F(UploadTest, takesMethodTypeHeadersAndQueryByName) {
   server.enqueue(Answer(200));
 
-  const auto response =
-      responseTo(FileUploadRequest(server.url("/f"), file("x", "content"),
-                                   {.headers = {{"X-A", 1}},
-                                    .queryItems = {{"name", "x"}},
-                                    .method = HTTPMethod::put,
-                                    .contentType = HTTPMediaType::pdf}));
+  const auto response = responseTo(FileUploadRequest(server.url("/f"), file("x", "content"),
+                                                     {.headers = {{"X-A", 1}},
+                                                      .queryItems = {{"name", "x"}},
+                                                      .method = HTTPMethod::put,
+                                                      .contentType = HTTPMediaType::pdf}));
 
   EXPECT_TRUE(response.result.isSuccess());
   const auto received = server.takeRequest();
@@ -189,16 +188,16 @@ TEST_F(UploadTest, tellsItsProgressAndEndsWithTheWhole) {
 }
 
 TEST_F(UploadTest, returnsAFutureWithProgress) {
-  server.enqueue(Answer(200).body("done"));
+  const testing::Gate gate;
+  server.enqueue(Answer(200).body("done").hold(testing::Moment::beforeStatusLine, gate));
   testing::Expectation<void> isTold;
 
-  const auto response = DataUploadRequest(server.url("/"), std::string(100'000, 'x'))
-                            .send()
-                            .during(queue,
-                                    [&](const HTTPProgress& progress) {
-                                      if (progress.percentCompleted() == 1.0) isTold.fulfil();
-                                    })
-                            .get();
+  const auto upload = DataUploadRequest(server.url("/"), std::string(100'000, 'x')).send();
+  upload.during(queue, [&](const HTTPProgress& progress) {
+    if (progress.percentCompleted() == 1.0) isTold.fulfil();
+  });
+  gate.open();
+  const auto response = upload.get();
 
   EXPECT_EQ(response.body.text(), "done");
   isTold.wait();
@@ -220,7 +219,7 @@ TEST_F(UploadTest, judgesItselfBeforeAnythingIsSent) {
 
   const auto refused = responseTo(SendUser{.url = server.url("/"), .body = ""});
   SendUser{.url = server.url("/"), .body = "x", .shouldSend = false}.send(queue, nullptr,
-                                                                         [](auto) { FAIL() << "was sent"; });
+                                                                          [](auto) { FAIL() << "was sent"; });
   const auto sent = responseTo(SendUser{.url = server.url("/"), .body = "text"});
 
   EXPECT_EQ(*refused.result.error()->as<HTTPResponseError>(), HTTPResponseError::noContent());
