@@ -94,17 +94,24 @@ void Progress::update(std::int64_t completedUnits, std::int64_t totalUnits) {
 }
 
 void Progress::updateBytes(std::int64_t completedBytes, std::int64_t totalBytes) {
-  {
-    const std::lock_guard lock(state_->mutex);
-    if (!state_->set(completedBytes, std::max(totalBytes, unknownCount))) return;
-    state_->userInfo.insert_or_assign(ProgressKey::byteCompletedCount, completedBytes);
-    if (totalBytes >= 0) {
-      state_->userInfo.insert_or_assign(ProgressKey::byteTotalCount, totalBytes);
-    } else {
-      state_->userInfo.erase(ProgressKey::byteTotalCount);
-    }
-  }
+  if (setBytes(completedBytes, totalBytes)) tell();
+}
+
+void Progress::finishBytes(std::int64_t completedBytes, std::int64_t totalBytes) {
+  setBytes(completedBytes, totalBytes);
   tell();
+}
+
+bool Progress::setBytes(std::int64_t completedBytes, std::int64_t totalBytes) {
+  const std::lock_guard lock(state_->mutex);
+  const bool changes = state_->set(completedBytes, std::max(totalBytes, unknownCount));
+  state_->userInfo.insert_or_assign(ProgressKey::byteCompletedCount, completedBytes);
+  if (totalBytes >= 0) {
+    state_->userInfo.insert_or_assign(ProgressKey::byteTotalCount, totalBytes);
+  } else {
+    state_->userInfo.erase(ProgressKey::byteTotalCount);
+  }
+  return changes;
 }
 
 ProgressObservation Progress::observe(Observer observer) {

@@ -69,6 +69,8 @@ class CORVANE_API Progress {
   /// The same, for work counted in bytes: both are told under their keys in the user information, too, the
   /// total when it is known.
   void updateBytes(std::int64_t completedBytes, std::int64_t totalBytes);
+  /// The same, and calls the observers in any case: the work is done.
+  void finishBytes(std::int64_t completedBytes, std::int64_t totalBytes);
 
   /// Calls the observer for every change from now on, on the thread that makes the change. It should be quick,
   /// and must not throw.
@@ -80,6 +82,7 @@ class CORVANE_API Progress {
   struct State;
 
   Progress();
+  bool setBytes(std::int64_t completedBytes, std::int64_t totalBytes);
   void tell();
 
   std::weak_ptr<Progress> self_;
