@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "Corvane/Transfers/BoundaryGenerator.hpp"
+#include "Corvane/Transfers/MultipartError.hpp"
 #include "Corvane/Transfers/MultipartFormSection.hpp"
 #include "Platform/Export.hpp"
 #include "Platform/Foundation/Data.hpp"

@@ -12,6 +12,7 @@
 #include "Corvane/Errors/HTTPUnknownError.hpp"
 #include "Corvane/Responses/HTTPResponse.hpp"
 #include "Platform/Foundation/FileManager.hpp"
+#include "Platform/Imaging/UIImage.hpp"
 #include "TestSupport/LogCapture.hpp"
 #include "TestSupport/TemporaryDirectory.hpp"
 
@@ -66,6 +67,7 @@ template <class Result>
 concept HasURL = requires(const Result& result) { result.url(); };
 template <class Response>
 concept ShowsImage = requires(const Response& response) { response.image(); };
+static_assert(HTTPResponsable<DownloadResponse<platform::UIImage>> && ShowsImage<HTTPResponse<platform::UIImage>>);
 static_assert(!ShowsImage<HTTPResponse<URL>> && !ShowsImage<HTTPResponse<Data>>);
 template <class Response>
 concept ShowsFile = requires(const Response& response) { response.fileURL(); };
