@@ -86,7 +86,7 @@ TEST_F(ProgressMeterTest, finishesWithTheTotalThatTurnedOut) {
   observe();
   meter.count(7, start);
 
-  meter.finish(start);
+  meter.finish();
 
   EXPECT_EQ(told, (Counts{{7, -1}, {7, 7}}));
   EXPECT_EQ(meter.progress()->fractionCompleted(), 1);
@@ -98,10 +98,34 @@ TEST_F(ProgressMeterTest, finishTellsWhatWasHeldBackAndNothingTwice) {
   meter.count(1, start);
   meter.count(2, start);
 
-  meter.finish(start);
-  meter.finish(start);
+  meter.finish();
+  meter.finish();
 
   EXPECT_EQ(told, (Counts{{1, 2}, {2, 2}}));
+}
+
+TEST_F(ProgressMeterTest, tellsOfTheEndThoughTheLastByteWasToldOf) {
+  ProgressMeter upload(false);
+  upload.expect(2);
+  observation = upload.progress()->observe([this](const std::shared_ptr<Progress>& progress) {
+    told.emplace_back(progress->completedUnitCount(), progress->totalUnitCount());
+  });
+  upload.count(2, start);
+
+  upload.finish();
+
+  EXPECT_EQ(told, (Counts{{2, 2}, {2, 2}}));
+}
+
+TEST_F(ProgressMeterTest, leavesTheLastByteOfADownloadToTheEnd) {
+  observe();
+  meter.expect(2);
+
+  EXPECT_FALSE(meter.count(2, start));
+  EXPECT_EQ(told, Counts());
+  meter.finish();
+
+  EXPECT_EQ(told, (Counts{{2, 2}}));
 }
 
 TEST_F(ProgressMeterTest, aProgressThatIsAskedForLateKnowsTheCountsSoFar) {
@@ -121,7 +145,7 @@ TEST_F(ProgressMeterTest, aProgressThatIsAskedForWhileTheWorkEndsKnowsTheEnd) {
     std::shared_ptr<Progress> progress;
     std::thread asker([&] { progress = raced.progress(); });
     raced.count(round, start);
-    raced.finish(start);
+    raced.finish();
     asker.join();
 
     ASSERT_EQ(progress->completedUnitCount(), round);
@@ -134,6 +158,7 @@ TEST_F(ProgressMeterTest, countsBeyondFourGiB) {
   meter.expect(fiveGiB);
   meter.count(fiveGiB - 1, start);
   meter.count(fiveGiB, start + ProgressMeter::interval);
+  meter.finish();
 
   EXPECT_EQ(told, (Counts{{fiveGiB - 1, fiveGiB}, {fiveGiB, fiveGiB}}));
   EXPECT_EQ(meter.progress()->userInfo(ProgressKey::byteTotalCount)->integer(), fiveGiB);

@@ -1,5 +1,7 @@
 #include "Platform/Loading/Internal/ProgressMeter.hpp"
 
+#include <utility>
+
 namespace platform::detail {
 
 std::shared_ptr<Progress> ProgressMeter::progress() {
@@ -15,6 +17,7 @@ std::shared_ptr<Progress> ProgressMeter::progress() {
 bool ProgressMeter::count(std::int64_t completed, LoopTime now) {
   if (completed > completed_.load(std::memory_order_relaxed)) completed_.store(completed);
   if (!isWanted_.load()) return false;
+  if (endsWithLastByte_ && completed_.load() == total_.load()) return false;
   if (now < due()) return true;
   tell(now);
   return false;
@@ -26,9 +29,10 @@ void ProgressMeter::tell(LoopTime now) {
   progress()->updateBytes(completed_.load(), total_.load());
 }
 
-void ProgressMeter::finish(LoopTime now) {
+void ProgressMeter::finish() {
+  if (std::exchange(isFinished_, true)) return;
   if (total_.load() < 0) total_.store(completed_.load());
-  tell(now);
+  if (isWanted_.load()) progress()->finishBytes(completed_.load(), total_.load());
 }
 
 }  // namespace platform::detail

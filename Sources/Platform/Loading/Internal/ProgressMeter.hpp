@@ -18,6 +18,10 @@ class ProgressMeter final : public DeadlineEntry {
  public:
   static constexpr LoopTime interval = 50 * oneMillisecond;
 
+  /// Whether the work is done with the last byte, so that `finish` follows at once and tells of it; an upload still
+  /// waits for its answer then.
+  explicit ProgressMeter(bool endsWithLastByte = true) : endsWithLastByte_(endsWithLastByte) {}
+
   // Any thread.
   /// Made when it is asked for first, with the counts so far.
   std::shared_ptr<Progress> progress();
@@ -30,10 +34,12 @@ class ProgressMeter final : public DeadlineEntry {
   bool count(std::int64_t completed, LoopTime now);
   LoopTime due() const { return told_ + interval; }
   void tell(LoopTime now);
-  /// The work is done, all of it: a total that was not known is known now.
-  void finish(LoopTime now);
+  /// The work is done, all of it: tells of it once, in any case. A total that was not known is known now.
+  void finish();
 
  private:
+  const bool endsWithLastByte_;
+  bool isFinished_ = false;
   // Written on the loop side. Whoever counts and whoever asks first must not miss each other: one of them sees what
   // the other wrote, since each writes before it reads, in the one order that all of these have.
   std::atomic<std::int64_t> completed_ = 0;

@@ -35,6 +35,7 @@ TaskCore::TaskCore(std::shared_ptr<URLSession> session, std::shared_ptr<SessionC
       isStillborn_(isStillborn),
       isUpload_(plan.isUpload),
       isDownload_(plan.isDownload()),
+      meter_(!plan.isUpload),
       plan_(std::move(plan)) {}
 
 void TaskCore::resume() {
@@ -211,7 +212,7 @@ void TaskCore::finish(std::optional<Data> data, std::shared_ptr<const URLRespons
   if (state_.exchange(URLSessionTask::State::completed) == URLSessionTask::State::completed) return;
   waitsForConnectivity_ = false;
   if (meter_.isArmed()) core_->pool().tellNoMore(meter_);
-  if (!error) meter_.finish(core_->loop().now());
+  if (!error) meter_.finish();
   bodyFile_ = UploadFile();
   download_ = DownloadFile();
   data_ = std::move(data);
