@@ -158,7 +158,7 @@ TEST_F(TransferProgressTest, isToldOnceInEachIntervalAndAtTheEnd) {
 
 TEST_F(TransferProgressTest, ofAnUploadCountsWhatWasSent) {
   server.handleAll([](const ReceivedRequest&) { return Answer(200).body("an answer that is not counted"); });
-  for (const std::size_t size : {0, 1, 70'000, 4 << 20}) {
+  for (const std::size_t size : std::initializer_list<std::size_t>{0, 1, 70'000, 4 << 20}) {
     const auto count = static_cast<std::int64_t>(size);
     Upload fromMemory(session, toServer("POST"), Data(generatedBytes(size)));
     Upload fromFile(session, toServer("POST"), file("body", generatedBytes(size)));
