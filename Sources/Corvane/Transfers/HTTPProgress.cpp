@@ -2,6 +2,7 @@
 
 #include <string_view>
 
+#include "Corvane/Transfers/TransferFuture.hpp"
 #include "Platform/Loading/URLSession.hpp"
 #include "Velisand/OptionalQueue.hpp"
 
@@ -30,12 +31,23 @@ std::int64_t HTTPProgress::totalBytes() const {
 std::optional<double> HTTPProgress::percentCompleted() const { return progress->fractionCompleted(); }
 
 ProgressObservation HTTPProgress::observe(const std::shared_ptr<platform::URLSessionTask>& task,
-                                          std::optional<platform::DispatchQueue> queue, Handler handler) {
+                                          std::optional<platform::DispatchQueue> queue, HTTPProgressHandler handler) {
   if (!handler) return {};
   return task->progress()->observe(
       [queue = std::move(queue), handler = std::move(handler)](const std::shared_ptr<Progress>& progress) {
         velisand::async(queue, [handler, progress] { handler(HTTPProgress(progress)); });
       });
 }
+
+void HTTPProgressHandler::operator()(const HTTPProgress& progress) const {
+  if (handlers_) {
+    handlers_->call(progress);
+  } else {
+    (*function_)(progress);
+  }
+}
+
+// The handlers of a future come when they like; until then there is nothing to schedule.
+bool HTTPProgressHandler::isListenedTo() const { return handlers_ ? !handlers_->isEmpty() : function_ != nullptr; }
 
 }  // namespace corvane

@@ -1,12 +1,14 @@
 #pragma once
 
+#include <concepts>
+#include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <utility>
 
 #include "Platform/Dispatch/DispatchQueue.hpp"
+#include "Platform/Dispatch/UniqueFunction.hpp"
 #include "Platform/Export.hpp"
 #include "Platform/Foundation/Progress.hpp"
 
@@ -16,13 +18,19 @@ class URLSessionTask;
 
 namespace corvane {
 
+class HTTPProgressHandler;
+
+namespace detail {
+class ProgressHandlers;
+}
+
 /// How far a download or an upload has come: the bytes of the body that went over the network, and how many there
 /// are in all. It shares the progress object of its task, so that it always tells the latest.
 class CORVANE_API HTTPProgress {
  public:
   /// The total while the server has not announced one.
   static constexpr std::int64_t unknownTotal = -1;
-  using Handler = std::function<void(HTTPProgress)>;
+  using Handler = HTTPProgressHandler;
 
   explicit HTTPProgress(std::shared_ptr<platform::Progress> shared) : progress(std::move(shared)) {}
 
@@ -37,7 +45,7 @@ class CORVANE_API HTTPProgress {
   /// empty when there is no handler.
   [[nodiscard]] static platform::ProgressObservation observe(const std::shared_ptr<platform::URLSessionTask>& task,
                                                              std::optional<platform::DispatchQueue> queue,
-                                                             Handler handler);
+                                                             HTTPProgressHandler handler);
 
   std::shared_ptr<platform::Progress> progress;
 };
@@ -45,6 +53,38 @@ class CORVANE_API HTTPProgress {
 /// Called with the progress of a transfer, on the completion queue; empty when nobody wants to know. In order and
 /// one at a time, whatever the queue; at most every 50 ms, which is as often as a person can see, and once when
 /// the transfer succeeded; never after the completion was called. It must not throw, nor wait for the completion.
-using HTTPProgressHandler = HTTPProgress::Handler;
+///
+/// Made of anything that takes an `HTTPProgress`. Copies share it.
+class CORVANE_API HTTPProgressHandler {
+ public:
+  HTTPProgressHandler() noexcept = default;
+  HTTPProgressHandler(std::nullptr_t) noexcept {}  // NOLINT(google-explicit-constructor): nobody wants to know
+  template <std::invocable<HTTPProgress> Function>
+    requires(!std::same_as<Function, HTTPProgressHandler>)
+  HTTPProgressHandler(Function function)  // NOLINT(google-explicit-constructor): a function is a handler
+      : function_(made(std::move(function))) {}
+  /// Calls the handlers of a future.
+  explicit HTTPProgressHandler(std::shared_ptr<detail::ProgressHandlers> handlers) : handlers_(std::move(handlers)) {}
+
+  explicit operator bool() const noexcept { return function_ || handlers_; }
+  /// Requires: not empty.
+  void operator()(const HTTPProgress& progress) const;
+  /// Whether a call would reach anybody at present.
+  bool isListenedTo() const;
+
+ private:
+  using Shared = platform::UniqueFunction<void(HTTPProgress)>;
+
+  template <class Function>
+  static std::shared_ptr<Shared> made(Function function) {
+    if constexpr (requires { function == nullptr; }) {
+      if (function == nullptr) return nullptr;
+    }
+    return std::make_shared<Shared>(std::move(function));
+  }
+
+  std::shared_ptr<Shared> function_;
+  std::shared_ptr<detail::ProgressHandlers> handlers_;
+};
 
 }  // namespace corvane

@@ -10,14 +10,8 @@ platform::ProgressObservation ProgressRelay::observe(const std::shared_ptr<platf
                                                      std::optional<platform::DispatchQueue> queue) {
   return task->progress()->observe(
       [self = shared_from_this(), queue = std::move(queue)](const std::shared_ptr<platform::Progress>& progress) {
-        if (self->isListenedTo()) velisand::async(queue, [self, progress] { self->call(progress); });
+        if (self->handler_.isListenedTo()) velisand::async(queue, [self, progress] { self->call(progress); });
       });
-}
-
-/// The handlers of a future come when they like; until then there is nothing to schedule.
-bool ProgressRelay::isListenedTo() const {
-  const auto* handlers = handler_.target<ProgressHandlers::Caller>();
-  return !handlers || !handlers->handlers->isEmpty();
 }
 
 void ProgressRelay::call(const std::shared_ptr<platform::Progress>& progress) {

@@ -21,7 +21,6 @@ class ProgressRelay : public std::enable_shared_from_this<ProgressRelay> {
   void end();
 
  private:
-  bool isListenedTo() const;
   void call(const std::shared_ptr<platform::Progress>& progress);
 
   std::mutex mutex_;

@@ -27,9 +27,9 @@ bool ProgressHandlers::isEmpty() const {
   return list_->references.empty();
 }
 
-void ProgressHandlers::Caller::operator()(const HTTPProgress& progress) const {
-  const std::lock_guard lock(handlers->list_->mutex);
-  for (const auto& reference : handlers->list_->references) reference.execute(progress);
+void ProgressHandlers::call(const HTTPProgress& progress) const {
+  const std::lock_guard lock(list_->mutex);
+  for (const auto& reference : list_->references) reference.execute(progress);
 }
 
 }  // namespace corvane::detail

@@ -19,12 +19,6 @@ class CORVANE_API ProgressHandlers {
   /// Where a future keeps them.
   static constexpr const char* memberName = "_progressHandlers";
 
-  /// The handler that calls all that are there by then, in the order in which they came, each on its own queue.
-  struct CORVANE_API Caller {
-    void operator()(const HTTPProgress& progress) const;
-    std::shared_ptr<ProgressHandlers> handlers;
-  };
-
   ProgressHandlers();
   ~ProgressHandlers();
   ProgressHandlers(const ProgressHandlers&) = delete;
@@ -32,6 +26,8 @@ class CORVANE_API ProgressHandlers {
 
   void append(std::optional<platform::DispatchQueue> queue, HTTPProgressHandler handler);
   bool isEmpty() const;
+  /// Calls all that are there by then, in the order in which they came, each on its own queue.
+  void call(const HTTPProgress& progress) const;
 
  private:
   struct List;

@@ -38,7 +38,7 @@ template <class Request>
 TransferFuture<typename Request::ResponseBody> sentWithProgress(const Request& request) {
   auto outcome = SendFuture<typename Request::Response>::make();
   TransferFuture<typename Request::ResponseBody> future(std::move(outcome.future));
-  request.send(std::move(outcome.queue), ProgressHandlers::Caller{future.handlers()}, std::move(outcome.completion));
+  request.send(std::move(outcome.queue), HTTPProgressHandler(future.handlers()), std::move(outcome.completion));
   return future;
 }
 
