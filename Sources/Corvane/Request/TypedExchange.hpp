@@ -33,7 +33,9 @@ class TypedExchange final : public ResponseExchange<typename Request::Response> 
     return std::nullopt;
   }
   std::optional<platform::Data> bodyBytes() const override {
-    if constexpr (CarriesBody<Request>) return describeBody(request_).bytes;
+    if constexpr (CarriesBody<Request>) {
+      if constexpr (checkBody<Request>()) return describeBody(request_).bytes;
+    }
     return std::nullopt;
   }
   std::optional<platform::UUID> uuid() const override {
