@@ -1,14 +1,15 @@
 #!/usr/bin/env bash
-# Runs the command-line tool against servers that nobody here wrote: nginx, httpbin and nghttpd, on free
-# loopback ports, each ended by its process id.
+# Runs the command-line tool, and a program that does transfers, against servers and parsers that nobody here wrote:
+# nginx, httpbin, nghttpd, PHP and those of Python, on free loopback ports, each ended by its process id.
 #
 #   Tests/Integration/run.sh [TEST...]      e.g. test_nginx, test_nghttpd.HTTP2.test_a_large_body
 set -euo pipefail
 cd "$(dirname "$0")/../.."
 
 cmake --preset dev >/dev/null
-cmake --build build/dev --target corvane_tool -- -j "${JOBS:-$(nproc)}" >&2
+cmake --build build/dev --target corvane_tool corvane_transfer_driver -- -j "${JOBS:-$(nproc)}" >&2
 export CORVANE_TOOL=$PWD/build/dev/bin/corvane
+export CORVANE_TRANSFER_DRIVER=$PWD/build/dev/Tests/corvane_transfer_driver
 
 cd Tests/Integration
 # Debian's own Python: httpbin is a package of it.

@@ -117,10 +117,16 @@ http {
   server {
     listen 127.0.0.1:PLAIN;
     listen 127.0.0.1:SECURE ssl http2;
+    listen 127.0.0.1:TLSWITHHTTP1 ssl;
     ssl_certificate FOLDER/server.pem;
     ssl_certificate_key FOLDER/server.key;
     root FOLDER/content;
     client_max_body_size 64m;
+    location /uploads/ { root FOLDER; dav_methods PUT; client_max_body_size 200m; }
+    location = /uploads/small { root FOLDER; dav_methods PUT; client_max_body_size 1m; }
+    location /slowly/ { alias FOLDER/content/; limit_rate 4m; }
+    location = /sink { proxy_pass http://127.0.0.1:SINK; proxy_http_version 1.1; proxy_request_buffering off;
+                       client_max_body_size 0; }
     location = /moved { return 301 /hello.txt; }
     location = /found-elsewhere { return 302 http://127.0.0.1:PLAIN/hello.txt; }
     location = /to-plain { return 302 http://127.0.0.1:PLAIN/hello.txt; }
@@ -145,11 +151,13 @@ http {
 
 
 class Nginx(Server):
-    def __init__(self, folder):
+    def __init__(self, folder, sink=None):
         self.plain_port, self.secure_port = free_port(), free_port()
+        self.secure_http_1_port = free_port()
         self.plain_retiring_port, self.secure_retiring_port = free_port(), free_port()
         content = folder / "content"
         content.mkdir()
+        (folder / "uploads").mkdir()
         (content / "hello.txt").write_text("hello\n")
         (content / "words.txt").write_text("all work and no play makes a dull test\n" * 2000)
         (content / "large").write_bytes(pattern(LARGE))
@@ -160,7 +168,8 @@ class Nginx(Server):
         text = NGINX
         for name, value in (("FOLDER", folder.path), ("RETIRINGPLAIN", self.plain_retiring_port),
                             ("RETIRINGSECURE", self.secure_retiring_port), ("PLAIN", self.plain_port),
-                            ("SECURE", self.secure_port)):
+                            ("SECURE", self.secure_port), ("TLSWITHHTTP1", self.secure_http_1_port),
+                            ("SINK", sink.port if sink else free_port())):
             text = text.replace(name, str(value))
         (folder / "nginx.conf").write_text(text)
         super().__init__([find("nginx"), "-e", folder / "nginx-error.log", "-c", folder / "nginx.conf"],

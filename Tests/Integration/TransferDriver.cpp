@@ -1,0 +1,148 @@
+// Does transfers at a test's word: reads one step a line from standard input, as JSON, and writes how it ended.
+
+#include <fstream>
+#include <iostream>
+
+#include "Corvane/Corvane.hpp"
+#include "Platform/Foundation/FileManager.hpp"
+#include "TestSupport/Expectation.hpp"
+
+namespace corvane::integration {
+
+struct Section {
+  std::string name;
+  std::optional<Data> value;
+  std::optional<std::string> file;
+  std::optional<std::string> type;
+};
+
+struct Step {
+  /// "download", "upload", "uploadFromMemory", "form".
+  std::string action;
+  URL url;
+  std::optional<std::string> file;
+  std::optional<std::vector<Section>> sections;
+};
+
+/// Told once, when some bytes of the body have gone over the network.
+struct UnderWay {
+  bool isUnderWay = true;
+};
+
+struct Progress {
+  std::int64_t calls = 0;
+  std::int64_t completed = 0;
+  std::int64_t total = 0;
+  double fraction = 0;
+  bool everWentBack = false;
+};
+
+struct Outcome {
+  std::int64_t status = 0;
+  std::string errorDomain;
+  std::int64_t errorCode = 0;
+  std::string errorMessage;
+  std::string file;
+  std::optional<Data> body;
+  Progress progress;
+  std::int64_t peakMemoryKiB = 0;
+};
+
+namespace {
+
+// Far beyond what any step takes; a hang becomes a failure.
+constexpr std::chrono::minutes patience{5};
+
+template <class Message>
+void tell(const Message& message) {
+  std::cout << platform::JSONEncoder().encode(message).text() << std::endl;
+}
+
+std::int64_t peakMemoryKiB() {
+  std::ifstream status("/proc/self/status");
+  for (std::string word; status >> word;) {
+    std::int64_t peak = 0;
+    if (word == "VmHWM:" && status >> peak) return peak;
+  }
+  throw std::runtime_error("the system does not tell the peak of memory");
+}
+
+void noteSuccess(Outcome& outcome, const URL& file) { outcome.file = file.fileSystemPath(); }
+void noteSuccess(Outcome& outcome, const Data& body) { outcome.body = body; }
+
+template <class Response>
+Outcome outcomeOf(const Response& response) {
+  Outcome outcome{.status = static_cast<std::int64_t>(response.status.rawValue()), .body = response.data};
+  if (const auto* error = response.result.error()) {
+    outcome.errorDomain = error->domain();
+    outcome.errorCode = error->code();
+    outcome.errorMessage = error->message();
+  } else if (const auto* body = response.result.body()) {
+    noteSuccess(outcome, *body);
+  }
+  return outcome;
+}
+
+template <class Request>
+Outcome transfer(const Request& request) {
+  using Response = typename Request::Response;
+  const DispatchQueue queue("Driver");
+  Progress seen;
+  testing::Expectation<Response> ended;
+  request.send(
+      queue,
+      [&](const HTTPProgress& progress) {
+        const std::int64_t before = seen.completed;
+        seen.completed = progress.completedBytes();
+        seen.total = progress.totalBytes();
+        seen.fraction = progress.percentCompleted().value_or(-1);
+        seen.everWentBack = seen.everWentBack || seen.completed < before;
+        ++seen.calls;
+        if (before == 0 && seen.completed > 0) tell(UnderWay());
+      },
+      [=](Response response) { ended.fulfil(std::move(response)); });
+  Outcome outcome = outcomeOf(ended.wait(patience));
+  outcome.progress = seen;
+  outcome.peakMemoryKiB = peakMemoryKiB();
+  return outcome;
+}
+
+MultipartFormSection sectionOf(const Section& section) {
+  std::optional<HTTPMediaType> type;
+  if (section.type) type = HTTPMediaType(*section.type);
+  if (section.file) return {section.name, URL::file(*section.file), type};
+  return {section.name, section.value.value(), type};
+}
+
+Outcome run(const Step& step) {
+  if (step.action == "download") return transfer(DownloadGetRequest(step.url));
+  if (step.action == "upload") {
+    return transfer(FileUploadRequest(step.url, URL::file(step.file.value()), {.method = HTTPMethod::put}));
+  }
+  if (step.action == "uploadFromMemory")
+    return transfer(
+        DataUploadRequest(step.url, platform::FileManager::contents(step.file.value()), {.method = HTTPMethod::put}));
+  if (step.action == "form") {
+    std::vector<MultipartFormSection> sections;
+    for (const auto& section : step.sections.value()) sections.push_back(sectionOf(section));
+    return transfer(MultipartUploadRequest(step.url, std::move(sections)));
+  }
+  throw std::runtime_error("there is no action " + step.action);
+}
+
+}  // namespace
+}  // namespace corvane::integration
+
+int main(int argc, char** argv) try {
+  using namespace corvane;
+  for (int i = 1; i < argc; ++i) Corvane::addTrustedCertificate(URL::file(argv[i]));
+  for (std::string line; std::getline(std::cin, line);) {
+    integration::tell(integration::run(JSONDecoder().decode<integration::Step>(Data(line))));
+  }
+} catch (const corvane::Error& error) {
+  std::cerr << "transfer_driver: " << error.message() << '\n';
+  return 1;
+} catch (const std::exception& error) {
+  std::cerr << "transfer_driver: " << error.what() << '\n';
+  return 1;
+}
