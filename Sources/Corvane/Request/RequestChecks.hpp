@@ -4,11 +4,11 @@
 #include <string>
 
 #include "Corvane/Request/HTTPHeaders.hpp"
+#include "Corvane/Request/HTTPMediaType.hpp"
 #include "Corvane/Request/HTTPMethod.hpp"
 #include "Corvane/RequirementReading.hpp"
 #include "Corvane/Responses/HTTPResponsable.hpp"
 #include "Corvane/Responses/HTTPStatus.hpp"
-#include "Corvane/Transfers/HTTPMediaType.hpp"
 #include "Platform/Dispatch/DispatchTime.hpp"
 #include "Platform/Foundation/URL.hpp"
 #include "Platform/Loading/URLRequest.hpp"

@@ -4,8 +4,8 @@
 #include <string>
 
 #include "Corvane/Request/HTTPHeaders.hpp"
+#include "Corvane/Request/HTTPMediaType.hpp"
 #include "Corvane/Request/HTTPMethod.hpp"
-#include "Corvane/Transfers/HTTPMediaType.hpp"
 #include "Platform/Export.hpp"
 #include "Platform/Foundation/URL.hpp"
 #include "Platform/Loading/URLRequest.hpp"

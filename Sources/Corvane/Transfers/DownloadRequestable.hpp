@@ -7,7 +7,7 @@
 #include "Corvane/Request/HTTPMethodRequestable.hpp"
 #include "Corvane/Request/HTTPRequestable.hpp"
 #include "Corvane/Responses/DownloadResponse.hpp"
-#include "Corvane/Transfers/TransferSend.hpp"
+#include "Corvane/Transfers/TransferRequestable.hpp"
 #include "Velisand/FileRepresentable.hpp"
 
 namespace corvane {
@@ -33,42 +33,16 @@ namespace corvane {
 /// The future form returns a `TransferFuture`. Beside the errors of any request: `CFNetworkErrors` -3000, -3002 and
 /// -3003 when the file cannot be made or written, as on a full disk.
 template <class Self, class DownloadType = platform::URL, class ResponseType = DownloadResponse<DownloadType>>
-class DownloadRequestable : public HTTPRequestable<Self, ResponseType>,
-                            public detail::GetMethod<Self>,
-                            public detail::TransferMixin {
+class DownloadRequestable : public detail::TransferRequestable<Self, ResponseType, detail::download>,
+                            public detail::GetMethod<Self> {
   static_assert(velisand::FileInitializable<DownloadType>,
                 "`Download` must be a type that is made from a file: URL, Data, std::string, a JSON model, or a class "
                 "with a constructor that takes a URL or a Data");
   static_assert(std::same_as<detail::BodyOf<ResponseType>, DownloadType>,
                 "The body of a download's response must be its `Download`: name both alike");
 
-  using Base = HTTPRequestable<Self, ResponseType>;
-
  public:
   using Download = DownloadType;
-  using Base::send;
-  using typename Base::Completion;
-  using typename Base::Response;
-
-  /// The same as the other forms, with progress: see `HTTPProgressHandler`. Any handler may be null.
-  void send(std::optional<platform::DispatchQueue> queue, HTTPProgressHandler progress, Completion completion) const {
-    if constexpr (detail::isSoundRequest<Self>)
-      self().sendToNetwork(std::move(queue), std::move(progress), std::move(completion));
-  }
-  /// The same with progress and completion on the main queue.
-  void send(HTTPProgressHandler progress, Completion completion) const {
-    self().send(platform::DispatchQueue::main(), std::move(progress), std::move(completion));
-  }
-  TransferFuture<DownloadType> send() const { return detail::sentWithProgress(self()); }
-
-  /// The plain road: validates, builds the URL request, downloads on a session, and moves the file.
-  void sendToNetwork(std::optional<platform::DispatchQueue> queue, HTTPProgressHandler progress,
-                     Completion completion) const {
-    detail::startTransfer(detail::download, self(), std::move(queue), std::move(progress), std::move(completion));
-  }
-
- private:
-  const Self& self() const { return static_cast<const Self&>(*this); }
 };
 
 }  // namespace corvane

@@ -57,7 +57,9 @@ extern template class detail::ResponseExchange<DownloadResponse<platform::URL>>;
 extern template struct detail::SendFuture<DownloadResponse<platform::URL>>;
 extern template class HTTPRequestable<DownloadGetRequest<platform::URL>, DownloadResponse<platform::URL>>;
 extern template class HTTPRequestable<DownloadRequest<platform::URL>, DownloadResponse<platform::URL>>;
-extern template class DownloadRequestable<DownloadGetRequest<platform::URL>, platform::URL>;
-extern template class DownloadRequestable<DownloadRequest<platform::URL>, platform::URL>;
+extern template class detail::TransferRequestable<DownloadGetRequest<platform::URL>, DownloadResponse<platform::URL>,
+                                                  detail::download>;
+extern template class detail::TransferRequestable<DownloadRequest<platform::URL>, DownloadResponse<platform::URL>,
+                                                  detail::download>;
 
 }  // namespace corvane

@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "Corvane/Transfers/HTTPMediaType.hpp"
+#include "Corvane/Request/HTTPMediaType.hpp"
 #include "Platform/Export.hpp"
 #include "Platform/Foundation/Data.hpp"
 #include "Platform/Foundation/URL.hpp"

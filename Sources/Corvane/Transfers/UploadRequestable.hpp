@@ -1,11 +1,8 @@
 #pragma once
 
-#include <optional>
-#include <utility>
-
 #include "Corvane/Request/HTTPMethodRequestable.hpp"
 #include "Corvane/Request/HTTPRequestable.hpp"
-#include "Corvane/Transfers/TransferSend.hpp"
+#include "Corvane/Transfers/TransferRequestable.hpp"
 #include "Velisand/FileRepresentable.hpp"
 
 namespace corvane {
@@ -31,37 +28,9 @@ namespace corvane {
 /// The future form returns a `TransferFuture`. Beside the errors of any request: `CFNetworkErrors` -1100, -1101,
 /// -1102 and -1008 when the file cannot be read, and -1021 when it changed its length while it was being sent.
 template <class Self, class ResponseType = detail::NoResponse, class BodyType = platform::Data>
-class UploadRequestable : public HTTPRequestable<Self, ResponseType>,
+class UploadRequestable : public detail::TransferRequestable<Self, ResponseType, detail::upload>,
                           public HTTPBodyRequestable<Self, BodyType>,
                           public detail::PostMethod<Self>,
-                          public detail::UploadMixin,
-                          public detail::TransferMixin {
-  using Base = HTTPRequestable<Self, ResponseType>;
-
- public:
-  using Base::send;
-  using typename Base::Completion;
-  using typename Base::Response;
-
-  /// The same as the other forms, with progress: see `HTTPProgressHandler`. Any handler may be null.
-  void send(std::optional<platform::DispatchQueue> queue, HTTPProgressHandler progress, Completion completion) const {
-    if constexpr (detail::isSoundRequest<Self>)
-      self().sendToNetwork(std::move(queue), std::move(progress), std::move(completion));
-  }
-  /// The same with progress and completion on the main queue.
-  void send(HTTPProgressHandler progress, Completion completion) const {
-    self().send(platform::DispatchQueue::main(), std::move(progress), std::move(completion));
-  }
-  TransferFuture<typename Base::ResponseBody> send() const { return detail::sentWithProgress(self()); }
-
-  /// The plain road: validates, builds the URL request, and uploads on a session.
-  void sendToNetwork(std::optional<platform::DispatchQueue> queue, HTTPProgressHandler progress,
-                     Completion completion) const {
-    detail::startTransfer(detail::upload, self(), std::move(queue), std::move(progress), std::move(completion));
-  }
-
- private:
-  const Self& self() const { return static_cast<const Self&>(*this); }
-};
+                          public detail::UploadMixin {};
 
 }  // namespace corvane

@@ -5,8 +5,8 @@ namespace corvane {
 template class HTTPRequestable<DataUploadRequest, DataResponse>;
 template class HTTPRequestable<FileUploadRequest, DataResponse>;
 template class HTTPRequestable<MultipartUploadRequest, DataResponse>;
-template class UploadRequestable<DataUploadRequest, DataResponse>;
-template class UploadRequestable<FileUploadRequest, DataResponse, platform::URL>;
-template class UploadRequestable<MultipartUploadRequest, DataResponse, std::vector<MultipartFormSection>>;
+template class detail::TransferRequestable<DataUploadRequest, DataResponse, detail::upload>;
+template class detail::TransferRequestable<FileUploadRequest, DataResponse, detail::upload>;
+template class detail::TransferRequestable<MultipartUploadRequest, DataResponse, detail::upload>;
 
 }  // namespace corvane

@@ -79,8 +79,8 @@ class CORVANE_API MultipartUploadRequest final
 extern template class HTTPRequestable<DataUploadRequest, DataResponse>;
 extern template class HTTPRequestable<FileUploadRequest, DataResponse>;
 extern template class HTTPRequestable<MultipartUploadRequest, DataResponse>;
-extern template class UploadRequestable<DataUploadRequest, DataResponse>;
-extern template class UploadRequestable<FileUploadRequest, DataResponse, platform::URL>;
-extern template class UploadRequestable<MultipartUploadRequest, DataResponse, std::vector<MultipartFormSection>>;
+extern template class detail::TransferRequestable<DataUploadRequest, DataResponse, detail::upload>;
+extern template class detail::TransferRequestable<FileUploadRequest, DataResponse, detail::upload>;
+extern template class detail::TransferRequestable<MultipartUploadRequest, DataResponse, detail::upload>;
 
 }  // namespace corvane

@@ -4,8 +4,8 @@
 
 #include "Corvane/Errors/CFNetworkErrors.hpp"
 #include "Corvane/Errors/HTTPResponseError.hpp"
-#include "Corvane/Transfers/ProgressRelay.hpp"
-#include "Corvane/Transfers/RelocatedFile.hpp"
+#include "Corvane/Transfers/Internal/ProgressRelay.hpp"
+#include "Corvane/Transfers/Internal/RelocatedFile.hpp"
 #include "Corvane/Transport/HTTPService.hpp"
 #include "Corvane/Transport/TaskManager.hpp"
 #include "Platform/Loading/URLErrorCodes.hpp"

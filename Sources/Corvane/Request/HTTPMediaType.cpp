@@ -1,4 +1,4 @@
-#include "Corvane/Transfers/HTTPMediaType.hpp"
+#include "Corvane/Request/HTTPMediaType.hpp"
 
 namespace corvane {
 

@@ -1,6 +1,6 @@
-#include "Corvane/Transfers/ProgressRelay.hpp"
+#include "Corvane/Transfers/Internal/ProgressRelay.hpp"
 
-#include "Corvane/Transfers/TransferSend.hpp"
+#include "Corvane/Transfers/TransferRequestable.hpp"
 #include "Platform/Loading/URLSession.hpp"
 #include "Velisand/OptionalQueue.hpp"
 

@@ -1,4 +1,4 @@
-#include "Corvane/Transfers/RelocatedFile.hpp"
+#include "Corvane/Transfers/Internal/RelocatedFile.hpp"
 
 #include <unistd.h>
 

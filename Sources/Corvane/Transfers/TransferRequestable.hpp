@@ -1,0 +1,83 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include "Corvane/Request/HTTPRequestable.hpp"
+#include "Corvane/Transfers/HTTPProgress.hpp"
+#include "Corvane/Transfers/TransferFuture.hpp"
+#include "Platform/Export.hpp"
+
+namespace corvane::detail {
+
+class ProgressRelay;
+
+/// Null for an empty handler.
+CORVANE_API std::shared_ptr<ProgressRelay> progressRelay(HTTPProgressHandler handler);
+CORVANE_API void end(ProgressRelay& relay);
+
+/// The road of the pipeline that a request takes.
+using TransferRoad = void (*)(std::shared_ptr<Exchange>, std::shared_ptr<ProgressRelay>);
+
+/// What downloads and uploads have in common: they are sent with somebody who wants to know of the progress.
+template <class Self, class ResponseType, TransferRoad road>
+class TransferRequestable : public HTTPRequestable<Self, ResponseType>, public TransferMixin {
+  using Base = HTTPRequestable<Self, ResponseType>;
+
+ public:
+  using Base::send;
+  using typename Base::Completion;
+  using typename Base::Response;
+
+  /// The same as the other forms, with progress: see `HTTPProgressHandler`. The handler may be null.
+  void send(std::optional<platform::DispatchQueue> queue, HTTPProgressHandler progress, Completion completion) const;
+  /// The same with progress and completion on the main queue.
+  void send(HTTPProgressHandler progress, Completion completion) const;
+  TransferFuture<typename Base::ResponseBody> send() const;
+
+  /// The plain road: validates, builds the URL request, and moves the body on a session.
+  void sendToNetwork(std::optional<platform::DispatchQueue> queue, HTTPProgressHandler progress,
+                     Completion completion) const;
+
+ private:
+  const Self& self() const { return static_cast<const Self&>(*this); }
+};
+
+// Defined out of the class, so that the library's own request types are compiled once, in the library.
+
+template <class Self, class ResponseType, TransferRoad road>
+void TransferRequestable<Self, ResponseType, road>::send(std::optional<platform::DispatchQueue> queue,
+                                                         HTTPProgressHandler progress, Completion completion) const {
+  if constexpr (isSoundRequest<Self>)
+    self().sendToNetwork(std::move(queue), std::move(progress), std::move(completion));
+}
+
+template <class Self, class ResponseType, TransferRoad road>
+void TransferRequestable<Self, ResponseType, road>::send(HTTPProgressHandler progress, Completion completion) const {
+  self().send(platform::DispatchQueue::main(), std::move(progress), std::move(completion));
+}
+
+template <class Self, class ResponseType, TransferRoad road>
+auto TransferRequestable<Self, ResponseType, road>::send() const -> TransferFuture<typename Base::ResponseBody> {
+  auto outcome = SendFuture<Response>::make();
+  TransferFuture<typename Base::ResponseBody> future(std::move(outcome.future));
+  self().send(std::move(outcome.queue), HTTPProgressHandler(future.handlers()), std::move(outcome.completion));
+  return future;
+}
+
+template <class Self, class ResponseType, TransferRoad road>
+void TransferRequestable<Self, ResponseType, road>::sendToNetwork(std::optional<platform::DispatchQueue> queue,
+                                                                  HTTPProgressHandler progress,
+                                                                  Completion completion) const {
+  const auto relay = progressRelay(std::move(progress));
+  if (relay) {
+    completion = [relay, completion = std::move(completion)](Response response) mutable {
+      end(*relay);
+      completion(std::move(response));
+    };
+  }
+  road(std::make_shared<TypedExchange<Self>>(self(), std::move(queue), std::move(completion)), relay);
+}
+
+}  // namespace corvane::detail
