@@ -46,14 +46,14 @@ std::string header(const HTTPHeaderFields::Field& field, bool hidesSecrets) {
 }
 
 // Fields that curl adds of its own accord and that this request does not have.
-std::string suppressedHeaders(const URLRequest& request) {
+std::string suppressedHeaders(const URLRequest& request, bool hasBody) {
   std::string text;
   const auto suppress = [&](const std::string& name) {
     if (!request.allHTTPHeaderFields.contains(name)) text += " -H " + quoted(name + ":");
   };
   suppress("User-Agent");
   suppress("Accept");
-  if (!request.httpBody) return text;
+  if (!hasBody) return text;
   suppress("Content-Type");
   suppress("Expect");
   return text;
@@ -67,10 +67,9 @@ bool fitsOnCommandLine(const Data& body) {
   return std::none_of(text.begin(), text.end(), isUnsafe);
 }
 
-std::string methodOption(const URLRequest& request) {
-  const std::string_view implied = request.httpBody ? "POST" : "GET";
+std::string methodOption(const URLRequest& request, std::string_view implied) {
   if (request.httpMethod == implied) return "";
-  if (request.httpMethod == "HEAD" && !request.httpBody) return " --head";
+  if (request.httpMethod == "HEAD" && implied == "GET") return " --head";
   return " -X " + quoted(request.httpMethod);
 }
 
@@ -83,6 +82,13 @@ std::string bodyFromFile(const std::string& file) {
   return " --data-binary " + quoted("@" + (file == "-" ? "./-" : file));
 }
 
+/// curl holds such a body in memory, but not one of "--upload-file", which changes a URL without a last component:
+/// it adds the name of the file (curl(1), --upload-file).
+bool isSentAsData(const URLRequest& request) {
+  const auto components = platform::URLComponents::make(request.url, true);
+  return !components || components->percentEncodedPath.empty() || components->percentEncodedPath.ends_with('/');
+}
+
 std::string urlText(const platform::URL& url, bool hidesSecrets) {
   const std::string& text = url.absoluteString();
   const auto components = hidesSecrets ? platform::URLComponents::make(url, true) : std::nullopt;
@@ -93,10 +99,11 @@ std::string urlText(const platform::URL& url, bool hidesSecrets) {
   return quoted(text.substr(0, start)) + "\"$URL_PASSWORD\"" + quoted(rest);
 }
 
-// What curl would otherwise change in the URL: "[1-3]" and "{a,b}" are ranges to it, "/../" is taken out.
-std::string urlOptions(const std::string& url) {
+// What curl would otherwise change: "[1-3]" and "{a,b}" are ranges to it, in the name of a file to upload, too; "/../"
+// is taken out of a URL.
+std::string urlOptions(const std::string& url, const std::string& uploadedFile = {}) {
   std::string options;
-  if (url.find_first_of("[]{}") != std::string::npos) options += " --globoff";
+  if ((url + uploadedFile).find_first_of("[]{}") != std::string::npos) options += " --globoff";
   if (url.find("/.") != std::string::npos) options += " --path-as-is";
   return options;
 }
@@ -116,17 +123,28 @@ void requireThatItCanBeSent(const URLRequest& request) {
   throw platform::Error(platform::NSURLErrorDomain, platform::URLErrorCode::badURL, problem);
 }
 
+std::string headers(const URLRequest& request, bool hasBody, const ShellCommandOptions& options) {
+  std::string text;
+  // The answer comes as it was coded, unless curl is told to decode it.
+  if (request.allHTTPHeaderFields.contains("Accept-Encoding")) text += " --compressed";
+  for (const auto& field : request.allHTTPHeaderFields) text += header(field, options.hidesSecrets);
+  return text + suppressedHeaders(request, hasBody);
+}
+
+std::string pathOf(const platform::URL& file) {
+  if (file.isFileURL()) return file.fileSystemPath();
+  throw platform::Error(platform::NSURLErrorDomain, platform::URLErrorCode::unsupportedURL,
+                        "'" + file.absoluteString() + "' names no file to upload");
+}
+
 }  // namespace
 
 ShellCommand shellCommand(const URLRequest& original, const ShellCommandOptions& options) {
   requireThatItCanBeSent(original);
   const URLRequest request = withAnnouncedBody(original);
   ShellCommand command;
-  command.text = "curl" + methodOption(request) + urlOptions(request.url.absoluteString());
-  // The answer comes as it was coded, unless curl is told to decode it.
-  if (request.allHTTPHeaderFields.contains("Accept-Encoding")) command.text += " --compressed";
-  for (const auto& field : request.allHTTPHeaderFields) command.text += header(field, options.hidesSecrets);
-  command.text += suppressedHeaders(request);
+  command.text = "curl" + methodOption(request, request.httpBody ? "POST" : "GET") +
+                 urlOptions(request.url.absoluteString()) + headers(request, request.httpBody.has_value(), options);
   if (request.httpBody) {
     command.body = *request.httpBody;
     if (fitsOnCommandLine(command.body)) {
@@ -137,6 +155,18 @@ ShellCommand shellCommand(const URLRequest& original, const ShellCommandOptions&
     }
   }
   command.text += " " + urlText(request.url, options.hidesSecrets);
+  return command;
+}
+
+ShellCommand shellCommand(const URLRequest& request, const platform::URL& file, const ShellCommandOptions& options) {
+  requireThatItCanBeSent(request);
+  const std::string path = pathOf(file);
+  const bool isData = isSentAsData(request);
+  ShellCommand command;
+  command.text = "curl" + methodOption(request, isData ? "POST" : "PUT") +
+                 urlOptions(request.url.absoluteString(), isData ? "" : path) + headers(request, true, options) +
+                 (isData ? bodyFromFile(path) : " --upload-file " + quoted(path)) + " " +
+                 urlText(request.url, options.hidesSecrets);
   return command;
 }
 

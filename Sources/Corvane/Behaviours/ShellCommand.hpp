@@ -5,6 +5,7 @@
 
 #include "Platform/Export.hpp"
 #include "Platform/Foundation/Data.hpp"
+#include "Platform/Foundation/URL.hpp"
 #include "Platform/Loading/URLRequest.hpp"
 
 namespace corvane {
@@ -17,7 +18,8 @@ struct ShellCommandOptions {
   std::string bodyFile = "request-body";
 };
 
-/// A command line for a POSIX shell that sends a request with the command-line client `curl`.
+/// A command line for a POSIX shell that sends a request with the command-line client `curl`. That of a file upload
+/// refers to the file itself, which is not read.
 struct ShellCommand {
   /// One line, safe to paste: every word is quoted.
   std::string text;
@@ -31,6 +33,9 @@ namespace detail {
 
 /// Throws "NSURLErrorDomain" -1000 for a request that would not be sent either (see `URLRequest::problem`).
 CORVANE_API ShellCommand shellCommand(const platform::URLRequest& request, const ShellCommandOptions& options);
+/// The same for the upload of a file. Throws "NSURLErrorDomain" -1002 for a URL that names no file.
+CORVANE_API ShellCommand shellCommand(const platform::URLRequest& request, const platform::URL& file,
+                                      const ShellCommandOptions& options);
 
 }  // namespace detail
 }  // namespace corvane

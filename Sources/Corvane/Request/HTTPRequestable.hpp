@@ -140,7 +140,7 @@ class CORVANE_API HTTPRequestable {
   /// line to run. Traps when the request has no URL.
   std::string curlCommand() const;
   /// A command line for a POSIX shell that sends exactly this request. Throws what `urlRequest` throws, and
-  /// "NSURLErrorDomain" -1000 for a request that would be refused.
+  /// "NSURLErrorDomain" -1000 for a request that would be refused. A file that is uploaded is not read.
   ShellCommand shellCommand(const ShellCommandOptions& options = {}) const;
   std::string debugDescription() const { return detail::read(&Self::curlCommand, self()); }
   /// Logs an exchange as `Corvane::verbosity` says. Called once for each exchange, before its delivery.
@@ -228,7 +228,11 @@ std::string HTTPRequestable<Self, ResponseType>::curlCommand() const {
 
 template <class Self, class ResponseType>
 ShellCommand HTTPRequestable<Self, ResponseType>::shellCommand(const ShellCommandOptions& options) const {
-  return detail::shellCommand(self().urlRequest(), options);
+  if constexpr (detail::UploadsFile<Self>) {
+    return detail::shellCommand(self().urlRequest(), velisand::fileURL(detail::read(&Self::body, self())), options);
+  } else {
+    return detail::shellCommand(self().urlRequest(), options);
+  }
 }
 
 template <class Self, class ResponseType>

@@ -135,6 +135,28 @@ TEST(ShellCommandTest, refusesWhatWouldNotBeSent) {
   }
 }
 
+TEST(ShellCommandTest, refersToTheFileOfAnUploadWithoutReadingIt) {
+  const FileUploadRequest request("http://host/path", URL::file("/missing/it's.csv"));
+
+  const ShellCommand command = request.shellCommand({.bodyFile = "elsewhere"});
+
+  EXPECT_THAT(command.text, HasSubstr(" -X 'POST'"));
+  EXPECT_THAT(command.text, HasSubstr(R"( --upload-file '/missing/it'\''s.csv' 'http://host/path')"));
+  EXPECT_THAT(command.text, HasSubstr(" -H 'Content-Type: text/csv'"));
+  EXPECT_EQ(command.bodyFile, std::nullopt);
+  EXPECT_EQ(command.body, Data());
+}
+
+TEST(ShellCommandTest, refusesToUploadWhatIsNoFile) {
+  try {
+    FileUploadRequest("http://host/path", "http://host/file").shellCommand();
+    FAIL() << "no error";
+  } catch (const Error& error) {
+    EXPECT_EQ(error.code(), platform::URLErrorCode::unsupportedURL);
+    EXPECT_THAT(error.message(), HasSubstr("http://host/file"));
+  }
+}
+
 /// Runs command lines with the shell and the real client against the test server.
 class ShellCommandRunTest : public corvane::testing::ServerTest {
  protected:
@@ -180,6 +202,44 @@ TEST_F(ShellCommandRunTest, sendsTheSameBody) {
     EXPECT_EQ(received.headerValues("Content-Type"), std::vector<std::string>{"application/octet-stream"});
     expectHeadersOf(request.urlRequest(), received);
   }
+}
+
+TEST_F(ShellCommandRunTest, uploadsTheSameFile) {
+  const std::string content("\0\xFF\r\n", 4);
+  const std::string file = directory_.write("it's [1-3]{a}.csv", content);
+  for (const char* target : {"/put", "/folder/", "", "/put?q=a/", "/a/../b"}) {
+    for (const HTTPMethod& method : {HTTPMethod::post, HTTPMethod::put, HTTPMethod::patch}) {
+      const FileUploadRequest request(server.url(target), URL::file(file), {.method = method});
+
+      const auto received = run(request);
+
+      EXPECT_EQ(received.method, method.rawValue) << target;
+      EXPECT_EQ(received.target, *target == '\0' ? "/" : target);
+      EXPECT_EQ(received.body, content) << target;
+      EXPECT_EQ(received.headerValues("Content-Type"), std::vector<std::string>{"text/csv"});
+      EXPECT_FALSE(received.hasHeader("Expect")) << target;
+      expectHeadersOf(request.urlRequest(), received);
+    }
+  }
+}
+
+TEST_F(ShellCommandRunTest, uploadsAnEmptyFile) {
+  const FileUploadRequest request(server.url("/put"), URL::file(directory_.write("empty", "")));
+
+  const auto received = run(request);
+
+  EXPECT_EQ(received.bodySize, 0U);
+  EXPECT_EQ(received.header("Content-Length"), "0");
+}
+
+TEST_F(ShellCommandRunTest, sendsTheSameForm) {
+  const MultipartUploadRequest request(
+      server.url("/form"), {{"title", "it's"}, {"photo", URL::file(directory_.write("photo.png", "\x89PNG"))}});
+
+  const auto received = run(request);
+
+  EXPECT_EQ(Data(received.body), *request.urlRequest().httpBody);
+  expectHeadersOf(request.urlRequest(), received);
 }
 
 TEST_F(ShellCommandRunTest, fillsSecretsInFromTheEnvironment) {
