@@ -2,11 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <memory>
 #include <optional>
 #include <string>
 
 #include "CommandLine.hpp"
+#include "DownloadFolder.hpp"
 #include "TestSupport/TemporaryDirectory.hpp"
 
 namespace {
@@ -58,6 +60,22 @@ Told told(const CommandLine& line, const FinishedExchange& exchange, Reader read
   CaptureStdout();
   CaptureStderr();
   report.add(exchange);
+  return {GetCapturedStdout(), GetCapturedStderr(), report.hasFailure()};
+}
+
+/// What is told of a download that is saved in `folder`, and arrived as a file of that name.
+Told toldOfDownload(const TemporaryDirectory& folder, CommandLine line, const std::string& content) {
+  line.download = folder.path();
+  const ToolOptions options = ToolOptions::from(line);
+  const DownloadFolder downloads(folder.path());
+  const std::string arrived = downloads.arrivals() + "/report.pdf";
+  std::ofstream(arrived) << content;
+  const auto response = std::make_shared<HTTPURLResponse>("http://host/p", 200, "HTTP/1.1", HTTPHeaderFields());
+  const ToolResponse received = ToolDownloadResponse(std::nullopt, corvane::URL::file(arrived), response, std::nullopt);
+  AnswerReport report(options, Reader::program, &downloads);
+  CaptureStdout();
+  CaptureStderr();
+  report.add({.number = 1, .response = received, .seconds = 0.25});
   return {GetCapturedStdout(), GetCapturedStderr(), report.hasFailure()};
 }
 
@@ -205,6 +223,46 @@ TEST(AnswerReportTest, saysWhyAFileCannotBeWritten) {
 
   EXPECT_EQ(all.problems, "corvane: cannot write " + *line.output + ": No such file or directory\n");
   EXPECT_TRUE(all.hasFailure);
+}
+
+TEST(AnswerReportTest, savesADownloadAndPrintsWhere) {
+  const TemporaryDirectory folder;
+
+  const Told all = toldOfDownload(folder, plain, "content");
+
+  EXPECT_EQ(all.output, (folder / "report.pdf").string() + "\n");
+  EXPECT_EQ(folder.read("report.pdf"), "content");
+  EXPECT_FALSE(all.hasFailure);
+}
+
+TEST(AnswerReportTest, reportsTheFileOfADownloadAndItsSize) {
+  const TemporaryDirectory folder;
+
+  const Told all = toldOfDownload(folder, json, "content");
+
+  EXPECT_NE(all.output.find("\"bodyBytes\": 7, \"file\": \"" + (folder / "report.pdf").string() + "\", "),
+            all.output.npos)
+      << all.output;
+}
+
+TEST(AnswerReportTest, saysWhyADownloadCannotBeSaved) {
+  const TemporaryDirectory folder;
+  CommandLine line = plain;
+  line.download = folder.path();
+  const ToolOptions options = ToolOptions::from(line);
+  const DownloadFolder downloads(folder.path());
+  const auto response = std::make_shared<HTTPURLResponse>("http://host/p", 200, "HTTP/1.1", HTTPHeaderFields());
+  const ToolResponse lost = ToolDownloadResponse(std::nullopt, corvane::URL::file(downloads.arrivals() + "/gone.pdf"),
+                                                 response, std::nullopt);
+  AnswerReport report(options, Reader::program, &downloads);
+
+  CaptureStdout();
+  CaptureStderr();
+  report.add({.number = 1, .response = lost, .seconds = 0.25});
+
+  EXPECT_EQ(GetCapturedStdout(), "");
+  EXPECT_TRUE(GetCapturedStderr().starts_with("corvane: cannot save the download: "));
+  EXPECT_TRUE(report.hasFailure());
 }
 
 }  // namespace

@@ -92,11 +92,59 @@ TEST(CommandLineTest, saysWhichOptionWasGivenTwice) {
 }
 
 TEST(CommandLineTest, takesOneBodyOnly) {
-  const std::string twoBodies = "a request has one body: give one of --json, --data and --body-file";
+  const std::string twoBodies = "a request has one body: give one of --json, --data, --body-file, --upload and --form";
 
   EXPECT_EQ(problem({"http://host/", "--data", "a", "--body-file", "b"}), twoBodies);
   EXPECT_EQ(problem({"http://host/", "--json", "{}", "--data", "a"}), twoBodies);
   EXPECT_EQ(problem({"http://host/", "--body-file", "b", "--json", "{}"}), twoBodies);
+  EXPECT_EQ(problem({"http://host/", "--upload", "b", "--json", "{}"}), twoBodies);
+  EXPECT_EQ(problem({"http://host/", "--upload", "b", "--form", "a=b"}), twoBodies);
+  EXPECT_EQ(problem({"http://host/", "--form", "a=b", "--data", "a"}), twoBodies);
+}
+
+TEST(CommandLineTest, takesSeveralSectionsOfAForm) {
+  const auto line = parsed({"--form", "a=b", "http://host/", "--form", "photo=@ada.png;type=image/png"});
+
+  EXPECT_THAT(line->formSections, ElementsAre("a=b", "photo=@ada.png;type=image/png"));
+  EXPECT_EQ(line->url, "http://host/");
+  EXPECT_TRUE(line->hasBody());
+}
+
+TEST(CommandLineTest, takesAnUpload) {
+  const auto line = parsed({"PUT", "http://host/", "--upload", "a.bin"});
+
+  EXPECT_EQ(line->upload, "a.bin");
+  EXPECT_EQ(line->method, "PUT");
+  EXPECT_TRUE(line->hasBody());
+}
+
+TEST(CommandLineTest, downloadsIntoTheCurrentDirectoryUnlessOneIsNamed) {
+  EXPECT_FALSE(parsed({"http://host/"})->download);
+  EXPECT_EQ(parsed({"http://host/", "--download"})->download, ".");
+  EXPECT_EQ(parsed({"http://host/", "--download", "--gzip"})->download, ".");
+  EXPECT_EQ(parsed({"http://host/", "--download", "folder"})->download, "folder");
+  EXPECT_EQ(parsed({"http://host/", "--download=folder"})->download, "folder");
+}
+
+TEST(CommandLineTest, doesNotTakeTheURLForTheDirectoryOfADownload) {
+  const auto line = parsed({"GET", "--download", "https://host/"});
+
+  EXPECT_EQ(line->download, ".");
+  EXPECT_EQ(line->method, "GET");
+  EXPECT_EQ(line->url, "https://host/");
+}
+
+TEST(CommandLineTest, takesAtMostOnePlaceForTheAnswer) {
+  EXPECT_EQ(problem({"http://host/", "--download", "--output", "a"}),
+            "an answer goes to one place: give one of --download and --output");
+}
+
+TEST(CommandLineTest, downloadsTheAnswerToABodyInMemoryOnly) {
+  const std::string both = "--download cannot be joined with --upload and --form: give --output, or another body";
+
+  EXPECT_EQ(problem({"http://host/", "--download", "--upload", "a"}), both);
+  EXPECT_EQ(problem({"http://host/", "--download", "--form", "a=b"}), both);
+  EXPECT_EQ(problem({"http://host/", "--download", "--data", "a"}), "");
 }
 
 TEST(CommandLineTest, takesJSONAndTheWishToSeeItAsItCame) {

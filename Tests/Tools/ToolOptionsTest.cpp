@@ -168,7 +168,86 @@ TEST(ToolOptionsTest, showsTheEndOfALongTextThatStopsBeingJSON) {
 TEST(ToolOptionsTest, refusesOptionsOfABodyThatIsNotThere) {
   EXPECT_EQ(problem({.url = "http://host/", .gzip = true}), "--gzip needs a body: give --json, --data or --body-file");
   EXPECT_EQ(problem({.url = "http://host/", .contentType = "text/plain"}),
-            "--content-type needs a body: give --json, --data or --body-file");
+            "--content-type needs a body: give --json, --data, --body-file or --upload");
+}
+
+TEST(ToolOptionsTest, uploadsAFileWithTheTypeOfItsExtension) {
+  const TemporaryDirectory folder;
+  const std::string file = folder.write("report.csv", "a,b");
+
+  const auto options = ToolOptions::from({.url = "http://host/", .upload = file});
+
+  ASSERT_TRUE(options.uploadedFile);
+  EXPECT_EQ(options.uploadedFile->fileSystemPath(), file);
+  EXPECT_EQ(options.method, HTTPMethod::post);
+  EXPECT_EQ(options.contentType.rawValue(), "text/csv");
+  EXPECT_TRUE(options.isTransfer());
+  EXPECT_FALSE(options.body);
+}
+
+TEST(ToolOptionsTest, letsAnUploadHaveAMethodAndATypeOfItsOwn) {
+  const TemporaryDirectory folder;
+  const CommandLine line{.method = "PUT",
+                         .url = "http://host/",
+                         .headers = {"Content-Type: text/x-own"},
+                         .upload = folder.write("report.csv", "")};
+  CommandLine optionToo = line;
+  optionToo.contentType = "text/plain";
+
+  EXPECT_EQ(ToolOptions::from(line).method, HTTPMethod::put);
+  EXPECT_EQ(ToolOptions::from(line).contentType.rawValue(), "text/x-own");
+  EXPECT_EQ(ToolOptions::from(optionToo).contentType.rawValue(), "text/plain");
+}
+
+TEST(ToolOptionsTest, saysWhyAFileCannotBeUploaded) {
+  const TemporaryDirectory folder;
+  const std::string missing = folder / "missing";
+
+  EXPECT_EQ(problem({.url = "http://host/", .upload = missing}),
+            "cannot read the file to upload: \"" + missing + "\": No such file or directory");
+  EXPECT_EQ(problem({.url = "http://host/", .upload = folder.path()}),
+            "cannot read the file to upload: \"" + folder.path().string() + "\": Is a directory");
+}
+
+TEST(ToolOptionsTest, makesAForm) {
+  const auto options = ToolOptions::from({.url = "http://host/", .formSections = {"a=b", "c=d"}});
+
+  ASSERT_EQ(options.formSections.size(), 2U);
+  EXPECT_EQ(options.formSections[1].name, "c");
+  EXPECT_EQ(options.method, HTTPMethod::post);
+  EXPECT_EQ(options.contentType, HTTPMediaType::multipartFormData);
+  EXPECT_TRUE(options.isTransfer());
+}
+
+TEST(ToolOptionsTest, leavesTheBoundaryOfAFormToTheLibrary) {
+  const CommandLine mixed{.url = "http://host/", .formSections = {"a=b"}, .contentType = "multipart/mixed"};
+  CommandLine bounded = mixed;
+  bounded.contentType = "multipart/mixed; boundary=x";
+
+  EXPECT_EQ(ToolOptions::from(mixed).contentType.rawValue(), "multipart/mixed");
+  EXPECT_EQ(problem(bounded), "the boundary of a form is chosen when it is made: leave it out of the content type");
+}
+
+TEST(ToolOptionsTest, compressesBodiesInMemoryOnly) {
+  const TemporaryDirectory folder;
+  const std::string inMemoryOnly = "--gzip is for bodies in memory: give --json, --data or --body-file";
+
+  EXPECT_EQ(problem({.url = "http://host/", .upload = folder.write("a", ""), .gzip = true}), inMemoryOnly);
+  EXPECT_EQ(problem({.url = "http://host/", .formSections = {"a=b"}, .gzip = true}), inMemoryOnly);
+}
+
+TEST(ToolOptionsTest, downloadsIntoADirectoryThatIsThere) {
+  const TemporaryDirectory folder;
+  const std::string missing = folder / "missing";
+  const std::string file = folder.write("file", "");
+
+  EXPECT_EQ(ToolOptions::from({.url = "http://host/", .download = folder.path()}).downloadDirectory, folder.path());
+  EXPECT_EQ(problem({.url = "http://host/", .download = missing}),
+            "cannot save files in \"" + missing + "\": No such file or directory");
+  EXPECT_EQ(problem({.url = "http://host/", .download = file}),
+            "cannot save files in \"" + file + "\": Not a directory");
+  EXPECT_EQ(problem({.method = "HEAD", .url = "http://host/", .download = folder.path()}),
+            "the answer to a HEAD request has no body to download");
 }
 
 TEST(ToolOptionsTest, refusesABodyInAHead) {

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "DownloadFolder.hpp"
 #include "FileOutput.hpp"
 #include "ReadableBody.hpp"
 #include "ReportLine.hpp"
@@ -15,7 +16,7 @@ namespace {
 
 std::string sentence(const Error& error, const ToolResponse& response) {
   std::string text = error.message();
-  const auto code = response.statusCode();
+  const auto code = statusCode(response);
   if (code && response.status == HTTPStatus::unknown) text += " (status " + std::to_string(*code) + ")";
   const auto userInfo = error.userInfo();
   if (const auto* detail = userInfo.find(platform::URLErrorKey::transportMessage))
@@ -30,15 +31,32 @@ void AnswerReport::add(const FinishedExchange& exchange) {
     hasFailure_ = true;
     if (!options_.reportsJSON) complain(sentence(*error, exchange.response));
   }
-  const auto file = options_.outputFile ? saveBody(exchange) : std::nullopt;
+  const auto file = saved(exchange);
   if (options_.reportsJSON) {
     print(reportLine(exchange, options_.url, file));
+  } else if (options_.downloadDirectory) {
+    if (file) print(*file + "\n");
   } else if (!options_.outputFile) {
     printBody(exchange.response);
   }
 }
 
-std::optional<std::string> AnswerReport::saveBody(const FinishedExchange& exchange) {
+std::optional<std::string> AnswerReport::saved(const FinishedExchange& exchange) {
+  if (options_.outputFile) return savedBody(exchange);
+  if (folder_ && exchange.response.file) return savedDownload(exchange.response);
+  return std::nullopt;
+}
+
+std::optional<std::string> AnswerReport::savedDownload(const ToolResponse& response) {
+  try {
+    return folder_->take(*response.file);
+  } catch (const Error& error) {
+    complain("cannot save the download: " + error.message());
+    return std::nullopt;
+  }
+}
+
+std::optional<std::string> AnswerReport::savedBody(const FinishedExchange& exchange) {
   if (!exchange.response.isComplete()) return std::nullopt;
   std::string path = *options_.outputFile;
   if (options_.hasSeveralResponses()) path += "." + std::to_string(exchange.number);

@@ -3,9 +3,11 @@
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
+#include <algorithm>
 #include <cmath>
 #include <iostream>
 #include <stdexcept>
+#include <utility>
 
 #include "UsageError.hpp"
 
@@ -21,6 +23,11 @@ constexpr char examples[] =
     "    corvane PUT http://127.0.0.1:8080/users/7 --json '{\"login\": \"ada\"}'\n"
     "    corvane http://127.0.0.1:8080/notes --data 'Call Ada' --content-type text/plain\n"
     "    corvane http://127.0.0.1:8080/upload --body-file report.csv --gzip --output answer.txt\n"
+    "  Send a file while it is read, or a form:\n"
+    "    corvane PUT http://127.0.0.1:8080/backup --upload backup.tar.gz\n"
+    "    corvane http://127.0.0.1:8080/photos --form title=Ada --form 'photo=@ada.jpeg;type=image/jpeg'\n"
+    "  Save a file of any size, and print where it is:\n"
+    "    corvane https://example.com/manual.pdf --download Documents\n"
     "  Trust a server of your own, and print one JSON object for each of 16 responses:\n"
     "    corvane https://127.0.0.1:8443/ --trust authority.der --parallel 16 --report json\n"
     "  Count 404 as success:\n"
@@ -88,6 +95,17 @@ std::string sentence(const CLI::ParseError& error) {
   return option + (text.find("At Most") == std::string::npos ? " needs a value" : " may be given only once");
 }
 
+/// The arguments, with a directory for a "--download" that has none: what follows may be an option, or the URL.
+std::vector<std::string> completed(int count, const char* const* arguments) {
+  std::vector<std::string> words(arguments + 1, arguments + count);
+  for (std::size_t index = 0; index < words.size() && words[index] != "--"; ++index) {
+    if (words[index] != "--download") continue;
+    const std::string next = index + 1 < words.size() ? words[index + 1] : "-";
+    if (next.starts_with('-') || next.find("://") != std::string::npos) words[index] += "=.";
+  }
+  return words;
+}
+
 class Parser {
  public:
   Parser() : app_("", "corvane") {
@@ -105,11 +123,12 @@ class Parser {
 
   /// Throws `CLI::ParseError` and `UsageError`.
   CommandLine parse(int count, const char* const* arguments) {
-    app_.parse(count, arguments);
+    std::vector<std::string> words = completed(count, arguments);
+    std::reverse(words.begin(), words.end());  // as CLI11 wants them
+    app_.parse(std::move(words));
     if (words_.empty()) throw UsageError("a URL is needed");
     if (words_.size() > 2) throw UsageError("'" + words_[2] + "' is one word too many: write [METHOD] URL");
-    if (line_.json.has_value() + line_.data.has_value() + line_.bodyFile.has_value() > 1)
-      throw UsageError("a request has one body: give one of --json, --data and --body-file");
+    requireOneOfAKind();
     if (words_.size() > 1) line_.method = words_.front();
     line_.url = words_.back();
     return line_;
@@ -118,6 +137,16 @@ class Parser {
   int tell(const CLI::ParseError& request) const { return app_.exit(request); }
 
  private:
+  void requireOneOfAKind() const {
+    const int bodies = line_.json.has_value() + line_.data.has_value() + line_.bodyFile.has_value() +
+                       line_.upload.has_value() + !line_.formSections.empty();
+    if (bodies > 1)
+      throw UsageError("a request has one body: give one of --json, --data, --body-file, --upload and --form");
+    if (!line_.download) return;
+    if (line_.output) throw UsageError("an answer goes to one place: give one of --download and --output");
+    if (line_.upload || !line_.formSections.empty())
+      throw UsageError("--download cannot be joined with --upload and --form: give --output, or another body");
+  }
   template <class Value>
   CLI::Option* one(const char* name, Value& value, const char* kind, const char* help) {
     return app_.add_option(name, value, help)->type_name(kind)->group(group_);
@@ -143,7 +172,9 @@ class Parser {
     one("--json", line_.json, "TEXT", "The body, which must be JSON; asks for JSON as the answer, too");
     one("--data", line_.data, "TEXT", "The body");
     one("--body-file", line_.bodyFile, "FILE", "The file that holds the body");
-    one("--content-type", line_.contentType, "TYPE", "Of the body; unless given, JSON's or application/octet-stream");
+    one("--upload", line_.upload, "FILE", "The body, read while it is sent, with the type of its extension");
+    many("--form", line_.formSections, "SECTION", "NAME=VALUE or NAME=@FILE[;type=TYPE]: part of a form; repeatable");
+    one("--content-type", line_.contentType, "TYPE", "Of the body; unless given, what the body says, or bytes");
     flag("--gzip", line_.gzip, "Sends the body compressed");
     flag("--curl", line_.curl, "Prints a shell command that sends this request; sends nothing");
   }
@@ -166,6 +197,7 @@ class Parser {
     group_ = "Answer";
     many("--accept-status", line_.acceptedStatuses, "NUMBER", "Counts as success, as 200 to 206 do; repeatable")
         ->check(problemOfNumber<100, 999>);
+    one("--download", line_.download, "[DIR]", "Saves the body in DIR or here, named as the server suggests");
     one("--output", line_.output, "FILE", "Where the body goes; of several, numbered: FILE.1, FILE.2");
     flag("--raw", line_.raw, "Leaves JSON as it came; else it is laid out when written to a terminal");
     one("--report", line_.report, "json", "Prints facts instead of bodies, an object a line", problemOfReport);

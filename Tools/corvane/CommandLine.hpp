@@ -14,12 +14,16 @@ struct CommandLine {
   std::optional<std::string> bodyFile;
   std::optional<std::string> data;
   std::optional<std::string> json;
+  std::optional<std::string> upload;
+  std::vector<std::string> formSections;
   std::optional<std::string> contentType;
   bool gzip = false;
   double timeout = 60;
   std::vector<std::string> trustedCertificates;
   bool waitForConnectivity = false;
   std::vector<int> acceptedStatuses;
+  /// The directory; "." when none was named.
+  std::optional<std::string> download;
   std::optional<std::string> output;
   bool raw = false;
   std::string verbosity = "none";
@@ -28,6 +32,8 @@ struct CommandLine {
   int repeat = 1;
   int parallel = 1;
   std::optional<std::string> report;
+
+  bool hasBody() const { return json || data || bodyFile || upload || !formSections.empty(); }
 };
 
 /// Absent when the user asked for help or the version, which has been printed then. Throws `UsageError`.

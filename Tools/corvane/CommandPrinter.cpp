@@ -1,6 +1,7 @@
 #include "CommandPrinter.hpp"
 
 #include <Platform/Foundation/FileManager.hpp>
+#include <Platform/Foundation/URLComponents.hpp>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -16,8 +17,29 @@ ShellCommand commandFor(const ToolOptions& options, const std::string& bodyFile)
   return withNewRequest(options, [&](const auto& request) { return request.shellCommand({.bodyFile = bodyFile}); });
 }
 
-bool print(const ShellCommand& command) {
-  if (std::printf("%s\n", command.text.c_str()) >= 0 && std::fflush(stdout) == 0) return true;
+// Within single quotes everything is literal but the quote itself.
+std::string quoted(const std::string& text) {
+  std::string result = "'";
+  for (const char c : text) result += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return result + "'";
+}
+
+/// What makes curl save the body of a success, and of nothing else, where this tool would. A second file of a name
+/// is numbered otherwise, or refused.
+std::string savingOptions(const ToolOptions& options) {
+  if (!options.downloadDirectory) return "";
+  const std::string place = " --fail --no-clobber --output-dir " + quoted(*options.downloadDirectory);
+  const auto components = platform::URLComponents::make(options.url, true);
+  const bool namesFile =
+      components && !components->percentEncodedPath.empty() && !components->percentEncodedPath.ends_with('/');
+  // Without a last component, curl has no name to fall back on.
+  if (namesFile) return place + " --remote-name --remote-header-name";
+  return place + " --output " + quoted(options.url.host().value_or("Unknown"));
+}
+
+bool print(const ShellCommand& command, const ToolOptions& options) {
+  if (std::printf("%s%s\n", command.text.c_str(), savingOptions(options).c_str()) >= 0 && std::fflush(stdout) == 0)
+    return true;
   std::fprintf(stderr, "corvane: cannot write to standard output: %s\n", std::strerror(errno));
   return false;
 }
@@ -37,8 +59,8 @@ bool keepBody(const ShellCommand& command) {
 bool printShellCommand(const ToolOptions& options) {
   const bool usersFileWillDo = options.bodyFile && !options.compressesBody;
   const ShellCommand command = commandFor(options, options.bodyFile.value_or(""));
-  if (!command.bodyFile || usersFileWillDo) return print(command);
+  if (!command.bodyFile || usersFileWillDo) return print(command, options);
   const std::string folder = platform::FileManager::createTemporaryDirectory();
   const ShellCommand readingFile = commandFor(options, folder + "/request-body");
-  return keepBody(readingFile) && print(readingFile);
+  return keepBody(readingFile) && print(readingFile, options);
 }

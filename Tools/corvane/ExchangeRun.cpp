@@ -2,6 +2,7 @@
 
 #include <chrono>
 
+#include "ProgressBar.hpp"
 #include "ToolRequest.hpp"
 
 using namespace corvane;
@@ -9,32 +10,52 @@ using Clock = std::chrono::steady_clock;
 
 namespace {
 
-using Completion = std::function<void(ToolResponse)>;
-
-void send(const ToolOptions& options, Completion completion) {
-  withNewRequest(options, [&](const auto& request) {
-    request.send(std::move(completion));
-    if (!options.cancelsAfterSeconds) return;
-    DispatchQueue::global().asyncAfter(*options.cancelsAfterSeconds, [request] { request.cancel(); });
-  });
-}
-
 double secondsSince(Clock::time_point start) { return std::chrono::duration<double>(Clock::now() - start).count(); }
+
+template <class Request>
+concept TellsProgress =
+    requires(const Request& request, HTTPProgressHandler handler, typename Request::Completion completion) {
+      request.send(std::move(handler), std::move(completion));
+    };
 
 }  // namespace
 
-void runExchanges(const ToolOptions& options, const std::function<void(const FinishedExchange&)>& report) {
+void ExchangeRun::run() {
   int sent = 0;
-  int underWay = 0;
-  for (int round = 0; round < options.repetitions; ++round) {
-    for (int i = 0; i < options.parallelRequests; ++i) {
-      ++sent;
-      ++underWay;
-      send(options, [&report, &underWay, number = sent, start = Clock::now()](ToolResponse response) {
-        report({number, std::move(response), secondsSince(start)});
-        --underWay;
-      });
-    }
-    DispatchQueue::main().runUntil([&] { return underWay == 0; }, platform::Seconds::unlimited());
+  for (int round = 0; round < options_.repetitions && !isStopped_; ++round) {
+    for (int i = 0; i < options_.parallelRequests; ++i) send(++sent);
+    DispatchQueue::main().runUntil([&] { return underWay_.empty(); }, platform::Seconds::unlimited());
   }
+}
+
+void ExchangeRun::stop() {
+  isStopped_ = true;
+  for (const auto& [number, cancel] : underWay_) cancel();
+}
+
+void ExchangeRun::send(int number) {
+  withNewRequest(options_, [&](const auto& request) { send(request, number); });
+}
+
+template <class Request>
+void ExchangeRun::send(const Request& request, int number) {
+  underWay_[number] = [request] { request.cancel(); };
+  auto completion = [this, number, start = Clock::now()](ToolResponse response) {
+    finish({number, std::move(response), secondsSince(start)});
+  };
+  if constexpr (TellsProgress<Request>) {
+    HTTPProgressHandler handler;
+    if (bar_) handler = [this, number](const HTTPProgress& progress) { bar_->show(number, progress); };
+    request.send(std::move(handler), std::move(completion));
+  } else {
+    request.send(std::move(completion));
+  }
+  if (!options_.cancelsAfterSeconds) return;
+  DispatchQueue::global().asyncAfter(*options_.cancelsAfterSeconds, [request] { request.cancel(); });
+}
+
+void ExchangeRun::finish(const FinishedExchange& exchange) {
+  if (bar_) bar_->finish();
+  if (!isStopped_) report_(exchange);
+  underWay_.erase(exchange.number);
 }

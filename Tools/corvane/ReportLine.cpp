@@ -34,7 +34,7 @@ struct Report {
   std::string statusName;
   std::string url;
   JSONObject headers;
-  std::size_t bodyBytes;
+  std::uintmax_t bodyBytes;
   OrNull<std::string> file;
   OrNull<ReportedError> error;
   SixDigits seconds;
@@ -121,11 +121,11 @@ std::string spaced(std::string_view json) {
 
 std::string reportLine(const FinishedExchange& exchange, const URL& requested, const std::optional<std::string>& file) {
   const ToolResponse& response = exchange.response;
-  const Report report{.status = orNull(response.statusCode()),
+  const Report report{.status = orNull(statusCode(response)),
                       .statusName = std::string(response.status.name()),
                       .url = response.url.value_or(requested).absoluteString(),
                       .headers = headersOf(response.headers),
-                      .bodyBytes = response.data ? response.data->count() : 0,
+                      .bodyBytes = response.bodyBytes,
                       .file = inUTF8(file),
                       .error = reported(response.result.error()),
                       .seconds = {exchange.seconds}};

@@ -2,12 +2,17 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
+#include <memory>
 
 #include "AnswerReport.hpp"
 #include "CommandLine.hpp"
 #include "CommandPrinter.hpp"
+#include "DownloadFolder.hpp"
 #include "ExchangeRun.hpp"
+#include "InterruptWatch.hpp"
+#include "ProgressBar.hpp"
 #include "ToolRequest.hpp"
 #include "UsageError.hpp"
 
@@ -23,13 +28,52 @@ void requireThatItCanBeSent(const ToolOptions& options) {
   if (!problem.empty()) throw UsageError(problem);
 }
 
-ExitStatus sendAndReport(const ToolOptions& options) {
+AnswerReport::Reader reader() {
+  return isatty(STDOUT_FILENO) != 0 ? AnswerReport::Reader::person : AnswerReport::Reader::program;
+}
+
+std::unique_ptr<DownloadFolder> downloadFolder(const ToolOptions& options) {
+  if (!options.downloadDirectory) return nullptr;
+  auto folder = std::make_unique<DownloadFolder>(*options.downloadDirectory);
+  // Where the library lets them arrive: on the same volume, whatever room there is for temporary files elsewhere.
+  setenv("TMPDIR", folder->arrivals().c_str(), 1);
+  return folder;
+}
+
+std::unique_ptr<ProgressBar> progressBar(const ToolOptions& options) {
+  // Log lines would tear it apart.
+  const bool isAlone = options.verbosity == corvane::HTTPVerbosityLevel::none;
+  if (!options.isTransfer() || !isAlone || isatty(STDERR_FILENO) == 0) return nullptr;
+  return std::make_unique<ProgressBar>(STDERR_FILENO, options.repetitions * options.parallelRequests);
+}
+
+/// `current` is set to what is being run, once it is.
+ExitStatus sendAndReport(const ToolOptions& options, ExchangeRun*& current) {
+  const auto folder = downloadFolder(options);
   corvane::Corvane::verbosity = options.verbosity;
   corvane::Corvane::addTrustedCertificates(options.trustedCertificates);
-  using Reader = AnswerReport::Reader;
-  AnswerReport report(options, isatty(STDOUT_FILENO) != 0 ? Reader::person : Reader::program);
-  runExchanges(options, [&](const FinishedExchange& exchange) { report.add(exchange); });
+  AnswerReport report(options, reader(), folder.get());
+  const auto bar = progressBar(options);
+  ExchangeRun exchanges(options, bar.get(), [&](const FinishedExchange& exchange) { report.add(exchange); });
+  current = &exchanges;
+  exchanges.run();
   return report.hasFailure() ? failedExchange : success;
+}
+
+/// An interrupt leaves neither files nor half a line behind.
+ExitStatus transferAndReport(const ToolOptions& options) {
+  ExchangeRun* exchanges = nullptr;
+  const InterruptWatch watch([&exchanges] { exchanges->stop(); });
+  const ExitStatus status = sendAndReport(options, exchanges);
+  if (const auto signal = watch.signal()) endBySignal(*signal);
+  return status;
+}
+
+ExitStatus carryOut(const ToolOptions& options) {
+  if (options.printsShellCommand) return printShellCommand(options) ? success : failedExchange;
+  if (options.isTransfer()) return transferAndReport(options);
+  ExchangeRun* unused = nullptr;
+  return sendAndReport(options, unused);
 }
 
 ExitStatus run(int count, char** arguments) {
@@ -37,8 +81,7 @@ ExitStatus run(int count, char** arguments) {
   if (!line) return success;
   const ToolOptions options = ToolOptions::from(*line);
   requireThatItCanBeSent(options);
-  if (!options.printsShellCommand) return sendAndReport(options);
-  return printShellCommand(options) ? success : failedExchange;
+  return carryOut(options);
 }
 
 // A closed standard stream's number would go to the next descriptor that is opened, and output into it.

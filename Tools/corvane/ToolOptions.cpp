@@ -1,13 +1,19 @@
 #include "ToolOptions.hpp"
 
+#include <unistd.h>
 #include <Platform/Foundation/FileManager.hpp>
 #include <Platform/Foundation/URLComponents.hpp>
 #include <Platform/Security/SecCertificate.hpp>
+
 #include <algorithm>
 #include <cctype>
+#include <cerrno>
+#include <cstring>
 #include <string_view>
 
 #include "CommandLine.hpp"
+#include "FormSection.hpp"
+#include "InputFile.hpp"
 #include "UsageError.hpp"
 
 using namespace corvane;
@@ -90,9 +96,18 @@ HTTPHeaders joined(const HTTPHeaderFields& fields) {
   return headers;
 }
 
+std::optional<std::string> contentTypeAsGiven(const CommandLine& line, const HTTPHeaderFields& fields) {
+  return line.contentType ? line.contentType : fields.value("Content-Type");
+}
+
 HTTPMediaType contentType(const CommandLine& line, const HTTPHeaderFields& fields) {
-  if (line.contentType) return HTTPMediaType(*line.contentType);
-  if (const auto value = fields.value("Content-Type")) return HTTPMediaType(*value);
+  if (const auto given = contentTypeAsGiven(line, fields)) {
+    if (!line.formSections.empty() && given->find("boundary=") != std::string::npos)
+      throw UsageError("the boundary of a form is chosen when it is made: leave it out of the content type");
+    return HTTPMediaType(*given);
+  }
+  if (!line.formSections.empty()) return HTTPMediaType::multipartFormData;
+  if (line.upload) return HTTPMediaType(velisand::mimeType(URL::file(*line.upload)));
   return line.json ? HTTPMediaType::json : HTTPMediaType::applicationOctetStream;
 }
 
@@ -125,13 +140,38 @@ void requireJSON(const std::string& text) {
 std::optional<Data> body(const CommandLine& line) {
   if (line.bodyFile) return contentsOf(*line.bodyFile, "body");
   if (line.data) return Data(*line.data);
-  if (line.json) {
-    requireJSON(*line.json);
-    return Data(*line.json);
+  if (!line.json) return std::nullopt;
+  requireJSON(*line.json);
+  return Data(*line.json);
+}
+
+std::vector<MultipartFormSection> formSections(const std::vector<std::string>& texts) {
+  std::vector<MultipartFormSection> sections;
+  for (const std::string& text : texts) sections.push_back(formSection(text));
+  return sections;
+}
+
+std::optional<URL> uploadedFile(const std::optional<std::string>& path) {
+  if (!path) return std::nullopt;
+  return inputFile(*path, "file to upload");
+}
+
+std::optional<std::string> downloadDirectory(const std::optional<std::string>& path) {
+  if (!path) return std::nullopt;
+  // With a slash, only a directory will do.
+  if (access((*path + "/").c_str(), W_OK | X_OK) == 0) return path;
+  throw UsageError("cannot save files in \"" + *path + "\": " + std::strerror(errno));
+}
+
+void requireOptionsToFitTheBody(const CommandLine& line) {
+  if (line.hasBody() && line.method == "HEAD") throw UsageError("a HEAD request cannot carry a body");
+  if (line.download && line.method == "HEAD") throw UsageError("the answer to a HEAD request has no body to download");
+  if (line.upload || !line.formSections.empty()) {
+    if (line.gzip) throw UsageError("--gzip is for bodies in memory: give --json, --data or --body-file");
+  } else if (!line.hasBody()) {
+    if (line.gzip) throw UsageError("--gzip needs a body: give --json, --data or --body-file");
+    if (line.contentType) throw UsageError("--content-type needs a body: give --json, --data, --body-file or --upload");
   }
-  if (line.gzip) throw UsageError("--gzip needs a body: give --json, --data or --body-file");
-  if (line.contentType) throw UsageError("--content-type needs a body: give --json, --data or --body-file");
-  return std::nullopt;
 }
 
 // The library skips what it cannot use; a person wants to know.
@@ -161,13 +201,14 @@ bool ToolOptions::accepts(int statusCode) const {
 
 ToolOptions ToolOptions::from(const CommandLine& line) {
   const HTTPHeaderFields fields = headerFields(line.headers);
-  const bool hasBody = line.json || line.data || line.bodyFile;
-  if (hasBody && line.method == "HEAD") throw UsageError("a HEAD request cannot carry a body");
+  requireOptionsToFitTheBody(line);
   return {.url = withQueryItems(parsedURL(line.url), line.queryItems),
-          .method = HTTPMethod(line.method.value_or(hasBody ? "POST" : "GET")),
+          .method = HTTPMethod(line.method.value_or(line.hasBody() ? "POST" : "GET")),
           .headers = joined(fields),
           .body = ::body(line),
           .bodyFile = line.bodyFile,
+          .uploadedFile = ::uploadedFile(line.upload),
+          .formSections = ::formSections(line.formSections),
           .contentType = ::contentType(line, fields),
           .acceptType = line.json ? HTTPMediaType::json : HTTPMediaType::any,
           .compressesBody = line.gzip,
@@ -175,6 +216,7 @@ ToolOptions ToolOptions::from(const CommandLine& line) {
           .trustedCertificates = ::trustedCertificates(line.trustedCertificates),
           .waitsForConnectivity = line.waitForConnectivity,
           .acceptedStatusCodes = line.acceptedStatuses,
+          .downloadDirectory = ::downloadDirectory(line.download),
           .outputFile = line.output,
           .printsBodiesAsTheyCame = line.raw,
           .verbosity = verbosityLevel(line.verbosity),

@@ -16,6 +16,10 @@ struct ToolOptions {
   std::optional<corvane::Data> body = std::nullopt;
   /// The file that `body` was read from, if it was.
   std::optional<std::string> bodyFile = std::nullopt;
+  /// The file whose content is the body, read while it is sent.
+  std::optional<corvane::URL> uploadedFile = std::nullopt;
+  /// The body as a form; empty when it is none.
+  std::vector<corvane::MultipartFormSection> formSections = {};
   corvane::HTTPMediaType contentType;
   /// What the answer may be.
   corvane::HTTPMediaType acceptType = corvane::HTTPMediaType::any;
@@ -24,6 +28,8 @@ struct ToolOptions {
   std::vector<corvane::URL> trustedCertificates = {};
   bool waitsForConnectivity = false;
   std::vector<int> acceptedStatusCodes = {};
+  /// Where answers are saved under the names that they suggest.
+  std::optional<std::string> downloadDirectory = std::nullopt;
   std::optional<std::string> outputFile = std::nullopt;
   bool printsBodiesAsTheyCame = false;
   corvane::HTTPVerbosityLevel verbosity;
@@ -34,8 +40,10 @@ struct ToolOptions {
   bool reportsJSON = false;
 
   bool hasSeveralResponses() const { return repetitions > 1 || parallelRequests > 1; }
+  /// Whether so much may move that a person wants to see how far it has come.
+  bool isTransfer() const { return uploadedFile || downloadDirectory || !formSections.empty(); }
   bool accepts(int statusCode) const;
 
-  /// Reads the files that the command line names. Throws `UsageError`.
+  /// Reads the files that the command line names, but for those that are uploaded. Throws `UsageError`.
   static ToolOptions from(const CommandLine& line);
 };

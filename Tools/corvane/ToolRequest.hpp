@@ -4,6 +4,7 @@
 #include <Corvane/Corvane.hpp>
 #include <optional>
 #include <utility>
+#include <vector>
 
 #include "ToolOptions.hpp"
 #include "ToolResponse.hpp"
@@ -27,8 +28,8 @@ class DescribedRequest : public Mixin {
   bool isAcceptable(corvane::HTTPStatus status) const {
     return status == corvane::HTTPStatus::unknown || options_->accepts(status.rawValue());
   }
-  void process(const ToolResponse& response) const {
-    const auto code = response.statusCode();
+  void process(const typename Mixin::Response& response) const {
+    const auto code = statusCode(response);
     if (!response.result.error() && code && !options_->accepts(*code))
       throw corvane::HTTPResponseError::unacceptableStatus(response.status);
   }
@@ -40,32 +41,81 @@ class DescribedRequest : public Mixin {
   const ToolOptions* options_;
 };
 
+/// The same for a body in memory.
+template <class Mixin>
+class DescribedBodyRequest : public DescribedRequest<Mixin> {
+ public:
+  using DescribedRequest<Mixin>::DescribedRequest;
+
+  corvane::Data body() const { return *this->options().body; }
+  corvane::HTTPMediaType contentType() const { return this->options().contentType; }
+  std::optional<corvane::HTTPContentEncoderType> contentEncoder() const {
+    if (!this->options().compressesBody) return std::nullopt;
+    return corvane::HTTPContentEncoderType::of<corvane::HTTPGzipContentEncoder>();
+  }
+};
+
 template <class Self>
 struct PlainMixin : corvane::HTTPRequestable<Self, ToolResponse>, corvane::HTTPRequestCancelable<Self> {};
 
 template <class Self>
 struct BodyMixin : PlainMixin<Self>, corvane::HTTPBodyRequestable<Self, corvane::Data> {};
 
+template <class Self>
+struct DownloadMixin : corvane::DownloadRequestable<Self, corvane::URL, ToolDownloadResponse>,
+                       corvane::HTTPRequestCancelable<Self> {};
+
+template <class Self>
+struct DownloadBodyMixin : DownloadMixin<Self>, corvane::HTTPBodyRequestable<Self, corvane::Data> {};
+
+template <class Self>
+struct FileMixin : corvane::UploadRequestable<Self, ToolResponse, corvane::URL>,
+                   corvane::HTTPRequestCancelable<Self> {};
+
+template <class Self>
+struct FormMixin : corvane::MultipartUploadRequestable<Self, ToolResponse>, corvane::HTTPRequestCancelable<Self> {};
+
 class PlainRequest final : public DescribedRequest<PlainMixin<PlainRequest>> {
  public:
   using DescribedRequest::DescribedRequest;
 };
 
-class BodyRequest final : public DescribedRequest<BodyMixin<BodyRequest>> {
+class BodyRequest final : public DescribedBodyRequest<BodyMixin<BodyRequest>> {
+ public:
+  using DescribedBodyRequest::DescribedBodyRequest;
+};
+
+class PlainDownload final : public DescribedRequest<DownloadMixin<PlainDownload>> {
+ public:
+  using DescribedRequest::DescribedRequest;
+};
+
+class BodyDownload final : public DescribedBodyRequest<DownloadBodyMixin<BodyDownload>> {
+ public:
+  using DescribedBodyRequest::DescribedBodyRequest;
+};
+
+class FileUpload final : public DescribedRequest<FileMixin<FileUpload>> {
  public:
   using DescribedRequest::DescribedRequest;
 
-  corvane::Data body() const { return *options().body; }
+  corvane::URL body() const { return *options().uploadedFile; }
   corvane::HTTPMediaType contentType() const { return options().contentType; }
-  std::optional<corvane::HTTPContentEncoderType> contentEncoder() const {
-    if (!options().compressesBody) return std::nullopt;
-    return corvane::HTTPContentEncoderType::of<corvane::HTTPGzipContentEncoder>();
-  }
+};
+
+class FormUpload final : public DescribedRequest<FormMixin<FormUpload>> {
+ public:
+  using DescribedRequest::DescribedRequest;
+
+  const std::vector<corvane::MultipartFormSection>& body() const { return options().formSections; }
+  corvane::HTTPMediaType contentType() const { return options().contentType; }
 };
 
 /// Calls `use` with a new request, of the kind that the options ask for.
 template <class Use>
 auto withNewRequest(const ToolOptions& options, Use use) {
-  if (options.body) return use(BodyRequest(options));
-  return use(PlainRequest(options));
+  if (options.uploadedFile) return use(FileUpload(options));
+  if (!options.formSections.empty()) return use(FormUpload(options));
+  if (options.downloadDirectory) return options.body ? use(BodyDownload(options)) : use(PlainDownload(options));
+  return options.body ? use(BodyRequest(options)) : use(PlainRequest(options));
 }

@@ -1,5 +1,7 @@
 #include "ToolResponse.hpp"
 
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 using namespace corvane;
@@ -7,23 +9,55 @@ using namespace corvane;
 namespace {
 
 // The request has judged the status by now: an answer without an error is one that it accepts.
-ToolResponse::Result judge(const std::optional<Data>& bytes, const URLResponse* response, std::optional<Error> error) {
-  if (error) return ToolResponse::Result::failure(*std::move(error));
+template <class Body>
+HTTPResult<Body> judge(const std::optional<Body>& body, const URLResponse* response, std::optional<Error> error) {
+  if (error) return HTTPResult<Body>::failure(*std::move(error));
   if (!dynamic_cast<const HTTPURLResponse*>(response))
-    return ToolResponse::Result::failure(HTTPResponseError::unacceptableStatus(HTTPStatus::unknown));
-  return ToolResponse::Result::success(bytes);
+    return HTTPResult<Body>::failure(HTTPResponseError::unacceptableStatus(HTTPStatus::unknown));
+  return HTTPResult<Body>::success(body);
+}
+
+std::uintmax_t sizeOf(const URL& file) {
+  std::error_code error;
+  const auto size = std::filesystem::file_size(file.fileSystemPath(), error);
+  return error ? 0 : size;
+}
+
+ToolResponse::Result withoutBody(const ToolDownloadResponse::Result& result) {
+  if (const Error* error = result.error()) return ToolResponse::Result::failure(*error);
+  return ToolResponse::Result::success(std::nullopt);
 }
 
 }  // namespace
 
+ToolDownloadResponse::ToolDownloadResponse(std::optional<Data> bytes, std::optional<URL> file,
+                                           std::shared_ptr<const URLResponse> response, std::optional<Error> error)
+    : ResponseRecord(of(response, bytes)), result(judge(file, response.get(), std::move(error))) {
+  if (result.isSuccess() && status == HTTPStatus::noContent) result = Result::success(std::nullopt);
+}
+
+std::string ToolDownloadResponse::debugDescription() const {
+  return describe("ToolDownloadResponse", *this, result.error());
+}
+
 ToolResponse::ToolResponse(std::optional<Data> bytes, std::optional<URL>, std::shared_ptr<const URLResponse> response,
                            std::optional<Error> error)
-    : ResponseRecord(of(response, bytes)), result(judge(bytes, response.get(), std::move(error))) {}
+    : ResponseRecord(of(response, bytes)),
+      result(judge(bytes, response.get(), std::move(error))),
+      bodyBytes(bytes ? bytes->count() : 0) {}
+
+ToolResponse::ToolResponse(const ToolDownloadResponse& download)
+    : ResponseRecord(download), result(withoutBody(download.result)) {
+  const URL* place = download.result.url();
+  if (!place) return;
+  file = *place;
+  bodyBytes = sizeOf(*place);
+}
 
 std::string ToolResponse::debugDescription() const { return describe("ToolResponse", *this, result.error()); }
 
-std::optional<int> ToolResponse::statusCode() const {
-  const auto* http = dynamic_cast<const HTTPURLResponse*>(urlResponse.get());
+std::optional<int> statusCode(const ResponseRecord& response) {
+  const auto* http = dynamic_cast<const HTTPURLResponse*>(response.urlResponse.get());
   if (!http) return std::nullopt;
   return http->statusCode();
 }
@@ -31,5 +65,5 @@ std::optional<int> ToolResponse::statusCode() const {
 bool ToolResponse::isComplete() const {
   if (result.isSuccess()) return true;
   const auto* error = result.error()->as<HTTPResponseError>();
-  return error && error->which() == HTTPResponseError::Case::unacceptableStatus && statusCode();
+  return error && error->which() == HTTPResponseError::Case::unacceptableStatus && statusCode(*this);
 }

@@ -1,0 +1,125 @@
+#include "ProgressLine.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <limits>
+#include <string>
+
+namespace {
+
+constexpr std::int64_t megabyte = 1'000'000;
+
+const TransferState underWay{
+    .completedBytes = 12'300'000, .totalBytes = 29'100'000, .bytesPerSecond = 4'500'000, .seconds = 2.7};
+
+TEST(ProgressLineTest, tellsHowMuchIsDoneHowFastAndHowLongItTakes) {
+  EXPECT_EQ(progressLine(underWay, 79), " 42% [###########----------------]  12.3 MB of 29.1 MB, 4.5 MB/s, 0:04 left");
+}
+
+TEST(ProgressLineTest, tellsTheTimeSoFarWhereTheTotalIsNotKnown) {
+  TransferState state = underWay;
+  state.totalBytes = -1;
+
+  EXPECT_EQ(progressLine(state, 79), "12.3 MB, 4.5 MB/s, after 0:02");
+}
+
+TEST(ProgressLineTest, tellsTheTimeSoFarWhenAllIsDone) {
+  TransferState state = underWay;
+  state.completedBytes = state.totalBytes;
+
+  EXPECT_EQ(progressLine(state, 79), "100% [###########################]  29.1 MB, after 0:02");
+}
+
+TEST(ProgressLineTest, startsWithNothing) {
+  EXPECT_EQ(progressLine({.totalBytes = megabyte}, 79), "  0% [---------------------------]  0 B of 1.0 MB, 0 B/s");
+  EXPECT_EQ(progressLine({}, 79), "0 B, 0 B/s, after 0:00");
+}
+
+TEST(ProgressLineTest, takesAnEmptyTransferForWhole) {
+  EXPECT_EQ(progressLine({.totalBytes = 0}, 79), "100% [###########################]  0 B, after 0:00");
+}
+
+TEST(ProgressLineTest, doesNotSayThatAllIsDoneBeforeItIs) {
+  const TransferState state{.completedBytes = megabyte * 1000 - 1, .totalBytes = megabyte * 1000, .bytesPerSecond = 1};
+
+  EXPECT_EQ(progressLine(state, 79).substr(0, 36), " 99% [##########################-]  ");
+}
+
+TEST(ProgressLineTest, countsSeveralTransfers) {
+  TransferState state = underWay;
+  state.transfers = 8;
+  state.finishedTransfers = 3;
+
+  EXPECT_EQ(progressLine(state, 100).substr(0, 63), " 42% [################------------------------]  3 of 8, 12.3 M");
+}
+
+TEST(ProgressLineTest, leavesOutWhatDoesNotFit) {
+  EXPECT_EQ(progressLine(underWay, 60), " 42%  12.3 MB of 29.1 MB, 4.5 MB/s, 0:04 left");
+  EXPECT_EQ(progressLine(underWay, 44), " 42%  12.3 MB of 29.1 MB, 4.5 MB/s");
+  EXPECT_EQ(progressLine(underWay, 30), " 42%  12.3 MB of 29.1 MB");
+  EXPECT_EQ(progressLine(underWay, 10), " 42%");
+  EXPECT_EQ(progressLine(underWay, 3), "");
+  EXPECT_EQ(progressLine(underWay, 0), "");
+  EXPECT_EQ(progressLine(underWay, -1), "");
+}
+
+TEST(ProgressLineTest, neverExceedsTheWidth) {
+  const std::int64_t amounts[] = {-1, 0, 1, 999, megabyte, std::numeric_limits<std::int64_t>::max()};
+  for (int columns = 0; columns <= 200; ++columns) {
+    for (const std::int64_t total : amounts) {
+      for (const std::int64_t completed : amounts) {
+        if (completed < 0) continue;
+        for (const double rate : {0.0, 1e-9, 1.0, 1e18}) {
+          for (const int transfers : {1, 1'000'000}) {
+            const TransferState state{.completedBytes = completed,
+                                      .totalBytes = total,
+                                      .bytesPerSecond = rate,
+                                      .seconds = 1e9,
+                                      .finishedTransfers = transfers / 2,
+                                      .transfers = transfers};
+            ASSERT_LE(progressLine(state, columns).size(), static_cast<std::size_t>(columns));
+          }
+        }
+      }
+    }
+  }
+}
+
+TEST(ProgressLineTest, keepsTheWidthOfTheBarWhileTheTextChanges) {
+  TransferState state = underWay;
+  const std::size_t end = progressLine(state, 79).find(']');
+  state.bytesPerSecond = 1;
+  state.completedBytes = 999;
+
+  EXPECT_EQ(progressLine(state, 79).find(']'), end);
+}
+
+TEST(ProgressLineTest, saysNothingOfATimeThatNobodyWaitsFor) {
+  TransferState state = underWay;
+  state.bytesPerSecond = 0.001;
+
+  EXPECT_EQ(progressLine(state, 79), " 42% [###########----------------]  12.3 MB of 29.1 MB, 0 B/s");
+}
+
+TEST(ProgressLineTest, writesBytesInStepsOfAThousand) {
+  EXPECT_EQ(byteText(0), "0 B");
+  EXPECT_EQ(byteText(999), "999 B");
+  EXPECT_EQ(byteText(999.7), "1.0 kB");
+  EXPECT_EQ(byteText(1000), "1.0 kB");
+  EXPECT_EQ(byteText(99'940), "99.9 kB");
+  EXPECT_EQ(byteText(99'960), "100 kB");
+  EXPECT_EQ(byteText(999'499), "999 kB");
+  EXPECT_EQ(byteText(999'500), "1.0 MB");
+  EXPECT_EQ(byteText(5'368'709'120), "5.4 GB");
+  EXPECT_EQ(byteText(9.2e18), "9.2 EB");
+}
+
+TEST(ProgressLineTest, writesTimes) {
+  EXPECT_EQ(timeText(0), "0:00");
+  EXPECT_EQ(timeText(7.9), "0:07");
+  EXPECT_EQ(timeText(754), "12:34");
+  EXPECT_EQ(timeText(3723), "1:02:03");
+}
+
+}  // namespace

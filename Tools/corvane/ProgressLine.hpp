@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+/// How far one or several transfers have come.
+struct TransferState {
+  /// Never negative.
+  std::int64_t completedBytes = 0;
+  /// -1 while nobody knows.
+  std::int64_t totalBytes = -1;
+  double bytesPerSecond = 0;
+  /// Since the first of them began.
+  double seconds = 0;
+  int finishedTransfers = 0;
+  int transfers = 1;
+};
+
+/// One line of at most so many columns, in ASCII, without a line break: how much is done, how fast it goes and how
+/// long it will take; or how long it took so far, where that cannot be told. What does not fit is left out.
+///
+///     42% [########------------]  12.3 MB of 29.1 MB, 4.5 MB/s, 0:03 left
+///     12.3 MB, 4.5 MB/s, after 0:02
+std::string progressLine(const TransferState& state, int columns);
+
+/// "512 B", "12.3 kB", "105 MB": in steps of 1000, as networks are measured.
+std::string byteText(double bytes);
+/// "0:07", "12:34", "1:02:03".
+std::string timeText(double seconds);
