@@ -173,8 +173,8 @@ Answer& Answer::hold(Moment moment, Gate gate, AfterBytes afterBytes) {
   return *this;
 }
 
-Answer& Answer::beforeRequestBody() {
-  answersBeforeRequestBody_ = true;
+Answer& Answer::beforeRequestBody(std::uint64_t afterBytes) {
+  answersBeforeRest_ = afterBytes;
   return *this;
 }
 

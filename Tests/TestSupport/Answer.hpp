@@ -108,9 +108,9 @@ class Answer {
 
   // The connection
 
-  /// Answers once the request's head was read; what the client still sends of its body is read afterwards and
-  /// forgotten. After a request that expected "100-continue" the connection is closed instead.
-  Answer& beforeRequestBody();
+  /// Answers once the request's head was read, and that many bytes of its body; what the client still sends is read
+  /// afterwards and forgotten. After a request that expected "100-continue" the connection is closed instead.
+  Answer& beforeRequestBody(std::uint64_t afterBytes = 0);
   /// Says `Connection: close` and closes in good order after the answer.
   Answer& closeConnection();
   Answer& end(Ending ending, Moment moment, std::optional<std::uint64_t> afterBytes = std::nullopt);
@@ -159,7 +159,7 @@ class Answer {
   std::vector<Point> points_;
   std::vector<IdleAction> idleActions_;
   std::string extraBytes_;
-  bool answersBeforeRequestBody_ = false;
+  std::optional<std::uint64_t> answersBeforeRest_;
   bool closes_ = false;
 };
 

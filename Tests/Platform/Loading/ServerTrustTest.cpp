@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include "AnchorDelegate.hpp"
 #include "SessionTest.hpp"
 #include "TestSupport/CertificateAuthority.hpp"
 #include "TestSupport/Expectation.hpp"
@@ -17,29 +18,6 @@ using corvane::testing::ServerOptions;
 using corvane::testing::TestServer;
 using corvane::testing::Tls;
 using corvane::testing::Validity;
-
-/// Trusts what leads to one anchor, the way an application would.
-struct AnchorDelegate : URLSessionDelegate {
-  explicit AnchorDelegate(const std::string& der) : anchor(*SecCertificate::createWithData(Data(der))) {}
-
-  void didReceiveChallenge(const std::shared_ptr<URLSession>&, const URLAuthenticationChallenge& challenge,
-                           ChallengeCompletion completion) override {
-    ++challenges;
-    lastSpace = challenge.protectionSpace;
-    const auto trust = challenge.protectionSpace.serverTrust;
-    trust->setAnchorCertificates({anchor});
-    trust->setAnchorCertificatesOnly(false);
-    if (trust->evaluate() == SecTrustResult::unspecified) {
-      completion(AuthChallengeDisposition::useCredential, URLCredential{trust});
-    } else {
-      completion(AuthChallengeDisposition::performDefaultHandling, std::nullopt);
-    }
-  }
-
-  SecCertificate anchor;
-  std::atomic<int> challenges = 0;
-  URLProtectionSpace lastSpace;
-};
 
 /// Answers every challenge the same way.
 struct FixedDelegate : URLSessionDelegate {

@@ -71,7 +71,6 @@ class ProgressLog {
                                   [&] { return !log_->calls.empty() && log_->calls.back().completed >= completed; });
   }
   ProgressObservation& observation() { return observation_; }
-  Progress& progress() { return *progress_; }
 
  private:
   struct Log {

@@ -64,7 +64,7 @@ bool ScriptWriter::actsAt(const Answer& answer, Moment moment) {
 }
 
 bool ScriptWriter::actsBeforeBodyIsRead(const Answer& answer) {
-  return answer.answersBeforeRequestBody_ || actsAt(answer, Moment::beforeRequestBody) ||
+  return answer.answersBeforeRest_ || actsAt(answer, Moment::beforeRequestBody) ||
          actsAt(answer, Moment::insideRequestBody);
 }
 

@@ -53,7 +53,8 @@ class ScriptWriter {
   static std::vector<Step> takeSteps(Answer& answer, Moment moment);
   /// After how many bytes of the request's body the answer acts; absent when it does not, or leaves it open.
   static std::optional<std::uint64_t> requestBodyPoint(const Answer& answer);
-  static bool answersBeforeRequestBody(const Answer& answer) { return answer.answersBeforeRequestBody_; }
+  /// How many bytes of the request's body are read before the answer, where that is not all of them.
+  static std::optional<std::uint64_t> answersBeforeRest(const Answer& answer) { return answer.answersBeforeRest_; }
   /// Whether the answer must be known before the request's body is read.
   static bool actsBeforeBodyIsRead(const Answer& answer);
 

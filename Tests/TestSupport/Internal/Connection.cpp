@@ -49,7 +49,7 @@ void Connection::run() {
 
 void Connection::serve() {
   std::optional<Answer> first = context_.book.takeForNewConnection();
-  if (first) perform(ScriptWriter::takeSteps(*first, Moment::onAccept));
+  if (first) performAtOnce(ScriptWriter::takeSteps(*first, Moment::onAccept));
   shakeHands();
   if (first) perform(ScriptWriter::takeSteps(*first, Moment::afterHandshake));
   while (serveNextRequest(std::exchange(first, std::nullopt))) {
@@ -88,7 +88,10 @@ bool Connection::serveNextRequest(std::optional<Answer> answer) {
     request.tlsVersion = tlsVersion_;
     context_.journal.headArrived();
     if (!answer) answer = context_.book.takeBeforeBody(request);
-    if (answer && ScriptWriter::answersBeforeRequestBody(*answer)) return answerEarly(request, *answer);
+    if (answer && ScriptWriter::answersBeforeRest(*answer)) {
+      readBody(request, ScriptWriter::answersBeforeRest(*answer));
+      return answerEarly(request, *answer);
+    }
     receiveBody(request, answer);
   } catch (const BadRequest& error) {
     context_.journal.failed("connection " + std::to_string(number_) + " sent a malformed request: " + error.what());
@@ -220,6 +223,15 @@ bool Connection::send(const Answer& answer, const ReceivedRequest& request) {
 
 void Connection::perform(const std::vector<Step>& steps, const AnswerScript& script) {
   for (const Step& step : steps) performStep(step, script);
+}
+
+void Connection::performAtOnce(const std::vector<Step>& steps) {
+  for (const Step& step : steps) {
+    // A client that is reset before it sent anything may not have noticed yet that it was connected.
+    const auto* ending = std::get_if<Ending>(&step);
+    if (ending && *ending == Ending::reset) stream_->waitForBytes(lingerLimit);
+    performStep(step, {});
+  }
 }
 
 void Connection::performStep(const Step& step, const AnswerScript& script) {

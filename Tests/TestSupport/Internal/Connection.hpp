@@ -56,6 +56,7 @@ class Connection {
   Answer answerTo(const ReceivedRequest& request);
   bool send(const Answer& answer, const ReceivedRequest& request);
   void perform(const std::vector<Step>& steps, const AnswerScript& script = {});
+  void performAtOnce(const std::vector<Step>& steps);
   void performStep(const Step& step, const AnswerScript& script);
   void sendBytes(std::string_view bytes, const AnswerScript& script);
   void sendGenerated(const SendGenerated& generated, const AnswerScript& script);

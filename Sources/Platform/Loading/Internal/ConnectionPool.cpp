@@ -135,6 +135,7 @@ void ConnectionPool::detach(Exchange& exchange) {
   exchange.owner().exchange = nullptr;
   admission_.finished(exchange.owner());
   deadlines_.disarm(exchange);
+  std::erase(held_, &exchange);
   const bool isReusable = exchange.isReusable();
   exchange.recycle();
 
@@ -162,14 +163,16 @@ void ConnectionPool::collectFinished() {
     char* self = nullptr;
     curl_easy_getinfo(message->easy_handle, CURLINFO_PRIVATE, &self);
     auto& exchange = *reinterpret_cast<Exchange*>(self);
-    if (exchange.mustRestart()) {
+    if (exchange.mustRestart(result)) {
       // Each turn of this closes one bad connection, so it ends.
+      exchange.prepareRestart();
       curl_multi_remove_handle(multi_, exchange.handle());
       curl_multi_add_handle(multi_, exchange.handle());
       continue;
     }
     end(exchange, exchange.finish(result));
   }
+  if (!held_.empty()) settleHeld();
 }
 
 void ConnectionPool::act(curl_socket_t descriptor, int events) {
@@ -231,6 +234,7 @@ int ConnectionPool::socketChanged(CURL* handle, curl_socket_t descriptor, int wh
   if (what == CURL_POLL_REMOVE) {
     // It may be chosen again from here on, and is then known by its ports.
     if (socket.ports == 0) pool.learnPorts(descriptor, socket);
+    if (exchange) exchange->keepUnread(descriptor);
     socket.exchange = nullptr;
     if (exchange && exchange->socket == descriptor) exchange->socket = -1;
   } else if (exchange) {
@@ -322,18 +326,41 @@ void ConnectionPool::ready(int descriptor, std::uint32_t events) {
   int flags = broken ? CURL_CSELECT_ERR : 0;
   if (events & EPOLLIN) flags |= CURL_CSELECT_IN;
   if (events & EPOLLOUT) flags |= CURL_CSELECT_OUT;
-  act(descriptor, flags);
-  continueSending(descriptor);
+  serve(descriptor, flags);
 }
 
-/// What the server said meanwhile is read by now. If it was not the answer, or one that leaves the rest of the
-/// body wanted, libcurl goes on.
-void ConnectionPool::continueSending(int descriptor) {
-  Exchange* exchange = socketAt(descriptor).exchange;
-  if (!exchange || !exchange->isSendingHeld()) return;
-  exchange->continueSending();
-  collectFinished();
-  admit();
+/// What the server said is read before anything is sent, which may fail: its answer would be lost.
+void ConnectionPool::serve(int descriptor, int flags) {
+  const Exchange* exchange = socketAt(descriptor).exchange;
+  if (!exchange || !exchange->isSending() || (flags & CURL_CSELECT_IN) == 0) {
+    act(descriptor, flags);
+    return;
+  }
+  act(descriptor, CURL_CSELECT_IN);
+  const Socket& socket = socketAt(descriptor);
+  const bool goesOn = socket.isOpen && socket.exchange == exchange && !exchange->isRefused();
+  if (goesOn && flags != CURL_CSELECT_IN) act(descriptor, flags & ~CURL_CSELECT_IN);
+}
+
+void ConnectionPool::noteHeld(Exchange& exchange) {
+  if (std::find(held_.begin(), held_.end(), &exchange) == held_.end()) held_.push_back(&exchange);
+}
+
+/// What the servers said was read, as far as it was there. Whoever's answer refuses the rest of a body waits for the
+/// end of that answer; all others go on sending.
+void ConnectionPool::settleHeld() {
+  const auto readsOn = [this](const Exchange& exchange) {
+    return exchange.socket >= 0 && (socketAt(exchange.socket).wanted & EPOLLIN) != 0;
+  };
+  const auto first = std::stable_partition(held_.begin(), held_.end(), [&](const Exchange* exchange) {
+    return exchange->isRefused() && readsOn(*exchange);
+  });
+  const std::vector<Exchange*> goingOn(first, held_.end());
+  held_.erase(first, held_.end());
+  for (Exchange* exchange : held_) {
+    if ((socketAt(exchange->socket).wanted & EPOLLOUT) != 0) exchange->holdSending();
+  }
+  for (Exchange* exchange : goingOn) exchange->continueSending();
 }
 
 /// libcurl would not notice: it waits until the gate lets it write, and the loop would spin meanwhile.

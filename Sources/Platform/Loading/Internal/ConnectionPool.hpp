@@ -41,6 +41,8 @@ class ConnectionPool final : public Ticker, public EventHandler {
   const URLSessionConfiguration& configuration() const { return configuration_; }
   CURLSH* share() const { return share_; }
   void ask(const std::shared_ptr<TrustGate>& gate) { challenge_(gate); }
+  /// The exchange is not to send more before what its server said has been read.
+  void noteHeld(Exchange& exchange);
   NetworkLoop& loop() const { return loop_; }
   /// Whether the connection with these ports was closed, or received bytes nobody asked for, while it was idle.
   bool isTainted(int localPort, int remotePort) const;
@@ -87,7 +89,8 @@ class ConnectionPool final : public Ticker, public EventHandler {
   void touchWhoWaitsWith(const Exchange& judged);
   void detach(Exchange& exchange);
   void act(curl_socket_t descriptor, int events);
-  void continueSending(int descriptor);
+  void settleHeld();
+  void serve(int descriptor, int flags);
   void learnPorts(int descriptor, Socket& socket);
   void collectFinished();
   void apply(int descriptor, Socket& socket);
@@ -102,6 +105,7 @@ class ConnectionPool final : public Ticker, public EventHandler {
   std::unordered_map<std::uint32_t, int> descriptorsByPorts_;
   std::vector<std::unique_ptr<Exchange>> active_;
   std::vector<std::unique_ptr<Exchange>> spare_;
+  std::vector<Exchange*> held_;  ///< of the active ones
   AdmissionQueue admission_;
   LoopTime timerDue_;
   DeadlineQueue<Exchange> deadlines_;

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <utility>
 
+#include "Platform/Loading/Internal/Chunks.hpp"
 #include "Platform/Loading/Internal/ConnectionPool.hpp"
 #include "Platform/Loading/Internal/HTTPText.hpp"
 #include "Platform/Loading/Internal/LocalHost.hpp"
@@ -29,6 +30,8 @@ constexpr long ordinaryBufferBytes = 16 * 1024;
 constexpr long fileBufferBytes = 512 * 1024;
 /// For what is sent from memory.
 constexpr long uploadBufferBytes = 64 * 1024;
+/// Of an answer that is found on a broken connection.
+constexpr std::size_t unreadLimit = 64 * 1024;
 
 template <class Value>
 void set(CURL* handle, CURLoption option, Value value) {
@@ -116,6 +119,8 @@ std::optional<Error> Exchange::prepare(ExchangeOwner& owner) {
                    "the transport cannot use the URL " + request_->url.absoluteString());
   }
   setBuffers();
+  if (forbidsReuse_) set(handle_, CURLOPT_FORBID_REUSE, 0L);
+  forbidsReuse_ = false;
   setMethodAndBody();
   if (!setHeaders()) {
     return NSError(NSURLErrorDomain, URLErrorCode::badURL, "a HEAD request cannot carry a body");
@@ -220,8 +225,11 @@ bool Exchange::setHeaders() {
 
 std::size_t Exchange::readBody(char* room, std::size_t size, std::size_t count, void* self) {
   auto& exchange = *static_cast<Exchange*>(self);
-  exchange.sendingHeld_ = exchange.hasUnreadAnswer();
-  if (exchange.sendingHeld_) return CURL_READFUNC_PAUSE;
+  if (exchange.takesNoMore()) return 0;
+  if (exchange.hasUnreadAnswer()) {
+    exchange.pool_.noteHeld(exchange);
+    return CURL_READFUNC_PAUSE;
+  }
   auto read = exchange.source_->read({reinterpret_cast<std::byte*>(room), size * count});
   if (const auto* bytes = std::get_if<std::size_t>(&read)) return *bytes;
   exchange.fail(std::get<LoadFailure>(std::move(read)));
@@ -239,12 +247,61 @@ int Exchange::seekBody(void* self, curl_off_t offset, int origin) {
 /// servers talk all the time, and the answer is not lost.
 bool Exchange::hasUnreadAnswer() const {
   char byte = 0;
-  return socket >= 0 && !startedOnMultiplexed_ && ::recv(socket, &byte, 1, MSG_PEEK | MSG_DONTWAIT) >= 0;
+  return socket >= 0 && !startedOnMultiplexed_ && ::recv(socket, &byte, 1, MSG_PEEK | MSG_DONTWAIT) > 0;
 }
 
-void Exchange::continueSending() {
-  sendingHeld_ = false;
-  curl_easy_pause(handle_, CURLPAUSE_CONT);
+/// Ends the body early when it is of no use any more. The connection is then no good for another request.
+bool Exchange::takesNoMore() {
+  if (!isRefused() && !(gate_ && gate_->lostOutput())) return false;
+  if (!forbidsReuse_) set(handle_, CURLOPT_FORBID_REUSE, 1L);
+  forbidsReuse_ = true;
+  return true;
+}
+
+void Exchange::holdSending() { curl_easy_pause(handle_, CURLPAUSE_SEND); }
+
+void Exchange::continueSending() { curl_easy_pause(handle_, CURLPAUSE_CONT); }
+
+void Exchange::keepUnread(int descriptor) {
+  if (!isSending() || gate_ || head_.hasBegun()) return;
+  unread_.resize(unreadLimit);
+  const ssize_t count = ::recv(descriptor, unread_.data(), unread_.size(), MSG_PEEK | MSG_DONTWAIT);
+  unread_.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
+}
+
+/// libcurl gave up a plain connection because it could not send; what the server had said before was kept.
+bool Exchange::takeLeftAnswer() {
+  std::string_view left = unread_;
+  while (!response_) {
+    const std::size_t end = left.find('\n');
+    if (end == left.npos) return false;
+    std::string line(left.substr(0, end + 1));
+    if (receiveHeaderLine(line.data(), 1, line.size(), this) == 0) return false;
+    left.remove_prefix(line.size());
+  }
+  return takeLeftBody(left);
+}
+
+bool Exchange::takeLeftBody(std::string_view left) {
+  std::string joined;
+  if (head_.framing() == BodyFraming::none || !wantsBody_) return true;
+  if (head_.framing() == BodyFraming::length) {
+    joined = left.substr(0, static_cast<std::size_t>(std::min(head_.contentLength(), std::int64_t{unreadLimit})));
+  } else if (head_.framing() == BodyFraming::chunked) {
+    auto content = joinedChunks(left);
+    if (!content) return false;
+    joined = std::move(*content);
+  } else {
+    return false;  // the connection broke, which is no end
+  }
+  return joined.empty() || receiveBody(joined.data(), 1, joined.size(), this) != 0;
+}
+
+/// As far as can be told: the end of chunks is known to libcurl alone, and that of a stream to nobody.
+bool Exchange::isAnswerComplete() const {
+  if (!response_) return false;
+  if (!wantsBody_ || head_.framing() == BodyFraming::none) return true;
+  return head_.framing() == BodyFraming::length && received_ == head_.contentLength();
 }
 
 int Exchange::connectionReady(void* self, char*, char*, int remotePort, int localPort) {
@@ -275,6 +332,23 @@ void Exchange::gateClosed(std::shared_ptr<TrustGate> gate) {
   gate_ = std::move(gate);
   touch(pool_.loop().now());
   pool_.ask(gate_);
+}
+
+bool Exchange::mustRestart(CURLcode result) const {
+  return mustRestart_ || (result == CURLE_SEND_ERROR && lostKeptConnection());
+}
+
+/// As libcurl does itself where it is the reading that fails.
+bool Exchange::lostKeptConnection() const {
+  long opened = 0;
+  curl_easy_getinfo(handle_, CURLINFO_NUM_CONNECTS, &opened);
+  return opened == 0 && starts_ == 1 && !head_.hasBegun() && unread_.empty() && !failure_ &&
+         isIdempotent(request_->httpMethod);
+}
+
+void Exchange::prepareRestart() {
+  mustRestart_ = false;
+  if (source_) source_->seek(0);
 }
 
 bool Exchange::mayStartAgain() {
@@ -325,6 +399,10 @@ bool Exchange::headComplete() {
   wantsBody_ = owner_->wantsBody(response_);
   const bool hasLength = head_.framing() == BodyFraming::length;
   const std::int64_t announced = hasLength ? head_.contentLength() : 0;
+  if (isRefused()) pool_.noteHeld(*this);
+  // libcurl would send the request once more by itself, with the expectation that was just refused.
+  endedByUs_ = !wantsBody_ && head_.statusCode() == 417;
+  if (endedByUs_) return false;
   if (!wantsBody_ || head_.framing() == BodyFraming::none) return true;
   owner_->bodyAnnounced(hasLength ? announced : URLResponse::unknownLength);
   auto sink = owner_->bodySink();
@@ -390,6 +468,7 @@ bool Exchange::fail(LoadFailure failure) { return fail(failure.code, std::move(f
 ExchangeOutcome Exchange::finish(CURLcode result) {
   ExchangeOutcome outcome;
   wentStraight_ = result == CURLE_OK && starts_ == 1;
+  if (result == CURLE_SEND_ERROR && !failure_ && (isAnswerComplete() || takeLeftAnswer())) result = CURLE_OK;
   if (sendsBody_) {
     curl_off_t sent = 0;
     curl_easy_getinfo(handle_, CURLINFO_SIZE_UPLOAD_T, &sent);
@@ -458,7 +537,7 @@ void Exchange::recycle() {
   request_ = nullptr;
   source_ = nullptr;
   memoryBody_.reset();
-  sendingHeld_ = false;
+  unread_.clear();
   sink_ = nullptr;
   response_.reset();
   decoder_.reset();

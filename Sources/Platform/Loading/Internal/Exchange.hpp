@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <variant>
 #include <vector>
 
@@ -78,8 +79,10 @@ class Exchange final : public DeadlineEntry, private TrustGateOwner {
 
   /// Writes the request into the handle. Fails with the transport's message when it is refused.
   std::optional<Error> prepare(ExchangeOwner& owner);
-  /// libcurl chose a connection that is not to be used, and gave it up; nothing was sent.
-  bool mustRestart() const { return mustRestart_; }
+  /// Whether the request is to be sent once more, now that libcurl is done with it: it chose a connection that is not
+  /// to be used, and sent nothing; or a kept connection broke, and the request may be repeated.
+  bool mustRestart(CURLcode result) const;
+  void prepareRestart();
   /// The verdict after libcurl said it is done.
   ExchangeOutcome finish(CURLcode result);
   /// The outcome of an exchange that we end ourselves.
@@ -96,9 +99,16 @@ class Exchange final : public DeadlineEntry, private TrustGateOwner {
   bool isHeld() const { return gate_ && gate_->isUndecided(); }
   const std::shared_ptr<TrustGate>& gate() const { return gate_; }
 
-  /// Whether the sending of the body is held up until the server's word, which is there, was read.
-  bool isSendingHeld() const { return sendingHeld_; }
+  // While a body is sent in pieces, the server may say something. What it said is read before anything more is sent.
+
+  /// Whether a body is sent in pieces.
+  bool isSending() const { return source_ != nullptr; }
+  /// Whether the final answer came early and does not want the rest of the body.
+  bool isRefused() const { return isSending() && response_ && response_->statusCode() >= 300; }
+  void holdSending();
   void continueSending();
+  /// The connection is about to be closed: keeps what the server said and nobody read.
+  void keepUnread(int descriptor);
 
   /// Something moved on this exchange's connection.
   void touch(LoopTime now) { postpone(now + timeout_); }
@@ -130,6 +140,11 @@ class Exchange final : public DeadlineEntry, private TrustGateOwner {
   std::optional<LoadFailure> store(Bytes bytes);
   bool acceptBody(const std::byte* bytes, std::size_t count);
   bool hasUnreadAnswer() const;
+  bool takesNoMore();
+  bool takeLeftAnswer();
+  bool takeLeftBody(std::string_view left);
+  bool isAnswerComplete() const;
+  bool lostKeptConnection() const;
   bool mayStartAgain();
   TransportFailure failureOf(CURLcode result) const;
   void gateClosed(std::shared_ptr<TrustGate> gate) override;
@@ -146,7 +161,8 @@ class Exchange final : public DeadlineEntry, private TrustGateOwner {
   bool sendsBody_ = false;
   std::optional<MemoryBody> memoryBody_;
   BodySource* source_ = nullptr;  ///< of a body that is sent in pieces
-  bool sendingHeld_ = false;
+  std::string unread_;            ///< what a plain connection that broke had left
+  bool forbidsReuse_ = false;
   long bufferBytes_ = 0;
   char errorText_[CURL_ERROR_SIZE];
 

@@ -58,6 +58,10 @@ void TaskCore::start() {
     finish(cancelledError(originalRequest_.url));
     return;
   }
+  if (isUpload_ && originalRequest_.url.isFileURL()) {
+    finish({URLErrorCode::unsupportedURL, "nothing can be sent to a file URL"}, false);
+    return;
+  }
   if (const auto failure = openBodyFile()) {
     finish(*failure, false);
     return;
@@ -121,6 +125,12 @@ bool TaskCore::wantsBody(const std::shared_ptr<const HTTPURLResponse>& response)
   const std::vector<std::string> locations = response->allHeaderFields().values("Location");
   std::optional<std::string_view> location;
   if (!locations.empty()) location = locations.front();
+  if (response->statusCode() == 417 && requestToSend().allHTTPHeaderFields.contains("Expect")) {
+    // It is only the expectation that the server does not know (RFC 9110, 10.1.1).
+    nextRequest_ = requestToSend();
+    nextRequest_->allHTTPHeaderFields.remove("Expect");
+    return false;
+  }
   RedirectDecision decision = decideRedirect(requestToSend(), response->statusCode(), location, redirects_);
   if (auto* next = std::get_if<URLRequest>(&decision)) {
     if (becomesGet(response->statusCode(), requestToSend().httpMethod)) sendsFile_ = false;

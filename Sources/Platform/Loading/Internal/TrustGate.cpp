@@ -30,9 +30,7 @@ int targetIndex() {
 int gateIndex() {
   static const int index =
       SSL_get_ex_new_index(0, nullptr, nullptr, nullptr, [](void*, void* value, CRYPTO_EX_DATA*, int, long, void*) {
-        auto* gate = static_cast<std::shared_ptr<TrustGate>*>(value);
-        if (gate) (*gate)->forget();
-        delete gate;
+        delete static_cast<std::shared_ptr<TrustGate>*>(value);
       });
   return index;
 }
@@ -59,10 +57,12 @@ void noticeAlert(const SSL* connection, int where, int value) {
   if (const auto gate = TrustGate::of(connection)) gate->noteClosingAlert();
 }
 
-// A filter in front of the connection's write side. Its data is the gate while it holds.
+// A filter in front of the connection's write side. Its data is the gate.
 
-int holdWrite(BIO* filter, const char* bytes, int count) {
-  const auto* gate = static_cast<const TrustGate*>(BIO_get_data(filter));
+/// What cannot be sent any more is dropped, as if it were under way: the TLS library and libcurl would give the
+/// connection up at once, with the answer that it may still hold. Whoever reads gets that, and then the failure.
+int gatedWrite(BIO* filter, const char* bytes, int count) {
+  auto* gate = static_cast<TrustGate*>(BIO_get_data(filter));
   BIO_clear_retry_flags(filter);
   if (gate->state() == TrustGate::State::undecided) {
     BIO_set_retry_write(filter);
@@ -71,19 +71,21 @@ int holdWrite(BIO* filter, const char* bytes, int count) {
   if (gate->state() == TrustGate::State::rejected) return -1;
   const int written = BIO_write(BIO_next(filter), bytes, count);
   BIO_copy_next_retry(filter);
-  return written;
+  if (written > 0 || BIO_should_retry(filter)) return written;
+  gate->noteLostOutput();
+  return count;
 }
 
-long holdControl(BIO* filter, int command, long number, void* pointer) {
+long gatedControl(BIO* filter, int command, long number, void* pointer) {
   return BIO_ctrl(BIO_next(filter), command, number, pointer);
 }
 
-const BIO_METHOD* holdMethod() {
+const BIO_METHOD* gateMethod() {
   static BIO_METHOD* const method = [] {
     BIO_METHOD* made = BIO_meth_new(BIO_get_new_index() | BIO_TYPE_FILTER, "corvane trust gate");
     if (!made) trap("the TLS library is out of memory");
-    BIO_meth_set_write(made, holdWrite);
-    BIO_meth_set_ctrl(made, holdControl);
+    BIO_meth_set_write(made, gatedWrite);
+    BIO_meth_set_ctrl(made, gatedControl);
     BIO_meth_set_create(made, [](BIO* bio) {
       BIO_set_init(bio, 1);
       return 1;
@@ -118,8 +120,7 @@ bool TrustGate::isMultiplexed(const SSL* connection) {
 }
 
 void TrustGate::hold(SSL* connection) {
-  connection_ = connection;
-  BIO* filter = BIO_new(holdMethod());
+  BIO* filter = BIO_new(gateMethod());
   BIO* output = SSL_get_wbio(connection);
   if (!filter || BIO_up_ref(output) != 1) trap("the TLS library is out of memory");
   BIO_set_data(filter, this);
@@ -127,12 +128,7 @@ void TrustGate::hold(SSL* connection) {
 }
 
 void TrustGate::accept() {
-  if (state_ != State::undecided) return;
-  state_ = State::accepted;
-  if (!connection_) return;
-  BIO* output = BIO_next(SSL_get_wbio(connection_));
-  if (BIO_up_ref(output) != 1) trap("the TLS library is out of memory");
-  SSL_set0_wbio(connection_, output);
+  if (state_ == State::undecided) state_ = State::accepted;
 }
 
 void TrustGate::reject(Error reason) {

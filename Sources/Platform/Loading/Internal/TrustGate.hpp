@@ -29,7 +29,7 @@ class TrustGateOwner {
 /// The delegate that decides runs on a queue of its own and may take its time, while the TLS library wants
 /// an answer inside its verify callback. So the callback accepts for the moment, remembers the chain, and
 /// puts a filter in front of the connection's write side that answers "try again later": the handshake gets
-/// stuck before its last flight, whatever is to be spoken after it. `accept` takes the filter away; after
+/// stuck before its last flight, whatever is to be spoken after it. `accept` lets everything through; after
 /// `reject` every write fails.
 /// Sessions of earlier connections are never resumed, since a resumed one shows no certificate.
 class TrustGate {
@@ -59,13 +59,16 @@ class TrustGate {
   /// Whether the server announced the end of its stream (RFC 8446, 6.1), so that it was not cut off.
   bool sawClosingAlert() const { return sawClosingAlert_; }
 
+  /// Whether the connection broke while something was being written. There may be something left to read.
+  bool lostOutput() const { return lostOutput_; }
+
   /// Lets nothing through from here on. Requires: the handshake of `connection` is under way.
   void hold(SSL* connection);
   void accept();
   void reject(Error reason);
   void noteClosingAlert() { sawClosingAlert_ = true; }
-  /// The connection is gone; nothing of it may be touched any more.
-  void forget() { connection_ = nullptr; }
+  /// The connection broke: what is written from here on goes nowhere.
+  void noteLostOutput() { lostOutput_ = true; }
 
  private:
   std::vector<SecCertificate> chain_;
@@ -73,8 +76,8 @@ class TrustGate {
   int port_;
   State state_ = State::undecided;
   bool sawClosingAlert_ = false;
+  bool lostOutput_ = false;
   std::optional<Error> reason_;
-  SSL* connection_ = nullptr;
 };
 
 }  // namespace platform::detail

@@ -19,7 +19,7 @@ std::variant<std::size_t, LoadFailure> UploadFile::read(std::span<std::byte> roo
   auto result = file_.read(offset_, room.first(wanted));
   const auto* got = std::get_if<std::size_t>(&result);
   if (!got) return result;
-  if (*got == 0 && left > 0) return lengthChanged(offset_);
+  if (*got == 0 && left > 0) return lengthChanged(file_.currentSize().value_or(offset_));
   offset_ += static_cast<std::int64_t>(*got);
   if (offset_ == size() && file_.currentSize() != size()) return lengthChanged(file_.currentSize().value_or(0));
   return result;
