@@ -1,6 +1,7 @@
 #include "Platform/Foundation/FileManager.hpp"
 
 #include <fcntl.h>
+#include <sys/sendfile.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -148,15 +149,32 @@ int renameToFreeName(const std::string& path, const std::string& target) {
   return 0;
 }
 
-/// Returns an error number. What was written in part is removed.
-int copyToFreeName(const std::string& path, const std::string& target) {
-  std::error_code error;
-  if (!std::filesystem::copy_file(path, target, std::filesystem::copy_options::none, error)) {
-    const int number = error.value();
-    if (number != EEXIST) ::unlink(target.c_str());
-    return number;
+/// Returns an error number.
+int copyAll(const FileDescriptor& source, const FileDescriptor& copy) {
+  constexpr std::size_t pieceBytes = std::size_t{64} << 20;
+  while (true) {
+    const ssize_t count =
+        uninterrupted([&] { return ::sendfile(copy.number(), source.number(), nullptr, pieceBytes); });
+    if (count < 0) return errno;
+    if (count == 0) return 0;
   }
-  return 0;
+}
+
+/// Copies a regular file, with its permissions. Returns an error number; what was written in part is removed.
+int copyToFreeName(const std::string& path, const std::string& target) {
+  const FileDescriptor source(
+      uninterrupted([&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW); }));
+  struct stat facts{};
+  if (!source.isOpen() || ::fstat(source.number(), &facts) != 0) return errno;
+  if (!S_ISREG(facts.st_mode)) return S_ISDIR(facts.st_mode) ? EISDIR : EINVAL;
+  FileDescriptor copy(
+      uninterrupted([&] { return ::open(target.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600); }));
+  if (!copy.isOpen()) return errno;
+  int number = copyAll(source, copy);
+  if (number == 0 && ::fchmod(copy.number(), facts.st_mode & 07777) != 0) number = errno;
+  if (const int closing = copy.close(); number == 0) number = closing;
+  if (number != 0) ::unlink(target.c_str());
+  return number;
 }
 
 }  // namespace

@@ -42,8 +42,8 @@ class CORVANE_API FileManager {
   /// before. A file that is replaced passes on its permissions; a symbolic link is replaced, not followed.
   static void write(const Data& data, std::string_view path);
   static bool exists(std::string_view path);
-  /// Gives a file another name, on whichever volume. What is at `target` already stays, and the move fails with
-  /// `fileWriteFileExists`.
+  /// Gives a file another name, on whichever volume; a directory can only be moved within its own. What is at
+  /// `target` already stays, and the move fails with `fileWriteFileExists`.
   static void move(std::string_view path, std::string_view target);
   /// Removes a file, or a directory with all that is in it. A symbolic link is removed, not followed.
   static void remove(std::string_view path);
