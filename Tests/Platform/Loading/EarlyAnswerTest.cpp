@@ -56,7 +56,7 @@ class EarlyAnswerTest : public TransferTest, public ::testing::WithParamInterfac
  protected:
   using Outcomes = std::map<std::string, int>;
 
-  static constexpr int rounds = 40;
+  static constexpr int rounds = 20;
 
   EarlyAnswerTest() {
     if (GetParam().isSecure) secureServer.emplace(Tls(authority.issue({.dnsNames = {"localhost"}})));

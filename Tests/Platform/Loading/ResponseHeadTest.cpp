@@ -262,6 +262,14 @@ TEST(ResponseHeadTest, makesOneOfEqualContentLengths) {
   }
 }
 
+TEST(ResponseHeadTest, takesContentLengthsBeyondFourGiB) {
+  ResponseHead head;
+
+  feed(head, answerWith({"Content-Length: 5368709120"}));
+
+  EXPECT_EQ(head.contentLength(), std::int64_t{5} << 30);
+}
+
 TEST(ResponseHeadTest, refusesDifferingContentLengths) {
   EXPECT_EQ(messageFor(answerWith({"Content-Length: 5", "Content-Length: 6"})),
             "the response has differing Content-Length fields");

@@ -67,6 +67,9 @@ class ExchangeOwner : public AdmissionEntry {
 
 /// One request and one answer on a libcurl handle, with the checks that make a success mean a complete one.
 /// Recycled: options that never change are set once, when the handle is made. Loop side only.
+///
+/// In three files: ExchangeRequest.cpp writes the request, ExchangeSending.cpp sends a long body, Exchange.cpp has the
+/// rest.
 class Exchange final : public DeadlineEntry, private TrustGateOwner {
  public:
   /// Bytes of an unwanted body that are read to keep the connection; beyond that it is cheaper to close it.
