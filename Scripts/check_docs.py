@@ -12,19 +12,25 @@ Its lines must stand in that file, one after the other, as they are; the indenta
 
 What an example prints is marked with `<!-- output of NAME -->` and checked when the folder of the programs is given:
 
-    Scripts/check_docs.py --programs build/dev/Examples
+    Scripts/check_docs.py --programs build/dev/Examples --server build/dev/bin/corvane_testserver
+
+The example runs in a folder of its own. Further words of the mark are its arguments: `/target` is that target on the
+server, and a path of this tree is that file.
 """
 
 import argparse
+import os
 import pathlib
 import re
 import subprocess
 import sys
+import tempfile
 import textwrap
 import urllib.parse
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
-MARK = re.compile(r"^<!-- (from|output of) (\S+) -->$")
+MARK = re.compile(r"^<!-- (from|output of) (\S+)((?: \S+)*) -->$")
+LISTENING = re.compile(rb"listening on (\S+)")
 LINK = re.compile(r"!?\[[^\]]*\]\(([^)\s]+)\)")
 FENCE = re.compile(r"^\s*```")
 
@@ -89,36 +95,74 @@ def check_block(page, number, source, block):
     return None
 
 
-def check_output(page, number, example, block, programs):
+class Server:
+    """The test server, from its first use on."""
+
+    def __init__(self, program):
+        self.program = program
+        self.process = None
+        self.authority = None
+
+    def url(self, target):
+        if not self.process:
+            self.process = subprocess.Popen([self.program.resolve()], stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+            self.authority = LISTENING.match(self.process.stdout.readline()).group(1).decode()
+        return f"http://{self.authority}{target}"
+
+    def stop(self):
+        if self.process:
+            self.process.communicate(timeout=60)
+
+
+def argument(word, server):
+    if word.startswith("/"):
+        return server.url(word)
+    return ROOT / word if (ROOT / word).exists() else word
+
+
+def output_of(program, words, server):
+    with tempfile.TemporaryDirectory() as folder:
+        command = [program.resolve(), *(argument(word, server) for word in words)]
+        return subprocess.run(command, cwd=folder, env={**os.environ, "TMPDIR": folder}, stdout=subprocess.PIPE,
+                              stderr=subprocess.PIPE, check=True, timeout=60).stdout.decode()
+
+
+def check_output(page, number, example, words, block, programs, server):
     where = f"{page.relative_to(ROOT)}:{number}"
     program = programs / f"example_{example}"
     if not program.is_file():
         return f"{where}: there is no program {program}"
-    printed = subprocess.run([program], stdout=subprocess.PIPE, check=True, timeout=60).stdout.decode()
+    printed = output_of(program, words, server)
     if not stands_in(block, printed.splitlines()):
         return f"{where}: {program.name} prints something else:\n{printed}"
     return None
 
 
-def check_page(page, programs):
+def check_page(page, programs, server):
     prose, blocks = parts(page.read_text(encoding="utf-8"))
     for number, line in prose:
         for link in LINK.findall(re.sub(r"`[^`]*`", "", line)):
             yield check_link(page, number, link)
     for number, mark, block in blocks:
-        kind, name = mark or (None, None)
+        kind, name, words = mark or (None, None, "")
         if kind == "from":
             yield check_block(page, number, name, block)
         elif kind and programs:
-            yield check_output(page, number, name, block, programs)
+            yield check_output(page, number, name, words.split(), block, programs, server)
 
 
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--programs", type=pathlib.Path, help="where the examples were built")
-    programs = parser.parse_args().programs
+    parser.add_argument("--server", type=pathlib.Path, help="the test server, for those that need one")
+    arguments = parser.parse_args()
+    programs = arguments.programs
+    server = Server(arguments.server)
     pages = [p for p in sorted(ROOT.rglob("*.md")) if p.relative_to(ROOT).parts[0] != "build"]
-    found = [problem for page in pages for problem in check_page(page, programs) if problem]
+    try:
+        found = [problem for page in pages for problem in check_page(page, programs, server) if problem]
+    finally:
+        server.stop()
     for problem in found:
         print(problem)
     sys.exit(1 if found else 0)

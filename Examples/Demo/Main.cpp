@@ -10,7 +10,7 @@ int main() try {
   corvane::testing::TestServer server;
   server.installStandardRoutes();
   std::printf("A test server listens on %s; everything below really goes there.\n", server.authority().c_str());
-  Stage stage(DEMO_SOURCE);
+  Stage stage({DEMO_FOLDER "/Steps.cpp", DEMO_FOLDER "/TransferSteps.cpp"});
   playAll(stage, server);
   return stage.finish();
 } catch (const std::exception& error) {

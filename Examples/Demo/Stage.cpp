@@ -19,11 +19,13 @@ void append(const std::vector<std::string>& block, std::vector<std::string>& cod
 
 }  // namespace
 
-Stage::Stage(const std::string& source)
+Stage::Stage(const std::vector<std::string>& sources)
     : hasColours_(isatty(STDOUT_FILENO) != 0 && std::getenv("NO_COLOR") == nullptr) {
-  std::ifstream file(source);
-  if (!file) throw std::runtime_error("the demo shows its own source, but cannot read " + source);
-  for (std::string line; std::getline(file, line);) lines_.push_back(line);
+  for (const std::string& source : sources) {
+    std::ifstream file(source);
+    if (!file) throw std::runtime_error("the demo shows its own source, but cannot read " + source);
+    for (std::string line; std::getline(file, line);) lines_.push_back(line);
+  }
 }
 
 void Stage::step(const std::string& title, const std::string& name, const std::function<void()>& play) {

@@ -8,8 +8,8 @@
 /// Shows steps to a person: the code that runs, what comes back, and whether that is what was promised.
 class Stage {
  public:
-  /// `source` is the file whose marked code is shown: all lines between `// show: NAME` and `// end`.
-  explicit Stage(const std::string& source);
+  /// `sources` are the files whose marked code is shown: all lines between `// show: NAME` and `// end`.
+  explicit Stage(const std::vector<std::string>& sources);
 
   /// Runs one step. Exceptions are failures of the step.
   void step(const std::string& title, const std::string& name, const std::function<void()>& play);

@@ -319,6 +319,7 @@ void playAll(Stage& stage, TestServer& server) {
   playPosts(stage, server);
   playJSON(stage, server);
   playFailures(stage, server);
+  playTransfers(stage);
   playFutures(stage, server);
   playTrust(stage);
   playDebugging(stage, server);

@@ -5,3 +5,6 @@
 
 /// Everything the demo shows, against a server with the standard routes.
 void playAll(Stage& stage, corvane::testing::TestServer& server);
+
+/// Downloads, uploads and forms, against a server of their own.
+void playTransfers(Stage& stage);

@@ -5,6 +5,7 @@
 
 #include "TestSupport/Compression.hpp"
 #include "TestSupport/Internal/Text.hpp"
+#include "TestSupport/ReceivedForm.hpp"
 #include "TestSupport/TestServer.hpp"
 
 namespace corvane::testing {
@@ -14,6 +15,7 @@ namespace {
 using detail::jsonString;
 
 constexpr std::uint64_t mostChunks = 10'000;
+constexpr std::uint64_t mostBytes = std::uint64_t(1) << 40;
 
 std::string headersJson(const ReceivedRequest& request) {
   std::string json = "[";
@@ -35,6 +37,11 @@ std::string argument(const ReceivedRequest& request, std::string_view prefix) {
 }
 
 Answer badArgument(const std::string& what) { return Answer(400).text(what + "\n"); }
+
+bool canStandInAHeader(const std::string& text) {
+  return std::none_of(text.begin(), text.end(),
+                      [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; });
+}
 
 /// A route with a whole number at its end.
 TestServer::Handler withNumber(std::string prefix, std::uint64_t most,
@@ -96,6 +103,37 @@ Answer bytes(const ReceivedRequest&, std::uint64_t count) {
   return Answer().contentType("application/octet-stream").generatedBody(count);
 }
 
+/// A file to save under the name in the path, whatever name that is.
+Answer file(const ReceivedRequest& request) {
+  const std::string name = detail::percentDecoded(argument(request, "/files/"));
+  const auto size = detail::number(request.queryValue("size").value_or("1000000"));
+  if (!canStandInAHeader(name)) return badArgument("/files/ takes no control characters");
+  if (!size || *size > mostBytes) return badArgument("?size= takes a number from 0 to " + std::to_string(mostBytes));
+  std::string quoted;
+  for (const char c : name) quoted += c == '"' || c == '\\' ? std::string("\\") + c : std::string(1, c);
+  return Answer()
+      .contentType("application/octet-stream")
+      .header("Content-Disposition", "attachment; filename=\"" + quoted + "\"")
+      .generatedBody(*size);
+}
+
+/// What the sections of a form are.
+Answer form(const ReceivedRequest& request) {
+  try {
+    std::string json;
+    for (const ReceivedSection& section : formSections(request)) {
+      json += json.empty() ? "" : ", ";
+      json += "{\"name\": " + jsonString(section.name);
+      if (section.fileName) json += ", \"fileName\": " + jsonString(*section.fileName);
+      if (section.contentType) json += ", \"type\": " + jsonString(*section.contentType);
+      json += ", \"content\": " + jsonString(section.content) + "}";
+    }
+    return Answer().json("{\"sections\": [" + json + "]}\n");
+  } catch (const std::runtime_error& error) {
+    return Answer(400).text(std::string(error.what()) + "\n");
+  }
+}
+
 Answer stream(const ReceivedRequest& request, std::uint64_t count) {
   std::vector<Chunk> chunks;
   for (std::uint64_t index = 0; index < count; ++index) {
@@ -109,11 +147,6 @@ Answer drop(const ReceivedRequest&) { return Answer().dropConnection(Moment::bef
 Answer redirect(const ReceivedRequest&, std::uint64_t count) {
   const std::string target = count <= 1 ? "/get" : "/redirect/" + std::to_string(count - 1);
   return Answer(302).header("Location", target);
-}
-
-bool canStandInAHeader(const std::string& text) {
-  return std::none_of(text.begin(), text.end(),
-                      [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; });
 }
 
 Answer redirectTo(const ReceivedRequest& request) {
@@ -176,7 +209,9 @@ void TestServer::installStandardRoutes() {
   handle("/drop", drop);
   handle("/delay/*", delayed);
   handle("/status/*", withNumber("/status/", 999, status));
-  handle("/bytes/*", withNumber("/bytes/", std::uint64_t(1) << 40, bytes));
+  handle("/bytes/*", withNumber("/bytes/", mostBytes, bytes));
+  handle("/files/*", file);
+  handle("/form", form);
   handle("/stream/*", withNumber("/stream/", mostChunks, stream));
   handle("/redirect/*", withNumber("/redirect/", 1000, redirect));
   handle("/redirect-to", redirectTo);

@@ -91,6 +91,34 @@ TEST_F(StandardRoutesTest, sendBytesChunksAndGzip) {
   EXPECT_EQ(fetch("/drop"), "");
 }
 
+TEST_F(StandardRoutesTest, suggestAnyFileName) {
+  const std::string answer = fetch("/files/..%2F%22a%22%5C.pdf?size=3");
+
+  EXPECT_THAT(answer, HasSubstr("\r\nContent-Disposition: attachment; filename=\"../\\\"a\\\"\\\\.pdf\"\r\n"));
+  EXPECT_EQ(bodyOf(answer), generatedBytes(3));
+  EXPECT_EQ(bodyOf(fetch("/files/a")).size(), 1'000'000U);
+  EXPECT_THAT(fetch("/files/a%0D%0Ab"), StartsWith("HTTP/1.1 400"));
+  EXPECT_THAT(fetch("/files/a?size=many"), StartsWith("HTTP/1.1 400"));
+}
+
+TEST_F(StandardRoutesTest, readForms) {
+  const std::string type = "Content-Type: multipart/form-data; boundary=B\r\n";
+
+  const std::string answer = send("/form", type,
+                                  "--B\r\nContent-Disposition: form-data; name=\"a\"\r\n\r\n\r\nx\r\n"
+                                  "--B\r\nContent-Disposition: form-data; name=\"b\"\r\n\r\nContent-Type: t\r\ny\r\n"
+                                  "--B\r\nContent-Disposition: form-data; name=\"c\"\r\n; filename=\"f\"\r\n"
+                                  "Content-Type: u\r\nz\r\n--B--\r\n");
+
+  EXPECT_EQ(bodyOf(answer),
+            R"({"sections": [{"name": "a", "content": "\u000d\u000ax"}, {"name": "b", "type": "t", "content": "y"}, )"
+            R"({"name": "c", "fileName": "f", "type": "u", "content": "z"}]})"
+            "\n");
+  EXPECT_EQ(bodyOf(send("/form", type, "\r\n--B--\r\n")), "{\"sections\": []}\n");
+  EXPECT_THAT(send("/form", "", "x"), StartsWith("HTTP/1.1 400"));
+  EXPECT_THAT(send("/form", type, "--B\r\n"), StartsWith("HTTP/1.1 400"));
+}
+
 TEST_F(StandardRoutesTest, redirect) {
   EXPECT_THAT(fetch("/redirect/2"), HasSubstr("\r\nLocation: /redirect/1\r\n"));
   EXPECT_THAT(fetch("/redirect/1"), HasSubstr("\r\nLocation: /get\r\n"));
