@@ -126,7 +126,8 @@ http {
     location = /uploads/small { root FOLDER; dav_methods PUT; client_max_body_size 1m; }
     location /slowly/ { alias FOLDER/content/; limit_rate 4m; }
     location = /sink { proxy_pass http://127.0.0.1:SINK; proxy_http_version 1.1; proxy_request_buffering off;
-                       client_max_body_size 0; }
+                       client_max_body_size 0; client_body_buffer_size 1m; }
+    location = /huge { sendfile on; }
     location = /moved { return 301 /hello.txt; }
     location = /found-elsewhere { return 302 http://127.0.0.1:PLAIN/hello.txt; }
     location = /to-plain { return 302 http://127.0.0.1:PLAIN/hello.txt; }
