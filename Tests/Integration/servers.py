@@ -1,5 +1,6 @@
 """Starts real servers on free loopback ports, each with a folder of its own."""
 
+import functools
 import os
 import pathlib
 import shutil
@@ -18,6 +19,7 @@ def free_port():
         return one.getsockname()[1]
 
 
+@functools.lru_cache(maxsize=4)
 def pattern(size):
     """Bytes that tell their place, so that a swapped or missing piece shows."""
     words = b"".join(number.to_bytes(4, "little") for number in range((size + 3) // 4))
