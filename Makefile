@@ -50,7 +50,7 @@ install-test:    ## installs the library and builds a consumer in every way
 	@Scripts/setup.sh build
 	@Scripts/test_install.sh
 
-integration:     ## tries the tool against nginx, httpbin and nghttpd
+integration:     ## tries the library against nginx, httpbin, nghttpd, PHP and parsers of Python
 	@Scripts/setup.sh build integration
 	@Tests/Integration/run.sh
 

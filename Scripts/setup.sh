@@ -10,7 +10,7 @@ build="build-essential cmake ninja-build ccache pkg-config python3 curl
   libcli11-dev libgtest-dev libgmock-dev"
 checks="clang-16 clang-19 libclang-rt-19-dev llvm-19 clang-format-19 clang-tidy-19
   nlohmann-json3-dev libboost-json1.81-dev media-types"
-integration="curl openssl nginx-light python3-httpbin nghttp2-server"
+integration="curl openssl nginx-light python3-httpbin nghttp2-server python3-multipart php-cli"
 bench="libbenchmark-dev nginx-light
   libsimdjson-dev libboost1.81-dev libboost-json1.81-dev rapidjson-dev nlohmann-json3-dev"
 docs="graphviz"

@@ -41,8 +41,9 @@ struct CORVANE_API MultipartFormSection {
   /// The headers and the value, without boundaries. Throws `MultipartError`, and what making the value's bytes or
   /// reading the file throws.
   ///
-  /// A plain field has an empty line before its value. With a content type, that line follows the empty one; a
-  /// file's headers have no empty line behind them.
+  /// A plain field has an empty line before its value, as any server expects. With a content type, that line follows
+  /// the empty one; a file's headers have no empty line behind them. Only servers that know this layout read those
+  /// two right: Docs/Decisions/0013-what-servers-make-of-forms.md.
   platform::Data asData() const;
 
   std::string name;
