@@ -79,6 +79,8 @@ class CORVANE_API HTTPProgressHandler {
   static std::shared_ptr<Shared> made(Function function) {
     if constexpr (requires { function == nullptr; }) {
       if (function == nullptr) return nullptr;
+    } else if constexpr (requires { function.operator bool(); }) {
+      if (!function) return nullptr;
     }
     return std::make_shared<Shared>(std::move(function));
   }

@@ -10,6 +10,7 @@ namespace corvane::detail {
 struct ProgressHandlers::List {
   mutable std::mutex mutex;
   std::vector<velisand::ExecutorReference<HTTPProgress>> references;
+  bool hasEnded = false;
 };
 
 ProgressHandlers::ProgressHandlers() : list_(std::make_unique<List>()) {}
@@ -19,7 +20,7 @@ ProgressHandlers::~ProgressHandlers() = default;
 void ProgressHandlers::append(std::optional<platform::DispatchQueue> queue, HTTPProgressHandler handler) {
   if (!handler) return;
   const std::lock_guard lock(list_->mutex);
-  list_->references.emplace_back(std::move(queue), std::move(handler));
+  if (!list_->hasEnded) list_->references.emplace_back(std::move(queue), std::move(handler));
 }
 
 bool ProgressHandlers::isEmpty() const {
@@ -28,8 +29,21 @@ bool ProgressHandlers::isEmpty() const {
 }
 
 void ProgressHandlers::call(const HTTPProgress& progress) const {
+  // A queue of somebody's own may run blocks at once, and a handler may add another.
+  std::vector<velisand::ExecutorReference<HTTPProgress>> references;
+  {
+    const std::lock_guard lock(list_->mutex);
+    references = list_->references;
+  }
+  for (const auto& reference : references) reference.execute(progress);
+}
+
+void ProgressHandlers::end() {
+  // Destroyed without the lock: what a handler keeps alive may come back here as it goes.
+  std::vector<velisand::ExecutorReference<HTTPProgress>> dropped;
   const std::lock_guard lock(list_->mutex);
-  for (const auto& reference : list_->references) reference.execute(progress);
+  list_->hasEnded = true;
+  dropped.swap(list_->references);
 }
 
 }  // namespace corvane::detail

@@ -28,6 +28,8 @@ class CORVANE_API ProgressHandlers {
   bool isEmpty() const;
   /// Calls all that are there by then, in the order in which they came, each on its own queue.
   void call(const HTTPProgress& progress) const;
+  /// The future is about to be completed: lets go of all of them, and of those that come later.
+  void end();
 
  private:
   struct List;
@@ -49,8 +51,10 @@ class TransferFuture : public velisand::Future<HTTPResponse<Body>> {
   explicit TransferFuture(Base future) : Base(std::move(future)) {}
 
   /// Calls the handler with the progress from now on, on the queue (absent: the main queue). Handlers are called in
-  /// the order in which they came. See `HTTPProgressHandler` for how often; only where the queue runs several blocks
-  /// at a time may a call come late. Returns this future.
+  /// the order in which they came; see `HTTPProgressHandler` for how often. Every call is scheduled before the future
+  /// is completed, but runs when the queue comes to it: a thread that waits with `get()` may go on before, so a handler
+  /// on another queue must not refer to that thread's local variables. On a serial queue no call comes after a
+  /// `whenCompleted` of the same queue. The handler is let go of behind its last call. Returns this future.
   TransferFuture during(std::optional<platform::DispatchQueue> queue, HTTPProgressHandler handler) const {
     handlers()->append(std::move(queue), std::move(handler));
     return *this;

@@ -15,7 +15,8 @@ class ProgressRelay;
 
 /// Null for an empty handler.
 CORVANE_API std::shared_ptr<ProgressRelay> progressRelay(HTTPProgressHandler handler);
-CORVANE_API void end(ProgressRelay& relay);
+/// No more progress: `whenQuiet` is called when the handler is not being called.
+CORVANE_API void end(ProgressRelay& relay, platform::Block whenQuiet);
 
 /// The road of the pipeline that a request takes.
 using TransferRoad = void (*)(std::shared_ptr<Exchange>, std::shared_ptr<ProgressRelay>);
@@ -62,7 +63,12 @@ template <class Self, class ResponseType, TransferRoad road>
 auto TransferRequestable<Self, ResponseType, road>::send() const -> TransferFuture<typename Base::ResponseBody> {
   auto outcome = SendFuture<Response>::make();
   TransferFuture<typename Base::ResponseBody> future(std::move(outcome.future));
-  self().send(std::move(outcome.queue), HTTPProgressHandler(future.handlers()), std::move(outcome.completion));
+  const auto handlers = future.handlers();
+  Completion completion = [handlers, complete = std::move(outcome.completion)](Response response) mutable {
+    handlers->end();
+    complete(std::move(response));
+  };
+  self().send(std::move(outcome.queue), HTTPProgressHandler(handlers), std::move(completion));
   return future;
 }
 
@@ -73,8 +79,9 @@ void TransferRequestable<Self, ResponseType, road>::sendToNetwork(std::optional<
   const auto relay = progressRelay(std::move(progress));
   if (relay) {
     completion = [relay, completion = std::move(completion)](Response response) mutable {
-      end(*relay);
-      completion(std::move(response));
+      end(*relay, [completion = std::move(completion), response = std::move(response)]() mutable {
+        completion(std::move(response));
+      });
     };
   }
   road(std::make_shared<TypedExchange<Self>>(self(), std::move(queue), std::move(completion)), relay);

@@ -1,5 +1,7 @@
 #include "Corvane/Transfers/Internal/ProgressRelay.hpp"
 
+#include <utility>
+
 #include "Corvane/Transfers/TransferRequestable.hpp"
 #include "Platform/Loading/URLSession.hpp"
 #include "Velisand/OptionalQueue.hpp"
@@ -10,24 +12,55 @@ platform::ProgressObservation ProgressRelay::observe(const std::shared_ptr<platf
                                                      std::optional<platform::DispatchQueue> queue) {
   return task->progress()->observe(
       [self = shared_from_this(), queue = std::move(queue)](const std::shared_ptr<platform::Progress>& progress) {
-        if (self->handler_.isListenedTo()) velisand::async(queue, [self, progress] { self->call(progress); });
+        if (self->isListenedTo()) velisand::async(queue, [self, progress] { self->call(HTTPProgress(progress)); });
       });
 }
 
-void ProgressRelay::call(const std::shared_ptr<platform::Progress>& progress) {
+bool ProgressRelay::isListenedTo() const {
   const std::lock_guard lock(mutex_);
-  if (!hasEnded_) handler_(HTTPProgress(progress));
+  return !hasEnded_ && handler_.isListenedTo();
 }
 
-void ProgressRelay::end() {
-  const std::lock_guard lock(mutex_);
-  hasEnded_ = true;
+void ProgressRelay::call(const HTTPProgress& progress) {
+  std::unique_lock lock(mutex_);
+  if (hasEnded_) return;
+  missed_ = progress;
+  if (isCalling_) return;
+  isCalling_ = true;
+  // A copy, which keeps alive what is being called.
+  HTTPProgressHandler handler = handler_;
+  while (missed_) {
+    const HTTPProgress latest = *std::exchange(missed_, std::nullopt);
+    lock.unlock();
+    handler(latest);
+    lock.lock();
+  }
+  isCalling_ = false;
+  platform::Block whenQuiet = std::exchange(whenQuiet_, {});
+  lock.unlock();
+  handler = nullptr;
+  if (whenQuiet) whenQuiet();
+}
+
+void ProgressRelay::end(platform::Block whenQuiet) {
+  HTTPProgressHandler dropped;
+  {
+    const std::lock_guard lock(mutex_);
+    hasEnded_ = true;
+    std::swap(dropped, handler_);
+    if (isCalling_) {
+      whenQuiet_ = std::move(whenQuiet);
+      return;
+    }
+  }
+  dropped = nullptr;
+  whenQuiet();
 }
 
 std::shared_ptr<ProgressRelay> progressRelay(HTTPProgressHandler handler) {
   return handler ? std::make_shared<ProgressRelay>(std::move(handler)) : nullptr;
 }
 
-void end(ProgressRelay& relay) { relay.end(); }
+void end(ProgressRelay& relay, platform::Block whenQuiet) { relay.end(std::move(whenQuiet)); }
 
 }  // namespace corvane::detail

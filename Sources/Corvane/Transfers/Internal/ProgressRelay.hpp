@@ -9,7 +9,7 @@
 namespace corvane::detail {
 
 /// Stands between the progress of a task and the caller's handler: lets through one call at a time, and none once
-/// the completion's turn has come, on queues that run several blocks at once, too.
+/// the completion's turn has come, on queues that run several blocks at once, too. No lock is held meanwhile.
 class ProgressRelay : public std::enable_shared_from_this<ProgressRelay> {
  public:
   explicit ProgressRelay(HTTPProgressHandler handler) : handler_(std::move(handler)) {}
@@ -17,15 +17,21 @@ class ProgressRelay : public std::enable_shared_from_this<ProgressRelay> {
   /// Watches the task. Each call is scheduled on the queue, but not while nobody listens.
   platform::ProgressObservation observe(const std::shared_ptr<platform::URLSessionTask>& task,
                                         std::optional<platform::DispatchQueue> queue);
-  /// The completion is about to be called.
-  void end();
+  /// Calls the handler; a call that comes while another is under way is made up for when that one returns.
+  void call(const HTTPProgress& progress);
+  /// The completion is about to be called: the handler is let go of, with all that it keeps alive, and then
+  /// `whenQuiet` is called: at once, or by the call that is under way.
+  void end(platform::Block whenQuiet);
 
  private:
-  void call(const std::shared_ptr<platform::Progress>& progress);
+  bool isListenedTo() const;
 
-  std::mutex mutex_;
-  bool hasEnded_ = false;
+  mutable std::mutex mutex_;
   HTTPProgressHandler handler_;
+  std::optional<HTTPProgress> missed_;  ///< came while a call was under way
+  bool isCalling_ = false;
+  bool hasEnded_ = false;
+  platform::Block whenQuiet_;
 };
 
 }  // namespace corvane::detail
