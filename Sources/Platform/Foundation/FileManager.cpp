@@ -239,7 +239,10 @@ std::string FileManager::temporaryDirectory() {
   const char* variable = std::getenv("TMPDIR");
   std::string path = variable != nullptr && *variable != '\0' ? variable : "/tmp";
   while (path.size() > 1 && path.ends_with('/')) path.pop_back();
-  return path;
+  // Whoever keeps a path in it finds the same place after a change of the current directory.
+  std::error_code error;
+  const std::filesystem::path absolute = std::filesystem::absolute(path, error);
+  return error ? path : absolute.string();
 }
 
 std::string FileManager::createTemporaryDirectory() {

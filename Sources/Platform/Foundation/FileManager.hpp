@@ -48,7 +48,7 @@ class CORVANE_API FileManager {
   /// Removes a file, or a directory with all that is in it. A symbolic link is removed, not followed.
   static void remove(std::string_view path);
 
-  /// $TMPDIR, or "/tmp", without a slash at the end.
+  /// $TMPDIR, or "/tmp", without a slash at the end. A relative one is taken from the current directory, as it is now.
   static std::string temporaryDirectory();
   /// A fresh directory inside, which only this user may enter. The caller removes it.
   static std::string createTemporaryDirectory();

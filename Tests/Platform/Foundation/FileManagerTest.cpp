@@ -206,6 +206,8 @@ TEST_F(FileManagerTest, takesTheTemporaryDirectoryFromTheEnvironment) {
 
   ::setenv("TMPDIR", (directory + "//").c_str(), 1);
   EXPECT_EQ(FileManager::temporaryDirectory(), directory);
+  ::setenv("TMPDIR", "relative/", 1);
+  EXPECT_EQ(FileManager::temporaryDirectory(), (std::filesystem::current_path() / "relative").string());
   ::unsetenv("TMPDIR");
   EXPECT_EQ(FileManager::temporaryDirectory(), "/tmp");
 
