@@ -28,10 +28,11 @@ namespace corvane {
 /// The file is in a temporary directory of its own, which only this user may enter, under the name that the server
 /// suggests, reduced to one safe component; it is yours, and stays until you remove it. It is removed by itself when
 /// nobody was given it: where the download failed or was cancelled, where the status is not from 200 to 206, and
-/// where the `Download` is made of its content.
+/// where the `Download` is made of its content. Dropping the future does not remove it.
 ///
-/// The future form returns a `TransferFuture`. Beside the errors of any request: `CFNetworkErrors` -3000, -3002 and
-/// -3003 when the file cannot be made or written, as on a full disk.
+/// The future form returns a `TransferFuture`. Where a type declares a `send` of its own, the one that counts takes the
+/// progress handler, too: `send(queue, progress, completion)`. Beside the errors of any request: `CFNetworkErrors`
+/// -3000, -3002 and -3003 when the file cannot be made or written, as on a full disk.
 template <class Self, class DownloadType = platform::URL, class ResponseType = DownloadResponse<DownloadType>>
 class DownloadRequestable : public detail::TransferRequestable<Self, ResponseType, detail::download>,
                             public detail::GetMethod<Self> {
