@@ -27,7 +27,7 @@ class UploadTaskTest : public TransferTest {
 
 TEST_F(UploadTaskTest, sendsBytesOfAnyNumberFromMemoryAndFromAFileWithTheirLength) {
   server.handleAll([](const ReceivedRequest&) { return Answer(201).body("stored"); });
-  for (const std::size_t size : {0, 1, 65'536, 65'537, 5 << 20}) {
+  for (const std::size_t size : {0u, 1u, 65'536u, 65'537u, 5u << 20}) {
     const std::string bytes = generatedBytes(size);
     for (const std::string method : {"POST", "PUT", "PATCH"}) {
       EXPECT_EQ(upload(to("/memory", method), Data(bytes)).body(), "stored");
@@ -186,7 +186,7 @@ TEST_F(UploadTaskTest, aRedirectWhileTheFileIsBeingSentSendsItAgainFromItsStart)
 }
 
 TEST_F(UploadTaskTest, aKeptConnectionThatDiesBeforeTheAnswerSendsAPUTAgainFromItsStart) {
-  for (const std::size_t size : {10, 100'000, 3 << 20}) {
+  for (const std::size_t size : {10u, 100'000u, 3u << 20}) {
     const std::string bytes = generatedBytes(size);
     for (const bool fromMemory : {true, false}) {
       server.enqueue(Answer(200));

@@ -352,7 +352,7 @@ void ConnectionPool::settleHeld() {
   const auto readsOn = [this](const Exchange& exchange) {
     return exchange.socket >= 0 && (socketAt(exchange.socket).wanted & EPOLLIN) != 0;
   };
-  const auto first = std::stable_partition(held_.begin(), held_.end(), [&](const Exchange* exchange) {
+  const auto first = std::partition(held_.begin(), held_.end(), [&](const Exchange* exchange) {
     return exchange->isRefused() && readsOn(*exchange);
   });
   const std::vector<Exchange*> goingOn(first, held_.end());
