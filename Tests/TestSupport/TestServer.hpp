@@ -74,9 +74,9 @@ class TestServer {
   /// Answers what neither a route nor the queue answers.
   void handleAll(Handler handler);
   /// Adds `/get`, `/post`, `/echo`, `/headers`, `/status/N`, `/delay/S`, `/gzip`, `/bytes/N`, `/stream/N`, `/drop`,
-  /// `/redirect/N`, `/redirect-to?url=`, `/cookies`, `/cookies/set?name=value`, `/files/NAME?size=N`, which suggests that
-  /// name for a file, `/form`, which says what is in a form, `/users/N`, and `/users` and `/orders`, which answer an
-  /// object with the same and an id.
+  /// `/redirect/N`, `/redirect-to?url=`, `/cookies`, `/cookies/set?name=value`, `/files/NAME?size=N`, which suggests
+  /// that name for a file, `/form`, which says what is in a form, `/users/N`, and `/users` and `/orders`, which answer
+  /// an object with the same and an id.
   void installStandardRoutes();
   /// How many enqueued answers are left.
   std::size_t remainingAnswers() const;

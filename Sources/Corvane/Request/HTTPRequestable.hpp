@@ -64,7 +64,8 @@ struct NoResponse {};
 ///
 ///     const auto response = GetUser{.login = "ada"}.send().get();
 ///
-/// A type may declare a `send(queue, completion)` of its own; the future form honours it. So that it does not
+/// A type may declare a `send(queue, completion)` of its own; the future form honours it (of a download or an upload
+/// `send(queue, progress, completion)`). So that it does not
 /// hide the other forms, write `using HTTPGetRequestable::send;` beside it.
 template <class Self, class ResponseType = detail::NoResponse>
 class CORVANE_API HTTPRequestable {
@@ -222,7 +223,11 @@ std::vector<std::string> HTTPRequestable<Self, ResponseType>::_curlCommand() con
 template <class Self, class ResponseType>
 std::string HTTPRequestable<Self, ResponseType>::curlCommand() const {
   auto parts = _curlCommand();
-  if constexpr (detail::CarriesBody<Self>) parts.push_back(detail::curlBodyPart(bodyForDebugOutput()));
+  if constexpr (detail::UploadsFile<Self>) {
+    parts.push_back("-d @" + velisand::fileURL(detail::read(&Self::body, self())).fileSystemPath());
+  } else if constexpr (detail::CarriesBody<Self>) {
+    parts.push_back(detail::curlBodyPart(bodyForDebugOutput()));
+  }
   return detail::joinedWithBlanks(parts);
 }
 

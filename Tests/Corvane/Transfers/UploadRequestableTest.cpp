@@ -110,6 +110,7 @@ TEST_F(UploadTest, describesTheUploadOfAFileWithoutReadingIt) {
 
   EXPECT_EQ(urlRequest.httpBody, std::nullopt);
   EXPECT_EQ(urlRequest.allHTTPHeaderFields.value("Content-Type"), "image/png");
+  EXPECT_TRUE(request.curlCommand().ends_with(" -d @" + request.body().fileSystemPath())) << request.curlCommand();
 }
 
 struct PathUpload : UploadRequestable<PathUpload, DataResponse, std::filesystem::path> {

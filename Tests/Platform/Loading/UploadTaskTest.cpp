@@ -378,6 +378,10 @@ TEST_F(UploadedFileTest, thatIsADeviceIsAnError) {
   EXPECT_EQ(errorOf(URL("file:///dev/zero")).code(), URLErrorCode::resourceUnavailable);
 }
 
+TEST_F(UploadedFileTest, thatDoesNotKnowItsLengthIsAnError) {
+  EXPECT_EQ(errorOf(URL("file:///proc/self/status")).code(), URLErrorCode::resourceUnavailable);
+}
+
 TEST_F(UploadedFileTest, thatIsNotOneIsAnError) {
   EXPECT_EQ(errorOf(URL("http://127.0.0.1/file")).code(), URLErrorCode::unsupportedURL);
   EXPECT_EQ(errorOf(URL("relative")).code(), URLErrorCode::unsupportedURL);

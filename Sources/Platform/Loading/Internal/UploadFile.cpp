@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 
 #include "Platform/Loading/URLErrorCodes.hpp"
 
@@ -10,7 +11,14 @@ namespace platform::detail {
 std::optional<LoadFailure> UploadFile::open(const URL& url) {
   if (!url.isFileURL())
     return LoadFailure{URLErrorCode::unsupportedURL, url.absoluteString() + " is not the URL of a file"};
-  return file_.open(url.fileSystemPath());
+  if (auto failure = file_.open(url.fileSystemPath())) return failure;
+  if (size() > 0) return std::nullopt;
+  // Some files of the system have content though they say that they have none.
+  std::byte first{};
+  auto result = file_.read(0, {&first, 1});
+  if (auto* failure = std::get_if<LoadFailure>(&result)) return std::move(*failure);
+  if (std::get<std::size_t>(result) == 0) return std::nullopt;
+  return LoadFailure{URLErrorCode::resourceUnavailable, file_.path() + ": has content of a length that is not known"};
 }
 
 std::variant<std::size_t, LoadFailure> UploadFile::read(std::span<std::byte> room) {

@@ -12,7 +12,8 @@ namespace platform::detail {
 /// that turns out shorter or longer by the time its end is sent is a failure, since half of something was sent.
 class UploadFile final : public BodySource {
  public:
-  /// Failures: -1002 for the URL of no file, and those of `ReadableFile::open`.
+  /// Failures: -1002 for the URL of no file, -1008 for a file that does not know its length, and those of
+  /// `ReadableFile::open`.
   std::optional<LoadFailure> open(const URL& url);
 
   std::int64_t size() const override { return file_.size(); }
