@@ -4,9 +4,12 @@
 #include <stdlib.h>
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 #include "Platform/Foundation/FileManager.hpp"
 #include "Platform/Loading/URLErrorCodes.hpp"
@@ -14,6 +17,11 @@
 namespace platform::detail {
 
 namespace {
+
+/// How much is written at once. A body comes in pieces of 16 KiB at most. Writing each by itself would cost more than
+/// the copy that gathers them, since a file system keeps a file in units that are larger, and walks through a whole one
+/// at each write.
+constexpr std::size_t gatheringBytes = 128 * 1024;
 
 std::string systemReason(int number) { return std::generic_category().message(number); }
 
@@ -34,6 +42,20 @@ std::optional<LoadFailure> DownloadFile::open() {
 }
 
 std::optional<LoadFailure> DownloadFile::take(Bytes bytes) {
+  if (!gathered_) gathered_ = std::make_unique_for_overwrite<std::byte[]>(gatheringBytes);
+  while (!bytes.empty()) {
+    const std::size_t count = std::min(bytes.size(), gatheringBytes - gatheredBytes_);
+    std::memcpy(gathered_.get() + gatheredBytes_, bytes.data(), count);
+    gatheredBytes_ += count;
+    bytes = bytes.subspan(count);
+    if (gatheredBytes_ < gatheringBytes) continue;
+    if (auto failure = writeGathered()) return failure;
+  }
+  return std::nullopt;
+}
+
+std::optional<LoadFailure> DownloadFile::writeGathered() {
+  Bytes bytes(gathered_.get(), std::exchange(gatheredBytes_, 0));
   while (!bytes.empty()) {
     const ssize_t count = uninterrupted([&] { return ::write(file_.number(), bytes.data(), bytes.size()); });
     if (count < 0) return failure(URLErrorCode::cannotWriteToFile, systemReason(errno));
@@ -43,6 +65,7 @@ std::optional<LoadFailure> DownloadFile::take(Bytes bytes) {
 }
 
 std::optional<LoadFailure> DownloadFile::finish() {
+  if (auto failure = writeGathered()) return failure;
   const bool isInPlace = isAtItsPath();
   if (const int number = file_.close(); number != 0)
     return failure(URLErrorCode::cannotCloseFile, systemReason(number));
