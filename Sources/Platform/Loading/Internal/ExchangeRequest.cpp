@@ -15,12 +15,13 @@ namespace {
 
 /// Bodies above this size are sent in several steps whose progress is watched.
 constexpr std::size_t watchedBodyBytes = 64 * 1024;
-/// How much is read from and written to the network at once: little, since every connection under way has such a
-/// buffer, or much, where it makes a file arrive in two thirds of the time.
+/// How much is read from the network at once: little, since every connection under way has such a buffer, or much,
+/// where it makes a file arrive in two thirds of the time.
 constexpr long ordinaryBufferBytes = 16 * 1024;
 constexpr long fileBufferBytes = 512 * 1024;
-/// For what is sent from memory.
+/// How much is written at once, from memory or from a file. Every write may wake the other side.
 constexpr long uploadBufferBytes = 64 * 1024;
+constexpr long fileUploadBufferBytes = 1024 * 1024;
 
 /// Methods that announce an empty body rather than none (RFC 9110, 8.6).
 bool expectsBody(std::string_view method) { return method == "POST" || method == "PUT" || method == "PATCH"; }
@@ -135,11 +136,12 @@ void Exchange::setBody() {
 }
 
 void Exchange::setBuffers() {
-  const long bytes = owner_->movesFiles() ? fileBufferBytes : ordinaryBufferBytes;
+  const bool movesFiles = owner_->movesFiles();
+  const long bytes = movesFiles ? fileBufferBytes : ordinaryBufferBytes;
   if (bytes == bufferBytes_) return;
   bufferBytes_ = bytes;
   setOption(handle_, CURLOPT_BUFFERSIZE, bytes);
-  setOption(handle_, CURLOPT_UPLOAD_BUFFERSIZE, std::max(bytes, uploadBufferBytes));
+  setOption(handle_, CURLOPT_UPLOAD_BUFFERSIZE, movesFiles ? fileUploadBufferBytes : uploadBufferBytes);
 }
 
 bool Exchange::setHeaders() {
