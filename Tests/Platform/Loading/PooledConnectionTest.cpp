@@ -115,7 +115,9 @@ TEST_F(PooledConnectionTest, thatDiesInsideTheRequestsBodyIsReplacedWithTheWhole
   server.enqueue(Answer().resetConnection(Moment::insideRequestBody));
   server.enqueue(Answer(200).body("again"));
 
-  EXPECT_EQ(load(request(server.url("/"), "PUT", Data(body))).body(), "again");
+  const Loaded loaded = load(request(server.url("/"), "PUT", Data(body)));
+
+  EXPECT_EQ(loaded.body(), "again") << loaded.message();
 
   EXPECT_EQ(server.takeRequest().body, body);
 }

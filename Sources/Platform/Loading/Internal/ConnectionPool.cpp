@@ -224,7 +224,7 @@ int ConnectionPool::socketChanged(CURL* handle, curl_socket_t descriptor, int wh
   socket.wanted = 0;
   if (what & CURL_POLL_IN) socket.wanted |= EPOLLIN;
   if (what & CURL_POLL_OUT) socket.wanted |= EPOLLOUT;
-  if (what == CURL_POLL_REMOVE && !socket.isConnection) {
+  if (what == CURL_POLL_REMOVE && socket.connection == 0) {
     // libcurl's own, by which its resolver calls: it closes that without a word, and the number is soon another's.
     if (exchange && exchange->socket == descriptor) exchange->socket = -1;
     if (socket.registered != 0) pool.loop_.unwatch(descriptor, true);
@@ -279,7 +279,8 @@ bool ConnectionPool::isTainted(int localPort, int remotePort) const {
 }
 
 int ConnectionPool::socketOpened(void* self, curl_socket_t descriptor, curlsocktype) {
-  static_cast<ConnectionPool*>(self)->socketAt(descriptor).isConnection = true;
+  auto& pool = *static_cast<ConnectionPool*>(self);
+  pool.socketAt(descriptor).connection = ++pool.connections_;
   return CURL_SOCKOPT_OK;
 }
 
@@ -332,13 +333,16 @@ void ConnectionPool::ready(int descriptor, std::uint32_t events) {
 /// What the server said is read before anything is sent, which may fail: its answer would be lost.
 void ConnectionPool::serve(int descriptor, int flags) {
   const Exchange* exchange = socketAt(descriptor).exchange;
+  const std::uint64_t connection = socketAt(descriptor).connection;
   if (!exchange || !exchange->isSending() || (flags & CURL_CSELECT_IN) == 0) {
     act(descriptor, flags);
     return;
   }
   act(descriptor, CURL_CSELECT_IN);
   const Socket& socket = socketAt(descriptor);
-  const bool goesOn = socket.isOpen && socket.exchange == exchange && !exchange->isRefused();
+  // The same exchange may have got another connection by now, with the same descriptor.
+  const bool isSame = socket.connection == connection && socket.exchange == exchange;
+  const bool goesOn = isSame && !exchange->isRefused();
   if (goesOn && flags != CURL_CSELECT_IN) act(descriptor, flags & ~CURL_CSELECT_IN);
 }
 

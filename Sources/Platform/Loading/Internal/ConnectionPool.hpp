@@ -68,8 +68,8 @@ class ConnectionPool final : public Ticker, public EventHandler {
     std::uint32_t registered = 0;  ///< what epoll reports
     std::uint32_t wanted = 0;      ///< what libcurl wants
     bool isOpen = false;
-    /// What is not is libcurl's resolver.
-    bool isConnection = false;
+    /// Which connection it is, counted from 1; 0 for libcurl's resolver.
+    std::uint64_t connection = 0;
     bool isTainted = false;
     /// Speaks HTTP/2, where a server may say something at any time.
     bool isMultiplexed = false;
@@ -101,7 +101,8 @@ class ConnectionPool final : public Ticker, public EventHandler {
   Challenge challenge_;
   CURLM* multi_;
   CURLSH* share_ = nullptr;
-  std::vector<Socket> sockets_;  ///< by descriptor
+  std::uint64_t connections_ = 0;  ///< ever opened
+  std::vector<Socket> sockets_;    ///< by descriptor
   std::unordered_map<std::uint32_t, int> descriptorsByPorts_;
   std::vector<std::unique_ptr<Exchange>> active_;
   std::vector<std::unique_ptr<Exchange>> spare_;
