@@ -14,6 +14,8 @@
 #include "Harness/Measurement.hpp"
 #include "Harness/Report.hpp"
 #include "Harness/Scenario.hpp"
+#include "Transfers/TransferMeasurement.hpp"
+#include "Transfers/TransferSeries.hpp"
 
 namespace {
 
@@ -26,8 +28,9 @@ constexpr const char* gzipTitle = "Gzip";
 struct Options {
   bool quick = false;
   int rounds = 0;
-  /// Nothing further is begun after this.
+  /// Nothing further is begun after this, for exchanges and for transfers of files.
   double budgetSeconds = 0;
+  double transferBudgetSeconds = 0;
   /// Scenarios whose title holds this text.
   std::string only;
 };
@@ -51,6 +54,7 @@ Options optionsFrom(const std::vector<std::string>& arguments) {
   }
   if (options.rounds == 0) options.rounds = options.quick ? 2 : 5;
   options.budgetSeconds = options.quick ? 40 : 300;
+  options.transferBudgetSeconds = options.quick ? 15 : 80;
   if (options.rounds < 0) throw std::invalid_argument("There must be at least one round");
   return options;
 }
@@ -95,18 +99,40 @@ std::vector<Series> seriesFrom(const Options& options, const std::vector<Running
 }
 
 /// Ends early, in the middle of a round if need be, when the time is up.
-void runRounds(const Options& options, std::vector<Series>& all, const std::string& certificateFolder) {
+template <class OneSeries, class RunRound>
+void runRounds(int rounds, double budgetSeconds, std::vector<OneSeries>& all, RunRound runRound) {
+  if (all.empty()) return;
   const auto start = std::chrono::steady_clock::now();
-  for (int round = 1; round <= options.rounds; ++round) {
-    std::fprintf(stderr, "round %d of %d\n", round, options.rounds);
-    for (Series& series : all) {
+  for (int round = 1; round <= rounds; ++round) {
+    std::fprintf(stderr, "round %d of %d\n", round, rounds);
+    for (OneSeries& series : all) {
       const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
-      if (elapsed.count() > options.budgetSeconds) {
+      if (elapsed.count() > budgetSeconds) {
         std::fputs("The time is up; is the machine busy with something else?\n", stderr);
         return;
       }
-      series.runRound(certificateFolder);
+      runRound(series);
     }
+  }
+}
+
+void runExchanges(const Options& options, const std::vector<RunningServer>& servers,
+                  const std::filesystem::path& folder) {
+  std::vector<Series> all = seriesFrom(options, servers);
+  runRounds(options.rounds, options.budgetSeconds, all, [&](Series& series) { series.runRound(folder.string()); });
+  for (const Series& series : all) {
+    if (series.measurements.empty()) continue;
+    std::puts(report(series.scenario, series.server.name, series.measurements).c_str());
+  }
+}
+
+void runTransfers(const Options& options, const std::vector<RunningServer>& servers,
+                  const std::filesystem::path& folder) {
+  std::vector<TransferSeries> all = transferSeries(servers, folder, options.quick, clientCore);
+  std::erase_if(all, [&](const TransferSeries& series) { return !isWanted(options, series.title()); });
+  runRounds(options.rounds, options.transferBudgetSeconds, all, [](TransferSeries& series) { series.runRound(); });
+  for (const TransferSeries& series : all) {
+    if (series.wasMeasured()) std::puts(series.report().c_str());
   }
 }
 
@@ -120,12 +146,8 @@ void runAll(const Options& options, const std::filesystem::path& program) {
   } else {
     std::fputs("nginx is not installed; only the server of our own is used.\n", stderr);
   }
-  std::vector<Series> all = seriesFrom(options, servers);
-  runRounds(options, all, folder.path().string());
-  for (const Series& series : all) {
-    if (series.measurements.empty()) continue;
-    std::puts(report(series.scenario, series.server.name, series.measurements).c_str());
-  }
+  runExchanges(options, servers, folder.path());
+  runTransfers(options, servers, folder.path());
   if (isWanted(options, gzipTitle)) std::fputs(gzipReport(options.quick ? 5 : 15).c_str(), stdout);
 }
 
@@ -136,6 +158,8 @@ int main(int argumentCount, char** argumentValues) {
   try {
     if (isMeasuringProcess(arguments)) {
       runMeasuringProcess(arguments);
+    } else if (isTransferringProcess(arguments)) {
+      runTransferringProcess(arguments);
     } else {
       runAll(optionsFrom(arguments), std::filesystem::read_symlink("/proc/self/exe"));
     }

@@ -66,8 +66,8 @@ Measurement runHere(const MeasuringPlan& plan) {
 
 }  // namespace
 
-Measurement measure(const MeasuringPlan& plan) {
-  ChildProcess process(argumentsFrom(plan));
+Measurement measurementOf(const std::vector<std::string>& arguments) {
+  ChildProcess process(arguments);
   std::istringstream line(process.readLine(patienceSeconds));
   Measurement measurement;
   if (!(line >> measurement.seconds >> measurement.cpuSeconds >> measurement.peakMebibytes)) {
@@ -77,13 +77,16 @@ Measurement measure(const MeasuringPlan& plan) {
   return measurement;
 }
 
+void tell(const Measurement& measurement) {
+  std::printf("%.9f %.9f %.6f\n", measurement.seconds, measurement.cpuSeconds, measurement.peakMebibytes);
+}
+
+Measurement measure(const MeasuringPlan& plan) { return measurementOf(argumentsFrom(plan)); }
+
 bool isMeasuringProcess(const std::vector<std::string>& arguments) {
   return arguments.size() > 1 && arguments[1] == marker;
 }
 
-void runMeasuringProcess(const std::vector<std::string>& arguments) {
-  const Measurement measurement = runHere(planFrom(arguments));
-  std::printf("%.9f %.9f %.6f\n", measurement.seconds, measurement.cpuSeconds, measurement.peakMebibytes);
-}
+void runMeasuringProcess(const std::vector<std::string>& arguments) { tell(runHere(planFrom(arguments))); }
 
 }  // namespace bench

@@ -14,6 +14,11 @@ struct Measurement {
   double peakMebibytes = 0;
 };
 
+/// Runs a program that tells its measurement, and returns that.
+Measurement measurementOf(const std::vector<std::string>& arguments);
+/// The other side of that.
+void tell(const Measurement& measurement);
+
 struct MeasuringPlan {
   std::string client;
   Task task;

@@ -81,6 +81,12 @@ Usage Usage::now() {
   return {seconds(usage.ru_utime) + seconds(usage.ru_stime), bench::peakMebibytes()};
 }
 
+Usage Usage::ofChildren() {
+  rusage usage{};
+  checked(getrusage(RUSAGE_CHILDREN, &usage), "getrusage");
+  return {seconds(usage.ru_utime) + seconds(usage.ru_stime), static_cast<double>(usage.ru_maxrss) / 1024};
+}
+
 ChildProcess::ChildProcess(const std::vector<std::string>& arguments, int core) : name_(arguments.front()) {
   Pipe input;
   Pipe output;

@@ -14,13 +14,17 @@ void stayOnCore(int core);
 /// Raises the soft limit of open files to the hard one.
 void allowManyDescriptors();
 
-/// What this process has used so far.
+/// What a process has used so far.
 struct Usage {
   double cpuSeconds = 0;
   /// The most that was ever resident.
   double peakMebibytes = 0;
 
+  /// Of this process.
   static Usage now();
+  /// Of the programs that were run by this process and have ended: their time, and the largest peak. That is never
+  /// below this process's own size, which the kernel counts to a program that replaces it.
+  static Usage ofChildren();
 };
 
 /// A program run by this one, with pipes to its standard input and from its standard output.

@@ -1,13 +1,8 @@
 #include "Harness/Report.hpp"
 
-#include <functional>
-
 #include "Harness/Figures.hpp"
 
 namespace bench {
-namespace {
-
-using Figure = std::function<double(const Measurement&)>;
 
 double medianOf(const Rounds& rounds, const Figure& figure) {
   std::vector<double> values;
@@ -22,6 +17,8 @@ double medianRatio(const Rounds& rounds, const Rounds& baseline, const Figure& f
   }
   return median(ratios);
 }
+
+namespace {
 
 struct Row {
   const Scenario& scenario;

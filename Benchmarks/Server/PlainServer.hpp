@@ -13,11 +13,11 @@
 
 namespace bench {
 
-/// An HTTP/1.1 server that does as little as possible for a GET, so that what a client costs shows: one
+/// An HTTP/1.1 server that does as little as possible for a GET or a PUT, so that what a client costs shows: one
 /// thread, one epoll, answers made beforehand. It listens on two ports of the loopback, plain and TLS.
 ///
 /// `/small` 100 bytes; `/close` the same, then the connection is closed; `/delay100` the same after 100 ms;
-/// `/large` 256 MiB.
+/// `/large` 256 MiB. What is put is thrown away, and answered as what is got.
 class PlainServer {
  public:
   /// The paths name PEM files. No sessions are resumed: each connection makes a full handshake.

@@ -3,13 +3,17 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <charconv>
 #include <vector>
 
 namespace bench {
 namespace {
 
 constexpr std::size_t readSize = 16 * 1024;
+/// Of a head and what came with it. Requests are not sent ahead of answers, so what follows is the body of a PUT.
+constexpr std::size_t inputLimit = 64 * 1024;
 constexpr std::size_t fillerSize = 1024 * 1024;
+constexpr std::size_t discardSize = 1024 * 1024;
 constexpr std::string_view endOfHead = "\r\n\r\n";
 
 bool wouldBlock() { return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR; }
@@ -39,36 +43,81 @@ std::int64_t ServedConnection::tlsOutcome(int result) {
   return 0;
 }
 
+/// Into no room plain bytes are thrown away without a copy.
+std::int64_t ServedConnection::read(char* room, std::size_t count) {
+  std::int64_t got = 0;
+  if (tls_) {
+    got = tlsOutcome(SSL_read(tls_, room, static_cast<int>(count)));
+  } else {
+    got = recv(socket_.number(), room, count, room ? 0 : MSG_TRUNC);
+    if (got < 0 && !wouldBlock()) failed_ = true;
+  }
+  if (got == 0) peerIsDone_ = true;
+  return got;
+}
+
 void ServedConnection::receive() {
+  discardBody();
+  if (uploadBytesLeft_ > 0) return;
   input_.erase(0, std::exchange(consumed_, 0));
-  while (!failed_ && !peerIsDone_) {
+  while (!failed_ && !peerIsDone_ && input_.size() < inputLimit) {
     const std::size_t held = input_.size();
     input_.resize(held + readSize);
-    std::int64_t count = 0;
-    if (tls_) {
-      count = tlsOutcome(SSL_read(tls_, input_.data() + held, readSize));
-    } else {
-      count = recv(socket_.number(), input_.data() + held, readSize, 0);
-      if (count < 0 && !wouldBlock()) failed_ = true;
-    }
+    const std::int64_t count = read(input_.data() + held, readSize);
     input_.resize(held + static_cast<std::size_t>(std::max<std::int64_t>(count, 0)));
-    if (count == 0) peerIsDone_ = true;
     if (count < 0 || (!tls_ && count < static_cast<std::int64_t>(readSize))) return;
   }
 }
 
+void ServedConnection::discardBody() {
+  static std::vector<char>& scratch = *new std::vector<char>(discardSize);
+  const std::size_t arrived = std::min<std::uint64_t>(uploadBytesLeft_, input_.size() - consumed_);
+  consumed_ += arrived;
+  uploadBytesLeft_ -= arrived;
+  while (!failed_ && !peerIsDone_ && uploadBytesLeft_ > 0) {
+    const std::int64_t count =
+        read(tls_ ? scratch.data() : nullptr, std::min<std::uint64_t>(uploadBytesLeft_, discardSize));
+    if (count <= 0) return;
+    uploadBytesLeft_ -= static_cast<std::uint64_t>(count);
+  }
+}
+
+void ServedConnection::takeUpload(std::string_view head) {
+  constexpr std::string_view name = "\r\nContent-Length: ";
+  const std::size_t length = head.find(name);
+  const char* const first = head.data() + length + name.size();
+  if (length == std::string_view::npos ||
+      std::from_chars(first, head.data() + head.size(), uploadBytesLeft_).ec != std::errc()) {
+    failed_ = true;
+    return;
+  }
+  if (head.find("\r\nExpect: 100-continue") != std::string_view::npos) send("HTTP/1.1 100 Continue\r\n\r\n");
+  discardBody();
+}
+
 std::string_view ServedConnection::takeRequest() {
+  if (uploadBytesLeft_ > 0) return {};
+  if (std::exchange(isUploading_, false)) return uploadPath_;
   const std::string_view waiting = std::string_view(input_).substr(consumed_);
   const std::size_t end = waiting.find(endOfHead);
-  if (end == std::string_view::npos) return {};
+  if (end == std::string_view::npos) {
+    failed_ = failed_ || waiting.size() >= inputLimit;
+    return {};
+  }
   consumed_ += end + endOfHead.size();
   const std::string_view head = waiting.substr(0, end);
   const std::size_t last = head.find(" HTTP/1.1\r\n");
-  if (!head.starts_with("GET /") || last == std::string_view::npos) {
+  const bool isUpload = head.starts_with("PUT /");
+  if ((!head.starts_with("GET /") && !isUpload) || last == std::string_view::npos) {
     failed_ = true;
     return {};
   }
-  return head.substr(4, last - 4);
+  const std::string_view path = head.substr(4, last - 4);
+  if (!isUpload) return path;
+  isUploading_ = true;
+  uploadPath_ = path;
+  takeUpload(head);
+  return failed_ ? std::string_view() : takeRequest();
 }
 
 std::int64_t ServedConnection::write(const char* bytes, std::size_t count) {

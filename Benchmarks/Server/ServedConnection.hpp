@@ -28,7 +28,8 @@ class ServedConnection {
 
   /// Takes what has arrived.
   void receive();
-  /// The path of the next complete GET, valid until the next call of `receive`; empty when there is none.
+  /// The path of the next complete request, valid until the next call of `receive`; empty when there is none. A GET
+  /// is complete with its head, a PUT with the body that its Content-Length announces, which is thrown away.
   std::string_view takeRequest();
   void send(std::string_view bytes);
   /// After what `send` was given, `count` bytes of no meaning.
@@ -40,14 +41,21 @@ class ServedConnection {
 
  private:
   bool hasOutput() const { return !output_.empty() || filler_ > 0; }
+  std::int64_t read(char* room, std::size_t count);
   std::int64_t write(const char* bytes, std::size_t count);
   std::int64_t tlsOutcome(int result);
+  void discardBody();
+  void takeUpload(std::string_view head);
 
   std::uint64_t number_;
   Descriptor socket_;
   SSL* tls_ = nullptr;
   std::string input_;
   std::size_t consumed_ = 0;
+  /// Of the PUT whose body is arriving.
+  std::string uploadPath_;
+  std::uint64_t uploadBytesLeft_ = 0;
+  bool isUploading_ = false;
   std::string output_;
   std::size_t sent_ = 0;
   std::uint64_t filler_ = 0;
