@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "Corvane/Request/Describe.hpp"
+#include "Corvane/Request/HTTPBodyRequestable.hpp"
 #include "Corvane/Request/RequestChecks.hpp"
 #include "Corvane/Request/ResponseExchange.hpp"
 #include "Corvane/RequirementReading.hpp"
