@@ -209,6 +209,11 @@ TEST(ToolOptionsTest, saysWhyAFileCannotBeUploaded) {
             "cannot read the file to upload: \"" + folder.path().string() + "\": Is a directory");
 }
 
+TEST(ToolOptionsTest, uploadsRegularFilesOnly) {
+  EXPECT_EQ(problem({.url = "http://host/", .upload = "/dev/null"}),
+            "cannot read the file to upload: \"/dev/null\": Not a regular file");
+}
+
 TEST(ToolOptionsTest, makesAForm) {
   const auto options = ToolOptions::from({.url = "http://host/", .formSections = {"a=b", "c=d"}});
 

@@ -22,7 +22,9 @@ enum ExitStatus { success = 0, failedExchange = 1, wrongUsage = 2 };
 
 // What the library would refuse later is a mistake on the command line: a method that is no token, a header
 // field that the transport owns.
-void requireThatItCanBeSent(const ToolOptions& options) {
+void requireThatItCanBeSent(ToolOptions options) {
+  // The sections were checked before, and building a form reads its files.
+  if (!options.formSections.empty()) options.formSections.assign(1, corvane::MultipartFormSection("name", "value"));
   const std::string problem =
       withNewRequest(options, [](const auto& request) { return request.urlRequest().problem(); });
   if (!problem.empty()) throw UsageError(problem);
