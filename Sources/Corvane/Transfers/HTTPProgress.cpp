@@ -34,8 +34,8 @@ ProgressObservation HTTPProgress::observe(const std::shared_ptr<platform::URLSes
                                           std::optional<platform::DispatchQueue> queue, HTTPProgressHandler handler) {
   if (!handler) return {};
   return task->progress()->observe(
-      [queue = std::move(queue), handler = std::move(handler)](const std::shared_ptr<Progress>& progress) {
-        velisand::async(queue, [handler, progress] { handler(HTTPProgress(progress)); });
+      [queue = std::move(queue), handler = std::move(handler)](const std::shared_ptr<Progress>& current) {
+        velisand::async(queue, [handler, current] { handler(HTTPProgress(current)); });
       });
 }
 
