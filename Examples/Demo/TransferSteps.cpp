@@ -56,9 +56,11 @@ void playDownload(Stage& stage, TestServer& server) {
     const std::string url = server.url("/archive");
     double last = 0;
     // show: download
+    const DispatchQueue progressQueue("progress");
     auto download = DownloadGetRequest(url).send();
-    download.during(DispatchQueue::global(), [&last](HTTPProgress progress) { last = *progress.percentCompleted(); });
+    download.during(progressQueue, [&last](HTTPProgress progress) { last = *progress.percentCompleted(); });
     const HTTPResponse<URL> response = download.get();
+    progressQueue.sync([] {});  // until the last of it was told
     const URL& file = response.fileURL();
     // end
     const Data content = platform::FileManager::contents(file.fileSystemPath());

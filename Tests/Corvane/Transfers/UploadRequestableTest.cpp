@@ -194,7 +194,7 @@ TEST_F(UploadTest, returnsAFutureWithProgress) {
   testing::Expectation<void> isTold;
 
   const auto upload = DataUploadRequest(server.url("/"), std::string(100'000, 'x')).send();
-  upload.during(queue, [&](const HTTPProgress& progress) {
+  upload.during(queue, [isTold](const HTTPProgress& progress) {
     if (progress.percentCompleted() == 1.0) isTold.fulfil();
   });
   gate.open();
