@@ -41,26 +41,32 @@ URLResponse::URLResponse(URL url, std::optional<std::string> mimeType, std::int6
       expectedContentLength_(expectedContentLength),
       textEncodingName_(std::move(textEncodingName)) {}
 
-URLResponse::URLResponse(URL url, const HTTPHeaderFields& fields)
-    : url_(std::move(url)), expectedContentLength_(lengthOf(fields)) {
+URLResponse::URLResponse(URL url, const HTTPHeaderFields& fields, URLResponseFacts known)
+    : url_(std::move(url)),
+      mimeType_(std::move(known.mimeType)),
+      expectedContentLength_(known.expectedContentLength ? *known.expectedContentLength : lengthOf(fields)),
+      textEncodingName_(std::move(known.textEncodingName)) {
   const auto type = contentType(fields);
   if (!type) return;
-  mimeType_ = detail::lowercased(type->value);
+  if (!mimeType_) mimeType_ = detail::lowercased(type->value);
   const std::string* charset = type->parameter("charset");
-  if (charset && !charset->empty()) textEncodingName_ = detail::lowercased(*charset);
+  if (!textEncodingName_ && charset && !charset->empty()) textEncodingName_ = detail::lowercased(*charset);
 }
 
 URLResponse::~URLResponse() = default;
 
 std::string URLResponse::suggestedFilename() const { return detail::suggestedFilename({}, url_, mimeType_); }
 
-HTTPURLResponse::HTTPURLResponse(URL url, int statusCode, std::string httpVersion, HTTPHeaderFields headerFields)
-    : URLResponse(std::move(url), headerFields),
+HTTPURLResponse::HTTPURLResponse(URL url, int statusCode, std::string httpVersion, HTTPHeaderFields headerFields,
+                                 URLResponseFacts known)
+    : URLResponse(std::move(url), headerFields, known),
       statusCode_(statusCode),
       httpVersion_(std::move(httpVersion)),
-      headerFields_(std::move(headerFields)) {}
+      headerFields_(std::move(headerFields)),
+      suggestedFilename_(std::move(known.suggestedFilename)) {}
 
 std::string HTTPURLResponse::suggestedFilename() const {
+  if (suggestedFilename_) return *suggestedFilename_;
   const auto disposition = std::find_if(headerFields_.begin(), headerFields_.end(), [](const auto& field) {
     return detail::equalsIgnoringCase(field.first, "Content-Disposition");
   });

@@ -11,6 +11,14 @@
 
 namespace platform {
 
+/// What is known of an answer from elsewhere than its header fields; what is absent is read from those.
+struct URLResponseFacts {
+  std::optional<std::string> mimeType;
+  std::optional<std::int64_t> expectedContentLength;
+  std::optional<std::string> textEncodingName;
+  std::optional<std::string> suggestedFilename;
+};
+
 /// What came back beside the body. Immutable; held by `std::shared_ptr<const URLResponse>`.
 class CORVANE_API URLResponse {
  public:
@@ -35,8 +43,8 @@ class CORVANE_API URLResponse {
   virtual std::string suggestedFilename() const;
 
  protected:
-  /// Reads the rest from the header fields.
-  URLResponse(URL url, const HTTPHeaderFields& fields);
+  /// Reads from the header fields what is not known.
+  URLResponse(URL url, const HTTPHeaderFields& fields, URLResponseFacts known);
 
  private:
   URL url_;
@@ -45,11 +53,13 @@ class CORVANE_API URLResponse {
   std::optional<std::string> textEncodingName_;
 };
 
-/// An answer over HTTP. MIME type, text encoding, length and file name are read from the header fields.
+/// An answer over HTTP. MIME type, text encoding, length and file name are read from the header fields, unless they
+/// are known otherwise.
 class CORVANE_API HTTPURLResponse final : public URLResponse {
  public:
   /// `httpVersion` is e.g. "HTTP/1.1".
-  HTTPURLResponse(URL url, int statusCode, std::string httpVersion, HTTPHeaderFields headerFields);
+  HTTPURLResponse(URL url, int statusCode, std::string httpVersion, HTTPHeaderFields headerFields,
+                  URLResponseFacts known = {});
 
   int statusCode() const { return statusCode_; }
   const std::string& httpVersion() const { return httpVersion_; }
@@ -61,6 +71,7 @@ class CORVANE_API HTTPURLResponse final : public URLResponse {
   int statusCode_;
   std::string httpVersion_;
   HTTPHeaderFields headerFields_;
+  std::optional<std::string> suggestedFilename_;
 };
 
 }  // namespace platform
