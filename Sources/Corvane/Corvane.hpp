@@ -5,7 +5,12 @@
 ///     #include <Corvane/Corvane.hpp>
 ///     using namespace corvane;
 
+#include "Corvane/Behaviours/HTTPBatch.hpp"
+#include "Corvane/Behaviours/HTTPMockable.hpp"
+#include "Corvane/Behaviours/HTTPPolling.hpp"
+#include "Corvane/Behaviours/HTTPRetryAtempting.hpp"
 #include "Corvane/Errors/CFNetworkErrors.hpp"
+#include "Corvane/Errors/HTTPNetworkForbiddenError.hpp"
 #include "Corvane/Errors/HTTPRequestError.hpp"
 #include "Corvane/Errors/HTTPResponseError.hpp"
 #include "Corvane/Errors/HTTPUnknownError.hpp"

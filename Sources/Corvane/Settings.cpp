@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <mutex>
 
-#include "Corvane/Behaviours/BodyCache.hpp"
+#include "Corvane/DebugOutput/BodyCache.hpp"
 #include "Corvane/Transport/HTTPService.hpp"
 
 namespace corvane {
@@ -25,6 +25,8 @@ struct TrustedCertificates {
 }  // namespace
 
 constinit std::atomic<HTTPVerbosityLevel> Corvane::verbosity = HTTPVerbosityLevel::none;
+
+constinit std::atomic<bool> Corvane::isNetworkForbidden = false;
 
 std::vector<URL> Corvane::trustedCertificates() {
   auto& certificates = TrustedCertificates::shared();

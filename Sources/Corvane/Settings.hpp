@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "Corvane/Behaviours/HTTPVerbosityLevel.hpp"
+#include "Corvane/DebugOutput/HTTPVerbosityLevel.hpp"
 #include "Platform/Export.hpp"
 #include "Platform/Foundation/AnyValue.hpp"
 #include "Platform/Foundation/URL.hpp"
@@ -19,6 +19,11 @@ class CORVANE_API Corvane {
 
   /// How much is logged about each exchange; `none` at first. May be changed at any time.
   static std::atomic<HTTPVerbosityLevel> verbosity;
+
+  /// For tests; false at first. While it is true, every request that would use the network fails with an
+  /// `HTTPNetworkForbiddenError`, which names it, and nothing is sent; mocks answer as ever. May be changed at any
+  /// time.
+  static std::atomic<bool> isNetworkForbidden;
 
   /// Certificate files (DER) that servers may be trusted through, beside the system's anchors, in the order
   /// in which they were added. Of several, only the last that can be used counts.

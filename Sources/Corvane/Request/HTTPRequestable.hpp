@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include "Corvane/Behaviours/HTTPRequestableDebugAdditions.hpp"
-#include "Corvane/Behaviours/ShellCommand.hpp"
+#include "Corvane/DebugOutput/HTTPRequestableDebugAdditions.hpp"
+#include "Corvane/DebugOutput/ShellCommand.hpp"
 #include "Corvane/Request/Describe.hpp"
 #include "Corvane/Request/HTTPBodyRequestable.hpp"
 #include "Corvane/Request/RequestChecks.hpp"
@@ -101,7 +101,8 @@ class CORVANE_API HTTPRequestable {
 
   /// Sends the request. Any thread; returns at once, never throws, and never calls the completion itself.
   /// Whatever the outcome, the completion gets it as a response, once, asynchronously on the queue (absent:
-  /// the main queue). Nothing at all happens when `shouldSend` is false.
+  /// the main queue). Nothing at all happens when `shouldSend` is false. Where the answer comes from depends on the
+  /// behaviours that the type adopts: the network, a mock, or the shared polling of the type.
   void send(std::optional<platform::DispatchQueue> queue, Completion completion) const;
   /// The same, with the completion on the main queue.
   void send(Completion completion) const;
@@ -161,7 +162,13 @@ class CORVANE_API HTTPRequestable {
 template <class Self, class ResponseType>
 void HTTPRequestable<Self, ResponseType>::send(std::optional<platform::DispatchQueue> queue,
                                                Completion completion) const {
-  if constexpr (detail::isSoundRequest<Self>) detail::takeItsRoad(self(), std::move(queue), std::move(completion));
+  if constexpr (detail::isSoundRequest<Self>) {
+    if constexpr (detail::Transfers<Self>) {
+      self().send(std::move(queue), nullptr, std::move(completion));
+    } else {
+      detail::takeItsRoad(self(), std::move(queue), std::move(completion));
+    }
+  }
 }
 
 template <class Self, class ResponseType>

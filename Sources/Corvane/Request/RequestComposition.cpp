@@ -110,6 +110,12 @@ std::string urlString(const URLDescription& target) {
   return target.baseURL.absoluteString() + target.path + query;
 }
 
+HTTPHeaderFields textHeaders(const HTTPHeaders& headers) {
+  HTTPHeaderFields fields;
+  merge(fields, headers);
+  return fields;
+}
+
 HTTPHeaderFields composedHeaders(const RequestDescription& description) {
   HTTPHeaderFields fields = defaultHeaders(description.acceptType.value());
   merge(fields, description.sharedHeaders);

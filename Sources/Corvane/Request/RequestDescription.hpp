@@ -60,6 +60,8 @@ CORVANE_API platform::URL urlForDebugOutput(const URLDescription& target);
 /// items a=1, b=2, c=3 read ",,a=1b=2c=3". It is not the URL that is sent.
 CORVANE_API std::string urlString(const URLDescription& target);
 
+/// Every value as the text that is sent.
+CORVANE_API platform::HTTPHeaderFields textHeaders(const HTTPHeaders& headers);
 /// The defaults, then the shared headers, then the request's own; later ones replace earlier ones.
 CORVANE_API platform::HTTPHeaderFields composedHeaders(const RequestDescription& description);
 /// Throws what `createURL` throws.

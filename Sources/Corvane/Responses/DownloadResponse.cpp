@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <system_error>
 
-#include "Corvane/Behaviours/HTTPRequestableDebugAdditions.hpp"
+#include "Corvane/DebugOutput/HTTPRequestableDebugAdditions.hpp"
 #include "Corvane/Errors/HTTPResponseError.hpp"
 #include "Corvane/Errors/HTTPUnknownError.hpp"
 #include "Corvane/ModuleLogger.hpp"

@@ -35,7 +35,8 @@ namespace corvane {
 /// -3000, -3002 and -3003 when the file cannot be made or written, as on a full disk.
 template <class Self, class DownloadType = platform::URL, class ResponseType = DownloadResponse<DownloadType>>
 class DownloadRequestable : public detail::TransferRequestable<Self, ResponseType, detail::download>,
-                            public detail::GetMethod<Self> {
+                            public detail::GetMethod<Self>,
+                            public detail::DownloadMark {
   static_assert(velisand::FileInitializable<DownloadType>,
                 "`Download` must be a type that is made from a file: URL, Data, std::string, a JSON model, or a class "
                 "with a constructor that takes a URL or a Data");

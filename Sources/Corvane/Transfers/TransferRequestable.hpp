@@ -23,7 +23,7 @@ using TransferRoad = void (*)(std::shared_ptr<Exchange>, std::shared_ptr<Progres
 
 /// What downloads and uploads have in common: they are sent with somebody who wants to know of the progress.
 template <class Self, class ResponseType, TransferRoad road>
-class TransferRequestable : public HTTPRequestable<Self, ResponseType>, public TransferMixin {
+class TransferRequestable : public HTTPRequestable<Self, ResponseType>, public TransferMark {
   using Base = HTTPRequestable<Self, ResponseType>;
 
  public:
@@ -31,7 +31,8 @@ class TransferRequestable : public HTTPRequestable<Self, ResponseType>, public T
   using typename Base::Completion;
   using typename Base::Response;
 
-  /// The same as the other forms, with progress: see `HTTPProgressHandler`. The handler may be null.
+  /// The same as the other forms, with progress: see `HTTPProgressHandler`. The handler may be null. A mock has no
+  /// progress to tell of.
   void send(std::optional<platform::DispatchQueue> queue, HTTPProgressHandler progress, Completion completion) const;
   /// The same with progress and completion on the main queue.
   void send(HTTPProgressHandler progress, Completion completion) const;
@@ -50,8 +51,7 @@ class TransferRequestable : public HTTPRequestable<Self, ResponseType>, public T
 template <class Self, class ResponseType, TransferRoad road>
 void TransferRequestable<Self, ResponseType, road>::send(std::optional<platform::DispatchQueue> queue,
                                                          HTTPProgressHandler progress, Completion completion) const {
-  if constexpr (isSoundRequest<Self>)
-    self().sendToNetwork(std::move(queue), std::move(progress), std::move(completion));
+  if constexpr (isSoundRequest<Self>) takeItsRoad(self(), std::move(queue), std::move(completion), std::move(progress));
 }
 
 template <class Self, class ResponseType, TransferRoad road>

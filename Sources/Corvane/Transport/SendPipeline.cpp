@@ -3,7 +3,9 @@
 #include <utility>
 
 #include "Corvane/Errors/CFNetworkErrors.hpp"
+#include "Corvane/Errors/HTTPNetworkForbiddenError.hpp"
 #include "Corvane/Errors/HTTPResponseError.hpp"
+#include "Corvane/Settings.hpp"
 #include "Corvane/Transfers/Internal/ProgressRelay.hpp"
 #include "Corvane/Transfers/Internal/RelocatedFile.hpp"
 #include "Corvane/Transport/HTTPService.hpp"
@@ -60,23 +62,29 @@ URLSession::DownloadCompletion downloadCompletion(std::shared_ptr<Exchange> exch
   };
 }
 
+URLRequest permittedRequest(const Exchange& exchange) {
+  URLRequest request = exchange.urlRequest();
+  if (Corvane::isNetworkForbidden) throw HTTPNetworkForbiddenError(request.httpMethod, request.url);
+  return request;
+}
+
 std::shared_ptr<URLSessionTask> makeDataTask(const std::shared_ptr<Exchange>& exchange) {
   const auto session = sessionFor(*exchange);
-  return session->dataTask(exchange->urlRequest(), dataCompletion(exchange));
+  return session->dataTask(permittedRequest(*exchange), dataCompletion(exchange));
 }
 
 std::shared_ptr<URLSessionTask> makeDownloadTask(const std::shared_ptr<Exchange>& exchange,
                                                  const std::shared_ptr<ProgressRelay>& relay) {
   const auto session = sessionFor(*exchange);
   const ObservationSlot slot = slotFor(relay);
-  auto task = session->downloadTask(exchange->urlRequest(), downloadCompletion(exchange, slot));
+  auto task = session->downloadTask(permittedRequest(*exchange), downloadCompletion(exchange, slot));
   if (slot) *slot = relay->observe(task, exchange->completionQueue());
   return task;
 }
 
 std::shared_ptr<URLSessionTask> makeUploadTask(const std::shared_ptr<Exchange>& exchange,
                                                const std::shared_ptr<ProgressRelay>& relay) {
-  URLRequest request = exchange->urlRequest();
+  URLRequest request = permittedRequest(*exchange);
   const auto session = sessionFor(*exchange);
   const ObservationSlot slot = slotFor(relay);
   std::shared_ptr<URLSessionTask> task;
@@ -142,7 +150,7 @@ void send(std::shared_ptr<Exchange> exchange, TaskMaker makeTask) {
   task->resume();
 }
 
-void concludeExchange(std::shared_ptr<Exchange> exchange, const TaskOutcome& received, TaskOutcome outcome) {
+void conclude(std::shared_ptr<Exchange> exchange, const TaskOutcome& received, TaskOutcome outcome) {
   exchange->makeResponse(outcome);
   if (auto error = errorThrownBy([&] { exchange->validateResponse(); })) {
     outcome.error = std::move(error);
@@ -168,13 +176,17 @@ void upload(std::shared_ptr<Exchange> exchange, std::shared_ptr<ProgressRelay> r
 void processTaskCompletion(std::shared_ptr<Exchange> exchange, TaskOutcome outcome) {
   TaskOutcome received = outcome;
   if (auto error = errorThrownBy([&] { check(*exchange, received); })) outcome.error = std::move(error);
+  concludeExchange(std::move(exchange), std::move(received), std::move(outcome));
+}
+
+void concludeExchange(std::shared_ptr<Exchange> exchange, TaskOutcome received, TaskOutcome outcome) {
   if (!exchange->isLongToMake(outcome)) {
-    concludeExchange(std::move(exchange), received, std::move(outcome));
+    conclude(std::move(exchange), received, std::move(outcome));
     return;
   }
   platform::DispatchQueue::global().async(
       [exchange = std::move(exchange), received = std::move(received), outcome = std::move(outcome)]() mutable {
-        concludeExchange(std::move(exchange), received, std::move(outcome));
+        conclude(std::move(exchange), received, std::move(outcome));
       });
 }
 

@@ -89,6 +89,10 @@ CORVANE_API void upload(std::shared_ptr<Exchange> exchange, std::shared_ptr<Prog
 /// delivery; or on the global queue, if the response is long to make.
 CORVANE_API void processTaskCompletion(std::shared_ptr<Exchange> exchange, TaskOutcome outcome);
 
+/// The same for an outcome that is judged already: its error is what makes it a failure. `received` is what debug
+/// output tells of.
+CORVANE_API void concludeExchange(std::shared_ptr<Exchange> exchange, TaskOutcome received, TaskOutcome outcome);
+
 /// Throws what makes the outcome a failure: the task's error in the library's terms, or an unacceptable status.
 CORVANE_API void check(const Exchange& exchange, const TaskOutcome& outcome);
 

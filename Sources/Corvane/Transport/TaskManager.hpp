@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "Platform/Dispatch/UniqueFunction.hpp"
 #include "Platform/Export.hpp"
 #include "Platform/Foundation/UUID.hpp"
 
@@ -24,10 +25,17 @@ class CORVANE_API TaskManager {
 
   /// Registers a task; one that is registered under the same UUID is forgotten, not cancelled.
   void insert(std::shared_ptr<platform::URLSessionTask> task, platform::UUID uuid);
+  /// The same for work that is no task: `cancel` is called, on the manager's queue, in place of cancelling one.
+  void insert(platform::Block cancel, platform::UUID uuid);
   /// Forgets the task, if there is one. It keeps running.
   void removeTask(platform::UUID uuid);
-  /// Forgets the task and cancels it; without a task it does nothing.
+  /// Forgets the task and cancels it; without a task it does nothing. Then calls the handlers.
   void cancelTask(platform::UUID uuid);
+
+  /// From now on the handler is called for each cancellation of the UUID, on the manager's queue, whether there is a
+  /// task then or not; for work that goes on between tasks.
+  void addCancellationHandler(std::shared_ptr<platform::Block> handler, platform::UUID uuid);
+  void removeCancellationHandler(std::shared_ptr<platform::Block> handler, platform::UUID uuid);
 
  private:
   TaskManager();

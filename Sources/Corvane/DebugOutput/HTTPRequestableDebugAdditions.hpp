@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "Corvane/Behaviours/HTTPVerbosityLevel.hpp"
+#include "Corvane/DebugOutput/HTTPVerbosityLevel.hpp"
 #include "Corvane/Responses/HTTPStatus.hpp"
 #include "Platform/Export.hpp"
 #include "Platform/Foundation/Data.hpp"

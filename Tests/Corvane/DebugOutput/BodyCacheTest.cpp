@@ -1,4 +1,4 @@
-#include "Corvane/Behaviours/BodyCache.hpp"
+#include "Corvane/DebugOutput/BodyCache.hpp"
 
 #include <gtest/gtest.h>
 

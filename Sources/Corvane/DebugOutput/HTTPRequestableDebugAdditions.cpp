@@ -1,6 +1,6 @@
-#include "Corvane/Behaviours/HTTPRequestableDebugAdditions.hpp"
+#include "Corvane/DebugOutput/HTTPRequestableDebugAdditions.hpp"
 
-#include "Corvane/Behaviours/BodyCache.hpp"
+#include "Corvane/DebugOutput/BodyCache.hpp"
 #include "Corvane/ModuleLogger.hpp"
 #include "Corvane/Settings.hpp"
 #include "Platform/Loading/URLErrorCodes.hpp"

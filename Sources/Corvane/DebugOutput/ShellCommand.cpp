@@ -1,4 +1,4 @@
-#include "Corvane/Behaviours/ShellCommand.hpp"
+#include "Corvane/DebugOutput/ShellCommand.hpp"
 
 #include <algorithm>
 #include <string_view>

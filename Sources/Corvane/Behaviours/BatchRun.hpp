@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+
+#include "Corvane/Behaviours/HTTPBatchMode.hpp"
+#include "Platform/Dispatch/DispatchQueue.hpp"
+#include "Platform/Export.hpp"
+
+namespace corvane::detail {
+
+/// One batch on its way. Lives as long as a response of it may come. The typed shell (`TypedBatchRun`) knows requests
+/// and responses.
+class CORVANE_API BatchRun : public std::enable_shared_from_this<BatchRun> {
+ public:
+  virtual ~BatchRun();
+  BatchRun(const BatchRun&) = delete;
+  BatchRun& operator=(const BatchRun&) = delete;
+
+  /// The batch must not be empty.
+  void start(HTTPBatchMode mode);
+
+ protected:
+  explicit BatchRun(std::optional<platform::DispatchQueue> queue) : queue_(std::move(queue)) {}
+
+  const std::optional<platform::DispatchQueue>& completionQueue() const { return queue_; }
+
+  virtual std::size_t count() const = 0;
+  /// In seconds.
+  virtual double timeoutInterval(std::size_t index) const = 0;
+  /// Sends one; its response is kept and told, and then `whenAnswered` called.
+  virtual void send(std::size_t index, platform::Block whenAnswered) = 0;
+  /// Keeps a response that says so.
+  virtual void keepTimeout() = 0;
+  /// Calls the completion with what was kept.
+  virtual void complete() = 0;
+
+ private:
+  const std::optional<platform::DispatchQueue> queue_;
+
+  friend class ParallelBatch;
+  friend class SerialBatches;
+};
+
+}  // namespace corvane::detail

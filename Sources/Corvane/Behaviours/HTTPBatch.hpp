@@ -1,0 +1,137 @@
+#pragma once
+
+#include <concepts>
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "Corvane/Behaviours/BatchRun.hpp"
+#include "Corvane/Behaviours/HTTPBatchMode.hpp"
+#include "Corvane/Behaviours/ThreadSafeArray.hpp"
+#include "Corvane/Errors/HTTPResponseError.hpp"
+#include "Corvane/Request/HTTPRequestable.hpp"
+
+namespace corvane {
+
+namespace detail {
+
+template <class Request>
+concept IsRequest = requires {
+  typename Request::Response;
+  requires std::derived_from<Request, HTTPRequestable<Request, typename Request::Response>>;
+};
+
+/// The requests' own type.
+template <class Requests>
+using RequestOf = std::remove_cvref_t<decltype(*std::begin(std::declval<const Requests&>()))>;
+
+template <class Requests>
+concept RequestRange = requires(const Requests& requests) {
+  std::begin(requests);
+  std::end(requests);
+} && IsRequest<RequestOf<Requests>>;
+
+/// A batch of one request type. The requests are copies.
+template <class Request>
+class TypedBatchRun final : public BatchRun {
+ public:
+  using Response = typename Request::Response;
+  using Update = platform::UniqueFunction<void(const Request&, const Response&)>;
+  using Completion = platform::UniqueFunction<void(std::vector<Response>)>;
+
+  TypedBatchRun(std::vector<Request> requests, std::optional<platform::DispatchQueue> queue, Update update,
+                Completion completion)
+      : BatchRun(std::move(queue)),
+        requests_(std::move(requests)),
+        update_(std::move(update)),
+        completion_(std::move(completion)) {}
+
+ private:
+  std::size_t count() const override { return requests_.size(); }
+  double timeoutInterval(std::size_t index) const override { return timeoutInSeconds(requests_[index]); }
+  void send(std::size_t index, platform::Block whenAnswered) override {
+    const auto self = std::static_pointer_cast<TypedBatchRun>(shared_from_this());
+    requests_[index].send(completionQueue(),
+                          [self, index, whenAnswered = std::move(whenAnswered)](Response response) mutable {
+                            if (self->update_) self->update_(self->requests_[index], response);
+                            self->responses_.append(std::move(response));
+                            whenAnswered();
+                          });
+  }
+  void keepTimeout() override {
+    responses_.append(Response(std::nullopt, std::nullopt, nullptr,
+                               platform::Error(HTTPResponseError::unacceptableStatus(HTTPStatus::requestTimeout))));
+  }
+  void complete() override { completion_(responses_.take()); }
+
+  const std::vector<Request> requests_;
+  Update update_;
+  Completion completion_;
+  ThreadSafeArray<Response> responses_;
+};
+
+template <class Request>
+void sendBatch(std::vector<Request> requests, std::optional<platform::DispatchQueue> queue, HTTPBatchMode mode,
+               typename TypedBatchRun<Request>::Update update, typename TypedBatchRun<Request>::Completion completion) {
+  if (requests.empty()) {
+    velisand::async(queue, [completion = std::move(completion)]() mutable { completion({}); });
+    return;
+  }
+  std::make_shared<TypedBatchRun<Request>>(std::move(requests), std::move(queue), std::move(update),
+                                           std::move(completion))
+      ->start(mode);
+}
+
+template <class Requests>
+std::vector<RequestOf<Requests>> copied(const Requests& requests) {
+  return {std::begin(requests), std::end(requests)};
+}
+
+}  // namespace detail
+
+/// Sends a list of requests of one type: any range of them, such as a `std::vector`, `std::span` or `std::array`. Each
+/// is sent as `request.send(queue, completion)` does. Returns at once; the requests are copied.
+///
+///     send(requests, DispatchQueue::main(), true, {}, [](std::vector<DataResponse> responses) { … });
+///     const auto responses = co_await send(requests, HTTPBatchMode::parallel(8));
+///
+/// - `queue`: where every response and, in the end, the list is delivered. Absent: responses on the main queue; the
+///   list on the global queue for a parallel batch, on the main queue otherwise.
+/// - `mode`: `true`, or `HTTPBatchMode::parallel()`: all at once; `false`, or `HTTPBatchMode::serial()`: one after
+///   another.
+/// - `update`: called with each request and its response, as they come; may be empty. On a concurrent queue several
+///   calls may overlap.
+/// - `completion`: called once, with all responses in the order in which they came, failures included. An empty list
+///   of requests gives an empty list of responses.
+///
+/// **Serial batches** of the process run one after another; no thread is held meanwhile. Each request gets its
+/// `timeoutInterval`, cut to whole seconds, to answer (so less than a second is no time at all; an interval that is
+/// not finite, or beyond 64 bits, ends the process). Then a response with
+/// `HTTPResponseError::unacceptableStatus(requestTimeout)` takes its place, without an `update`, and the next request
+/// is sent. The late one goes on: when its response comes, `update` is called with it, and it joins the list, unless
+/// that was delivered already. So there may be more responses than requests.
+///
+/// A request whose `shouldSend` is false never answers: in a serial batch it times out, and a parallel one never ends.
+template <detail::RequestRange Requests>
+void send(const Requests& requests, std::optional<platform::DispatchQueue> queue, HTTPBatchMode mode,
+          typename detail::TypedBatchRun<detail::RequestOf<Requests>>::Update update,
+          typename detail::TypedBatchRun<detail::RequestOf<Requests>>::Completion completion) {
+  detail::sendBatch(detail::copied(requests), std::move(queue), mode, std::move(update), std::move(completion));
+}
+
+/// The same with a future of the list, which never fails, and is completed on the caller's queue, where there is one.
+template <detail::RequestRange Requests>
+auto send(const Requests& requests, HTTPBatchMode mode,
+          typename detail::TypedBatchRun<detail::RequestOf<Requests>>::Update update = {})
+    -> velisand::Future<std::vector<typename detail::RequestOf<Requests>::Response>> {
+  using Responses = std::vector<typename detail::RequestOf<Requests>::Response>;
+  auto queue = velisand::currentQueue();
+  const auto future = queue ? velisand::Future<Responses>::completedOn(*queue) : velisand::Future<Responses>();
+  detail::sendBatch(detail::copied(requests), std::move(queue), mode, std::move(update),
+                    [future](Responses responses) { future.markCompletion(std::move(responses)); });
+  return future;
+}
+
+}  // namespace corvane

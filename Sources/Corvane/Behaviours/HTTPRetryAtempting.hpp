@@ -1,0 +1,164 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "Corvane/Behaviours/HTTPRetryPolicy.hpp"
+#include "Corvane/Behaviours/HTTPRetryResult.hpp"
+#include "Corvane/Behaviours/PollResponse.hpp"
+#include "Corvane/Behaviours/TypedRetryRun.hpp"
+#include "Corvane/Request/HTTPRequestable.hpp"
+
+namespace corvane {
+
+namespace detail {
+
+#define CORVANE_READS(Value, property) (requires { requires ReadsAs<decltype(&Self::property), Self, Value>; })
+
+template <class Self>
+constexpr bool checkRetry() {
+  static_assert(
+      requires { &Self::retryInterval; },
+      "`retryInterval` is required: write `static constexpr double retryInterval = 2`, in seconds, or `double "
+      "retryInterval() const`");
+  static_assert(
+      !requires { &Self::retryInterval; } || CORVANE_READS(platform::Seconds, retryInterval),
+      "`retryInterval` must be a number of seconds or a std::chrono duration");
+  static_assert(
+      requires { &Self::retryLimit; },
+      "`retryLimit` is required: write `static constexpr std::int64_t retryLimit = 3`, or `std::int64_t retryLimit() "
+      "const`");
+  static_assert(
+      !requires { &Self::retryLimit; } || CORVANE_READS(std::int64_t, retryLimit),
+      "`retryLimit` must convert to std::int64_t");
+  static_assert(CORVANE_READS(std::int64_t, retryDelta), "`retryDelta` must convert to std::int64_t: whole seconds");
+  static_assert(CORVANE_READS(HTTPRetryPolicy, retryPolicy),
+                "`retryPolicy` must be an HTTPRetryPolicy: write `HTTPRetryPolicy retryPolicy() const`, or a stored or "
+                "static member of that type");
+  return CORVANE_READS(platform::Seconds, retryInterval) && CORVANE_READS(std::int64_t, retryLimit) &&
+         CORVANE_READS(std::int64_t, retryDelta) && CORVANE_READS(HTTPRetryPolicy, retryPolicy);
+}
+
+#undef CORVANE_READS
+
+}  // namespace detail
+
+/// Lets a request be sent again, after a growing wait, when it failed, and be told of all attempts at once.
+///
+///     struct GetUser : JSONGetRequestable<GetUser, User>, HTTPRetryAttempting<GetUser> {
+///       static constexpr double retryInterval = 2;
+///       static constexpr std::int64_t retryLimit = 3;
+///       …
+///     };
+///
+///     GetUser().sendAttemptingRetry([](HTTPRetryResult<JSONResponse<User>> result) { … });
+///     const auto result = co_await GetUser().sendAttemptingRetry();
+///
+/// | you write                                  | default                                                           |
+/// |--------------------------------------------|-------------------------------------------------------------------|
+/// | `retryInterval`: seconds or a duration     | none; the fixed part of every wait                                |
+/// | `retryLimit`: integer                      | none; see below                                                   |
+/// | `retryDelta`: whole seconds                | 1; by so much each wait is longer than the one before             |
+/// | `retryPolicy`: `HTTPRetryPolicy`           | every failure is retried, after exactly that wait                 |
+/// | `shouldRetry(const Response&) const`       | true; called for a failure that would be retried, must not throw  |
+///
+/// The requirements may be static, stored or computed. An attempt is a `send`, whatever that does for the type: so
+/// mocks and `send`s of one's own are retried, too. An attempt has failed when its response's `result` has an error.
+///
+/// **The rule.** Attempts count from 0. A failed one is followed by another as long as its number is not above
+/// `retryLimit`; so there are at most `retryLimit` + 2, and for a negative limit one. After attempt n the wait is
+/// `retryInterval` + n x `retryDelta` seconds (a product beyond 64 bits ends the process). The result then is:
+/// - `noFailure` with the response, when it was attempt 0, whether that failed or not;
+/// - `totalFailure` with all responses, when it was attempt number `retryLimit`: even though that one succeeded, and
+///   also where `shouldRetry`, the policy or a cancellation ended it;
+/// - `partialFailure` with the last response and those before, otherwise; so, too, when all attempts failed.
+///
+/// Attempts never overlap. Decisions are made on a queue of the send's own, waits pass without holding a thread, and
+/// the completion is called once, on its queue (absent: the main queue). It is never called when `shouldSend` is false.
+///
+/// **Of a polling type** `sendAttemptingRetry` starts polling, if the type does not poll yet, and fires a poll, which
+/// is itself retrying; when even that fails, it is repeated by the same rule. Handlers of the polling hear of each.
+template <class Self>
+class HTTPRetryAttempting : public detail::RetryMark {
+ public:
+  static std::int64_t retryDelta() { return 1; }
+  static HTTPRetryPolicy retryPolicy() { return {}; }
+  template <class Response>
+  bool shouldRetry(const Response&) const {
+    return true;
+  }
+  /// A fresh serial queue with every call: where the decisions of one send are made.
+  platform::DispatchQueue retryQueue() const { return detail::makeRetryQueue(); }
+
+  template <class Request = Self>
+  void sendAttemptingRetry(
+      std::optional<platform::DispatchQueue> queue,
+      platform::UniqueFunction<void(HTTPRetryResult<typename Request::Response>)> completion) const;
+  /// The same with the completion on the main queue.
+  template <class Request = Self>
+  void sendAttemptingRetry(
+      platform::UniqueFunction<void(HTTPRetryResult<typename Request::Response>)> completion) const {
+    sendAttemptingRetry<Request>(platform::DispatchQueue::main(), std::move(completion));
+  }
+  /// The same with a future, which is completed on the caller's queue, where there is one. It never fails: whatever
+  /// came of the attempts is in the result.
+  template <class Request = Self>
+  velisand::Future<HTTPRetryResult<typename Request::Response>> sendAttemptingRetry() const;
+
+  /// For polling types: a retrying send outside of the polling whose completion gets the one response that counts,
+  /// the successful one of the result, or else the last.
+  template <class Request = Self>
+  void sendFromPoll(std::optional<platform::DispatchQueue> queue, typename Request::Completion completion) const;
+
+ private:
+  const Self& self() const { return static_cast<const Self&>(*this); }
+};
+
+template <class Self>
+template <class Request>
+void HTTPRetryAttempting<Self>::sendAttemptingRetry(
+    std::optional<platform::DispatchQueue> queue,
+    platform::UniqueFunction<void(HTTPRetryResult<typename Request::Response>)> completion) const {
+  if constexpr (detail::isSoundRequest<Request> && detail::checkRetry<Request>()) {
+    constexpr auto kind = detail::Polls<Request> ? detail::RetryKind::poll : detail::RetryKind::send;
+    if constexpr (detail::Polls<Request>) {
+      if (!Request::isPolling()) Request::poll();
+    }
+    std::make_shared<detail::TypedRetryRun<Request>>(self(), kind, std::move(queue), std::move(completion))->start();
+  }
+}
+
+template <class Self>
+template <class Request>
+auto HTTPRetryAttempting<Self>::sendAttemptingRetry() const
+    -> velisand::Future<HTTPRetryResult<typename Request::Response>> {
+  using Result = HTTPRetryResult<typename Request::Response>;
+  auto queue = velisand::currentQueue();
+  const auto future = queue ? velisand::Future<Result>::completedOn(*queue) : velisand::Future<Result>();
+  sendAttemptingRetry<Request>(std::move(queue), [future](Result result) { future.markCompletion(std::move(result)); });
+  return future;
+}
+
+template <class Self>
+template <class Request>
+void HTTPRetryAttempting<Self>::sendFromPoll(std::optional<platform::DispatchQueue> queue,
+                                             typename Request::Completion completion) const {
+  static_assert(detail::Polls<Request>, "`sendFromPoll` is for request types that are HTTPPolling, too");
+  if constexpr (detail::isSoundRequest<Request> && detail::checkRetry<Request>() && detail::Polls<Request>) {
+    using Response = typename Request::Response;
+    auto deliver = [queue, completion = std::move(completion)](HTTPRetryResult<Response> result) mutable {
+      velisand::async(
+          queue, [completion = std::move(completion), response = detail::responseOfPoll(std::move(result))]() mutable {
+            completion(std::move(response));
+          });
+    };
+    std::make_shared<detail::TypedRetryRun<Request>>(self(), detail::RetryKind::fromPoll, std::move(queue),
+                                                     std::move(deliver))
+        ->start();
+  }
+}
+
+}  // namespace corvane

@@ -1,0 +1,109 @@
+#include "Corvane/Behaviours/MockAnswer.hpp"
+
+#include <utility>
+
+#include "Corvane/Errors/HTTPResponseError.hpp"
+#include "Corvane/Request/RequestDescription.hpp"
+#include "Corvane/Transfers/Internal/RelocatedFile.hpp"
+#include "Corvane/Transport/TaskManager.hpp"
+#include "Platform/Foundation/FileManager.hpp"
+#include "Platform/Foundation/TemporaryFile.hpp"
+#include "Platform/Loading/URLErrorCodes.hpp"
+#include "Platform/Trap.hpp"
+
+namespace corvane::detail {
+
+using platform::Data;
+using platform::DispatchQueue;
+using platform::Error;
+using platform::HTTPURLResponse;
+using platform::URL;
+
+namespace {
+
+constexpr const char* httpVersion = "1.1";
+
+/// An answer that was not given yet. Touched on the mock queue only, once it was handed over.
+struct PendingAnswer {
+  std::shared_ptr<Exchange> exchange;
+  MockBody body;
+  platform::UniqueFunction<TaskOutcome()> makeOutcome;
+};
+
+std::shared_ptr<RelocatedFile> writtenFile(const Data& data) {
+  std::string path = platform::FileManager::temporaryDirectory() + "/" + platform::UUID().uuidString() + ".tmp";
+  try {
+    platform::FileManager::write(data, path);
+  } catch (const std::exception& error) {
+    platform::trap(std::string("The file of a mock cannot be written: ") + error.what());
+  }
+  return std::make_shared<RelocatedFile>(platform::TemporaryFile(std::move(path)), std::nullopt);
+}
+
+void give(PendingAnswer& pending) {
+  // Cancelled meanwhile, or given.
+  const auto exchange = std::exchange(pending.exchange, nullptr);
+  if (!exchange) return;
+  try {
+    TaskOutcome outcome = pending.makeOutcome();
+    if (pending.body == MockBody::file && outcome.data) {
+      outcome.file = writtenFile(*outcome.data);
+      outcome.url = outcome.file->url();
+    }
+    concludeExchange(exchange, outcome, outcome);
+  } catch (...) {
+    report(exchange, Error::current());
+  }
+}
+
+void cancel(PendingAnswer& pending) {
+  const auto exchange = std::exchange(pending.exchange, nullptr);
+  if (!exchange) return;
+  const Error cancelled(platform::NSURLErrorDomain, platform::URLErrorCode::cancelled, "cancelled");
+  processTaskCompletion(exchange, {.data = {}, .url = {}, .response = nullptr, .error = cancelled});
+}
+
+}  // namespace
+
+const URL& fallbackMockURL() {
+  static const URL& url = *new URL("https://mock.corvane.invalid/");
+  return url;
+}
+
+std::shared_ptr<const HTTPURLResponse> platformResponse(CannedResponse canned) {
+  platform::URLResponseFacts facts{.mimeType = std::move(canned.mimeType),
+                                   .expectedContentLength = canned.expectedContentLength,
+                                   .textEncodingName = std::move(canned.textEncodingName),
+                                   .suggestedFilename = std::move(canned.suggestedFilename)};
+  return std::make_shared<const HTTPURLResponse>(
+      std::move(canned.url).value_or(fallbackMockURL()), canned.status.rawValue(), httpVersion,
+      canned.headers ? textHeaders(*canned.headers) : platform::HTTPHeaderFields(), std::move(facts));
+}
+
+std::optional<Error> computedError(std::optional<Error> own, HTTPStatus status, bool isAcceptable) {
+  if (own || isAcceptable) return own;
+  return HTTPResponseError::unacceptableStatus(status);
+}
+
+const DispatchQueue& mockBackgroundQueue() {
+  static const DispatchQueue& queue = *new DispatchQueue("org.corvane.corvane.mock");
+  return queue;
+}
+
+void answerFromMock(std::shared_ptr<Exchange> exchange, double responseTime, MockBody body,
+                    platform::UniqueFunction<TaskOutcome()> makeOutcome) {
+  try {
+    if (!exchange->shouldSend()) return;
+    exchange->validate();
+    const auto uuid = exchange->uuid();
+    const auto pending = std::make_shared<PendingAnswer>(exchange, body, std::move(makeOutcome));
+    if (uuid) {
+      TaskManager::shared().insert([pending] { mockBackgroundQueue().async([pending] { cancel(*pending); }); }, *uuid);
+    }
+    mockBackgroundQueue().asyncAfter(responseTime, [pending] { give(*pending); });
+  } catch (...) {
+    report(std::move(exchange), Error::current());
+  }
+}
+
+}  // namespace corvane::detail

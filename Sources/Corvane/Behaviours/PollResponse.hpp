@@ -1,0 +1,21 @@
+#pragma once
+
+#include <utility>
+
+#include "Corvane/Behaviours/HTTPRetryResult.hpp"
+#include "Platform/Export.hpp"
+#include "Platform/Foundation/Error.hpp"
+
+namespace corvane::detail {
+
+/// Logs, and returns the error of, a retrying send that ended without any response.
+CORVANE_API platform::Error completionWithoutResponse();
+
+/// The one response that a tick of the polling reports of a retrying send.
+template <class Response>
+Response responseOfPoll(HTTPRetryResult<Response> result) {
+  if (const Response* last = result.lastResponse()) return *last;
+  return Response(std::nullopt, std::nullopt, nullptr, completionWithoutResponse());
+}
+
+}  // namespace corvane::detail

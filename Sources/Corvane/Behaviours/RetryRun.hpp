@@ -1,0 +1,86 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+#include "Corvane/Behaviours/HTTPRetryPolicy.hpp"
+#include "Platform/Dispatch/DispatchQueue.hpp"
+#include "Platform/Export.hpp"
+#include "Platform/Foundation/UUID.hpp"
+
+namespace corvane::detail {
+
+/// What follows an attempt.
+enum class RetryStep { retry, noFailure, totalFailure, partialFailure };
+
+/// The rule: `failCount` attempts failed before this one.
+CORVANE_API RetryStep stepAfter(std::int64_t failCount, std::int64_t limit, bool hasFailed);
+
+struct RetryNumbers {
+  double interval;
+  std::int64_t limit;
+  std::int64_t delta;
+};
+
+/// `interval` + `failures` x `delta` seconds. Traps when the product overflows.
+CORVANE_API double namedWait(const RetryNumbers& numbers, std::int64_t failures);
+
+/// A fresh serial queue for the decisions of one retrying send.
+CORVANE_API platform::DispatchQueue makeRetryQueue();
+
+/// One retrying send: attempts that never overlap, and the waits between them. Lives as long as an attempt or a wait
+/// refers to it. The typed shell (`TypedRetryRun`) knows requests and responses.
+class CORVANE_API RetryRun : public std::enable_shared_from_this<RetryRun> {
+ public:
+  virtual ~RetryRun();
+  RetryRun(const RetryRun&) = delete;
+  RetryRun& operator=(const RetryRun&) = delete;
+
+  void start();
+
+ protected:
+  /// `uuid` is absent for a request that cannot be cancelled.
+  RetryRun(HTTPRetryPolicy policy, std::optional<platform::UUID> uuid);
+
+  /// The last attempt's response is there. Decides what follows; on the queue of the caller.
+  void decide();
+
+  virtual RetryNumbers numbers() const = 0;
+  virtual std::int64_t failCount() const = 0;
+  /// Starts an attempt, which calls `decide` once.
+  virtual void sendOnce() = 0;
+  // Of the last response:
+  virtual bool hasFailed() const = 0;
+  virtual bool isWorthRetrying() const = 0;
+  virtual std::optional<platform::HTTPHeaderFields> headers() const = 0;
+  /// Puts it with the failed ones.
+  virtual void keepFailure() = 0;
+  /// Puts a response that says that the request was cancelled in its place.
+  virtual void putCancelled() = 0;
+  /// Hands all to the caller, asynchronously. Called once.
+  virtual void deliver(RetryStep result) = 0;
+
+  const HTTPRetryPolicy& policy() const { return policy_; }
+
+ private:
+  enum class Phase { attempt, wait, over };
+
+  void listenToCancellation();
+  void attempt();
+  void waitThenRetry();
+  void wasCancelled();
+  bool leaveWait(Phase next);
+  void endByCancellation();
+
+  const HTTPRetryPolicy policy_;
+  const std::optional<platform::UUID> uuid_;
+  std::shared_ptr<platform::Block> cancellationHandler_;
+  std::atomic<bool> isCancelled_ = false;
+  std::atomic<Phase> phase_ = Phase::attempt;
+  /// As it was when the attempt started.
+  std::int64_t limit_ = 0;
+};
+
+}  // namespace corvane::detail

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <concepts>
+#include <type_traits>
+
+/// What tells the core of a request which behaviours its type has adopted, without their headers.
+namespace corvane::detail {
+
+/// The request reports its progress: it is sent with a handler for that, which may be empty.
+struct TransferMark {};
+/// The answer becomes a file.
+struct DownloadMark {};
+/// The request answers itself.
+struct MockMark {};
+/// The request has an answer for tests. Such a type has `MockMark`, too.
+struct TestMockMark {};
+struct RetryMark {};
+struct PollingMark {};
+
+template <class Request>
+concept Transfers = std::derived_from<Request, TransferMark>;
+template <class Request>
+concept Downloads = std::derived_from<Request, DownloadMark>;
+template <class Request>
+concept Mocks = std::derived_from<Request, MockMark>;
+template <class Request>
+concept TestMocks = std::derived_from<Request, TestMockMark>;
+template <class Request>
+concept Retries = std::derived_from<Request, RetryMark>;
+template <class Request>
+concept Polls = std::derived_from<Request, PollingMark>;
+
+/// Refuses behaviours that were adopted in a way that has no meaning.
+template <class Request>
+constexpr bool checkBehaviours() {
+  static_assert(std::is_base_of_v<MockMark, Request> == Mocks<Request>,
+                "An HTTPTestMockable is an HTTPMockable: derive from HTTPTestMockable alone");
+  return std::is_base_of_v<MockMark, Request> == Mocks<Request>;
+}
+
+}  // namespace corvane::detail
