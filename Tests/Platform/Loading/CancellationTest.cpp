@@ -1,4 +1,9 @@
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <memory>
 #include <thread>
+#include <vector>
 
 #include "SessionTest.hpp"
 
@@ -179,6 +184,32 @@ TEST_F(InvalidationTest, aDroppedSessionFinishesItsTasks) {
   gate.open();
 
   EXPECT_EQ(loading.wait().body(), "finished");
+}
+
+TEST_F(CancellationTest, mayOvertakeTheStart) {
+  server.handleAll([](const ReceivedRequest&) { return Answer(200); });
+  constexpr int times = 1000;
+  std::vector<std::weak_ptr<URLSessionTask>> tasks;
+  std::atomic<int> completions = 0;
+  for (int i = 0; i < times; ++i) {
+    const auto task = session->dataTask(URLRequest(URL(server.url("/"))), [&](auto, auto, auto) { ++completions; });
+    tasks.push_back(task);
+    std::thread canceller([&] {
+      while (task->state() == URLSessionTask::State::suspended) {
+      }
+      task->cancel();
+    });
+    task->resume();
+    canceller.join();
+  }
+
+  // Behind everything that was asked of the session before.
+  const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+  while (completions < times && std::chrono::steady_clock::now() < limit) std::this_thread::yield();
+  Load(session, URLRequest(URL(server.url("/")))).resume().wait();
+
+  EXPECT_EQ(completions, times);
+  EXPECT_TRUE(std::all_of(tasks.begin(), tasks.end(), [](const auto& task) { return task.expired(); }));
 }
 
 }  // namespace

@@ -53,6 +53,8 @@ void TaskCore::cancel() {
 }
 
 void TaskCore::start() {
+  // A cancellation may have overtaken this on its way to the loop.
+  if (state() == URLSessionTask::State::completed) return;
   core_->begin(shared_from_this());
   if (isStillborn_ || !core_->acceptsTasks() || state() == URLSessionTask::State::canceling) {
     finish(cancelledError(originalRequest_.url));
