@@ -1,6 +1,9 @@
 #include <algorithm>
 #include <charconv>
 #include <chrono>
+#include <map>
+#include <memory>
+#include <mutex>
 #include <stdexcept>
 
 #include "TestSupport/Compression.hpp"
@@ -142,6 +145,23 @@ Answer stream(const ReceivedRequest& request, std::uint64_t count) {
   return Answer().contentType("application/x-ndjson").chunked(std::move(chunks));
 }
 
+/// Fails so many requests for each path in a row, then answers one; from the start again after that.
+TestServer::Handler flaky() {
+  struct Failures {
+    std::mutex mutex;
+    std::map<std::string, std::uint64_t> byPath;
+  };
+  return [failures = std::make_shared<Failures>()](const ReceivedRequest& request) {
+    const auto most = detail::number(argument(request, "/flaky/"));
+    if (!most) return badArgument("/flaky/ takes the number of failures before an answer");
+    const std::lock_guard lock(failures->mutex);
+    std::uint64_t& count = failures->byPath[request.path()];
+    if (count++ < *most) return Answer(503).text("not yet\n");
+    failures->byPath.erase(request.path());
+    return Answer().text("done\n");
+  };
+}
+
 Answer drop(const ReceivedRequest&) { return Answer().dropConnection(Moment::beforeStatusLine); }
 
 Answer redirect(const ReceivedRequest&, std::uint64_t count) {
@@ -207,6 +227,7 @@ void TestServer::installStandardRoutes() {
   handle("/echo", echo);
   handle("/gzip", gzipEncoded);
   handle("/drop", drop);
+  handle("/flaky/*", flaky());
   handle("/delay/*", delayed);
   handle("/status/*", withNumber("/status/", 999, status));
   handle("/bytes/*", withNumber("/bytes/", mostBytes, bytes));

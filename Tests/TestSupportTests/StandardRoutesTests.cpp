@@ -119,6 +119,24 @@ TEST_F(StandardRoutesTest, readForms) {
   EXPECT_THAT(send("/form", type, "--B\r\n"), StartsWith("HTTP/1.1 400"));
 }
 
+TEST_F(StandardRoutesTest, failSoManyTimesInARow) {
+  for (int round = 0; round < 2; ++round) {
+    EXPECT_THAT(fetch("/flaky/2"), StartsWith("HTTP/1.1 503"));
+    EXPECT_THAT(fetch("/flaky/2"), StartsWith("HTTP/1.1 503"));
+    EXPECT_EQ(bodyOf(fetch("/flaky/2")), "done\n");
+  }
+  EXPECT_THAT(fetch("/flaky/0"), StartsWith("HTTP/1.1 200"));
+  EXPECT_THAT(fetch("/flaky/often"), StartsWith("HTTP/1.1 400"));
+}
+
+TEST_F(StandardRoutesTest, countFailuresOfEachPathByItself) {
+  EXPECT_THAT(fetch("/flaky/1"), StartsWith("HTTP/1.1 503"));
+  EXPECT_THAT(fetch("/flaky/01"), StartsWith("HTTP/1.1 503"));
+
+  EXPECT_THAT(fetch("/flaky/1"), StartsWith("HTTP/1.1 200"));
+  EXPECT_THAT(fetch("/flaky/01"), StartsWith("HTTP/1.1 200"));
+}
+
 TEST_F(StandardRoutesTest, redirect) {
   EXPECT_THAT(fetch("/redirect/2"), HasSubstr("\r\nLocation: /redirect/1\r\n"));
   EXPECT_THAT(fetch("/redirect/1"), HasSubstr("\r\nLocation: /get\r\n"));

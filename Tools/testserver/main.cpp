@@ -34,7 +34,7 @@ constexpr char usage[] =
     "It prints one line for each port, \"listening on 127.0.0.1:PORT\" and \"listening on 127.0.0.1:PORT (TLS)\".\n"
     "Routes: /get /post /echo /headers /status/N /delay/S /gzip /bytes/N /stream/N /drop /redirect/N\n"
     "        /redirect-to?url= /cookies /cookies/set?name=value /files/NAME?size=N /form\n"
-    "        /users /users/N /orders\n";
+    "        /flaky/N /users /users/N /orders\n";
 
 struct UsageError : std::runtime_error {
   using std::runtime_error::runtime_error;
