@@ -11,10 +11,10 @@ compiler=${CXX:-g++}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-libraries='curl|openssl|boost|spdlog|fmt|simdjson|nlohmann|zlib\.h|zconf\.h|png\.h|jpeglib\.h'
+libraries='gtest|gmock|curl|openssl|boost|spdlog|fmt|simdjson|nlohmann|zlib\.h|zconf\.h|png\.h|jpeglib\.h'
 for header in curl/curl.h openssl/{ssl,x509,evp,err,crypto,types}.h zlib.h spdlog/spdlog.h fmt/{core,format}.h \
   boost/{url,pfr,asio,config}.hpp boost/system/error_code.hpp boost/json.hpp nlohmann/json.hpp simdjson.h \
-  png.h jpeglib.h jerror.h; do
+  png.h jpeglib.h jerror.h gtest/gtest.h gmock/gmock.h; do
   mkdir -p "$work/poison/$(dirname "$header")"
   echo "#error \"a public header needs $header\"" >"$work/poison/$header"
 done
@@ -40,6 +40,7 @@ library_of_adapter() {
   case "$1" in
     */NlohmannCoding.hpp) echo nlohmann/json.hpp ;;
     */BoostCoding.hpp) echo boost/json.hpp ;;
+    */ServerTest.hpp) echo gtest/gtest.h ;;
   esac
 }
 check_alone() {

@@ -2,8 +2,8 @@
 
 #include <fstream>
 
+#include "CorvaneTesting/CertificateAuthority.hpp"
 #include "Harness/Deployment.hpp"
-#include "TestSupport/CertificateAuthority.hpp"
 
 namespace bench {
 

@@ -5,10 +5,11 @@
 
 #include "Stage.hpp"
 #include "Steps.hpp"
+#include "TestSupport/StandardRoutes.hpp"
 
 int main() try {
   corvane::testing::TestServer server;
-  server.installStandardRoutes();
+  corvane::testing::installStandardRoutes(server);
   std::printf("A test server listens on %s; everything below really goes there.\n", server.authority().c_str());
   Stage stage({DEMO_FOLDER "/Steps.cpp", DEMO_FOLDER "/TransferSteps.cpp"});
   playAll(stage, server);

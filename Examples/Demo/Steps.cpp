@@ -6,8 +6,9 @@
 #include "Corvane/ContentEncoding/HTTPGzipContentEncoder.hpp"
 #include "Corvane/Corvane.hpp"
 #include "Corvane/Request/HTTPMethodRequestable.hpp"
-#include "TestSupport/CertificateAuthority.hpp"
-#include "TestSupport/Ports.hpp"
+#include "CorvaneTesting/CertificateAuthority.hpp"
+#include "CorvaneTesting/Ports.hpp"
+#include "TestSupport/StandardRoutes.hpp"
 #include "TestSupport/TemporaryDirectory.hpp"
 #include "Vantorel/CapturingSink.hpp"
 #include "Vantorel/LogRecord.hpp"
@@ -255,7 +256,7 @@ void playFutures(Stage& stage, TestServer& server) {
 void playTrust(Stage& stage) {
   const CertificateAuthority authority;
   TestServer secure(Tls(authority.issue(CertificateRequest::localhost())));
-  secure.installStandardRoutes();
+  installStandardRoutes(secure);
   const std::string url = secure.url("/get", "localhost");
   stage.step("A server whose certificate nobody vouches for", "untrusted", [&] {
     // show: untrusted

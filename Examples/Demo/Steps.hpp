@@ -1,7 +1,7 @@
 #pragma once
 
+#include "CorvaneTesting/TestServer.hpp"
 #include "Stage.hpp"
-#include "TestSupport/TestServer.hpp"
 
 /// Everything the demo shows, against a server with the standard routes.
 void playAll(Stage& stage, corvane::testing::TestServer& server);

@@ -6,9 +6,10 @@
 #include <stdexcept>
 
 #include "Corvane/Corvane.hpp"
+#include "CorvaneTesting/ReceivedForm.hpp"
 #include "Platform/Foundation/FileManager.hpp"
 #include "Steps.hpp"
-#include "TestSupport/ReceivedForm.hpp"
+#include "TestSupport/StandardRoutes.hpp"
 #include "TestSupport/TemporaryDirectory.hpp"
 
 using namespace corvane;
@@ -159,7 +160,7 @@ void playMissingFile(Stage& stage, TestServer& server) {
 
 void playTransfers(Stage& stage) {
   TestServer server;
-  server.installStandardRoutes();
+  installStandardRoutes(server);
   playDownload(stage, server);
   playHostileName(stage, server);
   playUpload(stage, server);

@@ -41,9 +41,18 @@ class CheckLayersTest(unittest.TestCase):
 
         self.assert_only(problems, "Base/A.cpp:1: Platform stands below Vantorel")
 
+    def test_refuses_support_for_tests_in_the_library(self):
+        texts = {"CorvaneTesting__Gate_dot_hpp": '#include "Corvane/A.hpp"\n', "Corvane__A_dot_hpp": ""}
+
+        self.assertEqual(self.problems(**texts), [])
+        for layer in ("Platform__Base", "Velisand", "Vantorel", "Corvane__Request"):
+            problems = self.problems(**texts, **{f"{layer}__B_dot_cpp": '#include "CorvaneTesting/Gate.hpp"\n'})
+            self.assert_only(problems, "stands below CorvaneTesting")
+
     def test_knows_where_each_library_may_be_met(self):
         for line in (
-            "curl/curl.h", "openssl/ssl.h", "zlib.h", "spdlog/spdlog.h", "fmt/core.h", "png.h", "jpeglib.h", "jerror.h"
+            "curl/curl.h", "openssl/ssl.h", "zlib.h", "spdlog/spdlog.h", "fmt/core.h", "png.h", "jpeglib.h", "jerror.h",
+            "gtest/gtest.h", "gmock/gmock.h",
         ):
             problems = self.problems(Corvane__Request__A_dot_cpp=f"#include <{line}>\n")
             self.assert_only(problems, "may be included only in")
@@ -55,6 +64,9 @@ class CheckLayersTest(unittest.TestCase):
             ("Platform__Foundation__A_dot_cpp", "boost/url.hpp"),
             ("Platform__Imaging__Internal__A_dot_cpp", "png.h"),
             ("Platform__Imaging__Internal__A_dot_cpp", "jpeglib.h"),
+            ("CorvaneTesting__A_dot_cpp", "openssl/x509.h"),
+            ("CorvaneTesting__Internal__A_dot_hpp", "openssl/ssl.h"),
+            ("CorvaneTesting__A_dot_cpp", "zlib.h"),
         ):
             self.assertEqual(self.problems(**{key: f"#include <{line}>\n"}), [])
 
@@ -80,6 +92,10 @@ class CheckLayersTest(unittest.TestCase):
         self.assert_only(
             self.problems(Platform__Foundation__JSON__A_dot_hpp="#include <nlohmann/json.hpp>\n"),
             "must not include nlohmann",
+        )
+        self.assertEqual(self.problems(CorvaneTesting__ServerTest_dot_hpp="#include <gtest/gtest.h>\n"), [])
+        self.assert_only(
+            self.problems(CorvaneTesting__TestServer_dot_hpp="#include <gtest/gtest.h>\n"), "must not include GoogleTest"
         )
 
     def test_refuses_an_adapter_in_any_other_file(self):

@@ -4,8 +4,8 @@
 #include <iostream>
 
 #include "Corvane/Corvane.hpp"
+#include "CorvaneTesting/Expectation.hpp"
 #include "Platform/Foundation/FileManager.hpp"
-#include "TestSupport/Expectation.hpp"
 
 namespace corvane::integration {
 

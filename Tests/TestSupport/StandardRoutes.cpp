@@ -1,3 +1,5 @@
+#include "TestSupport/StandardRoutes.hpp"
+
 #include <algorithm>
 #include <charconv>
 #include <chrono>
@@ -6,10 +8,9 @@
 #include <mutex>
 #include <stdexcept>
 
-#include "TestSupport/Compression.hpp"
-#include "TestSupport/Internal/Text.hpp"
-#include "TestSupport/ReceivedForm.hpp"
-#include "TestSupport/TestServer.hpp"
+#include "CorvaneTesting/Compression.hpp"
+#include "CorvaneTesting/Internal/Text.hpp"
+#include "CorvaneTesting/ReceivedForm.hpp"
 
 namespace corvane::testing {
 
@@ -220,27 +221,27 @@ Answer created(const ReceivedRequest& request) {
 
 }  // namespace
 
-void TestServer::installStandardRoutes() {
-  handle("/get", describe);
-  handle("/headers", describeHeaders);
-  handle("/post", post);
-  handle("/echo", echo);
-  handle("/gzip", gzipEncoded);
-  handle("/drop", drop);
-  handle("/flaky/*", flaky());
-  handle("/delay/*", delayed);
-  handle("/status/*", withNumber("/status/", 999, status));
-  handle("/bytes/*", withNumber("/bytes/", mostBytes, bytes));
-  handle("/files/*", file);
-  handle("/form", form);
-  handle("/stream/*", withNumber("/stream/", mostChunks, stream));
-  handle("/redirect/*", withNumber("/redirect/", 1000, redirect));
-  handle("/redirect-to", redirectTo);
-  handle("/users", created);
-  handle("/users/*", withNumber("/users/", std::uint64_t(1) << 40, user));
-  handle("/orders", created);
-  handle("/cookies", cookies);
-  handle("/cookies/set", setCookies);
+void installStandardRoutes(TestServer& server) {
+  server.handle("/get", describe);
+  server.handle("/headers", describeHeaders);
+  server.handle("/post", post);
+  server.handle("/echo", echo);
+  server.handle("/gzip", gzipEncoded);
+  server.handle("/drop", drop);
+  server.handle("/flaky/*", flaky());
+  server.handle("/delay/*", delayed);
+  server.handle("/status/*", withNumber("/status/", 999, status));
+  server.handle("/bytes/*", withNumber("/bytes/", mostBytes, bytes));
+  server.handle("/files/*", file);
+  server.handle("/form", form);
+  server.handle("/stream/*", withNumber("/stream/", mostChunks, stream));
+  server.handle("/redirect/*", withNumber("/redirect/", 1000, redirect));
+  server.handle("/redirect-to", redirectTo);
+  server.handle("/users", created);
+  server.handle("/users/*", withNumber("/users/", std::uint64_t(1) << 40, user));
+  server.handle("/orders", created);
+  server.handle("/cookies", cookies);
+  server.handle("/cookies/set", setCookies);
 }
 
 }  // namespace corvane::testing

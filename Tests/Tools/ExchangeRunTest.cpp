@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "CommandLine.hpp"
-#include "TestSupport/ServerTest.hpp"
+#include "CorvaneTesting/ServerTest.hpp"
 #include "TestSupport/TemporaryDirectory.hpp"
 
 namespace {

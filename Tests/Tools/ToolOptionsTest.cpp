@@ -5,7 +5,7 @@
 #include <string>
 
 #include "CommandLine.hpp"
-#include "TestSupport/CertificateAuthority.hpp"
+#include "CorvaneTesting/CertificateAuthority.hpp"
 #include "TestSupport/TemporaryDirectory.hpp"
 #include "UsageError.hpp"
 

@@ -5,16 +5,16 @@
 
 #include <thread>
 
-#include "TestSupport/LogCapture.hpp"
+#include "CorvaneTesting/LogCapture.hpp"
 #include "Vantorel/LogSink.hpp"
 
 namespace vantorel {
 namespace {
 
+using corvane::testing::LogCapture;
 using platform::Dictionary;
 using testing::ContainsRegex;
 using testing::HasSubstr;
-using testsupport::LogCapture;
 
 bool always(const LogRecord&) { return true; }
 

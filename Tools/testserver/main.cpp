@@ -12,10 +12,11 @@
 #include <string_view>
 #include <system_error>
 
-#include "TestSupport/CertificateAuthority.hpp"
-#include "TestSupport/Internal/Descriptor.hpp"
-#include "TestSupport/Internal/Text.hpp"
-#include "TestSupport/TestServer.hpp"
+#include "CorvaneTesting/CertificateAuthority.hpp"
+#include "CorvaneTesting/Internal/Descriptor.hpp"
+#include "CorvaneTesting/Internal/Text.hpp"
+#include "CorvaneTesting/TestServer.hpp"
+#include "TestSupport/StandardRoutes.hpp"
 
 using namespace corvane::testing;
 
@@ -112,7 +113,7 @@ ServerOptions options(std::uint16_t port) {
 }
 
 void prepare(TestServer& server) {
-  server.installStandardRoutes();
+  installStandardRoutes(server);
   server.handleAll(
       [](const ReceivedRequest& request) { return Answer(404).text("no route for " + request.path() + "\n"); });
 }

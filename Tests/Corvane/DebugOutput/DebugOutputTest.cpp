@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "Corvane/Corvane.hpp"
-#include "TestSupport/LogCapture.hpp"
+#include "CorvaneTesting/LogCapture.hpp"
 
 namespace corvane {
 namespace {
@@ -32,7 +32,7 @@ class DebugOutputTest : public ::testing::Test {
     return value && value->text() ? *value->text() : "(no text)";
   }
 
-  testsupport::LogCapture log;
+  corvane::testing::LogCapture log;
   const DataGetRequest request{"https://example.com/x"};
   const Error cancelled{platform::NSURLErrorDomain, -999, "cancelled"};
 };

@@ -7,8 +7,8 @@
 #include <cstdlib>
 
 #include "Corvane/Corvane.hpp"
+#include "CorvaneTesting/ServerTest.hpp"
 #include "Platform/Foundation/FileManager.hpp"
-#include "TestSupport/ServerTest.hpp"
 #include "TestSupport/TemporaryDirectory.hpp"
 
 namespace corvane {

@@ -11,9 +11,9 @@
 #include "Corvane/Errors/HTTPResponseError.hpp"
 #include "Corvane/Errors/HTTPUnknownError.hpp"
 #include "Corvane/Responses/HTTPResponse.hpp"
+#include "CorvaneTesting/LogCapture.hpp"
 #include "Platform/Foundation/FileManager.hpp"
 #include "Platform/Imaging/UIImage.hpp"
-#include "TestSupport/LogCapture.hpp"
 #include "TestSupport/TemporaryDirectory.hpp"
 
 namespace corvane {
@@ -249,7 +249,7 @@ TEST_F(DownloadResponseTest, keepsTheBytesThatMakeNoBody) {
 }
 
 TEST_F(DownloadResponseTest, logsWhyTheBytesMakeNoBody) {
-  testsupport::LogCapture log;
+  corvane::testing::LogCapture log;
 
   response<Colour>(file("four"));
 

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "Corvane/Corvane.hpp"
-#include "TestSupport/LogCapture.hpp"
+#include "CorvaneTesting/LogCapture.hpp"
 
 namespace corvane {
 namespace {
@@ -111,7 +111,7 @@ TEST(JSONResponseTest, failsWithTheDecodersErrorAndTheText) {
 }
 
 TEST(JSONResponseTest, logsWhatDidNotDecode) {
-  testsupport::LogCapture log;
+  corvane::testing::LogCapture log;
 
   response<User>(R"({"id":7})");
 
@@ -125,7 +125,7 @@ TEST(JSONResponseTest, logsWhatDidNotDecode) {
 }
 
 TEST(JSONResponseTest, carriesAnErrorOfTheModelsOwn) {
-  testsupport::LogCapture log;
+  corvane::testing::LogCapture log;
 
   const auto result = response<Even>("3");
 
@@ -152,7 +152,7 @@ TEST(JSONResponseTest, showsNoTextThatIsNotUTF8) {
 }
 
 TEST(JSONResponseTest, doesNotDecodeTheBodyOfAnUnacceptableStatus) {
-  testsupport::LogCapture log;
+  corvane::testing::LogCapture log;
 
   const auto result = response<User>("not json", answer(404));
 
@@ -171,7 +171,7 @@ TEST(JSONResponseTest, takesACodeWithoutANameForUnknown) {
 }
 
 TEST(JSONResponseTest, isTheFailureOfTheTransport) {
-  testsupport::LogCapture log;
+  corvane::testing::LogCapture log;
 
   const auto result = response<User>(R"({"id":7,"login":"ada"})", answer(200), Error("domain", 7, "lost"));
 

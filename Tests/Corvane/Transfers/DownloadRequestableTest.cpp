@@ -4,7 +4,7 @@
 #include <filesystem>
 
 #include "Corvane/Corvane.hpp"
-#include "TestSupport/LogCapture.hpp"
+#include "CorvaneTesting/LogCapture.hpp"
 #include "TransferFixture.hpp"
 #include "Velisand/Task.hpp"
 
@@ -189,7 +189,7 @@ TEST_F(DownloadTest, failsWhereNoFileCanBeMade) {
 TEST_F(DownloadTest, keepsTheFileWhereItIsWhenItCannotBeMoved) {
   const Gate gate;
   server.enqueue(Answer(200).body("content").hold(Moment::insideBody, gate, 3));
-  const testsupport::LogCapture log;
+  const corvane::testing::LogCapture log;
   const auto future = DownloadGetRequest(server.url("/x.txt")).send();
   // The file exists from the first bytes on; from then on no directory can be made.
   future.during(queue, [&](const HTTPProgress&) {

@@ -10,10 +10,10 @@
 #include "Corvane/Corvane.hpp"
 #include "Corvane/Transfers/DownloadRequests.hpp"
 #include "Corvane/Transfers/UploadRequests.hpp"
+#include "CorvaneTesting/Expectation.hpp"
+#include "CorvaneTesting/ServerTest.hpp"
 #include "Platform/Foundation/FileManager.hpp"
 #include "Platform/Loading/URLErrorCodes.hpp"
-#include "TestSupport/Expectation.hpp"
-#include "TestSupport/ServerTest.hpp"
 #include "TestSupport/TemporaryDirectory.hpp"
 
 namespace corvane {

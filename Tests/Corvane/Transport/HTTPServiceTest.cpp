@@ -3,10 +3,10 @@
 #include <gtest/gtest.h>
 
 #include "Corvane/Corvane.hpp"
+#include "CorvaneTesting/Expectation.hpp"
+#include "CorvaneTesting/ServerTest.hpp"
 #include "Platform/Dispatch/DispatchSource.hpp"
 #include "Platform/Loading/URLSession.hpp"
-#include "TestSupport/Expectation.hpp"
-#include "TestSupport/ServerTest.hpp"
 
 namespace corvane {
 namespace {

@@ -4,8 +4,8 @@
 #include <cmath>
 
 #include "Corvane/Corvane.hpp"
-#include "TestSupport/Expectation.hpp"
-#include "TestSupport/ServerTest.hpp"
+#include "CorvaneTesting/Expectation.hpp"
+#include "CorvaneTesting/ServerTest.hpp"
 #include "Velisand/Task.hpp"
 
 namespace corvane {

@@ -5,11 +5,11 @@
 #include <thread>
 
 #include "Corvane/Corvane.hpp"
-#include "TestSupport/CertificateAuthority.hpp"
-#include "TestSupport/Expectation.hpp"
+#include "CorvaneTesting/CertificateAuthority.hpp"
+#include "CorvaneTesting/Expectation.hpp"
+#include "CorvaneTesting/Ports.hpp"
+#include "CorvaneTesting/TestServer.hpp"
 #include "TestSupport/HeldLookUps.hpp"
-#include "TestSupport/Ports.hpp"
-#include "TestSupport/TestServer.hpp"
 
 // Leaving the process while requests are under way is clean: status 0, nothing on standard error, no hang. Each scene
 // is set in a child process; what it needs is never destroyed, since `std::exit` does not unwind.

@@ -8,10 +8,10 @@
 #include <tuple>
 
 #include "Corvane/Corvane.hpp"
-#include "TestSupport/CertificateAuthority.hpp"
-#include "TestSupport/Expectation.hpp"
+#include "CorvaneTesting/CertificateAuthority.hpp"
+#include "CorvaneTesting/Expectation.hpp"
+#include "CorvaneTesting/TestServer.hpp"
 #include "TestSupport/TemporaryDirectory.hpp"
-#include "TestSupport/TestServer.hpp"
 
 // What the library leaves alone in the process that it lives in.
 

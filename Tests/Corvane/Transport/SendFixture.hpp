@@ -5,8 +5,8 @@
 #include <string_view>
 
 #include "Corvane/Corvane.hpp"
-#include "TestSupport/Expectation.hpp"
-#include "TestSupport/ServerTest.hpp"
+#include "CorvaneTesting/Expectation.hpp"
+#include "CorvaneTesting/ServerTest.hpp"
 
 namespace corvane {
 

@@ -2,10 +2,10 @@
 #include <gtest/gtest.h>
 
 #include "Corvane/Corvane.hpp"
+#include "CorvaneTesting/LogCapture.hpp"
+#include "CorvaneTesting/MainQueue.hpp"
+#include "CorvaneTesting/Ports.hpp"
 #include "SendFixture.hpp"
-#include "TestSupport/LogCapture.hpp"
-#include "TestSupport/MainQueue.hpp"
-#include "TestSupport/Ports.hpp"
 
 namespace corvane {
 namespace {
@@ -302,7 +302,7 @@ TEST_F(SendTest, canBeCalledFromAHookOfAnotherRequest) {
 }
 
 TEST_F(SendTest, logsOnceBeforeItDelivers) {
-  const testsupport::LogCapture log;
+  const corvane::testing::LogCapture log;
   Corvane::verbosity = HTTPVerbosityLevel::brief;
   server.enqueue(Answer(200));
   const Get request = get();
@@ -316,7 +316,7 @@ TEST_F(SendTest, logsOnceBeforeItDelivers) {
 }
 
 TEST_F(SendTest, logsNothingAboutARequestThatCouldNotBeBuilt) {
-  const testsupport::LogCapture log;
+  const corvane::testing::LogCapture log;
   Corvane::verbosity = HTTPVerbosityLevel::brief;
 
   responseTo(DataGetRequest("/"));

@@ -3,9 +3,9 @@
 
 #include "Corvane/Corvane.hpp"
 #include "Corvane/Transport/ServerTrust.hpp"
+#include "CorvaneTesting/CertificateAuthority.hpp"
+#include "CorvaneTesting/LogCapture.hpp"
 #include "Platform/Foundation/FileManager.hpp"
-#include "TestSupport/CertificateAuthority.hpp"
-#include "TestSupport/LogCapture.hpp"
 #include "TestSupport/TemporaryDirectory.hpp"
 
 namespace corvane::detail {
@@ -114,7 +114,7 @@ TEST_F(ServerTrustAnswerTest, setsEachCertificateAloneAndKeepsTheSystemsAnchors)
 }
 
 TEST_F(ServerTrustAnswerTest, skipsUnreadableFilesAndWhatIsNoCertificateSilently) {
-  const testsupport::LogCapture log;
+  const corvane::testing::LogCapture log;
 
   isTrusted(trust_, {URL::file(directory_.path().string() + "/missing.der"), file("text.der", "no certificate"),
                      file("root.pem", root_.certificate().pem()), certificateFile("root.der", root_)});
@@ -136,7 +136,7 @@ TEST_F(ServerTrustAnswerTest, trustsOnlyTheUnspecifiedResult) {
 }
 
 TEST_F(ServerTrustAnswerTest, logsAnchorsThatCannotBeSetAndCarriesOn) {
-  const testsupport::LogCapture log;
+  const corvane::testing::LogCapture log;
   const URL root = certificateFile("root.der", root_);
   trust_.statusOfSettingAnchors = platform::OSStatus::param;
   trust_.statusOfSettingAnchorsOnly = platform::OSStatus::param;

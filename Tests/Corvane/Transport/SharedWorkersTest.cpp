@@ -4,8 +4,8 @@
 #include <mutex>
 
 #include "Corvane/Corvane.hpp"
-#include "TestSupport/Expectation.hpp"
-#include "TestSupport/TestServer.hpp"
+#include "CorvaneTesting/Expectation.hpp"
+#include "CorvaneTesting/TestServer.hpp"
 
 // The threads that run completions drive the network as well; nothing may depend on who comes first.
 

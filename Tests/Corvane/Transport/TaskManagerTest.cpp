@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "Corvane/Corvane.hpp"
+#include "CorvaneTesting/Expectation.hpp"
 #include "Platform/Loading/URLSession.hpp"
-#include "TestSupport/Expectation.hpp"
 
 namespace corvane {
 namespace {

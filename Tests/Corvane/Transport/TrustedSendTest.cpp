@@ -2,10 +2,10 @@
 #include <gtest/gtest.h>
 
 #include "Corvane/Corvane.hpp"
+#include "CorvaneTesting/CertificateAuthority.hpp"
+#include "CorvaneTesting/TestServer.hpp"
 #include "Platform/Foundation/FileManager.hpp"
-#include "TestSupport/CertificateAuthority.hpp"
 #include "TestSupport/TemporaryDirectory.hpp"
-#include "TestSupport/TestServer.hpp"
 
 namespace corvane {
 namespace {

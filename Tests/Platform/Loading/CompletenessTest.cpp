@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 
+#include "CorvaneTesting/Compression.hpp"
 #include "SessionTest.hpp"
-#include "TestSupport/Compression.hpp"
 
 /// Success means complete: what libcurl would pass on as a success, or might, and what must become of it.
 namespace platform {

@@ -9,10 +9,10 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "CorvaneTesting/Expectation.hpp"
+#include "CorvaneTesting/Ports.hpp"
 #include "SessionTest.hpp"
-#include "TestSupport/Expectation.hpp"
 #include "TestSupport/HeldLookUps.hpp"
-#include "TestSupport/Ports.hpp"
 
 // What happens without a network is tried in a network namespace of its own (network_namespaces(7)), where there is
 // only a loopback interface, which is down. Each test runs in a child process, since a thread that exists already

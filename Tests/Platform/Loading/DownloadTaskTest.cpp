@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
-#include "TestSupport/Compression.hpp"
+#include "CorvaneTesting/Compression.hpp"
 #include "TransferTest.hpp"
 
 namespace platform {

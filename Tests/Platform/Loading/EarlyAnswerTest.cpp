@@ -3,7 +3,7 @@
 #include <map>
 
 #include "AnchorDelegate.hpp"
-#include "TestSupport/CertificateAuthority.hpp"
+#include "CorvaneTesting/CertificateAuthority.hpp"
 #include "TransferTest.hpp"
 
 /// Answers that come while the body of the request is still being sent.

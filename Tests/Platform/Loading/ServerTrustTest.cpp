@@ -1,9 +1,9 @@
 #include <gmock/gmock.h>
 
 #include "AnchorDelegate.hpp"
+#include "CorvaneTesting/CertificateAuthority.hpp"
+#include "CorvaneTesting/Expectation.hpp"
 #include "SessionTest.hpp"
-#include "TestSupport/CertificateAuthority.hpp"
-#include "TestSupport/Expectation.hpp"
 
 /// What TLS connections make of servers' certificates, with a delegate and without.
 namespace platform {

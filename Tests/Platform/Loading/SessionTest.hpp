@@ -10,9 +10,9 @@
 #include <string>
 #include <vector>
 
+#include "CorvaneTesting/TestServer.hpp"
 #include "Platform/Loading/URLErrorCodes.hpp"
 #include "Platform/Loading/URLSession.hpp"
-#include "TestSupport/TestServer.hpp"
 
 namespace platform {
 

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "CorvaneTesting/CertificateAuthority.hpp"
 #include "Platform/Security/SecTrust.hpp"
-#include "TestSupport/CertificateAuthority.hpp"
 #include "TrustCertificates.hpp"
 
 namespace {

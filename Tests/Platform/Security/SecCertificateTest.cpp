@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 #include <openssl/err.h>
 
+#include "CorvaneTesting/CertificateAuthority.hpp"
 #include "Platform/Security/Internal/CertificateHandle.hpp"
-#include "TestSupport/CertificateAuthority.hpp"
 #include "TrustCertificates.hpp"
 
 namespace {

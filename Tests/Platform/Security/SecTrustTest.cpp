@@ -6,8 +6,8 @@
 #include <ctime>
 #include <thread>
 
+#include "CorvaneTesting/CertificateAuthority.hpp"
 #include "Platform/Security/Internal/CertificateHandle.hpp"
-#include "TestSupport/CertificateAuthority.hpp"
 #include "TrustCertificates.hpp"
 
 namespace {

@@ -4,9 +4,9 @@
 
 #include <initializer_list>
 
+#include "CorvaneTesting/CertificateAuthority.hpp"
 #include "Platform/Security/Internal/CertificateHandle.hpp"
 #include "Platform/Security/SecTrust.hpp"
-#include "TestSupport/CertificateAuthority.hpp"
 #include "TestSupport/TemporaryDirectory.hpp"
 #include "TrustCertificates.hpp"
 

@@ -5,8 +5,8 @@
 #include <functional>
 #include <string>
 
+#include "CorvaneTesting/Certificate.hpp"
 #include "Platform/Security/SecCertificate.hpp"
-#include "TestSupport/Certificate.hpp"
 
 namespace corvane::testing {
 

@@ -1,0 +1,83 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+#include "CorvaneTesting/Internal/AnswerBook.hpp"
+#include "CorvaneTesting/Internal/AnswerScript.hpp"
+#include "CorvaneTesting/Internal/Journal.hpp"
+#include "CorvaneTesting/Internal/RequestReader.hpp"
+#include "CorvaneTesting/Internal/Stream.hpp"
+
+namespace corvane::testing::detail {
+
+class TlsContext;
+
+/// What the connections of one server share.
+struct ServerContext {
+  AnswerBook book;
+  Journal journal;
+  Event stop;
+  std::shared_ptr<TlsContext> tls;
+  std::atomic<bool> discardsBodies = false;
+  std::atomic<bool> ignoresExpectContinue = false;
+};
+
+/// Serves one client on a thread of its own.
+class Connection {
+ public:
+  Connection(Descriptor socket, ServerContext& context);
+  ~Connection();
+
+  /// The thread has nothing more to do.
+  bool isFinished() const { return isFinished_.load(std::memory_order_acquire); }
+  int number() const { return number_; }
+
+  // From the test's thread, while the connection waits for a request; false when it does not.
+  bool sendIfIdle(std::string_view bytes);
+  bool endIfIdle(Ending ending);
+
+ private:
+  void run();
+  void serve();
+  void shakeHands();
+  bool serveNextRequest(std::optional<Answer> first);
+  bool waitForRequest();
+  bool passIdleTime();
+  void setIdle(bool isIdle);
+  void receiveBody(ReceivedRequest& request, std::optional<Answer>& answer);
+  void readBody(ReceivedRequest& request, std::optional<std::uint64_t> limit);
+  bool answerEarly(const ReceivedRequest& request, const Answer& answer);
+  Answer answerTo(const ReceivedRequest& request);
+  bool send(const Answer& answer, const ReceivedRequest& request);
+  void perform(const std::vector<Step>& steps, const AnswerScript& script = {});
+  void performAtOnce(const std::vector<Step>& steps);
+  void performStep(const Step& step, const AnswerScript& script);
+  void sendBytes(std::string_view bytes, const AnswerScript& script);
+  void sendGenerated(const SendGenerated& generated, const AnswerScript& script);
+  void hold(const Gate& gate);
+  [[noreturn]] void end(Ending ending);
+  void closeSocket();
+  bool requestClosesConnection(const ReceivedRequest& request) const;
+
+  ServerContext& context_;
+  const int number_;
+  std::unique_ptr<Stream> stream_;
+  RequestReader reader_;
+  int requestCount_ = 0;
+  std::vector<IdleStep> idleSteps_;
+  std::string sni_;
+  std::string tlsVersion_;
+  std::mutex idleMutex_;
+  bool isIdle_ = false;
+  std::optional<Ending> ending_;
+  std::atomic<bool> isFinished_ = false;
+  std::thread thread_;
+};
+
+}  // namespace corvane::testing::detail

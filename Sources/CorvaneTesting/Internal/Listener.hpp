@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <list>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "CorvaneTesting/Internal/Connection.hpp"
+
+namespace corvane::testing::detail {
+
+/// Accepts connections on one port of one or more addresses, and owns them.
+class Listener {
+ public:
+  Listener(const std::vector<std::string>& addresses, std::uint16_t port, ServerContext& context);
+  /// Ends every connection and joins every thread; `ServerContext::stop` must have been raised.
+  ~Listener();
+
+  std::uint16_t port() const { return port_; }
+  /// Closes the listening sockets; open connections go on.
+  void stopAccepting();
+  void forEachConnection(const std::function<void(Connection&)>& visit);
+
+ private:
+  void accept();
+  void acceptOne(int listening);
+  void forgetFinished();
+
+  ServerContext& context_;
+  std::uint16_t port_ = 0;
+  std::vector<Descriptor> sockets_;
+  Event stopAccepting_;
+  std::mutex mutex_;
+  std::list<std::unique_ptr<Connection>> connections_;
+  std::thread thread_;
+};
+
+/// Blocks all signals on this thread while it lives: threads made meanwhile never run the host's handlers.
+class SignalShield {
+ public:
+  SignalShield();
+  ~SignalShield();
+  SignalShield(const SignalShield&) = delete;
+  SignalShield& operator=(const SignalShield&) = delete;
+
+ private:
+  struct Mask;
+  std::unique_ptr<Mask> before_;
+};
+
+}  // namespace corvane::testing::detail

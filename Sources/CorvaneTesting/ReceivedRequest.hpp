@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "CorvaneTesting/HeaderField.hpp"
+
+namespace corvane::testing {
+
+/// A request as it arrived.
+struct ReceivedRequest {
+  std::string method;
+  /// As it stands in the request line: with the query, percent-encoded.
+  std::string target;
+  std::string version;
+  /// In the order and spelling of the wire.
+  std::vector<HeaderField> headers;
+  /// The request line and all header lines, byte for byte, blank line included.
+  std::string head;
+  /// The content, chunks put together. Empty when the server discards bodies.
+  std::string body;
+  /// How many bytes of content arrived.
+  std::uint64_t bodySize = 0;
+  bool isChunked = false;
+  std::vector<HeaderField> trailers;
+
+  /// Which connection of the server it came on, counted from 1.
+  int connectionNumber = 0;
+  /// Which request of its connection it is, counted from 1.
+  int indexOnConnection = 0;
+  /// The local address that the client connected to.
+  std::string localAddress;
+  /// The server name of the TLS handshake; empty without one.
+  std::string sni;
+  /// "TLSv1.2", "TLSv1.3"; empty on a plain connection.
+  std::string tlsVersion;
+
+  /// The target's path, as sent.
+  std::string path() const;
+  /// The target's query, as sent, without the question mark; absent when there is no question mark.
+  std::optional<std::string> query() const;
+  /// The decoded value of the first query item of that name.
+  std::optional<std::string> queryValue(std::string_view name) const;
+  /// The value of the first field of that name, letter case aside.
+  std::optional<std::string> header(std::string_view name) const;
+  std::vector<std::string> headerValues(std::string_view name) const;
+  bool hasHeader(std::string_view name) const { return header(name).has_value(); }
+};
+
+}  // namespace corvane::testing
