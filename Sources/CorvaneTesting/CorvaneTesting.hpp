@@ -1,0 +1,22 @@
+#pragma once
+
+/// Everything for tests of what uses Corvane:
+///
+///     #include <CorvaneTesting/CorvaneTesting.hpp>
+///     using namespace corvane::testing;
+///
+/// With GoogleTest, include `CorvaneTesting/ServerTest.hpp` as well.
+
+#include "CorvaneTesting/Answer.hpp"
+#include "CorvaneTesting/Certificate.hpp"
+#include "CorvaneTesting/CertificateAuthority.hpp"
+#include "CorvaneTesting/Compression.hpp"
+#include "CorvaneTesting/Expectation.hpp"
+#include "CorvaneTesting/Gate.hpp"
+#include "CorvaneTesting/LogCapture.hpp"
+#include "CorvaneTesting/MainQueue.hpp"
+#include "CorvaneTesting/ManualTime.hpp"
+#include "CorvaneTesting/Ports.hpp"
+#include "CorvaneTesting/ReceivedForm.hpp"
+#include "CorvaneTesting/TestServer.hpp"
+#include "CorvaneTesting/TrustedAuthority.hpp"
