@@ -26,6 +26,14 @@ if(TARGET CorvaneImage)
   # An export of its own: what it names must be there only for those who ask for the component.
   install(EXPORT CorvaneImageTargets NAMESPACE Corvane:: DESTINATION "${package_folder}")
 endif()
+if(CORVANE_BUILD_TESTING_SUPPORT)
+  install(TARGETS CorvaneTesting EXPORT CorvaneTestingTargets
+    ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+    INCLUDES DESTINATION "${header_folder}")
+  install(DIRECTORY "${PROJECT_SOURCE_DIR}/Sources/CorvaneTesting" DESTINATION "${header_folder}"
+    FILES_MATCHING PATTERN "*.hpp" PATTERN "Internal" EXCLUDE)
+  install(EXPORT CorvaneTestingTargets NAMESPACE Corvane:: DESTINATION "${package_folder}")
+endif()
 
 install(EXPORT CorvaneTargets NAMESPACE Corvane:: DESTINATION "${package_folder}")
 configure_package_config_file("${PROJECT_SOURCE_DIR}/CMake/CorvaneConfig.cmake.in"
@@ -58,5 +66,11 @@ install(FILES "${PROJECT_BINARY_DIR}/corvane.pc" DESTINATION "${pkgconfig_folder
 if(TARGET CorvaneImage)
   configure_file("${PROJECT_SOURCE_DIR}/CMake/corvane-image.pc.in" "${PROJECT_BINARY_DIR}/corvane-image.pc" @ONLY)
   install(FILES "${PROJECT_BINARY_DIR}/corvane-image.pc" DESTINATION "${pkgconfig_folder}")
+endif()
+if(CORVANE_BUILD_TESTING_SUPPORT)
+  # Always static, so its own dependencies are never private.
+  set(CORVANE_PC_TESTING_REQUIRES "libssl >= 3.0, libcrypto >= 3.0, zlib")
+  configure_file("${PROJECT_SOURCE_DIR}/CMake/corvane-testing.pc.in" "${PROJECT_BINARY_DIR}/corvane-testing.pc" @ONLY)
+  install(FILES "${PROJECT_BINARY_DIR}/corvane-testing.pc" DESTINATION "${pkgconfig_folder}")
 endif()
 install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION "${CMAKE_INSTALL_DOCDIR}")

@@ -47,6 +47,11 @@ run_image() {
   expect "error: The data is neither a PNG nor a JPEG image" "$1" "$address/Consumer.cpp"
 }
 
+# run_testing PROGRAM: the same for the application that brings a server of its own.
+run_testing() {
+  expect "GET /greeting arrived for localhost, and hello came back" "$1"
+}
+
 install_library() {
   local kind=$1 shared=$2
   say "installing the $kind library"
@@ -82,6 +87,7 @@ with_find_package() {
   cmake --build "$work/$kind/application"
   run "$work/$kind/application/consumer"
   run_image "$work/$kind/application/image_consumer"
+  run_testing "$work/$kind/application/testing_consumer"
 }
 
 with_pkg_config() {
@@ -93,9 +99,12 @@ with_pkg_config() {
   g++ -std=c++20 "$application/Consumer.cpp" -o "$work/$kind/plain" $flags
   flags=$(pkg-config --cflags --libs corvane-image)
   g++ -std=c++20 "$application/ImageConsumer.cpp" -o "$work/$kind/plain-image" $flags
+  flags=$(pkg-config --cflags --libs corvane-testing)
+  g++ -std=c++20 "$application/TestingConsumer.cpp" -o "$work/$kind/plain-testing" $flags
   export LD_LIBRARY_PATH="$work/$kind/prefix/lib"
   run "$work/$kind/plain"
   run_image "$work/$kind/plain-image"
+  run_testing "$work/$kind/plain-testing"
   unset LD_LIBRARY_PATH PKG_CONFIG_PATH
 }
 
@@ -109,6 +118,19 @@ check_plain_needs_no_image_library() {
     echo "these libraries should not be needed"
     exit 1
   fi
+}
+
+# Who asks for a component that was not built is told so.
+check_missing_component() {
+  say "a component that is not there is missed by name, $1"
+  local prefix=$work/$1/without-testing output
+  cp -r "$work/$1/prefix" "$prefix"
+  rm "$prefix"/lib/cmake/Corvane/CorvaneTestingTargets*
+  if output=$(cmake -S "$application" -B "$work/$1/refused" -DCMAKE_PREFIX_PATH="$prefix" 2>&1); then
+    echo "the component should have been missed"
+    exit 1
+  fi
+  grep -F "Corvane was built without Corvane::Testing." <<<"$output" || { echo "$output"; exit 1; }
 }
 
 # What is not marked CORVANE_API must not be seen from outside: with it, someone would come to depend on it.
@@ -135,6 +157,7 @@ with_add_subdirectory() {
   cmake --build "$work/embedded/build"
   run "$work/embedded/build/consumer"
   run_image "$work/embedded/build/image_consumer"
+  run_testing "$work/embedded/build/testing_consumer"
 }
 
 installed() {
@@ -143,6 +166,7 @@ installed() {
   with_find_package "$1"
   with_pkg_config "$1"
   check_plain_needs_no_image_library "$1"
+  check_missing_component "$1"
 }
 
 [ $# -gt 0 ] || set -- static shared embedded
