@@ -12,6 +12,7 @@
 #include "CorvaneTesting/CertificateAuthority.hpp"
 #include "CorvaneTesting/Compression.hpp"
 #include "CorvaneTesting/Expectation.hpp"
+#include "CorvaneTesting/ForbiddenNetwork.hpp"
 #include "CorvaneTesting/Gate.hpp"
 #include "CorvaneTesting/LogCapture.hpp"
 #include "CorvaneTesting/MainQueue.hpp"
