@@ -35,23 +35,45 @@ class ParallelBatch : public std::enable_shared_from_this<ParallelBatch> {
   void start(std::size_t atOnce) {
     const std::size_t count = run_->count();
     for (std::size_t index = 0; index < count; ++index) group_.enter();
-    for (std::size_t lane = 0; lane < std::min(atOnce, count); ++lane) sendNext();
     group_.notify(run_->completionQueue().value_or(DispatchQueue::global()), [run = run_] { run->complete(); });
+    sendMore(std::min(atOnce, count));
   }
 
  private:
-  void sendNext() {
-    const std::size_t index = next_++;
-    if (index >= run_->count()) return;
-    run_->send(index, [self = shared_from_this()] {
-      self->sendNext();
-      self->group_.leave();
-    });
+  /// One request under way. It makes room for another when it is answered, and when it is dropped, as one that should
+  /// not be sent is; but only an answer counts for the end of the batch.
+  class Turn {
+   public:
+    explicit Turn(std::shared_ptr<ParallelBatch> batch) : batch_(std::move(batch)) {}
+    Turn(Turn&&) noexcept = default;
+    Turn& operator=(Turn&&) = delete;
+    ~Turn() {
+      if (batch_) batch_->sendMore(1);
+    }
+    void end() {
+      const auto batch = std::exchange(batch_, nullptr);
+      batch->sendMore(1);
+      batch->group_.leave();
+    }
+
+   private:
+    std::shared_ptr<ParallelBatch> batch_;
+  };
+
+  /// One thread sends at a time, so that the list's order is kept; others leave it to that one.
+  void sendMore(std::size_t number) {
+    if (wanted_.fetch_add(number) != 0) return;
+    do {
+      if (next_ == run_->count()) continue;
+      run_->send(next_++, [turn = Turn(shared_from_this())]() mutable { turn.end(); });
+    } while (wanted_.fetch_sub(1) != 1);
   }
 
   const std::shared_ptr<BatchRun> run_;
   const DispatchGroup group_;
-  std::atomic<std::size_t> next_ = 0;
+  /// How many may be sent that are not yet.
+  std::atomic<std::size_t> wanted_ = 0;
+  std::size_t next_ = 0;
 };
 
 /// The serial batches of the process, which run one after another, without holding a thread. Everything is done on

@@ -66,9 +66,9 @@ std::optional<Self> madeForPoll() {
 ///       …
 ///     };
 ///
-///     GetNews::poll([](const GetNews&, const JSONResponse<News>& response) { … });   // every 60 s, on the main queue
-///     GetNews().send(completion);                                                   // one more now; handlers hear,
-///     too GetNews::stopPolling();
+///     GetNews::poll([](const GetNews&, const JSONResponse<News>& response) { … });  // every 60 s, on the main queue
+///     GetNews().send(completion);                                                  // one more now; handlers hear, too
+///     GetNews::stopPolling();
 ///
 /// | you may write                                            | default                                         |
 /// |----------------------------------------------------------|-------------------------------------------------|
