@@ -80,8 +80,9 @@ TEST_F(BatchParallelTest, deliversOnTheGivenQueue) {
   Expectation<bool> updated;
   Expectation<bool> completed;
 
-  send(std::vector{item("a")}, queue, true, [=, this](const auto&, const auto&) { updated(queue.isCurrent()); },
-       [=, this](const auto&) { completed(queue.isCurrent()); });
+  send(
+      std::vector{item("a")}, queue, true, [=, this](const auto&, const auto&) { updated(queue.isCurrent()); },
+      [=, this](const auto&) { completed(queue.isCurrent()); });
 
   EXPECT_TRUE(completed.wait());
   EXPECT_TRUE(updated.wait());
@@ -91,9 +92,10 @@ TEST_F(BatchParallelTest, deliversTheListOnTheGlobalQueueWithoutAQueue) {
   Expectation<bool> updated;
   Expectation<bool> completed;
 
-  send(std::vector{item("a")}, std::nullopt, true,
-       [=](const auto&, const auto&) { updated(DispatchQueue::main().isCurrent()); },
-       [=](const auto&) { completed(DispatchQueue::global().isCurrent()); });
+  send(
+      std::vector{item("a")}, std::nullopt, true,
+      [=](const auto&, const auto&) { updated(DispatchQueue::main().isCurrent()); },
+      [=](const auto&) { completed(DispatchQueue::global().isCurrent()); });
 
   EXPECT_TRUE(testing::waitOnMain(updated));
   EXPECT_TRUE(completed.wait());
@@ -116,9 +118,9 @@ TEST_F(BatchParallelTest, neverEndsWhenARequestShouldNotBeSent) {
   const auto held = std::make_shared<int>();
   Expectation<void> updated;
 
-  send(items, queue, true, [=](const auto&, const auto&) { updated(); }, [=, this, held = held](Responses responses) {
-    completion(std::move(responses));
-  });
+  send(
+      items, queue, true, [=](const auto&, const auto&) { updated(); },
+      [=, this, held = held](Responses responses) { completion(std::move(responses)); });
   updated.wait();
   queue.sync([] {});
 
@@ -149,7 +151,6 @@ TEST_F(BatchParallelTest, reachesEachOfItsRequestsWithACancellation) {
   }
 }
 
-
 TEST_F(BatchParallelTest, keepsNoMoreUnderWayThanItMay) {
   std::vector<BatchItem> items;
   for (const char* name : {"a", "b", "c", "d", "e", "f", "g"}) items.push_back(item(name, 1));
@@ -162,9 +163,8 @@ TEST_F(BatchParallelTest, keepsNoMoreUnderWayThanItMay) {
   }
 
   EXPECT_THAT(completion.wait(), SizeIs(7));
-  EXPECT_THAT(journal.events(),
-              ElementsAre("sends a", "sends b", "sends c", "a: a", "sends d", "b: b", "sends e", "c: c", "sends f",
-                          "d: d", "sends g", "e: e", "f: f", "g: g"));
+  EXPECT_THAT(journal.events(), ElementsAre("sends a", "sends b", "sends c", "a: a", "sends d", "b: b", "sends e",
+                                            "c: c", "sends f", "d: d", "sends g", "e: e", "f: f", "g: g"));
 }
 
 TEST_F(BatchParallelTest, sendsOneAfterAnotherWhenItMayHaveNoneAtATime) {
@@ -197,8 +197,9 @@ TEST_F(BatchParallelTest, givesTheTurnOfARequestThatShouldNotBeSentToTheNext) {
   items.push_back(item("last"));
   Expectation<std::string> updated;
 
-  send(items, queue, HTTPBatchMode::parallel(1), [=](const auto& request, const auto&) { updated(request.name); },
-       completion);
+  send(
+      items, queue, HTTPBatchMode::parallel(1), [=](const auto& request, const auto&) { updated(request.name); },
+      completion);
 
   EXPECT_EQ(updated.wait(), "last");
 }
@@ -223,8 +224,9 @@ TEST_F(BatchSendTest, yieldsTheResponseFirstThatArrivesFirst) {
   const std::vector<Get> requests = {get("/1"), get("/2"), get("/3")};
   Expectation<std::string> updates;
 
-  send(requests, queue, true, [=](const Get&, const DataResponse& response) { updates(response.data->text()); },
-       completion);
+  send(
+      requests, queue, true, [=](const Get&, const DataResponse& response) { updates(response.data->text()); },
+      completion);
   ASSERT_TRUE(server.waitForRequests(3));
   second.open();
   const auto afterOne = updates.waitForAll(1);
@@ -243,11 +245,12 @@ TEST_F(BatchSendTest, sendsOneAfterAnother) {
   server.handleAll([](const testing::ReceivedRequest& request) { return Answer(200).text(request.target); });
   const std::vector<Get> requests = {get("/1"), get("/2"), get("/3")};
 
-  send(requests, queue, false,
-       [this](const Get&, const DataResponse& response) {
-         journal.note(response.data->text() + " of " + std::to_string(server.headCount()));
-       },
-       completion);
+  send(
+      requests, queue, false,
+      [this](const Get&, const DataResponse& response) {
+        journal.note(response.data->text() + " of " + std::to_string(server.headCount()));
+      },
+      completion);
 
   EXPECT_THAT(summaries(completion.wait()), ElementsAre("/1", "/2", "/3"));
   EXPECT_THAT(journal.events(), ElementsAre("/1 of 1", "/2 of 2", "/3 of 3"));

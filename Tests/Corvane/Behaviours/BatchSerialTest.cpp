@@ -47,8 +47,9 @@ TEST_F(BatchSerialTest, deliversOnTheGivenQueue) {
   Expectation<bool> updated;
   Expectation<bool> completed;
 
-  send(std::vector{item("a")}, queue, false, [=, this](const auto&, const auto&) { updated(queue.isCurrent()); },
-       [=, this](const auto&) { completed(queue.isCurrent()); });
+  send(
+      std::vector{item("a")}, queue, false, [=, this](const auto&, const auto&) { updated(queue.isCurrent()); },
+      [=, this](const auto&) { completed(queue.isCurrent()); });
 
   EXPECT_TRUE(completed.wait());
   EXPECT_TRUE(updated.wait());
@@ -58,9 +59,10 @@ TEST_F(BatchSerialTest, deliversAllOnTheMainQueueWithoutAQueue) {
   Expectation<bool> updated;
   Expectation<bool> completed;
 
-  send(std::vector{item("a")}, std::nullopt, false,
-       [=](const auto&, const auto&) { updated(DispatchQueue::main().isCurrent()); },
-       [=](const auto&) { completed(DispatchQueue::main().isCurrent()); });
+  send(
+      std::vector{item("a")}, std::nullopt, false,
+      [=](const auto&, const auto&) { updated(DispatchQueue::main().isCurrent()); },
+      [=](const auto&) { completed(DispatchQueue::main().isCurrent()); });
 
   EXPECT_TRUE(testing::waitOnMain(completed));
   EXPECT_TRUE(updated.wait());
@@ -119,10 +121,11 @@ TEST_F(BatchSerialTest, tellsOfALateAnswerThatMissesTheList) {
   Expectation<std::string> updated;
   const auto released = std::make_shared<Expectation<void>>();
 
-  send(items, queue, false, [=](const auto&, const DataResponse& response) { updated(summary(response)); },
-       [this, held = std::shared_ptr<void>(this, [released](void*) { (*released)(); })](Responses responses) {
-         completion(std::move(responses));
-       });
+  send(
+      items, queue, false, [=](const auto&, const DataResponse& response) { updated(summary(response)); },
+      [this, held = std::shared_ptr<void>(this, [released](void*) { (*released)(); })](Responses responses) {
+        completion(std::move(responses));
+      });
   waitForTurn();
   clock.advance(3);
   const auto list = textsOf(completion);
@@ -141,12 +144,13 @@ TEST_F(BatchSerialTest, doesNotTakeALateAnswerForThatOfTheRequestUnderWay) {
   items[0].timeoutInterval = 3;
   Expectation<void> updated;
 
-  send(items, queue, false,
-       [=, note = noting()](const BatchItem& request, const DataResponse& response) {
-         note(request, response);
-         updated();
-       },
-       completion);
+  send(
+      items, queue, false,
+      [=, note = noting()](const BatchItem& request, const DataResponse& response) {
+        note(request, response);
+        updated();
+      },
+      completion);
   waitForTurn();
   clock.advance(3);
   waitForTurn(3);
@@ -156,8 +160,7 @@ TEST_F(BatchSerialTest, doesNotTakeALateAnswerForThatOfTheRequestUnderWay) {
   clock.advance(4);
 
   EXPECT_THAT(textsOf(completion), ElementsAre("time-out", "slow", "b", "c"));
-  EXPECT_THAT(journal.events(),
-              ElementsAre("sends slow", "sends b", "slow: slow", "b: b", "sends c", "c: c"));
+  EXPECT_THAT(journal.events(), ElementsAre("sends slow", "sends b", "slow: slow", "b: b", "sends c", "c: c"));
 }
 
 TEST_F(BatchSerialTest, timesOutForARequestThatShouldNotBeSent) {
@@ -225,8 +228,8 @@ TEST_F(BatchSerialTest, runsAfterTheOneBefore) {
 
   EXPECT_THAT(textsOf(completion), ElementsAre("a1", "a2"));
   EXPECT_THAT(textsOf(otherCompletion), ElementsAre("b1", "b2"));
-  EXPECT_THAT(journal.events(), ElementsAre("sends a1", "a1: a1", "sends a2", "a2: a2", "sends b1", "b1: b1",
-                                            "sends b2", "b2: b2"));
+  EXPECT_THAT(journal.events(),
+              ElementsAre("sends a1", "a1: a1", "sends a2", "a2: a2", "sends b1", "b1: b1", "sends b2", "b2: b2"));
 }
 
 TEST_F(BatchSerialTest, runsBesideAParallelOne) {
@@ -247,9 +250,10 @@ TEST_F(BatchSerialTest, runsBesideAParallelOne) {
 TEST_F(BatchSerialTest, maySendAnotherInItsUpdate) {
   Expectation<Responses> otherCompletion;
 
-  send(std::vector{item("a")}, queue, false,
-       [=, this](const auto&, const auto&) { send(std::vector{item("b")}, queue, false, noting(), otherCompletion); },
-       completion);
+  send(
+      std::vector{item("a")}, queue, false,
+      [=, this](const auto&, const auto&) { send(std::vector{item("b")}, queue, false, noting(), otherCompletion); },
+      completion);
 
   EXPECT_THAT(textsOf(completion), ElementsAre("a"));
   EXPECT_THAT(textsOf(otherCompletion), ElementsAre("b"));
@@ -289,8 +293,9 @@ TEST_F(BatchTimeoutTest, leavesARequestThatTakesTooLongUnderWay) {
   const std::vector<TimedGet> requests = {{.url = server.url("/slow"), .timeoutInterval = 30},
                                           {.url = server.url("/next")}};
 
-  send(requests, queue, false, [=](const auto&, const DataResponse& response) { updates(summary(response)); },
-       completion);
+  send(
+      requests, queue, false, [=](const auto&, const DataResponse& response) { updates(summary(response)); },
+      completion);
   ASSERT_TRUE(server.waitForRequests(1));
   ASSERT_TRUE(clock.waitForTimers(1));
   clock.advance(30);
@@ -319,8 +324,8 @@ TEST(BatchRealTimeTest, timesOutByTheRealClock) {
   const std::vector<BatchItem> items = {{.name = "slow", .mockResponseTime = 3600, .timeoutInterval = 0},
                                         {.name = "b"}};
 
-  const auto responses = testing::await<std::vector<DataResponse>>(
-      [&](auto done) { send(items, queue, false, {}, done); });
+  const auto responses =
+      testing::await<std::vector<DataResponse>>([&](auto done) { send(items, queue, false, {}, done); });
 
   EXPECT_THAT(summaries(responses), ElementsAre("time-out", "b"));
   cancel(items);

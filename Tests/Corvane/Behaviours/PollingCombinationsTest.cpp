@@ -1,6 +1,6 @@
+#include "../Transfers/TransferFixture.hpp"
 #include "Corvane/Behaviours/HTTPRetryAtempting.hpp"
 #include "PollingFixture.hpp"
-#include "../Transfers/TransferFixture.hpp"
 #include "TestSupport/MainQueue.hpp"
 
 namespace corvane {
@@ -263,7 +263,9 @@ TEST_F(NetworkPollTest, handsOutTheFilesOfDownloads) {
   testing::Expectation<URL> heard;
   server.enqueue(Answer(200).header("Content-Disposition", "attachment; filename=\"news.txt\"").body("content"));
   FilePoll::target = server.url("/news");
-  FilePoll::poll([=](const auto&, const auto& response) { heard(response.result.url() ? *response.result.url() : URL("file:///nowhere")); });
+  FilePoll::poll([=](const auto&, const auto& response) {
+    heard(response.result.url() ? *response.result.url() : URL("file:///nowhere"));
+  });
 
   clock.advance(10);
   ASSERT_TRUE(DispatchQueue::main().runUntil([&] { return heard.isFulfilled(); }, 10));
@@ -285,7 +287,9 @@ TEST_F(NetworkPollTest, reportsTheProgressOfADownloadThatIsSentByHand) {
 
   FilePoll().send(
       queue, [=](const auto& told) { progress(*told.percentCompleted()); },
-      [=](const auto& response) { completion(response.result.isSuccess() && heard.isFulfilled() ? "after" : "alone"); });
+      [=](const auto& response) {
+        completion(response.result.isSuccess() && heard.isFulfilled() ? "after" : "alone");
+      });
 
   const std::size_t timersMeanwhile = clock.pendingTimers();
   gate.open();

@@ -70,7 +70,8 @@ TEST_F(PollingRegistryTest, callsNoneOfATypeThatDoesNotPoll) { EXPECT_THAT(calle
 
 TEST_F(PollingRegistryTest, skipsAHandlerOfAnotherType) {
   start(naming("first"));
-  addPollingHandler(type, AnyPollingHandler{&typeid(OtherHandler), std::make_shared<OtherHandler>([](int) { FAIL(); })});
+  addPollingHandler(type,
+                    AnyPollingHandler{&typeid(OtherHandler), std::make_shared<OtherHandler>([](int) { FAIL(); })});
   addPollingHandler(type, naming("last"));
 
   EXPECT_THAT(calledHandlers(), ElementsAre("first", "last"));

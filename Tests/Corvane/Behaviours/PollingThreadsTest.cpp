@@ -84,11 +84,20 @@ TEST_F(PollingThreadsTest, withstandsThatAllIsDoneAtOnceAlsoByHandlers) {
   // The handlers of a response run on its queue only, but there are three: so several may be called at a time.
   const auto handler = [&heard](const QuickPoll& request, const DataResponse&) {
     switch (++heard % 8) {
-      case 0: QuickPoll::poll([&heard](const auto&, const auto&) { ++heard; }); break;
-      case 1: QuickPoll::stopPolling(); break;
-      case 2: QuickPoll::addPollingHandler([&heard](const auto&, const auto&) { ++heard; }); break;
-      case 3: request.send(DispatchQueue::global(), [](const auto&) {}); break;
-      default: break;
+      case 0:
+        QuickPoll::poll([&heard](const auto&, const auto&) { ++heard; });
+        break;
+      case 1:
+        QuickPoll::stopPolling();
+        break;
+      case 2:
+        QuickPoll::addPollingHandler([&heard](const auto&, const auto&) { ++heard; });
+        break;
+      case 3:
+        request.send(DispatchQueue::global(), [](const auto&) {});
+        break;
+      default:
+        break;
     }
   };
 

@@ -45,8 +45,8 @@ TEST_F(TimerHandlerTest, tellsTheBlockWhoCallsAtEveryInterval) {
 
 TEST_F(TimerHandlerTest, ticksOnAWorkerOfTheGlobalQueue) {
   testing::Expectation<bool> isGlobal;
-  const auto handler = TimerHandler::make(
-      5, [=](const TimerHandler&) { isGlobal(platform::DispatchQueue::global().isCurrent()); });
+  const auto handler =
+      TimerHandler::make(5, [=](const TimerHandler&) { isGlobal(platform::DispatchQueue::global().isCurrent()); });
 
   clock.advance(5);
 
@@ -110,9 +110,8 @@ TEST_F(TimerHandlerTest, mayEndInItsOwnBlock) {
   const testing::Expectation<void> ended;
   // Goes with the block.
   const auto end = [ended](void*) { ended(); };
-  handler = TimerHandler::make(5, [&handler, held = std::shared_ptr<void>(&handler, end)](const TimerHandler&) {
-    handler = nullptr;
-  });
+  handler = TimerHandler::make(
+      5, [&handler, held = std::shared_ptr<void>(&handler, end)](const TimerHandler&) { handler = nullptr; });
 
   clock.advance(5);
 
