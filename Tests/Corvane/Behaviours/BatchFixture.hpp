@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "Corvane/Corvane.hpp"
+#include "CorvaneTesting/Expectation.hpp"
 #include "Platform/Dispatch/Internal/ManualClock.hpp"
-#include "TestSupport/Expectation.hpp"
 
 namespace corvane {
 

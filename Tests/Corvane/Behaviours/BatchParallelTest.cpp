@@ -1,6 +1,6 @@
 #include "../Transport/SendFixture.hpp"
 #include "BatchFixture.hpp"
-#include "TestSupport/MainQueue.hpp"
+#include "CorvaneTesting/MainQueue.hpp"
 
 namespace corvane {
 namespace {

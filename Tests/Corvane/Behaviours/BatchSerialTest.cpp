@@ -1,7 +1,7 @@
 #include "../../Platform/Dispatch/ThreadedDeathTest.hpp"
 #include "../Transport/SendFixture.hpp"
 #include "BatchFixture.hpp"
-#include "TestSupport/MainQueue.hpp"
+#include "CorvaneTesting/MainQueue.hpp"
 
 #include <cmath>
 #include <limits>

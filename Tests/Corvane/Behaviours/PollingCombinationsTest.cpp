@@ -1,7 +1,7 @@
 #include "../Transfers/TransferFixture.hpp"
 #include "Corvane/Behaviours/HTTPRetryAtempting.hpp"
+#include "CorvaneTesting/MainQueue.hpp"
 #include "PollingFixture.hpp"
-#include "TestSupport/MainQueue.hpp"
 
 namespace corvane {
 namespace {

@@ -10,8 +10,8 @@
 #include "Corvane/Behaviours/HTTPMockable.hpp"
 #include "Corvane/Behaviours/HTTPPolling.hpp"
 #include "Corvane/Corvane.hpp"
+#include "CorvaneTesting/Expectation.hpp"
 #include "Platform/Dispatch/Internal/ManualClock.hpp"
-#include "TestSupport/Expectation.hpp"
 
 namespace corvane {
 

@@ -3,8 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "CorvaneTesting/LogCapture.hpp"
 #include "Platform/Dispatch/Internal/ManualClock.hpp"
-#include "TestSupport/LogCapture.hpp"
 
 namespace corvane::detail {
 
@@ -131,7 +131,7 @@ TEST_F(PollingRegistryTest, labelsTheQueueOfARecordByTheType) {
 }
 
 TEST_F(PollingRegistryTest, logsTheNameOfTheTypeInItsFaults) {
-  const testsupport::LogCapture log;
+  const testing::LogCapture log;
 
   addPollingHandler(type, naming("early"));
   stopPolling(type);

@@ -1,6 +1,6 @@
+#include "CorvaneTesting/LogCapture.hpp"
 #include "Platform/Dispatch/DispatchSemaphore.hpp"
 #include "PollingFixture.hpp"
-#include "TestSupport/LogCapture.hpp"
 
 namespace corvane {
 namespace {
@@ -97,7 +97,7 @@ TEST_F(PollingTest, stopsItsTimer) {
 }
 
 TEST_F(PollingTest, logsAFaultWhenItIsStoppedTwice) {
-  const testsupport::LogCapture log;
+  const testing::LogCapture log;
   NumberedPoll::poll();
 
   NumberedPoll::stopPolling();
@@ -112,7 +112,7 @@ TEST_F(PollingTest, logsAFaultWhenItIsStoppedTwice) {
 }
 
 TEST_F(PollingTest, logsAFaultForAHandlerBeforeItPolls) {
-  const testsupport::LogCapture log;
+  const testing::LogCapture log;
 
   NumberedPoll::addPollingHandler(noting("early"));
   NumberedPoll::poll(noting("heard"));
@@ -129,7 +129,7 @@ TEST_F(PollingTest, logsAFaultForAHandlerBeforeItPolls) {
 }
 
 TEST_F(PollingTest, takesNoHandlerForNothingToAdd) {
-  const testsupport::LogCapture log;
+  const testing::LogCapture log;
   NumberedPoll::poll(noting("heard"));
 
   NumberedPoll::addPollingHandler(nullptr);

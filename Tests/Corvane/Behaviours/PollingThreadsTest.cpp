@@ -3,8 +3,8 @@
 #include "Corvane/Behaviours/HTTPMockable.hpp"
 #include "Corvane/Behaviours/HTTPPolling.hpp"
 #include "Corvane/Corvane.hpp"
+#include "CorvaneTesting/LogCapture.hpp"
 #include "PollingFixture.hpp"
-#include "TestSupport/LogCapture.hpp"
 
 namespace corvane {
 namespace {
@@ -41,7 +41,7 @@ class PollingThreadsTest : public ::testing::Test {
   }
 
   /// Faults are part of it: who stops may find that another did.
-  const testsupport::LogCapture log;
+  const testing::LogCapture log;
   const DispatchQueue queue{"PollingThreadsTest"};
 };
 

@@ -3,8 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "CorvaneTesting/Expectation.hpp"
 #include "Platform/Dispatch/Internal/ManualClock.hpp"
-#include "TestSupport/Expectation.hpp"
 
 namespace corvane::detail {
 namespace {
