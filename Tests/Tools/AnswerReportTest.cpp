@@ -36,16 +36,25 @@ HTTPHeaderFields fieldsOfTheAnswer() {
 FinishedExchange answeredWith(const std::string& body, const std::string& mediaType) {
   const auto response = std::make_shared<HTTPURLResponse>("http://host/p", 200, "HTTP/1.1",
                                                           HTTPHeaderFields{{"Content-Type", mediaType}});
-  return {.number = 1, .response = ToolResponse(Data(body), std::nullopt, response, std::nullopt), .seconds = 0.25};
+  return {.number = 1,
+          .url = "http://host/p",
+          .response = ToolResponse(Data(body), std::nullopt, response, std::nullopt),
+          .seconds = 0.25};
 }
 
 FinishedExchange answered(int status, std::optional<Error> error = std::nullopt) {
   const auto response = std::make_shared<HTTPURLResponse>("http://host/p", status, "HTTP/1.1", fieldsOfTheAnswer());
-  return {.number = 1, .response = ToolResponse(Data("body\n"), std::nullopt, response, error), .seconds = 0.25};
+  return {.number = 1,
+          .url = "http://host/p",
+          .response = ToolResponse(Data("body\n"), std::nullopt, response, error),
+          .seconds = 0.25};
 }
 
 FinishedExchange failed(Error error) {
-  return {.number = 1, .response = ToolResponse(std::nullopt, std::nullopt, nullptr, std::move(error)), .seconds = 0.5};
+  return {.number = 1,
+          .url = "http://host/p",
+          .response = ToolResponse(std::nullopt, std::nullopt, nullptr, std::move(error)),
+          .seconds = 0.5};
 }
 
 struct Told {
@@ -75,7 +84,7 @@ Told toldOfDownload(const TemporaryDirectory& folder, CommandLine line, const st
   AnswerReport report(options, Reader::program, &downloads);
   CaptureStdout();
   CaptureStderr();
-  report.add({.number = 1, .response = received, .seconds = 0.25});
+  report.add({.number = 1, .url = "http://host/p", .response = received, .seconds = 0.25});
   return {GetCapturedStdout(), GetCapturedStderr(), report.hasFailure()};
 }
 
@@ -258,11 +267,71 @@ TEST(AnswerReportTest, saysWhyADownloadCannotBeSaved) {
 
   CaptureStdout();
   CaptureStderr();
-  report.add({.number = 1, .response = lost, .seconds = 0.25});
+  report.add({.number = 1, .url = "http://host/p", .response = lost, .seconds = 0.25});
 
   EXPECT_EQ(GetCapturedStdout(), "");
   EXPECT_TRUE(GetCapturedStderr().starts_with("corvane: cannot save the download: "));
   EXPECT_TRUE(report.hasFailure());
+}
+
+TEST(AnswerReportTest, headsTheBodiesOfSeveralURLs) {
+  const CommandLine line{.url = "http://host/p", .furtherURLs = {"http://host/q"}};
+  const ToolOptions options = ToolOptions::from(line);
+  AnswerReport report(options, Reader::program);
+
+  CaptureStdout();
+  CaptureStderr();
+  report.add(answeredWith("no line break", "text/plain"));
+  report.add(answered(404, HTTPResponseError::unacceptableStatus(HTTPStatus::notFound)));
+  report.add(failed(CFNetworkErrors::timedOut()));
+
+  EXPECT_EQ(GetCapturedStdout(), "==> http://host/p <==\nno line break\n==> http://host/p <==\nbody\n");
+  EXPECT_EQ(GetCapturedStderr(),
+            "corvane: http://host/p: HTTPStatus: notFound:404 is unacceptable\n"
+            "corvane: http://host/p: CFURL/NSURL error: The connection timed out.\n");
+}
+
+TEST(AnswerReportTest, reportsWhichOfSeveralURLsWasAskedFor) {
+  CommandLine line = json;
+  line.furtherURLs = {"http://host/q"};
+
+  const Told all = told(line, answered(200));
+
+  EXPECT_NE(all.output.find("\"seconds\": 0.250000, \"requestedURL\": \"http://host/p\"}\n"), all.output.npos)
+      << all.output;
+}
+
+FinishedExchange retried() {
+  FinishedExchange exchange = answered(200);
+  exchange.attempts = 2;
+  exchange.failures = {
+      {.number = 1, .status = std::nullopt, .problem = "lost", .error = CFNetworkErrors::networkConnectionLost()}};
+  return exchange;
+}
+
+TEST(AnswerReportTest, reportsTheAttemptsWhereThereAreRetries) {
+  CommandLine line = json;
+  line.retry = "interval=1,limit=1";
+
+  const Told all = told(line, retried());
+
+  EXPECT_NE(all.output.find(R"("seconds": 0.250000, "attempts": 2, "failures": [{"status": null, "error": )"
+                            R"({"domain": "CFNetwork.CFNetworkErrors", "code": -1005, "type": "CFNetworkErrors", )"
+                            R"("case": "networkConnectionLost", "message": )"),
+            all.output.npos)
+      << all.output;
+  EXPECT_FALSE(all.hasFailure);
+}
+
+TEST(AnswerReportTest, tellsOfAFailedAttemptInOneLine) {
+  const ToolOptions options = ToolOptions::from(plain);
+  AnswerReport report(options, Reader::program);
+
+  CaptureStderr();
+  report.add(corvane::URL("http://host/p"), retried().failures.at(0));
+
+  EXPECT_EQ(GetCapturedStderr(), "corvane: attempt 1 failed: lost\n");
+  EXPECT_FALSE(report.hasFailure());
 }
 
 }  // namespace

@@ -72,9 +72,45 @@ TEST(CommandLineTest, leavesTheMeaningOfTextsToOthers) {
   EXPECT_EQ(problem({"no url at all", "--header", "no colon"}), "");
 }
 
-TEST(CommandLineTest, wantsOneURLAndAtMostOneMethod) {
-  EXPECT_EQ(problem({}), "a URL is needed");
-  EXPECT_EQ(problem({"GET", "http://host/", "more"}), "'more' is one word too many: write [METHOD] URL");
+TEST(CommandLineTest, wantsAURL) { EXPECT_EQ(problem({}), "a URL is needed"); }
+
+TEST(CommandLineTest, takesSeveralURLs) {
+  const auto plain = parsed({"http://host/1", "http://host/2", "--serial", "http://host/3"});
+  EXPECT_FALSE(plain->method);
+  EXPECT_EQ(plain->url, "http://host/1");
+  EXPECT_THAT(plain->furtherURLs, ElementsAre("http://host/2", "http://host/3"));
+  EXPECT_TRUE(plain->serial);
+
+  const auto withMethod = parsed({"DELETE", "http://host/1", "http://host/2"});
+  EXPECT_EQ(withMethod->method, "DELETE");
+  EXPECT_EQ(withMethod->url, "http://host/1");
+  EXPECT_THAT(withMethod->furtherURLs, ElementsAre("http://host/2"));
+}
+
+TEST(CommandLineTest, takesRetriesAndPolls) {
+  const auto line = parsed({"http://host/", "--retry", "interval=1,limit=3", "--poll", "0.5", "--count", "7"});
+
+  EXPECT_EQ(line->retry, "interval=1,limit=3");
+  EXPECT_EQ(line->poll, 0.5);
+  EXPECT_EQ(line->count, 7);
+}
+
+TEST(CommandLineTest, wantsOneMannerOfSending) {
+  EXPECT_EQ(problem({"http://host/", "--serial", "--parallel", "2"}), "give one of --serial and --parallel");
+  EXPECT_EQ(problem({"http://host/", "--count", "2"}), "--count needs --poll; --repeat sends so many times");
+  EXPECT_EQ(problem({"http://host/", "--poll", "1", "--repeat", "2"}),
+            "--poll cannot be joined with --repeat and --parallel: give --count");
+  EXPECT_EQ(problem({"http://host/", "--poll", "1", "--parallel", "2"}),
+            "--poll cannot be joined with --repeat and --parallel: give --count");
+  EXPECT_EQ(problem({"http://host/1", "http://host/2", "--poll", "1"}), "--poll takes one URL");
+}
+
+TEST(CommandLineTest, pollsAtMostOnceAMillisecond) {
+  EXPECT_EQ(problem({"http://host/", "--poll", "0.001"}), "");
+  EXPECT_THAT(problem({"http://host/", "--poll", "0"}), HasSubstr("'0' is not a number of seconds from 0.001"));
+  EXPECT_THAT(problem({"http://host/", "--poll", "-1"}), HasSubstr("from 0.001"));
+  EXPECT_THAT(problem({"http://host/", "--poll", "often"}), HasSubstr("from 0.001"));
+  EXPECT_THAT(problem({"http://host/", "--poll", "1", "--count", "0"}), HasSubstr("'0' is not a number from 1 to"));
 }
 
 TEST(CommandLineTest, saysWhichOptionIsNotKnown) {
@@ -191,7 +227,7 @@ TEST(CommandLineTest, answersARequestForHelpItself) {
 
   const std::string text = ::testing::internal::GetCapturedStdout();
   EXPECT_FALSE(line);
-  EXPECT_THAT(text, HasSubstr("Usage: corvane [METHOD] URL [OPTION...]"));
+  EXPECT_THAT(text, HasSubstr("Usage: corvane [METHOD] URL... [OPTION...]"));
   EXPECT_THAT(text, HasSubstr("Exit status:"));
 }
 

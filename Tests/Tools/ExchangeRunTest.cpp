@@ -25,7 +25,7 @@ class ExchangeRunTest : public ServerTest {
   std::vector<FinishedExchange> exchanges(const CommandLine& line) {
     const ToolOptions options = ToolOptions::from(line);
     std::vector<FinishedExchange> finished;
-    ExchangeRun(options, nullptr, [&](const FinishedExchange& exchange) { finished.push_back(exchange); }).run();
+    ExchangeRun(options, nullptr, {[&](const FinishedExchange& exchange) { finished.push_back(exchange); }}).run();
     return finished;
   }
   ToolResponse response(const CommandLine& line) { return exchanges(line).at(0).response; }
@@ -126,7 +126,7 @@ TEST_F(ExchangeRunTest, cancelsWhatIsUnderWayWhenItIsStopped) {
   server.handleAll([&](const auto&) { return Answer(200).body("content").hold(Moment::insideBody, gate); });
   const ToolOptions options = ToolOptions::from({.url = server.url("/r"), .download = ".", .repeat = 3, .parallel = 2});
   int reports = 0;
-  ExchangeRun run(options, nullptr, [&](const FinishedExchange&) { ++reports; });
+  ExchangeRun run(options, nullptr, {[&](const FinishedExchange&) { ++reports; }});
   corvane::DispatchQueue::global().async([&] {
     EXPECT_TRUE(server.waitUntil([&] { return server.stalledConnections() == 2; }));
     corvane::DispatchQueue::main().async([&run] { run.stop(); });

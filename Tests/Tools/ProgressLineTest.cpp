@@ -122,4 +122,20 @@ TEST(ProgressLineTest, writesTimes) {
   EXPECT_EQ(timeText(3723), "1:02:03");
 }
 
+const BatchState batch{.responses = 12, .requests = 40, .failures = 2, .responsesPerSecond = 3.46, .seconds = 4.2};
+
+TEST(ProgressLineTest, tellsHowManyResponsesOfABatchHaveCome) {
+  EXPECT_EQ(batchLine(batch, 79), "12 of 40, 2 failed, 3.5 a second, after 0:04");
+  EXPECT_EQ(batchLine({.requests = 3}, 79), "0 of 3, 0.0 a second, after 0:00");
+  EXPECT_EQ(batchLine({.responses = 2, .requests = 3, .responsesPerSecond = 123.4}, 79),
+            "2 of 3, 123 a second, after 0:00");
+}
+
+TEST(ProgressLineTest, leavesOutOfABatchWhatDoesNotFit) {
+  EXPECT_EQ(batchLine(batch, 43), "12 of 40, 2 failed, after 0:04");
+  EXPECT_EQ(batchLine(batch, 29), "12 of 40, 2 failed");
+  EXPECT_EQ(batchLine(batch, 17), "12 of 40");
+  EXPECT_EQ(batchLine(batch, 7), "");
+}
+
 }  // namespace

@@ -30,7 +30,7 @@ std::string problem(const CommandLine& line) {
 std::string problemOfJSON(const std::string& text) { return problem({.url = "http://host/", .json = text}); }
 
 std::string urlOf(const std::string& url, std::vector<std::string> queryItems) {
-  return ToolOptions::from({.url = url, .queryItems = std::move(queryItems)}).url.absoluteString();
+  return ToolOptions::from({.url = url, .queryItems = std::move(queryItems)}).urls.at(0).absoluteString();
 }
 
 corvane::HTTPHeaders headersOf(std::vector<std::string> headers) {

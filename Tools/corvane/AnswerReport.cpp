@@ -12,33 +12,29 @@
 
 using namespace corvane;
 
-namespace {
-
-std::string sentence(const Error& error, const ToolResponse& response) {
-  std::string text = error.message();
-  const auto code = statusCode(response);
-  if (code && response.status == HTTPStatus::unknown) text += " (status " + std::to_string(*code) + ")";
-  const auto userInfo = error.userInfo();
-  if (const auto* detail = userInfo.find(platform::URLErrorKey::transportMessage))
-    text += " (" + detail->description() + ")";
-  return text;
-}
-
-}  // namespace
-
 void AnswerReport::add(const FinishedExchange& exchange) {
   if (const auto* error = exchange.response.result.error()) {
     hasFailure_ = true;
-    if (!options_.reportsJSON) complain(sentence(*error, exchange.response));
+    if (!options_.reportsJSON) complain(prefix(exchange.url) + sentence(*error, exchange.response));
   }
   const auto file = saved(exchange);
   if (options_.reportsJSON) {
-    print(reportLine(exchange, options_.url, file));
+    print(reportLine(exchange, options_, file));
   } else if (options_.downloadDirectory) {
-    if (file) print(*file + "\n");
+    if (file) printPath(*file, exchange.url);
   } else if (!options_.outputFile) {
-    printBody(exchange.response);
+    printBody(exchange);
   }
+}
+
+void AnswerReport::add(const URL& url, const FailedAttempt& attempt) {
+  if (options_.reportsJSON) return;  // it tells all of them at once
+  std::fprintf(stderr, "corvane: %sattempt %d failed: %s\n", prefix(url).c_str(), attempt.number,
+               attempt.problem.c_str());
+}
+
+std::string AnswerReport::prefix(const URL& url) const {
+  return options_.hasSeveralURLs() ? url.absoluteString() + ": " : "";
 }
 
 std::optional<std::string> AnswerReport::saved(const FinishedExchange& exchange) {
@@ -66,14 +62,25 @@ std::optional<std::string> AnswerReport::savedBody(const FinishedExchange& excha
   return std::nullopt;
 }
 
-void AnswerReport::printBody(const ToolResponse& response) {
+void AnswerReport::printPath(const std::string& path, const URL& url) {
+  print(path + (options_.hasSeveralURLs() ? "\t" + url.absoluteString() : "") + "\n");
+}
+
+void AnswerReport::printHeading(const URL& url) {
+  print((isInsideLine_ ? "\n==> " : "==> ") + url.absoluteString() + " <==\n");
+}
+
+void AnswerReport::printBody(const FinishedExchange& exchange) {
+  const ToolResponse& response = exchange.response;
+  if (options_.hasSeveralURLs() && response.isComplete()) printHeading(exchange.url);
   if (!response.isComplete() || !response.data) return;
   const bool isLaidOut = reader_ == Reader::person && !options_.printsBodiesAsTheyCame;
   print((isLaidOut ? readableBody(response) : *response.data).view());
 }
 
 void AnswerReport::print(std::string_view bytes) {
-  if (!canPrint_) return;
+  if (!canPrint_ || bytes.empty()) return;
+  isInsideLine_ = bytes.back() != '\n';
   const bool isWritten = std::fwrite(bytes.data(), 1, bytes.size(), stdout) == bytes.size() && std::fflush(stdout) == 0;
   if (isWritten) return;
   complain(std::string("cannot write to standard output: ") + std::strerror(errno));

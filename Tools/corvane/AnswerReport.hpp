@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "ExchangeRun.hpp"
+#include "FinishedExchange.hpp"
 #include "ToolOptions.hpp"
 
 class DownloadFolder;
@@ -20,6 +20,8 @@ class AnswerReport {
       : options_(options), reader_(reader), folder_(folder) {}
 
   void add(const FinishedExchange& exchange);
+  /// There may be another attempt.
+  void add(const corvane::URL& url, const FailedAttempt& attempt);
   /// Whether an exchange failed, or its answer could not be written.
   bool hasFailure() const { return hasFailure_; }
 
@@ -27,13 +29,17 @@ class AnswerReport {
   std::optional<std::string> saved(const FinishedExchange& exchange);
   std::optional<std::string> savedBody(const FinishedExchange& exchange);
   std::optional<std::string> savedDownload(const ToolResponse& response);
-  void printBody(const ToolResponse& response);
+  void printPath(const std::string& path, const corvane::URL& url);
+  void printBody(const FinishedExchange& exchange);
+  void printHeading(const corvane::URL& url);
   void print(std::string_view bytes);
+  std::string prefix(const corvane::URL& url) const;
   void complain(const std::string& problem);
 
   const ToolOptions& options_;
   const Reader reader_;
   const DownloadFolder* const folder_;
   bool hasFailure_ = false;
+  bool isInsideLine_ = false;
   bool canPrint_ = true;  ///< what failed once is said once
 };

@@ -4,16 +4,25 @@
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 #include <algorithm>
-#include <cmath>
 #include <iostream>
 #include <stdexcept>
 #include <utility>
 
+#include "OptionChecks.hpp"
 #include "UsageError.hpp"
 
 namespace {
 
-constexpr char examples[] =
+constexpr char furtherHelp[] =
+    "Retry:\n"
+    "  interval=S                Waits S seconds before another attempt\n"
+    "  limit=N                   Attempts at most N + 1 times again\n"
+    "  delta=S                   Each wait is so many whole seconds longer than the last; 1 unless given\n"
+    "  longest=S                 No wait is longer\n"
+    "  jitter=F                  The part of a wait that is left to chance, from 0 to 1\n"
+    "  transient                 Only after failures that may be otherwise the next time\n"
+    "  retry-after               Waits at least as long as the server asks for\n"
+    "\n"
     "Examples:\n"
     "  Write a page to standard output:\n"
     "    corvane https://example.com/\n"
@@ -32,6 +41,12 @@ constexpr char examples[] =
     "    corvane https://127.0.0.1:8443/ --trust authority.der --parallel 16 --report json\n"
     "  Count 404 as success:\n"
     "    corvane DELETE http://127.0.0.1:8080/users/7 --accept-status 404\n"
+    "  Attempt again what the server cannot do now, after 0.5, 1.5 and 2.5 seconds:\n"
+    "    corvane http://127.0.0.1:8080/flaky/2 --retry interval=0.5,limit=2,transient\n"
+    "  Look every 10 seconds, six times:\n"
+    "    corvane http://127.0.0.1:8080/get --poll 10 --count 6\n"
+    "  Save several files, four at a time:\n"
+    "    corvane https://example.com/{a,b,c,d,e,f}.pdf --parallel 4 --download\n"
     "  Print what to paste into a shell to do the same with curl:\n"
     "    corvane http://127.0.0.1:8080/users --header 'X-Name: it'\\''s me' --curl\n"
     "\n"
@@ -41,7 +56,7 @@ class HelpFormatter : public CLI::Formatter {
  public:
   std::string make_usage(const CLI::App*, std::string name) const override {
     return "Usage: " + name +
-           " [METHOD] URL [OPTION...]\n\n"
+           " [METHOD] URL... [OPTION...]\n\n"
            "Sends HTTP requests. METHOD is sent as it is written: GET unless given, or POST with a body.\n\n";
   }
   std::string make_positionals(const CLI::App*) const override { return ""; }
@@ -55,37 +70,6 @@ class HelpFormatter : public CLI::Formatter {
     return kind.empty() ? "" : " " + kind;
   }
 };
-
-/// A check of what one option was given; empty when it will do.
-using Check = std::string (*)(const std::string&);
-
-std::string problemOfSeconds(const std::string& text) {
-  double seconds = 0;
-  if (CLI::detail::lexical_cast(text, seconds) && std::isfinite(seconds) && seconds > 0) return "";
-  return "'" + text + "' is not a positive number of seconds";
-}
-
-std::string problemOfDelay(const std::string& text) {
-  double seconds = 0;
-  if (CLI::detail::lexical_cast(text, seconds) && std::isfinite(seconds) && seconds >= 0) return "";
-  return "'" + text + "' is not a number of seconds";
-}
-
-template <int Least, int Most>
-std::string problemOfNumber(const std::string& text) {
-  int number = 0;
-  if (CLI::detail::lexical_cast(text, number) && number >= Least && number <= Most) return "";
-  return "'" + text + "' is not a number from " + std::to_string(Least) + " to " + std::to_string(Most);
-}
-
-std::string problemOfReport(const std::string& text) {
-  return text == "json" ? "" : "'" + text + "' is no kind of report; there is json";
-}
-
-std::string problemOfVerbosity(const std::string& text) {
-  if (text == "none" || text == "brief" || text == "verbose") return "";
-  return "'" + text + "' is no level; there are none, brief and verbose";
-}
 
 /// CLI11 counts what was given; a person wants to know what is wrong.
 std::string sentence(const CLI::ParseError& error) {
@@ -112,7 +96,7 @@ class Parser {
     app_.set_help_flag();  // described last
     app_.formatter(std::make_shared<HelpFormatter>());
     app_.get_formatter()->column_width(28);
-    app_.footer(examples);
+    app_.footer(furtherHelp);
     app_.add_option("words", words_);
     describeRequest();
     describeSending();
@@ -126,27 +110,23 @@ class Parser {
     std::vector<std::string> words = completed(count, arguments);
     std::reverse(words.begin(), words.end());  // as CLI11 wants them
     app_.parse(std::move(words));
-    if (words_.empty()) throw UsageError("a URL is needed");
-    if (words_.size() > 2) throw UsageError("'" + words_[2] + "' is one word too many: write [METHOD] URL");
-    requireOneOfAKind();
-    if (words_.size() > 1) line_.method = words_.front();
-    line_.url = words_.back();
+    takeWords();
+    requireOptionsToFit(line_);
     return line_;
   }
   /// What the user asked to be told in place of a request.
   int tell(const CLI::ParseError& request) const { return app_.exit(request); }
 
  private:
-  void requireOneOfAKind() const {
-    const int bodies = line_.json.has_value() + line_.data.has_value() + line_.bodyFile.has_value() +
-                       line_.upload.has_value() + !line_.formSections.empty();
-    if (bodies > 1)
-      throw UsageError("a request has one body: give one of --json, --data, --body-file, --upload and --form");
-    if (!line_.download) return;
-    if (line_.output) throw UsageError("an answer goes to one place: give one of --download and --output");
-    if (line_.upload || !line_.formSections.empty())
-      throw UsageError("--download cannot be joined with --upload and --form: give --output, or another body");
+  void takeWords() {
+    if (words_.empty()) throw UsageError("a URL is needed");
+    auto word = words_.begin();
+    // No method has a colon or a slash (RFC 9110, 5.6.2).
+    if (words_.size() > 1 && word->find("://") == std::string::npos) line_.method = *word++;
+    line_.url = *word++;
+    line_.furtherURLs.assign(word, words_.end());
   }
+
   template <class Value>
   CLI::Option* one(const char* name, Value& value, const char* kind, const char* help) {
     return app_.add_option(name, value, help)->type_name(kind)->group(group_);
@@ -185,9 +165,16 @@ class Parser {
         problemOfSeconds);
     one("--cancel-after", line_.cancelAfter, "SECONDS", "Cancels each request that long after it was sent",
         problemOfDelay);
+    one("--retry", line_.retry, "RULE", "Sends again after a failure: interval=S,limit=N[,delta=S], see below");
+    one("--poll", line_.poll, "SECONDS", "Sends every so many seconds, for the first time after as many",
+        problemOfPeriod);
+    one("--count", line_.count, "N", "Ends --poll after N responses; unless given, an interrupt does",
+        problemOfNumber<1, 1000000000>);
     one("--repeat", line_.repeat, "N", "Sends N times, one after the other, on one session",
         problemOfNumber<1, 1000000>);
-    one("--parallel", line_.parallel, "N", "Sends N at the same time", problemOfNumber<1, 100000>);
+    flag("--serial", line_.serial, "Sends to several URLs one after the other, as without --parallel");
+    one("--parallel", line_.parallel, "N", "Sends to N of several URLs at the same time, or N times to a single one",
+        problemOfNumber<1, 100000>);
     many("--trust", line_.trustedCertificates, "FILE",
          "A certificate (DER) to trust servers through; the last one counts");
     flag("--wait-for-connectivity", line_.waitForConnectivity, "Waits for the network instead of failing");

@@ -9,6 +9,7 @@
 struct CommandLine {
   std::optional<std::string> method;
   std::string url;
+  std::vector<std::string> furtherURLs;
   std::vector<std::string> headers;
   std::vector<std::string> queryItems;
   std::optional<std::string> bodyFile;
@@ -29,7 +30,11 @@ struct CommandLine {
   std::string verbosity = "none";
   bool curl = false;
   std::optional<double> cancelAfter;
+  std::optional<std::string> retry;
+  std::optional<double> poll;
+  std::optional<int> count;
   int repeat = 1;
+  bool serial = false;
   int parallel = 1;
   std::optional<std::string> report;
 

@@ -2,6 +2,7 @@
 
 #include <Platform/Foundation/FileManager.hpp>
 #include <Platform/Foundation/URLComponents.hpp>
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -13,8 +14,9 @@ using namespace corvane;
 
 namespace {
 
-ShellCommand commandFor(const ToolOptions& options, const std::string& bodyFile) {
-  return withNewRequest(options, [&](const auto& request) { return request.shellCommand({.bodyFile = bodyFile}); });
+ShellCommand commandFor(const ToolOptions& options, const URL& url, const std::string& bodyFile) {
+  return withNewRequest(options, url,
+                        [&](const auto& request) { return request.shellCommand({.bodyFile = bodyFile}); });
 }
 
 // Within single quotes everything is literal but the quote itself.
@@ -26,20 +28,19 @@ std::string quoted(const std::string& text) {
 
 /// What makes curl save the body of a success, and of nothing else, where this tool would. A second file of a name
 /// is numbered otherwise, or refused.
-std::string savingOptions(const ToolOptions& options) {
+std::string savingOptions(const ToolOptions& options, const URL& url) {
   if (!options.downloadDirectory) return "";
   const std::string place = " --fail --no-clobber --output-dir " + quoted(*options.downloadDirectory);
-  const auto components = platform::URLComponents::make(options.url, true);
+  const auto components = platform::URLComponents::make(url, true);
   const bool namesFile =
       components && !components->percentEncodedPath.empty() && !components->percentEncodedPath.ends_with('/');
   // Without a last component, curl has no name to fall back on.
   if (namesFile) return place + " --remote-name --remote-header-name";
-  return place + " --output " + quoted(options.url.host().value_or("Unknown"));
+  return place + " --output " + quoted(url.host().value_or("Unknown"));
 }
 
-bool print(const ShellCommand& command, const ToolOptions& options) {
-  if (std::printf("%s%s\n", command.text.c_str(), savingOptions(options).c_str()) >= 0 && std::fflush(stdout) == 0)
-    return true;
+bool print(const ShellCommand& command, const std::string& savingOptions) {
+  if (std::printf("%s%s\n", command.text.c_str(), savingOptions.c_str()) >= 0 && std::fflush(stdout) == 0) return true;
   std::fprintf(stderr, "corvane: cannot write to standard output: %s\n", std::strerror(errno));
   return false;
 }
@@ -54,13 +55,19 @@ bool keepBody(const ShellCommand& command) {
   return false;
 }
 
+bool printCommandFor(const ToolOptions& options, const URL& url) {
+  const bool usersFileWillDo = options.bodyFile && !options.compressesBody;
+  const ShellCommand command = commandFor(options, url, options.bodyFile.value_or(""));
+  const std::string saving = savingOptions(options, url);
+  if (!command.bodyFile || usersFileWillDo) return print(command, saving);
+  const std::string folder = platform::FileManager::createTemporaryDirectory();
+  const ShellCommand readingFile = commandFor(options, url, folder + "/request-body");
+  return keepBody(readingFile) && print(readingFile, saving);
+}
+
 }  // namespace
 
 bool printShellCommand(const ToolOptions& options) {
-  const bool usersFileWillDo = options.bodyFile && !options.compressesBody;
-  const ShellCommand command = commandFor(options, options.bodyFile.value_or(""));
-  if (!command.bodyFile || usersFileWillDo) return print(command, options);
-  const std::string folder = platform::FileManager::createTemporaryDirectory();
-  const ShellCommand readingFile = commandFor(options, folder + "/request-body");
-  return keepBody(readingFile) && print(readingFile, options);
+  return std::all_of(options.urls.begin(), options.urls.end(),
+                     [&](const URL& url) { return printCommandFor(options, url); });
 }

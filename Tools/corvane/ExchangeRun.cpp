@@ -1,31 +1,20 @@
 #include "ExchangeRun.hpp"
 
-#include <chrono>
+#include <utility>
 
 #include "ProgressBar.hpp"
 #include "ToolRequest.hpp"
 
 using namespace corvane;
-using Clock = std::chrono::steady_clock;
-
-namespace {
-
-double secondsSince(Clock::time_point start) { return std::chrono::duration<double>(Clock::now() - start).count(); }
-
-template <class Request>
-concept TellsProgress =
-    requires(const Request& request, HTTPProgressHandler handler, typename Request::Completion completion) {
-      request.send(std::move(handler), std::move(completion));
-    };
-
-}  // namespace
 
 void ExchangeRun::run() {
-  int sent = 0;
-  for (int round = 0; round < options_.repetitions && !isStopped_; ++round) {
-    for (int i = 0; i < options_.parallelRequests; ++i) send(++sent);
-    DispatchQueue::main().runUntil([&] { return underWay_.empty(); }, platform::Seconds::unlimited());
-  }
+  for (int round = 0; round < options_.repetitions && !isStopped_; ++round) runRound();
+}
+
+void ExchangeRun::runRound() {
+  waiting_ = options_.requestsOfARound();
+  for (int lane = 0; lane < options_.parallelRequests; ++lane) sendNext();
+  DispatchQueue::main().runUntil([&] { return underWay_.empty(); }, platform::Seconds::unlimited());
 }
 
 void ExchangeRun::stop() {
@@ -33,29 +22,44 @@ void ExchangeRun::stop() {
   for (const auto& [number, cancel] : underWay_) cancel();
 }
 
-void ExchangeRun::send(int number) {
-  withNewRequest(options_, [&](const auto& request) { send(request, number); });
+void ExchangeRun::sendNext() {
+  if (isStopped_ || waiting_ == 0) return;
+  --waiting_;
+  const URL& url = options_.urls[static_cast<std::size_t>(sent_) % options_.urls.size()];
+  withNewRequest(options_, journal(++sent_, url), [&](const auto& request) { send(request); });
+}
+
+std::shared_ptr<ExchangeJournal> ExchangeRun::journal(int number, const URL& url) {
+  auto journal = std::make_shared<ExchangeJournal>(ExchangeJournal{.number = number, .url = url});
+  if (bar_) journal->progress = [this, number](const HTTPProgress& progress) { bar_->show(number, progress); };
+  journal->attemptFailed = [this, url](const FailedAttempt& attempt) {
+    if (isStopped_ || !listener_.attemptFailed) return;
+    if (bar_) bar_->clear();
+    listener_.attemptFailed(url, attempt);
+  };
+  return journal;
 }
 
 template <class Request>
-void ExchangeRun::send(const Request& request, int number) {
-  underWay_[number] = [request] { request.cancel(); };
-  auto completion = [this, number, start = Clock::now()](ToolResponse response) {
-    finish({number, std::move(response), secondsSince(start)});
-  };
-  if constexpr (TellsProgress<Request>) {
-    HTTPProgressHandler handler;
-    if (bar_) handler = [this, number](const HTTPProgress& progress) { bar_->show(number, progress); };
-    request.send(std::move(handler), std::move(completion));
+void ExchangeRun::send(const Request& request) {
+  const auto journal = request.journal();
+  underWay_[journal->number] = [request] { request.cancel(); };
+  if (options_.retry) {
+    request.sendAttemptingRetry([this, journal](HTTPRetryResult<typename Request::Response> result) {
+      finish(journal->finished(*result.lastResponse()));
+    });
   } else {
-    request.send(std::move(completion));
+    request.send(DispatchQueue::main(),
+                 [this, journal](ToolResponse response) { finish(journal->finished(std::move(response))); });
   }
   if (!options_.cancelsAfterSeconds) return;
   DispatchQueue::global().asyncAfter(*options_.cancelsAfterSeconds, [request] { request.cancel(); });
 }
 
 void ExchangeRun::finish(const FinishedExchange& exchange) {
-  if (bar_) bar_->finish();
-  if (!isStopped_) report_(exchange);
+  if (bar_) bar_->finish(exchange.response.result.error() != nullptr);
+  if (!isStopped_) listener_.finished(exchange);
   underWay_.erase(exchange.number);
+  sendNext();
+  if (bar_ && !underWay_.empty()) bar_->goOn();
 }

@@ -1,10 +1,5 @@
 #include "ProgressBar.hpp"
 
-#include <sys/ioctl.h>
-#include <unistd.h>
-
-#include <algorithm>
-
 using namespace corvane;
 
 namespace {
@@ -12,19 +7,11 @@ namespace {
 constexpr double beatInSeconds = 0.5;
 // As often as a person can see.
 constexpr double shortestPause = 0.05;
-constexpr int usualColumns = 80;
-
-int columnsOf(int terminal) {
-  winsize size{};
-  const bool isKnown = ioctl(terminal, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-  // Many terminals go to the next line when the last column is written.
-  return (isKnown ? size.ws_col : usualColumns) - 1;
-}
 
 }  // namespace
 
-ProgressBar::ProgressBar(int terminal, int transfers)
-    : terminal_(terminal), timer_(DispatchQueue::main()), transfers_(transfers) {
+ProgressBar::ProgressBar(int terminal, Subject subject, std::int64_t count)
+    : line_(terminal), subject_(subject), timer_(DispatchQueue::main()), count_(count) {
   rate_.record(0, 0);
   timer_.setEventHandler([this] { draw(); });
   timer_.schedule(beatInSeconds, beatInSeconds);
@@ -38,21 +25,26 @@ ProgressBar::~ProgressBar() {
 
 void ProgressBar::show(int number, const HTTPProgress& progress) {
   amounts_[number] = {progress.completedBytes(), progress.totalBytes()};
-  if (now() - lastDrawn_ >= shortestPause) draw();
+  goOn();
 }
 
-void ProgressBar::finish() {
+void ProgressBar::finish(bool hasFailed) {
   ++finished_;
+  if (hasFailed) ++failed_;
   clear();
+}
+
+void ProgressBar::goOn() {
+  if (now() - lastDrawn_ >= shortestPause) draw();
 }
 
 double ProgressBar::now() const {
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
 }
 
-TransferState ProgressBar::state() const {
-  TransferState state{.seconds = now(), .finishedTransfers = finished_, .transfers = transfers_};
-  bool isTotalKnown = static_cast<int>(amounts_.size()) == transfers_;
+TransferState ProgressBar::transferState(double seconds) const {
+  TransferState state{.seconds = seconds, .finishedTransfers = finished_, .transfers = count_};
+  bool isTotalKnown = static_cast<std::int64_t>(amounts_.size()) == count_;
   std::int64_t total = 0;
   for (const auto& [number, amount] : amounts_) {
     state.completedBytes += amount.completedBytes;
@@ -63,26 +55,24 @@ TransferState ProgressBar::state() const {
   return state;
 }
 
+BatchState ProgressBar::batchState(double seconds) const {
+  return {.responses = finished_, .requests = count_, .failures = failed_, .seconds = seconds};
+}
+
+std::string ProgressBar::text(double seconds) {
+  if (subject_ == Subject::batch) {
+    BatchState state = batchState(seconds);
+    rate_.record(seconds, state.responses);
+    state.responsesPerSecond = rate_.bytesPerSecond(seconds);
+    return batchLine(state, line_.columns());
+  }
+  TransferState state = transferState(seconds);
+  rate_.record(seconds, state.completedBytes);
+  state.bytesPerSecond = rate_.bytesPerSecond(seconds);
+  return progressLine(state, line_.columns());
+}
+
 void ProgressBar::draw() {
-  TransferState current = state();
-  rate_.record(current.seconds, current.completedBytes);
-  current.bytesPerSecond = rate_.bytesPerSecond(current.seconds);
-  lastDrawn_ = current.seconds;
-
-  const std::string line = progressLine(current, columnsOf(terminal_));
-  const std::size_t rest = lineLength_ > line.size() ? lineLength_ - line.size() : 0;
-  write("\r" + line + std::string(rest, ' '));
-  lineLength_ = line.size();
-}
-
-void ProgressBar::clear() {
-  if (lineLength_ == 0) return;
-  const auto columns = static_cast<std::size_t>(std::max(columnsOf(terminal_), 0));
-  write("\r" + std::string(std::min(lineLength_, columns), ' ') + "\r");
-  lineLength_ = 0;
-}
-
-// A terminal that is gone must not end the transfer.
-void ProgressBar::write(const std::string& text) const {
-  [[maybe_unused]] const ssize_t count = ::write(terminal_, text.data(), text.size());
+  lastDrawn_ = now();
+  line_.show(text(lastDrawn_));
 }

@@ -8,22 +8,34 @@
 #include <string>
 
 #include "ProgressLine.hpp"
+#include "TerminalLine.hpp"
 #include "TransferRate.hpp"
 
-/// Shows on a terminal how far transfers have come, on one line that is written over again and again. Main thread
+/// Shows on a terminal how far exchanges have come, on one line that is written over again and again. Main thread
 /// only.
 class ProgressBar {
  public:
-  /// `terminal` is a descriptor; the transfers have the numbers from 1 to `transfers`.
-  ProgressBar(int terminal, int transfers);
+  enum class Subject {
+    /// How many bytes have moved.
+    transfers,
+    /// How many responses have come.
+    batch
+  };
+
+  /// `terminal` is a descriptor; the exchanges have the numbers from 1 to `count`.
+  ProgressBar(int terminal, Subject subject, std::int64_t count);
   ~ProgressBar();
   ProgressBar(const ProgressBar&) = delete;
   ProgressBar& operator=(const ProgressBar&) = delete;
 
   /// A transfer has come that far.
   void show(int number, const corvane::HTTPProgress& progress);
-  /// One more transfer has ended. Clears the line, so that something else can be written.
-  void finish();
+  /// One more exchange has ended. Clears the line, so that something else can be written.
+  void finish(bool hasFailed);
+  /// Clears the line until it is drawn the next time.
+  void clear() { line_.clear(); }
+  /// Shows the line again, unless that was done just now.
+  void goOn();
 
  private:
   struct Amount {
@@ -32,19 +44,21 @@ class ProgressBar {
   };
 
   double now() const;
-  TransferState state() const;
+  std::string text(double seconds);
+  TransferState transferState(double seconds) const;
+  BatchState batchState(double seconds) const;
   void draw();
-  void clear();
-  void write(const std::string& text) const;
 
-  const int terminal_;
+  TerminalLine line_;
+  const Subject subject_;
   const std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
   /// Beats also while nothing moves, for the rate and the time.
   const platform::DispatchTimer timer_;
   std::map<int, Amount> amounts_;
+  /// Of bytes, or of responses.
   TransferRate rate_;
-  const int transfers_;
-  int finished_ = 0;
+  const std::int64_t count_;
+  std::int64_t finished_ = 0;
+  std::int64_t failed_ = 0;
   double lastDrawn_ = 0;
-  std::size_t lineLength_ = 0;
 };

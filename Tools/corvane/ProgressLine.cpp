@@ -77,13 +77,24 @@ std::vector<std::string> lines(const TransferState& state, int columns) {
   return result;
 }
 
-}  // namespace
-
-std::string progressLine(const TransferState& state, int columns) {
-  for (const std::string& line : lines(state, columns)) {
+std::string fitting(const std::vector<std::string>& fromTheFullest, int columns) {
+  for (const std::string& line : fromTheFullest) {
     if (static_cast<int>(line.size()) <= columns) return line;
   }
   return "";
+}
+
+}  // namespace
+
+std::string progressLine(const TransferState& state, int columns) { return fitting(lines(state, columns), columns); }
+
+std::string batchLine(const BatchState& state, int columns) {
+  const std::string count = std::to_string(state.responses) + " of " + std::to_string(state.requests);
+  const std::string failed = state.failures > 0 ? ", " + std::to_string(state.failures) + " failed" : "";
+  const int decimals = state.responsesPerSecond < 9.95 ? 1 : 0;
+  const std::string rate = formatted(", %.*f a second", decimals, state.responsesPerSecond);
+  const std::string duration = ", after " + timeText(state.seconds);
+  return fitting({count + failed + rate + duration, count + failed + duration, count + failed, count}, columns);
 }
 
 std::string byteText(double bytes) {

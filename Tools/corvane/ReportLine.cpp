@@ -5,6 +5,7 @@
 #include <string_view>
 #include <utility>
 #include <variant>
+#include <vector>
 
 #include "ErrorFacts.hpp"
 
@@ -38,6 +39,20 @@ struct Report {
   OrNull<std::string> file;
   OrNull<ReportedError> error;
   SixDigits seconds;
+};
+
+struct ReportedAttempt {
+  OrNull<int> status;
+  OrNull<ReportedError> error;
+};
+
+struct ReportedRetries {
+  int attempts;
+  std::vector<ReportedAttempt> failures;
+};
+
+struct ReportedRequest {
+  std::string requestedURL;
 };
 
 }  // namespace
@@ -103,6 +118,23 @@ OrNull<ReportedError> reported(const Error* error) {
                        .message = inUTF8(std::string_view(facts.message))};
 }
 
+std::vector<ReportedAttempt> reported(const std::vector<FailedAttempt>& failures) {
+  std::vector<ReportedAttempt> attempts;
+  for (const FailedAttempt& failure : failures) attempts.push_back({orNull(failure.status), reported(&failure.error)});
+  return attempts;
+}
+
+template <class Facts>
+std::string encoded(const Facts& facts) {
+  return std::string(JSONEncoder().encode(facts).view());
+}
+
+/// One object of two that have members.
+std::string joined(std::string first, std::string_view second) {
+  first.back() = ',';
+  return first.append(second.substr(1));
+}
+
 /// A blank behind each colon and comma, for people who read along.
 std::string spaced(std::string_view json) {
   std::string text;
@@ -119,15 +151,18 @@ std::string spaced(std::string_view json) {
 
 }  // namespace
 
-std::string reportLine(const FinishedExchange& exchange, const URL& requested, const std::optional<std::string>& file) {
+std::string reportLine(const FinishedExchange& exchange, const ToolOptions& options,
+                       const std::optional<std::string>& file) {
   const ToolResponse& response = exchange.response;
-  const Report report{.status = orNull(statusCode(response)),
-                      .statusName = std::string(response.status.name()),
-                      .url = response.url.value_or(requested).absoluteString(),
-                      .headers = headersOf(response.headers),
-                      .bodyBytes = response.bodyBytes,
-                      .file = inUTF8(file),
-                      .error = reported(response.result.error()),
-                      .seconds = {exchange.seconds}};
-  return spaced(JSONEncoder().encode(report).view()) + "\n";
+  std::string json = encoded(Report{.status = orNull(statusCode(response)),
+                                    .statusName = std::string(response.status.name()),
+                                    .url = response.url.value_or(exchange.url).absoluteString(),
+                                    .headers = headersOf(response.headers),
+                                    .bodyBytes = response.bodyBytes,
+                                    .file = inUTF8(file),
+                                    .error = reported(response.result.error()),
+                                    .seconds = {exchange.seconds}});
+  if (options.hasSeveralURLs()) json = joined(json, encoded(ReportedRequest{exchange.url.absoluteString()}));
+  if (options.retry) json = joined(json, encoded(ReportedRetries{exchange.attempts, reported(exchange.failures)}));
+  return spaced(json) + "\n";
 }

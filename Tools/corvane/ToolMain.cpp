@@ -1,9 +1,11 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <functional>
 #include <memory>
 
 #include "AnswerReport.hpp"
@@ -12,6 +14,7 @@
 #include "DownloadFolder.hpp"
 #include "ExchangeRun.hpp"
 #include "InterruptWatch.hpp"
+#include "PollRun.hpp"
 #include "ProgressBar.hpp"
 #include "ToolRequest.hpp"
 #include "UsageError.hpp"
@@ -25,9 +28,11 @@ enum ExitStatus { success = 0, failedExchange = 1, wrongUsage = 2 };
 void requireThatItCanBeSent(ToolOptions options) {
   // The sections were checked before, and building a form reads its files.
   if (!options.formSections.empty()) options.formSections.assign(1, corvane::MultipartFormSection("name", "value"));
-  const std::string problem =
-      withNewRequest(options, [](const auto& request) { return request.urlRequest().problem(); });
-  if (!problem.empty()) throw UsageError(problem);
+  for (const corvane::URL& url : options.urls) {
+    const std::string problem =
+        withNewRequest(options, url, [](const auto& request) { return request.urlRequest().problem(); });
+    if (!problem.empty()) throw UsageError(problem);
+  }
 }
 
 AnswerReport::Reader reader() {
@@ -45,36 +50,51 @@ std::unique_ptr<DownloadFolder> downloadFolder(const ToolOptions& options) {
 std::unique_ptr<ProgressBar> progressBar(const ToolOptions& options) {
   // Log lines would tear it apart.
   const bool isAlone = options.verbosity == corvane::HTTPVerbosityLevel::none;
-  if (!options.isTransfer() || !isAlone || isatty(STDERR_FILENO) == 0) return nullptr;
-  return std::make_unique<ProgressBar>(STDERR_FILENO, options.repetitions * options.parallelRequests);
+  if (!isAlone || isatty(STDERR_FILENO) == 0) return nullptr;
+  if (!options.isTransfer() && !options.hasSeveralResponses()) return nullptr;
+  const auto subject = options.isTransfer() ? ProgressBar::Subject::transfers : ProgressBar::Subject::batch;
+  const auto count = static_cast<std::int64_t>(options.repetitions) * options.requestsOfARound();
+  return std::make_unique<ProgressBar>(STDERR_FILENO, subject, count);
 }
 
-/// `current` is set to what is being run, once it is.
-ExitStatus sendAndReport(const ToolOptions& options, ExchangeRun*& current) {
+/// `stop` is set to what ends the run early, while there is one.
+ExitStatus sendAndReport(const ToolOptions& options, std::function<void()>& stop) {
   const auto folder = downloadFolder(options);
   corvane::Corvane::verbosity = options.verbosity;
   corvane::Corvane::addTrustedCertificates(options.trustedCertificates);
   AnswerReport report(options, reader(), folder.get());
-  const auto bar = progressBar(options);
-  ExchangeRun exchanges(options, bar.get(), [&](const FinishedExchange& exchange) { report.add(exchange); });
-  current = &exchanges;
-  exchanges.run();
+  const ExchangeListener listener{
+      .finished = [&](const FinishedExchange& exchange) { report.add(exchange); },
+      .attemptFailed = [&](const corvane::URL& url, const FailedAttempt& attempt) { report.add(url, attempt); }};
+  const auto runToTheEnd = [&stop](auto&& exchanges) {
+    stop = [&exchanges] { exchanges.stop(); };
+    exchanges.run();
+    stop = nullptr;
+  };
+  if (options.pollsEverySeconds) {
+    runToTheEnd(PollRun(options, listener));
+  } else {
+    const auto bar = progressBar(options);
+    runToTheEnd(ExchangeRun(options, bar.get(), listener));
+  }
   return report.hasFailure() ? failedExchange : success;
 }
 
 /// An interrupt leaves neither files nor half a line behind.
-ExitStatus transferAndReport(const ToolOptions& options) {
-  ExchangeRun* exchanges = nullptr;
-  const InterruptWatch watch([&exchanges] { exchanges->stop(); });
-  const ExitStatus status = sendAndReport(options, exchanges);
+ExitStatus sendUntilInterrupted(const ToolOptions& options) {
+  std::function<void()> stop;
+  const InterruptWatch watch([&stop] {
+    if (stop) stop();
+  });
+  const ExitStatus status = sendAndReport(options, stop);
   if (const auto signal = watch.signal()) endBySignal(*signal);
   return status;
 }
 
 ExitStatus carryOut(const ToolOptions& options) {
   if (options.printsShellCommand) return printShellCommand(options) ? success : failedExchange;
-  if (options.isTransfer()) return transferAndReport(options);
-  ExchangeRun* unused = nullptr;
+  if (options.isTransfer() || options.hasSeveralResponses() || options.retry) return sendUntilInterrupted(options);
+  std::function<void()> unused;
   return sendAndReport(options, unused);
 }
 

@@ -2,11 +2,9 @@
 
 #include <unistd.h>
 #include <Platform/Foundation/FileManager.hpp>
-#include <Platform/Foundation/URLComponents.hpp>
 #include <Platform/Security/SecCertificate.hpp>
 
 #include <algorithm>
-#include <cctype>
 #include <cerrno>
 #include <cstring>
 #include <string_view>
@@ -14,6 +12,7 @@
 #include "CommandLine.hpp"
 #include "FormSection.hpp"
 #include "InputFile.hpp"
+#include "TargetURL.hpp"
 #include "UsageError.hpp"
 
 using namespace corvane;
@@ -26,44 +25,6 @@ Data contentsOf(const std::string& path, const std::string& purpose) {
   } catch (const Error& error) {
     throw UsageError("cannot read the " + purpose + ": " + error.message());
   }
-}
-
-URL parsedURL(const std::string& text) {
-  const auto url = URL::parse(text);
-  if (!url) throw UsageError("'" + text + "' is no URL: " + URL::problem(text));
-  std::string scheme = url->scheme().value_or("");
-  std::transform(scheme.begin(), scheme.end(), scheme.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  if (scheme != "http" && scheme != "https")
-    throw UsageError("'" + text + "' is no URL to send to: it must start with http:// or https://");
-  if (!url->host()) throw UsageError("'" + text + "' is no URL to send to: it names no host");
-  return *url;
-}
-
-platform::URLQueryItem queryItem(const std::string& text) {
-  const std::size_t sign = text.find('=');
-  if (sign == std::string::npos) return {text, std::nullopt};
-  if (sign == 0) throw UsageError("'" + text + "' is no query item: write NAME=VALUE");
-  return {text.substr(0, sign), text.substr(sign + 1)};
-}
-
-// The URL's own query stays as it was written.
-URL withQueryItems(const URL& url, const std::vector<std::string>& texts) {
-  if (texts.empty()) return url;
-  std::vector<platform::URLQueryItem> items;
-  for (const std::string& text : texts) items.push_back(queryItem(text));
-  platform::URLComponents added;
-  added.setQueryItems(items);
-  // The platform leaves "+" as it is, and many servers read it as a blank.
-  std::string text;
-  for (const char c : added.percentEncodedQuery.value_or("")) text.append(c == '+' ? "%2B" : std::string(1, c));
-  auto components = platform::URLComponents::make(url, true);
-  if (!components) throw UsageError("'" + url.absoluteString() + "' cannot take a query");
-  const std::string present = components->percentEncodedQuery.value_or("");
-  components->percentEncodedQuery = (present.empty() ? "" : present + "&") + text;
-  const auto result = components->url();
-  if (!result) throw UsageError("'" + url.absoluteString() + "' cannot take the query items");
-  return *result;
 }
 
 std::string_view trimmed(std::string_view text) {
@@ -145,6 +106,12 @@ std::optional<Data> body(const CommandLine& line) {
   return Data(*line.json);
 }
 
+std::vector<URL> targets(const CommandLine& line) {
+  std::vector<URL> urls{targetURL(line.url, line.queryItems)};
+  for (const std::string& text : line.furtherURLs) urls.push_back(targetURL(text, line.queryItems));
+  return urls;
+}
+
 std::vector<MultipartFormSection> formSections(const std::vector<std::string>& texts) {
   std::vector<MultipartFormSection> sections;
   for (const std::string& text : texts) sections.push_back(formSection(text));
@@ -202,7 +169,7 @@ bool ToolOptions::accepts(int statusCode) const {
 ToolOptions ToolOptions::from(const CommandLine& line) {
   const HTTPHeaderFields fields = headerFields(line.headers);
   requireOptionsToFitTheBody(line);
-  return {.url = withQueryItems(parsedURL(line.url), line.queryItems),
+  return {.urls = targets(line),
           .method = HTTPMethod(line.method.value_or(line.hasBody() ? "POST" : "GET")),
           .headers = joined(fields),
           .body = ::body(line),
@@ -222,6 +189,9 @@ ToolOptions ToolOptions::from(const CommandLine& line) {
           .verbosity = verbosityLevel(line.verbosity),
           .printsShellCommand = line.curl,
           .cancelsAfterSeconds = line.cancelAfter,
+          .retry = line.retry ? std::optional(retryOption(*line.retry)) : std::nullopt,
+          .pollsEverySeconds = line.poll,
+          .polls = line.count,
           .repetitions = line.repeat,
           .parallelRequests = line.parallel,
           .reportsJSON = line.report.has_value()};

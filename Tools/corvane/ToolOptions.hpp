@@ -5,12 +5,14 @@
 #include <string>
 #include <vector>
 
+#include "RetryOption.hpp"
+
 struct CommandLine;
 
 /// What the user asked for, checked and in the library's terms.
 struct ToolOptions {
-  /// With the query items of the command line behind those of the URL as it was given.
-  corvane::URL url;
+  /// At least one; with the query items of the command line behind those of each URL as it was given.
+  std::vector<corvane::URL> urls;
   corvane::HTTPMethod method;
   corvane::HTTPHeaders headers = {};
   std::optional<corvane::Data> body = std::nullopt;
@@ -35,11 +37,19 @@ struct ToolOptions {
   corvane::HTTPVerbosityLevel verbosity;
   bool printsShellCommand = false;
   std::optional<double> cancelsAfterSeconds = std::nullopt;
+  std::optional<RetryOption> retry = std::nullopt;
+  std::optional<double> pollsEverySeconds = std::nullopt;
+  /// How many polls there are; absent: until somebody ends it.
+  std::optional<int> polls = std::nullopt;
   int repetitions = 1;
+  /// At most so many at a time; a single URL is sent as often.
   int parallelRequests = 1;
   bool reportsJSON = false;
 
-  bool hasSeveralResponses() const { return repetitions > 1 || parallelRequests > 1; }
+  bool hasSeveralURLs() const { return urls.size() > 1; }
+  /// How many requests each repetition sends.
+  int requestsOfARound() const { return hasSeveralURLs() ? static_cast<int>(urls.size()) : parallelRequests; }
+  bool hasSeveralResponses() const { return pollsEverySeconds || repetitions > 1 || requestsOfARound() > 1; }
   /// Whether so much may move that a person wants to see how far it has come.
   bool isTransfer() const { return uploadedFile || downloadDirectory || !formSections.empty(); }
   bool accepts(int statusCode) const;

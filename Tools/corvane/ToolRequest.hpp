@@ -2,22 +2,31 @@
 
 #include <Corvane/ContentEncoding/HTTPGzipContentEncoder.hpp>
 #include <Corvane/Corvane.hpp>
+#include <memory>
 #include <optional>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
+#include "ExchangeJournal.hpp"
 #include "ToolOptions.hpp"
 #include "ToolResponse.hpp"
 
-/// What the options say about a request, over the mixin that makes it one. Each can be cancelled by itself.
-/// The options must outlive it.
+template <class Request>
+concept TellsProgress =
+    requires(const Request& request, std::optional<corvane::DispatchQueue> queue, corvane::HTTPProgressHandler handler,
+             typename Request::Completion completion) { request.send(queue, handler, std::move(completion)); };
+
+/// What the options say about a request, over the mixin that makes it one. Each can be cancelled by itself, and
+/// attempted again. The options must outlive it. Everything about it is decided on the main queue.
 template <class Mixin>
 class DescribedRequest : public Mixin {
  public:
-  explicit DescribedRequest(const ToolOptions& options) : options_(&options) {}
+  DescribedRequest(const ToolOptions& options, std::shared_ptr<ExchangeJournal> journal)
+      : options_(&options), journal_(std::move(journal)) {}
 
   corvane::HTTPMethod method() const { return options_->method; }
-  corvane::URL url() const { return options_->url; }
+  corvane::URL url() const { return journal_->url; }
   corvane::HTTPHeaders sharedHeaders() const { return {}; }
   corvane::HTTPHeaders headers() const { return options_->headers; }
   corvane::HTTPMediaType acceptType() const { return options_->acceptType; }
@@ -34,11 +43,41 @@ class DescribedRequest : public Mixin {
       throw corvane::HTTPResponseError::unacceptableStatus(response.status);
   }
 
+  double retryInterval() const { return options_->retry ? options_->retry->intervalInSeconds : 0; }
+  /// Below 0 there is one attempt.
+  std::int64_t retryLimit() const { return options_->retry ? options_->retry->limit : -1; }
+  std::int64_t retryDelta() const { return options_->retry ? options_->retry->deltaInSeconds : 0; }
+  corvane::HTTPRetryPolicy retryPolicy() const {
+    return options_->retry ? options_->retry->policy : corvane::HTTPRetryPolicy{};
+  }
+  corvane::DispatchQueue retryQueue() const { return corvane::DispatchQueue::main(); }
+  bool shouldRetry(const typename Mixin::Response& response) const {
+    if (options_->retry->isForTransientFailures && !corvane::isTransient(response)) return false;
+    journal_->addFailure(response, *response.result.error());
+    return true;
+  }
+
+  using Mixin::send;
+  /// An attempt.
+  void send(std::optional<corvane::DispatchQueue> queue, typename Mixin::Completion completion) const {
+    ++journal_->attempts;
+    if constexpr (TellsProgress<Mixin>) {
+      corvane::HTTPProgressHandler handler;
+      if (journal_->progress) handler = journal_->progress;
+      Mixin::send(std::move(queue), std::move(handler), std::move(completion));
+    } else {
+      Mixin::send(std::move(queue), std::move(completion));
+    }
+  }
+
+  const std::shared_ptr<ExchangeJournal>& journal() const { return journal_; }
+
  protected:
   const ToolOptions& options() const { return *options_; }
 
  private:
   const ToolOptions* options_;
+  std::shared_ptr<ExchangeJournal> journal_;
 };
 
 /// The same for a body in memory.
@@ -56,66 +95,101 @@ class DescribedBodyRequest : public DescribedRequest<Mixin> {
 };
 
 template <class Self>
-struct PlainMixin : corvane::HTTPRequestable<Self, ToolResponse>, corvane::HTTPRequestCancelable<Self> {};
+struct SendingMixin : corvane::HTTPRequestCancelable<Self>, corvane::HTTPRetryAttempting<Self> {};
+
+template <class Self>
+struct PlainMixin : corvane::HTTPRequestable<Self, ToolResponse>, SendingMixin<Self> {};
 
 template <class Self>
 struct BodyMixin : PlainMixin<Self>, corvane::HTTPBodyRequestable<Self, corvane::Data> {};
 
 template <class Self>
-struct DownloadMixin : corvane::DownloadRequestable<Self, corvane::URL, ToolDownloadResponse>,
-                       corvane::HTTPRequestCancelable<Self> {};
+struct DownloadMixin : corvane::DownloadRequestable<Self, corvane::URL, ToolDownloadResponse>, SendingMixin<Self> {};
 
 template <class Self>
 struct DownloadBodyMixin : DownloadMixin<Self>, corvane::HTTPBodyRequestable<Self, corvane::Data> {};
 
 template <class Self>
-struct FileMixin : corvane::UploadRequestable<Self, ToolResponse, corvane::URL>,
-                   corvane::HTTPRequestCancelable<Self> {};
+struct FileMixin : corvane::UploadRequestable<Self, ToolResponse, corvane::URL>, SendingMixin<Self> {};
 
 template <class Self>
-struct FormMixin : corvane::MultipartUploadRequestable<Self, ToolResponse>, corvane::HTTPRequestCancelable<Self> {};
+struct FormMixin : corvane::MultipartUploadRequestable<Self, ToolResponse>, SendingMixin<Self> {};
 
-class PlainRequest final : public DescribedRequest<PlainMixin<PlainRequest>> {
+// The kinds of requests. `Manner` is a further base: how such a request comes to be sent.
+
+template <template <class> class Manner>
+class PlainRequest final : public DescribedRequest<PlainMixin<PlainRequest<Manner>>>,
+                           public Manner<PlainRequest<Manner>> {
  public:
-  using DescribedRequest::DescribedRequest;
+  using DescribedRequest<PlainMixin<PlainRequest>>::DescribedRequest;
 };
 
-class BodyRequest final : public DescribedBodyRequest<BodyMixin<BodyRequest>> {
+template <template <class> class Manner>
+class BodyRequest final : public DescribedBodyRequest<BodyMixin<BodyRequest<Manner>>>,
+                          public Manner<BodyRequest<Manner>> {
  public:
-  using DescribedBodyRequest::DescribedBodyRequest;
+  using DescribedBodyRequest<BodyMixin<BodyRequest>>::DescribedBodyRequest;
 };
 
-class PlainDownload final : public DescribedRequest<DownloadMixin<PlainDownload>> {
+template <template <class> class Manner>
+class PlainDownload final : public DescribedRequest<DownloadMixin<PlainDownload<Manner>>>,
+                            public Manner<PlainDownload<Manner>> {
  public:
-  using DescribedRequest::DescribedRequest;
+  using DescribedRequest<DownloadMixin<PlainDownload>>::DescribedRequest;
 };
 
-class BodyDownload final : public DescribedBodyRequest<DownloadBodyMixin<BodyDownload>> {
+template <template <class> class Manner>
+class BodyDownload final : public DescribedBodyRequest<DownloadBodyMixin<BodyDownload<Manner>>>,
+                           public Manner<BodyDownload<Manner>> {
  public:
-  using DescribedBodyRequest::DescribedBodyRequest;
+  using DescribedBodyRequest<DownloadBodyMixin<BodyDownload>>::DescribedBodyRequest;
 };
 
-class FileUpload final : public DescribedRequest<FileMixin<FileUpload>> {
+template <template <class> class Manner>
+class FileUpload final : public DescribedRequest<FileMixin<FileUpload<Manner>>>, public Manner<FileUpload<Manner>> {
  public:
-  using DescribedRequest::DescribedRequest;
+  using DescribedRequest<FileMixin<FileUpload>>::DescribedRequest;
 
-  corvane::URL body() const { return *options().uploadedFile; }
-  corvane::HTTPMediaType contentType() const { return options().contentType; }
+  corvane::URL body() const { return *this->options().uploadedFile; }
+  corvane::HTTPMediaType contentType() const { return this->options().contentType; }
 };
 
-class FormUpload final : public DescribedRequest<FormMixin<FormUpload>> {
+template <template <class> class Manner>
+class FormUpload final : public DescribedRequest<FormMixin<FormUpload<Manner>>>, public Manner<FormUpload<Manner>> {
  public:
-  using DescribedRequest::DescribedRequest;
+  using DescribedRequest<FormMixin<FormUpload>>::DescribedRequest;
 
-  const std::vector<corvane::MultipartFormSection>& body() const { return options().formSections; }
-  corvane::HTTPMediaType contentType() const { return options().contentType; }
+  const std::vector<corvane::MultipartFormSection>& body() const { return this->options().formSections; }
+  corvane::HTTPMediaType contentType() const { return this->options().contentType; }
 };
+
+/// Calls `use` with the `std::type_identity` of the kind of request that the options ask for.
+template <template <class> class Manner, class Use>
+auto withKindOfRequest(const ToolOptions& options, Use use) {
+  if (options.uploadedFile) return use(std::type_identity<FileUpload<Manner>>());
+  if (!options.formSections.empty()) return use(std::type_identity<FormUpload<Manner>>());
+  if (options.downloadDirectory) {
+    return options.body ? use(std::type_identity<BodyDownload<Manner>>())
+                        : use(std::type_identity<PlainDownload<Manner>>());
+  }
+  return options.body ? use(std::type_identity<BodyRequest<Manner>>())
+                      : use(std::type_identity<PlainRequest<Manner>>());
+}
+
+/// The manner of requests that are sent by whoever makes them.
+template <class Self>
+struct SentByHand {};
 
 /// Calls `use` with a new request, of the kind that the options ask for.
 template <class Use>
-auto withNewRequest(const ToolOptions& options, Use use) {
-  if (options.uploadedFile) return use(FileUpload(options));
-  if (!options.formSections.empty()) return use(FormUpload(options));
-  if (options.downloadDirectory) return options.body ? use(BodyDownload(options)) : use(PlainDownload(options));
-  return options.body ? use(BodyRequest(options)) : use(PlainRequest(options));
+auto withNewRequest(const ToolOptions& options, const std::shared_ptr<ExchangeJournal>& journal, Use use) {
+  return withKindOfRequest<SentByHand>(
+      options, [&]<class Request>(std::type_identity<Request>) { return use(Request(options, journal)); });
+}
+
+/// The same for one that is looked at and not sent.
+template <class Use>
+auto withNewRequest(const ToolOptions& options, const corvane::URL& url, Use use) {
+  const auto journal = std::make_shared<ExchangeJournal>(ExchangeJournal{.number = 1, .url = url});
+  return withNewRequest(options, journal, std::move(use));
 }

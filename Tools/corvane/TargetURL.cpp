@@ -1,0 +1,56 @@
+#include "TargetURL.hpp"
+
+#include <Platform/Foundation/URLComponents.hpp>
+#include <algorithm>
+#include <cctype>
+#include <optional>
+
+#include "UsageError.hpp"
+
+using namespace corvane;
+
+namespace {
+
+URL parsedURL(const std::string& text) {
+  const auto url = URL::parse(text);
+  if (!url) throw UsageError("'" + text + "' is no URL: " + URL::problem(text));
+  std::string scheme = url->scheme().value_or("");
+  std::transform(scheme.begin(), scheme.end(), scheme.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  if (scheme != "http" && scheme != "https")
+    throw UsageError("'" + text + "' is no URL to send to: it must start with http:// or https://");
+  if (!url->host()) throw UsageError("'" + text + "' is no URL to send to: it names no host");
+  return *url;
+}
+
+platform::URLQueryItem queryItem(const std::string& text) {
+  const std::size_t sign = text.find('=');
+  if (sign == std::string::npos) return {text, std::nullopt};
+  if (sign == 0) throw UsageError("'" + text + "' is no query item: write NAME=VALUE");
+  return {text.substr(0, sign), text.substr(sign + 1)};
+}
+
+// The URL's own query stays as it was written.
+URL withQueryItems(const URL& url, const std::vector<std::string>& texts) {
+  if (texts.empty()) return url;
+  std::vector<platform::URLQueryItem> items;
+  for (const std::string& text : texts) items.push_back(queryItem(text));
+  platform::URLComponents added;
+  added.setQueryItems(items);
+  // The platform leaves "+" as it is, and many servers read it as a blank.
+  std::string text;
+  for (const char c : added.percentEncodedQuery.value_or("")) text.append(c == '+' ? "%2B" : std::string(1, c));
+  auto components = platform::URLComponents::make(url, true);
+  if (!components) throw UsageError("'" + url.absoluteString() + "' cannot take a query");
+  const std::string present = components->percentEncodedQuery.value_or("");
+  components->percentEncodedQuery = (present.empty() ? "" : present + "&") + text;
+  const auto result = components->url();
+  if (!result) throw UsageError("'" + url.absoluteString() + "' cannot take the query items");
+  return *result;
+}
+
+}  // namespace
+
+URL targetURL(const std::string& text, const std::vector<std::string>& queryItems) {
+  return withQueryItems(parsedURL(text), queryItems);
+}
