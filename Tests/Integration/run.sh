@@ -7,8 +7,9 @@ set -euo pipefail
 cd "$(dirname "$0")/../.."
 
 cmake --preset dev >/dev/null
-cmake --build build/dev --target corvane_tool corvane_transfer_driver -- -j "${JOBS:-$(nproc)}" >&2
+cmake --build build/dev --target corvane_tool corvane_testserver corvane_transfer_driver -- -j "${JOBS:-$(nproc)}" >&2
 export CORVANE_TOOL=$PWD/build/dev/bin/corvane
+export CORVANE_TESTSERVER=$PWD/build/dev/bin/corvane_testserver
 export CORVANE_TRANSFER_DRIVER=$PWD/build/dev/Tests/corvane_transfer_driver
 
 cd Tests/Integration

@@ -189,3 +189,19 @@ class Nghttpd(Server):
         super().__init__([find("nghttpd"), "--htdocs", content, "--address", "127.0.0.1", "--echo-upload",
                           "--trailer", "x-checked: yes", port, folder / "server.key", folder / "server.pem"],
                          port, folder / "nghttpd.log")
+
+
+class BundledServer:
+    """The project's own server, with the routes that fail for a while."""
+
+    def __init__(self):
+        self.process = subprocess.Popen([os.environ["CORVANE_TESTSERVER"]], stdin=subprocess.PIPE,
+                                        stdout=subprocess.PIPE)
+        line = self.process.stdout.readline().decode().strip()
+        if not line.startswith("listening on "):
+            self.stop()
+            raise RuntimeError(f"the server does not listen: {line!r}")
+        self.base = "http://" + line.removeprefix("listening on ")
+
+    def stop(self):
+        self.process.communicate(timeout=PATIENCE)  # it ends when its standard input does

@@ -20,7 +20,8 @@ class Usage(ToolTest):
 
     def test_wrong_words_end_with_status_2_and_say_what_is_wrong(self):
         self.refuses("a URL is needed")
-        self.refuses("'c' is one word too many", "a", "b", "c")
+        self.refuses("'b' is no URL to send to", "a", "b", "c")
+        self.refuses("'b' is no URL to send to", "http://127.0.0.1/", "b")
         self.refuses("must start with http:// or https://", "ftp://127.0.0.1/")
         self.refuses("is no URL", "http://127.0.0.1:port/")
         self.refuses("names no host", "http:///path")
@@ -49,6 +50,17 @@ class Usage(ToolTest):
         self.refuses("needs a body", "--content-type", "text/plain", url)
         self.refuses("cannot read the body", "--body-file", "/nowhere/at/all", url)
         self.refuses("not a certificate", "--trust", __file__, url)
+        self.refuses("interval='-1' is not a number of seconds", "--retry", "interval=-1,limit=1", url)
+        self.refuses("delta='0.5' is not a whole number", "--retry", "interval=1,limit=1,delta=0.5", url)
+        self.refuses("'limit' is needed", "--retry", "interval=1", url)
+        self.refuses("'limit' may be given only once", "--retry", "interval=1,limit=1,limit=2", url)
+        self.refuses("'often' is unknown", "--retry", "often", url)
+        self.refuses("from 0.001", "--poll", "0", url)
+        self.refuses("not a number from 1", "--poll", "1", "--count", "0", url)
+        self.refuses("--count needs --poll", "--count", "2", url)
+        self.refuses("--poll takes one URL", "--poll", "1", url, url)
+        self.refuses("--poll cannot be joined", "--poll", "1", "--repeat", "2", url)
+        self.refuses("one of --serial and --parallel", "--serial", "--parallel", "2", url, url)
         self.refuses("json", "--report", "xml", url)
         self.refuses("verbose", "--verbosity", "loud", url)
 
@@ -56,7 +68,8 @@ class Usage(ToolTest):
         help_text = self.succeed("--help").output.decode()
         for option in ("--header", "--query", "--body-file", "--data", "--json", "--content-type", "--gzip", "--timeout", "--trust",
                        "--wait-for-connectivity", "--accept-status", "--output", "--raw", "--verbosity", "--curl",
-                       "--cancel-after", "--repeat", "--parallel", "--report", "Examples:", "Exit status:"):
+                       "--cancel-after", "--retry", "--poll", "--count", "--repeat", "--serial", "--parallel",
+                       "--report", "Retry:", "Examples:", "Exit status:"):
             self.assertIn(option, help_text)
         self.assertRegex(self.succeed("--version").output.decode(), r"^corvane \d+\.\d+\.\d+\n$")
 

@@ -1,21 +1,16 @@
 """Downloads, uploads and forms with the command-line tool, as a person and as a program see them."""
 
-import fcntl
 import http.server
 import json
 import os
 import pathlib
-import pty
-import select
 import signal
-import struct
 import subprocess
 import tempfile
-import termios
 import threading
 import unittest
 
-from tool import PATIENCE, PROGRAM, ToolTest
+from tool import PATIENCE, PROGRAM, Screen, ToolTest
 
 PIECE = b"x" * 100_000
 PIECES = 30
@@ -60,39 +55,6 @@ class Handler(http.server.BaseHTTPRequestHandler):
         self.wfile.write(answer)
 
     do_PUT = do_POST
-
-
-class Screen:
-    """The tool with a terminal of its own, of so many columns, as standard output and standard error."""
-
-    def __init__(self, columns, *arguments, **options):
-        self.terminal, its = pty.openpty()
-        fcntl.ioctl(its, termios.TIOCSWINSZ, struct.pack("HHHH", 24, columns, 0, 0))
-        self.process = subprocess.Popen([PROGRAM, *map(str, arguments)], stdin=subprocess.DEVNULL, stdout=its,
-                                        stderr=its, **options)
-        os.close(its)
-        self.text = ""
-
-    def read_until(self, wanted):
-        while wanted not in self.text and self.read():
-            pass
-
-    def read(self):
-        if not select.select([self.terminal], [], [], PATIENCE)[0]:
-            self.process.kill()
-            return False
-        try:
-            piece = os.read(self.terminal, 65536)
-        except OSError:  # what Linux says when the last writer is gone
-            return False
-        self.text += piece.decode()
-        return bool(piece)
-
-    def finish(self):
-        while self.read():
-            pass
-        os.close(self.terminal)
-        return self.process.wait(PATIENCE)
 
 
 class ToolTransfers(ToolTest):

@@ -1,10 +1,13 @@
 """Runs the command-line tool and looks at what it says."""
 
+import fcntl
 import json
 import os
 import pty
 import select
+import struct
 import subprocess
+import termios
 import unittest
 
 PROGRAM = os.environ["CORVANE_TOOL"]
@@ -55,6 +58,39 @@ def run_in_terminal(*arguments):
             process.kill()
     _, problems = process.communicate(timeout=PATIENCE)
     return Outcome(process.returncode, output.replace(b"\r\n", b"\n"), problems)
+
+
+class Screen:
+    """The tool with a terminal of its own, of so many columns, as standard output and standard error."""
+
+    def __init__(self, columns, *arguments, **options):
+        self.terminal, its = pty.openpty()
+        fcntl.ioctl(its, termios.TIOCSWINSZ, struct.pack("HHHH", 24, columns, 0, 0))
+        self.process = subprocess.Popen([PROGRAM, *map(str, arguments)], stdin=subprocess.DEVNULL, stdout=its,
+                                        stderr=its, **options)
+        os.close(its)
+        self.text = ""
+
+    def read_until(self, wanted):
+        while wanted not in self.text and self.read():
+            pass
+
+    def read(self):
+        if not select.select([self.terminal], [], [], PATIENCE)[0]:
+            self.process.kill()
+            return False
+        try:
+            piece = os.read(self.terminal, 65536)
+        except OSError:  # what Linux says when the last writer is gone
+            return False
+        self.text += piece.decode()
+        return bool(piece)
+
+    def finish(self):
+        while self.read():
+            pass
+        os.close(self.terminal)
+        return self.process.wait(PATIENCE)
 
 
 class ToolTest(unittest.TestCase):

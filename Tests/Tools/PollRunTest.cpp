@@ -79,7 +79,7 @@ TEST_F(PollRunTest, attemptsEachPollAgain) {
   installStandardRoutes(server);
 
   const auto all = exchanges(
-      {.url = server.url("/flaky/1"), .retry = "interval=0.01,limit=3,delta=0,transient", .poll = 0.3, .count = 2});
+      {.url = server.url("/flaky/1"), .retry = "interval=0.01,limit=3,delta=0,transient", .poll = 0.5, .count = 2});
 
   ASSERT_EQ(all.size(), 2U);
   for (const auto& each : all) {
