@@ -26,7 +26,8 @@ class DateReader {
     int value = 0;
     if (hasSucceeded_ && rest_.size() >= digits) {
       const auto [end, problem] = std::from_chars(rest_.data(), rest_.data() + digits, value);
-      hasSucceeded_ = problem == std::errc() && end == rest_.data() + digits && value >= 0;
+      // A sign is no digit.
+      hasSucceeded_ = problem == std::errc() && end == rest_.data() + digits && rest_.front() != '-';
       rest_.remove_prefix(digits);
     } else {
       hasSucceeded_ = false;
