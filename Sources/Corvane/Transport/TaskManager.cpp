@@ -2,6 +2,7 @@
 
 #include <unordered_map>
 #include <utility>
+#include <vector>
 
 #include "Platform/Dispatch/DispatchQueue.hpp"
 #include "Platform/Loading/URLSession.hpp"
@@ -17,7 +18,8 @@ struct TaskManager::Table {
   platform::DispatchQueue isolationQueue{"org.corvane.Corvane.TaskManager.isolationQueue"};
   /// What cancels each task.
   std::unordered_map<UUID, Block> tasks;
-  std::unordered_multimap<UUID, std::shared_ptr<Block>> handlers;
+  /// In the order in which they came: a retrying send within another must not hear of a cancellation first.
+  std::unordered_map<UUID, std::vector<std::shared_ptr<Block>>> handlers;
 };
 
 TaskManager::TaskManager() : table_(std::make_unique<Table>()) {}
@@ -44,26 +46,26 @@ void TaskManager::removeTask(UUID uuid) {
 
 void TaskManager::cancelTask(UUID uuid) {
   table_->isolationQueue.async([table = table_.get(), uuid] {
+    // The handlers first: they know of it when the task ends.
+    if (const auto entry = table->handlers.find(uuid); entry != table->handlers.end()) {
+      for (const auto& handler : entry->second) (*handler)();
+    }
     if (auto entry = table->tasks.extract(uuid)) entry.mapped()();
-    const auto [first, last] = table->handlers.equal_range(uuid);
-    for (auto entry = first; entry != last; ++entry) (*entry->second)();
   });
 }
 
 void TaskManager::addCancellationHandler(std::shared_ptr<Block> handler, UUID uuid) {
   table_->isolationQueue.async([table = table_.get(), uuid, handler = std::move(handler)]() mutable {
-    table->handlers.emplace(uuid, std::move(handler));
+    table->handlers[uuid].push_back(std::move(handler));
   });
 }
 
 void TaskManager::removeCancellationHandler(std::shared_ptr<Block> handler, UUID uuid) {
   table_->isolationQueue.async([table = table_.get(), uuid, handler = std::move(handler)] {
-    const auto [first, last] = table->handlers.equal_range(uuid);
-    for (auto entry = first; entry != last; ++entry) {
-      if (entry->second != handler) continue;
-      table->handlers.erase(entry);
-      return;
-    }
+    const auto entry = table->handlers.find(uuid);
+    if (entry == table->handlers.end()) return;
+    std::erase(entry->second, handler);
+    if (entry->second.empty()) table->handlers.erase(entry);
   });
 }
 

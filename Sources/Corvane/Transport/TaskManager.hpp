@@ -29,7 +29,7 @@ class CORVANE_API TaskManager {
   void insert(platform::Block cancel, platform::UUID uuid);
   /// Forgets the task, if there is one. It keeps running.
   void removeTask(platform::UUID uuid);
-  /// Forgets the task and cancels it; without a task it does nothing. Then calls the handlers.
+  /// Calls the handlers; then forgets the task and cancels it, if there is one.
   void cancelTask(platform::UUID uuid);
 
   /// From now on the handler is called for each cancellation of the UUID, on the manager's queue, whether there is a

@@ -119,5 +119,57 @@ TEST(TaskManagerTest, cancelsNothingOfAnEmptyList) {
   waitForEarlierOperations();
 }
 
+/// Notes its name when it is called.
+std::shared_ptr<platform::Block> noting(const char* name, Expectation<std::string> events) {
+  return std::make_shared<platform::Block>([=] { events(name); });
+}
+
+TEST(TaskManagerTest, tellsItsHandlersOfACancellationBeforeTheTask) {
+  Expectation<std::string> events;
+  const UUID uuid;
+  const auto handler = noting("handler", events);
+  TaskManager::shared().addCancellationHandler(handler, uuid);
+  TaskManager::shared().insert(std::make_shared<FakeTask>([events] { events("task"); }), uuid);
+
+  TaskManager::shared().cancelTask(uuid);
+  TaskManager::shared().cancelTask(uuid);
+
+  const std::vector<std::string> expected{"handler", "task", "handler"};
+  EXPECT_EQ(events.waitForAll(3), expected);
+  TaskManager::shared().removeCancellationHandler(handler, uuid);
+}
+
+TEST(TaskManagerTest, tellsItsHandlersInTheOrderInWhichTheyCame) {
+  Expectation<std::string> events;
+  const UUID uuid;
+  const std::vector<std::string> names{"a", "b", "c", "d"};
+  std::vector<std::shared_ptr<platform::Block>> handlers;
+  for (const auto& name : names) handlers.push_back(noting(name.c_str(), events));
+  for (const auto& handler : handlers) TaskManager::shared().addCancellationHandler(handler, uuid);
+
+  TaskManager::shared().cancelTask(uuid);
+
+  EXPECT_EQ(events.waitForAll(4), names);
+  for (const auto& handler : handlers) TaskManager::shared().removeCancellationHandler(handler, uuid);
+}
+
+TEST(TaskManagerTest, tellsOnlyTheHandlersThatItStillHas) {
+  Expectation<std::string> events;
+  const UUID uuid;
+  const auto first = noting("first", events);
+  const auto second = noting("second", events);
+  TaskManager::shared().addCancellationHandler(first, uuid);
+  TaskManager::shared().addCancellationHandler(second, uuid);
+  TaskManager::shared().addCancellationHandler(noting("stranger", events), UUID());
+
+  TaskManager::shared().removeCancellationHandler(first, uuid);
+  TaskManager::shared().removeCancellationHandler(first, uuid);
+  TaskManager::shared().cancelTask(uuid);
+  waitForEarlierOperations();
+
+  EXPECT_EQ(events.waitForAll(1), std::vector<std::string>{"second"});
+  TaskManager::shared().removeCancellationHandler(second, uuid);
+}
+
 }  // namespace
 }  // namespace corvane
