@@ -21,8 +21,8 @@ class CORVANE_API Corvane {
   static std::atomic<HTTPVerbosityLevel> verbosity;
 
   /// For tests; false at first. While it is true, every request that would use the network fails with an
-  /// `HTTPNetworkForbiddenError`, which names it, and nothing is sent; mocks answer as ever. May be changed at any
-  /// time.
+  /// `HTTPNetworkForbiddenError`, which names it, and nothing is sent; mocks answer and file URLs are read as
+  /// ever. May be changed at any time.
   static std::atomic<bool> isNetworkForbidden;
 
   /// Certificate files (DER) that servers may be trusted through, beside the system's anchors, in the order

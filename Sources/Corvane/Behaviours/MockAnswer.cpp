@@ -59,6 +59,8 @@ void give(PendingAnswer& pending) {
 void cancel(PendingAnswer& pending) {
   const auto exchange = std::exchange(pending.exchange, nullptr);
   if (!exchange) return;
+  // The timer of the answer goes on; what the request holds need not.
+  pending.makeOutcome = nullptr;
   const Error cancelled(platform::NSURLErrorDomain, platform::URLErrorCode::cancelled, "cancelled");
   processTaskCompletion(exchange, {.data = {}, .url = {}, .response = nullptr, .error = cancelled});
 }

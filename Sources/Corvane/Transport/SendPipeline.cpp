@@ -64,7 +64,8 @@ URLSession::DownloadCompletion downloadCompletion(std::shared_ptr<Exchange> exch
 
 URLRequest permittedRequest(const Exchange& exchange) {
   URLRequest request = exchange.urlRequest();
-  if (Corvane::isNetworkForbidden) throw HTTPNetworkForbiddenError(request.httpMethod, request.url);
+  const bool usesNetwork = !request.url.isFileURL();
+  if (usesNetwork && Corvane::isNetworkForbidden) throw HTTPNetworkForbiddenError(request.httpMethod, request.url);
   return request;
 }
 
