@@ -61,7 +61,7 @@ class HTTPMockable : public detail::MockMark {
 
   /// Answers from the mock, as `send` does: once, on the queue (absent: the main queue).
   template <class Request = Self>
-  void mock(std::optional<platform::DispatchQueue> queue, typename Request::Completion completion) const;
+  void mock(std::optional<platform::DispatchQueue> queue, detail::CompletionOf<Request> completion) const;
 
  private:
   const Self& self() const { return static_cast<const Self&>(*this); }
@@ -94,7 +94,7 @@ class HTTPTestMockable : public HTTPMockable<Self>, public detail::TestMockMark 
 
   /// As `mock`, from the test's values.
   template <class Request = Self>
-  void test(std::optional<platform::DispatchQueue> queue, typename Request::Completion completion) const;
+  void test(std::optional<platform::DispatchQueue> queue, detail::CompletionOf<Request> completion) const;
 
  private:
   const Self& self() const { return static_cast<const Self&>(*this); }
@@ -134,7 +134,7 @@ std::optional<platform::Error> HTTPMockable<Self>::mockComputedError() const {
 template <class Self>
 template <class Request>
 void HTTPMockable<Self>::mock(std::optional<platform::DispatchQueue> queue,
-                              typename Request::Completion completion) const {
+                              detail::CompletionOf<Request> completion) const {
   if constexpr (detail::isSoundRequest<Request> && detail::checkMock<Request>()) {
     const Request& request = self();
     detail::answerFromMock<Request>(request, detail::read(&Request::mockResponseTime, request), std::move(queue),
@@ -167,7 +167,7 @@ std::optional<platform::Error> HTTPTestMockable<Self>::testComputedError() const
 template <class Self>
 template <class Request>
 void HTTPTestMockable<Self>::test(std::optional<platform::DispatchQueue> queue,
-                                  typename Request::Completion completion) const {
+                                  detail::CompletionOf<Request> completion) const {
   if constexpr (detail::isSoundRequest<Request> && detail::checkMock<Request>() && detail::checkTestMock<Request>()) {
     const Request& request = self();
     detail::answerFromMock<Request>(request, detail::read(&Request::testResponseTime, request), std::move(queue),

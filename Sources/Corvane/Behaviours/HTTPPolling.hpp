@@ -92,7 +92,7 @@ class HTTPPolling : public detail::PollingMark {
   /// Called with the request and its response.
   template <class Request = Self>
   using Handler =
-      std::type_identity_t<platform::UniqueFunction<void(const Request&, const typename Request::Response&)>>;
+      std::type_identity_t<platform::UniqueFunction<void(const Request&, const detail::ResponseOf<Request>&)>>;
 
   static double pollingRate() { return 300; }
   static bool shouldFirePoll() { return true; }
@@ -126,11 +126,11 @@ class HTTPPolling : public detail::PollingMark {
   /// `progress` is the handler of a transfer, or nothing.
   template <class Request = Self, class... Progress>
   static void firePoll(const Request& request, std::optional<platform::DispatchQueue> queue,
-                       typename Request::Completion completion, Progress... progress);
+                       detail::CompletionOf<Request> completion, Progress... progress);
   /// The same for types that are `HTTPRetryAttempting`: a retrying send, and of its attempts the one that counts.
   template <class Request = Self>
   static void firePollForRetryable(const Request& request, std::optional<platform::DispatchQueue> queue,
-                                   typename Request::Completion completion);
+                                   detail::CompletionOf<Request> completion);
 
  private:
   template <class Request>
@@ -141,7 +141,7 @@ class HTTPPolling : public detail::PollingMark {
   static void processTimerInvocation(const detail::TimerHandler& timer);
   /// Tells the handlers, then the completion.
   template <class Request>
-  static typename Request::Completion handling(const Request& request, typename Request::Completion completion);
+  static detail::CompletionOf<Request> handling(const Request& request, detail::CompletionOf<Request> completion);
 };
 
 template <class Self>
@@ -184,9 +184,9 @@ void HTTPPolling<Self>::processTimerInvocation(const detail::TimerHandler& timer
 
 template <class Self>
 template <class Request>
-typename Request::Completion HTTPPolling<Self>::handling(const Request& request,
-                                                         typename Request::Completion completion) {
-  using Response = typename Request::Response;
+detail::CompletionOf<Request> HTTPPolling<Self>::handling(const Request& request,
+                                                          detail::CompletionOf<Request> completion) {
+  using Response = detail::ResponseOf<Request>;
   using Told = std::pair<const Request&, const Response&>;
   return [request, completion = std::move(completion)](Response response) mutable {
     const Told told(request, response);
@@ -201,11 +201,11 @@ typename Request::Completion HTTPPolling<Self>::handling(const Request& request,
 template <class Self>
 template <class Request, class... Progress>
 void HTTPPolling<Self>::firePoll(const Request& request, std::optional<platform::DispatchQueue> queue,
-                                 typename Request::Completion completion, Progress... progress) {
+                                 detail::CompletionOf<Request> completion, Progress... progress) {
   if constexpr (detail::isSoundRequest<Request> && detail::checkPolling<Request>()) {
     // Ends with the completion, also where that is dropped without being called.
     auto paused = [pause = std::make_unique<detail::PollingPause>(typeid(Self)),
-                   completion = std::move(completion)](typename Request::Response response) mutable {
+                   completion = std::move(completion)](detail::ResponseOf<Request> response) mutable {
       pause.reset();
       completion(std::move(response));
     };
@@ -217,11 +217,11 @@ void HTTPPolling<Self>::firePoll(const Request& request, std::optional<platform:
 template <class Self>
 template <class Request>
 void HTTPPolling<Self>::firePollForRetryable(const Request& request, std::optional<platform::DispatchQueue> queue,
-                                             typename Request::Completion completion) {
+                                             detail::CompletionOf<Request> completion) {
   static_assert(detail::Retries<Request>, "`firePollForRetryable` is for request types that are HTTPRetryAttempting");
   if constexpr (detail::isSoundRequest<Request> && detail::checkPolling<Request>() && detail::Retries<Request>) {
     auto paused = [pause = std::make_unique<detail::PollingPause>(typeid(Self)),
-                   completion = std::move(completion)](typename Request::Response response) mutable {
+                   completion = std::move(completion)](detail::ResponseOf<Request> response) mutable {
       pause.reset();
       completion(std::move(response));
     };

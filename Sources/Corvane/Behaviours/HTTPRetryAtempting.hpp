@@ -1,9 +1,11 @@
 #pragma once
 
+#include <concepts>
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
+#include <type_traits>
 #include <utility>
 
 #include "Corvane/Behaviours/HTTPRetryPolicy.hpp"
@@ -17,6 +19,18 @@ namespace corvane {
 namespace detail {
 
 #define CORVANE_READS(Value, property) (requires { requires ReadsAs<decltype(&Self::property), Self, Value>; })
+#define CORVANE_READS_INTEGER(property) (requires { requires ReadsAsInteger<decltype(&Self::property), Self>; })
+
+template <class Member, class Self>
+concept ReadsAsInteger = Readable<Member, Self> && requires(Member member, const Self& self) {
+  requires std::integral<std::remove_cvref_t<decltype(read(member, self))>>;
+  requires !std::same_as<std::remove_cvref_t<decltype(read(member, self))>, bool>;
+};
+
+template <class Self>
+concept JudgesFailures = requires(const Self& self, const typename Self::Response& response) {
+  { self.shouldRetry(response) } -> std::same_as<bool>;
+};
 
 template <class Self>
 constexpr bool checkRetry() {
@@ -32,17 +46,18 @@ constexpr bool checkRetry() {
       "`retryLimit` is required: write `static constexpr std::int64_t retryLimit = 3`, or `std::int64_t retryLimit() "
       "const`");
   static_assert(
-      !requires { &Self::retryLimit; } || CORVANE_READS(std::int64_t, retryLimit),
-      "`retryLimit` must convert to std::int64_t");
-  static_assert(CORVANE_READS(std::int64_t, retryDelta), "`retryDelta` must convert to std::int64_t: whole seconds");
+      !requires { &Self::retryLimit; } || CORVANE_READS_INTEGER(retryLimit), "`retryLimit` must be an integer");
+  static_assert(CORVANE_READS_INTEGER(retryDelta), "`retryDelta` must be an integer: whole seconds");
   static_assert(CORVANE_READS(HTTPRetryPolicy, retryPolicy),
                 "`retryPolicy` must be an HTTPRetryPolicy: write `HTTPRetryPolicy retryPolicy() const`, or a stored or "
                 "static member of that type");
-  return CORVANE_READS(platform::Seconds, retryInterval) && CORVANE_READS(std::int64_t, retryLimit) &&
-         CORVANE_READS(std::int64_t, retryDelta) && CORVANE_READS(HTTPRetryPolicy, retryPolicy);
+  static_assert(JudgesFailures<Self>, "`shouldRetry` must be `bool shouldRetry(const Response& response) const`");
+  return CORVANE_READS(platform::Seconds, retryInterval) && CORVANE_READS_INTEGER(retryLimit) &&
+         CORVANE_READS_INTEGER(retryDelta) && CORVANE_READS(HTTPRetryPolicy, retryPolicy) && JudgesFailures<Self>;
 }
 
 #undef CORVANE_READS
+#undef CORVANE_READS_INTEGER
 
 }  // namespace detail
 
@@ -63,17 +78,18 @@ constexpr bool checkRetry() {
 /// | `retryLimit`: integer                      | none; see below                                                   |
 /// | `retryDelta`: whole seconds                | 1; by so much each wait is longer than the one before             |
 /// | `retryPolicy`: `HTTPRetryPolicy`           | every failure is retried, after exactly that wait                 |
-/// | `shouldRetry(const Response&) const`       | true; called for a failure that would be retried, must not throw  |
+/// | `shouldRetry(const Response&) const`       | true; called for a failure that would be retried                  |
 ///
-/// The requirements may be static, stored or computed. An attempt is a `send`, whatever that does for the type: so
-/// mocks and `send`s of one's own are retried, too. An attempt has failed when its response's `result` has an error.
+/// The requirements may be static, stored or computed, and must not throw. An attempt is a `send`, whatever that does
+/// for the type: so mocks and `send`s of one's own are retried, too. An attempt has failed when its response's `result`
+/// has an error.
 ///
 /// **The rule.** Attempts count from 0. A failed one is followed by another as long as its number is not above
 /// `retryLimit`; so there are at most `retryLimit` + 2, and for a negative limit one. After attempt n the wait is
 /// `retryInterval` + n x `retryDelta` seconds (a product beyond 64 bits ends the process). The result then is:
 /// - `noFailure` with the response, when it was attempt 0, whether that failed or not;
 /// - `totalFailure` with all responses, when it was attempt number `retryLimit`: even though that one succeeded, and
-///   also where `shouldRetry`, the policy or a cancellation ended it;
+///   also where `shouldRetry`, the policy or, if that allows it, a cancellation ended it;
 /// - `partialFailure` with the last response and those before, otherwise; so, too, when all attempts failed.
 ///
 /// Attempts never overlap. Decisions are made on a queue of the send's own, waits pass without holding a thread, and
@@ -96,22 +112,22 @@ class HTTPRetryAttempting : public detail::RetryMark {
   template <class Request = Self>
   void sendAttemptingRetry(
       std::optional<platform::DispatchQueue> queue,
-      platform::UniqueFunction<void(HTTPRetryResult<typename Request::Response>)> completion) const;
+      platform::UniqueFunction<void(HTTPRetryResult<detail::ResponseOf<Request>>)> completion) const;
   /// The same with the completion on the main queue.
   template <class Request = Self>
   void sendAttemptingRetry(
-      platform::UniqueFunction<void(HTTPRetryResult<typename Request::Response>)> completion) const {
+      platform::UniqueFunction<void(HTTPRetryResult<detail::ResponseOf<Request>>)> completion) const {
     sendAttemptingRetry<Request>(platform::DispatchQueue::main(), std::move(completion));
   }
   /// The same with a future, which is completed on the caller's queue, where there is one. It never fails: whatever
   /// came of the attempts is in the result.
   template <class Request = Self>
-  velisand::Future<HTTPRetryResult<typename Request::Response>> sendAttemptingRetry() const;
+  velisand::Future<HTTPRetryResult<detail::ResponseOf<Request>>> sendAttemptingRetry() const;
 
   /// For polling types: a retrying send outside of the polling whose completion gets the one response that counts,
   /// the successful one of the result, or else the last.
   template <class Request = Self>
-  void sendFromPoll(std::optional<platform::DispatchQueue> queue, typename Request::Completion completion) const;
+  void sendFromPoll(std::optional<platform::DispatchQueue> queue, detail::CompletionOf<Request> completion) const;
 
  private:
   const Self& self() const { return static_cast<const Self&>(*this); }
@@ -121,7 +137,7 @@ template <class Self>
 template <class Request>
 void HTTPRetryAttempting<Self>::sendAttemptingRetry(
     std::optional<platform::DispatchQueue> queue,
-    platform::UniqueFunction<void(HTTPRetryResult<typename Request::Response>)> completion) const {
+    platform::UniqueFunction<void(HTTPRetryResult<detail::ResponseOf<Request>>)> completion) const {
   if constexpr (detail::isSoundRequest<Request> && detail::checkRetry<Request>()) {
     constexpr auto kind = detail::Polls<Request> ? detail::RetryKind::poll : detail::RetryKind::send;
     if constexpr (detail::Polls<Request>) {
@@ -134,8 +150,8 @@ void HTTPRetryAttempting<Self>::sendAttemptingRetry(
 template <class Self>
 template <class Request>
 auto HTTPRetryAttempting<Self>::sendAttemptingRetry() const
-    -> velisand::Future<HTTPRetryResult<typename Request::Response>> {
-  using Result = HTTPRetryResult<typename Request::Response>;
+    -> velisand::Future<HTTPRetryResult<detail::ResponseOf<Request>>> {
+  using Result = HTTPRetryResult<detail::ResponseOf<Request>>;
   auto queue = velisand::currentQueue();
   const auto future = queue ? velisand::Future<Result>::completedOn(*queue) : velisand::Future<Result>();
   sendAttemptingRetry<Request>(std::move(queue), [future](Result result) { future.markCompletion(std::move(result)); });
@@ -145,10 +161,10 @@ auto HTTPRetryAttempting<Self>::sendAttemptingRetry() const
 template <class Self>
 template <class Request>
 void HTTPRetryAttempting<Self>::sendFromPoll(std::optional<platform::DispatchQueue> queue,
-                                             typename Request::Completion completion) const {
+                                             detail::CompletionOf<Request> completion) const {
   static_assert(detail::Polls<Request>, "`sendFromPoll` is for request types that are HTTPPolling, too");
   if constexpr (detail::isSoundRequest<Request> && detail::checkRetry<Request>() && detail::Polls<Request>) {
-    using Response = typename Request::Response;
+    using Response = detail::ResponseOf<Request>;
     auto deliver = [queue, completion = std::move(completion)](HTTPRetryResult<Response> result) mutable {
       velisand::async(
           queue, [completion = std::move(completion), response = detail::responseOfPoll(std::move(result))]() mutable {

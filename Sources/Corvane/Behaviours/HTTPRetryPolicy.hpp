@@ -36,7 +36,8 @@ struct HTTPRetryPolicy {
   /// Waits at least as long as the answer's Retry-After says (RFC 9110, 10.2.3), in seconds or as a date. The date is
   /// compared with that of the answer, or with the system's clock when the answer has none.
   bool honorsRetryAfter = false;
-  /// `cancel()` ends the whole: neither a wait is waited for nor a cancelled attempt repeated. The request must be an
+  /// `cancel()` ends the whole, at once, during a wait, too. The result then is a `totalFailure` of which the last
+  /// response is a `taskCancelled`; unless the attempt under way succeeded first. The request must be an
   /// `HTTPRequestCancelable`. Otherwise `cancel()` reaches the attempt under way, which then is a failure like others.
   bool isCancelable = false;
 };

@@ -53,12 +53,14 @@ void RetryRun::attempt() {
 }
 
 void RetryRun::decide() {
-  const std::int64_t failures = failCount();
-  const RetryStep step = stepAfter(failures, limit_, hasFailed());
-  if (step != RetryStep::retry) {
-    deliver(step);
-  } else if (isCancelled_ || !isWorthRetrying()) {
-    deliver(RetryStep::totalFailure);
+  const RetryStep step = stepAfter(failCount(), limit_, hasFailed());
+  if (isCancelled_ && hasFailed()) {
+    if (!tellsOfCancellation()) keepFailure();
+    finishCancelled();
+  } else if (step != RetryStep::retry) {
+    finish(step);
+  } else if (!isWorthRetrying()) {
+    finish(RetryStep::totalFailure);
   } else {
     waitThenRetry();
   }
@@ -69,7 +71,7 @@ void RetryRun::waitThenRetry() {
   keepFailure();
   phase_ = Phase::wait;
   if (isCancelled_) {
-    endByCancellation();
+    if (leaveWait(Phase::over)) finishCancelled();
     return;
   }
   DispatchQueue::global().asyncAfter(seconds, [self = shared_from_this()] {
@@ -79,15 +81,22 @@ void RetryRun::waitThenRetry() {
 
 void RetryRun::wasCancelled() {
   if (isCancelled_.exchange(true)) return;
-  endByCancellation();
-  // Once more, behind the registration of an attempt that is just being started.
-  TaskManager::shared().cancelTask(*uuid_);
+  if (leaveWait(Phase::over)) {
+    finishCancelled();
+  } else if (phase_ == Phase::attempt) {
+    // Once more, behind the registration of an attempt that is just being started.
+    TaskManager::shared().cancelTask(*uuid_);
+  }
 }
 
-void RetryRun::endByCancellation() {
-  if (!leaveWait(Phase::over)) return;
+void RetryRun::finish(RetryStep result) {
+  phase_ = Phase::over;
+  deliver(result);
+}
+
+void RetryRun::finishCancelled() {
   putCancelled();
-  deliver(RetryStep::totalFailure);
+  finish(RetryStep::totalFailure);
 }
 
 /// Of the timer and a cancellation, one wins.

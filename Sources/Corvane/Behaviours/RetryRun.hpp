@@ -53,6 +53,8 @@ class CORVANE_API RetryRun : public std::enable_shared_from_this<RetryRun> {
   virtual void sendOnce() = 0;
   // Of the last response:
   virtual bool hasFailed() const = 0;
+  /// Whether it says that the attempt was cancelled.
+  virtual bool tellsOfCancellation() const = 0;
   virtual bool isWorthRetrying() const = 0;
   virtual std::optional<platform::HTTPHeaderFields> headers() const = 0;
   /// Puts it with the failed ones.
@@ -72,7 +74,8 @@ class CORVANE_API RetryRun : public std::enable_shared_from_this<RetryRun> {
   void waitThenRetry();
   void wasCancelled();
   bool leaveWait(Phase next);
-  void endByCancellation();
+  void finish(RetryStep result);
+  void finishCancelled();
 
   const HTTPRetryPolicy policy_;
   const std::optional<platform::UUID> uuid_;

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <concepts>
+#include <cstdint>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -23,6 +26,13 @@ enum class RetryKind {
   /// A poll fired by hand, itself retrying; decisions are made on the completion queue.
   poll
 };
+
+/// Any integer, cut to the range of 64 bits with a sign.
+template <std::integral Integer>
+constexpr std::int64_t saturated(Integer value) {
+  constexpr auto largest = std::numeric_limits<std::int64_t>::max();
+  return std::cmp_greater(value, largest) ? largest : static_cast<std::int64_t>(value);
+}
 
 template <class Request>
 HTTPRetryPolicy policyOf(const Request& request) {
@@ -53,12 +63,14 @@ class TypedRetryRun final : public RetryRun {
 
  private:
   RetryNumbers numbers() const override {
-    return {platform::Seconds(read(&Request::retryInterval, request_)).count(), read(&Request::retryLimit, request_),
-            read(&Request::retryDelta, request_)};
+    return {.interval = platform::Seconds(read(&Request::retryInterval, request_)).count(),
+            .limit = saturated(read(&Request::retryLimit, request_)),
+            .delta = saturated(read(&Request::retryDelta, request_))};
   }
   std::int64_t failCount() const override { return static_cast<std::int64_t>(failures_.size()); }
   void sendOnce() override;
   bool hasFailed() const override;
+  bool tellsOfCancellation() const override;
   bool isWorthRetrying() const override;
   std::optional<platform::HTTPHeaderFields> headers() const override { return read(&Response::headers, *last_); }
   void keepFailure() override { failures_.push_back(*std::exchange(last_, std::nullopt)); }
@@ -90,7 +102,7 @@ void TypedRetryRun<Request>::sendOnce() {
       takeSingleRoad(request_, queue_, std::move(received));
     }
   } else {
-    request_.send(retryQueue_, std::move(received));
+    sendAsTheTypeSays(request_, retryQueue_, std::move(received));
   }
 }
 
@@ -98,6 +110,14 @@ template <class Request>
 bool TypedRetryRun<Request>::hasFailed() const {
   auto&& result = read(&Response::result, *last_);
   return result.error() != nullptr;
+}
+
+template <class Request>
+bool TypedRetryRun<Request>::tellsOfCancellation() const {
+  auto&& result = read(&Response::result, *last_);
+  const platform::Error* error = result.error();
+  const auto* reason = error ? error->template as<HTTPResponseError>() : nullptr;
+  return reason && reason->which() == HTTPResponseError::Case::taskCancelled;
 }
 
 template <class Request>

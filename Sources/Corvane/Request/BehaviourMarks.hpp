@@ -30,6 +30,39 @@ concept Retries = std::derived_from<Request, RetryMark>;
 template <class Request>
 concept Polls = std::derived_from<Request, PollingMark>;
 
+template <class T>
+concept HasResponse = requires {
+  typename T::Response;
+  typename T::Completion;
+};
+
+/// Refuses, for a behaviour, a type that is no request.
+template <class T>
+constexpr bool checkIsRequest() {
+  static_assert(HasResponse<T>,
+                "A behaviour is adopted beside a request mixin: `struct Get : DataGetRequestable<Get>, "
+                "HTTPMockable<Get>`");
+  return HasResponse<T>;
+}
+
+/// The types of a request that the signatures of a behaviour name.
+template <class Request>
+struct TypesOfRequest {
+  using Response = typename Request::Response;
+  using Completion = typename Request::Completion;
+};
+template <class T>
+  requires(!HasResponse<T>)
+struct TypesOfRequest<T> {
+  struct Response {};
+  using Completion = Response;
+  static_assert(checkIsRequest<T>() || true, "said already");
+};
+template <class Request>
+using ResponseOf = typename TypesOfRequest<Request>::Response;
+template <class Request>
+using CompletionOf = typename TypesOfRequest<Request>::Completion;
+
 /// Refuses behaviours that were adopted in a way that has no meaning.
 template <class Request>
 constexpr bool checkBehaviours() {

@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 
+#include "Corvane/Request/BehaviourMarks.hpp"
 #include "Corvane/Request/HTTPHeaders.hpp"
 #include "Corvane/Request/HTTPMediaType.hpp"
 #include "Corvane/Request/HTTPMethod.hpp"
@@ -171,8 +172,10 @@ constexpr bool checkResponse() {
 
 /// Whether `Self` can be sent. Says what is wrong while it compiles.
 template <class Self>
-inline constexpr bool isSoundRequest = checkSpelling<Self>() && checkTarget<Self>() && checkHead<Self>() &&
-                                       checkSending<Self>() && checkHooks<Self>() && checkResponse<Self>();
+inline constexpr bool isSoundRequest = checkIsRequest<Self>();
+template <HasResponse Self>
+inline constexpr bool isSoundRequest<Self> = checkSpelling<Self>() && checkTarget<Self>() && checkHead<Self>() &&
+                                             checkSending<Self>() && checkHooks<Self>() && checkResponse<Self>();
 
 #define CORVANE_REFUSE(wrong, right) \
   static_assert(!requires { &Self::wrong; }, "`" #wrong "` is no requirement of a request: write `" #right "`")

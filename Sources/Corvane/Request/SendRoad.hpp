@@ -52,6 +52,16 @@ void takeSingleRoad(const Request& request, std::optional<platform::DispatchQueu
   }
 }
 
+/// `send` as behaviours call it; a `send` of the type's own is honoured, which takes the progress of a transfer, too.
+template <class Request, class Completion>
+void sendAsTheTypeSays(const Request& request, std::optional<platform::DispatchQueue> queue, Completion completion) {
+  if constexpr (Transfers<Request>) {
+    request.send(std::move(queue), nullptr, std::move(completion));
+  } else {
+    request.send(std::move(queue), std::move(completion));
+  }
+}
+
 /// Every way of sending starts here.
 template <class Request, class Completion, class... Progress>
 void takeItsRoad(const Request& request, std::optional<platform::DispatchQueue> queue, Completion completion,
