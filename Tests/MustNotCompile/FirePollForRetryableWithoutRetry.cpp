@@ -13,4 +13,6 @@ struct Get : DataGetRequestable<Get>, HTTPPolling<Get> {
   static constexpr int retryLimit = 3;
 };
 
-void use() { Get::firePollForRetryable(Get(), std::nullopt, [](auto) {}); }
+void use() {
+  Get::firePollForRetryable(Get(), std::nullopt, [](auto) {});
+}

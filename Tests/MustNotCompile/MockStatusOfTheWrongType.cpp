@@ -12,4 +12,6 @@ struct Get : DataGetRequestable<Get>, HTTPMockable<Get> {
 #endif
 };
 
-void use() { Get().send([](auto) {}); }
+void use() {
+  Get().send([](auto) {});
+}

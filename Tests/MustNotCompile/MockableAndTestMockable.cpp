@@ -11,4 +11,6 @@ struct Get : DataGetRequestable<Get>, HTTPMockable<Get>, HTTPTestMockable<Get> {
   HTTPHeaders sharedHeaders() const { return {}; }
 };
 
-void use() { Get().send([](auto) {}); }
+void use() {
+  Get().send([](auto) {});
+}

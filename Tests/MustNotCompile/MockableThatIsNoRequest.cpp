@@ -11,4 +11,6 @@ struct Get : HTTPMockable<Get> {
   HTTPHeaders sharedHeaders() const { return {}; }
 };
 
-void use() { Get().mock(std::nullopt, [](auto) {}); }
+void use() {
+  Get().mock(std::nullopt, [](auto) {});
+}

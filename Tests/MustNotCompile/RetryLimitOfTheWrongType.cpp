@@ -13,4 +13,6 @@ struct Get : DataGetRequestable<Get>, HTTPRetryAttempting<Get> {
 #endif
 };
 
-void use() { Get().sendAttemptingRetry([](auto) {}); }
+void use() {
+  Get().sendAttemptingRetry([](auto) {});
+}

@@ -11,4 +11,6 @@ struct Get : DataGetRequestable<Get>, HTTPRetryAttempting<Get> {
 #endif
 };
 
-void use() { Get().sendAttemptingRetry([](auto) {}); }
+void use() {
+  Get().sendAttemptingRetry([](auto) {});
+}

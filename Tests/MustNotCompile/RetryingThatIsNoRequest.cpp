@@ -13,4 +13,6 @@ struct Get : HTTPRetryAttempting<Get> {
   static constexpr int retryLimit = 3;
 };
 
-void use() { Get().sendAttemptingRetry([](auto) {}); }
+void use() {
+  Get().sendAttemptingRetry([](auto) {});
+}

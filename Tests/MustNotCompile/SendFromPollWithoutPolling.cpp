@@ -13,4 +13,6 @@ struct Get : DataGetRequestable<Get>, HTTPRetryAttempting<Get> {
   static constexpr int retryLimit = 3;
 };
 
-void use() { Get().sendFromPoll(std::nullopt, [](auto) {}); }
+void use() {
+  Get().sendFromPoll(std::nullopt, [](auto) {});
+}

@@ -12,4 +12,6 @@ struct Get : DataGetRequestable<Get>, HTTPTestMockable<Get> {
 #endif
 };
 
-void use() { Get().send([](auto) {}); }
+void use() {
+  Get().send([](auto) {});
+}

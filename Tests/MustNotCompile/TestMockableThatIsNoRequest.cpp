@@ -11,4 +11,6 @@ struct Get : HTTPTestMockable<Get> {
   HTTPHeaders sharedHeaders() const { return {}; }
 };
 
-void use() { Get().test(std::nullopt, [](auto) {}); }
+void use() {
+  Get().test(std::nullopt, [](auto) {});
+}

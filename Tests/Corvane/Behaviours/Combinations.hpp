@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "Corvane/Corvane.hpp"
-#include "TestSupport/Expectation.hpp"
+#include "CorvaneTesting/Expectation.hpp"
 
 namespace corvane::combinations {
 

@@ -9,8 +9,8 @@
 
 #include "../Transfers/TransferFixture.hpp"
 #include "Combinations.hpp"
+#include "CorvaneTesting/Gate.hpp"
 #include "Platform/Dispatch/Internal/ManualClock.hpp"
-#include "TestSupport/Gate.hpp"
 
 namespace corvane::combinations {
 namespace {

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "Corvane/Corvane.hpp"
-#include "TestSupport/Expectation.hpp"
+#include "CorvaneTesting/Expectation.hpp"
 
 namespace corvane {
 

@@ -2,10 +2,10 @@
 #include <memory>
 #include <stdexcept>
 
+#include "CorvaneTesting/LogCapture.hpp"
+#include "CorvaneTesting/MainQueue.hpp"
 #include "MockFixture.hpp"
 #include "Platform/Dispatch/Internal/ManualClock.hpp"
-#include "TestSupport/LogCapture.hpp"
-#include "TestSupport/MainQueue.hpp"
 #include "Velisand/Task.hpp"
 
 namespace corvane {
@@ -247,7 +247,7 @@ TEST_F(MockTest, isAFailureWhenItThrowsWhileItAnswers) {
 }
 
 TEST_F(MockTest, isPartOfDebugOutput) {
-  const testsupport::LogCapture log;
+  const testing::LogCapture log;
   Corvane::verbosity = HTTPVerbosityLevel::brief;
 
   responseTo(Mock());

@@ -1,8 +1,8 @@
 #include <filesystem>
 
+#include "CorvaneTesting/TestServer.hpp"
 #include "MockFixture.hpp"
 #include "TestSupport/TemporaryDirectory.hpp"
-#include "TestSupport/TestServer.hpp"
 
 namespace corvane {
 namespace {

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "Corvane/Corvane.hpp"
-#include "TestSupport/LogCapture.hpp"
+#include "CorvaneTesting/LogCapture.hpp"
 
 namespace corvane {
 namespace {
@@ -16,7 +16,7 @@ DataResponse named(const char* text) { return DataResponse(DataResult::success(D
 std::string textOfPoll(Result result) { return detail::responseOfPoll(std::move(result)).data->text(); }
 
 TEST(PollResponseTest, isTheOneThatSucceeded) {
-  const testsupport::LogCapture log;
+  const testing::LogCapture log;
 
   EXPECT_EQ(textOfPoll(Result::noFailure(named("a"))), "a");
   EXPECT_EQ(textOfPoll(Result::partialFailure(named("c"), {named("a"), named("b")})), "c");
@@ -28,7 +28,7 @@ TEST(PollResponseTest, isTheLastOfThoseThatFailed) {
 }
 
 TEST(PollResponseTest, isAnErrorWhenThereIsNone) {
-  const testsupport::LogCapture log;
+  const testing::LogCapture log;
 
   const DataResponse response = detail::responseOfPoll(Result::totalFailure({}));
 
@@ -42,7 +42,7 @@ TEST(PollResponseTest, isAnErrorWhenThereIsNone) {
 }
 
 TEST(PollResponseTest, isLoggedWhenThereIsNone) {
-  const testsupport::LogCapture log;
+  const testing::LogCapture log;
 
   (void)detail::responseOfPoll(Result::totalFailure({}));
 

@@ -1,8 +1,8 @@
 #include <memory>
 #include <thread>
 
+#include "CorvaneTesting/Gate.hpp"
 #include "RetryFixture.hpp"
-#include "TestSupport/Gate.hpp"
 
 namespace corvane {
 namespace {

@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "Corvane/Corvane.hpp"
+#include "CorvaneTesting/Expectation.hpp"
+#include "CorvaneTesting/ServerTest.hpp"
 #include "Platform/Dispatch/Internal/ManualClock.hpp"
-#include "TestSupport/Expectation.hpp"
-#include "TestSupport/ServerTest.hpp"
 
 namespace corvane {
 

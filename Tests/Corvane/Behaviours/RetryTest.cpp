@@ -3,9 +3,9 @@
 #include <memory>
 
 #include "Corvane/Transfers/DownloadRequests.hpp"
+#include "CorvaneTesting/Gate.hpp"
+#include "CorvaneTesting/MainQueue.hpp"
 #include "RetryFixture.hpp"
-#include "TestSupport/Gate.hpp"
-#include "TestSupport/MainQueue.hpp"
 #include "Velisand/Task.hpp"
 
 namespace corvane {
