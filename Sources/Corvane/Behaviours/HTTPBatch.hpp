@@ -28,10 +28,12 @@ template <class Requests>
 using RequestOf = std::remove_cvref_t<decltype(*std::begin(std::declval<const Requests&>()))>;
 
 template <class Requests>
-concept RequestRange = requires(const Requests& requests) {
+concept ConstantRange = requires(const Requests& requests) {
   std::begin(requests);
   std::end(requests);
-} && IsRequest<RequestOf<Requests>>;
+};
+template <class Requests>
+concept RequestRange = ConstantRange<Requests> && IsRequest<RequestOf<Requests>>;
 
 /// A batch of one request type. The requests are copies.
 template <class Request>
@@ -84,6 +86,20 @@ void sendBatch(std::vector<Request> requests, std::optional<platform::DispatchQu
       ->start(mode);
 }
 
+/// In place of an update or a completion whose type cannot be told.
+struct AnyCallback {
+  AnyCallback() = default;
+  template <class Callback>
+  AnyCallback(Callback&&) {}  // NOLINT(google-explicit-constructor)
+};
+
+/// Says in a sentence what a batch is not.
+template <class Requests>
+constexpr void refuseBatch() {
+  static_assert(RequestRange<Requests>,
+                "What is sent as a batch is a list of requests of one type; the elements of this one are no requests");
+}
+
 template <class Requests>
 std::vector<RequestOf<Requests>> copied(const Requests& requests) {
   return {std::begin(requests), std::end(requests)};
@@ -91,8 +107,8 @@ std::vector<RequestOf<Requests>> copied(const Requests& requests) {
 
 }  // namespace detail
 
-/// Sends a list of requests of one type: any range of them, such as a `std::vector`, `std::span` or `std::array`. Each
-/// is sent as `request.send(queue, completion)` does. Returns at once; the requests are copied.
+/// Sends a list of requests of one type: any range of them that may be const, such as a `std::vector`, `std::span` or
+/// `std::array`. Each is sent as `request.send(queue, completion)` does. Returns at once; the requests are copied.
 ///
 ///     send(requests, DispatchQueue::main(), true, {}, [](std::vector<DataResponse> responses) { … });
 ///     const auto responses = co_await send(requests, HTTPBatchMode::parallel(8));
@@ -113,7 +129,8 @@ std::vector<RequestOf<Requests>> copied(const Requests& requests) {
 /// is sent. The late one goes on: when its response comes, `update` is called with it, and it joins the list, unless
 /// that was delivered already. So there may be more responses than requests.
 ///
-/// A request whose `shouldSend` is false never answers: in a serial batch it times out, and a parallel one never ends.
+/// A request whose `shouldSend` is false never answers: in a serial batch it times out, and a parallel one sends the
+/// others but never ends: neither is the completion called nor the future completed.
 template <detail::RequestRange Requests>
 void send(const Requests& requests, std::optional<platform::DispatchQueue> queue, HTTPBatchMode mode,
           typename detail::TypedBatchRun<detail::RequestOf<Requests>>::Update update,
@@ -132,6 +149,21 @@ auto send(const Requests& requests, HTTPBatchMode mode,
   detail::sendBatch(detail::copied(requests), std::move(queue), mode, std::move(update),
                     [future](Responses responses) { future.markCompletion(std::move(responses)); });
   return future;
+}
+
+// Lists of anything else are refused with a sentence, in place of a list of candidates.
+
+template <detail::ConstantRange Requests>
+  requires(!detail::RequestRange<Requests>)
+void send(const Requests&, std::optional<platform::DispatchQueue>, HTTPBatchMode, detail::AnyCallback,
+          detail::AnyCallback) {
+  detail::refuseBatch<Requests>();
+}
+
+template <detail::ConstantRange Requests>
+  requires(!detail::RequestRange<Requests>)
+void send(const Requests&, HTTPBatchMode, detail::AnyCallback = {}) {
+  detail::refuseBatch<Requests>();
 }
 
 }  // namespace corvane

@@ -89,7 +89,8 @@ std::optional<Self> madeForPoll() {
 template <class Self>
 class HTTPPolling : public detail::PollingMark {
  public:
-  /// Called with the request and its response.
+  /// Called with the request and its response. Calls may overlap where requests are sent by hand, for one handler
+  /// serves all queues that they name.
   template <class Request = Self>
   using Handler =
       std::type_identity_t<platform::UniqueFunction<void(const Request&, const detail::ResponseOf<Request>&)>>;
@@ -122,7 +123,8 @@ class HTTPPolling : public detail::PollingMark {
   static bool isPolling() { return detail::isPolling(typeid(Self)); }
 
   /// What `send` of such a type does: one exchange now, of which the handlers and then the completion are told, on the
-  /// queue (absent: the main queue). The timer pauses meanwhile; a tick that came due comes when it is over.
+  /// queue (absent: the main queue). The timer pauses meanwhile; a tick that came due comes when it is over. Of several
+  /// at a time, the first to be over ends the pause.
   /// `progress` is the handler of a transfer, or nothing.
   template <class Request = Self, class... Progress>
   static void firePoll(const Request& request, std::optional<platform::DispatchQueue> queue,
