@@ -2,6 +2,7 @@
 
 #include "Corvane/Corvane.hpp"
 #include "Steps.hpp"
+#include "TestSupport/StandardRoutes.hpp"
 
 using namespace corvane;
 using corvane::testing::Answer;
@@ -155,7 +156,7 @@ void playBatches(Stage& stage, TestServer& server) {
 
 void playBehaviours(Stage& stage) {
   TestServer server;
-  server.installStandardRoutes();
+  installStandardRoutes(server);
   playRetry(stage, server);
   playPolling(stage, server);
   playMocks(stage);

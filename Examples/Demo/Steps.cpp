@@ -321,6 +321,7 @@ void playAll(Stage& stage, TestServer& server) {
   playJSON(stage, server);
   playFailures(stage, server);
   playTransfers(stage);
+  playBehaviours(stage);
   playFutures(stage, server);
   playTrust(stage);
   playDebugging(stage, server);

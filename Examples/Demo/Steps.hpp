@@ -8,3 +8,6 @@ void playAll(Stage& stage, corvane::testing::TestServer& server);
 
 /// Downloads, uploads and forms, against a server of their own.
 void playTransfers(Stage& stage);
+
+/// Retry, polling, mocks and batches, against a server of their own.
+void playBehaviours(Stage& stage);
