@@ -93,6 +93,17 @@ TEST_F(RetriedExchangeTest, sendsTheBodyWithEachAttempt) {
   EXPECT_EQ(server.takeRequest().body, "body");
 }
 
+TEST_F(RetriedExchangeTest, countsTheAttemptsOfATransfer) {
+  server.enqueue(Answer(503));
+  server.enqueue(Answer(200));
+
+  const FinishedExchange all =
+      exchange({.url = server.url("/r"), .formSections = {"a=b"}, .retry = "interval=0.01,limit=1,delta=0"});
+
+  EXPECT_FALSE(all.response.result.error());
+  EXPECT_EQ(all.attempts, 2);
+}
+
 TEST_F(RetriedExchangeTest, endsAWaitWhenItIsCancelled) {
   server.enqueue(Answer(503));
 

@@ -60,14 +60,20 @@ class DescribedRequest : public Mixin {
   using Mixin::send;
   /// An attempt.
   void send(std::optional<corvane::DispatchQueue> queue, typename Mixin::Completion completion) const {
-    ++journal_->attempts;
     if constexpr (TellsProgress<Mixin>) {
-      corvane::HTTPProgressHandler handler;
-      if (journal_->progress) handler = journal_->progress;
-      Mixin::send(std::move(queue), std::move(handler), std::move(completion));
+      send(std::move(queue), nullptr, std::move(completion));
     } else {
+      ++journal_->attempts;
       Mixin::send(std::move(queue), std::move(completion));
     }
+  }
+  /// An attempt of a transfer; whoever sends it, the journal hears of the progress.
+  void send(std::optional<corvane::DispatchQueue> queue, corvane::HTTPProgressHandler,
+            typename Mixin::Completion completion) const {
+    ++journal_->attempts;
+    corvane::HTTPProgressHandler handler;
+    if (journal_->progress) handler = journal_->progress;
+    Mixin::send(std::move(queue), std::move(handler), std::move(completion));
   }
 
   const std::shared_ptr<ExchangeJournal>& journal() const { return journal_; }
