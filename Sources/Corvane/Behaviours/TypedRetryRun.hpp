@@ -122,11 +122,12 @@ bool TypedRetryRun<Request>::tellsOfCancellation() const {
 
 template <class Request>
 bool TypedRetryRun<Request>::isWorthRetrying() const {
-  if (!request_.shouldRetry(*last_)) return false;
-  if (policy().failures == HTTPRetryPolicy::Failures::all) return true;
-  const bool mayRepeat =
-      policy().retriesUnsafeMethods || isSafeMethod(HTTPMethod(read(&Request::method, request_)).rawValue);
-  return mayRepeat && isTransient(*last_);
+  if (policy().failures == HTTPRetryPolicy::Failures::transient) {
+    const bool mayRepeat =
+        policy().retriesUnsafeMethods || isSafeMethod(HTTPMethod(read(&Request::method, request_)).rawValue);
+    if (!mayRepeat || !isTransient(*last_)) return false;
+  }
+  return request_.shouldRetry(*last_);
 }
 
 template <class Request>

@@ -261,6 +261,30 @@ TEST_F(RetryTest, asksTheTypeForNoSuccess) {
   EXPECT_EQ(summary(resultOf(ChoosyTry{.url = server.url("/")}, 0)), "noFailure a0");
 }
 
+struct AskedTry : DataGetRequestable<AskedTry>, HTTPRetryAttempting<AskedTry> {
+  URL url;
+  std::vector<std::string>* asked;
+  static constexpr double retryInterval = 2;
+  static constexpr int retryLimit = 5;
+  static HTTPRetryPolicy retryPolicy() { return {.failures = HTTPRetryPolicy::Failures::transient}; }
+  bool shouldRetry(const DataResponse& response) const {
+    asked->push_back(response.data->text());
+    return true;
+  }
+  HTTPHeaders sharedHeaders() const { return {}; }
+};
+
+TEST_F(RetryTest, asksTheTypeOnlyForWhatThePolicyWouldRetry) {
+  failWith("busy", 503);
+  failWith("not here", 404);
+  std::vector<std::string> asked;
+
+  const auto result = resultOf(AskedTry{.url = server.url("/"), .asked = &asked}, 1);
+
+  EXPECT_EQ(summary(result), "totalFailure after busy not here");
+  EXPECT_EQ(asked, std::vector<std::string>{"busy"});
+}
+
 TEST_F(RetryTest, waitsAsTheServerSays) {
   server.enqueue(Answer(429).header("Retry-After", "17"));
   server.enqueue(Answer(503).header("Retry-After", "99"));
