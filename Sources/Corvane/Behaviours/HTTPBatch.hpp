@@ -66,7 +66,9 @@ class TypedBatchRun final : public BatchRun {
     responses_.append(Response(std::nullopt, std::nullopt, nullptr,
                                platform::Error(HTTPResponseError::unacceptableStatus(HTTPStatus::requestTimeout))));
   }
-  void complete() override { completion_(responses_.take()); }
+  void complete() override {
+    if (completion_) completion_(responses_.take());
+  }
 
   const std::vector<Request> requests_;
   Update update_;
@@ -78,7 +80,9 @@ template <class Request>
 void sendBatch(std::vector<Request> requests, std::optional<platform::DispatchQueue> queue, HTTPBatchMode mode,
                typename TypedBatchRun<Request>::Update update, typename TypedBatchRun<Request>::Completion completion) {
   if (requests.empty()) {
-    velisand::async(queue, [completion = std::move(completion)]() mutable { completion({}); });
+    velisand::async(queue, [completion = std::move(completion)]() mutable {
+      if (completion) completion({});
+    });
     return;
   }
   std::make_shared<TypedBatchRun<Request>>(std::move(requests), std::move(queue), std::move(update),

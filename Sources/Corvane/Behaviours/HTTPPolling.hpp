@@ -209,7 +209,7 @@ void HTTPPolling<Self>::firePoll(const Request& request, std::optional<platform:
     auto paused = [pause = std::make_unique<detail::PollingPause>(typeid(Self)),
                    completion = std::move(completion)](detail::ResponseOf<Request> response) mutable {
       pause.reset();
-      completion(std::move(response));
+      if (completion) completion(std::move(response));
     };
     detail::takeSingleRoad(request, std::move(queue), handling<Request>(request, std::move(paused)),
                            std::move(progress)...);
@@ -225,7 +225,7 @@ void HTTPPolling<Self>::firePollForRetryable(const Request& request, std::option
     auto paused = [pause = std::make_unique<detail::PollingPause>(typeid(Self)),
                    completion = std::move(completion)](detail::ResponseOf<Request> response) mutable {
       pause.reset();
-      completion(std::move(response));
+      if (completion) completion(std::move(response));
     };
     request.sendFromPoll(std::move(queue), handling<Request>(request, std::move(paused)));
   }

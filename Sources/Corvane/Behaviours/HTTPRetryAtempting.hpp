@@ -168,7 +168,7 @@ void HTTPRetryAttempting<Self>::sendFromPoll(std::optional<platform::DispatchQue
     auto deliver = [queue, completion = std::move(completion)](HTTPRetryResult<Response> result) mutable {
       velisand::async(
           queue, [completion = std::move(completion), response = detail::responseOfPoll(std::move(result))]() mutable {
-            completion(std::move(response));
+            if (completion) completion(std::move(response));
           });
     };
     std::make_shared<detail::TypedRetryRun<Request>>(self(), detail::RetryKind::fromPoll, std::move(queue),

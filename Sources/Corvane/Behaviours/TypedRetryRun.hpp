@@ -140,7 +140,7 @@ void TypedRetryRun<Request>::deliver(RetryStep step) {
     return Result::totalFailure(std::move(failures_));
   }();
   velisand::async(queue_, [completion = std::move(completion_), result = std::move(result)]() mutable {
-    completion(std::move(result));
+    if (completion) completion(std::move(result));
   });
 }
 

@@ -101,8 +101,9 @@ class CORVANE_API HTTPRequestable {
 
   /// Sends the request. Any thread; returns at once, never throws, and never calls the completion itself.
   /// Whatever the outcome, the completion gets it as a response, once, asynchronously on the queue (absent:
-  /// the main queue). Nothing at all happens when `shouldSend` is false. Where the answer comes from depends on the
-  /// behaviours that the type adopts: the network, a mock, or the shared polling of the type.
+  /// the main queue). An empty completion is not called. Nothing at all happens when `shouldSend` is false. Where the
+  /// answer comes from depends on the behaviours that the type adopts: the network, a mock, or the shared polling of
+  /// the type.
   void send(std::optional<platform::DispatchQueue> queue, Completion completion) const;
   /// The same, with the completion on the main queue.
   void send(Completion completion) const;

@@ -70,7 +70,7 @@ bool ResponseExchange<Response>::keepsFile() const {
 
 template <class Response>
 void ResponseExchange<Response>::deliver() {
-  completion_(std::move(*response_));
+  if (completion_) completion_(std::move(*response_));
 }
 
 }  // namespace corvane::detail

@@ -80,7 +80,7 @@ void TransferRequestable<Self, ResponseType, road>::sendToNetwork(std::optional<
   if (relay) {
     completion = [relay, completion = std::move(completion)](Response response) mutable {
       end(*relay, [completion = std::move(completion), response = std::move(response)]() mutable {
-        completion(std::move(response));
+        if (completion) completion(std::move(response));
       });
     };
   }
