@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "Corvane/Behaviours/BatchRun.hpp"
+#include "Corvane/Behaviours/BehaviourChecks.hpp"
 #include "Corvane/Behaviours/HTTPBatchMode.hpp"
 #include "Corvane/Behaviours/ThreadSafeArray.hpp"
 #include "Corvane/Errors/HTTPResponseError.hpp"
@@ -17,13 +18,7 @@ namespace corvane {
 
 namespace detail {
 
-template <class Request>
-concept IsRequest = requires {
-  typename Request::Response;
-  requires std::derived_from<Request, HTTPRequestable<Request, typename Request::Response>>;
-};
-
-/// The requests' own type.
+/// The requests' own type. `Requests` may be a reference.
 template <class Requests>
 using RequestOf = std::remove_cvref_t<decltype(*std::begin(std::declval<const Requests&>()))>;
 

@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "Corvane/Behaviours/BehaviourChecks.hpp"
 #include "Corvane/Behaviours/MockAnswer.hpp"
 #include "Corvane/Behaviours/MockChecks.hpp"
 #include "Corvane/Request/HTTPRequestable.hpp"
@@ -43,6 +44,8 @@ namespace corvane {
 template <class Self>
 class HTTPMockable : public detail::MockMark {
  public:
+  constexpr HTTPMockable() noexcept { detail::checkAdoption<Self>(); }
+
   std::optional<platform::URL> mockURL() const { return detail::read(&Self::url, self()); }
   std::optional<HTTPHeaders> mockHeaders() const { return detail::read(&Self::headers, self()); }
   HTTPStatus mockStatus() const { return HTTPStatus::success; }

@@ -6,6 +6,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "Corvane/Behaviours/BehaviourChecks.hpp"
 #include "Corvane/Behaviours/PollingRegistry.hpp"
 #include "Corvane/Request/HTTPRequestable.hpp"
 
@@ -89,6 +90,8 @@ std::optional<Self> madeForPoll() {
 template <class Self>
 class HTTPPolling : public detail::PollingMark {
  public:
+  constexpr HTTPPolling() noexcept { detail::checkAdoption<Self>(); }
+
   /// Called with the request and its response. Calls may overlap where requests are sent by hand, for one handler
   /// serves all queues that they name.
   template <class Request = Self>

@@ -4,6 +4,19 @@
 #include <type_traits>
 
 /// What tells the core of a request which behaviours its type has adopted, without their headers.
+namespace corvane {
+
+template <class Self>
+class HTTPMockable;
+template <class Self>
+class HTTPTestMockable;
+template <class Self>
+class HTTPRetryAttempting;
+template <class Self>
+class HTTPPolling;
+
+}  // namespace corvane
+
 namespace corvane::detail {
 
 /// The request reports its progress: it is sent with a handler for that, which may be empty.
@@ -63,12 +76,25 @@ using ResponseOf = typename TypesOfRequest<Request>::Response;
 template <class Request>
 using CompletionOf = typename TypesOfRequest<Request>::Completion;
 
+template <class Request>
+inline constexpr bool mocksOnce = std::is_base_of_v<MockMark, Request> == Mocks<Request>;
+
+/// Whether each behaviour was given the type that adopts it. As the base of another it would take the one for the
+/// other.
+template <class Request>
+inline constexpr bool namesItself = (!Mocks<Request> || std::is_base_of_v<HTTPMockable<Request>, Request>) &&
+                                    (!TestMocks<Request> || std::is_base_of_v<HTTPTestMockable<Request>, Request>) &&
+                                    (!Retries<Request> || std::is_base_of_v<HTTPRetryAttempting<Request>, Request>) &&
+                                    (!Polls<Request> || std::is_base_of_v<HTTPPolling<Request>, Request>);
+
 /// Refuses behaviours that were adopted in a way that has no meaning.
 template <class Request>
 constexpr bool checkBehaviours() {
-  static_assert(std::is_base_of_v<MockMark, Request> == Mocks<Request>,
-                "An HTTPTestMockable is an HTTPMockable: derive from HTTPTestMockable alone");
-  return std::is_base_of_v<MockMark, Request> == Mocks<Request>;
+  static_assert(mocksOnce<Request>, "An HTTPTestMockable is an HTTPMockable: derive from HTTPTestMockable alone");
+  static_assert(namesItself<Request>,
+                "A behaviour is given the type that adopts it: `struct Get : DataGetRequestable<Get>, "
+                "HTTPMockable<Get>`; this one names another");
+  return mocksOnce<Request> && namesItself<Request>;
 }
 
 }  // namespace corvane::detail
