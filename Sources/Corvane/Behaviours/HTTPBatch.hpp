@@ -1,6 +1,6 @@
 #pragma once
 
-#include <concepts>
+#include <initializer_list>
 #include <iterator>
 #include <memory>
 #include <optional>
@@ -20,15 +20,15 @@ namespace detail {
 
 /// The requests' own type. `Requests` may be a reference.
 template <class Requests>
-using RequestOf = std::remove_cvref_t<decltype(*std::begin(std::declval<const Requests&>()))>;
+using RequestOf = std::remove_cvref_t<decltype(*std::begin(std::declval<Requests&>()))>;
 
 template <class Requests>
-concept ConstantRange = requires(const Requests& requests) {
+concept Range = requires(Requests& requests) {
   std::begin(requests);
   std::end(requests);
 };
 template <class Requests>
-concept RequestRange = ConstantRange<Requests> && IsRequest<RequestOf<Requests>>;
+concept RequestRange = Range<Requests> && IsRequest<RequestOf<Requests>>;
 
 /// A batch of one request type. The requests are copies.
 template <class Request>
@@ -85,6 +85,16 @@ void sendBatch(std::vector<Request> requests, std::optional<platform::DispatchQu
       ->start(mode);
 }
 
+template <class Request>
+auto sendBatch(std::vector<Request> requests, HTTPBatchMode mode, typename TypedBatchRun<Request>::Update update) {
+  using Responses = std::vector<typename Request::Response>;
+  auto queue = velisand::currentQueue();
+  const auto future = queue ? velisand::Future<Responses>::completedOn(*queue) : velisand::Future<Responses>();
+  sendBatch(std::move(requests), std::move(queue), mode, std::move(update),
+            [future](Responses responses) { future.markCompletion(std::move(responses)); });
+  return future;
+}
+
 /// In place of an update or a completion whose type cannot be told.
 struct AnyCallback {
   AnyCallback() = default;
@@ -100,14 +110,17 @@ constexpr void refuseBatch() {
 }
 
 template <class Requests>
-std::vector<RequestOf<Requests>> copied(const Requests& requests) {
-  return {std::begin(requests), std::end(requests)};
+std::vector<RequestOf<Requests>> collected(Requests&& requests) {
+  std::vector<RequestOf<Requests>> list;
+  for (auto&& request : requests) list.push_back(std::forward<decltype(request)>(request));
+  return list;
 }
 
 }  // namespace detail
 
-/// Sends a list of requests of one type: any range of them that may be const, such as a `std::vector`, `std::span` or
-/// `std::array`. Each is sent as `request.send(queue, completion)` does. Returns at once; the requests are copied.
+/// Sends a list of requests of one type: any range of them, such as a `std::vector`, `std::span`, `std::array`, a view
+/// or a list in braces. Each is sent as `request.send(queue, completion)` does. Returns at once; the requests are
+/// copied.
 ///
 ///     send(requests, DispatchQueue::main(), true, {}, [](std::vector<DataResponse> responses) { … });
 ///     const auto responses = co_await send(requests, HTTPBatchMode::parallel(8));
@@ -125,43 +138,50 @@ std::vector<RequestOf<Requests>> copied(const Requests& requests) {
 /// `timeoutInterval`, cut to whole seconds, to answer (so less than a second is no time at all; an interval that is
 /// not finite, or beyond 64 bits, ends the process). Then a response with
 /// `HTTPResponseError::unacceptableStatus(requestTimeout)` takes its place, without an `update`, and the next request
-/// is sent. The late one goes on: when its response comes, `update` is called with it, and it joins the list, unless
-/// that was delivered already. So there may be more responses than requests.
+/// is sent. The late one goes on: when its response comes, `update` is called with it, also after the completion, and
+/// it joins the list, unless that was delivered already. So there may be more responses than requests, and what
+/// `update` refers to must outlive the requests, not only the batch.
 ///
 /// A request whose `shouldSend` is false never answers: in a serial batch it times out, and a parallel one sends the
 /// others but never ends: neither is the completion called nor the future completed.
 template <detail::RequestRange Requests>
-void send(const Requests& requests, std::optional<platform::DispatchQueue> queue, HTTPBatchMode mode,
+void send(Requests&& requests, std::optional<platform::DispatchQueue> queue, HTTPBatchMode mode,
           typename detail::TypedBatchRun<detail::RequestOf<Requests>>::Update update,
           typename detail::TypedBatchRun<detail::RequestOf<Requests>>::Completion completion) {
-  detail::sendBatch(detail::copied(requests), std::move(queue), mode, std::move(update), std::move(completion));
+  detail::sendBatch(detail::collected(requests), std::move(queue), mode, std::move(update), std::move(completion));
+}
+template <detail::IsRequest Request>
+void send(std::initializer_list<Request> requests, std::optional<platform::DispatchQueue> queue, HTTPBatchMode mode,
+          typename detail::TypedBatchRun<Request>::Update update,
+          typename detail::TypedBatchRun<Request>::Completion completion) {
+  detail::sendBatch(std::vector(requests), std::move(queue), mode, std::move(update), std::move(completion));
 }
 
 /// The same with a future of the list, which never fails, and is completed on the caller's queue, where there is one.
 template <detail::RequestRange Requests>
-auto send(const Requests& requests, HTTPBatchMode mode,
+auto send(Requests&& requests, HTTPBatchMode mode,
           typename detail::TypedBatchRun<detail::RequestOf<Requests>>::Update update = {})
     -> velisand::Future<std::vector<typename detail::RequestOf<Requests>::Response>> {
-  using Responses = std::vector<typename detail::RequestOf<Requests>::Response>;
-  auto queue = velisand::currentQueue();
-  const auto future = queue ? velisand::Future<Responses>::completedOn(*queue) : velisand::Future<Responses>();
-  detail::sendBatch(detail::copied(requests), std::move(queue), mode, std::move(update),
-                    [future](Responses responses) { future.markCompletion(std::move(responses)); });
-  return future;
+  return detail::sendBatch(detail::collected(requests), mode, std::move(update));
+}
+template <detail::IsRequest Request>
+auto send(std::initializer_list<Request> requests, HTTPBatchMode mode,
+          typename detail::TypedBatchRun<Request>::Update update = {})
+    -> velisand::Future<std::vector<typename Request::Response>> {
+  return detail::sendBatch(std::vector(requests), mode, std::move(update));
 }
 
 // Lists of anything else are refused with a sentence, in place of a list of candidates.
 
-template <detail::ConstantRange Requests>
+template <detail::Range Requests>
   requires(!detail::RequestRange<Requests>)
-void send(const Requests&, std::optional<platform::DispatchQueue>, HTTPBatchMode, detail::AnyCallback,
-          detail::AnyCallback) {
+void send(Requests&&, std::optional<platform::DispatchQueue>, HTTPBatchMode, detail::AnyCallback, detail::AnyCallback) {
   detail::refuseBatch<Requests>();
 }
 
-template <detail::ConstantRange Requests>
+template <detail::Range Requests>
   requires(!detail::RequestRange<Requests>)
-void send(const Requests&, HTTPBatchMode, detail::AnyCallback = {}) {
+void send(Requests&&, HTTPBatchMode, detail::AnyCallback = {}) {
   detail::refuseBatch<Requests>();
 }
 

@@ -1,5 +1,6 @@
 #include <array>
 #include <list>
+#include <ranges>
 #include <span>
 
 #include "../Transfers/TransferFixture.hpp"
@@ -42,6 +43,24 @@ TEST_F(BatchListsTest, areAnyRangeOfRequests) {
   EXPECT_THAT(textsOfBatch(std::span<BatchItem>(vector)), ElementsAre("a", "b"));
   EXPECT_THAT(textsOfBatch(std::span<const BatchItem>(array).subspan(1)), ElementsAre("d"));
   EXPECT_THAT(textsOfBatch(std::array<BatchItem, 0>()), IsEmpty());
+}
+
+TEST_F(BatchListsTest, areAlsoViewsThatEndInTheirOwnWay) {
+  const auto made = std::views::iota(0) | std::views::take(2) |
+                    std::views::transform([this](int number) { return item(std::to_string(number)); });
+  std::vector<BatchItem> items = {item("a"), item("b"), item("c")};
+  auto filtered = items | std::views::filter([](const BatchItem& each) { return each.name != "b"; });
+
+  EXPECT_THAT(textsOfBatch(made), ElementsAre("0", "1"));
+  EXPECT_THAT(textsOfBatch(filtered), ElementsAre("a", "c"));
+}
+
+TEST_F(BatchListsTest, areAlsoListsInBraces) {
+  const auto responses = await<Responses>([&](auto done) { send({item("a"), item("b")}, queue, false, {}, done); });
+  const auto future = send({item("c"), item("d")}, HTTPBatchMode::serial());
+
+  EXPECT_THAT(summaries(responses), ElementsAre("a", "b"));
+  EXPECT_THAT(summaries(future.get()), ElementsAre("c", "d"));
 }
 
 TEST_F(BatchListsTest, areCopied) {
