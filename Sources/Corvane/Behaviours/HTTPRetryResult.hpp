@@ -43,6 +43,11 @@ class HTTPRetryResult {
     if (successful_) return &*successful_;
     return failures_.empty() ? nullptr : &failures_.back();
   }
+  /// The same for a result that is not needed any more.
+  std::optional<Response> takeLastResponse() && {
+    if (successful_ || failures_.empty()) return std::move(successful_);
+    return std::move(failures_.back());
+  }
 
  private:
   HTTPRetryResult(Case which, std::optional<Response> successful, std::vector<Response> failures)

@@ -14,7 +14,7 @@ CORVANE_API platform::Error completionWithoutResponse();
 /// The one response that a tick of the polling reports of a retrying send.
 template <class Response>
 Response responseOfPoll(HTTPRetryResult<Response> result) {
-  if (const Response* last = result.lastResponse()) return *last;
+  if (auto last = std::move(result).takeLastResponse()) return *std::move(last);
   return Response(std::nullopt, std::nullopt, nullptr, completionWithoutResponse());
 }
 
