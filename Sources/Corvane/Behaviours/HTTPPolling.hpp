@@ -22,7 +22,7 @@ concept ReadsStatically = (IsStaticFunction<Member> || IsStaticData<Member>) && 
 
 template <class Self>
 concept MakesItself = requires {
-  { Self::make() } -> std::same_as<std::optional<Self>>;
+  { Self::make() } -> std::convertible_to<std::optional<Self>>;
 };
 
 template <class Self>
@@ -75,7 +75,7 @@ std::optional<Self> madeForPoll() {
 /// |----------------------------------------------------------|-------------------------------------------------|
 /// | `pollingRate`, static: seconds or a duration             | 300 s; at least a millisecond                   |
 /// | `shouldFirePoll`, static: `bool`, asked at every tick    | true; false leaves the tick out                 |
-/// | `static std::optional<Self> make()`                      | the constructor without arguments; the request  |
+/// | `static std::optional<Self> make()`, or `static Self`    | the constructor without arguments; the request  |
 /// |                                                          | of a tick. Absent leaves the tick out           |
 ///
 /// A tick comes on the global queue, the first one a `pollingRate` after `poll`. It takes the single road of the type:

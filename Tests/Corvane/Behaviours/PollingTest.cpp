@@ -221,6 +221,23 @@ TEST_F(PollingTest, pollsEveryFiveMinutesWhenItDoesNotSay) {
   EXPECT_THAT(clock.waits(), ElementsAre(300));
 }
 
+/// Has always a request to make, and says so.
+struct CertainPoll : DataGetRequestable<CertainPoll>, HTTPMockable<CertainPoll>, HTTPPolling<CertainPoll> {
+  static CertainPoll make() { return {.name = "made"}; }
+  std::string name = "by default";
+  HTTPHeaders sharedHeaders() const { return {}; }
+};
+
+TEST_F(PollingTest, takesARequestThatIsNeverAbsentFromItsMaker) {
+  CertainPoll::poll([this](const CertainPoll& request, const DataResponse&) { note(request.name); });
+
+  clock.advance(300);
+  ASSERT_TRUE(hears(1));
+
+  EXPECT_THAT(events, ElementsAre("made"));
+  CertainPoll::stopPolling();
+}
+
 TEST_F(PollingTest, takesItsRateInAnyUnit) {
   MinutePoll::poll();
   MinutePoll::stopPolling();
