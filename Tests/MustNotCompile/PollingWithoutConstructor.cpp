@@ -8,8 +8,6 @@ struct Get : DataGetRequestable<Get>, HTTPPolling<Get> {
   explicit Get(int) {}
 #ifdef CORVANE_CORRECT
   static std::optional<Get> make() { return Get(1); }
-#else
-  static Get make() { return Get(1); }
 #endif
 };
 

@@ -73,7 +73,7 @@ std::optional<Self> madeForPoll() {
 ///
 /// | you may write                                            | default                                         |
 /// |----------------------------------------------------------|-------------------------------------------------|
-/// | `pollingRate`, static: seconds or a duration             | 300 s; at least a millisecond                   |
+/// | `pollingRate`, static: seconds or a duration             | 300 s; at least 1 ms, traps when not a number    |
 /// | `shouldFirePoll`, static: `bool`, asked at every tick    | true; false leaves the tick out                 |
 /// | `static std::optional<Self> make()`, or `static Self`    | the constructor without arguments; the request  |
 /// |                                                          | of a tick. Absent leaves the tick out           |

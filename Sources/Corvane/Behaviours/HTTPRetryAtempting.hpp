@@ -86,7 +86,8 @@ constexpr bool checkRetry() {
 ///
 /// **The rule.** Attempts count from 0. A failed one is followed by another as long as its number is not above
 /// `retryLimit`; so there are at most `retryLimit` + 2, and for a negative limit one. After attempt n the wait is
-/// `retryInterval` + n x `retryDelta` seconds (a product beyond 64 bits ends the process). The result then is:
+/// `retryInterval` + n x `retryDelta` seconds (a product beyond 64 bits, or an interval that is not a number, ends the
+/// process). The result then is:
 /// - `noFailure` with the response, when it was attempt 0, whether that failed or not;
 /// - `totalFailure` with all responses, when it was attempt number `retryLimit`: even though that one succeeded, and
 ///   also where `shouldRetry`, the policy or, if that allows it, a cancellation ended it;

@@ -1,5 +1,6 @@
 #include "Corvane/Behaviours/PollingRegistry.hpp"
 
+#include <cmath>
 #include <mutex>
 #include <typeindex>
 #include <unordered_map>
@@ -7,6 +8,7 @@
 
 #include "Corvane/ModuleLogger.hpp"
 #include "Platform/Foundation/TypeName.hpp"
+#include "Platform/Trap.hpp"
 #include "Vantorel/Logger.hpp"
 
 namespace corvane::detail {
@@ -71,6 +73,7 @@ HandlerRef::HandlerRef(const std::string& name, std::shared_ptr<TimerHandler> ti
 
 void startPolling(const std::type_info& type, double rate, void (*tick)(const TimerHandler&),
                   std::optional<AnyPollingHandler> handler) {
+  if (std::isnan(rate)) platform::trap("The pollingRate of " + platform::typeName(type) + " is not a number");
   if (appendTo(type, handler)) return;
   const auto fresh = std::make_shared<HandlerRef>(platform::typeName(type), TimerHandler::make(rate, tick));
   append(*fresh, handler);

@@ -1,5 +1,6 @@
 #include "Corvane/Behaviours/RetryRun.hpp"
 
+#include <cmath>
 #include <utility>
 
 #include "Corvane/Transport/TaskManager.hpp"
@@ -19,6 +20,7 @@ RetryStep stepAfter(std::int64_t failCount, std::int64_t limit, bool hasFailed) 
 }
 
 double namedWait(const RetryNumbers& numbers, std::int64_t failures) {
+  if (std::isnan(numbers.interval)) platform::trap("A retryInterval is not a number");
   std::int64_t growth = 0;
   if (__builtin_mul_overflow(failures, numbers.delta, &growth)) platform::trap("The wait before a retry overflows");
   return numbers.interval + static_cast<double>(growth);
@@ -82,7 +84,8 @@ void RetryRun::waitThenRetry() {
 void RetryRun::wasCancelled() {
   if (isCancelled_.exchange(true)) return;
   if (leaveWait(Phase::over)) {
-    finishCancelled();
+    // A response is made of it, by code that others must not wait for.
+    DispatchQueue::global().async([self = shared_from_this()] { self->finishCancelled(); });
   } else if (phase_ == Phase::attempt) {
     // Once more, behind the registration of an attempt that is just being started.
     TaskManager::shared().cancelTask(*uuid_);

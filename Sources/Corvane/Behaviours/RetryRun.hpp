@@ -24,7 +24,8 @@ struct RetryNumbers {
   std::int64_t delta;
 };
 
-/// `interval` + `failures` x `delta` seconds. Traps when the product overflows.
+/// `interval` + `failures` x `delta` seconds. Traps when the product overflows, and for an interval that is not a
+/// number.
 CORVANE_API double namedWait(const RetryNumbers& numbers, std::int64_t failures);
 
 /// A fresh serial queue for the decisions of one retrying send.

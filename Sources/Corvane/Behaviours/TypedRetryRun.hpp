@@ -30,7 +30,7 @@ enum class RetryKind {
 /// Any integer, cut to the range of 64 bits with a sign.
 template <std::integral Integer>
 constexpr std::int64_t saturated(Integer value) {
-  constexpr auto largest = std::numeric_limits<std::int64_t>::max();
+  constexpr auto largest = (std::numeric_limits<std::int64_t>::max)();
   return std::cmp_greater(value, largest) ? largest : static_cast<std::int64_t>(value);
 }
 

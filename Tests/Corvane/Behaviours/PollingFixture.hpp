@@ -67,7 +67,11 @@ struct NumberedPoll : DataGetRequestable<NumberedPoll>, HTTPMockable<NumberedPol
 /// own thread drains.
 class PollingTest : public ::testing::Test {
  protected:
-  void SetUp() override { NumberedPoll::reset(); }
+  void SetUp() override {
+    NumberedPoll::reset();
+    // Once it was drained, the main queue has no timer of its own, which waits for that.
+    DispatchQueue::main().runOnce();
+  }
   void TearDown() override {
     if (NumberedPoll::isPolling()) NumberedPoll::stopPolling();
     detail::mockBackgroundQueue().sync([] {});

@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include "CorvaneTesting/LogCapture.hpp"
 #include "Platform/Dispatch/Internal/ManualClock.hpp"
 
@@ -56,6 +58,12 @@ TEST_F(PollingRegistryTest, hasARecordFromStartToStop) {
   EXPECT_FALSE(before);
   EXPECT_TRUE(meanwhile);
   EXPECT_FALSE(isPolling(type));
+}
+
+TEST(PollingRegistryDeathTest, trapsAtARateThatIsNotANumber) {
+  EXPECT_DEATH(startPolling(
+                   typeid(RegisteredType), std::nan(""), [](const TimerHandler&) {}, std::nullopt),
+               "The pollingRate of corvane::detail::RegisteredType is not a number");
 }
 
 TEST_F(PollingRegistryTest, callsTheHandlersInTheirOrder) {

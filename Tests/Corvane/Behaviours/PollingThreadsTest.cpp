@@ -24,7 +24,11 @@ struct QuickPoll : DataGetRequestable<QuickPoll>, HTTPMockable<QuickPoll>, HTTPP
 /// Real time, and many threads.
 class PollingThreadsTest : public ::testing::Test {
  protected:
-  void SetUp() override { QuickPoll::makings = {}; }
+  void SetUp() override {
+    QuickPoll::makings = {};
+    // Once it was drained, the main queue has no timer of its own, which waits for that.
+    DispatchQueue::main().runOnce();
+  }
   void TearDown() override {
     if (QuickPoll::isPolling()) QuickPoll::stopPolling();
     drainMain();

@@ -1,3 +1,4 @@
+#include <cmath>
 #include <cstdint>
 #include <limits>
 
@@ -73,6 +74,7 @@ TEST(RetryRuleTest, waitsAsTheDeltaSays) {
 TEST(RetryRuleDeathTest, trapsWhenTheWaitOverflows) {
   EXPECT_DEATH(namedWait({.interval = 0, .limit = 9, .delta = largest}, 2), "The wait before a retry overflows");
   EXPECT_DEATH(namedWait({.interval = 0, .limit = 9, .delta = smallest}, 2), "The wait before a retry overflows");
+  EXPECT_DEATH(namedWait({.interval = std::nan(""), .limit = 9, .delta = 1}, 0), "A retryInterval is not a number");
 }
 
 TEST(RetryRuleTest, takesIntegersOfAnyKindForALimit) {
