@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <functional>
+#include <ostream>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -75,6 +76,8 @@ struct Combination {
   bool (*isPolling)();
   void (*stopPolling)();
 };
+
+void PrintTo(const Combination& combination, std::ostream* stream);
 
 // A request type without a behaviour has another, empty base in its place.
 template <int>

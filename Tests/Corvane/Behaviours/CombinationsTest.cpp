@@ -41,9 +41,6 @@ std::string nameOf(const Combination& combination) {
   return name;
 }
 
-// In place of its bytes, which differ from run to run.
-void PrintTo(const Combination& combination, std::ostream* stream) { *stream << nameOf(combination); }
-
 /// By a clock that stands still, with a server that answers "server".
 class CombinationsTest : public ::testing::TestWithParam<Combination> {
  protected:
@@ -302,4 +299,8 @@ TEST(CombinationsTableTest, standsInTheDocumentation) {
 }
 
 }  // namespace
+
+// In place of its bytes, which differ from run to run.
+void PrintTo(const Combination& combination, std::ostream* stream) { *stream << nameOf(combination); }
+
 }  // namespace corvane::combinations
