@@ -266,17 +266,17 @@ struct TopicPoll : DataGetRequestable<TopicPoll<Topic>>, HTTPPolling<TopicPoll<T
 };
 
 TEST_F(PollingTest, keepsTypesApartThatDifferInTheirPlaceOrTheirArgumentsOnly) {
-  using One = decltype(oneOfTheName());
-  using Other = decltype(otherOfTheName());
+  const auto one = oneOfTheName();
+  const auto other = otherOfTheName();
 
-  One::poll();
+  one.poll();
   TopicPoll<int>::poll();
 
-  EXPECT_TRUE(One::isPolling());
-  EXPECT_FALSE(Other::isPolling());
+  EXPECT_TRUE(one.isPolling());
+  EXPECT_FALSE(other.isPolling());
   EXPECT_TRUE(TopicPoll<int>::isPolling());
   EXPECT_FALSE(TopicPoll<long>::isPolling());
-  One::stopPolling();
+  one.stopPolling();
   TopicPoll<int>::stopPolling();
 }
 
