@@ -6,11 +6,11 @@ namespace {
 
 TEST(TransferRateTest, knowsNothingAtFirst) {
   TransferRate rate;
-  EXPECT_EQ(rate.bytesPerSecond(3), 0);
+  EXPECT_EQ(rate.perSecond(3), 0);
 
   rate.record(1, 500);
 
-  EXPECT_EQ(rate.bytesPerSecond(1), 0);
+  EXPECT_EQ(rate.perSecond(1), 0);
 }
 
 TEST(TransferRateTest, isWhatMovedInTheTimeThatPassed) {
@@ -18,7 +18,7 @@ TEST(TransferRateTest, isWhatMovedInTheTimeThatPassed) {
   rate.record(0, 0);
   rate.record(2, 3000);
 
-  EXPECT_DOUBLE_EQ(rate.bytesPerSecond(2), 1500);
+  EXPECT_DOUBLE_EQ(rate.perSecond(2), 1500);
 }
 
 TEST(TransferRateTest, forgetsWhatIsLongAgo) {
@@ -27,7 +27,7 @@ TEST(TransferRateTest, forgetsWhatIsLongAgo) {
   rate.record(1, 1'000'000);
   for (int second = 2; second <= 20; ++second) rate.record(second, 1'000'000 + second * 10);
 
-  EXPECT_DOUBLE_EQ(rate.bytesPerSecond(20), 10);
+  EXPECT_DOUBLE_EQ(rate.perSecond(20), 10);
 }
 
 TEST(TransferRateTest, fallsWhileNothingMoves) {
@@ -35,9 +35,9 @@ TEST(TransferRateTest, fallsWhileNothingMoves) {
   rate.record(0, 0);
   rate.record(1, 1000);
 
-  EXPECT_DOUBLE_EQ(rate.bytesPerSecond(2), 500);
-  EXPECT_DOUBLE_EQ(rate.bytesPerSecond(4), 250);
-  EXPECT_DOUBLE_EQ(rate.bytesPerSecond(100), 0);
+  EXPECT_DOUBLE_EQ(rate.perSecond(2), 500);
+  EXPECT_DOUBLE_EQ(rate.perSecond(4), 250);
+  EXPECT_DOUBLE_EQ(rate.perSecond(100), 0);
 }
 
 TEST(TransferRateTest, isNeverNegative) {
@@ -45,7 +45,7 @@ TEST(TransferRateTest, isNeverNegative) {
   rate.record(0, 1000);
   rate.record(1, 0);
 
-  EXPECT_EQ(rate.bytesPerSecond(1), 0);
+  EXPECT_EQ(rate.perSecond(1), 0);
 }
 
 }  // namespace

@@ -63,12 +63,12 @@ std::string ProgressBar::text(double seconds) {
   if (subject_ == Subject::batch) {
     BatchState state = batchState(seconds);
     rate_.record(seconds, state.responses);
-    state.responsesPerSecond = rate_.bytesPerSecond(seconds);
+    state.responsesPerSecond = rate_.perSecond(seconds);
     return batchLine(state, line_.columns());
   }
   TransferState state = transferState(seconds);
   rate_.record(seconds, state.completedBytes);
-  state.bytesPerSecond = rate_.bytesPerSecond(seconds);
+  state.bytesPerSecond = rate_.perSecond(seconds);
   return progressLine(state, line_.columns());
 }
 

@@ -45,9 +45,9 @@ void DispatchQueue::async(std::vector<Block> blocks) const { core_->async(std::m
 
 void DispatchQueue::asyncAfter(Seconds delay, Block block) const {
   if (!(delay.count() > 0)) return core_->async(std::move(block));
-  const auto clock = detail::Clock::current();
-  clock->schedule(clock->now() + detail::Clock::nanoseconds(delay), {},
-                  [core = core_, block = std::move(block)]() mutable { core->async(std::move(block)); });
+  detail::Clock::current()->scheduleAfter(
+      detail::Clock::nanoseconds(delay),
+      [core = core_, block = std::move(block)]() mutable { core->async(std::move(block)); });
 }
 
 void DispatchQueue::syncErased(void* object, void (*call)(void*)) const {

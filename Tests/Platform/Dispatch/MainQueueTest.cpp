@@ -7,6 +7,7 @@
 #include "Platform/Dispatch/DispatchGroup.hpp"
 #include "Platform/Dispatch/DispatchQueue.hpp"
 #include "Platform/Dispatch/DispatchSemaphore.hpp"
+#include "Platform/Dispatch/Internal/MainQueueCore.hpp"
 #include "Platform/Dispatch/Internal/ManualClock.hpp"
 #include "ThreadedDeathTest.hpp"
 
@@ -202,6 +203,7 @@ class UndrainedMainQueueDeathTest : public ThreadedDeathTest {
  protected:
   static void leaveWorkFor(Seconds interval, bool drains) {
     detail::ManualClock clock;
+    detail::MainQueueCore::shared().hintBy(detail::Clock::current());
     DispatchQueue::main().async([] {});
     DispatchQueue::main().async([] {});
     if (drains) DispatchQueue::main().runOnce();
@@ -218,6 +220,16 @@ TEST_F(UndrainedMainQueueDeathTest, hintsOnceThatNothingDrainsIt) {
 
 TEST_F(UndrainedMainQueueDeathTest, saysNothingEarlier) {
   EXPECT_EXIT(leaveWorkFor(4.9, false), testing::ExitedWithCode(0), "^end$");
+}
+
+TEST_F(UndrainedMainQueueDeathTest, takesNoPartInATestsTime) {
+  const auto countTimers = [] {
+    const detail::ManualClock clock;
+    DispatchQueue::main().async([] {});
+    std::exit(static_cast<int>(clock.pendingTimers()));
+  };
+
+  EXPECT_EXIT(countTimers(), testing::ExitedWithCode(0), "^$");
 }
 
 TEST_F(UndrainedMainQueueDeathTest, saysNothingOnceItWasDrained) {

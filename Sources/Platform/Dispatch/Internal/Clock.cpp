@@ -9,8 +9,7 @@ namespace {
 
 struct Installed {
   std::mutex mutex;
-  // The system's clock is never destroyed, so nothing needs to own it.
-  std::shared_ptr<Clock> clock = std::shared_ptr<Clock>(std::shared_ptr<void>(), &SystemClock::shared());
+  std::shared_ptr<Clock> clock = Clock::ofTheSystem();
 };
 
 Installed& installed() {
@@ -26,8 +25,13 @@ std::shared_ptr<Clock> Clock::current() {
   return place.clock;
 }
 
+std::shared_ptr<Clock> Clock::ofTheSystem() {
+  // It is never destroyed, so nothing needs to own it.
+  return std::shared_ptr<Clock>(std::shared_ptr<void>(), &SystemClock::shared());
+}
+
 void Clock::install(std::shared_ptr<Clock> clock) {
-  if (!clock) clock = std::shared_ptr<Clock>(std::shared_ptr<void>(), &SystemClock::shared());
+  if (!clock) clock = ofTheSystem();
   auto& place = installed();
   const std::lock_guard lock(place.mutex);
   place.clock.swap(clock);

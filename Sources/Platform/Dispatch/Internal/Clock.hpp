@@ -31,11 +31,16 @@ class CORVANE_API Clock {
   /// Calls the action once, not before `due`, and not much later than `due + leeway`. It runs on the clock's
   /// thread, without a lock held, and must be short: it delays everything else that is due.
   virtual Key schedule(Instant due, std::chrono::nanoseconds leeway, Block action) = 0;
+  /// The same, so long from now, without time passing between the look at the clock and the call.
+  virtual Key scheduleAfter(std::chrono::nanoseconds delay, Block action) {
+    return schedule(now() + delay, {}, std::move(action));
+  }
   /// Drops the action; one that is being called already is not waited for.
   virtual void cancel(const Key& key) = 0;
 
   /// The clock in force.
   static std::shared_ptr<Clock> current();
+  static std::shared_ptr<Clock> ofTheSystem();
   /// Null brings the system's clock back.
   static void install(std::shared_ptr<Clock> clock);
 

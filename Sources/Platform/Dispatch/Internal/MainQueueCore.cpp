@@ -2,7 +2,6 @@
 
 #include <cstdio>
 
-#include "Platform/Dispatch/Internal/Clock.hpp"
 #include "Platform/Dispatch/Internal/LocalQueues.hpp"
 #include "Platform/Trap.hpp"
 
@@ -54,8 +53,7 @@ void MainQueueCore::announce(Lock& lock, bool wasEmpty) {
 
 /// Prints a hint, once, when nobody has drained the queue a while from now.
 void MainQueueCore::expectDrain() {
-  const auto clock = Clock::current();
-  clock->schedule(clock->now() + patience, {}, [this] {
+  hintClock_->scheduleAfter(patience, [this] {
     const std::lock_guard lock(mutex_);
     if (!wasEverDrained_) std::fputs(nothingDrains, stderr);
   });

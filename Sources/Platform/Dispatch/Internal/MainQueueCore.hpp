@@ -3,6 +3,7 @@
 #include <condition_variable>
 #include <mutex>
 
+#include "Platform/Dispatch/Internal/Clock.hpp"
 #include "Platform/Dispatch/Internal/Deadline.hpp"
 #include "Platform/Dispatch/Internal/QueueCore.hpp"
 #include "Platform/Dispatch/Internal/RingQueue.hpp"
@@ -10,7 +11,7 @@
 namespace platform::detail {
 
 /// The serial queue that the application drains.
-class MainQueueCore final : public QueueCore {
+class CORVANE_API MainQueueCore final : public QueueCore {
  public:
   static MainQueueCore& shared();
 
@@ -24,6 +25,9 @@ class MainQueueCore final : public QueueCore {
   bool runUntil(void* object, bool (*isDone)(void*), Seconds timeout);
   void stop();
   void attachToHost(UniqueFunction<void()> schedule);
+  /// What measures how long nobody drained the queue. The system's clock: a clock that a test advances would count
+  /// the hint among the timers of what is tested. Before the first block.
+  void hintBy(std::shared_ptr<Clock> clock) { hintClock_ = std::move(clock); }
 
  private:
   using Lock = std::unique_lock<std::mutex>;
@@ -49,6 +53,7 @@ class MainQueueCore final : public QueueCore {
   bool isExpectingDrain_ = false;
   std::size_t sleepers_ = 0;
   std::shared_ptr<UniqueFunction<void()>> host_;
+  std::shared_ptr<Clock> hintClock_ = Clock::ofTheSystem();
 };
 
 }  // namespace platform::detail

@@ -21,10 +21,12 @@ class ManualClock::Time final : public Clock {
 
   Key schedule(Instant due, std::chrono::nanoseconds leeway, Block action) override {
     const std::lock_guard lock(mutex);
-    waits.push_back(seconds(due - now_));
-    const Key key = timers.add(due, leeway, std::move(action));
-    changed.notify_all();
-    return key;
+    return add(due, leeway, std::move(action));
+  }
+
+  Key scheduleAfter(std::chrono::nanoseconds delay, Block action) override {
+    const std::lock_guard lock(mutex);
+    return add(now_ + delay, {}, std::move(action));
   }
 
   void cancel(const Key& key) override {
@@ -61,6 +63,13 @@ class ManualClock::Time final : public Clock {
   std::size_t wakeUps = 0;
 
  private:
+  Key add(Instant due, std::chrono::nanoseconds leeway, Block action) {
+    waits.push_back(seconds(due - now_));
+    const Key key = timers.add(due, leeway, std::move(action));
+    changed.notify_all();
+    return key;
+  }
+
   Instant now_{};
 };
 
