@@ -54,9 +54,10 @@ integration:     ## tries the library against nginx, httpbin, nghttpd, PHP and p
 	@Scripts/setup.sh build integration
 	@Tests/Integration/run.sh
 
-docs:            ## draws the pictures of the documentation
+docs:            ## draws the pictures and builds the documentation's site, with the reference
 	@Scripts/setup.sh docs
 	@Scripts/draw.sh
+	@Scripts/site.sh
 
 clean:           ## removes everything that was built
 	rm -rf build

@@ -15,10 +15,22 @@ What an example prints is marked with `<!-- output of NAME -->` and checked when
     Scripts/check_docs.py --programs build/dev/Examples --server build/dev/bin/corvane_testserver
 
 The example runs in a folder of its own. Further words of the mark are its arguments: `/target` is that target on the
-server, and a path of this tree is that file.
+server, and a path of this tree is that file. Where its output names the server, the page says 127.0.0.1:8080; where it
+has a UUID, the page may show any.
+
+What a page says about the code can be held to it, too:
+
+    <!-- names every Case of Sources/Corvane/Errors/HTTPResponseError.hpp -->     an enumeration, or a namespace or
+                                                                                 class with constants
+    <!-- names every error of Sources -->                                        the classes of errors
+    <!-- rows end with what the code says -->
+
+Between the first mark and the next heading each of the names has to stand as `code`. In the table behind the second,
+the last cell of each row holds `code` and a link to the file in which it stands like that.
 """
 
 import argparse
+import itertools
 import os
 import pathlib
 import re
@@ -33,6 +45,10 @@ MARK = re.compile(r"^<!-- (from|output of) (\S+)((?: \S+)*) -->$")
 LISTENING = re.compile(rb"listening on (\S+)")
 LINK = re.compile(r"!?\[[^\]]*\]\(([^)\s]+)\)")
 FENCE = re.compile(r"^\s*```")
+COMPLETE = re.compile(r"^<!-- names every (\w+) of (\S+) -->$")
+ROWS = "<!-- rows end with what the code says -->"
+ROW = re.compile(r"`([^`]+)` \[[^\]]*\]\(([^)\s]+)\) \|$")
+UUID = re.compile(r"[0-9A-F]{8}(?:-[0-9A-F]{4}){3}-[0-9A-F]{12}")
 
 
 def normalised(lines):
@@ -95,6 +111,66 @@ def check_block(page, number, source, block):
     return None
 
 
+def names_in(kind, source):
+    """The enumerators of the enumeration `kind`, or the constants of the namespace or class of that name."""
+    text = re.sub(r"//.*", "", (ROOT / source).read_text(encoding="utf-8"))
+    found = re.search(rf"enum class {kind}\b[^{{;]*{{([^}}]*)}}", text)
+    if found:
+        return re.findall(r"(\w+)(?: = [^,]*)?(?:,|\s*$)", found[1])
+    found = re.search(rf"(?:namespace|class|struct)[^;{{]*\b{kind}\b[^;{{]*{{", text)
+    body = text[found.end() :] if found else ""
+    return re.findall(r"(?:inline constexpr [\w:]+(?: const)?\*?|static " + kind + r") (\w+)(?: =|\(\))", body)
+
+
+def errors_in(folder):
+    headers = [path for path in sorted((ROOT / folder).rglob("*.hpp")) if "Internal" not in path.parts]
+    bases = r"(?:velisand::AppError|platform::CustomErrorBase|CustomErrorBase)<"
+    return [name for path in headers for name in re.findall(
+        rf"^class (?:\w+_API )?(\w+) final\s*: public {bases}", path.read_text(encoding="utf-8"), re.MULTILINE)]
+
+
+def check_names(page, number, kind, source, section):
+    where = f"{page.relative_to(ROOT)}:{number}"
+    if (ROOT / source).is_dir():
+        names = errors_in(source)
+    else:
+        names = names_in(kind, source) if (ROOT / source).is_file() else []
+    if not names:
+        return f"{where}: {source} has no {kind} with names"
+    missing = [name for name in names if not re.search(rf"`(?:\w+::)*{name}(?:\(\))?`", section)]
+    return f"{where}: not named here, of {kind}: {', '.join(missing)}" if missing else None
+
+
+def check_rows(page, begin, rows):
+    """The rows of a table, with its head and the line below it."""
+    for number, row in enumerate(rows[2:], begin + 2):
+        where = f"{page.relative_to(ROOT)}:{number}"
+        match = ROW.search(row)
+        if not match:
+            yield f"{where}: the row does not end with `code` and a link to its file"
+            continue
+        file = page.parent / match[2]
+        if not file.is_file() or match[1] not in file.read_text(encoding="utf-8"):
+            yield f"{where}: `{match[1]}` does not stand in {match[2]}"
+
+
+def check_claims(page, text):
+    lines = text.splitlines()
+    for number, line in enumerate(lines, 1):
+        rest = lines[number:]
+        match = COMPLETE.match(line.strip())
+        if match:
+            section = itertools.takewhile(lambda other: not other.startswith("#"), rest)
+            yield check_names(page, number, *match.groups(), "\n".join(section))
+        elif line.strip() == ROWS:
+            table = list(itertools.takewhile(lambda other: other.startswith("|"), itertools.dropwhile(
+                lambda other: not other, rest)))
+            blank = next((at for at, other in enumerate(rest) if other), 0)
+            yield from check_rows(page, number + blank + 1, table)
+            if len(table) < 3:
+                yield f"{page.relative_to(ROOT)}:{number}: there is no table behind the mark"
+
+
 class Server:
     """The test server, from its first use on."""
 
@@ -123,8 +199,10 @@ def argument(word, server):
 def output_of(program, words, server):
     with tempfile.TemporaryDirectory() as folder:
         command = [program.resolve(), *(argument(word, server) for word in words)]
-        return subprocess.run(command, cwd=folder, env={**os.environ, "TMPDIR": folder}, stdout=subprocess.PIPE,
+        environment = {**os.environ, "TMPDIR": folder, "LC_ALL": "C", "LANGUAGE": ""}
+        printed = subprocess.run(command, cwd=folder, env=environment, stdout=subprocess.PIPE,
                               stderr=subprocess.PIPE, check=True, timeout=60).stdout.decode()
+        return printed.replace(server.authority, "127.0.0.1:8080") if server.authority else printed
 
 
 def check_output(page, number, example, words, block, programs, server):
@@ -133,13 +211,15 @@ def check_output(page, number, example, words, block, programs, server):
     if not program.is_file():
         return f"{where}: there is no program {program}"
     printed = output_of(program, words, server)
-    if not stands_in(block, printed.splitlines()):
+    if not stands_in([UUID.sub("UUID", line) for line in block], UUID.sub("UUID", printed).splitlines()):
         return f"{where}: {program.name} prints something else:\n{printed}"
     return None
 
 
 def check_page(page, programs, server):
-    prose, blocks = parts(page.read_text(encoding="utf-8"))
+    text = page.read_text(encoding="utf-8")
+    yield from check_claims(page, text)
+    prose, blocks = parts(text)
     for number, line in prose:
         for link in LINK.findall(re.sub(r"`[^`]*`", "", line)):
             yield check_link(page, number, link)
