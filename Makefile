@@ -1,7 +1,7 @@
 # The commands of daily work; each installs what it needs first. `make help` lists them.
 
 .DEFAULT_GOAL := help
-.PHONY: help setup demo test bench format check asan tsan fuzz tidy install-test integration docs clean
+.PHONY: help setup demo test bench format check asan tsan fuzz tidy install-test debian integration docs clean
 
 help:            ## lists the commands
 	@sed -n 's/^\([a-z-]*\):[a-z ]*## /  make \1\t/p' $(MAKEFILE_LIST) | expand -t 24
@@ -31,12 +31,13 @@ fuzz:            ## tries the decoders on inputs that a fuzzer makes
 	@Scripts/setup.sh build checks
 	@Scripts/fuzz.sh
 
-check:           ## runs the static checks: layers, headers, format, documentation
+check:           ## runs the static checks: layers, headers, interface, format, documentation
 	@Scripts/setup.sh build checks
 	@Scripts/check_layers.py
 	@Scripts/check_docs.py
 	@Scripts/check_format.sh
 	@Scripts/check_headers.sh
+	@Scripts/check_api.py
 
 format:          ## formats all C++ files
 	@Scripts/setup.sh checks
@@ -49,6 +50,10 @@ tidy:            ## runs clang-tidy over the library
 install-test:    ## installs the library and builds a consumer in every way
 	@Scripts/setup.sh build
 	@Scripts/test_install.sh
+
+debian:          ## makes the Debian packages, in build/packages
+	@Scripts/setup.sh build checks
+	@Scripts/package_debian.sh
 
 integration:     ## tries the library against nginx, httpbin, nghttpd, PHP and parsers of Python
 	@Scripts/setup.sh build integration

@@ -1,4 +1,6 @@
-# Installs the library, its public headers, the CMake package and the pkg-config file.
+# Installs the library, its public headers, the CMake package and the pkg-config file. Each part is an install
+# component, of which distributions make packages: runtime, development, image_runtime, image_development, testing
+# and tool.
 
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
@@ -6,41 +8,54 @@ include(CMakePackageConfigHelpers)
 set(package_folder "${CMAKE_INSTALL_LIBDIR}/cmake/Corvane")
 set(header_folder "${CMAKE_INSTALL_INCLUDEDIR}/corvane")
 
-install(TARGETS Corvane EXPORT CorvaneTargets
-  ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
-  LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
-  RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
-  INCLUDES DESTINATION "${header_folder}")
+# A library and a program find the library beside them, wherever the tree is moved to. Packages of a distribution need
+# no such help: they are made with CMAKE_SKIP_INSTALL_RPATH.
+function(corvane_install_library target runtime development)
+  set_target_properties(${target} PROPERTIES INSTALL_RPATH "$ORIGIN")
+  install(TARGETS ${target} EXPORT ${target}Targets
+    ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT ${development}
+    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT ${runtime} NAMELINK_COMPONENT ${development}
+    RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT ${runtime}
+    INCLUDES DESTINATION "${header_folder}")
+  # Exports of their own: what one of them names must be there only for those who ask for the component.
+  install(EXPORT ${target}Targets NAMESPACE Corvane:: DESTINATION "${package_folder}" COMPONENT ${development})
+endfunction()
+
+function(corvane_install_program target component)
+  file(RELATIVE_PATH libraries "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
+  set_target_properties(${target} PROPERTIES INSTALL_RPATH "$ORIGIN/${libraries}")
+  install(TARGETS ${target} RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT ${component})
+endfunction()
+
+corvane_install_library(Corvane runtime development)
 foreach(layer IN ITEMS Platform Velisand Vantorel Corvane)
-  install(DIRECTORY "${PROJECT_SOURCE_DIR}/Sources/${layer}" DESTINATION "${header_folder}" OPTIONAL
+  install(DIRECTORY "${PROJECT_SOURCE_DIR}/Sources/${layer}" DESTINATION "${header_folder}" COMPONENT development
     FILES_MATCHING PATTERN "*.hpp" PATTERN "Internal" EXCLUDE PATTERN "Imaging" EXCLUDE)
 endforeach()
 if(TARGET CorvaneImage)
-  install(TARGETS CorvaneImage EXPORT CorvaneImageTargets
-    ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
-    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
-    RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
-    INCLUDES DESTINATION "${header_folder}")
+  corvane_install_library(CorvaneImage image_runtime image_development)
   install(DIRECTORY "${PROJECT_SOURCE_DIR}/Sources/Platform/Imaging" DESTINATION "${header_folder}/Platform"
-    FILES_MATCHING PATTERN "*.hpp" PATTERN "Internal" EXCLUDE)
-  # An export of its own: what it names must be there only for those who ask for the component.
-  install(EXPORT CorvaneImageTargets NAMESPACE Corvane:: DESTINATION "${package_folder}")
+    COMPONENT image_development FILES_MATCHING PATTERN "*.hpp" PATTERN "Internal" EXCLUDE)
 endif()
 if(CORVANE_BUILD_TESTING_SUPPORT)
-  install(TARGETS CorvaneTesting EXPORT CorvaneTestingTargets
-    ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
-    INCLUDES DESTINATION "${header_folder}")
+  corvane_install_library(CorvaneTesting testing testing)
   install(DIRECTORY "${PROJECT_SOURCE_DIR}/Sources/CorvaneTesting" DESTINATION "${header_folder}"
-    FILES_MATCHING PATTERN "*.hpp" PATTERN "Internal" EXCLUDE)
-  install(EXPORT CorvaneTestingTargets NAMESPACE Corvane:: DESTINATION "${package_folder}")
+    COMPONENT testing FILES_MATCHING PATTERN "*.hpp" PATTERN "Internal" EXCLUDE)
+  if(TARGET corvane_testserver)
+    corvane_install_program(corvane_testserver testing)
+    install(FILES "${PROJECT_SOURCE_DIR}/Tools/testserver/corvane_testserver.1"
+      DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT testing)
+  endif()
+endif()
+if(TARGET corvane_tool)
+  corvane_install_program(corvane_tool tool)
 endif()
 
-install(EXPORT CorvaneTargets NAMESPACE Corvane:: DESTINATION "${package_folder}")
 configure_package_config_file("${PROJECT_SOURCE_DIR}/CMake/CorvaneConfig.cmake.in"
   "${PROJECT_BINARY_DIR}/CorvaneConfig.cmake" INSTALL_DESTINATION "${package_folder}")
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/CorvaneConfigVersion.cmake" COMPATIBILITY SameMinorVersion)
 install(FILES "${PROJECT_BINARY_DIR}/CorvaneConfig.cmake" "${PROJECT_BINARY_DIR}/CorvaneConfigVersion.cmake"
-  DESTINATION "${package_folder}")
+  DESTINATION "${package_folder}" COMPONENT development)
 
 # The prefix is found from the place of the .pc file, so that an installed tree can be moved.
 set(pkgconfig_folder "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
@@ -62,15 +77,17 @@ else()
   set(CORVANE_PC_LIBS_PRIVATE "")
 endif()
 configure_file("${PROJECT_SOURCE_DIR}/CMake/corvane.pc.in" "${PROJECT_BINARY_DIR}/corvane.pc" @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/corvane.pc" DESTINATION "${pkgconfig_folder}")
+install(FILES "${PROJECT_BINARY_DIR}/corvane.pc" DESTINATION "${pkgconfig_folder}" COMPONENT development)
 if(TARGET CorvaneImage)
   configure_file("${PROJECT_SOURCE_DIR}/CMake/corvane-image.pc.in" "${PROJECT_BINARY_DIR}/corvane-image.pc" @ONLY)
-  install(FILES "${PROJECT_BINARY_DIR}/corvane-image.pc" DESTINATION "${pkgconfig_folder}")
+  install(FILES "${PROJECT_BINARY_DIR}/corvane-image.pc" DESTINATION "${pkgconfig_folder}"
+    COMPONENT image_development)
 endif()
 if(CORVANE_BUILD_TESTING_SUPPORT)
   # Always static, so its own dependencies are never private.
   set(CORVANE_PC_TESTING_REQUIRES "libssl >= 3.0, libcrypto >= 3.0, zlib")
   configure_file("${PROJECT_SOURCE_DIR}/CMake/corvane-testing.pc.in" "${PROJECT_BINARY_DIR}/corvane-testing.pc" @ONLY)
-  install(FILES "${PROJECT_BINARY_DIR}/corvane-testing.pc" DESTINATION "${pkgconfig_folder}")
+  install(FILES "${PROJECT_BINARY_DIR}/corvane-testing.pc" DESTINATION "${pkgconfig_folder}"
+    COMPONENT testing)
 endif()
-install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT licence)

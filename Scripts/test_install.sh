@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# Installs the library, static and shared, and builds and runs an application that uses it in every way a user
-# may: find_package, add_subdirectory, and plain g++ with pkg-config. The installed trees are moved first, so
+# Installs the library, static and shared, and builds and runs applications that use it in every way a user may:
+# find_package, pkg-config with make, add_subdirectory and FetchContent. The installed trees are moved first, so
 # that no path of the build can have stayed in them.
 #
-#   Scripts/test_install.sh [static|shared|embedded]...      default: all three
+#   Scripts/test_install.sh [static|shared|embedded|fetched]...      default: all four
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -12,42 +12,21 @@ work=$root/build/install-test
 rm -rf "$work"
 mkdir -p "$work"
 application=$root/Tests/Consumer
-export CMAKE_GENERATOR=Ninja CMAKE_BUILD_PARALLEL_LEVEL=${JOBS:-$(nproc)}
-if command -v ccache >/dev/null; then
-  # All builds compile the same files with the same options; the second one and those after it find them here.
-  export CMAKE_CXX_COMPILER_LAUNCHER=ccache CCACHE_BASEDIR=$root CCACHE_NOHASHDIR=1
-fi
+. Scripts/install_routes.sh
 
-say() { printf '%s\n' "-- $*"; }
+# Pictures come from a server that nobody here wrote; it says its port in its first line.
+exec {picture_server}< <(exec python3 -u -m http.server 0 --bind 127.0.0.1 --directory "$application" 2>"$work/server.log")
+trap "kill $!" EXIT
+read -r -t 20 line <&"$picture_server" || fail "the server did not start: $(cat "$work/server.log")"
+pictures="http://127.0.0.1:$(sed -n 's/.* port \([0-9]*\) .*/\1/p' <<<"$line")"
 
-# A server that nobody here wrote; it says its port in its first line.
-coproc server { exec python3 -u -m http.server 0 --bind 127.0.0.1 --directory "$application" 2>"$work/server.log"; }
-server_process=$server_PID
-trap 'kill "$server_process"' EXIT
-read -r -t 20 line <&"${server[0]}" || { echo "the server did not start"; cat "$work/server.log"; exit 1; }
-address="http://127.0.0.1:$(sed -n 's/.* port \([0-9]*\) .*/\1/p' <<<"$line")"
-
-expect() {
-  local wanted=$1 output
-  shift
-  output=$("$@")
-  [[ $output == $wanted ]] || { echo "'$*' printed '$output', expected '$wanted'"; exit 1; }
-  echo "$output"
-}
-
-# run PROGRAM: the application sends real requests and must tell what came of them.
-run() {
-  expect "status 200, $(stat -c %s "$application/Consumer.cpp") bytes" "$1" "$address/Consumer.cpp"
-  expect "error: ?*" "$1" "http://127.0.0.1:1/"
-}
-
-# run_image PROGRAM: the same for the application that shows pictures.
+# run_image PROGRAM: the application that shows pictures tells their size.
 run_image() {
-  expect "1 x 1 pixels, 4 bytes" "$1" "$address/Dot.png"
-  expect "error: The data is neither a PNG nor a JPEG image" "$1" "$address/Consumer.cpp"
+  expect "1 x 1 pixels, 4 bytes" "$1" "$pictures/Dot.png"
+  expect "error: The data is neither a PNG nor a JPEG image" "$1" "$pictures/CMakeLists.txt"
 }
 
-# run_testing PROGRAM: the same for the application that brings a server of its own.
+# run_testing PROGRAM: the application that brings a server of its own.
 run_testing() {
   expect "GET /greeting arrived for localhost, and hello came back" "$1"
 }
@@ -66,44 +45,42 @@ install_library() {
 check_installed_files() {
   local prefix=$1
   say "only what is public is installed"
-  if find "$prefix/include" -path '*Internal*' | grep .; then
-    echo "these headers are internal"
-    exit 1
-  fi
+  if find "$prefix/include" -path '*Internal*' | grep .; then fail "these headers are internal"; fi
   local sources installed
   sources=$(cd Sources && find . -name '*.hpp' -not -path '*/Internal/*' | sort)
   installed=$(cd "$prefix/include/corvane" && find . -type f | sort)
-  diff <(echo "$sources") <(echo "$installed") || { echo "installed headers differ from the public ones"; exit 1; }
-  if grep -rIl -e "$work" -e "$root/Sources" "$prefix"; then
-    echo "these files name folders of the build"
-    exit 1
-  fi
+  diff <(echo "$sources") <(echo "$installed") || fail "installed headers differ from the public ones"
+  if grep -rIl -e "$work" -e "$root/Sources" "$prefix"; then fail "these files name folders of the build"; fi
 }
 
+# What users copy is copied.
 with_find_package() {
   local kind=$1
   say "find_package, $kind"
+  mkdir "$work/$kind/copy"
+  cp Examples/Packages/{Client.cpp,CMakeLists.txt,Makefile} "$work/$kind/copy"
+  cmake -S "$work/$kind/copy" -B "$work/$kind/copy/build" -DCMAKE_PREFIX_PATH="$work/$kind/prefix" >/dev/null
+  cmake --build "$work/$kind/copy/build"
+  run_client "$work/$kind/copy/build/client"
+
   cmake -S "$application" -B "$work/$kind/application" -DCMAKE_PREFIX_PATH="$work/$kind/prefix" >/dev/null
   cmake --build "$work/$kind/application"
-  run "$work/$kind/application/consumer"
   run_image "$work/$kind/application/image_consumer"
   run_testing "$work/$kind/application/testing_consumer"
 }
 
 with_pkg_config() {
   local kind=$1
-  say "pkg-config, $kind"
+  say "pkg-config and make, $kind"
   local flags
-  export PKG_CONFIG_PATH="$work/$kind/prefix/lib/pkgconfig"
-  flags=$(pkg-config --cflags --libs corvane)
-  g++ -std=c++20 "$application/Consumer.cpp" -o "$work/$kind/plain" $flags
+  export PKG_CONFIG_PATH="$work/$kind/prefix/lib/pkgconfig" LD_LIBRARY_PATH="$work/$kind/prefix/lib"
+  make -C "$work/$kind/copy" --no-print-directory
+  run_client "$work/$kind/copy/client"
   flags=$(pkg-config --cflags --libs corvane-image)
   g++ -std=c++20 "$application/ImageConsumer.cpp" -o "$work/$kind/plain-image" $flags
+  run_image "$work/$kind/plain-image"
   flags=$(pkg-config --cflags --libs corvane-testing)
   g++ -std=c++20 "$application/TestingConsumer.cpp" -o "$work/$kind/plain-testing" $flags
-  export LD_LIBRARY_PATH="$work/$kind/prefix/lib"
-  run "$work/$kind/plain"
-  run_image "$work/$kind/plain-image"
   run_testing "$work/$kind/plain-testing"
   unset LD_LIBRARY_PATH PKG_CONFIG_PATH
 }
@@ -112,12 +89,9 @@ with_pkg_config() {
 check_plain_needs_no_image_library() {
   say "an application without pictures needs no library for them, $1"
   local needed
-  needed=$(objdump -p "$work/$1/application/consumer" "$work/$1"/prefix/lib/libcorvane.* | grep NEEDED || true)
-  [ -n "$needed" ] || { echo "objdump tells no library that is needed"; exit 1; }
-  if grep -E 'png|jpeg|corvane_image' <<<"$needed"; then
-    echo "these libraries should not be needed"
-    exit 1
-  fi
+  needed=$(objdump -p "$work/$1/application/client" "$work/$1"/prefix/lib/libcorvane.* | grep NEEDED || true)
+  [ -n "$needed" ] || fail "objdump tells no library that is needed"
+  if grep -E 'png|jpeg|corvane_image' <<<"$needed"; then fail "these libraries should not be needed"; fi
 }
 
 # Who asks for a component that was not built is told so.
@@ -127,26 +101,9 @@ check_missing_component() {
   cp -r "$work/$1/prefix" "$prefix"
   rm "$prefix"/lib/cmake/Corvane/CorvaneTestingTargets*
   if output=$(cmake -S "$application" -B "$work/$1/refused" -DCMAKE_PREFIX_PATH="$prefix" 2>&1); then
-    echo "the component should have been missed"
-    exit 1
+    fail "the component should have been missed"
   fi
-  grep -F "Corvane was built without Corvane::Testing." <<<"$output" || { echo "$output"; exit 1; }
-}
-
-# What is not marked CORVANE_API must not be seen from outside: with it, someone would come to depend on it.
-check_shared_library() {
-  local library=$work/shared/prefix/lib/$1.so
-  say "$1 is versioned and shows only what is its own"
-  [ -L "$library" ] || { echo "$library should be a link to its version"; exit 1; }
-  # Read to its end first: a grep that leaves early would kill objdump by SIGPIPE, and pipefail call that a failure.
-  local headers
-  headers=$(objdump -p "$library")
-  grep -q "SONAME *$1\.so\.[0-9]" <<<"$headers" || { echo "$library has no versioned SONAME"; exit 1; }
-  if nm -DC --defined-only "$library" | grep -E ' [TBD] ' |
-    grep -vE ' (platform|velisand|vantorel|corvane)::| (typeinfo|vtable|VTT|guard variable|non-virtual thunk|virtual thunk)'; then
-    echo "these symbols should be hidden"
-    exit 1
-  fi
+  grep -F "Corvane was built without Corvane::Testing." <<<"$output" || fail "$output"
 }
 
 with_add_subdirectory() {
@@ -155,31 +112,59 @@ with_add_subdirectory() {
   cmake -S "$application" -B "$work/embedded/build" -DCORVANE_SOURCE_DIR="$root" \
     -DCORVANE_BUILD_IMAGE=ON -DCMAKE_BUILD_TYPE=Release >/dev/null
   cmake --build "$work/embedded/build"
-  run "$work/embedded/build/consumer"
+  cmake --build "$work/embedded/build" --target corvane_testserver
+  start_server "$work/embedded/build/Corvane/bin/corvane_testserver"
+  run_client "$work/embedded/build/client"
+  stop_server
   run_image "$work/embedded/build/image_consumer"
   run_testing "$work/embedded/build/testing_consumer"
+}
+
+# The tree as it stands, with what is not committed yet, as a repository that can be cloned.
+make_repository() {
+  git ls-files --cached --others --exclude-standard -z | xargs -0 ls -d 2>/dev/null |
+    tar --create --files-from=- | tar --extract --directory="$1"
+  git -C "$1" init --quiet --initial-branch=main
+  git -C "$1" add --all
+  git -C "$1" -c user.name=test -c user.email=test@localhost commit --quiet --message="the tree as it stands"
+}
+
+with_fetch_content() {
+  say "FetchContent"
+  mkdir -p "$work/fetched/repository"
+  make_repository "$work/fetched/repository"
+  # Without optimisation, and with precompiled headers: these objects are nobody else's.
+  cmake -S Examples/Packages/Fetched -B "$work/fetched/build" -DCORVANE_REPOSITORY="file://$work/fetched/repository" \
+    -DCORVANE_PRECOMPILED_HEADERS=ON >/dev/null
+  cmake --build "$work/fetched/build"
+  cmake --build "$work/fetched/build" --target corvane_testserver
+  start_server "$work/fetched/build/_deps/corvane-build/bin/corvane_testserver"
+  run_client "$work/fetched/build/client"
+  stop_server
 }
 
 installed() {
   install_library "$1" "$2"
   check_installed_files "$work/$1/prefix"
+  start_server "$work/$1/prefix/bin/corvane_testserver"
   with_find_package "$1"
   with_pkg_config "$1"
+  stop_server
   check_plain_needs_no_image_library "$1"
   check_missing_component "$1"
 }
 
-[ $# -gt 0 ] || set -- static shared embedded
+[ $# -gt 0 ] || set -- static shared embedded fetched
 for way in "$@"; do
   case "$way" in
     static) installed static OFF ;;
     shared)
       installed shared ON
-      check_shared_library libcorvane
-      check_shared_library libcorvane_image
+      Scripts/check_symbols.sh "$work"/shared/prefix/lib/libcorvane{,_image}.so
       ;;
     embedded) with_add_subdirectory ;;
-    *) echo "unknown: $way; there are static, shared and embedded" >&2; exit 2 ;;
+    fetched) with_fetch_content ;;
+    *) echo "unknown: $way; there are static, shared, embedded and fetched" >&2; exit 2 ;;
   esac
 done
 say "done"
