@@ -27,7 +27,8 @@ import xml.etree.ElementTree as ElementTree
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 WELL_KNOWN = {"operator==", "operator!=", "operator<", "operator<=>", "operator<<", "begin", "end", "size", "isEmpty",
-              "value_type", "const_iterator", "hash"}
+              "value_type", "const_iterator", "hash", "await_ready", "await_suspend", "await_resume",
+              "get_return_object", "initial_suspend", "final_suspend", "unhandled_exception"}
 TYPES = ("class", "struct", "union", "concept")
 
 
@@ -107,7 +108,7 @@ def means_what_it_always_means(member, compound):
         return True
     parameters = [text_of(parameter, "type") for parameter in member.findall("param")]
     takes_its_own = len(parameters) == 1 and re.fullmatch(
-        rf"(const )?{re.escape(own_name)}\s*(<.*>)?\s*&&?", parameters[0])
+        rf"(const )?{re.escape(own_name)}\s*(<.*>)?\s*(&&?)?", parameters[0])
     return name in (own_name, "operator=") and bool(takes_its_own) or (name == own_name and "=default" in arguments)
 
 

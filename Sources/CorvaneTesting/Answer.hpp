@@ -22,9 +22,12 @@ class ScriptWriter;
 
 /// One chunk of a chunked body. The extension is sent as written, its semicolon included: `{"abc", ";name=value"}`.
 struct Chunk {
+  /// The content; an empty chunk is left out, since it would end the body.
   std::string bytes;
+  /// What stands behind the size, its semicolon included.
   std::string extension;
 
+  /// The content, and an extension if there is one.
   Chunk(std::string chunkBytes, std::string chunkExtension = {})
       : bytes(std::move(chunkBytes)), extension(std::move(chunkExtension)) {}
   Chunk(const char* chunkBytes) : bytes(chunkBytes) {}
@@ -59,6 +62,7 @@ enum class Ending {
 /// Delays, gates and stalls end when the client closes its side of the connection, be it only half of it.
 class Answer {
  public:
+  /// The unit of every delay.
   using Milliseconds = std::chrono::milliseconds;
 
   /// The reason defaults to the registered phrase of the status.
@@ -71,6 +75,7 @@ class Answer {
 
   /// Adds a field; duplicates and order are kept.
   Answer& header(std::string name, std::string value);
+  /// Adds the field "Content-Type".
   Answer& contentType(std::string type) { return header("Content-Type", std::move(type)); }
   /// Claims this length, true or not; call it twice for duplicated fields.
   Answer& contentLength(std::uint64_t length) { return header("Content-Length", std::to_string(length)); }
@@ -79,8 +84,11 @@ class Answer {
 
   // Body
 
+  /// The content, with its length as a field unless the answer says otherwise.
   Answer& body(std::string bytes);
+  /// A body of the type "application/json". The text is not looked at.
   Answer& json(std::string text) { return contentType("application/json").body(std::move(text)); }
+  /// A body of the type "text/plain", in UTF-8.
   Answer& text(std::string text) { return contentType("text/plain; charset=utf-8").body(std::move(text)); }
   /// The text, compressed, with `Content-Encoding: gzip`.
   Answer& gzipBody(std::string_view text);
@@ -99,7 +107,9 @@ class Answer {
 
   // Pace
 
+  /// Pauses at that moment; `afterBytes` is for the moments inside of something, see `Moment`.
   Answer& delay(Moment moment, Milliseconds duration, std::optional<std::uint64_t> afterBytes = std::nullopt);
+  /// Pauses between chunks, the one that ends the body included.
   Answer& delayChunks(Milliseconds duration);
   /// Sends at most so many bytes of the answer every tick.
   Answer& throttle(std::size_t bytes, Milliseconds tick);
@@ -113,10 +123,15 @@ class Answer {
   Answer& beforeRequestBody(std::uint64_t afterBytes = 0);
   /// Says `Connection: close` and closes in good order after the answer.
   Answer& closeConnection();
+  /// Ends the connection in that way at that moment; `afterBytes` is for the moments inside of something.
   Answer& end(Ending ending, Moment moment, std::optional<std::uint64_t> afterBytes = std::nullopt);
+  /// `end` with `Ending::drop`.
   Answer& dropConnection(Moment moment, std::optional<std::uint64_t> afterBytes = std::nullopt);
+  /// `end` with `Ending::reset`.
   Answer& resetConnection(Moment moment, std::optional<std::uint64_t> afterBytes = std::nullopt);
+  /// `end` with `Ending::halfClose`.
   Answer& halfClose(Moment moment, std::optional<std::uint64_t> afterBytes = std::nullopt);
+  /// `end` with `Ending::stall`.
   Answer& stall(Moment moment, std::optional<std::uint64_t> afterBytes = std::nullopt);
   /// Sends bytes nobody asked for, once the connection has been idle that long after the answer. With zero they
   /// leave right behind the answer. `TestServer::sendOnIdleConnections` does the same at the test's word.

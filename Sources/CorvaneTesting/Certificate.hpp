@@ -8,14 +8,18 @@ namespace corvane::testing {
 /// A certificate with its private key and the intermediates that lead to its root. A value.
 class Certificate {
  public:
+  /// All in the forms that the names say; the intermediates may be empty.
   Certificate(std::string pem, std::string der, std::string keyPem, std::string intermediatesPem)
       : pem_(std::move(pem)),
         der_(std::move(der)),
         keyPem_(std::move(keyPem)),
         intermediatesPem_(std::move(intermediatesPem)) {}
 
+  /// The certificate alone, as PEM.
   const std::string& pem() const { return pem_; }
+  /// The certificate alone, as DER: what `Corvane::addTrustedCertificate` reads.
   const std::string& der() const { return der_; }
+  /// The private key, as PEM.
   const std::string& keyPem() const { return keyPem_; }
   /// The certificate and the intermediates, without the root: what a server sends.
   std::string chainPem() const { return pem_ + intermediatesPem_; }

@@ -9,13 +9,16 @@ namespace corvane::testing {
 struct ConnectionRecord {
   /// Counted from 1, in the order of acceptance.
   int number = 0;
+  /// False once either side closed it.
   bool isOpen = true;
+  /// How many complete requests came on it.
   int requestCount = 0;
 
   /// The server name that the client asked for; empty without TLS or without that extension.
   std::string sni;
   /// "TLSv1.2", "TLSv1.3"; empty until a handshake is done.
   std::string tlsVersion;
+  /// Whether the TLS handshake took up a session from before.
   bool resumedSession = false;
   /// Why the handshake failed, as the server saw it; empty when it did not.
   std::string handshakeError;

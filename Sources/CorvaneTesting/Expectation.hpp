@@ -59,9 +59,12 @@ class Fulfilments {
 template <class T>
 class Expectation {
  public:
+  /// The unit of every limit.
   using Milliseconds = std::chrono::milliseconds;
+  /// How long a wait lasts that is not told otherwise: ten seconds.
   static constexpr Milliseconds defaultWait{10'000};
 
+  /// Keeps the value, and wakes who waits.
   void fulfil(T value) const {
     // Whoever waits may destroy this object as soon as it sees the value.
     const std::shared_ptr<State> state = state_;
@@ -86,7 +89,9 @@ class Expectation {
     return state_->fulfilments.waitFor(1, limit);
   }
 
+  /// Whether there was a fulfilment yet.
   bool isFulfilled() const { return count() > 0; }
+  /// How many fulfilments there were.
   int count() const {
     const Lock lock(state_->fulfilments);
     return static_cast<int>(state_->fulfilments.count());

@@ -8,6 +8,7 @@ namespace corvane::testing {
 /// to a `TestServer`. Mocks answer as ever. Afterwards `Corvane::isNetworkForbidden` is what it was.
 class ForbiddenNetwork {
  public:
+  /// Forbids it from now on.
   ForbiddenNetwork() : wasForbidden_(Corvane::isNetworkForbidden.exchange(true)) {}
   ~ForbiddenNetwork() { Corvane::isNetworkForbidden = wasForbidden_; }
   ForbiddenNetwork(const ForbiddenNetwork&) = delete;

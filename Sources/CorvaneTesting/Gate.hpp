@@ -8,9 +8,12 @@ namespace corvane::testing {
 /// any thread may open it, and it stays open.
 class Gate {
  public:
+  /// A gate that is closed.
   Gate();
 
+  /// Lets through all that wait, and all that come later. Again is fine.
   void open() const;
+  /// Whether `open` was called.
   bool isOpen() const;
 
   /// Readable once the gate is open; for the server's loops.

@@ -6,7 +6,9 @@ namespace corvane::testing {
 
 /// One header field as it stands on the wire: the name in the sender's spelling, the value without surrounding blanks.
 struct HeaderField {
+  /// In the sender's spelling.
   std::string name;
+  /// Without the blanks around it.
   std::string value;
 
   friend bool operator==(const HeaderField&, const HeaderField&) = default;

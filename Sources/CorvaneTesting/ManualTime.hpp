@@ -26,6 +26,7 @@ namespace corvane::testing {
 /// All members may be called from any thread.
 class ManualTime {
  public:
+  /// From now on time stands still; traps when there is one already.
   ManualTime();
   /// Drops what was not due yet; from now on, time is that of the system.
   ~ManualTime();

@@ -16,12 +16,15 @@ std::string refusedUrl(std::string_view target = "/");
 /// A port on 127.0.0.1 that leaves connection attempts unanswered: neither accepted nor refused.
 class SilentPort {
  public:
+  /// Takes a free port.
   SilentPort();
   ~SilentPort();
   SilentPort(const SilentPort&) = delete;
   SilentPort& operator=(const SilentPort&) = delete;
 
+  /// The port that nobody answers at.
   std::uint16_t port() const;
+  /// `http://127.0.0.1:PORT` and the target.
   std::string url(std::string_view target = "/") const;
 
  private:

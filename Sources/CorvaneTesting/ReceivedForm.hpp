@@ -10,9 +10,13 @@ namespace corvane::testing {
 
 /// A section of a multipart form as it arrived.
 struct ReceivedSection {
+  /// The "name" of its disposition.
   std::string name;
+  /// The "filename" of its disposition; absent for a plain field.
   std::optional<std::string> fileName;
+  /// The "Content-Type" of the section; absent when it has none.
   std::optional<std::string> contentType;
+  /// The bytes between the section's headers and the next boundary.
   std::string content;
 };
 

@@ -12,9 +12,11 @@ namespace corvane::testing {
 
 /// A request as it arrived.
 struct ReceivedRequest {
+  /// As it stands in the request line.
   std::string method;
   /// As it stands in the request line: with the query, percent-encoded.
   std::string target;
+  /// The version of HTTP: "HTTP/1.1".
   std::string version;
   /// In the order and spelling of the wire.
   std::vector<HeaderField> headers;
@@ -24,7 +26,9 @@ struct ReceivedRequest {
   std::string body;
   /// How many bytes of content arrived.
   std::uint64_t bodySize = 0;
+  /// Whether the content came in chunks.
   bool isChunked = false;
+  /// The fields behind the last chunk.
   std::vector<HeaderField> trailers;
 
   /// Which connection of the server it came on, counted from 1.
@@ -46,7 +50,9 @@ struct ReceivedRequest {
   std::optional<std::string> queryValue(std::string_view name) const;
   /// The value of the first field of that name, letter case aside.
   std::optional<std::string> header(std::string_view name) const;
+  /// The values of all fields of that name, letter case aside, in their order.
   std::vector<std::string> headerValues(std::string_view name) const;
+  /// Whether there is a field of that name, letter case aside.
   bool hasHeader(std::string_view name) const { return header(name).has_value(); }
 };
 

@@ -19,6 +19,7 @@ inline const bool failuresGoToGoogleTest = [] {
 /// A test with a server of its own. What went wrong at the server fails the test.
 class ServerTest : public ::testing::Test {
  protected:
+  /// Listens while the test runs; scripts are the test's to write.
   TestServer server;
 };
 

@@ -22,6 +22,7 @@ struct ServerOptions {
   std::vector<std::string> addresses = {"127.0.0.1"};
   /// Zero lets the system choose a free one.
   std::uint16_t port = 0;
+  /// Absent: in the clear.
   std::optional<Tls> tls;
   /// Keeps what arrived, for `takeRequest`, `requests` and `connections`. A server that runs for long should not.
   bool keepsRequests = true;
@@ -44,12 +45,18 @@ struct ServerOptions {
 /// any thread. Waits end after `defaultWait` unless told otherwise, so that a test that waits in vain fails.
 class TestServer {
  public:
+  /// Makes the answer to a request. Called on the thread of its connection, for several at a time.
   using Handler = std::function<Answer(const ReceivedRequest&)>;
+  /// The unit of every limit.
   using Milliseconds = std::chrono::milliseconds;
+  /// How long a wait lasts that is not told otherwise: ten seconds.
   static constexpr Milliseconds defaultWait{10'000};
 
+  /// In the clear, on 127.0.0.1, at a port that the system chooses.
   TestServer();
+  /// The same over TLS.
   explicit TestServer(Tls tls);
+  /// As the options say. Throws `std::system_error` when the port cannot be had.
   explicit TestServer(ServerOptions options);
   /// Breaks off whatever is under way, closes every connection and joins every thread.
   ~TestServer();
@@ -58,6 +65,7 @@ class TestServer {
 
   // Where
 
+  /// The port that it listens on.
   std::uint16_t port() const;
   /// "127.0.0.1:49152", or "[::1]:49152".
   std::string authority() const;
@@ -68,6 +76,7 @@ class TestServer {
 
   // What it answers
 
+  /// Adds an answer to those for requests without a route; they are used in this order, once each.
   void enqueue(Answer answer);
   /// Answers every request to this path. A path that ends in `*` stands for all that begin so; the longest wins.
   void handle(std::string path, Handler handler);
@@ -86,7 +95,9 @@ class TestServer {
   ReceivedRequest takeRequest(Milliseconds limit = defaultWait);
   /// All complete requests so far, taken or not.
   std::vector<ReceivedRequest> requests() const;
+  /// One record for each connection so far, in the order of acceptance.
   std::vector<ConnectionRecord> connections() const;
+  /// How many complete requests there were so far.
   int requestCount() const;
   /// Requests of which at least the head arrived.
   int headCount() const;
@@ -94,6 +105,7 @@ class TestServer {
   std::uint64_t bodyBytesReceived() const;
   /// All connections ever accepted.
   int connectionCount() const;
+  /// How many connections are open.
   int openConnections() const;
   /// Open connections that wait for a request.
   int idleConnections() const;
@@ -118,14 +130,18 @@ class TestServer {
   // Each waits until a connection is idle, acts on all that are, and returns how many those were once it is done:
   // the bytes or the end of the stream are then on their way to the client.
 
+  /// Sends bytes that nobody asked for.
   int sendOnIdleConnections(std::string_view bytes);
+  /// Closes them in good order, unannounced.
   int closeIdleConnections();
+  /// Resets them.
   int resetIdleConnections();
   /// Refuses further connections; those that are open go on.
   void stopListening();
 
   // What went wrong
 
+  /// What went wrong so far, a sentence each.
   std::vector<std::string> failures() const;
   /// The failures so far, which are then not reported any more.
   std::vector<std::string> takeFailures();

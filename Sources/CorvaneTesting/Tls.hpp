@@ -9,6 +9,7 @@
 
 namespace corvane::testing {
 
+/// The versions of TLS that a server may speak.
 enum class TlsVersion { v1_2, v1_3 };
 
 /// How a server speaks TLS.
@@ -17,7 +18,9 @@ struct Tls {
   std::string certificateChain;
   /// PEM.
   std::string key;
+  /// The oldest version that is spoken.
   TlsVersion oldest = TlsVersion::v1_2;
+  /// The newest version that is spoken.
   TlsVersion newest = TlsVersion::v1_3;
   /// Whether connections that are closed in good order send the closing alert.
   bool saysGoodbye = true;
@@ -29,15 +32,18 @@ struct Tls {
   /// The certificate, the intermediates that issued it, and its key.
   Tls(const Certificate& certificate) : Tls(certificate.chainPem(), certificate.keyPem()) {}
 
+  /// Speaks these versions only, and those between them.
   Tls& versions(TlsVersion from, TlsVersion to) {
     oldest = from;
     newest = to;
     return *this;
   }
+  /// Resets handshakes under way once the gate is open; see `handshakeReset`.
   Tls& resetHandshakesWhenOpen(Gate gate) {
     handshakeReset = std::move(gate);
     return *this;
   }
+  /// Leaves out the closing alert, so that a body without a length counts as cut off.
   Tls& withoutGoodbye() {
     saysGoodbye = false;
     return *this;

@@ -15,6 +15,7 @@ namespace vantorel {
 /// Keeps every record, for tests. Thread-safe.
 class CORVANE_API CapturingSink final : public LogSink {
  public:
+  /// Without records.
   CapturingSink();
   ~CapturingSink() override;
 
@@ -26,6 +27,7 @@ class CORVANE_API CapturingSink final : public LogSink {
   /// such; absent when the limit passed first. The predicate must not log.
   std::optional<LogRecord> waitFor(const std::function<bool(const LogRecord&)>& predicate,
                                    platform::Seconds limit = platform::Seconds(10)) const;
+  /// Forgets all records so far.
   void clear();
 
  private:

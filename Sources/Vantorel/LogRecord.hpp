@@ -18,19 +18,25 @@ CORVANE_API std::string_view name(LogLevel level);
 
 /// One thing that was logged.
 struct LogRecord {
+  /// Default: `info`.
   LogLevel level = LogLevel::info;
+  /// One sentence for people, without a line break at its end.
   std::string message;
   /// Deferred dictionaries in it are made by the sink that wants them.
   std::optional<platform::Dictionary> userInfo;
+  /// What the message stands in brackets behind; absent: nothing does.
   std::optional<std::string> category;
   /// Where it was logged; empty and 0 when that was not said.
   std::string file;
+  /// The function that logged.
   std::string function;
+  /// The line that logged.
   int line = 0;
   /// Whether the sink shall add the calling thread's stack.
   bool shouldLogStackTrace = false;
   /// The name of the logger.
   std::string logger;
+  /// When it was logged.
   std::chrono::system_clock::time_point time;
 };
 

@@ -24,22 +24,28 @@ class CORVANE_API Logger {
   /// Whether records carry a stack trace unless the call says otherwise. Process-wide; false at first.
   static std::atomic<bool> shouldLogStackTrace;
 
+  /// A logger of that name, whose records the validation lets through or not.
   Logger(std::string name, Validation validation);
 
+  /// The name that records carry.
   const std::string& name() const { return name_; }
 
+  /// Logs at that level. For what helps to find a mistake.
   void debug(std::string message, std::optional<platform::Dictionary> userInfo = std::nullopt,
              std::optional<std::string> category = std::nullopt, const char* file = __builtin_FILE(),
              const char* function = __builtin_FUNCTION(), int line = __builtin_LINE(),
              bool withStackTrace = shouldLogStackTrace) const;
+  /// Logs at that level. For what an operator wants to know.
   void info(std::string message, std::optional<platform::Dictionary> userInfo = std::nullopt,
             std::optional<std::string> category = std::nullopt, const char* file = __builtin_FILE(),
             const char* function = __builtin_FUNCTION(), int line = __builtin_LINE(),
             bool withStackTrace = shouldLogStackTrace) const;
+  /// Logs at that level. For what went wrong.
   void error(std::string message, std::optional<platform::Dictionary> userInfo = std::nullopt,
              std::optional<std::string> category = std::nullopt, const char* file = __builtin_FILE(),
              const char* function = __builtin_FUNCTION(), int line = __builtin_LINE(),
              bool withStackTrace = shouldLogStackTrace) const;
+  /// Logs at that level. For a state that must not occur.
   void fault(std::string message, std::optional<platform::Dictionary> userInfo = std::nullopt,
              std::optional<std::string> category = std::nullopt, const char* file = __builtin_FILE(),
              const char* function = __builtin_FUNCTION(), int line = __builtin_LINE(),

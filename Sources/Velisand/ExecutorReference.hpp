@@ -13,6 +13,7 @@ namespace velisand {
 template <class T>
 class ExecutorReference {
  public:
+  /// Requires: the callback is not empty.
   ExecutorReference(std::optional<platform::DispatchQueue> queue, std::function<void(T)> callback)
       : queue_(std::move(queue)), callback_(std::move(callback)) {}
 
@@ -21,6 +22,7 @@ class ExecutorReference {
     async(queue_, [callback = callback_, value = std::move(value)]() mutable { callback(std::move(value)); });
   }
 
+  /// Absent: the main queue.
   const std::optional<platform::DispatchQueue>& queue() const { return queue_; }
 
  private:

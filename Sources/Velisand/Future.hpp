@@ -31,8 +31,10 @@ class Future {
                 "a future's value is shared by everyone who asks for it, so it must be copyable");
 
  public:
+  /// What the future is of.
   using Value = T;
 
+  /// A future that is open.
   Future() : state_(std::make_shared<State>()) {}
   /// A future that will be completed by a block of this serial queue. A block of that queue that waits for
   /// it would wait forever, and traps instead.
@@ -53,9 +55,12 @@ class Future {
   {
     return markResult(Result<T>::success());
   }
+  /// Fails the future, as `markCompletion` completes it.
   bool markFailure(platform::Error error) const { return markResult(Result<T>::failure(std::move(error))); }
+  /// Completes or fails the future with an outcome.
   bool markResult(Result<T> result) const { return state_->complete(std::move(result)); }
 
+  /// Whether there is an outcome yet.
   bool isCompleted() const { return state_->isCompleted(); }
 
   /// Blocks until the future is completed. The waiting thread may meanwhile drive the network loop.
@@ -141,9 +146,11 @@ class Future {
   friend class Task;
 };
 
+/// What `co_await` works with.
 template <class T>
 class Future<T>::Awaiter {
  public:
+  /// Awaits that future.
   explicit Awaiter(Future future) : future_(std::move(future)) {}
 
   bool await_ready() const { return future_.isCompleted(); }

@@ -15,13 +15,16 @@ namespace velisand {
 template <class T>
 class Result {
  public:
+  /// A success with its value.
   static Result success(T value) { return Result(std::in_place_index<0>, std::move(value)); }
+  /// A failure with its error.
   static Result failure(platform::Error error) { return Result(std::in_place_index<1>, std::move(error)); }
 
   /// Null on failure.
   const T* value() const { return std::get_if<0>(&outcome_); }
   /// Null on success.
   const platform::Error* error() const { return std::get_if<1>(&outcome_); }
+  /// Whether it is a success.
   explicit operator bool() const { return outcome_.index() == 0; }
 
  private:

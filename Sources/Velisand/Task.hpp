@@ -58,6 +58,7 @@ class Task : public Future<T> {
   explicit Task(Future<T> future) : Future<T>(std::move(future)) {}
 };
 
+/// What the compiler works with.
 template <class T>
 class Task<T>::promise_type : public detail::TaskOutcome<T> {
  public:

@@ -44,17 +44,28 @@ namespace corvane {
 template <class Self>
 class HTTPMockable : public detail::MockMark {
  public:
+  /// Holds the type to its other base classes and to the types of its requirements, when the first value is made.
   constexpr HTTPMockable() noexcept { detail::checkAdoption<Self>(); }
 
+  /// Where the answer says that it came from. Default: the request's `url`.
   std::optional<platform::URL> mockURL() const { return detail::read(&Self::url, self()); }
+  /// The header fields of the answer. Default: the request's own `headers`.
   std::optional<HTTPHeaders> mockHeaders() const { return detail::read(&Self::headers, self()); }
+  /// The status of the answer. Default: 200.
   HTTPStatus mockStatus() const { return HTTPStatus::success; }
+  /// Seconds until the answer is there; a `std::chrono` duration will do. Default: 0.
   double mockResponseTime() const { return 0; }
+  /// The length that the answer announces, in bytes. Default: absent, what the headers say.
   std::optional<std::int64_t> mockExpectedContentLength() const { return std::nullopt; }
+  /// The file name that the answer suggests. Default: absent, what headers and URL say.
   std::optional<std::string> mockSuggestedFilename() const { return std::nullopt; }
+  /// The type of the answer's body. Default: absent, what the headers say.
   std::optional<std::string> mockMimeType() const { return std::nullopt; }
+  /// The character set of the answer's body. Default: absent, what the headers say.
   std::optional<std::string> mockTextEncodingName() const { return std::nullopt; }
+  /// What the exchange fails with, in place of an answer. Default: absent.
   std::optional<platform::Error> mockError() const { return std::nullopt; }
+  /// The answer's body; of a download the content of its file. Default: absent.
   std::optional<platform::Data> mockResponseData() const { return std::nullopt; }
 
   /// The platform response that the answer comes with; from a fixed address when `mockURL` is absent.
@@ -76,23 +87,34 @@ class HTTPMockable : public detail::MockMark {
 template <class Self>
 class HTTPTestMockable : public HTTPMockable<Self>, public detail::TestMockMark {
  public:
+  /// As `mockURL`, which is the default.
   std::optional<platform::URL> testURL() const { return detail::read(&Self::mockURL, self()); }
+  /// As `mockHeaders`, which is the default.
   std::optional<HTTPHeaders> testHeaders() const { return detail::read(&Self::mockHeaders, self()); }
+  /// As `mockStatus`, which is the default.
   HTTPStatus testStatus() const { return detail::read(&Self::mockStatus, self()); }
+  /// As `mockResponseTime`, which is the default.
   double testResponseTime() const { return platform::Seconds(detail::read(&Self::mockResponseTime, self())).count(); }
+  /// As `mockExpectedContentLength`, which is the default.
   std::optional<std::int64_t> testExpectedContentLength() const {
     return detail::read(&Self::mockExpectedContentLength, self());
   }
+  /// As `mockSuggestedFilename`, which is the default.
   std::optional<std::string> testSuggestedFilename() const {
     return detail::read(&Self::mockSuggestedFilename, self());
   }
+  /// As `mockMimeType`, which is the default.
   std::optional<std::string> testMimeType() const { return detail::read(&Self::mockMimeType, self()); }
+  /// As `mockTextEncodingName`, which is the default.
   std::optional<std::string> testTextEncodingName() const { return detail::read(&Self::mockTextEncodingName, self()); }
+  /// As `mockError`, which is the default.
   std::optional<platform::Error> testError() const { return detail::read(&Self::mockError, self()); }
+  /// As `mockResponseData`, which is the default.
   std::optional<platform::Data> testResponseData() const { return detail::read(&Self::mockResponseData, self()); }
 
   /// As `mockURLResponse` and `mockComputedError`, from the test's values.
   std::shared_ptr<const platform::HTTPURLResponse> testURLResponse() const;
+  /// As `mockComputedError`, from the test's values.
   std::optional<platform::Error> testComputedError() const;
 
   /// As `mock`, from the test's values.

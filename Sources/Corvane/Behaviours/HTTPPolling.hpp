@@ -90,6 +90,7 @@ std::optional<Self> madeForPoll() {
 template <class Self>
 class HTTPPolling : public detail::PollingMark {
  public:
+  /// Holds the type to the requirements of polling, when the first value is made.
   constexpr HTTPPolling() noexcept { detail::checkAdoption<Self>(); }
 
   /// Called with the request and its response. Calls may overlap where requests are sent by hand, for one handler
@@ -98,7 +99,9 @@ class HTTPPolling : public detail::PollingMark {
   using Handler =
       std::type_identity_t<platform::UniqueFunction<void(const Request&, const detail::ResponseOf<Request>&)>>;
 
+  /// Seconds between two ticks; write it as a static member of any numeric or duration type. Default: 300.
   static double pollingRate() { return 300; }
+  /// Asked at each tick, on the global queue: whether it sends a request. Default: true.
   static bool shouldFirePoll() { return true; }
   /// For the type's own use; the library does not call it.
   template <class Response>
@@ -123,6 +126,7 @@ class HTTPPolling : public detail::PollingMark {
   }
   /// Stops polling and forgets the handlers. Logs a fault, and does nothing else, when the type does not poll.
   static void stopPolling() { detail::stopPolling(typeid(Self)); }
+  /// Whether ticks come at present. Any thread.
   static bool isPolling() { return detail::isPolling(typeid(Self)); }
 
   /// What `send` of such a type does: one exchange now, of which the handlers and then the completion are told, on the

@@ -101,8 +101,11 @@ constexpr bool checkRetry() {
 template <class Self>
 class HTTPRetryAttempting : public detail::RetryMark {
  public:
+  /// By how many seconds the wait grows with each failed attempt. Default: 1.
   static std::int64_t retryDelta() { return 1; }
+  /// How the type departs from the plain rule. Default: not at all.
   static HTTPRetryPolicy retryPolicy() { return {}; }
+  /// Asked on `retryQueue` for each failed attempt, before the next: false ends the attempts. Default: true.
   template <class Response>
   bool shouldRetry(const Response&) const {
     return true;

@@ -18,12 +18,15 @@ namespace corvane {
 ///       return {.failures = HTTPRetryPolicy::Failures::transient, .jitter = 0.5, .longestWait = 30};
 ///     }
 struct HTTPRetryPolicy {
+  /// Which failures are tried again.
   enum class Failures {
+    /// Every one, also a 404.
     all,
     /// What may be otherwise the next time: `isTransient`.
     transient
   };
 
+  /// Default: all.
   Failures failures = Failures::all;
   /// With `transient`: retries methods, too, that are not safe (RFC 9110, 9.2.1: all but GET, HEAD, OPTIONS and TRACE).
   /// A server may have acted on such a request although its answer was lost.

@@ -21,22 +21,29 @@ namespace corvane {
 template <class ResponseType>
 class HTTPRetryResult {
  public:
+  /// The response of a single attempt.
   using Response = ResponseType;
+  /// What the attempts came to; see the table above.
   enum class Case { noFailure, partialFailure, totalFailure };
 
+  /// One attempt, whatever came of it.
   static HTTPRetryResult noFailure(Response successful) { return {Case::noFailure, std::move(successful), {}}; }
+  /// The last response, and those before it in their order.
   static HTTPRetryResult partialFailure(Response successful, std::vector<Response> failures) {
     return {Case::partialFailure, std::move(successful), std::move(failures)};
   }
+  /// All responses in their order, the last one included.
   static HTTPRetryResult totalFailure(std::vector<Response> failures) {
     return {Case::totalFailure, std::nullopt, std::move(failures)};
   }
 
+  /// Which of the three it is. It does not say whether the last attempt succeeded.
   Case which() const { return case_; }
   /// Null for `totalFailure`.
   const Response* successfulResponse() const { return successful_ ? &*successful_ : nullptr; }
   /// In the order in which the attempts completed; empty for `noFailure`.
   const std::vector<Response>& failedResponses() const { return failures_; }
+  /// How many responses `failedResponses` holds.
   std::int64_t failCount() const { return static_cast<std::int64_t>(failures_.size()); }
   /// What the last attempt brought, whatever the case; null when there was none at all.
   const Response* lastResponse() const {

@@ -10,13 +10,16 @@ namespace corvane {
 /// what it does not know.
 class CORVANE_API GZipCompression {
  public:
+  /// Levels by name: stored as it is, the quickest, the smallest.
   static const GZipCompression none;
   static const GZipCompression bestSpeed;
   static const GZipCompression bestCompression;
   /// Lets zlib choose.
   static const GZipCompression default_;
 
+  /// Any number; zlib has levels from 0 to 9, and -1 for its default.
   constexpr explicit GZipCompression(std::int32_t rawValue) : rawValue_(rawValue) {}
+  /// The level as zlib counts it.
   constexpr std::int32_t rawValue() const { return rawValue_; }
 
   friend constexpr bool operator==(GZipCompression, GZipCompression) = default;

@@ -12,6 +12,7 @@ namespace corvane {
 /// zlib could not compress or decompress.
 class CORVANE_API GZipError final : public velisand::AppError<GZipError>, public vantorel::ErrorLoggable {
  public:
+  /// Which result of zlib it was; see the factories below.
   enum class Case { stream, data, memory, buffer, version, unknown };
 
   /// A parameter was wrong, such as a compression level that does not exist.
@@ -25,6 +26,7 @@ class CORVANE_API GZipError final : public velisand::AppError<GZipError>, public
   /// Any other result of zlib.
   static GZipError unknown(std::string zlibMessage, int code);
 
+  /// Which result of zlib it was.
   Case which() const { return case_; }
   /// What zlib said, or "unknown gzip error".
   const std::string& zlibMessage() const { return zlibMessage_; }

@@ -10,8 +10,10 @@ namespace corvane {
 /// Decompresses gzip (RFC 1952), all at once.
 class CORVANE_API GZipUnarchiver {
  public:
+  /// Keeps the bytes, which are shared and not copied.
   explicit GZipUnarchiver(platform::Data data) : compressedData_(std::move(data)) {}
 
+  /// The bytes that were given.
   const platform::Data& compressedData() const { return compressedData_; }
 
   /// The original bytes; input that does not begin like gzip as it is. Bytes behind the end of the gzip

@@ -19,6 +19,7 @@ concept HTTPContentEncoder = std::constructible_from<E, platform::Data> && requi
 template <class Self>
 class HTTPContentEncoderDefaults {
  public:
+  /// The encoded bytes. Throws what encoding throws.
   platform::Data asData() const { return static_cast<const Self&>(*this).encodedData(); }
 };
 

@@ -10,6 +10,7 @@
 
 namespace corvane {
 
+/// How a command line is written.
 struct ShellCommandOptions {
   /// Whether the values of "Authorization", "Proxy-Authorization" and "Cookie", and a password in the URL, are
   /// replaced by the shell variables AUTHORIZATION, PROXY_AUTHORIZATION, COOKIE and URL_PASSWORD.
@@ -26,6 +27,7 @@ struct ShellCommand {
   /// The file that has to hold `body` before the command runs; absent when the command line has it all. A body
   /// goes to a file when it is larger than 8 KiB, is not UTF-8, or has control characters.
   std::optional<std::string> bodyFile;
+  /// The bytes of the body; empty when there is none, and for an upload of a file.
   platform::Data body;
 };
 

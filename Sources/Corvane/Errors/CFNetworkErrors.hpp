@@ -71,7 +71,9 @@ class CORVANE_API CFNetworkErrors final : public velisand::AppError<CFNetworkErr
   static CFNetworkErrors cancelled() { return code(platform::URLErrorCode::cancelled); }
   static CFNetworkErrors unknown() { return code(platform::URLErrorCode::unknown); }
 
+  /// The platform's code; see `platform::URLErrorCode` for those that this library gives.
   std::int32_t rawValue() const { return rawValue_; }
+  /// The error of the loading layer that this one was made of; absent when it was made by hand.
   const std::optional<platform::Error>& underlyingError() const { return underlyingError_; }
 
   /// From the table of 84 messages; "CFNet unknown error: " and the code for any other.

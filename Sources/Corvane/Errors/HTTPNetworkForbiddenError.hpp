@@ -15,9 +15,12 @@ namespace corvane {
 class CORVANE_API HTTPNetworkForbiddenError final : public velisand::AppError<HTTPNetworkForbiddenError>,
                                                     public vantorel::ErrorLoggable {
  public:
+  /// Names the request that was not sent.
   HTTPNetworkForbiddenError(std::string method, platform::URL url);
 
+  /// The method of the request, e.g. "GET".
   const std::string& method() const { return method_; }
+  /// The URL of the request.
   const platform::URL& url() const { return url_; }
 
   /// "network forbidden: GET https://api.example.com/users".

@@ -13,11 +13,13 @@ namespace corvane {
 /// A request could not be built; nothing was sent.
 class CORVANE_API HTTPRequestError final : public velisand::AppError<HTTPRequestError>, public vantorel::ErrorLoggable {
  public:
+  /// What was wrong with the request.
   enum class Case { malformedURL };
 
   /// Base URL, path and query do not make a URL that can be sent.
   static HTTPRequestError malformedURL(std::string url);
 
+  /// Always `malformedURL`.
   Case which() const { return Case::malformedURL; }
   /// The offending text.
   const std::string& url() const { return url_; }

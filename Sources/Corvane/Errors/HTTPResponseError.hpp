@@ -18,6 +18,7 @@ namespace corvane {
 class CORVANE_API HTTPResponseError final : public velisand::AppError<HTTPResponseError>,
                                             public vantorel::ErrorLoggable {
  public:
+  /// Why the answer cannot be used; see the factories below.
   enum class Case { unacceptableStatus, malformedData, jsonDecoding, taskCancelled, noContent };
 
   /// The server answered with a status that does not count as success; `unknown` for an unlisted code or
@@ -36,10 +37,15 @@ class CORVANE_API HTTPResponseError final : public velisand::AppError<HTTPRespon
   /// The exchange succeeded without a body where one was asked for.
   static HTTPResponseError noContent();
 
+  /// Why the answer cannot be used.
   Case which() const { return case_; }
+  /// The status of `unacceptableStatus`.
   const std::optional<HTTPStatus>& status() const { return status_; }
+  /// The type that was asked for, of `malformedData` and `jsonDecoding`.
   const std::optional<platform::TypeValue>& type() const { return type_; }
+  /// Of `jsonDecoding`: the `platform::DecodingError`.
   const std::optional<platform::Error>& underlyingError() const { return underlyingError_; }
+  /// Of `jsonDecoding`: the text that came; empty when it was no UTF-8.
   const std::optional<std::string>& json() const { return json_; }
 
   std::string message() const override;

@@ -13,6 +13,7 @@ namespace corvane {
 /// A state of the library that should not occur, with the place in the source that met it.
 class CORVANE_API HTTPUnknownError final : public velisand::AppError<HTTPUnknownError>, public vantorel::ErrorLoggable {
  public:
+  /// Which state it was; see the factories below.
   enum class Case {
     completionWithoutResponseFromPolling,
     futureFailedToMapBody,
@@ -23,19 +24,30 @@ class CORVANE_API HTTPUnknownError final : public velisand::AppError<HTTPUnknown
     unknownFutureState
   };
 
+  /// A retrying send of a polling type ended without any response.
   static HTTPUnknownError completionWithoutResponseFromPolling(std::string file, std::string function, int line);
+  /// A success had no body of the type that the future has.
   static HTTPUnknownError futureFailedToMapBody(std::string file, std::string function, int line);
+  /// A download ended with neither an error nor an answer over HTTP.
   static HTTPUnknownError downloadResponseFailedToConstruct(std::string file, std::string function, int line);
+  /// An exchange for JSON ended with neither an error nor an answer over HTTP that has a body.
   static HTTPUnknownError jsonResponseFailedToConstruct(std::string json, std::string file, std::string function,
                                                         int line);
+  /// An exchange for bytes ended with neither an error nor an answer over HTTP.
   static HTTPUnknownError dataResponseFailedToConstruct(std::string file, std::string function, int line);
+  /// A coding of one's own threw something that is no `platform::DecodingError`.
   static HTTPUnknownError unableToParseJSON(std::string json, platform::Error originalError, std::string file,
                                             std::string function, int line);
+  /// A future was completed with neither a value nor an error.
   static HTTPUnknownError unknownFutureState(std::string file, std::string function, int line);
 
+  /// Which state it was.
   Case which() const { return case_; }
+  /// The source that met it.
   const std::string& file() const { return file_; }
+  /// The function that met it.
   const std::string& function() const { return function_; }
+  /// The line that met it.
   int line() const { return line_; }
   /// Present for the two cases about JSON.
   const std::optional<std::string>& json() const { return json_; }

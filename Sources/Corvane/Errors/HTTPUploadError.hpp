@@ -14,13 +14,16 @@ namespace corvane {
 /// An upload that cannot be sent as it is described; nothing was sent.
 class CORVANE_API HTTPUploadError final : public velisand::AppError<HTTPUploadError>, public vantorel::ErrorLoggable {
  public:
+  /// What was wrong with the upload.
   enum class Case { fileCannotBeEncoded };
 
   /// The upload of a file names a content encoder. Encoders work on whole buffers in memory, and a file is never
   /// read into memory: upload a file that is encoded already, or its bytes.
   static HTTPUploadError fileCannotBeEncoded(platform::URL file);
 
+  /// Always `fileCannotBeEncoded`.
   Case which() const { return Case::fileCannotBeEncoded; }
+  /// The file that was to be uploaded.
   const platform::URL& file() const { return file_; }
 
   std::string message() const override;

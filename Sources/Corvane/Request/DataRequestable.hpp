@@ -21,9 +21,11 @@ extern template struct detail::SendFuture<DataResponse>;
 template <class Self>
 struct DataRequestable : HTTPRequestable<Self, DataResponse> {};
 
+/// A `DataRequestable` with the method "GET".
 template <class Self>
 struct DataGetRequestable : DataRequestable<Self>, detail::GetMethod<Self> {};
 
+/// A `DataRequestable` with the method "DELETE".
 template <class Self>
 struct DataDeleteRequestable : DataRequestable<Self>, detail::DeleteMethod<Self> {};
 
@@ -31,9 +33,11 @@ struct DataDeleteRequestable : DataRequestable<Self>, detail::DeleteMethod<Self>
 template <class Self, class Body = platform::Data>
 struct DataPostRequestable : DataRequestable<Self>, HTTPBodyRequestable<Self, Body>, detail::PostMethod<Self> {};
 
+/// A `DataRequestable` with the method "PUT" and a body.
 template <class Self, class Body = platform::Data>
 struct DataPutRequestable : DataRequestable<Self>, HTTPBodyRequestable<Self, Body>, detail::PutMethod<Self> {};
 
+/// A `DataRequestable` with the method "PATCH" and a body.
 template <class Self, class Body = platform::Data>
 struct DataPatchRequestable : DataRequestable<Self>, HTTPBodyRequestable<Self, Body>, detail::PatchMethod<Self> {};
 

@@ -14,8 +14,10 @@ namespace corvane {
 /// A "GET" of a URL.
 class CORVANE_API DataGetRequest final : public detail::StoredRequest<DataGetRequestable<DataGetRequest>> {
  public:
+  /// Headers and query items by name.
   explicit DataGetRequest(platform::URL url, HTTPRequestOptions options = {})
       : StoredRequest(std::move(url), std::move(options.headers), std::move(options.queryItems)) {}
+  /// Headers and query items in order.
   template <detail::Headers Fields = HTTPHeaders>
   DataGetRequest(platform::URL url, Fields headers, HTTPQueryItems queryItems = {})
       : StoredRequest(std::move(url), std::move(headers), std::move(queryItems)) {}
@@ -24,8 +26,10 @@ class CORVANE_API DataGetRequest final : public detail::StoredRequest<DataGetReq
 /// A "DELETE" of a URL.
 class CORVANE_API DataDeleteRequest final : public detail::StoredRequest<DataDeleteRequestable<DataDeleteRequest>> {
  public:
+  /// Headers and query items by name.
   explicit DataDeleteRequest(platform::URL url, HTTPRequestOptions options = {})
       : StoredRequest(std::move(url), std::move(options.headers), std::move(options.queryItems)) {}
+  /// Headers and query items in order.
   template <detail::Headers Fields = HTTPHeaders>
   DataDeleteRequest(platform::URL url, Fields headers, HTTPQueryItems queryItems = {})
       : StoredRequest(std::move(url), std::move(headers), std::move(queryItems)) {}
@@ -34,8 +38,10 @@ class CORVANE_API DataDeleteRequest final : public detail::StoredRequest<DataDel
 /// A "POST" of bytes to a URL.
 class CORVANE_API DataPostRequest final : public detail::StoredBodyRequest<DataPostRequestable<DataPostRequest>> {
  public:
+  /// Headers and query items by name.
   explicit DataPostRequest(platform::URL url, platform::Data body, HTTPRequestOptions options = {})
       : StoredBodyRequest(std::move(url), std::move(body), std::move(options.headers), std::move(options.queryItems)) {}
+  /// Headers and query items in order.
   template <detail::Headers Fields = HTTPHeaders>
   DataPostRequest(platform::URL url, platform::Data body, Fields headers, HTTPQueryItems queryItems = {})
       : StoredBodyRequest(std::move(url), std::move(body), std::move(headers), std::move(queryItems)) {}
@@ -44,8 +50,10 @@ class CORVANE_API DataPostRequest final : public detail::StoredBodyRequest<DataP
 /// A "PUT" of bytes to a URL.
 class CORVANE_API DataPutRequest final : public detail::StoredBodyRequest<DataPutRequestable<DataPutRequest>> {
  public:
+  /// Headers and query items by name.
   explicit DataPutRequest(platform::URL url, platform::Data body, HTTPRequestOptions options = {})
       : StoredBodyRequest(std::move(url), std::move(body), std::move(options.headers), std::move(options.queryItems)) {}
+  /// Headers and query items in order.
   template <detail::Headers Fields = HTTPHeaders>
   DataPutRequest(platform::URL url, platform::Data body, Fields headers, HTTPQueryItems queryItems = {})
       : StoredBodyRequest(std::move(url), std::move(body), std::move(headers), std::move(queryItems)) {}
@@ -54,8 +62,10 @@ class CORVANE_API DataPutRequest final : public detail::StoredBodyRequest<DataPu
 /// A "PATCH" of a URL by bytes.
 class CORVANE_API DataPatchRequest final : public detail::StoredBodyRequest<DataPatchRequestable<DataPatchRequest>> {
  public:
+  /// Headers and query items by name.
   explicit DataPatchRequest(platform::URL url, platform::Data body, HTTPRequestOptions options = {})
       : StoredBodyRequest(std::move(url), std::move(body), std::move(options.headers), std::move(options.queryItems)) {}
+  /// Headers and query items in order.
   template <detail::Headers Fields = HTTPHeaders>
   DataPatchRequest(platform::URL url, platform::Data body, Fields headers, HTTPQueryItems queryItems = {})
       : StoredBodyRequest(std::move(url), std::move(body), std::move(headers), std::move(queryItems)) {}
@@ -69,14 +79,17 @@ struct AnyMethodDataRequestable : DataRequestable<Self>, HTTPBodyRequestable<Sel
 /// Any method on a URL, always with a body, if an empty one.
 class CORVANE_API DataRequest final : public detail::StoredBodyRequest<detail::AnyMethodDataRequestable<DataRequest>> {
  public:
+  /// Headers and query items by name.
   DataRequest(platform::URL url, HTTPMethod method, platform::Data body = {}, HTTPRequestOptions options = {})
       : StoredBodyRequest(std::move(url), std::move(body), std::move(options.headers), std::move(options.queryItems)),
         method_(std::move(method)) {}
+  /// Headers and query items in order.
   template <detail::Headers Fields = HTTPHeaders>
   DataRequest(platform::URL url, HTTPMethod method, platform::Data body, Fields headers, HTTPQueryItems queryItems = {})
       : StoredBodyRequest(std::move(url), std::move(body), std::move(headers), std::move(queryItems)),
         method_(std::move(method)) {}
 
+  /// The method that was given.
   const HTTPMethod& method() const { return method_; }
 
  private:

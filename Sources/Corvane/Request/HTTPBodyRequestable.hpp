@@ -48,8 +48,10 @@ concept UploadsFile = Uploads<Self> && velisand::FileRepresentable<typename Self
 /// the bytes or the encoder throws becomes the outcome of the send; nothing is sent then.
 template <class Self, class BodyType = platform::Data>
 struct HTTPBodyRequestable : detail::BodyMixin {
+  /// The type of `body`.
   using Body = BodyType;
 
+  /// The "Content-Type", for the bodies that have one of their own; for all others it is required.
   HTTPMediaType contentType() const
     requires(std::same_as<BodyType, platform::Data> || velisand::FileRepresentable<BodyType> ||
              velisand::RepresentedByJSON<BodyType>)
@@ -62,6 +64,7 @@ struct HTTPBodyRequestable : detail::BodyMixin {
       return HTTPMediaType::json;
     }
   }
+  /// What encodes the body on its way. Default: absent, nothing does.
   std::optional<HTTPContentEncoderType> contentEncoder() const { return std::nullopt; }
 };
 

@@ -14,12 +14,15 @@ namespace corvane {
 ///     static constexpr auto contentEncoder = HTTPContentEncoderType::of<HTTPGzipContentEncoder>();
 class HTTPContentEncoderType {
  public:
+  /// What an encoder made of a body.
   struct Encoded {
+    /// The encoded bytes.
     platform::Data bytes;
     /// The name of the coding, e.g. "gzip".
     std::string coding;
   };
 
+  /// The value that stands for the type `Encoder`.
   template <HTTPContentEncoder Encoder>
   static constexpr HTTPContentEncoderType of() {
     return HTTPContentEncoderType([](platform::Data original) {

@@ -14,6 +14,8 @@ namespace corvane {
 ///     HTTPMediaType::json            HTTPMediaType("text/csv")
 class CORVANE_API HTTPMediaType {
  public:
+  /// The types that requests name most often: "application/json", "text/plain", "multipart/form-data",
+  /// "application/octet-stream", "image/png".
   static const HTTPMediaType json;
   static const HTTPMediaType textPlain;
   static const HTTPMediaType multipartFormData;
@@ -27,8 +29,10 @@ class CORVANE_API HTTPMediaType {
   /// "*/*".
   static const HTTPMediaType any;
 
+  /// Any text, as it is to be sent.
   explicit HTTPMediaType(std::string rawValue) : text_(std::move(rawValue)) {}
 
+  /// The text; the same as `value`.
   std::string rawValue() const { return value(); }
   /// The text.
   std::string value() const { return std::string(view()); }

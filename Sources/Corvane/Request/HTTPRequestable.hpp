@@ -73,30 +73,47 @@ class CORVANE_API HTTPRequestable {
                 "A request names its response type: `HTTPRequestable<Self, DataResponse>`");
 
  public:
+  /// The type that the completion is given.
   using Response = ResponseType;
   /// What the response holds on success, and the future form delivers.
   using ResponseBody = detail::BodyOf<ResponseType>;
   /// Called once for each send, on the completion queue.
   using Completion = platform::UniqueFunction<void(Response)>;
 
+  /// False ends `send` before it begins: nothing is sent, and no completion is called. Default: true.
   bool shouldSend() const { return true; }
+  /// How the answer may come from a cache. Default: `useProtocolCachePolicy`; there is no cache.
   platform::URLRequestCachePolicy cachePolicy() const { return detail::defaultURLRequest().cachePolicy; }
+  /// Seconds without progress after which the request fails with -1001; a `std::chrono` duration will do. Default:
+  /// 60.
   double timeoutInterval() const { return detail::defaultURLRequest().timeoutInterval; }
+  /// Whether the request waits while there is no network, instead of failing. Default: false.
   bool shouldWaitForConnectivity() const { return false; }
+  /// Header fields of this request; they win over `sharedHeaders`. Default: none.
   HTTPHeaders headers() const { return {}; }
   /// Never fails: the default base URL stands for a URL that cannot be composed.
   platform::URL url() const { return detail::reportedURL(target()); }
+  /// Where the service is. Default: "/", which no request can be sent to.
   platform::URL baseURL() const { return detail::defaultBaseURL(); }
+  /// What goes behind the path of `baseURL`, set off by one slash. Default: empty.
   std::string path() const { return {}; }
+  /// The query, which replaces that of `baseURL` when it is not empty. Default: empty.
   HTTPQueryItems queryItems() const { return {}; }
+  /// What the request asks for, in "Accept". Default: any type.
   HTTPMediaType acceptType() const { return HTTPMediaType::any; }
+  /// Requests that agree in it, and in `shouldWaitForConnectivity`, share connections and cookies. Default: absent.
   std::optional<std::string> sessionConfigurationIdentifier() const { return std::nullopt; }
 
   /// What is sent. Throws `HTTPRequestError::malformedURL` and what the body and its encoder throw.
   platform::URLRequest urlRequest() const;
+  /// Whether an answer with this status is a success. Default: 200 to 206.
   bool isAcceptable(HTTPStatus status) const { return isSuccess(status); }
+  /// Called on the caller's thread before anything is sent. What it throws becomes the outcome. Default: nothing.
   void validate() const {}
+  /// Called when the response was made, on the queue that makes it. What it throws turns a success into a failure.
+  /// Default: calls `process`.
   void validate(const Response& response) const { self().process(response); }
+  /// For a look at each response, such as keeping a token; throws like `validate`. Default: nothing.
   void process(const Response&) const {}
 
   /// Sends the request. Any thread; returns at once, never throws, and never calls the completion itself.
@@ -145,6 +162,7 @@ class CORVANE_API HTTPRequestable {
   /// A command line for a POSIX shell that sends exactly this request. Throws what `urlRequest` throws, and
   /// "NSURLErrorDomain" -1000 for a request that would be refused. A file that is uploaded is not read.
   ShellCommand shellCommand(const ShellCommandOptions& options = {}) const;
+  /// The request as a line for people: `curlCommand()`.
   std::string debugDescription() const { return detail::read(&Self::curlCommand, self()); }
   /// Logs an exchange as `Corvane::verbosity` says. Called once for each exchange, before its delivery.
   void printDebugOutput(const std::optional<platform::Error>& error, const Response& response,

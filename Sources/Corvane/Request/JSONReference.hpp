@@ -21,6 +21,7 @@ CORVANE_API const platform::JSONEncoder& jsonEncoder();
 /// content type `HTTPMediaType::json`.
 class CORVANE_API JSONReference {
  public:
+  /// Keeps the value. It is encoded when the request is sent.
   template <class T>
     requires(!std::same_as<T, JSONReference> && !std::same_as<T, platform::Data> && velisand::JSONEncodable<T>)
   JSONReference(T json)  // NOLINT(google-explicit-constructor): any value is a body
@@ -37,7 +38,9 @@ class CORVANE_API JSONReference {
   /// The value as it reads in JSON, free of its type. Throws what encoding it throws.
   platform::JSONValue asJSON() const;
 
+  /// Writes the value itself, as `platform::JSONCoding` asks for it.
   void encode(platform::JSONWriter& writer) const { encode_(writer, json_.get()); }
+  /// The encoder of values whose type names none.
   static platform::JSONEncoder encoder() { return jsonEncoder(); }
   /// The JSON document, made by the encoder that the value's type names, or else by `encoder()`. Throws
   /// `platform::EncodingError`, and what the coding of the value's type throws.
@@ -69,7 +72,9 @@ class CORVANE_API EmptyJSON {
   /// The same for the contents of a file; throws, too, what reading it throws.
   explicit EmptyJSON(const platform::URL& file);
 
+  /// The decoder that reads it.
   static platform::JSONDecoder decoder() { return jsonDecoder(); }
+  /// The encoder that writes it.
   static platform::JSONEncoder encoder() { return jsonEncoder(); }
   /// "{}".
   platform::Data asData() const;

@@ -28,8 +28,10 @@ struct JSONRequestable : HTTPRequestable<Self, JSONResponse<JSONType>> {
   static_assert(velisand::JSONDecodable<JSONType>,
                 "JSON cannot be decoded into this response type: use a plain struct, or give the type a JSONCoding "
                 "with `decode`");
+  /// What the answer is decoded into.
   using JSON = JSONType;
 
+  /// "application/json".
   HTTPMediaType acceptType() const { return HTTPMediaType::json; }
 };
 
@@ -43,12 +45,15 @@ struct JSONBodyRequestable : HTTPBodyRequestable<Self, BodyType>, detail::JSONBo
                 "A JSON body is a value to be encoded: send bytes that are JSON already with HTTPBodyRequestable and "
                 "the content type HTTPMediaType::json");
 
+  /// "application/json".
   HTTPMediaType contentType() const { return HTTPMediaType::json; }
 };
 
+/// A `JSONRequestable` with the method "GET".
 template <class Self, class JSON>
 struct JSONGetRequestable : JSONRequestable<Self, JSON>, detail::GetMethod<Self> {};
 
+/// A `JSONRequestable` with the method "DELETE".
 template <class Self, class JSON>
 struct JSONDeleteRequestable : JSONRequestable<Self, JSON>, detail::DeleteMethod<Self> {};
 
@@ -56,9 +61,11 @@ struct JSONDeleteRequestable : JSONRequestable<Self, JSON>, detail::DeleteMethod
 template <class Self, class JSON, class Body = JSONReference>
 struct JSONPostRequestable : JSONRequestable<Self, JSON>, JSONBodyRequestable<Self, Body>, detail::PostMethod<Self> {};
 
+/// A `JSONRequestable` with the method "PUT" and a body.
 template <class Self, class JSON, class Body = JSONReference>
 struct JSONPutRequestable : JSONRequestable<Self, JSON>, JSONBodyRequestable<Self, Body>, detail::PutMethod<Self> {};
 
+/// A `JSONRequestable` with the method "PATCH" and a body.
 template <class Self, class JSON, class Body = JSONReference>
 struct JSONPatchRequestable : JSONRequestable<Self, JSON>,
                               JSONBodyRequestable<Self, Body>,

@@ -25,12 +25,15 @@ class JSONGetRequest final : public detail::StoredRequest<JSONRequestable<JSONGe
   using Stored = detail::StoredRequest<JSONRequestable<JSONGetRequest, JSON>>;
 
  public:
+  /// Headers and query items by name.
   explicit JSONGetRequest(platform::URL url, HTTPRequestOptions options = {})
       : Stored(std::move(url), std::move(options.headers), std::move(options.queryItems)) {}
+  /// Headers and query items in order.
   template <detail::Headers Fields = HTTPHeaders>
   JSONGetRequest(platform::URL url, Fields headers, HTTPQueryItems queryItems = {})
       : Stored(std::move(url), std::move(headers), std::move(queryItems)) {}
 
+  /// "GET".
   const HTTPMethod& method() const { return HTTPMethod::get; }
 };
 
@@ -40,8 +43,10 @@ class JSONPostRequest final : public detail::StoredBodyRequest<JSONPostRequestab
   using Stored = detail::StoredBodyRequest<JSONPostRequestable<JSONPostRequest, JSON>>;
 
  public:
+  /// Headers and query items by name.
   JSONPostRequest(platform::URL url, JSONReference body, HTTPRequestOptions options = {})
       : Stored(std::move(url), std::move(body), std::move(options.headers), std::move(options.queryItems)) {}
+  /// Headers and query items in order.
   template <detail::Headers Fields = HTTPHeaders>
   JSONPostRequest(platform::URL url, JSONReference body, Fields headers, HTTPQueryItems queryItems = {})
       : Stored(std::move(url), std::move(body), std::move(headers), std::move(queryItems)) {}
@@ -53,8 +58,10 @@ class JSONPutRequest final : public detail::StoredBodyRequest<JSONPutRequestable
   using Stored = detail::StoredBodyRequest<JSONPutRequestable<JSONPutRequest, JSON>>;
 
  public:
+  /// Headers and query items by name.
   JSONPutRequest(platform::URL url, JSONReference body, HTTPRequestOptions options = {})
       : Stored(std::move(url), std::move(body), std::move(options.headers), std::move(options.queryItems)) {}
+  /// Headers and query items in order.
   template <detail::Headers Fields = HTTPHeaders>
   JSONPutRequest(platform::URL url, JSONReference body, Fields headers, HTTPQueryItems queryItems = {})
       : Stored(std::move(url), std::move(body), std::move(headers), std::move(queryItems)) {}
@@ -66,8 +73,10 @@ class JSONPatchRequest final : public detail::StoredBodyRequest<JSONPatchRequest
   using Stored = detail::StoredBodyRequest<JSONPatchRequestable<JSONPatchRequest, JSON>>;
 
  public:
+  /// Headers and query items by name.
   JSONPatchRequest(platform::URL url, JSONReference body, HTTPRequestOptions options = {})
       : Stored(std::move(url), std::move(body), std::move(options.headers), std::move(options.queryItems)) {}
+  /// Headers and query items in order.
   template <detail::Headers Fields = HTTPHeaders>
   JSONPatchRequest(platform::URL url, JSONReference body, Fields headers, HTTPQueryItems queryItems = {})
       : Stored(std::move(url), std::move(body), std::move(headers), std::move(queryItems)) {}
@@ -79,8 +88,10 @@ class JSONDeleteRequest final : public detail::StoredRequest<JSONDeleteRequestab
   using Stored = detail::StoredRequest<JSONDeleteRequestable<JSONDeleteRequest, JSON>>;
 
  public:
+  /// Headers and query items by name.
   explicit JSONDeleteRequest(platform::URL url, HTTPRequestOptions options = {})
       : Stored(std::move(url), std::move(options.headers), std::move(options.queryItems)) {}
+  /// Headers and query items in order.
   template <detail::Headers Fields = HTTPHeaders>
   JSONDeleteRequest(platform::URL url, Fields headers, HTTPQueryItems queryItems = {})
       : Stored(std::move(url), std::move(headers), std::move(queryItems)) {}
@@ -92,14 +103,17 @@ class JSONRequest final : public detail::StoredBodyRequest<detail::JSONBodyReque
   using Stored = detail::StoredBodyRequest<detail::JSONBodyRequestMixin<JSONRequest, JSON>>;
 
  public:
+  /// Headers and query items by name.
   JSONRequest(platform::URL url, HTTPMethod method, JSONReference body, HTTPRequestOptions options = {})
       : Stored(std::move(url), std::move(body), std::move(options.headers), std::move(options.queryItems)),
         method_(std::move(method)) {}
+  /// Headers and query items in order.
   template <detail::Headers Fields = HTTPHeaders>
   JSONRequest(platform::URL url, HTTPMethod method, JSONReference body, Fields headers, HTTPQueryItems queryItems = {})
       : Stored(std::move(url), std::move(body), std::move(headers), std::move(queryItems)),
         method_(std::move(method)) {}
 
+  /// The method that was given.
   const HTTPMethod& method() const { return method_; }
 
  private:

@@ -26,13 +26,16 @@ namespace corvane {
 template <std::equality_comparable Key, class Value = platform::AnyValue>
 class OrderedDictionary {
  public:
+  /// A key and its value.
   using Element = std::pair<Key, Value>;
+  /// A position, counted from 0.
   using Index = std::ptrdiff_t;
   using const_iterator = typename std::vector<Element>::const_iterator;
   using value_type = Element;
   class Entry;
 
   OrderedDictionary() = default;
+  /// The entries as they stand, repeated keys included.
   OrderedDictionary(std::initializer_list<Element> literal) : items_(literal) {}
 
   /// Null when there is no such key. The pointer lives until the dictionary is changed.
@@ -67,10 +70,14 @@ class OrderedDictionary {
     if (position < 0 || position >= endIndex()) platform::trap("OrderedDictionary: position out of range");
     return items_[static_cast<std::size_t>(position)];
   }
+  /// The position of the first entry: 0.
   Index startIndex() const { return 0; }
+  /// The position behind the last entry.
   Index endIndex() const { return static_cast<Index>(items_.size()); }
+  /// The position behind another one.
   Index indexAfter(Index position) const { return position + 1; }
 
+  /// How many entries there are.
   std::size_t count() const { return items_.size(); }
   std::size_t size() const { return items_.size(); }
   bool isEmpty() const { return items_.empty(); }
@@ -89,15 +96,19 @@ class OrderedDictionary {
   std::vector<Element> items_;
 };
 
+/// The place of a key in a dictionary that may change; what `dictionary[key]` gives. To be used at once.
 template <std::equality_comparable Key, class Value>
 class OrderedDictionary<Key, Value>::Entry {
  public:
   Entry(const Entry&) = delete;
   Entry& operator=(const Entry&) = delete;
 
+  /// Sets the value; see `set`.
   void operator=(Value value) && { owner_.set(std::move(key_), std::move(value)); }
+  /// Removes the key, if it is there.
   void operator=(std::nullopt_t) && { owner_.set(std::move(key_), std::nullopt); }
 
+  /// Whether the key is there.
   explicit operator bool() const { return owner_.find(key_) != nullptr; }
   /// Traps when the key is absent.
   Value& operator*() const {
@@ -105,6 +116,7 @@ class OrderedDictionary<Key, Value>::Entry {
     if (!value) platform::trap("OrderedDictionary: no value for this key");
     return *value;
   }
+  /// The same for a member of the value.
   Value* operator->() const { return &**this; }
 
  private:

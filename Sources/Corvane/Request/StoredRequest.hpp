@@ -12,7 +12,9 @@ namespace corvane {
 /// What a ready-made request may add to its URL, by name:
 /// `DataGetRequest(url, {.queryItems = {{"page", 2}}})`.
 struct HTTPRequestOptions {
+  /// Header fields of this request.
   HTTPHeaders headers = {};
+  /// The query; when it is empty, that of the URL stays.
   HTTPQueryItems queryItems = {};
 };
 

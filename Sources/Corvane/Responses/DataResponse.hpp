@@ -20,6 +20,7 @@ using DataResult = HTTPResult<platform::Data>;
 /// accepts; its body is the bytes of `data`, not a copy of them. Any other answer is a failure, with `data`,
 /// `headers` and `status` as received.
 struct CORVANE_API DataResponse : ResponseRecord {
+  /// What `result` is.
   using Result = DataResult;
 
   /// Judges what a finished task hands back: a present error is the failure; an HTTP answer counts by its
@@ -36,8 +37,10 @@ struct CORVANE_API DataResponse : ResponseRecord {
   /// All fields as given: `DataResponse(DataResult::success(body), {.data = body, .status = HTTPStatus::created})`.
   explicit DataResponse(DataResult result, ResponseRecord record = {});
 
+  /// One line for people; see `describe`.
   std::string debugDescription() const;
 
+  /// Success with the bytes, or failure with the error.
   DataResult result;
 };
 

@@ -95,7 +95,9 @@ struct DownloadResponse : ResponseRecord {
   static_assert(velisand::FileInitializable<BodyType>,
                 "A downloaded file cannot be made into this body type: use URL, Data, std::string or a plain struct "
                 "for JSON, or give the type a constructor that takes a URL or a Data");
+  /// What is made of the file.
   using Body = BodyType;
+  /// What `result` is.
   using Result = DownloadResult<Body>;
 
   /// Judges what a finished task hands back: a present error is the failure; an HTTP answer counts by its status
@@ -128,8 +130,10 @@ struct DownloadResponse : ResponseRecord {
   /// Whether the file has become the body's. Nobody is told of a file otherwise, so that it is of no more use.
   bool keepsFile() const { return !velisand::DataInitializable<Body> && result.body() != nullptr; }
 
+  /// The type, the status and the headers, a line each.
   std::string debugDescription() const { return detail::describeDownload({&typeid(DownloadResponse)}, *this); }
 
+  /// Success with what was made of the file, or failure with the error.
   Result result;
 
  private:

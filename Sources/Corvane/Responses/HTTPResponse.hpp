@@ -22,6 +22,7 @@ namespace corvane {
 /// always. Who needs that uses the request's own response type.
 template <class Body>
 struct CORVANE_API HTTPResponse : ResponseRecord {
+  /// Takes over the facts of a response, with a body that was taken from it.
   template <HTTPResponsable R>
   HTTPResponse(const R& response, Body bodyOfResponse)
       : ResponseRecord{.data = detail::read(&R::data, response),
@@ -70,7 +71,9 @@ struct CORVANE_API HTTPResponse : ResponseRecord {
     return body;
   }
 
+  /// What the response said of itself, for people.
   std::string debugDescription;
+  /// The body; `bodyData`, `json`, `fileURL` and `image` are names for it that say what it is.
   Body body;
 };
 

@@ -27,12 +27,17 @@ concept HTTPResultable = requires(const R& result) {
 template <class BodyType>
 class HTTPResult {
  public:
+  /// What a success holds.
   using Body = BodyType;
 
+  /// A success; the body is absent where the exchange delivered none.
   static HTTPResult success(std::optional<Body> body) { return HTTPResult(std::move(body), std::nullopt); }
+  /// A failure with its error.
   static HTTPResult failure(platform::Error error) { return HTTPResult(std::nullopt, std::move(error)); }
 
+  /// Whether there is no error. There may be no body all the same.
   bool isSuccess() const { return !error_; }
+  /// The same as `isSuccess`.
   explicit operator bool() const { return isSuccess(); }
   const Body* body() const { return body_ ? &*body_ : nullptr; }
   /// The same for changing it, or moving it away.
@@ -43,6 +48,7 @@ class HTTPResult {
   {
     return body();
   }
+  /// The error of a failure; null for a success.
   const platform::Error* error() const { return error_ ? &*error_ : nullptr; }
 
  private:

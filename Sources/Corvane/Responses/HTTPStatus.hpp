@@ -26,15 +26,20 @@ class CORVANE_API HTTPStatus {
   /// What a `switch` compares; name the cases by the constants below.
   enum class Case : int;
 
+  /// The status codes of RFC 2616, 10, by their names there, in their order: 100 and 101.
   static const HTTPStatus continue_, switchingProtocols;
   /// 200.
   static const HTTPStatus success;
+  /// 201 to 206.
   static const HTTPStatus created, accepted, nonAuthoritativeInfo, noContent, resetContent, partialContent;
+  /// 300 to 307.
   static const HTTPStatus multipleChoices, movedPermanently, found, seeOther, notModified, useProxy, unused,
       temporaryRedirect;
+  /// 400 to 417.
   static const HTTPStatus badRequest, unauthorized, paymentRequired, forbidden, notFound, methodNotAllowed,
       notAcceptable, proxyAuthenticationRequired, requestTimeout, conflict, gone, lengthRequired, preconditionFailed,
       requestEntityTooLarge, requestURITooLong, unsupportedMediaType, requestedRangeNotSatisfiable, expectationFailed;
+  /// 500 to 505.
   static const HTTPStatus internalServerError, notImplemented, badGateway, serviceUnavailable, gatewayTimeout,
       httpVersionNotSupported;
   /// A missing or unlisted status; its raw value is 1000.
@@ -43,10 +48,12 @@ class CORVANE_API HTTPStatus {
   /// Absent when no status has this number; 1000 gives `unknown`.
   static std::optional<HTTPStatus> fromRawValue(int rawValue);
 
+  /// The status code; 1000 for `unknown`.
   constexpr int rawValue() const { return rawValue_; }
   /// The name of the constant, without a trailing underscore: "notFound", "continue".
   std::string_view name() const;
 
+  /// Makes `switch` work; see above.
   constexpr operator Case() const { return static_cast<Case>(rawValue_); }  // NOLINT: what makes `switch` work
   friend constexpr bool operator==(HTTPStatus left, HTTPStatus right) { return left.rawValue_ == right.rawValue_; }
 

@@ -51,7 +51,9 @@ JSONResult<Body> decodedResult(const std::optional<platform::Data>& data, const 
 /// body of an answer with another status is not decoded.
 template <class BodyType>
 struct JSONResponse : ResponseRecord {
+  /// What the answer is decoded into.
   using Body = BodyType;
+  /// What `result` is.
   using Result = JSONResult<Body>;
 
   /// Judges what a finished task hands back: a present error is the failure; an HTTP answer counts by its status
@@ -82,8 +84,10 @@ struct JSONResponse : ResponseRecord {
   /// Whether making the response of such bytes takes so long that it must not be done where others wait.
   static bool isLongToMake(const std::optional<platform::Data>& bytes) { return detail::isLongToDecode(bytes); }
 
+  /// One line for people; see `describe`.
   std::string debugDescription() const { return describe("JSONResponse", *this, result.error()); }
 
+  /// Success with the decoded value, or failure with the error.
   Result result;
 };
 

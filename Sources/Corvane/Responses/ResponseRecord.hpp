@@ -22,11 +22,15 @@ struct CORVANE_API ResponseRecord {
   std::optional<platform::Data> data;
   /// Absent when the answer did not come over HTTP.
   std::optional<platform::HTTPHeaderFields> headers;
+  /// `unknown` when the answer has a code without a name here, and when there was no answer.
   HTTPStatus status = HTTPStatus::unknown;
   /// In bytes; -1 when the server did not announce it.
   std::optional<std::int64_t> expectedContentLength;
+  /// A safe name for a file; see `platform::URLResponse::suggestedFilename`.
   std::optional<std::string> suggestedFilename;
+  /// The type of the body, lower-case and without parameters.
   std::optional<std::string> mimeType;
+  /// The charset parameter of the type, lower-case.
   std::optional<std::string> textEncodingName;
   /// Where the answer came from, after redirects.
   std::optional<platform::URL> url;

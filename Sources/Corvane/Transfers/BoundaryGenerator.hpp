@@ -16,6 +16,7 @@ CORVANE_API std::string boundaryText();
 struct BoundaryGenerator {
   /// Ends each line.
   std::string returnChars = "\r\n";
+  /// What stands between the sections. Default: that of the process, made of a UUID.
   std::string boundary = boundaryText();
 };
 

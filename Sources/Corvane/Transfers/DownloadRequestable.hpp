@@ -45,6 +45,7 @@ class DownloadRequestable : public detail::TransferRequestable<Self, ResponseTyp
                 "The body of a download's response must be its `Download`: name both alike");
 
  public:
+  /// What is made of the file.
   using Download = DownloadType;
 };
 

@@ -18,8 +18,10 @@ class DownloadGetRequest final
   using Base = detail::StoredRequest<DownloadRequestable<DownloadGetRequest<Download>, Download>>;
 
  public:
+  /// Headers and query items by name.
   explicit DownloadGetRequest(platform::URL url, HTTPRequestOptions options = {})
       : Base(std::move(url), std::move(options.headers), std::move(options.queryItems)) {}
+  /// Headers and query items in order.
   template <detail::Headers Fields = HTTPHeaders>
   DownloadGetRequest(platform::URL url, Fields headers, HTTPQueryItems queryItems = {})
       : Base(std::move(url), std::move(headers), std::move(queryItems)) {}
@@ -37,14 +39,17 @@ class DownloadRequest final
   using Base = detail::StoredBodyRequest<detail::AnyMethodDownloadRequestable<DownloadRequest<Download>, Download>>;
 
  public:
+  /// Headers and query items by name.
   DownloadRequest(platform::URL url, HTTPMethod method, platform::Data body = {}, HTTPRequestOptions options = {})
       : Base(std::move(url), std::move(body), std::move(options.headers), std::move(options.queryItems)),
         method_(std::move(method)) {}
+  /// Headers and query items in order.
   template <detail::Headers Fields = HTTPHeaders>
   DownloadRequest(platform::URL url, HTTPMethod method, platform::Data body, Fields headers,
                   HTTPQueryItems queryItems = {})
       : Base(std::move(url), std::move(body), std::move(headers), std::move(queryItems)), method_(std::move(method)) {}
 
+  /// The method that was given.
   const HTTPMethod& method() const { return method_; }
 
  private:

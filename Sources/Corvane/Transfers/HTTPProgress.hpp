@@ -30,12 +30,15 @@ class CORVANE_API HTTPProgress {
  public:
   /// The total while the server has not announced one.
   static constexpr std::int64_t unknownTotal = -1;
+  /// What is called with the progress.
   using Handler = HTTPProgressHandler;
 
+  /// Tells of a task's progress.
   explicit HTTPProgress(std::shared_ptr<platform::Progress> shared) : progress(std::move(shared)) {}
 
   /// 0 before the first byte.
   std::int64_t completedBytes() const;
+  /// `unknownTotal` while the server has not announced how many there are, as with an answer in chunks.
   std::int64_t totalBytes() const;
   /// A fraction from 0 to 1, despite its name; 0 while the total is unknown. Always present.
   std::optional<double> percentCompleted() const;
@@ -47,6 +50,7 @@ class CORVANE_API HTTPProgress {
                                                              std::optional<platform::DispatchQueue> queue,
                                                              HTTPProgressHandler handler);
 
+  /// The object of the task, which counts the same bytes.
   std::shared_ptr<platform::Progress> progress;
 };
 
@@ -66,6 +70,7 @@ class CORVANE_API HTTPProgressHandler {
   /// Calls the handlers of a future.
   explicit HTTPProgressHandler(std::shared_ptr<detail::ProgressHandlers> handlers) : handlers_(std::move(handlers)) {}
 
+  /// Whether there is anybody to call.
   explicit operator bool() const noexcept { return function_ || handlers_; }
   /// Requires: not empty.
   void operator()(const HTTPProgress& progress) const;

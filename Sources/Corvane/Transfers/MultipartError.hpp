@@ -12,6 +12,7 @@ namespace corvane {
 /// was sent.
 class CORVANE_API MultipartError final : public velisand::AppError<MultipartError> {
  public:
+  /// What is wrong with the form.
   enum class Case { controlCharacter, boundaryInContent };
 
   /// A name, a content type or a file name holds a line break or a NUL; `what` tells which of them.
@@ -19,6 +20,7 @@ class CORVANE_API MultipartError final : public velisand::AppError<MultipartErro
   /// The bytes of the section of that name hold the boundary.
   static MultipartError boundaryInContent(std::string sectionName);
 
+  /// What is wrong with the form.
   Case which() const { return case_; }
   /// The text with the control character, or the name of the section with the boundary.
   const std::string& text() const { return text_; }

@@ -18,7 +18,9 @@ namespace corvane {
 class CORVANE_API MultipartForm {
  public:
   MultipartForm() = default;
+  /// The sections in their order.
   MultipartForm(std::initializer_list<MultipartFormSection> literal) : sections(literal) {}
+  /// The sections, with a boundary of one's own.
   explicit MultipartForm(std::vector<MultipartFormSection> list, BoundaryGenerator generator = {})
       : sections(std::move(list)), boundaryGeneratory(std::move(generator)) {}
 
@@ -27,7 +29,9 @@ class CORVANE_API MultipartForm {
   /// boundary (RFC 2046, 5.1.1): as the process has one boundary for all forms, others may have seen it.
   platform::Data asData() const;
 
+  /// In the order in which they are sent.
   std::vector<MultipartFormSection> sections;
+  /// What the boundary comes from.
   BoundaryGenerator boundaryGeneratory;
 };
 

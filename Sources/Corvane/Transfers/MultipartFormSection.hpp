@@ -46,10 +46,13 @@ struct CORVANE_API MultipartFormSection {
   /// two right: Docs/Decisions/0013-what-servers-make-of-forms.md.
   platform::Data asData() const;
 
+  /// The name of the field.
   std::string name;
+  /// The type of the value; absent: none is sent.
   std::optional<std::string> contentType;
   /// Only its name is sent.
   std::optional<platform::URL> fileURL;
+  /// The value, or the content of the file.
   velisand::AnyDataRepresentable dataRepresentable;
 
  private:

@@ -35,6 +35,7 @@ CORVANE_API void addForm(platform::URLRequest& request, const HTTPMediaType& con
 template <class Self, class ResponseType = detail::NoResponse>
 class MultipartUploadRequestable : public UploadRequestable<Self, ResponseType, std::vector<MultipartFormSection>> {
  public:
+  /// "multipart/form-data"; the boundary is added when the request is made.
   HTTPMediaType contentType() const { return HTTPMediaType::multipartFormData; }
 
   /// With the form as its body. Throws `HTTPRequestError::malformedURL`, and what the sections and the encoder throw.

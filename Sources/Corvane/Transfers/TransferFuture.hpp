@@ -46,8 +46,10 @@ class CORVANE_API ProgressHandlers {
 template <class Body>
 class TransferFuture : public velisand::Future<HTTPResponse<Body>> {
  public:
+  /// The future without its progress.
   using Base = velisand::Future<HTTPResponse<Body>>;
 
+  /// Adds the progress to a future of one's own; nothing tells of it unless `handlers()` are called.
   explicit TransferFuture(Base future) : Base(std::move(future)) {}
 
   /// Calls the handler with the progress from now on, on the queue (absent: the main queue). Handlers are called in
@@ -64,6 +66,7 @@ class TransferFuture : public velisand::Future<HTTPResponse<Body>> {
     return during(platform::DispatchQueue::main(), std::move(handler));
   }
 
+  /// The handlers of all copies of this future; what completes it calls them.
   std::shared_ptr<detail::ProgressHandlers> handlers() const {
     return this->template dynamicMember<detail::ProgressHandlers>(detail::ProgressHandlers::memberName);
   }

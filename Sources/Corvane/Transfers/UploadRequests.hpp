@@ -15,8 +15,11 @@ namespace corvane {
 /// What a ready-made upload may add to its URL and body, by name: `FileUploadRequest(url, file, {.method =
 /// HTTPMethod::put})`.
 struct HTTPUploadOptions {
+  /// Header fields of this request.
   HTTPHeaders headers = {};
+  /// The query; when it is empty, that of the URL stays.
   HTTPQueryItems queryItems = {};
+  /// Default: "POST".
   HTTPMethod method = HTTPMethod::post;
   /// Absent: "application/octet-stream" for bytes, for a file the type that its extension stands for.
   std::optional<HTTPMediaType> contentType = std::nullopt;
@@ -53,6 +56,7 @@ class StoredUpload : public StoredBodyRequest<Mixin> {
 class CORVANE_API DataUploadRequest final
     : public detail::StoredUpload<UploadRequestable<DataUploadRequest, DataResponse>> {
  public:
+  /// Sends the bytes as they are.
   DataUploadRequest(platform::URL url, platform::Data body, HTTPUploadOptions options = {})
       : StoredUpload(std::move(url), std::move(body), std::move(options)) {}
 };
@@ -71,6 +75,7 @@ class CORVANE_API FileUploadRequest final
 class CORVANE_API MultipartUploadRequest final
     : public detail::StoredUpload<MultipartUploadRequestable<MultipartUploadRequest, DataResponse>> {
  public:
+  /// Sends the sections in their order.
   MultipartUploadRequest(platform::URL url, std::vector<MultipartFormSection> sections, HTTPUploadOptions options = {})
       : StoredUpload(std::move(url), std::move(sections), std::move(options)) {}
 };

@@ -9,7 +9,9 @@ namespace corvane {
 
 /// What requests must agree in to share a session.
 struct SessionKey {
+  /// The request's `sessionConfigurationIdentifier`.
   std::optional<std::string> sessionConfigurationIdentifier;
+  /// The request's `shouldWaitForConnectivity`.
   bool waitsForConnectivity = false;
 
   friend bool operator==(const SessionKey&, const SessionKey&) = default;

@@ -35,6 +35,7 @@ class CORVANE_API TaskManager {
   /// From now on the handler is called for each cancellation of the UUID, on the manager's queue, whether there is a
   /// task then or not; for work that goes on between tasks.
   void addCancellationHandler(std::shared_ptr<platform::Block> handler, platform::UUID uuid);
+  /// From now on that handler is not called any more.
   void removeCancellationHandler(std::shared_ptr<platform::Block> handler, platform::UUID uuid);
 
  private:

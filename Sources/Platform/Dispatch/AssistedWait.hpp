@@ -44,9 +44,13 @@ class CORVANE_API AssistedWait {
   /// Blocks until `signal` was called; drives the shared driver meanwhile when it can. False when `limit` passed first.
   bool wait(Seconds limit);
   void wait() { wait(Seconds::unlimited()); }
+  /// Ends the wait, now or when it begins. Once; any thread.
   void signal();
+  /// Whether the thread waits again at once.
   bool comesBack() const { return comesBack_; }
+  /// Whether the waiting thread drives at this moment.
   bool isDriving() const { return (state_.load(std::memory_order_relaxed) & driving) != 0; }
+  /// Whether `signal` was called.
   bool isDone() const { return (state_.load(std::memory_order_acquire) & done) != 0; }
 
  private:
@@ -68,6 +72,7 @@ class CORVANE_API AssistedWait {
 /// either; an application's own queue can promise nothing of the kind.
 class CORVANE_API LocalWork {
  public:
+  /// Collects from now on, for the calling thread.
   LocalWork();
   ~LocalWork();
   LocalWork(const LocalWork&) = delete;

@@ -10,7 +10,9 @@ namespace platform {
 /// Counts work under way and tells when all of it is done. Copies name the same group.
 class CORVANE_API DispatchGroup {
  public:
+  /// A group with a count of 0.
   DispatchGroup();
+  /// Counts one more piece of work; each needs its `leave`.
   void enter() const;
   /// Traps when there is no matching `enter`.
   void leave() const;

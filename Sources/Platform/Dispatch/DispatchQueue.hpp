@@ -47,6 +47,7 @@ class CORVANE_API DispatchQueue {
   /// Whether the calling thread is inside a block of this queue, at any depth.
   bool isCurrent() const;
 
+  /// The text that the queue was made with; "main" and "global" for those two.
   const std::string& label() const;
 
   /// Runs the block later; returns at once.
@@ -106,6 +107,7 @@ class CORVANE_API DispatchQueue {
   friend bool operator==(const DispatchQueue& left, const DispatchQueue& right) { return left.core_ == right.core_; }
 
   explicit DispatchQueue(std::shared_ptr<detail::QueueCore> core) : core_(std::move(core)) {}
+  /// What copies share. For adapters and tests.
   const std::shared_ptr<detail::QueueCore>& core() const { return core_; }
 
  private:

@@ -12,6 +12,7 @@ class CORVANE_API DispatchSemaphore {
  public:
   /// Traps when `value` is negative.
   explicit DispatchSemaphore(long value);
+  /// Adds one to the count, and so lets one waiter go.
   void signal() const;
   void wait() const;
   /// False when the time-out passed first.

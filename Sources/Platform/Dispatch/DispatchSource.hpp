@@ -20,17 +20,24 @@ namespace platform {
 /// thread. A handler that captures the timer itself keeps it alive until `cancel`.
 class CORVANE_API DispatchTimer {
  public:
+  /// A timer that calls its handler on this queue. It is suspended.
   explicit DispatchTimer(DispatchQueue queue);
+  /// Called on the queue for each tick, one call at a time. Replaces the handler before it.
   void setEventHandler(UniqueFunction<void()> handler) const;
   /// Called once, on the queue, after `cancel`; not when the last handle goes without it.
   void setCancelHandler(UniqueFunction<void()> handler) const;
   /// First after `delay`, then every `interval` (absent: once; at least a millisecond). The leeway says how
   /// much later than due a tick may come, so that timers can share a wake-up. Replaces the schedule before it.
   void schedule(Seconds delay, std::optional<Seconds> repeating = std::nullopt, Seconds leeway = 0) const;
+  /// The same as `resume`.
   void activate() const { resume(); }
+  /// Lets ticks come, however often the timer was suspended.
   void resume() const;
+  /// Holds ticks back until `resume`.
   void suspend() const;
+  /// Ends the timer for good.
   void cancel() const;
+  /// Whether `cancel` was called.
   bool isCancelled() const;
 
  private:
@@ -53,9 +60,11 @@ enum class MemoryPressure { normal, warning, critical };
 /// Made inactive; copies name the same source, which ends when it is cancelled or its last handle is gone.
 class CORVANE_API DispatchMemoryPressureSource {
  public:
+  /// A source that tells its handler of these events, on this queue. It is inactive.
   DispatchMemoryPressureSource(DispatchQueue queue, std::initializer_list<MemoryPressure> events);
   /// Called on the queue, once for each of the wanted events.
   void setEventHandler(UniqueFunction<void(MemoryPressure)> handler) const;
+  /// Lets events come.
   void activate() const;
   /// No handler starts afterwards, when called on the source's own queue.
   void cancel() const;

@@ -8,6 +8,7 @@
 
 namespace platform {
 
+/// A callable of that signature; see the specialisation.
 template <class Signature>
 class UniqueFunction;
 

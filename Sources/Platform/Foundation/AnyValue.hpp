@@ -23,12 +23,14 @@ class Dictionary;
 /// A dictionary that is made when somebody asks for it, by calling this value. Copies share the function.
 class CORVANE_API DeferredDictionary {
  public:
+  /// Keeps the function. It is called on any thread, as often as somebody asks.
   template <class Function>
     requires(std::is_invocable_v<const std::decay_t<Function>&> &&
              !std::same_as<std::decay_t<Function>, DeferredDictionary>)
   DeferredDictionary(Function&& make)  // NOLINT(google-explicit-constructor): a function is a deferred dictionary
       : maker_(std::make_shared<const MakerOf<std::decay_t<Function>>>(std::forward<Function>(make))) {}
 
+  /// Makes the dictionary.
   Dictionary operator()() const;
 
  private:
@@ -45,6 +47,7 @@ class CORVANE_API DeferredDictionary {
   std::shared_ptr<const Maker> maker_;
 };
 
+/// What has an `operator<<`.
 template <class T>
 concept StreamPrintable = requires(std::ostream& stream, const T& value) { stream << value; };
 
@@ -66,7 +69,9 @@ concept StreamPrintable = requires(std::ostream& stream, const T& value) { strea
 /// | any other type with an `operator<<` | the text it prints, rendered once, now |
 class CORVANE_API AnyValue {
  public:
+  /// A nested list.
   using List = std::vector<AnyValue>;
+  /// A nested dictionary that is made when somebody asks for it.
   using Deferred = DeferredDictionary;
 
   AnyValue() noexcept = default;
@@ -116,7 +121,9 @@ class CORVANE_API AnyValue {
              !std::convertible_to<const T&, std::string_view> && !std::is_invocable_v<const T&>)
   AnyValue(const T& value) : AnyValue(render(&value, &print<T>)) {}
 
+  /// Whether it is null.
   bool isNull() const noexcept { return kind_ == Kind::null; }
+  /// Whether it is text.
   bool isText() const noexcept { return kind_ == Kind::text; }
 
   /// The value as text, the way it is written into a header or a query: text as it is, integers in
@@ -128,6 +135,7 @@ class CORVANE_API AnyValue {
 
   /// Null or absent when the value is of another kind. Pointers live as long as this value is unchanged.
   const std::string* text() const noexcept;
+  /// A boolean; numbers are none.
   std::optional<bool> boolean() const noexcept;
   /// Absent also above 2^63 - 1; see `unsignedInteger`.
   std::optional<std::int64_t> integer() const noexcept;
@@ -135,10 +143,15 @@ class CORVANE_API AnyValue {
   std::optional<std::uint64_t> unsignedInteger() const noexcept;
   /// Any number, integers rounded where they exceed what a double can hold.
   std::optional<double> number() const noexcept;
+  /// Bytes.
   const Data* data() const noexcept;
+  /// A type.
   const TypeValue* type() const noexcept;
+  /// A nested dictionary; a deferred one is none.
   const Dictionary* dictionary() const noexcept;
+  /// A nested list.
   const List* list() const noexcept;
+  /// A deferred dictionary, not yet made.
   const Deferred* deferred() const noexcept;
 
   /// Equal kind and equal content; integers of any type by value, real numbers as C++ compares them, deferred

@@ -23,6 +23,7 @@ class CORVANE_API Bundle {
   /// The keys that matter here are texts: "CFBundleExecutable", "CFBundleIdentifier",
   /// "CFBundleShortVersionString" and "CFBundleVersion".
   std::optional<Dictionary> infoDictionary() const;
+  /// Replaces the information; absent takes it away.
   void setInfoDictionary(std::optional<Dictionary> information);
 
  private:

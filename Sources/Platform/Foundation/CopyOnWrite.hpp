@@ -15,6 +15,7 @@ class CopyOnWrite {
   CopyOnWrite(const CopyOnWrite& other) noexcept : box_(other.box_) {
     if (box_) box_->references.fetch_add(1, std::memory_order_relaxed);
   }
+  /// Empty.
   CopyOnWrite(CopyOnWrite&& other) noexcept : box_(std::exchange(other.box_, nullptr)) {}
   CopyOnWrite& operator=(CopyOnWrite other) noexcept {
     std::swap(box_, other.box_);

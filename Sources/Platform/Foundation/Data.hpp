@@ -40,16 +40,21 @@ class CORVANE_API Data {
   /// An empty buffer that can take `capacity` bytes before it reallocates.
   static Data withCapacity(std::size_t capacity);
 
+  /// In bytes.
   std::size_t count() const noexcept { return count_; }
   std::size_t size() const noexcept { return count_; }
+  /// Whether there is no byte.
   bool isEmpty() const noexcept { return count_ == 0; }
+  /// How many bytes fit before the memory grows.
   std::size_t capacity() const noexcept { return bytes_ != nullptr ? header()->capacity : 0; }
 
   /// Never null, also when empty.
   const std::byte* bytes() const noexcept { return bytes_ != nullptr ? bytes_ : emptyBytes; }
   const std::byte* begin() const noexcept { return bytes(); }
   const std::byte* end() const noexcept { return bytes() + count_; }
+  /// The byte at a position. Requires: it lies within this value.
   std::byte operator[](std::size_t index) const noexcept { return bytes_[index]; }
+  /// The bytes, as long as this value is neither changed nor destroyed.
   std::span<const std::byte> span() const noexcept { return {bytes(), count_}; }
   /// The bytes seen as characters, valid as long as this value is neither changed nor destroyed.
   std::string_view view() const noexcept { return {reinterpret_cast<const char*>(bytes()), count_}; }

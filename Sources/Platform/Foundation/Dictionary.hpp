@@ -15,22 +15,27 @@ namespace platform {
 /// Keys are unique and compared byte by byte; where a literal repeats a key, the last value wins.
 class CORVANE_API Dictionary {
  public:
+  /// A key and its value.
   using Entry = std::pair<std::string, AnyValue>;
 
   Dictionary() = default;
+  /// Each entry is `set`.
   Dictionary(std::initializer_list<Entry> entries);
 
   /// Null when there is no such key.
   const AnyValue* find(std::string_view key) const;
+  /// Whether there is such a key.
   bool contains(std::string_view key) const { return find(key) != nullptr; }
   /// Sets the value of a key; a present key keeps its place.
   void set(std::string key, AnyValue value);
   /// Makes the key with a null value when it is absent.
   AnyValue& operator[](std::string_view key);
+  /// Whether there was such a key.
   bool remove(std::string_view key);
   /// Takes every entry of `other`; its values replace those of equal keys.
   void merge(const Dictionary& other);
 
+  /// How many keys there are.
   std::size_t count() const { return entries_.size(); }
   std::size_t size() const { return entries_.size(); }
   bool isEmpty() const { return entries_.empty(); }

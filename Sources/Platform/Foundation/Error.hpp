@@ -76,8 +76,11 @@ class CORVANE_API Error : public std::exception {
   /// The same for an exception that was caught earlier. Requires: `exception` is not null; traps otherwise.
   static Error from(std::exception_ptr exception) noexcept;
 
+  /// One sentence for people.
   std::string message() const;
+  /// The family that the code belongs to.
   std::string domain() const;
+  /// What happened, within the domain.
   std::int64_t code() const;
   /// Always holds the message under "NSLocalizedDescription", unless the error's own entry is there.
   Dictionary userInfo() const;
@@ -98,6 +101,7 @@ class CORVANE_API Error : public std::exception {
       return nullptr;
     }
   }
+  /// Whether the held error is a `T`; see `as`.
   template <class T>
   bool is() const {
     return as<T>() != nullptr;
@@ -134,6 +138,7 @@ class CustomErrorBase : public Base {
 /// The platform's plain error: a domain, a code, a message and user information.
 class CORVANE_API NSError final : public CustomErrorBase<NSError> {
  public:
+  /// All parts as given.
   NSError(std::string domain, std::int64_t code, std::string message, Dictionary userInfo = {});
   std::string message() const override { return message_; }
   std::string errorDomain() const override { return domain_; }

@@ -15,16 +15,27 @@ namespace platform {
 inline constexpr const char* NSCocoaErrorDomain = "NSCocoaErrorDomain";
 
 namespace CocoaErrorCode {
+/// Nothing is there that could be moved or removed.
 inline constexpr std::int32_t fileNoSuchFile = 4;
+/// It cannot be read, for a reason without a name.
 inline constexpr std::int32_t fileReadUnknown = 256;
+/// It may not be read.
 inline constexpr std::int32_t fileReadNoPermission = 257;
+/// No file can have that name.
 inline constexpr std::int32_t fileReadInvalidFileName = 258;
+/// There is no such file.
 inline constexpr std::int32_t fileReadNoSuchFile = 260;
+/// It cannot be written, for a reason without a name.
 inline constexpr std::int32_t fileWriteUnknown = 512;
+/// It may not be written.
 inline constexpr std::int32_t fileWriteNoPermission = 513;
+/// No file can have that name.
 inline constexpr std::int32_t fileWriteInvalidFileName = 514;
+/// Something of that name is there already.
 inline constexpr std::int32_t fileWriteFileExists = 516;
+/// The disk is full.
 inline constexpr std::int32_t fileWriteOutOfSpace = 640;
+/// The file system is read-only.
 inline constexpr std::int32_t fileWriteVolumeReadOnly = 642;
 }  // namespace CocoaErrorCode
 
@@ -41,6 +52,7 @@ class CORVANE_API FileManager {
   /// Makes or replaces a file, all or nothing: until every byte is on the disk, the path shows what was there
   /// before. A file that is replaced passes on its permissions; a symbolic link is replaced, not followed.
   static void write(const Data& data, std::string_view path);
+  /// Whether there is a file or a directory.
   static bool exists(std::string_view path);
   /// Gives a file another name, on whichever volume; a directory can only be moved within its own. What is at
   /// `target` already stays, and the move fails with `fileWriteFileExists`.

@@ -30,10 +30,14 @@ class CORVANE_API ObjectCache {
   std::optional<Data> object(std::string_view key);
   /// Replaces what is there. Bytes that alone cost more than the limit are not kept.
   void setObject(Data data, std::string key);
+  /// Does nothing when there is none.
   void removeObject(std::string_view key);
+  /// Empties the cache.
   void removeAll();
 
+  /// How many entries there are.
   std::size_t count() const;
+  /// In bytes; never above the limit.
   std::size_t totalCost() const;
 
  private:

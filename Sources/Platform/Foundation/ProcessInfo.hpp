@@ -10,8 +10,11 @@ namespace platform {
 
 /// The version of an operating system, e.g. 13.3.0.
 struct OperatingSystemVersion {
+  /// The three parts, from left to right.
   std::int64_t majorVersion = 0;
+  /// The second part.
   std::int64_t minorVersion = 0;
+  /// The third part.
   std::int64_t patchVersion = 0;
 
   /// Reads up to three numbers set apart by dots at the start of `release`; what is missing is 0. The kernel's

@@ -14,6 +14,7 @@ namespace platform {
 
 /// Keys of a progress's user information, for work that is counted in bytes.
 namespace ProgressKey {
+/// The bytes that are done, and all there are, as integers.
 inline constexpr const char* byteCompletedCount = "NSProgressByteCompletedCountKey";
 inline constexpr const char* byteTotalCount = "NSProgressByteTotalCountKey";
 }  // namespace ProgressKey
@@ -45,22 +46,27 @@ class CORVANE_API Progress {
  public:
   /// The total when it is not known.
   static constexpr std::int64_t unknownCount = -1;
+  /// Called with the progress that changed.
   using Observer = UniqueFunction<void(const std::shared_ptr<Progress>&)>;
 
+  /// A progress with nothing done and an unknown total.
   static std::shared_ptr<Progress> make();
   ~Progress();
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
+  /// How many units are done.
   std::int64_t completedUnitCount() const;
   /// `unknownCount` when it is not known.
   std::int64_t totalUnitCount() const;
+  /// Whether the total is not known.
   bool isIndeterminate() const { return totalUnitCount() < 0; }
   /// From 0 to 1; 0 while the total is unknown. Nothing to do, all of it done, is 1.
   double fractionCompleted() const;
 
   /// What more is known under a key, e.g. `ProgressKey::byteTotalCount`; absent when nothing is.
   std::optional<AnyValue> userInfo(std::string_view key) const;
+  /// Sets what is known under a key. Observers are not told.
   void setUserInfo(std::string_view key, AnyValue value);
 
   /// Sets both counts, and then calls the observers, on the calling thread, when the fraction completed or a

@@ -28,6 +28,7 @@ class CORVANE_API TemporaryFile {
   void moveTo(const std::string& path);
   /// Leaves the file where it is, for the caller to remove.
   void keep() noexcept { path_.clear(); }
+  /// Removes the file, if this names one; what cannot be removed stays.
   void remove() noexcept;
 
  private:

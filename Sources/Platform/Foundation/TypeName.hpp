@@ -16,7 +16,9 @@ std::string typeName() {
 
 /// A type as a value: what errors about a value of the wrong type carry.
 struct TypeValue {
+  /// Never null. Default: `void`.
   const std::type_info* type = &typeid(void);
+  /// The type's name, as `typeName` spells it.
   std::string name() const { return typeName(*type); }
   friend bool operator==(const TypeValue& left, const TypeValue& right) { return *left.type == *right.type; }
 };

@@ -46,20 +46,28 @@ class CORVANE_API URL {
   const std::string& absoluteString() const noexcept;
   /// The text as given.
   const std::string& relativeString() const noexcept;
+  /// What the URL was made relative to; absent for one that stands alone.
   std::optional<URL> baseURL() const;
   /// The resolved URL, without a base.
   URL absoluteURL() const;
 
   /// Percent-decoded: user, password, host, path, fragment. As written: scheme, query.
   std::optional<std::string> scheme() const;
+  /// The part before the password, of the authority.
   std::optional<std::string> user() const;
+  /// The part behind the colon, of the user information.
   std::optional<std::string> password() const;
   /// Without the brackets of an IPv6 address; absent when empty, as in "file:///tmp".
   std::optional<std::string> host() const;
+  /// Absent when none is written, also for schemes that have a default.
   std::optional<std::uint16_t> port() const noexcept;
+  /// Empty when there is none.
   std::string path() const;
+  /// As written; empty when there is none.
   std::string percentEncodedPath() const;
+  /// Without the question mark; absent when there is no question mark.
   std::optional<std::string> query() const;
+  /// Without the number sign; absent when there is none.
   std::optional<std::string> fragment() const;
 
   /// The path's components, percent-decoded. An absolute path starts with "/"; doubled slashes and a slash
@@ -69,6 +77,7 @@ class CORVANE_API URL {
   std::string lastPathComponent() const;
   /// Without the dot; empty when there is none. A name that starts with its only dot has none.
   std::string pathExtension() const;
+  /// Whether the scheme is "file".
   bool isFileURL() const noexcept;
   /// The path of a file URL as the file system knows it.
   std::string fileSystemPath() const { return path(); }

@@ -13,7 +13,9 @@ namespace platform {
 
 /// One name and value of a query, not percent-encoded. An absent value writes no "=".
 struct URLQueryItem {
+  /// As it is, free of percent-encoding.
   std::string name;
+  /// As it is; absent for an item without "=".
   std::optional<std::string> value;
   friend bool operator==(const URLQueryItem&, const URLQueryItem&) = default;
 };
@@ -29,20 +31,30 @@ class CORVANE_API URLComponents {
   static std::optional<URLComponents> make(const URL& url, bool resolvingAgainstBaseURL);
   static std::optional<URLComponents> make(std::string_view text);
 
+  /// The parts as written; an absent one has no delimiter either.
   std::optional<std::string> scheme;
+  /// As written.
   std::optional<std::string> percentEncodedUser;
+  /// As written.
   std::optional<std::string> percentEncodedPassword;
   /// As written, an IPv6 address with its brackets.
   std::optional<std::string> percentEncodedHost;
+  /// Absent when none is written.
   std::optional<std::uint16_t> port;
+  /// As written.
   std::string percentEncodedPath;
+  /// As written, without the question mark.
   std::optional<std::string> percentEncodedQuery;
+  /// As written, without the number sign.
   std::optional<std::string> percentEncodedFragment;
 
+  /// The path, percent-decoded.
   std::string path() const;
   /// Percent-encodes everything but pchar and "/" (RFC 3986, 3.3); a "%" in `path` is encoded too.
   void setPath(std::string_view path);
+  /// The query, percent-decoded; absent when there is none.
   std::optional<std::string> query() const;
+  /// Percent-encodes what a query may not hold; a "%" is encoded too. Absent takes the query away.
   void setQuery(std::optional<std::string_view> query);
   /// Empty when there is no query or an empty one. A "+" is a plus.
   std::vector<URLQueryItem> queryItems() const;

@@ -16,6 +16,7 @@ namespace platform {
 /// forked child.
 class CORVANE_API UUID {
  public:
+  /// A fresh one.
   UUID();
   /// Reads the canonical form, in either case; absent for anything else.
   static std::optional<UUID> parse(std::string_view text);

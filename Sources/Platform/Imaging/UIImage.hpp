@@ -29,6 +29,7 @@ inline constexpr std::int32_t tooLarge = 3;       ///< more pixels than allowed
 /// A value: copies share the pixels, and reading is safe on several threads.
 class CORVANE_API UIImage {
  public:
+  /// How many pixels a picture may have, unless it is said otherwise: 400 MB of memory.
   static constexpr std::uint64_t defaultMaximumPixelCount = 100'000'000;
 
   /// Decodes at once, on this thread. An image of more than `maximumPixelCount` pixels is refused before memory is
@@ -46,6 +47,7 @@ class CORVANE_API UIImage {
 
   /// In pixels, as the picture is to be shown; never 0.
   std::uint32_t width() const noexcept { return width_; }
+  /// In pixels, as the picture is to be shown; never 0.
   std::uint32_t height() const noexcept { return height_; }
   /// Red, green, blue and alpha of each pixel, a byte each, not premultiplied; rows from the top, without gaps.
   const Data& pixels() const noexcept { return pixels_; }

@@ -17,6 +17,7 @@ namespace platform {
 /// A value that costs nothing to copy: copies share the fields until one of them is changed.
 class CORVANE_API HTTPHeaderFields {
  public:
+  /// A name and a value.
   using Field = std::pair<std::string, std::string>;
   using value_type = Field;
   using const_iterator = std::vector<Field>::const_iterator;
@@ -27,16 +28,20 @@ class CORVANE_API HTTPHeaderFields {
 
   /// The value, several values of one name joined with ", " (RFC 9110, 5.3); absent when there is none.
   std::optional<std::string> value(std::string_view name) const;
+  /// Every value of that name, in order; empty when there is none.
   std::vector<std::string> values(std::string_view name) const;
+  /// Whether there is a field of that name.
   bool contains(std::string_view name) const;
   /// Replaces every field of that name by one, in the place of the first.
   void set(std::string_view name, std::string_view value);
   /// Adds one more field, also when the name is there.
   void add(std::string_view name, std::string_view value);
+  /// Removes every field of that name; whether there was one.
   bool remove(std::string_view name);
   /// Takes every field of `other` with `set`.
   void merge(const HTTPHeaderFields& other);
 
+  /// How many fields there are, repeated ones counted each.
   std::size_t count() const { return fields().size(); }
   bool isEmpty() const { return fields().empty(); }
   const_iterator begin() const { return fields().begin(); }

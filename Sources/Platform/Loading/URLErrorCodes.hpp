@@ -9,6 +9,7 @@ inline constexpr const char* kCFErrorDomainCFNetwork = "kCFErrorDomainCFNetwork"
 inline constexpr const char* NSURLErrorDomain = "NSURLErrorDomain";
 
 namespace URLErrorCode {
+/// The codes that loading gives; Docs/ErrorMapping.md says when.
 inline constexpr std::int32_t cannotWriteToFile = -3003;
 inline constexpr std::int32_t cannotCloseFile = -3002;
 inline constexpr std::int32_t cannotCreateFile = -3000;
@@ -49,6 +50,7 @@ inline constexpr std::int32_t unknown = -998;
 
 /// Keys of the user information of loading errors.
 namespace URLErrorKey {
+/// The URL that failed, after redirects.
 inline constexpr const char* failingURL = "NSErrorFailingURLStringKey";
 /// The transport's own code and text, e.g. 28 and "Timeout was reached".
 inline constexpr const char* transportCode = "CorvaneTransportCode";

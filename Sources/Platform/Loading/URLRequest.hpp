@@ -24,17 +24,22 @@ enum class URLRequestCachePolicy {
 
 /// What is to be loaded: a plain value.
 struct CORVANE_API URLRequest {
+  /// A GET of the URL.
   URLRequest(URL target,  // NOLINT(google-explicit-constructor): a URL is the simplest request
              URLRequestCachePolicy policy = URLRequestCachePolicy::useProtocolCachePolicy, double timeout = 60.0)
       : url(std::move(target)), cachePolicy(policy), timeoutInterval(timeout) {}
 
+  /// What is loaded: an http, https or file URL.
   URL url;
+  /// Default: `useProtocolCachePolicy`.
   URLRequestCachePolicy cachePolicy;
   /// Seconds without any progress after which the load fails with -1001: name resolution, connecting and
   /// each wait for the next byte, in either direction. Waiting for a free connection does not count, nor for a
   /// network (`waitsForConnectivity`), nor for the delegate's verdict on a server.
   double timeoutInterval;
+  /// Default: "GET".
   std::string httpMethod = "GET";
+  /// As they are sent, but for those that the transport adds.
   HTTPHeaderFields allHTTPHeaderFields;
   /// Absent: no body. Present and empty: an empty body.
   std::optional<Data> httpBody;

@@ -13,9 +13,13 @@ namespace platform {
 
 /// What is known of an answer from elsewhere than its header fields; what is absent is read from those.
 struct URLResponseFacts {
+  /// As `URLResponse::mimeType`.
   std::optional<std::string> mimeType;
+  /// In bytes.
   std::optional<std::int64_t> expectedContentLength;
+  /// As `URLResponse::textEncodingName`.
   std::optional<std::string> textEncodingName;
+  /// Made a safe path component, too.
   std::optional<std::string> suggestedFilename;
 };
 
@@ -31,6 +35,7 @@ class CORVANE_API URLResponse {
   URLResponse& operator=(const URLResponse&) = delete;
   virtual ~URLResponse();
 
+  /// Where the answer came from, after redirects.
   const URL& url() const { return url_; }
   /// Lower-case type without parameters.
   const std::optional<std::string>& mimeType() const { return mimeType_; }
@@ -61,9 +66,13 @@ class CORVANE_API HTTPURLResponse final : public URLResponse {
   HTTPURLResponse(URL url, int statusCode, std::string httpVersion, HTTPHeaderFields headerFields,
                   URLResponseFacts known = {});
 
+  /// As received, from 200 to 999.
   int statusCode() const { return statusCode_; }
+  /// The protocol of the answer, e.g. "HTTP/2".
   const std::string& httpVersion() const { return httpVersion_; }
+  /// All header fields, in their order.
   const HTTPHeaderFields& allHeaderFields() const { return headerFields_; }
+  /// The value of a field; see `HTTPHeaderFields::value`.
   std::optional<std::string> value(std::string_view headerField) const { return headerFields_.value(headerField); }
   std::string suggestedFilename() const override;
 

@@ -43,6 +43,7 @@ struct CORVANE_API URLSessionConfiguration {
 /// One load. Made suspended; `resume` starts it. All operations may be called from any thread.
 class CORVANE_API URLSessionTask {
  public:
+  /// Where a task is in its life.
   enum class State { running = 0, suspended = 1, canceling = 2, completed = 3 };
 
   virtual ~URLSessionTask();
@@ -54,7 +55,9 @@ class CORVANE_API URLSessionTask {
   /// Ends the task with the error "NSURLErrorDomain" -999, delivered as every completion is. Returns at
   /// once. After the task completed it does nothing. A task that was never resumed completes too.
   virtual void cancel() = 0;
+  /// At this moment. A task is `canceling` from `cancel` until its completion was called.
   virtual State state() const = 0;
+  /// What the task was made with, before redirects.
   virtual const URLRequest& originalRequest() const = 0;
   /// Counts the bytes of the body: of the request in an upload, of the answer in any other task, as they go over
   /// the network. It is told at most every 50 ms, when something moved, and at the end of a task that succeeded.
@@ -83,15 +86,18 @@ class CORVANE_API URLSession : public std::enable_shared_from_this<URLSession> {
   using DownloadCompletion =
       UniqueFunction<void(std::optional<TemporaryFile>, std::shared_ptr<const URLResponse>, std::optional<Error>)>;
 
+  /// A session that calls its delegate (null: none) and its completions on that queue, which must be serial.
   static std::shared_ptr<URLSession> make(URLSessionConfiguration configuration,
                                           std::shared_ptr<URLSessionDelegate> delegate, DispatchQueue delegateQueue);
   ~URLSession();
   URLSession(const URLSession&) = delete;
   URLSession& operator=(const URLSession&) = delete;
 
+  /// What the session was made with.
   const URLSessionConfiguration& configuration() const;
   /// A name for people; absent by default.
   std::optional<std::string> sessionDescription() const;
+  /// Absent takes the name away.
   void setSessionDescription(std::optional<std::string> description);
 
   /// A load of an http, https or file URL into memory. On an invalidated session the task fails with

@@ -15,7 +15,9 @@ class URLSession;
 
 /// Where a challenge came from.
 struct URLProtectionSpace {
+  /// The host that is connected to.
   std::string host;
+  /// The port that is connected to.
   int port = 0;
   std::string protocol;  ///< "https"
   /// "NSURLAuthenticationMethodServerTrust".
@@ -24,12 +26,15 @@ struct URLProtectionSpace {
   std::shared_ptr<SecTrust> serverTrust;
 };
 
+/// A question to the delegate: whether to go on with a server.
 struct URLAuthenticationChallenge {
+  /// Where it came from.
   URLProtectionSpace protectionSpace;
 };
 
 /// Accepts the server by the trust object it was made from.
 struct URLCredential {
+  /// The object of the challenge, as it came.
   std::shared_ptr<SecTrust> trust;
 };
 
@@ -44,6 +49,7 @@ enum class AuthChallengeDisposition {
 /// Told about a session's life, and asked about servers' trust. Called on the session's delegate queue.
 class CORVANE_API URLSessionDelegate {
  public:
+  /// Answers a challenge. The credential goes with `useCredential`, and is absent otherwise.
   using ChallengeCompletion = std::function<void(AuthChallengeDisposition, std::optional<URLCredential>)>;
 
   virtual ~URLSessionDelegate();

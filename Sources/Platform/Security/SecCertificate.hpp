@@ -23,10 +23,12 @@ class CORVANE_API SecCertificate {
   Data data() const;
   /// The subject's common name, else its whole name in RFC 2253 form. UTF-8.
   std::string subjectSummary() const;
+  /// The same of the issuer.
   std::string issuerSummary() const;
   /// Equal bytes.
   friend CORVANE_API bool operator==(const SecCertificate& left, const SecCertificate& right);
 
+  /// For the rooms of the platform.
   explicit SecCertificate(std::shared_ptr<const detail::CertificateHandle> handle) : handle_(std::move(handle)) {}
   /// Null only in a value that was moved from.
   const std::shared_ptr<const detail::CertificateHandle>& handle() const { return handle_; }

@@ -13,15 +13,17 @@ namespace platform {
 
 /// Result codes of the trust functions.
 namespace OSStatus {
+/// The operation did what it was to do.
 inline constexpr std::int32_t success = 0;
+/// A parameter was wrong.
 inline constexpr std::int32_t param = -50;
 }  // namespace OSStatus
 
 /// The outcome of an evaluation. The numbers are the platform's.
 enum class SecTrustResult : std::uint32_t {
-  invalid = 0,
-  proceed = 1,  ///< an explicit user setting; evaluation here never gives it
-  deny = 3,
+  invalid = 0,                  ///< of the platform; evaluation here never gives it
+  proceed = 1,                  ///< an explicit user setting; evaluation here never gives it
+  deny = 3,                     ///< an explicit user setting; evaluation here never gives it
   unspecified = 4,              ///< trusted through an anchor, without an explicit user setting
   recoverableTrustFailure = 5,  ///< dates, anchors, host name or purpose do not fit
   fatalTrustFailure = 6,        ///< malformed, badly signed, or too weak
@@ -43,7 +45,9 @@ class CORVANE_API SecTrust {
   SecTrust(const SecTrust&) = delete;
   SecTrust& operator=(const SecTrust&) = delete;
 
+  /// The certificates that were given, the server's own first.
   const std::vector<SecCertificate>& chain() const { return chain_; }
+  /// The name or address that was given.
   const std::string& host() const { return host_; }
 
   /// Replaces the custom anchors, and until `setAnchorCertificatesOnly(false)` makes them the only ones.

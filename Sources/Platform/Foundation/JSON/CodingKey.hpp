@@ -14,11 +14,14 @@ namespace platform {
 /// an array.
 class CORVANE_API CodingKey {
  public:
+  /// The key of a member.
   explicit CodingKey(std::string name) : name_(std::move(name)) {}
+  /// The index of an element, from 0.
   explicit CodingKey(std::size_t index) : index_(index) {}
 
   /// Empty for an index.
   const std::string& name() const { return name_; }
+  /// Absent for a key.
   std::optional<std::size_t> index() const { return index_; }
 
   friend bool operator==(const CodingKey&, const CodingKey&) = default;

@@ -16,6 +16,7 @@ namespace platform {
 /// The message says where and what: "items[3].owner.id: expected an integer, found a string".
 class CORVANE_API DecodingError final : public CustomErrorBase<DecodingError> {
  public:
+  /// What is wrong.
   enum class Case {
     /// An object lacks a member that the model requires.
     keyNotFound,
@@ -30,15 +31,22 @@ class CORVANE_API DecodingError final : public CustomErrorBase<DecodingError> {
 
   /// Where in the document, as a path and as an offset in bytes from its start.
   struct Place {
+    /// The way from the document to the value.
     std::vector<CodingKey> codingPath;
+    /// In bytes from the start of the document.
     std::size_t byteOffset = 0;
   };
 
+  /// The object at that place lacks the key.
   static DecodingError keyNotFound(std::string key, Place place);
+  /// A value of another kind stands there; `problem` says what was expected and what was found.
   static DecodingError typeMismatch(std::string problem, Place place);
+  /// A null stands there; `problem` says what was expected.
   static DecodingError valueNotFound(std::string problem, Place place);
+  /// `problem` says what is wrong there.
   static DecodingError dataCorrupted(std::string problem, Place place);
 
+  /// What is wrong.
   Case which() const { return case_; }
   /// The way to the value; of `keyNotFound`, to the object that lacks the key. Empty for the document itself.
   const std::vector<CodingKey>& codingPath() const { return place_.codingPath; }

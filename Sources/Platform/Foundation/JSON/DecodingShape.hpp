@@ -42,23 +42,31 @@ struct JSONDecoding {
 /// What a model looks like to a reader: its keys in the order of declaration, and how to find one quickly.
 class CORVANE_API DecodingShape {
  public:
+  /// How many members a model may have.
   static constexpr std::size_t mostMembers = 64;
 
   /// As the model declares it. A key without text, not even an empty one, follows from the name, by the strategy.
   struct Member {
+    /// As C++ spells it.
     std::string_view name;
+    /// As `JSONCoding` names it, else empty.
     std::string_view key;
+    /// How its values are read.
     const JSONDecoding* type;
   };
+  /// A key under one strategy, with what it takes to find it fast.
   struct Key {
     /// The key with its quotes and its colon, as writers write it that leave out what may be left out; with a
     /// blank in front, which no key starts with, where it cannot be written without escapes.
     std::string text;
+    /// How values of the member are read.
     const JSONDecoding* type;
     /// That of the type.
     void (*decode)(JSONReader& reader, void* value);
 
+    /// Requires: a type that lives for ever.
     Key(std::string_view name, const JSONDecoding* typeOfMember);
+    /// The key as it is.
     std::string_view name() const { return {text.data() + 1, text.size() - 3}; }
     /// Whether the text stands there. Reads up to `Data::padding` characters, whether there are so many or not.
     bool standsAt(const char* cursor, const char* end) const;
@@ -78,12 +86,17 @@ class CORVANE_API DecodingShape {
   /// The keys under a strategy, and the way to them.
   class CORVANE_API Table {
    public:
+    /// In place of an index: there is no such key.
     static constexpr std::size_t none = SIZE_MAX;
 
+    /// Requires: members with names and types that live for ever.
     Table(std::span<const Member> members, JSONKeyStrategy strategy);
 
+    /// In the order of declaration.
     std::span<const Key> keys() const { return keys_; }
+    /// Whether two keys are the same under this strategy; then the table is of no use.
     bool areKeysAlike() const { return areKeysAlike_; }
+    /// The index of the member with that key, or none.
     std::size_t find(std::string_view key) const;
     /// The member whose key stands there, in its plainest form, or none; not every such key is found. Reads up to
     /// `Data::padding` characters, whether there are so many or not. Requires: there are keys.
@@ -118,6 +131,7 @@ class CORVANE_API DecodingShape {
     if (table.areKeysAlike()) trapForKeysThatAreAlike();
     return table;
   }
+  /// Ends the process: a model whose keys cannot be told apart is a mistake in the program.
   [[noreturn]] static void trapForKeysThatAreAlike();
 
  private:

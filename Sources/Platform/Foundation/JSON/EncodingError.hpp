@@ -16,6 +16,7 @@ namespace platform {
 /// The message says where and what: "items[3].price: JSON has no number for infinity".
 class CORVANE_API EncodingError final : public CustomErrorBase<EncodingError> {
  public:
+  /// What is wrong, and the way to it.
   EncodingError(std::string problem, std::vector<CodingKey> codingPath);
 
   /// The way to the value; empty for the value that was to be encoded itself.

@@ -16,6 +16,7 @@ class JSONWriter;
 
 /// How values of one C++ type are written. Made once for each type, by the compiler.
 struct JSONEncoding {
+  /// Writes the value.
   void (*encode)(JSONWriter& writer, const void* value) = nullptr;
   /// Whether the value's key is left out; null for types that are never absent.
   bool (*isAbsent)(const void* value) = nullptr;
@@ -26,15 +27,21 @@ class CORVANE_API EncodingShape {
  public:
   /// As the model declares it. A key without text, not even an empty one, follows from the name, by the strategy.
   struct Member {
+    /// As C++ spells it.
     std::string_view name;
+    /// As `JSONCoding` names it, else empty.
     std::string_view key;
+    /// How its values are written.
     const JSONEncoding* type;
   };
+  /// A key under one strategy, ready to be written.
   struct Key {
     /// A comma, the key in quotes, and a colon.
     std::string text;
+    /// How values of the member are written.
     const JSONEncoding* type;
 
+    /// The key as it is.
     std::string_view name() const { return {text.data() + 2, text.size() - 4}; }
   };
 

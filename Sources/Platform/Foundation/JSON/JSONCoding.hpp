@@ -9,18 +9,23 @@ namespace platform {
 class JSONReader;
 class JSONWriter;
 
+/// What a JSON value can be (RFC 8259, 3).
 enum class JSONKind : std::uint8_t { object, array, string, number, boolean, null };
 
 /// The key of a member, where it is not the member's name.
 struct JSONKey {
+  /// The name of the member, as C++ spells it.
   std::string_view member;
+  /// The key in the document.
   std::string_view key;
 };
 
 /// The name of an enumerator in a document.
 template <class Enumeration>
 struct JSONName {
+  /// The enumerator.
   Enumeration value;
+  /// The string that stands for it in a document.
   std::string_view name;
 };
 

@@ -39,6 +39,7 @@ namespace platform {
 class JSONDecoder {
  public:
   JSONDecoder() = default;
+  /// Reads dates and keys as the strategies say. Default: no dates, keys as members are called.
   explicit JSONDecoder(const JSONStrategies& strategies) : strategies_(strategies) {}
 
   /// Throws `DecodingError`, and what the codings of the types throw. The document is read where it is.

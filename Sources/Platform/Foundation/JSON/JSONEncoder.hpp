@@ -18,6 +18,7 @@ namespace platform {
 class JSONEncoder {
  public:
   JSONEncoder() = default;
+  /// Writes dates and keys as the strategies say, compactly or for people.
   explicit JSONEncoder(const JSONStrategies& strategies, JSONFormatting formatting = JSONFormatting::compact)
       : strategies_(strategies), formatting_(formatting) {}
 

@@ -7,7 +7,9 @@
 
 namespace platform {
 
+/// How documents are laid out.
 enum class JSONFormatting : std::uint8_t {
+  /// Without white space.
   compact,
   /// For people: each member and element on a line of its own, two blanks deeper for each level up to 32.
   pretty

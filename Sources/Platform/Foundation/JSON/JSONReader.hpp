@@ -29,8 +29,10 @@ struct JSONDecoding;
 /// Lives on the stack of one thread; not copyable.
 class CORVANE_API JSONReader {
  public:
+  /// How many containers may stand in each other.
   static constexpr std::size_t deepestNesting = 512;
 
+  /// What a value can be.
   using Kind = JSONKind;
 
   /// Keeps the document, which is shared and not copied.
@@ -62,6 +64,7 @@ class CORVANE_API JSONReader {
   /// `DecodingError::dataCorrupted` for the value that comes next or was just read.
   [[noreturn]] void fail(std::string problem) const;
 
+  /// What the reader was made with.
   const JSONStrategies& strategies() const { return strategies_; }
 
   class Object;
@@ -69,19 +72,27 @@ class CORVANE_API JSONReader {
 
   // What follows serves the codings of the standard types.
 
+  /// Reads a boolean.
   void readBoolean(bool& value);
   template <class Integer>
   void readInteger(Integer& value);
+  /// Reads a number, rounded where the type cannot hold it.
   template <class Real>
   void readReal(Real& value);
+  /// Reads a string, its escapes resolved.
   void readString(std::string& value);
+  /// `readString`, for a table of functions.
   static void decodeString(JSONReader& reader, void* value);
+  /// `readReal`, for a table of functions.
   static void decodeDouble(JSONReader& reader, void* value);
+  /// `readBoolean`, for a table of functions.
   static void decodeBoolean(JSONReader& reader, void* value);
+  /// `readInteger`, for a table of functions.
   template <class Integer>
   static void decodeInteger(JSONReader& reader, void* value);
   /// A date by the strategy, as a count of ticks of `numerator / denominator` seconds since 1970.
   std::int64_t readTime(std::int64_t numerator, std::int64_t denominator);
+  /// Reads an object into the members whose addresses these are, in the order of the shape.
   void readFields(const DecodingShape& shape, void* const* fields);
   /// Reads the value with the first of the alternatives that takes it: `emplace(variant, i)` makes alternative
   /// number i and returns its address.

@@ -27,7 +27,9 @@ enum class JSONKeyStrategy : std::uint8_t {
 
 /// What a document's author and its reader agree upon beyond JSON itself.
 struct JSONStrategies {
+  /// Default: dates are refused.
   JSONDateStrategy dates = JSONDateStrategy::none;
+  /// Default: keys are called as the members.
   JSONKeyStrategy keys = JSONKeyStrategy::asDeclared;
 };
 

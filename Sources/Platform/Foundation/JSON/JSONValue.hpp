@@ -24,6 +24,7 @@ struct JSONMember;
 /// The members of a JSON object, in their order, found by key at once.
 class CORVANE_API JSONObject {
  public:
+  /// Goes through the members in their order.
   using Iterator = std::list<JSONMember>::const_iterator;
 
   JSONObject();
@@ -72,6 +73,7 @@ class CORVANE_API JSONObject {
 /// safe to read on several threads.
 class CORVANE_API JSONValue {
  public:
+  /// The elements of an array, in their order.
   using Array = std::vector<JSONValue>;
 
   /// Null.
@@ -101,20 +103,27 @@ class CORVANE_API JSONValue {
   JSONValue(Array elements) noexcept;                                // NOLINT(google-explicit-constructor)
   JSONValue(JSONObject members) noexcept;                            // NOLINT(google-explicit-constructor)
 
+  /// What kind of value it is.
   JSONKind kind() const noexcept;
+  /// Whether it is null.
   bool isNull() const noexcept { return std::holds_alternative<std::monostate>(value_); }
 
   // Null or absent when the value is of another kind.
 
+  /// Absent for anything but true and false.
   std::optional<bool> boolean() const noexcept;
   /// Absent for a number that is no integer or out of range, and for one that was written with a point.
   std::optional<std::int64_t> integer() const noexcept;
+  /// The same for integers up to 2^64 - 1.
   std::optional<std::uint64_t> unsignedInteger() const noexcept;
   /// Any number, rounded where a double cannot hold it.
   std::optional<double> number() const noexcept;
+  /// Null for anything but a string.
   const std::string* string() const noexcept { return std::get_if<std::string>(&value_); }
+  /// Null for anything but an array.
   const Array* array() const noexcept { return std::get_if<Array>(&value_); }
   Array* array() noexcept { return std::get_if<Array>(&value_); }
+  /// Null for anything but an object.
   const JSONObject* object() const noexcept { return std::get_if<JSONObject>(&value_); }
   JSONObject* object() noexcept { return std::get_if<JSONObject>(&value_); }
 
@@ -135,8 +144,11 @@ class CORVANE_API JSONValue {
   std::variant<std::monostate, bool, std::int64_t, std::uint64_t, double, std::string, Array, JSONObject> value_;
 };
 
+/// A member of an object.
 struct JSONMember {
+  /// Its name in the document.
   std::string key;
+  /// What stands behind it.
   JSONValue value;
 
   friend bool operator==(const JSONMember&, const JSONMember&) = default;

@@ -22,8 +22,10 @@ class EncodingShape;
 /// Every function throws `EncodingError` for what JSON cannot express. Lives on the stack of one thread.
 class CORVANE_API JSONWriter {
  public:
+  /// How many containers may stand in each other.
   static constexpr std::size_t deepestNesting = 512;
 
+  /// A writer of one document, with dates and keys as the strategies say.
   explicit JSONWriter(const JSONStrategies& strategies = {});
   JSONWriter(const JSONWriter&) = delete;
   JSONWriter& operator=(const JSONWriter&) = delete;
@@ -38,6 +40,7 @@ class CORVANE_API JSONWriter {
   /// `EncodingError` for the value that is being written.
   [[noreturn]] void fail(std::string problem) const;
 
+  /// What the writer was made with.
   const JSONStrategies& strategies() const { return strategies_; }
 
   class Object;
@@ -45,19 +48,26 @@ class CORVANE_API JSONWriter {
 
   // What follows serves the codings of the standard types.
 
+  /// Writes null.
   void writeNull();
+  /// Writes true or false.
   void writeBoolean(bool value);
+  /// Writes an integer.
   void writeSigned(std::int64_t value);
+  /// Writes an integer.
   void writeUnsigned(std::uint64_t value);
   /// The shortest decimal that reads back as the same number.
   void writeReal(float value);
   void writeReal(double value);
   void writeReal(long double value);
+  /// Writes a string, with escapes where they are needed. Throws for text that is not UTF-8.
   void writeString(std::string_view text);
   /// Text that is JSON already.
   void writeRaw(std::string_view json);
   /// A date by the strategy; see `JSONReader::readTime`.
   void writeTime(std::int64_t count, std::int64_t numerator, std::int64_t denominator);
+  /// Writes an object of the members whose addresses these are, in the order of the shape; absent ones are left
+  /// out.
   void writeFields(const EncodingShape& shape, const void* const* fields);
   /// What was written. Ends the use of this writer.
   Data finish();
@@ -104,11 +114,13 @@ class CORVANE_API JSONWriter {
 /// Each key is followed by exactly one value; it is written as it is, whatever the key strategy.
 class CORVANE_API JSONWriter::Object {
  public:
+  /// Begins the object.
   explicit Object(JSONWriter& writer);
   ~Object();
   Object(const Object&) = delete;
   Object& operator=(const Object&) = delete;
 
+  /// Goes before the value of each member.
   void key(std::string_view key);
 
  private:
@@ -120,11 +132,13 @@ class CORVANE_API JSONWriter::Object {
 /// Writes an array, element by element, and closes it when it goes out of scope; `element()` goes before each.
 class CORVANE_API JSONWriter::Array {
  public:
+  /// Begins the array.
   explicit Array(JSONWriter& writer);
   ~Array();
   Array(const Array&) = delete;
   Array& operator=(const Array&) = delete;
 
+  /// Goes before the value of each element.
   void element();
 
  private:

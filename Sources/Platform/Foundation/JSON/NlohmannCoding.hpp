@@ -22,6 +22,7 @@ namespace platform {
 /// numbers that JSON does not have as null.
 template <class T>
 struct NlohmannCoding {
+  /// Reads the value that comes next by way of a document of that library.
   static T decode(JSONReader& reader)
     requires requires(const nlohmann::json& json) {
       { json.template get<T>() } -> std::same_as<T>;
@@ -34,6 +35,7 @@ struct NlohmannCoding {
       reader.fail(error.what());
     }
   }
+  /// Writes the value by way of a document of that library.
   static void encode(const T& value, JSONWriter& writer)
     requires std::constructible_from<nlohmann::json, const T&>
   {
