@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Shows the check of the reference symbols with and without words, as Doxygen writes them down."""
 
+import html
 import pathlib
 import sys
 import unittest
@@ -14,8 +15,8 @@ BASE = "base"
 
 
 def member(name, words="", kind="function", arguments="()", parameters=(), values=""):
-    types = "".join(f"<param><type>{parameter}</type></param>" for parameter in parameters)
-    return (f'<memberdef kind="{kind}" prot="public"><name>{name}</name><argsstring>{arguments}</argsstring>{types}'
+    types = "".join(f"<param><type>{html.escape(parameter)}</type></param>" for parameter in parameters)
+    return (f'<memberdef kind="{kind}" prot="public"><name>{name}</name><argsstring>{html.escape(arguments)}</argsstring>{types}'
             f'{values}<briefdescription>{words}</briefdescription><location file="Corvane/A.hpp" line="1"/></memberdef>')
 
 
