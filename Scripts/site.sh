@@ -5,10 +5,10 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 Scripts/reference.sh
-rm -rf build/site build/site-pages
+rm -rf build/site build/site-pages build/site-pages.yml
 Scripts/site_pages.py build/site-pages
 cp -r build/reference/html build/site-pages/reference
 # Debian's program, whatever other Python stands first in PATH.
-/usr/bin/mkdocs --quiet build --strict
+/usr/bin/mkdocs --quiet build --strict --config-file build/site-pages.yml
 Scripts/check_site.py build/site
 echo "site: open build/site/index.html"

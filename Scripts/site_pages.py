@@ -5,7 +5,8 @@
 
 A link that leads out of Docs/ would be dead on the site. So the files of the root that are prose become pages, a
 source that is linked becomes a page that shows it, and a linked folder becomes a page that shows all that is in it.
-Fails when a page of Docs/ is missing in the navigation, in mkdocs.yml.
+Fails when a page of Docs/ is missing in the navigation, in mkdocs.yml. What the navigation names beyond the pages that
+are there is left out of the settings that mkdocs is given, FOLDER.yml.
 """
 
 import os
@@ -87,6 +88,18 @@ def pages_without_a_way_to_them():
                                                                          re.MULTILINE)]
 
 
+def settings_for(target):
+    """Those of mkdocs.yml, for these pages and a site beside them."""
+    lines = []
+    for line in (ROOT / "mkdocs.yml").read_text(encoding="utf-8").splitlines():
+        page = re.match(r"^ +- .*: (\S+\.md)$", line)
+        if page and not (target / page[1]).exists():
+            print(f"site: {page[1]} is in the navigation, but not there")
+            continue
+        lines.append(re.sub(r"^(docs_dir|site_dir): build/", r"\1: ", line))
+    return "\n".join(lines) + "\n"
+
+
 def main():
     missing = pages_without_a_way_to_them()
     if missing:
@@ -102,6 +115,7 @@ def main():
     for name in BESIDE_DOCS:
         site.page_for(ROOT / name)
     site.page_for(ROOT / "Examples")
+    site.target.with_suffix(".yml").write_text(settings_for(site.target), encoding="utf-8")
 
 
 if __name__ == "__main__":
