@@ -87,13 +87,15 @@ class Bars:
 
 
 def exchanges(rows):
-    bars = Bars("Exchanges: Corvane beside libcurl (OpenSSL for new connections)", "Corvane / the other; 1 is a tie",
+    bars = Bars("Corvane beside libcurl", "Corvane / libcurl (OpenSSL for new connections)",
                 ["rate, more is better", "CPU time, less is better"], mark=1)
     for row in rows:
         if row.name.startswith("Corvane") and row.rate is not None and "file" not in row.title:
             form = " get()" if "get()" in row.name else ""
-            title = re.sub(r"^Small GETs(, | )", "", row.title)
-            bars.add(f"{title[:58]}{form}, {row.server.split()[0]}", (row.rate, row.cpu))
+            title = re.sub(r"^Small GETs(, | )|, kept in memory$|, with the system.*$", "", row.title)
+            title = re.sub(r"client and server on (one core|a core each)", r"on \1", title)
+            title = title.replace("2,000 GETs at a server that answers after 100 ms,", "answered after 100 ms,")
+            bars.add(f"{title}{form}, {row.server.split()[0]}", (row.rate, row.cpu))
     return bars
 
 
