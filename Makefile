@@ -52,7 +52,7 @@ install-test:    ## installs the library and builds a consumer in every way
 	@Scripts/test_install.sh
 
 debian:          ## makes the Debian packages, in build/packages
-	@Scripts/setup.sh build checks
+	@Scripts/setup.sh build
 	@Scripts/package_debian.sh
 
 integration:     ## tries the library against nginx, httpbin, nghttpd, PHP and parsers of Python

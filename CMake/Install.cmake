@@ -5,6 +5,7 @@
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME development)
 set(package_folder "${CMAKE_INSTALL_LIBDIR}/cmake/Corvane")
 set(header_folder "${CMAKE_INSTALL_INCLUDEDIR}/corvane")
 
@@ -62,19 +63,16 @@ set(pkgconfig_folder "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 file(RELATIVE_PATH CORVANE_PC_PREFIX "/prefix/${pkgconfig_folder}" "/prefix")
 string(REGEX REPLACE "/$" "" CORVANE_PC_PREFIX "${CORVANE_PC_PREFIX}")
 # A static library leaves its own dependencies to whoever links it. They go to Requires, because with
-# --static pkg-config would also ask for all that libcurl was built with, whose files need not be installed.
-set(dependencies "libcurl >= 7.88, libssl >= 3.0, libcrypto >= 3.0, zlib, spdlog")
-set(image_dependencies "libpng >= 1.6, libjpeg, zlib")
+# --static pkg-config would also ask for all that libcurl was built with, whose files need not be installed. A shared
+# one names none: even as Requires.private, pkg-config would ask for their development files.
 if(BUILD_SHARED_LIBS)
-  set(CORVANE_PC_REQUIRES "Requires.private: ${dependencies}")
-  set(CORVANE_PC_IMAGE_REQUIRES "Requires: corvane = ${PROJECT_VERSION}\nRequires.private: ${image_dependencies}")
+  set(CORVANE_PC_REQUIRES "")
+  set(CORVANE_PC_IMAGE_REQUIRES "Requires: corvane = ${PROJECT_VERSION}")
   set(CORVANE_PC_LIBS "-lcorvane")
-  set(CORVANE_PC_LIBS_PRIVATE "Libs.private: -pthread")
 else()
-  set(CORVANE_PC_REQUIRES "Requires: ${dependencies}")
-  set(CORVANE_PC_IMAGE_REQUIRES "Requires: corvane = ${PROJECT_VERSION}, ${image_dependencies}")
+  set(CORVANE_PC_REQUIRES "Requires: libcurl >= 7.88, libssl >= 3.0, libcrypto >= 3.0, zlib, spdlog")
+  set(CORVANE_PC_IMAGE_REQUIRES "Requires: corvane = ${PROJECT_VERSION}, libpng >= 1.6, libjpeg, zlib")
   set(CORVANE_PC_LIBS "-lcorvane -pthread")
-  set(CORVANE_PC_LIBS_PRIVATE "")
 endif()
 configure_file("${PROJECT_SOURCE_DIR}/CMake/corvane.pc.in" "${PROJECT_BINARY_DIR}/corvane.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/corvane.pc" DESTINATION "${pkgconfig_folder}" COMPONENT development)

@@ -30,7 +30,13 @@ CLASSES = {KIND.CLASS_DECL, KIND.STRUCT_DECL, KIND.UNION_DECL, KIND.CLASS_TEMPLA
            KIND.CLASS_TEMPLATE_PARTIAL_SPECIALIZATION}
 FUNCTIONS = {KIND.CXX_METHOD, KIND.CONSTRUCTOR, KIND.DESTRUCTOR, KIND.CONVERSION_FUNCTION, KIND.FUNCTION_TEMPLATE}
 BODIES = {KIND.COMPOUND_STMT, KIND.CXX_TRY_STMT}
+# Headers only, for libraries that need not be there; with the package that pkg-config knows the library by.
+ADAPTERS = {"CorvaneAsio": None, "CorvaneGLib": "glib-2.0", "CorvaneQt": "Qt6Core"}
 TOO_MANY_ERRORS = 20
+
+
+class LibraryMissing(Exception):
+    pass
 
 
 class Header:
@@ -95,10 +101,9 @@ def body_of(cursor):
 class Dump:
     """Collects the lines of each header."""
 
-    def __init__(self, sources, unit, headers):
+    def __init__(self, unit, headers):
         self.headers = {str(path): Header(unit, path) for path in headers}
         self.lines = {str(path): [] for path in headers}
-        self.sources = sources
         for cursor in unit.cursor.get_children():
             self.visit(cursor, "")
 
@@ -228,29 +233,54 @@ def public_headers(sources):
     return sorted(path for path in sources.rglob("*.hpp") if "Internal" not in path.relative_to(sources).parts)
 
 
-def parse(sources, headers):
+def flags_of(package):
+    if not package:
+        return []
+    answer = subprocess.run(["pkg-config", "--cflags", package], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
+    return answer.stdout.split()
+
+
+def parse(sources, headers, *flags):
     text = "".join(f'#include "{header}"\n' for header in headers)
-    arguments = ["-x", "c++", "-std=c++20", f"-I{sources}", "-ferror-limit=0"]
+    arguments = ["-x", "c++", "-std=c++20", f"-I{sources}", "-ferror-limit=0", *flags]
     unit = cindex.Index.create().parse("public.cpp", args=arguments, unsaved_files=[("public.cpp", text)],
                                        options=cindex.TranslationUnit.PARSE_DETAILED_PROCESSING_RECORD)
     errors = [str(problem) for problem in unit.diagnostics if problem.severity >= cindex.Diagnostic.Error]
+    missing = next((error for error in errors if "file not found" in error), None)
+    if missing:
+        raise LibraryMissing(missing)
     if errors:
         sys.exit("\n".join(errors[:TOO_MANY_ERRORS] + ["check_api: the public headers do not compile with Clang"]))
     return unit
 
 
+def text_of(sources, headers, unit):
+    """The sections of some headers."""
+    lines = Dump(unit, headers).lines
+    sections = (f"# {path.relative_to(sources)}\n" + "".join(line + "\n" for line in lines[str(path)]) for path in headers)
+    return "\n".join(sections)
+
+
 def dump(sources):
-    """The text of each file of the dump, by its name."""
-    headers = public_headers(sources)
-    if not headers:
+    """The text of each file of the dump by its name; None for an adapter whose library is not there."""
+    folders = {}
+    for path in public_headers(sources):
+        folders.setdefault(path.relative_to(sources).parts[0], []).append(path)
+    library = {folder: headers for folder, headers in folders.items() if folder not in ADAPTERS}
+    if not library:
         sys.exit(f"check_api: there are no public headers in {sources}")
-    lines = Dump(sources, parse(sources, headers), headers).lines
-    texts = {}
-    for path in headers:
-        relative = path.relative_to(sources)
-        section = "".join(line + "\n" for line in lines[str(path)])
-        name = f"{relative.parts[0]}.txt"
-        texts[name] = texts.get(name, "") + f"# {relative}\n{section}\n"
+    try:
+        unit = parse(sources, [path for headers in library.values() for path in headers])
+    except LibraryMissing as missing:
+        sys.exit(f"check_api: {missing}; Scripts/setup.sh build checks installs what is needed")
+    texts = {f"{folder}.txt": text_of(sources, headers, unit) for folder, headers in library.items()}
+    for folder in folders.keys() - library.keys():
+        try:
+            unit = parse(sources, folders[folder], *flags_of(ADAPTERS[folder]))
+            texts[f"{folder}.txt"] = text_of(sources, folders[folder], unit)
+        except LibraryMissing as missing:
+            print(f"check_api: {folder} is not checked: {missing}", file=sys.stderr)
+            texts[f"{folder}.txt"] = None
     return texts
 
 
@@ -268,7 +298,7 @@ def exported_symbols(library):
 def compare(folder, texts, stale):
     """Prints the differences between the dump that is kept and the texts; tells whether there are none."""
     same = True
-    for name in sorted(texts.keys() | stale):
+    for name in sorted(name for name in texts.keys() | stale if texts.get(name, "") is not None):
         kept = (folder / name).read_text() if (folder / name).is_file() else ""
         difference = list(difflib.unified_diff(kept.splitlines(), texts.get(name, "").splitlines(),
                                                f"{name}, as it is kept", f"{name}, as it is now", lineterm="", n=1))
@@ -298,7 +328,8 @@ def main():
         for name in stale:
             (arguments.dump / name).unlink()
         for name, text in texts.items():
-            (arguments.dump / name).write_text(text)
+            if text is not None:
+                (arguments.dump / name).write_text(text)
     elif not compare(arguments.dump, texts, stale):
         again = " ".join(["--update"] + (["--symbols", *arguments.symbols] if arguments.symbols else []))
         sys.exit("\ncheck_api: the public interface has changed. If that is meant, tell users about it in CHANGELOG.md, run\n"

@@ -28,10 +28,14 @@ check_packages() {
     <(cd "$work/tree/usr/include/corvane" && find . -type f | sort) || fail "the packages' headers are not the public ones"
 }
 
-# What dpkg keeps for itself, and caches that are made anew.
-files_of_root() {
-  find "$work/root" -xdev \( -path "$work/root/var/lib/dpkg" -o -path "$work/root/var/log" -o -path "$work/root/tmp" -o \
-    -path "$work/root/var/cache/ldconfig" -o -path "$work/root$work" \) -prune -o -printf '%P %y %m %l\n' | sort
+# What differs from the machine, but for what dpkg keeps for itself and caches that are made anew: files that are new,
+# changed or gone, and folders that are new.
+differences() {
+  (cd "$work/upper" &&
+    find . \( -path ./var/lib/dpkg -o -path ./var/log -o -path ./var/cache -o -path ./tmp -o -path ./etc/ld.so.cache \) -prune \
+      -o -type d -print -o -print) | while read -r path; do
+    [ -d "$work/upper/$path" ] && [ -d "/$path" ] || echo "${path#.}"
+  done
 }
 
 inside() { chroot "$work/root" "$@"; }
@@ -66,13 +70,17 @@ in_own_root() {
   mkdir "$work"/{upper,overlay,root}
   mount -t overlay overlay -o "lowerdir=/,upperdir=$work/upper,workdir=$work/overlay" "$work/root"
   for folder in proc dev; do mount --rbind "/$folder" "$work/root/$folder"; done
-  files_of_root >"$work/before"
+
+  # A machine that has no development files of what the library is made with.
+  inside dpkg --purge --force-depends libcurl4-openssl-dev libspdlog-dev libfmt-dev libpng-dev libjpeg62-turbo-dev >/dev/null
+  differences >"$work/before"
 
   say "the packages install"
   mkdir "$work/root/debs"
   cp "$packages"/*.deb "$work/root/debs"
   inside sh -c 'dpkg --install /debs/*.deb'
   rm -r "$work/root/debs"
+  grep -q "/include/corvane/Corvane/Corvane.hpp$" <<<"$(differences)" || fail "differences from the machine are not seen"
 
   build_applications
   start_server chroot "$work/root" corvane_testserver
@@ -87,8 +95,9 @@ in_own_root() {
   say "the packages leave nothing behind"
   rm -r "$work/root/trial"
   inside dpkg --purge $(names "$packages"/libcorvane[0-9]*.deb)
-  files_of_root >"$work/after"
-  diff "$work/before" "$work/after" || fail "these files are left, or gone"
+  differences >"$work/after"
+  diff "$work/before" "$work/after" || fail "these are left, or gone"
+  if inside ldconfig --print-cache | grep corvane; then fail "the linker still knows these"; fi
   if inside dpkg-query --show --showformat '${Package} ${Status}\n' '*corvane*' 2>/dev/null; then fail "dpkg still knows them"; fi
   say "done"
 }

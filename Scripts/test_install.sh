@@ -9,7 +9,6 @@ cd "$(dirname "$0")/.."
 
 root=$PWD
 work=$root/build/install-test
-rm -rf "$work"
 mkdir -p "$work"
 application=$root/Tests/Consumer
 . Scripts/install_routes.sh
@@ -74,11 +73,14 @@ with_pkg_config() {
   say "pkg-config and make, $kind"
   local flags
   export PKG_CONFIG_PATH="$work/$kind/prefix/lib/pkgconfig" LD_LIBRARY_PATH="$work/$kind/prefix/lib"
+  # Who uses the shared library needs no development files of what it is made with.
+  if [ "$kind" = shared ]; then export PKG_CONFIG_LIBDIR=$PKG_CONFIG_PATH; fi
   make -C "$work/$kind/copy" --no-print-directory
   run_client "$work/$kind/copy/client"
   flags=$(pkg-config --cflags --libs corvane-image)
   g++ -std=c++20 "$application/ImageConsumer.cpp" -o "$work/$kind/plain-image" $flags
   run_image "$work/$kind/plain-image"
+  unset PKG_CONFIG_LIBDIR
   flags=$(pkg-config --cflags --libs corvane-testing)
   g++ -std=c++20 "$application/TestingConsumer.cpp" -o "$work/$kind/plain-testing" $flags
   run_testing "$work/$kind/plain-testing"
@@ -134,7 +136,7 @@ with_fetch_content() {
   mkdir -p "$work/fetched/repository"
   make_repository "$work/fetched/repository"
   # Without optimisation, and with precompiled headers: these objects are nobody else's.
-  cmake -S Examples/Packages/Fetched -B "$work/fetched/build" -DCORVANE_REPOSITORY="file://$work/fetched/repository" \
+  env --unset CXXFLAGS cmake -S Examples/Packages/Fetched -B "$work/fetched/build" -DCORVANE_REPOSITORY="file://$work/fetched/repository" \
     -DCORVANE_PRECOMPILED_HEADERS=ON >/dev/null
   cmake --build "$work/fetched/build"
   cmake --build "$work/fetched/build" --target corvane_testserver
@@ -156,6 +158,7 @@ installed() {
 
 [ $# -gt 0 ] || set -- static shared embedded fetched
 for way in "$@"; do
+  rm -rf "${work:?}/$way"
   case "$way" in
     static) installed static OFF ;;
     shared)

@@ -173,6 +173,23 @@ class CheckAPITest(unittest.TestCase):
         self.assertIn("corvane::Cup<T>::Lid: void lift()", lines)
         self.assertEqual(sum("fill" in line for line in lines), 1)
 
+    def test_leaves_out_an_adapter_whose_library_is_not_there(self):
+        header = "namespace corvane { int adapted(); }\n"
+        with tempfile.TemporaryDirectory() as folder:
+            sources = pathlib.Path(folder)
+            for path, text in {"Corvane/A.hpp": "", "CorvaneAsio/B.hpp": header,
+                               "CorvaneQt/C.hpp": "#include <absent_library.hpp>\n"}.items():
+                (sources / path).parent.mkdir()
+                (sources / path).write_text(text)
+
+            with contextlib.redirect_stderr(io.StringIO()) as told:
+                texts = check_api.dump(sources)
+
+            self.assertIn("corvane: int adapted()", texts["CorvaneAsio.txt"])
+            self.assertIsNone(texts["CorvaneQt.txt"])
+            self.assertIn("CorvaneQt is not checked", told.getvalue())
+            self.assertTrue(check_api.compare(sources, {"CorvaneQt.txt": None}, set()))
+
     def test_refuses_headers_that_do_not_compile(self):
         with self.assertRaisesRegex(SystemExit, "unknown type name 'Gone'"):
             self.dump("namespace corvane { Gone gone(); }\n")
