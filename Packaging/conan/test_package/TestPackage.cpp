@@ -1,0 +1,19 @@
+#include <Corvane/Corvane.hpp>
+#include <CorvaneTesting/CorvaneTesting.hpp>
+#include <cstdio>
+
+struct User {
+  std::int64_t id;
+  std::string name;
+};
+
+// Sends a typed request to a server of its own, and prints a field of the answer.
+int main() try {
+  corvane::testing::TestServer server;
+  server.enqueue(corvane::testing::Answer(200).json(R"({"id": 7, "name": "Ada Lovelace"})"));
+  const User user = corvane::JSONGetRequest<User>(server.url("/users/7")).send().get().body;
+  std::printf("user %d is %s\n", static_cast<int>(user.id), user.name.c_str());
+} catch (const corvane::Error& error) {
+  std::fprintf(stderr, "%s\n", error.message().c_str());
+  return 1;
+}

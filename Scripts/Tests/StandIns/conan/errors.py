@@ -1,0 +1,6 @@
+class ConanException(Exception):
+    pass
+
+
+class ConanInvalidConfiguration(ConanException):
+    pass
