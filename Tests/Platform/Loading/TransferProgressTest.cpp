@@ -151,7 +151,8 @@ TEST_F(TransferProgressTest, isToldOnceInEachIntervalAndAtTheEnd) {
   EXPECT_FALSE(download.resume().wait().error);
 
   const auto took = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - begin).count();
-  EXPECT_LE(log.calls().size(), static_cast<std::size_t>(took / 50) + 2);
+  // The first, one in each interval, and the end; and the loop looks at the clock once in a turn, which may be long.
+  EXPECT_LE(log.calls().size(), static_cast<std::size_t>(took / 50) + 3);
   EXPECT_EQ(log.last().completed, 64 << 20);
   expectInOrder(log.calls());
 }
