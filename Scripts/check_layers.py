@@ -46,7 +46,7 @@ THIRD_PARTIES = [
     ("libpng", r"png(conf)?\.h$", [r"Platform/Imaging/Internal/"]),
     ("libjpeg", r"j(peglib|error|morecfg|config)\.h$", [r"Platform/Imaging/Internal/"]),
     ("spdlog", r"(spdlog|fmt)/", [r"Vantorel/.*\.cpp$"]),
-    ("Boost", r"boost/", [r".*\.cpp$"]),
+    ("Boost", r"boost/", [r".*\.cpp$", r".*/Internal/.*"]),
     ("nlohmann", r"nlohmann/", [r".*\.cpp$"]),
     ("simdjson", r"simdjson", [r".*\.cpp$", r".*/Internal/"]),
     ("GoogleTest", r"g(test|mock)/", []),

@@ -11,6 +11,7 @@
 #include "CorvaneTesting/Compression.hpp"
 #include "CorvaneTesting/Internal/Text.hpp"
 #include "CorvaneTesting/ReceivedForm.hpp"
+#include "Platform/Foundation/Internal/RealFromChars.hpp"
 
 namespace corvane::testing {
 
@@ -91,7 +92,7 @@ Answer status(const ReceivedRequest&, std::uint64_t code) {
 Answer delayed(const ReceivedRequest& request) {
   const std::string text = argument(request, "/delay/");
   double seconds = -1;
-  const auto result = std::from_chars(text.data(), text.data() + text.size(), seconds);
+  const auto result = platform::detail::from_chars(text.data(), text.data() + text.size(), seconds);
   if (result.ptr != text.data() + text.size() || !(seconds >= 0 && seconds <= 3600)) {
     return badArgument("/delay/ takes seconds, from 0 to 3600");
   }

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "Platform/Foundation/Internal/RealFromChars.hpp"
 #include "UsageError.hpp"
 
 namespace {
@@ -20,7 +21,7 @@ constexpr std::int64_t mostSeconds = 1'000'000'000;
 template <class Number>
 std::optional<Number> number(std::string_view text) {
   Number value{};
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  const auto [end, error] = platform::detail::from_chars(text.data(), text.data() + text.size(), value);
   if (text.empty() || error != std::errc() || end != text.data() + text.size()) return std::nullopt;
   return value;
 }

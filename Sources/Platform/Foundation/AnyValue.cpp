@@ -6,6 +6,7 @@
 #include <variant>
 
 #include "Platform/Foundation/Dictionary.hpp"
+#include "Platform/Foundation/Internal/RealFromChars.hpp"
 
 namespace platform {
 
@@ -47,7 +48,7 @@ double widen(float value) {
   if (!std::isfinite(value)) return value;
   const std::string text = shortest(value, std::chars_format::scientific);
   double wide = 0;
-  std::from_chars(text.data(), text.data() + text.size(), wide);
+  detail::from_chars(text.data(), text.data() + text.size(), wide);
   return wide;
 }
 

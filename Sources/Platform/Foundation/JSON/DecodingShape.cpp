@@ -99,7 +99,8 @@ bool DecodingShape::Table::fillSlots() {
   slots_.fill(0);
   for (std::size_t index = 0; index < keys_.size(); ++index) {
     const std::string padded = keys_[index].text + std::string(mostOffset + sizeof mask_, '\0');
-    const std::size_t slot = ((detail::wordAt(padded.data() + offset_) & mask_) * factor_) >> (64 - slotBits);
+    const std::uint64_t word = detail::wordAt(padded.data() + offset_) & mask_;
+    const auto slot = static_cast<std::size_t>((word * factor_) >> (64 - slotBits));
     if (areTaken[slot]) return false;
     areTaken[slot] = true;
     slots_[slot] = static_cast<std::uint8_t>(index);

@@ -101,7 +101,8 @@ class CORVANE_API DecodingShape {
     /// The member whose key stands there, in its plainest form, or none; not every such key is found. Reads up to
     /// `Data::padding` characters, whether there are so many or not. Requires: there are keys.
     std::size_t findAt(const char* cursor, const char* end) const {
-      const std::size_t index = slots_[((detail::wordAt(cursor + offset_) & mask_) * factor_) >> (64 - slotBits)];
+      const std::uint64_t slot = ((detail::wordAt(cursor + offset_) & mask_) * factor_) >> (64 - slotBits);
+      const std::size_t index = slots_[static_cast<std::size_t>(slot)];
       return keys_[index].standsAt(cursor, end) ? index : none;
     }
     /// A bit for each member whose key must not be missing.

@@ -1,11 +1,13 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cfloat>
 #include <charconv>
 #include <cstring>
 #include <limits>
 #include <system_error>
 
+#include "Platform/Foundation/Internal/RealFromChars.hpp"
 #include "Platform/Foundation/JSON/JSONReader.hpp"
 
 namespace platform {
@@ -146,6 +148,8 @@ std::string significantDigitsOf(const char* start, const char* end) {
 
 template <class Real>
 bool makeExactly(const Decimal& number, Real& value) {
+  // A processor that calculates with more digits, as that of i386, rounds twice.
+  if constexpr (FLT_EVAL_METHOD != 0) return false;
   constexpr auto& powers = Exact<Real>::powers;
   constexpr auto most = static_cast<std::int64_t>(powers.size()) - 1;
   if (!number.isComplete || number.digits > Exact<Real>::largest) return false;
@@ -161,7 +165,7 @@ bool makeExactly(const Decimal& number, Real& value) {
 template <class Real>
 bool makeReal(const char* start, const Decimal& number, Real& value) {
   if (makeExactly(number, value)) return true;
-  const auto result = std::from_chars(start, number.end, value);
+  const auto result = detail::from_chars(start, number.end, value);
   if (result.ec == std::errc()) return true;
   // Both ends of the range are reported alike.
   const std::string digits = significantDigitsOf(start, number.end);

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "Platform/Foundation/Internal/Int128.hpp"
 #include "Platform/Foundation/JSON/Internal/Timestamp.hpp"
 #include "Platform/Foundation/JSON/JSONReader.hpp"
 #include "Platform/Foundation/JSON/JSONWriter.hpp"
@@ -15,7 +16,7 @@ namespace {
 
 constexpr std::int64_t nanosecondsInSecond = 1'000'000'000;
 
-__extension__ using Wide = __int128;
+using Wide = detail::Int128;
 
 Wide floorDivide(Wide dividend, Wide divisor) { return dividend / divisor - (dividend % divisor < 0 ? 1 : 0); }
 

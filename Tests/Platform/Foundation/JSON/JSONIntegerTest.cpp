@@ -4,6 +4,7 @@
 #include <limits>
 #include <string>
 
+#include "Platform/Foundation/Internal/Int128.hpp"
 #include "Platform/Foundation/JSON/JSONTesting.hpp"
 
 namespace platform {
@@ -14,7 +15,7 @@ using platform::testing::encoded;
 using platform::testing::refusal;
 using platform::testing::refusalMessage;
 
-__extension__ using Wide = __int128;
+using Wide = detail::Int128;
 
 std::string textOf(Wide number) {
   std::string text;
@@ -45,7 +46,7 @@ TYPED_TEST(JSONIntegerTest, refusesWhatIsOneBeyond) {
   const std::string kind = std::is_signed_v<TypeParam> ? "a signed integer of " : "an unsigned integer of ";
   const std::string name = kind + std::to_string(sizeof(TypeParam) * 8) + " bits";
 
-  for (const Wide number : {this->smallest - 1, this->largest + 1}) {
+  for (const Wide& number : {this->smallest - 1, this->largest + 1}) {
     const DecodingError error = refusal<TypeParam>(textOf(number));
 
     EXPECT_EQ(error.which(), DecodingError::Case::dataCorrupted);
@@ -83,7 +84,7 @@ TYPED_TEST(JSONIntegerTest, refusesWhatIsNotWhole) {
 }
 
 TYPED_TEST(JSONIntegerTest, readsBackWhatItWrites) {
-  for (const Wide number :
+  for (const Wide& number :
        {this->smallest, this->smallest + 1, Wide(0), Wide(1), this->largest / 2, this->largest - 1, this->largest}) {
     const std::string text = encoded(static_cast<TypeParam>(number));
 

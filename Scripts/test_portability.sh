@@ -1,0 +1,60 @@
+#!/usr/bin/env bash
+# Builds the library, the tool and the unit tests where other things are given than on the machines of every day, and
+# runs the tests.
+#
+#   Scripts/test_portability.sh libcxx    Clang 19 with its own standard library
+#   Scripts/test_portability.sh 32bit     i386, in a Debian root of its own in build/i386; as root, with debootstrap
+set -euo pipefail
+cd "$(dirname "$0")/.."
+root=$PWD
+parts="dispatch foundation json security loading host support tool"
+
+targets() { printf '%s_tests ' $parts; echo corvane_tool; }
+
+run_tests() {
+  local part
+  for part in $parts; do
+    echo "-- ${part}_tests"
+    "$1/Tests/${part}_tests" --gtest_brief=1
+  done
+}
+
+with_libcxx() {
+  cmake --preset libcxx >/dev/null
+  cmake --build build/libcxx --target $(targets) -- -j "${JOBS:-$(nproc)}"
+  run_tests build/libcxx
+}
+
+make_root() {
+  [ ! -e "$1/.complete" ] || return 0
+  rm -rf "$1"
+  debootstrap --arch=i386 --variant=minbase --include=g++,cmake,ninja-build,ccache,pkg-config,python3-minimal,\
+libcurl4-openssl-dev,libssl-dev,zlib1g-dev,libspdlog-dev,libgtest-dev,libgmock-dev,libcli11-dev,libboost1.81-dev \
+    bookworm "$1" "${MIRROR:-http://deb.debian.org/debian}"
+  touch "$1/.complete"
+}
+
+with_32_bits() {
+  [ "$(id -u)" -eq 0 ] || { echo "a Debian root can be made only by root" >&2; exit 1; }
+  local place=${I386_ROOT:-$root/build/i386}
+  make_root "$place"
+  mkdir -p "$place/source" "$place/build"
+  # In a mount namespace of its own, so that nothing stays mounted, however this ends.
+  PLACE=$place SOURCE=$root TARGETS=$(targets) JOBS=${JOBS:-$(nproc)} unshare --mount bash -euo pipefail -c '
+    mount -t proc proc "$PLACE/proc"
+    mount --rbind /dev "$PLACE/dev"
+    mount --bind -o ro "$SOURCE" "$PLACE/source"
+    exec chroot "$PLACE" /usr/bin/env -i HOME=/root PATH=/usr/sbin:/usr/bin:/sbin:/bin LANG=C.UTF-8 TMPDIR=/tmp \
+      TARGETS="$TARGETS" JOBS="$JOBS" CCACHE_DIR=/build/ccache setarch i386 bash -euo pipefail -c "
+        cmake -S /source -B /build -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-O0 \
+          -DCORVANE_WARNINGS_AS_ERRORS=ON -DCORVANE_PRECOMPILED_HEADERS=ON -DCORVANE_BUILD_EXAMPLES=OFF >/dev/null
+        cmake --build /build --target \$TARGETS -- -j \$JOBS
+        /source/Scripts/test_portability.sh run /build"'
+}
+
+case "${1:-}" in
+  libcxx) with_libcxx ;;
+  32bit) with_32_bits ;;
+  run) run_tests "$2" ;;
+  *) sed -n '2,7s/^# \{0,1\}//p' "$0" >&2; exit 2 ;;
+esac

@@ -1,0 +1,57 @@
+#include "Platform/Foundation/Internal/RealFromChars.hpp"
+
+#ifndef __cpp_lib_to_chars
+
+#include <algorithm>
+#include <clocale>
+#include <cmath>
+#include <cstdlib>
+#include <string>
+
+namespace platform::detail {
+namespace {
+
+// strtod(3) and its siblings go by a locale; this one has a point before the fraction.
+locale_t plainLocale() {
+  static const locale_t locale = ::newlocale(LC_ALL_MASK, "C", nullptr);
+  return locale;
+}
+
+bool startsANumber(const std::string& text) {
+  const char first = text[text.starts_with('-') ? 1 : 0];
+  const bool isHexadecimal = text.find_first_of("xX") != std::string::npos;
+  return !isHexadecimal && ((first >= '0' && first <= '9') || first == '.');
+}
+
+template <class Real>
+std::from_chars_result read(const char* first, const char* last, Real& value,
+                            Real (*function)(const char*, char**, locale_t)) {
+  const std::string text(first, last);
+  if (!startsANumber(text)) return {first, std::errc::invalid_argument};
+  char* stop = nullptr;
+  const Real number = function(text.c_str(), &stop, plainLocale());
+  const char* const end = first + (stop - text.c_str());
+  if (end == first) return {first, std::errc::invalid_argument};
+  const bool hasDigits = text.find_first_of("123456789") < std::min(text.find_first_of("eE"), text.size());
+  if (std::isinf(number) || (number == 0 && hasDigits)) return {end, std::errc::result_out_of_range};
+  value = number;
+  return {end, {}};
+}
+
+}  // namespace
+
+std::from_chars_result from_chars(const char* first, const char* last, float& value) {
+  return read(first, last, value, ::strtof_l);
+}
+
+std::from_chars_result from_chars(const char* first, const char* last, double& value) {
+  return read(first, last, value, ::strtod_l);
+}
+
+std::from_chars_result from_chars(const char* first, const char* last, long double& value) {
+  return read(first, last, value, ::strtold_l);
+}
+
+}  // namespace platform::detail
+
+#endif
