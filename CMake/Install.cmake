@@ -50,6 +50,14 @@ if(CORVANE_BUILD_TESTING_SUPPORT)
 endif()
 if(TARGET corvane_tool)
   corvane_install_program(corvane_tool tool)
+  set(tool_folder "${PROJECT_SOURCE_DIR}/Tools/corvane")
+  install(FILES "${tool_folder}/corvane.1" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT tool)
+  install(FILES "${tool_folder}/Completions/corvane.bash" RENAME corvane
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" COMPONENT tool)
+  install(FILES "${tool_folder}/Completions/_corvane"
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions" COMPONENT tool)
+  install(FILES "${tool_folder}/Completions/corvane.fish"
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d" COMPONENT tool)
 endif()
 
 configure_package_config_file("${PROJECT_SOURCE_DIR}/CMake/CorvaneConfig.cmake.in"

@@ -284,10 +284,13 @@ TEST(AnswerReportTest, headsTheBodiesOfSeveralURLs) {
   report.add(answeredWith("no line break", "text/plain"));
   report.add(answered(404, HTTPResponseError::unacceptableStatus(HTTPStatus::notFound)));
   report.add(failed(CFNetworkErrors::timedOut()));
+  report.add(failed(CFNetworkErrors::timedOut()));
 
   EXPECT_EQ(GetCapturedStdout(), "==> http://host/p <==\nno line break\n==> http://host/p <==\nbody\n");
   EXPECT_EQ(GetCapturedStderr(),
             "corvane: http://host/p: HTTPStatus: notFound:404 is unacceptable\n"
+            "corvane: http://host/p: CFURL/NSURL error: The connection timed out.\n"
+            "Hint: --timeout SECONDS lets it take longer\n"  // once
             "corvane: http://host/p: CFURL/NSURL error: The connection timed out.\n");
 }
 

@@ -244,4 +244,11 @@ TEST(CommandLineTest, keepsTheHelpWithinATerminalsWidth) {
   }
 }
 
+TEST(CommandLineTest, namesTheOptionThatWasProbablyMeant) {
+  EXPECT_EQ(problem({"http://host/", "--heade", "X: y"}), "there is no option --heade; did you mean --header?");
+  EXPECT_EQ(problem({"http://host/", "--paralel=4"}), "there is no option --paralel=4; did you mean --parallel?");
+  EXPECT_EQ(problem({"http://host/", "--wait"}), "there is no option --wait; did you mean --wait-for-connectivity?");
+  EXPECT_EQ(problem({"http://host/", "--colour"}), "there is no option --colour");
+}
+
 }  // namespace

@@ -7,6 +7,7 @@
 
 #include "DownloadFolder.hpp"
 #include "FileOutput.hpp"
+#include "Hint.hpp"
 #include "ReadableBody.hpp"
 #include "ReportLine.hpp"
 
@@ -15,7 +16,10 @@ using namespace corvane;
 void AnswerReport::add(const FinishedExchange& exchange) {
   if (const auto* error = exchange.response.result.error()) {
     hasFailure_ = true;
-    if (!options_.reportsJSON) complain(prefix(exchange.url) + sentence(*error, exchange.response));
+    if (!options_.reportsJSON) {
+      complain(prefix(exchange.url) + sentence(*error, exchange.response));
+      hint(*error);
+    }
   }
   const auto file = saved(exchange);
   if (options_.reportsJSON) {
@@ -29,8 +33,8 @@ void AnswerReport::add(const FinishedExchange& exchange) {
 
 void AnswerReport::add(const URL& url, const FailedAttempt& attempt) {
   if (options_.reportsJSON) return;  // it tells all of them at once
-  std::fprintf(stderr, "corvane: %sattempt %d failed: %s\n", prefix(url).c_str(), attempt.number,
-               attempt.problem.c_str());
+  std::fprintf(stderr, "%s %sattempt %d failed: %s\n", problemStyle_.problem("corvane:").c_str(), prefix(url).c_str(),
+               attempt.number, attempt.problem.c_str());
 }
 
 std::string AnswerReport::prefix(const URL& url) const {
@@ -67,7 +71,7 @@ void AnswerReport::printPath(const std::string& path, const URL& url) {
 }
 
 void AnswerReport::printHeading(const URL& url) {
-  print((isInsideLine_ ? "\n==> " : "==> ") + url.absoluteString() + " <==\n");
+  print((isInsideLine_ ? "\n" : "") + outputStyle_.heading("==> " + url.absoluteString() + " <==") + "\n");
 }
 
 void AnswerReport::printBody(const FinishedExchange& exchange) {
@@ -75,7 +79,7 @@ void AnswerReport::printBody(const FinishedExchange& exchange) {
   if (options_.hasSeveralURLs() && response.isComplete()) printHeading(exchange.url);
   if (!response.isComplete() || !response.data) return;
   const bool isLaidOut = reader_ == Reader::person && !options_.printsBodiesAsTheyCame;
-  print((isLaidOut ? readableBody(response) : *response.data).view());
+  print((isLaidOut ? readableBody(response, outputStyle_) : *response.data).view());
 }
 
 void AnswerReport::print(std::string_view bytes) {
@@ -89,5 +93,11 @@ void AnswerReport::print(std::string_view bytes) {
 
 void AnswerReport::complain(const std::string& problem) {
   hasFailure_ = true;
-  std::fprintf(stderr, "corvane: %s\n", problem.c_str());
+  std::fprintf(stderr, "%s %s\n", problemStyle_.problem("corvane:").c_str(), problem.c_str());
+}
+
+void AnswerReport::hint(const Error& error) {
+  const std::string hint = hintFor(error, options_);
+  if (hint.empty() || !given_.insert(hint).second) return;
+  std::fprintf(stderr, "%s %s\n", problemStyle_.heading("Hint:").c_str(), hint.c_str());
 }

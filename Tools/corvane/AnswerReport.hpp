@@ -1,9 +1,13 @@
 #pragma once
 
+#include <unistd.h>
+
 #include <optional>
+#include <set>
 #include <string>
 
 #include "FinishedExchange.hpp"
+#include "TerminalStyle.hpp"
 #include "ToolOptions.hpp"
 
 class DownloadFolder;
@@ -35,10 +39,15 @@ class AnswerReport {
   void print(std::string_view bytes);
   std::string prefix(const corvane::URL& url) const;
   void complain(const std::string& problem);
+  void hint(const corvane::Error& error);
 
   const ToolOptions& options_;
   const Reader reader_;
   const DownloadFolder* const folder_;
+  const TerminalStyle outputStyle_{STDOUT_FILENO};
+  const TerminalStyle problemStyle_{STDERR_FILENO};
+  /// Each hint is given once.
+  std::set<std::string> given_;
   bool hasFailure_ = false;
   bool isInsideLine_ = false;
   bool canPrint_ = true;  ///< what failed once is said once

@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "NearestName.hpp"
 #include "OptionChecks.hpp"
 #include "UsageError.hpp"
 
@@ -71,9 +72,21 @@ class HelpFormatter : public CLI::Formatter {
   }
 };
 
+/// The words that CLI11 could not place; it lists them apart by a space.
+std::string unknownOption(const std::string& words, const CLI::App& app) {
+  const std::string word = words.substr(0, words.find(' '));
+  std::vector<std::string> names;
+  for (const CLI::Option* option : app.get_options()) {
+    for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+  }
+  const std::string nearest = nearestName(word.substr(0, word.find('=')), names);
+  return "there is no option " + word + (nearest.empty() ? "" : "; did you mean " + nearest + "?");
+}
+
 /// CLI11 counts what was given; a person wants to know what is wrong.
-std::string sentence(const CLI::ParseError& error) {
+std::string sentence(const CLI::ParseError& error, const CLI::App& app) {
   const std::string text = error.what();
+  if (dynamic_cast<const CLI::ExtrasError*>(&error)) return unknownOption(text.substr(text.find(": ") + 2), app);
   if (!dynamic_cast<const CLI::ArgumentMismatch*>(&error)) return text;
   const std::string option = text.substr(0, text.find(':'));
   return option + (text.find("At Most") == std::string::npos ? " needs a value" : " may be given only once");
@@ -116,6 +129,7 @@ class Parser {
   }
   /// What the user asked to be told in place of a request.
   int tell(const CLI::ParseError& request) const { return app_.exit(request); }
+  std::string sentenceAbout(const CLI::ParseError& error) const { return sentence(error, app_); }
 
  private:
   void takeWords() {
@@ -210,6 +224,6 @@ std::optional<CommandLine> parseCommandLine(int count, const char* const* argume
     if (!std::cout) throw std::runtime_error("cannot write to standard output");
     return std::nullopt;
   } catch (const CLI::ParseError& error) {
-    throw UsageError(sentence(error));
+    throw UsageError(parser.sentenceAbout(error));
   }
 }

@@ -19,13 +19,13 @@ bool isJSON(std::string mediaType) {
 
 }  // namespace
 
-Data readableBody(const ToolResponse& response) {
+Data readableBody(const ToolResponse& response, const TerminalStyle& style) {
   const auto mediaType = response.headers ? response.headers->value("Content-Type") : std::nullopt;
   if (!mediaType || !isJSON(*mediaType)) return *response.data;
   try {
     Data text = platform::prettyPrintedJSON(*response.data);
     text.append("\n");
-    return text;
+    return style.isOn() ? Data(styledJSON(text.view(), style)) : text;
   } catch (const DecodingError&) {
     return *response.data;
   }

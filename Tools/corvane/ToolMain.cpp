@@ -7,6 +7,7 @@
 #include <exception>
 #include <functional>
 #include <memory>
+#include <string>
 
 #include "AnswerReport.hpp"
 #include "CommandLine.hpp"
@@ -16,6 +17,7 @@
 #include "InterruptWatch.hpp"
 #include "PollRun.hpp"
 #include "ProgressBar.hpp"
+#include "TerminalStyle.hpp"
 #include "ToolRequest.hpp"
 #include "UsageError.hpp"
 
@@ -113,6 +115,9 @@ void occupyClosedStreams() {
   }
 }
 
+/// What every line about a problem begins with.
+std::string name() { return TerminalStyle(STDERR_FILENO).problem("corvane:"); }
+
 }  // namespace
 
 int main(int count, char** arguments) {
@@ -120,10 +125,10 @@ int main(int count, char** arguments) {
   try {
     return run(count, arguments);
   } catch (const UsageError& error) {
-    std::fprintf(stderr, "corvane: %s\nTry 'corvane --help'.\n", error.what());
+    std::fprintf(stderr, "%s %s\nTry 'corvane --help'.\n", name().c_str(), error.what());
     return wrongUsage;
   } catch (const std::exception& error) {
-    std::fprintf(stderr, "corvane: %s\n", error.what());
+    std::fprintf(stderr, "%s %s\n", name().c_str(), error.what());
     return failedExchange;
   }
 }
