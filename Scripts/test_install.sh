@@ -131,17 +131,21 @@ make_repository() {
   git -C "$1" -c user.name=test -c user.email=test@localhost commit --quiet --message="the tree as it stands"
 }
 
+# The sources are fetched by one configuration, and built by another, which finds them fetched already: its folder is as
+# deep below them as those of the other builds, so that the compiler cache has the objects.
 with_fetch_content() {
   say "FetchContent"
-  mkdir -p "$work/fetched/repository"
-  make_repository "$work/fetched/repository"
-  # Without optimisation, and with precompiled headers: these objects are nobody else's.
-  env --unset CXXFLAGS cmake -S Examples/Packages/Fetched -B "$work/fetched/build" -DCORVANE_REPOSITORY="file://$work/fetched/repository" \
-    -DCORVANE_PRECOMPILED_HEADERS=ON >/dev/null
-  cmake --build "$work/fetched/build"
-  cmake --build "$work/fetched/build" --target corvane_testserver
-  start_server "$work/fetched/build/_deps/corvane-build/bin/corvane_testserver"
-  run_client "$work/fetched/build/client"
+  local tree=$work/fetched
+  local build=$tree/fetched/corvane-src/build/install-test/fetched/build
+  local options=(-DCORVANE_REPOSITORY="file://$tree/repository" -DFETCHCONTENT_BASE_DIR="$tree/fetched" -DCMAKE_BUILD_TYPE=Release)
+  mkdir -p "$tree/repository"
+  make_repository "$tree/repository"
+  cmake -S Examples/Packages/Fetched -B "$tree/fetch" "${options[@]}" >/dev/null
+  cmake -S Examples/Packages/Fetched -B "$build" "${options[@]}" -DFETCHCONTENT_FULLY_DISCONNECTED=ON >/dev/null
+  cmake --build "$build"
+  cmake --build "$build" --target corvane_testserver
+  start_server "$tree/fetched/corvane-build/bin/corvane_testserver"
+  run_client "$build/client"
   stop_server
 }
 
