@@ -48,7 +48,7 @@ with_32_bits() {
       TARGETS="$TARGETS" JOBS="$JOBS" CCACHE_DIR=/build/ccache setarch i386 bash -euo pipefail -c "
         cmake -S /source -B /build -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-O0 \
           -DCORVANE_WARNINGS_AS_ERRORS=ON -DCORVANE_PRECOMPILED_HEADERS=ON -DCORVANE_BUILD_EXAMPLES=OFF >/dev/null
-        cmake --build /build --target \$TARGETS -- -j \$JOBS
+        cmake --build /build --target \$TARGETS -- -k 0 -j \$JOBS
         /source/Scripts/test_portability.sh run /build"'
 }
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <chrono>
 #include <ctime>
 #include <string>
 
@@ -56,10 +57,8 @@ std::string shortDate(int yearsAhead) {
 }
 
 int yearOf(const std::optional<std::int64_t>& seconds) {
-  std::tm parts{};
-  const std::time_t moment = seconds.value_or(0);
-  ::gmtime_r(&moment, &parts);
-  return parts.tm_year + 1900;
+  const std::chrono::sys_seconds moment{std::chrono::seconds(seconds.value_or(0))};
+  return static_cast<int>(std::chrono::year_month_day(std::chrono::floor<std::chrono::days>(moment)).year());
 }
 
 TEST(HTTPDateTest, takesAYearFarAheadForOneLongAgo) {
