@@ -12,11 +12,14 @@ parts="dispatch foundation json security loading host support tool"
 targets() { printf '%s_tests ' $parts; echo corvane_tool; }
 
 run_tests() {
-  local part
+  local part folder failed=0
+  folder=$(cd "$1/Tests" && pwd)
+  cd "$(mktemp -d)"  # where files may be written
   for part in $parts; do
     echo "-- ${part}_tests"
-    "$1/Tests/${part}_tests" --gtest_brief=1
+    "$folder/${part}_tests" --gtest_brief=1 || failed=1
   done
+  return $failed
 }
 
 with_libcxx() {

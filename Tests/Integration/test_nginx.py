@@ -2,7 +2,9 @@
 
 import hashlib
 import os
+import re
 import tempfile
+import unittest.mock
 
 import servers
 from tool import ToolTest, run, run_in_terminal
@@ -123,8 +125,14 @@ class Terminal(ToolTest):
 
     def test_json_is_laid_out(self):
         laid_out = b'{\n  "id": 7,\n  "tags": [\n    "a",\n    1.50\n  ],\n  "none": {}\n}\n'
-        self.assertEqual(self.see("user.json"), laid_out)
-        self.assertEqual(self.see("user.problem"), laid_out)
+        self.assertEqual(re.sub(rb"\x1b\[[0-9;]*m", b"", self.see("user.json")), laid_out)
+        with unittest.mock.patch.dict(os.environ, {"NO_COLOR": "1"}):
+            self.assertEqual(self.see("user.json"), laid_out)
+            self.assertEqual(self.see("user.problem"), laid_out)
+
+    def test_json_is_coloured(self):
+        with unittest.mock.patch.dict(os.environ, {"TERM": "xterm", "NO_COLOR": ""}):
+            self.assertIn(b'\x1b[34m"id"\x1b[0m: \x1b[35m7\x1b[0m', self.see("user.json"))
 
     def test_each_of_several_is_laid_out(self):
         self.assertEqual(self.see("user.json", "--repeat", "3").count(b'\n}\n'), 3)

@@ -96,7 +96,8 @@ std::size_t UUID::hash() const noexcept {
   // Random bytes need no mixing; folding both halves keeps identifiers of other versions apart too.
   std::uint64_t halves[2];
   std::memcpy(halves, bytes_.data(), sizeof halves);
-  return static_cast<std::size_t>(halves[0] ^ (halves[1] * 0x9E3779B97F4A7C15U));
+  const std::uint64_t mixed = halves[0] ^ (halves[1] * 0x9E3779B97F4A7C15U);
+  return static_cast<std::size_t>(mixed ^ (mixed >> 32U));  // all of it, also where a hash has 32 bits
 }
 
 }  // namespace platform

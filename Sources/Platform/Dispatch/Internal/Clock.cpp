@@ -1,5 +1,6 @@
 #include "Platform/Dispatch/Internal/Clock.hpp"
 
+#include <cmath>
 #include <mutex>
 
 #include "Platform/Dispatch/Internal/SystemClock.hpp"
@@ -41,7 +42,8 @@ std::chrono::nanoseconds Clock::nanoseconds(Seconds interval) {
   constexpr double longest = 1e9;
   if (!(interval.count() > 0)) return {};
   const double seconds = interval.count() < longest ? interval.count() : longest;
-  return std::chrono::nanoseconds(static_cast<std::int64_t>(seconds * 1e9));
+  // Rounded: a processor that calculates with more digits would cut 0.001 to a nanosecond less than a millisecond.
+  return std::chrono::nanoseconds(std::llround(seconds * 1e9));
 }
 
 }  // namespace platform::detail

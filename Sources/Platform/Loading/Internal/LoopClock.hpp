@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cmath>
 
 #include "Platform/Loading/Internal/DeadlineQueue.hpp"
 
@@ -19,7 +20,7 @@ inline LoopTime loopNow() {
 /// An interval in seconds as loop time, bounded so that adding it to a time never overflows.
 inline LoopTime loopInterval(double seconds) {
   constexpr double longest = 1e9;
-  return static_cast<LoopTime>((seconds < longest ? seconds : longest) * 1e9);
+  return std::llround((seconds < longest ? seconds : longest) * 1e9);
 }
 
 }  // namespace platform::detail

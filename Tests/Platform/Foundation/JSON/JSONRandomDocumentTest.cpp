@@ -72,7 +72,8 @@ class Maker {
 
  private:
   bool one() { return random_() % 2 == 0; }
-  std::size_t few() { return random_() % 6; }
+  std::size_t few() { return below(6); }
+  std::size_t below(std::size_t bound) { return static_cast<std::size_t>(random_() % bound); }
   Leaf leaf() { return {one(), static_cast<std::int64_t>(random_()), one() ? std::optional(text()) : std::nullopt}; }
   template <class Real>
   Real real() {
@@ -85,7 +86,7 @@ class Maker {
     static constexpr const char* parts[] = {"a",    "word ", "\"",     "\\",     "\n",
                                             "\x01", "/",     "\u00e4", "\u4e2d", "\U0001F600"};
     std::string text;
-    for (std::size_t count = random_() % 20; count > 0; --count) text.append(parts[random_() % std::size(parts)]);
+    for (std::size_t count = below(20); count > 0; --count) text.append(parts[below(std::size(parts))]);
     return text;
   }
 
