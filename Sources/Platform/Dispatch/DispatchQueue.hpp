@@ -47,7 +47,7 @@ class CORVANE_API DispatchQueue {
   /// Whether the calling thread is inside a block of this queue, at any depth.
   bool isCurrent() const;
 
-  /// The text that the queue was made with; "main" and "global" for those two.
+  /// The text that the queue was made with; "corvane.main" and "corvane.global" for those two.
   const std::string& label() const;
 
   /// Runs the block later; returns at once.
