@@ -30,7 +30,9 @@ class CORVANE_API DispatchQueue {
  public:
   /// Submits a drain: the executor must call its argument once, soon, on any thread of its choice, at once
   /// on the calling thread included. It is called from any thread, from several at a time, and without a
-  /// lock held; an exception that it throws ends the process.
+  /// lock held; an exception that it throws ends the process. An executor that has come to its end may destroy its
+  /// argument instead: what waits on the queue is then dropped without having been run, and a `sync` that waits there
+  /// throws.
   using Executor = UniqueFunction<void(Block drain)>;
 
   /// A new serial queue. The label shows in `label()` and, while its blocks run, in the thread's name.
@@ -63,7 +65,8 @@ class CORVANE_API DispatchQueue {
   ///
   /// On a serial queue the function always runs on the caller's thread, holding the queue: an idle queue
   /// costs no change of threads. The main queue and an executor's queue run it where they run all their
-  /// blocks, while the caller waits; so never call it on the very thread that has to drain them.
+  /// blocks, while the caller waits; so never call it on the very thread that has to drain them. Throws
+  /// `std::runtime_error` when an executor has ended and drops the call.
   template <class F>
   std::invoke_result_t<F&> sync(F&& function) const {
     using Result = std::invoke_result_t<F&>;
@@ -100,8 +103,8 @@ class CORVANE_API DispatchQueue {
   /// Makes the running `run` return after the block at hand; without one, the next `run` returns at once.
   void stop() const;
   /// Hands the main queue to the host's event loop: `schedule` is called, on any thread, whenever work
-  /// arrives on a queue that was empty (and now, when there is work already); the host then calls
-  /// `runOnce()` on its main thread. An empty function detaches.
+  /// arrives on a queue that was empty, or a drain ends with work left (and now, when there is work already); the
+  /// host then calls `runOnce()` on its main thread. An empty function detaches. See also `MainQueueAttachment`.
   void attachToHost(UniqueFunction<void()> schedule) const;
 
   friend bool operator==(const DispatchQueue& left, const DispatchQueue& right) { return left.core_ == right.core_; }

@@ -29,9 +29,26 @@ void ExecutorQueueCore::async(std::vector<Block>&& blocks) {
   submitDrain();
 }
 
+/// What the executor gets. When it is destroyed without having been called, nobody will come for the blocks.
+class ExecutorQueueCore::Drain {
+ public:
+  explicit Drain(std::shared_ptr<ExecutorQueueCore> queue) : queue_(std::move(queue)) {}
+  Drain(Drain&&) noexcept = default;
+  Drain& operator=(Drain&&) = delete;
+  ~Drain() {
+    if (queue_) queue_->abandon();
+  }
+  void operator()() {
+    if (const auto queue = std::exchange(queue_, nullptr)) queue->drain();
+  }
+
+ private:
+  std::shared_ptr<ExecutorQueueCore> queue_;
+};
+
 void ExecutorQueueCore::submitDrain() {
   try {
-    executor_([self = shared_from_this()] { self->drain(); });
+    executor_(Drain(shared_from_this()));
   } catch (const std::exception& error) {
     trap("The executor of the queue \"" + label() + "\" threw: " + error.what());
   }
@@ -50,6 +67,15 @@ void ExecutorQueueCore::drain() {
     submitDrain();
     if (!mustContinue()) return;
   }
+}
+
+/// Drops what is pending. What comes later is offered to the executor again.
+void ExecutorQueueCore::abandon() {
+  // Destroyed without the lock: what a block keeps alive may come back here as it goes.
+  std::vector<Block> dropped;
+  const std::lock_guard lock(mutex_);
+  dropped.swap(pending_);
+  isScheduled_ = false;
 }
 
 /// False when there is nothing to do, or another thread (or a frame further up on this one) is at it.

@@ -17,8 +17,11 @@ class ExecutorQueueCore final : public QueueCore, public std::enable_shared_from
   std::shared_ptr<QueueCore> handle() override { return shared_from_this(); }
 
  private:
+  class Drain;
+
   void submitDrain();
   void drain();
+  void abandon();
   bool beginTurn();
   bool hasMore();
   bool mustContinue();

@@ -102,11 +102,7 @@ std::size_t MainQueueCore::runOnce() {
     runNext(lock);
     ++ran;
   }
-  if (isBusy_) {
-    hostWaits_ = true;
-  } else {
-    leaveDrain(lock);
-  }
+  if (!isBusy_) leaveDrain(lock);
   return ran;
 }
 
@@ -134,10 +130,10 @@ void MainQueueCore::enterDrain(const char* function) {
   wasEverDrained_ = true;
 }
 
-/// Releases the lock.
+/// Releases the lock. What is left may have come while other blocks waited, so that the host was not told, or the
+/// host's answer to the one call that it got may have been turned away.
 void MainQueueCore::leaveDrain(Lock& lock) {
-  const bool tellsHost = !blocks_.isEmpty() && std::exchange(hostWaits_, false);
-  const auto host = tellsHost ? host_ : nullptr;
+  const auto host = blocks_.isEmpty() ? nullptr : host_;
   lock.unlock();
   if (host) (*host)();
 }

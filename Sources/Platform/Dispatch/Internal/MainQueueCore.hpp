@@ -47,8 +47,6 @@ class CORVANE_API MainQueueCore final : public QueueCore {
   // A block is running.
   bool isBusy_ = false;
   bool shallStop_ = false;
-  // A `runOnce` was turned away, which may have been the host's answer to the only call it got.
-  bool hostWaits_ = false;
   bool wasEverDrained_ = false;
   bool isExpectingDrain_ = false;
   std::size_t sleepers_ = 0;

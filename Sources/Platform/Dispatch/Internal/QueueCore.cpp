@@ -1,6 +1,9 @@
 #include "Platform/Dispatch/Internal/QueueCore.hpp"
 
 #include <exception>
+#include <stdexcept>
+#include <string>
+#include <utility>
 
 #include "Platform/Dispatch/Internal/Futex.hpp"
 #include "Platform/Dispatch/Internal/LocalQueues.hpp"
@@ -33,25 +36,57 @@ void QueueCore::trapWhenCurrent() const {
        "\" from inside one of its own blocks, which would wait for itself.");
 }
 
+namespace {
+
+/// A call for which a thread waits.
+struct AwaitedCall {
+  void* object;
+  void (*function)(void*);
+  std::exception_ptr error;
+  Event finished;
+
+  void run() {
+    try {
+      function(object);
+    } catch (...) {
+      error = std::current_exception();
+    }
+  }
+};
+
+/// The block that makes the call. It lets the thread go on when it is dropped, too.
+class AwaitedCallBlock {
+ public:
+  AwaitedCallBlock(AwaitedCall& call, const std::string& label) : call_(&call), label_(&label) {}
+  AwaitedCallBlock(AwaitedCallBlock&& other) noexcept
+      : call_(std::exchange(other.call_, nullptr)), label_(other.label_) {}
+  AwaitedCallBlock& operator=(AwaitedCallBlock&&) = delete;
+  ~AwaitedCallBlock() {
+    if (!call_) return;
+    call_->error =
+        std::make_exception_ptr(std::runtime_error("the executor of the queue \"" + *label_ + "\" has ended"));
+    call_->finished.set();
+  }
+  void operator()() {
+    auto* call = std::exchange(call_, nullptr);
+    call->run();
+    call->finished.set();
+  }
+
+ private:
+  AwaitedCall* call_;
+  const std::string* label_;
+};
+
+}  // namespace
+
 void QueueCore::enqueueAndWait(void* object, void (*call)(void*)) {
   trapWhenCurrent();
-  struct Call {
-    void* object;
-    void (*function)(void*);
-    std::exception_ptr error;
-    Event finished;
-  } pending{object, call, nullptr, {}};
-  async(Block([&pending] {
-    try {
-      pending.function(pending.object);
-    } catch (...) {
-      pending.error = std::current_exception();
-    }
-    pending.finished.set();
-  }));
+  AwaitedCall awaited{object, call, nullptr, {}};
+  async(Block(AwaitedCallBlock(awaited, label_)));
   LocalQueues::flushCurrent();
-  pending.finished.wait();
-  if (pending.error) std::rethrow_exception(pending.error);
+  awaited.finished.wait();
+  if (awaited.error) std::rethrow_exception(awaited.error);
 }
 
 }  // namespace platform::detail
