@@ -63,6 +63,18 @@ class Future {
   /// Whether there is an outcome yet.
   bool isCompleted() const { return state_->isCompleted(); }
 
+  /// Asks whoever makes the value to stop. Returns at once; any thread; only the first call counts, and none on a
+  /// completed future. The future is still completed by its maker, once, with the value if that was faster: that of a
+  /// sent request fails with `HTTPResponseError::taskCancelled`, that of a `Task` with what its coroutine makes of the
+  /// cancellation of what it awaits. A future whose maker has not said how to stop goes on. It is cancelled for all
+  /// who share it.
+  void cancel() const { state_->cancel(); }
+  /// Whether `cancel` was called before the future was completed: for makers, between two steps.
+  bool isCancelled() const { return state_->isCancelled(); }
+  /// For makers: how to stop. The block is called once, on the thread that cancels, at once when that has happened; it
+  /// is dropped when the future is completed. It must return soon and not throw.
+  void whenCancelled(platform::Block block) const { state_->whenCancelled(std::move(block)); }
+
   /// Blocks until the future is completed. The waiting thread may meanwhile drive the network loop.
   void wait() const { state_->wait(); }
   /// False when the limit passed first.
@@ -157,13 +169,15 @@ class Future<T>::Awaiter {
   template <class Handle>
   void await_suspend(Handle handle) {
     auto queue = detail::queueToResumeOn();
-    if constexpr (requires { handle.promise().resumesOn(queue); }) suspended_ = handle.promise().resumesOn(queue);
-    // The coroutine may be running elsewhere, and this awaiter be gone, before the call returns.
+    // The coroutine may be running elsewhere, and this awaiter be gone, before the last call returns.
     const auto state = future_.state_;
+    if constexpr (requires { handle.promise().suspend(queue, state); }) {
+      suspended_ = handle.promise().suspend(queue, state);
+    }
     state->whenCompleted(std::move(queue), [handle]() mutable { handle.resume(); });
   }
   T await_resume() const {
-    if (suspended_) suspended_->setCompletingQueue(std::nullopt);
+    if (suspended_) suspended_->resume();
     return future_.get();
   }
 

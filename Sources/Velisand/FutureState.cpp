@@ -27,6 +27,9 @@ struct AnyFutureState::Audience {
   std::vector<AssistedWait*> waits;
   std::vector<Callback> callbacks;
   std::optional<DispatchQueue> completingQueue;
+  std::vector<Block> cancellers;
+  // What the task is suspended for.
+  std::shared_ptr<AnyFutureState> awaited;
   std::map<std::string, std::shared_ptr<void>> members;
 
   void trapIfWaitingForItself() const {
@@ -105,14 +108,57 @@ void AnyFutureState::setCompletingQueue(std::optional<DispatchQueue> queue) {
   audience_->completingQueue = std::move(queue);
 }
 
+void AnyFutureState::cancel() {
+  std::vector<Block> cancellers;
+  std::shared_ptr<AnyFutureState> awaited;
+  {
+    const std::lock_guard lock(audience_->mutex);
+    if (isCompleted() || cancelled_.exchange(true)) return;
+    cancellers.swap(audience_->cancellers);
+    awaited = audience_->awaited;
+  }
+  for (auto& canceller : cancellers) canceller();
+  if (awaited) awaited->cancel();
+}
+
+void AnyFutureState::whenCancelled(Block block) {
+  {
+    const std::lock_guard lock(audience_->mutex);
+    if (isCompleted()) return;
+    if (!isCancelled()) {
+      audience_->cancellers.push_back(std::move(block));
+      return;
+    }
+  }
+  block();
+}
+
+void AnyFutureState::suspend(const DispatchQueue& queue, std::shared_ptr<AnyFutureState> awaited) {
+  {
+    const std::lock_guard lock(audience_->mutex);
+    audience_->completingQueue = queue;
+    audience_->awaited = awaited;
+  }
+  if (isCancelled()) awaited->cancel();
+}
+
+void AnyFutureState::resume() {
+  std::shared_ptr<AnyFutureState> awaited;
+  const std::lock_guard lock(audience_->mutex);
+  audience_->completingQueue = std::nullopt;
+  awaited.swap(audience_->awaited);
+}
+
 void AnyFutureState::publish() {
   const auto self = shared_from_this();
   std::vector<Audience::Callback> callbacks;
+  std::vector<Block> cancellers;
   {
     const std::lock_guard lock(audience_->mutex);
     completed_.store(true, std::memory_order_release);
     for (auto* wait : audience_->waits) wait->signal();
     callbacks.swap(audience_->callbacks);
+    cancellers.swap(audience_->cancellers);
   }
   for (auto& callback : callbacks)
     async(callback.queue, [self, block = std::move(callback.block)]() mutable { block(); });

@@ -31,6 +31,15 @@ class CORVANE_API AnyFutureState : public std::enable_shared_from_this<AnyFuture
   std::shared_ptr<void> keepMember(const char* name, std::shared_ptr<void> value);
   void setCompletingQueue(std::optional<platform::DispatchQueue> queue);
 
+  /// Calls what was given to `whenCancelled`, and cancels the future that the task awaits; remembers it for what comes.
+  void cancel();
+  bool isCancelled() const noexcept { return cancelled_.load(std::memory_order_acquire); }
+  /// The block is called by the first `cancel`, at once when that has been. It is dropped at completion.
+  void whenCancelled(platform::Block block);
+  /// This is the state of a task, which is suspended until the other is completed, and then resumes on the queue.
+  void suspend(const platform::DispatchQueue& queue, std::shared_ptr<AnyFutureState> awaited);
+  void resume();
+
  protected:
   /// True for one caller only, who then stores the outcome and publishes it.
   bool claim() noexcept { return !claimed_.exchange(true, std::memory_order_acq_rel); }
@@ -41,6 +50,7 @@ class CORVANE_API AnyFutureState : public std::enable_shared_from_this<AnyFuture
 
   std::atomic<bool> claimed_ = false;
   std::atomic<bool> completed_ = false;
+  std::atomic<bool> cancelled_ = false;
   const std::unique_ptr<Audience> audience_;
 };
 

@@ -11,11 +11,15 @@ void async(const std::optional<DispatchQueue>& queue, Block block) {
   (queue ? *queue : DispatchQueue::main()).async(std::move(block));
 }
 
+const DispatchQueue& queueWhereItArises() {
+  static const DispatchQueue& queue =
+      *new DispatchQueue("org.corvane.Velisand.whereItArises", [](Block drain) { drain(); });
+  return queue;
+}
+
 std::optional<DispatchQueue> currentQueue() {
   if (auto current = DispatchQueue::current()) return current;
-  static const DispatchQueue& whereItArises =
-      *new DispatchQueue("org.corvane.Velisand.whereItArises", [](Block drain) { drain(); });
-  return whereItArises;
+  return queueWhereItArises();
 }
 
 }  // namespace velisand

@@ -10,11 +10,14 @@ namespace velisand {
 /// Runs the block later on the queue; an absent queue means the main queue.
 CORVANE_API void async(const std::optional<platform::DispatchQueue>& queue, platform::Block block);
 
+/// One process-wide queue that runs its blocks where they arise: on the thread that submits them. For blocks that are
+/// short, hand something on, and throw nothing.
+CORVANE_API const platform::DispatchQueue& queueWhereItArises();
+
 /// The dispatch queue whose block the caller runs.
 ///
-/// Outside any queue it answers one process-wide queue that runs its blocks where they arise: on the thread
-/// that submits them. So a thread that belongs to no queue may block on a future whose result is delivered
-/// to `currentQueue()`, although nobody drains the main queue meanwhile.
+/// Outside any queue it answers `queueWhereItArises()`. So a thread that belongs to no queue may block on a future
+/// whose result is delivered to `currentQueue()`, although nobody drains the main queue meanwhile.
 CORVANE_API std::optional<platform::DispatchQueue> currentQueue();
 
 }  // namespace velisand

@@ -65,7 +65,7 @@ class ParallelBatch : public std::enable_shared_from_this<ParallelBatch> {
     if (wanted_.fetch_add(number) != 0) return;
     do {
       if (next_ == run_->count()) continue;
-      run_->send(next_++, [turn = Turn(shared_from_this())]() mutable { turn.end(); });
+      run_->sendInScope(next_++, [turn = Turn(shared_from_this())]() mutable { turn.end(); });
     } while (wanted_.fetch_sub(1) != 1);
   }
 
@@ -112,7 +112,7 @@ class SerialBatches {
     }
     const double timeout = wholeSeconds(run->timeoutInterval(index_));
     const std::uint64_t turn = ++turn_;
-    run->send(index_, [this, turn] {
+    run->sendInScope(index_, [this, turn] {
       queue_.async([this, turn] {
         // Too late, where the turn has passed to the next request.
         if (turn == turn_) endTurn();
@@ -144,6 +144,12 @@ class SerialBatches {
 };
 
 BatchRun::~BatchRun() = default;
+
+void BatchRun::sendInScope(std::size_t index, platform::Block whenAnswered) {
+  std::optional<SendCancellation::Scope> scope;
+  if (cancellation_) scope.emplace(*cancellation_);
+  send(index, std::move(whenAnswered));
+}
 
 void BatchRun::start(HTTPBatchMode mode) {
   if (mode.shouldParallelize()) {

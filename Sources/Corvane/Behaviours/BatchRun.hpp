@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "Corvane/Behaviours/HTTPBatchMode.hpp"
+#include "Corvane/Transport/SendCancellation.hpp"
 #include "Platform/Dispatch/DispatchQueue.hpp"
 #include "Platform/Export.hpp"
 
@@ -37,7 +38,11 @@ class CORVANE_API BatchRun : public std::enable_shared_from_this<BatchRun> {
   virtual void complete() = 0;
 
  private:
+  /// `send` in the scope in which the batch was made.
+  void sendInScope(std::size_t index, platform::Block whenAnswered);
+
   const std::optional<platform::DispatchQueue> queue_;
+  const std::optional<SendCancellation> cancellation_ = SendCancellation::current();
 
   friend class ParallelBatch;
   friend class SerialBatches;

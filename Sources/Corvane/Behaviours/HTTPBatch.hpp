@@ -90,6 +90,7 @@ auto sendBatch(std::vector<Request> requests, HTTPBatchMode mode, typename Typed
   using Responses = std::vector<typename Request::Response>;
   auto queue = velisand::currentQueue();
   const auto future = queue ? velisand::Future<Responses>::completedOn(*queue) : velisand::Future<Responses>();
+  const SendCancellation::Scope scope(cancellationOf(future));
   sendBatch(std::move(requests), std::move(queue), mode, std::move(update),
             [future](Responses responses) { future.markCompletion(std::move(responses)); });
   return future;
@@ -158,6 +159,8 @@ void send(std::initializer_list<Request> requests, std::optional<platform::Dispa
 }
 
 /// The same with a future of the list, which never fails, and is completed on the caller's queue, where there is one.
+/// `Future::cancel` cancels the requests under way and keeps the others from being sent; each has a response that says
+/// so.
 template <detail::RequestRange Requests>
 auto send(Requests&& requests, HTTPBatchMode mode,
           typename detail::TypedBatchRun<detail::RequestOf<Requests>>::Update update = {})

@@ -124,7 +124,7 @@ class HTTPRetryAttempting : public detail::RetryMark {
     sendAttemptingRetry<Request>(platform::DispatchQueue::main(), std::move(completion));
   }
   /// The same with a future, which is completed on the caller's queue, where there is one. It never fails: whatever
-  /// came of the attempts is in the result.
+  /// came of the attempts is in the result. `Future::cancel` ends the whole, whatever the policy says of `cancel()`.
   template <class Request = Self>
   velisand::Future<HTTPRetryResult<detail::ResponseOf<Request>>> sendAttemptingRetry() const;
 
@@ -158,6 +158,7 @@ auto HTTPRetryAttempting<Self>::sendAttemptingRetry() const
   using Result = HTTPRetryResult<detail::ResponseOf<Request>>;
   auto queue = velisand::currentQueue();
   const auto future = queue ? velisand::Future<Result>::completedOn(*queue) : velisand::Future<Result>();
+  const SendCancellation::Scope scope(detail::cancellationOf(future));
   sendAttemptingRetry<Request>(std::move(queue), [future](Result result) { future.markCompletion(std::move(result)); });
   return future;
 }

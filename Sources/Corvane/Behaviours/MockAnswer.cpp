@@ -5,6 +5,7 @@
 #include "Corvane/Errors/HTTPResponseError.hpp"
 #include "Corvane/Request/RequestDescription.hpp"
 #include "Corvane/Transfers/Internal/RelocatedFile.hpp"
+#include "Corvane/Transport/SendCancellation.hpp"
 #include "Corvane/Transport/TaskManager.hpp"
 #include "Platform/Foundation/FileManager.hpp"
 #include "Platform/Foundation/TemporaryFile.hpp"
@@ -24,7 +25,13 @@ namespace {
 constexpr const char* httpVersion = "1.1";
 
 /// An answer that was not given yet. Touched on the mock queue only, once it was handed over.
-struct PendingAnswer {
+struct PendingAnswer : std::enable_shared_from_this<PendingAnswer> {
+  PendingAnswer(std::shared_ptr<Exchange> mocked, MockBody kind, platform::UniqueFunction<TaskOutcome()> maker)
+      : exchange(std::move(mocked)), body(kind), makeOutcome(std::move(maker)) {}
+
+  /// Any thread.
+  void cancelSoon();
+
   std::shared_ptr<Exchange> exchange;
   MockBody body;
   platform::UniqueFunction<TaskOutcome()> makeOutcome;
@@ -65,6 +72,10 @@ void cancel(PendingAnswer& pending) {
   processTaskCompletion(exchange, {.data = {}, .url = {}, .response = nullptr, .error = cancelled});
 }
 
+void PendingAnswer::cancelSoon() {
+  mockBackgroundQueue().async([self = shared_from_this()] { cancel(*self); });
+}
+
 }  // namespace
 
 const URL& fallbackMockURL() {
@@ -99,8 +110,9 @@ void answerFromMock(std::shared_ptr<Exchange> exchange, double responseTime, Moc
     exchange->validate();
     const auto uuid = exchange->uuid();
     const auto pending = std::make_shared<PendingAnswer>(exchange, body, std::move(makeOutcome));
-    if (uuid) {
-      TaskManager::shared().insert([pending] { mockBackgroundQueue().async([pending] { cancel(*pending); }); }, *uuid);
+    if (uuid) TaskManager::shared().insert([pending] { pending->cancelSoon(); }, *uuid);
+    if (const auto cancellation = SendCancellation::current()) {
+      cancellation->reaches<&PendingAnswer::cancelSoon>(pending);
     }
     mockBackgroundQueue().asyncAfter(responseTime, [pending] { give(*pending); });
   } catch (...) {

@@ -36,6 +36,8 @@ RetryRun::~RetryRun() {
 
 void RetryRun::start() {
   listenToCancellation();
+  cancellation_ = SendCancellation::current();
+  if (cancellation_) cancellation_->reaches<&RetryRun::wasCancelled>(shared_from_this());
   attempt();
 }
 
@@ -49,9 +51,17 @@ void RetryRun::listenToCancellation() {
 
 void RetryRun::attempt() {
   limit_ = numbers().limit;
-  sendOnce();
+  {
+    std::optional<SendCancellation::Scope> scope;
+    if (cancellation_) scope.emplace(*cancellation_);
+    sendOnce();
+  }
   // Cancelled before the attempt's task was registered: it is by now.
-  if (isCancelled_) TaskManager::shared().cancelTask(*uuid_);
+  if (isCancelled_) cancelTask();
+}
+
+void RetryRun::cancelTask() const {
+  if (uuid_) TaskManager::shared().cancelTask(*uuid_);
 }
 
 void RetryRun::decide() {
@@ -88,7 +98,7 @@ void RetryRun::wasCancelled() {
     DispatchQueue::global().async([self = shared_from_this()] { self->finishCancelled(); });
   } else if (phase_ == Phase::attempt) {
     // Once more, behind the registration of an attempt that is just being started.
-    TaskManager::shared().cancelTask(*uuid_);
+    cancelTask();
   }
 }
 

@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "Corvane/Behaviours/HTTPRetryPolicy.hpp"
+#include "Corvane/Transport/SendCancellation.hpp"
 #include "Platform/Dispatch/DispatchQueue.hpp"
 #include "Platform/Export.hpp"
 #include "Platform/Foundation/UUID.hpp"
@@ -40,6 +41,8 @@ class CORVANE_API RetryRun : public std::enable_shared_from_this<RetryRun> {
   RetryRun& operator=(const RetryRun&) = delete;
 
   void start();
+  /// Ends the whole. Any thread.
+  void wasCancelled();
 
  protected:
   /// `uuid` is absent for a request that cannot be cancelled.
@@ -73,13 +76,15 @@ class CORVANE_API RetryRun : public std::enable_shared_from_this<RetryRun> {
   void listenToCancellation();
   void attempt();
   void waitThenRetry();
-  void wasCancelled();
+  void cancelTask() const;
   bool leaveWait(Phase next);
   void finish(RetryStep result);
   void finishCancelled();
 
   const HTTPRetryPolicy policy_;
   const std::optional<platform::UUID> uuid_;
+  /// That of the scope in which it was started.
+  std::optional<SendCancellation> cancellation_;
   std::shared_ptr<platform::Block> cancellationHandler_;
   std::atomic<bool> isCancelled_ = false;
   std::atomic<Phase> phase_ = Phase::attempt;

@@ -126,7 +126,8 @@ class CORVANE_API HTTPRequestable {
   void send(Completion completion) const;
   /// Sends the request. The future is completed on the caller's queue, where there is one, with the body and
   /// the facts of the response, or fails with the response's error, or with `HTTPResponseError::noContent`
-  /// when there is neither error nor body. It stays open when `shouldSend` is false.
+  /// when there is neither error nor body. It stays open when `shouldSend` is false. `Future::cancel` cancels the
+  /// request, as does cancelling a `Task` that awaits it; no `HTTPRequestCancelable` is needed for that.
   velisand::Future<HTTPResponse<ResponseBody>> send() const;
 
   // What follows is the same for every request; a member of the same name in a request type changes nothing.
@@ -198,6 +199,7 @@ void HTTPRequestable<Self, ResponseType>::send(Completion completion) const {
 template <class Self, class ResponseType>
 auto HTTPRequestable<Self, ResponseType>::send() const -> velisand::Future<HTTPResponse<ResponseBody>> {
   auto outcome = detail::SendFuture<Response>::make();
+  const SendCancellation::Scope scope(outcome.cancellation);
   self().send(std::move(outcome.queue), std::move(outcome.completion));
   return std::move(outcome.future);
 }

@@ -6,6 +6,7 @@
 #include "Corvane/Errors/HTTPResponseError.hpp"
 #include "Corvane/RequirementReading.hpp"
 #include "Corvane/Responses/HTTPResponse.hpp"
+#include "Corvane/Transport/SendCancellation.hpp"
 #include "Platform/Dispatch/UniqueFunction.hpp"
 #include "Velisand/Future.hpp"
 #include "Velisand/OptionalQueue.hpp"
@@ -39,7 +40,7 @@ void fulfill(const velisand::Future<HTTPResponse<BodyOf<Response>>>& future, Res
   }
 }
 
-/// A send in the form of a future: the future, and what to send with to complete it.
+/// A send in the form of a future: the future, and what to send with to complete it, in the scope of the cancellation.
 template <class Response>
 struct CORVANE_API SendFuture {
   /// On the caller's queue, where there is one.
@@ -48,6 +49,7 @@ struct CORVANE_API SendFuture {
   velisand::Future<HTTPResponse<BodyOf<Response>>> future;
   std::optional<platform::DispatchQueue> queue;
   platform::UniqueFunction<void(Response)> completion;
+  SendCancellation cancellation;
 };
 
 template <class Response>
@@ -55,7 +57,7 @@ SendFuture<Response> SendFuture<Response>::make() {
   using Outcome = velisand::Future<HTTPResponse<BodyOf<Response>>>;
   auto queue = velisand::currentQueue();
   const auto future = queue ? Outcome::completedOn(*queue) : Outcome();
-  return {future, std::move(queue), [future](Response response) { fulfill(future, response); }};
+  return {future, std::move(queue), [future](Response response) { fulfill(future, response); }, cancellationOf(future)};
 }
 
 }  // namespace corvane::detail

@@ -68,6 +68,7 @@ auto TransferRequestable<Self, ResponseType, road>::send() const -> TransferFutu
     handlers->end();
     complete(std::move(response));
   };
+  const SendCancellation::Scope scope(outcome.cancellation);
   self().send(std::move(outcome.queue), HTTPProgressHandler(handlers), std::move(completion));
   return future;
 }

@@ -9,6 +9,7 @@
 #include "Corvane/Transfers/Internal/ProgressRelay.hpp"
 #include "Corvane/Transfers/Internal/RelocatedFile.hpp"
 #include "Corvane/Transport/HTTPService.hpp"
+#include "Corvane/Transport/SendCancellation.hpp"
 #include "Corvane/Transport/TaskManager.hpp"
 #include "Platform/Loading/URLErrorCodes.hpp"
 #include "Platform/Loading/URLSession.hpp"
@@ -144,6 +145,7 @@ void send(std::shared_ptr<Exchange> exchange, TaskMaker makeTask) {
     exchange->validate();
     task = makeTask(exchange);
     insertTaskIntoTaskManager(*exchange, task);
+    if (const auto cancellation = SendCancellation::current()) cancellation->reaches<&URLSessionTask::cancel>(task);
   } catch (...) {
     report(std::move(exchange), Error::current());
     return;
