@@ -60,10 +60,20 @@ if(TARGET corvane_tool)
     DESTINATION "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d" COMPONENT tool)
 endif()
 
+# Headers only: the package makes their targets where they are asked for.
+set(adapter_folders ${corvane_installed_adapters})
+list(TRANSFORM adapter_folders REPLACE "^BoostAsio$" "Asio")
+list(REMOVE_DUPLICATES adapter_folders)
+foreach(folder IN LISTS adapter_folders)
+  install(DIRECTORY "${PROJECT_SOURCE_DIR}/Sources/Corvane${folder}" DESTINATION "${header_folder}" COMPONENT development
+    FILES_MATCHING PATTERN "*.hpp" PATTERN "Internal" EXCLUDE)
+endforeach()
+
 configure_package_config_file("${PROJECT_SOURCE_DIR}/CMake/CorvaneConfig.cmake.in"
   "${PROJECT_BINARY_DIR}/CorvaneConfig.cmake" INSTALL_DESTINATION "${package_folder}")
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/CorvaneConfigVersion.cmake" COMPATIBILITY SameMinorVersion)
 install(FILES "${PROJECT_BINARY_DIR}/CorvaneConfig.cmake" "${PROJECT_BINARY_DIR}/CorvaneConfigVersion.cmake"
+  "${PROJECT_SOURCE_DIR}/CMake/CorvaneAdapters.cmake"
   DESTINATION "${package_folder}" COMPONENT development)
 
 # The prefix is found from the place of the .pc file, so that an installed tree can be moved.
@@ -96,4 +106,12 @@ if(CORVANE_BUILD_TESTING_SUPPORT)
   install(FILES "${PROJECT_BINARY_DIR}/corvane-testing.pc" DESTINATION "${pkgconfig_folder}"
     COMPONENT testing)
 endif()
+foreach(adapter IN ITEMS Qt GLib)
+  string(TOLOWER "${adapter}" name)
+  if(adapter IN_LIST corvane_installed_adapters)
+    configure_file("${PROJECT_SOURCE_DIR}/CMake/corvane-${name}.pc.in" "${PROJECT_BINARY_DIR}/corvane-${name}.pc" @ONLY)
+    install(FILES "${PROJECT_BINARY_DIR}/corvane-${name}.pc" DESTINATION "${pkgconfig_folder}"
+      COMPONENT development)
+  endif()
+endforeach()
 install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT licence)

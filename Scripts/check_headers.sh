@@ -11,10 +11,10 @@ compiler=${CXX:-g++}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-libraries='gtest|gmock|curl|openssl|boost|spdlog|fmt|simdjson|nlohmann|zlib\.h|zconf\.h|png\.h|jpeglib\.h'
+libraries='asio|glib|Qt|gtest|gmock|curl|openssl|boost|spdlog|fmt|simdjson|nlohmann|zlib\.h|zconf\.h|png\.h|jpeglib\.h'
 for header in curl/curl.h openssl/{ssl,x509,evp,err,crypto,types}.h zlib.h spdlog/spdlog.h fmt/{core,format}.h \
   boost/{url,pfr,asio,config}.hpp boost/system/error_code.hpp boost/json.hpp nlohmann/json.hpp simdjson.h \
-  png.h jpeglib.h jerror.h gtest/gtest.h gmock/gmock.h; do
+  png.h jpeglib.h jerror.h gtest/gtest.h gmock/gmock.h asio.hpp glib.h; do
   mkdir -p "$work/poison/$(dirname "$header")"
   echo "#error \"a public header needs $header\"" >"$work/poison/$header"
 done
@@ -41,13 +41,24 @@ library_of_adapter() {
     */NlohmannCoding.hpp) echo nlohmann/json.hpp ;;
     */BoostCoding.hpp) echo boost/json.hpp ;;
     */ServerTest.hpp) echo gtest/gtest.h ;;
+    */Asio.hpp) echo asio/async_result.hpp ;;
+    */BoostAsio.hpp) echo boost/asio/async_result.hpp ;;
+    */Qt.hpp) echo QtCore/QObject ;;
+    */GLib.hpp) echo glib.h ;;
+  esac
+}
+# Where that library is, for those that are not found by themselves.
+flags_of_library() {
+  case "$1" in
+    Qt*) echo "-fPIC $(pkg-config --cflags Qt6Core 2>/dev/null | sed 's/-I/-isystem /g')" ;;
+    glib.h) pkg-config --cflags glib-2.0 2>/dev/null | sed 's/-I/-isystem /g' ;;
   esac
 }
 check_alone() {
   local header=$1 failed=0 read_files library
   library=$(library_of_adapter "$header")
   if [ -n "$library" ]; then
-    if $compiler $flags -x c++ -include "$header" /dev/null; then return 0; fi
+    if $compiler $flags $(flags_of_library "$library") -x c++ -include "$header" /dev/null; then return 0; fi
     echo "$header does not compile alone"
     return 1
   fi
@@ -62,20 +73,21 @@ check_alone() {
   return $failed
 }
 check() {
-  local header=$1 failed=0 library
+  local header=$1 failed=0 library own_flags
   library=$(library_of_adapter "$header")
-  if [ -n "$library" ] && ! echo "#include <$library>" | $compiler -std=c++20 -E -x c++ - >/dev/null 2>&1; then
+  own_flags=$(flags_of_library "$library")
+  if [ -n "$library" ] && ! echo "#include <$library>" | $compiler -std=c++20 $own_flags -E -x c++ - >/dev/null 2>&1; then
     echo "$header is not checked: there is no <$library>"
     return 0
   fi
   check_alone "$header" || failed=1
-  if ! $compiler $flags -include "$work/standard.hpp" -include "$work/macros.hpp" -include "$header" -x c++ /dev/null; then
+  if ! $compiler $flags $own_flags -include "$work/standard.hpp" -include "$work/macros.hpp" -include "$header" -x c++ /dev/null; then
     echo "$header does not compile where min and max are macros"
     failed=1
   fi
   return $failed
 }
-export -f library_of_adapter check_alone check
+export -f library_of_adapter flags_of_library check_alone check
 
 if [ $# -gt 0 ]; then
   printf '%s\0' "$@"

@@ -49,6 +49,20 @@ class CheckLayersTest(unittest.TestCase):
             problems = self.problems(**texts, **{f"{layer}__B_dot_cpp": '#include "CorvaneTesting/Gate.hpp"\n'})
             self.assert_only(problems, "stands below CorvaneTesting")
 
+    def test_refuses_what_stands_beside(self):
+        texts = {"CorvaneTesting__Gate_dot_hpp": "", "CorvaneQt__Qt_dot_hpp": "#include <QtCore/QObject>\n"}
+
+        self.assertEqual(self.problems(**texts), [])
+        problems = self.problems(**texts, CorvaneAsio__A_dot_hpp='#include "CorvaneTesting/Gate.hpp"\n')
+        self.assert_only(problems, "CorvaneAsio stands beside CorvaneTesting")
+
+    def test_lets_adapters_alone_meet_what_they_adapt_to(self):
+        for line in ("asio.hpp", "asio/post.hpp", "QtCore/QObject", "glib.h"):
+            problems = self.problems(CorvaneTesting__A_dot_hpp=f"#include <{line}>\n")
+            self.assert_only(problems, "a public header must not include")
+        problems = self.problems(CorvaneAsio__Asio_dot_hpp="#include <asio/post.hpp>\n#include <mutex>\n")
+        self.assertEqual(problems, [])
+
     def test_knows_where_each_library_may_be_met(self):
         for line in (
             "curl/curl.h", "openssl/ssl.h", "zlib.h", "spdlog/spdlog.h", "fmt/core.h", "png.h", "jpeglib.h", "jerror.h",

@@ -1,0 +1,30 @@
+# Corvane::Asio, Corvane::BoostAsio, Corvane::Qt and Corvane::GLib: headers only. Each is there where what it adapts to
+# is; installing them needs none of that.
+
+set(wanted "${CORVANE_BUILD_ADAPTERS}")
+set(required ON)
+if(wanted STREQUAL "AUTO")
+  set(required OFF)
+endif()
+include(CorvaneAdapters)
+if(wanted MATCHES "^(AUTO|ON|TRUE|YES|1)$")
+  set(wanted ${corvane_adapters})
+elseif(NOT wanted OR wanted STREQUAL "OFF")
+  set(wanted "")
+endif()
+
+foreach(adapter IN LISTS wanted)
+  corvane_find_adapter(${adapter} problem)
+  if(problem AND required)
+    message(FATAL_ERROR "${problem}")
+  elseif(problem)
+    message(STATUS "${problem} It is not tested.")
+  else()
+    add_library(Corvane${adapter} INTERFACE)
+    add_library(Corvane::${adapter} ALIAS Corvane${adapter})
+    target_link_libraries(Corvane${adapter} INTERFACE Corvane ${corvane_adapter_libraries})
+    target_include_directories(Corvane${adapter} SYSTEM INTERFACE ${corvane_adapter_includes})
+  endif()
+endforeach()
+# For the install rules.
+set(corvane_installed_adapters ${wanted} PARENT_SCOPE)

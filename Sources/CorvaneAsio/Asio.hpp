@@ -1,0 +1,34 @@
+#pragma once
+
+/// Corvane in programs that run on standalone Asio: completion queues on an executor (`AsioQueue`), the main queue on a
+/// context (`AsioMainLoop`), and requests with completion tokens (`async_send`).
+///
+///     #include <CorvaneAsio/Asio.hpp>
+///
+/// For Boost.Asio there is the same in `<CorvaneAsio/BoostAsio.hpp>`. A file that includes both names the one it means:
+/// `corvane::withAsio::async_send`, `corvane::withBoostAsio::async_send`.
+
+#include <asio/associated_allocator.hpp>
+#include <asio/associated_cancellation_slot.hpp>
+#include <asio/associated_executor.hpp>
+#include <asio/async_result.hpp>
+#include <asio/cancellation_type.hpp>
+#include <asio/execution.hpp>
+#include <asio/execution_context.hpp>
+#include <asio/executor_work_guard.hpp>
+#include <asio/post.hpp>
+#include <asio/system_executor.hpp>
+
+#include "Corvane/Corvane.hpp"
+#include "CorvaneAsio/ContextGate.hpp"
+#include "Platform/Dispatch/MainQueueAttachment.hpp"
+
+#define CORVANE_ASIO ::asio
+#define CORVANE_ASIO_ADAPTER withAsio
+#include "CorvaneAsio/AsioContext.hpp"
+#include "CorvaneAsio/AsioMainLoop.hpp"
+#include "CorvaneAsio/AsioQueue.hpp"
+#include "CorvaneAsio/AsyncOperation.hpp"
+#include "CorvaneAsio/AsyncSend.hpp"
+#undef CORVANE_ASIO
+#undef CORVANE_ASIO_ADAPTER

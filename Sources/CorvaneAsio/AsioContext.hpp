@@ -1,0 +1,95 @@
+// A part of Asio.hpp and BoostAsio.hpp, which say what CORVANE_ASIO is; empty by itself.
+#ifdef CORVANE_ASIO
+
+namespace corvane {
+inline namespace CORVANE_ASIO_ADAPTER {
+namespace asio_detail {
+
+/// Ends the gate of a context with the context.
+class ContextService final : public CORVANE_ASIO::execution_context::service {
+ public:
+  inline static CORVANE_ASIO::execution_context::id id;
+
+  explicit ContextService(CORVANE_ASIO::execution_context& context)
+      : CORVANE_ASIO::execution_context::service(context) {}
+
+  const std::shared_ptr<detail::ContextGate>& gate() const { return gate_; }
+
+ private:
+  void shutdown() override { gate_->end(); }
+
+  const std::shared_ptr<detail::ContextGate> gate_ = std::make_shared<detail::ContextGate>();
+};
+
+template <class Executor>
+concept IsExecutor = CORVANE_ASIO::execution::is_executor<Executor>::value;
+template <class Context>
+concept IsContext = std::derived_from<Context, CORVANE_ASIO::execution_context>;
+
+/// Of an executor that names no context, as that of `use_future`, nobody can tell when it ends: it must outlive its
+/// use.
+template <class Executor>
+std::shared_ptr<detail::ContextGate> gateOf(const Executor& executor) {
+  using Context = CORVANE_ASIO::execution::context_t;
+  if constexpr (CORVANE_ASIO::can_query_v<const Executor&, Context>) {
+    CORVANE_ASIO::execution_context& context = CORVANE_ASIO::query(executor, Context());
+    return CORVANE_ASIO::use_service<ContextService>(context).gate();
+  } else {
+    static const auto& gate = *new auto(std::make_shared<detail::ContextGate>());
+    return gate;
+  }
+}
+
+/// Something of a context, which goes with the context or with this, whichever ends first.
+template <class Held>
+class Residence {
+ public:
+  Residence(std::shared_ptr<detail::ContextGate> gate, Held held)
+      : gate_(std::move(gate)), resident_(std::make_shared<Resident>(std::move(held))) {
+    if (!gate_->admit(resident_)) resident_->held.reset();
+  }
+  Residence(Residence&&) noexcept = default;
+  Residence& operator=(Residence&&) = delete;
+  ~Residence() {
+    if (resident_) gate_->takeOut(*resident_, [this] { resident_->held.reset(); });
+  }
+
+  /// Calls the function with it; false when the context is gone.
+  template <class Function>
+  bool use(Function function) const {
+    return gate_->use(*resident_, [&] { function(*resident_->held); });
+  }
+
+ private:
+  struct Resident final : detail::ContextGate::Resident {
+    explicit Resident(Held value) : held(std::in_place, std::move(value)) {}
+    void evict() override { held.reset(); }
+
+    std::optional<Held> held;
+  };
+
+  std::shared_ptr<detail::ContextGate> gate_;
+  std::shared_ptr<Resident> resident_;
+};
+
+/// Submits blocks to an executor, and is work for it while it lives. What comes once the context is gone is dropped.
+template <class Executor>
+class Submission {
+ public:
+  explicit Submission(const Executor& executor) : work_(gateOf(executor), Work(executor)) {}
+
+  void operator()(platform::Block block) const {
+    work_.use([&](const Work& work) { CORVANE_ASIO::post(work.get_executor(), std::move(block)); });
+  }
+
+ private:
+  using Work = CORVANE_ASIO::executor_work_guard<Executor>;
+
+  Residence<Work> work_;
+};
+
+}  // namespace asio_detail
+}  // namespace CORVANE_ASIO_ADAPTER
+}  // namespace corvane
+
+#endif

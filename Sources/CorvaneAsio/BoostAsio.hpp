@@ -1,0 +1,34 @@
+#pragma once
+
+/// Corvane in programs that run on Boost.Asio: completion queues on an executor (`AsioQueue`), the main queue on a
+/// context (`AsioMainLoop`), and requests with completion tokens (`async_send`).
+///
+///     #include <CorvaneAsio/BoostAsio.hpp>
+///
+/// For standalone Asio there is the same in `<CorvaneAsio/Asio.hpp>`. A file that includes both names the one it means:
+/// `corvane::withAsio::async_send`, `corvane::withBoostAsio::async_send`.
+
+#include <boost/asio/associated_allocator.hpp>
+#include <boost/asio/associated_cancellation_slot.hpp>
+#include <boost/asio/associated_executor.hpp>
+#include <boost/asio/async_result.hpp>
+#include <boost/asio/cancellation_type.hpp>
+#include <boost/asio/execution.hpp>
+#include <boost/asio/execution_context.hpp>
+#include <boost/asio/executor_work_guard.hpp>
+#include <boost/asio/post.hpp>
+#include <boost/asio/system_executor.hpp>
+
+#include "Corvane/Corvane.hpp"
+#include "CorvaneAsio/ContextGate.hpp"
+#include "Platform/Dispatch/MainQueueAttachment.hpp"
+
+#define CORVANE_ASIO ::boost::asio
+#define CORVANE_ASIO_ADAPTER withBoostAsio
+#include "CorvaneAsio/AsioContext.hpp"
+#include "CorvaneAsio/AsioMainLoop.hpp"
+#include "CorvaneAsio/AsioQueue.hpp"
+#include "CorvaneAsio/AsyncOperation.hpp"
+#include "CorvaneAsio/AsyncSend.hpp"
+#undef CORVANE_ASIO
+#undef CORVANE_ASIO_ADAPTER

@@ -1,0 +1,116 @@
+#pragma once
+
+/// Corvane in programs that run on Qt's event loop: completion queues of an object or a thread (`QtQueue`), and the
+/// main queue on the event loop (`QtMainLoop`).
+///
+///     #include <CorvaneQt/Qt.hpp>
+
+#include "Corvane/Corvane.hpp"
+#include "Platform/Dispatch/MainQueueAttachment.hpp"
+
+// Behind the others: Qt defines common words as macros.
+#include <QtCore/QCoreApplication>
+#include <QtCore/QMetaObject>
+#include <QtCore/QObject>
+#include <QtCore/QThread>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+
+namespace corvane {
+
+namespace detail {
+
+/// Submits blocks to the event loop of an object's thread, as long as the object lives.
+class QtSubmission {
+ public:
+  explicit QtSubmission(QObject* context) : link_(std::make_shared<Link>()) {
+    link_->context = context;
+    link_->destroyed = QObject::connect(context, &QObject::destroyed, [link = link_] {
+      const std::lock_guard lock(link->mutex);
+      link->context = nullptr;
+    });
+  }
+  QtSubmission(QtSubmission&&) noexcept = default;
+  QtSubmission& operator=(QtSubmission&&) = delete;
+  ~QtSubmission() {
+    if (!link_) return;
+    const std::lock_guard lock(link_->mutex);
+    // An object whose end waits for the lock is still there to be disconnected from.
+    if (link_->context) QObject::disconnect(link_->destroyed);
+  }
+
+  void operator()(platform::Block block) const {
+    const std::lock_guard lock(link_->mutex);
+    if (link_->context) QMetaObject::invokeMethod(link_->context, std::move(block), Qt::QueuedConnection);
+  }
+
+  /// An object that lives in the thread, and as long as it runs.
+  static QObject* receiverIn(QThread& thread) {
+    auto* receiver = new QObject;
+    receiver->moveToThread(&thread);
+    QObject::connect(&thread, &QThread::finished, receiver, &QObject::deleteLater);
+    return receiver;
+  }
+
+ private:
+  struct Link {
+    std::mutex mutex;
+    QObject* context = nullptr;
+    QMetaObject::Connection destroyed;
+  };
+
+  std::shared_ptr<Link> link_;
+};
+
+}  // namespace detail
+
+/// A serial completion queue whose blocks run in the event loop of an object's thread.
+///
+///     const QtQueue queue(this);
+///     request.send(queue, [this](DataResponse response) { show(response); });
+///
+/// Any thread may submit blocks; a block never runs inside the call that submits it. As on every queue, an exception
+/// that escapes a block ends the process.
+///
+/// **When the object is destroyed**, blocks that wait are dropped without being run, as Qt's own queued calls are, and
+/// those that come later are dropped at once; a `sync` throws. So a completion on the queue of a window may use the
+/// window: it is not called once that is gone. When the event loop ends, blocks wait until there is another in that
+/// thread, or the object goes.
+class QtQueue : public platform::DispatchQueue {
+ public:
+  /// Requires: the object lives during the call, and is not moved to another thread while it is used.
+  explicit QtQueue(QObject* context, std::string label = "corvane.qt")
+      : DispatchQueue(std::move(label), detail::QtSubmission(context)) {}
+  /// The event loop of a thread, for as long as it runs. Requires: the thread has not finished. (A `QThread` given as
+  /// an object would stand for the thread that made it.)
+  explicit QtQueue(QThread& thread, std::string label = "corvane.qt")
+      : QtQueue(detail::QtSubmission::receiverIn(thread), std::move(label)) {}
+  explicit QtQueue(QThread* thread, std::string label = "corvane.qt") = delete;
+};
+
+/// Has Qt's event loop drain the library's main queue for as long as this lives: completions for which no queue was
+/// named run in the event loop of the application's thread.
+///
+///     QCoreApplication application(argc, argv);
+///     const QtMainLoop mainLoop;
+///     request.send([](DataResponse response) { …; QCoreApplication::quit(); });
+///     return application.exec();
+///
+/// A wake-up comes from any thread, and nothing is polled. The object (the application by default) may be destroyed
+/// first; then nobody drains the main queue. What waits there at the end stays for the next who drains it. One host's
+/// loop at a time has the main queue; a second one traps.
+class QtMainLoop {
+ public:
+  /// Requires: the object lives during the call; for the default, that there is an application.
+  explicit QtMainLoop(QObject* context = QCoreApplication::instance()) : attachment_(detail::QtSubmission(context)) {}
+
+  /// Ends it early. Any thread.
+  void detach() { attachment_.detach(); }
+
+ private:
+  platform::MainQueueAttachment attachment_;
+};
+
+}  // namespace corvane

@@ -1,0 +1,23 @@
+# One executable for each loop; each target is there where its loop is. Both Asios run the same tests.
+
+function(corvane_add_adapter_tests adapter folder)
+  if(NOT TARGET Corvane::${adapter})
+    return()
+  endif()
+  string(TOLOWER "${adapter}_adapter_tests" name)
+  file(GLOB sources CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/Adapters/${folder}/*.cpp")
+  add_executable(${name} ${sources})
+  target_link_libraries(${name} PRIVATE Corvane::${adapter} ${test_libraries})
+  gtest_discover_tests(${name} TEST_PREFIX "${adapter}." DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120)
+endfunction()
+
+corvane_add_adapter_tests(Asio Asio)
+corvane_add_adapter_tests(BoostAsio Asio)
+if(TARGET boostasio_adapter_tests)
+  target_compile_definitions(boostasio_adapter_tests PRIVATE CORVANE_TESTS_BOOST_ASIO)
+endif()
+# Qt and GLib are not compiled with the thread sanitizer, which then does not see how they order what threads do.
+if(NOT CORVANE_SANITIZER STREQUAL "thread")
+  corvane_add_adapter_tests(Qt Qt)
+  corvane_add_adapter_tests(GLib GLib)
+endif()

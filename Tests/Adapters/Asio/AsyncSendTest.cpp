@@ -1,0 +1,379 @@
+#include <atomic>
+#include <future>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <vector>
+
+#include "AsioFixture.hpp"
+
+namespace corvane {
+namespace {
+
+using net::awaitable;
+using net::use_awaitable;
+using AsyncSendTest = AsioTest;
+
+struct User {
+  std::int64_t id;
+  std::string login;
+};
+struct GetUser : JSONGetRequestable<GetUser, User> {
+  URL url;
+  HTTPHeaders sharedHeaders() const { return {}; }
+};
+struct Download : DownloadRequestable<Download, Data> {
+  URL url;
+  HTTPHeaders sharedHeaders() const { return {}; }
+};
+struct RetriedGet : DataGetRequestable<RetriedGet>, HTTPRetryAttempting<RetriedGet> {
+  URL url;
+  double retryInterval = 0;
+  std::int64_t retryLimit = 3;
+  std::int64_t retryDelta = 0;
+  HTTPHeaders sharedHeaders() const { return {}; }
+};
+
+TEST_F(AsyncSendTest, callsACallbackOnTheContextThatIsGivenFirst) {
+  server.enqueue(Answer(200).text("hello"));
+  std::thread::id thread;
+  std::string text;
+
+  async_send(context, get(), [&](std::exception_ptr error, HTTPResponse<Data> response) {
+    EXPECT_FALSE(error);
+    thread = std::this_thread::get_id();
+    text = response.body.text();
+  });
+  const bool wasCalledAtOnce = !text.empty();
+
+  EXPECT_TRUE(runToTheEnd());
+  EXPECT_FALSE(wasCalledAtOnce);
+  EXPECT_EQ(thread, std::this_thread::get_id());
+  EXPECT_EQ(text, "hello");
+}
+
+TEST_F(AsyncSendTest, callsACallbackOnItsAssociatedExecutor) {
+  server.enqueue(Answer(200).text("hello"));
+  const auto strand = net::make_strand(context);
+  bool isInStrand = false;
+
+  async_send(get(), net::bind_executor(strand, [&](std::exception_ptr, const HTTPResponse<Data>&) {
+               isInStrand = strand.running_in_this_thread();
+             }));
+
+  EXPECT_TRUE(runToTheEnd());
+  EXPECT_TRUE(isInStrand);
+}
+
+TEST_F(AsyncSendTest, callsACallbackWithoutAnExecutorOnTheSystemsThreads) {
+  server.enqueue(Answer(200).text("hello"));
+
+  const auto thread = testing::await<std::thread::id>([&](auto done) {
+    async_send(get(), [done](std::exception_ptr, const HTTPResponse<Data>&) { done(std::this_thread::get_id()); });
+  });
+
+  EXPECT_NE(thread, std::this_thread::get_id());
+}
+
+TEST_F(AsyncSendTest, tellsACallbackTheErrorAndTheFactsThereAre) {
+  server.enqueue(Answer(404).header("X-Reason", "gone").text("nothing here"));
+  std::string message, reason, body;
+  HTTPStatus status = HTTPStatus::unknown;
+
+  async_send(context, get(), [&](std::exception_ptr error, const HTTPResponse<Data>& response) {
+    message = messageOf(error);
+    status = response.status;
+    body = response.data->text();
+    EXPECT_TRUE(response.body.isEmpty());
+  });
+
+  EXPECT_TRUE(runToTheEnd());
+  EXPECT_EQ(message, "HTTPStatus: notFound:404 is unacceptable");
+  EXPECT_EQ(status, HTTPStatus::notFound);
+  EXPECT_EQ(body, "nothing here");
+}
+
+TEST_F(AsyncSendTest, givesAFuture) {
+  server.enqueue(Answer(200).json(R"({"id": 7, "login": "ada"})"));
+  server.enqueue(Answer(500));
+  const GetUser request{.url = server.url("/users/7")};
+
+  std::future<HTTPResponse<User>> user = async_send(request, net::use_future);
+  EXPECT_EQ(user.get().body.login, "ada");
+  std::future<HTTPResponse<User>> nobody = async_send(request, net::use_future);
+  EXPECT_THROW(nobody.get(), Error);
+}
+
+TEST_F(AsyncSendTest, isAwaited) {
+  server.enqueue(Answer(200).json(R"({"id": 7, "login": "ada"})"));
+  std::string login;
+  std::thread::id thread;
+
+  net::co_spawn(
+      context,
+      [&]() -> awaitable<void> {
+        const GetUser request{.url = server.url("/users/7")};
+        const auto response = co_await async_send(request, use_awaitable);
+        login = response.body.login;
+        thread = std::this_thread::get_id();
+      },
+      net::detached);
+
+  EXPECT_TRUE(runToTheEnd());
+  EXPECT_EQ(login, "ada");
+  EXPECT_EQ(thread, std::this_thread::get_id());
+}
+
+TEST_F(AsyncSendTest, throwsTheErrorAtTheAwait) {
+  server.enqueue(Answer(500));
+  std::string message;
+
+  net::co_spawn(
+      context,
+      [&]() -> awaitable<void> {
+        try {
+          co_await async_send(get(), use_awaitable);
+        } catch (const Error& error) {
+          message = error.message();
+        }
+      },
+      net::detached);
+
+  EXPECT_TRUE(runToTheEnd());
+  EXPECT_EQ(message, "HTTPStatus: internalServerError:500 is unacceptable");
+}
+
+TEST_F(AsyncSendTest, canBeAwaitedAsATuple) {
+  server.enqueue(Answer(500));
+  std::string message;
+
+  net::co_spawn(
+      context,
+      [&]() -> awaitable<void> {
+        const auto [error, response] = co_await async_send(get(), net::experimental::as_tuple(use_awaitable));
+        message = messageOf(error);
+      },
+      net::detached);
+
+  EXPECT_TRUE(runToTheEnd());
+  EXPECT_EQ(message, "HTTPStatus: internalServerError:500 is unacceptable");
+}
+
+TEST_F(AsyncSendTest, isDeferredUntilItIsLaunched) {
+  server.enqueue(Answer(200).text("later"));
+  std::string text;
+
+  auto operation = async_send(context, get(), net::experimental::deferred);
+  const int sentEarly = server.connectionCount();
+  std::move(operation)([&](std::exception_ptr, const HTTPResponse<Data>& response) { text = response.body.text(); });
+
+  EXPECT_TRUE(runToTheEnd());
+  EXPECT_EQ(sentEarly, 0);
+  EXPECT_EQ(text, "later");
+}
+
+TEST_F(AsyncSendTest, sendsManyAtOnce) {
+  constexpr int count = 500;
+  server.handleAll([](const auto& request) { return Answer(200).text(request.target); });
+  std::vector<std::string> texts(count);
+
+  for (int number = 0; number < count; ++number) {
+    net::co_spawn(
+        context,
+        [this, number, &texts]() -> awaitable<void> {
+          const auto target = "/" + std::to_string(number);
+          texts[static_cast<std::size_t>(number)] = (co_await async_send(get(target), use_awaitable)).body.text();
+        },
+        net::detached);
+  }
+
+  EXPECT_TRUE(runToTheEnd());
+  for (int number = 0; number < count; ++number) {
+    EXPECT_EQ(texts[static_cast<std::size_t>(number)], "/" + std::to_string(number));
+  }
+}
+
+TEST_F(AsyncSendTest, letsAnExceptionOfTheHandlerOutOfRun) {
+  server.enqueue(Answer(200));
+  async_send(context, get(), [](std::exception_ptr, const HTTPResponse<Data>&) { throw std::out_of_range("too far"); });
+
+  EXPECT_THROW(context.run(), std::out_of_range);
+
+  EXPECT_TRUE(runToTheEnd());
+}
+
+TEST_F(AsyncSendTest, failsWhenTheRequestShouldNotBeSent) {
+  std::string message;
+  Get request = get();
+  request.shouldSend = false;
+
+  async_send(context, request,
+             [&](std::exception_ptr error, const HTTPResponse<Data>&) { message = messageOf(error); });
+
+  EXPECT_TRUE(runToTheEnd());
+  EXPECT_EQ(message, cancelledMessage);
+}
+
+TEST_F(AsyncSendTest, tellsTheProgressOfADownloadOnTheSameExecutor) {
+  server.enqueue(Answer(200).generatedBody(3'000'000));
+  std::int64_t bytes = 0;
+  bool isOver = false;
+
+  async_send(
+      context, Download{.url = server.url("/file")},
+      [&, runner = std::this_thread::get_id()](const HTTPProgress& progress) {
+        EXPECT_FALSE(isOver);
+        EXPECT_EQ(std::this_thread::get_id(), runner);
+        bytes = progress.completedBytes();
+      },
+      [&](std::exception_ptr error, const HTTPResponse<Data>& response) {
+        isOver = true;
+        EXPECT_EQ(messageOf(error), "no error");
+        EXPECT_EQ(response.body.count(), 3'000'000U);
+      });
+
+  EXPECT_TRUE(runToTheEnd());
+  EXPECT_TRUE(isOver);
+  EXPECT_EQ(bytes, 3'000'000);
+}
+
+TEST_F(AsyncSendTest, sendsABatch) {
+  server.handleAll([](const auto& request) { return Answer(request.target == "/1" ? 500 : 200); });
+  std::size_t answers = 0, failures = 0;
+
+  net::co_spawn(
+      context,
+      [&]() -> awaitable<void> {
+        const std::vector<Get> requests{get("/0"), get("/1"), get("/2")};
+        for (const auto& response : co_await async_send(requests, HTTPBatchMode::parallel(), use_awaitable)) {
+          ++answers;
+          if (!response.result) ++failures;
+        }
+      },
+      net::detached);
+
+  EXPECT_TRUE(runToTheEnd());
+  EXPECT_EQ(answers, 3U);
+  EXPECT_EQ(failures, 1U);
+}
+
+TEST_F(AsyncSendTest, retries) {
+  server.enqueue(Answer(500));
+  server.enqueue(Answer(200).text("at last"));
+  std::int64_t failCount = 0;
+
+  async_send_attempting_retry(context, RetriedGet{.url = server.url("/")},
+                              [&](std::exception_ptr error, const HTTPRetryResult<DataResponse>& result) {
+                                EXPECT_EQ(messageOf(error), "no error");
+                                failCount = result.failCount();
+                                EXPECT_EQ(result.lastResponse()->data->text(), "at last");
+                              });
+
+  EXPECT_TRUE(runToTheEnd());
+  EXPECT_EQ(failCount, 1);
+}
+
+/// Counts what is allocated by its copies.
+template <class T>
+struct CountingAllocator {
+  using value_type = T;
+  struct Counts {
+    std::atomic<int> live = 0, all = 0;
+  };
+
+  explicit CountingAllocator(std::shared_ptr<Counts> shared) : counts(std::move(shared)) {}
+  template <class U>
+  CountingAllocator(const CountingAllocator<U>& other)  // NOLINT(google-explicit-constructor)
+      : counts(std::reinterpret_pointer_cast<Counts>(other.counts)) {}
+  T* allocate(std::size_t count) {
+    ++counts->live;
+    ++counts->all;
+    return std::allocator<T>().allocate(count);
+  }
+  void deallocate(T* place, std::size_t count) {
+    --counts->live;
+    std::allocator<T>().deallocate(place, count);
+  }
+  template <class U>
+  bool operator==(const CountingAllocator<U>& other) const {
+    return static_cast<const void*>(counts.get()) == static_cast<const void*>(other.counts.get());
+  }
+
+  std::shared_ptr<Counts> counts;
+};
+
+struct AllocatingHandler {
+  using allocator_type = CountingAllocator<void>;
+  allocator_type get_allocator() const noexcept { return allocator; }
+
+  void operator()(std::exception_ptr, const HTTPResponse<Data>&) const { *liveInside = allocator.counts->live; }
+
+  CountingAllocator<void> allocator;
+  int* liveInside;
+};
+
+TEST_F(AsyncSendTest, keepsTheHandlerInMemoryOfItsOwnAllocatorAndReturnsItFirst) {
+  server.enqueue(Answer(200));
+  const auto counts = std::make_shared<CountingAllocator<void>::Counts>();
+  int liveInside = -1;
+
+  async_send(context, get(), AllocatingHandler{CountingAllocator<void>(counts), &liveInside});
+
+  EXPECT_TRUE(runToTheEnd());
+  EXPECT_GE(counts->all, 1);
+  EXPECT_EQ(liveInside, 0);
+  EXPECT_EQ(counts->live, 0);
+}
+
+TEST_F(AsyncSendTest, destroysTheHandlerAndCancelsTheRequestWhenTheContextIsDestroyed) {
+  holdAnswers();
+  auto token = std::make_shared<int>(0);
+  const std::weak_ptr<int> held = token;
+  std::optional<net::io_context> ending(std::in_place);
+  async_send(*ending, get(), [token = std::move(token)](std::exception_ptr, const HTTPResponse<Data>&) {
+    FAIL() << "nobody runs the context";
+  });
+  server.takeRequest();
+
+  ending.reset();
+
+  EXPECT_TRUE(held.expired());
+  EXPECT_TRUE(server.waitUntilAllClosed());
+}
+
+TEST_F(AsyncSendTest, destroysTheHandlerWhoseAnswerIsThereWhenTheContextIsDestroyed) {
+  server.enqueue(Answer(200));
+  server.enqueue(Answer(200));
+  auto token = std::make_shared<int>(0);
+  const std::weak_ptr<int> held = token;
+  std::optional<net::io_context> ending(std::in_place);
+  async_send(*ending, get(), [token = std::move(token)](std::exception_ptr, const HTTPResponse<Data>&) {
+    FAIL() << "nobody runs the context";
+  });
+  get().send().wait();
+  server.takeRequest();
+
+  ending.reset();
+
+  EXPECT_TRUE(held.expired());
+}
+
+TEST_F(AsyncSendTest, survivesTheEndOfTheContextWhileAnswersArrive) {
+  server.handleAll([](const auto&) { return Answer(200).text("x"); });
+  for (int round = 0; round < 20; ++round) {
+    std::atomic<int> completed = 0;
+    std::optional<net::thread_pool> pool(std::in_place, 2);
+    for (int number = 0; number < 20; ++number) {
+      async_send(*pool, get(), [&](std::exception_ptr, const HTTPResponse<Data>&) {
+        ++completed;
+        completed.notify_one();
+      });
+    }
+    completed.wait(0);
+    pool->stop();
+    pool.reset();
+  }
+}
+
+}  // namespace
+}  // namespace corvane
