@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the library, static and shared, and builds and runs applications that use it in every way a user may:
-# find_package, pkg-config with make, add_subdirectory and FetchContent. The installed trees are moved first, so
+# find_package, pkg-config with make, add_subdirectory and FetchContent, and on each event loop. The installed trees are moved first, so
 # that no path of the build can have stayed in them.
 #
 #   Scripts/test_install.sh [static|shared|embedded|fetched]...      default: all four
@@ -96,6 +96,54 @@ check_plain_needs_no_image_library() {
   if grep -E 'png|jpeg|corvane_image' <<<"$needed"; then fail "these libraries should not be needed"; fi
 }
 
+# Applications on event loops: the adapters are headers, and what they adapt to is looked for where they are asked for.
+with_adapters() {
+  local kind=$1
+  say "the adapters for event loops, $kind"
+  local build=$work/$kind/adapters example output
+  cmake -S "$application/Adapters" -B "$build" -DCMAKE_PREFIX_PATH="$work/$kind/prefix" >/dev/null
+  cmake --build "$build"
+  run_adapters "$build" AsioLoop AsioCoroutine BoostAsioLoop QtLoop GLibLoop
+
+  say "a loop that is not there is missed by name, $kind"
+  if output=$(cmake -S "$application/Adapters" -B "$work/$kind/no-boost" -DCMAKE_PREFIX_PATH="$work/$kind/prefix" \
+    -DCMAKE_DISABLE_FIND_PACKAGE_Boost=ON 2>&1); then
+    fail "Boost should have been missed"
+  fi
+  grep -F "Corvane::BoostAsio needs the headers of Boost" <<<"$output" || fail "$output"
+  say "who asks for no adapter has none looked for, $kind"
+  if grep -E '^(Boost|Qt6|asio|CORVANE_ASIO|CORVANE_GLIB)' "$work/$kind/copy/build/CMakeCache.txt"; then
+    fail "these were looked for"
+  fi
+}
+
+with_adapters_by_pkg_config() {
+  local kind=$1 adapter
+  say "the adapters for Qt and GLib, by pkg-config, $kind"
+  export PKG_CONFIG_PATH="$work/$kind/prefix/lib/pkgconfig" LD_LIBRARY_PATH="$work/$kind/prefix/lib"
+  mkdir "$work/$kind/plain-adapters"
+  for adapter in Qt GLib; do
+    g++ -std=c++20 -fPIC "Examples/Adapters/${adapter}Loop.cpp" -o "$work/$kind/plain-adapters/${adapter}Loop" \
+      $(pkg-config --cflags --libs "corvane-${adapter,,}")
+  done
+  run_adapters "$work/$kind/plain-adapters" QtLoop GLibLoop
+  unset LD_LIBRARY_PATH PKG_CONFIG_PATH
+}
+
+run_adapters() {
+  local folder=$1 example
+  shift
+  for example in "$@"; do
+    case "$example" in
+      AsioLoop) expect "*queue: ada*future: ada" "$folder/$example" "$server_address/users/7" ;;
+      AsioCoroutine)
+        expect "100 bytes*was cancelled" "$folder/$example" "$server_address/bytes/100" "$server_address/delay/10" ;;
+      BoostAsioLoop) expect "100 bytes" "$folder/$example" "$server_address/bytes/100" ;;
+      *) expect "*: status 200" "$folder/$example" "$server_address/bytes/100" ;;
+    esac
+  done
+}
+
 # Who asks for a component that was not built is told so.
 check_missing_component() {
   say "a component that is not there is missed by name, $1"
@@ -155,6 +203,8 @@ installed() {
   start_server "$work/$1/prefix/bin/corvane_testserver"
   with_find_package "$1"
   with_pkg_config "$1"
+  with_adapters "$1"
+  if [ "$1" = shared ]; then with_adapters_by_pkg_config "$1"; fi
   stop_server
   check_plain_needs_no_image_library "$1"
   check_missing_component "$1"
