@@ -7,7 +7,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 root=$PWD
-parts="dispatch foundation json security loading host support tool"
+parts="dispatch foundation json security loading host corvane support tool"
 
 targets() { printf '%s_tests ' $parts; echo corvane_tool; }
 

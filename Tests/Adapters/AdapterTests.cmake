@@ -12,6 +12,10 @@ function(corvane_add_adapter_tests adapter folder)
 endfunction()
 
 corvane_add_adapter_tests(Asio Asio)
+if(TARGET asio_adapter_tests)
+  # Asio 1.22 leaves coroutines out with Clang.
+  target_compile_definitions(asio_adapter_tests PRIVATE $<$<CXX_COMPILER_ID:Clang>:ASIO_HAS_CO_AWAIT>)
+endif()
 corvane_add_adapter_tests(BoostAsio Asio)
 if(TARGET boostasio_adapter_tests)
   target_compile_definitions(boostasio_adapter_tests PRIVATE CORVANE_TESTS_BOOST_ASIO)
