@@ -1,5 +1,6 @@
 #include <poll.h>
 #include <sys/signalfd.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -26,7 +27,8 @@ constexpr char usage[] =
     "usage: corvane_testserver [--port N] [--tls-port N] [--root FILE]\n"
     "\n"
     "Serves the standard routes on 127.0.0.1, in the clear and over TLS, until it is told to end by SIGINT or\n"
-    "SIGTERM, or until its standard input closes. A port of 0, the default, lets the system choose.\n"
+    "SIGTERM, or until its standard input, where that is a pipe, closes. A port of 0, the default, lets the\n"
+    "system choose.\n"
     "\n"
     "  --port N       the port for HTTP\n"
     "  --tls-port N   the port for HTTPS\n"
@@ -91,13 +93,20 @@ detail::Descriptor endingSignals() {
   return descriptor;
 }
 
+/// Who keeps a pipe open to this process wants it for as long. A terminal is not read: that would stop a process in its
+/// background; and in a script's background the input is /dev/null, which has ended from the beginning.
+bool inputIsPipe() {
+  struct stat information {};
+  return ::fstat(STDIN_FILENO, &information) == 0 && (S_ISFIFO(information.st_mode) || S_ISSOCK(information.st_mode));
+}
+
 bool inputHasEnded() {
   char bytes[256];
   return ::read(STDIN_FILENO, bytes, sizeof bytes) <= 0;
 }
 
 void waitForTheEnd(const detail::Descriptor& signals) {
-  pollfd watched[] = {{signals.value(), POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}};
+  pollfd watched[] = {{signals.value(), POLLIN, 0}, {inputIsPipe() ? STDIN_FILENO : -1, POLLIN, 0}};
   for (;;) {
     if (::poll(watched, 2, -1) < 0 && errno != EINTR) return;
     if (watched[0].revents != 0) return;
