@@ -17,6 +17,7 @@
 #include <asio/execution_context.hpp>
 #include <asio/executor_work_guard.hpp>
 #include <asio/post.hpp>
+#include <asio/strand.hpp>
 #include <asio/system_executor.hpp>
 
 #include "Corvane/Corvane.hpp"

@@ -37,8 +37,8 @@ struct Waiting {
 
   /// The handler, once the memory is returned.
   static Handler take(Owner owner) {
+    Handler handler = std::move(owner->handler);
     Waiting* const waiting = owner.release();
-    Handler handler = std::move(waiting->handler);
     // One that was moved from may not tell its allocator any more.
     free(waiting, allocatorOf(handler));
     return handler;
@@ -84,6 +84,9 @@ class Outcome {
   virtual void complete(std::exception_ptr error, Value value) = 0;
   /// Runs the block on the handler's executor, unless the handler is gone.
   virtual void submit(platform::Block block) = 0;
+
+  /// While the send is started: an exception then leaves by `async_send`, and the handler is not called.
+  std::atomic<bool> isStarting = true;
 };
 
 /// One send under way: keeps the handler at its context until the send ends, or the context.
@@ -138,7 +141,13 @@ void begin(Handler handler, const Fallback& fallback, const Starter& starter) {
   }
   if (!gate->admit(operation)) return;
   const SendCancellation::Scope scope(operation->cancellation());
-  starter(std::shared_ptr<Outcome<Value>>(operation));
+  try {
+    starter(std::shared_ptr<Outcome<Value>>(operation));
+  } catch (...) {
+    gate->takeOut(*operation, [] {});
+    throw;
+  }
+  operation->isStarting = false;
 }
 
 /// A function object that completes an outcome by what it is called with; where it is dropped without being called, as
@@ -151,7 +160,8 @@ class Completion {
   Completion(Completion&&) noexcept = default;
   Completion& operator=(Completion&&) = delete;
   ~Completion() {
-    if (outcome_) translation_(*outcome_);
+    if (!outcome_ || (outcome_->isStarting && std::uncaught_exceptions() > exceptions_)) return;
+    translation_(*outcome_);
   }
 
   template <class Result>
@@ -162,6 +172,7 @@ class Completion {
  private:
   std::shared_ptr<Outcome<Value>> outcome_;
   [[no_unique_address]] Translation translation_;
+  int exceptions_ = std::uncaught_exceptions();
 };
 
 inline std::exception_ptr exceptionOf(const platform::Error& error) { return std::make_exception_ptr(error); }

@@ -39,11 +39,21 @@ decltype(auto) initiate(const Fallback& fallback, Token&& token, Starter starter
       Initiation<Value, Fallback, Starter>{fallback, std::move(starter)}, token);
 }
 
+/// What stands beside an error.
+template <class Body>
+Body emptyBody() {
+  if constexpr (std::same_as<Body, platform::URL>) {
+    return platform::URL("/");
+  } else {
+    return Body();
+  }
+}
 template <class Request>
 constexpr bool checkBody() {
-  static_assert(std::default_initializable<typename Request::ResponseBody>,
-                "async_send calls its handler with an empty body beside an error, so the body must have a default "
-                "constructor: make it a std::optional");
+  using Body = typename Request::ResponseBody;
+  static_assert(std::default_initializable<Body> || std::same_as<Body, platform::URL>,
+                "async_send calls its handler with an empty body beside an error, so the type of the body must have a "
+                "default constructor");
   return true;
 }
 template <class Request>
@@ -53,16 +63,17 @@ using ResponseTo = HTTPResponse<typename Request::ResponseBody>;
 template <class Request>
 struct OfResponse {
   using Response = typename Request::Response;
+  using Body = typename Request::ResponseBody;
   using Value = ResponseTo<Request>;
 
   void operator()(Outcome<Value>& outcome, Response response) const {
     auto&& result = detail::storedOrRead(&Response::result, response);
     if (const auto* error = result.error()) {
-      outcome.complete(exceptionOf(*error), Value(response, {}));
+      outcome.complete(exceptionOf(*error), Value(response, emptyBody<Body>()));
     } else if (auto* body = result.body()) {
       outcome.complete(nullptr, Value(response, std::move(*body)));
     } else {
-      outcome.complete(exceptionOf(HTTPResponseError::noContent()), Value(response, {}));
+      outcome.complete(exceptionOf(HTTPResponseError::noContent()), Value(response, emptyBody<Body>()));
     }
   }
   void operator()(Outcome<Value>& outcome) const {
@@ -85,10 +96,18 @@ struct OfResult {
   }
 };
 
+/// A serial queue on the executor of the handler, for what is told before the handler is called.
+template <class Value>
+platform::DispatchQueue queueOf(const std::shared_ptr<Outcome<Value>>& outcome) {
+  return {"corvane.asio", [outcome](platform::Block drain) { outcome->submit(std::move(drain)); }};
+}
+
 template <class Request>
 auto starterOf(Request request) {
   return [request = std::move(request)](std::shared_ptr<Outcome<ResponseTo<Request>>> outcome) {
-    request.send(velisand::queueWhereItArises(), Completion(std::move(outcome), OfResponse<Request>()));
+    // The handlers of a polling type are called on the queue, before the completion.
+    auto queue = detail::Polls<Request> ? queueOf(outcome) : velisand::queueWhereItArises();
+    request.send(std::move(queue), Completion(std::move(outcome), OfResponse<Request>()));
   };
 }
 
@@ -96,11 +115,8 @@ template <class Request>
 auto starterOf(Request request, HTTPProgressHandler progress) {
   return [request = std::move(request),
           progress = std::move(progress)](std::shared_ptr<Outcome<ResponseTo<Request>>> outcome) {
-    HTTPProgressHandler submitted = [outcome, progress](HTTPProgress told) {
-      outcome->submit([progress, told = std::move(told)] { progress(told); });
-    };
-    request.send(velisand::queueWhereItArises(), std::move(submitted),
-                 Completion(std::move(outcome), OfResponse<Request>()));
+    auto queue = queueOf(outcome);
+    request.send(std::move(queue), progress, Completion(std::move(outcome), OfResponse<Request>()));
   };
 }
 
@@ -138,11 +154,12 @@ using DefaultExecutor = CORVANE_ASIO::system_executor;
 ///     async_send(context, request, [](std::exception_ptr error, HTTPResponse<User> response) { … });
 ///
 /// - **Failures** are what `co_await request.send()` would throw: an `Error`. The response beside one has what facts
-///   there are (status, headers, `data`), and an empty body.
+///   there are (status, headers, `data`), and an empty body: a `Body()`, for a file's `URL` the root folder.
 /// - **The handler** is called once, never inside this function, on its associated executor; a handler without one runs
 ///   on the executor or context given first, and where none was given on Asio's system executor, which has threads of
 ///   its own. That executor has work until then, so `run()` goes on. An exception that the handler throws comes out of
-///   `run()`. Memory for the handler is that of its associated allocator.
+///   `run()`. Memory for the handler is that of its associated allocator. A polling request tells its handlers on that
+///   executor, too, before this one.
 /// - **Cancellation** by the handler's slot cancels the request, for the types `terminal` and `partial` (and so `all`);
 ///   it then fails with `HTTPResponseError::taskCancelled`, unless it was faster. The server may have acted on it. A
 ///   slot is used as Asio asks for: not on two threads at a time.
@@ -162,7 +179,7 @@ decltype(auto) async_send(Place&& place, const Request& request, Token&& token) 
 }
 
 /// The same for a download or an upload, with its progress, of which the handler is told on the executor of the
-/// completion handler: before that, and not any more once it was called.
+/// completion handler: one at a time, before that, and not any more once it was called. It must not throw.
 template <detail::Transfers Request, class Token>
   requires(asio_detail::checkBody<Request>())
 decltype(auto) async_send(const Request& request, HTTPProgressHandler progress, Token&& token) {

@@ -17,6 +17,7 @@
 #include <boost/asio/execution_context.hpp>
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/post.hpp>
+#include <boost/asio/strand.hpp>
 #include <boost/asio/system_executor.hpp>
 
 #include "Corvane/Corvane.hpp"

@@ -25,7 +25,8 @@ namespace detail {
 /// Submits blocks to the event loop of an object's thread, as long as the object lives.
 class QtSubmission {
  public:
-  explicit QtSubmission(QObject* context) : link_(std::make_shared<Link>()) {
+  /// With `owns` the object goes with this at the latest.
+  explicit QtSubmission(QObject* context, bool owns = false) : link_(std::make_shared<Link>()), owns_(owns) {
     link_->context = context;
     link_->destroyed = QObject::connect(context, &QObject::destroyed, [link = link_] {
       const std::lock_guard lock(link->mutex);
@@ -38,7 +39,9 @@ class QtSubmission {
     if (!link_) return;
     const std::lock_guard lock(link_->mutex);
     // An object whose end waits for the lock is still there to be disconnected from.
-    if (link_->context) QObject::disconnect(link_->destroyed);
+    if (!link_->context) return;
+    QObject::disconnect(link_->destroyed);
+    if (owns_) link_->context->deleteLater();
   }
 
   void operator()(platform::Block block) const {
@@ -62,6 +65,7 @@ class QtSubmission {
   };
 
   std::shared_ptr<Link> link_;
+  bool owns_;
 };
 
 }  // namespace detail
@@ -86,7 +90,7 @@ class QtQueue : public platform::DispatchQueue {
   /// The event loop of a thread, for as long as it runs. Requires: the thread has not finished. (A `QThread` given as
   /// an object would stand for the thread that made it.)
   explicit QtQueue(QThread& thread, std::string label = "corvane.qt")
-      : QtQueue(detail::QtSubmission::receiverIn(thread), std::move(label)) {}
+      : DispatchQueue(std::move(label), detail::QtSubmission(detail::QtSubmission::receiverIn(thread), true)) {}
   explicit QtQueue(QThread* thread, std::string label = "corvane.qt") = delete;
 };
 

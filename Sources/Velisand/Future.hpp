@@ -66,8 +66,8 @@ class Future {
   /// Asks whoever makes the value to stop. Returns at once; any thread; only the first call counts, and none on a
   /// completed future. The future is still completed by its maker, once, with the value if that was faster: that of a
   /// sent request fails with `HTTPResponseError::taskCancelled`, that of a `Task` with what its coroutine makes of the
-  /// cancellation of what it awaits. A future whose maker has not said how to stop goes on. It is cancelled for all
-  /// who share it.
+  /// cancellation of what it awaits. A future whose maker has not said how to stop goes on; one that has no maker, as
+  /// that of a request whose `shouldSend` is false, stays open. It is cancelled for all who share it.
   void cancel() const { state_->cancel(); }
   /// Whether `cancel` was called before the future was completed: for makers, between two steps.
   bool isCancelled() const { return state_->isCancelled(); }

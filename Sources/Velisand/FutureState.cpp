@@ -108,17 +108,23 @@ void AnyFutureState::setCompletingQueue(std::optional<DispatchQueue> queue) {
   audience_->completingQueue = std::move(queue);
 }
 
+// Not by recursion: tasks that await tasks may be many.
 void AnyFutureState::cancel() {
+  auto awaited = cancelThis();
+  while (awaited) awaited = awaited->cancelThis();
+}
+
+std::shared_ptr<AnyFutureState> AnyFutureState::cancelThis() {
   std::vector<Block> cancellers;
   std::shared_ptr<AnyFutureState> awaited;
   {
     const std::lock_guard lock(audience_->mutex);
-    if (isCompleted() || cancelled_.exchange(true)) return;
+    if (isCompleted() || cancelled_.exchange(true)) return nullptr;
     cancellers.swap(audience_->cancellers);
     awaited = audience_->awaited;
   }
   for (auto& canceller : cancellers) canceller();
-  if (awaited) awaited->cancel();
+  return awaited;
 }
 
 void AnyFutureState::whenCancelled(Block block) {

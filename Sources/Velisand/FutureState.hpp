@@ -48,6 +48,9 @@ class CORVANE_API AnyFutureState : public std::enable_shared_from_this<AnyFuture
  private:
   struct Audience;
 
+  /// Returns what the task awaits.
+  std::shared_ptr<AnyFutureState> cancelThis();
+
   std::atomic<bool> claimed_ = false;
   std::atomic<bool> completed_ = false;
   std::atomic<bool> cancelled_ = false;

@@ -95,6 +95,18 @@ TEST(TaskCancellationTest, reachesThroughNestedTasks) {
   EXPECT_TRUE(future.isCancelled());
 }
 
+TEST(TaskCancellationTest, reachesThroughAnyNumberOfTasks) {
+  const auto innermost = cancelable();
+  Future<int> outermost = innermost;
+  for (int number = 0; number < 100'000; ++number)
+    outermost = [](Future<int> next) -> Task<int> { co_return co_await next; }(outermost);
+
+  outermost.cancel();
+
+  EXPECT_TRUE(innermost.isCancelled());
+  EXPECT_EQ(failureOf(outermost), "stopped");
+}
+
 TEST(TaskCancellationTest, leavesATaskAloneThatHasEnded) {
   const auto future = cancelable();
   future.markCompletion(2);

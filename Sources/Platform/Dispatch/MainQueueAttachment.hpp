@@ -16,14 +16,16 @@ namespace platform {
 /// stay in the queue, for the next who drains it.
 class CORVANE_API MainQueueAttachment {
  public:
-  /// The executor as for a queue: it is called from any thread, and may drop what it was given when it has ended.
+  /// The executor as for a queue: it is called from any thread, and may drop what it was given when it has ended. It
+  /// is called at once where blocks wait; what it throws then leaves nothing attached.
   explicit MainQueueAttachment(DispatchQueue::Executor executor);
   ~MainQueueAttachment() { detach(); }
   MainQueueAttachment(const MainQueueAttachment&) = delete;
   MainQueueAttachment& operator=(const MainQueueAttachment&) = delete;
 
-  /// Ends the attachment early: no further drain begins, although the executor may still be given one that does
-  /// nothing. Any thread; not from several at a time.
+  /// Ends the attachment early: no further drain begins, and the executor is not called any more, nor still at it on
+  /// another thread. What it was given before does nothing when it is called. Any thread; not from several at a time,
+  /// nor with a lock held that the executor takes.
   void detach();
 
  private:

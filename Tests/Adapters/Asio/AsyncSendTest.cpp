@@ -1,4 +1,5 @@
 #include <atomic>
+#include <fstream>
 #include <future>
 #include <memory>
 #include <optional>
@@ -26,6 +27,25 @@ struct Download : DownloadRequestable<Download, Data> {
   URL url;
   HTTPHeaders sharedHeaders() const { return {}; }
 };
+/// Fails to be copied at the last of so many times.
+struct HardlyCopied : DataGetRequestable<HardlyCopied> {
+  HardlyCopied(URL to, int copies) : url(std::move(to)), left(std::make_shared<int>(copies)) {}
+  HardlyCopied(const HardlyCopied& other) : url(other.url), left(other.left) {
+    if (--*left == 0) throw std::runtime_error("not copied");
+  }
+
+  URL url;
+  std::shared_ptr<int> left;
+  HTTPHeaders sharedHeaders() const { return {}; }
+};
+struct GetNews : DataGetRequestable<GetNews>, HTTPPolling<GetNews> {
+  static constexpr double pollingRate = 3600;
+  static URL where;
+
+  URL url = where;
+  HTTPHeaders sharedHeaders() const { return {}; }
+};
+URL GetNews::where("/");
 struct RetriedGet : DataGetRequestable<RetriedGet>, HTTPRetryAttempting<RetriedGet> {
   URL url;
   double retryInterval = 0;
@@ -237,6 +257,107 @@ TEST_F(AsyncSendTest, tellsTheProgressOfADownloadOnTheSameExecutor) {
   EXPECT_EQ(bytes, 3'000'000);
 }
 
+TEST_F(AsyncSendTest, sendsWithoutAnybodyWhoWantsToKnowTheProgress) {
+  server.enqueue(Answer(200).text(std::string(100'000, 'x')));
+  std::size_t bytes = 0;
+
+  async_send(context, Download{.url = server.url("/file")}, nullptr,
+             [&](const std::exception_ptr&, const HTTPResponse<Data>& response) { bytes = response.body.count(); });
+
+  EXPECT_TRUE(runToTheEnd());
+  EXPECT_EQ(bytes, 100'000U);
+}
+
+TEST_F(AsyncSendTest, tellsTheProgressOneAtATimeAndFirstAlsoInAThreadPool) {
+  net::thread_pool pool(3);
+  std::atomic<int> inside = 0, calls = 0, strays = 0;
+  for (int number = 0; number < 20; ++number) {
+    server.enqueue(Answer(200).text(std::string(300'000, 'x')));
+    const testing::Expectation<void> answered;
+    std::atomic<bool> isOver = false;
+    async_send(
+        pool, Download{.url = server.url("/file")},
+        [&](const HTTPProgress&) {
+          ++calls;
+          if (++inside != 1 || isOver) ++strays;
+          std::this_thread::yield();
+          --inside;
+        },
+        [&](const std::exception_ptr&, const HTTPResponse<Data>&) {
+          if (inside != 0) ++strays;
+          isOver = true;
+          answered();
+        });
+    answered.wait();
+  }
+  pool.join();
+
+  EXPECT_GE(calls, 20);
+  EXPECT_EQ(strays, 0);
+}
+
+TEST_F(AsyncSendTest, downloadsToAFile) {
+  server.enqueue(Answer(200).text("hello"));
+  server.enqueue(Answer(404));
+  std::vector<std::string> outcomes;
+
+  for (int number = 0; number < 2; ++number) {
+    async_send(context, DownloadGetRequest<>(server.url("/file")),
+               [&](const std::exception_ptr& error, const HTTPResponse<URL>& response) {
+                 std::string text = "no file";
+                 if (!error) std::getline(std::ifstream(response.body.path()), text);
+                 outcomes.push_back(text);
+               });
+    EXPECT_TRUE(runToTheEnd());
+    context.restart();
+  }
+
+  EXPECT_THAT(outcomes, ::testing::ElementsAre("hello", "no file"));
+}
+
+TEST_F(AsyncSendTest, tellsTheHandlersOfAPollingRequestOnTheSameExecutor) {
+  server.enqueue(Answer(200));
+  GetNews::where = server.url("/news");
+  std::vector<std::string> calls;
+  const auto note = [&, runner = std::this_thread::get_id()](const char* what) {
+    EXPECT_EQ(std::this_thread::get_id(), runner);
+    calls.emplace_back(what);
+  };
+  GetNews::poll([&](const GetNews&, const DataResponse&) { note("poll"); });
+
+  async_send(context, GetNews(), [&](const std::exception_ptr&, const HTTPResponse<Data>&) { note("handler"); });
+
+  EXPECT_TRUE(runToTheEnd());
+  GetNews::stopPolling();
+  EXPECT_THAT(calls, ::testing::ElementsAre("poll", "handler"));
+}
+
+TEST_F(AsyncSendTest, throwsWhatKeepsItFromBeingSentAndCallsNoHandler) {
+  int throws = 0, answers = 0;
+  for (int copies = 1; copies < 12; ++copies) {
+    server.handleAll([](const auto&) { return Answer(200); });
+    const HardlyCopied request(server.url("/"), copies);
+    bool isAnswered = false, hasThrown = false;
+    auto held = std::make_shared<int>(0);
+    const std::weak_ptr<int> handler = held;
+    try {
+      async_send(context, request, [&, held = std::move(held)](const std::exception_ptr&, const HTTPResponse<Data>&) {
+        isAnswered = true;
+      });
+    } catch (const std::runtime_error&) {
+      hasThrown = true;
+    }
+    EXPECT_TRUE(runToTheEnd());
+    context.restart();
+    EXPECT_NE(hasThrown, isAnswered) << copies;
+    EXPECT_TRUE(handler.expired()) << copies;
+    throws += hasThrown ? 1 : 0;
+    answers += isAnswered ? 1 : 0;
+  }
+  EXPECT_GT(throws, 0);
+  EXPECT_GT(answers, 0);
+}
+
 TEST_F(AsyncSendTest, sendsABatch) {
   server.handleAll([](const auto& request) { return Answer(request.target == "/1" ? 500 : 200); });
   std::size_t answers = 0, failures = 0;
@@ -372,6 +493,54 @@ TEST_F(AsyncSendTest, survivesTheEndOfTheContextWhileAnswersArrive) {
     completed.wait(0);
     pool->stop();
     pool.reset();
+  }
+}
+
+/// Sends once more when it is destroyed.
+struct Farewell {
+  net::io_context::executor_type executor;
+  Get request;
+  std::shared_ptr<int> held;
+
+  Farewell(net::io_context::executor_type on, Get what, std::shared_ptr<int> token)
+      : executor(on), request(std::move(what)), held(std::move(token)) {}
+  Farewell(Farewell&&) = default;
+  ~Farewell() {
+    if (held) async_send(executor, request, [held = held](const std::exception_ptr&, const HTTPResponse<Data>&) {});
+  }
+  void operator()() {}
+};
+
+TEST_F(AsyncSendTest, survivesAFirstUseWhileTheContextIsDestroyed) {
+  server.handleAll([](const auto&) { return Answer(200); });
+  auto held = std::make_shared<int>(0);
+  const std::weak_ptr<int> handler = held;
+  std::optional<net::io_context> ending(std::in_place);
+  net::post(*ending, Farewell(ending->get_executor(), get(), std::move(held)));
+
+  ending.reset();
+
+  EXPECT_TRUE(handler.expired());
+  // Nothing comes back that would touch what is gone.
+  get().send().wait();
+}
+
+TEST_F(AsyncSendTest, survivesTheEndOfTheContextOfAStrand) {
+  for (int round = 0; round < 20; ++round) {
+    server.handleAll([](const auto&) { return Answer(200); });
+    auto held = std::make_shared<int>(0);
+    const std::weak_ptr<int> handler = held;
+    std::optional<net::io_context> ending(std::in_place);
+    const auto call = [&] { return [held](const std::exception_ptr&, const HTTPResponse<Data>&) {}; };
+    async_send(*ending, get(), call());
+    async_send(get(), net::bind_executor(net::make_strand(*ending), call()));
+    async_send(get(), net::bind_executor(net::io_context::strand(*ending), call()));
+    held = nullptr;
+    EXPECT_TRUE(server.waitForRequests(3 * round + 1));
+
+    ending.reset();
+
+    EXPECT_TRUE(handler.expired());
   }
 }
 

@@ -109,6 +109,22 @@ TEST_F(QtTest, completesInTheEventLoopOfAThread) {
   EXPECT_THROW(queue.sync([] {}), std::runtime_error);
 }
 
+TEST_F(QtTest, keepsNothingInAThreadOnceTheQueueIsGone) {
+  QThread thread;
+  thread.start();
+  const testing::Expectation<void> gone;
+  auto* receiver = detail::QtSubmission::receiverIn(thread);
+  QObject::connect(receiver, &QObject::destroyed, [gone] { gone(); });
+  {
+    const detail::QtSubmission submission(receiver, true);
+  }
+
+  gone.wait();
+
+  thread.quit();
+  thread.wait();
+}
+
 TEST_F(QtTest, dropsWhatWaitsWhenTheObjectIsDestroyed) {
   auto window = std::make_unique<QObject>();
   const QtQueue queue(window.get());

@@ -47,7 +47,10 @@ class RetryTest : public testing::ServerTest {
  protected:
   using Result = HTTPRetryResult<DataResponse>;
 
-  ~RetryTest() override { Corvane::resetSessions(); }
+  ~RetryTest() override {
+    Corvane::resetSessions();
+    if (HasFailure()) ADD_FAILURE() << "The clock had these waits: " << ::testing::PrintToString(waits());
+  }
 
   Try attempt(std::int64_t limit = 2) const { return {.url = server.url("/"), .retryLimit = limit}; }
   void failWith(const std::string& text, int status = 500) { server.enqueue(testing::Answer(status).text(text)); }

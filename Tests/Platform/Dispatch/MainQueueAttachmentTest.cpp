@@ -3,7 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <latch>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <thread>
 #include <utility>
@@ -97,6 +100,44 @@ TEST_F(MainQueueAttachmentTest, letsGoOfTheExecutorWhenItIsDetached) {
   attachment.detach();
 
   EXPECT_TRUE(held.expired());
+}
+
+TEST_F(MainQueueAttachmentTest, waitsUntilTheExecutorHasReturnedOnAnotherThread) {
+  std::latch isInside(1), mayReturn(1);
+  std::atomic<bool> hasReturned = false;
+  std::optional<MainQueueAttachment> attachment(std::in_place, [&](const Block&) {
+    isInside.count_down();
+    mayReturn.wait();
+    hasReturned = true;
+  });
+  std::jthread submitter([this] { submit(1); });
+  isInside.wait();
+  std::jthread opener([&] { mayReturn.count_down(); });
+
+  attachment.reset();
+
+  EXPECT_TRUE(hasReturned);
+  submitter.join();
+  EXPECT_EQ(main.runOnce(), 1U);
+}
+
+TEST_F(MainQueueAttachmentTest, canBeDetachedInsideItsOwnExecutor) {
+  std::optional<MainQueueAttachment> attachment(std::in_place, [](Block drain) { drain(); });
+  main.async([&] { attachment->detach(); });
+  submit(1);
+
+  EXPECT_EQ(main.runOnce(), 1U);
+  EXPECT_THAT(seen, ElementsAre(1));
+}
+
+TEST_F(MainQueueAttachmentTest, leavesNothingAttachedWhenTheExecutorThrowsAtOnce) {
+  submit(1);
+  EXPECT_THROW(MainQueueAttachment([](const Block&) { throw std::runtime_error("no loop"); }), std::runtime_error);
+
+  const MainQueueAttachment attachment(loop.executor());
+  loop.turn();
+
+  EXPECT_THAT(seen, ElementsAre(1));
 }
 
 TEST(MainQueueAttachmentDeathTest, trapsOnASecondOneAtATime) {
