@@ -96,7 +96,7 @@ detail::Descriptor endingSignals() {
 /// Who keeps a pipe open to this process wants it for as long. A terminal is not read: that would stop a process in its
 /// background; and in a script's background the input is /dev/null, which has ended from the beginning.
 bool inputIsPipe() {
-  struct stat information {};
+  struct stat information{};
   return ::fstat(STDIN_FILENO, &information) == 0 && (S_ISFIFO(information.st_mode) || S_ISSOCK(information.st_mode));
 }
 
