@@ -272,7 +272,6 @@ TEST(FutureTest, mayBeWaitedForOnTheGlobalQueueThatCompletesIt) {
 }
 
 TEST(FutureDeathTest, trapsWhenTheCompletingQueueWaitsForIt) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
   const DispatchQueue queue("org.corvane.test.completing");
   const auto future = Future<int>::completedOn(queue);
   const char* reason = "a block of the queue \"org.corvane.test.completing\" waits for a future";

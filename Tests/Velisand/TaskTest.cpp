@@ -150,7 +150,6 @@ TEST(TaskTest, survivesManyRacesBetweenSuspendingAndCompleting) {
 }
 
 TEST(TaskDeathTest, trapsWhenTheQueueItResumesOnWaitsForIt) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
   const DispatchQueue queue("org.corvane.test.coroutine");
 
   EXPECT_DEATH(queue.sync([] { doubled(Future<int>()).get(); }),

@@ -101,7 +101,6 @@ void ask(const std::string& url) {
 }
 
 TEST(BatchCrowdDeathTest, succeedsAsAWholeUnderAFewDescriptorsAndTakesLittleMemory) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
   // The child comes here too, on its way to the scene. It has no use for a server of its own.
   const char* parentsServer = std::getenv(serverVariable);
   const auto server = parentsServer ? nullptr : std::make_unique<TestServer>(ServerOptions{.keepsRequests = false});

@@ -1,4 +1,3 @@
-#include "../../Platform/Dispatch/ThreadedDeathTest.hpp"
 #include "../Transport/SendFixture.hpp"
 #include "BatchFixture.hpp"
 #include "CorvaneTesting/MainQueue.hpp"
@@ -331,7 +330,7 @@ TEST(BatchRealTimeTest, timesOutByTheRealClock) {
   cancel(items);
 }
 
-class BatchSerialDeathTest : public platform::ThreadedDeathTest {
+class BatchSerialDeathTest : public ::testing::Test {
  protected:
   static void sendWithTimeout(double timeout) {
     const DispatchQueue queue("BatchSerialDeathTest");

@@ -1,6 +1,5 @@
 #include <stdexcept>
 
-#include "../../Platform/Dispatch/ThreadedDeathTest.hpp"
 #include "Corvane/Corvane.hpp"
 #include "CorvaneTesting/Expectation.hpp"
 
@@ -35,7 +34,7 @@ struct ThrowingWhenAsked : DataGetRequestable<ThrowingWhenAsked>, HTTPPolling<Th
   HTTPHeaders sharedHeaders() const { return {}; }
 };
 
-class BehaviourThrowDeathTest : public platform::ThreadedDeathTest {
+class BehaviourThrowDeathTest : public ::testing::Test {
  protected:
   static auto throwing() {
     return [](const auto&...) { throw std::runtime_error("oops"); };

@@ -2,7 +2,6 @@
 
 #include "../Transfers/TransferFixture.hpp"
 #include "MockFixture.hpp"
-#include "Platform/Dispatch/ThreadedDeathTest.hpp"
 
 namespace corvane {
 namespace {
@@ -110,7 +109,7 @@ TEST_F(MockDownloadTest, hasAnAnswerForTests) {
   EXPECT_THAT(temporary.names(), IsEmpty());
 }
 
-class MockDownloadDeathTest : public platform::ThreadedDeathTest {};
+class MockDownloadDeathTest : public ::testing::Test {};
 
 TEST_F(MockDownloadDeathTest, trapsWhenTheFileCannotBeWritten) {
   EXPECT_DEATH(

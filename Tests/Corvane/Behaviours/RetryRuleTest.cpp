@@ -2,7 +2,6 @@
 #include <cstdint>
 #include <limits>
 
-#include "Platform/Dispatch/ThreadedDeathTest.hpp"
 #include "RetryFixture.hpp"
 
 namespace corvane::detail {
@@ -99,7 +98,7 @@ struct Overflowing : DataGetRequestable<Overflowing>, HTTPMockable<Overflowing>,
   HTTPHeaders sharedHeaders() const { return {}; }
 };
 
-class RetryDeathTest : public platform::ThreadedDeathTest {};
+class RetryDeathTest : public ::testing::Test {};
 
 TEST_F(RetryDeathTest, trapsWhenTheWaitOfASendOverflows) {
   EXPECT_DEATH(Overflowing().sendAttemptingRetry().wait(), "The wait before a retry overflows");

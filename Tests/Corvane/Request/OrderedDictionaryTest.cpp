@@ -138,7 +138,6 @@ TEST(OrderedDictionaryTest, needsNothingOfItsKeysButEquality) {
 }
 
 TEST(OrderedDictionaryDeathTest, trapsOutsideItsPositions) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
   const Numbers numbers{{"a", 1}};
 
   EXPECT_DEATH(numbers.at(1), "position out of range");
@@ -146,7 +145,6 @@ TEST(OrderedDictionaryDeathTest, trapsOutsideItsPositions) {
 }
 
 TEST(OrderedDictionaryDeathTest, trapsWhenAnAbsentValueIsChangedInPlace) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
   Numbers numbers;
 
   EXPECT_DEATH(*numbers["a"] = 1, "no value for this key");

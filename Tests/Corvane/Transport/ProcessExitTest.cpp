@@ -147,8 +147,6 @@ struct Leaving : DataGetRequestable<Leaving> {
 
 class ProcessExitDeathTest : public ::testing::Test {
  protected:
-  ProcessExitDeathTest() { ::testing::FLAGS_gtest_death_test_style = "threadsafe"; }
-
   template <class Scene>
   static void expectClean(Scene scene) {
     EXPECT_EXIT(scene(), ::testing::ExitedWithCode(0), "^$");

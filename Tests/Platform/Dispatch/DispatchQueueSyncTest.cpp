@@ -6,7 +6,6 @@
 
 #include "Platform/Dispatch/DispatchQueue.hpp"
 #include "Platform/Dispatch/DispatchSemaphore.hpp"
-#include "ThreadedDeathTest.hpp"
 
 namespace platform {
 namespace {
@@ -107,7 +106,7 @@ TEST(DispatchQueueSyncTest, runsInlineOnTheGlobalQueueEvenWhenNested) {
   EXPECT_EQ(thread, std::this_thread::get_id());
 }
 
-using DispatchQueueSyncDeathTest = ThreadedDeathTest;
+using DispatchQueueSyncDeathTest = testing::Test;
 
 TEST_F(DispatchQueueSyncDeathTest, trapsInsideOneOfItsOwnBlocks) {
   const auto fail = [] {

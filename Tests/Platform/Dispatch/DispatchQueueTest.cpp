@@ -11,7 +11,6 @@
 
 #include "Platform/Dispatch/DispatchGroup.hpp"
 #include "Platform/Dispatch/DispatchSemaphore.hpp"
-#include "ThreadedDeathTest.hpp"
 
 namespace platform {
 namespace {
@@ -258,7 +257,7 @@ TEST(DispatchQueueTest, letsManyBusyQueuesTakeTurns) {
   EXPECT_TRUE(group.wait(longEnough));
 }
 
-using DispatchQueueDeathTest = ThreadedDeathTest;
+using DispatchQueueDeathTest = testing::Test;
 
 TEST_F(DispatchQueueDeathTest, endsTheProcessWhenAnExceptionEscapesABlock) {
   const auto fail = [] {

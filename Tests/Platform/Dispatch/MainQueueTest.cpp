@@ -9,7 +9,6 @@
 #include "Platform/Dispatch/DispatchSemaphore.hpp"
 #include "Platform/Dispatch/Internal/MainQueueCore.hpp"
 #include "Platform/Dispatch/Internal/ManualClock.hpp"
-#include "ThreadedDeathTest.hpp"
 
 namespace platform {
 namespace {
@@ -199,7 +198,7 @@ TEST(MainQueueDeathTest, trapsWhenItIsRunInsideItsOwnBlock) {
 }
 
 // The hint comes once in the life of a process, so each look at it has a process of its own.
-class UndrainedMainQueueDeathTest : public ThreadedDeathTest {
+class UndrainedMainQueueDeathTest : public testing::Test {
  protected:
   static void leaveWorkFor(Seconds interval, bool drains) {
     detail::ManualClock clock;

@@ -78,8 +78,6 @@ using Facts = std::vector<bool>;
 
 class ConnectivityDeathTest : public testing::Test {
  protected:
-  ConnectivityDeathTest() { testing::FLAGS_gtest_death_test_style = "threadsafe"; }
-
   /// Runs the scene in a child process with a network of its own, and expects that all it tells is true.
   static void alone(Facts (*scene)()) {
     EXPECT_EXIT(

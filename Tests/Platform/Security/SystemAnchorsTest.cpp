@@ -21,8 +21,6 @@ using platform::SecTrustResult;
 /// a death test, whose exit status says which expectation failed.
 class SystemAnchorsTest : public testing::Test {
  protected:
-  SystemAnchorsTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
-
   void useFile(const std::string& name) const {
     setenv("SSL_CERT_FILE", (directory / name).c_str(), 1);
     setenv("SSL_CERT_DIR", (directory / "none").c_str(), 1);
