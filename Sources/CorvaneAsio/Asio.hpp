@@ -16,6 +16,7 @@
 #include <asio/execution.hpp>
 #include <asio/execution_context.hpp>
 #include <asio/executor_work_guard.hpp>
+#include <asio/io_context.hpp>
 #include <asio/post.hpp>
 #include <asio/strand.hpp>
 #include <asio/system_executor.hpp>

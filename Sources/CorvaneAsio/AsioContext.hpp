@@ -33,18 +33,14 @@ concept IsContext = std::derived_from<Context, CORVANE_ASIO::execution_context>;
 template <class Executor>
 std::shared_ptr<detail::ContextGate> gateOf(const Executor& executor) {
   using Context = CORVANE_ASIO::execution::context_t;
-  const auto gateIn = [&](CORVANE_ASIO::execution_context& context) {
-    // Services shut down in the reverse order of their making: that of strands must not before the gate has ended.
-    if constexpr (IsExecutor<Executor>) {
-      if (!CORVANE_ASIO::has_service<ContextService>(context)) (void)CORVANE_ASIO::make_strand(executor);
-    }
-    return CORVANE_ASIO::use_service<ContextService>(context).gate();
-  };
   if constexpr (CORVANE_ASIO::can_query_v<const Executor&, Context>) {
-    return gateIn(CORVANE_ASIO::query(executor, Context()));
-  } else if constexpr (requires { static_cast<CORVANE_ASIO::execution_context&>(executor.context()); }) {
-    return gateIn(executor.context());  // of the older kind, as `io_context::strand`
+    CORVANE_ASIO::execution_context& context = CORVANE_ASIO::query(executor, Context());
+    // Services shut down in the reverse order of their making: that of strands must not before the gate has ended.
+    if (!CORVANE_ASIO::has_service<ContextService>(context)) (void)CORVANE_ASIO::make_strand(executor);
+    return CORVANE_ASIO::use_service<ContextService>(context).gate();
   } else {
+    static_assert(!std::same_as<Executor, CORVANE_ASIO::io_context::strand>,
+                  "Use `make_strand(context)`: an `io_context::strand` may end before the gate of its context");
     static const auto& gate = *new auto(std::make_shared<detail::ContextGate>());
     return gate;
   }

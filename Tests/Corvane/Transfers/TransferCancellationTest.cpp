@@ -108,7 +108,9 @@ class TransferCancellationTest : protected DirectoryElsewhere, public TransferTe
     return [this, path] { return SendFile{.url = server.url("/"), .body = URL::file(path)}; };
   }
   std::function<SendBytes()> sendBytes(std::uint64_t size) const {
-    return [this, bytes = Data(std::string(size, 'x'))] { return SendBytes{.url = server.url("/"), .body = bytes}; };
+    return [this, bytes = Data(std::string(static_cast<std::size_t>(size), 'x'))] {
+      return SendBytes{.url = server.url("/"), .body = bytes};
+    };
   }
 
   /// Each is cancelled by another thread when the server stands still inside a body, at another place each time.

@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <clocale>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
+#include <limits>
 #include <string>
 
 namespace platform::detail {
@@ -50,6 +52,18 @@ std::from_chars_result from_chars(const char* first, const char* last, double& v
 
 std::from_chars_result from_chars(const char* first, const char* last, long double& value) {
   return read(first, last, value, ::strtold_l);
+}
+
+char* writeShortestDecimal(char* out, std::size_t room, long double value) {
+  const locale_t outer = ::uselocale(plainLocale());
+  int length = 0;
+  for (int digits = std::numeric_limits<long double>::digits10;
+       digits <= std::numeric_limits<long double>::max_digits10; ++digits) {
+    length = std::snprintf(out, room, "%.*Lg", digits, value);
+    if (std::strtold(out, nullptr) == value) break;
+  }
+  ::uselocale(outer);
+  return out + length;
 }
 
 }  // namespace platform::detail

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <type_traits>
 
+#include "Platform/Foundation/Internal/RealFromChars.hpp"
 #include "Platform/Foundation/JSON/JSONWriter.hpp"
 
 namespace platform {
@@ -50,6 +51,11 @@ char* writeShortest(char* out, Real value) {
   if constexpr (std::is_same_v<Real, double>) {
     if (char* const end = writeShort(out, value)) return end;
   }
+#ifndef __cpp_lib_to_chars
+  if constexpr (std::is_same_v<Real, long double>) {
+    return withShortExponent(out, detail::writeShortestDecimal(out, longestNumber, value));
+  }
+#endif
   return withShortExponent(out, std::to_chars(out, out + longestNumber, value).ptr);
 }
 
