@@ -49,6 +49,19 @@ TEST_F(TestServerTest, recordsTheRequestAsItArrived) {
   EXPECT_THAT(request.head, StartsWith("PUT /a%20b?x=1&y=a%26b HTTP/1.1\r\nHost: h\r\nx-A:  one \r\n"));
 }
 
+TEST_F(TestServerTest, hasTakenTheAnswerOfARequestThatIsKnown) {
+  for (std::size_t round = 0; round < 200; ++round) {
+    server.enqueue(Answer());
+    RawClient client(server);
+    client.send(closingGet("/"));
+
+    server.takeRequest();
+
+    ASSERT_EQ(server.remainingAnswers(), 0U) << "round " << round;
+    client.receiveUntil("200 OK");
+  }
+}
+
 TEST_F(TestServerTest, countsRequestsOnAKeptConnection) {
   for (const char* body : {"one", "two"}) server.enqueue(Answer().body(body));
   RawClient client(server);

@@ -68,6 +68,12 @@ std::optional<Answer> AnswerBook::takeBeforeBody(const ReceivedRequest& request)
   return takeFrontIf([](const Answer& answer) { return ScriptWriter::actsBeforeBodyIsRead(answer); });
 }
 
+std::optional<Answer> AnswerBook::takeQueued(const ReceivedRequest& request) {
+  const std::lock_guard lock(mutex_);
+  if (routeFor(request.path())) return std::nullopt;
+  return takeFrontIf([](const Answer&) { return true; });
+}
+
 std::optional<Answer> AnswerBook::take(const ReceivedRequest& request) {
   Handler handler;
   {

@@ -26,6 +26,8 @@ class AnswerBook {
   std::optional<Answer> takeForNewConnection();
   /// The next answer of the queue, when it is due before the request's body is read and no route is in its way.
   std::optional<Answer> takeBeforeBody(const ReceivedRequest& request);
+  /// The next answer of the queue, when no route is in its way.
+  std::optional<Answer> takeQueued(const ReceivedRequest& request);
   /// Absent when nothing was scripted for the request.
   std::optional<Answer> take(const ReceivedRequest& request);
 

@@ -97,6 +97,8 @@ bool Connection::serveNextRequest(std::optional<Answer> answer) {
     context_.journal.failed("connection " + std::to_string(number_) + " sent a malformed request: " + error.what());
     return send(Answer(400).text(std::string(error.what()) + "\n").closeConnection(), request);
   }
+  // Before anybody can know of the request: who does may send another, which the answer behind this one is for.
+  if (!answer) answer = context_.book.takeQueued(request);
   context_.journal.requestArrived(request);
   if (!answer) answer = answerTo(request);
   return send(*answer, request) && !requestClosesConnection(request);

@@ -62,7 +62,10 @@ TEST(GZipErrorTest, hasTheOrdinalOfItsCaseAsCode) {
 
 TEST(ZlibLengthDeathTest, trapsForWhatDoesNotFitIn32Bits) {
   EXPECT_EQ(internal::zlibLength(UINT32_MAX), UINT32_MAX);
-  EXPECT_DEATH(internal::zlibLength(std::size_t{UINT32_MAX} + 1), "gzip: the buffer is longer than 4 GiB");
+  // No buffer is longer where sizes have 32 bits themselves.
+  if constexpr (sizeof(std::size_t) > 4) {
+    EXPECT_DEATH(internal::zlibLength(std::size_t{UINT32_MAX} + 1), "gzip: the buffer is longer than 4 GiB");
+  }
 }
 
 }  // namespace
