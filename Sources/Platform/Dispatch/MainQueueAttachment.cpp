@@ -13,48 +13,50 @@ namespace {
 
 std::atomic<bool> isAttached = false;
 
+/// A call of an executor by this thread; it knows the one further up.
+struct CallOfThread {
+  const void* attachment;
+  const CallOfThread* outer;
+};
+thread_local const CallOfThread* innermostCall = nullptr;
+
 }  // namespace
 
 struct MainQueueAttachment::Shared {
-  /// A call of the executor; those of a thread know the one further up.
+  /// A call of the executor, from `begin` on.
   class Call {
    public:
-    explicit Call(Shared& shared) : shared_(shared), outer_(std::exchange(innermost, this)) {}
+    explicit Call(Shared& shared) : shared_(shared), call_{&shared, std::exchange(innermostCall, &call_)} {}
     Call(const Call&) = delete;
     Call& operator=(const Call&) = delete;
     ~Call() {
-      innermost = outer_;
+      innermostCall = call_.outer;
       const std::lock_guard lock(shared_.mutex);
       --shared_.calls;
       shared_.ended.notify_all();
     }
 
-    static std::size_t ofThisThread(const Shared& shared) {
-      std::size_t count = 0;
-      for (const auto* call = innermost; call; call = call->outer_) count += &call->shared_ == &shared ? 1 : 0;
-      return count;
-    }
-
    private:
-    static thread_local const Call* innermost;
-
     Shared& shared_;
-    const Call* const outer_;
+    const CallOfThread call_;
   };
 
   explicit Shared(DispatchQueue::Executor given) : executor(std::move(given)) {}
 
   bool begin() {
     const std::lock_guard lock(mutex);
-    if (!isDetached) ++calls;
-    return !isDetached;
+    if (isDetached) return false;
+    ++calls;
+    return true;
   }
   /// But for calls further up on the calling thread, none is under way afterwards, and none begins.
   void end() {
     isDetached = true;
     DispatchQueue::main().attachToHost(nullptr);
+    std::size_t own = 0;
+    for (const auto* call = innermostCall; call; call = call->outer) own += call->attachment == this ? 1 : 0;
     std::unique_lock lock(mutex);
-    ended.wait(lock, [this] { return calls == Call::ofThisThread(*this); });
+    ended.wait(lock, [this, own] { return calls == own; });
   }
 
   DispatchQueue::Executor executor;
@@ -64,8 +66,6 @@ struct MainQueueAttachment::Shared {
   // Guarded by the mutex: the calls of the executor under way.
   std::size_t calls = 0;
 };
-
-thread_local const MainQueueAttachment::Shared::Call* MainQueueAttachment::Shared::Call::innermost = nullptr;
 
 MainQueueAttachment::MainQueueAttachment(DispatchQueue::Executor executor)
     : shared_(std::make_shared<Shared>(std::move(executor))) {
