@@ -144,7 +144,8 @@ void begin(Handler handler, const Fallback& fallback, const Starter& starter) {
   try {
     starter(std::shared_ptr<Outcome<Value>>(operation));
   } catch (...) {
-    gate->takeOut(*operation, [] {});
+    // What was started already may know the operation for longer than the context lives.
+    if (gate->takeOut(*operation, [] {})) operation->evict();
     throw;
   }
   operation->isStarting = false;
