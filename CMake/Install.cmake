@@ -31,7 +31,7 @@ endfunction()
 corvane_install_library(Corvane runtime development)
 foreach(layer IN ITEMS Platform Velisand Vantorel Corvane)
   install(DIRECTORY "${PROJECT_SOURCE_DIR}/Sources/${layer}" DESTINATION "${header_folder}" COMPONENT development
-    FILES_MATCHING PATTERN "*.hpp" PATTERN "Internal" EXCLUDE PATTERN "Imaging" EXCLUDE)
+    FILES_MATCHING PATTERN "*.hpp" PATTERN "Internal" EXCLUDE PATTERN "Networking" EXCLUDE PATTERN "Imaging" EXCLUDE)
 endforeach()
 if(TARGET CorvaneImage)
   corvane_install_library(CorvaneImage image_runtime image_development)

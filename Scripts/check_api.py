@@ -230,7 +230,7 @@ class Dump:
 
 
 def public_headers(sources):
-    return sorted(path for path in sources.rglob("*.hpp") if "Internal" not in path.relative_to(sources).parts)
+    return sorted(path for path in sources.rglob("*.hpp") if not {"Internal", "Networking"} & set(path.relative_to(sources).parts))
 
 
 def flags_of(package):

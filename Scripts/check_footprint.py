@@ -79,7 +79,7 @@ def preprocessed_lines(name):
 def public_headers():
     layers = ("Platform", "Velisand", "Vantorel", "Corvane")
     return [path for layer in layers for path in (ROOT / "Sources" / layer).rglob("*.hpp")
-            if not {"Internal", "Imaging"} & set(path.parts)]
+            if not {"Internal", "Networking", "Imaging"} & set(path.parts)]
 
 
 def measure(folder):

@@ -92,5 +92,5 @@ export -f library_of_adapter flags_of_library check_alone check
 if [ $# -gt 0 ]; then
   printf '%s\0' "$@"
 else
-  find . -name '*.hpp' -not -path '*/Internal/*' -printf '%P\0' | sort -z
+  find . -name '*.hpp' -not -path '*/Internal/*' -not -path '*/Networking/*' -printf '%P\0' | sort -z
 fi | xargs -0 -n 1 -P "${JOBS:-$(nproc)}" bash -c 'check "$1" || exit 1' check

@@ -6,7 +6,7 @@
 The rules, each also told by the message of its breach:
   - A layer includes only itself and what stands below it.
   - A third-party library is met only where the table below says.
-  - A public header (outside of Internal/) includes no Internal header, no third-party header, and none of
+  - A public header (outside of Internal/ and of internal rooms) includes no Internal header, no third-party header, and none of
     the heavy standard headers. An adapter includes the library that it is for; nothing includes an adapter.
   - Nothing but an optional room itself includes what is in it.
   - Headers do not include each other in a circle, nor do rooms (the folders of a layer).
@@ -32,6 +32,7 @@ THIRD_PARTIES = [
         [
             r"Platform/Security/Internal/",
             r"Platform/Loading/Internal/",
+            r"Platform/Networking/",
             r"CorvaneTesting/.*\.cpp$",
             r"CorvaneTesting/Internal/",
         ],
@@ -79,14 +80,21 @@ HEAVY = set(
     "unordered_map".split()
 )
 
+# Rooms that are internal as a whole, as Internal folders are: not installed, and included by no public header.
+INTERNAL_ROOMS = ["Platform/Networking"]
+
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]')
+
+
+def is_internal(path):
+    return "/Internal/" in path or any(path.startswith(room + "/") for room in INTERNAL_ROOMS)
 
 
 class File:
     def __init__(self, root, path):
         self.path = path.relative_to(root).as_posix()
         self.layer = self.path.split("/")[0]
-        self.is_internal = "/Internal/" in self.path
+        self.is_internal = is_internal(self.path)
         self.is_header = path.suffix == ".hpp"
         self.is_public = self.is_header and not self.is_internal
         self.includes = []
@@ -133,7 +141,7 @@ def check_optional_rooms(file, line, name):
 def check_public(file, line, name):
     if not file.is_public:
         return None
-    if "/Internal/" in name:
+    if is_internal(name):
         return f"{file.path}:{line}: a public header must not include the internal <{name}>"
     # What an adapter adapts to includes these itself.
     if name in HEAVY and file.layer not in ADAPTER_LAYERS:

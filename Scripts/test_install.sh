@@ -44,9 +44,9 @@ install_library() {
 check_installed_files() {
   local prefix=$1
   say "only what is public is installed"
-  if find "$prefix/include" -path '*Internal*' | grep .; then fail "these headers are internal"; fi
+  if find "$prefix/include" -path '*Internal*' -o -path '*Networking*' | grep .; then fail "these headers are internal"; fi
   local sources installed
-  sources=$(cd Sources && find . -name '*.hpp' -not -path '*/Internal/*' | sort)
+  sources=$(cd Sources && find . -name '*.hpp' -not -path '*/Internal/*' -not -path '*/Networking/*' | sort)
   installed=$(cd "$prefix/include/corvane" && find . -type f | sort)
   diff <(echo "$sources") <(echo "$installed") || fail "installed headers differ from the public ones"
   if grep -rIl -e "$work" -e "$root/Sources" "$prefix"; then fail "these files name folders of the build"; fi
