@@ -3,12 +3,17 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <span>
+#include <utility>
+#include <vector>
 
 #include "Platform/Dispatch/DispatchQueue.hpp"
 #include "Platform/Dispatch/UniqueFunction.hpp"
 #include "Platform/Networking/Loop/NetworkClock.hpp"
-#include "Platform/Networking/Loop/Timer.hpp"
+#include "Platform/Networking/Loop/TimerQueue.hpp"
+
+struct epoll_event;
 
 namespace platform::networking {
 
@@ -35,25 +40,22 @@ class Deferred {
   virtual void runDeferred() = 0;
 
  protected:
-  ~Deferred() = default;
+  virtual ~Deferred() = default;
 
  private:
   friend class EventLoop;
-  bool isDeferred_ = false;
+  static constexpr std::size_t notDeferred = static_cast<std::size_t>(-1);
+  std::size_t place_ = notDeferred;
 };
 
-/// The one event loop that drives every transfer of the process.
-///
-/// Code marked "loop side" runs on the thread that owns the loop at the moment. Everything else reaches the loop by
-/// `post`. What iterations of the loop finish is delivered in one batch for each queue.
+/// An event loop over epoll. Code marked "loop side" runs on the thread that owns the loop at the moment; everything
+/// else reaches the loop by `post`. What an iteration finishes is delivered in one batch for each queue.
 class EventLoop {
  public:
   /// The bytes of `receiveBuffer`.
   static constexpr std::size_t receiveBufferBytes = std::size_t{64} * 1024;
 
-  /// The process's loop, with the network thread; never destroyed.
-  static EventLoop& shared();
-  /// A loop without a thread, driven by `iterate` alone: for tests.
+  /// Traps when the system has no descriptor left for it.
   EventLoop();
   ~EventLoop();
   EventLoop(const EventLoop&) = delete;
@@ -66,8 +68,8 @@ class EventLoop {
 
   /// Waits at most that long for events, handles them and what is due; whether anything was delivered.
   bool iterate(Duration limit);
-  /// Reports reading, writing and hanging up of an open descriptor, edge-triggered, until `unwatch`. Fails with the
-  /// system's error (0: it worked), as when the system has no memory for it.
+  /// Reports reading, writing and hanging up of an open descriptor, edge-triggered, until `unwatch`. Gives the system's
+  /// error, 0 when it worked.
   [[nodiscard]] int watch(int descriptor, Watcher& watcher);
   /// To be called before the descriptor is closed. Events of this iteration that were not handled yet are dropped.
   void unwatch(int descriptor);
@@ -75,8 +77,8 @@ class EventLoop {
   void defer(Deferred& deferred);
   void cancelDeferred(Deferred& deferred);
   /// Arms the timer, or moves it, earlier or later.
-  void arm(Timer& timer, TimePoint deadline);
-  void disarm(Timer& timer);
+  void arm(Timer& timer, TimePoint deadline) { timers_.arm(timer, deadline); }
+  void disarm(Timer& timer) { timers_.disarm(timer); }
   /// The time at which the present iteration began.
   TimePoint now() const { return now_; }
   /// Scratch space that whoever reads now may use until the next read.
@@ -86,10 +88,38 @@ class EventLoop {
   /// Counts exchanges under way: while there is one, somebody has to wait for the network.
   void beginWork() { ++workCount_; }
   void endWork() { --workCount_; }
+  /// Whether anything is under way, or waits to be done.
+  bool hasWork();
 
  private:
-  struct State;
-  std::unique_ptr<State> state_;
+  struct Watch {
+    Watcher* watcher = nullptr;
+    std::uint32_t generation = 0;
+  };
+
+  int waitBudget(Duration limit);
+  bool takeCommands();
+  void handle(const epoll_event* events, int count);
+  void runDeferred();
+  void runCommands();
+  void fireTimers();
+  bool flushDeliveries();
+
+  int epoll_ = -1;
+  int wake_ = -1;  ///< eventfd: ends a wait
+
+  std::mutex mutex_;
+  std::vector<Block> inbox_;  ///< guarded by the mutex
+  bool isSleeping_ = false;   ///< guarded by the mutex
+
+  // From here on: loop side.
+  std::vector<Block> commands_;
+  std::vector<Watch> watches_;  ///< by descriptor
+  std::uint32_t generation_ = 0;
+  TimerQueue timers_;
+  std::vector<Deferred*> deferred_;
+  std::vector<Deferred*> running_;  ///< of the deferred, those that this iteration calls
+  std::vector<std::pair<DispatchQueue, std::vector<Block>>> deliveries_;
   std::unique_ptr<std::byte[]> receiveBuffer_;
   TimePoint now_{};
   std::size_t workCount_ = 0;

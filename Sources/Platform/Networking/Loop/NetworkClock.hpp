@@ -39,7 +39,7 @@ class ManualNetworkClock {
 
   /// Whether one lives: a loop then waits for events only, and is woken by `advance`.
   static bool isInstalled() noexcept;
-  /// Lets time pass, and wakes the loop for what is due.
+  /// Lets time pass. What is due is called in the loop's next iteration; a loop that waits is to be woken by a command.
   void advance(Duration interval);
 };
 

@@ -24,7 +24,7 @@ class Timer {
   bool isArmed() const { return place_ != unarmed; }
 
  protected:
-  ~Timer() = default;
+  virtual ~Timer() = default;
 
  private:
   friend class TimerQueue;

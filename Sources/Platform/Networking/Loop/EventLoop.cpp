@@ -1,0 +1,203 @@
+#include "Platform/Networking/Loop/EventLoop.hpp"
+
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <limits>
+#include <string>
+#include <system_error>
+
+#include "Platform/Trap.hpp"
+
+namespace platform::networking {
+
+namespace {
+
+int checked(int descriptor, const char* what) {
+  if (descriptor < 0) {
+    trap(std::string("the network loop cannot start: ") + what + ": " + std::system_category().message(errno));
+  }
+  return descriptor;
+}
+
+std::uint64_t keyOf(int descriptor, std::uint32_t generation) {
+  return (std::uint64_t{generation} << 32) | static_cast<std::uint32_t>(descriptor);
+}
+
+}  // namespace
+
+EventLoop::EventLoop()
+    : epoll_(checked(::epoll_create1(EPOLL_CLOEXEC), "epoll")),
+      wake_(checked(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd")),
+      receiveBuffer_(new std::byte[receiveBufferBytes]),
+      now_(NetworkClock::now()) {
+  epoll_event event{};
+  event.events = EPOLLIN | EPOLLET;
+  event.data.u64 = keyOf(wake_, 0);
+  if (::epoll_ctl(epoll_, EPOLL_CTL_ADD, wake_, &event) != 0) checked(-1, "epoll");
+}
+
+EventLoop::~EventLoop() {
+  ::close(wake_);
+  ::close(epoll_);
+}
+
+void EventLoop::post(Block command) {
+  bool isToBeWoken = false;
+  {
+    const std::lock_guard lock(mutex_);
+    inbox_.push_back(std::move(command));
+    isToBeWoken = std::exchange(isSleeping_, false);
+  }
+  if (!isToBeWoken) return;
+  const std::uint64_t one = 1;
+  // Edge-triggered and never read: each write is an event of its own, and the counter lasts for 2^64 of them.
+  [[maybe_unused]] const auto written = ::write(wake_, &one, sizeof one);
+}
+
+int EventLoop::watch(int descriptor, Watcher& watcher) {
+  const auto index = static_cast<std::size_t>(descriptor);
+  if (watches_.size() <= index) watches_.resize(index + 32);
+  ++generation_;
+  epoll_event event{};
+  event.events = EPOLLIN | EPOLLOUT | EPOLLRDHUP | EPOLLET;
+  event.data.u64 = keyOf(descriptor, generation_);
+  if (::epoll_ctl(epoll_, EPOLL_CTL_ADD, descriptor, &event) != 0) return errno;
+  watches_[index] = {&watcher, generation_};
+  return 0;
+}
+
+void EventLoop::unwatch(int descriptor) {
+  const auto index = static_cast<std::size_t>(descriptor);
+  if (index >= watches_.size() || !watches_[index].watcher) return;
+  watches_[index] = {};
+  // A copy of the descriptor in another process would keep a closed one in the set.
+  ::epoll_ctl(epoll_, EPOLL_CTL_DEL, descriptor, nullptr);
+}
+
+void EventLoop::defer(Deferred& deferred) {
+  if (deferred.place_ != Deferred::notDeferred) return;
+  deferred_.push_back(&deferred);
+  deferred.place_ = deferred_.size() - 1;
+}
+
+void EventLoop::cancelDeferred(Deferred& deferred) {
+  const std::size_t place = std::exchange(deferred.place_, Deferred::notDeferred);
+  if (place == Deferred::notDeferred) {
+    // It may be about to be called in this iteration.
+    std::replace(running_.begin(), running_.end(), &deferred, static_cast<Deferred*>(nullptr));
+    return;
+  }
+  deferred_[place] = deferred_.back();
+  deferred_[place]->place_ = place;
+  deferred_.pop_back();
+  deferred.place_ = Deferred::notDeferred;
+}
+
+void EventLoop::deliver(const DispatchQueue& queue, Block block) {
+  for (auto& [target, blocks] : deliveries_) {
+    if (target == queue) {
+      blocks.push_back(std::move(block));
+      return;
+    }
+  }
+  deliveries_.emplace_back(queue, std::vector<Block>()).second.push_back(std::move(block));
+}
+
+bool EventLoop::hasWork() {
+  if (workCount_ > 0 || !deferred_.empty()) return true;
+  const std::lock_guard lock(mutex_);
+  return !inbox_.empty();
+}
+
+bool EventLoop::iterate(Duration limit) {
+  const int budget = waitBudget(limit);
+  std::array<epoll_event, 128> events;
+  const int count = ::epoll_wait(epoll_, events.data(), static_cast<int>(events.size()), budget);
+  if (budget != 0) {
+    const std::lock_guard lock(mutex_);
+    isSleeping_ = false;
+  }
+  now_ = NetworkClock::now();
+  if (count > 0) handle(events.data(), count);
+  runDeferred();
+  runCommands();
+  fireTimers();
+  return flushDeliveries();
+}
+
+/// In milliseconds, as epoll wants it; -1: for ever. Unless it is 0, the loop counts as sleeping from here on.
+int EventLoop::waitBudget(Duration limit) {
+  if (!deferred_.empty()) return 0;
+  const TimePoint next = timers_.nextLook();
+  if (next != never) {
+    const TimePoint now = NetworkClock::now();
+    if (next <= now) return 0;
+    // By a manual clock nothing gets due by waiting.
+    if (!ManualNetworkClock::isInstalled()) limit = std::min(limit, next - now);
+  }
+  if (limit <= Duration::zero()) return 0;
+  {
+    const std::lock_guard lock(mutex_);
+    if (!inbox_.empty()) return 0;
+    isSleeping_ = true;
+  }
+  if (limit == Duration::max()) return -1;
+  // Rounded up: waking before the time would only mean to wait again.
+  const auto milliseconds = std::chrono::ceil<std::chrono::milliseconds>(limit).count();
+  return static_cast<int>(std::min<std::int64_t>(milliseconds, std::numeric_limits<int>::max()));
+}
+
+void EventLoop::handle(const epoll_event* events, int count) {
+  for (int i = 0; i < count; ++i) {
+    const int descriptor = static_cast<int>(events[i].data.u64 & 0xffffffffU);
+    if (descriptor == wake_) continue;
+    // An earlier event of this batch may have closed the descriptor, and a new socket may bear its number.
+    const Watch watch = watches_[static_cast<std::size_t>(descriptor)];
+    if (!watch.watcher || watch.generation != static_cast<std::uint32_t>(events[i].data.u64 >> 32)) continue;
+    const std::uint32_t flags = events[i].events;
+    watch.watcher->descriptorReady({.readable = (flags & (EPOLLIN | EPOLLRDHUP | EPOLLHUP | EPOLLERR)) != 0,
+                                    .writable = (flags & (EPOLLOUT | EPOLLHUP | EPOLLERR)) != 0,
+                                    .hungUp = (flags & (EPOLLRDHUP | EPOLLHUP | EPOLLERR)) != 0});
+  }
+}
+
+void EventLoop::runDeferred() {
+  if (deferred_.empty()) return;
+  running_.swap(deferred_);
+  for (Deferred* deferred : running_) deferred->place_ = Deferred::notDeferred;
+  for (std::size_t i = 0; i < running_.size(); ++i) {
+    if (Deferred* const deferred = std::exchange(running_[i], nullptr)) deferred->runDeferred();
+  }
+  running_.clear();
+}
+
+bool EventLoop::takeCommands() {
+  const std::lock_guard lock(mutex_);
+  if (inbox_.empty()) return false;
+  commands_.swap(inbox_);
+  return true;
+}
+
+void EventLoop::runCommands() {
+  if (!takeCommands()) return;
+  for (Block& command : commands_) command();
+  commands_.clear();
+}
+
+void EventLoop::fireTimers() {
+  while (Timer* const due = timers_.takeExpired(now_)) due->timerFired();
+}
+
+bool EventLoop::flushDeliveries() {
+  if (deliveries_.empty()) return false;
+  for (auto& [queue, blocks] : deliveries_) queue.async(std::move(blocks));
+  deliveries_.clear();
+  return true;
+}
+
+}  // namespace platform::networking
