@@ -6,7 +6,7 @@
 #include <array>
 #include <cmath>
 
-#include "Platform/Loading/Internal/HTTPText.hpp"
+#include "Platform/Networking/HTTPText.hpp"
 
 namespace platform {
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "Platform/Loading/Internal/ContentLength.hpp"
-#include "Platform/Loading/Internal/HTTPText.hpp"
 #include "Platform/Loading/Internal/SuggestedFilename.hpp"
+#include "Platform/Networking/HTTPText.hpp"
 
 namespace platform {
 

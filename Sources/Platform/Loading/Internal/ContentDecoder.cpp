@@ -6,9 +6,9 @@
 #include <utility>
 
 #include "Platform/Loading/Internal/CompressStage.hpp"
-#include "Platform/Loading/Internal/HTTPText.hpp"
 #include "Platform/Loading/Internal/InflateStage.hpp"
 #include "Platform/Loading/URLErrorCodes.hpp"
+#include "Platform/Networking/HTTPText.hpp"
 
 namespace platform::detail {
 

@@ -1,6 +1,6 @@
 #include "Platform/Loading/Internal/ContentLength.hpp"
 
-#include "Platform/Loading/Internal/HTTPText.hpp"
+#include "Platform/Networking/HTTPText.hpp"
 
 namespace platform::detail {
 

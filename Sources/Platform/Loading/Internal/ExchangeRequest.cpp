@@ -5,8 +5,8 @@
 #include "Platform/Loading/Internal/ConnectionPool.hpp"
 #include "Platform/Loading/Internal/CurlOption.hpp"
 #include "Platform/Loading/Internal/Exchange.hpp"
-#include "Platform/Loading/Internal/HTTPText.hpp"
 #include "Platform/Loading/URLErrorCodes.hpp"
+#include "Platform/Networking/HTTPText.hpp"
 
 /// How an exchange's request is written into its handle.
 namespace platform::detail {

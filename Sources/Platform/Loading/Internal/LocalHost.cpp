@@ -5,7 +5,7 @@
 
 #include <string_view>
 
-#include "Platform/Loading/Internal/HTTPText.hpp"
+#include "Platform/Networking/HTTPText.hpp"
 
 namespace platform::detail {
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "Platform/Loading/Internal/HTTPText.hpp"
+#include "Platform/Networking/HTTPText.hpp"
 
 namespace platform::detail {
 

@@ -4,9 +4,9 @@
 #include <initializer_list>
 
 #include "Platform/Foundation/URLComponents.hpp"
-#include "Platform/Loading/Internal/HTTPText.hpp"
 #include "Platform/Loading/Internal/RedirectLocation.hpp"
 #include "Platform/Loading/URLErrorCodes.hpp"
+#include "Platform/Networking/HTTPText.hpp"
 
 namespace platform::detail {
 

@@ -1,8 +1,8 @@
 #include "Platform/Loading/Internal/ResponseHead.hpp"
 
 #include "Platform/Loading/Internal/ContentLength.hpp"
-#include "Platform/Loading/Internal/HTTPText.hpp"
 #include "Platform/Loading/URLErrorCodes.hpp"
+#include "Platform/Networking/HTTPText.hpp"
 
 namespace platform::detail {
 

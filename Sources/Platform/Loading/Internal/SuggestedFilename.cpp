@@ -4,8 +4,8 @@
 #include <array>
 
 #include "Platform/Foundation/UTF8.hpp"
-#include "Platform/Loading/Internal/HTTPText.hpp"
 #include "Platform/Loading/Internal/UTF8Text.hpp"
+#include "Platform/Networking/HTTPText.hpp"
 
 namespace platform::detail {
 

@@ -22,6 +22,8 @@ constexpr bool isForbiddenControl(char c) {
   return (byte < 0x20 && c != '\t') || byte == 0x7F;
 }
 bool holdsForbiddenControl(std::string_view text);
+/// Whether there is a CR, LF or NUL: what would end a field, or may for another recipient (RFC 9110, 5.5).
+bool holdsLineBreakOrNUL(std::string_view text);
 
 inline constexpr std::array<bool, 256> tokenCharacters = [] {
   std::array<bool, 256> table{};

@@ -1,4 +1,4 @@
-#include "Platform/Loading/Internal/HTTPText.hpp"
+#include "Platform/Networking/HTTPText.hpp"
 
 #include <algorithm>
 #include <charconv>
@@ -50,6 +50,22 @@ bool holdsForbiddenControl(std::string_view text) {
       return true;
   }
   return std::any_of(at, at + left, isForbiddenControl);
+}
+
+bool holdsLineBreakOrNUL(std::string_view text) {
+  const auto isOne = [](char c) { return c == '\r' || c == '\n' || c == '\0'; };
+  // Eight bytes at a time: all three are below 0x10, as only a tab is beside them in practice.
+  constexpr std::uint64_t each = 0x0101010101010101;
+  constexpr std::uint64_t high = each * 0x80;
+  const char* at = text.data();
+  std::size_t left = text.size();
+  for (; left >= sizeof(std::uint64_t); at += sizeof(std::uint64_t), left -= sizeof(std::uint64_t)) {
+    std::uint64_t bytes = 0;
+    std::memcpy(&bytes, at, sizeof bytes);
+    const std::uint64_t from16 = (bytes & ~high) + each * 0x70;
+    if (((from16 | bytes) & high) != high && std::any_of(at, at + sizeof(std::uint64_t), isOne)) return true;
+  }
+  return std::any_of(at, at + left, isOne);
 }
 
 std::string lowercased(std::string_view text) {
