@@ -1,0 +1,76 @@
+#pragma once
+
+#include <openssl/ssl.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <list>
+#include <memory>
+#include <string>
+
+#include "Platform/Networking/Connecting/Route.hpp"
+#include "Platform/Networking/Loop/NetworkClock.hpp"
+
+namespace platform::networking {
+
+/// What a set of TLS connections has in common.
+struct TLSOptions {
+  /// Whether HTTP/2 is offered to servers, before HTTP/1.1 (RFC 7301). Without it only HTTP/1.1 is.
+  bool offersHTTP2 = true;
+};
+
+/// TLS for all connections whose servers are judged by the same trust: the settings, and the sessions that may be
+/// resumed (RFC 8446, 2.2). TLS 1.2 and later. Loop side only.
+///
+/// It trusts nobody by itself: each new server is judged by whoever makes the connection. A resumed session needs no
+/// verdict, since its server had one; so a session is kept only of a server that was judged by the trust in force, and
+/// `forget` is to be called whenever that changes. Nothing of it comes from the process's environment.
+class TLSContext : public std::enable_shared_from_this<TLSContext> {
+ public:
+  /// How long a session may be resumed; the server may end it earlier.
+  static constexpr Duration sessionLifetime = std::chrono::hours(1);
+  /// How many sessions are kept in all; those that were not used for longest make room.
+  static constexpr std::size_t mostSessions = 256;
+  /// How many of them of one server. One of TLS 1.3 is used once (RFC 8446, C.4).
+  static constexpr std::size_t mostSessionsOfOrigin = 4;
+
+  static std::shared_ptr<TLSContext> make(TLSOptions options = {});
+  ~TLSContext();
+  TLSContext(const TLSContext&) = delete;
+  TLSContext& operator=(const TLSContext&) = delete;
+
+  /// Drops all sessions, and those of handshakes under way. Connections that are open stay so.
+  void forget();
+  /// Grows with each `forget`: tells connections that were judged before from those after it.
+  std::uint64_t trustEpoch() const { return trustEpoch_; }
+  std::size_t sessionCount() const { return sessions_.size(); }
+
+  // For `TLSStream`.
+
+  SSL_CTX* handle() const { return handle_; }
+  struct SessionFree {
+    void operator()(SSL_SESSION* session) const;
+  };
+  using Session = std::unique_ptr<SSL_SESSION, SessionFree>;
+  /// A session to resume; null when there is none.
+  Session takeSession(const Origin& origin, TimePoint now);
+  /// Keeps it, unless `forget` was called since `trustEpoch`.
+  void keepSession(const Origin& origin, std::uint64_t trustEpoch, Session session, TimePoint now);
+
+ private:
+  struct Kept {
+    std::string host;
+    std::uint16_t port;
+    Session session;
+    TimePoint end;
+  };
+
+  explicit TLSContext(SSL_CTX* handle) : handle_(handle) {}
+
+  SSL_CTX* const handle_;
+  /// The latest first.
+  std::list<Kept> sessions_;
+  std::uint64_t trustEpoch_ = 0;
+};
+
+}  // namespace platform::networking
