@@ -128,14 +128,26 @@ void ConnectionPool::tellLater(ProgressMeter& meter) {
   if (!meter.isArmed()) meters_.arm(meter, meter.due());
 }
 
+/// libcurl closes what is still connecting without a word.
+void ConnectionPool::leaveConnecting(Exchange& exchange) {
+  for (const int descriptor : exchange.opened()) {
+    sockaddr_storage peer{};
+    socklen_t length = sizeof peer;
+    const bool isConnected = ::getpeername(descriptor, reinterpret_cast<sockaddr*>(&peer), &length) == 0;
+    if (!isConnected && socketAt(descriptor).exchange == &exchange) forget(descriptor);
+  }
+}
+
 /// Takes the exchange out of libcurl and of the table of active ones.
 void ConnectionPool::detach(Exchange& exchange) {
+  leaveConnecting(exchange);
   curl_multi_remove_handle(multi_, exchange.handle());
   if (exchange.socket >= 0) socketAt(exchange.socket).exchange = nullptr;
   exchange.owner().exchange = nullptr;
   admission_.finished(exchange.owner());
   deadlines_.disarm(exchange);
   std::erase(held_, &exchange);
+  std::erase(unwatched_, &exchange);
   const bool isReusable = exchange.isReusable();
   exchange.recycle();
 
@@ -173,6 +185,14 @@ void ConnectionPool::collectFinished() {
     end(exchange, exchange.finish(result));
   }
   if (!held_.empty()) settleHeld();
+  if (!unwatched_.empty()) endUnwatched();
+}
+
+void ConnectionPool::endUnwatched() {
+  while (!unwatched_.empty()) {
+    Exchange& exchange = *unwatched_.back();
+    end(exchange, exchange.finish(CURLE_COULDNT_CONNECT));
+  }
 }
 
 void ConnectionPool::act(curl_socket_t descriptor, int events) {
@@ -224,19 +244,18 @@ int ConnectionPool::socketChanged(CURL* handle, curl_socket_t descriptor, int wh
   socket.wanted = 0;
   if (what & CURL_POLL_IN) socket.wanted |= EPOLLIN;
   if (what & CURL_POLL_OUT) socket.wanted |= EPOLLOUT;
-  if (what == CURL_POLL_REMOVE && socket.connection == 0) {
-    // libcurl's own, by which its resolver calls: it closes that without a word, and the number is soon another's.
-    if (exchange && exchange->socket == descriptor) exchange->socket = -1;
-    if (socket.registered != 0) pool.loop_.unwatch(descriptor, true);
-    socket = {};
-    return 0;
-  }
   if (what == CURL_POLL_REMOVE) {
-    // It may be chosen again from here on, and is then known by its ports.
-    if (socket.ports == 0) pool.learnPorts(descriptor, socket);
-    if (exchange) exchange->keepUnread(descriptor);
-    socket.exchange = nullptr;
+    if (exchange && exchange->wasSent()) exchange->keepUnread(descriptor);
     if (exchange && exchange->socket == descriptor) exchange->socket = -1;
+    // It may be chosen again from here on, and is then known by its ports.
+    if (socket.connection != 0 && socket.ports == 0) pool.learnPorts(descriptor, socket);
+    if (socket.ports == 0) {
+      // libcurl's own, by which its resolver calls, or a connection that came to nothing: both are closed without a
+      // word, and the number is soon another's.
+      pool.forget(descriptor);
+      return 0;
+    }
+    socket.exchange = nullptr;
   } else if (exchange) {
     socket.exchange = exchange;
     exchange->socket = descriptor;
@@ -254,12 +273,12 @@ void ConnectionPool::apply(int descriptor, Socket& socket) {
     events = EPOLLIN;
   }
   if (events == socket.registered) return;
-  if (socket.registered == 0) {
-    loop_.watch(descriptor, events, *this);
-  } else {
-    loop_.rewatch(descriptor, events);
+  const int error = socket.registered == 0 ? loop_.watch(descriptor, events, *this) : loop_.rewatch(descriptor, events);
+  socket.registered = error == 0 ? events : 0;
+  if (error != 0 && socket.exchange) {
+    socket.exchange->noteSystemError(error);
+    unwatched_.push_back(socket.exchange);
   }
-  socket.registered = events;
 }
 
 void ConnectionPool::learnPorts(int descriptor, Socket& socket) {
@@ -278,22 +297,24 @@ bool ConnectionPool::isTainted(int localPort, int remotePort) const {
   return found != descriptorsByPorts_.end() && sockets_[static_cast<std::size_t>(found->second)].isTainted;
 }
 
-int ConnectionPool::socketOpened(void* self, curl_socket_t descriptor, curlsocktype) {
-  auto& pool = *static_cast<ConnectionPool*>(self);
-  pool.socketAt(descriptor).connection = ++pool.connections_;
-  return CURL_SOCKOPT_OK;
+void ConnectionPool::noteOpened(int descriptor) {
+  forget(descriptor);
+  socketAt(descriptor).connection = ++connections_;
+}
+
+/// Nothing that is known about the number holds any longer.
+void ConnectionPool::forget(int descriptor) {
+  Socket& socket = socketAt(descriptor);
+  if (socket.exchange && socket.exchange->socket == descriptor) socket.exchange->socket = -1;
+  if (socket.isOpen) loop_.unwatch(descriptor);
+  const auto found = descriptorsByPorts_.find(socket.ports);
+  if (found != descriptorsByPorts_.end() && found->second == descriptor) descriptorsByPorts_.erase(found);
+  socket = {};
 }
 
 int ConnectionPool::closeSocket(void* self, curl_socket_t descriptor) {
   auto& pool = *static_cast<ConnectionPool*>(self);
-  Socket& socket = pool.socketAt(descriptor);
-  if (socket.isOpen) {
-    if (socket.exchange && socket.exchange->socket == descriptor) socket.exchange->socket = -1;
-    pool.loop_.unwatch(descriptor, false);
-    const auto found = pool.descriptorsByPorts_.find(socket.ports);
-    if (found != pool.descriptorsByPorts_.end() && found->second == descriptor) pool.descriptorsByPorts_.erase(found);
-  }
-  socket = {};
+  pool.forget(descriptor);
   return ::close(descriptor);
 }
 
@@ -310,7 +331,7 @@ void ConnectionPool::ready(int descriptor, std::uint32_t events) {
   if (!socket.isOpen) return;
   const bool broken = (events & (EPOLLHUP | EPOLLERR)) != 0;
   if (socket.wanted == 0) {
-    loop_.unwatch(descriptor, true);
+    loop_.unwatch(descriptor);
     socket.registered = 0;
     socket.isTainted = !socket.isMultiplexed;
     return;

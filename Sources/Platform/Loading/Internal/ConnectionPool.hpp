@@ -56,8 +56,9 @@ class ConnectionPool final : public Ticker, public EventHandler {
   void slept(LoopTime duration) override;
   void ready(int descriptor, std::uint32_t events) override;
 
-  /// A descriptor is to become a connection; libcurl's callback.
-  static int socketOpened(void* self, curl_socket_t descriptor, curlsocktype);
+  /// The descriptor is to become a connection. Its number may have been another's: libcurl closes what did not get
+  /// connected without a word.
+  void noteOpened(int descriptor);
   /// Closes a connection's descriptor; libcurl's callback, which may come when the exchange is long gone.
   static int closeSocket(void* self, curl_socket_t descriptor);
 
@@ -87,7 +88,10 @@ class ConnectionPool final : public Ticker, public EventHandler {
   void loseHeld(Exchange& exchange);
   bool awaitsVerdict(const Exchange& late) const;
   void touchWhoWaitsWith(const Exchange& judged);
+  void endUnwatched();
   void detach(Exchange& exchange);
+  void leaveConnecting(Exchange& exchange);
+  void forget(int descriptor);
   void act(curl_socket_t descriptor, int events);
   void settleHeld();
   void serve(int descriptor, int flags);
@@ -106,7 +110,8 @@ class ConnectionPool final : public Ticker, public EventHandler {
   std::unordered_map<std::uint32_t, int> descriptorsByPorts_;
   std::vector<std::unique_ptr<Exchange>> active_;
   std::vector<std::unique_ptr<Exchange>> spare_;
-  std::vector<Exchange*> held_;  ///< of the active ones
+  std::vector<Exchange*> held_;       ///< of the active ones
+  std::vector<Exchange*> unwatched_;  ///< of the active ones: those whose connection cannot be watched
   AdmissionQueue admission_;
   LoopTime timerDue_;
   DeadlineQueue<Exchange> deadlines_;

@@ -1,7 +1,10 @@
 #include "Platform/Loading/Internal/Exchange.hpp"
 
+#include <sys/socket.h>
+
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <limits>
 #include <string_view>
 #include <utility>
@@ -35,6 +38,20 @@ Exchange::Exchange(ConnectionPool& pool) : pool_(pool), handle_(curl_easy_init()
 Exchange::~Exchange() {
   curl_easy_cleanup(handle_);
   curl_url_cleanup(url_);
+}
+
+curl_socket_t Exchange::openSocket(void* self, curlsocktype, curl_sockaddr* address) {
+  auto& exchange = *static_cast<Exchange*>(self);
+  // Programs that the application starts, on whatever thread, must not inherit it: there is no moment without the mark.
+  const int made = ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+  if (made < 0) {
+    // Not every family is there on every machine, and the other may do; for what follows, nothing will.
+    if (errno != EAFNOSUPPORT) exchange.noteSystemError(errno);
+    return CURL_SOCKET_BAD;
+  }
+  exchange.pool_.noteOpened(made);
+  exchange.opened_.push_back(made);
+  return made;
 }
 
 int Exchange::connectionReady(void* self, char*, char*, int remotePort, int localPort) {
@@ -227,7 +244,7 @@ TransportFailure Exchange::failureOf(CURLcode result) const {
   curl_easy_getinfo(handle_, CURLINFO_OS_ERRNO, &systemError);
   TransportFailure failure{.code = result,
                            .text = errorText_,
-                           .systemError = static_cast<int>(systemError),
+                           .systemError = systemError_ != 0 ? systemError_ : static_cast<int>(systemError),
                            .requestWasSent = starts_ > 0,
                            .isLocal = isThisMachine(request_->url.host().value_or(std::string()))};
   failure.isOffline = isOffline(failure);
@@ -283,6 +300,8 @@ void Exchange::recycle() {
   startedOnMultiplexed_ = false;
   mustRestart_ = false;
   wentStraight_ = false;
+  opened_.clear();
+  systemError_ = 0;
   gate_.reset();
   failure_.reset();
   errorText_[0] = '\0';

@@ -118,6 +118,10 @@ class Exchange final : public DeadlineEntry, private TrustGateOwner {
   LoopTime timeout() const { return timeout_; }
   /// Whether a connection was ready for the request, so that the server may have got it.
   bool wasSent() const { return starts_ > 0; }
+  /// The sockets that were opened for this exchange, some of which may be closed by now.
+  const std::vector<int>& opened() const { return opened_; }
+  /// Why no connection can be made here, as the system says.
+  void noteSystemError(int number) { systemError_ = number; }
   /// The descriptor whose readiness concerns this exchange; -1 while there is none.
   int socket = -1;
   /// Where the exchange stands in the pool's table of active ones.
@@ -130,6 +134,7 @@ class Exchange final : public DeadlineEntry, private TrustGateOwner {
   static int seekBody(void* self, curl_off_t offset, int origin);
   static int connectionReady(void* self, char* primary, char* local, int primaryPort, int localPort);
   static int progressed(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t sent);
+  static curl_socket_t openSocket(void* self, curlsocktype purpose, curl_sockaddr* address);
   static CURLcode prepareTLS(CURL* handle, void* context, void* self);
 
   void setConstantOptions();
@@ -184,6 +189,8 @@ class Exchange final : public DeadlineEntry, private TrustGateOwner {
   bool startedOnMultiplexed_ = false;  ///< the last of these connections is shared by several exchanges at a time
   bool mustRestart_ = false;
   bool wentStraight_ = false;  ///< it ended well, and nothing was repeated
+  std::vector<int> opened_;
+  int systemError_ = 0;
   std::shared_ptr<TrustGate> gate_;
   std::optional<Error> failure_;
   LoopTime timeout_ = 0;

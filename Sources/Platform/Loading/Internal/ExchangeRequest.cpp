@@ -56,8 +56,8 @@ void Exchange::setConstantOptions() {
   setOption(handle_, CURLOPT_PREREQDATA, this);
   setOption(handle_, CURLOPT_XFERINFOFUNCTION, &Exchange::progressed);
   setOption(handle_, CURLOPT_XFERINFODATA, this);
-  setOption(handle_, CURLOPT_SOCKOPTFUNCTION, &ConnectionPool::socketOpened);
-  setOption(handle_, CURLOPT_SOCKOPTDATA, &pool_);
+  setOption(handle_, CURLOPT_OPENSOCKETFUNCTION, &Exchange::openSocket);
+  setOption(handle_, CURLOPT_OPENSOCKETDATA, this);
   setOption(handle_, CURLOPT_CLOSESOCKETFUNCTION, &ConnectionPool::closeSocket);
   setOption(handle_, CURLOPT_CLOSESOCKETDATA, &pool_);
   // The trust gate verifies, with one store for the process.

@@ -1,7 +1,9 @@
 #include "Platform/Loading/Internal/NetworkLoop.hpp"
 
+#include <fcntl.h>
 #include <pthread.h>
 #include <signal.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -12,6 +14,7 @@
 #include <system_error>
 #include <thread>
 
+#include "Platform/Foundation/Internal/FileDescriptor.hpp"
 #include "Platform/Loading/Internal/TransportLibraries.hpp"
 #include "Platform/Trap.hpp"
 
@@ -35,10 +38,7 @@ NetworkLoop& NetworkLoop::shared() {
 NetworkLoop::NetworkLoop() {
   startTransportLibraries();
   epoll_ = checked(::epoll_create1(EPOLL_CLOEXEC), "epoll");
-  epoll_event event{};
-  event.events = EPOLLIN;
-  event.data.u64 = static_cast<std::uint32_t>(ownership_.wakeDescriptor());
-  ::epoll_ctl(epoll_, EPOLL_CTL_ADD, ownership_.wakeDescriptor(), &event);
+  checked(watchWake(epoll_) ? 0 : -1, "epoll");
   now_ = loopNow();
 
   // The thread inherits a mask that blocks everything: signals belong to the application's threads.
@@ -51,6 +51,13 @@ NetworkLoop::NetworkLoop() {
 
   Driver::shared.store(this, std::memory_order_release);
   std::atexit([] { shared().ownership_.stop(); });
+}
+
+bool NetworkLoop::watchWake(int epoll) const {
+  epoll_event event{};
+  event.events = EPOLLIN;
+  event.data.u64 = static_cast<std::uint32_t>(ownership_.wakeDescriptor());
+  return ::epoll_ctl(epoll, EPOLL_CTL_ADD, ownership_.wakeDescriptor(), &event) == 0;
 }
 
 bool NetworkLoop::hasWork() {
@@ -96,30 +103,60 @@ void NetworkLoop::add(Ticker& ticker) { tickers_.push_back(&ticker); }
 
 void NetworkLoop::remove(Ticker& ticker) { std::erase(tickers_, &ticker); }
 
-void NetworkLoop::watch(int descriptor, std::uint32_t events, EventHandler& handler) {
+int NetworkLoop::watch(int descriptor, std::uint32_t events, EventHandler& handler) {
   const auto index = static_cast<std::size_t>(descriptor);
   if (watches_.size() <= index) watches_.resize(index + 32);
-  watches_[index] = {&handler, ++generation_};
-  epoll_event event{};
-  event.events = events;
-  event.data.u64 = (std::uint64_t{generation_} << 32) | static_cast<std::uint32_t>(descriptor);
-  if (::epoll_ctl(epoll_, EPOLL_CTL_ADD, descriptor, &event) != 0 && errno == EEXIST) {
-    ::epoll_ctl(epoll_, EPOLL_CTL_MOD, descriptor, &event);
-  }
+  watches_[index] = {&handler, ++generation_, events};
+  int error = control(EPOLL_CTL_ADD, descriptor);
+  if (error == EEXIST) error = control(EPOLL_CTL_MOD, descriptor);
+  if (error != 0) watches_[index] = {};
+  return error;
 }
 
-void NetworkLoop::rewatch(int descriptor, std::uint32_t events) {
+int NetworkLoop::rewatch(int descriptor, std::uint32_t events) {
+  Watch& watch = watches_[static_cast<std::size_t>(descriptor)];
+  watch.events = events;
+  int error = control(EPOLL_CTL_MOD, descriptor);
+  if (error == ENOENT) {
+    watch.generation = ++generation_;
+    error = control(EPOLL_CTL_ADD, descriptor);
+  }
+  if (error != 0) watch = {};
+  return error;
+}
+
+void NetworkLoop::unwatch(int descriptor) {
+  watches_[static_cast<std::size_t>(descriptor)] = {};
+  // It fails when the descriptor was closed before; what may be left then is found by `watchAnew`.
+  ::epoll_ctl(epoll_, EPOLL_CTL_DEL, descriptor, nullptr);
+}
+
+int NetworkLoop::control(int operation, int descriptor) {
   const Watch& watch = watches_[static_cast<std::size_t>(descriptor)];
   epoll_event event{};
-  event.events = events;
+  event.events = watch.events;
   event.data.u64 = (std::uint64_t{watch.generation} << 32) | static_cast<std::uint32_t>(descriptor);
-  ::epoll_ctl(epoll_, EPOLL_CTL_MOD, descriptor, &event);
+  return ::epoll_ctl(epoll_, operation, descriptor, &event) == 0 ? 0 : errno;
 }
 
-void NetworkLoop::unwatch(int descriptor, bool isOpen) {
-  watches_[static_cast<std::size_t>(descriptor)] = {};
-  // Closing a descriptor takes it out of the set by itself.
-  if (isOpen) ::epoll_ctl(epoll_, EPOLL_CTL_DEL, descriptor, nullptr);
+bool NetworkLoop::isCurrent(const epoll_event& event) const {
+  const auto descriptor = static_cast<std::size_t>(event.data.u64 & 0xffffffffU);
+  if (static_cast<int>(descriptor) == ownership_.wakeDescriptor()) return true;
+  const Watch& watch = watches_[descriptor];
+  return watch.handler && watch.generation == static_cast<std::uint32_t>(event.data.u64 >> 32);
+}
+
+/// Leaves behind what is watched under no number of ours: a descriptor that was closed unknown to the loop, while
+/// another process holds a copy of it. It could not be taken out, and would be reported for ever.
+void NetworkLoop::watchAnew() {
+  // Out of descriptors or memory: tried again at the next report.
+  const FileDescriptor fresh(::epoll_create1(EPOLL_CLOEXEC));
+  if (!fresh.isOpen() || !watchWake(fresh.number())) return;
+  ::dup3(fresh.number(), epoll_, O_CLOEXEC);
+  for (std::size_t i = 0; i < watches_.size(); ++i) {
+    if (!watches_[i].handler) continue;
+    if (control(EPOLL_CTL_ADD, static_cast<int>(i)) != 0) watches_[i] = {};
+  }
 }
 
 void NetworkLoop::deliver(const DispatchQueue& queue, Block block) {
@@ -169,16 +206,16 @@ int NetworkLoop::waitBudget(LoopTime limit) {
 }
 
 void NetworkLoop::handle(const epoll_event* events, int count) {
+  const bool isClean =
+      std::all_of(events, events + count, [this](const epoll_event& event) { return isCurrent(event); });
+  if (!isClean) watchAnew();
   for (int i = 0; i < count; ++i) {
     const int descriptor = static_cast<int>(events[i].data.u64 & 0xffffffffU);
     if (descriptor == ownership_.wakeDescriptor()) {
       ownership_.clearWake();
-      continue;
-    }
-    // An earlier event of this batch may have closed the descriptor, and a new socket may bear its number.
-    const Watch watch = watches_[static_cast<std::size_t>(descriptor)];
-    if (watch.handler && watch.generation == static_cast<std::uint32_t>(events[i].data.u64 >> 32)) {
-      watch.handler->ready(descriptor, events[i].events);
+    } else if (isCurrent(events[i])) {
+      // It may be no more: an earlier event of this batch may have closed it, and a new socket may bear its number.
+      watches_[static_cast<std::size_t>(descriptor)].handler->ready(descriptor, events[i].events);
     }
   }
 }

@@ -49,10 +49,14 @@ class NetworkLoop final : public Driver {
   // Loop side.
   void add(Ticker& ticker);
   void remove(Ticker& ticker);
-  void watch(int descriptor, std::uint32_t events, EventHandler& handler);
-  void rewatch(int descriptor, std::uint32_t events);
-  /// Forgets the descriptor; events of this turn that are not handled yet are dropped.
-  void unwatch(int descriptor, bool isOpen);
+  /// Watches the descriptor from now on. 0, or the number of the system's error; then nothing is watched.
+  int watch(int descriptor, std::uint32_t events, EventHandler& handler);
+  /// Changes the events of a descriptor that is watched, which may have become another one of the same number. 0, or
+  /// the number of the system's error; then it is watched no more.
+  int rewatch(int descriptor, std::uint32_t events);
+  /// Forgets the descriptor; events of this turn that are not handled yet are dropped. To be called before it is
+  /// closed: a copy of it in another process would keep the watch alive.
+  void unwatch(int descriptor);
   /// Hands a finished piece of work to a queue at the end of this turn.
   void deliver(const DispatchQueue& queue, Block block);
   /// The time at which the present turn began.
@@ -66,16 +70,21 @@ class NetworkLoop final : public Driver {
   struct Watch {
     EventHandler* handler = nullptr;
     std::uint32_t generation = 0;
+    std::uint32_t events = 0;
   };
 
   NetworkLoop();
   void runThread();
+  bool watchWake(int epoll) const;
   bool hasWork();
   /// Waits at most that long for events and handles them; whether anything was delivered.
   bool turn(LoopTime limit);
   void runCommands();
   int waitBudget(LoopTime limit);
   void handle(const epoll_event* events, int count);
+  int control(int operation, int descriptor);
+  bool isCurrent(const epoll_event& event) const;
+  void watchAnew();
   void tick();
   bool flushDeliveries();
 

@@ -1,0 +1,102 @@
+#include <fcntl.h>
+#include <gmock/gmock.h>
+
+#include "CorvaneTesting/Ports.hpp"
+#include "SessionTest.hpp"
+#include "TestSupport/OpenDescriptors.hpp"
+
+// What becomes of the descriptors of connections, and of their numbers.
+
+namespace platform {
+namespace {
+
+using corvane::testing::Answer;
+using corvane::testing::DescriptorCopy;
+using corvane::testing::descriptorsTo;
+using corvane::testing::descriptorsWithoutPeer;
+using corvane::testing::Moment;
+using corvane::testing::SilentPort;
+using corvane::testing::staleWatches;
+
+class DescriptorTest : public SessionTest {
+ protected:
+  static URLRequest impatient(const std::string& url) {
+    return URLRequest(URL(url), URLRequestCachePolicy::useProtocolCachePolicy, 0.2);
+  }
+  /// A request whose connection is closed after it.
+  URLRequest toBeClosed() {
+    server.handle("/closed", [](const auto&) { return Answer(200).body("fine").closeConnection(); });
+    return URLRequest(URL(server.url("/closed")));
+  }
+  std::vector<std::unique_ptr<Load>> loads(const URLRequest& request, int count) {
+    std::vector<std::unique_ptr<Load>> all;
+    for (int i = 0; i < count; ++i) all.push_back(std::make_unique<Load>(session, request));
+    for (auto& each : all) each->resume();
+    return all;
+  }
+};
+
+TEST_F(DescriptorTest, numbersServeOtherConnectionsAfterTimeOutsWhileConnecting) {
+  const SilentPort silent;
+  auto connecting = loads(impatient(silent.url()), 4);
+  for (auto& each : connecting) EXPECT_EQ(each->wait().code(), URLErrorCode::timedOut);
+
+  for (auto& each : loads(toBeClosed(), 8)) EXPECT_EQ(each->wait().body(), "fine");
+}
+
+TEST_F(DescriptorTest, numbersServeOtherConnectionsAfterCancellationsWhileConnecting) {
+  const SilentPort silent;
+  auto connecting = loads(URLRequest(URL(silent.url())), 4);
+  // What is sent later and has its answer found the others connecting.
+  EXPECT_EQ(loads(toBeClosed(), 1).front()->wait().body(), "fine");
+  for (auto& each : connecting) each->cancel();
+  for (auto& each : connecting) EXPECT_EQ(each->wait().code(), URLErrorCode::cancelled);
+
+  for (auto& each : loads(toBeClosed(), 8)) EXPECT_EQ(each->wait().body(), "fine");
+}
+
+TEST_F(DescriptorTest, connectionsAreClosedInProgramsThatAreStarted) {
+  server.enqueue(Answer(200).stall(Moment::beforeStatusLine));
+  Load loading(session, URLRequest(URL(server.url("/"))));
+  loading.resume();
+  ASSERT_TRUE(server.waitForStall());
+
+  const std::vector<int> connections = descriptorsTo(server.port());
+
+  ASSERT_EQ(connections.size(), 1U);
+  EXPECT_TRUE(::fcntl(connections.front(), F_GETFD) & FD_CLOEXEC);
+  loading.cancel();
+  loading.wait();
+}
+
+TEST_F(DescriptorTest, aCancelledConnectionIsNotWatchedOnThoughACopyOfItIsOpen) {
+  server.enqueue(Answer(200).generatedBody(1 << 20).stall(Moment::insideBody));
+  Load loading(session, URLRequest(URL(server.url("/"))));
+  loading.resume();
+  ASSERT_TRUE(server.waitForStall());
+  ASSERT_EQ(descriptorsTo(server.port()).size(), 1U);
+  const DescriptorCopy copy(descriptorsTo(server.port()).front());
+
+  loading.cancel();
+  loading.wait();
+
+  EXPECT_THAT(staleWatches(), ::testing::IsEmpty());
+}
+
+TEST_F(DescriptorTest, aConnectionThatTimedOutWhileConnectingIsNotWatchedOnThoughACopyOfItIsOpen) {
+  const SilentPort silent;
+  server.enqueue(Answer(200).body("other"));
+  Load connecting(session, URLRequest(URL(silent.url())));
+  connecting.resume();
+  ASSERT_EQ(load("/").status(), 200);
+  std::vector<std::unique_ptr<DescriptorCopy>> copies;
+  for (const int number : descriptorsWithoutPeer()) copies.push_back(std::make_unique<DescriptorCopy>(number));
+
+  connecting.cancel();
+  connecting.wait();
+
+  EXPECT_THAT(staleWatches(), ::testing::IsEmpty());
+}
+
+}  // namespace
+}  // namespace platform
