@@ -5,13 +5,13 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
 #include <cstring>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
 
 #include "CorvaneTesting/Internal/ListeningSocket.hpp"
+#include "Platform/Dispatch/Internal/Thread.hpp"
 
 namespace corvane::testing::detail {
 
@@ -42,23 +42,11 @@ std::vector<Descriptor> bindSomewhere(const std::vector<std::string>& addresses,
 
 }  // namespace
 
-struct SignalShield::Mask {
-  sigset_t signals;
-};
-
-SignalShield::SignalShield() : before_(std::make_unique<Mask>()) {
-  sigset_t all;
-  sigfillset(&all);
-  pthread_sigmask(SIG_SETMASK, &all, &before_->signals);
-}
-
-SignalShield::~SignalShield() { pthread_sigmask(SIG_SETMASK, &before_->signals, nullptr); }
-
 Listener::Listener(const std::vector<std::string>& addresses, std::uint16_t port, ServerContext& context)
     : context_(context), sockets_(bindSomewhere(addresses, port)) {
   port_ = portOf(sockets_.front());
   for (const Descriptor& socket : sockets_) startListening(socket, backlog);
-  const SignalShield shield;
+  const platform::detail::SignalShield shield;  // also for the threads of the connections, which inherit it
   thread_ = std::thread([this] { accept(); });
 }
 

@@ -39,17 +39,4 @@ class Listener {
   std::thread thread_;
 };
 
-/// Blocks all signals on this thread while it lives: threads made meanwhile never run the host's handlers.
-class SignalShield {
- public:
-  SignalShield();
-  ~SignalShield();
-  SignalShield(const SignalShield&) = delete;
-  SignalShield& operator=(const SignalShield&) = delete;
-
- private:
-  struct Mask;
-  std::unique_ptr<Mask> before_;
-};
-
 }  // namespace corvane::testing::detail

@@ -2,10 +2,16 @@
 #include <pthread.h>
 #include <signal.h>
 
+#include <algorithm>
 #include <array>
+#include <cstdint>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <string>
 #include <thread>
 #include <tuple>
+#include <vector>
 
 #include "Corvane/Corvane.hpp"
 #include "CorvaneTesting/CertificateAuthority.hpp"
@@ -128,6 +134,40 @@ TEST_P(ProcessMannersTest, theThreadsOfTheApplicationKeepTheirSignals) {
   for (auto& thread : threads) thread.join();
 
   for (std::size_t i = 0; i < before.size(); ++i) expectSame(before[i], after[i]);
+}
+
+/// Of a thread of this process, as the kernel says in /proc (proc(5)); bit n - 1 of the mask is signal n.
+struct ThreadStatus {
+  std::string name;
+  std::uint64_t blockedSignals = 0;
+
+  bool blocks(int signal) const { return (blockedSignals >> (signal - 1) & 1) != 0; }
+
+  static std::vector<ThreadStatus> ofAll() {
+    std::vector<ThreadStatus> found;
+    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+      std::ifstream lines(task.path() / "status");
+      ThreadStatus status;
+      for (std::string line; std::getline(lines, line);) {
+        if (line.starts_with("Name:\t")) status.name = line.substr(6);
+        if (line.starts_with("SigBlk:\t")) status.blockedSignals = std::stoull(line.substr(8), nullptr, 16);
+      }
+      found.push_back(std::move(status));
+    }
+    return found;
+  }
+};
+
+TEST_P(ProcessMannersTest, theNetworkThreadLeavesSignalsToTheApplicationButNotItsOwnFaults) {
+  EXPECT_ANY_THROW(post().send().get());
+
+  const auto threads = ThreadStatus::ofAll();
+  const auto network = std::ranges::find(threads, "corvane.network", &ThreadStatus::name);
+  ASSERT_NE(network, threads.end());
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE, SIGALRM, SIGCHLD, SIGUSR1, SIGPROF, SIGXFSZ})
+    EXPECT_TRUE(network->blocks(signal)) << strsignal(signal);
+  for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGSYS, SIGABRT})
+    EXPECT_FALSE(network->blocks(fault)) << strsignal(fault);
 }
 
 std::string nameOf(const ::testing::TestParamInfo<std::tuple<bool, Ending>>& used) {

@@ -3,7 +3,6 @@
 #include <pthread.h>
 
 #include <chrono>
-#include <csignal>
 #include <memory>
 
 namespace platform::detail {
@@ -19,15 +18,6 @@ void* enter(void* argument) noexcept {
   ::pthread_setname_np(::pthread_self(), start->name.text());
   start->body();
   return nullptr;
-}
-
-/// All signals but those that a thread raises by its own fault: blocked, they would kill the process without
-/// asking the handlers of crash reporters and sanitizers.
-sigset_t signalsOfTheApplication() {
-  sigset_t signals;
-  sigfillset(&signals);
-  for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGSYS, SIGABRT}) sigdelset(&signals, fault);
-  return signals;
 }
 
 }  // namespace
@@ -50,18 +40,25 @@ void ThreadName::apply() const {
   ::pthread_setname_np(::pthread_self(), text_.data());
 }
 
+SignalShield::SignalShield() {
+  sigset_t blocked;
+  sigfillset(&blocked);
+  // The kernel ends the process for a fault whose signal is blocked, without asking a handler.
+  for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGSYS, SIGABRT}) sigdelset(&blocked, fault);
+  ::pthread_sigmask(SIG_BLOCK, &blocked, &previous_);
+}
+
+SignalShield::~SignalShield() { ::pthread_sigmask(SIG_SETMASK, &previous_, nullptr); }
+
 bool startThread(std::string_view name, UniqueFunction<void()> body) {
   auto start = std::make_unique<Start>(Start{ThreadName(name), std::move(body)});
-  const sigset_t blocked = signalsOfTheApplication();
-  sigset_t previous;
-  // A thread starts with the mask of the one that makes it.
-  ::pthread_sigmask(SIG_BLOCK, &blocked, &previous);
-  pthread_t thread{};
-  const bool started = ::pthread_create(&thread, nullptr, &enter, start.get()) == 0;
-  ::pthread_sigmask(SIG_SETMASK, &previous, nullptr);
-  if (!started) return false;
+  {
+    const SignalShield shield;
+    pthread_t thread{};
+    if (::pthread_create(&thread, nullptr, &enter, start.get()) != 0) return false;
+    ::pthread_detach(thread);
+  }
   static_cast<void>(start.release());
-  ::pthread_detach(thread);
   return true;
 }
 

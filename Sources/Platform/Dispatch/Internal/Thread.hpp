@@ -1,9 +1,12 @@
 #pragma once
 
+#include <signal.h>
+
 #include <array>
 #include <string_view>
 
 #include "Platform/Dispatch/UniqueFunction.hpp"
+#include "Platform/Export.hpp"
 
 namespace platform::detail {
 
@@ -22,8 +25,22 @@ class ThreadName {
   std::array<char, 16> text_{};
 };
 
-/// Starts a detached thread that leaves the process's signals to the application's threads. Returns false
-/// when the system refuses.
+/// Blocks on the calling thread, while it lives, all signals but those that a thread raises by its own fault. A
+/// thread that is started meanwhile keeps this mask: it leaves the process's signals to the application's threads,
+/// and a crash on it still reaches the handlers of crash reporters and sanitizers.
+class CORVANE_API SignalShield {
+ public:
+  SignalShield();
+  ~SignalShield();
+  SignalShield(const SignalShield&) = delete;
+  SignalShield& operator=(const SignalShield&) = delete;
+
+ private:
+  sigset_t previous_;
+};
+
+/// Starts a detached thread under a `SignalShield`. Every thread of the library is started here. Returns false when
+/// the system refuses.
 [[nodiscard]] bool startThread(std::string_view name, UniqueFunction<void()> body);
 
 }  // namespace platform::detail

@@ -1,8 +1,6 @@
 #include "Platform/Loading/Internal/NetworkLoop.hpp"
 
 #include <fcntl.h>
-#include <pthread.h>
-#include <signal.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -12,8 +10,8 @@
 #include <limits>
 #include <string>
 #include <system_error>
-#include <thread>
 
+#include "Platform/Dispatch/Internal/Thread.hpp"
 #include "Platform/Foundation/Internal/FileDescriptor.hpp"
 #include "Platform/Loading/Internal/TransportLibraries.hpp"
 #include "Platform/Trap.hpp"
@@ -41,13 +39,8 @@ NetworkLoop::NetworkLoop() {
   checked(watchWake(epoll_) ? 0 : -1, "epoll");
   now_ = loopNow();
 
-  // The thread inherits a mask that blocks everything: signals belong to the application's threads.
-  sigset_t all;
-  sigset_t before;
-  sigfillset(&all);
-  pthread_sigmask(SIG_SETMASK, &all, &before);
-  std::thread([this] { runThread(); }).detach();
-  pthread_sigmask(SIG_SETMASK, &before, nullptr);
+  if (!startThread("corvane.network", [this] { runThread(); }))
+    throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again), "the network thread");
 
   Driver::shared.store(this, std::memory_order_release);
   std::atexit([] { shared().ownership_.stop(); });
@@ -66,7 +59,6 @@ bool NetworkLoop::hasWork() {
 }
 
 void NetworkLoop::runThread() {
-  pthread_setname_np(pthread_self(), "corvane.network");
   for (;;) {
     if (ownership_.tryOwn()) {
       // At least one turn: it also sees connections that were closed while idle.
