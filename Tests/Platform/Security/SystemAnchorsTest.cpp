@@ -6,6 +6,7 @@
 
 #include "CorvaneTesting/CertificateAuthority.hpp"
 #include "Platform/Security/Internal/CertificateHandle.hpp"
+#include "Platform/Security/Internal/SystemAnchors.hpp"
 #include "Platform/Security/SecTrust.hpp"
 #include "TestSupport/TemporaryDirectory.hpp"
 #include "TrustCertificates.hpp"
@@ -16,14 +17,14 @@ using corvane::testing::CertificateAuthority;
 using corvane::testing::trustCertificate;
 using platform::SecTrust;
 using platform::SecTrustResult;
+using platform::detail::SystemAnchors;
 
 /// The system's anchors are read once per process, so each test judges in a process of its own: the body of
 /// a death test, whose exit status says which expectation failed.
 class SystemAnchorsTest : public testing::Test {
  protected:
   void useFile(const std::string& name) const {
-    setenv("SSL_CERT_FILE", (directory / name).c_str(), 1);
-    setenv("SSL_CERT_DIR", (directory / "none").c_str(), 1);
+    SystemAnchors::usePlaces({.bundle = directory / name, .directories = directory / "none"});
   }
 
   SecTrust& trust() const {
@@ -49,7 +50,7 @@ class SystemAnchorsTest : public testing::Test {
 };
 using SystemAnchorsDeathTest = SystemAnchorsTest;
 
-TEST_F(SystemAnchorsDeathTest, trustTheBundleNamedByTheEnvironment) {
+TEST_F(SystemAnchorsDeathTest, trustTheBundle) {
   directory.write("bundle.pem", other.certificate().pem() + root.certificate().pem());
 
   EXPECT_EXIT(
@@ -60,15 +61,14 @@ TEST_F(SystemAnchorsDeathTest, trustTheBundleNamedByTheEnvironment) {
       testing::ExitedWithCode(0), "");
 }
 
-TEST_F(SystemAnchorsDeathTest, trustAHashedDirectoryNamedByTheEnvironment) {
+TEST_F(SystemAnchorsDeathTest, trustAHashedDirectory) {
   char name[16];
   snprintf(name, sizeof name, "%08lx.0", X509_subject_name_hash(trustCertificate(root.certificate()).handle()->x509));
   directory.write(name, root.certificate().pem());
 
   EXPECT_EXIT(
       {
-        setenv("SSL_CERT_FILE", (directory / "none").c_str(), 1);
-        setenv("SSL_CERT_DIR", directory.path().c_str(), 1);
+        SystemAnchors::usePlaces({.bundle = directory / "none", .directories = directory.path()});
         exitWith({trust().evaluate() == SecTrustResult::unspecified});
       },
       testing::ExitedWithCode(0), "");
@@ -93,10 +93,33 @@ TEST_F(SystemAnchorsDeathTest, areIgnoredWhileOnlyCustomAnchorsCount) {
       testing::ExitedWithCode(0), "");
 }
 
-TEST_F(SystemAnchorsDeathTest, areNotReplacedByOthersWhenTheNamedBundleIsMissing) {
+TEST_F(SystemAnchorsDeathTest, comeFromTheFirstOtherBundleThatHasSome) {
+  directory.write("empty.pem", "");
+  directory.write("bundle.pem", root.certificate().pem());
+  directory.write("late.pem", other.certificate().pem());
+
   EXPECT_EXIT(
       {
-        useFile("missing.pem");
+        SystemAnchors::usePlaces(
+            {.bundle = directory / "missing.pem",
+             .otherBundles = {directory / "empty.pem", directory / "bundle.pem", directory / "late.pem"}});
+        SecTrust late({trustCertificate(other.issue({.dnsNames = {"leaf.test"}}))}, "leaf.test");
+        exitWith({trust().evaluate() == SecTrustResult::unspecified,
+                  late.evaluate() == SecTrustResult::recoverableTrustFailure});
+      },
+      testing::ExitedWithCode(0), "");
+}
+
+TEST_F(SystemAnchorsDeathTest, areNotThoseThatTheEnvironmentNames) {
+  char name[16];
+  snprintf(name, sizeof name, "%08lx.0", X509_subject_name_hash(trustCertificate(root.certificate()).handle()->x509));
+  directory.write(name, root.certificate().pem());
+  directory.write("bundle.pem", root.certificate().pem());
+
+  EXPECT_EXIT(
+      {
+        setenv("SSL_CERT_FILE", (directory / "bundle.pem").c_str(), 1);
+        setenv("SSL_CERT_DIR", directory.path().c_str(), 1);
         exitWith({trust().evaluate() == SecTrustResult::recoverableTrustFailure});
       },
       testing::ExitedWithCode(0), "");

@@ -43,6 +43,7 @@ CertificateHandle::~CertificateHandle() {
 
 std::shared_ptr<const CertificateHandle> CertificateHandle::fromDER(std::span<const std::byte> der) {
   if (der.size() > std::numeric_limits<int>::max()) return nullptr;
+  OpenSSLUse::prepare();
   const OpenSSLErrorScope errors;
   const auto* cursor = reinterpret_cast<const unsigned char*>(der.data());
   X509* certificate = d2i_X509(nullptr, &cursor, static_cast<long>(der.size()));

@@ -1,6 +1,6 @@
 #include "Platform/Security/Internal/OpenSSLUse.hpp"
 
-#include <openssl/crypto.h>
+#include <openssl/ssl.h>
 
 #include <chrono>
 #include <condition_variable>
@@ -34,8 +34,9 @@ class Uses {
 
  private:
   Uses() {
-    // What OpenSSL does at exit is registered by now, if it does anything, so this comes before.
-    OPENSSL_init_crypto(OPENSSL_INIT_NO_ATEXIT, nullptr);
+    // What OpenSSL does at exit is registered by now, if it does anything, so this comes before. Who is the first to
+    // use it decides on the configuration file, which the environment may name: this library reads none.
+    OPENSSL_init_ssl(OPENSSL_INIT_NO_ATEXIT | OPENSSL_INIT_NO_LOAD_CONFIG, nullptr);
     std::atexit([] { shared().close(); });
   }
   void close() {

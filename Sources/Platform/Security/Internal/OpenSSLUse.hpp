@@ -14,7 +14,8 @@ class OpenSSLUse {
   OpenSSLUse& operator=(const OpenSSLUse&) = delete;
   explicit operator bool() const { return isAllowed_; }
 
-  /// Makes sure that the exit will be noticed; to be called before other threads get something to use.
+  /// Makes sure that the exit will be noticed, and that OpenSSL takes nothing from its configuration file unless the
+  /// application used it first. To be called before anything of OpenSSL is used.
   static void prepare();
   /// For an object of OpenSSL that cannot be freed any more, as the process exits: keeps it reachable, so that
   /// checkers of memory do not take it for lost.

@@ -1,49 +1,61 @@
 #include "Platform/Security/Internal/SystemAnchors.hpp"
 
 #include <openssl/x509_vfy.h>
-#include <stdlib.h>
 
 #include <memory>
+#include <utility>
 
 #include "Platform/Security/Internal/CertificateHandle.hpp"
+#include "Platform/Security/Internal/OpenSSLUse.hpp"
 #include "Platform/Trap.hpp"
 
 namespace platform::detail {
 namespace {
 
-// Debian, Fedora, Alpine.
-constexpr const char* distributionBundles[] = {"/etc/ssl/certs/ca-certificates.crt", "/etc/pki/tls/certs/ca-bundle.crt",
-                                               "/etc/ssl/cert.pem"};
-
 constexpr const char* outOfMemory = "There is no memory for the system's certificates.";
 
 bool hasCertificates(X509_STORE* store) { return sk_X509_OBJECT_num(X509_STORE_get0_objects(store)) > 0; }
 
-/// As `X509_STORE_set_default_paths`, without the lookup that lists a whole directory for each unknown name.
-void readDefaultPaths(X509_STORE* store) {
+AnchorPlaces& sharedPlaces() {
+  static AnchorPlaces& places = *new AnchorPlaces(AnchorPlaces::ofSystem());
+  return places;
+}
+
+/// As `X509_STORE_set_default_paths`, without the environment, and without the lookup that lists a whole directory for
+/// each unknown name.
+void readPlaces(X509_STORE* store, const AnchorPlaces& places) {
   X509_LOOKUP* file = X509_STORE_add_lookup(store, X509_LOOKUP_file());
   X509_LOOKUP* directory = X509_STORE_add_lookup(store, X509_LOOKUP_hash_dir());
   if (!file || !directory) trap(outOfMemory);
-  X509_LOOKUP_load_file(file, nullptr, X509_FILETYPE_DEFAULT);
-  X509_LOOKUP_add_dir(directory, nullptr, X509_FILETYPE_DEFAULT);
+  X509_LOOKUP_load_file(file, places.bundle.c_str(), X509_FILETYPE_PEM);
+  X509_LOOKUP_add_dir(directory, places.directories.c_str(), X509_FILETYPE_PEM);
 }
 
 }  // namespace
 
+AnchorPlaces AnchorPlaces::ofSystem() {
+  return {
+      .bundle = X509_get_default_cert_file(),
+      .directories = X509_get_default_cert_dir(),
+      // Debian, Fedora, Alpine.
+      .otherBundles = {"/etc/ssl/certs/ca-certificates.crt", "/etc/pki/tls/certs/ca-bundle.crt", "/etc/ssl/cert.pem"}};
+}
+
 const SystemAnchors& SystemAnchors::shared() {
-  static const SystemAnchors& anchors = *new SystemAnchors;
+  static const SystemAnchors& anchors = *new SystemAnchors(sharedPlaces());
   return anchors;
 }
 
-SystemAnchors::SystemAnchors() : store_(X509_STORE_new()) {
+void SystemAnchors::usePlaces(AnchorPlaces places) { sharedPlaces() = std::move(places); }
+
+SystemAnchors::SystemAnchors(const AnchorPlaces& places) : store_(X509_STORE_new()) {
   if (!store_) trap(outOfMemory);
+  OpenSSLUse::prepare();
   const OpenSSLErrorScope errors;
-  readDefaultPaths(store_);
-  // An application that names its own bundle must not get another one because of a typing error.
-  if (secure_getenv("SSL_CERT_FILE") || secure_getenv("SSL_CERT_DIR")) return;
-  for (const char* bundle : distributionBundles) {
+  readPlaces(store_, places);
+  for (const std::string& bundle : places.otherBundles) {
     if (hasCertificates(store_)) return;
-    X509_STORE_load_file(store_, bundle);
+    X509_STORE_load_file(store_, bundle.c_str());
   }
 }
 
