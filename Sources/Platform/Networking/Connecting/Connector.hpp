@@ -121,7 +121,6 @@ class Connector final : private LookUp, private Timer, private Deferred, private
   std::vector<std::unique_ptr<ConnectionAttempt>> attempts_;
   /// The most telling error of the attempts so far.
   int systemError_ = 0;
-  std::unique_ptr<ByteStream> plain_;
   std::unique_ptr<TLSStream> secured_;
   /// What the owner is told from the loop.
   Failure failure_;

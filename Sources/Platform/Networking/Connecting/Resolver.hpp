@@ -33,7 +33,7 @@ class LookUp {
   bool isWaiting() const { return resolver_ != nullptr; }
 
  protected:
-  ~LookUp();
+  virtual ~LookUp();
 
  private:
   friend class Resolver;

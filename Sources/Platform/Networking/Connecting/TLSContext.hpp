@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <list>
 #include <memory>
+#include <span>
 #include <string>
 
 #include "Platform/Networking/Connecting/Route.hpp"
@@ -25,11 +26,11 @@ struct TLSOptions {
 /// It trusts nobody by itself: each new server is judged by whoever makes the connection. A resumed session needs no
 /// verdict, since its server had one; so a session is kept only of a server that was judged by the trust in force, and
 /// `forget` is to be called whenever that changes. Nothing of it comes from the process's environment.
-class TLSContext : public std::enable_shared_from_this<TLSContext> {
+class TLSContext {
  public:
   /// How long a session may be resumed; the server may end it earlier.
   static constexpr Duration sessionLifetime = std::chrono::hours(1);
-  /// How many sessions are kept in all; those that were not used for longest make room.
+  /// How many sessions are kept in all; the oldest make room.
   static constexpr std::size_t mostSessions = 256;
   /// How many of them of one server. One of TLS 1.3 is used once (RFC 8446, C.4).
   static constexpr std::size_t mostSessionsOfOrigin = 4;
@@ -48,6 +49,8 @@ class TLSContext : public std::enable_shared_from_this<TLSContext> {
   // For `TLSStream`.
 
   SSL_CTX* handle() const { return handle_; }
+  /// Room for bytes on their way into a record; used until the next call to a stream of this context.
+  std::span<std::byte> scratch();
   struct SessionFree {
     void operator()(SSL_SESSION* session) const;
   };
@@ -66,10 +69,12 @@ class TLSContext : public std::enable_shared_from_this<TLSContext> {
   };
 
   explicit TLSContext(SSL_CTX* handle) : handle_(handle) {}
+  void makeRoom(const Origin& origin);
 
   SSL_CTX* const handle_;
   /// The latest first.
   std::list<Kept> sessions_;
+  std::unique_ptr<std::byte[]> scratch_;
   std::uint64_t trustEpoch_ = 0;
 };
 

@@ -1,0 +1,125 @@
+#include "Platform/Networking/Connecting/Resolver.hpp"
+
+#include <netdb.h>
+
+#include <algorithm>
+#include <string_view>
+#include <utility>
+
+#include "Platform/Networking/Connecting/LookUpThreads.hpp"
+
+namespace platform::networking {
+
+namespace {
+
+/// RFC 6761, 6.3: these never leave the machine, whatever a name server would say.
+bool isLocalName(std::string_view name) {
+  constexpr std::string_view local = "localhost";
+  if (name.ends_with('.')) name.remove_suffix(1);
+  if (!name.ends_with(local)) return false;
+  name.remove_suffix(local.size());
+  return name.empty() || name.ends_with('.');
+}
+
+HostAddresses listOf(std::vector<HostAddress> addresses) {
+  return std::make_shared<const std::vector<HostAddress>>(std::move(addresses));
+}
+
+const HostAddresses& localAddresses() {
+  static const HostAddresses& addresses =
+      *new HostAddresses(listOf({HostAddress::loopback6(), HostAddress::loopback4()}));
+  return addresses;
+}
+
+}  // namespace
+
+LookUp::~LookUp() {
+  if (resolver_) resolver_->cancel(*this);
+}
+
+Resolver::Resolver(EventLoop& loop) : loop_(loop), threads_(std::make_shared<LookUpThreads>(loop, *this)) {}
+
+Resolver::~Resolver() { threads_->close(); }
+
+std::optional<Resolution> Resolver::resolve(const std::string& host, LookUp& lookUp) {
+  if (auto known = knownAtOnce(host)) return known;
+  const auto [place, isNew] = current_.try_emplace(host, lastQuestion_ + 1);
+  if (isNew) {
+    ++lastQuestion_;
+    questions_[lastQuestion_].host = host;
+  }
+  lookUp.resolver_ = this;
+  lookUp.question_ = place->second;
+  questions_[place->second].waiting.push_back(&lookUp);
+  if (isNew) threads_->ask(lastQuestion_, host);
+  return std::nullopt;
+}
+
+std::optional<Resolution> Resolver::knownAtOnce(const std::string& host) {
+  if (const auto address = HostAddress::fromText(host)) return listOf({*address});
+  if (isLocalName(host)) return localAddresses();
+  if (host.empty() || host.find('\0') != std::string::npos) {
+    return Failure{FailureCause::nameNotFound, "the URL names no host", EAI_NONAME};
+  }
+  const auto kept = kept_.find(host);
+  if (kept == kept_.end()) return std::nullopt;
+  if (loop_.now() < kept->second.end) return kept->second.addresses;
+  kept_.erase(kept);
+  return std::nullopt;
+}
+
+void Resolver::cancel(LookUp& lookUp) {
+  if (!lookUp.resolver_) return;
+  lookUp.resolver_ = nullptr;
+  const auto place = questions_.find(lookUp.question_);
+  if (place == questions_.end()) return;
+  Question& question = place->second;
+  std::erase(question.waiting, &lookUp);
+  if (!question.waiting.empty()) return;
+  if (!threads_->abandon(place->first)) return;
+  if (question.isCurrent) current_.erase(question.host);
+  questions_.erase(place);
+}
+
+void Resolver::forget() {
+  kept_.clear();
+  current_.clear();
+  for (auto& [number, question] : questions_) question.isCurrent = false;
+}
+
+void Resolver::forget(const std::string& host) {
+  kept_.erase(host);
+  const auto place = current_.find(host);
+  if (place == current_.end()) return;
+  questions_[place->second].isCurrent = false;
+  current_.erase(place);
+}
+
+void Resolver::lookedUp(std::uint64_t number, const Resolution& resolution) {
+  const auto place = questions_.find(number);
+  if (place == questions_.end()) return;
+  if (place->second.isCurrent) {
+    current_.erase(place->second.host);
+    if (const auto* addresses = std::get_if<HostAddresses>(&resolution)) keep(place->second.host, *addresses);
+  }
+  // One who is told may end the wait of another.
+  for (auto& waiting = place->second.waiting; !waiting.empty();) {
+    LookUp& next = *waiting.front();
+    waiting.erase(waiting.begin());
+    next.resolver_ = nullptr;
+    next.nameResolved(resolution);
+  }
+  questions_.erase(number);
+}
+
+void Resolver::keep(const std::string& host, const HostAddresses& addresses) {
+  if (kept_.size() >= mostKept) {
+    const auto first = std::min_element(kept_.begin(), kept_.end(), [](const auto& left, const auto& right) {
+      return left.second.end < right.second.end;
+    });
+    kept_.erase(first);
+  }
+  kept_[host] = {addresses, loop_.now() + lifetime};
+}
+
+}  // namespace platform::networking

@@ -1,0 +1,142 @@
+#include "Platform/Networking/Streams/SocketStream.hpp"
+
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/sendfile.h>
+#include <sys/socket.h>
+#include <sys/uio.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <utility>
+
+#include "Platform/Networking/Streams/BrokenPipeGuard.hpp"
+
+namespace platform::networking {
+
+using detail::uninterrupted;
+
+namespace {
+
+/// As many pieces as one call takes here; the caller comes again with the rest.
+constexpr std::size_t mostPieces = 16;
+/// What one `sendfile` is asked for at most, so that one fast peer does not hold up all others.
+constexpr std::size_t mostFileBytes = std::size_t{1} << 20;
+
+bool wouldBlock(int error) { return error == EAGAIN || error == EWOULDBLOCK; }
+
+}  // namespace
+
+std::unique_ptr<SocketStream> SocketStream::make(EventLoop& loop, detail::FileDescriptor socket, int& systemError) {
+  // Small requests leave at once (RFC 896 would hold them back). Sockets of other kinds know no such option.
+  const int on = 1;
+  ::setsockopt(socket.number(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+  std::unique_ptr<SocketStream> stream(new SocketStream(loop, std::move(socket)));
+  systemError = loop.watch(stream->socket_.number(), *stream);
+  if (systemError != 0) return nullptr;
+  return stream;
+}
+
+SocketStream::~SocketStream() {
+  if (isGone_) *isGone_ = true;
+  loop_.unwatch(socket_.number());
+}
+
+int SocketStream::connectionError() const {
+  int error = 0;
+  socklen_t size = sizeof error;
+  if (::getsockopt(socket_.number(), SOL_SOCKET, SO_ERROR, &error, &size) != 0) return errno;
+  return error;
+}
+
+void SocketStream::descriptorReady(Readiness readiness) {
+  if (readiness.hungUp) hungUp_ = true;
+  bool isGone = false;
+  isGone_ = &isGone;
+  // What the peer said comes first: it may explain why writing fails.
+  if (readiness.readable && owner()) owner()->streamReadable();
+  if (isGone) return;
+  isGone_ = nullptr;
+  if (readiness.writable && owner() && std::exchange(waitsForWriting_, false)) owner()->streamWritable();
+}
+
+IOResult SocketStream::read(std::span<std::byte> room) {
+  const ssize_t count = uninterrupted([&] { return ::recv(socket_.number(), room.data(), room.size(), 0); });
+  if (count > 0) {
+    const auto filled = static_cast<std::size_t>(count);
+    return {IOStatus::done, filled, filled < room.size() && !hungUp_};
+  }
+  if (count == 0) {
+    if (room.empty()) return {};
+    if (!isBroken_) return {IOStatus::closed};
+    return {IOStatus::failed};
+  }
+  if (wouldBlock(errno)) return {};
+  return failed(errno, "the connection was lost while reading");
+}
+
+IOResult SocketStream::write(std::span<const Bytes> pieces) {
+  std::array<iovec, mostPieces> parts;
+  std::size_t used = 0;
+  for (const Bytes piece : pieces) {
+    if (piece.empty()) continue;
+    if (used == parts.size()) break;
+    // POSIX has no type for pieces that are only read.
+    parts[used++] = {const_cast<std::byte*>(piece.data()), piece.size()};
+  }
+  if (used == 0) return {IOStatus::done};
+  msghdr message{};
+  message.msg_iov = parts.data();
+  message.msg_iovlen = used;
+  return afterSending(uninterrupted([&] { return ::sendmsg(socket_.number(), &message, MSG_NOSIGNAL); }));
+}
+
+IOResult SocketStream::sendFile(int file, off_t offset, std::size_t count) {
+  if (count == 0) return {IOStatus::done};
+  const std::size_t most = std::min(count, mostFileBytes);
+  ssize_t sent = 0;
+  {
+    const BrokenPipeGuard guard;
+    sent = uninterrupted([&] { return ::sendfile(socket_.number(), file, &offset, most); });
+  }
+  // Some files cannot be sent from within the kernel, and an error may be the file's or the connection's: reading and
+  // writing tell.
+  if (sent < 0 && !wouldBlock(errno)) return copyFile(file, offset, count);
+  if (sent == 0) return {IOStatus::done};
+  return afterSending(sent);
+}
+
+IOResult SocketStream::copyFile(int file, off_t offset, std::size_t count) {
+  std::array<std::byte, 16 * 1024> room;
+  const std::size_t most = std::min(count, room.size());
+  const ssize_t got = uninterrupted([&] { return ::pread(file, room.data(), most, offset); });
+  if (got < 0) {
+    failure_ = Failure{FailureCause::requestBody, "the file could not be read", errno};
+    return {IOStatus::failed};
+  }
+  if (got == 0) return {IOStatus::done};
+  const Bytes piece(room.data(), static_cast<std::size_t>(got));
+  return write({&piece, 1});
+}
+
+IOResult SocketStream::afterSending(ssize_t count) {
+  if (count >= 0) return {IOStatus::done, static_cast<std::size_t>(count)};
+  if (wouldBlock(errno)) {
+    waitsForWriting_ = true;
+    return {};
+  }
+  return failed(errno, "the connection was lost while writing");
+}
+
+/// A broken pipe alone does not make the end of the stream doubtful: the system says so when the peer had ended its
+/// direction properly before it refused ours.
+IOResult SocketStream::failed(int systemError, const char* message) {
+  if (systemError != EPIPE) isBroken_ = true;
+  failure_ = Failure{FailureCause::connectionLost, message, systemError};
+  return {IOStatus::failed};
+}
+
+void SocketStream::shutDown() { ::shutdown(socket_.number(), SHUT_WR); }
+
+}  // namespace platform::networking

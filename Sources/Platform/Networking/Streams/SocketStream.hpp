@@ -1,0 +1,54 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <span>
+
+#include "Platform/Foundation/Internal/FileDescriptor.hpp"
+#include "Platform/Networking/Loop/EventLoop.hpp"
+#include "Platform/Networking/Streams/ByteStream.hpp"
+
+namespace platform::networking {
+
+/// A TCP connection in the clear. Watched by the loop from its making to its destruction, which closes it.
+class SocketStream final : public ByteStream, private Watcher {
+ public:
+  /// Takes over a socket that does not block, connected or about to be. Null, with the system's error, when the loop
+  /// cannot watch it.
+  static std::unique_ptr<SocketStream> make(EventLoop& loop, detail::FileDescriptor socket, int& systemError);
+  ~SocketStream() override;
+
+  /// For a socket whose `connect` is under way: tells the owner that it is writable once that has ended, either way.
+  void awaitConnection() { waitsForWriting_ = true; }
+  /// How `connect` ended; 0 when it worked. To be asked once, after `streamWritable`.
+  int connectionError() const;
+
+  IOResult read(std::span<std::byte> room) override;
+  IOResult write(std::span<const Bytes> pieces) override;
+  IOResult sendFile(int file, off_t offset, std::size_t count) override;
+  void shutDown() override;
+  bool isSecure() const override { return false; }
+  const std::optional<Failure>& failure() const override { return failure_; }
+  int descriptor() const override { return socket_.number(); }
+
+ private:
+  SocketStream(EventLoop& loop, detail::FileDescriptor socket) : loop_(loop), socket_(std::move(socket)) {}
+
+  void descriptorReady(Readiness readiness) override;
+  IOResult copyFile(int file, off_t offset, std::size_t count);
+  IOResult afterSending(ssize_t count);
+  IOResult failed(int systemError, const char* message);
+
+  EventLoop& loop_;
+  detail::FileDescriptor socket_;
+  std::optional<Failure> failure_;
+  /// Set by the destructor, for whoever calls the owner.
+  bool* isGone_ = nullptr;
+  bool waitsForWriting_ = false;
+  /// The end, or an error, follows what can be read: a short read does not mean that nothing is left.
+  bool hungUp_ = false;
+  /// The system reported an error: whatever ends here was cut off.
+  bool isBroken_ = false;
+};
+
+}  // namespace platform::networking
