@@ -83,7 +83,8 @@ TLSStream::State TLSStream::handshake() {
   const int result = SSL_do_handshake(ssl_);
   // What it wrote last may still wait here; an alert of ours, too.
   transport_.flush();
-  if (result == 1) return state_ = State::open;
+  // Our last flight must have a way to the server.
+  if (result == 1 && !transport_.writeFailure()) return state_ = State::open;
   if (SSL_want_retry_verify(ssl_)) return state_ = State::judging;
   if (!transport_.isBlocked()) return failHandshake(reasonOfHandshake());
   if (transport_.isTurnOver()) loop_.defer(*this);

@@ -1,0 +1,155 @@
+#include "ConnectorTest.hpp"
+
+#include <sys/resource.h>
+
+#include <cerrno>
+
+#include "Platform/Networking/Loop/NetworkClock.hpp"
+#include "TestSupport/HeldLookUps.hpp"
+#include "TestSupport/OpenDescriptors.hpp"
+
+namespace platform::networking {
+namespace {
+
+using namespace std::chrono_literals;
+using corvane::testing::Answer;
+using corvane::testing::HeldLookUps;
+using corvane::testing::openDescriptors;
+using corvane::testing::runUntil;
+using corvane::testing::ServerOptions;
+using corvane::testing::SilentPort;
+using corvane::testing::TestServer;
+using corvane::testing::unusedPort;
+
+constexpr std::string_view getRoot = "GET / HTTP/1.1\r\nHost: test\r\n\r\n";
+
+TEST_F(ConnectorTest, connectsToAnAddress) {
+  TestServer server;
+  server.enqueue(Answer(200).body("hello"));
+
+  connect(route("127.0.0.1", server.port()));
+
+  ASSERT_TRUE(owner.open);
+  EXPECT_FALSE(owner.open->stream->isSecure());
+  EXPECT_EQ(owner.open->protocol, ApplicationProtocol::http1);
+  EXPECT_EQ(owner.open->times.nameResolved, TimePoint{});
+  EXPECT_GE(owner.open->times.connected, owner.open->times.begun);
+  EXPECT_TRUE(exchange(*owner.open->stream, getRoot, "hello").ends_with("\r\n\r\nhello"));
+}
+
+TEST_F(ConnectorTest, looksUpAName) {
+  TestServer server;
+
+  connect(route(HeldLookUps::localName, server.port()));
+
+  ASSERT_TRUE(owner.open);
+  EXPECT_GE(owner.open->times.nameResolved, owner.open->times.begun);
+  EXPECT_EQ(owner.progress, 1);
+  EXPECT_EQ(resolver.keptCount(), 1U);
+}
+
+TEST_F(ConnectorTest, triesTheOtherFamilyWhenOneRefuses) {
+  TestServer server;
+
+  connect(route("localhost", server.port()));
+
+  EXPECT_TRUE(owner.open);
+}
+
+TEST_F(ConnectorTest, connectsOverIPv6) {
+  ServerOptions options;
+  options.addresses = {"::1"};
+  TestServer server(options);
+
+  connect(route("::1", server.port()));
+
+  EXPECT_TRUE(owner.open);
+}
+
+TEST_F(ConnectorTest, failsWithTheSystemsErrorWhenNobodyListens) {
+  connect(route("127.0.0.1", unusedPort()));
+
+  ASSERT_TRUE(owner.failure);
+  EXPECT_EQ(owner.failure->cause, FailureCause::cannotConnect);
+  EXPECT_EQ(owner.failure->systemError, ECONNREFUSED);
+}
+
+TEST_F(ConnectorTest, tellsOfAFailureOnlyAfterStartReturned) {
+  Connector early(loop, resolver, nullptr, route("255.255.255.255", 80), owner);
+
+  early.start();
+  EXPECT_FALSE(owner.isDone());
+
+  ASSERT_TRUE(runUntil(loop, [&] { return owner.isDone(); }));
+  EXPECT_EQ(owner.failure->cause, FailureCause::cannotConnect);
+}
+
+TEST_F(ConnectorTest, fallsSilentWhenItIsDestroyedBeforeAFailureIsTold) {
+  {
+    Connector early(loop, resolver, nullptr, route("255.255.255.255", 80), owner);
+    early.start();
+  }
+
+  loop.iterate(Duration::zero());
+
+  EXPECT_FALSE(owner.isDone());
+}
+
+TEST_F(ConnectorTest, failsWhenTheNameDoesNotExist) {
+  connect(route(HeldLookUps::missingName, 80));
+
+  ASSERT_TRUE(owner.failure);
+  EXPECT_EQ(owner.failure->cause, FailureCause::nameNotFound);
+}
+
+TEST_F(ConnectorTest, forgetsAddressesThatAllFailed) {
+  connect(route(HeldLookUps::localName, unusedPort()));
+
+  ASSERT_TRUE(owner.failure);
+  EXPECT_EQ(resolver.keptCount(), 0U);
+}
+
+TEST_F(ConnectorTest, leavesNothingBehindWhenItIsDestroyedInALookUp) {
+  HeldLookUps held;
+  auto early = std::make_unique<Connector>(loop, resolver, nullptr, route(HeldLookUps::name, 80), owner);
+  early->start();
+  ASSERT_TRUE(held.waitForWaiting(1));
+
+  early.reset();
+  held.release();
+  loop.iterate(Duration::zero());
+
+  EXPECT_FALSE(owner.isDone());
+}
+
+TEST_F(ConnectorTest, leavesNoDescriptorBehindWhenItIsDestroyedWhileConnecting) {
+  SilentPort silent;
+  const std::size_t before = openDescriptors().size();
+  auto early = std::make_unique<Connector>(loop, resolver, nullptr, route("127.0.0.1", silent.port()), owner);
+  early->start();
+  loop.iterate(Duration::zero());
+  EXPECT_EQ(early->phase(), Connector::Phase::connecting);
+  EXPECT_EQ(openDescriptors().size(), before + 1);
+
+  early.reset();
+
+  EXPECT_EQ(openDescriptors().size(), before);
+}
+
+TEST_F(ConnectorTest, saysSoWhenNoDescriptorIsLeft) {
+  TestServer server;
+  rlimit limit{};
+  ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
+  const rlimit none{.rlim_cur = 3, .rlim_max = limit.rlim_max};
+  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+
+  connect(route("127.0.0.1", server.port()));
+  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
+
+  ASSERT_TRUE(owner.failure);
+  EXPECT_EQ(owner.failure->cause, FailureCause::outOfDescriptors);
+  EXPECT_EQ(owner.failure->systemError, EMFILE);
+}
+
+}  // namespace
+}  // namespace platform::networking
