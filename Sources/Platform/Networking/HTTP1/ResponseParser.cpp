@@ -253,8 +253,8 @@ ResponseParser::Event ResponseParser::endOfStream() {
   return lost("before the end of the trailers");
 }
 
-bool ResponseParser::keepsConnection() const {
-  if (phase_ != Phase::ended || framing_.saysClose() || bodyPhase() == Phase::untilClose) return false;
+bool ResponseParser::mayKeepConnection() const {
+  if (framing_.saysClose() || bodyPhase() == Phase::untilClose) return false;
   const bool isOld = minorVersion_ == '0';
   if (framing_.isChunked() && (isOld || framing_.hasLength())) return false;
   return !isOld || framing_.saysKeepAlive();

@@ -69,8 +69,10 @@ class ResponseParser {
   /// After `end`, as `head`: the fields behind a body in chunks.
   std::span<const FieldView> trailers() const { return views_; }
   const Failure& failure() const { return failure_; }
-  /// Whether the end of this response leaves the connection ready for another one (RFC 9112, 9.3).
-  bool keepsConnection() const;
+  /// After `head`: whether the end of this response can leave the connection ready for another one (RFC 9112, 9.3).
+  bool mayKeepConnection() const;
+  /// The same, of a response that ended.
+  bool keepsConnection() const { return phase_ == Phase::ended && mayKeepConnection(); }
 
   /// How many bytes of the body come next without any framing between them. They may be read past the parser.
   std::uint64_t bodyAhead() const;
