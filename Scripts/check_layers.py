@@ -37,6 +37,7 @@ THIRD_PARTIES = [
             r"CorvaneTesting/Internal/",
         ],
     ),
+    ("nghttp2", r"nghttp2/", [r"Platform/Networking/HTTP2/"]),
     (
         "zlib",
         r"z(lib|conf)\.h$",

@@ -6,6 +6,7 @@ from conan.errors import ConanInvalidConfiguration
 from conan.tools.build import check_min_cppstd
 from conan.tools.cmake import CMake, CMakeDeps, CMakeToolchain, cmake_layout
 from conan.tools.files import copy, load, rmdir
+from conan.tools.gnu import PkgConfigDeps
 from conan.tools.scm import Version
 
 required_conan_version = ">=2.0"
@@ -64,6 +65,7 @@ class CorvaneConan(ConanFile):
     def requirements(self):
         self.requires("libcurl/[>=7.88 <9]")
         self.requires("openssl/[>=3 <4]")
+        self.requires("libnghttp2/[>=1.52 <2]")
         self.requires("zlib/[>=1.2.11 <2]")
         self.requires("spdlog/[>=1.10 <2]")
         if self.options.image:
@@ -85,6 +87,7 @@ class CorvaneConan(ConanFile):
 
     def build_requirements(self):
         self.tool_requires("cmake/[>=3.22]")
+        self.tool_requires("pkgconf/[>=2]")
 
     def generate(self):
         adapters = [component for adapter, (component, _, _) in ADAPTERS.items() if getattr(self.options, adapter)]
@@ -97,6 +100,7 @@ class CorvaneConan(ConanFile):
         toolchain.cache_variables["CORVANE_BUILD_ADAPTERS"] = ";".join(adapters) or "OFF"
         toolchain.generate()
         CMakeDeps(self).generate()
+        PkgConfigDeps(self).generate()
 
     def build(self):
         cmake = CMake(self)
@@ -123,7 +127,8 @@ class CorvaneConan(ConanFile):
     def package_info(self):
         self.cpp_info.set_property("cmake_file_name", "Corvane")
         library = self._component("Corvane", "corvane", ["corvane"],
-                                  ["libcurl::libcurl", "openssl::ssl", "openssl::crypto", "zlib::zlib", "spdlog::spdlog"])
+                                  ["libcurl::libcurl", "openssl::ssl", "openssl::crypto", "libnghttp2::nghttp2",
+                                   "zlib::zlib", "spdlog::spdlog"])
         library.system_libs = ["pthread"]
         if self.options.image:
             self._component("Image", "corvane-image", ["corvane_image"],

@@ -60,6 +60,15 @@ function(vcpkg_check_features)
   set(${call_OUT_FEATURE_OPTIONS} "${options}" PARENT_SCOPE)
 endfunction()
 
+# Of the programs that vcpkg can have, pkg-config alone.
+function(vcpkg_find_acquire_program variable)
+  if(NOT variable STREQUAL "PKGCONFIG")
+    refuse("the program ${variable} is not known here")
+  endif()
+  find_program(pkg_config pkg-config REQUIRED)
+  set(PKGCONFIG "${pkg_config}" PARENT_SCOPE)
+endfunction()
+
 function(vcpkg_cmake_configure)
   parse_call(vcpkg_cmake_configure "DISABLE_PARALLEL_CONFIGURE;NO_CHARSET_FLAG" "SOURCE_PATH;GENERATOR;LOGFILE_BASE"
     "OPTIONS;OPTIONS_DEBUG;OPTIONS_RELEASE;MAYBE_UNUSED_VARIABLES" ${ARGN})

@@ -15,7 +15,7 @@ class HTTPConnection;
 /// it closed, and only then; otherwise it does so outside of its callbacks.
 class HTTPConnectionOwner {
  public:
-  /// It takes one more exchange (or `HTTPConnection::capacity` grew). Not told when it is made.
+  /// It takes more exchanges than before, as many as `HTTPConnection::capacity` says. Not told when it is made.
   virtual void connectionAvailable(HTTPConnection& connection) = 0;
   /// It takes no more exchanges, now or ever; those under way go on. Told once, at once before `connectionClosed` or
   /// earlier (a server that retires an HTTP/2 connection).
@@ -49,8 +49,9 @@ class HTTPConnection {
   virtual void cancel(RequestStream& exchange) = 0;
   /// The body of the request has bytes again, after `BodyStatus::pending`.
   virtual void bodyReady(RequestStream& exchange) = 0;
-  /// Whether more of the response's body is wanted at the moment: `false` stops reading (over HTTP/2 only this stream's
-  /// window), so that a slow consumer slows the server down.
+  /// Whether more of the response's body is wanted at the moment: `false` stops reading, so that a slow consumer slows
+  /// the server down. Over HTTP/2 the server may still send, and the exchange is still told, what the stream's window
+  /// allows.
   virtual void setReading(RequestStream& exchange, bool isWanted) = 0;
   /// Closes it as soon as nothing is under way: at once when idle.
   virtual void retire() = 0;
