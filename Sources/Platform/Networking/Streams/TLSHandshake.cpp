@@ -86,7 +86,7 @@ TLSStream::State TLSStream::handshake() {
   // Our last flight must have a way to the server.
   if (result == 1 && !transport_.writeFailure()) return state_ = State::open;
   if (SSL_want_retry_verify(ssl_)) return state_ = State::judging;
-  if (!transport_.isBlocked()) return failHandshake(reasonOfHandshake());
+  if (!transport_.isBlocked() || transport_.writeFailure()) return failHandshake(reasonOfHandshake());
   if (transport_.isTurnOver()) loop_.defer(*this);
   return state_;
 }

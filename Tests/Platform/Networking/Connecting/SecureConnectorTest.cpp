@@ -69,6 +69,7 @@ TEST_P(SecureConnectorVersionTest, waitsForTheVerdict) {
 
   EXPECT_TRUE(runUntil(loop, [&] { return owner.isDone(); }));
   EXPECT_TRUE(owner.open);
+  ASSERT_TRUE(server.waitUntil([&] { return !server.connections().at(0).tlsVersion.empty(); }));
   EXPECT_EQ(server.connections().at(0).sni, "localhost");
 }
 
@@ -161,6 +162,7 @@ TEST_F(SecureConnectorTest, sendsNoNameOfAnAddress) {
   connect(route("127.0.0.1", server.port(), true));
 
   ASSERT_TRUE(owner.open);
+  ASSERT_TRUE(server.waitUntil([&] { return !server.connections().at(0).tlsVersion.empty(); }));
   EXPECT_EQ(server.connections().at(0).sni, "");
 }
 
