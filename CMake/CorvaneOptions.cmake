@@ -10,6 +10,11 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
   target_compile_options(corvane_options INTERFACE -Wno-restrict)
 endif()
 
+# Clang checks that what a mutex guards is touched only while it is held (Platform/Detail/Locking.hpp).
+if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+  target_compile_options(corvane_options INTERFACE -Wthread-safety -Werror=thread-safety)
+endif()
+
 # A fuzzer follows the branches of the library that it runs, so the library is built with it.
 if(CORVANE_BUILD_FUZZERS AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
   target_compile_options(corvane_options INTERFACE -fsanitize=fuzzer-no-link)

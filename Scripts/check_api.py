@@ -7,7 +7,7 @@
 
 The dump has a file for each layer or component, a section for each public header, and a line for each declaration that
 users can name: with templates and their constraints, bases, default arguments, enumerators with their values, members,
-friends, macros. Left out are Internal folders, namespaces named detail, private members, and bodies of functions.
+friends, macros. Left out are Internal and Detail folders, namespaces named detail, private members, and bodies of functions.
 It is made with Clang's parser (python3-clang-19), and reads as the headers do, whatever their line breaks.
 """
 
@@ -230,7 +230,7 @@ class Dump:
 
 
 def public_headers(sources):
-    return sorted(path for path in sources.rglob("*.hpp") if not {"Internal", "Networking"} & set(path.relative_to(sources).parts))
+    return sorted(path for path in sources.rglob("*.hpp") if not {"Internal", "Detail", "Networking"} & set(path.relative_to(sources).parts))
 
 
 def flags_of(package):

@@ -82,7 +82,7 @@ def with_words_for_all(lines):
 def main():
     target = pathlib.Path(sys.argv[1])
     for header in sorted((ROOT / "Sources").rglob("*.hpp")):
-        if {"Internal", "Networking"} & set(header.parts):
+        if {"Internal", "Detail", "Networking"} & set(header.parts):
             continue
         place = target / header.relative_to(ROOT)
         place.parent.mkdir(parents=True, exist_ok=True)

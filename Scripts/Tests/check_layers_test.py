@@ -138,6 +138,18 @@ class CheckLayersTest(unittest.TestCase):
 
         self.assert_only(problems, "Request/A.hpp:1: a public header must not include <regex>")
 
+    def test_refuses_what_is_as_heavy_of_ours_in_a_public_header_only(self):
+        locking = '#include "Platform/Detail/Locking.hpp"\n'
+        problems = self.problems(
+            Platform__Detail__Locking_dot_hpp="#include <mutex>\n",
+            Corvane__Request__A_dot_hpp=locking,
+            Corvane__Request__A_dot_cpp=locking,
+            Corvane__Request__Internal__B_dot_hpp=locking,
+            CorvaneQt__C_dot_hpp=locking,
+        )
+
+        self.assert_only(problems, "Request/A.hpp:1: a public header must not include <Platform/Detail/Locking.hpp>")
+
     def test_refuses_a_name_that_is_used_twice(self):
         problems = self.problems(Corvane__A__X_dot_hpp="", Platform__B__X_dot_hpp="")
 

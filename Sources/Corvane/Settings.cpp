@@ -1,14 +1,16 @@
 #include "Corvane/Settings.hpp"
 
 #include <algorithm>
-#include <mutex>
 
 #include "Corvane/DebugOutput/BodyCache.hpp"
 #include "Corvane/Transport/HTTPService.hpp"
+#include "Platform/Detail/Locking.hpp"
 
 namespace corvane {
 
 using platform::URL;
+using platform::detail::Mutex;
+using platform::detail::MutexLock;
 
 namespace {
 
@@ -18,8 +20,8 @@ struct TrustedCertificates {
     return certificates;
   }
 
-  std::mutex mutex;
-  std::vector<URL> files;
+  Mutex mutex;
+  std::vector<URL> files CORVANE_GUARDED_BY(mutex);
 };
 
 }  // namespace
@@ -30,13 +32,13 @@ constinit std::atomic<bool> Corvane::isNetworkForbidden = false;
 
 std::vector<URL> Corvane::trustedCertificates() {
   auto& certificates = TrustedCertificates::shared();
-  const std::lock_guard lock(certificates.mutex);
+  const MutexLock lock(certificates.mutex);
   return certificates.files;
 }
 
 void Corvane::addTrustedCertificate(const URL& file) {
   auto& certificates = TrustedCertificates::shared();
-  const std::lock_guard lock(certificates.mutex);
+  const MutexLock lock(certificates.mutex);
   auto& files = certificates.files;
   if (std::find(files.begin(), files.end(), file) == files.end()) files.push_back(file);
 }
@@ -47,7 +49,7 @@ void Corvane::addTrustedCertificates(const std::vector<URL>& files) {
 
 void Corvane::removeTrustedCertificates() {
   auto& certificates = TrustedCertificates::shared();
-  const std::lock_guard lock(certificates.mutex);
+  const MutexLock lock(certificates.mutex);
   certificates.files.clear();
 }
 

@@ -23,6 +23,7 @@
 
 #include "Corvane/Corvane.hpp"
 #include "CorvaneAsio/ContextGate.hpp"
+#include "Platform/Detail/Locking.hpp"
 #include "Platform/Dispatch/MainQueueAttachment.hpp"
 
 #define CORVANE_ASIO ::asio

@@ -40,7 +40,7 @@ class AsioQueue {
 
   /// The queue itself, which is work for the context.
   platform::DispatchQueue queue() const {
-    const std::lock_guard lock(state_->mutex);
+    const platform::detail::MutexLock lock(state_->mutex);
     // Without handles nothing is left of the queue before, neither blocks nor anybody who knew it.
     if (auto core = state_->core.lock()) return platform::DispatchQueue(std::move(core));
     auto made = state_->make();
@@ -54,9 +54,9 @@ class AsioQueue {
   struct State {
     explicit State(platform::UniqueFunction<platform::DispatchQueue()> maker) : make(std::move(maker)) {}
 
-    std::mutex mutex;
-    std::weak_ptr<platform::detail::QueueCore> core;
-    platform::UniqueFunction<platform::DispatchQueue()> make;
+    platform::detail::Mutex mutex;
+    std::weak_ptr<platform::detail::QueueCore> core CORVANE_GUARDED_BY(mutex);
+    platform::UniqueFunction<platform::DispatchQueue()> make CORVANE_GUARDED_BY(mutex);
   };
 
   std::shared_ptr<State> state_;

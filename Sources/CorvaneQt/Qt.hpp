@@ -6,6 +6,7 @@
 ///     #include <CorvaneQt/Qt.hpp>
 
 #include "Corvane/Corvane.hpp"
+#include "Platform/Detail/Locking.hpp"
 #include "Platform/Dispatch/MainQueueAttachment.hpp"
 
 // Behind the others: Qt defines common words as macros.
@@ -14,7 +15,6 @@
 #include <QtCore/QObject>
 #include <QtCore/QThread>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <utility>
 
@@ -29,7 +29,7 @@ class QtSubmission {
   explicit QtSubmission(QObject* context, bool owns = false) : link_(std::make_shared<Link>()), owns_(owns) {
     link_->context = context;
     link_->destroyed = QObject::connect(context, &QObject::destroyed, [link = link_] {
-      const std::lock_guard lock(link->mutex);
+      const platform::detail::MutexLock lock(link->mutex);
       link->context = nullptr;
     });
   }
@@ -37,7 +37,7 @@ class QtSubmission {
   QtSubmission& operator=(QtSubmission&&) = delete;
   ~QtSubmission() {
     if (!link_) return;
-    const std::lock_guard lock(link_->mutex);
+    const platform::detail::MutexLock lock(link_->mutex);
     // An object whose end waits for the lock is still there to be disconnected from.
     if (!link_->context) return;
     QObject::disconnect(link_->destroyed);
@@ -45,7 +45,7 @@ class QtSubmission {
   }
 
   void operator()(platform::Block block) const {
-    const std::lock_guard lock(link_->mutex);
+    const platform::detail::MutexLock lock(link_->mutex);
     if (link_->context) QMetaObject::invokeMethod(link_->context, std::move(block), Qt::QueuedConnection);
   }
 
@@ -59,8 +59,8 @@ class QtSubmission {
 
  private:
   struct Link {
-    std::mutex mutex;
-    QObject* context = nullptr;
+    platform::detail::Mutex mutex;
+    QObject* context CORVANE_GUARDED_BY(mutex) = nullptr;
     QMetaObject::Connection destroyed;
   };
 

@@ -1,17 +1,20 @@
 #include "Vantorel/LogSink.hpp"
 
-#include <mutex>
 #include <utility>
 
+#include "Platform/Detail/Locking.hpp"
 #include "Vantorel/Internal/StandardErrorSink.hpp"
 
 namespace vantorel {
 
+using platform::detail::Mutex;
+using platform::detail::MutexLock;
+
 namespace {
 
 struct CurrentSink {
-  std::mutex mutex;
-  std::shared_ptr<LogSink> sink;
+  Mutex mutex;
+  std::shared_ptr<LogSink> sink CORVANE_GUARDED_BY(mutex);
 
   static CurrentSink& shared() {
     static CurrentSink& current = *new CurrentSink;
@@ -25,14 +28,14 @@ LogSink::~LogSink() = default;
 
 void setLogSink(std::shared_ptr<LogSink> sink) {
   auto& current = CurrentSink::shared();
-  const std::lock_guard lock(current.mutex);
+  const MutexLock lock(current.mutex);
   // The old sink leaves in `sink`, after the mutex is released: it may log while it goes.
   current.sink.swap(sink);
 }
 
 std::shared_ptr<LogSink> logSink() {
   auto& current = CurrentSink::shared();
-  const std::lock_guard lock(current.mutex);
+  const MutexLock lock(current.mutex);
   if (!current.sink) current.sink = internal::makeStandardErrorSink();
   return current.sink;
 }

@@ -1,17 +1,20 @@
 #include "Corvane/Behaviours/PollingRegistry.hpp"
 
 #include <cmath>
-#include <mutex>
 #include <typeindex>
 #include <unordered_map>
 #include <utility>
 
 #include "Corvane/ModuleLogger.hpp"
+#include "Platform/Detail/Locking.hpp"
 #include "Platform/Foundation/TypeName.hpp"
 #include "Platform/Trap.hpp"
 #include "Vantorel/Logger.hpp"
 
 namespace corvane::detail {
+
+using platform::detail::Mutex;
+using platform::detail::MutexLock;
 
 namespace {
 
@@ -27,9 +30,9 @@ constexpr int lineOfStopping = 194;
 using Handlers = std::vector<AnyPollingHandler>;
 
 struct Registry {
-  std::mutex mutex;
+  Mutex mutex;
   // By type, not by name: two types in unnamed namespaces may have one name.
-  std::unordered_map<std::type_index, std::shared_ptr<HandlerRef>> updateHandlers;
+  std::unordered_map<std::type_index, std::shared_ptr<HandlerRef>> updateHandlers CORVANE_GUARDED_BY(mutex);
 };
 
 Registry& registry() {
@@ -37,14 +40,14 @@ Registry& registry() {
   return shared;
 }
 
-std::shared_ptr<HandlerRef> found(const Registry& locked, const std::type_info& type) {
+std::shared_ptr<HandlerRef> found(const Registry& locked, const std::type_info& type) CORVANE_REQUIRES(locked.mutex) {
   const auto entry = locked.updateHandlers.find(type);
   return entry == locked.updateHandlers.end() ? nullptr : entry->second;
 }
 
 std::shared_ptr<HandlerRef> recordOf(const std::type_info& type) {
   Registry& shared = registry();
-  const std::lock_guard lock(shared.mutex);
+  const MutexLock lock(shared.mutex);
   return found(shared, type);
 }
 
@@ -58,7 +61,7 @@ void append(HandlerRef& record, std::optional<AnyPollingHandler> handler) {
 /// False when the type does not poll.
 bool appendTo(const std::type_info& type, std::optional<AnyPollingHandler>& handler) {
   Registry& shared = registry();
-  const std::lock_guard lock(shared.mutex);
+  const MutexLock lock(shared.mutex);
   const auto record = found(shared, type);
   if (record) append(*record, std::move(handler));
   return record != nullptr;
@@ -78,7 +81,7 @@ void startPolling(const std::type_info& type, double rate, void (*tick)(const Ti
   const auto fresh = std::make_shared<HandlerRef>(platform::typeName(type), TimerHandler::make(rate, tick));
   append(*fresh, handler);
   Registry& shared = registry();
-  const std::lock_guard lock(shared.mutex);
+  const MutexLock lock(shared.mutex);
   const auto [entry, isNew] = shared.updateHandlers.emplace(type, fresh);
   // Started on another thread meanwhile: that timer stays, and this one ends before its first tick.
   if (!isNew) append(*entry->second, std::move(handler));
@@ -94,7 +97,7 @@ void stopPolling(const std::type_info& type) {
   Registry& shared = registry();
   std::shared_ptr<HandlerRef> record;
   {
-    const std::lock_guard lock(shared.mutex);
+    const MutexLock lock(shared.mutex);
     const auto entry = shared.updateHandlers.find(type);
     if (entry != shared.updateHandlers.end()) {
       record = std::move(entry->second);
@@ -122,7 +125,7 @@ void callPollingHandlers(const std::type_info& type, const std::type_info& handl
   std::shared_ptr<const Handlers> handlers;
   {
     Registry& shared = registry();
-    const std::lock_guard lock(shared.mutex);
+    const MutexLock lock(shared.mutex);
     record = found(shared, type);
     if (!record) return;
     handlers = record->anyHandlers;

@@ -3,10 +3,14 @@
 #include <algorithm>
 #include <atomic>
 #include <cstddef>
-#include <mutex>
 #include <vector>
 
+#include "Platform/Detail/Locking.hpp"
+
 namespace corvane {
+
+using platform::detail::Mutex;
+using platform::detail::MutexLock;
 
 struct SendCancellation::State : std::enable_shared_from_this<SendCancellation::State> {
   struct Reach {
@@ -19,7 +23,7 @@ struct SendCancellation::State : std::enable_shared_from_this<SendCancellation::
   void cancel() {
     std::vector<Reach> reached;
     {
-      const std::lock_guard lock(mutex);
+      const MutexLock lock(mutex);
       if (isCancelled.exchange(true)) return;
       reached.swap(reaches);
     }
@@ -30,7 +34,7 @@ struct SendCancellation::State : std::enable_shared_from_this<SendCancellation::
 
   void add(std::shared_ptr<void> target, void (*call)(void*)) {
     {
-      const std::lock_guard lock(mutex);
+      const MutexLock lock(mutex);
       if (!isCancelled) {
         if (reaches.size() >= limit) prune();
         reaches.push_back({std::move(target), call});
@@ -41,16 +45,15 @@ struct SendCancellation::State : std::enable_shared_from_this<SendCancellation::
   }
 
   /// Forgets those that are gone. The limit grows with those that stay, so that each costs a look or two.
-  void prune() {
+  void prune() CORVANE_REQUIRES(mutex) {
     std::erase_if(reaches, [](const Reach& reach) { return reach.target.expired(); });
     limit = std::max<std::size_t>(16, 2 * reaches.size());
   }
 
-  std::mutex mutex;
+  Mutex mutex;
   std::atomic<bool> isCancelled = false;
-  // Guarded by the mutex.
-  std::vector<Reach> reaches;
-  std::size_t limit = 16;
+  std::vector<Reach> reaches CORVANE_GUARDED_BY(mutex);
+  std::size_t limit CORVANE_GUARDED_BY(mutex) = 16;
 };
 
 thread_local SendCancellation::State* SendCancellation::State::current = nullptr;

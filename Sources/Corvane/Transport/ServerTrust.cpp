@@ -1,10 +1,10 @@
 #include "Corvane/Transport/ServerTrust.hpp"
 
 #include <algorithm>
-#include <mutex>
 #include <utility>
 
 #include "Corvane/ModuleLogger.hpp"
+#include "Platform/Detail/Locking.hpp"
 #include "Platform/Foundation/FileManager.hpp"
 #include "Platform/Security/SecTrust.hpp"
 #include "Vantorel/Logger.hpp"
@@ -17,6 +17,8 @@ using platform::SecCertificate;
 using platform::SecTrust;
 using platform::SecTrustResult;
 using platform::URL;
+using platform::detail::Mutex;
+using platform::detail::MutexLock;
 
 namespace {
 
@@ -46,7 +48,7 @@ void logTrustFailure(std::string message, int line) {
 class ParsedCertificates {
  public:
   std::optional<SecCertificate> parsed(const Data& der) {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto known =
         std::find_if(entries_.begin(), entries_.end(), [&](const auto& entry) { return entry.first == der; });
     if (known != entries_.end()) return known->second;
@@ -57,8 +59,8 @@ class ParsedCertificates {
  private:
   static constexpr std::size_t mostEntries = 16;
 
-  std::mutex mutex_;
-  std::vector<std::pair<Data, std::optional<SecCertificate>>> entries_;
+  Mutex mutex_;
+  std::vector<std::pair<Data, std::optional<SecCertificate>>> entries_ CORVANE_GUARDED_BY(mutex_);
 };
 
 // A file that cannot be read is no anchor: the evaluation decides with what is left.

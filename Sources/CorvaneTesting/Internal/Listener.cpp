@@ -52,7 +52,7 @@ Listener::Listener(const std::vector<std::string>& addresses, std::uint16_t port
 
 Listener::~Listener() {
   stopAccepting();
-  const std::lock_guard lock(mutex_);
+  const platform::detail::MutexLock lock(mutex_);
   connections_.clear();
 }
 
@@ -63,7 +63,7 @@ void Listener::stopAccepting() {
 }
 
 void Listener::forEachConnection(const std::function<void(Connection&)>& visit) {
-  const std::lock_guard lock(mutex_);
+  const platform::detail::MutexLock lock(mutex_);
   for (const auto& connection : connections_) visit(*connection);
 }
 
@@ -86,7 +86,7 @@ void Listener::acceptOne(int listening) {
   Descriptor socket(::accept4(listening, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
   if (socket.isOpen()) {
     // Listed before anyone can hear of it.
-    const std::lock_guard lock(mutex_);
+    const platform::detail::MutexLock lock(mutex_);
     connections_.push_back(std::make_unique<Connection>(std::move(socket), context_));
     return;
   }
@@ -99,7 +99,7 @@ void Listener::acceptOne(int listening) {
 }
 
 void Listener::forgetFinished() {
-  const std::lock_guard lock(mutex_);
+  const platform::detail::MutexLock lock(mutex_);
   connections_.remove_if([](const auto& connection) { return connection->isFinished(); });
 }
 

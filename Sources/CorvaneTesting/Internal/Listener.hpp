@@ -4,12 +4,12 @@
 #include <functional>
 #include <list>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "CorvaneTesting/Internal/Connection.hpp"
+#include "Platform/Detail/Locking.hpp"
 
 namespace corvane::testing::detail {
 
@@ -34,8 +34,8 @@ class Listener {
   std::uint16_t port_ = 0;
   std::vector<Descriptor> sockets_;
   Event stopAccepting_;
-  std::mutex mutex_;
-  std::list<std::unique_ptr<Connection>> connections_;
+  platform::detail::Mutex mutex_;
+  std::list<std::unique_ptr<Connection>> connections_ CORVANE_GUARDED_BY(mutex_);
   std::thread thread_;
 };
 

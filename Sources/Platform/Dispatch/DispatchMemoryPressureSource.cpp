@@ -1,7 +1,7 @@
 #include <algorithm>
-#include <mutex>
 #include <vector>
 
+#include "Platform/Detail/Locking.hpp"
 #include "Platform/Dispatch/DispatchSource.hpp"
 #include "Platform/Dispatch/Internal/PressureStall.hpp"
 #include "Platform/Dispatch/Internal/Thread.hpp"
@@ -27,10 +27,10 @@ class DispatchMemoryPressureSource::State : public std::enable_shared_from_this<
 
   const DispatchQueue queue_;
   const std::vector<MemoryPressure> events_;
-  std::mutex mutex_;
-  Handler handler_;
-  bool isActive_ = false;
-  bool isCancelled_ = false;
+  detail::Mutex mutex_;
+  Handler handler_ CORVANE_GUARDED_BY(mutex_);
+  bool isActive_ CORVANE_GUARDED_BY(mutex_) = false;
+  bool isCancelled_ CORVANE_GUARDED_BY(mutex_) = false;
 };
 
 /// All sources that were activated.
@@ -42,7 +42,7 @@ class DispatchMemoryPressureSource::State::Registry {
   }
 
   void add(std::weak_ptr<State> source) {
-    const std::lock_guard lock(mutex_);
+    const detail::MutexLock lock(mutex_);
     std::erase_if(sources_, [](const auto& known) { return known.expired(); });
     sources_.push_back(std::move(source));
     if (!std::exchange(isWatching_, true)) watchKernel();
@@ -50,7 +50,7 @@ class DispatchMemoryPressureSource::State::Registry {
 
   std::vector<std::shared_ptr<State>> living() {
     std::vector<std::shared_ptr<State>> found;
-    const std::lock_guard lock(mutex_);
+    const detail::MutexLock lock(mutex_);
     for (const auto& source : sources_) {
       if (auto living = source.lock()) found.push_back(std::move(living));
     }
@@ -69,20 +69,20 @@ class DispatchMemoryPressureSource::State::Registry {
     if (!started) triggers.close();
   }
 
-  std::mutex mutex_;
-  std::vector<std::weak_ptr<State>> sources_;
-  bool isWatching_ = false;
+  detail::Mutex mutex_;
+  std::vector<std::weak_ptr<State>> sources_ CORVANE_GUARDED_BY(mutex_);
+  bool isWatching_ CORVANE_GUARDED_BY(mutex_) = false;
 };
 
 void DispatchMemoryPressureSource::State::setEventHandler(UniqueFunction<void(MemoryPressure)> function) {
   auto handler = std::make_shared<UniqueFunction<void(MemoryPressure)>>(std::move(function));
-  const std::lock_guard lock(mutex_);
+  const detail::MutexLock lock(mutex_);
   if (!isCancelled_) handler_.swap(handler);
 }
 
 void DispatchMemoryPressureSource::State::activate() {
   {
-    const std::lock_guard lock(mutex_);
+    const detail::MutexLock lock(mutex_);
     if (isCancelled_ || std::exchange(isActive_, true)) return;
   }
   Registry::shared().add(weak_from_this());
@@ -90,7 +90,7 @@ void DispatchMemoryPressureSource::State::activate() {
 
 void DispatchMemoryPressureSource::State::cancel() {
   Handler dropped;
-  const std::lock_guard lock(mutex_);
+  const detail::MutexLock lock(mutex_);
   isCancelled_ = true;
   dropped.swap(handler_);
 }
@@ -107,7 +107,7 @@ void DispatchMemoryPressureSource::State::send(MemoryPressure pressure) {
 }
 
 void DispatchMemoryPressureSource::State::deliver(MemoryPressure pressure) {
-  std::unique_lock lock(mutex_);
+  detail::MutexLock lock(mutex_);
   const auto handler = handler_;
   lock.unlock();
   if (handler && *handler) (*handler)(pressure);

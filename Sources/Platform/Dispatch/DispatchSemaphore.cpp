@@ -1,8 +1,6 @@
 #include "Platform/Dispatch/DispatchSemaphore.hpp"
 
-#include <condition_variable>
-#include <mutex>
-
+#include "Platform/Detail/Locking.hpp"
 #include "Platform/Dispatch/Internal/Deadline.hpp"
 #include "Platform/Dispatch/Internal/LocalQueues.hpp"
 #include "Platform/Trap.hpp"
@@ -10,9 +8,9 @@
 namespace platform {
 
 struct DispatchSemaphore::State {
-  std::mutex mutex;
-  std::condition_variable raised;
-  long value;
+  detail::Mutex mutex;
+  detail::ConditionVariable raised;
+  long value CORVANE_GUARDED_BY(mutex);
 };
 
 DispatchSemaphore::DispatchSemaphore(long value) : state_(std::make_shared<State>()) {
@@ -23,22 +21,23 @@ DispatchSemaphore::DispatchSemaphore(long value) : state_(std::make_shared<State
 void DispatchSemaphore::signal() const {
   const auto state = state_;
   {
-    const std::lock_guard lock(state->mutex);
+    const detail::MutexLock lock(state->mutex);
     ++state->value;
   }
-  state->raised.notify_one();
+  state->raised.notifyOne();
 }
 
 void DispatchSemaphore::wait() const { wait(Seconds::unlimited()); }
 
 bool DispatchSemaphore::wait(Seconds timeout) const {
   auto& state = *state_;
-  std::unique_lock lock(state.mutex);
+  detail::MutexLock lock(state.mutex);
   if (state.value == 0) {
     lock.unlock();
     detail::LocalQueues::flushCurrent();
     lock.lock();
-    if (!detail::waitUntil(state.raised, lock, detail::Deadline(timeout), [&] { return state.value > 0; }))
+    if (!detail::waitUntil(state.raised, state.mutex, detail::Deadline(timeout),
+                           [&]() CORVANE_REQUIRES(state.mutex) { return state.value > 0; }))
       return false;
   }
   --state.value;

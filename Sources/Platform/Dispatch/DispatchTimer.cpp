@@ -1,6 +1,6 @@
 #include <algorithm>
-#include <mutex>
 
+#include "Platform/Detail/Locking.hpp"
 #include "Platform/Dispatch/DispatchSource.hpp"
 #include "Platform/Dispatch/Internal/Clock.hpp"
 
@@ -29,31 +29,31 @@ class DispatchTimer::State : public std::enable_shared_from_this<State> {
  private:
   // Shared, because a handler may be replaced while it runs.
   using Handler = std::shared_ptr<UniqueFunction<void()>>;
-  using Lock = std::unique_lock<std::mutex>;
+  using Lock = detail::MutexLock;
 
-  void arm();
-  void disarm();
+  void arm() CORVANE_REQUIRES(mutex_);
+  void disarm() CORVANE_REQUIRES(mutex_);
   void tick(std::uint64_t arming);
   void deliver();
-  void sendDelivery(Lock& lock);
+  void sendDelivery();
 
   const DispatchQueue queue_;
-  mutable std::mutex mutex_;
-  Handler handler_;
-  Handler cancelHandler_;
-  std::shared_ptr<Clock> clock_;
-  Clock::Key key_;
-  Clock::Instant due_{};
-  std::chrono::nanoseconds interval_{};
-  std::chrono::nanoseconds leeway_{};
+  mutable detail::Mutex mutex_;
+  Handler handler_ CORVANE_GUARDED_BY(mutex_);
+  Handler cancelHandler_ CORVANE_GUARDED_BY(mutex_);
+  std::shared_ptr<Clock> clock_ CORVANE_GUARDED_BY(mutex_);
+  Clock::Key key_ CORVANE_GUARDED_BY(mutex_);
+  Clock::Instant due_ CORVANE_GUARDED_BY(mutex_){};
+  std::chrono::nanoseconds interval_ CORVANE_GUARDED_BY(mutex_){};
+  std::chrono::nanoseconds leeway_ CORVANE_GUARDED_BY(mutex_){};
   // Grows whenever the clock's action is set or withdrawn: the clock may be calling an earlier one already.
-  std::uint64_t arming_ = 0;
-  bool isScheduled_ = false;
-  bool isSuspended_ = true;
-  bool isCancelled_ = false;
+  std::uint64_t arming_ CORVANE_GUARDED_BY(mutex_) = 0;
+  bool isScheduled_ CORVANE_GUARDED_BY(mutex_) = false;
+  bool isSuspended_ CORVANE_GUARDED_BY(mutex_) = true;
+  bool isCancelled_ CORVANE_GUARDED_BY(mutex_) = false;
   // A tick came due and its handler has not been called yet.
-  bool isTickOpen_ = false;
-  bool isDeliverySent_ = false;
+  bool isTickOpen_ CORVANE_GUARDED_BY(mutex_) = false;
+  bool isDeliverySent_ CORVANE_GUARDED_BY(mutex_) = false;
 };
 
 void DispatchTimer::State::setEventHandler(UniqueFunction<void()> function) {
@@ -86,7 +86,9 @@ void DispatchTimer::State::resume() {
   Lock lock(mutex_);
   if (isCancelled_ || !std::exchange(isSuspended_, false)) return;
   if (isScheduled_) arm();
-  if (isTickOpen_) sendDelivery(lock);
+  if (!isTickOpen_ || std::exchange(isDeliverySent_, true)) return;
+  lock.unlock();
+  sendDelivery();
 }
 
 void DispatchTimer::State::suspend() {
@@ -134,13 +136,13 @@ void DispatchTimer::State::tick(std::uint64_t arming) {
     arm();
   }
   isTickOpen_ = true;
-  sendDelivery(lock);
-}
-
-/// Sends one, unless one is under way. May release the lock.
-void DispatchTimer::State::sendDelivery(Lock& lock) {
   if (std::exchange(isDeliverySent_, true)) return;
   lock.unlock();
+  sendDelivery();
+}
+
+/// For whoever has set `isDeliverySent_`, so that one is under way at most.
+void DispatchTimer::State::sendDelivery() {
   queue_.async([weak = weak_from_this()] {
     if (const auto self = weak.lock()) self->deliver();
   });

@@ -1,11 +1,10 @@
 #include "Platform/Dispatch/MainQueueAttachment.hpp"
 
 #include <atomic>
-#include <condition_variable>
 #include <cstddef>
-#include <mutex>
 #include <utility>
 
+#include "Platform/Detail/Locking.hpp"
 #include "Platform/Trap.hpp"
 
 namespace platform {
@@ -31,9 +30,9 @@ struct MainQueueAttachment::Shared {
     Call& operator=(const Call&) = delete;
     ~Call() {
       innermostCall = call_.outer;
-      const std::lock_guard lock(shared_.mutex);
+      const detail::MutexLock lock(shared_.mutex);
       --shared_.calls;
-      shared_.ended.notify_all();
+      shared_.ended.notifyAll();
     }
 
    private:
@@ -44,7 +43,7 @@ struct MainQueueAttachment::Shared {
   explicit Shared(DispatchQueue::Executor given) : executor(std::move(given)) {}
 
   bool begin() {
-    const std::lock_guard lock(mutex);
+    const detail::MutexLock lock(mutex);
     if (isDetached) return false;
     ++calls;
     return true;
@@ -55,16 +54,16 @@ struct MainQueueAttachment::Shared {
     DispatchQueue::main().attachToHost(nullptr);
     std::size_t own = 0;
     for (const auto* call = innermostCall; call; call = call->outer) own += call->attachment == this ? 1 : 0;
-    std::unique_lock lock(mutex);
-    ended.wait(lock, [this, own] { return calls == own; });
+    detail::MutexLock lock(mutex);
+    ended.wait(mutex, [this, own]() CORVANE_REQUIRES(mutex) { return calls == own; });
   }
 
   DispatchQueue::Executor executor;
   std::atomic<bool> isDetached = false;
-  std::mutex mutex;
-  std::condition_variable ended;
-  // Guarded by the mutex: the calls of the executor under way.
-  std::size_t calls = 0;
+  detail::Mutex mutex;
+  detail::ConditionVariable ended;
+  // The calls of the executor under way.
+  std::size_t calls CORVANE_GUARDED_BY(mutex) = 0;
 };
 
 MainQueueAttachment::MainQueueAttachment(DispatchQueue::Executor executor)

@@ -1,13 +1,14 @@
 #include "Platform/Foundation/Bundle.hpp"
 
-#include <mutex>
 #include <utility>
+
+#include "Platform/Detail/Locking.hpp"
 
 namespace platform {
 
 struct Bundle::State {
-  std::mutex mutex;
-  std::optional<Dictionary> information;
+  detail::Mutex mutex;
+  std::optional<Dictionary> information CORVANE_GUARDED_BY(mutex);
 };
 
 Bundle::Bundle(std::optional<Dictionary> information) : state_(*new State{{}, std::move(information)}) {}
@@ -23,12 +24,12 @@ Bundle& Bundle::library() {
 }
 
 std::optional<Dictionary> Bundle::infoDictionary() const {
-  const std::lock_guard lock(state_.mutex);
+  const detail::MutexLock lock(state_.mutex);
   return state_.information;
 }
 
 void Bundle::setInfoDictionary(std::optional<Dictionary> information) {
-  const std::lock_guard lock(state_.mutex);
+  const detail::MutexLock lock(state_.mutex);
   state_.information = std::move(information);
 }
 

@@ -2,7 +2,8 @@
 
 #include <map>
 #include <memory>
-#include <mutex>
+
+#include "Platform/Detail/Locking.hpp"
 
 namespace platform {
 
@@ -18,11 +19,15 @@ class DomainCategory final : public std::error_category {
   std::string domain_;
 };
 
+struct Categories {
+  detail::Mutex mutex;
+  std::map<std::string, std::unique_ptr<const DomainCategory>> byDomain CORVANE_GUARDED_BY(mutex);
+};
+
 const std::error_category& category(const std::string& domain) {
-  static auto& mutex = *new std::mutex;
-  static auto& categories = *new std::map<std::string, std::unique_ptr<const DomainCategory>>;
-  const std::lock_guard lock(mutex);
-  auto& entry = categories[domain];
+  static auto& categories = *new Categories;
+  const detail::MutexLock lock(categories.mutex);
+  auto& entry = categories.byDomain[domain];
   if (entry == nullptr) entry = std::make_unique<const DomainCategory>(domain);
   return *entry;
 }

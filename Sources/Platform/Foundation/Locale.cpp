@@ -2,9 +2,10 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <mutex>
 #include <string_view>
 #include <utility>
+
+#include "Platform/Detail/Locking.hpp"
 
 namespace platform {
 
@@ -78,8 +79,8 @@ std::vector<std::string> environmentLanguages() {
 }
 
 struct Settings {
-  std::mutex mutex;
-  std::optional<std::vector<std::string>> tags;
+  detail::Mutex mutex;
+  std::optional<std::vector<std::string>> tags CORVANE_GUARDED_BY(mutex);
 };
 
 Settings& settings() {
@@ -90,14 +91,14 @@ Settings& settings() {
 }  // namespace
 
 std::vector<std::string> Locale::preferredLanguages() {
-  const std::lock_guard lock(settings().mutex);
+  const detail::MutexLock lock(settings().mutex);
   auto& tags = settings().tags;
   if (!tags) tags = environmentLanguages();
   return *tags;
 }
 
 void Locale::setPreferredLanguages(std::optional<std::vector<std::string>> tags) {
-  const std::lock_guard lock(settings().mutex);
+  const detail::MutexLock lock(settings().mutex);
   settings().tags = std::move(tags);
 }
 

@@ -2,9 +2,10 @@
 
 #include <iterator>
 #include <list>
-#include <mutex>
 #include <unordered_map>
 #include <utility>
+
+#include "Platform/Detail/Locking.hpp"
 
 namespace platform {
 
@@ -16,27 +17,27 @@ struct ObjectCache::State {
   };
   using Entries = std::list<Entry>;
 
-  std::mutex mutex;
+  detail::Mutex mutex;
   const std::size_t limit;
-  std::size_t totalCost = 0;
+  std::size_t totalCost CORVANE_GUARDED_BY(mutex) = 0;
   // The most recently used first. The index refers to the keys inside.
-  Entries entries;
-  std::unordered_map<std::string_view, Entries::iterator> index;
+  Entries entries CORVANE_GUARDED_BY(mutex);
+  std::unordered_map<std::string_view, Entries::iterator> index CORVANE_GUARDED_BY(mutex);
 
   explicit State(std::size_t totalCostLimit) : limit(totalCostLimit) {}
 
-  void remove(Entries::iterator entry) {
+  void remove(Entries::iterator entry) CORVANE_REQUIRES(mutex) {
     totalCost -= entry->cost();
     index.erase(entry->key);
     entries.erase(entry);
   }
 
-  void removeIfPresent(std::string_view key) {
+  void removeIfPresent(std::string_view key) CORVANE_REQUIRES(mutex) {
     const auto found = index.find(key);
     if (found != index.end()) remove(found->second);
   }
 
-  void add(Entry entry) {
+  void add(Entry entry) CORVANE_REQUIRES(mutex) {
     if (entry.cost() > limit) return;
     while (entry.cost() > limit - totalCost) remove(std::prev(entries.end()));
     totalCost += entry.cost();
@@ -50,7 +51,7 @@ ObjectCache::ObjectCache(std::size_t totalCostLimit) : state_(std::make_unique<S
 ObjectCache::~ObjectCache() = default;
 
 std::optional<Data> ObjectCache::object(std::string_view key) {
-  const std::lock_guard lock(state_->mutex);
+  const detail::MutexLock lock(state_->mutex);
   const auto found = state_->index.find(key);
   if (found == state_->index.end()) return std::nullopt;
   state_->entries.splice(state_->entries.begin(), state_->entries, found->second);
@@ -58,30 +59,30 @@ std::optional<Data> ObjectCache::object(std::string_view key) {
 }
 
 void ObjectCache::setObject(Data data, std::string key) {
-  const std::lock_guard lock(state_->mutex);
+  const detail::MutexLock lock(state_->mutex);
   state_->removeIfPresent(key);
   state_->add({std::move(key), std::move(data)});
 }
 
 void ObjectCache::removeObject(std::string_view key) {
-  const std::lock_guard lock(state_->mutex);
+  const detail::MutexLock lock(state_->mutex);
   state_->removeIfPresent(key);
 }
 
 void ObjectCache::removeAll() {
-  const std::lock_guard lock(state_->mutex);
+  const detail::MutexLock lock(state_->mutex);
   state_->index.clear();
   state_->entries.clear();
   state_->totalCost = 0;
 }
 
 std::size_t ObjectCache::count() const {
-  const std::lock_guard lock(state_->mutex);
+  const detail::MutexLock lock(state_->mutex);
   return state_->entries.size();
 }
 
 std::size_t ObjectCache::totalCost() const {
-  const std::lock_guard lock(state_->mutex);
+  const detail::MutexLock lock(state_->mutex);
   return state_->totalCost;
 }
 

@@ -3,8 +3,8 @@
 #include <sys/utsname.h>
 
 #include <charconv>
-#include <mutex>
 
+#include "Platform/Detail/Locking.hpp"
 #include "Platform/Trap.hpp"
 
 namespace platform {
@@ -12,8 +12,8 @@ namespace platform {
 namespace {
 
 struct Settings {
-  std::mutex mutex;
-  std::optional<OperatingSystemVersion> version;
+  detail::Mutex mutex;
+  std::optional<OperatingSystemVersion> version CORVANE_GUARDED_BY(mutex);
 };
 
 Settings& settings() {
@@ -43,12 +43,12 @@ OperatingSystemVersion OperatingSystemVersion::parse(std::string_view release) n
 }
 
 OperatingSystemVersion ProcessInfo::operatingSystemVersion() {
-  const std::lock_guard lock(settings().mutex);
+  const detail::MutexLock lock(settings().mutex);
   return settings().version ? *settings().version : kernelVersion();
 }
 
 void ProcessInfo::setOperatingSystemVersion(std::optional<OperatingSystemVersion> version) {
-  const std::lock_guard lock(settings().mutex);
+  const detail::MutexLock lock(settings().mutex);
   settings().version = version;
 }
 

@@ -3,9 +3,10 @@
 #include <algorithm>
 #include <atomic>
 #include <map>
-#include <mutex>
 #include <utility>
 #include <vector>
+
+#include "Platform/Detail/Locking.hpp"
 
 namespace platform {
 
@@ -30,19 +31,19 @@ void ProgressObservation::invalidate() noexcept {
 
 /// What an observer captures goes with its observation or with the progress, whichever is later.
 struct Progress::State {
-  mutable std::mutex mutex;
-  std::int64_t completed = 0;
-  std::int64_t total = unknownCount;
-  std::map<std::string, AnyValue, std::less<>> userInfo;
-  std::vector<std::shared_ptr<ProgressObservation::Observer>> observers;
+  mutable detail::Mutex mutex;
+  std::int64_t completed CORVANE_GUARDED_BY(mutex) = 0;
+  std::int64_t total CORVANE_GUARDED_BY(mutex) = unknownCount;
+  std::map<std::string, AnyValue, std::less<>> userInfo CORVANE_GUARDED_BY(mutex);
+  std::vector<std::shared_ptr<ProgressObservation::Observer>> observers CORVANE_GUARDED_BY(mutex);
 
-  bool set(std::int64_t newCompleted, std::int64_t newTotal) {
+  bool set(std::int64_t newCompleted, std::int64_t newTotal) CORVANE_REQUIRES(mutex) {
     const bool changes = completed != newCompleted || total != newTotal;
     completed = newCompleted;
     total = newTotal;
     return changes;
   }
-  void dropInvalidObservers() {
+  void dropInvalidObservers() CORVANE_REQUIRES(mutex) {
     std::erase_if(observers, [](const auto& observer) { return !observer->isValid.load(std::memory_order_acquire); });
   }
 };
@@ -58,36 +59,36 @@ Progress::Progress() : state_(std::make_unique<State>()) {}
 Progress::~Progress() = default;
 
 std::int64_t Progress::completedUnitCount() const {
-  const std::lock_guard lock(state_->mutex);
+  const detail::MutexLock lock(state_->mutex);
   return state_->completed;
 }
 
 std::int64_t Progress::totalUnitCount() const {
-  const std::lock_guard lock(state_->mutex);
+  const detail::MutexLock lock(state_->mutex);
   return state_->total;
 }
 
 double Progress::fractionCompleted() const {
-  const std::lock_guard lock(state_->mutex);
+  const detail::MutexLock lock(state_->mutex);
   if (state_->total < 0) return 0;
   if (state_->completed >= state_->total) return 1;
   return static_cast<double>(std::max<std::int64_t>(state_->completed, 0)) / static_cast<double>(state_->total);
 }
 
 std::optional<AnyValue> Progress::userInfo(std::string_view key) const {
-  const std::lock_guard lock(state_->mutex);
+  const detail::MutexLock lock(state_->mutex);
   const auto found = state_->userInfo.find(key);
   return found != state_->userInfo.end() ? std::optional(found->second) : std::nullopt;
 }
 
 void Progress::setUserInfo(std::string_view key, AnyValue value) {
-  const std::lock_guard lock(state_->mutex);
+  const detail::MutexLock lock(state_->mutex);
   state_->userInfo.insert_or_assign(std::string(key), std::move(value));
 }
 
 void Progress::update(std::int64_t completedUnits, std::int64_t totalUnits) {
   {
-    const std::lock_guard lock(state_->mutex);
+    const detail::MutexLock lock(state_->mutex);
     if (!state_->set(completedUnits, std::max(totalUnits, unknownCount))) return;
   }
   tell();
@@ -103,7 +104,7 @@ void Progress::finishBytes(std::int64_t completedBytes, std::int64_t totalBytes)
 }
 
 bool Progress::setBytes(std::int64_t completedBytes, std::int64_t totalBytes) {
-  const std::lock_guard lock(state_->mutex);
+  const detail::MutexLock lock(state_->mutex);
   const bool changes = state_->set(completedBytes, std::max(totalBytes, unknownCount));
   state_->userInfo.insert_or_assign(ProgressKey::byteCompletedCount, completedBytes);
   if (totalBytes >= 0) {
@@ -117,14 +118,14 @@ bool Progress::setBytes(std::int64_t completedBytes, std::int64_t totalBytes) {
 ProgressObservation Progress::observe(Observer observer) {
   auto made = std::make_shared<ProgressObservation::Observer>();
   made->call = std::move(observer);
-  const std::lock_guard lock(state_->mutex);
+  const detail::MutexLock lock(state_->mutex);
   state_->dropInvalidObservers();
   state_->observers.push_back(made);
   return ProgressObservation(std::move(made));
 }
 
 bool Progress::isObserved() const {
-  const std::lock_guard lock(state_->mutex);
+  const detail::MutexLock lock(state_->mutex);
   state_->dropInvalidObservers();
   return !state_->observers.empty();
 }
@@ -132,7 +133,7 @@ bool Progress::isObserved() const {
 void Progress::tell() {
   std::vector<std::shared_ptr<ProgressObservation::Observer>> observers;
   {
-    const std::lock_guard lock(state_->mutex);
+    const detail::MutexLock lock(state_->mutex);
     state_->dropInvalidObservers();
     observers = state_->observers;
   }

@@ -1,19 +1,19 @@
 #include "Platform/Security/SecTrust.hpp"
 
 #include <algorithm>
-#include <mutex>
 
+#include "Platform/Detail/Locking.hpp"
 #include "Platform/Security/Internal/ChainVerifier.hpp"
 
 namespace platform {
 
 struct SecTrust::State {
-  std::mutex mutex;
-  std::vector<SecCertificate> anchors;
-  bool anchorsOnly = false;
-  std::optional<std::int64_t> verifyDate;
-  SecTrustProblem problem = SecTrustProblem::none;
-  std::string problemDescription;
+  detail::Mutex mutex;
+  std::vector<SecCertificate> anchors CORVANE_GUARDED_BY(mutex);
+  bool anchorsOnly CORVANE_GUARDED_BY(mutex) = false;
+  std::optional<std::int64_t> verifyDate CORVANE_GUARDED_BY(mutex);
+  SecTrustProblem problem CORVANE_GUARDED_BY(mutex) = SecTrustProblem::none;
+  std::string problemDescription CORVANE_GUARDED_BY(mutex);
 };
 
 SecTrust::SecTrust(std::vector<SecCertificate> chain, std::string host)
@@ -24,25 +24,25 @@ SecTrust::~SecTrust() = default;
 std::int32_t SecTrust::setAnchorCertificates(std::vector<SecCertificate> anchors) {
   const auto wasMovedFrom = [](const SecCertificate& anchor) { return !anchor.handle(); };
   if (std::any_of(anchors.begin(), anchors.end(), wasMovedFrom)) return OSStatus::param;
-  const std::lock_guard lock(state_->mutex);
+  const detail::MutexLock lock(state_->mutex);
   state_->anchors = std::move(anchors);
   state_->anchorsOnly = !state_->anchors.empty();
   return OSStatus::success;
 }
 
 std::int32_t SecTrust::setAnchorCertificatesOnly(bool only) {
-  const std::lock_guard lock(state_->mutex);
+  const detail::MutexLock lock(state_->mutex);
   state_->anchorsOnly = only;
   return OSStatus::success;
 }
 
 void SecTrust::setVerifyDate(std::optional<std::int64_t> secondsSince1970) {
-  const std::lock_guard lock(state_->mutex);
+  const detail::MutexLock lock(state_->mutex);
   state_->verifyDate = secondsSince1970;
 }
 
 SecTrustResult SecTrust::evaluate() {
-  const std::lock_guard lock(state_->mutex);
+  const detail::MutexLock lock(state_->mutex);
   detail::TrustVerdict verdict =
       detail::verifyChain({chain_, host_, state_->anchors, !state_->anchorsOnly, state_->verifyDate});
   state_->problem = verdict.problem;
@@ -51,12 +51,12 @@ SecTrustResult SecTrust::evaluate() {
 }
 
 SecTrustProblem SecTrust::problem() const {
-  const std::lock_guard lock(state_->mutex);
+  const detail::MutexLock lock(state_->mutex);
   return state_->problem;
 }
 
 std::string SecTrust::problemDescription() const {
-  const std::lock_guard lock(state_->mutex);
+  const detail::MutexLock lock(state_->mutex);
   return state_->problemDescription;
 }
 

@@ -3,10 +3,13 @@
 #include <utility>
 
 #include "Corvane/Transfers/TransferRequestable.hpp"
+#include "Platform/Detail/Locking.hpp"
 #include "Platform/Loading/URLSession.hpp"
 #include "Velisand/OptionalQueue.hpp"
 
 namespace corvane::detail {
+
+using platform::detail::MutexLock;
 
 platform::ProgressObservation ProgressRelay::observe(const std::shared_ptr<platform::URLSessionTask>& task,
                                                      std::optional<platform::DispatchQueue> queue) {
@@ -17,12 +20,12 @@ platform::ProgressObservation ProgressRelay::observe(const std::shared_ptr<platf
 }
 
 bool ProgressRelay::isListenedTo() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return !hasEnded_ && handler_.isListenedTo();
 }
 
 void ProgressRelay::call(const HTTPProgress& progress) {
-  std::unique_lock lock(mutex_);
+  MutexLock lock(mutex_);
   if (hasEnded_) return;
   missed_ = progress;
   if (isCalling_) return;
@@ -45,7 +48,7 @@ void ProgressRelay::call(const HTTPProgress& progress) {
 void ProgressRelay::end(platform::Block whenQuiet) {
   HTTPProgressHandler dropped;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     hasEnded_ = true;
     std::swap(dropped, handler_);
     if (isCalling_) {

@@ -1,10 +1,10 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 #include <optional>
 
 #include "Corvane/Transfers/HTTPProgress.hpp"
+#include "Platform/Detail/Locking.hpp"
 
 namespace corvane::detail {
 
@@ -26,12 +26,12 @@ class ProgressRelay : public std::enable_shared_from_this<ProgressRelay> {
  private:
   bool isListenedTo() const;
 
-  mutable std::mutex mutex_;
-  HTTPProgressHandler handler_;
-  std::optional<HTTPProgress> missed_;  ///< came while a call was under way
-  bool isCalling_ = false;
-  bool hasEnded_ = false;
-  platform::Block whenQuiet_;
+  mutable platform::detail::Mutex mutex_;
+  HTTPProgressHandler handler_ CORVANE_GUARDED_BY(mutex_);
+  std::optional<HTTPProgress> missed_ CORVANE_GUARDED_BY(mutex_);  ///< came while a call was under way
+  bool isCalling_ CORVANE_GUARDED_BY(mutex_) = false;
+  bool hasEnded_ CORVANE_GUARDED_BY(mutex_) = false;
+  platform::Block whenQuiet_ CORVANE_GUARDED_BY(mutex_);
 };
 
 }  // namespace corvane::detail

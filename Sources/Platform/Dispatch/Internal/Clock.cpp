@@ -1,16 +1,16 @@
 #include "Platform/Dispatch/Internal/Clock.hpp"
 
 #include <cmath>
-#include <mutex>
 
+#include "Platform/Detail/Locking.hpp"
 #include "Platform/Dispatch/Internal/SystemClock.hpp"
 
 namespace platform::detail {
 namespace {
 
 struct Installed {
-  std::mutex mutex;
-  std::shared_ptr<Clock> clock = Clock::ofTheSystem();
+  Mutex mutex;
+  std::shared_ptr<Clock> clock CORVANE_GUARDED_BY(mutex) = Clock::ofTheSystem();
 };
 
 Installed& installed() {
@@ -22,7 +22,7 @@ Installed& installed() {
 
 std::shared_ptr<Clock> Clock::current() {
   auto& place = installed();
-  const std::lock_guard lock(place.mutex);
+  const MutexLock lock(place.mutex);
   return place.clock;
 }
 
@@ -34,7 +34,7 @@ std::shared_ptr<Clock> Clock::ofTheSystem() {
 void Clock::install(std::shared_ptr<Clock> clock) {
   if (!clock) clock = ofTheSystem();
   auto& place = installed();
-  const std::lock_guard lock(place.mutex);
+  const MutexLock lock(place.mutex);
   place.clock.swap(clock);
 }
 

@@ -2,6 +2,7 @@
 
 #include <chrono>
 
+#include "Platform/Detail/Locking.hpp"
 #include "Platform/Dispatch/DispatchTime.hpp"
 
 namespace platform::detail {
@@ -34,10 +35,11 @@ class Deadline {
 };
 
 /// Waits on a condition variable until the predicate holds; false when the deadline passed first.
-template <class Condition, class Lock, class Predicate>
-bool waitUntil(Condition& condition, Lock& lock, const Deadline& deadline, Predicate holds) {
-  if (!deadline.isNever()) return condition.wait_until(lock, deadline.point(), holds);
-  condition.wait(lock, holds);
+template <class Predicate>
+bool waitUntil(ConditionVariable& condition, Mutex& mutex, const Deadline& deadline, Predicate holds)
+    CORVANE_REQUIRES(mutex) {
+  if (!deadline.isNever()) return condition.waitUntil(mutex, deadline.point(), holds);
+  condition.wait(mutex, holds);
   return true;
 }
 

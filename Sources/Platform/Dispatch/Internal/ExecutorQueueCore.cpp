@@ -3,6 +3,7 @@
 #include <exception>
 #include <iterator>
 
+#include "Platform/Detail/Locking.hpp"
 #include "Platform/Trap.hpp"
 
 namespace platform::detail {
@@ -13,7 +14,7 @@ ExecutorQueueCore::ExecutorQueueCore(std::string label, DispatchQueue::Executor 
 }
 
 void ExecutorQueueCore::async(Block&& block) {
-  std::unique_lock lock(mutex_);
+  MutexLock lock(mutex_);
   pending_.push_back(std::move(block));
   if (std::exchange(isScheduled_, true)) return;
   lock.unlock();
@@ -22,7 +23,7 @@ void ExecutorQueueCore::async(Block&& block) {
 
 void ExecutorQueueCore::async(std::vector<Block>&& blocks) {
   if (blocks.empty()) return;
-  std::unique_lock lock(mutex_);
+  MutexLock lock(mutex_);
   pending_.insert(pending_.end(), std::make_move_iterator(blocks.begin()), std::make_move_iterator(blocks.end()));
   if (std::exchange(isScheduled_, true)) return;
   lock.unlock();
@@ -73,14 +74,14 @@ void ExecutorQueueCore::drain() {
 void ExecutorQueueCore::abandon() {
   // Destroyed without the lock: what a block keeps alive may come back here as it goes.
   std::vector<Block> dropped;
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   dropped.swap(pending_);
   isScheduled_ = false;
 }
 
 /// False when there is nothing to do, or another thread (or a frame further up on this one) is at it.
 bool ExecutorQueueCore::beginTurn() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (isDraining_) {
     drainsAgain_ = true;
     return false;
@@ -92,7 +93,7 @@ bool ExecutorQueueCore::beginTurn() {
 }
 
 bool ExecutorQueueCore::hasMore() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (!pending_.empty()) return true;
   isScheduled_ = isDraining_ = drainsAgain_ = false;
   return false;
@@ -100,7 +101,7 @@ bool ExecutorQueueCore::hasMore() {
 
 /// Whether the executor has called the next drain already, which could do nothing yet.
 bool ExecutorQueueCore::mustContinue() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   isDraining_ = false;
   return std::exchange(drainsAgain_, false);
 }

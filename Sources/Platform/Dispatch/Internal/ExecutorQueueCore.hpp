@@ -1,7 +1,6 @@
 #pragma once
 
-#include <mutex>
-
+#include "Platform/Detail/Locking.hpp"
 #include "Platform/Dispatch/Internal/QueueCore.hpp"
 
 namespace platform::detail {
@@ -28,14 +27,13 @@ class ExecutorQueueCore final : public QueueCore, public std::enable_shared_from
 
   DispatchQueue::Executor executor_;
 
-  std::mutex mutex_;
-  // Guarded by the mutex.
-  std::vector<Block> pending_;
+  Mutex mutex_;
+  std::vector<Block> pending_ CORVANE_GUARDED_BY(mutex_);
   // A drain is with the executor or under way.
-  bool isScheduled_ = false;
-  bool isDraining_ = false;
+  bool isScheduled_ CORVANE_GUARDED_BY(mutex_) = false;
+  bool isDraining_ CORVANE_GUARDED_BY(mutex_) = false;
   // A drain came while another one was under way, as from an executor that calls its argument at once.
-  bool drainsAgain_ = false;
+  bool drainsAgain_ CORVANE_GUARDED_BY(mutex_) = false;
   // Belongs to the drain under way.
   std::vector<Block> batch_;
 };

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "Platform/Detail/Locking.hpp"
 #include "Platform/Dispatch/Internal/LocalQueues.hpp"
 #include "Platform/Trap.hpp"
 
@@ -26,97 +27,109 @@ std::shared_ptr<QueueCore> MainQueueCore::handle() {
 }
 
 void MainQueueCore::async(Block&& block) {
-  Lock lock(mutex_);
+  MutexLock lock(mutex_);
   const bool wasEmpty = blocks_.isEmpty();
   blocks_.push(std::move(block));
-  announce(lock, wasEmpty);
+  const Announcement next = announcement(wasEmpty);
+  lock.unlock();
+  announce(next);
 }
 
 void MainQueueCore::async(std::vector<Block>&& blocks) {
   if (blocks.empty()) return;
-  Lock lock(mutex_);
+  MutexLock lock(mutex_);
   const bool wasEmpty = blocks_.isEmpty();
   for (auto& block : blocks) blocks_.push(std::move(block));
-  announce(lock, wasEmpty);
+  const Announcement next = announcement(wasEmpty);
+  lock.unlock();
+  announce(next);
 }
 
-/// Tells whoever drains. Releases the lock.
-void MainQueueCore::announce(Lock& lock, bool wasEmpty) {
-  const auto host = wasEmpty ? host_ : nullptr;
-  const bool wakes = sleepers_ != 0 && !isBusy_;
-  const bool expectsDrain = !wasEverDrained_ && !std::exchange(isExpectingDrain_, true);
-  lock.unlock();
-  if (wakes) changed_.notify_one();
-  if (host) (*host)();
-  if (expectsDrain) expectDrain();
+MainQueueCore::Announcement MainQueueCore::announcement(bool wasEmpty) {
+  return {.host = wasEmpty ? host_ : nullptr,
+          .wakes = sleepers_ != 0 && !isBusy_,
+          .expectsDrain = !wasEverDrained_ && !std::exchange(isExpectingDrain_, true)};
+}
+
+/// Tells whoever drains.
+void MainQueueCore::announce(const Announcement& announcement) {
+  if (announcement.wakes) changed_.notifyOne();
+  if (announcement.host) (*announcement.host)();
+  if (announcement.expectsDrain) expectDrain();
 }
 
 /// Prints a hint, once, when nobody has drained the queue a while from now.
 void MainQueueCore::expectDrain() {
   hintClock_->scheduleAfter(patience, [this] {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (!wasEverDrained_) std::fputs(nothingDrains, stderr);
   });
 }
 
 void MainQueueCore::run() {
   enterDrain("run");
-  Lock lock(mutex_);
+  MutexLock lock(mutex_);
   while (!shallStop_) {
     if (isReady()) {
-      runNext(lock);
+      runNext();
     } else {
-      sleep(lock, Deadline(Seconds::unlimited()));
+      sleep(Deadline(Seconds::unlimited()));
     }
   }
   shallStop_ = false;
-  leaveDrain(lock);
+  const Host host = hostOfWhatIsLeft();
+  lock.unlock();
+  if (host) (*host)();
 }
 
 bool MainQueueCore::runUntil(void* object, bool (*isDone)(void*), Seconds timeout) {
   enterDrain("runUntil");
   const Deadline deadline(timeout);
-  Lock lock(mutex_);
+  MutexLock lock(mutex_);
   while (true) {
     lock.unlock();
     const bool done = isDone(object);
     const bool ends = done || deadline.hasPassed();
     lock.lock();
     if (ends) {
-      leaveDrain(lock);
+      const Host host = hostOfWhatIsLeft();
+      lock.unlock();
+      if (host) (*host)();
       return done;
     }
-    if (!isReady()) sleep(lock, deadline);
-    if (isReady()) runNext(lock);
+    if (!isReady()) sleep(deadline);
+    if (isReady()) runNext();
   }
 }
 
 std::size_t MainQueueCore::runOnce() {
-  Lock lock(mutex_);
+  MutexLock lock(mutex_);
   wasEverDrained_ = true;
   const std::size_t count = blocks_.count();
   std::size_t ran = 0;
   // Not ready when this was called inside a block (a host's event loop may run there, as for a modal
   // dialogue) or while another thread drains. The queue stays serial.
   while (ran < count && isReady()) {
-    runNext(lock);
+    runNext();
     ++ran;
   }
-  if (!isBusy_) leaveDrain(lock);
+  const Host host = isBusy_ ? nullptr : hostOfWhatIsLeft();
+  lock.unlock();
+  if (host) (*host)();
   return ran;
 }
 
 void MainQueueCore::stop() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   shallStop_ = true;
-  changed_.notify_all();
+  changed_.notifyAll();
 }
 
 void MainQueueCore::attachToHost(UniqueFunction<void()> schedule) {
-  Lock lock(mutex_);
+  MutexLock lock(mutex_);
   host_ = schedule ? std::make_shared<UniqueFunction<void()>>(std::move(schedule)) : nullptr;
   if (host_) wasEverDrained_ = true;
-  const auto host = blocks_.isEmpty() ? nullptr : host_;
+  const Host host = hostOfWhatIsLeft();
   lock.unlock();
   if (host) (*host)();
 }
@@ -126,38 +139,33 @@ void MainQueueCore::enterDrain(const char* function) {
     trap(std::string(function) + " was called on the main queue from inside one of its own blocks.");
   }
   LocalQueues::flushCurrent();
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   wasEverDrained_ = true;
 }
 
-/// Releases the lock. What is left may have come while other blocks waited, so that the host was not told, or the
-/// host's answer to the one call that it got may have been turned away.
-void MainQueueCore::leaveDrain(Lock& lock) {
-  const auto host = blocks_.isEmpty() ? nullptr : host_;
-  lock.unlock();
-  if (host) (*host)();
-}
+/// Whom a drain that ends has to tell, without the lock. What is left may have come while other blocks waited, so that
+/// the host was not told, or the host's answer to the one call that it got may have been turned away.
+MainQueueCore::Host MainQueueCore::hostOfWhatIsLeft() { return blocks_.isEmpty() ? nullptr : host_; }
 
-void MainQueueCore::runNext(Lock& lock) {
+void MainQueueCore::runNext() {
   isBusy_ = true;
   Block block = blocks_.pop();
-  lock.unlock();
   {
+    const MutexUnlock unlocked(mutex_);
     const QueueFrame frame(*this);
     performAndDrop(block);
   }
-  lock.lock();
   isBusy_ = false;
   // Others that drain may take the next block, and what this one did may be what they wait for.
-  if (sleepers_ != 0) changed_.notify_all();
+  if (sleepers_ != 0) changed_.notifyAll();
 }
 
-void MainQueueCore::sleep(Lock& lock, const Deadline& deadline) {
+void MainQueueCore::sleep(const Deadline& deadline) {
   ++sleepers_;
   if (deadline.isNever()) {
-    changed_.wait(lock);
+    changed_.wait(mutex_);
   } else {
-    changed_.wait_until(lock, deadline.point());
+    changed_.waitUntil(mutex_, deadline.point());
   }
   --sleepers_;
 }

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <condition_variable>
-#include <mutex>
-
+#include "Platform/Detail/Locking.hpp"
 #include "Platform/Dispatch/Internal/Clock.hpp"
 #include "Platform/Dispatch/Internal/Deadline.hpp"
 #include "Platform/Dispatch/Internal/QueueCore.hpp"
@@ -30,27 +28,34 @@ class CORVANE_API MainQueueCore final : public QueueCore {
   void hintBy(std::shared_ptr<Clock> clock) { hintClock_ = std::move(clock); }
 
  private:
-  using Lock = std::unique_lock<std::mutex>;
+  using Host = std::shared_ptr<UniqueFunction<void()>>;
+  /// What a thread that submitted blocks has to do after it released the lock.
+  struct Announcement {
+    Host host;
+    bool wakes = false;
+    bool expectsDrain = false;
+  };
 
   MainQueueCore() : QueueCore("corvane.main") {}
-  bool isReady() const { return !blocks_.isEmpty() && !isBusy_; }
-  void announce(Lock& lock, bool wasEmpty);
+  bool isReady() const CORVANE_REQUIRES(mutex_) { return !blocks_.isEmpty() && !isBusy_; }
+  Announcement announcement(bool wasEmpty) CORVANE_REQUIRES(mutex_);
+  void announce(const Announcement& announcement);
   void expectDrain();
   void enterDrain(const char* function);
-  void leaveDrain(Lock& lock);
-  void runNext(Lock& lock);
-  void sleep(Lock& lock, const Deadline& deadline);
+  Host hostOfWhatIsLeft() CORVANE_REQUIRES(mutex_);
+  void runNext() CORVANE_REQUIRES(mutex_);
+  void sleep(const Deadline& deadline) CORVANE_REQUIRES(mutex_);
 
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  RingQueue<Block> blocks_;
+  Mutex mutex_;
+  ConditionVariable changed_;
+  RingQueue<Block> blocks_ CORVANE_GUARDED_BY(mutex_);
   // A block is running.
-  bool isBusy_ = false;
-  bool shallStop_ = false;
-  bool wasEverDrained_ = false;
-  bool isExpectingDrain_ = false;
-  std::size_t sleepers_ = 0;
-  std::shared_ptr<UniqueFunction<void()>> host_;
+  bool isBusy_ CORVANE_GUARDED_BY(mutex_) = false;
+  bool shallStop_ CORVANE_GUARDED_BY(mutex_) = false;
+  bool wasEverDrained_ CORVANE_GUARDED_BY(mutex_) = false;
+  bool isExpectingDrain_ CORVANE_GUARDED_BY(mutex_) = false;
+  std::size_t sleepers_ CORVANE_GUARDED_BY(mutex_) = 0;
+  Host host_ CORVANE_GUARDED_BY(mutex_);
   std::shared_ptr<Clock> hintClock_ = Clock::ofTheSystem();
 };
 

@@ -1,8 +1,6 @@
 #include "Platform/Dispatch/Internal/ManualClock.hpp"
 
-#include <condition_variable>
-#include <mutex>
-
+#include "Platform/Detail/Locking.hpp"
 #include "Platform/Dispatch/Internal/TimerHeap.hpp"
 
 namespace platform::detail {
@@ -15,62 +13,61 @@ Seconds seconds(std::chrono::nanoseconds interval) { return interval; }
 class ManualClock::Time final : public Clock {
  public:
   Instant now() const override {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     return now_;
   }
 
   Key schedule(Instant due, std::chrono::nanoseconds leeway, Block action) override {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     return add(due, leeway, std::move(action));
   }
 
   Key scheduleAfter(std::chrono::nanoseconds delay, Block action) override {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     return add(now_ + delay, {}, std::move(action));
   }
 
   void cancel(const Key& key) override {
     Block dropped;
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     dropped = timers.remove(key);
   }
 
   void advance(std::chrono::nanoseconds interval) {
-    std::unique_lock lock(mutex);
+    const MutexLock lock(mutex);
     const Instant end = now_ + interval;
     while (const auto wakeUp = timers.nextWakeUp()) {
       if (*wakeUp > end) break;
       now_ = std::max(now_, *wakeUp);
       ++wakeUps;
-      callDue(lock);
+      callDue();
     }
     now_ = end;
   }
 
-  void callDue(std::unique_lock<std::mutex>& lock) {
+  void callDue() CORVANE_REQUIRES(mutex) {
     while (Block action = timers.takeDue(now_)) {
-      lock.unlock();
+      const MutexUnlock unlocked(mutex);
       action();
       action = nullptr;
-      lock.lock();
     }
   }
 
-  mutable std::mutex mutex;
-  std::condition_variable changed;
-  TimerHeap timers;
-  std::vector<Seconds> waits;
-  std::size_t wakeUps = 0;
+  mutable Mutex mutex;
+  ConditionVariable changed;
+  TimerHeap timers CORVANE_GUARDED_BY(mutex);
+  std::vector<Seconds> waits CORVANE_GUARDED_BY(mutex);
+  std::size_t wakeUps CORVANE_GUARDED_BY(mutex) = 0;
 
  private:
-  Key add(Instant due, std::chrono::nanoseconds leeway, Block action) {
+  Key add(Instant due, std::chrono::nanoseconds leeway, Block action) CORVANE_REQUIRES(mutex) {
     waits.push_back(seconds(due - now_));
     const Key key = timers.add(due, leeway, std::move(action));
-    changed.notify_all();
+    changed.notifyAll();
     return key;
   }
 
-  Instant now_{};
+  Instant now_ CORVANE_GUARDED_BY(mutex){};
 };
 
 ManualClock::ManualClock() : time_(std::make_shared<Time>()) { Clock::install(time_); }
@@ -78,7 +75,7 @@ ManualClock::ManualClock() : time_(std::make_shared<Time>()) { Clock::install(ti
 ManualClock::~ManualClock() {
   Clock::install(nullptr);
   TimerHeap dropped;
-  const std::lock_guard lock(time_->mutex);
+  const MutexLock lock(time_->mutex);
   std::swap(dropped, time_->timers);
 }
 
@@ -87,7 +84,7 @@ Seconds ManualClock::now() const { return seconds(time_->now()); }
 void ManualClock::advance(Seconds interval) { time_->advance(Clock::nanoseconds(interval)); }
 
 Seconds ManualClock::advanceToNextTimer() {
-  std::unique_lock lock(time_->mutex);
+  MutexLock lock(time_->mutex);
   const auto wakeUp = time_->timers.nextWakeUp();
   lock.unlock();
   if (!wakeUp) return 0;
@@ -97,22 +94,23 @@ Seconds ManualClock::advanceToNextTimer() {
 }
 
 std::size_t ManualClock::pendingTimers() const {
-  const std::lock_guard lock(time_->mutex);
+  const MutexLock lock(time_->mutex);
   return time_->timers.count();
 }
 
 bool ManualClock::waitForTimers(std::size_t count, Seconds limit) const {
-  std::unique_lock lock(time_->mutex);
-  return time_->changed.wait_for(lock, Clock::nanoseconds(limit), [&] { return time_->timers.count() >= count; });
+  const MutexLock lock(time_->mutex);
+  return time_->changed.waitUntil(time_->mutex, std::chrono::steady_clock::now() + Clock::nanoseconds(limit),
+                                  [&]() CORVANE_REQUIRES(time_->mutex) { return time_->timers.count() >= count; });
 }
 
 std::vector<Seconds> ManualClock::waits() const {
-  const std::lock_guard lock(time_->mutex);
+  const MutexLock lock(time_->mutex);
   return time_->waits;
 }
 
 std::size_t ManualClock::wakeUps() const {
-  const std::lock_guard lock(time_->mutex);
+  const MutexLock lock(time_->mutex);
   return time_->wakeUps;
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "Platform/Detail/Locking.hpp"
 #include "Platform/Dispatch/Internal/LocalQueues.hpp"
 
 namespace platform::detail {
@@ -29,7 +30,7 @@ class SerialQueueCore::Hold {
 SerialQueueCore::SerialQueueCore(std::string label) : QueueCore(std::move(label)), threadName_(QueueCore::label()) {}
 
 void SerialQueueCore::async(Block&& block) {
-  std::unique_lock lock(mutex_);
+  MutexLock lock(mutex_);
   pending_.push_back(std::move(block));
   ++submitted_;
   if (std::exchange(isHeld_, true)) return;
@@ -40,7 +41,7 @@ void SerialQueueCore::async(Block&& block) {
 void SerialQueueCore::async(std::vector<Block>&& blocks) {
   if (blocks.empty()) return;
   const std::size_t count = blocks.size();
-  std::unique_lock lock(mutex_);
+  MutexLock lock(mutex_);
   if (pending_.empty() && pending_.capacity() < count) {
     pending_ = std::move(blocks);
   } else {
@@ -87,7 +88,7 @@ void SerialQueueCore::drain(bool onWorker) {
 
 /// Finds out up to where the holder may run blocks; false when it does not hold the queue any more.
 bool SerialQueueCore::proceed() {
-  std::unique_lock lock(mutex_);
+  MutexLock lock(mutex_);
   if (Waiter* waiter = takeWaiterWhoseTurnItIs()) {
     lock.unlock();
     waiter->isHolder.set();
@@ -110,7 +111,7 @@ bool SerialQueueCore::proceed() {
 }
 
 void SerialQueueCore::acquire() {
-  std::unique_lock lock(mutex_);
+  MutexLock lock(mutex_);
   if (!std::exchange(isHeld_, true)) return;
   Waiter self{submitted_, {}, nullptr};
   (firstWaiter_ ? lastWaiter_->next : firstWaiter_) = &self;
@@ -121,7 +122,7 @@ void SerialQueueCore::acquire() {
 }
 
 void SerialQueueCore::release() {
-  std::unique_lock lock(mutex_);
+  MutexLock lock(mutex_);
   if (Waiter* waiter = takeWaiterWhoseTurnItIs()) {
     lock.unlock();
     waiter->isHolder.set();

@@ -2,8 +2,8 @@
 
 #include <atomic>
 #include <cstdint>
-#include <mutex>
 
+#include "Platform/Detail/Locking.hpp"
 #include "Platform/Dispatch/Internal/Futex.hpp"
 #include "Platform/Dispatch/Internal/QueueCore.hpp"
 #include "Platform/Dispatch/Internal/Thread.hpp"
@@ -49,18 +49,17 @@ class SerialQueueCore final : public QueueCore,
   bool proceed();
   void acquire();
   void release();
-  Waiter* takeWaiterWhoseTurnItIs();
+  Waiter* takeWaiterWhoseTurnItIs() CORVANE_REQUIRES(mutex_);
 
   const ThreadName threadName_;
   std::atomic<bool> allowsLocalWork_ = false;
 
-  std::mutex mutex_;
-  // Guarded by the mutex.
-  std::vector<Block> pending_;
-  std::uint64_t submitted_ = 0;
-  bool isHeld_ = false;
-  Waiter* firstWaiter_ = nullptr;
-  Waiter* lastWaiter_ = nullptr;
+  Mutex mutex_;
+  std::vector<Block> pending_ CORVANE_GUARDED_BY(mutex_);
+  std::uint64_t submitted_ CORVANE_GUARDED_BY(mutex_) = 0;
+  bool isHeld_ CORVANE_GUARDED_BY(mutex_) = false;
+  Waiter* firstWaiter_ CORVANE_GUARDED_BY(mutex_) = nullptr;
+  Waiter* lastWaiter_ CORVANE_GUARDED_BY(mutex_) = nullptr;
   // Belong to the holder: the batch at hand, the next block in it, where to stop and look at the waiters.
   std::vector<Block> batch_;
   std::size_t next_ = 0;

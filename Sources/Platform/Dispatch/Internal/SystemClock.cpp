@@ -1,5 +1,6 @@
 #include "Platform/Dispatch/Internal/SystemClock.hpp"
 
+#include "Platform/Detail/Locking.hpp"
 #include "Platform/Dispatch/Internal/Thread.hpp"
 #include "Platform/Trap.hpp"
 
@@ -15,7 +16,7 @@ Clock::Instant SystemClock::now() const {
 }
 
 Clock::Key SystemClock::schedule(Instant due, std::chrono::nanoseconds leeway, Block action) {
-  std::unique_lock lock(mutex_);
+  MutexLock lock(mutex_);
   const Key key = timers_.add(due, leeway, std::move(action));
   if (!isServed_) {
     isServed_ = true;
@@ -23,18 +24,18 @@ Clock::Key SystemClock::schedule(Instant due, std::chrono::nanoseconds leeway, B
   }
   const bool isEarlier = due + leeway < wakeUp_;
   lock.unlock();
-  if (isEarlier) changed_.notify_one();
+  if (isEarlier) changed_.notifyOne();
   return key;
 }
 
 void SystemClock::cancel(const Key& key) {
   Block dropped;
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   dropped = timers_.remove(key);
 }
 
 void SystemClock::serve() {
-  std::unique_lock lock(mutex_);
+  MutexLock lock(mutex_);
   while (true) {
     if (Block action = timers_.takeDue(now())) {
       lock.unlock();
@@ -46,9 +47,9 @@ void SystemClock::serve() {
     const auto wakeUp = timers_.nextWakeUp();
     wakeUp_ = wakeUp.value_or(Instant::max());
     if (wakeUp) {
-      changed_.wait_until(lock, std::chrono::steady_clock::time_point(*wakeUp));
+      changed_.waitUntil(mutex_, std::chrono::steady_clock::time_point(*wakeUp));
     } else {
-      changed_.wait(lock);
+      changed_.wait(mutex_);
     }
     wakeUp_ = Instant::min();
   }

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <condition_variable>
-#include <mutex>
-
+#include "Platform/Detail/Locking.hpp"
 #include "Platform/Dispatch/Internal/TimerHeap.hpp"
 
 namespace platform::detail {
@@ -19,12 +17,12 @@ class SystemClock final : public Clock {
  private:
   void serve();
 
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  TimerHeap timers_;
+  Mutex mutex_;
+  ConditionVariable changed_;
+  TimerHeap timers_ CORVANE_GUARDED_BY(mutex_);
   // When the thread is going to look again; it is woken only for something earlier.
-  Instant wakeUp_ = Instant::max();
-  bool isServed_ = false;
+  Instant wakeUp_ CORVANE_GUARDED_BY(mutex_) = Instant::max();
+  bool isServed_ CORVANE_GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace platform::detail

@@ -3,10 +3,10 @@
 #include <openssl/ssl.h>
 
 #include <chrono>
-#include <condition_variable>
 #include <cstdlib>
-#include <mutex>
 #include <vector>
+
+#include "Platform/Detail/Locking.hpp"
 
 namespace platform::detail {
 namespace {
@@ -19,16 +19,16 @@ class Uses {
   }
 
   bool begin() {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (!isClosed_) ++count_;
     return !isClosed_;
   }
   void end() {
-    const std::lock_guard lock(mutex_);
-    if (--count_ == 0 && isClosed_) changed_.notify_all();
+    const MutexLock lock(mutex_);
+    if (--count_ == 0 && isClosed_) changed_.notifyAll();
   }
   void abandon(void* object) {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     abandoned_.push_back(object);
   }
 
@@ -40,16 +40,17 @@ class Uses {
     std::atexit([] { shared().close(); });
   }
   void close() {
-    std::unique_lock lock(mutex_);
+    MutexLock lock(mutex_);
     isClosed_ = true;
-    changed_.wait_for(lock, std::chrono::seconds(1), [this] { return count_ == 0; });
+    changed_.waitUntil(mutex_, std::chrono::steady_clock::now() + std::chrono::seconds(1),
+                       [this]() CORVANE_REQUIRES(mutex_) { return count_ == 0; });
   }
 
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  int count_ = 0;
-  bool isClosed_ = false;
-  std::vector<void*> abandoned_;
+  Mutex mutex_;
+  ConditionVariable changed_;
+  int count_ CORVANE_GUARDED_BY(mutex_) = 0;
+  bool isClosed_ CORVANE_GUARDED_BY(mutex_) = false;
+  std::vector<void*> abandoned_ CORVANE_GUARDED_BY(mutex_);
 };
 
 }  // namespace
