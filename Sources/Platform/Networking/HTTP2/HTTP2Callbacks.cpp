@@ -150,7 +150,9 @@ int HTTP2Callbacks::frame(nghttp2_session* session, const nghttp2_frame* frame, 
 }
 
 int HTTP2Callbacks::invalidFrame(nghttp2_session* session, const nghttp2_frame* frame, int error, void* user) {
-  HTTP2Stream* const stream = streamOf(session, frame->hd.stream_id);
+  // The stream that a frame of the connection names by mistake fails with the connection.
+  const bool isOfAStream = frame->hd.type <= NGHTTP2_RST_STREAM || frame->hd.type == NGHTTP2_WINDOW_UPDATE;
+  HTTP2Stream* const stream = isOfAStream ? streamOf(session, frame->hd.stream_id) : nullptr;
   if (!stream) return 0;
   const std::string& problem = sessionOf(user).problem_;
   stream->malformed("the response breaks HTTP/2: " + (problem.empty() ? nghttp2_strerror(error) : problem));
