@@ -69,6 +69,14 @@ extern "C" int getaddrinfo(const char* node, const char* service, const addrinfo
   const std::string_view name = node ? node : "";
   if (name == HeldLookUps::missingName) return EAI_NONAME;
   if (name == HeldLookUps::localName) return next("127.0.0.1", service, hints, result);
+  if (name == HeldLookUps::twofoldName) {
+    addrinfo** rest = result;
+    for (const char* address : {"127.0.0.1", "127.0.0.2"}) {
+      if (const int error = next(address, service, hints, rest)) return error;
+      while (*rest) rest = &(*rest)->ai_next;
+    }
+    return 0;
+  }
   if (name != HeldLookUps::name) return next(node, service, hints, result);
   corvane::testing::Resolver::shared().pass();
   return EAI_NONAME;

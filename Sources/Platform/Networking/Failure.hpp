@@ -10,7 +10,7 @@ enum class FailureCause : std::uint8_t {
   invalidRequest,             ///< the request cannot be sent as it is; nothing was sent
   nameNotFound,               ///< the host's name does not exist (`systemError` is a code of `getaddrinfo`)
   nameLookupFailed,           ///< the name could not be looked up for the moment (as above)
-  cannotConnect,              ///< no address of the host could be connected to (`systemError` of the last one)
+  cannotConnect,              ///< no address of the host could be connected to (`systemError` of the one that tells most)
   outOfDescriptors,           ///< the process or the system has no descriptor left
   secureConnectionFailed,     ///< the TLS handshake failed, or the connection was lost in it
   serverNotTrusted,           ///< the verdict on the server was against it

@@ -1,20 +1,17 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
-#include "Platform/Foundation/Error.hpp"
 #include "Platform/Security/SecCertificate.hpp"
 
 namespace platform::networking {
 
 /// A server that showed its chain in a handshake, and waits for a verdict. No byte of the application goes out before.
 ///
-/// Shared by the connection and by whoever judges. What is in it never changes; the verdict goes back on the loop side,
-/// by `TrustJudge`'s `answer`.
+/// Shared by the connector and by whoever judges, on any thread. What is in it never changes; the verdict goes back on
+/// the loop side, by `Connector::answer`.
 struct TrustQuery {
   /// As received, the server's own first.
   std::vector<SecCertificate> chain;

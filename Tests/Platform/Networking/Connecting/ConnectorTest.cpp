@@ -13,6 +13,7 @@ namespace {
 
 using namespace std::chrono_literals;
 using corvane::testing::Answer;
+using corvane::testing::descriptorsWithoutPeer;
 using corvane::testing::HeldLookUps;
 using corvane::testing::openDescriptors;
 using corvane::testing::runUntil;
@@ -52,6 +53,62 @@ TEST_F(ConnectorTest, triesTheOtherFamilyWhenOneRefuses) {
   TestServer server;
 
   connect(route("localhost", server.port()));
+
+  EXPECT_TRUE(owner.open);
+}
+
+/// A host of two addresses, of which the first leaves attempts unanswered.
+class SlowAddressTest : public ConnectorTest {
+ protected:
+  void SetUp() override {
+    ServerOptions options;
+    options.addresses = {"127.0.0.2"};
+    options.port = silent.port();
+    server = std::make_unique<TestServer>(options);
+    before = openDescriptors().size();
+    withoutPeer = descriptorsWithoutPeer().size();
+    connector =
+        std::make_unique<Connector>(loop, resolver, context, route(HeldLookUps::twofoldName, server->port()), owner);
+    connector->start();
+    ASSERT_TRUE(runUntil(loop, [&] { return connector->phase() == Connector::Phase::connecting; }));
+  }
+  void pass(Duration time) {
+    clock.advance(time);
+    loop.iterate(Duration::zero());
+  }
+
+  ManualNetworkClock clock;
+  SilentPort silent;
+  std::unique_ptr<TestServer> server;
+  std::size_t before = 0;
+  std::size_t withoutPeer = 0;
+};
+
+TEST_F(SlowAddressTest, isGivenAQuarterOfASecondBeforeTheNextIsTried) {
+  pass(249ms);
+  EXPECT_EQ(openDescriptors().size(), before + 1);
+
+  pass(1ms);
+
+  EXPECT_TRUE(server->waitForConnections(1));
+}
+
+TEST_F(SlowAddressTest, isGivenUpWhenAnotherConnects) {
+  pass(250ms);
+
+  ASSERT_TRUE(runUntil(loop, [&] { return owner.isDone(); }));
+  ASSERT_TRUE(owner.open);
+  ASSERT_TRUE(server->waitForConnections(1));
+  EXPECT_EQ(descriptorsWithoutPeer().size(), withoutPeer) << "The other attempt is closed.";
+}
+
+TEST_F(ConnectorTest, triesTheNextAddressAtOnceWhenOneRefuses) {
+  const ManualNetworkClock stopped;
+  ServerOptions options;
+  options.addresses = {"127.0.0.2"};
+  TestServer server(options);
+
+  connect(route(HeldLookUps::twofoldName, server.port()));
 
   EXPECT_TRUE(owner.open);
 }

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "ConnectorTest.hpp"
+#include "TestSupport/OpenDescriptors.hpp"
 
 namespace platform::networking {
 namespace {
@@ -132,6 +133,65 @@ TEST_P(SecureConnectorVersionTest, keepsNoSessionOfAHandshakeThatBeganBeforeTheT
   exchange(*owner.open->stream, getRoot, "hello");
   EXPECT_EQ(context->sessionCount(), 0U);
   EXPECT_NE(owner.open->trustEpoch, context->trustEpoch());
+}
+
+TEST_P(SecureConnectorVersionTest, leavesNothingBehindWhenItIsDestroyedBeforeTheVerdict) {
+  TestServer server(version());
+  owner.verdict.reset();
+  auto early = std::make_unique<Connector>(loop, resolver, context, secureRoute(server), owner);
+  early->start();
+  ASSERT_TRUE(runUntil(loop, [&] { return owner.query != nullptr; }));
+
+  early.reset();
+
+  EXPECT_TRUE(corvane::testing::descriptorsTo(server.port()).empty());
+  EXPECT_TRUE(server.waitUntilAllClosed());
+  EXPECT_TRUE(corvane::testing::staleWatches().empty());
+  static_cast<void>(server.takeFailures());
+}
+
+/// Destroys the connector as soon as it is called.
+class DestroyingOwner final : public ConnectorOwner {
+ public:
+  enum class When : std::uint8_t { progress, question, opened, failed };
+
+  explicit DestroyingOwner(When when) : when_(when) {}
+  void connectorProgressed(Connector&) override { destroyIf(When::progress); }
+  void connectorAsksTrust(Connector& asking, std::shared_ptr<const TrustQuery>) override {
+    if (when_ == When::question) {
+      connector.reset();
+    } else {
+      asking.answer(when_ == When::opened);
+    }
+  }
+  void connectorOpened(Connector&, OpenStream) override { destroyIf(When::opened); }
+  void connectorFailed(Connector&, Failure) override { destroyIf(When::failed); }
+
+  std::unique_ptr<Connector> connector;
+
+ private:
+  void destroyIf(When when) {
+    if (when == when_) connector.reset();
+  }
+  const When when_;
+};
+
+class DestroyedConnectorTest : public SecureConnectorTest, public testing::WithParamInterface<DestroyingOwner::When> {};
+INSTANTIATE_TEST_SUITE_P(SecureConnectorTest, DestroyedConnectorTest,
+                         testing::Values(DestroyingOwner::When::progress, DestroyingOwner::When::question,
+                                         DestroyingOwner::When::opened, DestroyingOwner::When::failed));
+
+TEST_P(DestroyedConnectorTest, leavesNothingBehind) {
+  TestServer server(tls);
+  DestroyingOwner destroyer(GetParam());
+  destroyer.connector = std::make_unique<Connector>(loop, resolver, context, secureRoute(server), destroyer);
+  destroyer.connector->start();
+
+  ASSERT_TRUE(runUntil(loop, [&] { return !destroyer.connector; }));
+
+  EXPECT_TRUE(corvane::testing::descriptorsTo(server.port()).empty());
+  EXPECT_TRUE(server.waitUntilAllClosed());
+  static_cast<void>(server.takeFailures());
 }
 
 TEST_F(SecureConnectorTest, resumesNoSessionOfAnotherHost) {

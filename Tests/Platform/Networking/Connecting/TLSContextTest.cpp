@@ -1,8 +1,12 @@
 #include "Platform/Networking/Connecting/TLSContext.hpp"
 
 #include <gtest/gtest.h>
+#include <stdlib.h>
 
+#include <cstdlib>
 #include <string>
+
+#include "TestSupport/TemporaryDirectory.hpp"
 
 namespace platform::networking {
 namespace {
@@ -87,6 +91,21 @@ TEST_F(TLSContextTest, forgetsSessionsAndThoseOfHandshakesUnderWay) {
   context->keepSession(origin(1), before, session(TLS1_3_VERSION), now);
 
   EXPECT_EQ(context->sessionCount(), 0U);
+}
+
+TEST(TLSConfigurationDeathTest, isNotReadFromWhereTheEnvironmentSays) {
+  const corvane::testing::TemporaryDirectory directory;
+  const std::string path = directory.write("openssl.cnf",
+                                           "openssl_conf = all\n[all]\nssl_conf = ssl\n[ssl]\nsystem_default = tls\n"
+                                           "[tls]\nMaxProtocol = TLSv1.2\n");
+
+  EXPECT_EXIT(
+      {
+        setenv("OPENSSL_CONF", path.c_str(), 1);
+        const auto made = TLSContext::make();
+        std::_Exit(SSL_CTX_get_max_proto_version(made->handle()) == 0 ? 0 : 1);
+      },
+      testing::ExitedWithCode(0), "");
 }
 
 TEST_F(TLSContextTest, speaksTLS12AndLater) {
