@@ -158,7 +158,8 @@ class DestroyingOwner final : public ConnectorOwner {
   explicit DestroyingOwner(When when) : when_(when) {}
   void connectorProgressed(Connector&) override { destroyIf(When::progress); }
   void connectorAsksTrust(Connector& asking, std::shared_ptr<const TrustQuery>) override {
-    if (when_ == When::question) {
+    // A quick server answers before there was any progress to tell of.
+    if (when_ == When::question || when_ == When::progress) {
       connector.reset();
     } else {
       asking.answer(when_ == When::opened);
