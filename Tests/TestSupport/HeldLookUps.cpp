@@ -68,6 +68,7 @@ extern "C" int getaddrinfo(const char* node, const char* service, const addrinfo
   static const auto next = reinterpret_cast<Function>(::dlsym(RTLD_NEXT, "getaddrinfo"));
   const std::string_view name = node ? node : "";
   if (name == HeldLookUps::missingName) return EAI_NONAME;
+  if (name == HeldLookUps::unansweredName) return EAI_AGAIN;
   if (name == HeldLookUps::localName) return next("127.0.0.1", service, hints, result);
   if (name == HeldLookUps::twofoldName) {
     addrinfo** rest = result;

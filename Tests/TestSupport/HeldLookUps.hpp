@@ -19,6 +19,8 @@ class HeldLookUps {
   static constexpr const char* twofoldName = "twofold.test";
   /// A name that does not exist, which is known at once.
   static constexpr const char* missingName = "missing.test";
+  /// A name that no name server answers for at the moment.
+  static constexpr const char* unansweredName = "unanswered.test";
 
   HeldLookUps();
   ~HeldLookUps();

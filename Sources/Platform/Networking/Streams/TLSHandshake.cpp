@@ -84,7 +84,10 @@ TLSStream::State TLSStream::handshake() {
   // What it wrote last may still wait here; an alert of ours, too.
   transport_.flush();
   // Our last flight must have a way to the server.
-  if (result == 1 && !transport_.writeFailure()) return state_ = State::open;
+  if (result == 1 && !transport_.writeFailure()) {
+    chain_ = {};
+    return state_ = State::open;
+  }
   if (SSL_want_retry_verify(ssl_)) return state_ = State::judging;
   if (!transport_.isBlocked() || transport_.writeFailure()) return failHandshake(reasonOfHandshake());
   if (transport_.isTurnOver()) loop_.defer(*this);

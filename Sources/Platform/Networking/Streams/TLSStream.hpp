@@ -39,7 +39,7 @@ class TLSStream final : public ByteStream, private StreamOwner, private Deferred
 
   /// Goes on with the handshake as far as it can.
   State handshake();
-  /// As received, the server's own first. Empty until the server is to be judged.
+  /// As received, the server's own first. Kept only while the server is to be judged.
   const std::vector<SecCertificate>& chain() const { return chain_; }
   /// The verdict on the server; `handshake` then goes on, or fails with `serverNotTrusted`. Requires: it is `judging`.
   void answer(bool isTrusted);

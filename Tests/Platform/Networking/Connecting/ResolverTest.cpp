@@ -131,6 +131,15 @@ TEST_F(ResolverTest, saysThatANameDoesNotExistAndDoesNotKeepThat) {
   EXPECT_EQ(resolver.keptCount(), 0U);
 }
 
+TEST_F(ResolverTest, tellsANameThatCannotBeLookedUpFromOneThatDoesNotExist) {
+  Asker asker;
+
+  resolve(asker, HeldLookUps::unansweredName);
+
+  EXPECT_EQ(asker.failure().cause, FailureCause::nameLookupFailed);
+  EXPECT_EQ(asker.failure().systemError, EAI_AGAIN);
+}
+
 TEST_F(ResolverTest, looksANameUpOnceForAllWhoAsk) {
   HeldLookUps held;
   Asker first;
