@@ -57,13 +57,13 @@ Resolution lookUp(const std::string& host) {
 }  // namespace
 
 void LookUpThreads::ask(std::uint64_t question, const std::string& host) {
-  const std::lock_guard lock(mutex_);
+  const detail::MutexLock lock(mutex_);
   line_.push_back({question, host});
   startThreads();
 }
 
 bool LookUpThreads::abandon(std::uint64_t question) {
-  const std::lock_guard lock(mutex_);
+  const detail::MutexLock lock(mutex_);
   const auto waits =
       std::find_if(line_.begin(), line_.end(), [&](const Asked& each) { return each.question == question; });
   if (waits != line_.end()) {
@@ -76,16 +76,17 @@ bool LookUpThreads::abandon(std::uint64_t question) {
 }
 
 void LookUpThreads::close() {
-  const std::lock_guard lock(mutex_);
   resolver_ = nullptr;
+  const detail::MutexLock lock(mutex_);
+  isClosed_ = true;
   line_.clear();
-  changed_.notify_all();
+  changed_.notifyAll();
 }
 
 void LookUpThreads::startThreads() {
   if (line_.empty()) return;
   if (idle_ >= line_.size()) {
-    changed_.notify_one();
+    changed_.notifyOne();
     return;
   }
   if (wanted_.size() >= mostWanted || threads_ >= mostThreads) return;
@@ -106,16 +107,17 @@ void LookUpThreads::run() {
   Asked next;
   while (takeNext(next)) {
     Resolution resolution = lookUp(next.host);
-    const std::lock_guard lock(mutex_);
+    const detail::MutexLock lock(mutex_);
     std::erase(wanted_, next.question);
     report(next.question, std::move(resolution));
   }
 }
 
 bool LookUpThreads::takeNext(Asked& next) {
-  std::unique_lock lock(mutex_);
+  const detail::MutexLock lock(mutex_);
   ++idle_;
-  changed_.wait_for(lock, idleTime, [this] { return !line_.empty() || !resolver_; });
+  changed_.waitUntil(mutex_, std::chrono::steady_clock::now() + idleTime,
+                     [this]() CORVANE_REQUIRES(mutex_) { return !line_.empty() || isClosed_; });
   --idle_;
   if (line_.empty()) {
     --threads_;
@@ -128,7 +130,7 @@ bool LookUpThreads::takeNext(Asked& next) {
 }
 
 void LookUpThreads::report(std::uint64_t question, Resolution resolution) {
-  if (!resolver_) return;
+  if (isClosed_) return;
   loop_.post([self = shared_from_this(), question, resolution = std::move(resolution)] {
     if (self->resolver_) self->resolver_->lookedUp(question, resolution);
   });

@@ -1,15 +1,14 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
+#include "Platform/Detail/Locking.hpp"
 #include "Platform/Networking/Connecting/Resolver.hpp"
 #include "Platform/Networking/Loop/EventLoop.hpp"
 
@@ -48,20 +47,22 @@ class LookUpThreads : public std::enable_shared_from_this<LookUpThreads> {
   void run();
   /// False: it is time to end.
   bool takeNext(Asked& next);
-  void report(std::uint64_t question, Resolution resolution);
-  /// With the lock held.
-  void startThreads();
-  void failWaiting();
+  void report(std::uint64_t question, Resolution resolution) CORVANE_REQUIRES(mutex_);
+  void startThreads() CORVANE_REQUIRES(mutex_);
+  void failWaiting() CORVANE_REQUIRES(mutex_);
 
   EventLoop& loop_;
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  // Guarded by the mutex; `resolver_` is written on the loop side alone, which reads it without.
+  /// Loop side; null once it went away.
   Resolver* resolver_;
-  std::deque<Asked> line_;
-  std::vector<std::uint64_t> wanted_;  ///< those under way that somebody waits for
-  std::size_t threads_ = 0;
-  std::size_t idle_ = 0;
+
+  detail::Mutex mutex_;
+  detail::ConditionVariable changed_;
+  bool isClosed_ CORVANE_GUARDED_BY(mutex_) = false;
+  std::deque<Asked> line_ CORVANE_GUARDED_BY(mutex_);
+  /// Those under way that somebody waits for.
+  std::vector<std::uint64_t> wanted_ CORVANE_GUARDED_BY(mutex_);
+  std::size_t threads_ CORVANE_GUARDED_BY(mutex_) = 0;
+  std::size_t idle_ CORVANE_GUARDED_BY(mutex_) = 0;
 };
 
 }  // namespace platform::networking
