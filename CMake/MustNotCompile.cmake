@@ -5,8 +5,6 @@
 # Adds a test that compiles SOURCE (checking only, nothing is written) and passes when the compiler refuses it
 # with a message that matches the regular expression EXPECTED (CMake's flavour). NAMES, separated by commas and
 # blanks, stand in that message too, or at most three lines below.
-# The same source must compile with CORVANE_CORRECT defined when it mentions that macro: this shows that
-# nothing but the misuse is refused.
 function(corvane_must_not_compile name source expected)
   add_test(NAME "MustNotCompile.${name}"
     COMMAND "${CMAKE_COMMAND}"
@@ -19,9 +17,14 @@ endfunction()
 # Adds a test for each source of a folder. Its first line holds what is expected; the second may hold names:
 #   // expect: path must convert to std::string
 #   // names: Profile, avatar
+# Each must compile with CORVANE_CORRECT defined, which shows that nothing but the misuse is refused. One more test
+# compiles all of them together, as a namespace each.
 function(corvane_must_not_compile_folder folder)
   file(GLOB sources CONFIGURE_DEPENDS "${folder}/*.cpp")
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${sources})
+  set(headers "")
+  set(specialisations "")
+  set(cases "")
   foreach(source IN LISTS sources)
     file(STRINGS "${source}" lines LIMIT_COUNT 2)
     list(GET lines 0 first_line)
@@ -36,5 +39,25 @@ function(corvane_must_not_compile_folder folder)
     endif()
     get_filename_component(name "${source}" NAME_WE)
     corvane_must_not_compile("${name}" "${source}" "${expected}" "${names}")
+
+    file(READ "${source}" text)
+    if(NOT text MATCHES "CORVANE_CORRECT")
+      message(FATAL_ERROR "${source}: the correct use must stand beside the misuse, where CORVANE_CORRECT is defined.")
+    endif()
+    file(STRINGS "${source}" includes REGEX "^#include ")
+    list(APPEND headers ${includes})
+    # A template is specialised in the namespace that it is of, or in one around that.
+    if(text MATCHES "\ntemplate <>\n")
+      string(APPEND specialisations "#include \"${source}\"\n")
+    else()
+      string(APPEND cases "namespace ${name} {\n#include \"${source}\"\n}\n")
+    endif()
   endforeach()
+  list(REMOVE_DUPLICATES headers)
+  list(JOIN headers "\n" headers)
+  set(correct "${CMAKE_CURRENT_BINARY_DIR}/CorrectUses.cpp")
+  file(CONFIGURE OUTPUT "${correct}" CONTENT "${headers}\n${specialisations}${cases}" @ONLY)
+  add_test(NAME MustNotCompile.theCorrectUsesCompile
+    COMMAND "${CMAKE_CXX_COMPILER}" -std=c++20 -fsyntax-only "-I${PROJECT_SOURCE_DIR}/Sources" -DCORVANE_CORRECT "${correct}")
+  set_tests_properties(MustNotCompile.theCorrectUsesCompile PROPERTIES TIMEOUT 120)
 endfunction()

@@ -19,12 +19,3 @@ foreach(name IN LISTS names)
     message(FATAL_ERROR "The compiler refuses ${SOURCE}, but the error does not name '${name}':\n${output}")
   endif()
 endforeach()
-
-file(READ "${SOURCE}" text)
-if(text MATCHES "CORVANE_CORRECT")
-  execute_process(COMMAND ${command} -DCORVANE_CORRECT "${SOURCE}"
-    RESULT_VARIABLE status OUTPUT_VARIABLE output ERROR_VARIABLE output)
-  if(NOT status EQUAL 0)
-    message(FATAL_ERROR "The compiler refuses ${SOURCE} with CORVANE_CORRECT defined too:\n${output}")
-  endif()
-endif()

@@ -11,8 +11,8 @@ if ! [[ $seconds =~ ^[0-9]+$ ]]; then
   exit 2
 fi
 
-cmake --preset fuzz >/dev/null
-cmake --build build/fuzz --target fuzzers -- -j "${JOBS:-$(nproc)}"
+cmake --preset asan >/dev/null
+cmake --build build/asan --target fuzzers -- -j "${JOBS:-$(nproc)}"
 crashes=build/fuzz/crashes
 mkdir -p "$crashes"
 export ASAN_OPTIONS=strict_string_checks=1:detect_stack_use_after_return=1 UBSAN_OPTIONS=print_stacktrace=1
@@ -23,13 +23,13 @@ for source in Fuzz/*Fuzzer.cpp; do
   subject=${fuzzer%Fuzzer}
   seeds=Fuzz/Corpus/$subject
   echo "fuzz: $fuzzer replays $(find "$seeds" -type f | wc -l) inputs"
-  "build/fuzz/Fuzz/$fuzzer" "${limits[@]}" "$seeds"/*
+  "build/asan/Fuzz/$fuzzer" "${limits[@]}" "$seeds"/*
   [ "$seconds" -gt 0 ] || continue
 
   # What is found goes to the first folder; the seeds stay as they are.
   found=build/fuzz/found/$subject
   mkdir -p "$found"
   echo "fuzz: $fuzzer makes its own for $seconds s"
-  "build/fuzz/Fuzz/$fuzzer" "${limits[@]}" -max_total_time="$seconds" -max_len=4096 -print_final_stats=1 \
+  "build/asan/Fuzz/$fuzzer" "${limits[@]}" -max_total_time="$seconds" -max_len=4096 -print_final_stats=1 \
     -dict="Fuzz/$subject.dict" "$found" "$seeds"
 done
