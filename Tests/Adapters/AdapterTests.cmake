@@ -8,6 +8,9 @@ function(corvane_add_adapter_tests adapter folder)
   file(GLOB sources CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/Adapters/${folder}/*.cpp")
   add_executable(${name} ${sources})
   target_link_libraries(${name} PRIVATE Corvane::${adapter} ${test_libraries})
+  if(NOT adapter STREQUAL "Qt")  # is compiled as position-independent code
+    target_precompile_headers(${name} REUSE_FROM corvane_test_precompiled)
+  endif()
   gtest_discover_tests(${name} TEST_PREFIX "${adapter}." DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120)
 endfunction()
 
