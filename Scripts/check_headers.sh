@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Compiles each public header alone, twice: with the third-party libraries poisoned, so that none of them can
-# be needed; and with min and max as macros, as some systems' headers define them. Adapters (check_layers.py) are
-# compiled with the library that they are for, where it is installed.
+# Compiles each public header alone, with the third-party libraries poisoned, so that none of them can be needed; and
+# all of them together with min and max as macros, as some systems' headers define them. Adapters (check_layers.py)
+# are compiled with the library that they are for, where it is installed.
 #
 #   Scripts/check_headers.sh [HEADER...]      paths from Sources; default: all public headers
 set -euo pipefail
@@ -26,15 +26,14 @@ printf '#include <%s>\n' \
   iomanip iostream iterator latch limits list locale map memory mutex new numeric optional ostream \
   queue random ranges ratio regex semaphore set shared_mutex source_location span sstream stdexcept \
   stop_token string string_view system_error thread tuple type_traits typeinfo unordered_map utility valarray \
-  variant vector version >"$work/standard.hpp"
-cat >"$work/macros.hpp" <<'END'
+  variant vector version >"$work/macros.cpp"
+cat >>"$work/macros.cpp" <<'END'
 #define min(a, b) (((a) < (b)) ? (a) : (b))
 #define max(a, b) (((a) > (b)) ? (a) : (b))
 END
 
 export compiler work libraries
 export flags="-std=c++20 -fsyntax-only -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror -I."
-$compiler -std=c++20 -Wall -Wextra -Wpedantic -Wconversion -Wshadow -x c++-header "$work/standard.hpp"
 
 library_of_adapter() {
   case "$1" in
@@ -73,24 +72,36 @@ check_alone() {
   return $failed
 }
 check() {
-  local header=$1 failed=0 library own_flags
+  local header=$1 library own_flags
   library=$(library_of_adapter "$header")
   own_flags=$(flags_of_library "$library")
   if [ -n "$library" ] && ! echo "#include <$library>" | $compiler -std=c++20 $own_flags -E -x c++ - >/dev/null 2>&1; then
     echo "$header is not checked: there is no <$library>"
     return 0
   fi
-  check_alone "$header" || failed=1
-  if ! $compiler $flags $own_flags -include "$work/standard.hpp" -include "$work/macros.hpp" -include "$header" -x c++ /dev/null; then
-    echo "$header does not compile where min and max are macros"
-    failed=1
+  echo "$header" >>"$work/checked"
+  check_alone "$header"
+}
+check_all_with_macros() {
+  local own_flags="" library
+  while read -r header; do
+    library=$(library_of_adapter "$header")
+    own_flags+=" $(flags_of_library "$library")"
+  done <"$work/checked"
+  sort "$work/checked" | sed 's/.*/#include "&"/' >>"$work/macros.cpp"
+  if ! $compiler $flags $own_flags "$work/macros.cpp"; then
+    echo "these headers do not compile where min and max are macros"
+    return 1
   fi
-  return $failed
+  echo "$(wc -l <"$work/checked") headers checked"
 }
 export -f library_of_adapter flags_of_library check_alone check
 
+failed=0
 if [ $# -gt 0 ]; then
   printf '%s\0' "$@"
 else
   find . -name '*.hpp' -not -path '*/Internal/*' -not -path '*/Networking/*' -printf '%P\0' | sort -z
-fi | xargs -0 -n 1 -P "${JOBS:-$(nproc)}" bash -c 'check "$1" || exit 1' check
+fi | xargs -0 -n 1 -P "${JOBS:-$(nproc)}" bash -c 'check "$1" || exit 1' check || failed=1
+check_all_with_macros || failed=1
+exit $failed
