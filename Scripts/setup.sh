@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that the project needs; does nothing, quickly, when they are there.
 #
-#   Scripts/setup.sh [GROUP...]      groups: build (default), checks, integration, bench, docs, adapters, all
+#   Scripts/setup.sh [GROUP...]      groups: build (default), checks, integration, bench, docs, adapters, arm64, all
 set -euo pipefail
 
 build="build-essential cmake ninja-build ccache pkg-config python3 curl file
@@ -15,14 +15,15 @@ integration="curl openssl nginx-light python3-httpbin nghttp2-server python3-mul
 bench="libbenchmark-dev nginx-light gnuplot-nox
   libsimdjson-dev libboost1.81-dev libboost-json1.81-dev rapidjson-dev nlohmann-json3-dev"
 docs="graphviz mkdocs python3-pygments doxygen"
+arm64="crossbuild-essential-arm64 qemu-user debootstrap"
 adapters="libasio-dev libboost1.81-dev qt6-base-dev libglib2.0-dev"
 
 packages=""
 for group in "${@:-build}"; do
   case "$group" in
-    build | checks | integration | bench | docs | adapters) packages+=" ${!group}" ;;
-    all) packages+=" $build $checks $integration $bench $docs $adapters" ;;
-    *) echo "setup: unknown group '$group'; there are build, checks, integration, bench, docs, adapters and all" >&2; exit 2 ;;
+    build | checks | integration | bench | docs | adapters | arm64) packages+=" ${!group}" ;;
+    all) packages+=" $build $checks $integration $bench $docs $adapters $arm64" ;;
+    *) echo "setup: unknown group '$group'; there are build, checks, integration, bench, docs, adapters, arm64 and all" >&2; exit 2 ;;
   esac
 done
 

@@ -4,6 +4,7 @@
 #
 #   Scripts/test_portability.sh libcxx    Clang 19 with its own standard library
 #   Scripts/test_portability.sh 32bit     i386, in a Debian root of its own in build/i386; as root, with debootstrap
+#   Scripts/test_portability.sh arm64     GCC for arm64 with a Debian root in build/arm64-root, run by qemu-user; as root
 set -euo pipefail
 cd "$(dirname "$0")/.."
 root=$PWD
@@ -11,13 +12,15 @@ parts="dispatch foundation json security loading host corvane support tool"
 
 targets() { printf '%s_tests ' $parts; echo corvane_tool; }
 
+# run_tests BUILD [EMULATOR...]
 run_tests() {
   local part folder failed=0
   folder=$(cd "$1/Tests" && pwd)
+  shift
   cd "$(mktemp -d)"  # where files may be written
   for part in $parts; do
     echo "-- ${part}_tests"
-    "$folder/${part}_tests" --gtest_brief=1 || failed=1
+    "$@" "$folder/${part}_tests" --gtest_brief=1 || failed=1
   done
   return $failed
 }
@@ -26,6 +29,29 @@ with_libcxx() {
   cmake --preset libcxx >/dev/null
   cmake --build build/libcxx --target $(targets) -- -j "${JOBS:-$(nproc)}"
   run_tests build/libcxx
+}
+
+# The packages are unpacked only: what is compiled and linked with needs no configuration, and no program of the root runs.
+make_arm64_root() {
+  [ ! -e "$1/.complete" ] || return 0
+  rm -rf "$1"
+  debootstrap --foreign --arch=arm64 --variant=minbase --include=libc6-dev,libstdc++-12-dev,libcurl4-openssl-dev,\
+libssl-dev,libnghttp2-dev,zlib1g-dev,libspdlog-dev,libgtest-dev,libgmock-dev,libcli11-dev,ca-certificates \
+    bookworm "$1" "${MIRROR:-http://deb.debian.org/debian}"
+  local package
+  for package in "$1"/var/cache/apt/archives/*.deb; do
+    dpkg-deb --fsys-tarfile "$package" | tar --extract --keep-directory-symlink --directory="$1"
+  done
+  touch "$1/.complete"
+}
+
+with_arm64() {
+  [ "$(id -u)" -eq 0 ] || { echo "a Debian root can be made only by root" >&2; exit 1; }
+  Scripts/setup.sh build arm64
+  make_arm64_root build/arm64-root
+  cmake --preset arm64 >/dev/null
+  cmake --build build/arm64 --target $(targets) -- -j "${JOBS:-$(nproc)}"
+  run_tests build/arm64 qemu-aarch64 -L "$root/build/arm64-root"
 }
 
 make_root() {
@@ -58,6 +84,7 @@ with_32_bits() {
 case "${1:-}" in
   libcxx) with_libcxx ;;
   32bit) with_32_bits ;;
+  arm64) with_arm64 ;;
   run) run_tests "$2" ;;
-  *) sed -n '2,7s/^# \{0,1\}//p' "$0" >&2; exit 2 ;;
+  *) sed -n '2,8s/^# \{0,1\}//p' "$0" >&2; exit 2 ;;
 esac
