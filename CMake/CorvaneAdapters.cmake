@@ -7,6 +7,9 @@
 # says what is missing.
 
 set(corvane_adapters Asio BoostAsio Qt GLib)
+# What pkg-config knows those by that are libraries, not headers only.
+set(corvane_adapter_package_Qt "Qt6Core")
+set(corvane_adapter_package_GLib "glib-2.0 >= 2.56")
 
 macro(corvane_find_adapter name problem)
   set(corvane_adapter_libraries "")
