@@ -27,8 +27,9 @@ std::optional<std::uint32_t> scopeOf(std::string_view zone) {
 
 std::optional<HostAddress> HostAddress::fromText(const std::string& text) {
   HostAddress address;
-  if (text.find('\0') != std::string::npos) return std::nullopt;
   if (text.find(':') == std::string::npos) {
+    // What follows a blank means nothing to the call below.
+    if (text.find_first_not_of("0123456789abcdefABCDEFxX.") != std::string::npos) return std::nullopt;
     in_addr four{};
     if (::inet_aton(text.c_str(), &four) != 1) return std::nullopt;
     std::memcpy(address.bytes_.data(), &four, sizeof four);
@@ -40,6 +41,7 @@ std::optional<HostAddress> HostAddress::fromText(const std::string& text) {
     if (!scope) return std::nullopt;
     address.scope_ = *scope;
   }
+  if (text.find('\0') != std::string::npos) return std::nullopt;
   in6_addr six{};
   if (::inet_pton(AF_INET6, text.substr(0, percent).c_str(), &six) != 1) return std::nullopt;
   address.isIPv6_ = true;

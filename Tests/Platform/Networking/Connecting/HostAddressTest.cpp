@@ -49,7 +49,8 @@ TEST(HostAddressTest, readsZones) {
 }
 
 TEST(HostAddressTest, leavesNamesAlone) {
-  for (const char* name : {"", "localhost", "1.2.3.4.example", "fe80::1%nosuchinterface", "::1]", "1:2", "256.1.1.1"}) {
+  for (const char* name : {"", "localhost", "1.2.3.4.example", "fe80::1%nosuchinterface", "::1]", "1:2", "256.1.1.1",
+                           "127.0.0.1 example", "127.0.0.1\n"}) {
     EXPECT_EQ(HostAddress::fromText(name), std::nullopt) << name;
   }
   EXPECT_EQ(HostAddress::fromText(std::string("127.0.0.1\0.example", 18)), std::nullopt);
