@@ -6,7 +6,7 @@
 using namespace corvane;
 
 int main(int argc, char** argv) {
-  const DispatchQueue queue("example.answers");
+  const DispatchQueue queue("example.responses");
   bool done = false;
 
   DataGetRequest(URL(argc > 1 ? argv[1] : "http://127.0.0.1:8080/"), {.queryItems = {{"page", 2}}})

@@ -13,12 +13,12 @@ struct User {
 };
 
 std::string explanation(const Error& error) {
-  if (const auto* answer = error.as<HTTPResponseError>()) {
-    switch (answer->which()) {
+  if (const auto* responseError = error.as<HTTPResponseError>()) {
+    switch (responseError->which()) {
       case HTTPResponseError::Case::unacceptableStatus:
-        return "the server says " + std::string(answer->status()->name());
+        return "the server says " + std::string(responseError->status()->name());
       case HTTPResponseError::Case::jsonDecoding:
-        return "not the JSON that was expected: " + answer->underlyingError()->message();
+        return "not the JSON that was expected: " + responseError->underlyingError()->message();
       default:
         return error.message();
     }

@@ -1,4 +1,4 @@
-// What one is told when a document does not hold what was asked for: of documents, and of an answer.
+// What one is told when a document does not hold what was asked for: of documents, and of a response.
 //
 //   example_JSONErrors http://127.0.0.1:8080/users/7
 
@@ -29,14 +29,14 @@ void show(const char* document) {
   }
 }
 
-/// Why there is no value: of an answer that could not be decoded, what is wrong in it.
+/// Why there is no value: of a response that could not be decoded, what is wrong in it.
 std::string reasonOf(const Error& error) {
   const auto* response = error.as<HTTPResponseError>();
   const bool hasReason = response && response->underlyingError();
   return hasReason ? response->underlyingError()->message() : error.message();
 }
 
-void showAnswer(const URL& url) {
+void showResponse(const URL& url) {
   const auto result = JSONGetRequest<Page>(url).send().result();
   std::printf("%s\n", result ? "a page" : reasonOf(*result.error()).c_str());
 }
@@ -49,5 +49,5 @@ int main(int argc, char** argv) {
   show(R"({"items": [], "next": "http://a b/"})");
   show(R"({"items": [{"name": "pen" "owner"}]})");
   show("<html>Too many requests</html>");
-  if (argc > 1) showAnswer(argv[1]);
+  if (argc > 1) showResponse(argv[1]);
 }

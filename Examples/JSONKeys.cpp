@@ -9,7 +9,7 @@ using namespace corvane;
 enum class State { open, paid };
 
 template <>
-struct corvane::JSONCoding<State> {
+struct corvane::JSONCodec<State> {
   static constexpr JSONName<State> names[] = {{State::open, "OPEN"}, {State::paid, "PAID"}};
 };
 
@@ -25,7 +25,7 @@ struct Invoice {
 };
 
 template <>
-struct corvane::JSONCoding<Invoice> {
+struct corvane::JSONCodec<Invoice> {
   static constexpr JSONKey keys[] = {{"number", "invoiceNo"}};
 };
 

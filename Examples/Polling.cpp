@@ -22,16 +22,16 @@ struct WatchUser : JSONGetRequestable<WatchUser, User>, HTTPPolling<WatchUser> {
 
 int main(int argc, char** argv) {
   if (argc > 1) WatchUser::address = URL(argv[1]);
-  int answers = 0;
+  int responses = 0;
 
   WatchUser::poll([&](const WatchUser&, const JSONResponse<User>& response) {
-    ++answers;
+    ++responses;
     const User* user = response.result.body();
-    std::printf("%d: %s\n", answers, user ? user->login.c_str() : response.result.error()->message().c_str());
-    if (answers == 3) WatchUser::stopPolling();
+    std::printf("%d: %s\n", responses, user ? user->login.c_str() : response.result.error()->message().c_str());
+    if (responses == 3) WatchUser::stopPolling();
   });
 
   // Handlers are called on the main queue, which this thread drains.
   DispatchQueue::main().runUntil([&] { return !WatchUser::isPolling(); });
-  return answers == 3 ? 0 : 1;
+  return responses == 3 ? 0 : 1;
 }

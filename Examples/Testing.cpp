@@ -81,7 +81,7 @@ class GreetingTest : public ServerTest {
 };
 
 TEST_F(GreetingTest, namesTheUser) {
-  server.enqueue(Answer(200).json(ada));
+  server.enqueue(MockResponse(200).json(ada));
 
   EXPECT_EQ(greeting(request), "Hello, Ada!");
 
@@ -91,9 +91,9 @@ TEST_F(GreetingTest, namesTheUser) {
 }
 
 TEST_F(GreetingTest, namesNobodyWhenTheServerFails) {
-  server.enqueue(Answer(503));
-  server.enqueue(Answer(200).json("{"));
-  server.enqueue(Answer(200).json(ada).dropConnection(Moment::insideBody));
+  server.enqueue(MockResponse(503));
+  server.enqueue(MockResponse(200).json("{"));
+  server.enqueue(MockResponse(200).json(ada).dropConnection(Moment::insideBody));
 
   EXPECT_EQ(greeting(request), "Hello, stranger!");
   EXPECT_EQ(greeting(request), "Hello, stranger!");
@@ -103,7 +103,7 @@ TEST_F(GreetingTest, namesNobodyWhenTheServerFails) {
 
 TEST_F(GreetingTest, asksForEachUser) {
   server.handle("/users/*", [](const ReceivedRequest& received) {
-    return Answer(200).json(R"({"id": 1, "name": "User at )" + received.path() + "\"}");
+    return MockResponse(200).json(R"({"id": 1, "name": "User at )" + received.path() + "\"}");
   });
 
   EXPECT_EQ(greeting({.baseURL = server.url(), .id = 1}), "Hello, User at /users/1!");
@@ -111,8 +111,8 @@ TEST_F(GreetingTest, asksForEachUser) {
 }
 
 TEST_F(GreetingTest, canBeCancelledWhileTheServerThinks) {
-  const Gate gate;
-  server.enqueue(Answer(200).json(ada).hold(Moment::beforeStatusLine, gate));
+  const Latch latch;
+  server.enqueue(MockResponse(200).json(ada).hold(Moment::beforeStatusLine, latch));
   const auto future = request.send();
   ASSERT_TRUE(server.waitForRequests(1));
 
@@ -124,7 +124,7 @@ TEST_F(GreetingTest, canBeCancelledWhileTheServerThinks) {
 }
 
 TEST_F(GreetingTest, isShownOnTheMainQueue) {
-  server.enqueue(Answer(200).json(ada));
+  server.enqueue(MockResponse(200).json(ada));
   const Expectation<std::string> shown;
 
   showGreeting(request, shown);
@@ -136,7 +136,7 @@ TEST(SecureGreetingTest, trustsTheAuthorityOfTheTest) {
   const CertificateAuthority authority;
   const TrustedAuthority trusted(authority);
   TestServer server(Tls(authority.issue(CertificateRequest::localhost())));
-  server.enqueue(Answer(200).json(R"({"id": 7, "name": "Ada"})"));
+  server.enqueue(MockResponse(200).json(R"({"id": 7, "name": "Ada"})"));
 
   EXPECT_EQ(greeting({.baseURL = server.url("/", "localhost"), .id = 7}), "Hello, Ada!");
 }
@@ -157,7 +157,7 @@ TEST(SecureGreetingTest, namesNobodyOnAnExpiredCertificate) {
 TEST_F(GreetingTest, leavesARecordOfTheExchange) {
   const LogCapture log;
   Corvane::verbosity = HTTPVerbosityLevel::brief;
-  server.enqueue(Answer(404));
+  server.enqueue(MockResponse(404));
 
   greeting(request);
 
@@ -175,8 +175,8 @@ struct GetUserPatiently : JSONGetRequestable<GetUserPatiently, User>, HTTPRetryA
 
 TEST_F(GreetingTest, isTriedAgainAfterHalfAMinute) {
   ManualTime time;
-  server.enqueue(Answer(503));
-  server.enqueue(Answer(200).json(ada));
+  server.enqueue(MockResponse(503));
+  server.enqueue(MockResponse(200).json(ada));
 
   const auto future = GetUserPatiently{.baseURL = server.url()}.sendAttemptingRetry();
   ASSERT_TRUE(time.waitForTimers(1));

@@ -33,13 +33,13 @@ void checkRoundTrip(const std::optional<T>& value) {
   if (!(*value == *again)) trap("what the encoder wrote reads differently");
 }
 
-/// The bytes behind a document must not matter: here they go on as a document might.
+/// The bytes after a document must not matter: here they go on as a document might.
 template <class T>
 void checkEnd(std::string_view text, const std::optional<T>& value) {
   Data document(text);
   document.append(std::string_view(R"(0"}]}]}]}]0e1,"a":[{"b":"\u0041"}],1.5e10]}]}]}]}]}]}]}]}]}]}]}]}]}]}])"));
   document.resize(text.size());
-  if (!(decoded<T>(document) == value)) trap("the bytes behind the end change what is read");
+  if (!(decoded<T>(document) == value)) trap("the bytes after the end change what is read");
 }
 
 /// Whether a number in this text may be out of range: such a number is refused where it is read only.

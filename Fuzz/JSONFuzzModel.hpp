@@ -20,7 +20,7 @@ enum class Colour { red, green, blue };
 /// Read and written by value.
 enum class Weight : std::uint8_t { light = 1, heavy = 200 };
 
-/// A value without model, and a coding of its own.
+/// A value without model, and a codec of its own.
 struct Free {
   JSONValue value;
 
@@ -85,13 +85,13 @@ struct Bystander {
 namespace platform {
 
 template <>
-struct JSONCoding<fuzz::Colour> {
+struct JSONCodec<fuzz::Colour> {
   static constexpr JSONName<fuzz::Colour> names[] = {
       {fuzz::Colour::red, "red"}, {fuzz::Colour::green, "green"}, {fuzz::Colour::blue, "blue"}};
 };
 
 template <>
-struct JSONCoding<fuzz::Free> {
+struct JSONCodec<fuzz::Free> {
   static fuzz::Free decode(JSONReader& reader) { return {reader.decode<JSONValue>()}; }
   static void encode(const fuzz::Free& free, JSONWriter& writer) { writer.encode(free.value); }
 };

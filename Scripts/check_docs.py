@@ -25,7 +25,7 @@ What a page says about the code can be held to it, too:
     <!-- names every error of Sources -->                                        the classes of errors
     <!-- rows end with what the code says -->
 
-Between the first mark and the next heading each of the names has to stand as `code`. In the table behind the second,
+Between the first mark and the next heading each of the names has to stand as `code`. In the table after the second,
 the last cell of each row holds `code` and a link to the file in which it stands like that.
 """
 
@@ -168,7 +168,7 @@ def check_claims(page, text):
             blank = next((at for at, other in enumerate(rest) if other), 0)
             yield from check_rows(page, number + blank + 1, table)
             if len(table) < 3:
-                yield f"{page.relative_to(ROOT)}:{number}: there is no table behind the mark"
+                yield f"{page.relative_to(ROOT)}:{number}: there is no table after the mark"
 
 
 class Server:

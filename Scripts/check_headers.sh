@@ -37,8 +37,8 @@ export flags="-std=c++20 -fsyntax-only -Wall -Wextra -Wpedantic -Wconversion -Ws
 
 library_of_adapter() {
   case "$1" in
-    */NlohmannCoding.hpp) echo nlohmann/json.hpp ;;
-    */BoostCoding.hpp) echo boost/json.hpp ;;
+    */NlohmannCodec.hpp) echo nlohmann/json.hpp ;;
+    */BoostCodec.hpp) echo boost/json.hpp ;;
     */ServerTest.hpp) echo gtest/gtest.h ;;
     */Asio.hpp) echo asio/async_result.hpp ;;
     */BoostAsio.hpp) echo boost/asio/async_result.hpp ;;

@@ -63,8 +63,8 @@ THIRD_PARTIES = [
 # Public headers that make another library's types fit ours. They are for users who have that library: nothing
 # of ours includes them.
 ADAPTERS = {
-    "Platform/Foundation/JSON/BoostCoding.hpp": "Boost",
-    "Platform/Foundation/JSON/NlohmannCoding.hpp": "nlohmann",
+    "Platform/Foundation/JSON/BoostCodec.hpp": "Boost",
+    "Platform/Foundation/JSON/NlohmannCodec.hpp": "nlohmann",
     "CorvaneTesting/ServerTest.hpp": "GoogleTest",
     "CorvaneAsio/Asio.hpp": "Asio",
     "CorvaneAsio/BoostAsio.hpp": "Boost",

@@ -64,7 +64,7 @@ def types_by_extension(text):
     for line in text.splitlines():
         mime_type, *extensions = line.partition("#")[0].split() or [None]
         for extension in map(str.lower, extensions):
-            # Not the likes of "tm.json", which is never all that stands behind the last dot, nor "~".
+            # Not the likes of "tm.json", which is never all that stands after the last dot, nor "~".
             if re.fullmatch(r"[a-z0-9+_-]+", extension):
                 found.setdefault(extension, []).append(mime_type)
     # The first of equals.

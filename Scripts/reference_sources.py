@@ -27,7 +27,7 @@ def kind_of(line):
 
 
 def declaration_end(lines, at):
-    """The line behind the declaration that begins at `at`."""
+    """The line after the declaration that begins at `at`."""
     depth = 0
     is_enumerator = ENUMERATOR.match(lines[at])
     while at < len(lines):

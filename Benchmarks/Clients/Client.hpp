@@ -14,7 +14,7 @@ struct Task {
   std::string path;
   /// Exchanges under way at a time.
   int concurrency = 1;
-  /// The body that each answer must have.
+  /// The body that each response must have.
   std::uint64_t bodyBytes = 100;
   /// The folder of `makeCertificates`.
   std::string certificateFolder;
@@ -28,7 +28,7 @@ struct Task {
 class Client {
  public:
   virtual ~Client() = default;
-  /// Makes `count` exchanges. Throws when an answer is not 200 with the whole body.
+  /// Makes `count` exchanges. Throws when a response is not 200 with the whole body.
   virtual void run(int count) = 0;
 };
 

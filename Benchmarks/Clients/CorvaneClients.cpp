@@ -30,7 +30,7 @@ corvane::DataGetRequest requestFor(const Task& task) {
 }
 
 void verify(const corvane::Data& body, const Task& task) {
-  if (body.count() != task.bodyBytes) throw std::runtime_error("The answer is not the expected one");
+  if (body.count() != task.bodyBytes) throw std::runtime_error("The response is not the expected one");
 }
 
 /// A completion on a serial queue starts the next exchange.
@@ -58,7 +58,7 @@ class CallbackClient final : public Client {
     if (isOver_) return;
     try {
       if (result.error()) result.error()->raise();
-      if (!result.body()) throw std::runtime_error("The answer has no body");
+      if (!result.body()) throw std::runtime_error("The response has no body");
       verify(*result.body(), task_);
     } catch (...) {
       isOver_ = true;

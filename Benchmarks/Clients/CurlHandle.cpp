@@ -32,7 +32,7 @@ void CurlHandle::verify(CURLcode code) {
   if (code != CURLE_OK) throw std::runtime_error(curl_easy_strerror(code));
   long status = 0;
   curl_easy_getinfo(easy_, CURLINFO_RESPONSE_CODE, &status);
-  if (status != 200 || bodyBytes_ != expectedBytes_) throw std::runtime_error("The answer is not the expected one");
+  if (status != 200 || bodyBytes_ != expectedBytes_) throw std::runtime_error("The response is not the expected one");
   bodyBytes_ = 0;
   body_.reset();
 }

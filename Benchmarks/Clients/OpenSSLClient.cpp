@@ -3,8 +3,8 @@
 
 #include <stdexcept>
 
-#include "Clients/AnswerReader.hpp"
 #include "Clients/Client.hpp"
+#include "Clients/ResponseReader.hpp"
 #include "Harness/Descriptor.hpp"
 
 namespace bench {
@@ -51,7 +51,7 @@ class OpenSSLClient final : public Client {
   void exchange() {
     if (!tls_) open();
     if (SSL_write(tls_, request_.data(), static_cast<int>(request_.size())) <= 0) throw std::runtime_error("SSL_write");
-    AnswerReader reader;
+    ResponseReader reader;
     for (bool complete = false; !complete;) {
       const int count = SSL_read(tls_, buffer_.data(), static_cast<int>(buffer_.size()));
       if (count <= 0) throw std::runtime_error("The TLS connection was closed");

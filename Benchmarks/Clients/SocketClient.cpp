@@ -6,15 +6,15 @@
 #include <array>
 #include <stdexcept>
 
-#include "Clients/AnswerReader.hpp"
 #include "Clients/Client.hpp"
+#include "Clients/ResponseReader.hpp"
 #include "Harness/Descriptor.hpp"
 
 namespace bench {
 namespace {
 
-/// The floor: a loop over epoll and sockets that knows exactly one kind of answer. A large body is received
-/// in place, into memory that is taken anew for each answer, as for all clients.
+/// The floor: a loop over epoll and sockets that knows exactly one kind of response. A large body is received
+/// in place, into memory that is taken anew for each response, as for all clients.
 class SocketClient final : public Client {
  public:
   explicit SocketClient(const Task& task) : task_(task), request_(requestText(task)), buffer_(16 * 1024) {
@@ -30,7 +30,7 @@ class SocketClient final : public Client {
  private:
   struct Connection {
     Descriptor socket;
-    AnswerReader reader;
+    ResponseReader reader;
   };
 
   void open() {
@@ -83,12 +83,12 @@ class SocketClient final : public Client {
     Connection& connection = connections_.front();
     for (int done = 0; done < count; ++done) {
       ask(connection);
-      const std::unique_ptr<char[]> answer(new char[task_.bodyBytes + 4096]);
+      const std::unique_ptr<char[]> response(new char[task_.bodyBytes + 4096]);
       std::uint64_t held = 0;
       for (bool complete = false; !complete;) {
-        const ssize_t received = recv(connection.socket.number(), answer.get() + held, 512 * 1024, 0);
+        const ssize_t received = recv(connection.socket.number(), response.get() + held, 512 * 1024, 0);
         if (checked(received, "recv") == 0) throw std::runtime_error("The server closed the connection");
-        complete = connection.reader.take(answer.get() + held, static_cast<std::size_t>(received), task_.bodyBytes);
+        complete = connection.reader.take(response.get() + held, static_cast<std::size_t>(received), task_.bodyBytes);
         held += static_cast<std::uint64_t>(received);
       }
     }

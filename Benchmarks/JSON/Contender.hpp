@@ -12,7 +12,7 @@ namespace bench {
 
 /// A way to decode and to encode.
 struct Contender {
-  /// Decodes always the same text, which it keeps in the form that the library asks for, as the body of an answer
+  /// Decodes always the same text, which it keeps in the form that the library asks for, as the body of a response
   /// would be.
   using Decode = std::function<Records()>;
   /// Shows what was encoded, without a copy.

@@ -34,7 +34,7 @@ void read(ondemand::value value, std::vector<T>& elements) {
   for (ondemand::value element : value.get_array()) read(element, elements.emplace_back());
 }
 
-/// Looks for each key behind the one before.
+/// Looks for each key after the one before.
 struct InOrder {
   static void read(ondemand::object object, Owner& owner) {
     bench::read(object.find_field("id").value(), owner.id);

@@ -26,7 +26,7 @@ std::string headWith(std::uint64_t contentLength, const std::string& furtherFiel
          "\r\n";
 }
 
-std::string smallAnswer(const std::string& furtherFields = {}) {
+std::string smallResponse(const std::string& furtherFields = {}) {
   const std::string opening = "{\"login\":\"ada\",\"text\":\"";
   const std::string closing = "\"}";
   return headWith(100, furtherFields) + opening + std::string(100 - opening.size() - closing.size(), 'x') + closing;
@@ -95,7 +95,7 @@ void PlainServer::run(int stopDescriptor) {
           accept(secureListener_, true);
           break;
         case Source::timer:
-          answerDelayed();
+          respondDelayed();
           break;
         default:
           if (const auto found = connections_.find(source); found != connections_.end()) serve(*found->second);
@@ -124,14 +124,14 @@ void PlainServer::serve(ServedConnection& connection) {
   while (!connection.isBusy()) {
     const std::string_view path = connection.takeRequest();
     if (path.empty()) break;
-    answer(connection, path);
+    respond(connection, path);
   }
   if (connection.isOver()) connections_.erase(connection.number());
 }
 
-void PlainServer::answer(ServedConnection& connection, std::string_view path) {
-  static const std::string& small = *new std::string(smallAnswer());
-  static const std::string& last = *new std::string(smallAnswer("Connection: close\r\n"));
+void PlainServer::respond(ServedConnection& connection, std::string_view path) {
+  static const std::string& small = *new std::string(smallResponse());
+  static const std::string& last = *new std::string(smallResponse("Connection: close\r\n"));
   static const std::string& large = *new std::string(headWith(largeBodyBytes));
   static const std::string& missing = *new std::string("HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\n\r\n");
   if (path == "/small") {
@@ -152,7 +152,7 @@ void PlainServer::answer(ServedConnection& connection, std::string_view path) {
   }
 }
 
-void PlainServer::answerDelayed() {
+void PlainServer::respondDelayed() {
   std::uint64_t expirations = 0;
   if (read(timer_.number(), &expirations, sizeof expirations) < 0) return;
   const std::int64_t now = nowNanoseconds();
@@ -161,7 +161,7 @@ void PlainServer::answerDelayed() {
     delayed_.pop_front();
     if (found == connections_.end()) continue;
     found->second->setWaiting(false);
-    answer(*found->second, "/small");
+    respond(*found->second, "/small");
     serve(*found->second);
   }
   if (!delayed_.empty()) setTimer();

@@ -14,7 +14,7 @@
 namespace bench {
 
 /// An HTTP/1.1 server that does as little as possible for a GET or a PUT, so that what a client costs shows: one
-/// thread, one epoll, answers made beforehand. It listens on two ports of the loopback, plain and TLS.
+/// thread, one epoll, responses made beforehand. It listens on two ports of the loopback, plain and TLS.
 ///
 /// `/small` 100 bytes; `/close` the same, then the connection is closed; `/delay100` the same after 100 ms;
 /// `/large` 256 MiB. What is put is thrown away, and answered as what is got.
@@ -39,8 +39,8 @@ class PlainServer {
 
   void accept(const Descriptor& listener, bool secure);
   void serve(ServedConnection& connection);
-  void answer(ServedConnection& connection, std::string_view path);
-  void answerDelayed();
+  void respond(ServedConnection& connection, std::string_view path);
+  void respondDelayed();
   void setTimer();
 
   SSL_CTX* tls_;

@@ -10,7 +10,7 @@ namespace bench {
 namespace {
 
 constexpr std::size_t readSize = 16 * 1024;
-/// Of a head and what came with it. Requests are not sent ahead of answers, so what follows is the body of a PUT.
+/// Of a head and what came with it. Requests are not sent ahead of responses, so what follows is the body of a PUT.
 constexpr std::size_t inputLimit = 64 * 1024;
 constexpr std::size_t fillerSize = 1024 * 1024;
 constexpr std::size_t discardSize = 1024 * 1024;

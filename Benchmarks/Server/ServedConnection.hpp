@@ -10,7 +10,7 @@
 
 namespace bench {
 
-/// One accepted connection: reads requests, writes answers, never blocks.
+/// One accepted connection: reads requests, writes responses, never blocks.
 class ServedConnection {
  public:
   /// `tls` is null for a plain connection.
@@ -23,7 +23,7 @@ class ServedConnection {
   int descriptor() const { return socket_.number(); }
   /// Whether the connection is to be dropped, being closed by either side and nothing left to send.
   bool isOver() const { return failed_ || ((peerIsDone_ || closing_) && !hasOutput()); }
-  /// Whether the answer to an earlier request must be written before the next is taken.
+  /// Whether the response to an earlier request must be written before the next is taken.
   bool isBusy() const { return hasOutput() || waiting_; }
 
   /// Takes what has arrived.

@@ -17,7 +17,7 @@ void raiseFailure(const Response& response) {
 
 void settle(Outcome& outcome, const corvane::DownloadResponse<corvane::URL>& response) {
   raiseFailure(response);
-  if (!response.result.url()) throw std::runtime_error("The answer has no file");
+  if (!response.result.url()) throw std::runtime_error("The response has no file");
   outcome.set_value(response.result.url()->fileSystemPath());
 }
 

@@ -53,10 +53,10 @@ class CurlMover final : public Mover {
 
   void upload() {
     const File file = opened(task_.source, "rb");
-    const File answer = opened("/dev/null", "wb");
+    const File response = opened("/dev/null", "wb");
     set(CURLOPT_UPLOAD, 1L);
     set(CURLOPT_READDATA, file.get());
-    set(CURLOPT_WRITEDATA, answer.get());
+    set(CURLOPT_WRITEDATA, response.get());
     set(CURLOPT_INFILESIZE_LARGE, static_cast<curl_off_t>(transferBytes));
     perform();
   }
@@ -65,7 +65,7 @@ class CurlMover final : public Mover {
     require(curl_easy_perform(easy_));
     long status = 0;
     require(curl_easy_getinfo(easy_, CURLINFO_RESPONSE_CODE, &status));
-    if (status != 200) throw std::runtime_error("The answer is not the expected one");
+    if (status != 200) throw std::runtime_error("The response is not the expected one");
   }
 
   const TransferTask task_;

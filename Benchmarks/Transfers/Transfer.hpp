@@ -32,7 +32,7 @@ struct TransferTask {
 class Mover {
  public:
   virtual ~Mover() = default;
-  /// Moves the file once; returns where a downloaded one is. Throws when the answer is not 200.
+  /// Moves the file once; returns where a downloaded one is. Throws when the response is not 200.
   virtual std::filesystem::path move() = 0;
   /// What it has used so far, wherever it works. Before the first transfer the peak is that of the idle client.
   virtual Usage usage() const { return Usage::now(); }

@@ -36,16 +36,16 @@ class Loop {
 
 int main(int argc, char** argv) {
   const DataGetRequest request(URL(argc > 1 ? argv[1] : "http://127.0.0.1:8080/bytes/100"));
-  int answers = 0;
+  int responses = 0;
 
   Loop loop;
   const auto executor = [&loop](platform::Block drain) { loop.post(std::move(drain)); };
   const DispatchQueue queue("example.loop", executor);
   const platform::MainQueueAttachment attachment(executor);
 
-  request.send([&](const DataResponse&) { ++answers; });
-  request.send(queue, [&](const DataResponse&) { ++answers; });
-  while (answers < 2) loop.runOne();
+  request.send([&](const DataResponse&) { ++responses; });
+  request.send(queue, [&](const DataResponse&) { ++responses; });
+  while (responses < 2) loop.runOne();
 
-  std::printf("%d answers\n", answers);
+  std::printf("%d responses\n", responses);
 }

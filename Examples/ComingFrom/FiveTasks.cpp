@@ -43,9 +43,9 @@ void giveUp(const std::string& server) {
   if (impatient.send().result().error()->code() == CFNetworkErrors::timedOut().rawValue()) std::puts("timed out");
 
   const GetSlowly unwanted{.url = server + "delay/5"};
-  const auto answer = unwanted.send();
+  const auto received = unwanted.send();
   unwanted.cancel();  // from any thread
-  if (*answer.result().error() == Error(HTTPResponseError::taskCancelled())) std::puts("cancelled");
+  if (*received.result().error() == Error(HTTPResponseError::taskCancelled())) std::puts("cancelled");
 }
 
 std::size_t bytesOfTwenty(const std::string& server) {

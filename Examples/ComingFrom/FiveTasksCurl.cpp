@@ -38,7 +38,7 @@ void perform(CURL* handle) {
   if (code != CURLE_OK) throw std::runtime_error(curl_easy_strerror(code));
 }
 
-// For the text between quotes behind "login": a JSON library of your choice.
+// For the text between quotes after "login": a JSON library of your choice.
 std::string loginIn(const std::string& json) {
   const std::size_t begin = json.find(": \"", json.find("\"login\"")) + 3;
   return json.substr(begin, json.find('"', begin) - begin);

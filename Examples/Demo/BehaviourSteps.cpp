@@ -5,7 +5,7 @@
 #include "TestSupport/StandardRoutes.hpp"
 
 using namespace corvane;
-using corvane::testing::Answer;
+using corvane::testing::MockResponse;
 using corvane::testing::TestServer;
 
 namespace {
@@ -61,8 +61,8 @@ std::string described(const HTTPRetryResult<DataResponse>& result) {
 
 void playRetry(Stage& stage, TestServer& server) {
   stage.step("A request that is sent again until it succeeds", "retry", [&] {
-    for (int i = 0; i < 2; ++i) server.enqueue(Answer(503));
-    server.enqueue(Answer(200).body("the report"));
+    for (int i = 0; i < 2; ++i) server.enqueue(MockResponse(503));
+    server.enqueue(MockResponse(200).body("the report"));
     GetReport request;
     request.url = server.url("/report");
     const int before = server.requestCount();
@@ -76,7 +76,7 @@ void playRetry(Stage& stage, TestServer& server) {
     for (int i = 0; i < 3; ++i) server.takeRequest();
   });
   stage.step("Only what may be otherwise the next time is sent again", "policy", [&] {
-    server.enqueue(Answer(404));
+    server.enqueue(MockResponse(404));
     GetBusyReport request;
     request.url = server.url("/report");
     const int before = server.requestCount();
@@ -91,22 +91,22 @@ void playRetry(Stage& stage, TestServer& server) {
 
 void playPolling(Stage& stage, TestServer& server) {
   stage.step("A type that asks again and again", "polling", [&] {
-    server.handle("/watched", [](const auto&) { return Answer(200).body(R"({"id": 1, "login": "ada"})"); });
+    server.handle("/watched", [](const auto&) { return MockResponse(200).body(R"({"id": 1, "login": "ada"})"); });
     WatchUser::address = server.url("/watched");
-    int answers = 0;
+    int responses = 0;
     // show: polling
     WatchUser::poll([&](const WatchUser&, const JSONResponse<User>& response) {
-      if (response.result && ++answers == 3) WatchUser::stopPolling();
+      if (response.result && ++responses == 3) WatchUser::stopPolling();
     });
     DispatchQueue::main().runUntil([] { return !WatchUser::isPolling(); });
     // end
-    stage.got("answers", std::to_string(answers));
-    stage.check(answers == 3, "three answers, and no more");
+    stage.got("responses", std::to_string(responses));
+    stage.check(responses == 3, "three responses, and no more");
   });
 }
 
 void playMocks(Stage& stage) {
-  stage.step("Answers without a server", "mock", [&] {
+  stage.step("Responses without a server", "mock", [&] {
     // show: mock
     Corvane::isNetworkForbidden = true;
     std::optional<JSONResponse<User>> mocked;
@@ -119,8 +119,8 @@ void playMocks(Stage& stage) {
     stage.got("mock", mocked->result ? mocked->result.body()->login : mocked->result.error()->message());
     stage.got("test", tested ? "success" : tested.error()->message());
     stage.got("real", real ? "success" : real.error()->message());
-    stage.check(mocked->result && mocked->result.body()->login == "ada", "the mock's answer");
-    stage.check(!tested && tested.error()->as<HTTPResponseError>(), "the test's answer");
+    stage.check(mocked->result && mocked->result.body()->login == "ada", "the mock's response");
+    stage.check(!tested && tested.error()->as<HTTPResponseError>(), "the test's response");
     stage.check(!real && real.error()->as<HTTPNetworkForbiddenError>(), "no network");
   });
 }

@@ -15,9 +15,9 @@
 #include "Velisand/Task.hpp"
 
 using namespace corvane;
-using corvane::testing::Answer;
 using corvane::testing::CertificateAuthority;
 using corvane::testing::CertificateRequest;
+using corvane::testing::MockResponse;
 using corvane::testing::ReceivedRequest;
 using corvane::testing::TemporaryDirectory;
 using corvane::testing::TestServer;
@@ -69,13 +69,13 @@ struct Wait : DataGetRequestable<Wait>, HTTPRequestCancelable<Wait> {
 /// Drains the main queue, where completions arrive, until the response is there.
 template <class Request>
 DataResponse responseTo(const Request& request, const std::function<void()>& meanwhile = {}) {
-  std::optional<DataResponse> answer;
-  request.send([&answer](DataResponse response) { answer = std::move(response); });
+  std::optional<DataResponse> received;
+  request.send([&received](DataResponse response) { received = std::move(response); });
   if (meanwhile) meanwhile();
-  if (!DispatchQueue::main().runUntil([&answer] { return answer.has_value(); }, 20)) {
+  if (!DispatchQueue::main().runUntil([&received] { return received.has_value(); }, 20)) {
     throw std::runtime_error("no response in 20 seconds");
   }
-  return *answer;
+  return *received;
 }
 
 std::string outcomeOf(const DataResponse& response) {
@@ -181,7 +181,7 @@ std::string textOf(const User& user) {
 }
 
 void playJSON(Stage& stage, TestServer& server) {
-  stage.step("A GET whose answer is JSON, as a plain struct", "jsonGet", [&] {
+  stage.step("A GET whose response is JSON, as a plain struct", "jsonGet", [&] {
     const std::string url = server.url("/users/7");
     // show: jsonGet
     const User user = JSONGetRequest<User>(url).send().get().body;
@@ -193,7 +193,7 @@ void playJSON(Stage& stage, TestServer& server) {
     stage.check(user.id == 7 && user.login == "ada" && user.name == "Ada Lovelace", "what the server sent");
     stage.check(received.header("Accept") == "application/json", "JSON is asked for");
   });
-  stage.step("A POST of a plain struct, and the answer as another", "jsonPost", [&] {
+  stage.step("A POST of a plain struct, and the response as another", "jsonPost", [&] {
     const std::string url = server.url("/users");
     // show: jsonPost
     const NewUser newUser{.login = "ada", .teams = {"core", "docs"}};
@@ -206,9 +206,10 @@ void playJSON(Stage& stage, TestServer& server) {
     stage.check(received.header("Content-Type") == "application/json", "sent as JSON");
     stage.check(user.id == 7 && user.login == "ada" && !user.name, "what the server answered; no name is no error");
   });
-  stage.step("An answer that is not what the struct asks for", "jsonFailure", [&] {
+  stage.step("A response that is not what the struct asks for", "jsonFailure", [&] {
     server.handle("/team", [](const ReceivedRequest&) {
-      return Answer().json(R"({"name": "core", "members": [{"id": 7, "login": "ada"}, {"id": "8", "login": "bob"}]})");
+      return MockResponse().json(
+          R"({"name": "core", "members": [{"id": 7, "login": "ada"}, {"id": "8", "login": "bob"}]})");
     });
     const std::string url = server.url("/team");
     const auto log = std::make_shared<vantorel::CapturingSink>();

@@ -13,8 +13,8 @@
 #include "TestSupport/TemporaryDirectory.hpp"
 
 using namespace corvane;
-using corvane::testing::Answer;
 using corvane::testing::generatedBytes;
+using corvane::testing::MockResponse;
 using corvane::testing::ReceivedRequest;
 using corvane::testing::ReceivedSection;
 using corvane::testing::TemporaryDirectory;
@@ -49,7 +49,7 @@ void discard(const URL& file) {
 void playDownload(Stage& stage, TestServer& server) {
   stage.step("A download into a file, with progress, and a look at its digest", "download", [&] {
     server.handle("/archive", [](const ReceivedRequest&) {
-      return Answer()
+      return MockResponse()
           .header("Content-Disposition", "attachment; filename=\"archive.bin\"")
           .header("X-SHA-256", sha256(Data(generatedBytes(downloadSize))))
           .generatedBody(downloadSize);
@@ -79,7 +79,9 @@ void playDownload(Stage& stage, TestServer& server) {
 void playHostileName(Stage& stage, TestServer& server) {
   stage.step("A file name that means harm lands safely", "hostile", [&] {
     server.handle("/hostile", [](const ReceivedRequest&) {
-      return Answer().header("Content-Disposition", "attachment; filename=\"../../../root/.bashrc\"").body("evil");
+      return MockResponse()
+          .header("Content-Disposition", "attachment; filename=\"../../../root/.bashrc\"")
+          .body("evil");
     });
     const std::string url = server.url("/hostile");
     // show: hostile
@@ -112,7 +114,7 @@ void playUpload(Stage& stage, TestServer& server) {
                                 std::to_string(received.bodySize) + " bytes");
     stage.check(received.method == "PUT" && received.body == directory.read("visits.csv"), "the file's bytes");
     stage.check(received.header("Content-Type") == "text/csv", "the type of the extension");
-    stage.check(response.body.view() == received.body, "the answer comes as usual");
+    stage.check(response.body.view() == received.body, "the response comes as usual");
   });
 }
 
@@ -134,7 +136,7 @@ void playForm(Stage& stage, TestServer& server) {
     // end
     const auto sections = formSections(server.takeRequest());
     for (const ReceivedSection& section : sections) stage.got("section", described(section));
-    stage.got("answer", response.body.text());
+    stage.got("response", response.body.text());
     stage.check(sections.size() == 2 && sections[0].content == "Visits", "the value");
     stage.check(sections.size() == 2 && sections[1].fileName == "visits.csv" &&
                     sections[1].content == directory.read("visits.csv"),

@@ -42,18 +42,18 @@ class CheckLayersTest(unittest.TestCase):
         self.assert_only(problems, "Base/A.cpp:1: Platform stands below Vantorel")
 
     def test_refuses_support_for_tests_in_the_library(self):
-        texts = {"CorvaneTesting__Gate_dot_hpp": '#include "Corvane/A.hpp"\n', "Corvane__A_dot_hpp": ""}
+        texts = {"CorvaneTesting__Latch_dot_hpp": '#include "Corvane/A.hpp"\n', "Corvane__A_dot_hpp": ""}
 
         self.assertEqual(self.problems(**texts), [])
         for layer in ("Platform__Base", "Velisand", "Vantorel", "Corvane__Request"):
-            problems = self.problems(**texts, **{f"{layer}__B_dot_cpp": '#include "CorvaneTesting/Gate.hpp"\n'})
+            problems = self.problems(**texts, **{f"{layer}__B_dot_cpp": '#include "CorvaneTesting/Latch.hpp"\n'})
             self.assert_only(problems, "stands below CorvaneTesting")
 
     def test_refuses_what_stands_beside(self):
-        texts = {"CorvaneTesting__Gate_dot_hpp": "", "CorvaneQt__Qt_dot_hpp": "#include <QtCore/QObject>\n"}
+        texts = {"CorvaneTesting__Latch_dot_hpp": "", "CorvaneQt__Qt_dot_hpp": "#include <QtCore/QObject>\n"}
 
         self.assertEqual(self.problems(**texts), [])
-        problems = self.problems(**texts, CorvaneAsio__A_dot_hpp='#include "CorvaneTesting/Gate.hpp"\n')
+        problems = self.problems(**texts, CorvaneAsio__A_dot_hpp='#include "CorvaneTesting/Latch.hpp"\n')
         self.assert_only(problems, "CorvaneAsio stands beside CorvaneTesting")
 
     def test_lets_adapters_alone_meet_what_they_adapt_to(self):
@@ -99,7 +99,7 @@ class CheckLayersTest(unittest.TestCase):
         self.assert_only(problems, "a public header must not include Boost")
 
     def test_lets_an_adapter_include_its_own_library_only(self):
-        adapter = "Platform__Foundation__JSON__NlohmannCoding_dot_hpp"
+        adapter = "Platform__Foundation__JSON__NlohmannCodec_dot_hpp"
 
         self.assertEqual(self.problems(**{adapter: "#include <nlohmann/json.hpp>\n"}), [])
         self.assert_only(self.problems(**{adapter: "#include <boost/json.hpp>\n"}), "must not include Boost")
@@ -115,8 +115,8 @@ class CheckLayersTest(unittest.TestCase):
     def test_refuses_an_adapter_in_any_other_file(self):
         for user in ("Corvane__Corvane_dot_hpp", "Platform__Foundation__JSON__A_dot_cpp"):
             problems = self.problems(
-                Platform__Foundation__JSON__BoostCoding_dot_hpp="",
-                **{user: '#include "Platform/Foundation/JSON/BoostCoding.hpp"\n'},
+                Platform__Foundation__JSON__BoostCodec_dot_hpp="",
+                **{user: '#include "Platform/Foundation/JSON/BoostCodec.hpp"\n'},
             )
 
             self.assert_only(problems, "is an adapter, which only its users include")

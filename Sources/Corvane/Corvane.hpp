@@ -36,7 +36,7 @@ using platform::EncodingError;
 using platform::Error;
 using platform::HTTPHeaderFields;
 using platform::HTTPURLResponse;
-using platform::JSONCoding;
+using platform::JSONCodec;
 using platform::JSONDateStrategy;
 using platform::JSONDecoder;
 using platform::JSONEncoder;

@@ -48,34 +48,34 @@ std::shared_ptr<detail::ContextGate> gateOf(const Executor& executor) {
 
 /// Something of a context, which goes with the context or with this, whichever ends first.
 template <class Held>
-class Residence {
+class Binding {
  public:
-  Residence(std::shared_ptr<detail::ContextGate> gate, Held held)
-      : gate_(std::move(gate)), resident_(std::make_shared<Resident>(std::move(held))) {
-    if (!gate_->admit(resident_)) resident_->held.reset();
+  Binding(std::shared_ptr<detail::ContextGate> gate, Held held)
+      : gate_(std::move(gate)), slot_(std::make_shared<Slot>(std::move(held))) {
+    if (!gate_->admit(slot_)) slot_->held.reset();
   }
-  Residence(Residence&&) noexcept = default;
-  Residence& operator=(Residence&&) = delete;
-  ~Residence() {
-    if (resident_) gate_->takeOut(*resident_, [this] { resident_->held.reset(); });
+  Binding(Binding&&) noexcept = default;
+  Binding& operator=(Binding&&) = delete;
+  ~Binding() {
+    if (slot_) gate_->takeOut(*slot_, [this] { slot_->held.reset(); });
   }
 
   /// Calls the function with it; false when the context is gone.
   template <class Function>
   bool use(Function function) const {
-    return gate_->use(*resident_, [&] { function(*resident_->held); });
+    return gate_->use(*slot_, [&] { function(*slot_->held); });
   }
 
  private:
-  struct Resident final : detail::ContextGate::Resident {
-    explicit Resident(Held value) : held(std::in_place, std::move(value)) {}
-    void evict() override { held.reset(); }
+  struct Slot final : detail::ContextGate::Slot {
+    explicit Slot(Held value) : held(std::in_place, std::move(value)) {}
+    void shutdown() override { held.reset(); }
 
     std::optional<Held> held;
   };
 
   std::shared_ptr<detail::ContextGate> gate_;
-  std::shared_ptr<Resident> resident_;
+  std::shared_ptr<Slot> slot_;
 };
 
 /// Submits blocks to an executor, and is work for it while it lives. What comes once the context is gone is dropped.
@@ -91,7 +91,7 @@ class Submission {
  private:
   using Work = CORVANE_ASIO::executor_work_guard<Executor>;
 
-  Residence<Work> work_;
+  Binding<Work> work_;
 };
 
 }  // namespace asio_detail

@@ -28,9 +28,9 @@ class AsioQueue {
   template <asio_detail::IsExecutor Executor>
   explicit AsioQueue(const Executor& executor, std::string label = "corvane.asio")
       : state_(std::make_shared<State>(
-            [place = asio_detail::Residence(asio_detail::gateOf(executor), executor), label = std::move(label)] {
+            [target = asio_detail::Binding(asio_detail::gateOf(executor), executor), label = std::move(label)] {
               platform::DispatchQueue::Executor submission = [](platform::Block) {};
-              place.use([&](const Executor& held) { submission = asio_detail::Submission<Executor>(held); });
+              target.use([&](const Executor& held) { submission = asio_detail::Submission<Executor>(held); });
               return platform::DispatchQueue(label, std::move(submission));
             })) {}
   /// On any thread that runs the context.

@@ -26,11 +26,11 @@ struct Waiting {
   }
   static Owner make(Handler&& handler, const Executor& executor) {
     auto allocator = allocatorOf(handler);
-    Waiting* place = std::allocator_traits<Allocator>::allocate(allocator, 1);
+    Waiting* target = std::allocator_traits<Allocator>::allocate(allocator, 1);
     try {
-      return Owner(std::construct_at(place, std::move(handler), executor));
+      return Owner(std::construct_at(target, std::move(handler), executor));
     } catch (...) {
-      std::allocator_traits<Allocator>::deallocate(allocator, place, 1);
+      std::allocator_traits<Allocator>::deallocate(allocator, target, 1);
       throw;
     }
   }
@@ -91,7 +91,7 @@ class Outcome {
 
 /// One send under way: keeps the handler at its context until the send ends, or the context.
 template <class Value, class Handler, class Executor>
-class Operation final : public Outcome<Value>, public detail::ContextGate::Resident {
+class Operation final : public Outcome<Value>, public detail::ContextGate::Slot {
  public:
   using Of = Waiting<Value, Handler, Executor>;
 
@@ -110,8 +110,8 @@ class Operation final : public Outcome<Value>, public detail::ContextGate::Resid
   void submit(platform::Block block) override {
     gate_->use(*this, [&] { CORVANE_ASIO::post(waiting_->work.get_executor(), std::move(block)); });
   }
-  /// The context has ended, and with it the handler: nobody wants the answer any more.
-  void evict() override {
+  /// The context has ended, and with it the handler: nobody wants the response any more.
+  void shutdown() override {
     cancellation_.cancel();
     waiting_.reset();
   }
@@ -145,7 +145,7 @@ void begin(Handler handler, const Fallback& fallback, const Starter& starter) {
     starter(std::shared_ptr<Outcome<Value>>(operation));
   } catch (...) {
     // What was started already may know the operation for longer than the context lives.
-    if (gate->takeOut(*operation, [] {})) operation->evict();
+    if (gate->takeOut(*operation, [] {})) operation->shutdown();
     throw;
   }
   operation->isStarting = false;

@@ -5,8 +5,8 @@ namespace corvane {
 inline namespace CORVANE_ASIO_ADAPTER {
 namespace asio_detail {
 
-template <class Place>
-concept IsPlace = IsExecutor<std::remove_cvref_t<Place>> || IsContext<std::remove_cvref_t<Place>>;
+template <class Target>
+concept IsExecutorOrContext = IsExecutor<std::remove_cvref_t<Target>> || IsContext<std::remove_cvref_t<Target>>;
 
 template <IsExecutor Executor>
 Executor executorOf(const Executor& executor) {
@@ -106,7 +106,7 @@ template <class Request>
 auto starterOf(Request request) {
   return [request = std::move(request)](std::shared_ptr<Outcome<ResponseTo<Request>>> outcome) {
     // The handlers of a polling type are called on the queue, before the completion.
-    auto queue = detail::Polls<Request> ? queueOf(outcome) : velisand::queueWhereItArises();
+    auto queue = detail::Polls<Request> ? queueOf(outcome) : velisand::inlineExecutor();
     request.send(std::move(queue), Completion(std::move(outcome), OfResponse<Request>()));
   };
 }
@@ -127,7 +127,7 @@ template <class Requests>
 auto starterOf(const Requests& requests, HTTPBatchMode mode) {
   using Responses = ResponsesTo<Requests>;
   return [requests = detail::collected(requests), mode](std::shared_ptr<Outcome<Responses>> outcome) {
-    send(requests, velisand::queueWhereItArises(), mode, {}, Completion(std::move(outcome), OfResult<Responses>()));
+    send(requests, velisand::inlineExecutor(), mode, {}, Completion(std::move(outcome), OfResult<Responses>()));
   };
 }
 
@@ -138,7 +138,7 @@ template <class Request>
 auto retryStarterOf(Request request) {
   using Result = RetryResultOf<Request>;
   return [request = std::move(request)](std::shared_ptr<Outcome<Result>> outcome) {
-    request.sendAttemptingRetry(velisand::queueWhereItArises(), Completion(std::move(outcome), OfResult<Result>()));
+    request.sendAttemptingRetry(velisand::inlineExecutor(), Completion(std::move(outcome), OfResult<Result>()));
   };
 }
 
@@ -171,11 +171,11 @@ decltype(auto) async_send(const Request& request, Token&& token) {
   return asio_detail::initiate<asio_detail::ResponseTo<Request>>(
       asio_detail::DefaultExecutor(), std::forward<Token>(token), asio_detail::starterOf(request));
 }
-template <asio_detail::IsPlace Place, detail::IsRequest Request, class Token>
+template <asio_detail::IsExecutorOrContext Target, detail::IsRequest Request, class Token>
   requires(asio_detail::checkBody<Request>())
-decltype(auto) async_send(Place&& place, const Request& request, Token&& token) {
+decltype(auto) async_send(Target&& target, const Request& request, Token&& token) {
   return asio_detail::initiate<asio_detail::ResponseTo<Request>>(
-      asio_detail::executorOf(place), std::forward<Token>(token), asio_detail::starterOf(request));
+      asio_detail::executorOf(target), std::forward<Token>(token), asio_detail::starterOf(request));
 }
 
 /// The same for a download or an upload, with its progress, of which the handler is told on the executor of the
@@ -186,11 +186,12 @@ decltype(auto) async_send(const Request& request, HTTPProgressHandler progress, 
   return asio_detail::initiate<asio_detail::ResponseTo<Request>>(
       asio_detail::DefaultExecutor(), std::forward<Token>(token), asio_detail::starterOf(request, std::move(progress)));
 }
-template <asio_detail::IsPlace Place, detail::Transfers Request, class Token>
+template <asio_detail::IsExecutorOrContext Target, detail::Transfers Request, class Token>
   requires(asio_detail::checkBody<Request>())
-decltype(auto) async_send(Place&& place, const Request& request, HTTPProgressHandler progress, Token&& token) {
-  return asio_detail::initiate<asio_detail::ResponseTo<Request>>(
-      asio_detail::executorOf(place), std::forward<Token>(token), asio_detail::starterOf(request, std::move(progress)));
+decltype(auto) async_send(Target&& target, const Request& request, HTTPProgressHandler progress, Token&& token) {
+  return asio_detail::initiate<asio_detail::ResponseTo<Request>>(asio_detail::executorOf(target),
+                                                                 std::forward<Token>(token),
+                                                                 asio_detail::starterOf(request, std::move(progress)));
 }
 
 /// The same for a batch (see `send`). The signature is `void(std::exception_ptr, std::vector<Response>)`; failures are
@@ -200,10 +201,10 @@ decltype(auto) async_send(const Requests& requests, HTTPBatchMode mode, Token&& 
   return asio_detail::initiate<asio_detail::ResponsesTo<Requests>>(
       asio_detail::DefaultExecutor(), std::forward<Token>(token), asio_detail::starterOf(requests, mode));
 }
-template <asio_detail::IsPlace Place, detail::RequestRange Requests, class Token>
-decltype(auto) async_send(Place&& place, const Requests& requests, HTTPBatchMode mode, Token&& token) {
+template <asio_detail::IsExecutorOrContext Target, detail::RequestRange Requests, class Token>
+decltype(auto) async_send(Target&& target, const Requests& requests, HTTPBatchMode mode, Token&& token) {
   return asio_detail::initiate<asio_detail::ResponsesTo<Requests>>(
-      asio_detail::executorOf(place), std::forward<Token>(token), asio_detail::starterOf(requests, mode));
+      asio_detail::executorOf(target), std::forward<Token>(token), asio_detail::starterOf(requests, mode));
 }
 
 /// The same for a retrying send (see `HTTPRetryAttempting`), which a cancellation ends at once. The signature is
@@ -213,10 +214,10 @@ decltype(auto) async_send_attempting_retry(const Request& request, Token&& token
   return asio_detail::initiate<asio_detail::RetryResultOf<Request>>(
       asio_detail::DefaultExecutor(), std::forward<Token>(token), asio_detail::retryStarterOf(request));
 }
-template <asio_detail::IsPlace Place, detail::Retries Request, class Token>
-decltype(auto) async_send_attempting_retry(Place&& place, const Request& request, Token&& token) {
+template <asio_detail::IsExecutorOrContext Target, detail::Retries Request, class Token>
+decltype(auto) async_send_attempting_retry(Target&& target, const Request& request, Token&& token) {
   return asio_detail::initiate<asio_detail::RetryResultOf<Request>>(
-      asio_detail::executorOf(place), std::forward<Token>(token), asio_detail::retryStarterOf(request));
+      asio_detail::executorOf(target), std::forward<Token>(token), asio_detail::retryStarterOf(request));
 }
 
 }  // namespace CORVANE_ASIO_ADAPTER

@@ -9,7 +9,7 @@
 #include "Platform/Detail/Locking.hpp"
 #include "Platform/Dispatch/MainQueueAttachment.hpp"
 
-// Behind the others: Qt defines common words as macros.
+// After the others: Qt defines common words as macros.
 #include <QtCore/QCoreApplication>
 #include <QtCore/QMetaObject>
 #include <QtCore/QObject>

@@ -7,16 +7,16 @@
 ///
 /// With GoogleTest, include `CorvaneTesting/ServerTest.hpp` as well.
 
-#include "CorvaneTesting/Answer.hpp"
 #include "CorvaneTesting/Certificate.hpp"
 #include "CorvaneTesting/CertificateAuthority.hpp"
 #include "CorvaneTesting/Compression.hpp"
 #include "CorvaneTesting/Expectation.hpp"
 #include "CorvaneTesting/ForbiddenNetwork.hpp"
-#include "CorvaneTesting/Gate.hpp"
+#include "CorvaneTesting/Latch.hpp"
 #include "CorvaneTesting/LogCapture.hpp"
 #include "CorvaneTesting/MainQueue.hpp"
 #include "CorvaneTesting/ManualTime.hpp"
+#include "CorvaneTesting/MockResponse.hpp"
 #include "CorvaneTesting/Ports.hpp"
 #include "CorvaneTesting/ReceivedForm.hpp"
 #include "CorvaneTesting/TestServer.hpp"

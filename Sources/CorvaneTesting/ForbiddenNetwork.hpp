@@ -5,7 +5,7 @@
 namespace corvane::testing {
 
 /// Forbids the network while it lives: a request that would use it fails with an `HTTPNetworkForbiddenError`, also one
-/// to a `TestServer`. Mocks answer as ever. Afterwards `Corvane::isNetworkForbidden` is what it was.
+/// to a `TestServer`. Mocks still answer. Afterwards `Corvane::isNetworkForbidden` is what it was.
 class ForbiddenNetwork {
  public:
   /// Forbids it from now on.

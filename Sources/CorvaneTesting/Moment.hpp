@@ -2,7 +2,7 @@
 
 namespace corvane::testing {
 
-/// A point in the life of a connection or of one exchange at which an `Answer` can wait or break off.
+/// A point in the life of a connection or of one exchange at which a `MockResponse` can wait or break off.
 /// A moment that has already passed (a reused connection was accepted long ago) acts right before the status line.
 enum class Moment {
   /// The connection was accepted; with TLS, the handshake has not begun.
@@ -17,12 +17,12 @@ enum class Moment {
   beforeStatusLine,
   /// That many bytes of the head were sent (half of them, by default).
   insideHead,
-  /// The head with its blank line was sent.
+  /// The head with its empty line was sent.
   afterHead,
   /// That many bytes after the head were sent, framing of chunks included (half of them, by default).
   insideBody,
-  /// All of the answer was sent.
-  afterAnswer,
+  /// All of the response was sent.
+  afterResponse,
 };
 
 }  // namespace corvane::testing

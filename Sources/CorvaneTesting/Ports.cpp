@@ -21,7 +21,7 @@ using detail::Descriptor;
 /// The queue of length zero still takes one or two.
 constexpr int mostFillers = 16;
 /// An answered handshake on the loopback interface is done at once; this is generous.
-constexpr int answerLimitMilliseconds = 100;
+constexpr int responseLimitMilliseconds = 100;
 
 std::string loopbackUrl(std::uint16_t port, std::string_view target) {
   return "http://127.0.0.1:" + std::to_string(port) + std::string(target);
@@ -40,7 +40,7 @@ Descriptor beginConnecting(std::uint16_t port) {
 
 bool isAnswered(const Descriptor& socket) {
   pollfd watched{socket.value(), POLLOUT, 0};
-  return ::poll(&watched, 1, answerLimitMilliseconds) > 0;
+  return ::poll(&watched, 1, responseLimitMilliseconds) > 0;
 }
 
 }  // namespace

@@ -21,7 +21,7 @@ struct ReceivedSection {
 };
 
 /// The sections of a form in the layout that `corvane::MultipartForm` writes, which is not quite the usual one: in a
-/// file section no empty line stands before the content, and the type of any other stands behind its empty line.
+/// file section no empty line stands before the content, and the type of any other stands after its empty line.
 /// Throws `std::runtime_error` for a body that is no such form.
 std::vector<ReceivedSection> formSections(const ReceivedRequest& request);
 

@@ -20,7 +20,7 @@ struct ReceivedRequest {
   std::string version;
   /// In the order and spelling of the wire.
   std::vector<HeaderField> headers;
-  /// The request line and all header lines, byte for byte, blank line included.
+  /// The request line and all header lines, byte for byte, empty line included.
   std::string head;
   /// The content, chunks put together. Empty when the server discards bodies.
   std::string body;
@@ -28,7 +28,7 @@ struct ReceivedRequest {
   std::uint64_t bodySize = 0;
   /// Whether the content came in chunks.
   bool isChunked = false;
-  /// The fields behind the last chunk.
+  /// The fields after the last chunk.
   std::vector<HeaderField> trailers;
 
   /// Which connection of the server it came on, counted from 1.

@@ -41,7 +41,7 @@ TestServer::TestServer(Tls tls)
 
 TestServer::TestServer(ServerOptions options) : core_(std::make_unique<Core>()) {
   if (options.tls) core_->context.tls = std::make_shared<detail::TlsContext>(*options.tls);
-  if (!options.keepsRequests) core_->context.journal.keepNothing();
+  if (!options.keepsRequests) core_->context.recorder.keepNothing();
   core_->listener = std::make_unique<detail::Listener>(options.addresses, options.port, core_->context);
   core_->address = options.addresses.front();
 }
@@ -63,46 +63,46 @@ std::string TestServer::url(std::string_view target, std::string_view host) cons
   return scheme + bracketed(host) + ":" + std::to_string(port()) + std::string(target);
 }
 
-void TestServer::enqueue(Answer answer) { core_->context.book.enqueue(std::move(answer)); }
+void TestServer::enqueue(MockResponse response) { core_->context.responses.enqueue(std::move(response)); }
 
 void TestServer::handle(std::string path, Handler handler) {
-  core_->context.book.handle(std::move(path), std::move(handler));
+  core_->context.responses.handle(std::move(path), std::move(handler));
 }
 
-void TestServer::handleAll(Handler handler) { core_->context.book.handleAll(std::move(handler)); }
+void TestServer::handleAll(Handler handler) { core_->context.responses.handleAll(std::move(handler)); }
 
-std::size_t TestServer::remainingAnswers() const { return core_->context.book.remaining(); }
+std::size_t TestServer::remainingResponses() const { return core_->context.responses.remaining(); }
 
 void TestServer::discardBodies() { core_->context.discardsBodies = true; }
 
 void TestServer::ignoreExpectContinue() { core_->context.ignoresExpectContinue = true; }
 
 ReceivedRequest TestServer::takeRequest(Milliseconds limit) {
-  if (auto request = core_->context.journal.takeRequest(limit)) return std::move(*request);
+  if (auto request = core_->context.recorder.takeRequest(limit)) return std::move(*request);
   throw std::runtime_error("no request arrived within " + std::to_string(limit.count()) + " ms; all " +
                            std::to_string(requestCount()) + " that had arrived were taken");
 }
 
-std::vector<ReceivedRequest> TestServer::requests() const { return core_->context.journal.requests(); }
+std::vector<ReceivedRequest> TestServer::requests() const { return core_->context.recorder.requests(); }
 
-std::vector<ConnectionRecord> TestServer::connections() const { return core_->context.journal.connections(); }
+std::vector<ConnectionRecord> TestServer::connections() const { return core_->context.recorder.connections(); }
 
-int TestServer::requestCount() const { return core_->context.journal.requestCount(); }
+int TestServer::requestCount() const { return core_->context.recorder.requestCount(); }
 
-int TestServer::headCount() const { return core_->context.journal.headCount(); }
+int TestServer::headCount() const { return core_->context.recorder.headCount(); }
 
-std::uint64_t TestServer::bodyBytesReceived() const { return core_->context.journal.bodyBytes(); }
+std::uint64_t TestServer::bodyBytesReceived() const { return core_->context.recorder.bodyBytes(); }
 
-int TestServer::connectionCount() const { return core_->context.journal.connectionCount(); }
+int TestServer::connectionCount() const { return core_->context.recorder.connectionCount(); }
 
-int TestServer::openConnections() const { return core_->context.journal.openConnections(); }
+int TestServer::openConnections() const { return core_->context.recorder.openConnections(); }
 
-int TestServer::idleConnections() const { return core_->context.journal.idleConnections(); }
+int TestServer::idleConnections() const { return core_->context.recorder.idleConnections(); }
 
-int TestServer::stalledConnections() const { return core_->context.journal.standstills(); }
+int TestServer::stalledConnections() const { return core_->context.recorder.standstills(); }
 
 bool TestServer::waitUntil(const std::function<bool()>& predicate, Milliseconds limit) const {
-  return core_->context.journal.waitUntil(predicate, limit);
+  return core_->context.recorder.waitUntil(predicate, limit);
 }
 
 bool TestServer::waitForConnections(int count, Milliseconds limit) const {
@@ -123,7 +123,7 @@ bool TestServer::waitUntilAllClosed(Milliseconds limit) const {
 
 int TestServer::sendOnIdleConnections(std::string_view bytes) {
   int count = 0;
-  // The connection may not have noticed yet that its answer is out when the client has it already.
+  // The connection may not have noticed yet that its response is out when the client has it already.
   (void)waitUntil([&] {
     core_->listener->forEachConnection([&](detail::Connection& each) { count += each.sendIfIdle(bytes) ? 1 : 0; });
     return count > 0;
@@ -144,16 +144,16 @@ int TestServer::endIdleConnections(Ending ending) {
     return !ended.empty();
   });
   (void)waitUntil([&] {
-    return std::none_of(ended.begin(), ended.end(), [&](int number) { return core_->context.journal.isOpen(number); });
+    return std::none_of(ended.begin(), ended.end(), [&](int number) { return core_->context.recorder.isOpen(number); });
   });
   return static_cast<int>(ended.size());
 }
 
 void TestServer::stopListening() { core_->listener->stopAccepting(); }
 
-std::vector<std::string> TestServer::failures() const { return core_->context.journal.failures(); }
+std::vector<std::string> TestServer::failures() const { return core_->context.recorder.failures(); }
 
-std::vector<std::string> TestServer::takeFailures() { return core_->context.journal.takeFailures(); }
+std::vector<std::string> TestServer::takeFailures() { return core_->context.recorder.takeFailures(); }
 
 void TestServer::reportFailuresTo(void (*reporter)(const std::string&)) { failureReporter = reporter; }
 

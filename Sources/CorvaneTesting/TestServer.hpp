@@ -9,8 +9,8 @@
 #include <string_view>
 #include <vector>
 
-#include "CorvaneTesting/Answer.hpp"
 #include "CorvaneTesting/ConnectionRecord.hpp"
+#include "CorvaneTesting/MockResponse.hpp"
 #include "CorvaneTesting/ReceivedRequest.hpp"
 #include "CorvaneTesting/Tls.hpp"
 
@@ -32,21 +32,21 @@ struct ServerOptions {
 ///
 /// ```
 /// TestServer server;
-/// server.enqueue(Answer(200).body("hello"));
+/// server.enqueue(MockResponse(200).body("hello"));
 /// ... send a request to server.url("/greeting") ...
 /// EXPECT_EQ(server.takeRequest().target, "/greeting");
 /// ```
 ///
 /// It listens from construction to destruction. A request is answered by the route of its path; without one, by
-/// the next enqueued answer; without one, by the catch-all. A request for which there is nothing is answered with
+/// the next enqueued response; without one, by the catch-all. A request for which there is nothing is answered with
 /// 500 and recorded as a failure, as are malformed requests. Failures that nobody took are reported at destruction.
 ///
 /// Every connection has a thread of its own; handlers run there, several at a time. All members may be called from
 /// any thread. Waits end after `defaultWait` unless told otherwise, so that a test that waits in vain fails.
 class TestServer {
  public:
-  /// Makes the answer to a request. Called on the thread of its connection, for several at a time.
-  using Handler = std::function<Answer(const ReceivedRequest&)>;
+  /// Makes the response to a request. Called on the thread of its connection, for several at a time.
+  using Handler = std::function<MockResponse(const ReceivedRequest&)>;
   /// The unit of every limit.
   using Milliseconds = std::chrono::milliseconds;
   /// How long a wait lasts that is not told otherwise: ten seconds.
@@ -76,17 +76,17 @@ class TestServer {
 
   // What it answers
 
-  /// Adds an answer to those for requests without a route; they are used in this order, once each.
-  void enqueue(Answer answer);
+  /// Adds a response to those for requests without a route; they are used in this order, once each.
+  void enqueue(MockResponse response);
   /// Answers every request to this path. A path that ends in `*` stands for all that begin so; the longest wins.
   void handle(std::string path, Handler handler);
   /// Answers what neither a route nor the queue answers.
   void handleAll(Handler handler);
-  /// How many enqueued answers are left.
-  std::size_t remainingAnswers() const;
+  /// How many enqueued responses are left.
+  std::size_t remainingResponses() const;
   /// Counts the bytes of request bodies from now on, and does not keep them.
   void discardBodies();
-  /// Never says "100 Continue" from now on. (`Answer::beforeRequestBody` refuses a body.)
+  /// Never says "100 Continue" from now on. (`MockResponse::beforeRequestBody` refuses a body.)
   void ignoreExpectContinue();
 
   // What it received
@@ -109,7 +109,7 @@ class TestServer {
   int openConnections() const;
   /// Open connections that wait for a request.
   int idleConnections() const;
-  /// Open connections that stall, are half-closed, or wait at a gate.
+  /// Open connections that stall, are half-closed, or wait at a latch.
   int stalledConnections() const;
 
   // Waiting for it: false when the limit passed first
@@ -120,7 +120,7 @@ class TestServer {
   [[nodiscard]] bool waitForConnections(int count, Milliseconds limit = defaultWait) const;
   /// Waits until so many requests were received in all.
   [[nodiscard]] bool waitForRequests(int count, Milliseconds limit = defaultWait) const;
-  /// Waits until a connection stalls, is half-closed, or waits at a gate.
+  /// Waits until a connection stalls, is half-closed, or waits at a latch.
   [[nodiscard]] bool waitForStall(Milliseconds limit = defaultWait) const;
   /// Waits until no connection is open.
   [[nodiscard]] bool waitUntilAllClosed(Milliseconds limit = defaultWait) const;

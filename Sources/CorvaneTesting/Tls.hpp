@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "CorvaneTesting/Certificate.hpp"
-#include "CorvaneTesting/Gate.hpp"
+#include "CorvaneTesting/Latch.hpp"
 
 namespace corvane::testing {
 
@@ -25,7 +25,7 @@ struct Tls {
   /// Whether connections that are closed in good order send the closing alert.
   bool saysGoodbye = true;
   /// Resets connections that are still in their handshake once it is open.
-  std::optional<Gate> handshakeReset;
+  std::optional<Latch> handshakeReset;
 
   Tls(std::string certificateChainPem, std::string keyPem)
       : certificateChain(std::move(certificateChainPem)), key(std::move(keyPem)) {}
@@ -38,9 +38,9 @@ struct Tls {
     newest = to;
     return *this;
   }
-  /// Resets handshakes under way once the gate is open; see `handshakeReset`.
-  Tls& resetHandshakesWhenOpen(Gate gate) {
-    handshakeReset = std::move(gate);
+  /// Resets handshakes under way once the latch is open; see `handshakeReset`.
+  Tls& resetHandshakesWhenOpen(Latch latch) {
+    handshakeReset = std::move(latch);
     return *this;
   }
   /// Leaves out the closing alert, so that a body without a length counts as cut off.

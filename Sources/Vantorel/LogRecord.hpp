@@ -24,7 +24,7 @@ struct LogRecord {
   std::string message;
   /// Deferred dictionaries in it are made by the sink that wants them.
   std::optional<platform::Dictionary> userInfo;
-  /// What the message stands in brackets behind; absent: nothing does.
+  /// Written in brackets before the message; absent: nothing is.
   std::optional<std::string> category;
   /// Where it was logged; empty and 0 when that was not said.
   std::string file;

@@ -19,9 +19,9 @@ namespace velisand {
 /// Whoever makes one completes it once, from any thread; any number of others, on any threads, wait for it,
 /// ask to be called, or `co_await` it:
 ///
-///     Future<int> answer;
-///     answer.whenSucceeded([](int value) { show(value); });
-///     answer.markCompletion(42);
+///     Future<int> future;
+///     future.whenSucceeded([](int value) { show(value); });
+///     future.markCompletion(42);
 ///
 /// The value is shared by all who ask, so it must be copyable. When the last handle goes before the future
 /// is completed, its callbacks are dropped without being called.

@@ -5,26 +5,26 @@
 #include <string>
 #include <vector>
 
-#include "Platform/Dispatch/AssistedWait.hpp"
+#include "Platform/Dispatch/CooperativeWait.hpp"
 #include "Platform/Trap.hpp"
 #include "Velisand/OptionalQueue.hpp"
 
 namespace velisand::detail {
 
-using platform::AssistedWait;
 using platform::Block;
+using platform::CooperativeWait;
 using platform::DispatchQueue;
 using platform::Seconds;
 
-struct AnyFutureState::Audience {
-  class Seat;
+struct AnyFutureState::Waiters {
+  class WaiterGuard;
   struct Callback {
     std::optional<DispatchQueue> queue;
     Block block;
   };
 
   std::mutex mutex;
-  std::vector<AssistedWait*> waits;
+  std::vector<CooperativeWait*> waits;
   std::vector<Callback> callbacks;
   std::optional<DispatchQueue> completingQueue;
   std::vector<Block> cancellers;
@@ -39,53 +39,53 @@ struct AnyFutureState::Audience {
   }
 };
 
-/// Keeps an `AssistedWait` enlisted for as long as it lives. Leaving takes the mutex under which it is
+/// Keeps a `CooperativeWait` enlisted for as long as it lives. Leaving takes the mutex under which it is
 /// signalled, so whoever signals has let go of it by then.
-class AnyFutureState::Audience::Seat {
+class AnyFutureState::Waiters::WaiterGuard {
  public:
-  explicit Seat(AnyFutureState& state) : audience_(*state.audience_) {
-    const std::lock_guard lock(audience_.mutex);
+  explicit WaiterGuard(AnyFutureState& state) : waiters_(*state.waiters_) {
+    const std::lock_guard lock(waiters_.mutex);
     if (state.isCompleted()) {
       wait.signal();
     } else {
-      audience_.trapIfWaitingForItself();
-      audience_.waits.push_back(&wait);
+      waiters_.trapIfWaitingForItself();
+      waiters_.waits.push_back(&wait);
     }
   }
-  ~Seat() {
-    const std::lock_guard lock(audience_.mutex);
-    std::erase(audience_.waits, &wait);
+  ~WaiterGuard() {
+    const std::lock_guard lock(waiters_.mutex);
+    std::erase(waiters_.waits, &wait);
   }
-  Seat(const Seat&) = delete;
-  Seat& operator=(const Seat&) = delete;
+  WaiterGuard(const WaiterGuard&) = delete;
+  WaiterGuard& operator=(const WaiterGuard&) = delete;
 
-  AssistedWait wait;
+  CooperativeWait wait;
 
  private:
-  Audience& audience_;
+  Waiters& waiters_;
 };
 
-AnyFutureState::AnyFutureState() : audience_(std::make_unique<Audience>()) {}
+AnyFutureState::AnyFutureState() : waiters_(std::make_unique<Waiters>()) {}
 
 AnyFutureState::~AnyFutureState() = default;
 
 void AnyFutureState::wait() {
   if (isCompleted()) return;
-  Audience::Seat seat(*this);
-  seat.wait.wait();
+  Waiters::WaiterGuard guard(*this);
+  guard.wait.wait();
 }
 
 bool AnyFutureState::wait(Seconds limit) {
   if (isCompleted()) return true;
-  Audience::Seat seat(*this);
-  return seat.wait.wait(limit);
+  Waiters::WaiterGuard guard(*this);
+  return guard.wait.wait(limit);
 }
 
 void AnyFutureState::whenCompleted(std::optional<DispatchQueue> queue, Block block) {
   {
-    const std::lock_guard lock(audience_->mutex);
+    const std::lock_guard lock(waiters_->mutex);
     if (!isCompleted()) {
-      audience_->callbacks.push_back({std::move(queue), std::move(block)});
+      waiters_->callbacks.push_back({std::move(queue), std::move(block)});
       return;
     }
   }
@@ -93,19 +93,19 @@ void AnyFutureState::whenCompleted(std::optional<DispatchQueue> queue, Block blo
 }
 
 std::shared_ptr<void> AnyFutureState::member(const char* name) const {
-  const std::lock_guard lock(audience_->mutex);
-  const auto found = audience_->members.find(name);
-  return found != audience_->members.end() ? found->second : nullptr;
+  const std::lock_guard lock(waiters_->mutex);
+  const auto found = waiters_->members.find(name);
+  return found != waiters_->members.end() ? found->second : nullptr;
 }
 
 std::shared_ptr<void> AnyFutureState::keepMember(const char* name, std::shared_ptr<void> value) {
-  const std::lock_guard lock(audience_->mutex);
-  return audience_->members.try_emplace(name, std::move(value)).first->second;
+  const std::lock_guard lock(waiters_->mutex);
+  return waiters_->members.try_emplace(name, std::move(value)).first->second;
 }
 
 void AnyFutureState::setCompletingQueue(std::optional<DispatchQueue> queue) {
-  const std::lock_guard lock(audience_->mutex);
-  audience_->completingQueue = std::move(queue);
+  const std::lock_guard lock(waiters_->mutex);
+  waiters_->completingQueue = std::move(queue);
 }
 
 // Not by recursion: tasks that await tasks may be many.
@@ -118,10 +118,10 @@ std::shared_ptr<AnyFutureState> AnyFutureState::cancelThis() {
   std::vector<Block> cancellers;
   std::shared_ptr<AnyFutureState> awaited;
   {
-    const std::lock_guard lock(audience_->mutex);
+    const std::lock_guard lock(waiters_->mutex);
     if (isCompleted() || cancelled_.exchange(true)) return nullptr;
-    cancellers.swap(audience_->cancellers);
-    awaited = audience_->awaited;
+    cancellers.swap(waiters_->cancellers);
+    awaited = waiters_->awaited;
   }
   for (auto& canceller : cancellers) canceller();
   return awaited;
@@ -129,10 +129,10 @@ std::shared_ptr<AnyFutureState> AnyFutureState::cancelThis() {
 
 void AnyFutureState::whenCancelled(Block block) {
   {
-    const std::lock_guard lock(audience_->mutex);
+    const std::lock_guard lock(waiters_->mutex);
     if (isCompleted()) return;
     if (!isCancelled()) {
-      audience_->cancellers.push_back(std::move(block));
+      waiters_->cancellers.push_back(std::move(block));
       return;
     }
   }
@@ -141,30 +141,30 @@ void AnyFutureState::whenCancelled(Block block) {
 
 void AnyFutureState::suspend(const DispatchQueue& queue, std::shared_ptr<AnyFutureState> awaited) {
   {
-    const std::lock_guard lock(audience_->mutex);
-    audience_->completingQueue = queue;
-    audience_->awaited = awaited;
+    const std::lock_guard lock(waiters_->mutex);
+    waiters_->completingQueue = queue;
+    waiters_->awaited = awaited;
   }
   if (isCancelled()) awaited->cancel();
 }
 
 void AnyFutureState::resume() {
   std::shared_ptr<AnyFutureState> awaited;
-  const std::lock_guard lock(audience_->mutex);
-  audience_->completingQueue = std::nullopt;
-  awaited.swap(audience_->awaited);
+  const std::lock_guard lock(waiters_->mutex);
+  waiters_->completingQueue = std::nullopt;
+  awaited.swap(waiters_->awaited);
 }
 
 void AnyFutureState::publish() {
   const auto self = shared_from_this();
-  std::vector<Audience::Callback> callbacks;
+  std::vector<Waiters::Callback> callbacks;
   std::vector<Block> cancellers;
   {
-    const std::lock_guard lock(audience_->mutex);
+    const std::lock_guard lock(waiters_->mutex);
     completed_.store(true, std::memory_order_release);
-    for (auto* wait : audience_->waits) wait->signal();
-    callbacks.swap(audience_->callbacks);
-    cancellers.swap(audience_->cancellers);
+    for (auto* wait : waiters_->waits) wait->signal();
+    callbacks.swap(waiters_->callbacks);
+    cancellers.swap(waiters_->cancellers);
   }
   for (auto& callback : callbacks)
     async(callback.queue, [self, block = std::move(callback.block)]() mutable { block(); });

@@ -46,7 +46,7 @@ class CORVANE_API AnyFutureState : public std::enable_shared_from_this<AnyFuture
   void publish();
 
  private:
-  struct Audience;
+  struct Waiters;
 
   /// Returns what the task awaits.
   std::shared_ptr<AnyFutureState> cancelThis();
@@ -54,7 +54,7 @@ class CORVANE_API AnyFutureState : public std::enable_shared_from_this<AnyFuture
   std::atomic<bool> claimed_ = false;
   std::atomic<bool> completed_ = false;
   std::atomic<bool> cancelled_ = false;
-  const std::unique_ptr<Audience> audience_;
+  const std::unique_ptr<Waiters> waiters_;
 };
 
 template <class T>

@@ -37,7 +37,7 @@ concept JSONDecodable = platform::JSONReadable<T>;
 template <class T>
 concept JSONEncodable = platform::JSONWritable<T>;
 
-/// The value that a JSON document holds. Throws `platform::DecodingError`, and what the type's coding throws.
+/// The value that a JSON document holds. Throws `platform::DecodingError`, and what the type's codec throws.
 template <JSONDecodable T>
 T fromJSON(const platform::Data& document) {
   if constexpr (detail::NamesDecoder<T>) {
@@ -53,7 +53,7 @@ T fromJSON(const platform::URL& file) {
   return fromJSON<T>(detail::contentsOf(file));
 }
 
-/// The value as a JSON document. Throws `platform::EncodingError`, and what the type's coding throws.
+/// The value as a JSON document. Throws `platform::EncodingError`, and what the type's codec throws.
 template <JSONEncodable T>
 platform::Data asJSON(const T& value) {
   if constexpr (detail::NamesEncoder<T>) {

@@ -11,7 +11,7 @@ void async(const std::optional<DispatchQueue>& queue, Block block) {
   (queue ? *queue : DispatchQueue::main()).async(std::move(block));
 }
 
-const DispatchQueue& queueWhereItArises() {
+const DispatchQueue& inlineExecutor() {
   static const DispatchQueue& queue =
       *new DispatchQueue("org.corvane.Velisand.whereItArises", [](Block drain) { drain(); });
   return queue;
@@ -19,7 +19,7 @@ const DispatchQueue& queueWhereItArises() {
 
 std::optional<DispatchQueue> currentQueue() {
   if (auto current = DispatchQueue::current()) return current;
-  return queueWhereItArises();
+  return inlineExecutor();
 }
 
 }  // namespace velisand

@@ -12,11 +12,11 @@ CORVANE_API void async(const std::optional<platform::DispatchQueue>& queue, plat
 
 /// One process-wide queue that runs its blocks where they arise: on the thread that submits them. For blocks that are
 /// short, hand something on, and throw nothing.
-CORVANE_API const platform::DispatchQueue& queueWhereItArises();
+CORVANE_API const platform::DispatchQueue& inlineExecutor();
 
 /// The dispatch queue whose block the caller runs.
 ///
-/// Outside any queue it answers `queueWhereItArises()`. So a thread that belongs to no queue may block on a future
+/// Outside any queue it answers `inlineExecutor()`. So a thread that belongs to no queue may block on a future
 /// whose result is delivered to `currentQueue()`, although nobody drains the main queue meanwhile.
 CORVANE_API std::optional<platform::DispatchQueue> currentQueue();
 

@@ -61,9 +61,9 @@ TEST(ExpectationTest, awaitsWhatACallbackIsGiven) {
 }
 
 TEST(ExpectationTest, drainsTheMainQueueMeanwhile) {
-  const auto answerOnMain = [](auto done) { platform::DispatchQueue::main().async([=] { done(7); }); };
+  const auto respondOnMain = [](auto done) { platform::DispatchQueue::main().async([=] { done(7); }); };
 
-  EXPECT_EQ(awaitOnMain<int>(answerOnMain), 7);
+  EXPECT_EQ(awaitOnMain<int>(respondOnMain), 7);
   EXPECT_THROW(waitOnMain(Expectation<int>(), milliseconds(1)), std::runtime_error);
 }
 

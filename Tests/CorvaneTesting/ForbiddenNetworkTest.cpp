@@ -12,7 +12,7 @@ class ForbiddenNetworkTest : public ServerTest {
 };
 
 TEST_F(ForbiddenNetworkTest, forbidsRequestsWhileItLives) {
-  server.enqueue(Answer().body("here"));
+  server.enqueue(MockResponse().body("here"));
   const DataGetRequest request(server.url("/x"));
   {
     const ForbiddenNetwork forbidden;

@@ -16,17 +16,17 @@ constexpr std::string_view upload = "POST / HTTP/1.1\r\nContent-Length: 4\r\n\r\
 using MomentTest = ServerTest;
 
 TEST_F(MomentTest, dropsBeforeAnythingIsRead) {
-  server.enqueue(Answer().dropConnection(Moment::onAccept));
-  server.enqueue(Answer().dropConnection(Moment::afterHandshake));
+  server.enqueue(MockResponse().dropConnection(Moment::onAccept));
+  server.enqueue(MockResponse().dropConnection(Moment::afterHandshake));
 
   EXPECT_EQ(RawClient(server).receiveAll(), "");
   EXPECT_EQ(RawClient(server).receiveAll(), "");
   EXPECT_EQ(server.headCount(), 0);
 }
 
-TEST_F(MomentTest, dropsAroundAndInsideTheAnswer) {
+TEST_F(MomentTest, dropsAroundAndInsideTheResponse) {
   const auto received = [&](Moment moment, std::optional<std::uint64_t> afterBytes = std::nullopt) {
-    server.enqueue(Answer().body("hello").dropConnection(moment, afterBytes));
+    server.enqueue(MockResponse().body("hello").dropConnection(moment, afterBytes));
     return RawClient(server).exchange(get("/"));
   };
 
@@ -38,12 +38,12 @@ TEST_F(MomentTest, dropsAroundAndInsideTheAnswer) {
   EXPECT_EQ(received(Moment::insideBody, 4), std::string(head) + "hell");
   EXPECT_EQ(received(Moment::insideBody), std::string(head) + "he");
   EXPECT_EQ(received(Moment::insideBody, 99), std::string(head) + "hello");
-  EXPECT_EQ(received(Moment::afterAnswer), std::string(head) + "hello");
+  EXPECT_EQ(received(Moment::afterResponse), std::string(head) + "hello");
 }
 
 TEST_F(MomentTest, dropsInsideGeneratedAndChunkedBodies) {
-  server.enqueue(Answer().generatedBody(1'000'000).dropConnection(Moment::insideBody, 300'001));
-  server.enqueue(Answer().chunked({"abc", "def"}).dropConnection(Moment::insideBody, 10));
+  server.enqueue(MockResponse().generatedBody(1'000'000).dropConnection(Moment::insideBody, 300'001));
+  server.enqueue(MockResponse().chunked({"abc", "def"}).dropConnection(Moment::insideBody, 10));
 
   const std::string generated = RawClient(server).exchange(get("/"));
   const std::string chunked = RawClient(server).exchange(get("/"));
@@ -53,15 +53,15 @@ TEST_F(MomentTest, dropsInsideGeneratedAndChunkedBodies) {
 }
 
 TEST_F(MomentTest, resetsTheConnection) {
-  server.enqueue(Answer().body("hello").resetConnection(Moment::beforeStatusLine));
-  server.enqueue(Answer().body("hello").resetConnection(Moment::insideBody, 2));
+  server.enqueue(MockResponse().body("hello").resetConnection(Moment::beforeStatusLine));
+  server.enqueue(MockResponse().body("hello").resetConnection(Moment::insideBody, 2));
 
   EXPECT_THROW(RawClient(server).exchange(get("/")), std::system_error);
   EXPECT_THROW(RawClient(server).exchange(get("/")), std::system_error);
 }
 
 TEST_F(MomentTest, dropsBeforeTheRequestBodyIsRead) {
-  server.enqueue(Answer().dropConnection(Moment::beforeRequestBody));
+  server.enqueue(MockResponse().dropConnection(Moment::beforeRequestBody));
   RawClient client(server);
 
   EXPECT_EQ(client.exchange(upload), "");
@@ -70,8 +70,8 @@ TEST_F(MomentTest, dropsBeforeTheRequestBodyIsRead) {
 }
 
 TEST_F(MomentTest, dropsInsideTheRequestBody) {
-  server.enqueue(Answer().dropConnection(Moment::insideRequestBody));
-  server.enqueue(Answer().dropConnection(Moment::insideRequestBody, 3));
+  server.enqueue(MockResponse().dropConnection(Moment::insideRequestBody));
+  server.enqueue(MockResponse().dropConnection(Moment::insideRequestBody, 3));
 
   EXPECT_EQ(RawClient(server).exchange(std::string(upload) + "12"), "");
   EXPECT_EQ(server.bodyBytesReceived(), 2U);
@@ -80,15 +80,15 @@ TEST_F(MomentTest, dropsInsideTheRequestBody) {
 }
 
 TEST_F(MomentTest, halfClosesAndStaysUntilTheClientLeaves) {
-  server.enqueue(Answer().body("hello").halfClose(Moment::afterAnswer));
+  server.enqueue(MockResponse().body("hello").halfClose(Moment::afterResponse));
   RawClient client(server);
 
-  const std::string answer = client.exchange(get("/"));
+  const std::string response = client.exchange(get("/"));
   const bool stays = server.waitForStall() && server.openConnections() == 1;
   client.send("still listening?");
   client.close();
 
-  EXPECT_THAT(answer, EndsWith("hello"));
+  EXPECT_THAT(response, EndsWith("hello"));
   EXPECT_TRUE(stays);
   EXPECT_TRUE(server.waitUntilAllClosed());
 }
@@ -96,8 +96,8 @@ TEST_F(MomentTest, halfClosesAndStaysUntilTheClientLeaves) {
 TEST_F(MomentTest, stallsUntilTheClientLeaves) {
   for (const Moment moment :
        {Moment::onAccept, Moment::afterHandshake, Moment::beforeRequestBody, Moment::beforeStatusLine,
-        Moment::insideHead, Moment::afterHead, Moment::insideBody, Moment::afterAnswer}) {
-    server.enqueue(Answer().body("hello").stall(moment));
+        Moment::insideHead, Moment::afterHead, Moment::insideBody, Moment::afterResponse}) {
+    server.enqueue(MockResponse().body("hello").stall(moment));
     RawClient client(server);
     client.send(get("/"));
     EXPECT_TRUE(server.waitForStall());
@@ -107,11 +107,11 @@ TEST_F(MomentTest, stallsUntilTheClientLeaves) {
   }
 }
 
-TEST_F(MomentTest, holdsTheAnswerUntilTheGateOpens) {
-  Gate beforeHead;
-  Gate insideBody;
+TEST_F(MomentTest, holdsTheResponseUntilTheLatchOpens) {
+  Latch beforeHead;
+  Latch insideBody;
   server.enqueue(
-      Answer().body("hello").hold(Moment::beforeStatusLine, beforeHead).hold(Moment::insideBody, insideBody, 2));
+      MockResponse().body("hello").hold(Moment::beforeStatusLine, beforeHead).hold(Moment::insideBody, insideBody, 2));
   RawClient client(server);
   client.send(get("/"));
 
@@ -128,20 +128,20 @@ TEST_F(MomentTest, holdsTheAnswerUntilTheGateOpens) {
 }
 
 TEST_F(MomentTest, acceptsLateAndThenAnswers) {
-  Gate gate;
-  server.enqueue(Answer().body("hello").hold(Moment::onAccept, gate));
+  Latch latch;
+  server.enqueue(MockResponse().body("hello").hold(Moment::onAccept, latch));
   RawClient client(server);
   client.send(closingGet("/"));
   ASSERT_TRUE(server.waitForStall());
   EXPECT_EQ(server.headCount(), 0);
 
-  gate.open();
+  latch.open();
 
   EXPECT_THAT(client.receiveAll(), EndsWith("hello"));
 }
 
 TEST_F(MomentTest, waitsAtLeastAsLongAsItWasTold) {
-  server.enqueue(Answer()
+  server.enqueue(MockResponse()
                      .body("hello")
                      .delay(Moment::beforeStatusLine, milliseconds(20))
                      .delay(Moment::afterHead, milliseconds(20))
@@ -154,7 +154,7 @@ TEST_F(MomentTest, waitsAtLeastAsLongAsItWasTold) {
 }
 
 TEST_F(MomentTest, breaksOffADelayWhenTheClientLeaves) {
-  server.enqueue(Answer().delay(Moment::beforeStatusLine, hours(1)));
+  server.enqueue(MockResponse().delay(Moment::beforeStatusLine, hours(1)));
   {
     RawClient client(server);
     client.send(get("/"));
@@ -165,18 +165,18 @@ TEST_F(MomentTest, breaksOffADelayWhenTheClientLeaves) {
 }
 
 TEST_F(MomentTest, sendsInPiecesWhenThrottled) {
-  server.enqueue(Answer().body(generatedBytes(1000)).throttle(100, milliseconds(1)).closeConnection());
+  server.enqueue(MockResponse().body(generatedBytes(1000)).throttle(100, milliseconds(1)).closeConnection());
   const auto start = std::chrono::steady_clock::now();
 
-  const std::string answer = RawClient(server).exchange(get("/"));
+  const std::string response = RawClient(server).exchange(get("/"));
 
-  EXPECT_TRUE(answer.ends_with(generatedBytes(1000)));
+  EXPECT_TRUE(response.ends_with(generatedBytes(1000)));
   EXPECT_GE(std::chrono::steady_clock::now() - start, milliseconds(10));
 }
 
-TEST_F(MomentTest, sendsUnaskedBytesBehindTheAnswerOrWhenIdle) {
-  server.enqueue(Answer().body("hello").extraBytesAfter("extra"));
-  server.enqueue(Answer().body("hello").extraBytesAfter("later", milliseconds(1)).closeWhenIdle(milliseconds(2)));
+TEST_F(MomentTest, sendsUnaskedBytesAfterTheResponseOrWhenIdle) {
+  server.enqueue(MockResponse().body("hello").extraBytesAfter("extra"));
+  server.enqueue(MockResponse().body("hello").extraBytesAfter("later", milliseconds(1)).closeWhenIdle(milliseconds(2)));
   RawClient client(server);
 
   client.send(get("/"));
@@ -188,7 +188,7 @@ TEST_F(MomentTest, sendsUnaskedBytesBehindTheAnswerOrWhenIdle) {
 }
 
 TEST_F(MomentTest, actsOnIdleConnectionsAtTheTestsWord) {
-  for (int index = 0; index < 3; ++index) server.enqueue(Answer().body("hello"));
+  for (int index = 0; index < 3; ++index) server.enqueue(MockResponse().body("hello"));
   const auto idleClient = [&] {
     RawClient client(server);
     client.send(get("/"));

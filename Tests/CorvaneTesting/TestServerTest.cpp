@@ -16,16 +16,16 @@ using ::testing::StartsWith;
 
 using TestServerTest = ServerTest;
 
-TEST_F(TestServerTest, sendsTheEnqueuedAnswer) {
-  server.enqueue(Answer(200).header("X-A", "1").header("X-A", "2").body("hello"));
+TEST_F(TestServerTest, sendsTheEnqueuedResponse) {
+  server.enqueue(MockResponse(200).header("X-A", "1").header("X-A", "2").body("hello"));
 
-  const std::string answer = RawClient(server).exchange(closingGet("/users/7"));
+  const std::string response = RawClient(server).exchange(closingGet("/users/7"));
 
-  EXPECT_EQ(answer, "HTTP/1.1 200 OK\r\nX-A: 1\r\nX-A: 2\r\nContent-Length: 5\r\n\r\nhello");
+  EXPECT_EQ(response, "HTTP/1.1 200 OK\r\nX-A: 1\r\nX-A: 2\r\nContent-Length: 5\r\n\r\nhello");
 }
 
 TEST_F(TestServerTest, recordsTheRequestAsItArrived) {
-  server.enqueue(Answer());
+  server.enqueue(MockResponse());
 
   RawClient(server).exchange(
       "PUT /a%20b?x=1&y=a%26b HTTP/1.1\r\nHost: h\r\nx-A:  one \r\nX-a: two\r\nContent-Length: 3\r\nConnection: "
@@ -49,21 +49,21 @@ TEST_F(TestServerTest, recordsTheRequestAsItArrived) {
   EXPECT_THAT(request.head, StartsWith("PUT /a%20b?x=1&y=a%26b HTTP/1.1\r\nHost: h\r\nx-A:  one \r\n"));
 }
 
-TEST_F(TestServerTest, hasTakenTheAnswerOfARequestThatIsKnown) {
+TEST_F(TestServerTest, hasTakenTheResponseOfARequestThatIsKnown) {
   for (std::size_t round = 0; round < 200; ++round) {
-    server.enqueue(Answer());
+    server.enqueue(MockResponse());
     RawClient client(server);
     client.send(closingGet("/"));
 
     server.takeRequest();
 
-    ASSERT_EQ(server.remainingAnswers(), 0U) << "round " << round;
+    ASSERT_EQ(server.remainingResponses(), 0U) << "round " << round;
     client.receiveUntil("200 OK");
   }
 }
 
 TEST_F(TestServerTest, countsRequestsOnAKeptConnection) {
-  for (const char* body : {"one", "two"}) server.enqueue(Answer().body(body));
+  for (const char* body : {"one", "two"}) server.enqueue(MockResponse().body(body));
   RawClient client(server);
 
   client.send(get("/1"));
@@ -79,48 +79,48 @@ TEST_F(TestServerTest, countsRequestsOnAKeptConnection) {
 }
 
 TEST_F(TestServerTest, answersPipelinedRequestsInOrder) {
-  server.handleAll([](const ReceivedRequest& request) { return Answer().body(request.target + ";"); });
+  server.handleAll([](const ReceivedRequest& request) { return MockResponse().body(request.target + ";"); });
 
-  const std::string answers = RawClient(server).exchange(get("/1") + get("/2") + closingGet("/3"));
+  const std::string responses = RawClient(server).exchange(get("/1") + get("/2") + closingGet("/3"));
 
-  EXPECT_LT(answers.find("/1;"), answers.find("/2;"));
-  EXPECT_LT(answers.find("/2;"), answers.find("/3;"));
+  EXPECT_LT(responses.find("/1;"), responses.find("/2;"));
+  EXPECT_LT(responses.find("/2;"), responses.find("/3;"));
   EXPECT_EQ(server.requestCount(), 3);
 }
 
 TEST_F(TestServerTest, prefersTheRouteThenTheQueueThenTheCatchAll) {
-  server.handle("/files/*", [](const ReceivedRequest&) { return Answer().body("prefix"); });
-  server.handle("/files/a", [](const ReceivedRequest&) { return Answer().body("exact"); });
-  server.handleAll([](const ReceivedRequest&) { return Answer().body("any"); });
-  server.enqueue(Answer().body("queue"));
+  server.handle("/files/*", [](const ReceivedRequest&) { return MockResponse().body("prefix"); });
+  server.handle("/files/a", [](const ReceivedRequest&) { return MockResponse().body("exact"); });
+  server.handleAll([](const ReceivedRequest&) { return MockResponse().body("any"); });
+  server.enqueue(MockResponse().body("queue"));
 
   const auto bodyOf = [&](std::string_view target) {
-    const std::string answer = RawClient(server).exchange(closingGet(target));
-    return answer.substr(answer.find("\r\n\r\n") + 4);
+    const std::string response = RawClient(server).exchange(closingGet(target));
+    return response.substr(response.find("\r\n\r\n") + 4);
   };
 
   EXPECT_EQ(bodyOf("/files/a"), "exact");
   EXPECT_EQ(bodyOf("/files/b?c"), "prefix");
   EXPECT_EQ(bodyOf("/other"), "queue");
   EXPECT_EQ(bodyOf("/other"), "any");
-  EXPECT_EQ(server.remainingAnswers(), 0U);
+  EXPECT_EQ(server.remainingResponses(), 0U);
 }
 
 TEST_F(TestServerTest, saysWhichRequestWasNotScripted) {
-  const std::string answer = RawClient(server).exchange(closingGet("/forgotten?x"));
+  const std::string response = RawClient(server).exchange(closingGet("/forgotten?x"));
 
-  EXPECT_THAT(answer, StartsWith("HTTP/1.1 500 Internal Server Error\r\n"));
-  EXPECT_THAT(answer, HasSubstr("no answer was scripted for GET /forgotten?x (request 1 on connection 1)"));
+  EXPECT_THAT(response, StartsWith("HTTP/1.1 500 Internal Server Error\r\n"));
+  EXPECT_THAT(response, HasSubstr("no response was scripted for GET /forgotten?x (request 1 on connection 1)"));
   EXPECT_THAT(server.takeFailures(),
-              ElementsAre("no answer was scripted for GET /forgotten?x (request 1 on connection 1)"));
+              ElementsAre("no response was scripted for GET /forgotten?x (request 1 on connection 1)"));
 }
 
 TEST_F(TestServerTest, recordsAHandlerThatThrows) {
-  server.handle("/", [](const ReceivedRequest&) -> Answer { throw std::runtime_error("out of cheese"); });
+  server.handle("/", [](const ReceivedRequest&) -> MockResponse { throw std::runtime_error("out of cheese"); });
 
-  const std::string answer = RawClient(server).exchange(closingGet("/"));
+  const std::string response = RawClient(server).exchange(closingGet("/"));
 
-  EXPECT_THAT(answer, HasSubstr("the handler of GET / threw: out of cheese"));
+  EXPECT_THAT(response, HasSubstr("the handler of GET / threw: out of cheese"));
   EXPECT_EQ(server.takeFailures().size(), 1U);
 }
 
@@ -150,21 +150,21 @@ TEST_F(TestServerTest, recordsMalformedRequests) {
 }
 
 TEST_F(TestServerTest, sendsNoBodyWhereNoneIsAllowed) {
-  server.enqueue(Answer(204).body("never"));
-  server.enqueue(Answer(304).body("never"));
-  server.enqueue(Answer(200).body("never"));
+  server.enqueue(MockResponse(204).body("never"));
+  server.enqueue(MockResponse(304).body("never"));
+  server.enqueue(MockResponse(200).body("never"));
   RawClient client(server);
 
-  const std::string answers = client.exchange(get("/") + get("/") + "HEAD / HTTP/1.1\r\nConnection: close\r\n\r\n");
+  const std::string responses = client.exchange(get("/") + get("/") + "HEAD / HTTP/1.1\r\nConnection: close\r\n\r\n");
 
-  EXPECT_EQ(answers,
+  EXPECT_EQ(responses,
             "HTTP/1.1 204 No Content\r\n\r\n"
             "HTTP/1.1 304 Not Modified\r\n\r\n"
             "HTTP/1.1 200 OK\r\nContent-Length: 5\r\n\r\n");
 }
 
 TEST_F(TestServerTest, readsChunkedBodiesWithExtensionsAndTrailers) {
-  server.enqueue(Answer());
+  server.enqueue(MockResponse());
 
   RawClient(server).exchange(
       "POST / HTTP/1.1\r\nTransfer-Encoding: chunked\r\nConnection: close\r\n\r\n"
@@ -178,7 +178,7 @@ TEST_F(TestServerTest, readsChunkedBodiesWithExtensionsAndTrailers) {
 
 TEST_F(TestServerTest, discardsBodiesWhenAsked) {
   server.discardBodies();
-  server.enqueue(Answer());
+  server.enqueue(MockResponse());
   const std::string body = generatedBytes(3'000'000);
 
   RawClient(server).exchange("POST / HTTP/1.1\r\nContent-Length: 3000000\r\nConnection: close\r\n\r\n" + body);
@@ -190,44 +190,44 @@ TEST_F(TestServerTest, discardsBodiesWhenAsked) {
 }
 
 TEST_F(TestServerTest, saysContinueToThoseWhoExpectIt) {
-  server.enqueue(Answer().body("done"));
+  server.enqueue(MockResponse().body("done"));
   RawClient client(server);
 
   client.send("POST / HTTP/1.1\r\nContent-Length: 2\r\nExpect: 100-continue\r\nConnection: close\r\n\r\n");
   const std::string interim = client.receiveUntil("\r\n\r\n");
-  const std::string answer = client.exchange("ab");
+  const std::string response = client.exchange("ab");
 
   EXPECT_EQ(interim, "HTTP/1.1 100 Continue\r\n\r\n");
-  EXPECT_THAT(answer, EndsWith("done"));
+  EXPECT_THAT(response, EndsWith("done"));
   EXPECT_EQ(server.takeRequest().body, "ab");
 }
 
 TEST_F(TestServerTest, ignoresTheExpectationWhenAsked) {
   server.ignoreExpectContinue();
-  server.enqueue(Answer().body("done"));
+  server.enqueue(MockResponse().body("done"));
   RawClient client(server);
 
   client.send("POST / HTTP/1.1\r\nContent-Length: 2\r\nExpect: 100-continue\r\nConnection: close\r\n\r\n");
   const bool headArrived = server.waitUntil([&] { return server.headCount() == 1; });
-  const std::string answer = client.exchange("ab");
+  const std::string response = client.exchange("ab");
 
   EXPECT_TRUE(headArrived);
-  EXPECT_THAT(answer, StartsWith("HTTP/1.1 200 OK"));
+  EXPECT_THAT(response, StartsWith("HTTP/1.1 200 OK"));
 }
 
 TEST_F(TestServerTest, refusesABodyBeforeItIsSent) {
-  server.enqueue(Answer(417).beforeRequestBody());
+  server.enqueue(MockResponse(417).beforeRequestBody());
 
-  const std::string answer =
+  const std::string response =
       RawClient(server).exchange("POST / HTTP/1.1\r\nContent-Length: 2\r\nExpect: 100-continue\r\n\r\n");
 
-  EXPECT_EQ(answer, "HTTP/1.1 417 Expectation Failed\r\nContent-Length: 0\r\n\r\n");
+  EXPECT_EQ(response, "HTTP/1.1 417 Expectation Failed\r\nContent-Length: 0\r\n\r\n");
   EXPECT_EQ(server.takeRequest().bodySize, 0U);
 }
 
 TEST_F(TestServerTest, readsTheRestOfABodyItAnsweredEarly) {
-  server.enqueue(Answer(413).beforeRequestBody());
-  server.enqueue(Answer().body("next"));
+  server.enqueue(MockResponse(413).beforeRequestBody());
+  server.enqueue(MockResponse().body("next"));
   RawClient client(server);
 
   client.send("POST / HTTP/1.1\r\nContent-Length: 5\r\n\r\n12");
@@ -245,7 +245,7 @@ TEST_F(TestServerTest, takesNoRequestThatNeverCame) {
 TEST_F(TestServerTest, servesSixteenClientsAtOnce) {
   constexpr int clients = 16;
   constexpr int requestsEach = 100;
-  server.handleAll([](const ReceivedRequest& request) { return Answer().body(request.target); });
+  server.handleAll([](const ReceivedRequest& request) { return MockResponse().body(request.target); });
   std::atomic<int> right = 0;
 
   std::vector<std::thread> threads;
@@ -253,8 +253,8 @@ TEST_F(TestServerTest, servesSixteenClientsAtOnce) {
     threads.emplace_back([&, number] {
       for (int index = 0; index < requestsEach; ++index) {
         const std::string target = "/" + std::to_string(number) + "/" + std::to_string(index);
-        const std::string answer = RawClient(server).exchange(closingGet(target));
-        if (answer.ends_with("\r\n\r\n" + target)) ++right;
+        const std::string response = RawClient(server).exchange(closingGet(target));
+        if (response.ends_with("\r\n\r\n" + target)) ++right;
       }
     });
   }
@@ -267,11 +267,11 @@ TEST_F(TestServerTest, servesSixteenClientsAtOnce) {
 
 TEST(TestServerLifeTest, endsAtOnceWithHundredsOfConnectionsInEveryState) {
   auto server = std::make_unique<TestServer>();
-  server->handle("/stall", [](const ReceivedRequest&) { return Answer().stall(Moment::beforeStatusLine); });
+  server->handle("/stall", [](const ReceivedRequest&) { return MockResponse().stall(Moment::beforeStatusLine); });
   server->handle("/slow", [](const ReceivedRequest&) {
-    return Answer().delay(Moment::afterHead, std::chrono::hours(1)).body("never");
+    return MockResponse().delay(Moment::afterHead, std::chrono::hours(1)).body("never");
   });
-  server->handle("/big", [](const ReceivedRequest&) { return Answer().generatedBody(std::uint64_t(1) << 40); });
+  server->handle("/big", [](const ReceivedRequest&) { return MockResponse().generatedBody(std::uint64_t(1) << 40); });
   std::vector<RawClient> clients;
   for (int index = 0; index < 400; ++index) clients.emplace_back(*server);
   ASSERT_TRUE(server->waitForConnections(400));
@@ -288,7 +288,7 @@ TEST(TestServerLifeTest, listensOnSeveralAddressesWithOnePort) {
   ServerOptions options;
   options.addresses = {"::1", "127.0.0.1", "127.0.0.2"};
   TestServer server(options);
-  server.handleAll([](const ReceivedRequest& request) { return Answer().body(request.localAddress); });
+  server.handleAll([](const ReceivedRequest& request) { return MockResponse().body(request.localAddress); });
 
   for (const std::string& address : options.addresses) {
     EXPECT_THAT(RawClient(server, address).exchange(closingGet("/")), EndsWith("\r\n\r\n" + address));
@@ -313,7 +313,7 @@ TEST(TestServerLifeTest, reportsFailuresThatNobodyTook) {
 
 TEST(TestServerLifeTest, refusesConnectionsOnceItStoppedListening) {
   TestServer server;
-  server.enqueue(Answer().body("still here"));
+  server.enqueue(MockResponse().body("still here"));
   RawClient open(server);
   ASSERT_TRUE(server.waitForConnections(1));
 

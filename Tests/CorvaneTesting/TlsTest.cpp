@@ -20,13 +20,13 @@ class TlsTest : public ::testing::Test {
 
 TEST_F(TlsTest, servesOverTlsWithACertificateOfItsOwn) {
   TestServer server(Tls(root.issue(CertificateRequest::localhost())));
-  server.enqueue(Answer().body("secret"));
+  server.enqueue(MockResponse().body("secret"));
 
   TlsClient client(server, {.trustedPem = root.certificate().pem(), .name = "localhost"});
-  const std::string answer = client.exchange(closingGet("/"));
+  const std::string response = client.exchange(closingGet("/"));
 
   EXPECT_EQ(client.verifyError(), "");
-  EXPECT_THAT(answer, EndsWith("secret"));
+  EXPECT_THAT(response, EndsWith("secret"));
   EXPECT_TRUE(client.sawGoodbye());
   const ReceivedRequest request = server.takeRequest();
   EXPECT_EQ(request.sni, "localhost");
@@ -36,7 +36,7 @@ TEST_F(TlsTest, servesOverTlsWithACertificateOfItsOwn) {
 
 TEST_F(TlsTest, speaksOnlyTheVersionsItWasGiven) {
   TestServer server(Tls(root.issue(CertificateRequest::localhost())).versions(TlsVersion::v1_2, TlsVersion::v1_2));
-  server.enqueue(Answer());
+  server.enqueue(MockResponse());
 
   TlsClient(server, {.trustedPem = root.certificate().pem()}).exchange(closingGet("/"));
 
@@ -45,23 +45,23 @@ TEST_F(TlsTest, speaksOnlyTheVersionsItWasGiven) {
 
 TEST_F(TlsTest, leavesOutTheClosingAlertWhenAsked) {
   TestServer server(Tls(root.issue(CertificateRequest::localhost())).withoutGoodbye());
-  server.enqueue(Answer().body("cut").untilClose());
+  server.enqueue(MockResponse().body("cut").untilClose());
 
   TlsClient client(server, {.trustedPem = root.certificate().pem()});
-  const std::string answer = client.exchange(get("/"));
+  const std::string response = client.exchange(get("/"));
 
-  EXPECT_THAT(answer, EndsWith("cut"));
+  EXPECT_THAT(response, EndsWith("cut"));
   EXPECT_FALSE(client.sawGoodbye());
 }
 
 TEST_F(TlsTest, dropsWithoutTheClosingAlert) {
   TestServer server(Tls(root.issue(CertificateRequest::localhost())));
-  server.enqueue(Answer().body("complete").dropConnection(Moment::afterAnswer));
+  server.enqueue(MockResponse().body("complete").dropConnection(Moment::afterResponse));
 
   TlsClient client(server, {.trustedPem = root.certificate().pem()});
-  const std::string answer = client.exchange(get("/"));
+  const std::string response = client.exchange(get("/"));
 
-  EXPECT_THAT(answer, EndsWith("complete"));
+  EXPECT_THAT(response, EndsWith("complete"));
   EXPECT_FALSE(client.sawGoodbye());
 }
 
@@ -80,8 +80,8 @@ TEST_F(TlsTest, recordsTheAlertOfAClientThatDoesNotTrustIt) {
 
 TEST_F(TlsTest, dropsBeforeOrAfterTheHandshake) {
   TestServer server(Tls(root.issue(CertificateRequest::localhost())));
-  server.enqueue(Answer().dropConnection(Moment::onAccept));
-  server.enqueue(Answer().dropConnection(Moment::afterHandshake));
+  server.enqueue(MockResponse().dropConnection(Moment::onAccept));
+  server.enqueue(MockResponse().dropConnection(Moment::afterHandshake));
 
   TlsClient before(server, {.trustedPem = root.certificate().pem()});
   TlsClient after(server, {.trustedPem = root.certificate().pem()});
@@ -94,7 +94,7 @@ TEST_F(TlsTest, dropsBeforeOrAfterTheHandshake) {
 
 TEST_F(TlsTest, sendsOnAndClosesIdleConnections) {
   TestServer server(Tls(root.issue(CertificateRequest::localhost())));
-  server.enqueue(Answer().contentLength(0));
+  server.enqueue(MockResponse().contentLength(0));
   TlsClient client(server, {.trustedPem = root.certificate().pem()});
   client.send(get("/"));
   client.receiveUntil("\r\n\r\n");
@@ -111,12 +111,12 @@ TEST_F(TlsTest, sendsOnAndClosesIdleConnections) {
 TEST_F(TlsTest, carriesLargeBodies) {
   constexpr std::size_t size = 5'000'000;
   TestServer server(Tls(root.issue(CertificateRequest::localhost())));
-  server.enqueue(Answer().generatedBody(size));
+  server.enqueue(MockResponse().generatedBody(size));
 
   TlsClient client(server, {.trustedPem = root.certificate().pem()});
-  const std::string answer = client.exchange(closingGet("/"));
+  const std::string response = client.exchange(closingGet("/"));
 
-  EXPECT_TRUE(answer.ends_with(generatedBytes(size)));
+  EXPECT_TRUE(response.ends_with(generatedBytes(size)));
 }
 
 struct MatrixRow {

@@ -17,21 +17,21 @@ class TrustedAuthorityTest : public ::testing::Test {
     Corvane::resetSessions();
   }
 
-  std::string answer() { return DataGetRequest(server.url("/", "localhost")).send().get().body.text(); }
+  std::string response() { return DataGetRequest(server.url("/", "localhost")).send().get().body.text(); }
 
   const CertificateAuthority authority;
   TestServer server{Tls(authority.issue(CertificateRequest::localhost()))};
 };
 
 TEST_F(TrustedAuthorityTest, isTrustedWhileItLives) {
-  server.enqueue(Answer().body("secret"));
+  server.enqueue(MockResponse().body("secret"));
   {
     const TrustedAuthority trusted(authority);
-    EXPECT_EQ(answer(), "secret");
+    EXPECT_EQ(response(), "secret");
   }
   Corvane::resetSessions();
 
-  EXPECT_THROW(answer(), platform::Error);
+  EXPECT_THROW(response(), platform::Error);
   EXPECT_EQ(server.requestCount(), 1);
   server.takeFailures();
 }

@@ -13,7 +13,7 @@ import multipart
 import servers
 
 
-# What it refuses is told in the answer.
+# What it refuses is told in the response.
 logging.getLogger("multipart").addHandler(logging.NullHandler())
 
 
@@ -85,11 +85,11 @@ class FormServer:
                 report = {"parts": FormServer.PARSERS[self.path](self.headers["Content-Type"], body)}
             except multipart.multipart.MultipartParseError as refusal:
                 report = {"refusal": str(refusal)}
-            answer = json.dumps(report).encode()
+            response = json.dumps(report).encode()
             self.send_response(200)
-            self.send_header("Content-Length", str(len(answer)))
+            self.send_header("Content-Length", str(len(response)))
             self.end_headers()
-            self.wfile.write(answer)
+            self.wfile.write(response)
 
         def log_message(self, *_):
             pass

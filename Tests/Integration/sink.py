@@ -29,9 +29,9 @@ class Sink:
                 return
             with connection:
                 if not self.stopped.is_set():
-                    self.answer(connection)
+                    self.respond(connection)
 
-    def answer(self, connection):
+    def respond(self, connection):
         head = b""
         while b"\r\n\r\n" not in head:
             more = connection.recv(PIECE)

@@ -22,8 +22,8 @@ class BundledServerTest(unittest.TestCase):
         process, base = self.start(subprocess.DEVNULL)
 
         for _ in range(50):
-            with urllib.request.urlopen(base + "/users/7", timeout=PATIENCE) as answer:
-                self.assertEqual(answer.status, 200)
+            with urllib.request.urlopen(base + "/users/7", timeout=PATIENCE) as response:
+                self.assertEqual(response.status, 200)
         self.assertIsNone(process.poll())
 
         process.terminate()

@@ -42,7 +42,7 @@ class Usage(ToolTest):
         self.refuses("not a number from", "--parallel", "-1", url)
         self.refuses("has one body", "--data", "a", "--body-file", "b", url)
         self.refuses("has one body", "--data", "a", "--json", "{}", url)
-        self.refuses("at byte 9 (behind '{\"id\": 7 ')", "--json", '{"id": 7 "x": 1}', url)
+        self.refuses("at byte 9 (after '{\"id\": 7 ')", "--json", '{"id": 7 "x": 1}', url)
         self.refuses("--header needs a value", url, "--header")
         self.refuses("may be given only once", "--data", "a", "--data", "b", url)
         self.refuses("cannot carry a body", "HEAD", "--data", "a", url)

@@ -52,13 +52,13 @@ class Parser:
     def setUp(self):
         self.driver = self.drive()
 
-    def answer(self, *sections):
+    def response(self, *sections):
         outcome = self.driver.do("form", self.url(), sections=sections)
         self.assertEqual((outcome.status, outcome.error), (200, ""), str(outcome))
         return json.loads(outcome.body)
 
     def read(self, *sections):
-        parts = self.answer(*sections)["parts"]
+        parts = self.response(*sections)["parts"]
         return [{**part, "content": base64.b64decode(part["content"])} for part in parts]
 
     def is_read_between_others(self, section, *expected):
@@ -102,11 +102,11 @@ class Werkzeug(Parser, TransferTest):
         return f"http://127.0.0.1:{httpbin.port}/post"
 
     def read(self, *sections):
-        answer = self.answer(*sections)
-        self.assertEqual(answer["files"], {})
-        # Its answer is sorted by name.
-        return [is_read(name, answer["form"][name].encode())
-                for name in sorted(answer["form"], key=lambda name: (name != "before", name == "after"))]
+        response = self.response(*sections)
+        self.assertEqual(response["files"], {})
+        # Its response is sorted by name.
+        return [is_read(name, response["form"][name].encode())
+                for name in sorted(response["form"], key=lambda name: (name != "before", name == "after"))]
 
     def test_a_file_makes_it_lose_the_whole_form(self):
         for content in (b"", b"text", b"\r\ncontent", EVERY_BYTE):
@@ -143,10 +143,10 @@ class Multipart(ExactParser, TransferTest):
     def test_a_file_makes_it_refuse_the_form(self):
         for content in (b"", b"text", b"\r\ncontent", EVERY_BYTE):
             self.assertIn("non-alphanumeric character 59 in header",
-                          self.answer(BEFORE, file("name", "a.txt", content), AFTER)["refusal"])
+                          self.response(BEFORE, file("name", "a.txt", content), AFTER)["refusal"])
 
     def test_a_form_without_sections_is_refused(self):
-        self.assertIn("Did not find CR at end of boundary", self.answer()["refusal"])
+        self.assertIn("Did not find CR at end of boundary", self.response()["refusal"])
 
 
 class PHP(ExactParser, TransferTest):
@@ -156,7 +156,7 @@ class PHP(ExactParser, TransferTest):
     def test_a_file_that_begins_with_an_empty_line_is_read_without_that(self):
         for content in (b"", b"content", BOUNDARY_LIKE, EVERY_BYTE):
             with self.subTest(content):
-                # It tells of files behind fields.
+                # It tells of files after fields.
                 self.assertEqual(self.read(BEFORE, file("näme", "ä 名.bin", b"\r\n" + content), AFTER),
                                  [BEFORE_READ, AFTER_READ,
                                   is_read("näme", content, "ä 名.bin", "application/octet-stream")])

@@ -10,7 +10,7 @@ from tool import PATIENCE, PROGRAM, ToolTest
 
 class LostServers(ToolTest):
     def lose(self, make, url, how):
-        """Sends requests, eight at a time; ends the server after the first answer."""
+        """Sends requests, eight at a time; ends the server after the first response."""
         folder = servers.Folder()
         self.addCleanup(folder.remove)
         folder.make_certificate()

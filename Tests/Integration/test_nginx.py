@@ -42,7 +42,7 @@ class Both:
         output = self.succeed(self.base() + "/large", *self.options()).output
         self.assertEqual(hashlib.sha256(output).hexdigest(), LARGE)
 
-    def test_a_compressed_answer(self):
+    def test_a_compressed_response(self):
         report = self.report(self.base() + "/words.txt", *self.options())
         self.assertEqual(report["headers"]["content-encoding"], ["gzip"])
         self.assertEqual(report["bodyBytes"], 39 * 2000)
@@ -69,7 +69,7 @@ class Both:
         report = self.report(self.base() + "/missing", *self.options())
         self.assertEqual((report["status"], report["statusName"]), (404, "notFound"))
 
-    def test_a_connection_closed_without_an_answer(self):
+    def test_a_connection_closed_without_a_response(self):
         report = self.report(self.base() + "/cut", *self.options())
         self.assertIsNone(report["status"])
         self.assertEqual(report["error"]["case"], "networkConnectionLost")
@@ -190,7 +190,7 @@ class HTTP2(Both, ToolTest):
         lines = run(secure + "/connection", "--parallel", "12", *trust).output.decode()
         self.assertEqual(len(lines.split()), 13)
 
-    def test_cancelled_answers_do_not_spoil_the_connection_for_others(self):
+    def test_cancelled_responses_do_not_spoil_the_connection_for_others(self):
         reports = run(secure + "/either", "--repeat", "60", "--cancel-after", "0.05", "--report", "json", *trust).reports()
         statuses = [report["status"] for report in reports if report["error"] is None]
         self.assertEqual(len(reports), 60)

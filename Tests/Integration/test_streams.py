@@ -67,7 +67,7 @@ class StandardStreams(ToolTest):
         output = self.succeed(base + "/large", "--repeat", "3").output
         self.assertEqual(hashlib.sha256(output).digest(), hashlib.sha256(servers.pattern(servers.LARGE) * 3).digest())
 
-    def test_the_body_of_an_unacceptable_answer_is_written_too(self):
+    def test_the_body_of_an_unacceptable_response_is_written_too(self):
         outcome = self.fail_with(1, base + "/missing")
         self.assertIn(b"404 Not Found", outcome.output)
         self.assertEqual(outcome.problems, "corvane: HTTPStatus: notFound:404 is unacceptable\n")
@@ -80,7 +80,7 @@ class StandardStreams(ToolTest):
 
 
 class Files(ToolTest):
-    def test_each_of_several_answers_gets_a_file_of_its_own(self):
+    def test_each_of_several_responses_gets_a_file_of_its_own(self):
         with tempfile.TemporaryDirectory() as place:
             path = os.path.join(place, "body")
             reports = run(base + "/words.txt", "--parallel", "4", "--output", path, "--report", "json").reports()

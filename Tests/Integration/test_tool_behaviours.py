@@ -37,7 +37,7 @@ class Retries(BehaviourTest):
         self.assertEqual((outcome.status, outcome.output), (0, b"done\n"), str(outcome))
         self.assertEqual(outcome.problems, f"corvane: attempt 1 failed: {UNAVAILABLE}corvane: attempt 2 failed: {UNAVAILABLE}")
 
-    def test_an_answer_at_the_limit_is_a_success(self):
+    def test_a_response_at_the_limit_is_a_success(self):
         outcome = run(f"{self.base}/flaky/2", "--retry", AT_ONCE + "2")
         self.assertEqual((outcome.status, outcome.output), (0, b"done\n"), str(outcome))
 

@@ -18,7 +18,7 @@ PIECES = 30
 
 class Handler(http.server.BaseHTTPRequestHandler):
     protocol_version = "HTTP/1.1"
-    # Set by a test that lets an answer go on.
+    # Set by a test that lets a response go on.
     gate = threading.Event()
 
     def log_message(self, *arguments):
@@ -47,12 +47,12 @@ class Handler(http.server.BaseHTTPRequestHandler):
 
     def do_POST(self):
         body = self.rfile.read(int(self.headers["Content-Length"]))
-        answer = json.dumps({"method": self.command, "target": self.path, "type": self.headers["Content-Type"],
+        response = json.dumps({"method": self.command, "target": self.path, "type": self.headers["Content-Type"],
                              "body": body.decode("latin-1")}).encode()
         self.send_response(200)
-        self.send_header("Content-Length", str(len(answer)))
+        self.send_header("Content-Length", str(len(response)))
         self.end_headers()
-        self.wfile.write(answer)
+        self.wfile.write(response)
 
     do_PUT = do_POST
 

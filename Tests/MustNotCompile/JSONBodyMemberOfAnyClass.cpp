@@ -1,4 +1,4 @@
-// expect: This member of this model cannot be encoded as JSON: give its type a JSONCoding with `encode`
+// expect: This member of this model cannot be encoded as JSON: give its type a JSONCodec with `encode`
 // names: app::NewUser, "avatar", app::Picture
 #include "Corvane/Corvane.hpp"
 

@@ -1,4 +1,4 @@
-// expect: A type that JSON is decoded into has a default constructor, or a `placeholder\(\)` in its JSONCoding
+// expect: A type that JSON is decoded into has a default constructor, or a `placeholder\(\)` in its JSONCodec
 // names: Money
 #include "Corvane/Corvane.hpp"
 
@@ -13,7 +13,7 @@ class Money {
 };
 
 template <>
-struct platform::JSONCoding<Money> {
+struct platform::JSONCodec<Money> {
   static Money decode(JSONReader& reader) { return Money(reader.decode<double>()); }
 #ifdef CORVANE_CORRECT
   static Money placeholder() { return Money(0); }

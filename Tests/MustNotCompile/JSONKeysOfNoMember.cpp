@@ -1,4 +1,4 @@
-// expect: `keys` of a JSONCoding names a member that the model does not have
+// expect: `keys` of a JSONCodec names a member that the model does not have
 // names: app::Profile
 #include "Corvane/Corvane.hpp"
 
@@ -11,7 +11,7 @@ struct Profile {
 }  // namespace app
 
 template <>
-struct platform::JSONCoding<app::Profile> {
+struct platform::JSONCodec<app::Profile> {
 #ifdef CORVANE_CORRECT
   static constexpr JSONKey keys[] = {{"name", "full_name"}};
 #else

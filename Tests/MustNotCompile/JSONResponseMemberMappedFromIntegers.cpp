@@ -1,4 +1,4 @@
-// expect: JSON cannot be decoded into this member of this model: give its type a JSONCoding with `decode`
+// expect: JSON cannot be decoded into this member of this model: give its type a JSONCodec with `decode`
 // names: app::Profile, "years", std::map<int
 #include <map>
 

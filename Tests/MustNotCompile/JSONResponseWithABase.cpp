@@ -1,4 +1,4 @@
-// expect: A JSON model has no base class, or a JSONCoding of its own
+// expect: A JSON model has no base class, or a JSONCodec of its own
 // names: app::Profile
 #include "Corvane/Corvane.hpp"
 

@@ -1,4 +1,4 @@
-// expect: A JSON model has at most 64 members, or a JSONCoding of its own
+// expect: A JSON model has at most 64 members, or a JSONCodec of its own
 // names: app::Profile
 #include "Corvane/Corvane.hpp"
 

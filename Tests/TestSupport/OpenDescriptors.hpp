@@ -15,7 +15,7 @@ std::vector<int> descriptorsWithoutPeer();
 /// What the kernel says of each epoll watch under the number of a descriptor that is closed, or another one by now.
 std::vector<std::string> staleWatches();
 
-/// A second descriptor of what stands behind the first, as another process may have.
+/// A second descriptor of what stands after the first, as another process may have.
 class DescriptorCopy {
  public:
   explicit DescriptorCopy(int number);

@@ -41,7 +41,7 @@ std::string argument(const ReceivedRequest& request, std::string_view prefix) {
   return request.path().substr(prefix.size());
 }
 
-Answer badArgument(const std::string& what) { return Answer(400).text(what + "\n"); }
+MockResponse badArgument(const std::string& what) { return MockResponse(400).text(what + "\n"); }
 
 bool canStandInAHeader(const std::string& text) {
   return std::none_of(text.begin(), text.end(),
@@ -50,46 +50,50 @@ bool canStandInAHeader(const std::string& text) {
 
 /// A route with a whole number at its end.
 TestServer::Handler withNumber(std::string prefix, std::uint64_t most,
-                               Answer (*answer)(const ReceivedRequest&, std::uint64_t)) {
-  return [prefix = std::move(prefix), most, answer](const ReceivedRequest& request) {
+                               MockResponse (*response)(const ReceivedRequest&, std::uint64_t)) {
+  return [prefix = std::move(prefix), most, response](const ReceivedRequest& request) {
     const auto value = detail::number(argument(request, prefix));
-    if (value && *value <= most) return answer(request, *value);
+    if (value && *value <= most) return response(request, *value);
     return badArgument(prefix + " takes a number from 0 to " + std::to_string(most));
   };
 }
 
-Answer describe(const ReceivedRequest& request) { return Answer().json(requestJson(request) + "}\n"); }
+MockResponse describe(const ReceivedRequest& request) { return MockResponse().json(requestJson(request) + "}\n"); }
 
-Answer describeHeaders(const ReceivedRequest& request) {
-  return Answer().json("{\"headers\": " + headersJson(request) + "}\n");
+MockResponse describeHeaders(const ReceivedRequest& request) {
+  return MockResponse().json("{\"headers\": " + headersJson(request) + "}\n");
 }
 
-Answer echo(const ReceivedRequest& request) {
-  return Answer().contentType(request.header("Content-Type").value_or("application/octet-stream")).body(request.body);
+MockResponse echo(const ReceivedRequest& request) {
+  return MockResponse()
+      .contentType(request.header("Content-Type").value_or("application/octet-stream"))
+      .body(request.body);
 }
 
 /// The echo of the content once its coding is undone, and how long it is then.
-Answer post(const ReceivedRequest& request) {
+MockResponse post(const ReceivedRequest& request) {
   const std::string coding = request.header("Content-Encoding").value_or("identity");
-  if (coding != "identity" && coding != "gzip") return Answer(415).text("unknown content coding " + coding + "\n");
+  if (coding != "identity" && coding != "gzip")
+    return MockResponse(415).text("unknown content coding " + coding + "\n");
   try {
     const std::string content = coding == "gzip" ? gunzipped(request.body) : request.body;
-    return Answer()
+    return MockResponse()
         .contentType(request.header("Content-Type").value_or("application/octet-stream"))
         .header("X-Received-Length", std::to_string(request.bodySize))
         .header("X-Decoded-Length", std::to_string(content.size()))
         .body(content);
   } catch (const std::runtime_error& error) {
-    return Answer(400).text(std::string(error.what()) + "\n");
+    return MockResponse(400).text(std::string(error.what()) + "\n");
   }
 }
 
-Answer status(const ReceivedRequest&, std::uint64_t code) {
+MockResponse status(const ReceivedRequest&, std::uint64_t code) {
   if (code < 200) return badArgument("/status/ takes a final status, from 200 to 999");
-  return Answer(static_cast<int>(code)).text(std::to_string(code) + " " + reasonPhrase(static_cast<int>(code)) + "\n");
+  return MockResponse(static_cast<int>(code))
+      .text(std::to_string(code) + " " + reasonPhrase(static_cast<int>(code)) + "\n");
 }
 
-Answer delayed(const ReceivedRequest& request) {
+MockResponse delayed(const ReceivedRequest& request) {
   const std::string text = argument(request, "/delay/");
   double seconds = -1;
   const auto result = platform::detail::from_chars(text.data(), text.data() + text.size(), seconds);
@@ -100,30 +104,30 @@ Answer delayed(const ReceivedRequest& request) {
                                  std::chrono::milliseconds(static_cast<long>(seconds * 1000)));
 }
 
-Answer gzipEncoded(const ReceivedRequest& request) {
-  return Answer().contentType("application/json").gzipBody(requestJson(request) + ", \"gzipped\": true}\n");
+MockResponse gzipEncoded(const ReceivedRequest& request) {
+  return MockResponse().contentType("application/json").gzipBody(requestJson(request) + ", \"gzipped\": true}\n");
 }
 
-Answer bytes(const ReceivedRequest&, std::uint64_t count) {
-  return Answer().contentType("application/octet-stream").generatedBody(count);
+MockResponse bytes(const ReceivedRequest&, std::uint64_t count) {
+  return MockResponse().contentType("application/octet-stream").generatedBody(count);
 }
 
 /// A file to save under the name in the path, whatever name that is.
-Answer file(const ReceivedRequest& request) {
+MockResponse file(const ReceivedRequest& request) {
   const std::string name = detail::percentDecoded(argument(request, "/files/"));
   const auto size = detail::number(request.queryValue("size").value_or("1000000"));
   if (!canStandInAHeader(name)) return badArgument("/files/ takes no control characters");
   if (!size || *size > mostBytes) return badArgument("?size= takes a number from 0 to " + std::to_string(mostBytes));
   std::string quoted;
   for (const char c : name) quoted += c == '"' || c == '\\' ? std::string("\\") + c : std::string(1, c);
-  return Answer()
+  return MockResponse()
       .contentType("application/octet-stream")
       .header("Content-Disposition", "attachment; filename=\"" + quoted + "\"")
       .generatedBody(*size);
 }
 
 /// What the sections of a form are.
-Answer form(const ReceivedRequest& request) {
+MockResponse form(const ReceivedRequest& request) {
   try {
     std::string json;
     for (const ReceivedSection& section : formSections(request)) {
@@ -133,18 +137,18 @@ Answer form(const ReceivedRequest& request) {
       if (section.contentType) json += ", \"type\": " + jsonString(*section.contentType);
       json += ", \"content\": " + jsonString(section.content) + "}";
     }
-    return Answer().json("{\"sections\": [" + json + "]}\n");
+    return MockResponse().json("{\"sections\": [" + json + "]}\n");
   } catch (const std::runtime_error& error) {
-    return Answer(400).text(std::string(error.what()) + "\n");
+    return MockResponse(400).text(std::string(error.what()) + "\n");
   }
 }
 
-Answer stream(const ReceivedRequest& request, std::uint64_t count) {
+MockResponse stream(const ReceivedRequest& request, std::uint64_t count) {
   std::vector<Chunk> chunks;
   for (std::uint64_t index = 0; index < count; ++index) {
     chunks.emplace_back(requestJson(request) + ", \"line\": " + std::to_string(index) + "}\n");
   }
-  return Answer().contentType("application/x-ndjson").chunked(std::move(chunks));
+  return MockResponse().contentType("application/x-ndjson").chunked(std::move(chunks));
 }
 
 /// Fails so many requests for each path in a row, then answers one; from the start again after that.
@@ -155,45 +159,45 @@ TestServer::Handler flaky() {
   };
   return [failures = std::make_shared<Failures>()](const ReceivedRequest& request) {
     const auto most = detail::number(argument(request, "/flaky/"));
-    if (!most) return badArgument("/flaky/ takes the number of failures before an answer");
+    if (!most) return badArgument("/flaky/ takes the number of failures before a response");
     const std::lock_guard lock(failures->mutex);
     std::uint64_t& count = failures->byPath[request.path()];
-    if (count++ < *most) return Answer(503).text("not yet\n");
+    if (count++ < *most) return MockResponse(503).text("not yet\n");
     failures->byPath.erase(request.path());
-    return Answer().text("done\n");
+    return MockResponse().text("done\n");
   };
 }
 
-Answer drop(const ReceivedRequest&) { return Answer().dropConnection(Moment::beforeStatusLine); }
+MockResponse drop(const ReceivedRequest&) { return MockResponse().dropConnection(Moment::beforeStatusLine); }
 
-Answer redirect(const ReceivedRequest&, std::uint64_t count) {
+MockResponse redirect(const ReceivedRequest&, std::uint64_t count) {
   const std::string target = count <= 1 ? "/get" : "/redirect/" + std::to_string(count - 1);
-  return Answer(302).header("Location", target);
+  return MockResponse(302).header("Location", target);
 }
 
-Answer redirectTo(const ReceivedRequest& request) {
+MockResponse redirectTo(const ReceivedRequest& request) {
   const auto url = request.queryValue("url");
   if (!url || !canStandInAHeader(*url)) return badArgument("/redirect-to takes ?url=, without control characters");
   const auto code = detail::number(request.queryValue("status").value_or("302"));
   if (!code || *code < 300 || *code > 399) return badArgument("/redirect-to takes a status from 300 to 399");
-  return Answer(static_cast<int>(*code)).header("Location", *url);
+  return MockResponse(static_cast<int>(*code)).header("Location", *url);
 }
 
-Answer setCookies(const ReceivedRequest& request) {
-  Answer answer(302);
-  answer.header("Location", "/cookies");
+MockResponse setCookies(const ReceivedRequest& request) {
+  MockResponse response(302);
+  response.header("Location", "/cookies");
   const std::string items = request.query().value_or("");
   for (std::string_view rest = items; !rest.empty();) {
     const std::string_view item = rest.substr(0, rest.find('&'));
     rest.remove_prefix(std::min(item.size() + 1, rest.size()));
     const std::string cookie = detail::percentDecoded(item);
     if (!canStandInAHeader(cookie)) return badArgument("/cookies/set takes no control characters");
-    answer.header("Set-Cookie", cookie + "; Path=/");
+    response.header("Set-Cookie", cookie + "; Path=/");
   }
-  return answer;
+  return response;
 }
 
-Answer cookies(const ReceivedRequest& request) {
+MockResponse cookies(const ReceivedRequest& request) {
   std::string json;
   for (const std::string& value : request.headerValues("Cookie")) {
     for (std::string_view rest = value; !rest.empty();) {
@@ -204,20 +208,21 @@ Answer cookies(const ReceivedRequest& request) {
               jsonString(pair.substr(std::min(equals + 1, pair.size())));
     }
   }
-  return Answer().json("{\"cookies\": {" + json + "}}\n");
+  return MockResponse().json("{\"cookies\": {" + json + "}}\n");
 }
 
-Answer user(const ReceivedRequest&, std::uint64_t id) {
-  if (id == 0) return Answer(404).json("{\"problem\": \"nobody has the id 0\"}\n");
-  return Answer().json("{\"id\": " + std::to_string(id) + ", \"login\": \"ada\", \"name\": \"Ada Lovelace\"}\n");
+MockResponse user(const ReceivedRequest&, std::uint64_t id) {
+  if (id == 0) return MockResponse(404).json("{\"problem\": \"nobody has the id 0\"}\n");
+  return MockResponse().json("{\"id\": " + std::to_string(id) + ", \"login\": \"ada\", \"name\": \"Ada Lovelace\"}\n");
 }
 
 /// The object that was sent, with an id in front.
-Answer created(const ReceivedRequest& request) {
+MockResponse created(const ReceivedRequest& request) {
   const std::string_view object = detail::trimmed(request.body);
-  if (!object.starts_with('{')) return Answer(422).json("{\"problem\": \"the body is no JSON object\"}\n");
+  if (!object.starts_with('{')) return MockResponse(422).json("{\"problem\": \"the body is no JSON object\"}\n");
   const std::string_view members = detail::trimmed(object.substr(1));
-  return Answer(201).json(R"({"id": 7)" + std::string(members.starts_with('}') ? "" : ", ") + std::string(members));
+  return MockResponse(201).json(R"({"id": 7)" + std::string(members.starts_with('}') ? "" : ", ") +
+                                std::string(members));
 }
 
 }  // namespace

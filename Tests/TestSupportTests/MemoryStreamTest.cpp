@@ -13,7 +13,7 @@ using platform::networking::IOResult;
 using platform::networking::IOStatus;
 using platform::networking::StreamOwner;
 
-struct CountingOwner : StreamOwner {
+struct CountingOwner final : StreamOwner {
   void streamReadable() override { ++readable; }
   void streamWritable() override { ++writable; }
   int readable = 0;

@@ -20,7 +20,7 @@ class StandardRoutesTest : public ServerTest {
     return RawClient(server).exchange("POST " + target + " HTTP/1.1\r\nConnection: close\r\nContent-Length: " +
                                       std::to_string(body.size()) + "\r\n" + headers + "\r\n" + body);
   }
-  static std::string bodyOf(const std::string& answer) { return answer.substr(answer.find("\r\n\r\n") + 4); }
+  static std::string bodyOf(const std::string& response) { return response.substr(response.find("\r\n\r\n") + 4); }
 };
 
 TEST_F(StandardRoutesTest, describeTheRequest) {
@@ -32,20 +32,20 @@ TEST_F(StandardRoutesTest, describeTheRequest) {
 }
 
 TEST_F(StandardRoutesTest, echoTheBodyWithItsType) {
-  const std::string answer = send("/echo", "Content-Type: text/x\r\n", "hello");
+  const std::string response = send("/echo", "Content-Type: text/x\r\n", "hello");
 
-  EXPECT_THAT(answer, HasSubstr("\r\nContent-Type: text/x\r\n"));
-  EXPECT_EQ(bodyOf(answer), "hello");
+  EXPECT_THAT(response, HasSubstr("\r\nContent-Type: text/x\r\n"));
+  EXPECT_EQ(bodyOf(response), "hello");
 }
 
 TEST_F(StandardRoutesTest, decodeAPostedBody) {
   const std::string encoded = gzipped("hello, hello, hello, hello, hello");
 
-  const std::string answer = send("/post", "Content-Encoding: gzip\r\n", encoded);
+  const std::string response = send("/post", "Content-Encoding: gzip\r\n", encoded);
 
-  EXPECT_THAT(answer, HasSubstr("\r\nX-Received-Length: " + std::to_string(encoded.size()) + "\r\n"));
-  EXPECT_THAT(answer, HasSubstr("\r\nX-Decoded-Length: 33\r\n"));
-  EXPECT_EQ(bodyOf(answer), "hello, hello, hello, hello, hello");
+  EXPECT_THAT(response, HasSubstr("\r\nX-Received-Length: " + std::to_string(encoded.size()) + "\r\n"));
+  EXPECT_THAT(response, HasSubstr("\r\nX-Decoded-Length: 33\r\n"));
+  EXPECT_EQ(bodyOf(response), "hello, hello, hello, hello, hello");
   EXPECT_THAT(send("/post", "Content-Encoding: gzip\r\n", "plain"), StartsWith("HTTP/1.1 400"));
   EXPECT_THAT(send("/post", "Content-Encoding: br\r\n", "plain"), StartsWith("HTTP/1.1 415"));
 }
@@ -57,10 +57,10 @@ TEST_F(StandardRoutesTest, knowUsers) {
 }
 
 TEST_F(StandardRoutesTest, answerANewObjectWithAnId) {
-  const std::string answer = send("/users", "", " { \"login\":\"ada\"}\n");
+  const std::string response = send("/users", "", " { \"login\":\"ada\"}\n");
 
-  EXPECT_THAT(answer, StartsWith("HTTP/1.1 201 Created\r\n"));
-  EXPECT_EQ(bodyOf(answer), "{\"id\": 7, \"login\":\"ada\"}\n");
+  EXPECT_THAT(response, StartsWith("HTTP/1.1 201 Created\r\n"));
+  EXPECT_EQ(bodyOf(response), "{\"id\": 7, \"login\":\"ada\"}\n");
   EXPECT_EQ(bodyOf(send("/orders", "", "{ }")), R"({"id": 7})");
   EXPECT_THAT(send("/orders", "", "[]"), StartsWith("HTTP/1.1 422"));
 }
@@ -94,10 +94,10 @@ TEST_F(StandardRoutesTest, sendBytesChunksAndGzip) {
 }
 
 TEST_F(StandardRoutesTest, suggestAnyFileName) {
-  const std::string answer = fetch("/files/..%2F%22a%22%5C.pdf?size=3");
+  const std::string response = fetch("/files/..%2F%22a%22%5C.pdf?size=3");
 
-  EXPECT_THAT(answer, HasSubstr("\r\nContent-Disposition: attachment; filename=\"../\\\"a\\\"\\\\.pdf\"\r\n"));
-  EXPECT_EQ(bodyOf(answer), generatedBytes(3));
+  EXPECT_THAT(response, HasSubstr("\r\nContent-Disposition: attachment; filename=\"../\\\"a\\\"\\\\.pdf\"\r\n"));
+  EXPECT_EQ(bodyOf(response), generatedBytes(3));
   EXPECT_EQ(bodyOf(fetch("/files/a")).size(), 1'000'000U);
   EXPECT_THAT(fetch("/files/a%0D%0Ab"), StartsWith("HTTP/1.1 400"));
   EXPECT_THAT(fetch("/files/a?size=many"), StartsWith("HTTP/1.1 400"));
@@ -106,13 +106,13 @@ TEST_F(StandardRoutesTest, suggestAnyFileName) {
 TEST_F(StandardRoutesTest, readForms) {
   const std::string type = "Content-Type: multipart/form-data; boundary=B\r\n";
 
-  const std::string answer = send("/form", type,
-                                  "--B\r\nContent-Disposition: form-data; name=\"a\"\r\n\r\n\r\nx\r\n"
-                                  "--B\r\nContent-Disposition: form-data; name=\"b\"\r\n\r\nContent-Type: t\r\ny\r\n"
-                                  "--B\r\nContent-Disposition: form-data; name=\"c\"\r\n; filename=\"f\"\r\n"
-                                  "Content-Type: u\r\nz\r\n--B--\r\n");
+  const std::string response = send("/form", type,
+                                    "--B\r\nContent-Disposition: form-data; name=\"a\"\r\n\r\n\r\nx\r\n"
+                                    "--B\r\nContent-Disposition: form-data; name=\"b\"\r\n\r\nContent-Type: t\r\ny\r\n"
+                                    "--B\r\nContent-Disposition: form-data; name=\"c\"\r\n; filename=\"f\"\r\n"
+                                    "Content-Type: u\r\nz\r\n--B--\r\n");
 
-  EXPECT_EQ(bodyOf(answer),
+  EXPECT_EQ(bodyOf(response),
             R"({"sections": [{"name": "a", "content": "\u000d\u000ax"}, {"name": "b", "type": "t", "content": "y"}, )"
             R"({"name": "c", "fileName": "f", "type": "u", "content": "z"}]})"
             "\n");

@@ -12,9 +12,9 @@
 
 namespace {
 
-using corvane::testing::Answer;
-using corvane::testing::Gate;
 using corvane::testing::installStandardRoutes;
+using corvane::testing::Latch;
+using corvane::testing::MockResponse;
 using corvane::testing::Moment;
 using corvane::testing::ServerTest;
 using ::testing::ElementsAre;
@@ -36,9 +36,9 @@ class BatchedExchangesTest : public ServerTest {
 };
 
 TEST_F(BatchedExchangesTest, sendsSeveralURLsOneAfterTheOther) {
-  server.enqueue(Answer(200));
-  server.enqueue(Answer(404));
-  server.enqueue(Answer(201));
+  server.enqueue(MockResponse(200));
+  server.enqueue(MockResponse(404));
+  server.enqueue(MockResponse(201));
 
   const auto all = exchanges({.url = server.url("/a"), .furtherURLs = {server.url("/b"), server.url("/c")}});
 
@@ -46,7 +46,7 @@ TEST_F(BatchedExchangesTest, sendsSeveralURLsOneAfterTheOther) {
 }
 
 TEST_F(BatchedExchangesTest, repeatsTheList) {
-  server.handleAll([](const auto&) { return Answer(200); });
+  server.handleAll([](const auto&) { return MockResponse(200); });
 
   const auto all = exchanges({.url = server.url("/a"), .furtherURLs = {server.url("/b")}, .repeat = 2});
 
@@ -54,12 +54,12 @@ TEST_F(BatchedExchangesTest, repeatsTheList) {
 }
 
 TEST_F(BatchedExchangesTest, hasAtMostSoManyUnderWay) {
-  const Gate gate;
-  server.handleAll([&](const auto&) { return Answer(200).body("content").hold(Moment::insideBody, gate); });
+  const Latch latch;
+  server.handleAll([&](const auto&) { return MockResponse(200).body("content").hold(Moment::insideBody, latch); });
   corvane::DispatchQueue::global().async([&] {
     EXPECT_TRUE(server.waitUntil([&] { return server.stalledConnections() == 2; }));
     EXPECT_EQ(server.headCount(), 2);
-    gate.open();
+    latch.open();
   });
 
   const auto all = exchanges(
@@ -69,7 +69,7 @@ TEST_F(BatchedExchangesTest, hasAtMostSoManyUnderWay) {
 }
 
 TEST_F(BatchedExchangesTest, sendsASingleURLAsOftenAsThereAreInParallel) {
-  server.handleAll([](const auto&) { return Answer(200); });
+  server.handleAll([](const auto&) { return MockResponse(200); });
 
   const auto all = exchanges({.url = server.url("/a"), .repeat = 2, .parallel = 3});
 

@@ -50,7 +50,7 @@ TEST(CommandLineTest, takesTheMethodBeforeTheURL) {
   EXPECT_EQ(line->url, "http://host/");
 }
 
-TEST(CommandLineTest, takesOptionsBeforeBetweenAndBehindTheWords) {
+TEST(CommandLineTest, takesOptionsBeforeBetweenAndAfterTheWords) {
   const auto line = parsed({"--header", "A: 1", "PUT", "--query", "b=2", "http://host/", "--header", "C: 3", "--gzip"});
 
   EXPECT_EQ(line->method, "PUT");
@@ -60,7 +60,7 @@ TEST(CommandLineTest, takesOptionsBeforeBetweenAndBehindTheWords) {
   EXPECT_TRUE(line->gzip);
 }
 
-TEST(CommandLineTest, takesAValueBehindAnEqualsSign) { EXPECT_EQ(parsed({"--data=a=b", "http://host/"})->data, "a=b"); }
+TEST(CommandLineTest, takesAValueAfterAnEqualsSign) { EXPECT_EQ(parsed({"--data=a=b", "http://host/"})->data, "a=b"); }
 
 TEST(CommandLineTest, takesEmptyValuesAndValuesThatLookLikeOptions) {
   EXPECT_EQ(parsed({"--data", "", "http://host/"})->data, "");
@@ -170,12 +170,12 @@ TEST(CommandLineTest, doesNotTakeTheURLForTheDirectoryOfADownload) {
   EXPECT_EQ(line->url, "https://host/");
 }
 
-TEST(CommandLineTest, takesAtMostOnePlaceForTheAnswer) {
+TEST(CommandLineTest, takesAtMostOnePlaceForTheResponse) {
   EXPECT_EQ(problem({"http://host/", "--download", "--output", "a"}),
-            "an answer goes to one place: give one of --download and --output");
+            "a response goes to one place: give one of --download and --output");
 }
 
-TEST(CommandLineTest, downloadsTheAnswerToABodyInMemoryOnly) {
+TEST(CommandLineTest, downloadsTheResponseToABodyInMemoryOnly) {
   const std::string both = "--download cannot be joined with --upload and --form: give --output, or another body";
 
   EXPECT_EQ(problem({"http://host/", "--download", "--upload", "a"}), both);

@@ -13,8 +13,8 @@
 namespace {
 
 using corvane::HTTPResponseError;
-using corvane::testing::Answer;
-using corvane::testing::Gate;
+using corvane::testing::Latch;
+using corvane::testing::MockResponse;
 using corvane::testing::Moment;
 using corvane::testing::ReceivedRequest;
 using corvane::testing::ServerTest;
@@ -43,21 +43,21 @@ class ExchangeRunTest : public ServerTest {
 
 TEST_F(ExchangeRunTest, uploadsAFile) {
   const TemporaryDirectory folder;
-  server.enqueue(Answer(200).body("thanks"));
+  server.enqueue(MockResponse(200).body("thanks"));
 
-  const ToolResponse answer =
+  const ToolResponse toolResponse =
       response({.method = "PUT", .url = server.url("/u"), .upload = folder.write("a.csv", "a,b")});
 
   const ReceivedRequest received = server.takeRequest();
   EXPECT_EQ(received.method, "PUT");
   EXPECT_EQ(received.body, "a,b");
   EXPECT_EQ(received.header("Content-Type"), "text/csv");
-  EXPECT_EQ(answer.data->view(), "thanks");
+  EXPECT_EQ(toolResponse.data->view(), "thanks");
 }
 
 TEST_F(ExchangeRunTest, sendsAForm) {
   const TemporaryDirectory folder;
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse(200));
 
   response({.url = server.url("/f"),
             .formSections = {"title=Ada", "photo=@" + folder.write("ada.png", "pixels") + ";type=image/x-own"}});
@@ -71,59 +71,60 @@ TEST_F(ExchangeRunTest, sendsAForm) {
 }
 
 TEST_F(ExchangeRunTest, downloadsIntoAFile) {
-  server.enqueue(Answer(200).header("Content-Disposition", "attachment; filename=\"report.pdf\"").body("content"));
+  server.enqueue(
+      MockResponse(200).header("Content-Disposition", "attachment; filename=\"report.pdf\"").body("content"));
 
-  const ToolResponse answer = response({.url = server.url("/r"), .download = "."});
+  const ToolResponse toolResponse = response({.url = server.url("/r"), .download = "."});
 
-  ASSERT_TRUE(answer.file);
-  EXPECT_EQ(answer.file->lastPathComponent(), "report.pdf");
-  EXPECT_EQ(answer.bodyBytes, 7U);
-  EXPECT_FALSE(answer.data);
+  ASSERT_TRUE(toolResponse.file);
+  EXPECT_EQ(toolResponse.file->lastPathComponent(), "report.pdf");
+  EXPECT_EQ(toolResponse.bodyBytes, 7U);
+  EXPECT_FALSE(toolResponse.data);
 }
 
-TEST_F(ExchangeRunTest, downloadsTheAnswerToABody) {
-  server.enqueue(Answer(200).body("content"));
+TEST_F(ExchangeRunTest, downloadsTheResponseToABody) {
+  server.enqueue(MockResponse(200).body("content"));
 
-  const ToolResponse answer = response({.url = server.url("/r"), .data = "query", .download = "."});
+  const ToolResponse toolResponse = response({.url = server.url("/r"), .data = "query", .download = "."});
 
-  EXPECT_TRUE(answer.file);
+  EXPECT_TRUE(toolResponse.file);
   const ReceivedRequest received = server.takeRequest();
   EXPECT_EQ(received.method, "POST");
   EXPECT_EQ(received.body, "query");
 }
 
-TEST_F(ExchangeRunTest, leavesNoFileOfAnUnacceptableAnswer) {
-  server.enqueue(Answer(404).body("nothing here"));
+TEST_F(ExchangeRunTest, leavesNoFileOfAnUnacceptableResponse) {
+  server.enqueue(MockResponse(404).body("nothing here"));
 
-  const ToolResponse answer = response({.url = server.url("/r"), .download = "."});
+  const ToolResponse toolResponse = response({.url = server.url("/r"), .download = "."});
 
-  EXPECT_FALSE(answer.file);
-  EXPECT_EQ(statusCode(answer), 404);
+  EXPECT_FALSE(toolResponse.file);
+  EXPECT_EQ(statusCode(toolResponse), 404);
   EXPECT_TRUE(std::filesystem::is_empty(arrivals.path()));
 }
 
-TEST_F(ExchangeRunTest, downloadsAnAnswerWhoseStatusWasAskedFor) {
-  server.enqueue(Answer(404).body("nothing here"));
+TEST_F(ExchangeRunTest, downloadsAResponseWhoseStatusWasAskedFor) {
+  server.enqueue(MockResponse(404).body("nothing here"));
 
-  const ToolResponse answer = response({.url = server.url("/r"), .acceptedStatuses = {404}, .download = "."});
+  const ToolResponse toolResponse = response({.url = server.url("/r"), .acceptedStatuses = {404}, .download = "."});
 
-  ASSERT_TRUE(answer.file);
-  EXPECT_FALSE(answer.result.error());
+  ASSERT_TRUE(toolResponse.file);
+  EXPECT_FALSE(toolResponse.result.error());
 }
 
 TEST_F(ExchangeRunTest, hasNoFileWhereThereIsNoContent) {
-  server.enqueue(Answer(204));
+  server.enqueue(MockResponse(204));
 
-  const ToolResponse answer = response({.url = server.url("/r"), .download = "."});
+  const ToolResponse toolResponse = response({.url = server.url("/r"), .download = "."});
 
-  EXPECT_FALSE(answer.file);
-  EXPECT_FALSE(answer.result.error());
+  EXPECT_FALSE(toolResponse.file);
+  EXPECT_FALSE(toolResponse.result.error());
   EXPECT_TRUE(std::filesystem::is_empty(arrivals.path()));
 }
 
 TEST_F(ExchangeRunTest, cancelsWhatIsUnderWayWhenItIsStopped) {
-  const Gate gate;
-  server.handleAll([&](const auto&) { return Answer(200).body("content").hold(Moment::insideBody, gate); });
+  const Latch latch;
+  server.handleAll([&](const auto&) { return MockResponse(200).body("content").hold(Moment::insideBody, latch); });
   const ToolOptions options = ToolOptions::from({.url = server.url("/r"), .download = ".", .repeat = 3, .parallel = 2});
   int reports = 0;
   ExchangeRun run(options, nullptr, {[&](const FinishedExchange&) { ++reports; }});

@@ -12,9 +12,9 @@
 
 namespace {
 
-using corvane::testing::Answer;
-using corvane::testing::Gate;
 using corvane::testing::installStandardRoutes;
+using corvane::testing::Latch;
+using corvane::testing::MockResponse;
 using corvane::testing::Moment;
 using corvane::testing::ServerTest;
 using ::testing::ElementsAre;
@@ -29,9 +29,9 @@ class PollRunTest : public ServerTest {
 };
 
 TEST_F(PollRunTest, endsAfterSoManyResponses) {
-  server.enqueue(Answer(200).body("first"));
-  server.enqueue(Answer(404).body("second"));
-  server.enqueue(Answer(200).body("third"));
+  server.enqueue(MockResponse(200).body("first"));
+  server.enqueue(MockResponse(404).body("second"));
+  server.enqueue(MockResponse(200).body("third"));
 
   const auto all = exchanges({.url = server.url("/p"), .poll = 0.02, .count = 3});
 
@@ -41,7 +41,7 @@ TEST_F(PollRunTest, endsAfterSoManyResponses) {
 }
 
 TEST_F(PollRunTest, sendsWhatTheOptionsSay) {
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse(200));
 
   exchanges(
       {.method = "PUT", .url = server.url("/p"), .headers = {"X-Own: 1"}, .data = "body", .poll = 0.02, .count = 1});
@@ -53,7 +53,7 @@ TEST_F(PollRunTest, sendsWhatTheOptionsSay) {
 }
 
 TEST_F(PollRunTest, canBeRunAgain) {
-  server.handleAll([](const auto&) { return Answer(200); });
+  server.handleAll([](const auto&) { return MockResponse(200); });
 
   EXPECT_EQ(exchanges({.url = server.url("/p"), .poll = 0.02, .count = 2}).size(), 2U);
   EXPECT_EQ(exchanges({.url = server.url("/p"), .poll = 0.02, .count = 1}).size(), 1U);
@@ -61,12 +61,12 @@ TEST_F(PollRunTest, canBeRunAgain) {
   EXPECT_EQ(server.requestCount(), 3);
 }
 
-TEST_F(PollRunTest, sendsNoMoreThanItWasAskedForWhenAnswersAreSlow) {
-  const Gate gate;
-  server.handleAll([&](const auto&) { return Answer(200).body("content").hold(Moment::insideBody, gate); });
+TEST_F(PollRunTest, sendsNoMoreThanItWasAskedForWhenResponsesAreSlow) {
+  const Latch latch;
+  server.handleAll([&](const auto&) { return MockResponse(200).body("content").hold(Moment::insideBody, latch); });
   corvane::DispatchQueue::global().async([&] {
     EXPECT_TRUE(server.waitUntil([&] { return server.stalledConnections() == 2; }));
-    gate.open();
+    latch.open();
   });
 
   const auto all = exchanges({.url = server.url("/p"), .poll = 0.02, .count = 2});
@@ -90,8 +90,8 @@ TEST_F(PollRunTest, attemptsEachPollAgain) {
 }
 
 TEST_F(PollRunTest, cancelsWhatIsUnderWayWhenItIsStopped) {
-  const Gate gate;
-  server.handleAll([&](const auto&) { return Answer(200).body("content").hold(Moment::insideBody, gate); });
+  const Latch latch;
+  server.handleAll([&](const auto&) { return MockResponse(200).body("content").hold(Moment::insideBody, latch); });
   int reports = 0;
   PollRun run(ToolOptions::from({.url = server.url("/p"), .poll = 0.02}),
               {[&](const FinishedExchange&) { ++reports; }});

@@ -12,7 +12,7 @@
 namespace {
 
 using corvane::HTTPResponseError;
-using corvane::testing::Answer;
+using corvane::testing::MockResponse;
 using corvane::testing::Moment;
 using corvane::testing::ServerTest;
 using ::testing::ElementsAre;
@@ -34,10 +34,10 @@ class RetriedExchangeTest : public ServerTest {
   std::vector<std::string> told;
 };
 
-TEST_F(RetriedExchangeTest, attemptsAgainUntilAnAnswerWillDo) {
-  server.enqueue(Answer().dropConnection(Moment::beforeStatusLine));
-  server.enqueue(Answer(503));
-  server.enqueue(Answer(200).body("done"));
+TEST_F(RetriedExchangeTest, attemptsAgainUntilAResponseWillDo) {
+  server.enqueue(MockResponse().dropConnection(Moment::beforeStatusLine));
+  server.enqueue(MockResponse(503));
+  server.enqueue(MockResponse(200).body("done"));
 
   const FinishedExchange all = exchange({.url = server.url("/r"), .retry = "interval=0.01,limit=5,delta=0"});
 
@@ -52,7 +52,7 @@ TEST_F(RetriedExchangeTest, attemptsAgainUntilAnAnswerWillDo) {
 }
 
 TEST_F(RetriedExchangeTest, hasTheLastResponseOfThoseThatAllFail) {
-  server.handleAll([](const auto&) { return Answer(404).body("nothing here"); });
+  server.handleAll([](const auto&) { return MockResponse(404).body("nothing here"); });
 
   const FinishedExchange all = exchange({.url = server.url("/r"), .retry = "interval=0.01,limit=1,delta=0"});
 
@@ -62,9 +62,9 @@ TEST_F(RetriedExchangeTest, hasTheLastResponseOfThoseThatAllFail) {
   EXPECT_EQ(all.failures.size(), 2U);
 }
 
-TEST_F(RetriedExchangeTest, takesAnAnswerAtTheLimitForASuccess) {
-  server.enqueue(Answer(503));
-  server.enqueue(Answer(200));
+TEST_F(RetriedExchangeTest, takesAResponseAtTheLimitForASuccess) {
+  server.enqueue(MockResponse(503));
+  server.enqueue(MockResponse(200));
 
   const FinishedExchange all = exchange({.url = server.url("/r"), .retry = "interval=0.01,limit=1,delta=0"});
 
@@ -73,8 +73,8 @@ TEST_F(RetriedExchangeTest, takesAnAnswerAtTheLimitForASuccess) {
 }
 
 TEST_F(RetriedExchangeTest, leavesFailuresThatStayWhenAskedTo) {
-  server.enqueue(Answer(503));
-  server.enqueue(Answer(404));
+  server.enqueue(MockResponse(503));
+  server.enqueue(MockResponse(404));
 
   const FinishedExchange all = exchange({.url = server.url("/r"), .retry = "interval=0.01,limit=5,delta=0,transient"});
 
@@ -84,8 +84,8 @@ TEST_F(RetriedExchangeTest, leavesFailuresThatStayWhenAskedTo) {
 }
 
 TEST_F(RetriedExchangeTest, sendsTheBodyWithEachAttempt) {
-  server.enqueue(Answer(503));
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse(503));
+  server.enqueue(MockResponse(200));
 
   exchange({.url = server.url("/r"), .data = "body", .retry = "interval=0.01,limit=1,delta=0"});
 
@@ -94,8 +94,8 @@ TEST_F(RetriedExchangeTest, sendsTheBodyWithEachAttempt) {
 }
 
 TEST_F(RetriedExchangeTest, countsTheAttemptsOfATransfer) {
-  server.enqueue(Answer(503));
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse(503));
+  server.enqueue(MockResponse(200));
 
   const FinishedExchange all =
       exchange({.url = server.url("/r"), .formSections = {"a=b"}, .retry = "interval=0.01,limit=1,delta=0"});
@@ -105,7 +105,7 @@ TEST_F(RetriedExchangeTest, countsTheAttemptsOfATransfer) {
 }
 
 TEST_F(RetriedExchangeTest, endsAWaitWhenItIsCancelled) {
-  server.enqueue(Answer(503));
+  server.enqueue(MockResponse(503));
 
   const FinishedExchange all =
       exchange({.url = server.url("/r"), .cancelAfter = 0.2, .retry = "interval=1000,limit=1"});
@@ -118,7 +118,7 @@ TEST_F(RetriedExchangeTest, endsAWaitWhenItIsCancelled) {
 }
 
 TEST_F(RetriedExchangeTest, endsAWaitWhenTheRunIsStopped) {
-  server.enqueue(Answer(503));
+  server.enqueue(MockResponse(503));
   const ToolOptions options = ToolOptions::from({.url = server.url("/r"), .retry = "interval=1000,limit=1"});
   int reports = 0;
   ExchangeRun* current = nullptr;

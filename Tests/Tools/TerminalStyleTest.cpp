@@ -88,7 +88,7 @@ TEST_F(TerminalStyleTest, tellsKeysStringsAndLiteralsOfJSONApart) {
                                          style.key("\"c\"") + ": {}\n}\n");
 }
 
-TEST_F(TerminalStyleTest, neverLosesWhatIsNoSoundJSON) {
+TEST_F(TerminalStyleTest, neverLosesWhatIsNotValidJSON) {
   for (const std::string text : {"", "\"", "\"\\", "\"a\\\"", "nul", "{{", "\"a\" \"b\""}) {
     const TerminalStyle style(terminal);
 

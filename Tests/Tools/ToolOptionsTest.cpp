@@ -53,7 +53,7 @@ TEST(ToolOptionsTest, takesURLsOfTheWebOnly) {
   EXPECT_EQ(problem({.url = "http://host:port/"}).find("'http://host:port/' is no URL: "), 0U);
 }
 
-TEST(ToolOptionsTest, putsQueryItemsBehindTheURLsOwnQuery) {
+TEST(ToolOptionsTest, putsQueryItemsAfterTheURLsOwnQuery) {
   EXPECT_EQ(urlOf("http://host/p?a=%31", {}), "http://host/p?a=%31");
   EXPECT_EQ(urlOf("http://host/p?a=%31", {"b=2"}), "http://host/p?a=%31&b=2");
   EXPECT_EQ(urlOf("http://host/p", {"b=2", "c"}), "http://host/p?b=2&c");
@@ -150,19 +150,19 @@ TEST(ToolOptionsTest, asksForAnythingUnlessJSONIsSent) {
 
 TEST(ToolOptionsTest, saysWhereATextStopsBeingJSON) {
   EXPECT_EQ(problemOfJSON("{\"id\": 7 \"x\": 1}"),
-            "--json: the text is not JSON: expected a comma or a closing brace at byte 9 (behind '{\"id\": 7 ')");
+            "--json: the text is not JSON: expected a comma or a closing brace at byte 9 (after '{\"id\": 7 ')");
   EXPECT_EQ(problemOfJSON(""),
             "--json: the text is not JSON: expected a value at byte 0, where the text ends (at the start)");
   EXPECT_EQ(problemOfJSON("[1] x"),
-            "--json: the text is not JSON: expected the end of the document at byte 4 (behind '[1] ')");
-  EXPECT_EQ(problemOfJSON("[\"\xff\"]"), "--json: the text is not UTF-8 (behind '[')");
+            "--json: the text is not JSON: expected the end of the document at byte 4 (after '[1] ')");
+  EXPECT_EQ(problemOfJSON("[\"\xff\"]"), "--json: the text is not UTF-8 (after '[')");
 }
 
 TEST(ToolOptionsTest, showsTheEndOfALongTextThatStopsBeingJSON) {
   const std::string problem =
       problemOfJSON("[\"" + std::string(100, 'a') + "\u4f60\u4f60\u4f60\u4f60\u4f60\u4f60\u4f60\",\n}");
 
-  EXPECT_NE(problem.find("(behind '...\u4f60\u4f60\u4f60\u4f60\u4f60\u4f60\u4f60\", ')"), problem.npos) << problem;
+  EXPECT_NE(problem.find("(after '...\u4f60\u4f60\u4f60\u4f60\u4f60\u4f60\u4f60\", ')"), problem.npos) << problem;
 }
 
 TEST(ToolOptionsTest, refusesOptionsOfABodyThatIsNotThere) {
@@ -252,7 +252,7 @@ TEST(ToolOptionsTest, downloadsIntoADirectoryThatIsThere) {
   EXPECT_EQ(problem({.url = "http://host/", .download = file}),
             "cannot save files in \"" + file + "\": Not a directory");
   EXPECT_EQ(problem({.method = "HEAD", .url = "http://host/", .download = folder.path()}),
-            "the answer to a HEAD request has no body to download");
+            "the response to a HEAD request has no body to download");
 }
 
 TEST(ToolOptionsTest, refusesABodyInAHead) {

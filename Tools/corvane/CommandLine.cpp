@@ -63,7 +63,7 @@ class HelpFormatter : public CLI::Formatter {
   std::string make_positionals(const CLI::App*) const override { return ""; }
   std::string make_group(std::string name, bool isPositional, std::vector<const CLI::Option*> options) const override {
     return CLI::Formatter::make_group(name, isPositional, options)
-        .substr(1);  // one blank line between groups is enough
+        .substr(1);  // one empty line between groups is enough
   }
   // What else CLI11 would say of an option, its ranges and exclusions, an error says when it matters.
   std::string make_option_opts(const CLI::Option* option) const override {
@@ -113,7 +113,7 @@ class Parser {
     app_.add_option("words", words_);
     describeRequest();
     describeSending();
-    describeAnswer();
+    describeResponse();
     app_.set_help_flag("--help,-h", "Prints this")->group("Help");
     app_.set_version_flag("--version", "corvane " CORVANE_TOOL_VERSION, "Prints the version")->group("Help");
   }
@@ -163,7 +163,7 @@ class Parser {
     group_ = "Request";
     many("--header", line_.headers, "'NAME: VALUE'", "Adds a header field; repeatable, equal names are joined");
     many("--query", line_.queryItems, "NAME=VALUE", "Adds an item to the URL's query; repeatable");
-    one("--json", line_.json, "TEXT", "The body, which must be JSON; asks for JSON as the answer, too");
+    one("--json", line_.json, "TEXT", "The body, which must be JSON; asks for JSON as the response, too");
     one("--data", line_.data, "TEXT", "The body");
     one("--body-file", line_.bodyFile, "FILE", "The file that holds the body");
     one("--upload", line_.upload, "FILE", "The body, read while it is sent, with the type of its extension");
@@ -194,8 +194,8 @@ class Parser {
     flag("--wait-for-connectivity", line_.waitForConnectivity, "Waits for the network instead of failing");
   }
 
-  void describeAnswer() {
-    group_ = "Answer";
+  void describeResponse() {
+    group_ = "Response";
     many("--accept-status", line_.acceptedStatuses, "NUMBER", "Counts as success, as 200 to 206 do; repeatable")
         ->check(problemOfNumber<100, 999>);
     one("--download", line_.download, "[DIR]", "Saves the body in DIR or here, named as the server suggests");

@@ -26,31 +26,31 @@ void ExchangeRun::sendNext() {
   if (isStopped_ || waiting_ == 0) return;
   --waiting_;
   const URL& url = options_.urls[static_cast<std::size_t>(sent_) % options_.urls.size()];
-  withNewRequest(options_, journal(++sent_, url), [&](const auto& request) { send(request); });
+  withNewRequest(options_, recorder(++sent_, url), [&](const auto& request) { send(request); });
 }
 
-std::shared_ptr<ExchangeJournal> ExchangeRun::journal(int number, const URL& url) {
-  auto journal = std::make_shared<ExchangeJournal>(ExchangeJournal{.number = number, .url = url});
-  if (bar_) journal->progress = [this, number](const HTTPProgress& progress) { bar_->show(number, progress); };
-  journal->attemptFailed = [this, url](const FailedAttempt& attempt) {
+std::shared_ptr<ExchangeRecorder> ExchangeRun::recorder(int number, const URL& url) {
+  auto recorder = std::make_shared<ExchangeRecorder>(ExchangeRecorder{.number = number, .url = url});
+  if (bar_) recorder->progress = [this, number](const HTTPProgress& progress) { bar_->show(number, progress); };
+  recorder->attemptFailed = [this, url](const FailedAttempt& attempt) {
     if (isStopped_ || !listener_.attemptFailed) return;
     if (bar_) bar_->clear();
     listener_.attemptFailed(url, attempt);
   };
-  return journal;
+  return recorder;
 }
 
 template <class Request>
 void ExchangeRun::send(const Request& request) {
-  const auto journal = request.journal();
-  underWay_[journal->number] = [request] { request.cancel(); };
+  const auto recorder = request.recorder();
+  underWay_[recorder->number] = [request] { request.cancel(); };
   if (options_.retry) {
-    request.sendAttemptingRetry([this, journal](HTTPRetryResult<typename Request::Response> result) {
-      finish(journal->finished(*result.lastResponse()));
+    request.sendAttemptingRetry([this, recorder](HTTPRetryResult<typename Request::Response> result) {
+      finish(recorder->finished(*result.lastResponse()));
     });
   } else {
     request.send(DispatchQueue::main(),
-                 [this, journal](ToolResponse response) { finish(journal->finished(std::move(response))); });
+                 [this, recorder](ToolResponse response) { finish(recorder->finished(std::move(response))); });
   }
   if (!options_.cancelsAfterSeconds) return;
   DispatchQueue::global().asyncAfter(*options_.cancelsAfterSeconds, [request] { request.cancel(); });

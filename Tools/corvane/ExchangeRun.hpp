@@ -8,7 +8,7 @@
 #include "ToolOptions.hpp"
 
 class ProgressBar;
-struct ExchangeJournal;
+struct ExchangeRecorder;
 
 /// Who wants to know how exchanges go. Called on the main thread.
 struct ExchangeListener {
@@ -36,7 +36,7 @@ class ExchangeRun {
  private:
   void runRound();
   void sendNext();
-  std::shared_ptr<ExchangeJournal> journal(int number, const corvane::URL& url);
+  std::shared_ptr<ExchangeRecorder> recorder(int number, const corvane::URL& url);
   template <class Request>
   void send(const Request& request);
   void finish(const FinishedExchange& exchange);

@@ -19,7 +19,7 @@ struct FailedAttempt {
 struct FinishedExchange {
   /// From 1, in the order of sending.
   int number;
-  /// As it was asked for; where the answer came from may be elsewhere.
+  /// As it was asked for; where the response came from may be elsewhere.
   corvane::URL url;
   /// Of the last attempt.
   ToolResponse response;

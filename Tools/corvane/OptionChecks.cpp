@@ -21,7 +21,7 @@ void requireOneBody(const CommandLine& line) {
 
 void requireOnePlace(const CommandLine& line) {
   if (!line.download) return;
-  if (line.output) throw UsageError("an answer goes to one place: give one of --download and --output");
+  if (line.output) throw UsageError("a response goes to one place: give one of --download and --output");
   if (line.upload || !line.formSections.empty())
     throw UsageError("--download cannot be joined with --upload and --form: give --output, or another body");
 }

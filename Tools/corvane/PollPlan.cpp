@@ -26,11 +26,11 @@ void PollPlan::makeCurrent(std::shared_ptr<PollPlan> plan) {
   theCurrent().plan.swap(plan);
 }
 
-std::shared_ptr<ExchangeJournal> PollPlan::begin() {
+std::shared_ptr<ExchangeRecorder> PollPlan::begin() {
   const std::lock_guard lock(mutex_);
   if (hasEnded_ || (options_.polls && begun_ == *options_.polls)) return nullptr;
-  return std::make_shared<ExchangeJournal>(
-      ExchangeJournal{.number = ++begun_, .url = options_.urls.front(), .owner = shared_from_this()});
+  return std::make_shared<ExchangeRecorder>(
+      ExchangeRecorder{.number = ++begun_, .url = options_.urls.front(), .owner = shared_from_this()});
 }
 
 int PollPlan::begun() const {
@@ -38,9 +38,9 @@ int PollPlan::begun() const {
   return begun_;
 }
 
-void PollPlan::tellOfStart(const std::shared_ptr<ExchangeJournal>& journal, std::function<void()> cancel) {
+void PollPlan::tellOfStart(const std::shared_ptr<ExchangeRecorder>& recorder, std::function<void()> cancel) {
   corvane::DispatchQueue::main().async(
-      [self = shared_from_this(), journal, cancel = std::move(cancel)] { self->started_(journal, cancel); });
+      [self = shared_from_this(), recorder, cancel = std::move(cancel)] { self->started_(recorder, cancel); });
 }
 
 void PollPlan::end() {

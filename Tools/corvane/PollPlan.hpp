@@ -4,7 +4,7 @@
 #include <memory>
 #include <mutex>
 
-#include "ExchangeJournal.hpp"
+#include "ExchangeRecorder.hpp"
 #include "ToolOptions.hpp"
 
 /// What the polls of the tool are made of, and how many there are to be. Polling belongs to a request type, so there is
@@ -12,7 +12,7 @@
 class PollPlan : public std::enable_shared_from_this<PollPlan> {
  public:
   /// `started` is called on the main queue for each poll, with what cancels it.
-  using Started = std::function<void(const std::shared_ptr<ExchangeJournal>&, std::function<void()> cancel)>;
+  using Started = std::function<void(const std::shared_ptr<ExchangeRecorder>&, std::function<void()> cancel)>;
 
   PollPlan(const ToolOptions& options, Started started) : options_(options), started_(std::move(started)) {}
 
@@ -22,11 +22,11 @@ class PollPlan : public std::enable_shared_from_this<PollPlan> {
 
   const ToolOptions& options() const { return options_; }
   /// Begins the journal of one more poll, which keeps the plan. Null when there is to be none.
-  std::shared_ptr<ExchangeJournal> begin();
+  std::shared_ptr<ExchangeRecorder> begin();
   /// How many polls have begun. Each comes to a response while the type polls.
   int begun() const;
   /// Calls `started`, asynchronously.
-  void tellOfStart(const std::shared_ptr<ExchangeJournal>& journal, std::function<void()> cancel);
+  void tellOfStart(const std::shared_ptr<ExchangeRecorder>& recorder, std::function<void()> cancel);
   /// There are to be no more polls.
   void end();
 

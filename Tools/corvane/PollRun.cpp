@@ -16,15 +16,15 @@ constexpr double secondsBetweenCancellations = 0.1;
 PollRun::PollRun(const ToolOptions& options, ExchangeListener listener)
     : listener_(std::move(listener)),
       plan_(std::make_shared<PollPlan>(
-          options, [this](const auto& journal, auto cancel) { started(journal, std::move(cancel)); })) {}
+          options, [this](const auto& recorder, auto cancel) { started(recorder, std::move(cancel)); })) {}
 
 void PollRun::run() {
   PollPlan::makeCurrent(plan_);
   withKindOfRequest<Polled>(plan_->options(), [this]<class Request>(std::type_identity<Request>) {
     Request::poll([this](const Request& request, const typename Request::Response& response) {
-      const auto& journal = request.journal();
-      journal->attempts = static_cast<int>(journal->failures.size()) + 1;
-      finish(journal->finished(response));
+      const auto& recorder = request.recorder();
+      recorder->attempts = static_cast<int>(recorder->failures.size()) + 1;
+      finish(recorder->finished(response));
     });
     DispatchQueue::main().runUntil([this] { return isStopped_ || isOver(); }, platform::Seconds::unlimited());
     while (!DispatchQueue::main().runUntil([this] { return isOver(); }, secondsBetweenCancellations)) cancelAll();
@@ -47,11 +47,11 @@ void PollRun::cancelAll() const {
   for (const auto& [number, cancel] : underWay_) cancel();
 }
 
-void PollRun::started(const std::shared_ptr<ExchangeJournal>& journal, std::function<void()> cancel) {
-  journal->attemptFailed = [this, url = journal->url](const FailedAttempt& attempt) {
+void PollRun::started(const std::shared_ptr<ExchangeRecorder>& recorder, std::function<void()> cancel) {
+  recorder->attemptFailed = [this, url = recorder->url](const FailedAttempt& attempt) {
     if (!isStopped_ && listener_.attemptFailed) listener_.attemptFailed(url, attempt);
   };
-  underWay_[journal->number] = cancel;
+  underWay_[recorder->number] = cancel;
   if (const auto seconds = plan_->options().cancelsAfterSeconds)
     DispatchQueue::global().asyncAfter(*seconds, std::move(cancel));
 }

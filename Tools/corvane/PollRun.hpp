@@ -20,7 +20,7 @@ class PollRun {
   void stop();
 
  private:
-  void started(const std::shared_ptr<ExchangeJournal>& journal, std::function<void()> cancel);
+  void started(const std::shared_ptr<ExchangeRecorder>& recorder, std::function<void()> cancel);
   void finish(const FinishedExchange& exchange);
   void cancelAll() const;
   bool isOver() const;

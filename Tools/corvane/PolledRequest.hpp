@@ -12,10 +12,10 @@ struct Polled : corvane::HTTPPolling<Self> {
 
   static std::optional<Self> make() {
     const auto plan = PollPlan::current();
-    const auto journal = plan ? plan->begin() : nullptr;
-    if (!journal) return std::nullopt;
-    const Self request(plan->options(), journal);
-    plan->tellOfStart(journal, [request] { request.cancel(); });
+    const auto recorder = plan ? plan->begin() : nullptr;
+    if (!recorder) return std::nullopt;
+    const Self request(plan->options(), recorder);
+    plan->tellOfStart(recorder, [request] { request.cancel(); });
     return request;
   }
 };

@@ -58,12 +58,12 @@ struct ReportedRequest {
 }  // namespace
 
 template <>
-struct platform::JSONCoding<ReportedError> {
+struct platform::JSONCodec<ReportedError> {
   static constexpr JSONKey keys[] = {{"case_", "case"}};
 };
 
 template <>
-struct platform::JSONCoding<SixDigits> {
+struct platform::JSONCodec<SixDigits> {
   static void encode(const SixDigits& number, JSONWriter& writer) {
     char text[400];  // the largest double has 309 digits
     std::snprintf(text, sizeof text, "%.6f", number.value);
@@ -135,7 +135,7 @@ std::string joined(std::string first, std::string_view second) {
   return first.append(second.substr(1));
 }
 
-/// A blank behind each colon and comma, for people who read along.
+/// A space after each colon and comma, for people who read along.
 std::string spaced(std::string_view json) {
   std::string text;
   bool isInString = false;

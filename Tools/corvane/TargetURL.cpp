@@ -37,7 +37,7 @@ URL withQueryItems(const URL& url, const std::vector<std::string>& texts) {
   for (const std::string& text : texts) items.push_back(queryItem(text));
   platform::URLComponents added;
   added.setQueryItems(items);
-  // The platform leaves "+" as it is, and many servers read it as a blank.
+  // The platform leaves "+" as it is, and many servers read it as a space.
   std::string text;
   for (const char c : added.percentEncodedQuery.value_or("")) text.append(c == '+' ? "%2B" : std::string(1, c));
   auto components = platform::URLComponents::make(url, true);

@@ -4,5 +4,5 @@
 #include <string>
 #include <vector>
 
-/// A URL to send to, with further query items (NAME=VALUE) behind its own query. Throws `UsageError`.
+/// A URL to send to, with further query items (NAME=VALUE) after its own query. Throws `UsageError`.
 corvane::URL targetURL(const std::string& text, const std::vector<std::string>& queryItems);

@@ -23,5 +23,5 @@ class TerminalStyle {
   const bool isOn_;
 };
 
-/// JSON, which must be sound, with its keys, strings and literals told apart.
+/// JSON, which must be valid, with its keys, strings and literals told apart.
 std::string styledJSON(std::string_view json, const TerminalStyle& style);

@@ -9,7 +9,6 @@
 #include <memory>
 #include <string>
 
-#include "AnswerReport.hpp"
 #include "CommandLine.hpp"
 #include "CommandPrinter.hpp"
 #include "DownloadFolder.hpp"
@@ -17,6 +16,7 @@
 #include "InterruptWatch.hpp"
 #include "PollRun.hpp"
 #include "ProgressBar.hpp"
+#include "ResponseReport.hpp"
 #include "TerminalStyle.hpp"
 #include "ToolRequest.hpp"
 #include "UsageError.hpp"
@@ -37,8 +37,8 @@ void requireThatItCanBeSent(ToolOptions options) {
   }
 }
 
-AnswerReport::Reader reader() {
-  return isatty(STDOUT_FILENO) != 0 ? AnswerReport::Reader::person : AnswerReport::Reader::program;
+ResponseReport::Reader reader() {
+  return isatty(STDOUT_FILENO) != 0 ? ResponseReport::Reader::person : ResponseReport::Reader::program;
 }
 
 std::unique_ptr<DownloadFolder> downloadFolder(const ToolOptions& options) {
@@ -64,7 +64,7 @@ ExitStatus sendAndReport(const ToolOptions& options, std::function<void()>& stop
   const auto folder = downloadFolder(options);
   corvane::Corvane::verbosity = options.verbosity;
   corvane::Corvane::addTrustedCertificates(options.trustedCertificates);
-  AnswerReport report(options, reader(), folder.get());
+  ResponseReport report(options, reader(), folder.get());
   const ExchangeListener listener{
       .finished = [&](const FinishedExchange& exchange) { report.add(exchange); },
       .attemptFailed = [&](const corvane::URL& url, const FailedAttempt& attempt) { report.add(url, attempt); }};
@@ -93,7 +93,7 @@ ExitStatus sendUntilInterrupted(const ToolOptions& options) {
   return status;
 }
 
-ExitStatus carryOut(const ToolOptions& options) {
+ExitStatus execute(const ToolOptions& options) {
   if (options.printsShellCommand) return printShellCommand(options) ? success : failedExchange;
   if (options.isTransfer() || options.hasSeveralResponses() || options.retry) return sendUntilInterrupted(options);
   std::function<void()> unused;
@@ -105,7 +105,7 @@ ExitStatus run(int count, char** arguments) {
   if (!line) return success;
   const ToolOptions options = ToolOptions::from(*line);
   requireThatItCanBeSent(options);
-  return carryOut(options);
+  return execute(options);
 }
 
 // A closed standard stream's number would go to the next descriptor that is opened, and output into it.

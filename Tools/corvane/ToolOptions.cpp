@@ -93,7 +93,7 @@ void requireJSON(const std::string& text) {
     reader.finish();
   } catch (const DecodingError& error) {
     const std::size_t position = error.byteOffset();
-    const std::string where = position == 0 ? "at the start" : "behind " + endOf(text, position);
+    const std::string where = position == 0 ? "at the start" : "after " + endOf(text, position);
     throw UsageError("--json: " + error.message() + " (" + where + ")");
   }
 }
@@ -132,7 +132,8 @@ std::optional<std::string> downloadDirectory(const std::optional<std::string>& p
 
 void requireOptionsToFitTheBody(const CommandLine& line) {
   if (line.hasBody() && line.method == "HEAD") throw UsageError("a HEAD request cannot carry a body");
-  if (line.download && line.method == "HEAD") throw UsageError("the answer to a HEAD request has no body to download");
+  if (line.download && line.method == "HEAD")
+    throw UsageError("the response to a HEAD request has no body to download");
   if (line.upload || !line.formSections.empty()) {
     if (line.gzip) throw UsageError("--gzip is for bodies in memory: give --json, --data or --body-file");
   } else if (!line.hasBody()) {

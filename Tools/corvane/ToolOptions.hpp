@@ -11,7 +11,7 @@ struct CommandLine;
 
 /// What the user asked for, checked and in the library's terms.
 struct ToolOptions {
-  /// At least one; with the query items of the command line behind those of each URL as it was given.
+  /// At least one; with the query items of the command line after those of each URL as it was given.
   std::vector<corvane::URL> urls;
   corvane::HTTPMethod method;
   corvane::HTTPHeaders headers = {};
@@ -23,14 +23,14 @@ struct ToolOptions {
   /// The body as a form; empty when it is none.
   std::vector<corvane::MultipartFormSection> formSections = {};
   corvane::HTTPMediaType contentType;
-  /// What the answer may be.
+  /// What the response may be.
   corvane::HTTPMediaType acceptType = corvane::HTTPMediaType::any;
   bool compressesBody = false;
   double timeoutInSeconds;
   std::vector<corvane::URL> trustedCertificates = {};
   bool waitsForConnectivity = false;
   std::vector<int> acceptedStatusCodes = {};
-  /// Where answers are saved under the names that they suggest.
+  /// Where responses are saved under the names that they suggest.
   std::optional<std::string> downloadDirectory = std::nullopt;
   std::optional<std::string> outputFile = std::nullopt;
   bool printsBodiesAsTheyCame = false;

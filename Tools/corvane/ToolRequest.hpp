@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "ExchangeJournal.hpp"
+#include "ExchangeRecorder.hpp"
 #include "ToolOptions.hpp"
 #include "ToolResponse.hpp"
 
@@ -22,8 +22,8 @@ concept TellsProgress =
 template <class Mixin>
 class DescribedRequest : public Mixin {
  public:
-  DescribedRequest(const ToolOptions& options, std::shared_ptr<ExchangeJournal> journal)
-      : options_(&options), journal_(std::move(journal)) {}
+  DescribedRequest(const ToolOptions& options, std::shared_ptr<ExchangeRecorder> recorder)
+      : options_(&options), journal_(std::move(recorder)) {}
 
   corvane::HTTPMethod method() const { return options_->method; }
   corvane::URL url() const { return journal_->url; }
@@ -76,14 +76,14 @@ class DescribedRequest : public Mixin {
     Mixin::send(std::move(queue), std::move(handler), std::move(completion));
   }
 
-  const std::shared_ptr<ExchangeJournal>& journal() const { return journal_; }
+  const std::shared_ptr<ExchangeRecorder>& recorder() const { return journal_; }
 
  protected:
   const ToolOptions& options() const { return *options_; }
 
  private:
   const ToolOptions* options_;
-  std::shared_ptr<ExchangeJournal> journal_;
+  std::shared_ptr<ExchangeRecorder> journal_;
 };
 
 /// The same for a body in memory.
@@ -188,14 +188,14 @@ struct SentByHand {};
 
 /// Calls `use` with a new request, of the kind that the options ask for.
 template <class Use>
-auto withNewRequest(const ToolOptions& options, const std::shared_ptr<ExchangeJournal>& journal, Use use) {
+auto withNewRequest(const ToolOptions& options, const std::shared_ptr<ExchangeRecorder>& recorder, Use use) {
   return withKindOfRequest<SentByHand>(
-      options, [&]<class Request>(std::type_identity<Request>) { return use(Request(options, journal)); });
+      options, [&]<class Request>(std::type_identity<Request>) { return use(Request(options, recorder)); });
 }
 
 /// The same for one that is looked at and not sent.
 template <class Use>
 auto withNewRequest(const ToolOptions& options, const corvane::URL& url, Use use) {
-  const auto journal = std::make_shared<ExchangeJournal>(ExchangeJournal{.number = 1, .url = url});
-  return withNewRequest(options, journal, std::move(use));
+  const auto recorder = std::make_shared<ExchangeRecorder>(ExchangeRecorder{.number = 1, .url = url});
+  return withNewRequest(options, recorder, std::move(use));
 }

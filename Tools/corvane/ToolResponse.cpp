@@ -8,7 +8,7 @@ using namespace corvane;
 
 namespace {
 
-// The request has judged the status by now: an answer without an error is one that it accepts.
+// The request has judged the status by now: a response without an error is one that it accepts.
 template <class Body>
 HTTPResult<Body> judge(const std::optional<Body>& body, const URLResponse* response, std::optional<Error> error) {
   if (error) return HTTPResult<Body>::failure(*std::move(error));

@@ -30,7 +30,7 @@ struct ToolResponse : corvane::ResponseRecord {
   ToolResponse(const ToolDownloadResponse& download);
 
   std::string debugDescription() const;
-  /// Whether an answer came, and came completely, whatever its status.
+  /// Whether a response came, and came completely, whatever its status.
   bool isComplete() const;
 
   Result result;

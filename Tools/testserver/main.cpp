@@ -124,7 +124,7 @@ ServerOptions options(std::uint16_t port) {
 void prepare(TestServer& server) {
   installStandardRoutes(server);
   server.handleAll(
-      [](const ReceivedRequest& request) { return Answer(404).text("no route for " + request.path() + "\n"); });
+      [](const ReceivedRequest& request) { return MockResponse(404).text("no route for " + request.path() + "\n"); });
 }
 
 void serve(const Settings& settings) {

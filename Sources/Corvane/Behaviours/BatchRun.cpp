@@ -41,7 +41,7 @@ class ParallelBatch : public std::enable_shared_from_this<ParallelBatch> {
 
  private:
   /// One request under way. It makes room for another when it is answered, and when it is dropped, as one that should
-  /// not be sent is; but only an answer counts for the end of the batch.
+  /// not be sent is; but only a response counts for the end of the batch.
   class Turn {
    public:
     explicit Turn(std::shared_ptr<ParallelBatch> batch) : batch_(std::move(batch)) {}

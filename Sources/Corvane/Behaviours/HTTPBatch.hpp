@@ -50,12 +50,12 @@ class TypedBatchRun final : public BatchRun {
   double timeoutInterval(std::size_t index) const override { return timeoutInSeconds(requests_[index]); }
   void send(std::size_t index, platform::Block whenAnswered) override {
     const auto self = std::static_pointer_cast<TypedBatchRun>(shared_from_this());
-    sendAsTheTypeSays(requests_[index], completionQueue(),
-                      [self, index, whenAnswered = std::move(whenAnswered)](Response response) mutable {
-                        if (self->update_) self->update_(self->requests_[index], response);
-                        self->responses_.append(std::move(response));
-                        whenAnswered();
-                      });
+    sendViaRequest(requests_[index], completionQueue(),
+                   [self, index, whenAnswered = std::move(whenAnswered)](Response response) mutable {
+                     if (self->update_) self->update_(self->requests_[index], response);
+                     self->responses_.append(std::move(response));
+                     whenAnswered();
+                   });
   }
   void keepTimeout() override {
     responses_.append(Response(std::nullopt, std::nullopt, nullptr,

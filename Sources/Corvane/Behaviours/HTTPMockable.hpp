@@ -7,8 +7,8 @@
 #include <utility>
 
 #include "Corvane/Behaviours/BehaviourChecks.hpp"
-#include "Corvane/Behaviours/MockAnswer.hpp"
 #include "Corvane/Behaviours/MockChecks.hpp"
+#include "Corvane/Behaviours/MockDelivery.hpp"
 #include "Corvane/Request/HTTPRequestable.hpp"
 
 namespace corvane {
@@ -37,7 +37,7 @@ namespace corvane {
 /// | `mockError`: `Error` or absent                     | absent                                               |
 /// | `mockResponseData`: `Data` or absent               | absent                                               |
 ///
-/// The answer takes the way of a real one: the same response type is made of it, `shouldSend`, `validate` and
+/// The response takes the way of a real one: the same response type is made of it, `shouldSend`, `validate` and
 /// `process` have their say, debug output is printed, `cancel()` works while it is awaited, and the completion is
 /// called on its queue. For a download the data is written to a fresh file in the temporary directory, "UUID.tmp";
 /// the process ends when that fails. Progress is not told. All mocks of the process answer on one serial queue.
@@ -47,28 +47,28 @@ class HTTPMockable : public detail::MockMark {
   /// Holds the type to its other base classes and to the types of its requirements, when the first value is made.
   constexpr HTTPMockable() noexcept { detail::checkAdoption<Self>(); }
 
-  /// Where the answer says that it came from. Default: the request's `url`.
+  /// Where the response says that it came from. Default: the request's `url`.
   std::optional<platform::URL> mockURL() const { return detail::read(&Self::url, self()); }
-  /// The header fields of the answer. Default: the request's own `headers`.
+  /// The header fields of the response. Default: the request's own `headers`.
   std::optional<HTTPHeaders> mockHeaders() const { return detail::read(&Self::headers, self()); }
-  /// The status of the answer. Default: 200.
+  /// The status of the response. Default: 200.
   HTTPStatus mockStatus() const { return HTTPStatus::success; }
-  /// Seconds until the answer is there; a `std::chrono` duration will do. Default: 0.
+  /// Seconds until the response is there; a `std::chrono` duration will do. Default: 0.
   double mockResponseTime() const { return 0; }
-  /// The length that the answer announces, in bytes. Default: absent, what the headers say.
+  /// The length that the response announces, in bytes. Default: absent, what the headers say.
   std::optional<std::int64_t> mockExpectedContentLength() const { return std::nullopt; }
-  /// The file name that the answer suggests. Default: absent, what headers and URL say.
+  /// The file name that the response suggests. Default: absent, what headers and URL say.
   std::optional<std::string> mockSuggestedFilename() const { return std::nullopt; }
-  /// The type of the answer's body. Default: absent, what the headers say.
+  /// The type of the response's body. Default: absent, what the headers say.
   std::optional<std::string> mockMimeType() const { return std::nullopt; }
-  /// The character set of the answer's body. Default: absent, what the headers say.
+  /// The character set of the response's body. Default: absent, what the headers say.
   std::optional<std::string> mockTextEncodingName() const { return std::nullopt; }
-  /// What the exchange fails with, in place of an answer. Default: absent.
+  /// What the exchange fails with, in place of a response. Default: absent.
   std::optional<platform::Error> mockError() const { return std::nullopt; }
-  /// The answer's body; of a download the content of its file. Default: absent.
+  /// The response's body; of a download the content of its file. Default: absent.
   std::optional<platform::Data> mockResponseData() const { return std::nullopt; }
 
-  /// The platform response that the answer comes with; from a fixed address when `mockURL` is absent.
+  /// The platform response that the response comes with; from a fixed address when `mockURL` is absent.
   std::shared_ptr<const platform::HTTPURLResponse> mockURLResponse() const;
   /// `mockError`; else `HTTPResponseError::unacceptableStatus` when the request does not accept `mockStatus`.
   std::optional<platform::Error> mockComputedError() const;
@@ -81,9 +81,9 @@ class HTTPMockable : public detail::MockMark {
   const Self& self() const { return static_cast<const Self&>(*this); }
 };
 
-/// A mock with a second answer, for tests: `send` and every behaviour of such a type use that one. Each of its
+/// A mock with a second response, for tests: `send` and every behaviour of such a type use that one. Each of its
 /// requirements is named like the mock's with `test` for `mock`, and defaults to it; `mock(queue, completion)` still
-/// gives the mock's answer.
+/// gives the mock's response.
 template <class Self>
 class HTTPTestMockable : public HTTPMockable<Self>, public detail::TestMockMark {
  public:
@@ -127,14 +127,14 @@ class HTTPTestMockable : public HTTPMockable<Self>, public detail::TestMockMark 
 
 namespace detail {
 
-/// `makeOutcome` reads a request when its answer is due.
+/// `makeOutcome` reads a request when its response is due.
 template <class Request, class Completion>
-void answerFromMock(const Request& request, platform::Seconds responseTime,
-                    std::optional<platform::DispatchQueue> queue, Completion completion,
-                    TaskOutcome (*makeOutcome)(const Request&)) {
-  answerFromMock(std::make_shared<TypedExchange<Request>>(request, std::move(queue), std::move(completion)),
-                 responseTime.count(), Downloads<Request> ? MockBody::file : MockBody::bytes,
-                 [request, makeOutcome] { return makeOutcome(request); });
+void respondFromMock(const Request& request, platform::Seconds responseTime,
+                     std::optional<platform::DispatchQueue> queue, Completion completion,
+                     TaskOutcome (*makeOutcome)(const Request&)) {
+  respondFromMock(std::make_shared<TypedExchange<Request>>(request, std::move(queue), std::move(completion)),
+                  responseTime.count(), Downloads<Request> ? MockBody::file : MockBody::bytes,
+                  [request, makeOutcome] { return makeOutcome(request); });
 }
 
 }  // namespace detail
@@ -160,15 +160,15 @@ template <class Self>
 template <class Request>
 void HTTPMockable<Self>::mock(std::optional<platform::DispatchQueue> queue,
                               detail::CompletionOf<Request> completion) const {
-  if constexpr (detail::isSoundRequest<Request> && detail::checkMock<Request>()) {
+  if constexpr (detail::isValidRequest<Request> && detail::checkMock<Request>()) {
     const Request& request = self();
-    detail::answerFromMock<Request>(request, detail::read(&Request::mockResponseTime, request), std::move(queue),
-                                    std::move(completion), [](const Request& due) -> detail::TaskOutcome {
-                                      return {.data = detail::read(&Request::mockResponseData, due),
-                                              .url = detail::read(&Request::mockURL, due),
-                                              .response = due.mockURLResponse(),
-                                              .error = due.mockComputedError()};
-                                    });
+    detail::respondFromMock<Request>(request, detail::read(&Request::mockResponseTime, request), std::move(queue),
+                                     std::move(completion), [](const Request& due) -> detail::TaskOutcome {
+                                       return {.data = detail::read(&Request::mockResponseData, due),
+                                               .url = detail::read(&Request::mockURL, due),
+                                               .response = due.mockURLResponse(),
+                                               .error = due.mockComputedError()};
+                                     });
   }
 }
 
@@ -193,15 +193,15 @@ template <class Self>
 template <class Request>
 void HTTPTestMockable<Self>::test(std::optional<platform::DispatchQueue> queue,
                                   detail::CompletionOf<Request> completion) const {
-  if constexpr (detail::isSoundRequest<Request> && detail::checkMock<Request>() && detail::checkTestMock<Request>()) {
+  if constexpr (detail::isValidRequest<Request> && detail::checkMock<Request>() && detail::checkTestMock<Request>()) {
     const Request& request = self();
-    detail::answerFromMock<Request>(request, detail::read(&Request::testResponseTime, request), std::move(queue),
-                                    std::move(completion), [](const Request& due) -> detail::TaskOutcome {
-                                      return {.data = detail::read(&Request::testResponseData, due),
-                                              .url = detail::read(&Request::testURL, due),
-                                              .response = due.testURLResponse(),
-                                              .error = due.testComputedError()};
-                                    });
+    detail::respondFromMock<Request>(request, detail::read(&Request::testResponseTime, request), std::move(queue),
+                                     std::move(completion), [](const Request& due) -> detail::TaskOutcome {
+                                       return {.data = detail::read(&Request::testResponseData, due),
+                                               .url = detail::read(&Request::testURL, due),
+                                               .response = due.testURLResponse(),
+                                               .error = due.testComputedError()};
+                                     });
   }
 }
 

@@ -78,8 +78,8 @@ std::optional<Self> madeForPoll() {
 /// | `static std::optional<Self> make()`, or `static Self`    | the constructor without arguments; the request  |
 /// |                                                          | of a tick. Absent leaves the tick out           |
 ///
-/// A tick comes on the global queue, the first one a `pollingRate` after `poll`. It takes the single road of the type:
-/// the test's answer, the mock's or the network; retrying, if the type is an `HTTPRetryAttempting`. The handlers are
+/// A tick comes on the global queue, the first one a `pollingRate` after `poll`. It takes the single route of the type:
+/// the test's response, the mock's or the network; retrying, if the type is an `HTTPRetryAttempting`. The handlers are
 /// called with its response on the main queue, in the order in which they came. Ticks do not wait for each other.
 ///
 /// **Threads.** All functions may be called on any thread, and from handlers; none waits for a handler or a tick. Once
@@ -169,7 +169,7 @@ std::optional<detail::AnyPollingHandler> HTTPPolling<Self>::erased(Handler<Reque
 template <class Self>
 template <class Request>
 void HTTPPolling<Self>::start(std::optional<detail::AnyPollingHandler> handler) {
-  if constexpr (detail::isSoundRequest<Request> && detail::checkPolling<Request>()) {
+  if constexpr (detail::isValidRequest<Request> && detail::checkPolling<Request>()) {
     const platform::Seconds rate = detail::read(&Request::pollingRate, 0);
     detail::startPolling(typeid(Self), rate.count(), &processTimerInvocation<Request>, std::move(handler));
   }
@@ -187,7 +187,7 @@ void HTTPPolling<Self>::processTimerInvocation(const detail::TimerHandler& timer
   if constexpr (detail::Retries<Request>) {
     request->sendFromPoll(platform::DispatchQueue::main(), std::move(completion));
   } else {
-    detail::takeSingleRoad(*request, platform::DispatchQueue::main(), std::move(completion));
+    detail::dispatchSingleSend(*request, platform::DispatchQueue::main(), std::move(completion));
   }
 }
 
@@ -211,15 +211,15 @@ template <class Self>
 template <class Request, class... Progress>
 void HTTPPolling<Self>::firePoll(const Request& request, std::optional<platform::DispatchQueue> queue,
                                  detail::CompletionOf<Request> completion, Progress... progress) {
-  if constexpr (detail::isSoundRequest<Request> && detail::checkPolling<Request>()) {
+  if constexpr (detail::isValidRequest<Request> && detail::checkPolling<Request>()) {
     // Ends with the completion, also where that is dropped without being called.
     auto paused = [pause = std::make_unique<detail::PollingPause>(typeid(Self)),
                    completion = std::move(completion)](detail::ResponseOf<Request> response) mutable {
       pause.reset();
       if (completion) completion(std::move(response));
     };
-    detail::takeSingleRoad(request, std::move(queue), handling<Request>(request, std::move(paused)),
-                           std::move(progress)...);
+    detail::dispatchSingleSend(request, std::move(queue), handling<Request>(request, std::move(paused)),
+                               std::move(progress)...);
   }
 }
 
@@ -228,7 +228,7 @@ template <class Request>
 void HTTPPolling<Self>::firePollForRetryable(const Request& request, std::optional<platform::DispatchQueue> queue,
                                              detail::CompletionOf<Request> completion) {
   static_assert(detail::Retries<Request>, "`firePollForRetryable` is for request types that are HTTPRetryAttempting");
-  if constexpr (detail::isSoundRequest<Request> && detail::checkPolling<Request>() && detail::Retries<Request>) {
+  if constexpr (detail::isValidRequest<Request> && detail::checkPolling<Request>() && detail::Retries<Request>) {
     auto paused = [pause = std::make_unique<detail::PollingPause>(typeid(Self)),
                    completion = std::move(completion)](detail::ResponseOf<Request> response) mutable {
       pause.reset();

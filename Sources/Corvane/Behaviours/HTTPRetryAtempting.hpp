@@ -142,7 +142,7 @@ template <class Request>
 void HTTPRetryAttempting<Self>::sendAttemptingRetry(
     std::optional<platform::DispatchQueue> queue,
     platform::UniqueFunction<void(HTTPRetryResult<detail::ResponseOf<Request>>)> completion) const {
-  if constexpr (detail::isSoundRequest<Request> && detail::checkRetry<Request>()) {
+  if constexpr (detail::isValidRequest<Request> && detail::checkRetry<Request>()) {
     constexpr auto kind = detail::Polls<Request> ? detail::RetryKind::poll : detail::RetryKind::send;
     if constexpr (detail::Polls<Request>) {
       if (!Request::isPolling()) Request::poll();
@@ -168,7 +168,7 @@ template <class Request>
 void HTTPRetryAttempting<Self>::sendFromPoll(std::optional<platform::DispatchQueue> queue,
                                              detail::CompletionOf<Request> completion) const {
   static_assert(detail::Polls<Request>, "`sendFromPoll` is for request types that are HTTPPolling, too");
-  if constexpr (detail::isSoundRequest<Request> && detail::checkRetry<Request>() && detail::Polls<Request>) {
+  if constexpr (detail::isValidRequest<Request> && detail::checkRetry<Request>() && detail::Polls<Request>) {
     using Response = detail::ResponseOf<Request>;
     auto deliver = [queue, completion = std::move(completion)](HTTPRetryResult<Response> result) mutable {
       velisand::async(

@@ -49,10 +49,10 @@ std::optional<double> delaySeconds(std::string_view text) {
   return static_cast<double>(seconds);
 }
 
-std::optional<double> secondsUntil(std::string_view date, const std::optional<std::string>& dateOfAnswer) {
+std::optional<double> secondsUntil(std::string_view date, const std::optional<std::string>& dateOfResponse) {
   const auto then = platform::secondsSince1970(date);
   if (!then) return std::nullopt;
-  const auto answered = dateOfAnswer ? platform::secondsSince1970(*dateOfAnswer) : std::nullopt;
+  const auto answered = dateOfResponse ? platform::secondsSince1970(*dateOfResponse) : std::nullopt;
   const double now = answered ? static_cast<double>(*answered) : secondsSince1970();
   return std::max(static_cast<double>(*then) - now, 0.0);
 }
@@ -67,8 +67,8 @@ double random() {
 
 bool isTransient(const platform::Error& error, const platform::URLResponse* response) {
   if (isTransportError(error)) return contains(transientCodes, error.code());
-  const auto* answer = dynamic_cast<const platform::HTTPURLResponse*>(response);
-  return answer && contains(transientStatusCodes, answer->statusCode());
+  const auto* httpResponse = dynamic_cast<const platform::HTTPURLResponse*>(response);
+  return httpResponse && contains(transientStatusCodes, httpResponse->statusCode());
 }
 
 namespace detail {

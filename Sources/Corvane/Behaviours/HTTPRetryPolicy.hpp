@@ -29,15 +29,15 @@ struct HTTPRetryPolicy {
   /// Default: all.
   Failures failures = Failures::all;
   /// With `transient`: retries methods, too, that are not safe (RFC 9110, 9.2.1: all but GET, HEAD, OPTIONS and TRACE).
-  /// A server may have acted on such a request although its answer was lost.
+  /// A server may have acted on such a request although its response was lost.
   bool retriesUnsafeMethods = false;
   /// The part of a wait that is left to chance, from 0 to 1: with 0.5 a wait of 4 s takes from 2 to 4 s. So clients
   /// that failed together do not come back together.
   double jitter = 0;
   /// No wait is longer, whatever the server asks for; absent: no limit.
   std::optional<platform::Seconds> longestWait = {};
-  /// Waits at least as long as the answer's Retry-After says (RFC 9110, 10.2.3), in seconds or as a date. The date is
-  /// compared with that of the answer, or with the system's clock when the answer has none.
+  /// Waits at least as long as the response's Retry-After says (RFC 9110, 10.2.3), in seconds or as a date. The date is
+  /// compared with that of the response, or with the system's clock when the response has none.
   bool honorsRetryAfter = false;
   /// `cancel()` ends the whole, at once, during a wait, too. The result then is a `totalFailure` of which the last
   /// response is a `taskCancelled`; unless the attempt under way succeeded first. The request must be an
@@ -46,7 +46,8 @@ struct HTTPRetryPolicy {
 };
 
 /// Whether a failure may be otherwise the next time: a name that was not found, a connection that was refused, lost or
-/// timed out, or no network (`CFNetworkErrors`); or an answer with 408, 429, 502, 503 or 504. The response may be null.
+/// timed out, or no network (`CFNetworkErrors`); or a response with 408, 429, 502, 503 or 504. The response may be
+/// null.
 CORVANE_API bool isTransient(const platform::Error& error, const platform::URLResponse* response);
 
 /// The same of a response: false for a success.

@@ -11,7 +11,7 @@ namespace corvane::detail {
 using platform::Block;
 using platform::DispatchQueue;
 
-// Success at the limit counts as a total failure, and failure behind it as a partial one: prescribed, and relied upon.
+// Success at the limit counts as a total failure, and failure after it as a partial one: prescribed, and relied upon.
 RetryStep stepAfter(std::int64_t failCount, std::int64_t limit, bool hasFailed) {
   if (failCount <= limit && hasFailed) return RetryStep::retry;
   if (failCount == 0) return RetryStep::noFailure;
@@ -97,7 +97,7 @@ void RetryRun::wasCancelled() {
     // A response is made of it, by code that others must not wait for.
     DispatchQueue::global().async([self = shared_from_this()] { self->finishCancelled(); });
   } else if (phase_ == Phase::attempt) {
-    // Once more, behind the registration of an attempt that is just being started.
+    // Once more, after the registration of an attempt that is just being started.
     cancelTask();
   }
 }

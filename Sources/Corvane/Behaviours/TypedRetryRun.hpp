@@ -99,10 +99,10 @@ void TypedRetryRun<Request>::sendOnce() {
     if (kind_ == RetryKind::poll) {
       Request::firePollForRetryable(request_, queue_, std::move(received));
     } else {
-      takeSingleRoad(request_, queue_, std::move(received));
+      dispatchSingleSend(request_, queue_, std::move(received));
     }
   } else {
-    sendAsTheTypeSays(request_, retryQueue_, std::move(received));
+    sendViaRequest(request_, retryQueue_, std::move(received));
   }
 }
 

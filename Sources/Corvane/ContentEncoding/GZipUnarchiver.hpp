@@ -16,7 +16,7 @@ class CORVANE_API GZipUnarchiver {
   /// The bytes that were given.
   const platform::Data& compressedData() const { return compressedData_; }
 
-  /// The original bytes; input that does not begin like gzip as it is. Bytes behind the end of the gzip
+  /// The original bytes; input that does not begin like gzip as it is. Bytes after the end of the gzip
   /// stream are ignored. Throws `GZipError`: `buffer` when the input ends too early, `data` when it or its
   /// checksum is damaged. Traps for more than 4 GiB of input.
   platform::Data unzip() const;

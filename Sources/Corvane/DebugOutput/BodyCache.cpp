@@ -46,12 +46,13 @@ std::size_t characterCount(std::string_view text) {
 }
 
 std::string parkedSummary(std::size_t count, std::string_view unit, const Data& body) {
-  return "[" + std::to_string(count) + " " + std::string(unit) + ": Corvane.httpDebugData(\"" + parkBody(body) + "\")]";
+  return "[" + std::to_string(count) + " " + std::string(unit) + ": Corvane.httpDebugData(\"" + cacheBody(body) +
+         "\")]";
 }
 
 }  // namespace
 
-std::string parkBody(const Data& body) {
+std::string cacheBody(const Data& body) {
   std::string key = platform::UUID().uuidString();
   BodyCache::shared().bodies.setObject(body, key);
   return key;

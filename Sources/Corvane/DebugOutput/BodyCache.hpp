@@ -10,7 +10,7 @@
 namespace corvane::detail {
 
 /// Keeps a body under a fresh key, until memory gets short; returns the key.
-CORVANE_API std::string parkBody(const platform::Data& body);
+CORVANE_API std::string cacheBody(const platform::Data& body);
 CORVANE_API std::optional<platform::Data> parkedBody(std::string_view key);
 
 /// A body in a few words: itself when it is text of fewer than 80 bytes, "0 bytes" without one, and otherwise

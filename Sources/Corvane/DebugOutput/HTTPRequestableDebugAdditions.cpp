@@ -63,7 +63,7 @@ std::vector<std::string> curlCommandParts(const std::string& method, const URL& 
 
 std::string curlBodyPart(const std::optional<Data>& body) { return " -d " + httpDebugSummary(body); }
 
-std::string joinedWithBlanks(const std::vector<std::string>& parts) {
+std::string joinedWithSpaces(const std::vector<std::string>& parts) {
   std::string text;
   for (const std::string& part : parts) text += (text.empty() ? "" : " ") + part;
   return text;

@@ -22,7 +22,7 @@ CORVANE_API std::vector<std::string> curlCommandParts(const std::string& method,
                                                       const platform::Dictionary& headers);
 /// The word that adds a body; absent bytes stand for a body that cannot be made.
 CORVANE_API std::string curlBodyPart(const std::optional<platform::Data>& body);
-CORVANE_API std::string joinedWithBlanks(const std::vector<std::string>& parts);
+CORVANE_API std::string joinedWithSpaces(const std::vector<std::string>& parts);
 
 /// What debug output says about one exchange.
 struct DebugRecord {

@@ -125,7 +125,7 @@ void requireThatItCanBeSent(const URLRequest& request) {
 
 std::string headers(const URLRequest& request, bool hasBody, const ShellCommandOptions& options) {
   std::string text;
-  // The answer comes as it was coded, unless curl is told to decode it.
+  // The response comes as it was coded, unless curl is told to decode it.
   if (request.allHTTPHeaderFields.contains("Accept-Encoding")) text += " --compressed";
   for (const auto& field : request.allHTTPHeaderFields) text += header(field, options.hidesSecrets);
   return text + suppressedHeaders(request, hasBody);

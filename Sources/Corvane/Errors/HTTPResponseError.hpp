@@ -18,7 +18,7 @@ namespace corvane {
 class CORVANE_API HTTPResponseError final : public velisand::AppError<HTTPResponseError>,
                                             public vantorel::ErrorLoggable {
  public:
-  /// Why the answer cannot be used; see the factories below.
+  /// Why the response cannot be used; see the factories below.
   enum class Case { unacceptableStatus, malformedData, jsonDecoding, taskCancelled, noContent };
 
   /// The server answered with a status that does not count as success; `unknown` for an unlisted code or
@@ -37,7 +37,7 @@ class CORVANE_API HTTPResponseError final : public velisand::AppError<HTTPRespon
   /// The exchange succeeded without a body where one was asked for.
   static HTTPResponseError noContent();
 
-  /// Why the answer cannot be used.
+  /// Why the response cannot be used.
   Case which() const { return case_; }
   /// The status of `unacceptableStatus`.
   const std::optional<HTTPStatus>& status() const { return status_; }

@@ -28,14 +28,14 @@ class CORVANE_API HTTPUnknownError final : public velisand::AppError<HTTPUnknown
   static HTTPUnknownError completionWithoutResponseFromPolling(std::string file, std::string function, int line);
   /// A success had no body of the type that the future has.
   static HTTPUnknownError futureFailedToMapBody(std::string file, std::string function, int line);
-  /// A download ended with neither an error nor an answer over HTTP.
+  /// A download ended with neither an error nor a response over HTTP.
   static HTTPUnknownError downloadResponseFailedToConstruct(std::string file, std::string function, int line);
-  /// An exchange for JSON ended with neither an error nor an answer over HTTP that has a body.
+  /// An exchange for JSON ended with neither an error nor a response over HTTP that has a body.
   static HTTPUnknownError jsonResponseFailedToConstruct(std::string json, std::string file, std::string function,
                                                         int line);
-  /// An exchange for bytes ended with neither an error nor an answer over HTTP.
+  /// An exchange for bytes ended with neither an error nor a response over HTTP.
   static HTTPUnknownError dataResponseFailedToConstruct(std::string file, std::string function, int line);
-  /// A coding of one's own threw something that is no `platform::DecodingError`.
+  /// A custom codec threw something that is no `platform::DecodingError`.
   static HTTPUnknownError unableToParseJSON(std::string json, platform::Error originalError, std::string file,
                                             std::string function, int line);
   /// A future was completed with neither a value nor an error.

@@ -21,11 +21,11 @@ namespace corvane::detail {
 
 /// The request reports its progress: it is sent with a handler for that, which may be empty.
 struct TransferMark {};
-/// The answer becomes a file.
+/// The response becomes a file.
 struct DownloadMark {};
 /// The request answers itself.
 struct MockMark {};
-/// The request has an answer for tests. Such a type has `MockMark`, too.
+/// The request has a response for tests. Such a type has `MockMark`, too.
 struct TestMockMark {};
 struct RetryMark {};
 struct PollingMark {};

@@ -9,7 +9,7 @@ namespace corvane {
 extern template class detail::ResponseExchange<DataResponse>;
 extern template struct detail::SendFuture<DataResponse>;
 
-/// A request whose answer is kept as bytes. Adopted with one of the mixins below, or with a `method` of the
+/// A request whose response is kept as bytes. Adopted with one of the mixins below, or with a `method` of the
 /// type's own. What else you write and get: see `HTTPRequestable`.
 ///
 ///     struct GetUser : DataGetRequestable<GetUser> {

@@ -8,7 +8,7 @@
 
 namespace corvane {
 
-// The ready-made requests. Each is an immutable value; its answer comes as a `DataResponse`. Headers and
+// The ready-made requests. Each is an immutable value; its response comes as a `DataResponse`. Headers and
 // query items come in this order, or by name in a `HTTPRequestOptions`.
 
 /// A "GET" of a URL.

@@ -12,7 +12,7 @@
 #include "Corvane/Request/HTTPBodyRequestable.hpp"
 #include "Corvane/Request/RequestChecks.hpp"
 #include "Corvane/Request/SendFuture.hpp"
-#include "Corvane/Request/SendRoad.hpp"
+#include "Corvane/Request/SendRoute.hpp"
 #include "Corvane/Request/TypedExchange.hpp"
 #include "Platform/Dispatch/DispatchQueue.hpp"
 #include "Platform/Export.hpp"
@@ -33,7 +33,7 @@ struct NoResponse {};
 /// | `sharedHeaders`: `HTTPHeaders`                 | none; what all requests of a service have          |
 /// | `method`: `HTTPMethod`                         | none; `HTTPGetRequestable` and its siblings set it |
 /// | `baseURL`: `URL`                               | "/", which no request can be sent to               |
-/// | `path`: text                                   | empty; goes behind the path of `baseURL`           |
+/// | `path`: text                                   | empty; goes after the path of `baseURL`           |
 /// | `queryItems`: `HTTPQueryItems`                 | empty; otherwise they replace the base URL's query |
 /// | `url`: `URL`                                   | the three above, put together                      |
 /// | `headers`: `HTTPHeaders`                       | empty; they win over `sharedHeaders`               |
@@ -82,7 +82,7 @@ class CORVANE_API HTTPRequestable {
 
   /// False ends `send` before it begins: nothing is sent, and no completion is called. Default: true.
   bool shouldSend() const { return true; }
-  /// How the answer may come from a cache. Default: `useProtocolCachePolicy`; there is no cache.
+  /// How the response may come from a cache. Default: `useProtocolCachePolicy`; there is no cache.
   platform::URLRequestCachePolicy cachePolicy() const { return detail::defaultURLRequest().cachePolicy; }
   /// Seconds without progress after which the request fails with -1001; a `std::chrono` duration will do. Default:
   /// 60.
@@ -95,7 +95,7 @@ class CORVANE_API HTTPRequestable {
   platform::URL url() const { return detail::reportedURL(target()); }
   /// Where the service is. Default: "/", which no request can be sent to.
   platform::URL baseURL() const { return detail::defaultBaseURL(); }
-  /// What goes behind the path of `baseURL`, set off by one slash. Default: empty.
+  /// What goes after the path of `baseURL`, set off by one slash. Default: empty.
   std::string path() const { return {}; }
   /// The query, which replaces that of `baseURL` when it is not empty. Default: empty.
   HTTPQueryItems queryItems() const { return {}; }
@@ -106,7 +106,7 @@ class CORVANE_API HTTPRequestable {
 
   /// What is sent. Throws `HTTPRequestError::malformedURL` and what the body and its encoder throw.
   platform::URLRequest urlRequest() const;
-  /// Whether an answer with this status is a success. Default: 200 to 206.
+  /// Whether a response with this status is a success. Default: 200 to 206.
   bool isAcceptable(HTTPStatus status) const { return isSuccess(status); }
   /// Called on the caller's thread before anything is sent. What it throws becomes the outcome. Default: nothing.
   void validate() const {}
@@ -119,7 +119,7 @@ class CORVANE_API HTTPRequestable {
   /// Sends the request. Any thread; returns at once, never throws, and never calls the completion itself.
   /// Whatever the outcome, the completion gets it as a response, once, asynchronously on the queue (absent:
   /// the main queue). An empty completion is not called. Nothing at all happens when `shouldSend` is false. Where the
-  /// answer comes from depends on the behaviours that the type adopts: the network, a mock, or the shared polling of
+  /// response comes from depends on the behaviours that the type adopts: the network, a mock, or the shared polling of
   /// the type.
   void send(std::optional<platform::DispatchQueue> queue, Completion completion) const;
   /// The same, with the completion on the main queue.
@@ -144,14 +144,14 @@ class CORVANE_API HTTPRequestable {
     return status && self().isAcceptable(*status);
   }
 
-  /// The plain road: validates, builds the URL request, and loads it on a session. As `send` otherwise.
+  /// The plain route: validates, builds the URL request, and loads it on a session. As `send` otherwise.
   void sendToNetwork(std::optional<platform::DispatchQueue> queue, Completion completion) const;
-  /// For roads of one's own: goes on from what a finished task handed back.
+  /// For routes of one's own: goes on from what a finished task handed back.
   void processTaskCompletion(std::optional<platform::Data> data, std::optional<platform::URL> url,
                              std::shared_ptr<const platform::URLResponse> response,
                              std::optional<platform::Error> error, std::optional<platform::DispatchQueue> queue,
                              Completion completion) const;
-  /// For roads of one's own: delivers a response that holds nothing but an error.
+  /// For routes of one's own: delivers a response that holds nothing but an error.
   void report(platform::Error error, std::optional<platform::DispatchQueue> queue, Completion completion) const;
 
   /// The words of a command line for people that shows the request: its URL and its own headers. Traps when
@@ -182,11 +182,11 @@ class CORVANE_API HTTPRequestable {
 template <class Self, class ResponseType>
 void HTTPRequestable<Self, ResponseType>::send(std::optional<platform::DispatchQueue> queue,
                                                Completion completion) const {
-  if constexpr (detail::isSoundRequest<Self>) {
+  if constexpr (detail::isValidRequest<Self>) {
     if constexpr (detail::Transfers<Self>) {
       self().send(std::move(queue), nullptr, std::move(completion));
     } else {
-      detail::takeItsRoad(self(), std::move(queue), std::move(completion));
+      detail::dispatchSend(self(), std::move(queue), std::move(completion));
     }
   }
 }
@@ -215,7 +215,7 @@ platform::URLRequest HTTPRequestable<Self, ResponseType>::urlRequest() const {
 
 template <class Self, class ResponseType>
 platform::URLRequest HTTPRequestable<Self, ResponseType>::generateRequest() const {
-  if constexpr (detail::isSoundRequest<Self>) return detail::composedRequest(detail::describe(self()));
+  if constexpr (detail::isValidRequest<Self>) return detail::composedRequest(detail::describe(self()));
   detail::unreachable();
 }
 
@@ -256,7 +256,7 @@ std::string HTTPRequestable<Self, ResponseType>::curlCommand() const {
   } else if constexpr (detail::CarriesBody<Self>) {
     parts.push_back(detail::curlBodyPart(bodyForDebugOutput()));
   }
-  return detail::joinedWithBlanks(parts);
+  return detail::joinedWithSpaces(parts);
 }
 
 template <class Self, class ResponseType>

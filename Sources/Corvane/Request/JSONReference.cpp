@@ -26,16 +26,16 @@ Data EmptyJSON::asData() const { return velisand::asJSON(*this); }
 
 namespace platform {
 
-void JSONCoding<corvane::JSONReference>::encode(const corvane::JSONReference& reference, JSONWriter& writer) {
+void JSONCodec<corvane::JSONReference>::encode(const corvane::JSONReference& reference, JSONWriter& writer) {
   reference.encode(writer);
 }
 
-corvane::EmptyJSON JSONCoding<corvane::EmptyJSON>::decode(JSONReader& reader) {
+corvane::EmptyJSON JSONCodec<corvane::EmptyJSON>::decode(JSONReader& reader) {
   reader.skip();
   return {};
 }
 
-void JSONCoding<corvane::EmptyJSON>::encode(const corvane::EmptyJSON&, JSONWriter& writer) {
+void JSONCodec<corvane::EmptyJSON>::encode(const corvane::EmptyJSON&, JSONWriter& writer) {
   const JSONWriter::Object object(writer);
 }
 

@@ -38,12 +38,12 @@ class CORVANE_API JSONReference {
   /// The value as it reads in JSON, free of its type. Throws what encoding it throws.
   platform::JSONValue asJSON() const;
 
-  /// Writes the value itself, as `platform::JSONCoding` asks for it.
+  /// Writes the value itself, as `platform::JSONCodec` asks for it.
   void encode(platform::JSONWriter& writer) const { encode_(writer, json_.get()); }
   /// The encoder of values whose type names none.
   static platform::JSONEncoder encoder() { return jsonEncoder(); }
   /// The JSON document, made by the encoder that the value's type names, or else by `encoder()`. Throws
-  /// `platform::EncodingError`, and what the coding of the value's type throws.
+  /// `platform::EncodingError`, and what the codec of the value's type throws.
   platform::Data asData() const { return document_(json_.get()); }
 
  private:
@@ -85,12 +85,12 @@ class CORVANE_API EmptyJSON {
 }  // namespace corvane
 
 template <>
-struct CORVANE_API platform::JSONCoding<corvane::JSONReference> {
+struct CORVANE_API platform::JSONCodec<corvane::JSONReference> {
   static void encode(const corvane::JSONReference& reference, JSONWriter& writer);
 };
 
 template <>
-struct CORVANE_API platform::JSONCoding<corvane::EmptyJSON> {
+struct CORVANE_API platform::JSONCodec<corvane::EmptyJSON> {
   static corvane::EmptyJSON decode(JSONReader& reader);
   static void encode(const corvane::EmptyJSON& empty, JSONWriter& writer);
 };

@@ -6,7 +6,7 @@
 
 namespace corvane {
 
-/// A request whose answer is JSON, decoded into a `JSON`. Adopted with one of the mixins below, or with a
+/// A request whose response is JSON, decoded into a `JSON`. Adopted with one of the mixins below, or with a
 /// `method` of the type's own. It asks for "application/json". What else you write and get: see
 /// `HTTPRequestable`; which types JSON is decoded into: see `JSONDecoder`.
 ///
@@ -21,14 +21,14 @@ namespace corvane {
 ///
 ///     const User user = GetUser{.login = "ada"}.send().get().body;
 ///
-/// Where it runs: short answers are decoded on the queue that all requests share, answers above 64 KiB on the
+/// Where it runs: short responses are decoded on the queue that all requests share, responses above 64 KiB on the
 /// global queue.
 template <class Self, class JSONType>
 struct JSONRequestable : HTTPRequestable<Self, JSONResponse<JSONType>> {
   static_assert(velisand::JSONDecodable<JSONType>,
-                "JSON cannot be decoded into this response type: use a plain struct, or give the type a JSONCoding "
+                "JSON cannot be decoded into this response type: use a plain struct, or give the type a JSONCodec "
                 "with `decode`");
-  /// What the answer is decoded into.
+  /// What the response is decoded into.
   using JSON = JSONType;
 
   /// "application/json".
@@ -40,7 +40,7 @@ struct JSONRequestable : HTTPRequestable<Self, JSONResponse<JSONType>> {
 template <class Self, class BodyType = JSONReference>
 struct JSONBodyRequestable : HTTPBodyRequestable<Self, BodyType>, detail::JSONBodyMixin {
   static_assert(velisand::JSONEncodable<BodyType>,
-                "This body cannot be encoded as JSON: use a plain struct, or give the type a JSONCoding with `encode`");
+                "This body cannot be encoded as JSON: use a plain struct, or give the type a JSONCodec with `encode`");
   static_assert(!std::same_as<BodyType, platform::Data>,
                 "A JSON body is a value to be encoded: send bytes that are JSON already with HTTPBodyRequestable and "
                 "the content type HTTPMediaType::json");

@@ -12,7 +12,7 @@ template <class Self, class JSON>
 struct JSONBodyRequestMixin : JSONRequestable<Self, JSON>, JSONBodyRequestable<Self> {};
 }  // namespace detail
 
-// The ready-made requests. Each is an immutable value; its answer comes as a `JSONResponse` of the type that it is
+// The ready-made requests. Each is an immutable value; its response comes as a `JSONResponse` of the type that it is
 // given. A body is any value that can be written as JSON. Headers and query items come in this order, or by name
 // in an `HTTPRequestOptions`.
 //

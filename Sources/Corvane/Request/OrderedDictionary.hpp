@@ -72,9 +72,9 @@ class OrderedDictionary {
   }
   /// The position of the first entry: 0.
   Index startIndex() const { return 0; }
-  /// The position behind the last entry.
+  /// The position after the last entry.
   Index endIndex() const { return static_cast<Index>(items_.size()); }
-  /// The position behind another one.
+  /// The position after another one.
   Index indexAfter(Index position) const { return position + 1; }
 
   /// How many entries there are.

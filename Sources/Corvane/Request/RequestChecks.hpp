@@ -138,7 +138,7 @@ concept ProcessesResponse =
     requires(const Self& self, const typename Self::Response& response) { self.process(response); };
 
 template <class Self>
-inline constexpr bool hooksAreSound = BuildsURLRequest<Self> && JudgesStatus<Self> && ProcessesResponse<Self> &&
+inline constexpr bool hooksAreValid = BuildsURLRequest<Self> && JudgesStatus<Self> && ProcessesResponse<Self> &&
                                       (DeclaresOneValidate<Self> ? ValidatesItself<Self> || ValidatesResponse<Self>
                                                                  : ValidatesItself<Self> && ValidatesResponse<Self>);
 
@@ -151,7 +151,7 @@ constexpr bool checkHooks() {
   static_assert(DeclaresOneValidate<Self> || (ValidatesItself<Self> && ValidatesResponse<Self>),
                 "`validate` must be `void validate() const` and `void validate(const Response& response) const`");
   static_assert(ProcessesResponse<Self>, "`process` must be `void process(const Response& response) const`");
-  return hooksAreSound<Self>;
+  return hooksAreValid<Self>;
 }
 
 /// Refuses names that differ from a requirement's in case or underscores only.
@@ -172,9 +172,9 @@ constexpr bool checkResponse() {
 
 /// Whether `Self` can be sent. Says what is wrong while it compiles.
 template <class Self>
-inline constexpr bool isSoundRequest = checkIsRequest<Self>();
+inline constexpr bool isValidRequest = checkIsRequest<Self>();
 template <HasResponse Self>
-inline constexpr bool isSoundRequest<Self> = checkSpelling<Self>() && checkTarget<Self>() && checkHead<Self>() &&
+inline constexpr bool isValidRequest<Self> = checkSpelling<Self>() && checkTarget<Self>() && checkHead<Self>() &&
                                              checkSending<Self>() && checkHooks<Self>() && checkResponse<Self>();
 
 #define CORVANE_REFUSE(wrong, right) \

@@ -59,7 +59,7 @@ void merge(HTTPHeaderFields& fields, const HTTPHeaders& headers) {
 
 }  // namespace
 
-void unreachable() { platform::trap("A request type that is not sound was used"); }
+void unreachable() { platform::trap("A request type that is not valid was used"); }
 
 const URL& defaultBaseURL() {
   static const URL& url = *new URL("/");

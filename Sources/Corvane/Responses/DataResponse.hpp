@@ -16,14 +16,14 @@ using DataResult = HTTPResult<platform::Data>;
 
 /// The response of a request whose body is kept as bytes.
 ///
-/// The result is a success for an HTTP answer with a status from 200 to 206, whatever the request itself
-/// accepts; its body is the bytes of `data`, not a copy of them. Any other answer is a failure, with `data`,
+/// The result is a success for an HTTP response with a status from 200 to 206, whatever the request itself
+/// accepts; its body is the bytes of `data`, not a copy of them. Any other response is a failure, with `data`,
 /// `headers` and `status` as received.
 struct CORVANE_API DataResponse : ResponseRecord {
   /// What `result` is.
   using Result = DataResult;
 
-  /// Judges what a finished task hands back: a present error is the failure; an HTTP answer counts by its
+  /// Judges what a finished task hands back: a present error is the failure; an HTTP response counts by its
   /// status (`HTTPResponseError::unacceptableStatus`); without either,
   /// `HTTPUnknownError::dataResponseFailedToConstruct`. The URL is of no use to this type.
   DataResponse(std::optional<platform::Data> data, std::optional<platform::URL> url,

@@ -24,7 +24,7 @@ namespace detail {
 /// Why there is nothing to make a body of; absent when nothing went wrong.
 CORVANE_API std::optional<platform::Error> failureOfDownload(const platform::URLResponse* response,
                                                              std::optional<platform::Error> error);
-/// Whether the answer says that it has no content (204). Requires: an HTTP response.
+/// Whether the response says that it has no content (204). Requires: an HTTP response.
 CORVANE_API bool saysNoContent(const platform::URLResponse& response);
 
 /// Returns why the file cannot be read.
@@ -80,10 +80,10 @@ MadeDownload<Body> madeOfDownload(std::optional<platform::Data> received, const 
 
 }  // namespace detail
 
-/// The response of a request whose answer is downloaded to a file, of which a `Body` is made.
+/// The response of a request whose response is downloaded to a file, of which a `Body` is made.
 ///
-/// The result is a success for an HTTP answer with a status from 200 to 206, whatever the request itself accepts;
-/// without a body for a 204 answer, whose file is not read, and where there is no file. Any other answer is a
+/// The result is a success for an HTTP response with a status from 200 to 206, whatever the request itself accepts;
+/// without a body for a 204 response, whose file is not read, and where there is no file. Any other response is a
 /// failure, with `headers` and `status` as received.
 ///
 /// What becomes of the file follows from the body type:
@@ -100,10 +100,10 @@ struct DownloadResponse : ResponseRecord {
   /// What `result` is.
   using Result = DownloadResult<Body>;
 
-  /// Judges what a finished task hands back: a present error is the failure; an HTTP answer counts by its status
+  /// Judges what a finished task hands back: a present error is the failure; an HTTP response counts by its status
   /// (`HTTPResponseError::unacceptableStatus`); a file that cannot be read fails with the file manager's error, bytes
   /// that make no body with `HTTPResponseError::malformedData`, and a body made from a file with what its
-  /// constructor throws; without an HTTP answer it is `HTTPUnknownError::downloadResponseFailedToConstruct`.
+  /// constructor throws; without an HTTP response it is `HTTPUnknownError::downloadResponseFailedToConstruct`.
   DownloadResponse(std::optional<platform::Data> bytes, std::optional<platform::URL> file,
                    std::shared_ptr<const platform::URLResponse> response, std::optional<platform::Error> error)
       : DownloadResponse(detail::madeOfDownload<Body>(std::move(bytes), file, response.get(), std::move(error)),

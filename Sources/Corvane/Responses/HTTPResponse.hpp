@@ -57,7 +57,7 @@ struct CORVANE_API HTTPResponse : ResponseRecord {
     return body;
   }
 
-  /// The body of a request whose answer is downloaded to a file: where the file is, or what was made of it.
+  /// The body of a request whose response is downloaded to a file: where the file is, or what was made of it.
   const Body& fileURL() const
     requires velisand::FileInitializable<Body>
   {

@@ -13,7 +13,7 @@ class HTTPURLResponse;
 
 namespace corvane {
 
-/// The status of an answer: one of the 41 status codes that have a name here, or `unknown` for a missing
+/// The status of a response: one of the 41 status codes that have a name here, or `unknown` for a missing
 /// status and for every other code.
 ///
 /// A small value; usable in `switch` (with a `default`), as a key, and in constant expressions:
@@ -106,7 +106,7 @@ inline constexpr HTTPStatus HTTPStatus::gatewayTimeout{504};
 inline constexpr HTTPStatus HTTPStatus::httpVersionNotSupported{505};
 inline constexpr HTTPStatus HTTPStatus::unknown{1000};
 
-/// Whether an answer with this status counts as a success: from `success` (200) to `partialContent` (206).
+/// Whether a response with this status counts as a success: from `success` (200) to `partialContent` (206).
 constexpr bool isSuccess(HTTPStatus status) {
   return HTTPStatus::success.rawValue() <= status.rawValue() &&
          status.rawValue() <= HTTPStatus::partialContent.rawValue();

@@ -46,20 +46,20 @@ JSONResult<Body> decodedResult(const std::optional<platform::Data>& data, const 
 
 /// The response of a request whose body is decoded from JSON into a `Body`.
 ///
-/// The result is a success for an HTTP answer with a status from 200 to 206 whose bytes decode, whatever the
-/// request itself accepts. Any other answer is a failure, with `data`, `headers` and `status` as received; the
-/// body of an answer with another status is not decoded.
+/// The result is a success for an HTTP response with a status from 200 to 206 whose bytes decode, whatever the
+/// request itself accepts. Any other response is a failure, with `data`, `headers` and `status` as received; the
+/// body of a response with another status is not decoded.
 template <class BodyType>
 struct JSONResponse : ResponseRecord {
-  /// What the answer is decoded into.
+  /// What the response is decoded into.
   using Body = BodyType;
   /// What `result` is.
   using Result = JSONResult<Body>;
 
-  /// Judges what a finished task hands back: a present error is the failure; an HTTP answer counts by its status
+  /// Judges what a finished task hands back: a present error is the failure; an HTTP response counts by its status
   /// (`HTTPResponseError::unacceptableStatus`); its bytes are decoded with the decoder that `Body` names, or one
   /// with default settings. A `DecodingError` becomes `HTTPResponseError::jsonDecoding`, any other error
-  /// `HTTPUnknownError::unableToParseJSON`, each with the text that came; without bytes or without an HTTP answer
+  /// `HTTPUnknownError::unableToParseJSON`, each with the text that came; without bytes or without an HTTP response
   /// it is `HTTPUnknownError::jsonResponseFailedToConstruct`. The URL is of no use to this type.
   JSONResponse(std::optional<platform::Data> bytes, std::optional<platform::URL>,
                std::shared_ptr<const platform::URLResponse> response, std::optional<platform::Error> error)

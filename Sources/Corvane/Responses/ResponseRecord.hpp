@@ -20,9 +20,9 @@ namespace corvane {
 struct CORVANE_API ResponseRecord {
   /// The body as received, decoded from its content codings.
   std::optional<platform::Data> data;
-  /// Absent when the answer did not come over HTTP.
+  /// Absent when the response did not come over HTTP.
   std::optional<platform::HTTPHeaderFields> headers;
-  /// `unknown` when the answer has a code without a name here, and when there was no answer.
+  /// `unknown` when the response has a code without a name here, and when there was no response.
   HTTPStatus status = HTTPStatus::unknown;
   /// In bytes; -1 when the server did not announce it.
   std::optional<std::int64_t> expectedContentLength;
@@ -32,7 +32,7 @@ struct CORVANE_API ResponseRecord {
   std::optional<std::string> mimeType;
   /// The charset parameter of the type, lower-case.
   std::optional<std::string> textEncodingName;
-  /// Where the answer came from, after redirects.
+  /// Where the response came from, after redirects.
   std::optional<platform::URL> url;
   /// Null when none arrived.
   std::shared_ptr<const platform::URLResponse> urlResponse;

@@ -12,7 +12,7 @@
 
 namespace corvane {
 
-/// A request whose answer is written to a file while it arrives, never held in memory, of which a `Download` is
+/// A request whose response is written to a file while it arrives, never held in memory, of which a `Download` is
 /// then made: `URL` (the default) or `std::filesystem::path` for the place of the file, `Data`, text or a JSON model
 /// for its content. What else you write and get: see `HTTPRequestable`.
 ///

@@ -32,7 +32,7 @@ template <class Self, class Download>
 struct AnyMethodDownloadRequestable : DownloadRequestable<Self, Download>, HTTPBodyRequestable<Self, platform::Data> {};
 }  // namespace detail
 
-/// Any method on a URL, always with a body, if an empty one; the answer goes into a file.
+/// Any method on a URL, always with a body, if an empty one; the response goes into a file.
 template <class Download = platform::URL>
 class DownloadRequest final
     : public detail::StoredBodyRequest<detail::AnyMethodDownloadRequestable<DownloadRequest<Download>, Download>> {

@@ -38,7 +38,7 @@ class CORVANE_API HTTPProgress {
 
   /// 0 before the first byte.
   std::int64_t completedBytes() const;
-  /// `unknownTotal` while the server has not announced how many there are, as with an answer in chunks.
+  /// `unknownTotal` while the server has not announced how many there are, as with a response in chunks.
   std::int64_t totalBytes() const;
   /// A fraction from 0 to 1, despite its name; 0 while the total is unknown. Always present.
   std::optional<double> percentCompleted() const;

@@ -24,7 +24,7 @@ class CORVANE_API MultipartForm {
   explicit MultipartForm(std::vector<MultipartFormSection> list, BoundaryGenerator generator = {})
       : sections(std::move(list)), boundaryGeneratory(std::move(generator)) {}
 
-  /// The sections in their order, each behind a line with the boundary, and a closing boundary. Reads the files.
+  /// The sections in their order, each after a line with the boundary, and a closing boundary. Reads the files.
   /// Throws what making a section's bytes throws, and `MultipartError` for a section whose bytes hold the
   /// boundary (RFC 2046, 5.1.1): as the process has one boundary for all forms, others may have seen it.
   platform::Data asData() const;

@@ -35,14 +35,14 @@ struct CORVANE_API MultipartFormSection {
                              type ? type->value() : velisand::mimeType(file), velisand::AnyDataRepresentable(file)) {}
 
   /// By name: "Content-Disposition" and, if there is a content type, "Content-Type". The disposition of every section
-  /// holds a line break, behind the name: that is the one that ends the headers of a plain field. Throws
+  /// holds a line break, after the name: that is the one that ends the headers of a plain field. Throws
   /// `MultipartError`.
   std::vector<std::pair<std::string, std::string>> headers() const;
   /// The headers and the value, without boundaries. Throws `MultipartError`, and what making the value's bytes or
   /// reading the file throws.
   ///
   /// A plain field has an empty line before its value, as any server expects. With a content type, that line follows
-  /// the empty one; a file's headers have no empty line behind them. Only servers that know this layout read those
+  /// the empty one; a file's headers have no empty line after them. Only servers that know this layout read those
   /// two right: Docs/Decisions/0013-what-servers-make-of-forms.md.
   platform::Data asData() const;
 

@@ -56,7 +56,7 @@ class TransferFuture : public velisand::Future<HTTPResponse<Body>> {
   /// the order in which they came; see `HTTPProgressHandler` for how often. Every call is scheduled before the future
   /// is completed, but runs when the queue comes to it: a thread that waits with `get()` may go on before, so a handler
   /// on another queue must not refer to that thread's local variables. On a serial queue no call comes after a
-  /// `whenCompleted` of the same queue. The handler is let go of behind its last call. Returns this future.
+  /// `whenCompleted` of the same queue. The handler is let go of after its last call. Returns this future.
   TransferFuture during(std::optional<platform::DispatchQueue> queue, HTTPProgressHandler handler) const {
     handlers()->append(std::move(queue), std::move(handler));
     return *this;

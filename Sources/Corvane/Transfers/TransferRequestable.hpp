@@ -18,11 +18,11 @@ CORVANE_API std::shared_ptr<ProgressRelay> progressRelay(HTTPProgressHandler han
 /// No more progress: `whenQuiet` is called when the handler is not being called.
 CORVANE_API void end(ProgressRelay& relay, platform::Block whenQuiet);
 
-/// The road of the pipeline that a request takes.
-using TransferRoad = void (*)(std::shared_ptr<Exchange>, std::shared_ptr<ProgressRelay>);
+/// The route of the pipeline that a request takes.
+using TransferRoute = void (*)(std::shared_ptr<Exchange>, std::shared_ptr<ProgressRelay>);
 
 /// What downloads and uploads have in common: they are sent with somebody who wants to know of the progress.
-template <class Self, class ResponseType, TransferRoad road>
+template <class Self, class ResponseType, TransferRoute route>
 class TransferRequestable : public HTTPRequestable<Self, ResponseType>, public TransferMark {
   using Base = HTTPRequestable<Self, ResponseType>;
 
@@ -38,7 +38,7 @@ class TransferRequestable : public HTTPRequestable<Self, ResponseType>, public T
   void send(HTTPProgressHandler progress, Completion completion) const;
   TransferFuture<typename Base::ResponseBody> send() const;
 
-  /// The plain road: validates, builds the URL request, and moves the body on a session.
+  /// The plain route: validates, builds the URL request, and moves the body on a session.
   void sendToNetwork(std::optional<platform::DispatchQueue> queue, HTTPProgressHandler progress,
                      Completion completion) const;
 
@@ -48,19 +48,20 @@ class TransferRequestable : public HTTPRequestable<Self, ResponseType>, public T
 
 // Defined out of the class, so that the library's own request types are compiled once, in the library.
 
-template <class Self, class ResponseType, TransferRoad road>
-void TransferRequestable<Self, ResponseType, road>::send(std::optional<platform::DispatchQueue> queue,
-                                                         HTTPProgressHandler progress, Completion completion) const {
-  if constexpr (isSoundRequest<Self>) takeItsRoad(self(), std::move(queue), std::move(completion), std::move(progress));
+template <class Self, class ResponseType, TransferRoute route>
+void TransferRequestable<Self, ResponseType, route>::send(std::optional<platform::DispatchQueue> queue,
+                                                          HTTPProgressHandler progress, Completion completion) const {
+  if constexpr (isValidRequest<Self>)
+    dispatchSend(self(), std::move(queue), std::move(completion), std::move(progress));
 }
 
-template <class Self, class ResponseType, TransferRoad road>
-void TransferRequestable<Self, ResponseType, road>::send(HTTPProgressHandler progress, Completion completion) const {
+template <class Self, class ResponseType, TransferRoute route>
+void TransferRequestable<Self, ResponseType, route>::send(HTTPProgressHandler progress, Completion completion) const {
   self().send(platform::DispatchQueue::main(), std::move(progress), std::move(completion));
 }
 
-template <class Self, class ResponseType, TransferRoad road>
-auto TransferRequestable<Self, ResponseType, road>::send() const -> TransferFuture<typename Base::ResponseBody> {
+template <class Self, class ResponseType, TransferRoute route>
+auto TransferRequestable<Self, ResponseType, route>::send() const -> TransferFuture<typename Base::ResponseBody> {
   auto outcome = SendFuture<Response>::make();
   TransferFuture<typename Base::ResponseBody> future(std::move(outcome.future));
   const auto handlers = future.handlers();
@@ -73,10 +74,10 @@ auto TransferRequestable<Self, ResponseType, road>::send() const -> TransferFutu
   return future;
 }
 
-template <class Self, class ResponseType, TransferRoad road>
-void TransferRequestable<Self, ResponseType, road>::sendToNetwork(std::optional<platform::DispatchQueue> queue,
-                                                                  HTTPProgressHandler progress,
-                                                                  Completion completion) const {
+template <class Self, class ResponseType, TransferRoute route>
+void TransferRequestable<Self, ResponseType, route>::sendToNetwork(std::optional<platform::DispatchQueue> queue,
+                                                                   HTTPProgressHandler progress,
+                                                                   Completion completion) const {
   const auto relay = progressRelay(std::move(progress));
   if (relay) {
     completion = [relay, completion = std::move(completion)](Response response) mutable {
@@ -85,7 +86,7 @@ void TransferRequestable<Self, ResponseType, road>::sendToNetwork(std::optional<
       });
     };
   }
-  road(std::make_shared<TypedExchange<Self>>(self(), std::move(queue), std::move(completion)), relay);
+  route(std::make_shared<TypedExchange<Self>>(self(), std::move(queue), std::move(completion)), relay);
 }
 
 }  // namespace corvane::detail

@@ -22,7 +22,7 @@ namespace corvane {
 ///     SendLog{.body = URL::file("/var/log/app.log")}.send(showProgress, [](DataResponse response) { … });
 ///
 /// For a file `contentType` defaults to the type that its extension stands for, `urlRequest()` has no body, and a
-/// `contentEncoder` is refused with `HTTPUploadError::fileCannotBeEncoded`. An answer that comes before the whole
+/// `contentEncoder` is refused with `HTTPUploadError::fileCannotBeEncoded`. A response that comes before the whole
 /// body was sent, such as 413, is delivered like any other.
 ///
 /// The future form returns a `TransferFuture`. Beside the errors of any request: `CFNetworkErrors` -1100, -1101,

@@ -50,7 +50,7 @@ class StoredUpload : public StoredBodyRequest<Mixin> {
 
 }  // namespace detail
 
-// The ready-made uploads. Each is an immutable value; its answer comes as a `DataResponse`.
+// The ready-made uploads. Each is an immutable value; its response comes as a `DataResponse`.
 
 /// A "POST", or another method, of bytes from memory.
 class CORVANE_API DataUploadRequest final

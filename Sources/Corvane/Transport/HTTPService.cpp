@@ -6,7 +6,7 @@
 
 #include "Corvane/Settings.hpp"
 #include "Corvane/Transport/ServerTrust.hpp"
-#include "Platform/Dispatch/AssistedWait.hpp"
+#include "Platform/Dispatch/CooperativeWait.hpp"
 #include "Platform/Dispatch/DispatchQueue.hpp"
 #include "Platform/Dispatch/DispatchSource.hpp"
 #include "Platform/Loading/URLSession.hpp"
@@ -23,7 +23,7 @@ using platform::URLSessionConfiguration;
 class HTTPService::Sessions final : public platform::URLSessionDelegate, public std::enable_shared_from_this<Sessions> {
  public:
   // Its blocks wait for nothing, so a thread that blocks on a result may run them itself.
-  Sessions() { platform::LocalWork::allow(isolationQueue_); }
+  Sessions() { platform::InlineDrain::allow(isolationQueue_); }
 
   void watchMemory() {
     memoryPressureSource_.setEventHandler([service = weak_from_this()](MemoryPressure) {

@@ -108,7 +108,7 @@ void deliver(std::shared_ptr<Exchange> exchange) {
   velisand::async(queue, [exchange = std::move(exchange)] { exchange->deliver(); });
 }
 
-[[noreturn]] void throwInOurTerms(const Error& error) {
+[[noreturn]] void throwMapped(const Error& error) {
   if (error.domain() == platform::kCFErrorDomainCFNetwork) {
     const std::int64_t code = error.code();
     if (!std::in_range<std::int32_t>(code)) platform::trap("A CFNetwork error code does not fit in 32 bits");
@@ -194,7 +194,7 @@ void concludeExchange(std::shared_ptr<Exchange> exchange, TaskOutcome received, 
 }
 
 void check(const Exchange& exchange, const TaskOutcome& outcome) {
-  if (outcome.error) throwInOurTerms(*outcome.error);
+  if (outcome.error) throwMapped(*outcome.error);
   const auto status = httpStatus(outcome.response.get());
   if (status && exchange.isAcceptable(*status)) return;
   throw HTTPResponseError::unacceptableStatus(status.value_or(HTTPStatus::unknown));

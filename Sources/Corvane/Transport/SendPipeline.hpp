@@ -68,7 +68,7 @@ class CORVANE_API Exchange {
   virtual void deliver() = 0;
 };
 
-// The road of one data request. Every outcome, an exception from a hook included, reaches the completion as a
+// The route of one data request. Every outcome, an exception from a hook included, reaches the completion as a
 // response; nothing is thrown to whoever sends. A completion is called exactly once, on its queue, and never
 // before the call that caused it has returned.
 
@@ -76,9 +76,9 @@ class CORVANE_API Exchange {
 /// should not be sent ends here, silently: its completion is never called.
 CORVANE_API void sendToNetwork(std::shared_ptr<Exchange> exchange);
 
-// The same road with another kind of task. The relay is null when nobody wants to know of the progress.
+// The same route with another kind of task. The relay is null when nobody wants to know of the progress.
 
-/// The answer is written to a file, which gets a temporary directory of its own and the name that the response
+/// The response is written to a file, which gets a temporary directory of its own and the name that the response
 /// suggests. It is removed when the response does not hand it on.
 CORVANE_API void download(std::shared_ptr<Exchange> exchange, std::shared_ptr<ProgressRelay> relay);
 /// The body is sent from a file or from memory.

@@ -15,7 +15,7 @@ namespace {
 using std::chrono::milliseconds;
 
 /// How long a connection that is closed before its request was read goes on reading, so that the client gets
-/// the answer and not a reset (RFC 9112 section 9.6).
+/// the response and not a reset (RFC 9112 section 9.6).
 constexpr milliseconds lingerLimit{2000};
 
 std::unique_ptr<Stream> makeStream(Descriptor socket, const ServerContext& context) {
@@ -27,7 +27,7 @@ std::unique_ptr<Stream> makeStream(Descriptor socket, const ServerContext& conte
 
 Connection::Connection(Descriptor socket, ServerContext& context)
     : context_(context),
-      number_(context.journal.connectionOpened()),
+      number_(context.recorder.connectionOpened()),
       stream_(makeStream(std::move(socket), context)),
       reader_(*stream_),
       thread_([this] { run(); }) {}
@@ -40,15 +40,15 @@ void Connection::run() {
   } catch (const ConnectionOver&) {
     // The client left or the server stops: both are ordinary ends, and closing is all that is left to do.
   } catch (const std::exception& error) {
-    context_.journal.failed(std::string("connection ") + std::to_string(number_) + ": " + error.what());
+    context_.recorder.failed(std::string("connection ") + std::to_string(number_) + ": " + error.what());
   }
   closeSocket();
-  context_.journal.connectionClosed(number_);
+  context_.recorder.connectionClosed(number_);
   isFinished_.store(true, std::memory_order_release);
 }
 
 void Connection::serve() {
-  std::optional<Answer> first = context_.book.takeForNewConnection();
+  std::optional<MockResponse> first = context_.responses.takeForNewConnection();
   if (first) performAtOnce(ScriptWriter::takeSteps(*first, Moment::onAccept));
   shakeHands();
   if (first) perform(ScriptWriter::takeSteps(*first, Moment::afterHandshake));
@@ -60,12 +60,12 @@ void Connection::shakeHands() {
   auto* tls = dynamic_cast<TlsStream*>(stream_.get());
   if (!tls) return;
   tls->onAlert([this](const std::string& alert) {
-    context_.journal.updateConnection(number_, [&](ConnectionRecord& record) { record.alerts.push_back(alert); });
+    context_.recorder.updateConnection(number_, [&](ConnectionRecord& record) { record.alerts.push_back(alert); });
   });
   const TlsStream::Handshake handshake = tls->shakeHands();
   sni_ = handshake.sni;
   tlsVersion_ = handshake.version;
-  context_.journal.updateConnection(number_, [&](ConnectionRecord& record) {
+  context_.recorder.updateConnection(number_, [&](ConnectionRecord& record) {
     record.sni = handshake.sni;
     record.tlsVersion = handshake.version;
     record.resumedSession = handshake.resumed;
@@ -74,7 +74,7 @@ void Connection::shakeHands() {
   if (!handshake.error.empty()) end(handshake.isToBeReset ? Ending::reset : Ending::drop);
 }
 
-bool Connection::serveNextRequest(std::optional<Answer> answer) {
+bool Connection::serveNextRequest(std::optional<MockResponse> response) {
   if (!waitForRequest()) return false;
   ReceivedRequest request;
   try {
@@ -86,22 +86,22 @@ bool Connection::serveNextRequest(std::optional<Answer> answer) {
     request.localAddress = stream_->localAddress();
     request.sni = sni_;
     request.tlsVersion = tlsVersion_;
-    context_.journal.headArrived();
-    if (!answer) answer = context_.book.takeBeforeBody(request);
-    if (answer && ScriptWriter::answersBeforeRest(*answer)) {
-      readBody(request, ScriptWriter::answersBeforeRest(*answer));
-      return answerEarly(request, *answer);
+    context_.recorder.headArrived();
+    if (!response) response = context_.responses.takeBeforeBody(request);
+    if (response && ScriptWriter::respondsBeforeRest(*response)) {
+      readBody(request, ScriptWriter::respondsBeforeRest(*response));
+      return respondEarly(request, *response);
     }
-    receiveBody(request, answer);
+    receiveBody(request, response);
   } catch (const BadRequest& error) {
-    context_.journal.failed("connection " + std::to_string(number_) + " sent a malformed request: " + error.what());
-    return send(Answer(400).text(std::string(error.what()) + "\n").closeConnection(), request);
+    context_.recorder.failed("connection " + std::to_string(number_) + " sent a malformed request: " + error.what());
+    return send(MockResponse(400).text(std::string(error.what()) + "\n").closeConnection(), request);
   }
-  // Before anybody can know of the request: who does may send another, which the answer behind this one is for.
-  if (!answer) answer = context_.book.takeQueued(request);
-  context_.journal.requestArrived(request);
-  if (!answer) answer = answerTo(request);
-  return send(*answer, request) && !requestClosesConnection(request);
+  // Before anybody can know of the request: who does may send another, which the response after this one is for.
+  if (!response) response = context_.responses.takeQueued(request);
+  context_.recorder.requestArrived(request);
+  if (!response) response = responseTo(request);
+  return send(*response, request) && !requestClosesConnection(request);
 }
 
 bool Connection::waitForRequest() {
@@ -138,7 +138,7 @@ void Connection::setIdle(bool isIdle) {
     const std::lock_guard lock(idleMutex_);
     isIdle_ = isIdle;
   }
-  context_.journal.idleChanged(isIdle ? 1 : -1);
+  context_.recorder.idleChanged(isIdle ? 1 : -1);
 }
 
 bool Connection::sendIfIdle(std::string_view bytes) {
@@ -159,15 +159,15 @@ bool Connection::endIfIdle(Ending ending) {
   return true;
 }
 
-void Connection::receiveBody(ReceivedRequest& request, std::optional<Answer>& answer) {
-  if (answer) perform(ScriptWriter::takeSteps(*answer, Moment::beforeRequestBody));
+void Connection::receiveBody(ReceivedRequest& request, std::optional<MockResponse>& response) {
+  if (response) perform(ScriptWriter::takeSteps(*response, Moment::beforeRequestBody));
   const bool expectsContinue = sameName(request.header("Expect").value_or(""), "100-continue");
   if (expectsContinue && !reader_.hasReadBody() && !context_.ignoresExpectContinue) {
     stream_->write("HTTP/1.1 100 Continue\r\n\r\n");
   }
-  if (answer && ScriptWriter::actsAt(*answer, Moment::insideRequestBody)) {
-    readBody(request, ScriptWriter::requestBodyPoint(*answer).value_or(reader_.announcedLength() / 2));
-    perform(ScriptWriter::takeSteps(*answer, Moment::insideRequestBody));
+  if (response && ScriptWriter::actsAt(*response, Moment::insideRequestBody)) {
+    readBody(request, ScriptWriter::requestBodyPoint(*response).value_or(reader_.announcedLength() / 2));
+    perform(ScriptWriter::takeSteps(*response, Moment::insideRequestBody));
   }
   readBody(request, std::nullopt);
 }
@@ -178,13 +178,13 @@ void Connection::readBody(ReceivedRequest& request, std::optional<std::uint64_t>
     if (!piece) return;
     request.bodySize += piece->size();
     if (!context_.discardsBodies) request.body += *piece;
-    context_.journal.bodyBytesArrived(piece->size());
+    context_.recorder.bodyBytesArrived(piece->size());
   }
 }
 
-bool Connection::answerEarly(const ReceivedRequest& request, const Answer& answer) {
-  context_.journal.requestArrived(request);
-  if (!send(answer, request)) return false;
+bool Connection::respondEarly(const ReceivedRequest& request, const MockResponse& response) {
+  context_.recorder.requestArrived(request);
+  if (!send(response, request)) return false;
   if (request.hasHeader("Expect")) {
     ending_ = Ending::close;
     return false;
@@ -195,19 +195,19 @@ bool Connection::answerEarly(const ReceivedRequest& request, const Answer& answe
   return !requestClosesConnection(request);
 }
 
-Answer Connection::answerTo(const ReceivedRequest& request) {
+MockResponse Connection::responseTo(const ReceivedRequest& request) {
   const std::string line = request.method + " " + request.target;
   try {
-    if (auto answer = context_.book.take(request)) return *answer;
-    const std::string problem = "no answer was scripted for " + line + " (request " +
+    if (auto response = context_.responses.take(request)) return *response;
+    const std::string problem = "no response was scripted for " + line + " (request " +
                                 std::to_string(request.indexOnConnection) + " on connection " +
                                 std::to_string(number_) + ")";
-    context_.journal.failed(problem);
-    return Answer(500).text("The test server says: " + problem + ".\n");
+    context_.recorder.failed(problem);
+    return MockResponse(500).text("The test server says: " + problem + ".\n");
   } catch (const std::exception& error) {
     const std::string problem = "the handler of " + line + " threw: " + error.what();
-    context_.journal.failed(problem);
-    return Answer(500).text("The test server says: " + problem + ".\n");
+    context_.recorder.failed(problem);
+    return MockResponse(500).text("The test server says: " + problem + ".\n");
   }
 }
 
@@ -215,15 +215,15 @@ bool Connection::requestClosesConnection(const ReceivedRequest& request) const {
   return sameName(request.header("Connection").value_or(""), "close") || request.version == "HTTP/1.0";
 }
 
-bool Connection::send(const Answer& answer, const ReceivedRequest& request) {
-  const AnswerScript script = ScriptWriter::write(answer, request.method);
+bool Connection::send(const MockResponse& response, const ReceivedRequest& request) {
+  const ResponseScript script = ScriptWriter::write(response, request.method);
   perform(script.steps, script);
   idleSteps_ = script.idleSteps;
   if (script.closes || requestClosesConnection(request)) ending_ = Ending::close;
   return !script.closes;
 }
 
-void Connection::perform(const std::vector<Step>& steps, const AnswerScript& script) {
+void Connection::perform(const std::vector<Step>& steps, const ResponseScript& script) {
   for (const Step& step : steps) performStep(step, script);
 }
 
@@ -236,21 +236,21 @@ void Connection::performAtOnce(const std::vector<Step>& steps) {
   }
 }
 
-void Connection::performStep(const Step& step, const AnswerScript& script) {
+void Connection::performStep(const Step& step, const ResponseScript& script) {
   if (const auto* bytes = std::get_if<SendBytes>(&step)) {
     sendBytes(bytes->bytes, script);
   } else if (const auto* generated = std::get_if<SendGenerated>(&step)) {
     sendGenerated(*generated, script);
   } else if (const auto* pause = std::get_if<PauseFor>(&step)) {
     stream_->pause(pause->duration);
-  } else if (const auto* gate = std::get_if<Gate>(&step)) {
-    hold(*gate);
+  } else if (const auto* latch = std::get_if<Latch>(&step)) {
+    hold(*latch);
   } else {
     end(std::get<Ending>(step));
   }
 }
 
-void Connection::sendBytes(std::string_view bytes, const AnswerScript& script) {
+void Connection::sendBytes(std::string_view bytes, const ResponseScript& script) {
   if (script.throttleBytes == 0) return stream_->write(bytes);
   while (!bytes.empty()) {
     stream_->write(bytes.substr(0, script.throttleBytes));
@@ -259,7 +259,7 @@ void Connection::sendBytes(std::string_view bytes, const AnswerScript& script) {
   }
 }
 
-void Connection::sendGenerated(const SendGenerated& generated, const AnswerScript& script) {
+void Connection::sendGenerated(const SendGenerated& generated, const ResponseScript& script) {
   for (std::uint64_t sent = 0; sent < generated.count;) {
     const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(pieceSize, generated.count - sent));
     sendBytes(generatedWindow(generated.offset + sent, count), script);
@@ -267,20 +267,20 @@ void Connection::sendGenerated(const SendGenerated& generated, const AnswerScrip
   }
 }
 
-void Connection::hold(const Gate& gate) {
-  const Standstill standstill(context_.journal);
-  stream_->pause(std::nullopt, gate.descriptor());
+void Connection::hold(const Latch& latch) {
+  const Standstill standstill(context_.recorder);
+  stream_->pause(std::nullopt, latch.descriptor());
 }
 
 void Connection::end(Ending ending) {
   if (ending == Ending::stall) {
-    const Standstill standstill(context_.journal);
+    const Standstill standstill(context_.recorder);
     stream_->stall();
   }
   if (ending == Ending::halfClose) {
     stream_->sayGoodbye();
     stream_->closeSending();
-    const Standstill standstill(context_.journal);
+    const Standstill standstill(context_.recorder);
     stream_->drain(std::nullopt);
     throw ConnectionOver();
   }

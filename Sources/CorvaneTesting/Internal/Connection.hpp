@@ -8,10 +8,10 @@
 #include <thread>
 #include <vector>
 
-#include "CorvaneTesting/Internal/AnswerBook.hpp"
-#include "CorvaneTesting/Internal/AnswerScript.hpp"
-#include "CorvaneTesting/Internal/Journal.hpp"
 #include "CorvaneTesting/Internal/RequestReader.hpp"
+#include "CorvaneTesting/Internal/RequestRecorder.hpp"
+#include "CorvaneTesting/Internal/ResponseQueue.hpp"
+#include "CorvaneTesting/Internal/ResponseScript.hpp"
 #include "CorvaneTesting/Internal/Stream.hpp"
 
 namespace corvane::testing::detail {
@@ -20,8 +20,8 @@ class TlsContext;
 
 /// What the connections of one server share.
 struct ServerContext {
-  AnswerBook book;
-  Journal journal;
+  ResponseQueue responses;
+  RequestRecorder recorder;
   Event stop;
   std::shared_ptr<TlsContext> tls;
   std::atomic<bool> discardsBodies = false;
@@ -46,21 +46,21 @@ class Connection {
   void run();
   void serve();
   void shakeHands();
-  bool serveNextRequest(std::optional<Answer> first);
+  bool serveNextRequest(std::optional<MockResponse> first);
   bool waitForRequest();
   bool passIdleTime();
   void setIdle(bool isIdle);
-  void receiveBody(ReceivedRequest& request, std::optional<Answer>& answer);
+  void receiveBody(ReceivedRequest& request, std::optional<MockResponse>& response);
   void readBody(ReceivedRequest& request, std::optional<std::uint64_t> limit);
-  bool answerEarly(const ReceivedRequest& request, const Answer& answer);
-  Answer answerTo(const ReceivedRequest& request);
-  bool send(const Answer& answer, const ReceivedRequest& request);
-  void perform(const std::vector<Step>& steps, const AnswerScript& script = {});
+  bool respondEarly(const ReceivedRequest& request, const MockResponse& response);
+  MockResponse responseTo(const ReceivedRequest& request);
+  bool send(const MockResponse& response, const ReceivedRequest& request);
+  void perform(const std::vector<Step>& steps, const ResponseScript& script = {});
   void performAtOnce(const std::vector<Step>& steps);
-  void performStep(const Step& step, const AnswerScript& script);
-  void sendBytes(std::string_view bytes, const AnswerScript& script);
-  void sendGenerated(const SendGenerated& generated, const AnswerScript& script);
-  void hold(const Gate& gate);
+  void performStep(const Step& step, const ResponseScript& script);
+  void sendBytes(std::string_view bytes, const ResponseScript& script);
+  void sendGenerated(const SendGenerated& generated, const ResponseScript& script);
+  void hold(const Latch& latch);
   [[noreturn]] void end(Ending ending);
   void closeSocket();
   bool requestClosesConnection(const ReceivedRequest& request) const;

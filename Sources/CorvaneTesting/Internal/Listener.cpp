@@ -72,7 +72,7 @@ void Listener::accept() {
   for (const Descriptor& socket : sockets_) watched.push_back({socket.value(), POLLIN, 0});
   while (!stopAccepting_.isRaised()) {
     if (::poll(watched.data(), watched.size(), -1) < 0 && errno != EINTR) {
-      context_.journal.failed(std::string("the server cannot wait for connections: ") + std::strerror(errno));
+      context_.recorder.failed(std::string("the server cannot wait for connections: ") + std::strerror(errno));
       return;
     }
     for (std::size_t index = 1; index < watched.size(); ++index) {
@@ -92,7 +92,7 @@ void Listener::acceptOne(int listening) {
   }
   const bool isOutOfDescriptors = errno == EMFILE || errno == ENFILE;
   if (!isOutOfDescriptors) return;
-  context_.journal.failed("the server has no file descriptor left for another connection");
+  context_.recorder.failed("the server has no file descriptor left for another connection");
   // Room comes when a connection ends; asking at once again would only burn the processor.
   pollfd stop = {stopAccepting_.descriptor(), POLLIN, 0};
   ::poll(&stop, 1, 50);

@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::size_t headLimit = 4 * 1024 * 1024;
 constexpr std::size_t lineLimit = 64 * 1024;
-constexpr std::string_view blankLine = "\r\n\r\n";
+constexpr std::string_view emptyLine = "\r\n\r\n";
 
 bool isTokenCharacter(char character) {
   // RFC 9110 section 5.6.2.
@@ -42,7 +42,7 @@ HeaderField parseField(std::string_view line) {
 }  // namespace
 
 std::optional<ReceivedRequest> RequestReader::readHead() {
-  std::size_t end = buffer_.find(blankLine);
+  std::size_t end = buffer_.find(emptyLine);
   while (end == std::string::npos) {
     const std::size_t from = buffer_.size() < 3 ? 0 : buffer_.size() - 3;
     if (!fill()) {
@@ -50,10 +50,10 @@ std::optional<ReceivedRequest> RequestReader::readHead() {
       throw ConnectionOver();
     }
     if (buffer_.size() > headLimit) throw BadRequest("the request's head exceeds 4 MiB");
-    end = buffer_.find(blankLine, from);
+    end = buffer_.find(emptyLine, from);
   }
   ReceivedRequest request;
-  request.head = take(end + blankLine.size());
+  request.head = take(end + emptyLine.size());
   parseHead(request);
   chooseFraming(request);
   return request;

@@ -62,9 +62,9 @@ std::size_t Stream::writeWithoutWaiting(std::string_view bytes) {
   return 0;
 }
 
-Stream::Woke Stream::wait(short events, std::optional<milliseconds> limit, int gate) const {
+Stream::Woke Stream::wait(short events, std::optional<milliseconds> limit, int latch) const {
   const auto deadline = deadlineAfter(limit);
-  pollfd watched[] = {{socket(), events, 0}, {stop_.descriptor(), POLLIN, 0}, {gate, POLLIN, 0}};
+  pollfd watched[] = {{socket(), events, 0}, {stop_.descriptor(), POLLIN, 0}, {latch, POLLIN, 0}};
   for (;;) {
     const int timeout = remaining(deadline);
     const int count = ::poll(watched, 3, timeout);
@@ -74,7 +74,7 @@ Stream::Woke Stream::wait(short events, std::optional<milliseconds> limit, int g
       if (timeout == 0) return Woke::timedOut;
       continue;
     }
-    if (watched[2].revents != 0) return Woke::gate;
+    if (watched[2].revents != 0) return Woke::latch;
     if ((watched[0].revents & POLLIN) != 0) return Woke::readable;
     if ((watched[0].revents & POLLOUT) != 0) return Woke::writable;
     return Woke::left;
@@ -83,8 +83,8 @@ Stream::Woke Stream::wait(short events, std::optional<milliseconds> limit, int g
 
 Stream::Woke Stream::waitForBytes(std::optional<milliseconds> limit) { return wait(POLLIN | POLLRDHUP, limit); }
 
-void Stream::pause(std::optional<milliseconds> duration, int gate) {
-  if (wait(POLLRDHUP, duration, gate) == Woke::left) throw ConnectionOver();
+void Stream::pause(std::optional<milliseconds> duration, int latch) {
+  if (wait(POLLRDHUP, duration, latch) == Woke::left) throw ConnectionOver();
 }
 
 void Stream::stall() {

@@ -17,7 +17,7 @@ struct ConnectionOver {};
 /// Bytes to and from one client over a non-blocking socket. Every wait ends when the server stops.
 class Stream {
  public:
-  enum class Woke { readable, writable, left, gate, timedOut };
+  enum class Woke { readable, writable, left, latch, timedOut };
 
   Stream(Descriptor socket, const Event& stop);
   virtual ~Stream() = default;
@@ -37,8 +37,8 @@ class Stream {
 
   /// Waits until the client sends something or leaves.
   Woke waitForBytes(std::optional<std::chrono::milliseconds> limit);
-  /// Passes time, or waits for a gate (-1 for none); leaves by `ConnectionOver` when the client does.
-  void pause(std::optional<std::chrono::milliseconds> duration, int gate = -1);
+  /// Passes time, or waits for a latch (-1 for none); leaves by `ConnectionOver` when the client does.
+  void pause(std::optional<std::chrono::milliseconds> duration, int latch = -1);
   /// Waits until the client leaves.
   [[noreturn]] void stall();
 
@@ -54,8 +54,8 @@ class Stream {
 
  protected:
   int socket() const { return socket_.value(); }
-  /// Waits for any of the `poll` events or the gate.
-  Woke wait(short events, std::optional<std::chrono::milliseconds> limit, int gate = -1) const;
+  /// Waits for any of the `poll` events or the latch.
+  Woke wait(short events, std::optional<std::chrono::milliseconds> limit, int latch = -1) const;
 
  private:
   Descriptor socket_;

@@ -64,7 +64,7 @@ int chooseProtocol(SSL*, const unsigned char** chosen, unsigned char* chosenLeng
 TlsContext::TlsContext(const Tls& settings)
     : handle_(SSL_CTX_new(TLS_server_method()), SSL_CTX_free),
       saysGoodbye_(settings.saysGoodbye),
-      resetGate_(settings.handshakeReset) {
+      resetLatch_(settings.handshakeReset) {
   if (!handle_) throw std::runtime_error("cannot make a TLS context");
   SSL_CTX_set_min_proto_version(handle_.get(), protocolVersion(settings.oldest));
   SSL_CTX_set_max_proto_version(handle_.get(), protocolVersion(settings.newest));
@@ -135,7 +135,7 @@ std::size_t TlsStream::writeWithoutWaiting(std::string_view bytes) {
 
 bool TlsStream::waitAfter(int result, Handshake& handshake) {
   if (SSL_get_error(ssl_.get(), result) != SSL_ERROR_WANT_READ) return waitAfter(result);
-  handshake.isToBeReset = wait(POLLIN, std::nullopt, context_->resetGate()) == Woke::gate;
+  handshake.isToBeReset = wait(POLLIN, std::nullopt, context_->resetLatch()) == Woke::latch;
   return !handshake.isToBeReset;
 }
 

@@ -22,12 +22,12 @@ class TlsContext {
   ssl_ctx_st* handle() const { return handle_.get(); }
   bool saysGoodbye() const { return saysGoodbye_; }
   /// -1 for none.
-  int resetGate() const { return resetGate_ ? resetGate_->descriptor() : -1; }
+  int resetLatch() const { return resetLatch_ ? resetLatch_->descriptor() : -1; }
 
  private:
   std::shared_ptr<ssl_ctx_st> handle_;
   bool saysGoodbye_;
-  std::optional<Gate> resetGate_;
+  std::optional<Latch> resetLatch_;
 };
 
 /// A stream inside TLS.
@@ -59,7 +59,7 @@ class TlsStream final : public Stream {
   static void onEvent(const ssl_st* ssl, int where, int value);
   /// Waits for what the last call, which returned `result`, lacked; false when it failed for good.
   bool waitAfter(int result);
-  /// The same inside the handshake, which a gate may end.
+  /// The same inside the handshake, which a latch may end.
   bool waitAfter(int result, Handshake& handshake);
 
   std::shared_ptr<TlsContext> context_;

@@ -129,7 +129,7 @@ std::byte* Data::mutableBytes() {
 }
 
 Data Data::subdata(std::size_t offset, std::size_t count) const {
-  if (offset > count_ || count > count_ - offset) trap("Data::subdata: the part reaches behind the end of the data");
+  if (offset > count_ || count > count_ - offset) trap("Data::subdata: the part reaches past the end of the data");
   return {bytes() + offset, count};
 }
 

@@ -13,13 +13,13 @@ namespace platform {
 
 /// A byte buffer with value semantics whose copies share their bytes until one of them is changed.
 ///
-/// Copying never copies bytes. Growing never zeroes memory. Behind the last byte there are always
+/// Copying never copies bytes. Growing never zeroes memory. After the last byte there are always
 /// `padding` readable bytes of unspecified content, so that a vector parser may read past the end.
 /// A value may be read from several threads at once; changing one value needs the usual exclusion, while
 /// changing two copies from two threads is safe. Throws `std::bad_alloc` where memory is wanting.
 class CORVANE_API Data {
  public:
-  /// Readable bytes behind the end of every buffer, the empty one included.
+  /// Readable bytes after the end of every buffer, the empty one included.
   static constexpr std::size_t padding = 64;
 
   Data() noexcept = default;

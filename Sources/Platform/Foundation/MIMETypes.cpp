@@ -8,7 +8,7 @@ namespace platform {
 
 namespace {
 
-// Lines of an extension, a blank and a type, sorted by extension. One text instead of an array of views: it needs no
+// Lines of an extension, a space and a type, sorted by extension. One text instead of an array of views: it needs no
 // relocation when the program starts, and less space.
 constexpr std::string_view table =
 #include "Platform/Foundation/Internal/MIMETypeTable.inc"

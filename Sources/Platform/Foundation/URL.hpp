@@ -32,7 +32,7 @@ class CORVANE_API URL {
   URL& operator=(const URL& other) noexcept = default;
   ~URL();
 
-  /// Absent when the text is not an RFC 3986 URI reference (blanks and non-ASCII characters must be
+  /// Absent when the text is not an RFC 3986 URI reference (spaces and non-ASCII characters must be
   /// percent-encoded), is empty, has a port above 65535 or an IPv6 address with a zone identifier.
   static std::optional<URL> parse(std::string_view text);
   /// The base may be relative itself.
@@ -55,7 +55,7 @@ class CORVANE_API URL {
   std::optional<std::string> scheme() const;
   /// The part before the password, of the authority.
   std::optional<std::string> user() const;
-  /// The part behind the colon, of the user information.
+  /// The part after the colon, of the user information.
   std::optional<std::string> password() const;
   /// Without the brackets of an IPv6 address; absent when empty, as in "file:///tmp".
   std::optional<std::string> host() const;

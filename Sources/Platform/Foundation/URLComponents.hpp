@@ -63,7 +63,7 @@ class CORVANE_API URLComponents {
   /// No items make an empty query.
   void setQueryItems(const std::vector<URLQueryItem>& items);
 
-  /// A colon in the first segment of a path behind neither scheme nor host is written "%3A".
+  /// A colon in the first segment of a path after neither scheme nor host is written "%3A".
   /// Absent when the parts make no URL: an authority with a path that does not start with "/", or no
   /// authority and a path that starts with "//", or a component with characters it may not hold.
   std::optional<URL> url() const;

@@ -34,7 +34,7 @@ class DateReader {
     }
     return value;
   }
-  /// Of one digit with a blank before it, or of two.
+  /// Of one digit with a space before it, or of two.
   int paddedDay() {
     if (!rest_.starts_with(' ')) return number(2);
     rest_.remove_prefix(1);

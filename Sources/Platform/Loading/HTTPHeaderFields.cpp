@@ -8,7 +8,7 @@ namespace platform {
 
 namespace {
 
-// Most answers have between four and twelve fields: one allocation instead of four.
+// Most responses have between four and twelve fields: one allocation instead of four.
 constexpr std::size_t firstCapacity = 12;
 
 template <class Fields>

@@ -11,7 +11,7 @@
 
 namespace platform {
 
-/// How an answer may come from a cache. Sessions of this library keep no cache, so every policy goes to the
+/// How a response may come from a cache. Sessions of this library keep no cache, so every policy goes to the
 /// network, except that `returnCacheDataDontLoad` fails with -2000.
 enum class URLRequestCachePolicy {
   useProtocolCachePolicy = 0,

@@ -11,7 +11,7 @@
 
 namespace platform {
 
-/// What is known of an answer from elsewhere than its header fields; what is absent is read from those.
+/// What is known of a response from elsewhere than its header fields; what is absent is read from those.
 struct URLResponseFacts {
   /// As `URLResponse::mimeType`.
   std::optional<std::string> mimeType;
@@ -35,7 +35,7 @@ class CORVANE_API URLResponse {
   URLResponse& operator=(const URLResponse&) = delete;
   virtual ~URLResponse();
 
-  /// Where the answer came from, after redirects.
+  /// Where the response came from, after redirects.
   const URL& url() const { return url_; }
   /// Lower-case type without parameters.
   const std::optional<std::string>& mimeType() const { return mimeType_; }
@@ -58,7 +58,7 @@ class CORVANE_API URLResponse {
   std::optional<std::string> textEncodingName_;
 };
 
-/// An answer over HTTP. MIME type, text encoding, length and file name are read from the header fields, unless they
+/// A response over HTTP. MIME type, text encoding, length and file name are read from the header fields, unless they
 /// are known otherwise.
 class CORVANE_API HTTPURLResponse final : public URLResponse {
  public:
@@ -68,7 +68,7 @@ class CORVANE_API HTTPURLResponse final : public URLResponse {
 
   /// As received, from 200 to 999.
   int statusCode() const { return statusCode_; }
-  /// The protocol of the answer, e.g. "HTTP/2".
+  /// The protocol of the response, e.g. "HTTP/2".
   const std::string& httpVersion() const { return httpVersion_; }
   /// All header fields, in their order.
   const HTTPHeaderFields& allHeaderFields() const { return headerFields_; }

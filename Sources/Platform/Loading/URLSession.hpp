@@ -36,7 +36,7 @@ struct CORVANE_API URLSessionConfiguration {
   /// Connections to one host at a time; further tasks wait in order. 0: as many as serve throughput,
   /// starting at 64 and growing while the server is what holds things up.
   int httpMaximumConnectionsPerHost = 0;
-  /// Whether cookies are stored from answers and sent with later requests of this session.
+  /// Whether cookies are stored from responses and sent with later requests of this session.
   bool httpShouldSetCookies = true;
 };
 
@@ -59,7 +59,7 @@ class CORVANE_API URLSessionTask {
   virtual State state() const = 0;
   /// What the task was made with, before redirects.
   virtual const URLRequest& originalRequest() const = 0;
-  /// Counts the bytes of the body: of the request in an upload, of the answer in any other task, as they go over
+  /// Counts the bytes of the body: of the request in an upload, of the response in any other task, as they go over
   /// the network. It is told at most every 50 ms, when something moved, and at the end of a task that succeeded.
   virtual std::shared_ptr<Progress> progress() = 0;
   /// Unique within the process.

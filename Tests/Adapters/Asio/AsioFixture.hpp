@@ -25,7 +25,7 @@ namespace net = asio;
 #include <thread>
 
 #include "CorvaneTesting/Expectation.hpp"
-#include "CorvaneTesting/Gate.hpp"
+#include "CorvaneTesting/Latch.hpp"
 #include "CorvaneTesting/ServerTest.hpp"
 
 namespace corvane {
@@ -44,18 +44,18 @@ inline const std::string cancelledMessage = HTTPResponseError::taskCancelled().m
 /// Sends to a server of its own, from a context of its own.
 class AsioTest : public testing::ServerTest {
  protected:
-  using Gate = testing::Gate;
-  using Answer = testing::Answer;
+  using Latch = testing::Latch;
+  using MockResponse = testing::MockResponse;
 
   ~AsioTest() override {
-    gate.open();
+    latch.open();
     Corvane::resetSessions();
   }
 
   Get get(std::string_view target = "/") const { return {.url = server.url(target)}; }
-  void holdAnswers(int count = 1) {
+  void holdResponses(int count = 1) {
     for (int number = 0; number < count; ++number) {
-      server.enqueue(Answer(200).hold(testing::Moment::beforeStatusLine, gate));
+      server.enqueue(MockResponse(200).hold(testing::Moment::beforeStatusLine, latch));
     }
   }
   /// Runs until there is no work left; false when that takes too long.
@@ -65,7 +65,7 @@ class AsioTest : public testing::ServerTest {
   }
 
   net::io_context context;
-  const Gate gate;
+  const Latch latch;
 };
 
 }  // namespace corvane

@@ -15,7 +15,7 @@ class AsioMainLoopTest : public AsioTest {
 };
 
 TEST_F(AsioMainLoopTest, completesOnTheThreadThatRunsTheContext) {
-  server.enqueue(Answer(200).text("hello"));
+  server.enqueue(MockResponse(200).text("hello"));
   AsioMainLoop mainLoop(context);
   std::thread::id thread;
 
@@ -30,7 +30,7 @@ TEST_F(AsioMainLoopTest, completesOnTheThreadThatRunsTheContext) {
 
 TEST_F(AsioMainLoopTest, runsManyCompletionsBesideOtherHandlers) {
   constexpr int count = 500;
-  server.handleAll([](const auto&) { return Answer(200).text("x"); });
+  server.handleAll([](const auto&) { return MockResponse(200).text("x"); });
   AsioMainLoop mainLoop(context);
   int completed = 0, posted = 0;
 

@@ -13,7 +13,7 @@ using platform::DispatchQueue;
 using AsioQueueTest = AsioTest;
 
 TEST_F(AsioQueueTest, completesOnTheThreadThatRunsTheContext) {
-  server.enqueue(Answer(200).text("hello"));
+  server.enqueue(MockResponse(200).text("hello"));
   const AsioQueue queue(context);
   std::thread::id thread;
   std::string text;
@@ -30,7 +30,7 @@ TEST_F(AsioQueueTest, completesOnTheThreadThatRunsTheContext) {
 
 TEST_F(AsioQueueTest, keepsTheContextRunningUntilTheLastCompletion) {
   constexpr int count = 500;
-  server.handleAll([](const auto&) { return Answer(200).text("x"); });
+  server.handleAll([](const auto&) { return MockResponse(200).text("x"); });
   const AsioQueue queue(context);
   int completed = 0;
 
@@ -148,7 +148,7 @@ TEST_F(AsioQueueTest, dropsWhatComesOnceTheContextIsDestroyed) {
 }
 
 TEST_F(AsioQueueTest, survivesTheEndOfTheContextWhileRequestsAreUnderWay) {
-  holdAnswers(3);
+  holdResponses(3);
   std::optional<net::io_context> ending(std::in_place);
   const testing::Expectation<void> released;
   {
@@ -162,9 +162,9 @@ TEST_F(AsioQueueTest, survivesTheEndOfTheContextWhileRequestsAreUnderWay) {
 
   ending.reset();
   EXPECT_EQ(released.count(), 0);
-  gate.open();
+  latch.open();
 
-  // The answers arrive, and the completions go without being called.
+  // The responses arrive, and the completions go without being called.
   released.wait();
 }
 

@@ -31,7 +31,7 @@ class AsyncSendCancellationTest : public AsioTest {
 };
 
 TEST_F(AsyncSendCancellationTest, cancelsTheRequestByItsSlot) {
-  holdAnswers();
+  holdResponses();
   async_send(context, get(), noting());
 
   const auto canceller = onceItArrived([this] { signal.emit(net::cancellation_type::terminal); });
@@ -42,7 +42,7 @@ TEST_F(AsyncSendCancellationTest, cancelsTheRequestByItsSlot) {
 }
 
 TEST_F(AsyncSendCancellationTest, cancelsARequestThatIsJustBeingSent) {
-  holdAnswers();
+  holdResponses();
 
   async_send(context, get(), noting());
   signal.emit(net::cancellation_type::all);
@@ -52,12 +52,12 @@ TEST_F(AsyncSendCancellationTest, cancelsARequestThatIsJustBeingSent) {
 }
 
 TEST_F(AsyncSendCancellationTest, goesOnWhenOnlyAStopWithoutEffectIsAskedFor) {
-  holdAnswers();
+  holdResponses();
   async_send(context, get(), noting());
 
   const auto canceller = onceItArrived([this] {
     signal.emit(net::cancellation_type::total);
-    gate.open();
+    latch.open();
   });
 
   EXPECT_TRUE(runToTheEnd());
@@ -65,7 +65,7 @@ TEST_F(AsyncSendCancellationTest, goesOnWhenOnlyAStopWithoutEffectIsAskedFor) {
 }
 
 TEST_F(AsyncSendCancellationTest, doesNothingAfterTheHandlerWasCalled) {
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse(200));
   async_send(context, get(), noting());
   ASSERT_TRUE(runToTheEnd());
 
@@ -76,7 +76,7 @@ TEST_F(AsyncSendCancellationTest, doesNothingAfterTheHandlerWasCalled) {
 
 TEST_F(AsyncSendCancellationTest, cancelsTheRequestThatLosesAgainstATimer) {
   using namespace net::experimental::awaitable_operators;
-  holdAnswers();
+  holdResponses();
   std::size_t winner = 99;
 
   net::co_spawn(
@@ -94,7 +94,7 @@ TEST_F(AsyncSendCancellationTest, cancelsTheRequestThatLosesAgainstATimer) {
 
 TEST_F(AsyncSendCancellationTest, leavesTheTimerBehindThatLosesAgainstTheRequest) {
   using namespace net::experimental::awaitable_operators;
-  server.enqueue(Answer(200).text("fast"));
+  server.enqueue(MockResponse(200).text("fast"));
   std::string text;
 
   net::co_spawn(
@@ -111,7 +111,7 @@ TEST_F(AsyncSendCancellationTest, leavesTheTimerBehindThatLosesAgainstTheRequest
 }
 
 TEST_F(AsyncSendCancellationTest, reachesTheRequestThatASpawnedCoroutineAwaits) {
-  holdAnswers();
+  holdResponses();
   net::co_spawn(
       context,
       [&]() -> awaitable<void> {
@@ -130,7 +130,7 @@ TEST_F(AsyncSendCancellationTest, reachesTheRequestThatASpawnedCoroutineAwaits) 
 }
 
 TEST_F(AsyncSendCancellationTest, cancelsEveryRequestOfABatch) {
-  holdAnswers(3);
+  holdResponses(3);
   std::vector<DataResponse> responses;
   const std::vector<Get> requests(3, get());
   async_send(context, requests, HTTPBatchMode::parallel(),

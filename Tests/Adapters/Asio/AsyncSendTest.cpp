@@ -55,7 +55,7 @@ struct RetriedGet : DataGetRequestable<RetriedGet>, HTTPRetryAttempting<RetriedG
 };
 
 TEST_F(AsyncSendTest, callsACallbackOnTheContextThatIsGivenFirst) {
-  server.enqueue(Answer(200).text("hello"));
+  server.enqueue(MockResponse(200).text("hello"));
   std::thread::id thread;
   std::string text;
 
@@ -73,7 +73,7 @@ TEST_F(AsyncSendTest, callsACallbackOnTheContextThatIsGivenFirst) {
 }
 
 TEST_F(AsyncSendTest, callsACallbackOnItsAssociatedExecutor) {
-  server.enqueue(Answer(200).text("hello"));
+  server.enqueue(MockResponse(200).text("hello"));
   const auto strand = net::make_strand(context);
   bool isInStrand = false;
 
@@ -86,7 +86,7 @@ TEST_F(AsyncSendTest, callsACallbackOnItsAssociatedExecutor) {
 }
 
 TEST_F(AsyncSendTest, callsACallbackWithoutAnExecutorOnTheSystemsThreads) {
-  server.enqueue(Answer(200).text("hello"));
+  server.enqueue(MockResponse(200).text("hello"));
 
   const auto thread = testing::await<std::thread::id>([&](auto done) {
     async_send(get(), [done](std::exception_ptr, const HTTPResponse<Data>&) { done(std::this_thread::get_id()); });
@@ -96,7 +96,7 @@ TEST_F(AsyncSendTest, callsACallbackWithoutAnExecutorOnTheSystemsThreads) {
 }
 
 TEST_F(AsyncSendTest, tellsACallbackTheErrorAndTheFactsThereAre) {
-  server.enqueue(Answer(404).header("X-Reason", "gone").text("nothing here"));
+  server.enqueue(MockResponse(404).header("X-Reason", "gone").text("nothing here"));
   std::string message, reason, body;
   HTTPStatus status = HTTPStatus::unknown;
 
@@ -114,8 +114,8 @@ TEST_F(AsyncSendTest, tellsACallbackTheErrorAndTheFactsThereAre) {
 }
 
 TEST_F(AsyncSendTest, givesAFuture) {
-  server.enqueue(Answer(200).json(R"({"id": 7, "login": "ada"})"));
-  server.enqueue(Answer(500));
+  server.enqueue(MockResponse(200).json(R"({"id": 7, "login": "ada"})"));
+  server.enqueue(MockResponse(500));
   const GetUser request{.url = server.url("/users/7")};
 
   std::future<HTTPResponse<User>> user = async_send(request, net::use_future);
@@ -125,7 +125,7 @@ TEST_F(AsyncSendTest, givesAFuture) {
 }
 
 TEST_F(AsyncSendTest, isAwaited) {
-  server.enqueue(Answer(200).json(R"({"id": 7, "login": "ada"})"));
+  server.enqueue(MockResponse(200).json(R"({"id": 7, "login": "ada"})"));
   std::string login;
   std::thread::id thread;
 
@@ -145,7 +145,7 @@ TEST_F(AsyncSendTest, isAwaited) {
 }
 
 TEST_F(AsyncSendTest, throwsTheErrorAtTheAwait) {
-  server.enqueue(Answer(500));
+  server.enqueue(MockResponse(500));
   std::string message;
 
   net::co_spawn(
@@ -164,7 +164,7 @@ TEST_F(AsyncSendTest, throwsTheErrorAtTheAwait) {
 }
 
 TEST_F(AsyncSendTest, canBeAwaitedAsATuple) {
-  server.enqueue(Answer(500));
+  server.enqueue(MockResponse(500));
   std::string message;
 
   net::co_spawn(
@@ -180,7 +180,7 @@ TEST_F(AsyncSendTest, canBeAwaitedAsATuple) {
 }
 
 TEST_F(AsyncSendTest, isDeferredUntilItIsLaunched) {
-  server.enqueue(Answer(200).text("later"));
+  server.enqueue(MockResponse(200).text("later"));
   std::string text;
 
   auto operation = async_send(context, get(), net::experimental::deferred);
@@ -194,7 +194,7 @@ TEST_F(AsyncSendTest, isDeferredUntilItIsLaunched) {
 
 TEST_F(AsyncSendTest, sendsManyAtOnce) {
   constexpr int count = 500;
-  server.handleAll([](const auto& request) { return Answer(200).text(request.target); });
+  server.handleAll([](const auto& request) { return MockResponse(200).text(request.target); });
   std::vector<std::string> texts(count);
 
   for (int number = 0; number < count; ++number) {
@@ -214,7 +214,7 @@ TEST_F(AsyncSendTest, sendsManyAtOnce) {
 }
 
 TEST_F(AsyncSendTest, letsAnExceptionOfTheHandlerOutOfRun) {
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse(200));
   async_send(context, get(), [](std::exception_ptr, const HTTPResponse<Data>&) { throw std::out_of_range("too far"); });
 
   EXPECT_THROW(context.run(), std::out_of_range);
@@ -235,7 +235,7 @@ TEST_F(AsyncSendTest, failsWhenTheRequestShouldNotBeSent) {
 }
 
 TEST_F(AsyncSendTest, tellsTheProgressOfADownloadOnTheSameExecutor) {
-  server.enqueue(Answer(200).generatedBody(3'000'000));
+  server.enqueue(MockResponse(200).generatedBody(3'000'000));
   std::int64_t bytes = 0;
   bool isOver = false;
 
@@ -258,7 +258,7 @@ TEST_F(AsyncSendTest, tellsTheProgressOfADownloadOnTheSameExecutor) {
 }
 
 TEST_F(AsyncSendTest, sendsWithoutAnybodyWhoWantsToKnowTheProgress) {
-  server.enqueue(Answer(200).text(std::string(100'000, 'x')));
+  server.enqueue(MockResponse(200).text(std::string(100'000, 'x')));
   std::size_t bytes = 0;
 
   async_send(context, Download{.url = server.url("/file")}, nullptr,
@@ -272,7 +272,7 @@ TEST_F(AsyncSendTest, tellsTheProgressOneAtATimeAndFirstAlsoInAThreadPool) {
   net::thread_pool pool(3);
   std::atomic<int> inside = 0, calls = 0, strays = 0;
   for (int number = 0; number < 20; ++number) {
-    server.enqueue(Answer(200).text(std::string(300'000, 'x')));
+    server.enqueue(MockResponse(200).text(std::string(300'000, 'x')));
     const testing::Expectation<void> answered;
     std::atomic<bool> isOver = false;
     async_send(
@@ -297,8 +297,8 @@ TEST_F(AsyncSendTest, tellsTheProgressOneAtATimeAndFirstAlsoInAThreadPool) {
 }
 
 TEST_F(AsyncSendTest, downloadsToAFile) {
-  server.enqueue(Answer(200).text("hello"));
-  server.enqueue(Answer(404));
+  server.enqueue(MockResponse(200).text("hello"));
+  server.enqueue(MockResponse(404));
   std::vector<std::string> outcomes;
 
   for (int number = 0; number < 2; ++number) {
@@ -316,7 +316,7 @@ TEST_F(AsyncSendTest, downloadsToAFile) {
 }
 
 TEST_F(AsyncSendTest, tellsTheHandlersOfAPollingRequestOnTheSameExecutor) {
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse(200));
   GetNews::where = server.url("/news");
   std::vector<std::string> calls;
   const auto note = [&, runner = std::this_thread::get_id()](const char* what) {
@@ -333,9 +333,9 @@ TEST_F(AsyncSendTest, tellsTheHandlersOfAPollingRequestOnTheSameExecutor) {
 }
 
 TEST_F(AsyncSendTest, throwsWhatKeepsItFromBeingSentAndCallsNoHandler) {
-  int throws = 0, answers = 0;
+  int throws = 0, responses = 0;
   for (int copies = 1; copies < 12; ++copies) {
-    server.handleAll([](const auto&) { return Answer(200); });
+    server.handleAll([](const auto&) { return MockResponse(200); });
     const HardlyCopied request(server.url("/"), copies);
     bool isAnswered = false, hasThrown = false;
     auto held = std::make_shared<int>(0);
@@ -352,35 +352,35 @@ TEST_F(AsyncSendTest, throwsWhatKeepsItFromBeingSentAndCallsNoHandler) {
     EXPECT_NE(hasThrown, isAnswered) << copies;
     EXPECT_TRUE(handler.expired()) << copies;
     throws += hasThrown ? 1 : 0;
-    answers += isAnswered ? 1 : 0;
+    responses += isAnswered ? 1 : 0;
   }
   EXPECT_GT(throws, 0);
-  EXPECT_GT(answers, 0);
+  EXPECT_GT(responses, 0);
 }
 
 TEST_F(AsyncSendTest, sendsABatch) {
-  server.handleAll([](const auto& request) { return Answer(request.target == "/1" ? 500 : 200); });
-  std::size_t answers = 0, failures = 0;
+  server.handleAll([](const auto& request) { return MockResponse(request.target == "/1" ? 500 : 200); });
+  std::size_t responses = 0, failures = 0;
 
   net::co_spawn(
       context,
       [&]() -> awaitable<void> {
         const std::vector<Get> requests{get("/0"), get("/1"), get("/2")};
         for (const auto& response : co_await async_send(requests, HTTPBatchMode::parallel(), use_awaitable)) {
-          ++answers;
+          ++responses;
           if (!response.result) ++failures;
         }
       },
       net::detached);
 
   EXPECT_TRUE(runToTheEnd());
-  EXPECT_EQ(answers, 3U);
+  EXPECT_EQ(responses, 3U);
   EXPECT_EQ(failures, 1U);
 }
 
 TEST_F(AsyncSendTest, retries) {
-  server.enqueue(Answer(500));
-  server.enqueue(Answer(200).text("at last"));
+  server.enqueue(MockResponse(500));
+  server.enqueue(MockResponse(200).text("at last"));
   std::int64_t failCount = 0;
 
   async_send_attempting_retry(context, RetriedGet{.url = server.url("/")},
@@ -411,9 +411,9 @@ struct CountingAllocator {
     ++counts->all;
     return std::allocator<T>().allocate(count);
   }
-  void deallocate(T* place, std::size_t count) {
+  void deallocate(T* target, std::size_t count) {
     --counts->live;
-    std::allocator<T>().deallocate(place, count);
+    std::allocator<T>().deallocate(target, count);
   }
   template <class U>
   bool operator==(const CountingAllocator<U>& other) const {
@@ -434,7 +434,7 @@ struct AllocatingHandler {
 };
 
 TEST_F(AsyncSendTest, keepsTheHandlerInMemoryOfItsOwnAllocatorAndReturnsItFirst) {
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse(200));
   const auto counts = std::make_shared<CountingAllocator<void>::Counts>();
   int liveInside = -1;
 
@@ -447,7 +447,7 @@ TEST_F(AsyncSendTest, keepsTheHandlerInMemoryOfItsOwnAllocatorAndReturnsItFirst)
 }
 
 TEST_F(AsyncSendTest, destroysTheHandlerAndCancelsTheRequestWhenTheContextIsDestroyed) {
-  holdAnswers();
+  holdResponses();
   auto token = std::make_shared<int>(0);
   const std::weak_ptr<int> held = token;
   std::optional<net::io_context> ending(std::in_place);
@@ -462,9 +462,9 @@ TEST_F(AsyncSendTest, destroysTheHandlerAndCancelsTheRequestWhenTheContextIsDest
   EXPECT_TRUE(server.waitUntilAllClosed());
 }
 
-TEST_F(AsyncSendTest, destroysTheHandlerWhoseAnswerIsThereWhenTheContextIsDestroyed) {
-  server.enqueue(Answer(200));
-  server.enqueue(Answer(200));
+TEST_F(AsyncSendTest, destroysTheHandlerWhoseResponseIsThereWhenTheContextIsDestroyed) {
+  server.enqueue(MockResponse(200));
+  server.enqueue(MockResponse(200));
   auto token = std::make_shared<int>(0);
   const std::weak_ptr<int> held = token;
   std::optional<net::io_context> ending(std::in_place);
@@ -479,8 +479,8 @@ TEST_F(AsyncSendTest, destroysTheHandlerWhoseAnswerIsThereWhenTheContextIsDestro
   EXPECT_TRUE(held.expired());
 }
 
-TEST_F(AsyncSendTest, survivesTheEndOfTheContextWhileAnswersArrive) {
-  server.handleAll([](const auto&) { return Answer(200).text("x"); });
+TEST_F(AsyncSendTest, survivesTheEndOfTheContextWhileResponsesArrive) {
+  server.handleAll([](const auto&) { return MockResponse(200).text("x"); });
   for (int round = 0; round < 20; ++round) {
     std::atomic<int> completed = 0;
     std::optional<net::thread_pool> pool(std::in_place, 2);
@@ -512,7 +512,7 @@ struct Farewell {
 };
 
 TEST_F(AsyncSendTest, survivesAFirstUseWhileTheContextIsDestroyed) {
-  server.handleAll([](const auto&) { return Answer(200); });
+  server.handleAll([](const auto&) { return MockResponse(200); });
   auto held = std::make_shared<int>(0);
   const std::weak_ptr<int> handler = held;
   std::optional<net::io_context> ending(std::in_place);
@@ -527,7 +527,7 @@ TEST_F(AsyncSendTest, survivesAFirstUseWhileTheContextIsDestroyed) {
 
 TEST_F(AsyncSendTest, survivesTheEndOfTheContextOfAStrand) {
   for (int round = 0; round < 20; ++round) {
-    server.handleAll([](const auto&) { return Answer(200); });
+    server.handleAll([](const auto&) { return MockResponse(200); });
     auto held = std::make_shared<int>(0);
     const std::weak_ptr<int> handler = held;
     std::optional<net::io_context> ending(std::in_place);

@@ -6,7 +6,7 @@
 #include <thread>
 #include <vector>
 
-#include "CorvaneTesting/Gate.hpp"
+#include "CorvaneTesting/Latch.hpp"
 #include "CorvaneTesting/ServerTest.hpp"
 
 namespace corvane {
@@ -20,7 +20,7 @@ struct Get : DataGetRequestable<Get> {
 class GLibTest : public testing::ServerTest {
  protected:
   ~GLibTest() override {
-    gate.open();
+    latch.open();
     Corvane::resetSessions();
     platform::DispatchQueue::main().runOnce();
     g_main_loop_unref(loop);
@@ -52,11 +52,11 @@ class GLibTest : public testing::ServerTest {
 
   GMainContext* const context = g_main_context_new();
   GMainLoop* const loop = g_main_loop_new(context, FALSE);
-  const testing::Gate gate;
+  const testing::Latch latch;
 };
 
 TEST_F(GLibTest, completesWhereTheContextIsIterated) {
-  server.enqueue(testing::Answer(200).text("hello"));
+  server.enqueue(testing::MockResponse(200).text("hello"));
   const GLibQueue queue(context);
   std::thread::id thread;
 
@@ -71,7 +71,7 @@ TEST_F(GLibTest, completesWhereTheContextIsIterated) {
 
 TEST_F(GLibTest, completesManyRequests) {
   constexpr int count = 300;
-  server.handleAll([](const auto&) { return testing::Answer(200).text("x"); });
+  server.handleAll([](const auto&) { return testing::MockResponse(200).text("x"); });
   const GLibQueue queue(context);
   int completed = 0;
 
@@ -100,7 +100,7 @@ TEST_F(GLibTest, takesTheDefaultContextForNull) {
 
 TEST_F(GLibTest, keepsWhatWaitsUntilTheContextIsIteratedAgain) {
   for (int number = 0; number < 3; ++number) {
-    server.enqueue(testing::Answer(200).hold(testing::Moment::beforeStatusLine, gate));
+    server.enqueue(testing::MockResponse(200).hold(testing::Moment::beforeStatusLine, latch));
   }
   const GLibQueue queue(context);
   int completed = 0;
@@ -114,7 +114,7 @@ TEST_F(GLibTest, keepsWhatWaitsUntilTheContextIsIteratedAgain) {
   ASSERT_TRUE(run());
   const int whileItRan = completed;
 
-  gate.open();
+  latch.open();
 
   EXPECT_EQ(whileItRan, 0);
   EXPECT_TRUE(run());
@@ -135,7 +135,7 @@ TEST_F(GLibTest, outlivesTheLastHandleOfTheUser) {
 }
 
 TEST_F(GLibTest, drainsTheMainQueue) {
-  server.enqueue(testing::Answer(200));
+  server.enqueue(testing::MockResponse(200));
   const GLibMainLoop mainLoop(context);
   std::thread::id thread;
 

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "CorvaneTesting/Expectation.hpp"
-#include "CorvaneTesting/Gate.hpp"
+#include "CorvaneTesting/Latch.hpp"
 #include "CorvaneTesting/ServerTest.hpp"
 
 namespace corvane {
@@ -32,7 +32,7 @@ QCoreApplication& application() {
 class QtTest : public testing::ServerTest {
  protected:
   ~QtTest() override {
-    gate.open();
+    latch.open();
     Corvane::resetSessions();
     platform::DispatchQueue::main().runOnce();
   }
@@ -50,18 +50,18 @@ class QtTest : public testing::ServerTest {
     app.exec();
     return !isLate;
   }
-  void holdAnswers(int count) {
+  void holdResponses(int count) {
     for (int number = 0; number < count; ++number) {
-      server.enqueue(testing::Answer(200).hold(testing::Moment::beforeStatusLine, gate));
+      server.enqueue(testing::MockResponse(200).hold(testing::Moment::beforeStatusLine, latch));
     }
   }
 
   QCoreApplication& app = application();
-  const testing::Gate gate;
+  const testing::Latch latch;
 };
 
 TEST_F(QtTest, completesInTheEventLoopOfAnObject) {
-  server.enqueue(testing::Answer(200).text("hello"));
+  server.enqueue(testing::MockResponse(200).text("hello"));
   QObject window;
   const QtQueue queue(&window);
   std::thread::id thread;
@@ -77,7 +77,7 @@ TEST_F(QtTest, completesInTheEventLoopOfAnObject) {
 
 TEST_F(QtTest, completesManyRequestsInTheEventLoop) {
   constexpr int count = 300;
-  server.handleAll([](const auto&) { return testing::Answer(200).text("x"); });
+  server.handleAll([](const auto&) { return testing::MockResponse(200).text("x"); });
   QObject window;
   const QtQueue queue(&window);
   int completed = 0;
@@ -94,7 +94,7 @@ TEST_F(QtTest, completesManyRequestsInTheEventLoop) {
 }
 
 TEST_F(QtTest, completesInTheEventLoopOfAThread) {
-  server.enqueue(testing::Answer(200));
+  server.enqueue(testing::MockResponse(200));
   QThread thread;
   thread.start();
   const QtQueue queue(thread);
@@ -139,7 +139,7 @@ TEST_F(QtTest, dropsWhatWaitsWhenTheObjectIsDestroyed) {
 }
 
 TEST_F(QtTest, survivesTheEndOfTheObjectWhileRequestsAreUnderWay) {
-  holdAnswers(3);
+  holdResponses(3);
   auto window = std::make_unique<QObject>();
   {
     const QtQueue queue(window.get());
@@ -150,7 +150,7 @@ TEST_F(QtTest, survivesTheEndOfTheObjectWhileRequestsAreUnderWay) {
   ASSERT_TRUE(server.waitForRequests(3));
 
   window.reset();
-  gate.open();
+  latch.open();
   ASSERT_TRUE(server.waitUntil([&] { return server.idleConnections() == 3; }));
 
   QCoreApplication::processEvents();
@@ -167,7 +167,7 @@ TEST_F(QtTest, survivesTheEndOfTheObjectWhileBlocksAreSubmitted) {
 }
 
 TEST_F(QtTest, drainsTheMainQueue) {
-  server.enqueue(testing::Answer(200));
+  server.enqueue(testing::MockResponse(200));
   const QtMainLoop mainLoop;
   std::thread::id thread;
 

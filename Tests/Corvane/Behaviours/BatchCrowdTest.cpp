@@ -8,7 +8,7 @@
 
 #include "Corvane/Corvane.hpp"
 #include "CorvaneTesting/Expectation.hpp"
-#include "CorvaneTesting/Gate.hpp"
+#include "CorvaneTesting/Latch.hpp"
 #include "CorvaneTesting/TestServer.hpp"
 
 // Ten thousand requests to one host at once, in a process that may open 256 descriptors. It runs alone, so that its
@@ -17,8 +17,8 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::Answer;
-using corvane::testing::Gate;
+using corvane::testing::Latch;
+using corvane::testing::MockResponse;
 using corvane::testing::Moment;
 using corvane::testing::ServerOptions;
 using corvane::testing::TestServer;
@@ -105,13 +105,13 @@ TEST(BatchCrowdDeathTest, succeedsAsAWholeUnderAFewDescriptorsAndTakesLittleMemo
   const char* parentsServer = std::getenv(serverVariable);
   const auto server = parentsServer ? nullptr : std::make_unique<TestServer>(ServerOptions{.keepsRequests = false});
   if (server) {
-    const Gate gate;
+    const Latch latch;
     server->handle("/crowd",
-                   [=](const auto&) { return Answer(200).text("here").hold(Moment::beforeStatusLine, gate); });
-    server->handle("/ready", [](const auto&) { return Answer(200); });
+                   [=](const auto&) { return MockResponse(200).text("here").hold(Moment::beforeStatusLine, latch); });
+    server->handle("/ready", [](const auto&) { return MockResponse(200); });
     server->handle("/open", [=](const auto&) {
-      gate.open();
-      return Answer(200);
+      latch.open();
+      return MockResponse(200);
     });
     ::setenv(serverVariable, ("http://" + server->authority()).c_str(), 1);
   }

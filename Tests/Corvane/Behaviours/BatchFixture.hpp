@@ -14,7 +14,7 @@
 namespace corvane {
 
 /// What happened, in order; shared by its copies. Any thread.
-class Journal {
+class EventRecorder {
  public:
   void note(std::string event) const {
     const std::lock_guard lock(state_->mutex);
@@ -33,20 +33,20 @@ class Journal {
   std::shared_ptr<State> state_ = std::make_shared<State>();
 };
 
-/// Answers itself with its name, after a time of the clock; tells the journal when it is sent.
+/// Answers itself with its name, after a time of the clock; tells the recorder when it is sent.
 struct BatchItem : DataGetRequestable<BatchItem>, HTTPMockable<BatchItem>, HTTPRequestCancelable<BatchItem> {
   std::string name;
   double mockResponseTime = 0;
   double timeoutInterval = 60;
   HTTPStatus mockStatus = HTTPStatus::success;
   bool shouldSend = true;
-  std::optional<Journal> journal;
+  std::optional<EventRecorder> recorder;
   URL baseURL = "https://example.com/items";
 
   HTTPHeaders sharedHeaders() const { return {}; }
   std::optional<Data> mockResponseData() const { return Data(name); }
   void validate() const {
-    if (journal) journal->note("sends " + name);
+    if (recorder) recorder->note("sends " + name);
   }
 };
 
@@ -74,12 +74,12 @@ class BatchTest : public ::testing::Test {
   using Responses = std::vector<DataResponse>;
 
   BatchItem item(std::string name, double responseTime = 0) const {
-    return {.name = std::move(name), .mockResponseTime = responseTime, .journal = journal};
+    return {.name = std::move(name), .mockResponseTime = responseTime, .recorder = recorder};
   }
   /// Notes the names of requests and what came of them.
   auto noting() const {
-    return [journal = journal](const auto& request, const DataResponse& response) {
-      journal.note(request.name + ": " + summary(response));
+    return [recorder = recorder](const auto& request, const DataResponse& response) {
+      recorder.note(request.name + ": " + summary(response));
     };
   }
   /// The texts of a list of responses, once it is there.
@@ -89,7 +89,7 @@ class BatchTest : public ::testing::Test {
 
   platform::detail::ManualClock clock;
   const DispatchQueue queue{"BatchTest"};
-  const Journal journal;
+  const EventRecorder recorder;
   const testing::Expectation<Responses> completion;
 };
 

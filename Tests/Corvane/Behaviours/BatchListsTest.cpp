@@ -11,9 +11,9 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::Answer;
 using corvane::testing::await;
 using corvane::testing::Expectation;
+using corvane::testing::MockResponse;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
@@ -73,7 +73,7 @@ TEST_F(BatchListsTest, areCopied) {
   clock.advance(1);
 
   EXPECT_THAT(textsOf(completion), ElementsAre("a"));
-  EXPECT_THAT(journal.events(), ElementsAre("sends a", "a: a"));
+  EXPECT_THAT(recorder.events(), ElementsAre("sends a", "a: a"));
 }
 
 TEST_F(BatchListsTest, mayBeAwaitedOutsideOfQueues) {
@@ -90,7 +90,7 @@ TEST_F(BatchListsTest, tellAnUpdateAlsoInTheFormOfAFuture) {
   const auto responses = send(std::vector{item("a")}, true, noting()).get();
 
   EXPECT_THAT(summaries(responses), ElementsAre("a"));
-  EXPECT_THAT(journal.events(), ElementsAre("sends a", "a: a"));
+  EXPECT_THAT(recorder.events(), ElementsAre("sends a", "a: a"));
 }
 
 TEST_F(BatchListsTest, completeAFutureOnTheQueueOfTheCaller) {
@@ -137,12 +137,12 @@ TEST_F(BatchListsTest, ofAPollingTypeTellItsHandlersToo) {
   std::vector<PolledItem> items(2);
   items[0].name = "a";
   items[1].name = "b";
-  PolledItem::poll([this](const PolledItem& request, const auto&) { journal.note("heard " + request.name); });
+  PolledItem::poll([this](const PolledItem& request, const auto&) { recorder.note("heard " + request.name); });
 
   send(items, queue, false, noting(), completion);
 
   EXPECT_THAT(textsOf(completion), ElementsAre("a", "b"));
-  EXPECT_THAT(journal.events(), ElementsAre("heard a", "a: a", "heard b", "b: b"));
+  EXPECT_THAT(recorder.events(), ElementsAre("heard a", "a: a", "heard b", "b: b"));
   PolledItem::stopPolling();
 }
 
@@ -166,7 +166,7 @@ struct GetFile : DownloadRequestable<GetFile> {
 class BatchTransferTest : public TransferTest {};
 
 TEST_F(BatchTransferTest, downloadsEachIntoAFile) {
-  server.handleAll([](const testing::ReceivedRequest& request) { return Answer(200).body(request.target); });
+  server.handleAll([](const testing::ReceivedRequest& request) { return MockResponse(200).body(request.target); });
   const std::vector<GetFile> requests = {{.url = server.url("/one")}, {.url = server.url("/two")}};
 
   const auto responses = send(requests, true).get();
@@ -177,7 +177,7 @@ TEST_F(BatchTransferTest, downloadsEachIntoAFile) {
 }
 
 TEST_F(BatchTransferTest, uploadsEach) {
-  server.handleAll([](const testing::ReceivedRequest& request) { return Answer(200).body(request.body); });
+  server.handleAll([](const testing::ReceivedRequest& request) { return MockResponse(200).body(request.body); });
   const std::vector<DataUploadRequest> requests(3, DataUploadRequest(server.url("/"), Data("sent")));
 
   const auto responses = send(requests, HTTPBatchMode::parallel(2)).get();

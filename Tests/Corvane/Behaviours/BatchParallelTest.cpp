@@ -5,9 +5,9 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::Answer;
 using corvane::testing::Expectation;
-using corvane::testing::Gate;
+using corvane::testing::Latch;
+using corvane::testing::MockResponse;
 using corvane::testing::Moment;
 using ::testing::Contains;
 using ::testing::ElementsAre;
@@ -25,7 +25,7 @@ TEST_F(BatchParallelTest, completesAnEmptyListWithAnEmptyList) {
        [=, this](const Responses& responses) { result(responses.empty() && queue.isCurrent()); });
 
   EXPECT_TRUE(result.wait());
-  EXPECT_THAT(journal.events(), IsEmpty());
+  EXPECT_THAT(recorder.events(), IsEmpty());
 }
 
 TEST_F(BatchParallelTest, completesAnEmptyListOnTheMainQueueWithoutAQueue) {
@@ -42,7 +42,7 @@ TEST_F(BatchParallelTest, sendsAllInTheOrderOfTheListBeforeItReturns) {
 
   send(items, queue, true, noting(), completion);
 
-  EXPECT_THAT(journal.events(), ElementsAre("sends a", "sends b", "sends c"));
+  EXPECT_THAT(recorder.events(), ElementsAre("sends a", "sends b", "sends c"));
   clock.advance(3);
   completion.wait();
 }
@@ -54,7 +54,7 @@ TEST_F(BatchParallelTest, listsTheResponsesInTheOrderInWhichTheyCame) {
   clock.advance(3);
 
   EXPECT_THAT(textsOf(completion), ElementsAre("b", "c", "a"));
-  EXPECT_THAT(journal.events(), ElementsAre("sends a", "sends b", "sends c", "b: b", "c: c", "a: a"));
+  EXPECT_THAT(recorder.events(), ElementsAre("sends a", "sends b", "sends c", "b: b", "c: c", "a: a"));
   EXPECT_EQ(completion.count(), 1);
 }
 
@@ -73,7 +73,7 @@ TEST_F(BatchParallelTest, collectsFailuresLikeOthers) {
   send(items, queue, true, noting(), completion);
 
   EXPECT_THAT(textsOf(completion), ElementsAre("HTTPStatus: notFound:404 is unacceptable", "b"));
-  EXPECT_THAT(journal.events(), Contains("a: HTTPStatus: notFound:404 is unacceptable"));
+  EXPECT_THAT(recorder.events(), Contains("a: HTTPStatus: notFound:404 is unacceptable"));
 }
 
 TEST_F(BatchParallelTest, deliversOnTheGivenQueue) {
@@ -163,8 +163,8 @@ TEST_F(BatchParallelTest, keepsNoMoreUnderWayThanItMay) {
   }
 
   EXPECT_THAT(completion.wait(), SizeIs(7));
-  EXPECT_THAT(journal.events(), ElementsAre("sends a", "sends b", "sends c", "a: a", "sends d", "b: b", "sends e",
-                                            "c: c", "sends f", "d: d", "sends g", "e: e", "f: f", "g: g"));
+  EXPECT_THAT(recorder.events(), ElementsAre("sends a", "sends b", "sends c", "a: a", "sends d", "b: b", "sends e",
+                                             "c: c", "sends f", "d: d", "sends g", "e: e", "f: f", "g: g"));
 }
 
 TEST_F(BatchParallelTest, sendsOneAfterAnotherWhenItMayHaveNoneAtATime) {
@@ -173,7 +173,7 @@ TEST_F(BatchParallelTest, sendsOneAfterAnotherWhenItMayHaveNoneAtATime) {
   send(items, queue, HTTPBatchMode::parallel(0), noting(), completion);
 
   EXPECT_THAT(textsOf(completion), ElementsAre("a", "b", "c"));
-  EXPECT_THAT(journal.events(), ElementsAre("sends a", "a: a", "sends b", "b: b", "sends c", "c: c"));
+  EXPECT_THAT(recorder.events(), ElementsAre("sends a", "a: a", "sends b", "b: b", "sends c", "c: c"));
 }
 
 TEST_F(BatchParallelTest, startsInTheOrderOfTheListWhateverTheQueue) {
@@ -188,7 +188,7 @@ TEST_F(BatchParallelTest, startsInTheOrderOfTheListWhateverTheQueue) {
   send(items, DispatchQueue::global(), HTTPBatchMode::parallel(8), {}, completion);
 
   EXPECT_THAT(completion.wait(), SizeIs(count));
-  EXPECT_EQ(journal.events(), names);
+  EXPECT_EQ(recorder.events(), names);
 }
 
 TEST_F(BatchParallelTest, givesTheTurnOfARequestThatShouldNotBeSentToTheNext) {
@@ -210,13 +210,14 @@ class BatchSendTest : public SendTest {
   using Responses = std::vector<DataResponse>;
 
   const Expectation<Responses> completion;
-  const Journal journal;
+  const EventRecorder recorder;
 };
 
 TEST_F(BatchSendTest, yieldsTheResponseFirstThatArrivesFirst) {
-  const Gate first, second, third;
-  const auto held = [&](const char* path, const Gate& gate) {
-    server.handle(path, [=](const auto&) { return Answer(200).text(path).hold(Moment::beforeStatusLine, gate); });
+  const Latch first, second, third;
+  const auto held = [&](const char* path, const Latch& latch) {
+    server.handle(path,
+                  [=](const auto&) { return MockResponse(200).text(path).hold(Moment::beforeStatusLine, latch); });
   };
   held("/1", first);
   held("/2", second);
@@ -242,22 +243,22 @@ TEST_F(BatchSendTest, yieldsTheResponseFirstThatArrivesFirst) {
 }
 
 TEST_F(BatchSendTest, sendsOneAfterAnother) {
-  server.handleAll([](const testing::ReceivedRequest& request) { return Answer(200).text(request.target); });
+  server.handleAll([](const testing::ReceivedRequest& request) { return MockResponse(200).text(request.target); });
   const std::vector<Get> requests = {get("/1"), get("/2"), get("/3")};
 
   send(
       requests, queue, false,
       [this](const Get&, const DataResponse& response) {
-        journal.note(response.data->text() + " of " + std::to_string(server.headCount()));
+        recorder.note(response.data->text() + " of " + std::to_string(server.headCount()));
       },
       completion);
 
   EXPECT_THAT(summaries(completion.wait()), ElementsAre("/1", "/2", "/3"));
-  EXPECT_THAT(journal.events(), ElementsAre("/1 of 1", "/2 of 2", "/3 of 3"));
+  EXPECT_THAT(recorder.events(), ElementsAre("/1 of 1", "/2 of 2", "/3 of 3"));
 }
 
 TEST_F(BatchSendTest, cancelsWhatIsUnderWay) {
-  server.handleAll([](const auto&) { return Answer(200).stall(Moment::beforeStatusLine); });
+  server.handleAll([](const auto&) { return MockResponse(200).stall(Moment::beforeStatusLine); });
   const std::vector<Get> requests = {get("/1"), get("/2"), get("/3")};
 
   send(requests, queue, true, {}, completion);

@@ -8,9 +8,9 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::Answer;
 using corvane::testing::Expectation;
-using corvane::testing::Gate;
+using corvane::testing::Latch;
+using corvane::testing::MockResponse;
 using corvane::testing::Moment;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -25,7 +25,7 @@ TEST_F(BatchSerialTest, completesAnEmptyListWithAnEmptyList) {
   send(std::vector<BatchItem>(), queue, false, noting(), completion);
 
   EXPECT_THAT(completion.wait(), IsEmpty());
-  EXPECT_THAT(journal.events(), IsEmpty());
+  EXPECT_THAT(recorder.events(), IsEmpty());
 }
 
 TEST_F(BatchSerialTest, sendsEachRequestWhenTheOneBeforeItWasAnswered) {
@@ -38,7 +38,7 @@ TEST_F(BatchSerialTest, sendsEachRequestWhenTheOneBeforeItWasAnswered) {
   clock.advance(1);
 
   EXPECT_THAT(textsOf(completion), ElementsAre("a", "b", "c"));
-  EXPECT_THAT(journal.events(), ElementsAre("sends a", "a: a", "sends b", "b: b", "sends c", "c: c"));
+  EXPECT_THAT(recorder.events(), ElementsAre("sends a", "a: a", "sends b", "b: b", "sends c", "c: c"));
   EXPECT_EQ(completion.count(), 1);
 }
 
@@ -89,7 +89,7 @@ TEST_F(BatchSerialTest, putsATimeoutInThePlaceOfARequestThatTakesTooLongAndSends
   send(items, queue, false, noting(), completion);
   waitForTurn();
   clock.advance(2.999);
-  const auto eventsBefore = journal.events();
+  const auto eventsBefore = recorder.events();
   clock.advance(0.001);
 
   const auto responses = completion.wait();
@@ -97,10 +97,10 @@ TEST_F(BatchSerialTest, putsATimeoutInThePlaceOfARequestThatTakesTooLongAndSends
   EXPECT_THAT(summaries(responses), ElementsAre("time-out", "b"));
   EXPECT_EQ(responses[0].data, std::nullopt);
   EXPECT_EQ(responses[0].urlResponse, nullptr);
-  EXPECT_THAT(journal.events(), ElementsAre("sends slow", "sends b", "b: b"));
+  EXPECT_THAT(recorder.events(), ElementsAre("sends slow", "sends b", "b: b"));
 }
 
-TEST_F(BatchSerialTest, letsALateAnswerJoinTheList) {
+TEST_F(BatchSerialTest, letsALateResponseJoinTheList) {
   std::vector<BatchItem> items = {item("slow", 5), item("b", 10)};
   items[0].timeoutInterval = 3;
 
@@ -111,10 +111,10 @@ TEST_F(BatchSerialTest, letsALateAnswerJoinTheList) {
   clock.advance(10);
 
   EXPECT_THAT(textsOf(completion), ElementsAre("time-out", "slow", "b"));
-  EXPECT_THAT(journal.events(), ElementsAre("sends slow", "sends b", "slow: slow", "b: b"));
+  EXPECT_THAT(recorder.events(), ElementsAre("sends slow", "sends b", "slow: slow", "b: b"));
 }
 
-TEST_F(BatchSerialTest, tellsOfALateAnswerThatMissesTheList) {
+TEST_F(BatchSerialTest, tellsOfALateResponseThatMissesTheList) {
   std::vector<BatchItem> items = {item("slow", 5)};
   items[0].timeoutInterval = 3;
   Expectation<std::string> updated;
@@ -138,7 +138,7 @@ TEST_F(BatchSerialTest, tellsOfALateAnswerThatMissesTheList) {
   released->wait();
 }
 
-TEST_F(BatchSerialTest, doesNotTakeALateAnswerForThatOfTheRequestUnderWay) {
+TEST_F(BatchSerialTest, doesNotTakeALateResponseForThatOfTheRequestUnderWay) {
   std::vector<BatchItem> items = {item("slow", 4), item("b", 5), item("c")};
   items[0].timeoutInterval = 3;
   Expectation<void> updated;
@@ -159,7 +159,7 @@ TEST_F(BatchSerialTest, doesNotTakeALateAnswerForThatOfTheRequestUnderWay) {
   clock.advance(4);
 
   EXPECT_THAT(textsOf(completion), ElementsAre("time-out", "slow", "b", "c"));
-  EXPECT_THAT(journal.events(), ElementsAre("sends slow", "sends b", "slow: slow", "b: b", "sends c", "c: c"));
+  EXPECT_THAT(recorder.events(), ElementsAre("sends slow", "sends b", "slow: slow", "b: b", "sends c", "c: c"));
 }
 
 TEST_F(BatchSerialTest, timesOutForARequestThatShouldNotBeSent) {
@@ -227,7 +227,7 @@ TEST_F(BatchSerialTest, runsAfterTheOneBefore) {
 
   EXPECT_THAT(textsOf(completion), ElementsAre("a1", "a2"));
   EXPECT_THAT(textsOf(otherCompletion), ElementsAre("b1", "b2"));
-  EXPECT_THAT(journal.events(),
+  EXPECT_THAT(recorder.events(),
               ElementsAre("sends a1", "a1: a1", "sends a2", "a2: a2", "sends b1", "b1: b1", "sends b2", "b2: b2"));
 }
 
@@ -284,11 +284,12 @@ class BatchTimeoutTest : public SendTest {
 };
 
 TEST_F(BatchTimeoutTest, leavesARequestThatTakesTooLongUnderWay) {
-  const Gate gate;
+  const Latch latch;
   Expectation<std::vector<DataResponse>> completion;
   Expectation<std::string> updates;
-  server.handle("/slow", [=](const auto&) { return Answer(200).text("slow").hold(Moment::beforeStatusLine, gate); });
-  server.handle("/next", [](const auto&) { return Answer(200).text("next"); });
+  server.handle("/slow",
+                [=](const auto&) { return MockResponse(200).text("slow").hold(Moment::beforeStatusLine, latch); });
+  server.handle("/next", [](const auto&) { return MockResponse(200).text("next"); });
   const std::vector<TimedGet> requests = {{.url = server.url("/slow"), .timeoutInterval = 30},
                                           {.url = server.url("/next")}};
 
@@ -299,23 +300,23 @@ TEST_F(BatchTimeoutTest, leavesARequestThatTakesTooLongUnderWay) {
   ASSERT_TRUE(clock.waitForTimers(1));
   clock.advance(30);
   const auto list = summaries(completion.wait());
-  gate.open();
+  latch.open();
 
   EXPECT_THAT(list, ElementsAre("time-out", "next"));
   EXPECT_THAT(updates.waitForAll(2), ElementsAre("next", "slow"));
 }
 
 TEST_F(BatchTimeoutTest, hasNoTimeForARequestWithLessThanASecond) {
-  const Gate gate;
+  const Latch latch;
   Expectation<std::vector<DataResponse>> completion;
-  server.handleAll([=](const auto&) { return Answer(200).text("held").hold(Moment::beforeStatusLine, gate); });
+  server.handleAll([=](const auto&) { return MockResponse(200).text("held").hold(Moment::beforeStatusLine, latch); });
 
   send(std::vector<TimedGet>{{.url = server.url("/"), .timeoutInterval = 0.9}}, queue, false, {}, completion);
   ASSERT_TRUE(clock.waitForTimers(1));
   clock.advance(0);
 
   EXPECT_THAT(summaries(completion.wait()), ElementsAre("time-out"));
-  gate.open();
+  latch.open();
 }
 
 TEST(BatchRealTimeTest, timesOutByTheRealClock) {

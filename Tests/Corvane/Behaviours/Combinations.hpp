@@ -18,17 +18,17 @@ enum class Mocking { none, mock, test };
 /// What all requests of these tests go by.
 struct World {
   inline static std::string target;
-  /// How many of the next answers, whoever gives them, are failures.
+  /// How many of the next responses, whoever gives them, are failures.
   inline static std::atomic<int> failures = 0;
-  inline static std::atomic<int> mockAnswers = 0;
-  inline static std::atomic<int> testAnswers = 0;
+  inline static std::atomic<int> mockResponses = 0;
+  inline static std::atomic<int> testResponses = 0;
   inline static HTTPRetryPolicy policy;
 
   static void reset(std::string url) {
     target = std::move(url);
     failures = 0;
-    mockAnswers = 0;
-    testAnswers = 0;
+    mockResponses = 0;
+    testResponses = 0;
     policy = {};
   }
   static bool nextFails() { return failures-- > 0; }
@@ -66,8 +66,8 @@ struct Combination {
   Mocking mocking;
   bool retries;
   bool polls;
-  detail::SendRoad road;
-  detail::SendRoad singleRoad;
+  detail::SendRoute route;
+  detail::SendRoute singleRoute;
 
   Cancel (*send)(const DispatchQueue&, Notes);
   Cancel (*sendAttemptingRetry)(const DispatchQueue&, Notes);
@@ -109,14 +109,14 @@ struct Cell : KindBase<Cell<kind, mocking, retries, polls>, kind>,
 
   static constexpr double mockResponseTime = 1;
   std::string mockResponseData() const {
-    ++World::mockAnswers;
+    ++World::mockResponses;
     return "mock";
   }
   std::optional<Error> mockError() const {
     return World::nextFails() ? std::optional(Error("Combinations", 1, "failed")) : std::nullopt;
   }
   std::string testResponseData() const {
-    ++World::testAnswers;
+    ++World::testResponses;
     return "test";
   }
 };
@@ -129,8 +129,8 @@ Combination combination() {
                    mocking,
                    retries,
                    polls,
-                   detail::sendRoad<Request>(),
-                   detail::singleRoad<Request>(),
+                   detail::sendRoute<Request>(),
+                   detail::singleRoute<Request>(),
                    [](const DispatchQueue& queue, Notes notes) -> Cancel {
                      const Request request;
                      request.send(queue, [notes](const Response& response) { notes(noteOf(response)); });

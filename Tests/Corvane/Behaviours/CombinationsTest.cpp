@@ -9,16 +9,16 @@
 
 #include "../Transfers/TransferFixture.hpp"
 #include "Combinations.hpp"
-#include "CorvaneTesting/Gate.hpp"
+#include "CorvaneTesting/Latch.hpp"
 #include "Platform/Dispatch/Internal/ManualClock.hpp"
 
 namespace corvane::combinations {
 namespace {
 
-using corvane::testing::Answer;
-using corvane::testing::Gate;
+using corvane::testing::Latch;
+using corvane::testing::MockResponse;
 using corvane::testing::Moment;
-using detail::SendRoad;
+using detail::SendRoute;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -47,10 +47,10 @@ class CombinationsTest : public ::testing::TestWithParam<Combination> {
   CombinationsTest() {
     World::reset(server.url("/"));
     server.handleAll([this](const auto&) {
-      Answer answer(World::nextFails() ? 500 : 200);
-      answer.text("server");
-      if (gate) answer.hold(Moment::beforeStatusLine, *gate);
-      return answer;
+      MockResponse response(World::nextFails() ? 500 : 200);
+      response.text("server");
+      if (latch) response.hold(Moment::beforeStatusLine, *latch);
+      return response;
     });
   }
   ~CombinationsTest() override {
@@ -83,11 +83,11 @@ class CombinationsTest : public ::testing::TestWithParam<Combination> {
   std::string who() const {
     return it.mocking == Mocking::test ? "test" : it.mocking == Mocking::mock ? "mock" : "server";
   }
-  /// That it gave so many answers, and nobody else any.
-  void expectAnswers(int count) const {
+  /// That it gave so many responses, and nobody else any.
+  void expectResponses(int count) const {
     EXPECT_EQ(server.requestCount(), it.mocking == Mocking::none ? count : 0);
-    EXPECT_EQ(World::mockAnswers, it.mocking == Mocking::mock ? count : 0);
-    EXPECT_EQ(World::testAnswers, it.mocking == Mocking::test ? count : 0);
+    EXPECT_EQ(World::mockResponses, it.mocking == Mocking::mock ? count : 0);
+    EXPECT_EQ(World::testResponses, it.mocking == Mocking::test ? count : 0);
     EXPECT_THAT(temporary.names(), IsEmpty());
   }
   void pollIfItCan() const {
@@ -100,7 +100,7 @@ class CombinationsTest : public ::testing::TestWithParam<Combination> {
   }
 
   const Combination it = GetParam();
-  std::optional<Gate> gate;
+  std::optional<Latch> latch;
   OwnTemporaryDirectory temporary;
   testing::TestServer server;
   platform::detail::ManualClock clock;
@@ -117,7 +117,7 @@ TEST_P(CombinationsTest, sendsOnce) {
 
   EXPECT_THAT(wait(notes), ElementsAre(who()));
   expectHeard({who()});
-  expectAnswers(1);
+  expectResponses(1);
 }
 
 TEST_P(CombinationsTest, doesNotRetryWhatIsSentOnce) {
@@ -128,11 +128,11 @@ TEST_P(CombinationsTest, doesNotRetryWhatIsSentOnce) {
 
   EXPECT_THAT(wait(notes), ElementsAre("failed"));
   expectHeard({"failed"});
-  expectAnswers(1);
+  expectResponses(1);
 }
 
 TEST_P(CombinationsTest, isCancelledWhileItIsSent) {
-  gate.emplace();
+  latch.emplace();
   pollIfItCan();
 
   const auto cancel = it.send(queue, notes);
@@ -143,7 +143,7 @@ TEST_P(CombinationsTest, isCancelledWhileItIsSent) {
 
   EXPECT_EQ(notes.wait(), "cancelled");
   expectHeard({"cancelled"});
-  gate->open();
+  latch->open();
 }
 
 TEST_P(CombinationsTest, retries) {
@@ -156,7 +156,7 @@ TEST_P(CombinationsTest, retries) {
   // Of a poll only the attempt that counts is told of: the success.
   EXPECT_THAT(wait(notes), ElementsAre(it.polls ? "no failure: " + who() : "failures: failed " + who()));
   expectHeard({who()});
-  expectAnswers(2);
+  expectResponses(2);
   EXPECT_THAT(clock.waits(), Contains(platform::Seconds(2)));
 }
 
@@ -170,7 +170,7 @@ TEST_P(CombinationsTest, retriesUntilAllHasFailed) {
   // Limit plus two, and for each of them, when it is a poll, limit plus two.
   EXPECT_THAT(wait(notes), ElementsAre("failures: failed failed failed"));
   expectHeard({"failed", "failed", "failed"});
-  expectAnswers(it.polls ? 9 : 3);
+  expectResponses(it.polls ? 9 : 3);
 }
 
 TEST_P(CombinationsTest, startsPollingToRetry) {
@@ -185,7 +185,7 @@ TEST_P(CombinationsTest, startsPollingToRetry) {
 TEST_P(CombinationsTest, isCancelledWhileItRetries) {
   if (!it.retries) return;
   World::policy.isCancelable = true;
-  gate.emplace();
+  latch.emplace();
   pollIfItCan();
 
   const auto cancel = it.sendAttemptingRetry(queue, notes);
@@ -196,7 +196,7 @@ TEST_P(CombinationsTest, isCancelledWhileItRetries) {
 
   EXPECT_EQ(notes.wait(), "failures: cancelled");
   expectHeard({"cancelled"});
-  gate->open();
+  latch->open();
 }
 
 TEST_P(CombinationsTest, isCancelledWhileItWaitsToRetry) {
@@ -212,7 +212,7 @@ TEST_P(CombinationsTest, isCancelledWhileItWaitsToRetry) {
 
   EXPECT_EQ(notes.wait(), it.polls ? "failures: cancelled" : "failures: failed cancelled");
   expectHeard({"cancelled"});
-  expectAnswers(1);
+  expectResponses(1);
 }
 
 TEST_P(CombinationsTest, ticks) {
@@ -223,7 +223,7 @@ TEST_P(CombinationsTest, ticks) {
   clock.advance(1e6);
 
   EXPECT_THAT(wait(heard), ElementsAre(who()));
-  expectAnswers(it.retries ? 2 : 1);
+  expectResponses(it.retries ? 2 : 1);
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, CombinationsTest, ::testing::ValuesIn(all()),
@@ -231,28 +231,28 @@ INSTANTIATE_TEST_SUITE_P(Each, CombinationsTest, ::testing::ValuesIn(all()),
 
 // The table of the documentation.
 
-std::string answerOf(SendRoad road, Kind kind) {
-  if (road == SendRoad::testAnswer) return "test's answer";
-  if (road == SendRoad::mockAnswer) return "mock";
+std::string responseOf(SendRoute route, Kind kind) {
+  if (route == SendRoute::testResponse) return "test's response";
+  if (route == SendRoute::mockResponse) return "mock";
   return kind == Kind::data ? "network" : "network, with progress";
 }
 
 std::string sendOf(const Combination& one) {
-  const std::string answer = answerOf(one.singleRoad, one.kind);
-  return one.road == SendRoad::polling ? answer + "; the polling's handlers hear of it" : answer;
+  const std::string response = responseOf(one.singleRoute, one.kind);
+  return one.route == SendRoute::polling ? response + "; the polling's handlers hear of it" : response;
 }
 
 std::string retryOf(const Combination& one) {
   if (!one.retries) return "";
-  const std::string answer = answerOf(one.singleRoad, Kind::data);
+  const std::string response = responseOf(one.singleRoute, Kind::data);
   return one.polls ? "starts polling; attempts, each of them the attempts of a tick, of which the handlers hear"
-                   : "attempts: " + answer;
+                   : "attempts: " + response;
 }
 
 std::string tickOf(const Combination& one) {
   if (!one.polls) return "";
-  const std::string answer = answerOf(one.singleRoad, Kind::data);
-  return one.retries ? "attempts: " + answer : answer;
+  const std::string response = responseOf(one.singleRoute, Kind::data);
+  return one.retries ? "attempts: " + response : response;
 }
 
 std::string adopted(const Combination& one) {

@@ -94,14 +94,14 @@ TEST_F(MockDownloadTest, tellsOfNoProgress) {
 
 TEST_F(MockDownloadTest, completesAFuture) { EXPECT_EQ(Fetch<std::string>().send().get().body, "content"); }
 
-/// Has an answer for tests.
+/// Has a response for tests.
 struct FetchForTests : DownloadRequestable<FetchForTests, std::string>, HTTPTestMockable<FetchForTests> {
   Data mockResponseData = "mock";
   Data testResponseData = "test";
   HTTPHeaders sharedHeaders() const { return {}; }
 };
 
-TEST_F(MockDownloadTest, hasAnAnswerForTests) {
+TEST_F(MockDownloadTest, hasAResponseForTests) {
   const auto mock = await<DownloadResponse<std::string>>([&](auto done) { FetchForTests().mock(queue, done); });
 
   EXPECT_EQ(*responseTo(FetchForTests()).result.body(), "test");

@@ -83,7 +83,7 @@ TEST_F(MockTest, answersOnOneSerialQueue) {
   EXPECT_EQ(&mocks, &detail::mockBackgroundQueue());
 }
 
-/// Notes the queue that its answer is read on.
+/// Notes the queue that its response is read on.
 struct QueueNoter : DataGetRequestable<QueueNoter>, HTTPMockable<QueueNoter> {
   std::string mockResponseData() const {
     const auto current = DispatchQueue::current();
@@ -92,7 +92,7 @@ struct QueueNoter : DataGetRequestable<QueueNoter>, HTTPMockable<QueueNoter> {
   HTTPHeaders sharedHeaders() const { return {}; }
 };
 
-TEST_F(MockTest, readsItsAnswerOnThatQueue) {
+TEST_F(MockTest, readsItsResponseOnThatQueue) {
   EXPECT_EQ(responseTo(QueueNoter()).data->text(), "org.corvane.corvane.mock");
 }
 

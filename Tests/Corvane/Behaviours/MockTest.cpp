@@ -217,7 +217,7 @@ struct GetPerson : JSONGetRequestable<GetPerson, Person>, HTTPMockable<GetPerson
   HTTPHeaders sharedHeaders() const { return {}; }
 };
 
-TEST_F(MockTest, isDecodedLikeAnAnswer) {
+TEST_F(MockTest, isDecodedLikeAResponse) {
   const auto response = responseTo(GetPerson());
 
   ASSERT_TRUE(response.result.body());
@@ -225,7 +225,7 @@ TEST_F(MockTest, isDecodedLikeAnAnswer) {
   EXPECT_EQ(response.result.body()->id, 1);
 }
 
-TEST_F(MockTest, failsLikeAnAnswerThatCannotBeDecoded) {
+TEST_F(MockTest, failsLikeAResponseThatCannotBeDecoded) {
   const auto response = responseTo(GetPerson{.mockResponseData = R"({"login": 1})"});
 
   ASSERT_TRUE(reasonOf(response));

@@ -7,8 +7,8 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::Answer;
 using corvane::testing::await;
+using corvane::testing::MockResponse;
 
 /// The network is forbidden, and there is a server.
 class NetworkForbiddenTest : public MockTest {
@@ -76,7 +76,7 @@ TEST_F(NetworkForbiddenTest, leavesFilesAlone) {
 }
 
 TEST_F(NetworkForbiddenTest, isForbiddenOnlyForAsLongAsItIs) {
-  server.enqueue(Answer(200).text("hello"));
+  server.enqueue(MockResponse(200).text("hello"));
 
   Corvane::isNetworkForbidden = false;
 

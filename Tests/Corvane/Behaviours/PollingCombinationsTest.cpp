@@ -6,7 +6,7 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::Answer;
+using corvane::testing::MockResponse;
 using ::testing::ElementsAre;
 using Case = HTTPRetryResult<DataResponse>::Case;
 
@@ -165,7 +165,7 @@ struct TestedPoll : DataGetRequestable<TestedPoll>, HTTPTestMockable<TestedPoll>
   HTTPHeaders sharedHeaders() const { return {}; }
 };
 
-TEST_F(PollingTest, prefersTheAnswerForTests) {
+TEST_F(PollingTest, prefersTheResponseForTests) {
   TestedPoll::poll([&](const auto&, const DataResponse& response) { note("heard " + response.data->text()); });
 
   clock.advance(10);
@@ -194,7 +194,7 @@ struct TestedStubbornPoll : DataGetRequestable<TestedStubbornPoll>,
   std::optional<Data> testResponseData() const { return Data("attempt " + std::to_string(attempts)); }
 };
 
-TEST_F(RetryingPollTest, retriesTheAnswerForTests) {
+TEST_F(RetryingPollTest, retriesTheResponseForTests) {
   TestedStubbornPoll::attempts = 0;
   TestedStubbornPoll::poll([&](const auto&, const DataResponse& response) { note(response.data->text()); });
 
@@ -228,8 +228,8 @@ class NetworkPollTest : public TransferTest {
 
 TEST_F(NetworkPollTest, asksTheServerAtEveryTick) {
   testing::Expectation<std::string> heard;
-  server.enqueue(Answer(200).text("first"));
-  server.enqueue(Answer(200).text("second"));
+  server.enqueue(MockResponse(200).text("first"));
+  server.enqueue(MockResponse(200).text("second"));
   NetworkPoll::target = server.url("/news");
   NetworkPoll::poll([=](const auto&, const DataResponse& response) { heard(response.data->text()); });
 
@@ -243,16 +243,16 @@ TEST_F(NetworkPollTest, asksTheServerAtEveryTick) {
 }
 
 TEST_F(NetworkPollTest, sendsWithoutAHandler) {
-  const testing::Gate gate;
+  const testing::Latch latch;
   testing::Expectation<std::string> heard;
-  server.enqueue(Answer(200).text("news").hold(testing::Moment::beforeStatusLine, gate));
+  server.enqueue(MockResponse(200).text("news").hold(testing::Moment::beforeStatusLine, latch));
   NetworkPoll::target = server.url("/news");
   NetworkPoll::poll();
 
   clock.advance(10);
   const auto received = server.takeRequest();
   NetworkPoll::addPollingHandler([=](const auto&, const DataResponse& response) { heard(response.data->text()); });
-  gate.open();
+  latch.open();
 
   EXPECT_EQ(received.target, "/news");
   EXPECT_EQ(testing::waitOnMain(heard), "news");
@@ -261,7 +261,7 @@ TEST_F(NetworkPollTest, sendsWithoutAHandler) {
 
 TEST_F(NetworkPollTest, handsOutTheFilesOfDownloads) {
   testing::Expectation<URL> heard;
-  server.enqueue(Answer(200).header("Content-Disposition", "attachment; filename=\"news.txt\"").body("content"));
+  server.enqueue(MockResponse(200).header("Content-Disposition", "attachment; filename=\"news.txt\"").body("content"));
   FilePoll::target = server.url("/news");
   FilePoll::poll([=](const auto&, const auto& response) {
     heard(response.result.url() ? *response.result.url() : URL("file:///nowhere"));
@@ -279,8 +279,8 @@ TEST_F(NetworkPollTest, reportsTheProgressOfADownloadThatIsSentByHand) {
   testing::Expectation<std::string> heard;
   testing::Expectation<std::string> completion;
   testing::Expectation<double> progress;
-  const testing::Gate gate;
-  server.enqueue(Answer(200).generatedBody(1 << 16).hold(testing::Moment::insideBody, gate));
+  const testing::Latch latch;
+  server.enqueue(MockResponse(200).generatedBody(1 << 16).hold(testing::Moment::insideBody, latch));
   FilePoll::target = server.url("/news");
   FilePoll::poll([=](const auto&, const auto&) { heard("heard"); });
   const std::size_t timersBefore = clock.pendingTimers();
@@ -292,7 +292,7 @@ TEST_F(NetworkPollTest, reportsTheProgressOfADownloadThatIsSentByHand) {
       });
 
   const std::size_t timersMeanwhile = clock.pendingTimers();
-  gate.open();
+  latch.open();
 
   EXPECT_EQ(timersBefore, 1u);
   EXPECT_EQ(timersMeanwhile, 0u);

@@ -49,9 +49,9 @@ struct NumberedPoll : DataGetRequestable<NumberedPoll>, HTTPMockable<NumberedPol
     return NumberedPoll{.number = number};
   }
   static bool shouldFirePoll() {
-    const bool answer = mayFire;
+    const bool mayFireNow = mayFire;
     askings();
-    return answer;
+    return mayFireNow;
   }
 
   int number = 0;

@@ -1,15 +1,15 @@
 #include <memory>
 #include <thread>
 
-#include "CorvaneTesting/Gate.hpp"
+#include "CorvaneTesting/Latch.hpp"
 #include "RetryFixture.hpp"
 
 namespace corvane {
 namespace {
 
-using corvane::testing::Answer;
 using corvane::testing::Expectation;
-using corvane::testing::Gate;
+using corvane::testing::Latch;
+using corvane::testing::MockResponse;
 using corvane::testing::Moment;
 
 const std::string cancelled = HTTPResponseError::taskCancelled().message();
@@ -28,11 +28,11 @@ class RetryCancellationTest : public RetryTest {
     request.retryPolicy.isCancelable = true;
     return request;
   }
-  /// Holds its next answer back, once it has the request.
-  Gate holdNextAnswer() {
-    Gate gate;
-    server.enqueue(Answer(500).hold(Moment::beforeStatusLine, gate));
-    return gate;
+  /// Holds its next response back, once it has the request.
+  Latch holdNextResponse() {
+    Latch latch;
+    server.enqueue(MockResponse(500).hold(Moment::beforeStatusLine, latch));
+    return latch;
   }
 
   Expectation<Result> completion;
@@ -68,7 +68,7 @@ TEST_F(RetryCancellationTest, sendsNothingWhenTheWaitWouldHaveBeenOver) {
 }
 
 TEST_F(RetryCancellationTest, endsAnAttempt) {
-  const Gate gate = holdNextAnswer();
+  const Latch latch = holdNextResponse();
   const Try request = cancelable();
   request.sendAttemptingRetry(queue, completion);
   server.takeRequest();
@@ -77,12 +77,12 @@ TEST_F(RetryCancellationTest, endsAnAttempt) {
 
   EXPECT_EQ(summary(completion.wait()), "totalFailure after " + cancelled);
   EXPECT_EQ(clock.pendingTimers(), 0u);
-  gate.open();
+  latch.open();
 }
 
 TEST_F(RetryCancellationTest, endsALaterAttempt) {
   failWith("a0");
-  const Gate gate = holdNextAnswer();
+  const Latch latch = holdNextResponse();
   const Try request = cancelable();
   request.sendAttemptingRetry(queue, completion);
   letPass(1);
@@ -91,11 +91,11 @@ TEST_F(RetryCancellationTest, endsALaterAttempt) {
   request.cancel();
 
   EXPECT_EQ(summary(completion.wait()), "totalFailure after a0 " + cancelled);
-  gate.open();
+  latch.open();
 }
 
 TEST_F(RetryCancellationTest, endsTheLastAttemptLikeAnyOther) {
-  const Gate gate = holdNextAnswer();
+  const Latch latch = holdNextResponse();
   const Try request = cancelable(-1);
   request.sendAttemptingRetry(queue, completion);
   server.takeRequest();
@@ -103,7 +103,7 @@ TEST_F(RetryCancellationTest, endsTheLastAttemptLikeAnyOther) {
   request.cancel();
 
   EXPECT_TRUE(endsWithCancellation(completion.wait()));
-  gate.open();
+  latch.open();
 }
 
 /// Is cancelled when it has failed and is not yet waiting.
@@ -122,7 +122,7 @@ struct CancelledBetween : DataGetRequestable<CancelledBetween>,
 };
 
 TEST_F(RetryCancellationTest, endsBetweenAttemptAndWait) {
-  server.handleAll([](const auto&) { return Answer(500).text("x"); });
+  server.handleAll([](const auto&) { return MockResponse(500).text("x"); });
   for (int i = 0; i < 50; ++i) {
     Expectation<Result> ended;
     CancelledBetween{.url = server.url("/")}.sendAttemptingRetry(queue, ended);
@@ -132,7 +132,7 @@ TEST_F(RetryCancellationTest, endsBetweenAttemptAndWait) {
 }
 
 TEST_F(RetryCancellationTest, endsWhenItIsCancelledRightAfterItWasSent) {
-  server.handleAll([](const auto&) { return Answer(500); });
+  server.handleAll([](const auto&) { return MockResponse(500); });
   const Try request = cancelable();
 
   request.sendAttemptingRetry(queue, completion);
@@ -142,7 +142,7 @@ TEST_F(RetryCancellationTest, endsWhenItIsCancelledRightAfterItWasSent) {
 }
 
 TEST_F(RetryCancellationTest, endsOnceAtWhateverMomentAnotherThreadCancels) {
-  server.handleAll([](const auto&) { return Answer(500); });
+  server.handleAll([](const auto&) { return MockResponse(500); });
   for (int i = 0; i < 100; ++i) {
     Expectation<Result> ended;
     Try request = cancelable();
@@ -191,7 +191,7 @@ TEST_F(RetryCancellationTest, letsGoOfEverything) {
 }
 
 TEST_F(RetryCancellationTest, isAFailureLikeOthersByThePlainRule) {
-  const Gate gate = holdNextAnswer();
+  const Latch latch = holdNextResponse();
   succeedWith("a1");
   const Try request = attempt();
   request.sendAttemptingRetry(queue, completion);
@@ -201,7 +201,7 @@ TEST_F(RetryCancellationTest, isAFailureLikeOthersByThePlainRule) {
   letPass(1);
 
   EXPECT_EQ(summary(completion.wait()), "partialFailure a1 after " + cancelled);
-  gate.open();
+  latch.open();
 }
 
 TEST_F(RetryCancellationTest, doesNotEndAWaitByThePlainRule) {

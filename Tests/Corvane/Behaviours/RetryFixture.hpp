@@ -53,8 +53,8 @@ class RetryTest : public testing::ServerTest {
   }
 
   Try attempt(std::int64_t limit = 2) const { return {.url = server.url("/"), .retryLimit = limit}; }
-  void failWith(const std::string& text, int status = 500) { server.enqueue(testing::Answer(status).text(text)); }
-  void succeedWith(const std::string& text) { server.enqueue(testing::Answer(200).text(text)); }
+  void failWith(const std::string& text, int status = 500) { server.enqueue(testing::MockResponse(status).text(text)); }
+  void succeedWith(const std::string& text) { server.enqueue(testing::MockResponse(200).text(text)); }
 
   /// Lets the waits pass as they come, so many of them, until the completion is called.
   template <class Request>

@@ -9,7 +9,7 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::Answer;
+using corvane::testing::MockResponse;
 using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::Ge;
@@ -62,19 +62,19 @@ TEST(RetryPolicyTest, takesOtherErrorsForLasting) {
   EXPECT_FALSE(isTransient(HTTPNetworkForbiddenError("GET", "http://example.com/"), nullptr));
 }
 
-DataResponse answerOf(int status) {
+DataResponse responseOf(int status) {
   return {std::nullopt, std::nullopt,
           std::make_shared<HTTPURLResponse>("http://example.com/", status, "1.1", HTTPHeaderFields()), std::nullopt};
 }
 
 TEST(RetryPolicyTest, takesSomeStatusesForTransient) {
-  for (const int status : {408, 429, 502, 503, 504}) EXPECT_TRUE(isTransient(answerOf(status))) << status;
+  for (const int status : {408, 429, 502, 503, 504}) EXPECT_TRUE(isTransient(responseOf(status))) << status;
   for (const int status : {304, 400, 401, 403, 404, 409, 425, 428, 500, 501, 505, 507, 511, 599})
-    EXPECT_FALSE(isTransient(answerOf(status))) << status;
+    EXPECT_FALSE(isTransient(responseOf(status))) << status;
 }
 
 TEST(RetryPolicyTest, takesNoSuccessForTransient) {
-  for (const int status : {200, 201, 204, 206}) EXPECT_FALSE(isTransient(answerOf(status))) << status;
+  for (const int status : {200, 201, 204, 206}) EXPECT_FALSE(isTransient(responseOf(status))) << status;
 }
 
 TEST(RetryPolicyTest, knowsTheSafeMethods) {
@@ -132,7 +132,7 @@ TEST(RetryPolicyTest, readsSecondsToRetryAfter) {
   EXPECT_EQ(detail::retryAfter(HTTPHeaderFields{{"retry-after", "7"}}), 7);
 }
 
-TEST(RetryPolicyTest, readsADateToRetryAfterBesideThatOfTheAnswer) {
+TEST(RetryPolicyTest, readsADateToRetryAfterBesideThatOfTheResponse) {
   EXPECT_EQ(retryAfter("Sun, 06 Nov 1994 08:51:37 GMT"), 120);
   EXPECT_EQ(retryAfter("Sunday, 06-Nov-94 08:51:37 GMT"), 120);
   EXPECT_EQ(retryAfter("Sun Nov  6 08:51:37 1994"), 120);
@@ -148,7 +148,7 @@ std::string httpDate(std::time_t moment) {
   return {text.data(), std::strftime(text.data(), text.size(), "%a, %d %b %Y %H:%M:%S GMT", &parts)};
 }
 
-TEST(RetryPolicyTest, readsADateByTheSystemsClockWhenTheAnswerHasNone) {
+TEST(RetryPolicyTest, readsADateByTheSystemsClockWhenTheResponseHasNone) {
   const std::string soon = httpDate(std::time(nullptr) + 1000);
 
   EXPECT_THAT(detail::retryAfter(HTTPHeaderFields{{"Retry-After", soon}}).value_or(-1), AllOf(Gt(900), Le(1000)));
@@ -286,9 +286,9 @@ TEST_F(RetryTest, asksTheTypeOnlyForWhatThePolicyWouldRetry) {
 }
 
 TEST_F(RetryTest, waitsAsTheServerSays) {
-  server.enqueue(Answer(429).header("Retry-After", "17"));
-  server.enqueue(Answer(503).header("Retry-After", "99"));
-  server.enqueue(Answer(503).header("Retry-After", "1"));
+  server.enqueue(MockResponse(429).header("Retry-After", "17"));
+  server.enqueue(MockResponse(503).header("Retry-After", "99"));
+  server.enqueue(MockResponse(503).header("Retry-After", "1"));
   succeedWith("done");
   Try request = attempt(9);
   request.retryPolicy = {.longestWait = 30, .honorsRetryAfter = true};
@@ -298,7 +298,7 @@ TEST_F(RetryTest, waitsAsTheServerSays) {
 }
 
 TEST_F(RetryTest, doesNotHearTheServerWithoutAPolicy) {
-  server.enqueue(Answer(429).header("Retry-After", "17"));
+  server.enqueue(MockResponse(429).header("Retry-After", "17"));
   succeedWith("done");
 
   resultOf(attempt(), 1);

@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "Corvane/Transfers/DownloadRequests.hpp"
-#include "CorvaneTesting/Gate.hpp"
+#include "CorvaneTesting/Latch.hpp"
 #include "CorvaneTesting/MainQueue.hpp"
 #include "RetryFixture.hpp"
 #include "Velisand/Task.hpp"
@@ -11,11 +11,11 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::Answer;
 using corvane::testing::await;
 using corvane::testing::awaitOnMain;
 using corvane::testing::Expectation;
-using corvane::testing::Gate;
+using corvane::testing::Latch;
+using corvane::testing::MockResponse;
 using corvane::testing::Moment;
 using ::testing::Each;
 using ::testing::ElementsAre;
@@ -125,7 +125,7 @@ TEST_F(RetryTest, sendsNothingBeforeTheWaitIsOver) {
 }
 
 TEST_F(RetryTest, triesAgainWhenTheConnectionIsLost) {
-  server.enqueue(Answer().dropConnection(Moment::beforeStatusLine));
+  server.enqueue(MockResponse().dropConnection(Moment::beforeStatusLine));
   succeedWith("a1");
 
   const auto result = resultOf(attempt(), 1);
@@ -177,16 +177,16 @@ struct FickleTry : DataGetRequestable<FickleTry>, HTTPRetryAttempting<FickleTry>
 };
 
 TEST_F(RetryTest, goesByTheLimitOfWhenTheAttemptStarted) {
-  const Gate gate;
+  const Latch latch;
   FickleTry::limit = 0;
-  server.enqueue(Answer(500).text("a0").hold(Moment::beforeStatusLine, gate));
+  server.enqueue(MockResponse(500).text("a0").hold(Moment::beforeStatusLine, latch));
   succeedWith("a1");
   Expectation<Result> completion;
   FickleTry{.url = server.url("/")}.sendAttemptingRetry(queue, completion);
   server.takeRequest();
 
   FickleTry::limit = -1;
-  gate.open();
+  latch.open();
   letPass(1);
 
   EXPECT_EQ(summary(completion.wait()), "partialFailure a1 after a0");
@@ -276,7 +276,7 @@ TEST_F(RetryTest, decidesOnTheQueueOfTheSend) {
 }
 
 TEST_F(RetryTest, makesItsAttemptsOneAfterAnotherByTheSendOfTheType) {
-  server.handleAll([](const auto&) { return Answer(503); });
+  server.handleAll([](const auto&) { return MockResponse(503); });
   const NotingTry request{.url = server.url("/")};
 
   EXPECT_EQ(resultOf(request, 6).failCount(), 6);
@@ -378,7 +378,7 @@ struct TryingMock : DataGetRequestable<TryingMock>, HTTPMockable<TryingMock>, HT
 
 TEST_F(RetryTest, repeatsAMock) {
   const TryingMock request;
-  // Its status is read twice for each answer.
+  // Its status is read twice for each response.
   *request.failures = 4;
 
   const auto result = resultOf(request, 5);
@@ -396,8 +396,8 @@ class RealRetryTest : public testing::ServerTest {
 };
 
 TEST_F(RealRetryTest, waitsAndTriesAgain) {
-  for (int i = 0; i < 3; ++i) server.enqueue(Answer(503));
-  server.enqueue(Answer(200).text("at last"));
+  for (int i = 0; i < 3; ++i) server.enqueue(MockResponse(503));
+  server.enqueue(MockResponse(200).text("at last"));
   const auto begin = std::chrono::steady_clock::now();
 
   const auto result =

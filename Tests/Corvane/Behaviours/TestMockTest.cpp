@@ -8,7 +8,7 @@ namespace {
 
 using corvane::testing::Expectation;
 
-/// Says all of its mock, and nothing of its answer for tests.
+/// Says all of its mock, and nothing of its response for tests.
 struct UntoldTest : DataGetRequestable<UntoldTest>, HTTPTestMockable<UntoldTest> {
   URL mockURL = "https://mock.example.com/";
   HTTPHeaders mockHeaders = {{"X-Mock", "1"}};

@@ -9,7 +9,7 @@ TEST(CurlCommandTest, isMethodURLAndFlagWithoutHeaders) {
   EXPECT_EQ(DataGetRequest("https://example.com/x").curlCommand(), "curl -X GET 'https://example.com/x' -v");
 }
 
-TEST(CurlCommandTest, setsHeadersOffByTwoBlanks) {
+TEST(CurlCommandTest, setsHeadersOffByTwoSpaces) {
   const DataGetRequest request("https://example.com", {{"Accept", "*/*"}, {"X-N", 1}});
 
   EXPECT_EQ(request.curlCommand(), "curl -X GET 'https://example.com'  -H \"Accept: */*\"  -H \"X-N: 1\" -v");

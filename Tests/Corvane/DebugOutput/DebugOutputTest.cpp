@@ -15,7 +15,7 @@ class DebugOutputTest : public ::testing::Test {
  protected:
   ~DebugOutputTest() override { Corvane::verbosity = HTTPVerbosityLevel::none; }
 
-  static std::shared_ptr<const URLResponse> answer(int status, const HTTPHeaderFields& headers = {}) {
+  static std::shared_ptr<const URLResponse> httpResponse(int status, const HTTPHeaderFields& headers = {}) {
     return std::make_shared<HTTPURLResponse>("https://example.com/x", status, "HTTP/1.1", headers);
   }
   LogRecord onlyRecord() const {
@@ -40,7 +40,7 @@ class DebugOutputTest : public ::testing::Test {
 TEST_F(DebugOutputTest, isSilentAtFirst) {
   EXPECT_EQ(Corvane::verbosity.load(), HTTPVerbosityLevel::none);
 
-  print(std::nullopt, answer(200), Data("x"));
+  print(std::nullopt, httpResponse(200), Data("x"));
 
   EXPECT_TRUE(log->records().empty());
 }
@@ -48,7 +48,7 @@ TEST_F(DebugOutputTest, isSilentAtFirst) {
 TEST_F(DebugOutputTest, saysMethodURLAndStatusWhenBrief) {
   Corvane::verbosity = HTTPVerbosityLevel::brief;
 
-  print(std::nullopt, answer(404), Data("x"));
+  print(std::nullopt, httpResponse(404), Data("x"));
 
   const LogRecord record = onlyRecord();
   EXPECT_EQ(record.message, "REQUEST GET 'https://example.com/x' RESPONSE status: 404");
@@ -78,7 +78,7 @@ TEST_F(DebugOutputTest, saysCancelledWhenBrief) {
 TEST_F(DebugOutputTest, tellsTheWholeExchangeWhenVerbose) {
   Corvane::verbosity = HTTPVerbosityLevel::verbose;
 
-  print(std::nullopt, answer(200, {{"X-A", "1"}}), Data("hello"));
+  print(std::nullopt, httpResponse(200, {{"X-A", "1"}}), Data("hello"));
 
   EXPECT_EQ(onlyRecord().message, "https://example.com/x");
   EXPECT_EQ(userInfo(),
@@ -106,7 +106,8 @@ TEST_F(DebugOutputTest, tellsCancelledWhenVerbose) {
 }
 
 TEST_F(DebugOutputTest, writesTypeStatusAndHeadersOfAResponse) {
-  const DataResponse response(std::nullopt, std::nullopt, answer(404, {{"X-A", "1"}, {"X-B", "2"}}), std::nullopt);
+  const DataResponse response(std::nullopt, std::nullopt, httpResponse(404, {{"X-A", "1"}, {"X-B", "2"}}),
+                              std::nullopt);
 
   EXPECT_EQ(debugStatusAndHeaders(response),
             "    ·Type: corvane::DataResponse\n    ·HTTP Status: notFound\n    ·Headers:\tX-A: 1\n\tX-B: 2\n");

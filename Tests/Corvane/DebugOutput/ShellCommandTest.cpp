@@ -165,7 +165,7 @@ class ShellCommandRunTest : public corvane::testing::ServerTest {
     options.bodyFile = directory_.path().string() + "/the body's file";
     const ShellCommand command = request.shellCommand(options);
     if (command.bodyFile) platform::FileManager::write(command.body, *command.bodyFile);
-    server.enqueue(testing::Answer(200));
+    server.enqueue(testing::MockResponse(200));
     const int status = std::system((command.text + " --silent --show-error --max-time 10 --noproxy '*'").c_str());
     EXPECT_EQ(WEXITSTATUS(status), 0) << command.text;
     return server.takeRequest();

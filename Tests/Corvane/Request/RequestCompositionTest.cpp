@@ -195,7 +195,7 @@ TEST(RequestCompositionTest, writesTheMethodOfTheType) {
   EXPECT_EQ(HTTPMethod::delete_.rawValue, "DELETE");
 }
 
-std::shared_ptr<const URLResponse> answer(int status) {
+std::shared_ptr<const URLResponse> response(int status) {
   return std::make_shared<HTTPURLResponse>("https://example.com", status, "HTTP/1.1", HTTPHeaderFields());
 }
 
@@ -207,8 +207,8 @@ TEST(RequestCompositionTest, acceptsTheStatuses200To206) {
 
   for (const HTTPStatus status : acceptable) EXPECT_TRUE(request.isAcceptable(status)) << status.name();
   for (const int code : {100, 101, 207, 299, 300, 304, 404, 500, 505, 999})
-    EXPECT_FALSE(request.isAcceptable(answer(code).get())) << code;
-  EXPECT_TRUE(request.isAcceptable(answer(206).get()));
+    EXPECT_FALSE(request.isAcceptable(response(code).get())) << code;
+  EXPECT_TRUE(request.isAcceptable(response(206).get()));
   EXPECT_FALSE(request.isAcceptable(HTTPStatus::unknown));
 }
 

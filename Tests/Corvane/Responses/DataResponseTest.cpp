@@ -21,7 +21,7 @@ static_assert(HTTPResultable<DataResult>);
 
 const HTTPHeaderFields headers{{"Content-Type", "text/plain; charset=utf-8"}, {"Content-Length", "5"}};
 
-std::shared_ptr<const HTTPURLResponse> answer(int status) {
+std::shared_ptr<const HTTPURLResponse> httpResponse(int status) {
   return std::make_shared<HTTPURLResponse>("http://h/report.txt", status, "HTTP/1.1", headers);
 }
 
@@ -37,7 +37,7 @@ const HTTPResponseError* responseError(const DataResponse& response) {
 TEST(DataResponseTest, succeedsWithTheBytesReceived) {
   const Data body("hello");
 
-  const auto result = response(body, answer(200));
+  const auto result = response(body, httpResponse(200));
 
   ASSERT_TRUE(result.result.body());
   EXPECT_EQ(*result.result.body(), body);
@@ -47,14 +47,14 @@ TEST(DataResponseTest, succeedsWithTheBytesReceived) {
 TEST(DataResponseTest, keepsTheBytesOnce) {
   const Data body("hello");
 
-  const auto result = response(body, answer(200));
+  const auto result = response(body, httpResponse(200));
 
   EXPECT_EQ(result.data->bytes(), body.bytes());
   EXPECT_EQ(result.result.body()->bytes(), body.bytes());
 }
 
 TEST(DataResponseTest, copiesWhatThePlatformResponseSays) {
-  const auto urlResponse = answer(201);
+  const auto urlResponse = httpResponse(201);
 
   const auto result = response(Data("hello"), urlResponse);
 
@@ -70,14 +70,14 @@ TEST(DataResponseTest, copiesWhatThePlatformResponseSays) {
 
 TEST(DataResponseTest, countsEveryStatusFrom200To206AsSuccess) {
   for (int status = 100; status < 600; ++status) {
-    const auto result = response(Data("x"), answer(status));
+    const auto result = response(Data("x"), httpResponse(status));
     EXPECT_EQ(result.result.isSuccess(), status >= 200 && status <= 206) << status;
   }
 }
 
 TEST(DataResponseTest, succeedsWithoutBytesAsReceived) {
-  const auto absent = response(std::nullopt, answer(204));
-  const auto empty = response(Data(), answer(204));
+  const auto absent = response(std::nullopt, httpResponse(204));
+  const auto empty = response(Data(), httpResponse(204));
 
   EXPECT_TRUE(absent.result.isSuccess());
   EXPECT_EQ(absent.result.body(), nullptr);
@@ -87,7 +87,7 @@ TEST(DataResponseTest, succeedsWithoutBytesAsReceived) {
 }
 
 TEST(DataResponseTest, failsForAnyOtherStatusAndKeepsWhatWasReceived) {
-  const auto result = response(Data("old"), answer(304));
+  const auto result = response(Data("old"), httpResponse(304));
 
   ASSERT_TRUE(responseError(result));
   EXPECT_EQ(*responseError(result), HTTPResponseError::unacceptableStatus(HTTPStatus::notModified));
@@ -98,7 +98,7 @@ TEST(DataResponseTest, failsForAnyOtherStatusAndKeepsWhatWasReceived) {
 }
 
 TEST(DataResponseTest, failsWithAnUnknownStatusForAnUnlistedCode) {
-  const auto result = response(Data(), answer(429));
+  const auto result = response(Data(), httpResponse(429));
 
   ASSERT_TRUE(responseError(result));
   EXPECT_EQ(*responseError(result), HTTPResponseError::unacceptableStatus(HTTPStatus::unknown));
@@ -106,7 +106,7 @@ TEST(DataResponseTest, failsWithAnUnknownStatusForAnUnlistedCode) {
 }
 
 TEST(DataResponseTest, putsTheTransportErrorBeforeAGoodStatus) {
-  const auto result = response(Data("par"), answer(200), Error(CFNetworkErrors::networkConnectionLost()));
+  const auto result = response(Data("par"), httpResponse(200), Error(CFNetworkErrors::networkConnectionLost()));
 
   ASSERT_TRUE(result.result.error());
   ASSERT_TRUE(result.result.error()->is<CFNetworkErrors>());
@@ -146,7 +146,7 @@ TEST(DataResponseTest, failsForAResponseThatIsNotHTTP) {
 }
 
 TEST(DataResponseTest, isMadeOfAnErrorAndAResponse) {
-  const DataResponse result(answer(500), Data("oops"), HTTPResponseError::taskCancelled());
+  const DataResponse result(httpResponse(500), Data("oops"), HTTPResponseError::taskCancelled());
 
   ASSERT_TRUE(responseError(result));
   EXPECT_EQ(responseError(result)->which(), HTTPResponseError::Case::taskCancelled);
@@ -155,7 +155,7 @@ TEST(DataResponseTest, isMadeOfAnErrorAndAResponse) {
 }
 
 TEST(DataResponseTest, isMadeOfAResultAndAResponse) {
-  const DataResponse result(DataResult::success(Data("made")), Data("received"), answer(404));
+  const DataResponse result(DataResult::success(Data("made")), Data("received"), httpResponse(404));
 
   EXPECT_EQ(*result.result.body(), Data("made"));
   EXPECT_EQ(result.data, Data("received"));
@@ -174,7 +174,7 @@ TEST(DataResponseTest, isMadeOfItsFields) {
 
 TEST(DataResponseTest, describesItselfInALine) {
   EXPECT_EQ(
-      response(Data("oh no"), answer(404)).debugDescription(),
+      response(Data("oh no"), httpResponse(404)).debugDescription(),
       "DataResponse: notFound (404), 5 bytes, text/plain, http://h/report.txt, error: HTTPStatus: notFound:404 is "
       "unacceptable");
   EXPECT_EQ(DataResponse(DataResult::success(std::nullopt)).debugDescription(),

@@ -77,7 +77,7 @@ static_assert(HasURL<DownloadResult<URL>> && !HasURL<DownloadResult<Data>> && !H
 
 const HTTPHeaderFields headers{{"Content-Type", "text/plain; charset=utf-8"}, {"Content-Length", "5"}};
 
-std::shared_ptr<const HTTPURLResponse> answer(int status) {
+std::shared_ptr<const HTTPURLResponse> httpResponse(int status) {
   return std::make_shared<HTTPURLResponse>("http://h/report.txt", status, "HTTP/1.1", headers);
 }
 
@@ -100,7 +100,7 @@ class DownloadResponseTest : public ::testing::Test {
 
   template <class Body>
   static DownloadResponse<Body> response(std::optional<URL> place,
-                                         std::shared_ptr<const URLResponse> urlResponse = answer(200),
+                                         std::shared_ptr<const URLResponse> urlResponse = httpResponse(200),
                                          std::optional<Error> error = std::nullopt,
                                          std::optional<Data> data = std::nullopt) {
     return DownloadResponse<Body>(std::move(data), std::move(place), std::move(urlResponse), std::move(error));
@@ -161,7 +161,7 @@ TEST_F(DownloadResponseTest, handsTheFileToATypeThatTakesOne) {
 }
 
 TEST_F(DownloadResponseTest, copiesWhatThePlatformResponseSays) {
-  const auto urlResponse = answer(206);
+  const auto urlResponse = httpResponse(206);
 
   const auto result = response<Data>(file("hello"), urlResponse);
 
@@ -179,15 +179,15 @@ TEST_F(DownloadResponseTest, countsEveryStatusFrom200To206AsSuccess) {
   const URL place = file("hello");
 
   for (int status = 100; status < 600; ++status) {
-    const auto result = response<Data>(place, answer(status));
+    const auto result = response<Data>(place, httpResponse(status));
     EXPECT_EQ(result.result.isSuccess(), status >= 200 && status <= 206) << status;
     EXPECT_EQ(result.result.body() != nullptr, result.result.isSuccess() && status != 204) << status;
   }
 }
 
 TEST_F(DownloadResponseTest, succeedsWithoutABodyForNoContentAndDoesNotOpenTheFile) {
-  const auto bytes = response<Data>(missingFile(), answer(204), std::nullopt, Data("received"));
-  const auto place = response<URL>(file("hello"), answer(204));
+  const auto bytes = response<Data>(missingFile(), httpResponse(204), std::nullopt, Data("received"));
+  const auto place = response<URL>(file("hello"), httpResponse(204));
 
   EXPECT_TRUE(bytes.result.isSuccess());
   EXPECT_EQ(bytes.result.body(), nullptr);
@@ -199,7 +199,7 @@ TEST_F(DownloadResponseTest, succeedsWithoutABodyForNoContentAndDoesNotOpenTheFi
 }
 
 TEST_F(DownloadResponseTest, succeedsWithoutABodyWithoutAFile) {
-  const auto result = response<Data>(std::nullopt, answer(200), std::nullopt, Data("received"));
+  const auto result = response<Data>(std::nullopt, httpResponse(200), std::nullopt, Data("received"));
 
   EXPECT_TRUE(result.result.isSuccess());
   EXPECT_EQ(result.result.body(), nullptr);
@@ -208,7 +208,7 @@ TEST_F(DownloadResponseTest, succeedsWithoutABodyWithoutAFile) {
 }
 
 TEST_F(DownloadResponseTest, failsForAnyOtherStatusAndKeepsTheHeaders) {
-  const auto result = response<Data>(file("not here"), answer(404), std::nullopt, Data("received"));
+  const auto result = response<Data>(file("not here"), httpResponse(404), std::nullopt, Data("received"));
 
   ASSERT_TRUE(failure<HTTPResponseError>(result));
   EXPECT_EQ(*failure<HTTPResponseError>(result), HTTPResponseError::unacceptableStatus(HTTPStatus::notFound));
@@ -219,7 +219,7 @@ TEST_F(DownloadResponseTest, failsForAnyOtherStatusAndKeepsTheHeaders) {
 }
 
 TEST_F(DownloadResponseTest, failsWithAnUnknownStatusForAnUnlistedCode) {
-  const auto result = response<URL>(file("hello"), answer(299));
+  const auto result = response<URL>(file("hello"), httpResponse(299));
 
   ASSERT_TRUE(failure<HTTPResponseError>(result));
   EXPECT_EQ(*failure<HTTPResponseError>(result), HTTPResponseError::unacceptableStatus(HTTPStatus::unknown));
@@ -227,7 +227,7 @@ TEST_F(DownloadResponseTest, failsWithAnUnknownStatusForAnUnlistedCode) {
 }
 
 TEST_F(DownloadResponseTest, putsTheTransportErrorBeforeAGoodStatus) {
-  const auto result = response<Data>(file("hel"), answer(200), Error("domain", 7, "lost"));
+  const auto result = response<Data>(file("hel"), httpResponse(200), Error("domain", 7, "lost"));
 
   ASSERT_TRUE(result.result.error());
   EXPECT_EQ(result.result.error()->domain(), "domain");
@@ -261,7 +261,7 @@ TEST_F(DownloadResponseTest, logsWhyTheBytesMakeNoBody) {
 }
 
 TEST_F(DownloadResponseTest, failsWithTheErrorOfReading) {
-  const auto result = response<Data>(missingFile(), answer(200), std::nullopt, Data("received"));
+  const auto result = response<Data>(missingFile(), httpResponse(200), std::nullopt, Data("received"));
 
   ASSERT_TRUE(result.result.error());
   EXPECT_EQ(result.result.error()->domain(), platform::NSCocoaErrorDomain);
@@ -306,7 +306,7 @@ TEST_F(DownloadResponseTest, failsForAResponseThatIsNotHTTP) {
 }
 
 TEST_F(DownloadResponseTest, isMadeOfAnErrorAndAResponse) {
-  const DownloadResponse<URL> result(answer(500), Data("oops"), HTTPResponseError::taskCancelled());
+  const DownloadResponse<URL> result(httpResponse(500), Data("oops"), HTTPResponseError::taskCancelled());
 
   ASSERT_TRUE(failure<HTTPResponseError>(result));
   EXPECT_EQ(failure<HTTPResponseError>(result)->which(), HTTPResponseError::Case::taskCancelled);
@@ -315,7 +315,7 @@ TEST_F(DownloadResponseTest, isMadeOfAnErrorAndAResponse) {
 }
 
 TEST_F(DownloadResponseTest, isMadeOfAResultAndAResponse) {
-  const DownloadResponse<Data> result(DownloadResult<Data>::success("made"), Data("received"), answer(404));
+  const DownloadResponse<Data> result(DownloadResult<Data>::success("made"), Data("received"), httpResponse(404));
 
   EXPECT_EQ(*result.result.body(), Data("made"));
   EXPECT_EQ(result.data, Data("received"));
@@ -323,8 +323,9 @@ TEST_F(DownloadResponseTest, isMadeOfAResultAndAResponse) {
 }
 
 TEST_F(DownloadResponseTest, isMadeOfItsFieldsWithoutAPlatformResponse) {
-  const DownloadResponse<Data> result(DownloadResult<Data>::success("x"),
-                                      {.status = HTTPStatus::accepted, .mimeType = "a/b", .urlResponse = answer(202)});
+  const DownloadResponse<Data> result(
+      DownloadResult<Data>::success("x"),
+      {.status = HTTPStatus::accepted, .mimeType = "a/b", .urlResponse = httpResponse(202)});
 
   EXPECT_EQ(result.status, HTTPStatus::accepted);
   EXPECT_EQ(result.mimeType, "a/b");
@@ -332,7 +333,7 @@ TEST_F(DownloadResponseTest, isMadeOfItsFieldsWithoutAPlatformResponse) {
 }
 
 TEST_F(DownloadResponseTest, describesItselfByStatusAndHeaders) {
-  const DownloadResponse<URL> result(answer(404), std::nullopt, HTTPResponseError::noContent());
+  const DownloadResponse<URL> result(httpResponse(404), std::nullopt, HTTPResponseError::noContent());
 
   EXPECT_EQ(result.debugDescription(),
             "    ·Type: corvane::DownloadResponse<platform::URL>\n    ·HTTP Status: notFound\n"
@@ -360,9 +361,9 @@ TEST_F(DownloadResponseTest, keepsTheFileOnlyWhereTheBodyIsMadeFromIt) {
 
   EXPECT_FALSE(response<Data>(file("hello")).keepsFile());
   EXPECT_FALSE(response<Archive>(file("hello")).keepsFile());
-  EXPECT_FALSE(response<URL>(file("hello"), answer(204)).keepsFile());
-  EXPECT_FALSE(response<URL>(file("hello"), answer(404)).keepsFile());
-  EXPECT_FALSE(response<URL>(file("hello"), answer(200), Error("domain", 7, "lost")).keepsFile());
+  EXPECT_FALSE(response<URL>(file("hello"), httpResponse(204)).keepsFile());
+  EXPECT_FALSE(response<URL>(file("hello"), httpResponse(404)).keepsFile());
+  EXPECT_FALSE(response<URL>(file("hello"), httpResponse(200), Error("domain", 7, "lost")).keepsFile());
 }
 
 TEST_F(DownloadResponseTest, showsTheBodyInTheRecordOfSuccess) {

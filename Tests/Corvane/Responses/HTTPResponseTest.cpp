@@ -21,8 +21,8 @@ static_assert(!HTTPResponsable<HTTPResponse<Data>>, "a record of success has no 
 
 DataResponse sourceResponse() {
   const HTTPHeaderFields headers{{"Content-Type", "text/plain; charset=utf-8"}, {"Content-Length", "5"}};
-  const auto answer = std::make_shared<HTTPURLResponse>("http://h/report.txt", 200, "HTTP/1.1", headers);
-  return DataResponse(Data("hello"), std::nullopt, answer, std::nullopt);
+  const auto httpResponse = std::make_shared<HTTPURLResponse>("http://h/report.txt", 200, "HTTP/1.1", headers);
+  return DataResponse(Data("hello"), std::nullopt, httpResponse, std::nullopt);
 }
 
 TEST(HTTPResponseTest, copiesTheFactsOfTheResponseItIsMadeOf) {

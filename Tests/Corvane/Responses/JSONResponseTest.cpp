@@ -35,7 +35,7 @@ struct Snake {
 }  // namespace corvane
 
 template <>
-struct corvane::JSONCoding<corvane::Even> {
+struct corvane::JSONCodec<corvane::Even> {
   static corvane::Even decode(JSONReader& reader) {
     const corvane::Even even{reader.decode<int>()};
     if (even.value % 2 != 0) throw corvane::OddNumber(even.value);
@@ -49,13 +49,14 @@ namespace {
 static_assert(HTTPResponsable<JSONResponse<User>>);
 static_assert(HTTPResultable<JSONResult<User>>);
 
-std::shared_ptr<const HTTPURLResponse> answer(int status) {
+std::shared_ptr<const HTTPURLResponse> httpResponse(int status) {
   const HTTPHeaderFields headers{{"Content-Type", "application/json; charset=utf-8"}, {"Content-Length", "5"}};
   return std::make_shared<HTTPURLResponse>("http://h/user.json", status, "HTTP/1.1", headers);
 }
 
 template <class Body>
-JSONResponse<Body> response(std::optional<Data> data, std::shared_ptr<const URLResponse> urlResponse = answer(200),
+JSONResponse<Body> response(std::optional<Data> data,
+                            std::shared_ptr<const URLResponse> urlResponse = httpResponse(200),
                             std::optional<Error> error = std::nullopt) {
   return JSONResponse<Body>(std::move(data), std::nullopt, std::move(urlResponse), std::move(error));
 }
@@ -79,7 +80,7 @@ TEST(JSONResponseTest, decodesTheBytes) {
 }
 
 TEST(JSONResponseTest, keepsTheFactsOfTheExchange) {
-  const auto urlResponse = answer(201);
+  const auto urlResponse = httpResponse(201);
 
   const auto result = response<Nothing>("{}", urlResponse);
 
@@ -154,7 +155,7 @@ TEST(JSONResponseTest, showsNoTextThatIsNotUTF8) {
 TEST(JSONResponseTest, doesNotDecodeTheBodyOfAnUnacceptableStatus) {
   corvane::testing::LogCapture log;
 
-  const auto result = response<User>("not json", answer(404));
+  const auto result = response<User>("not json", httpResponse(404));
 
   const auto* const error = failure<HTTPResponseError>(result);
   ASSERT_TRUE(error);
@@ -165,7 +166,7 @@ TEST(JSONResponseTest, doesNotDecodeTheBodyOfAnUnacceptableStatus) {
 }
 
 TEST(JSONResponseTest, takesACodeWithoutANameForUnknown) {
-  const auto result = response<User>("{}", answer(299));
+  const auto result = response<User>("{}", httpResponse(299));
 
   EXPECT_EQ(failure<HTTPResponseError>(result)->status(), HTTPStatus::unknown);
 }
@@ -173,7 +174,7 @@ TEST(JSONResponseTest, takesACodeWithoutANameForUnknown) {
 TEST(JSONResponseTest, isTheFailureOfTheTransport) {
   corvane::testing::LogCapture log;
 
-  const auto result = response<User>(R"({"id":7,"login":"ada"})", answer(200), Error("domain", 7, "lost"));
+  const auto result = response<User>(R"({"id":7,"login":"ada"})", httpResponse(200), Error("domain", 7, "lost"));
 
   EXPECT_EQ(result.result.body(), nullptr);
   EXPECT_EQ(result.result.error()->domain(), "domain");
@@ -181,7 +182,7 @@ TEST(JSONResponseTest, isTheFailureOfTheTransport) {
   EXPECT_TRUE(log->records().empty());
 }
 
-TEST(JSONResponseTest, failsToConstructWithoutAnAnswer) {
+TEST(JSONResponseTest, failsToConstructWithoutAResponse) {
   const auto result = response<User>(R"({"id":7})", nullptr);
 
   const auto* const error = failure<HTTPUnknownError>(result);
@@ -193,7 +194,7 @@ TEST(JSONResponseTest, failsToConstructWithoutAnAnswer) {
 }
 
 TEST(JSONResponseTest, failsToConstructWithoutBytes) {
-  const auto result = response<EmptyJSON>(std::nullopt, answer(204));
+  const auto result = response<EmptyJSON>(std::nullopt, httpResponse(204));
 
   const auto* const error = failure<HTTPUnknownError>(result);
   ASSERT_TRUE(error);
@@ -202,7 +203,7 @@ TEST(JSONResponseTest, failsToConstructWithoutBytes) {
 }
 
 TEST(JSONResponseTest, decodesBytesThatAreThereEvenIfNone) {
-  const auto result = response<EmptyJSON>(Data(), answer(200));
+  const auto result = response<EmptyJSON>(Data(), httpResponse(200));
 
   EXPECT_EQ(failure<HTTPResponseError>(result)->which(), HTTPResponseError::Case::jsonDecoding);
 }
@@ -215,7 +216,7 @@ TEST(JSONResponseTest, usesTheDecoderThatTheBodyNames) {
 }
 
 TEST(JSONResponseTest, takesAKnownResultAndTheFactsOfAnotherResponse) {
-  const auto first = response<User>(R"({"id":7,"login":"ada"})", answer(206));
+  const auto first = response<User>(R"({"id":7,"login":"ada"})", httpResponse(206));
 
   const JSONResponse<std::string> mapped(JSONResult<std::string>::success(first.result.body()->login), first);
 

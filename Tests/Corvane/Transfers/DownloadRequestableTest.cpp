@@ -11,9 +11,9 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::Answer;
 using corvane::testing::await;
-using corvane::testing::Gate;
+using corvane::testing::Latch;
+using corvane::testing::MockResponse;
 using corvane::testing::Moment;
 using ::testing::Test;
 
@@ -31,7 +31,8 @@ struct User {
 };
 
 TEST_F(DownloadTest, putsTheBodyIntoAFileOfTheSuggestedName) {
-  server.enqueue(Answer(200).header("Content-Disposition", "attachment; filename=\"report.pdf\"").body("content"));
+  server.enqueue(
+      MockResponse(200).header("Content-Disposition", "attachment; filename=\"report.pdf\"").body("content"));
 
   const auto response = responseTo(DownloadGetRequest(server.url("/r")));
 
@@ -43,7 +44,7 @@ TEST_F(DownloadTest, putsTheBodyIntoAFileOfTheSuggestedName) {
 }
 
 TEST_F(DownloadTest, givesEachFileADirectoryThatOnlyThisUserMayEnter) {
-  server.handleAll([](const auto&) { return Answer(200).body("x"); });
+  server.handleAll([](const auto&) { return MockResponse(200).body("x"); });
 
   const auto first = responseTo(DownloadGetRequest(server.url("/same")));
   const auto second = responseTo(DownloadGetRequest(server.url("/same")));
@@ -71,7 +72,7 @@ TEST_F(DownloadTest, neverLeavesItsDirectoryWhateverTheServerSuggests) {
                                           std::string(4000, 'n') + ".txt",
                                           "%2e%2e%2fx"};
   for (const std::string& name : names) {
-    server.enqueue(Answer(200).header("Content-Disposition", "attachment; filename=\"" + name + "\"").body("x"));
+    server.enqueue(MockResponse(200).header("Content-Disposition", "attachment; filename=\"" + name + "\"").body("x"));
 
     const auto response = responseTo(DownloadGetRequest(server.url("/fallback")));
 
@@ -84,9 +85,9 @@ TEST_F(DownloadTest, neverLeavesItsDirectoryWhateverTheServerSuggests) {
 }
 
 TEST_F(DownloadTest, readsTheFileForABodyOfBytesAndRemovesIt) {
-  server.enqueue(Answer(200).body("bytes"));
-  server.enqueue(Answer(200).text("text"));
-  server.enqueue(Answer(200).json(R"({"login": "ada", "id": 7})"));
+  server.enqueue(MockResponse(200).body("bytes"));
+  server.enqueue(MockResponse(200).text("text"));
+  server.enqueue(MockResponse(200).json(R"({"login": "ada", "id": 7})"));
 
   const auto bytes = responseTo(DownloadGetRequest<Data>(server.url("/a")));
   const auto text = responseTo(DownloadGetRequest<std::string>(server.url("/b")));
@@ -100,7 +101,7 @@ TEST_F(DownloadTest, readsTheFileForABodyOfBytesAndRemovesIt) {
 }
 
 TEST_F(DownloadTest, readsALongFileAside) {
-  server.enqueue(Answer(200).generatedBody(1 << 20));
+  server.enqueue(MockResponse(200).generatedBody(1 << 20));
 
   const auto response = responseTo(DownloadGetRequest<Data>(server.url("/")));
 
@@ -110,7 +111,7 @@ TEST_F(DownloadTest, readsALongFileAside) {
 }
 
 TEST_F(DownloadTest, makesAPathOfTheFile) {
-  server.enqueue(Answer(200).body("here"));
+  server.enqueue(MockResponse(200).body("here"));
 
   const auto response = DownloadGetRequest<std::filesystem::path>(server.url("/x.txt")).send().get();
 
@@ -119,7 +120,7 @@ TEST_F(DownloadTest, makesAPathOfTheFile) {
 }
 
 TEST_F(DownloadTest, failsForAStatusThatIsNoneOfASuccessAndLeavesNoFile) {
-  server.enqueue(Answer(404).body("there is no such thing"));
+  server.enqueue(MockResponse(404).body("there is no such thing"));
 
   const auto response = responseTo(DownloadGetRequest(server.url("/")));
 
@@ -131,7 +132,7 @@ TEST_F(DownloadTest, failsForAStatusThatIsNoneOfASuccessAndLeavesNoFile) {
 }
 
 TEST_F(DownloadTest, succeedsWithoutABodyWhenThereIsNoContent) {
-  server.enqueue(Answer(204));
+  server.enqueue(MockResponse(204));
 
   const auto response = responseTo(DownloadGetRequest(server.url("/")));
 
@@ -141,7 +142,7 @@ TEST_F(DownloadTest, succeedsWithoutABodyWhenThereIsNoContent) {
 }
 
 TEST_F(DownloadTest, leavesNoFileWhenTheContentMakesNoBody) {
-  server.enqueue(Answer(200).json("{"));
+  server.enqueue(MockResponse(200).json("{"));
 
   const auto response = responseTo(DownloadGetRequest<User>(server.url("/")));
 
@@ -151,7 +152,7 @@ TEST_F(DownloadTest, leavesNoFileWhenTheContentMakesNoBody) {
 }
 
 TEST_F(DownloadTest, leavesNoFileWhenItIsCutShort) {
-  server.enqueue(Answer(200).body("hello").dropConnection(Moment::insideBody, 2));
+  server.enqueue(MockResponse(200).body("hello").dropConnection(Moment::insideBody, 2));
 
   const auto response = responseTo(DownloadGetRequest(server.url("/")));
 
@@ -161,8 +162,8 @@ TEST_F(DownloadTest, leavesNoFileWhenItIsCutShort) {
 }
 
 TEST_F(DownloadTest, leavesNoFileWhenItIsCancelled) {
-  const Gate gate;
-  server.enqueue(Answer(200).generatedBody(1 << 20).hold(Moment::insideBody, gate, 1000));
+  const Latch latch;
+  server.enqueue(MockResponse(200).generatedBody(1 << 20).hold(Moment::insideBody, latch, 1000));
   const GetFile request{.url = server.url("/")};
 
   const auto response = await<GetFile::Response>(
@@ -171,11 +172,11 @@ TEST_F(DownloadTest, leavesNoFileWhenItIsCancelled) {
   ASSERT_TRUE(response.result.error());
   EXPECT_EQ(*response.result.error()->as<HTTPResponseError>(), HTTPResponseError::taskCancelled());
   EXPECT_TRUE(temporary.names().empty());
-  gate.open();
+  latch.open();
 }
 
 TEST_F(DownloadTest, failsWhereNoFileCanBeMade) {
-  server.handleAll([](const auto&) { return Answer(200).body("x"); });
+  server.handleAll([](const auto&) { return MockResponse(200).body("x"); });
   OwnTemporaryDirectory::pointTo((temporary.path() / "missing").string());
 
   const auto response = responseTo(DownloadGetRequest(server.url("/")));
@@ -187,7 +188,7 @@ TEST_F(DownloadTest, failsWhereNoFileCanBeMade) {
 }
 
 /// A new folder with a path so long (path_resolution(7): 4095 bytes at most) that the name of a file that arrives still
-/// fits behind it, but not that of a folder for it.
+/// fits after it, but not that of a folder for it.
 std::string almostTooLong(std::filesystem::path path) {
   constexpr std::size_t length = 4060;
   while (path.native().size() + 1 < length) {
@@ -198,7 +199,7 @@ std::string almostTooLong(std::filesystem::path path) {
 }
 
 TEST_F(DownloadTest, keepsTheFileWhereItIsWhenItCannotBeMoved) {
-  server.enqueue(Answer(200).body("content"));
+  server.enqueue(MockResponse(200).body("content"));
   const corvane::testing::LogCapture log;
   OwnTemporaryDirectory::pointTo(almostTooLong(temporary.path()));
 
@@ -214,7 +215,7 @@ TEST_F(DownloadTest, keepsTheFileWhereItIsWhenItCannotBeMoved) {
 
 TEST_F(DownloadTest, sendsNothingWhenItShouldNotBeSent) {
   std::atomic<bool> isCalled = false;
-  server.enqueue(Answer(200).body("x"));
+  server.enqueue(MockResponse(200).body("x"));
 
   GetFile{.url = server.url("/"), .shouldSend = false}.send(queue, nullptr, [&](auto) { isCalled = true; });
   const auto response = responseTo(GetFile{.url = server.url("/")});
@@ -239,9 +240,9 @@ TEST_F(DownloadTest, reportsWhatTheRequestItselfRefuses) {
 }
 
 TEST_F(DownloadTest, tellsItsProgressInOrderAndEndsWithTheWhole) {
-  const Gate gate;
+  const Latch latch;
   constexpr std::int64_t size = 1 << 20;
-  server.enqueue(Answer(200).generatedBody(size).hold(Moment::insideBody, gate, 1000));
+  server.enqueue(MockResponse(200).generatedBody(size).hold(Moment::insideBody, latch, 1000));
   std::vector<std::int64_t> counts;
   std::vector<double> fractions;
   bool isOver = false;
@@ -255,7 +256,7 @@ TEST_F(DownloadTest, tellsItsProgressInOrderAndEndsWithTheWhole) {
               EXPECT_EQ(progress.totalBytes(), size);
               counts.push_back(progress.completedBytes());
               fractions.push_back(progress.percentCompleted().value());
-              gate.open();
+              latch.open();
             },
             [&, done](DownloadResponse<URL> arrived) mutable {
               isOver = true;
@@ -271,8 +272,8 @@ TEST_F(DownloadTest, tellsItsProgressInOrderAndEndsWithTheWhole) {
 }
 
 TEST_F(DownloadTest, doesNotKnowATotalThatTheServerDidNotAnnounce) {
-  const Gate gate;
-  server.enqueue(Answer(200).chunked({"first", "second"}).hold(Moment::insideBody, gate, 6));
+  const Latch latch;
+  server.enqueue(MockResponse(200).chunked({"first", "second"}).hold(Moment::insideBody, latch, 6));
   std::vector<std::int64_t> totals;
 
   const auto response = await<DownloadResponse<URL>>([&](auto done) {
@@ -281,7 +282,7 @@ TEST_F(DownloadTest, doesNotKnowATotalThatTheServerDidNotAnnounce) {
             queue,
             [&](const HTTPProgress& progress) {
               totals.push_back(progress.totalBytes());
-              gate.open();
+              latch.open();
             },
             done);
   });
@@ -293,8 +294,8 @@ TEST_F(DownloadTest, doesNotKnowATotalThatTheServerDidNotAnnounce) {
 }
 
 TEST_F(DownloadTest, callsTheHandlersOfAFutureInTheirOrder) {
-  const Gate gate;
-  server.enqueue(Answer(200).generatedBody(100'000).hold(Moment::insideBody, gate, 1000));
+  const Latch latch;
+  server.enqueue(MockResponse(200).generatedBody(100'000).hold(Moment::insideBody, latch, 1000));
   std::vector<int> order;
   const DispatchQueue handlers("handlers");
 
@@ -304,7 +305,7 @@ TEST_F(DownloadTest, callsTheHandlersOfAFutureInTheirOrder) {
                             .during(handlers,
                                     [&](const HTTPProgress&) {
                                       order.push_back(2);
-                                      gate.open();
+                                      latch.open();
                                     })
                             .get();
   handlers.sync([] {});
@@ -315,7 +316,7 @@ TEST_F(DownloadTest, callsTheHandlersOfAFutureInTheirOrder) {
 }
 
 TEST_F(DownloadTest, awaitsADownloadInACoroutine) {
-  server.enqueue(Answer(200).body("awaited"));
+  server.enqueue(MockResponse(200).body("awaited"));
   const auto download = [&]() -> velisand::Task<std::string> {
     const auto response = co_await DownloadGetRequest(server.url("/")).send();
     co_return contentOf(response.fileURL());
@@ -342,7 +343,7 @@ TEST_F(DownloadTest, honoursASendOfTheTypesOwn) {
 }
 
 TEST_F(DownloadTest, sendsABodyWithTheGeneralRequest) {
-  server.enqueue(Answer(200).body("report"));
+  server.enqueue(MockResponse(200).body("report"));
 
   const auto response = responseTo(DownloadRequest(server.url("/"), HTTPMethod::post, "query"));
 

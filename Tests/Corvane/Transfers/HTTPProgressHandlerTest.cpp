@@ -12,9 +12,9 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::Answer;
 using corvane::testing::await;
-using corvane::testing::Gate;
+using corvane::testing::Latch;
+using corvane::testing::MockResponse;
 using corvane::testing::Moment;
 
 class HTTPProgressHandlerTest : public TransferTest {};
@@ -30,7 +30,7 @@ TEST_F(HTTPProgressHandlerTest, isEmptyWhenItIsMadeOfAFunctionThatIsNull) {
 }
 
 TEST_F(HTTPProgressHandlerTest, isLetGoOfWhenTheTransferIsOverThoughItKeepsTheProgress) {
-  server.enqueue(Answer(200).generatedBody(100'000));
+  server.enqueue(MockResponse(200).generatedBody(100'000));
   auto last = std::make_shared<std::optional<HTTPProgress>>();
   const std::weak_ptr<std::optional<HTTPProgress>> kept = last;
 
@@ -45,7 +45,7 @@ TEST_F(HTTPProgressHandlerTest, isLetGoOfWhenTheTransferIsOverThoughItKeepsThePr
 }
 
 TEST_F(HTTPProgressHandlerTest, isLetGoOfWhenItsFutureIsCompletedThoughItKeepsTheFuture) {
-  server.enqueue(Answer(200).generatedBody(100'000));
+  server.enqueue(MockResponse(200).generatedBody(100'000));
   const DispatchQueue handlers("handlers");
   auto token = std::make_shared<int>();
   const std::weak_ptr<int> kept = token;
@@ -63,15 +63,15 @@ TEST_F(HTTPProgressHandlerTest, isLetGoOfWhenItsFutureIsCompletedThoughItKeepsTh
 }
 
 TEST_F(HTTPProgressHandlerTest, mayAddAnotherHandlerToItsFuture) {
-  const Gate gate;
-  server.enqueue(Answer(200).generatedBody(100'000).hold(Moment::insideBody, gate, 1000));
+  const Latch latch;
+  server.enqueue(MockResponse(200).generatedBody(100'000).hold(Moment::insideBody, latch, 1000));
   const DispatchQueue handlers("handlers");
   int secondCalls = 0;
   const auto future = DownloadGetRequest(server.url("/")).send();
   future.during(handlers, [&](const HTTPProgress&) {
-    if (gate.isOpen()) return;
+    if (latch.isOpen()) return;
     future.during(handlers, [&](const HTTPProgress&) { ++secondCalls; });
-    gate.open();
+    latch.open();
   });
 
   future.get();
@@ -82,15 +82,15 @@ TEST_F(HTTPProgressHandlerTest, mayAddAnotherHandlerToItsFuture) {
 
 TEST_F(HTTPProgressHandlerTest, isCalledOnceAtATimeAndNotAfterTheCompletionOnTheGlobalQueue) {
   constexpr std::int64_t size = 200'000;
-  const Gate gate;
-  server.enqueue(Answer(200).generatedBody(size).hold(Moment::insideBody, gate, 1000));
+  const Latch latch;
+  server.enqueue(MockResponse(200).generatedBody(size).hold(Moment::insideBody, latch, 1000));
   std::atomic<int> inside = 0;
   std::atomic<bool> overlaps = false;
   std::atomic<bool> isOver = false;
   // Stays inside until all has arrived, so that the end is told of meanwhile.
   const auto handler = [&](const HTTPProgress& progress) {
     if (++inside != 1 || isOver) overlaps = true;
-    gate.open();
+    latch.open();
     const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(10);
     while (progress.completedBytes() < size && std::chrono::steady_clock::now() < limit) std::this_thread::yield();
     if (isOver) overlaps = true;

@@ -58,7 +58,7 @@ TEST(MultipartFormSectionTest, writesAPlainField) {
   EXPECT_EQ(*section.dataRepresentable.as<std::string>(), "x");
 }
 
-TEST(MultipartFormSectionTest, writesTheTypeBehindTheEmptyLine) {
+TEST(MultipartFormSectionTest, writesTheTypeAfterTheEmptyLine) {
   const MultipartFormSection section("user", User{"ada"}, HTTPMediaType::json);
 
   EXPECT_EQ(section.asData(), Data("Content-Disposition: form-data; name=\"user\"\r\n\r\n"

@@ -8,7 +8,7 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::Answer;
+using corvane::testing::MockResponse;
 
 class MultipartUploadTest : public TransferTest {};
 
@@ -31,7 +31,7 @@ std::string plainField(const std::string& name, const std::string& value) {
 }
 
 TEST_F(MultipartUploadTest, sendsTheFormThatItsRequestBuilt) {
-  server.enqueue(Answer(200).body("ok"));
+  server.enqueue(MockResponse(200).body("ok"));
   const SendForm request{.url = server.url("/"), .body = {{"a", "x"}, {"b", "y"}}};
 
   const auto response = responseTo(request);
@@ -56,7 +56,7 @@ TEST_F(MultipartUploadTest, replacesAContentTypeOfTheHeaders) {
 }
 
 TEST_F(MultipartUploadTest, encodesTheFormWithoutSayingSo) {
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse(200));
   const std::string value(1000, 'v');
 
   const auto response = responseTo(SendEncodedForm{.url = server.url("/"), .body = {{"a", value}}});
@@ -79,7 +79,7 @@ TEST_F(MultipartUploadTest, failsForASectionThatCannotBeMadeAndSendsNothing) {
 }
 
 TEST_F(MultipartUploadTest, sendsAReadyMadeRequest) {
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse(200));
 
   const auto response = responseTo(MultipartUploadRequest(server.url("/"), {{"a", "x"}}, {.method = HTTPMethod::put}));
 
@@ -90,7 +90,7 @@ TEST_F(MultipartUploadTest, sendsAReadyMadeRequest) {
 }
 
 TEST_F(MultipartUploadTest, sendsAnEmptyForm) {
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse(200));
 
   const auto response = responseTo(SendForm{.url = server.url("/"), .body = {}});
 

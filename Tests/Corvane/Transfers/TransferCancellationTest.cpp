@@ -12,9 +12,9 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::Answer;
 using corvane::testing::Expectation;
-using corvane::testing::Gate;
+using corvane::testing::Latch;
+using corvane::testing::MockResponse;
 using corvane::testing::Moment;
 
 constexpr int times = 100;
@@ -117,8 +117,8 @@ class TransferCancellationTest : protected DirectoryElsewhere, public TransferTe
   template <class Request>
   void cancelInsideTheBody(Moment moment, std::uint64_t size, const std::function<Request()>& make) {
     for (std::uint64_t i = 0; i < times; ++i) {
-      const Gate gate;
-      server.enqueue(Answer(200).generatedBody(downloadSize).hold(moment, gate, i * size / times));
+      const Latch latch;
+      server.enqueue(MockResponse(200).generatedBody(downloadSize).hold(moment, latch, i * size / times));
       Transfer transfer(make(), queue);
       std::thread canceller([&] {
         EXPECT_TRUE(server.waitForStall());
@@ -129,7 +129,7 @@ class TransferCancellationTest : protected DirectoryElsewhere, public TransferTe
 
       EXPECT_FALSE(endedInOrder(transfer));
       expectNothingLeft();
-      gate.open();  // the end of the stream comes behind what was sent before
+      latch.open();  // the end of the stream comes after what was sent before
       EXPECT_TRUE(server.waitUntilAllClosed());
     }
   }
@@ -138,7 +138,7 @@ class TransferCancellationTest : protected DirectoryElsewhere, public TransferTe
   /// reached the server, when it moves, and when the server has all of one.
   template <class Request>
   void cancelAtAnyMoment(const std::function<Request()>& make) {
-    server.handleAll([](const auto&) { return Answer(200).generatedBody(downloadSize); });
+    server.handleAll([](const auto&) { return MockResponse(200).generatedBody(downloadSize); });
     constexpr int atATime = 10;
     int cancelled = 0;
     for (int round = 0; round < times / atATime; ++round) {
@@ -177,15 +177,15 @@ class TransferCancellationTest : protected DirectoryElsewhere, public TransferTe
   /// Each is cancelled where its progress is told.
   template <class Request>
   void cancelFromItsOwnProgress(Moment moment, const std::function<Request()>& make) {
-    const Gate gate;
-    server.enqueue(Answer(200).generatedBody(downloadSize).hold(moment, gate));
+    const Latch latch;
+    server.enqueue(MockResponse(200).generatedBody(downloadSize).hold(moment, latch));
     Transfer transfer(make(), queue);
 
     transfer.send([&] { transfer.cancel(); });
 
     EXPECT_FALSE(endedInOrder(transfer));
     expectNothingLeft();
-    gate.open();
+    latch.open();
   }
 
   /// Whether it came to its end, or else was cancelled; once, and with nothing behind it.

@@ -9,8 +9,8 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::Answer;
 using corvane::testing::await;
+using corvane::testing::MockResponse;
 
 class UploadTest : public TransferTest {
  protected:
@@ -20,7 +20,7 @@ class UploadTest : public TransferTest {
 };
 
 TEST_F(UploadTest, sendsBytesFromMemory) {
-  server.enqueue(Answer(201).body("made"));
+  server.enqueue(MockResponse(201).body("made"));
 
   const auto response = responseTo(DataUploadRequest(server.url("/"), "content"));
 
@@ -35,7 +35,7 @@ TEST_F(UploadTest, sendsBytesFromMemory) {
 }
 
 TEST_F(UploadTest, sendsAFileWithTheTypeOfItsExtension) {
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse(200));
 
   const auto response = responseTo(FileUploadRequest(server.url("/"), file("photo.jpeg", "pixels")));
 
@@ -48,7 +48,7 @@ TEST_F(UploadTest, sendsAFileWithTheTypeOfItsExtension) {
 }
 
 TEST_F(UploadTest, takesMethodTypeHeadersAndQueryByName) {
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse(200));
 
   const auto response = responseTo(FileUploadRequest(server.url("/f"), file("x", "content"),
                                                      {.headers = {{"X-A", 1}},
@@ -72,7 +72,7 @@ struct EncodedUpload : UploadRequestable<EncodedUpload, DataResponse> {
 };
 
 TEST_F(UploadTest, sendsTheEncodedBytesThatItsHeadersSpeakOf) {
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse(200));
 
   const auto response = responseTo(EncodedUpload{.url = server.url("/")});
 
@@ -120,7 +120,7 @@ struct PathUpload : UploadRequestable<PathUpload, DataResponse, std::filesystem:
 };
 
 TEST_F(UploadTest, sendsTheFileOfAPath) {
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse(200));
 
   const auto response = responseTo(PathUpload{.url = server.url("/"), .body = files.write("a.json", "{}")});
 
@@ -156,7 +156,7 @@ struct OwnRequestUpload : UploadRequestable<OwnRequestUpload, DataResponse> {
 };
 
 TEST_F(UploadTest, sendsTheBodyThatTheTypesOwnRequestBuiltElseItsBytes) {
-  server.handleAll([](const auto&) { return Answer(200); });
+  server.handleAll([](const auto&) { return MockResponse(200); });
 
   responseTo(OwnRequestUpload{.url = server.url("/")});
   responseTo(OwnRequestUpload{.url = server.url("/"), .putsBody = false});
@@ -167,7 +167,7 @@ TEST_F(UploadTest, sendsTheBodyThatTheTypesOwnRequestBuiltElseItsBytes) {
 
 TEST_F(UploadTest, tellsItsProgressAndEndsWithTheWhole) {
   server.discardBodies();
-  server.handleAll([](const auto&) { return Answer(200); });
+  server.handleAll([](const auto&) { return MockResponse(200); });
   const std::string content(20 << 20, 'x');
   std::vector<std::int64_t> counts;
 
@@ -189,15 +189,15 @@ TEST_F(UploadTest, tellsItsProgressAndEndsWithTheWhole) {
 }
 
 TEST_F(UploadTest, returnsAFutureWithProgress) {
-  const testing::Gate gate;
-  server.enqueue(Answer(200).body("done").hold(testing::Moment::beforeStatusLine, gate));
+  const testing::Latch latch;
+  server.enqueue(MockResponse(200).body("done").hold(testing::Moment::beforeStatusLine, latch));
   testing::Expectation<void> isTold;
 
   const auto upload = DataUploadRequest(server.url("/"), std::string(100'000, 'x')).send();
   upload.during(queue, [isTold](const HTTPProgress& progress) {
     if (progress.percentCompleted() == 1.0) isTold.fulfil();
   });
-  gate.open();
+  latch.open();
   const auto response = upload.get();
 
   EXPECT_EQ(response.body.text(), "done");
@@ -216,7 +216,7 @@ struct SendUser : UploadRequestable<SendUser, DataResponse, std::string> {
 };
 
 TEST_F(UploadTest, judgesItselfBeforeAnythingIsSent) {
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse(200));
 
   const auto refused = responseTo(SendUser{.url = server.url("/"), .body = ""});
   SendUser{.url = server.url("/"), .body = "x", .shouldSend = false}.send(queue, nullptr,

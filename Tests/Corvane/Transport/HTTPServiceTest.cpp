@@ -11,9 +11,9 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::Answer;
 using corvane::testing::Expectation;
-using corvane::testing::Gate;
+using corvane::testing::Latch;
+using corvane::testing::MockResponse;
 using corvane::testing::Moment;
 using platform::DispatchMemoryPressureSource;
 using platform::MemoryPressure;
@@ -73,8 +73,8 @@ TEST_F(HTTPServiceTest, makesASessionAsTheRequestAsks) {
 }
 
 TEST_F(HTTPServiceTest, makesNewSessionsAfterAMemoryWarningAndLetsTheOldOnesFinish) {
-  Gate gate;
-  server.enqueue(Answer(200).text("late").hold(Moment::beforeStatusLine, gate));
+  Latch latch;
+  server.enqueue(MockResponse(200).text("late").hold(Moment::beforeStatusLine, latch));
   const auto session = sessionFor(get());
   const auto future = get().send();
   server.takeRequest();
@@ -87,7 +87,7 @@ TEST_F(HTTPServiceTest, makesNewSessionsAfterAMemoryWarningAndLetsTheOldOnesFini
                  [refused](auto, auto, std::optional<Error> error) { refused.fulfil(error ? error->code() : 0); })
       ->resume();
   EXPECT_EQ(refused.wait(), -999);
-  gate.open();
+  latch.open();
 
   EXPECT_EQ(future.get().body.text(), "late");
   EXPECT_EQ(server.requestCount(), 1);
@@ -106,8 +106,8 @@ TEST_F(HTTPServiceTest, caresForNoOtherMemoryPressure) {
 }
 
 TEST_F(HTTPServiceTest, cancelsRunningTasksOnResetAndForgetsTheSessions) {
-  Gate gate;
-  server.enqueue(Answer(200).hold(Moment::beforeStatusLine, gate));
+  Latch latch;
+  server.enqueue(MockResponse(200).hold(Moment::beforeStatusLine, latch));
   const auto session = sessionFor(get());
   const auto future = get().send();
   server.takeRequest();
@@ -118,7 +118,7 @@ TEST_F(HTTPServiceTest, cancelsRunningTasksOnResetAndForgetsTheSessions) {
   const auto result = future.result();
   ASSERT_TRUE(result.error());
   EXPECT_EQ(*result.error()->as<HTTPResponseError>(), HTTPResponseError::taskCancelled());
-  gate.open();
+  latch.open();
 }
 
 TEST_F(HTTPServiceTest, forgetsASessionThatSomeoneElseInvalidated) {
@@ -130,8 +130,8 @@ TEST_F(HTTPServiceTest, forgetsASessionThatSomeoneElseInvalidated) {
 }
 
 TEST_F(HTTPServiceTest, keepsTheNewerSessionWhenAnOldOneBecomesInvalid) {
-  Gate gate;
-  server.enqueue(Answer(200).text("old").hold(Moment::beforeStatusLine, gate));
+  Latch latch;
+  server.enqueue(MockResponse(200).text("old").hold(Moment::beforeStatusLine, latch));
   auto oldSession = sessionFor(get());
   const auto future = get().send();
   server.takeRequest();
@@ -140,7 +140,7 @@ TEST_F(HTTPServiceTest, keepsTheNewerSessionWhenAnOldOneBecomesInvalid) {
   const auto newSession = sessionFor(get());
   const std::weak_ptr<URLSession> observed = std::exchange(oldSession, nullptr);
 
-  gate.open();
+  latch.open();
   EXPECT_EQ(future.get().body.text(), "old");
   // Its delegate is told, and then it goes.
   waitUntil([&] { return observed.expired(); });

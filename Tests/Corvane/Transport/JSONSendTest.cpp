@@ -11,9 +11,9 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::Answer;
 using corvane::testing::await;
 using corvane::testing::Expectation;
+using corvane::testing::MockResponse;
 
 struct User {
   std::int64_t id = 0;
@@ -35,7 +35,7 @@ struct Held {
 }  // namespace corvane
 
 template <>
-struct corvane::JSONCoding<corvane::Held> {
+struct corvane::JSONCodec<corvane::Held> {
   static corvane::Held decode(JSONReader& reader) {
     corvane::Held::started->fulfil(true);
     corvane::Held::released->wait();
@@ -60,7 +60,7 @@ class JSONSendTest : public testing::ServerTest {
 };
 
 TEST_F(JSONSendTest, deliversAModel) {
-  server.enqueue(Answer(200).json(R"({"id":7,"login":"ada","name":null,"extra":[1,2]})"));
+  server.enqueue(MockResponse(200).json(R"({"id":7,"login":"ada","name":null,"extra":[1,2]})"));
 
   const auto response = responseTo(JSONGetRequest<User>(server.url("/users/7"), {{"X-A", 1}}, {{"page", 2}}));
 
@@ -75,7 +75,7 @@ TEST_F(JSONSendTest, deliversAModel) {
 }
 
 TEST_F(JSONSendTest, sendsAModel) {
-  server.enqueue(Answer(201).json(R"({"id":7,"login":"ada"})"));
+  server.enqueue(MockResponse(201).json(R"({"id":7,"login":"ada"})"));
 
   const auto response = responseTo(JSONPostRequest<User>(server.url("/users"), NewUser{"ada"}));
 
@@ -87,7 +87,7 @@ TEST_F(JSONSendTest, sendsAModel) {
 }
 
 TEST_F(JSONSendTest, completesAFutureWithTheModel) {
-  server.enqueue(Answer(200).json(R"([{"id":1,"login":"a"},{"id":2,"login":"b"}])"));
+  server.enqueue(MockResponse(200).json(R"([{"id":1,"login":"a"},{"id":2,"login":"b"}])"));
 
   const auto response = JSONGetRequest<std::vector<User>>(server.url("/users")).send().get();
 
@@ -96,7 +96,7 @@ TEST_F(JSONSendTest, completesAFutureWithTheModel) {
 }
 
 TEST_F(JSONSendTest, failsAFutureWithTheDecodingError) {
-  server.enqueue(Answer(200).json(R"([{"id":1,"login":"a"},{"id":"2","login":"b"}])"));
+  server.enqueue(MockResponse(200).json(R"([{"id":1,"login":"a"},{"id":"2","login":"b"}])"));
 
   const auto result = JSONGetRequest<std::vector<User>>(server.url("/users")).send().result();
 
@@ -119,7 +119,7 @@ TEST_F(JSONSendTest, decodesManyBytesToo) {
   std::string document = "[";
   for (int index = 0; index < 20'000; ++index) document += R"({"id":)" + std::to_string(index) + R"(,"login":"user"},)";
   document.back() = ']';
-  server.enqueue(Answer(200).json(document));
+  server.enqueue(MockResponse(200).json(document));
 
   const auto response = responseTo(JSONGetRequest<std::vector<User>>(server.url("/users")));
 
@@ -133,8 +133,8 @@ TEST_F(JSONSendTest, holdsUpNobodyWithALongDecoding) {
   Expectation<bool> released;
   Held::started = &started;
   Held::released = &released;
-  server.handle("/long", [](const auto&) { return Answer(200).json("\"" + std::string(100'000, 'x') + "\""); });
-  server.handle("/short", [](const auto&) { return Answer(200).json(R"({"id":1,"login":"a"})"); });
+  server.handle("/long", [](const auto&) { return MockResponse(200).json("\"" + std::string(100'000, 'x') + "\""); });
+  server.handle("/short", [](const auto&) { return MockResponse(200).json(R"({"id":1,"login":"a"})"); });
   Expectation<JSONResponse<Held>> last;
   JSONGetRequest<Held>(server.url("/long")).send(queue, last);
   started.wait();
@@ -148,7 +148,7 @@ TEST_F(JSONSendTest, holdsUpNobodyWithALongDecoding) {
 }
 
 TEST_F(JSONSendTest, comesToACoroutine) {
-  server.enqueue(Answer(200).json(R"({"id":7,"login":"ada"})"));
+  server.enqueue(MockResponse(200).json(R"({"id":7,"login":"ada"})"));
 
   const auto login = [](URL url) -> velisand::Task<std::string> {
     co_return (co_await JSONGetRequest<User>(url).send()).body.login;

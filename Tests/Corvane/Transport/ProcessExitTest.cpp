@@ -17,10 +17,10 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::Answer;
 using corvane::testing::CertificateAuthority;
 using corvane::testing::Expectation;
 using corvane::testing::HeldLookUps;
+using corvane::testing::MockResponse;
 using corvane::testing::Moment;
 using corvane::testing::SilentPort;
 using corvane::testing::TestServer;
@@ -52,7 +52,7 @@ constexpr int everyWay = 19;
 /// What was sent before has been begun when this has been answered.
 void haveOneAnswered() {
   static TestServer& server = *new TestServer;
-  server.handleAll([](const auto&) { return Answer(200); });
+  server.handleAll([](const auto&) { return MockResponse(200); });
   Expectation<int> answered;
   DataGetRequest(server.url("/")).send(queue(), [answered](const DataResponse&) { answered.fulfil(1); });
   answered.wait();
@@ -60,7 +60,7 @@ void haveOneAnswered() {
 
 [[noreturn]] void exitInTheMiddle(Moment moment) {
   TestServer& server = kept<TestServer>();
-  server.handleAll([moment](const auto&) { return Answer(200).generatedBody(1 << 20).stall(moment); });
+  server.handleAll([moment](const auto&) { return MockResponse(200).generatedBody(1 << 20).stall(moment); });
   sendInEveryWay(server.url("/"));
   require(server.waitForRequests(everyWay));
   std::exit(0);
@@ -68,7 +68,7 @@ void haveOneAnswered() {
 
 [[noreturn]] void exitWhileBodiesAreSent() {
   TestServer& server = kept<TestServer>();
-  server.handleAll([](const auto&) { return Answer(200).stall(Moment::insideRequestBody, 1000); });
+  server.handleAll([](const auto&) { return MockResponse(200).stall(Moment::insideRequestBody, 1000); });
   const DataPostRequest post(URL(server.url("/")), Data(corvane::testing::generatedBytes(8 << 20)));
   for (int i = 0; i < 5; ++i) post.send(queue(), [](const DataResponse&) {});
   std::thread([post] { post.send().wait(); }).detach();
@@ -92,7 +92,7 @@ void haveOneAnswered() {
 [[noreturn]] void exitInsideHandshakes() {
   const CertificateAuthority authority("Exit");
   TestServer& server = kept<TestServer>(Tls(authority.issue(corvane::testing::CertificateRequest::localhost())));
-  for (int i = 0; i < everyWay; ++i) server.enqueue(Answer().stall(Moment::onAccept));
+  for (int i = 0; i < everyWay; ++i) server.enqueue(MockResponse().stall(Moment::onAccept));
   sendInEveryWay(server.url("/"));
   require(server.waitForStall());
   std::exit(0);
@@ -100,7 +100,7 @@ void haveOneAnswered() {
 
 [[noreturn]] void exitWithCompletionsOnTheMainQueue() {
   TestServer& server = kept<TestServer>();
-  server.handleAll([](const auto&) { return Answer(200).body("x"); });
+  server.handleAll([](const auto&) { return MockResponse(200).body("x"); });
   for (int i = 0; i < 20; ++i) DataGetRequest(server.url("/")).send([](const DataResponse&) { std::_Exit(98); });
   require(server.waitForRequests(20));
   haveOneAnswered();
@@ -109,7 +109,7 @@ void haveOneAnswered() {
 
 [[noreturn]] void exitInAStorm() {
   TestServer& server = kept<TestServer>();
-  server.handleAll([](const auto&) { return Answer(200).body("x"); });
+  server.handleAll([](const auto&) { return MockResponse(200).body("x"); });
   struct Storm {
     static void send() {
       DataGetRequest(kept<TestServer>().url("/")).send(queue(), [](const DataResponse&) { send(); });
@@ -123,15 +123,15 @@ void haveOneAnswered() {
 /// A completion itself leaves, while others are awaited.
 [[noreturn]] void exitFromACompletion() {
   TestServer& server = kept<TestServer>();
-  server.handle("/stall", [](const auto&) { return Answer(200).stall(Moment::beforeStatusLine); });
-  server.handleAll([](const auto&) { return Answer(200).body("x"); });
+  server.handle("/stall", [](const auto&) { return MockResponse(200).stall(Moment::beforeStatusLine); });
+  server.handleAll([](const auto&) { return MockResponse(200).body("x"); });
   sendInEveryWay(server.url("/stall"));
   DataGetRequest(server.url("/")).send(queue(), [](const DataResponse&) { std::exit(0); });
   Expectation<int>().wait(std::chrono::seconds(60));
   std::_Exit(97);
 }
 
-/// Leaves from a hook, which a thread that waits for the answer runs.
+/// Leaves from a hook, which a thread that waits for the response runs.
 struct Leaving : DataGetRequestable<Leaving> {
   URL url;
   HTTPHeaders sharedHeaders() const { return {}; }
@@ -140,7 +140,7 @@ struct Leaving : DataGetRequestable<Leaving> {
 
 [[noreturn]] void exitFromAHook() {
   TestServer& server = kept<TestServer>();
-  server.handleAll([](const auto&) { return Answer(200).body("x"); });
+  server.handleAll([](const auto&) { return MockResponse(200).body("x"); });
   Leaving{.url = server.url("/")}.send().wait();
   std::_Exit(97);
 }
@@ -161,7 +161,7 @@ TEST_F(ProcessExitDeathTest, isCleanInsideHandshakes) { expectClean(exitInsideHa
 
 TEST_F(ProcessExitDeathTest, isCleanWhileBodiesAreSent) { expectClean(exitWhileBodiesAreSent); }
 
-TEST_F(ProcessExitDeathTest, isCleanWhileAnswersAreAwaited) {
+TEST_F(ProcessExitDeathTest, isCleanWhileResponsesAreAwaited) {
   expectClean([] { exitInTheMiddle(Moment::beforeStatusLine); });
 }
 

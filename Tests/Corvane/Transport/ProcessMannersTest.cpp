@@ -24,10 +24,10 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::Answer;
 using corvane::testing::CertificateAuthority;
 using corvane::testing::Ending;
 using corvane::testing::Expectation;
+using corvane::testing::MockResponse;
 using corvane::testing::Moment;
 using corvane::testing::TemporaryDirectory;
 using corvane::testing::TestServer;
@@ -68,7 +68,7 @@ class ProcessMannersTest : public ::testing::TestWithParam<std::tuple<bool, Endi
   ProcessMannersTest() {
     if (isSecure) Corvane::addTrustedCertificate(URL::file(directory.write("root.der", authority.certificate().der())));
     server.handleAll([ending = std::get<1>(GetParam())](const auto&) {
-      return Answer(200).beforeRequestBody().end(ending, Moment::beforeStatusLine);
+      return MockResponse(200).beforeRequestBody().end(ending, Moment::beforeStatusLine);
     });
     signal(SIGPIPE, SIG_DFL);
     sigset_t pipe;

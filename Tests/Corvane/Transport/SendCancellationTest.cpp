@@ -6,16 +6,16 @@
 #include <thread>
 
 #include "Corvane/Corvane.hpp"
-#include "CorvaneTesting/Gate.hpp"
+#include "CorvaneTesting/Latch.hpp"
 #include "SendFixture.hpp"
 #include "Velisand/Task.hpp"
 
 namespace corvane {
 namespace {
 
-using corvane::testing::Answer;
 using corvane::testing::Expectation;
-using corvane::testing::Gate;
+using corvane::testing::Latch;
+using corvane::testing::MockResponse;
 using corvane::testing::Moment;
 using velisand::Task;
 
@@ -72,16 +72,17 @@ bool wasCancelled(const DataResponse& response) {
 class SendCancellationTest : public SendTest {
  protected:
   /// Held back until the end of the test, which then lets the connection go.
-  void holdAnswers(int count) {
-    for (int number = 0; number < count; ++number) server.enqueue(Answer(200).hold(Moment::beforeStatusLine, gate));
+  void holdResponses(int count) {
+    for (int number = 0; number < count; ++number)
+      server.enqueue(MockResponse(200).hold(Moment::beforeStatusLine, latch));
   }
-  void TearDown() override { gate.open(); }
+  void TearDown() override { latch.open(); }
 
-  const Gate gate;
+  const Latch latch;
 };
 
 TEST_F(SendCancellationTest, cancelsTheRequestOfAFuture) {
-  holdAnswers(1);
+  holdResponses(1);
   const auto future = PlainGet{.url = server.url("/")}.send();
   server.takeRequest();
 
@@ -91,7 +92,7 @@ TEST_F(SendCancellationTest, cancelsTheRequestOfAFuture) {
 }
 
 TEST_F(SendCancellationTest, cancelsADownloadOfAFuture) {
-  server.enqueue(Answer(200).generatedBody(1'000'000).hold(Moment::insideBody, gate));
+  server.enqueue(MockResponse(200).generatedBody(1'000'000).hold(Moment::insideBody, latch));
   const auto future = PlainDownload{.url = server.url("/file")}.send();
   server.takeRequest();
 
@@ -101,7 +102,7 @@ TEST_F(SendCancellationTest, cancelsADownloadOfAFuture) {
 }
 
 TEST_F(SendCancellationTest, cancelsARequestThatATaskAwaits) {
-  holdAnswers(1);
+  holdResponses(1);
   const auto body = [](PlainGet request) -> Task<std::string> { co_return (co_await request.send()).body.text(); };
   const auto nested = [body](PlainGet request) -> Task<std::size_t> { co_return (co_await body(request)).size(); };
   const auto task = nested({.url = server.url("/")});
@@ -124,7 +125,7 @@ TEST_F(SendCancellationTest, sendsNothingInTheScopeOfACancelledOne) {
 }
 
 TEST_F(SendCancellationTest, cancelsAllThatWereStartedInItsScopeAndNoOther) {
-  holdAnswers(2);
+  holdResponses(2);
   const SendCancellation cancellation;
   const PlainGet request{.url = server.url("/")};
   Expectation<DataResponse> inside;
@@ -140,12 +141,12 @@ TEST_F(SendCancellationTest, cancelsAllThatWereStartedInItsScopeAndNoOther) {
   cancellation.cancel();
 
   EXPECT_TRUE(wasCancelled(inside.wait()));
-  gate.open();
+  latch.open();
   EXPECT_TRUE(outside.wait().result);
 }
 
 TEST_F(SendCancellationTest, cancelsTheWaitOfARetryingSend) {
-  server.enqueue(Answer(500));
+  server.enqueue(MockResponse(500));
   const auto future = RetriedGet{.url = server.url("/")}.sendAttemptingRetry();
   server.takeRequest();
 
@@ -157,7 +158,7 @@ TEST_F(SendCancellationTest, cancelsTheWaitOfARetryingSend) {
 }
 
 TEST_F(SendCancellationTest, cancelsAnAttemptOfARetryingSendWhateverItsPolicy) {
-  holdAnswers(1);
+  holdResponses(1);
   const auto future = RetriedGet{.url = server.url("/")}.sendAttemptingRetry();
   server.takeRequest();
 
@@ -177,7 +178,7 @@ TEST_F(SendCancellationTest, cancelsAMockThatIsAwaited) {
 
 TEST_F(SendCancellationTest, cancelsEveryRequestOfABatchAndSendsNoMore) {
   for (const auto mode : {HTTPBatchMode::parallel(2), HTTPBatchMode::serial()}) {
-    holdAnswers(2);
+    holdResponses(2);
     const std::vector<PlainGet> requests(6, PlainGet{.url = server.url("/")});
     const auto future = send(requests, mode);
     server.takeRequest();
@@ -193,7 +194,7 @@ TEST_F(SendCancellationTest, cancelsEveryRequestOfABatchAndSendsNoMore) {
 }
 
 TEST_F(SendCancellationTest, goesAlongWithASendOfOnesOwn) {
-  holdAnswers(1);
+  holdResponses(1);
   const auto future = WanderingGet{.url = server.url("/")}.send();
   server.takeRequest();
 
@@ -215,8 +216,8 @@ TEST_F(SendCancellationTest, isCancelledWithTheOneAroundIt) {
   EXPECT_FALSE(SendCancellation::current());
 }
 
-TEST_F(SendCancellationTest, survivesRacesWithAnswers) {
-  server.handleAll([](const auto&) { return Answer(200).text("fast"); });
+TEST_F(SendCancellationTest, survivesRacesWithResponses) {
+  server.handleAll([](const auto&) { return MockResponse(200).text("fast"); });
   for (int round = 0; round < 50; ++round) {
     const auto future = PlainGet{.url = server.url("/")}.send();
     std::thread canceller([&] { future.cancel(); });

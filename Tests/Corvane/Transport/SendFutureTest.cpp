@@ -7,11 +7,11 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::Answer;
 using corvane::testing::await;
+using corvane::testing::MockResponse;
 
 TEST_F(SendTest, completesAFutureWithBodyAndFacts) {
-  server.enqueue(Answer(200).text("hello"));
+  server.enqueue(MockResponse(200).text("hello"));
 
   const auto response = get().send().get();
 
@@ -22,7 +22,7 @@ TEST_F(SendTest, completesAFutureWithBodyAndFacts) {
 }
 
 TEST_F(SendTest, failsAFutureWithTheErrorOfTheResponse) {
-  server.enqueue(Answer(500));
+  server.enqueue(MockResponse(500));
 
   try {
     get().send().get();
@@ -52,7 +52,7 @@ struct MaybeGet : HTTPGetRequestable<MaybeGet, MaybeResponse> {
 };
 
 TEST_F(SendTest, failsAFutureWithoutErrorOrBody) {
-  server.enqueue(Answer(204));
+  server.enqueue(MockResponse(204));
 
   const auto result = MaybeGet{.url = server.url("/")}.send().result();
 
@@ -61,7 +61,7 @@ TEST_F(SendTest, failsAFutureWithoutErrorOrBody) {
 }
 
 TEST_F(SendTest, completesAFutureOnTheQueueItWasMadeOn) {
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse(200));
   const bool isOnQueue = await<bool>([&](auto done) {
     queue.async([=, this] { get().send().whenCompleted(queue, [=, this](const auto&) { done(queue.isCurrent()); }); });
   });
@@ -78,7 +78,7 @@ TEST(SendDeathTest, trapsWhenAQueueWaitsForItself) {
 velisand::Task<std::string> textOf(Get request) { co_return (co_await request.send()).body.text(); }
 
 TEST_F(SendTest, canBeAwaited) {
-  server.enqueue(Answer(200).text("awaited"));
+  server.enqueue(MockResponse(200).text("awaited"));
 
   EXPECT_EQ(textOf(get()).get(), "awaited");
 }

@@ -7,14 +7,14 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::Answer;
 using corvane::testing::Expectation;
-using corvane::testing::Gate;
+using corvane::testing::Latch;
+using corvane::testing::MockResponse;
 using corvane::testing::Moment;
 
 TEST_F(SendTest, deliversOneCancellation) {
-  Gate gate;
-  server.enqueue(Answer(200).hold(Moment::beforeStatusLine, gate));
+  Latch latch;
+  server.enqueue(MockResponse(200).hold(Moment::beforeStatusLine, latch));
   Expectation<DataResponse> completion;
   const Get request = get();
   request.send(queue, completion);
@@ -24,8 +24,8 @@ TEST_F(SendTest, deliversOneCancellation) {
 
   EXPECT_EQ(*responseError(completion.wait()), HTTPResponseError::taskCancelled());
   request.cancel();
-  gate.open();
-  server.enqueue(Answer(200));
+  latch.open();
+  server.enqueue(MockResponse(200));
   responseTo(get());
   EXPECT_EQ(completion.count(), 1);
 }
@@ -63,9 +63,9 @@ TEST_F(SendTest, doesNotWaitForTheResolverWhenSessionsAreReset) {
 }
 
 TEST_F(SendTest, cancelsTheLaterOfTwoSendsOfOneRequest) {
-  Gate gate;
-  server.enqueue(Answer(200).text("first").hold(Moment::beforeStatusLine, gate));
-  server.enqueue(Answer(200).stall(Moment::beforeStatusLine));
+  Latch latch;
+  server.enqueue(MockResponse(200).text("first").hold(Moment::beforeStatusLine, latch));
+  server.enqueue(MockResponse(200).stall(Moment::beforeStatusLine));
   Expectation<DataResponse> first;
   Expectation<DataResponse> second;
   const Get request = get();
@@ -78,19 +78,19 @@ TEST_F(SendTest, cancelsTheLaterOfTwoSendsOfOneRequest) {
 
   EXPECT_EQ(*responseError(second.wait()), HTTPResponseError::taskCancelled());
   EXPECT_FALSE(first.isFulfilled());
-  gate.open();
+  latch.open();
   EXPECT_EQ(first.wait().data->text(), "first");
 }
 
 TEST_F(SendTest, cancelsNothingThatWasNotSent) {
   const Get request = get();
   request.cancel();
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse(200));
 
   EXPECT_EQ(responseTo(request).status, HTTPStatus::success);
 }
 
-/// Of one send that waits for its answer.
+/// Of one send that waits for its response.
 template <class Request>
 std::int64_t codeOf(const Request& request) {
   const auto result = request.send().result();
@@ -98,13 +98,13 @@ std::int64_t codeOf(const Request& request) {
 }
 
 TEST_F(SendTest, repeatsASafeRequestOnceForAThreadThatWaits) {
-  server.handle("/warm", [](const auto&) { return Answer(200); });
+  server.handle("/warm", [](const auto&) { return MockResponse(200); });
   const std::string bytes = testing::generatedBytes(1 << 20);
   const DataPutRequest put(server.url("/put"), Data(bytes));
 
   ASSERT_EQ(codeOf(get("/warm")), 0);
-  server.enqueue(Answer().dropConnection(Moment::beforeStatusLine));
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse().dropConnection(Moment::beforeStatusLine));
+  server.enqueue(MockResponse(200));
   EXPECT_EQ(codeOf(put), 0);
 
   const auto received = server.requests();
@@ -116,20 +116,20 @@ TEST_F(SendTest, repeatsASafeRequestOnceForAThreadThatWaits) {
 }
 
 TEST_F(SendTest, repeatsNothingTwiceForAThreadThatWaits) {
-  server.handle("/warm", [](const auto&) { return Answer(200); });
+  server.handle("/warm", [](const auto&) { return MockResponse(200); });
   ASSERT_EQ(codeOf(get("/warm")), 0);
-  for (int i = 0; i < 3; ++i) server.enqueue(Answer().dropConnection(Moment::beforeStatusLine));
+  for (int i = 0; i < 3; ++i) server.enqueue(MockResponse().dropConnection(Moment::beforeStatusLine));
 
   EXPECT_EQ(codeOf(get()), -1005);
 
-  EXPECT_EQ(server.remainingAnswers(), 1u);
+  EXPECT_EQ(server.remainingResponses(), 1u);
 }
 
 TEST_F(SendTest, repeatsNoPostForAThreadThatWaits) {
-  server.handle("/warm", [](const auto&) { return Answer(200); });
+  server.handle("/warm", [](const auto&) { return MockResponse(200); });
   for (int i = 0; i < 3; ++i) {
     ASSERT_EQ(codeOf(get("/warm")), 0);
-    server.enqueue(Answer().dropConnection(Moment::beforeStatusLine));
+    server.enqueue(MockResponse().dropConnection(Moment::beforeStatusLine));
     EXPECT_EQ(codeOf(DataPostRequest(server.url("/post"), Data("x"))), -1005);
   }
 

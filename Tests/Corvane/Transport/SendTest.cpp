@@ -10,12 +10,12 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::Answer;
 using corvane::testing::await;
 using corvane::testing::Expectation;
+using corvane::testing::MockResponse;
 
-TEST_F(SendTest, deliversTheBodyAndTheFactsOfTheAnswer) {
-  server.enqueue(Answer(200).header("X-A", "1").text("hello"));
+TEST_F(SendTest, deliversTheBodyAndTheFactsOfTheResponse) {
+  server.enqueue(MockResponse(200).header("X-A", "1").text("hello"));
 
   const DataResponse response = responseTo(DataGetRequest(server.url("/users"), {{"X-B", 2}}, {{"page", 3}}));
 
@@ -33,7 +33,7 @@ TEST_F(SendTest, deliversTheBodyAndTheFactsOfTheAnswer) {
 }
 
 TEST_F(SendTest, sendsABody) {
-  server.enqueue(Answer(201));
+  server.enqueue(MockResponse(201));
 
   const DataResponse response = responseTo(DataPostRequest(server.url("/"), "bytes"));
 
@@ -45,7 +45,7 @@ TEST_F(SendTest, sendsABody) {
 }
 
 TEST_F(SendTest, deliversOnTheGivenQueue) {
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse(200));
 
   const bool isOnQueue =
       await<bool>([&](auto done) { get().send(queue, [=, this](const DataResponse&) { done(queue.isCurrent()); }); });
@@ -54,8 +54,8 @@ TEST_F(SendTest, deliversOnTheGivenQueue) {
 }
 
 TEST_F(SendTest, deliversOnTheMainQueueWhenNoneIsGiven) {
-  server.enqueue(Answer(200));
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse(200));
+  server.enqueue(MockResponse(200));
 
   const auto first = testing::awaitOnMain<DataResponse>([&](auto done) { get().send(done); });
   const auto second = testing::awaitOnMain<DataResponse>([&](auto done) { get().send(std::nullopt, done); });
@@ -71,8 +71,8 @@ TEST_F(SendTest, doesNothingAtAllWhenItShouldNotSend) {
 
   request.send(queue, completion);
 
-  // Whatever the send did would have come before the answer to this one.
-  server.enqueue(Answer(200));
+  // Whatever the send did would have come before the response to this one.
+  server.enqueue(MockResponse(200));
   responseTo(get());
   EXPECT_FALSE(completion.isFulfilled());
   EXPECT_EQ(server.requestCount(), 1);
@@ -145,7 +145,7 @@ struct Picky : DataGetRequestable<Picky> {
 };
 
 TEST_F(SendTest, turnsAResponseThatItsValidationRefusesIntoAFailure) {
-  server.enqueue(Answer(200).header("X-A", "1").text("bad"));
+  server.enqueue(MockResponse(200).header("X-A", "1").text("bad"));
 
   const DataResponse response = responseTo(Picky{.url = server.url("/")});
 
@@ -163,13 +163,13 @@ struct Processing : DataGetRequestable<Processing> {
 };
 
 TEST_F(SendTest, callsProcessToValidateAResponse) {
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse(200));
 
   EXPECT_EQ(responseTo(Processing{.url = server.url("/")}).result.error()->message(), "not processed");
 }
 
 TEST_F(SendTest, failsForAnUnacceptableStatusAndKeepsWhatWasReceived) {
-  server.enqueue(Answer(404).text("nothing here"));
+  server.enqueue(MockResponse(404).text("nothing here"));
 
   const DataResponse response = responseTo(get());
 
@@ -179,8 +179,8 @@ TEST_F(SendTest, failsForAnUnacceptableStatusAndKeepsWhatWasReceived) {
 }
 
 TEST_F(SendTest, failsForNotModifiedAndForAStatusWithoutAName) {
-  server.enqueue(Answer(304));
-  server.enqueue(Answer(429));
+  server.enqueue(MockResponse(304));
+  server.enqueue(MockResponse(429));
 
   EXPECT_EQ(*responseError(responseTo(get())), HTTPResponseError::unacceptableStatus(HTTPStatus::notModified));
   EXPECT_EQ(*responseError(responseTo(get())), HTTPResponseError::unacceptableStatus(HTTPStatus::unknown));
@@ -193,8 +193,8 @@ struct Lenient : DataGetRequestable<Lenient> {
 };
 
 TEST_F(SendTest, leavesAnAcceptedStatusToTheResponseType) {
-  server.enqueue(Answer(404));
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse(404));
+  server.enqueue(MockResponse(200));
 
   EXPECT_EQ(*responseError(responseTo(Lenient{.url = server.url("/")})),
             HTTPResponseError::unacceptableStatus(HTTPStatus::notFound));
@@ -217,8 +217,8 @@ struct AnyStatusGet : HTTPGetRequestable<AnyStatusGet, AnyStatusResponse> {
 };
 
 TEST_F(SendTest, passesAnAcceptedStatusWithoutAnError) {
-  server.enqueue(Answer(404).text("a page of its own"));
-  server.enqueue(Answer(405));
+  server.enqueue(MockResponse(404).text("a page of its own"));
+  server.enqueue(MockResponse(405));
   const AnyStatusGet request{.url = server.url("/")};
 
   EXPECT_EQ(request.send().get().body.text(), "a page of its own");
@@ -269,7 +269,7 @@ TEST_F(SendTest, saysThatAConnectionWasRefused) {
             "CFURL/NSURL error: The connection failed because a connection cannot be made to the host.");
 }
 
-struct OwnRoad : DataGetRequestable<OwnRoad> {
+struct OwnRoute : DataGetRequestable<OwnRoute> {
   using DataGetRequestable::send;
   void send(std::optional<DispatchQueue> queue, Completion completion) const {
     report(Error("Test", 4, "own road"), std::move(queue), std::move(completion));
@@ -278,8 +278,8 @@ struct OwnRoad : DataGetRequestable<OwnRoad> {
 };
 
 TEST_F(SendTest, honoursATypesOwnSend) {
-  EXPECT_EQ(OwnRoad().send().result().error()->message(), "own road");
-  EXPECT_EQ(testing::awaitOnMain<DataResponse>([](auto done) { OwnRoad().send(done); }).result.error()->message(),
+  EXPECT_EQ(OwnRoute().send().result().error()->message(), "own road");
+  EXPECT_EQ(testing::awaitOnMain<DataResponse>([](auto done) { OwnRoute().send(done); }).result.error()->message(),
             "own road");
 }
 
@@ -292,8 +292,8 @@ struct Chained : DataGetRequestable<Chained> {
 };
 
 TEST_F(SendTest, canBeCalledFromAHookOfAnotherRequest) {
-  server.enqueue(Answer(200));
-  server.enqueue(Answer(200).text("second"));
+  server.enqueue(MockResponse(200));
+  server.enqueue(MockResponse(200).text("second"));
   const Chained request{.url = server.url("/1"), .next = server.url("/2"), .completion = {}};
 
   responseTo(request);
@@ -304,7 +304,7 @@ TEST_F(SendTest, canBeCalledFromAHookOfAnotherRequest) {
 TEST_F(SendTest, logsOnceBeforeItDelivers) {
   const corvane::testing::LogCapture log;
   Corvane::verbosity = HTTPVerbosityLevel::brief;
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse(200));
   const Get request = get();
 
   const auto messages = await<std::vector<std::string>>(
@@ -326,7 +326,7 @@ TEST_F(SendTest, logsNothingAboutARequestThatCouldNotBeBuilt) {
 }
 
 TEST_F(SendTest, servesManyThreadsAtOnce) {
-  server.handleAll([](const testing::ReceivedRequest& request) { return Answer(200).text(request.target); });
+  server.handleAll([](const testing::ReceivedRequest& request) { return MockResponse(200).text(request.target); });
   constexpr int threadCount = 16;
   constexpr int requestsEach = 20;
   Expectation<std::string> bodies;

@@ -67,34 +67,34 @@ class ServerTrustAnswerTest : public ::testing::Test {
 };
 
 TEST_F(ServerTrustAnswerTest, leavesAChallengeWithoutServerTrustToDefaultHandling) {
-  const auto answer = answerToChallenge({}, {certificateFile("root.der", root_)});
+  const auto response = answerToChallenge({}, {certificateFile("root.der", root_)});
 
-  EXPECT_EQ(answer.first, AuthChallengeDisposition::performDefaultHandling);
-  EXPECT_FALSE(answer.second);
+  EXPECT_EQ(response.first, AuthChallengeDisposition::performDefaultHandling);
+  EXPECT_FALSE(response.second);
 }
 
 TEST_F(ServerTrustAnswerTest, leavesEveryChallengeToDefaultHandlingWithoutCertificates) {
-  const auto answer = answerToChallenge(challenge(root_), {});
+  const auto response = answerToChallenge(challenge(root_), {});
 
-  EXPECT_EQ(answer.first, AuthChallengeDisposition::performDefaultHandling);
-  EXPECT_FALSE(answer.second);
+  EXPECT_EQ(response.first, AuthChallengeDisposition::performDefaultHandling);
+  EXPECT_FALSE(response.second);
 }
 
 TEST_F(ServerTrustAnswerTest, acceptsAServerThroughARegisteredCertificate) {
   const auto asked = challenge(root_);
 
-  const auto answer = answerToChallenge(asked, {certificateFile("root.der", root_)});
+  const auto response = answerToChallenge(asked, {certificateFile("root.der", root_)});
 
-  EXPECT_EQ(answer.first, AuthChallengeDisposition::useCredential);
-  ASSERT_TRUE(answer.second);
-  EXPECT_EQ(answer.second->trust, asked.protectionSpace.serverTrust);
+  EXPECT_EQ(response.first, AuthChallengeDisposition::useCredential);
+  ASSERT_TRUE(response.second);
+  EXPECT_EQ(response.second->trust, asked.protectionSpace.serverTrust);
 }
 
 TEST_F(ServerTrustAnswerTest, leavesAnUntrustedServerToDefaultHandling) {
-  const auto answer = answerToChallenge(challenge(otherRoot_), {certificateFile("root.der", root_)});
+  const auto response = answerToChallenge(challenge(otherRoot_), {certificateFile("root.der", root_)});
 
-  EXPECT_EQ(answer.first, AuthChallengeDisposition::performDefaultHandling);
-  EXPECT_FALSE(answer.second);
+  EXPECT_EQ(response.first, AuthChallengeDisposition::performDefaultHandling);
+  EXPECT_FALSE(response.second);
 }
 
 TEST_F(ServerTrustAnswerTest, letsOnlyTheLastCertificateCount) {

@@ -12,8 +12,8 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::Answer;
 using corvane::testing::Expectation;
+using corvane::testing::MockResponse;
 using corvane::testing::TestServer;
 
 /// A flag to wait for in ways that the library does not know of.
@@ -53,7 +53,7 @@ struct RequestThatWaits : DataGetRequestable<RequestThatWaits> {
 class SharedWorkersTest : public ::testing::Test {
  protected:
   SharedWorkersTest() {
-    server.handleAll([](const auto&) { return Answer(200).body("x"); });
+    server.handleAll([](const auto&) { return MockResponse(200).body("x"); });
   }
 
   /// Until a worker, not the network's own thread, drives.

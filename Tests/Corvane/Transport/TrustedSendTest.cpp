@@ -10,7 +10,7 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::Answer;
+using corvane::testing::MockResponse;
 using corvane::testing::TestServer;
 
 class TrustedSendTest : public ::testing::Test {
@@ -32,7 +32,7 @@ class TrustedSendTest : public ::testing::Test {
 
 TEST_F(TrustedSendTest, reachesAServerThroughARegisteredCertificate) {
   trust(root_);
-  server_.enqueue(Answer(200).text("trusted"));
+  server_.enqueue(MockResponse(200).text("trusted"));
 
   EXPECT_EQ(DataGetRequest(server_.url("/")).send().get().body.text(), "trusted");
 }

@@ -91,12 +91,12 @@ TEST(DispatchQueueSyncTest, returnsValuesReferencesAndMoveOnlyTypes) {
 TEST(DispatchQueueSyncTest, survivesThatTheFunctionDropsTheLastHandle) {
   std::optional<DispatchQueue> queue(std::in_place, "dropped");
 
-  const int answer = queue->sync([&] {
+  const int response = queue->sync([&] {
     queue.reset();
     return 42;
   });
 
-  EXPECT_EQ(answer, 42);
+  EXPECT_EQ(response, 42);
 }
 
 TEST(DispatchQueueSyncTest, runsInlineOnTheGlobalQueueEvenWhenNested) {

@@ -21,18 +21,18 @@ TEST(DispatchSemaphoreTest, letsAsManyPassAsItsValueSays) {
 TEST(DispatchSemaphoreTest, wakesOneWaiterForEachSignal) {
   constexpr int count = 200;
   const DispatchSemaphore requests(0);
-  const DispatchSemaphore answers(0);
+  const DispatchSemaphore responses(0);
 
   std::jthread server([=] {
     for (int number = 0; number < count; ++number) {
       requests.wait();
-      answers.signal();
+      responses.signal();
     }
   });
 
   for (int number = 0; number < count; ++number) {
     requests.signal();
-    ASSERT_TRUE(answers.wait(20));
+    ASSERT_TRUE(responses.wait(20));
   }
 }
 

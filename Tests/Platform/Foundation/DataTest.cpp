@@ -132,7 +132,7 @@ TEST(DataTest, keepsItsBytesWhenItGrows) {
   EXPECT_EQ(data.view().substr(1'200'005 - 12), "0123456789ab");
 }
 
-TEST(DataTest, keepsReadableBytesBehindItsEnd) {
+TEST(DataTest, keepsReadableBytesAfterItsEnd) {
   for (const std::size_t count : {std::size_t{0}, std::size_t{1}, std::size_t{100}, std::size_t{5000}}) {
     Data data;
     data.resize(count);
@@ -173,12 +173,12 @@ TEST(DataTest, givesPartsAsData) {
   EXPECT_EQ(data.subdata(6, 0).view(), "");
 }
 
-TEST(DataDeathTest, trapsWhenAPartReachesBehindTheEnd) {
+TEST(DataDeathTest, trapsWhenAPartReachesPastTheEnd) {
   const Data data("abc");
 
-  EXPECT_DEATH(data.subdata(2, 2), "Corvane: Data::subdata: the part reaches behind the end of the data");
-  EXPECT_DEATH(data.subdata(4, 0), "reaches behind the end");
-  EXPECT_DEATH(data.subdata(1, SIZE_MAX), "reaches behind the end");
+  EXPECT_DEATH(data.subdata(2, 2), "Corvane: Data::subdata: the part reaches past the end of the data");
+  EXPECT_DEATH(data.subdata(4, 0), "reaches past the end");
+  EXPECT_DEATH(data.subdata(1, SIZE_MAX), "reaches past the end");
 }
 
 TEST(DataTest, isTextOnlyWhenItIsUTF8) {

@@ -57,7 +57,7 @@ TEST(URLTest, takesTheBracketsOffAnIPv6Address) {
   EXPECT_THAT(URL("http://[v7.a:b]/").host(), Optional(std::string("v7.a:b")));
 }
 
-TEST(URLTest, doesNotEndAHostBehindFourNumbers) {
+TEST(URLTest, doesNotEndAHostAfterFourNumbers) {
   EXPECT_THAT(URL("http://1.2.3.4.example.com/x").host(), Optional(std::string("1.2.3.4.example.com")));
   EXPECT_THAT(URL("http://1.2.3.4:80/x").host(), Optional(std::string("1.2.3.4")));
 }
@@ -197,7 +197,7 @@ TEST(URLTest, knowsAFileURLWithoutRegardToCase) {
   EXPECT_FALSE(URL("/a").isFileURL());
 }
 
-TEST(URLTest, appendsAPathComponentBehindExactlyOneSlash) {
+TEST(URLTest, appendsAPathComponentAfterExactlyOneSlash) {
   EXPECT_EQ(URL("http://h/a").appendingPathComponent("b").absoluteString(), "http://h/a/b");
   EXPECT_EQ(URL("http://h/a/").appendingPathComponent("/b").absoluteString(), "http://h/a/b");
   EXPECT_EQ(URL("http://h").appendingPathComponent("b").absoluteString(), "http://h/b");

@@ -38,7 +38,7 @@ struct JPEGSample {
   JPEGColours colours = JPEGColours::rgb;
   JPEGScans scans = JPEGScans::one;
   bool hasAdobeMarker = true;
-  std::string exif;  ///< what stands behind "Exif\0\0"
+  std::string exif;  ///< what stands after "Exif\0\0"
 };
 
 /// `channels` holds the rows, a byte for each channel of each pixel.

@@ -147,7 +147,7 @@ TEST(PNGImageTest, neverShowsAnotherPictureWhenABitIsWrong) {
     }
   }
 
-  // All but the last four bytes, the checksum of an empty chunk behind the picture.
+  // All but the last four bytes, the checksum of an empty chunk after the picture.
   EXPECT_GE(refusals, static_cast<int>(whole.size() - 4) * 8);
 }
 

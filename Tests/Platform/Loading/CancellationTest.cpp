@@ -10,8 +10,8 @@
 namespace platform {
 namespace {
 
-using corvane::testing::Answer;
-using corvane::testing::Gate;
+using corvane::testing::Latch;
+using corvane::testing::MockResponse;
 using corvane::testing::Moment;
 using corvane::testing::ReceivedRequest;
 
@@ -24,8 +24,8 @@ class CancellationTest : public SessionTest {
   }
 };
 
-TEST_F(CancellationTest, endsATaskThatWaitsForAnAnswer) {
-  server.enqueue(Answer(200).stall(Moment::beforeStatusLine));
+TEST_F(CancellationTest, endsATaskThatWaitsForAResponse) {
+  server.enqueue(MockResponse(200).stall(Moment::beforeStatusLine));
   Load loading(session, URLRequest(URL(server.url("/"))));
   loading.resume();
   ASSERT_TRUE(server.waitForStall());
@@ -37,7 +37,7 @@ TEST_F(CancellationTest, endsATaskThatWaitsForAnAnswer) {
 }
 
 TEST_F(CancellationTest, endsATaskInsideTheBody) {
-  server.enqueue(Answer(200).generatedBody(1 << 20).stall(Moment::insideBody));
+  server.enqueue(MockResponse(200).generatedBody(1 << 20).stall(Moment::insideBody));
   Load loading(session, URLRequest(URL(server.url("/"))));
   loading.resume();
   ASSERT_TRUE(server.waitForStall());
@@ -59,8 +59,8 @@ TEST_F(CancellationTest, endsATaskThatWasNeverResumed) {
 
 TEST_F(CancellationTest, endsATaskThatWaitsForItsTurn) {
   session = makeSession({.httpMaximumConnectionsPerHost = 1});
-  Gate gate;
-  server.enqueue(Answer(200).body("first").hold(Moment::beforeStatusLine, gate));
+  Latch latch;
+  server.enqueue(MockResponse(200).body("first").hold(Moment::beforeStatusLine, latch));
   Load first(session, URLRequest(URL(server.url("/"))));
   Load second(session, URLRequest(URL(server.url("/"))));
   first.resume();
@@ -70,13 +70,13 @@ TEST_F(CancellationTest, endsATaskThatWaitsForItsTurn) {
   second.cancel();
 
   expectCancelled(second.wait());
-  gate.open();
+  latch.open();
   EXPECT_EQ(first.wait().body(), "first");
   EXPECT_EQ(server.requestCount(), 1);
 }
 
 TEST_F(CancellationTest, afterCompletionDoesNothing) {
-  server.enqueue(Answer(200).body("done"));
+  server.enqueue(MockResponse(200).body("done"));
   Load loading(session, URLRequest(URL(server.url("/"))));
   EXPECT_EQ(loading.resume().wait().body(), "done");
 
@@ -87,7 +87,7 @@ TEST_F(CancellationTest, afterCompletionDoesNothing) {
 }
 
 TEST_F(CancellationTest, sweptAcrossARequestsLifeCompletesEachTaskOnce) {
-  server.handleAll([](const ReceivedRequest&) { return Answer(200).body(std::string(2000, 'x')); });
+  server.handleAll([](const ReceivedRequest&) { return MockResponse(200).body(std::string(2000, 'x')); });
   std::vector<std::unique_ptr<Load>> loads;
   for (int i = 0; i < 300; ++i) {
     auto& loading = *loads.emplace_back(std::make_unique<Load>(session, URLRequest(URL(server.url("/")))));
@@ -126,7 +126,7 @@ class InvalidationTest : public CancellationTest {
 
 TEST_F(InvalidationTest, cancelEndsRunningTasksAndTellsTheDelegate) {
   session = makeSession({}, delegate);
-  server.enqueue(Answer(200).stall(Moment::beforeStatusLine));
+  server.enqueue(MockResponse(200).stall(Moment::beforeStatusLine));
   Load loading(session, URLRequest(URL(server.url("/"))));
   loading.resume();
   ASSERT_TRUE(server.waitForStall());
@@ -140,8 +140,8 @@ TEST_F(InvalidationTest, cancelEndsRunningTasksAndTellsTheDelegate) {
 
 TEST_F(InvalidationTest, finishLetsRunningTasksFinish) {
   session = makeSession({}, delegate);
-  Gate gate;
-  server.enqueue(Answer(200).body("finished").hold(Moment::beforeStatusLine, gate));
+  Latch latch;
+  server.enqueue(MockResponse(200).body("finished").hold(Moment::beforeStatusLine, latch));
   Load loading(session, URLRequest(URL(server.url("/"))));
   loading.resume();
   ASSERT_TRUE(server.waitForStall());
@@ -149,14 +149,14 @@ TEST_F(InvalidationTest, finishLetsRunningTasksFinish) {
   session->finishTasksAndInvalidate();
   expectCancelled(load("/after"));
   EXPECT_FALSE(loading.isDone());
-  gate.open();
+  latch.open();
 
   EXPECT_EQ(loading.wait().body(), "finished");
   EXPECT_EQ(delegate->told.get_future().get(), session.get());
 }
 
 TEST_F(InvalidationTest, ofAnIdleSessionClosesItsConnections) {
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse(200));
   load("/");
 
   session->invalidateAndCancel();
@@ -165,7 +165,7 @@ TEST_F(InvalidationTest, ofAnIdleSessionClosesItsConnections) {
 }
 
 TEST_F(InvalidationTest, aDroppedSessionClosesItsConnections) {
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse(200));
   load("/");
 
   session.reset();
@@ -174,20 +174,20 @@ TEST_F(InvalidationTest, aDroppedSessionClosesItsConnections) {
 }
 
 TEST_F(InvalidationTest, aDroppedSessionFinishesItsTasks) {
-  Gate gate;
-  server.enqueue(Answer(200).body("finished").hold(Moment::beforeStatusLine, gate));
+  Latch latch;
+  server.enqueue(MockResponse(200).body("finished").hold(Moment::beforeStatusLine, latch));
   Load loading(session, URLRequest(URL(server.url("/"))));
   loading.resume();
   session.reset();
   ASSERT_TRUE(server.waitForStall());
 
-  gate.open();
+  latch.open();
 
   EXPECT_EQ(loading.wait().body(), "finished");
 }
 
 TEST_F(CancellationTest, mayOvertakeTheStart) {
-  server.handleAll([](const ReceivedRequest&) { return Answer(200); });
+  server.handleAll([](const ReceivedRequest&) { return MockResponse(200); });
   constexpr int times = 1000;
   std::vector<std::weak_ptr<URLSessionTask>> tasks;
   std::atomic<int> completions = 0;
@@ -203,7 +203,7 @@ TEST_F(CancellationTest, mayOvertakeTheStart) {
     canceller.join();
   }
 
-  // Behind everything that was asked of the session before.
+  // After everything that was asked of the session before.
   const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(20);
   while (completions < times && std::chrono::steady_clock::now() < limit) std::this_thread::yield();
   Load(session, URLRequest(URL(server.url("/")))).resume().wait();

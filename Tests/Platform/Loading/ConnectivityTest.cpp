@@ -21,7 +21,7 @@
 namespace platform {
 namespace {
 
-using corvane::testing::Answer;
+using corvane::testing::MockResponse;
 using corvane::testing::TestServer;
 
 constexpr int notPermitted = 77;
@@ -54,7 +54,7 @@ void bringAddress() {
 /// A server that nothing leads to yet, and sessions that wait or do not.
 struct Scene {
   Scene() {
-    server.handleAll([](const auto&) { return Answer(200).body("here"); });
+    server.handleAll([](const auto&) { return MockResponse(200).body("here"); });
   }
 
   static std::shared_ptr<URLSession> session(bool waits) {

@@ -146,7 +146,7 @@ TEST(ContentDecoderTest, joinsTheMembersOfAGzipBody) {
   }
 }
 
-TEST(ContentDecoderTest, refusesBytesBehindTheEnd) {
+TEST(ContentDecoderTest, refusesBytesAfterTheEnd) {
   for (const std::string& garbage :
        {std::string("x"), std::string(1, '\0'), std::string("\x1F"), std::string("\x1F\x8C")}) {
     EXPECT_EQ(decodeAs("gzip", gzipped("text") + garbage, 1).code(), URLErrorCode::cannotDecodeContentData);

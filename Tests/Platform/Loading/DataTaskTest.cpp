@@ -5,14 +5,15 @@
 namespace platform {
 namespace {
 
-using corvane::testing::Answer;
+using corvane::testing::MockResponse;
 using corvane::testing::ReceivedRequest;
 using ::testing::HasSubstr;
 
 class DataTaskTest : public SessionTest {};
 
 TEST_F(DataTaskTest, deliversStatusHeadersAndBody) {
-  const Loaded loaded = answer(Answer(200).header("X-A", "1").contentType("text/plain; charset=UTF-8").body("hello"));
+  const Loaded loaded =
+      loadMock(MockResponse(200).header("X-A", "1").contentType("text/plain; charset=UTF-8").body("hello"));
 
   EXPECT_FALSE(loaded.error) << loaded.message();
   EXPECT_EQ(loaded.status(), 200);
@@ -24,7 +25,7 @@ TEST_F(DataTaskTest, deliversStatusHeadersAndBody) {
 }
 
 TEST_F(DataTaskTest, sendsWhatTheRequestSaysAndNothingElse) {
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse(200));
   URLRequest sent(URL(server.url("/a/../b?x=1&y=%20")));
   sent.allHTTPHeaderFields = {{"X-One", "1"}, {"X-Empty", ""}};
 
@@ -39,7 +40,7 @@ TEST_F(DataTaskTest, sendsWhatTheRequestSaysAndNothingElse) {
 }
 
 TEST_F(DataTaskTest, sendsTheBodyWithItsLength) {
-  server.enqueue(Answer(201));
+  server.enqueue(MockResponse(201));
 
   load(request(server.url("/"), "POST", Data("a body")));
 
@@ -52,7 +53,7 @@ TEST_F(DataTaskTest, sendsTheBodyWithItsLength) {
 }
 
 TEST_F(DataTaskTest, sendsEveryMethodAsWritten) {
-  server.handleAll([](const ReceivedRequest&) { return Answer(200); });
+  server.handleAll([](const ReceivedRequest&) { return MockResponse(200); });
   for (const std::string method : {"GET", "POST", "PUT", "PATCH", "DELETE", "OPTIONS", "PURGE", "HEAD"}) {
     EXPECT_EQ(load(request(server.url("/"), method)).status(), 200) << method;
     EXPECT_EQ(server.takeRequest().method, method);
@@ -60,7 +61,7 @@ TEST_F(DataTaskTest, sendsEveryMethodAsWritten) {
 }
 
 TEST_F(DataTaskTest, sendsABodyWithAnyMethodButHead) {
-  server.handleAll([](const ReceivedRequest&) { return Answer(200); });
+  server.handleAll([](const ReceivedRequest&) { return MockResponse(200); });
   for (const std::string method : {"GET", "POST", "PUT", "PATCH", "DELETE", "PURGE"}) {
     load(request(server.url("/"), method, Data("x")));
     const ReceivedRequest received = server.takeRequest();
@@ -73,7 +74,7 @@ TEST_F(DataTaskTest, sendsABodyWithAnyMethodButHead) {
 }
 
 TEST_F(DataTaskTest, handlesOfOneExchangeLeaveNothingToTheNext) {
-  server.handleAll([](const ReceivedRequest& received) { return Answer(200).body(received.method); });
+  server.handleAll([](const ReceivedRequest& received) { return MockResponse(200).body(received.method); });
   URLRequest first = request(server.url("/first"), "PURGE", Data("body"));
   first.allHTTPHeaderFields.set("X-First", "1");
   load(first);
@@ -92,7 +93,7 @@ TEST_F(DataTaskTest, handlesOfOneExchangeLeaveNothingToTheNext) {
 }
 
 TEST_F(DataTaskTest, anEmptyBodyIsAnnouncedAsEmpty) {
-  server.handleAll([](const ReceivedRequest&) { return Answer(200); });
+  server.handleAll([](const ReceivedRequest&) { return MockResponse(200); });
   load(request(server.url("/"), "POST", Data()));
   EXPECT_EQ(server.takeRequest().header("Content-Length"), "0");
   load(request(server.url("/"), "PUT"));
@@ -103,7 +104,7 @@ TEST_F(DataTaskTest, anEmptyBodyIsAnnouncedAsEmpty) {
 
 TEST_F(DataTaskTest, sendsALargeBodyCompletely) {
   const std::string body = corvane::testing::generatedBytes(8 << 20);
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse(200));
 
   EXPECT_EQ(load(request(server.url("/"), "POST", Data(body))).status(), 200);
 
@@ -111,14 +112,16 @@ TEST_F(DataTaskTest, sendsALargeBodyCompletely) {
 }
 
 TEST_F(DataTaskTest, receivesALargeBodyCompletely) {
-  const Loaded loaded = answer(Answer(200).generatedBody(32 << 20));
+  const Loaded loaded = loadMock(MockResponse(200).generatedBody(32 << 20));
 
   EXPECT_EQ(loaded.body(), corvane::testing::generatedBytes(32 << 20));
 }
 
 TEST_F(DataTaskTest, receivesChunksAndIgnoresInterimHeadsAndTrailers) {
-  const Loaded loaded = answer(
-      Answer(200).interim(103, {{"Link", "</style.css>"}}).chunked({"one ", "two ", "three"}).trailer("X-Sum", "3"));
+  const Loaded loaded = loadMock(MockResponse(200)
+                                     .interim(103, {{"Link", "</style.css>"}})
+                                     .chunked({"one ", "two ", "three"})
+                                     .trailer("X-Sum", "3"));
 
   EXPECT_EQ(loaded.body(), "one two three");
   EXPECT_FALSE(loaded.http().allHeaderFields().contains("Link"));
@@ -126,14 +129,14 @@ TEST_F(DataTaskTest, receivesChunksAndIgnoresInterimHeadsAndTrailers) {
 }
 
 TEST_F(DataTaskTest, keepsTheConnectionForTheNextRequest) {
-  server.handleAll([](const ReceivedRequest&) { return Answer(200).body("x"); });
+  server.handleAll([](const ReceivedRequest&) { return MockResponse(200).body("x"); });
   for (int i = 0; i < 5; ++i) load("/");
 
   EXPECT_EQ(server.connectionCount(), 1);
 }
 
 TEST_F(DataTaskTest, sessionsDoNotShareConnections) {
-  server.handleAll([](const ReceivedRequest&) { return Answer(200).body("x"); });
+  server.handleAll([](const ReceivedRequest&) { return MockResponse(200).body("x"); });
   load("/");
   Load(makeSession(), URLRequest(server.url("/"))).resume().wait();
 
@@ -141,7 +144,7 @@ TEST_F(DataTaskTest, sessionsDoNotShareConnections) {
 }
 
 TEST_F(DataTaskTest, deliversOnTheDelegateQueue) {
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse(200));
   const DispatchQueue queue("the.delegate.queue");
   auto onQueue = std::make_shared<std::promise<bool>>();
   auto own = URLSession::make({}, nullptr, queue);
@@ -153,7 +156,7 @@ TEST_F(DataTaskTest, deliversOnTheDelegateQueue) {
 }
 
 TEST_F(DataTaskTest, aSecondResumeDoesNothing) {
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse(200));
   Load loading(session, URLRequest(server.url("/")));
   loading.resume().resume();
 
@@ -193,8 +196,8 @@ TEST_F(DataTaskTest, hasNoCacheToAnswerFrom) {
 }
 
 TEST_F(DataTaskTest, keepsCookiesInMemoryForTheSession) {
-  server.enqueue(Answer(200).header("Set-Cookie", "session=abc; Path=/"));
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse(200).header("Set-Cookie", "session=abc; Path=/"));
+  server.enqueue(MockResponse(200));
   load("/login");
   load("/home");
 
@@ -203,8 +206,8 @@ TEST_F(DataTaskTest, keepsCookiesInMemoryForTheSession) {
 }
 
 TEST_F(DataTaskTest, joinsTheRequestsOwnCookiesWithTheSessions) {
-  server.enqueue(Answer(200).header("Set-Cookie", "session=abc; Path=/"));
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse(200).header("Set-Cookie", "session=abc; Path=/"));
+  server.enqueue(MockResponse(200));
   load("/");
   URLRequest second(URL(server.url("/")));
   second.allHTTPHeaderFields.set("Cookie", "mine=1");
@@ -219,8 +222,8 @@ TEST_F(DataTaskTest, joinsTheRequestsOwnCookiesWithTheSessions) {
 
 TEST_F(DataTaskTest, keepsNoCookiesWhenToldSo) {
   session = makeSession({.httpShouldSetCookies = false});
-  server.enqueue(Answer(200).header("Set-Cookie", "session=abc; Path=/"));
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse(200).header("Set-Cookie", "session=abc; Path=/"));
+  server.enqueue(MockResponse(200));
   load("/");
   load("/");
 

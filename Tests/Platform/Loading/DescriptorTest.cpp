@@ -10,10 +10,10 @@
 namespace platform {
 namespace {
 
-using corvane::testing::Answer;
 using corvane::testing::DescriptorCopy;
 using corvane::testing::descriptorsTo;
 using corvane::testing::descriptorsWithoutPeer;
+using corvane::testing::MockResponse;
 using corvane::testing::Moment;
 using corvane::testing::SilentPort;
 using corvane::testing::staleWatches;
@@ -25,7 +25,7 @@ class DescriptorTest : public SessionTest {
   }
   /// A request whose connection is closed after it.
   URLRequest toBeClosed() {
-    server.handle("/closed", [](const auto&) { return Answer(200).body("fine").closeConnection(); });
+    server.handle("/closed", [](const auto&) { return MockResponse(200).body("fine").closeConnection(); });
     return URLRequest(URL(server.url("/closed")));
   }
   std::vector<std::unique_ptr<Load>> loads(const URLRequest& request, int count) {
@@ -47,7 +47,7 @@ TEST_F(DescriptorTest, numbersServeOtherConnectionsAfterTimeOutsWhileConnecting)
 TEST_F(DescriptorTest, numbersServeOtherConnectionsAfterCancellationsWhileConnecting) {
   const SilentPort silent;
   auto connecting = loads(URLRequest(URL(silent.url())), 4);
-  // What is sent later and has its answer found the others connecting.
+  // What is sent later and has its response found the others connecting.
   EXPECT_EQ(loads(toBeClosed(), 1).front()->wait().body(), "fine");
   for (auto& each : connecting) each->cancel();
   for (auto& each : connecting) EXPECT_EQ(each->wait().code(), URLErrorCode::cancelled);
@@ -56,7 +56,7 @@ TEST_F(DescriptorTest, numbersServeOtherConnectionsAfterCancellationsWhileConnec
 }
 
 TEST_F(DescriptorTest, connectionsAreClosedInProgramsThatAreStarted) {
-  server.enqueue(Answer(200).stall(Moment::beforeStatusLine));
+  server.enqueue(MockResponse(200).stall(Moment::beforeStatusLine));
   Load loading(session, URLRequest(URL(server.url("/"))));
   loading.resume();
   ASSERT_TRUE(server.waitForStall());
@@ -70,7 +70,7 @@ TEST_F(DescriptorTest, connectionsAreClosedInProgramsThatAreStarted) {
 }
 
 TEST_F(DescriptorTest, aCancelledConnectionIsNotWatchedOnThoughACopyOfItIsOpen) {
-  server.enqueue(Answer(200).generatedBody(1 << 20).stall(Moment::insideBody));
+  server.enqueue(MockResponse(200).generatedBody(1 << 20).stall(Moment::insideBody));
   Load loading(session, URLRequest(URL(server.url("/"))));
   loading.resume();
   ASSERT_TRUE(server.waitForStall());
@@ -85,7 +85,7 @@ TEST_F(DescriptorTest, aCancelledConnectionIsNotWatchedOnThoughACopyOfItIsOpen) 
 
 TEST_F(DescriptorTest, aConnectionThatTimedOutWhileConnectingIsNotWatchedOnThoughACopyOfItIsOpen) {
   const SilentPort silent;
-  server.enqueue(Answer(200).body("other"));
+  server.enqueue(MockResponse(200).body("other"));
   Load connecting(session, URLRequest(URL(silent.url())));
   connecting.resume();
   ASSERT_EQ(load("/").status(), 200);

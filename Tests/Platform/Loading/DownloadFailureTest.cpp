@@ -10,8 +10,8 @@
 namespace platform {
 namespace {
 
-using corvane::testing::Answer;
-using corvane::testing::Gate;
+using corvane::testing::Latch;
+using corvane::testing::MockResponse;
 using corvane::testing::Moment;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -42,7 +42,7 @@ TEST_F(DownloadFailureTest, aTemporaryDirectoryThatIsMissingIsAnErrorThatNamesIt
   const std::string missing = files / "missing";
   const ScopedVariable moved("TMPDIR", missing);
 
-  const Downloaded downloaded = downloadOf(Answer(200).body("x"));
+  const Downloaded downloaded = downloadOf(MockResponse(200).body("x"));
 
   EXPECT_EQ(downloaded.code(), URLErrorCode::cannotCreateFile);
   EXPECT_EQ(downloaded.error->domain(), kCFErrorDomainCFNetwork);
@@ -54,15 +54,15 @@ TEST_F(DownloadFailureTest, aTemporaryDirectoryThatIsMissingIsAnErrorThatNamesIt
 TEST_F(DownloadFailureTest, aMissingTemporaryDirectoryMattersToAnEmptyBodyToo) {
   const ScopedVariable moved("TMPDIR", files / "missing");
 
-  EXPECT_EQ(downloadOf(Answer(200)).code(), URLErrorCode::cannotCreateFile);
-  EXPECT_EQ(downloadOf(Answer(204)).code(), URLErrorCode::cannotCreateFile);
+  EXPECT_EQ(downloadOf(MockResponse(200)).code(), URLErrorCode::cannotCreateFile);
+  EXPECT_EQ(downloadOf(MockResponse(204)).code(), URLErrorCode::cannotCreateFile);
 }
 
 TEST_F(DownloadFailureTest, aTemporaryDirectoryThatMayNotBeWrittenIsAnError) {
   // Nobody may make files there, root included.
   const ScopedVariable moved("TMPDIR", "/proc/self");
 
-  const Downloaded downloaded = downloadOf(Answer(200).body("x"));
+  const Downloaded downloaded = downloadOf(MockResponse(200).body("x"));
 
   EXPECT_EQ(downloaded.code(), URLErrorCode::cannotCreateFile);
   EXPECT_THAT(downloaded.message(), HasSubstr("/proc/self"));
@@ -71,13 +71,13 @@ TEST_F(DownloadFailureTest, aTemporaryDirectoryThatMayNotBeWrittenIsAnError) {
 TEST_F(DownloadFailureTest, aTemporaryDirectoryThatIsAFileIsAnError) {
   const ScopedVariable moved("TMPDIR", files.write("file", "x"));
 
-  EXPECT_EQ(downloadOf(Answer(200).body("x")).code(), URLErrorCode::cannotCreateFile);
+  EXPECT_EQ(downloadOf(MockResponse(200).body("x")).code(), URLErrorCode::cannotCreateFile);
 }
 
 TEST_F(DownloadFailureTest, aFileThatCannotGrowIsAnErrorAndIsRemoved) {
   const FileSizeLimit limit(300'000);
 
-  const Downloaded downloaded = downloadOf(Answer(200).generatedBody(1 << 20));
+  const Downloaded downloaded = downloadOf(MockResponse(200).generatedBody(1 << 20));
 
   EXPECT_EQ(downloaded.code(), URLErrorCode::cannotWriteToFile);
   EXPECT_THAT(downloaded.message(), HasSubstr("the download cannot be written to " + temporary.path().string()));
@@ -89,7 +89,7 @@ TEST_F(DownloadFailureTest, aFileThatCannotGrowIsAnErrorAndIsRemoved) {
 TEST_F(DownloadFailureTest, aFileThatCannotGrowIsAnErrorOfADecodedBodyToo) {
   const FileSizeLimit limit(300'000);
 
-  const Downloaded downloaded = downloadOf(Answer(200).gzipBody(std::string(1 << 20, 'z')));
+  const Downloaded downloaded = downloadOf(MockResponse(200).gzipBody(std::string(1 << 20, 'z')));
 
   EXPECT_EQ(downloaded.code(), URLErrorCode::cannotWriteToFile);
   EXPECT_THAT(leftovers(), IsEmpty());
@@ -106,10 +106,10 @@ TEST_F(DownloadFailureTest, aFileThatCannotGrowIsAnErrorOfACopyToo) {
 TEST_F(DownloadFailureTest, theNextDownloadSucceedsWhenThereIsRoomAgain) {
   {
     const FileSizeLimit limit(300'000);
-    EXPECT_TRUE(downloadOf(Answer(200).generatedBody(1 << 20)).error);
+    EXPECT_TRUE(downloadOf(MockResponse(200).generatedBody(1 << 20)).error);
   }
 
-  EXPECT_EQ(contents(downloadOf(Answer(200).generatedBody(1 << 20)).file).size(), 1u << 20);
+  EXPECT_EQ(contents(downloadOf(MockResponse(200).generatedBody(1 << 20)).file).size(), 1u << 20);
 }
 
 /// Does something to the file of a download while the server stands still in the middle of the body.
@@ -117,8 +117,8 @@ class DisturbedDownloadTest : public DownloadFailureTest {
  protected:
   template <class Disturb>
   Downloaded disturbed(Disturb disturb) {
-    Gate gate;
-    server.enqueue(Answer(200).generatedBody(1 << 20).hold(Moment::insideBody, gate));
+    Latch latch;
+    server.enqueue(MockResponse(200).generatedBody(1 << 20).hold(Moment::insideBody, latch));
     Download download(session, URLRequest(URL(server.url("/"))));
     const ProgressLog log(download.task());
     download.resume();
@@ -126,7 +126,7 @@ class DisturbedDownloadTest : public DownloadFailureTest {
     const auto made = leftovers();
     EXPECT_EQ(made.size(), 1u);
     disturb(made.at(0));
-    gate.open();
+    latch.open();
     return download.wait();
   }
 };

@@ -7,12 +7,12 @@
 namespace platform {
 namespace {
 
-using corvane::testing::Answer;
 using corvane::testing::corrupted;
 using corvane::testing::cutOff;
-using corvane::testing::Gate;
 using corvane::testing::generatedBytes;
 using corvane::testing::gzipped;
+using corvane::testing::Latch;
+using corvane::testing::MockResponse;
 using corvane::testing::Moment;
 using corvane::testing::ReceivedRequest;
 using ::testing::AllOf;
@@ -26,7 +26,7 @@ class DownloadTaskTest : public TransferTest {
  protected:
   /// A download whose server stands still after the first half of the body, which has arrived.
   std::unique_ptr<Download> startedDownload() {
-    server.enqueue(Answer(200).generatedBody(1 << 20).hold(Moment::insideBody, gate));
+    server.enqueue(MockResponse(200).generatedBody(1 << 20).hold(Moment::insideBody, latch));
     auto download = std::make_unique<Download>(session, URLRequest(URL(server.url("/"))));
     const ProgressLog log(download->task());
     download->resume();
@@ -34,11 +34,11 @@ class DownloadTaskTest : public TransferTest {
     return download;
   }
 
-  Gate gate;
+  Latch latch;
 };
 
 TEST_F(DownloadTaskTest, writesTheBodyToAFile) {
-  const Downloaded downloaded = downloadOf(Answer(200).contentType("text/plain").body("hello"));
+  const Downloaded downloaded = downloadOf(MockResponse(200).contentType("text/plain").body("hello"));
 
   EXPECT_FALSE(downloaded.error) << downloaded.message();
   EXPECT_EQ(contents(downloaded.file), "hello");
@@ -47,13 +47,13 @@ TEST_F(DownloadTaskTest, writesTheBodyToAFile) {
 }
 
 TEST_F(DownloadTaskTest, writesALargeBodyCompletely) {
-  const Downloaded downloaded = downloadOf(Answer(200).generatedBody(32 << 20));
+  const Downloaded downloaded = downloadOf(MockResponse(200).generatedBody(32 << 20));
 
   EXPECT_TRUE(contents(downloaded.file) == generatedBytes(32 << 20));
 }
 
 TEST_F(DownloadTaskTest, makesTheFileInTheTemporaryDirectoryForThisUserAlone) {
-  const Downloaded downloaded = downloadOf(Answer(200).body("x"));
+  const Downloaded downloaded = downloadOf(MockResponse(200).body("x"));
 
   ASSERT_TRUE(downloaded.file);
   EXPECT_THAT(downloaded.file->path(), StartsWith(temporary.path().string() + "/"));
@@ -64,7 +64,7 @@ TEST_F(DownloadTaskTest, makesTheFileInTheTemporaryDirectoryForThisUserAlone) {
 
 TEST_F(DownloadTaskTest, removesTheFileWithItsValue) {
   {
-    const Downloaded downloaded = downloadOf(Answer(200).body("x"));
+    const Downloaded downloaded = downloadOf(MockResponse(200).body("x"));
     EXPECT_THAT(leftovers(), ElementsAre(downloaded.file->path()));
   }
 
@@ -74,7 +74,7 @@ TEST_F(DownloadTaskTest, removesTheFileWithItsValue) {
 TEST_F(DownloadTaskTest, leavesAFileThatIsKept) {
   std::string path;
   {
-    Downloaded downloaded = downloadOf(Answer(200).body("kept"));
+    Downloaded downloaded = downloadOf(MockResponse(200).body("kept"));
     path = downloaded.file->path();
     downloaded.file->keep();
   }
@@ -85,7 +85,7 @@ TEST_F(DownloadTaskTest, leavesAFileThatIsKept) {
 TEST_F(DownloadTaskTest, leavesAFileThatIsMovedWhereItWentTo) {
   const std::string target = files / "moved";
   {
-    Downloaded downloaded = downloadOf(Answer(200).body("moved"));
+    Downloaded downloaded = downloadOf(MockResponse(200).body("moved"));
     downloaded.file->moveTo(target);
   }
 
@@ -94,7 +94,7 @@ TEST_F(DownloadTaskTest, leavesAFileThatIsMovedWhereItWentTo) {
 }
 
 TEST_F(DownloadTaskTest, aCompletionThatDropsTheFileLeavesNone) {
-  server.enqueue(Answer(200).body("x"));
+  server.enqueue(MockResponse(200).body("x"));
   auto done = std::make_shared<std::promise<bool>>();
 
   session
@@ -103,7 +103,7 @@ TEST_F(DownloadTaskTest, aCompletionThatDropsTheFileLeavesNone) {
       ->resume();
 
   EXPECT_TRUE(done->get_future().get());
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse(200));
   load("/");  // its completion comes on the same queue, after the other returned
   EXPECT_THAT(leftovers(), IsEmpty());
 }
@@ -111,7 +111,7 @@ TEST_F(DownloadTaskTest, aCompletionThatDropsTheFileLeavesNone) {
 TEST_F(DownloadTaskTest, decodesACompressedBodyIntoTheFileAndCountsWhatCameOverTheNetwork) {
   const std::string text(3 << 20, 'z');
   const auto wireBytes = static_cast<std::int64_t>(gzipped(text).size());
-  server.enqueue(Answer(200).gzipBody(text));
+  server.enqueue(MockResponse(200).gzipBody(text));
   Download download(session, URLRequest(URL(server.url("/"))));
   const ProgressLog log(download.task());
 
@@ -123,16 +123,16 @@ TEST_F(DownloadTaskTest, decodesACompressedBodyIntoTheFileAndCountsWhatCameOverT
 }
 
 TEST_F(DownloadTaskTest, anEmptyBodyMakesAnEmptyFile) {
-  for (const Answer& empty :
-       {Answer(200), Answer(200).body("").chunked(), Answer(200).untilClose(), Answer(204), Answer(304)}) {
+  for (const MockResponse& empty : {MockResponse(200), MockResponse(200).body("").chunked(),
+                                    MockResponse(200).untilClose(), MockResponse(204), MockResponse(304)}) {
     const Downloaded downloaded = downloadOf(empty);
     EXPECT_FALSE(downloaded.error) << downloaded.message();
     EXPECT_EQ(contents(downloaded.file), "");
   }
 }
 
-TEST_F(DownloadTaskTest, theAnswerToHEADMakesAnEmptyFile) {
-  server.enqueue(Answer(200).body("five!"));
+TEST_F(DownloadTaskTest, theResponseToHEADMakesAnEmptyFile) {
+  server.enqueue(MockResponse(200).body("five!"));
 
   const Downloaded downloaded = download(request(server.url("/"), "HEAD"));
 
@@ -143,7 +143,7 @@ TEST_F(DownloadTaskTest, theAnswerToHEADMakesAnEmptyFile) {
 
 TEST_F(DownloadTaskTest, aBodyOfAnyStatusIsAFile) {
   for (const int status : {404, 413, 500}) {
-    const Downloaded downloaded = downloadOf(Answer(status).body("what went wrong"));
+    const Downloaded downloaded = downloadOf(MockResponse(status).body("what went wrong"));
     EXPECT_FALSE(downloaded.error) << downloaded.message();
     EXPECT_EQ(contents(downloaded.file), "what went wrong");
     EXPECT_EQ(downloaded.http().statusCode(), status);
@@ -151,13 +151,13 @@ TEST_F(DownloadTaskTest, aBodyOfAnyStatusIsAFile) {
 }
 
 TEST_F(DownloadTaskTest, putsChunksTogether) {
-  const Downloaded downloaded = downloadOf(Answer(200).generatedBody(1 << 20).chunkedBy(7001));
+  const Downloaded downloaded = downloadOf(MockResponse(200).generatedBody(1 << 20).chunkedBy(7001));
 
   EXPECT_TRUE(contents(downloaded.file) == generatedBytes(1 << 20));
 }
 
 TEST_F(DownloadTaskTest, sendsTheBodyOfItsRequest) {
-  server.enqueue(Answer(200).body("made of it"));
+  server.enqueue(MockResponse(200).body("made of it"));
 
   const Downloaded downloaded = download(request(server.url("/"), "POST", Data("a query")));
 
@@ -168,13 +168,13 @@ TEST_F(DownloadTaskTest, sendsTheBodyOfItsRequest) {
 TEST_F(DownloadTaskTest, isNotBoundByTheLimitForBodiesInMemory) {
   session = makeSession({.maximumBodyBytes = 10});
 
-  EXPECT_EQ(contents(downloadOf(Answer(200).body("more than ten bytes")).file), "more than ten bytes");
-  EXPECT_EQ(contents(downloadOf(Answer(200).gzipBody("more than ten bytes")).file), "more than ten bytes");
+  EXPECT_EQ(contents(downloadOf(MockResponse(200).body("more than ten bytes")).file), "more than ten bytes");
+  EXPECT_EQ(contents(downloadOf(MockResponse(200).gzipBody("more than ten bytes")).file), "more than ten bytes");
 }
 
 TEST_F(DownloadTaskTest, theBodyOfARedirectIsNoFile) {
-  server.enqueue(Answer(302).header("Location", "/next").body(std::string(20'000, 'r')));
-  server.enqueue(Answer(200).body("here"));
+  server.enqueue(MockResponse(302).header("Location", "/next").body(std::string(20'000, 'r')));
+  server.enqueue(MockResponse(200).body("here"));
 
   const Downloaded downloaded = download("/start");
 
@@ -183,7 +183,7 @@ TEST_F(DownloadTaskTest, theBodyOfARedirectIsNoFile) {
 }
 
 TEST_F(DownloadTaskTest, aRedirectThatCannotBeFollowedLeavesNoFile) {
-  const Downloaded downloaded = downloadOf(Answer(302).header("Location", "ftp://127.0.0.1/").body("moved"));
+  const Downloaded downloaded = downloadOf(MockResponse(302).header("Location", "ftp://127.0.0.1/").body("moved"));
 
   EXPECT_EQ(downloaded.code(), URLErrorCode::unsupportedURL);
   EXPECT_FALSE(downloaded.file);
@@ -191,10 +191,11 @@ TEST_F(DownloadTaskTest, aRedirectThatCannotBeFollowedLeavesNoFile) {
 }
 
 TEST_F(DownloadTaskTest, aBodyThatIsCutShortIsAnErrorAndLeavesNoFile) {
-  for (const Answer& cut : {Answer(200).generatedBody(1 << 20).dropConnection(Moment::insideBody),
-                            Answer(200).generatedBody(1 << 20).resetConnection(Moment::insideBody),
-                            Answer(200).generatedBody(1 << 20).chunkedBy(5000).dropConnection(Moment::insideBody),
-                            Answer(200).body("x").chunked().withoutLastChunk().dropConnection(Moment::afterAnswer)}) {
+  for (const MockResponse& cut :
+       {MockResponse(200).generatedBody(1 << 20).dropConnection(Moment::insideBody),
+        MockResponse(200).generatedBody(1 << 20).resetConnection(Moment::insideBody),
+        MockResponse(200).generatedBody(1 << 20).chunkedBy(5000).dropConnection(Moment::insideBody),
+        MockResponse(200).body("x").chunked().withoutLastChunk().dropConnection(Moment::afterResponse)}) {
     const Downloaded downloaded = downloadOf(cut);
     EXPECT_EQ(downloaded.code(), URLErrorCode::networkConnectionLost) << downloaded.message();
     EXPECT_TRUE(downloaded.response);
@@ -206,7 +207,7 @@ TEST_F(DownloadTaskTest, aBodyThatIsCutShortIsAnErrorAndLeavesNoFile) {
 TEST_F(DownloadTaskTest, aDamagedCompressedBodyIsAnErrorAndLeavesNoFile) {
   const std::string whole = gzipped(generatedBytes(100'000));
   for (const std::string& damaged : {corrupted(whole), cutOff(whole), std::string("no gzip at all")}) {
-    const Downloaded downloaded = downloadOf(Answer(200).header("Content-Encoding", "gzip").body(damaged));
+    const Downloaded downloaded = downloadOf(MockResponse(200).header("Content-Encoding", "gzip").body(damaged));
     EXPECT_EQ(downloaded.code(), URLErrorCode::cannotDecodeContentData) << downloaded.message();
     EXPECT_FALSE(downloaded.file);
     EXPECT_THAT(leftovers(), IsEmpty());
@@ -214,14 +215,14 @@ TEST_F(DownloadTaskTest, aDamagedCompressedBodyIsAnErrorAndLeavesNoFile) {
 }
 
 TEST_F(DownloadTaskTest, anUnknownContentCodingIsAnErrorAndLeavesNoFile) {
-  const Downloaded downloaded = downloadOf(Answer(200).header("Content-Encoding", "br").body("x"));
+  const Downloaded downloaded = downloadOf(MockResponse(200).header("Content-Encoding", "br").body("x"));
 
   EXPECT_EQ(downloaded.code(), URLErrorCode::cannotDecodeRawData);
   EXPECT_THAT(leftovers(), IsEmpty());
 }
 
 TEST_F(DownloadTaskTest, aBodyThatStallsEndsWithTheTimeOutAndLeavesNoFile) {
-  server.enqueue(Answer(200).generatedBody(1 << 20).stall(Moment::insideBody));
+  server.enqueue(MockResponse(200).generatedBody(1 << 20).stall(Moment::insideBody));
 
   const Downloaded downloaded =
       download(URLRequest(URL(server.url("/")), URLRequestCachePolicy::useProtocolCachePolicy, 0.2));
@@ -255,7 +256,7 @@ TEST_F(DownloadTaskTest, cancelledInsideTheBodyLeavesNoFile) {
 }
 
 TEST_F(DownloadTaskTest, cancelledAfterItsCompletionKeepsTheFile) {
-  server.enqueue(Answer(200).body("done"));
+  server.enqueue(MockResponse(200).body("done"));
   Download download(session, URLRequest(URL(server.url("/"))));
   const Downloaded downloaded = download.resume().wait();
 
@@ -266,7 +267,7 @@ TEST_F(DownloadTaskTest, cancelledAfterItsCompletionKeepsTheFile) {
 }
 
 TEST_F(DownloadTaskTest, cancelledAtAnyMomentCompletesOnceAndLeavesNoFile) {
-  server.handleAll([](const ReceivedRequest&) { return Answer(200).generatedBody(100'000); });
+  server.handleAll([](const ReceivedRequest&) { return MockResponse(200).generatedBody(100'000); });
   std::vector<std::unique_ptr<Download>> downloads;
   for (int i = 0; i < 200; ++i) {
     auto& download = *downloads.emplace_back(std::make_unique<Download>(session, URLRequest(URL(server.url("/")))));
@@ -299,8 +300,9 @@ TEST_F(DownloadTaskTest, anInvalidatedSessionCancelsItAndLeavesNoFile) {
 }
 
 TEST_F(DownloadTaskTest, severalAtOnceHaveAFileEach) {
-  server.handleAll(
-      [](const ReceivedRequest& received) { return Answer(200).body(received.target + generatedBytes(300'000)); });
+  server.handleAll([](const ReceivedRequest& received) {
+    return MockResponse(200).body(received.target + generatedBytes(300'000));
+  });
   std::vector<std::unique_ptr<Download>> downloads;
   for (int i = 0; i < 8; ++i) {
     const URLRequest request{URL(server.url("/" + std::to_string(i)))};
@@ -318,7 +320,7 @@ TEST_F(DownloadTaskTest, severalAtOnceHaveAFileEach) {
 }
 
 TEST_F(DownloadTaskTest, aSecondOneUsesTheConnectionOfTheFirst) {
-  server.handleAll([](const ReceivedRequest&) { return Answer(200).generatedBody(100'000); });
+  server.handleAll([](const ReceivedRequest&) { return MockResponse(200).generatedBody(100'000); });
   download("/");
   load("/");
   download("/");

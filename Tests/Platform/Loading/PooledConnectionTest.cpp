@@ -3,15 +3,15 @@
 namespace platform {
 namespace {
 
-using corvane::testing::Answer;
 using corvane::testing::Ending;
+using corvane::testing::MockResponse;
 using corvane::testing::Moment;
 using corvane::testing::ReceivedRequest;
 
 class PooledConnectionTest : public SessionTest {
  protected:
   void SetUp() override {
-    server.enqueue(Answer(200).body("warm"));
+    server.enqueue(MockResponse(200).body("warm"));
     ASSERT_EQ(load("/").body(), "warm");
     server.takeRequest();
   }
@@ -19,7 +19,7 @@ class PooledConnectionTest : public SessionTest {
 
 TEST_F(PooledConnectionTest, isNotUsedAfterItWasClosed) {
   ASSERT_EQ(server.closeIdleConnections(), 1);
-  server.enqueue(Answer(200).body("fresh"));
+  server.enqueue(MockResponse(200).body("fresh"));
 
   EXPECT_EQ(load(request(server.url("/"), "POST", Data("x"))).body(), "fresh");
 
@@ -28,14 +28,14 @@ TEST_F(PooledConnectionTest, isNotUsedAfterItWasClosed) {
 
 TEST_F(PooledConnectionTest, isNotUsedAfterItWasReset) {
   ASSERT_EQ(server.resetIdleConnections(), 1);
-  server.enqueue(Answer(200).body("fresh"));
+  server.enqueue(MockResponse(200).body("fresh"));
 
   EXPECT_EQ(load(request(server.url("/"), "POST", Data("x"))).body(), "fresh");
 }
 
 TEST_F(PooledConnectionTest, isNotUsedAfterItReceivedUnaskedBytes) {
   ASSERT_EQ(server.sendOnIdleConnections("HTTP/1.1 200 OK\r\nContent-Length: 6\r\n\r\nforged"), 1);
-  server.enqueue(Answer(200).body("fresh"));
+  server.enqueue(MockResponse(200).body("fresh"));
 
   EXPECT_EQ(load("/").body(), "fresh");
 
@@ -43,8 +43,8 @@ TEST_F(PooledConnectionTest, isNotUsedAfterItReceivedUnaskedBytes) {
 }
 
 TEST_F(PooledConnectionTest, isNotUsedAfterMoreBytesThanTheBody) {
-  server.enqueue(Answer(200).body("whole").extraBytesAfter("HTTP/1.1 200 OK\r\nContent-Length: 6\r\n\r\nforged"));
-  server.enqueue(Answer(200).body("fresh"));
+  server.enqueue(MockResponse(200).body("whole").extraBytesAfter("HTTP/1.1 200 OK\r\nContent-Length: 6\r\n\r\nforged"));
+  server.enqueue(MockResponse(200).body("fresh"));
 
   EXPECT_EQ(load("/").body(), "whole");
   EXPECT_EQ(load("/").body(), "fresh");
@@ -52,19 +52,19 @@ TEST_F(PooledConnectionTest, isNotUsedAfterMoreBytesThanTheBody) {
 
 TEST_F(PooledConnectionTest, isNotUsedAfterMoreBytesThanTheChunks) {
   server.enqueue(
-      Answer(200).body("whole").chunked().extraBytesAfter("HTTP/1.1 200 OK\r\nContent-Length: 6\r\n\r\nforged"));
-  server.enqueue(Answer(200).body("fresh"));
+      MockResponse(200).body("whole").chunked().extraBytesAfter("HTTP/1.1 200 OK\r\nContent-Length: 6\r\n\r\nforged"));
+  server.enqueue(MockResponse(200).body("fresh"));
 
   EXPECT_EQ(load("/").body(), "whole");
   EXPECT_EQ(load("/").body(), "fresh");
 }
 
-TEST_F(PooledConnectionTest, thatDiesBeforeTheAnswerIsReplacedWhereRepeatingChangesNothing) {
+TEST_F(PooledConnectionTest, thatDiesBeforeTheResponseIsReplacedWhereRepeatingChangesNothing) {
   // More of them in a row than libcurl repeats on one handle.
   for (const char* method : {"GET", "HEAD", "PUT", "DELETE", "OPTIONS", "TRACE"}) {
     const int connections = server.connectionCount();
-    server.enqueue(Answer().dropConnection(Moment::beforeStatusLine));
-    server.enqueue(Answer(200).header("X-Try", "2"));
+    server.enqueue(MockResponse().dropConnection(Moment::beforeStatusLine));
+    server.enqueue(MockResponse(200).header("X-Try", "2"));
 
     const Loaded loaded = load(request(server.url("/"), method));
 
@@ -77,23 +77,23 @@ TEST_F(PooledConnectionTest, thatDiesBeforeTheAnswerIsReplacedWhereRepeatingChan
 
 TEST_F(PooledConnectionTest, isReplacedHoweverItDies) {
   for (const auto ending : {Ending::close, Ending::drop, Ending::reset}) {
-    server.enqueue(Answer().end(ending, Moment::beforeStatusLine));
-    server.enqueue(Answer(200).body("again"));
+    server.enqueue(MockResponse().end(ending, Moment::beforeStatusLine));
+    server.enqueue(MockResponse(200).body("again"));
 
     EXPECT_EQ(load("/").body(), "again");
   }
 }
 
-TEST_F(PooledConnectionTest, thatDiesBeforeTheAnswerIsNotReplacedWhereTheServerMayHaveActed) {
+TEST_F(PooledConnectionTest, thatDiesBeforeTheResponseIsNotReplacedWhereTheServerMayHaveActed) {
   for (const char* method : {"POST", "PATCH", "get", "MOVE"}) {
-    server.enqueue(Answer().dropConnection(Moment::beforeStatusLine));
+    server.enqueue(MockResponse().dropConnection(Moment::beforeStatusLine));
 
     const Loaded loaded = load(request(server.url("/"), method, Data("x")));
 
     EXPECT_EQ(loaded.code(), URLErrorCode::networkConnectionLost) << method << ": " << loaded.message();
     EXPECT_EQ(loaded.error->userInfo().find(URLErrorKey::requestWasSent)->boolean(), true) << method;
-    EXPECT_EQ(server.remainingAnswers(), 0u) << method;
-    server.enqueue(Answer(200).body("warm"));
+    EXPECT_EQ(server.remainingResponses(), 0u) << method;
+    server.enqueue(MockResponse(200).body("warm"));
     ASSERT_EQ(load("/").body(), "warm");
   }
   EXPECT_EQ(server.requestCount(), 9) << "each was sent once";
@@ -101,8 +101,8 @@ TEST_F(PooledConnectionTest, thatDiesBeforeTheAnswerIsNotReplacedWhereTheServerM
 
 TEST_F(PooledConnectionTest, isReplacedWithTheWholeBody) {
   const std::string body = corvane::testing::generatedBytes(3 << 20);
-  server.enqueue(Answer().dropConnection(Moment::beforeStatusLine));
-  server.enqueue(Answer(200).body("again"));
+  server.enqueue(MockResponse().dropConnection(Moment::beforeStatusLine));
+  server.enqueue(MockResponse(200).body("again"));
 
   EXPECT_EQ(load(request(server.url("/"), "PUT", Data(body))).body(), "again");
 
@@ -112,8 +112,8 @@ TEST_F(PooledConnectionTest, isReplacedWithTheWholeBody) {
 
 TEST_F(PooledConnectionTest, thatDiesInsideTheRequestsBodyIsReplacedWithTheWholeBody) {
   const std::string body = corvane::testing::generatedBytes(3 << 20);
-  server.enqueue(Answer().resetConnection(Moment::insideRequestBody));
-  server.enqueue(Answer(200).body("again"));
+  server.enqueue(MockResponse().resetConnection(Moment::insideRequestBody));
+  server.enqueue(MockResponse(200).body("again"));
 
   const Loaded loaded = load(request(server.url("/"), "PUT", Data(body)));
 
@@ -124,34 +124,34 @@ TEST_F(PooledConnectionTest, thatDiesInsideTheRequestsBodyIsReplacedWithTheWhole
 
 TEST_F(PooledConnectionTest, thatIsFreshIsNotReplaced) {
   server.closeIdleConnections();
-  server.enqueue(Answer().dropConnection(Moment::beforeStatusLine));
-  server.enqueue(Answer(200).body("again"));
+  server.enqueue(MockResponse().dropConnection(Moment::beforeStatusLine));
+  server.enqueue(MockResponse(200).body("again"));
 
   EXPECT_EQ(load("/").code(), URLErrorCode::networkConnectionLost);
 
-  EXPECT_EQ(server.remainingAnswers(), 1u);
+  EXPECT_EQ(server.remainingResponses(), 1u);
 }
 
 TEST_F(PooledConnectionTest, isReplacedOnlyOnce) {
-  server.enqueue(Answer().dropConnection(Moment::beforeStatusLine));
-  server.enqueue(Answer().dropConnection(Moment::beforeStatusLine));
-  server.enqueue(Answer(200).body("third"));
+  server.enqueue(MockResponse().dropConnection(Moment::beforeStatusLine));
+  server.enqueue(MockResponse().dropConnection(Moment::beforeStatusLine));
+  server.enqueue(MockResponse(200).body("third"));
 
   EXPECT_EQ(load("/").code(), URLErrorCode::networkConnectionLost);
   EXPECT_EQ(server.requestCount(), 3);
 }
 
 TEST_F(PooledConnectionTest, thatDiesAfterAnInterimHeadIsNotReplaced) {
-  server.enqueue(Answer(200).interim(103).dropConnection(Moment::beforeStatusLine));
-  server.enqueue(Answer(200).body("again"));
+  server.enqueue(MockResponse(200).interim(103).dropConnection(Moment::beforeStatusLine));
+  server.enqueue(MockResponse(200).body("again"));
 
   EXPECT_NE(load("/").code(), 0);
   EXPECT_EQ(server.requestCount(), 2);
 }
 
 TEST_F(PooledConnectionTest, thatDiesInsideTheHeadIsNotReplaced) {
-  server.enqueue(Answer(200).body("x").dropConnection(Moment::insideHead));
-  server.enqueue(Answer(200).body("again"));
+  server.enqueue(MockResponse(200).body("x").dropConnection(Moment::insideHead));
+  server.enqueue(MockResponse(200).body("again"));
 
   EXPECT_NE(load("/").code(), 0);
   EXPECT_EQ(server.requestCount(), 2);

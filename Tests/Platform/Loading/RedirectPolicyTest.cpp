@@ -37,7 +37,7 @@ URLRequest follow(const URLRequest& sent, int status, std::string_view location,
   const auto decision = decideRedirect(sent, status, location, hops);
   if (const auto* next = std::get_if<URLRequest>(&decision)) return *next;
   const auto* failure = std::get_if<LoadFailure>(&decision);
-  ADD_FAILURE() << "not followed: " << location << ": " << (failure ? failure->message : "taken for the answer");
+  ADD_FAILURE() << "not followed: " << location << ": " << (failure ? failure->message : "taken for the response");
   return sent;
 }
 
@@ -51,21 +51,21 @@ LoadFailure failureFor(const char* from, std::string_view location, int hops = 0
   return failure ? *failure : LoadFailure{0, "no failure"};
 }
 
-bool isAnswer(int status, std::optional<std::string_view> location) {
+bool isResponse(int status, std::optional<std::string_view> location) {
   return std::holds_alternative<RedirectIsAnswer>(decideRedirect(requestTo("http://a/"), status, location, 0));
 }
 
-TEST(RedirectPolicyTest, takesEveryOtherStatusForTheAnswer) {
+TEST(RedirectPolicyTest, takesEveryOtherStatusForTheResponse) {
   for (int status = 200; status < 600; ++status) {
     const bool isFollowed = status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
-    EXPECT_EQ(isAnswer(status, "/next"), !isFollowed) << status;
+    EXPECT_EQ(isResponse(status, "/next"), !isFollowed) << status;
   }
 }
 
-TEST(RedirectPolicyTest, takesARedirectWithoutLocationForTheAnswer) {
-  EXPECT_TRUE(isAnswer(302, std::nullopt));
-  EXPECT_TRUE(isAnswer(302, ""));
-  EXPECT_TRUE(isAnswer(302, " \t"));
+TEST(RedirectPolicyTest, takesARedirectWithoutLocationForTheResponse) {
+  EXPECT_TRUE(isResponse(302, std::nullopt));
+  EXPECT_TRUE(isResponse(302, ""));
+  EXPECT_TRUE(isResponse(302, " \t"));
 }
 
 TEST(RedirectPolicyTest, rewritesTheMethodAsTheStatusSays) {
@@ -230,7 +230,7 @@ TEST(RedirectPolicyTest, takesUserAndPasswordFromTheRequestAlone) {
   EXPECT_EQ(urlAfter("http://me:mine@a/", "http://b/x"), "http://b/x");
 }
 
-TEST(RedirectPolicyTest, takesTheHostBehindTheLastAtSign) {
+TEST(RedirectPolicyTest, takesTheHostAfterTheLastAtSign) {
   EXPECT_EQ(urlAfter("http://trusted/", "http://trusted@evil/"), "http://evil/");
   EXPECT_THAT(follow(withCredentials("http://trusted/"), 302, "http:\\\\trusted@evil/").allHTTPHeaderFields,
               ElementsAre(Pair("Accept", "*/*")));

@@ -3,15 +3,15 @@
 namespace platform {
 namespace {
 
-using corvane::testing::Answer;
+using corvane::testing::MockResponse;
 using corvane::testing::ReceivedRequest;
 using corvane::testing::TestServer;
 
 class RedirectTest : public SessionTest {};
 
-TEST_F(RedirectTest, isFollowedToTheAnswer) {
-  server.enqueue(Answer(302).header("Location", "/next?x=1").body("moved"));
-  server.enqueue(Answer(200).body("here"));
+TEST_F(RedirectTest, isFollowedToTheResponse) {
+  server.enqueue(MockResponse(302).header("Location", "/next?x=1").body("moved"));
+  server.enqueue(MockResponse(200).body("here"));
 
   const Loaded loaded = load("/start");
 
@@ -30,8 +30,8 @@ TEST_F(RedirectTest, rewritesTheMethodAsTheStatusSays) {
   for (const Case& c : {Case{301, "POST", "GET", ""}, Case{302, "POST", "GET", ""}, Case{303, "POST", "GET", ""},
                         Case{303, "PUT", "GET", ""}, Case{307, "POST", "POST", "x"}, Case{308, "PUT", "PUT", "x"},
                         Case{301, "PUT", "PUT", "x"}}) {
-    server.enqueue(Answer(c.status).header("Location", "/next"));
-    server.enqueue(Answer(200));
+    server.enqueue(MockResponse(c.status).header("Location", "/next"));
+    server.enqueue(MockResponse(200));
     load(request(server.url("/"), c.method, Data("x")));
     server.takeRequest();
     const ReceivedRequest second = server.takeRequest();
@@ -41,7 +41,7 @@ TEST_F(RedirectTest, rewritesTheMethodAsTheStatusSays) {
 }
 
 TEST_F(RedirectTest, givesUpAfterTwenty) {
-  server.handleAll([](const ReceivedRequest&) { return Answer(302).header("Location", "/again"); });
+  server.handleAll([](const ReceivedRequest&) { return MockResponse(302).header("Location", "/again"); });
 
   const Loaded loaded = load("/");
 
@@ -51,15 +51,15 @@ TEST_F(RedirectTest, givesUpAfterTwenty) {
 
 TEST_F(RedirectTest, leavesHTTPForNothingElse) {
   for (const char* target : {"ftp://127.0.0.1/", "file:///etc/passwd", "javascript:alert(1)"}) {
-    server.enqueue(Answer(302).header("Location", target));
+    server.enqueue(MockResponse(302).header("Location", target));
     EXPECT_EQ(load("/").code(), URLErrorCode::unsupportedURL) << target;
   }
 }
 
 TEST_F(RedirectTest, takesCredentialsToNoOtherOrigin) {
   TestServer other;
-  server.enqueue(Answer(302).header("Location", other.url("/there")));
-  other.enqueue(Answer(200));
+  server.enqueue(MockResponse(302).header("Location", other.url("/there")));
+  other.enqueue(MockResponse(200));
   URLRequest secret(URL(server.url("/")));
   secret.allHTTPHeaderFields = {{"Authorization", "Bearer x"}, {"Cookie", "a=1"}, {"X-Plain", "1"}};
 
@@ -72,8 +72,8 @@ TEST_F(RedirectTest, takesCredentialsToNoOtherOrigin) {
 }
 
 TEST_F(RedirectTest, keepsCredentialsOnTheSameOrigin) {
-  server.enqueue(Answer(302).header("Location", "/there"));
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse(302).header("Location", "/there"));
+  server.enqueue(MockResponse(200));
   URLRequest secret(URL(server.url("/")));
   secret.allHTTPHeaderFields = {{"Authorization", "Bearer x"}};
 
@@ -83,25 +83,25 @@ TEST_F(RedirectTest, keepsCredentialsOnTheSameOrigin) {
   EXPECT_EQ(server.takeRequest().header("Authorization"), "Bearer x");
 }
 
-TEST_F(RedirectTest, someStatusesAreAnswers) {
+TEST_F(RedirectTest, someStatusesAreResponses) {
   for (int status : {300, 304, 305}) {
-    server.enqueue(Answer(status).header("Location", "/elsewhere"));
+    server.enqueue(MockResponse(status).header("Location", "/elsewhere"));
     EXPECT_EQ(load("/").status(), status);
   }
-  server.enqueue(Answer(302).body("no location"));
+  server.enqueue(MockResponse(302).body("no location"));
   EXPECT_EQ(load("/").body(), "no location");
 }
 
 TEST_F(RedirectTest, doesNotReadALongBodyOnItsWay) {
-  server.enqueue(Answer(302).header("Location", "/next").generatedBody(std::uint64_t{1} << 40));
-  server.enqueue(Answer(200).body("here"));
+  server.enqueue(MockResponse(302).header("Location", "/next").generatedBody(std::uint64_t{1} << 40));
+  server.enqueue(MockResponse(200).body("here"));
 
   EXPECT_EQ(load("/").body(), "here");
 }
 
 TEST_F(RedirectTest, keepsCookiesOnTheWay) {
-  server.enqueue(Answer(302).header("Location", "/next").header("Set-Cookie", "a=1; Path=/"));
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse(302).header("Location", "/next").header("Set-Cookie", "a=1; Path=/"));
+  server.enqueue(MockResponse(200));
 
   load("/");
 

@@ -65,7 +65,7 @@ TEST_F(ResolvingTest, aHundredOfThemHoldNobodyUp) {
   const auto held = loadHeld(100);
   // No more connections to a host than the session begins with; the others wait in front of the resolver.
   ASSERT_TRUE(lookUps.waitForWaiting(64));
-  server.handleAll([](const auto&) { return corvane::testing::Answer(200).body("here"); });
+  server.handleAll([](const auto&) { return corvane::testing::MockResponse(200).body("here"); });
 
   for (int i = 0; i < 20; ++i) EXPECT_EQ(load("/").body(), "here");
 
@@ -81,13 +81,13 @@ TEST_F(ResolvingTest, whatTheResolverSaysLaterTouchesNobody) {
   for (const auto& loading : held) loading->cancel();
   for (const auto& loading : held) EXPECT_EQ(loading->wait().code(), URLErrorCode::cancelled);
   lookUps.release();
-  server.handleAll([](const auto&) { return corvane::testing::Answer(200).body("here"); });
+  server.handleAll([](const auto&) { return corvane::testing::MockResponse(200).body("here"); });
 
   for (int i = 0; i < 20; ++i) EXPECT_EQ(load("/").body(), "here");
 }
 
 TEST_F(ResolvingTest, namesAreServedTogetherAndInTurn) {
-  server.handleAll([](const auto&) { return corvane::testing::Answer(200).body("here"); });
+  server.handleAll([](const auto&) { return corvane::testing::MockResponse(200).body("here"); });
   const URLRequest named(URL(server.url("/", HeldLookUps::localName)));
 
   for (int i = 0; i < 20; ++i) {

@@ -27,7 +27,7 @@ ResponseHead::Result feed(ResponseHead& head, const Lines& lines) {
 }
 
 /// A whole head of a 200 with these field lines, line ends added.
-Lines answerWith(const Lines& fields, const std::string& statusLine = "HTTP/1.1 200 OK") {
+Lines responseWith(const Lines& fields, const std::string& statusLine = "HTTP/1.1 200 OK") {
   Lines lines = {statusLine + "\r\n"};
   for (const std::string& field : fields) lines.push_back(field + "\r\n");
   lines.push_back("\r\n");
@@ -78,7 +78,7 @@ TEST(ResponseHeadTest, takesTheStatusLinesOfEachVersion) {
                                                         {"HTTP/1.1 200 Sch\xF6n: gut", "HTTP/1.1"}}) {
     ResponseHead head;
 
-    EXPECT_EQ(feed(head, answerWith({}, line)), ResponseHead::Result(HeadEvent::complete)) << line;
+    EXPECT_EQ(feed(head, responseWith({}, line)), ResponseHead::Result(HeadEvent::complete)) << line;
 
     EXPECT_EQ(head.httpVersion(), version);
     EXPECT_EQ(head.statusCode(), 200);
@@ -119,7 +119,7 @@ TEST(ResponseHeadTest, refusesAStatusBelowOneHundred) {
 TEST(ResponseHeadTest, passesOnAStatusNobodyDefined) {
   ResponseHead head;
 
-  feed(head, answerWith({}, "HTTP/1.1 999 Request denied"));
+  feed(head, responseWith({}, "HTTP/1.1 999 Request denied"));
 
   EXPECT_TRUE(head.isComplete());
   EXPECT_EQ(head.statusCode(), 999);
@@ -128,11 +128,11 @@ TEST(ResponseHeadTest, passesOnAStatusNobodyDefined) {
 TEST(ResponseHeadTest, dropsInterimHeadsBeforeTheFinalOne) {
   ResponseHead head;
 
-  EXPECT_EQ(feed(head, answerWith({}, "HTTP/1.1 100 Continue")), ResponseHead::Result(HeadEvent::interim));
+  EXPECT_EQ(feed(head, responseWith({}, "HTTP/1.1 100 Continue")), ResponseHead::Result(HeadEvent::interim));
   EXPECT_FALSE(head.isComplete());
-  EXPECT_EQ(feed(head, answerWith({"Link: </style.css>"}, "HTTP/1.1 103 Early Hints")),
+  EXPECT_EQ(feed(head, responseWith({"Link: </style.css>"}, "HTTP/1.1 103 Early Hints")),
             ResponseHead::Result(HeadEvent::interim));
-  EXPECT_EQ(feed(head, answerWith({"X: 1"})), ResponseHead::Result(HeadEvent::complete));
+  EXPECT_EQ(feed(head, responseWith({"X: 1"})), ResponseHead::Result(HeadEvent::complete));
 
   EXPECT_EQ(head.statusCode(), 200);
   EXPECT_THAT(head.fields(), ElementsAre(Pair("X", "1")));
@@ -144,7 +144,7 @@ TEST(ResponseHeadTest, refusesASwitchOfProtocols) {
 
 TEST(ResponseHeadTest, takesTrailersWithoutAddingThemToTheFields) {
   ResponseHead head;
-  feed(head, answerWith({"Transfer-Encoding: chunked", "Trailer: Digest"}));
+  feed(head, responseWith({"Transfer-Encoding: chunked", "Trailer: Digest"}));
 
   EXPECT_EQ(head.consume("Digest: abc\r\n"), ResponseHead::Result(HeadEvent::trailer));
   EXPECT_EQ(head.consume(" folded\r\n"), ResponseHead::Result(HeadEvent::trailer));
@@ -156,8 +156,8 @@ TEST(ResponseHeadTest, takesTrailersWithoutAddingThemToTheFields) {
   EXPECT_TRUE(head.isComplete());
 }
 
-TEST(ResponseHeadTest, refusesASecondHeadBehindTheBody) {
-  Lines lines = answerWith({"Content-Length: 0"});
+TEST(ResponseHeadTest, refusesASecondHeadAfterTheBody) {
+  Lines lines = responseWith({"Content-Length: 0"});
   lines.push_back("HTTP/1.1 200 Smuggled: yes\r\n");
 
   EXPECT_THAT(messageFor(lines), HasSubstr("malformed"));
@@ -188,32 +188,32 @@ TEST(ResponseHeadTest, refusesControlCharactersAnywhere) {
   EXPECT_THAT(messageFor({"HTTP/1.1 200 OK\r\n", "X: a\r\r\n"}), HasSubstr("control character"));
 }
 
-TEST(ResponseHeadTest, refusesABlankBeforeTheColonOfAnyField) {
-  EXPECT_EQ(messageFor(answerWith({"Transfer-Encoding : chunked"})),
+TEST(ResponseHeadTest, refusesASpaceBeforeTheColonOfAnyField) {
+  EXPECT_EQ(messageFor(responseWith({"Transfer-Encoding : chunked"})),
             "the header field \"Transfer-Encoding\" has a blank before its colon");
-  EXPECT_EQ(messageFor(answerWith({"X\t: 1"})), "the header field \"X\" has a blank before its colon");
+  EXPECT_EQ(messageFor(responseWith({"X\t: 1"})), "the header field \"X\" has a blank before its colon");
 }
 
 TEST(ResponseHeadTest, refusesMalformedFieldNames) {
-  EXPECT_THAT(messageFor(answerWith({": value"})), HasSubstr("malformed"));
-  EXPECT_THAT(messageFor(answerWith({"X Y: value"})), HasSubstr("malformed"));
-  EXPECT_THAT(messageFor(answerWith({"X\xE4: value"})), HasSubstr("malformed"));
-  EXPECT_EQ(messageFor(answerWith({"no colon here"})), "the header line \"no colon here\" has no colon");
+  EXPECT_THAT(messageFor(responseWith({": value"})), HasSubstr("malformed"));
+  EXPECT_THAT(messageFor(responseWith({"X Y: value"})), HasSubstr("malformed"));
+  EXPECT_THAT(messageFor(responseWith({"X\xE4: value"})), HasSubstr("malformed"));
+  EXPECT_EQ(messageFor(responseWith({"no colon here"})), "the header line \"no colon here\" has no colon");
 }
 
-TEST(ResponseHeadTest, joinsFoldedLinesWithOneBlank) {
+TEST(ResponseHeadTest, joinsFoldedLinesWithOneSpace) {
   ResponseHead head;
 
-  feed(head, answerWith({"X: one", "  \t two", " ", "\tthree", "Y:", " 1"}));
+  feed(head, responseWith({"X: one", "  \t two", " ", "\tthree", "Y:", " 1"}));
 
   EXPECT_THAT(head.fields(), ElementsAre(Pair("X", "one two three"), Pair("Y", "1")));
 }
 
 TEST(ResponseHeadTest, refusesFoldsThatHideTheFraming) {
-  EXPECT_EQ(messageFor(answerWith({"Transfer-Encoding:", " chunked"})),
+  EXPECT_EQ(messageFor(responseWith({"Transfer-Encoding:", " chunked"})),
             "the header field \"Transfer-Encoding\" is folded");
-  EXPECT_EQ(messageFor(answerWith({"Content-Length: 1", " 2"})), "the header field \"Content-Length\" is folded");
-  EXPECT_THAT(messageFor(answerWith({" X: 1"})), HasSubstr("continues nothing"));
+  EXPECT_EQ(messageFor(responseWith({"Content-Length: 1", " 2"})), "the header field \"Content-Length\" is folded");
+  EXPECT_THAT(messageFor(responseWith({" X: 1"})), HasSubstr("continues nothing"));
 }
 
 TEST(ResponseHeadTest, boundsAllHeadsTogether) {
@@ -229,7 +229,7 @@ TEST(ResponseHeadTest, boundsAllHeadsTogether) {
 }
 
 TEST(ResponseHeadTest, boundsTrailersToo) {
-  Lines lines = answerWith({"Transfer-Encoding: chunked"});
+  Lines lines = responseWith({"Transfer-Encoding: chunked"});
   for (int i = 0; i < 270; ++i) lines.push_back("X: " + std::string(1000, 'x') + "\r\n");
 
   ResponseHead head;
@@ -254,7 +254,7 @@ TEST(ResponseHeadTest, makesOneOfEqualContentLengths) {
                               Lines{"Content-Length: 5 ,\t05", "Content-Length: 5"}}) {
     ResponseHead head;
 
-    EXPECT_EQ(feed(head, answerWith(fields)), ResponseHead::Result(HeadEvent::complete));
+    EXPECT_EQ(feed(head, responseWith(fields)), ResponseHead::Result(HeadEvent::complete));
 
     EXPECT_THAT(head.fields(), ElementsAre(Pair("Content-Length", "5")));
     EXPECT_EQ(head.contentLength(), 5);
@@ -265,63 +265,63 @@ TEST(ResponseHeadTest, makesOneOfEqualContentLengths) {
 TEST(ResponseHeadTest, takesContentLengthsBeyondFourGiB) {
   ResponseHead head;
 
-  feed(head, answerWith({"Content-Length: 5368709120"}));
+  feed(head, responseWith({"Content-Length: 5368709120"}));
 
   EXPECT_EQ(head.contentLength(), std::int64_t{5} << 30);
 }
 
 TEST(ResponseHeadTest, refusesDifferingContentLengths) {
-  EXPECT_EQ(messageFor(answerWith({"Content-Length: 5", "Content-Length: 6"})),
+  EXPECT_EQ(messageFor(responseWith({"Content-Length: 5", "Content-Length: 6"})),
             "the response has differing Content-Length fields");
-  EXPECT_EQ(messageFor(answerWith({"Content-Length: 5, 6"})), "the response has differing Content-Length fields");
+  EXPECT_EQ(messageFor(responseWith({"Content-Length: 5, 6"})), "the response has differing Content-Length fields");
 }
 
 TEST(ResponseHeadTest, refusesContentLengthsThatAreNoNumber) {
   for (const char* value : {"", "-1", "+1", "0x10", "1e3", "5,", ",5", "5 5", "five", "9223372036854775808", "5;"}) {
-    EXPECT_EQ(messageFor(answerWith({std::string("Content-Length: ") + value})),
+    EXPECT_EQ(messageFor(responseWith({std::string("Content-Length: ") + value})),
               "the Content-Length is not a number of bytes")
         << value;
   }
-  EXPECT_EQ(messageFor(answerWith({"Content-Length: 9223372036854775807"})), "accepted");
+  EXPECT_EQ(messageFor(responseWith({"Content-Length: 9223372036854775807"})), "accepted");
 }
 
 TEST(ResponseHeadTest, refusesEveryTransferEncodingButChunked) {
-  EXPECT_EQ(messageFor(answerWith({"Transfer-Encoding: CHUNKED"})), "accepted");
+  EXPECT_EQ(messageFor(responseWith({"Transfer-Encoding: CHUNKED"})), "accepted");
   for (const char* value :
        {"gzip", "gzip, chunked", "chunked, gzip", "identity", "", "chunked, chunked", "xchunked", "chunked;q=1"}) {
-    EXPECT_THAT(messageFor(answerWith({std::string("Transfer-Encoding: ") + value})), HasSubstr("is not \"chunked\""))
+    EXPECT_THAT(messageFor(responseWith({std::string("Transfer-Encoding: ") + value})), HasSubstr("is not \"chunked\""))
         << value;
   }
-  EXPECT_THAT(messageFor(answerWith({"Transfer-Encoding: chunked", "Transfer-Encoding: chunked"})),
+  EXPECT_THAT(messageFor(responseWith({"Transfer-Encoding: chunked", "Transfer-Encoding: chunked"})),
               HasSubstr("is not \"chunked\""));
 }
 
 TEST(ResponseHeadTest, refusesATransferEncodingWhereTheVersionHasNone) {
-  EXPECT_EQ(messageFor(answerWith({"Transfer-Encoding: chunked"}, "HTTP/1.0 200 OK")),
+  EXPECT_EQ(messageFor(responseWith({"Transfer-Encoding: chunked"}, "HTTP/1.0 200 OK")),
             "a Transfer-Encoding has no place in HTTP/1.0");
-  EXPECT_EQ(messageFor(answerWith({"transfer-encoding: chunked"}, "HTTP/2 200")),
+  EXPECT_EQ(messageFor(responseWith({"transfer-encoding: chunked"}, "HTTP/2 200")),
             "a Transfer-Encoding has no place in HTTP/2");
 }
 
 TEST(ResponseHeadTest, refusesATransferEncodingBesideAContentLength) {
-  EXPECT_EQ(messageFor(answerWith({"Content-Length: 5", "Transfer-Encoding: chunked"})),
+  EXPECT_EQ(messageFor(responseWith({"Content-Length: 5", "Transfer-Encoding: chunked"})),
             "the response has both a Transfer-Encoding and a Content-Length");
 }
 
 TEST(ResponseHeadTest, saysHowTheBodyEnds) {
-  EXPECT_EQ(framingOf(answerWith({"Content-Length: 0"})), BodyFraming::length);
-  EXPECT_EQ(framingOf(answerWith({"Transfer-Encoding: chunked"})), BodyFraming::chunked);
-  EXPECT_EQ(framingOf(answerWith({})), BodyFraming::untilClose);
-  EXPECT_EQ(framingOf(answerWith({"Content-Length: 5"}), "HEAD"), BodyFraming::none);
-  EXPECT_EQ(framingOf(answerWith({"Content-Length: 5"}, "HTTP/1.1 304 Not Modified")), BodyFraming::none);
-  EXPECT_EQ(framingOf(answerWith({}, "HTTP/1.1 204 No Content")), BodyFraming::none);
-  EXPECT_EQ(framingOf(answerWith({"Content-Length: 5"}, "HTTP/1.1 206 Partial Content")), BodyFraming::length);
+  EXPECT_EQ(framingOf(responseWith({"Content-Length: 0"})), BodyFraming::length);
+  EXPECT_EQ(framingOf(responseWith({"Transfer-Encoding: chunked"})), BodyFraming::chunked);
+  EXPECT_EQ(framingOf(responseWith({})), BodyFraming::untilClose);
+  EXPECT_EQ(framingOf(responseWith({"Content-Length: 5"}), "HEAD"), BodyFraming::none);
+  EXPECT_EQ(framingOf(responseWith({"Content-Length: 5"}, "HTTP/1.1 304 Not Modified")), BodyFraming::none);
+  EXPECT_EQ(framingOf(responseWith({}, "HTTP/1.1 204 No Content")), BodyFraming::none);
+  EXPECT_EQ(framingOf(responseWith({"Content-Length: 5"}, "HTTP/1.1 206 Partial Content")), BodyFraming::length);
 }
 
 TEST(ResponseHeadTest, refusesMoreThanFiveContentCodings) {
-  EXPECT_EQ(messageFor(answerWith({"Content-Encoding: gzip, gzip, gzip", "Content-Encoding: gzip,, gzip"})),
+  EXPECT_EQ(messageFor(responseWith({"Content-Encoding: gzip, gzip, gzip", "Content-Encoding: gzip,, gzip"})),
             "accepted");
-  EXPECT_EQ(messageFor(answerWith({"Content-Encoding: gzip, gzip, gzip", "Content-Encoding: gzip, gzip, br"})),
+  EXPECT_EQ(messageFor(responseWith({"Content-Encoding: gzip, gzip, gzip", "Content-Encoding: gzip, gzip, br"})),
             "the response has 6 content codings, more than 5");
 }
 
@@ -337,11 +337,11 @@ TEST(ResponseHeadTest, staysFailed) {
 
 TEST(ResponseHeadTest, servesAnotherResponseAfterAReset) {
   ResponseHead head("HEAD");
-  feed(head, answerWith({"X: 1", "Content-Length: 7"}));
+  feed(head, responseWith({"X: 1", "Content-Length: 7"}));
   head.reset("GET");
   EXPECT_FALSE(head.hasBegun());
 
-  feed(head, answerWith({"Y: 2"}, "HTTP/2 201"));
+  feed(head, responseWith({"Y: 2"}, "HTTP/2 201"));
 
   EXPECT_EQ(head.statusCode(), 201);
   EXPECT_EQ(head.framing(), BodyFraming::untilClose);

@@ -9,9 +9,9 @@
 namespace platform {
 namespace {
 
-using corvane::testing::Answer;
 using corvane::testing::Certificate;
 using corvane::testing::CertificateAuthority;
+using corvane::testing::MockResponse;
 using corvane::testing::Moment;
 using corvane::testing::ReceivedRequest;
 using corvane::testing::ServerOptions;
@@ -46,7 +46,7 @@ class ServerTrustTest : public ::testing::Test {
 
 TEST_F(ServerTrustTest, acceptsAChainToARegisteredAnchor) {
   TestServer server(Tls(authority.issue({.dnsNames = {"localhost"}})));
-  server.enqueue(Answer(200).body("secret"));
+  server.enqueue(MockResponse(200).body("secret"));
   trustAuthority();
 
   const Loaded loaded = load(server);
@@ -70,7 +70,7 @@ TEST_F(ServerTrustTest, sendsNothingToAServerItDoesNotTrust) {
 
 TEST_F(ServerTrustTest, asksForEachConnectionAndNotForEachRequest) {
   TestServer server(Tls(authority.issue({.dnsNames = {"localhost"}})));
-  server.handleAll([](const ReceivedRequest&) { return Answer(200).body("x"); });
+  server.handleAll([](const ReceivedRequest&) { return MockResponse(200).body("x"); });
   trustAuthority();
 
   for (int i = 0; i < 3; ++i) EXPECT_EQ(load(server).body(), "x");
@@ -81,7 +81,7 @@ TEST_F(ServerTrustTest, asksForEachConnectionAndNotForEachRequest) {
 
 TEST_F(ServerTrustTest, asksAgainForANewConnection) {
   TestServer server(Tls(authority.issue({.dnsNames = {"localhost"}})));
-  server.handleAll([](const ReceivedRequest&) { return Answer(200).body("x").closeConnection(); });
+  server.handleAll([](const ReceivedRequest&) { return MockResponse(200).body("x").closeConnection(); });
   trustAuthority();
 
   for (int i = 0; i < 3; ++i) EXPECT_EQ(load(server).body(), "x");
@@ -91,7 +91,7 @@ TEST_F(ServerTrustTest, asksAgainForANewConnection) {
 
 TEST_F(ServerTrustTest, sendsABodyAfterTheDecision) {
   TestServer server(Tls(authority.issue({.dnsNames = {"localhost"}})));
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse(200));
   trustAuthority();
   const std::string body = corvane::testing::generatedBytes(4 << 20);
   URLRequest upload(URL(server.url("/", "localhost")));
@@ -106,7 +106,7 @@ TEST_F(ServerTrustTest, sendsABodyAfterTheDecision) {
 TEST_F(ServerTrustTest, worksWithBothVersionsOfTLS) {
   for (const auto version : {corvane::testing::TlsVersion::v1_2, corvane::testing::TlsVersion::v1_3}) {
     TestServer server(Tls(authority.issue({.dnsNames = {"localhost"}})).versions(version, version));
-    server.enqueue(Answer(200).body("x"));
+    server.enqueue(MockResponse(200).body("x"));
     trustAuthority();
     EXPECT_EQ(load(server).body(), "x");
   }
@@ -147,7 +147,7 @@ TEST_F(ServerTrustTest, checksTheHostEvenWhenTheDelegateDoesNot) {
 TEST_F(ServerTrustTest, anIPAddressMatchesAnAddressEntryOnly) {
   TestServer named(Tls(authority.issue({.dnsNames = {"localhost"}})));
   TestServer addressed(Tls(authority.issue({.ipAddresses = {"127.0.0.1"}})));
-  addressed.enqueue(Answer(200).body("x"));
+  addressed.enqueue(MockResponse(200).body("x"));
   trustAuthority();
 
   EXPECT_EQ(load(named, "127.0.0.1").code(), URLErrorCode::serverCertificateUntrusted);
@@ -159,7 +159,7 @@ TEST_F(ServerTrustTest, aMissingIntermediateIsNotTrusted) {
   const Certificate leaf = intermediate.issue({.dnsNames = {"localhost"}});
   TestServer complete{Tls(leaf)};
   TestServer incomplete{Tls(leaf.withoutIntermediates())};
-  complete.enqueue(Answer(200).body("x"));
+  complete.enqueue(MockResponse(200).body("x"));
   trustAuthority();
 
   EXPECT_EQ(load(complete).body(), "x");
@@ -179,8 +179,8 @@ TEST_F(ServerTrustTest, theApplicationMayRefuse) {
 TEST_F(ServerTrustTest, aBusyDelegateQueueHoldsUpOnlyWhatWaitsForIt) {
   TestServer server(Tls(authority.issue({.dnsNames = {"localhost"}})));
   TestServer plain;
-  server.enqueue(Answer(200).body("secret"));
-  plain.enqueue(Answer(200).body("plain"));
+  server.enqueue(MockResponse(200).body("secret"));
+  plain.enqueue(MockResponse(200).body("plain"));
   const DispatchQueue queue("test.busy");
   session = URLSession::make({}, std::make_shared<AnchorDelegate>(authority.certificate().der()), queue);
   std::promise<void> release;
@@ -218,31 +218,31 @@ class PendingTrustTest : public ServerTrustTest {
   }
 
   std::shared_ptr<SilentDelegate> silent = std::make_shared<SilentDelegate>();
-  corvane::testing::Gate reset;
+  corvane::testing::Latch reset;
   TestServer server{Tls(authority.issue({.dnsNames = {"localhost"}})).resetHandshakesWhenOpen(reset)};
 };
 
 TEST_F(PendingTrustTest, canBeCancelled) {
   Load waiting(session, request());
   waiting.resume();
-  const auto answer = silent->asked.wait();
+  const auto decide = silent->asked.wait();
 
   waiting.cancel();
 
   EXPECT_EQ(waiting.wait().code(), URLErrorCode::cancelled);
-  answer(AuthChallengeDisposition::performDefaultHandling);
+  decide(AuthChallengeDisposition::performDefaultHandling);
   EXPECT_EQ(server.headCount(), 0);
 }
 
 TEST_F(PendingTrustTest, isNotTheServersIdleness) {
-  server.handleAll([](const ReceivedRequest&) { return Answer(200).closeConnection().body("x"); });
+  server.handleAll([](const ReceivedRequest&) { return MockResponse(200).closeConnection().body("x"); });
   TestServer idle;
-  idle.handleAll([](const ReceivedRequest&) { return Answer(200).stall(Moment::beforeStatusLine); });
+  idle.handleAll([](const ReceivedRequest&) { return MockResponse(200).stall(Moment::beforeStatusLine); });
   Load asking(session, request(0.5));
   Load sharing(session, request(0.5));  // waits to see whether it can use the same connection
   asking.resume();
   sharing.resume();
-  const auto answer = silent->asked.wait();
+  const auto decide = silent->asked.wait();
   // While this one passes its time-out, more than twice as long, theirs would have passed.
   const auto plain = URLSession::make({}, nullptr, DispatchQueue("test.plain"));
   EXPECT_EQ(Load(plain, URLRequest(URL(idle.url()), URLRequestCachePolicy::useProtocolCachePolicy, 1.2))
@@ -253,7 +253,7 @@ TEST_F(PendingTrustTest, isNotTheServersIdleness) {
   EXPECT_FALSE(asking.isDone());
   EXPECT_FALSE(sharing.isDone());
 
-  answer(AuthChallengeDisposition::useCredential);
+  decide(AuthChallengeDisposition::useCredential);
 
   EXPECT_EQ(asking.wait().body(), "x");
   // Over HTTP/1 it needs a connection of its own, which is judged in its turn.
@@ -262,7 +262,7 @@ TEST_F(PendingTrustTest, isNotTheServersIdleness) {
 }
 
 TEST_F(PendingTrustTest, letsTheTimeOutRunAgainAfterwards) {
-  server.enqueue(Answer(200).stall(Moment::beforeStatusLine));
+  server.enqueue(MockResponse(200).stall(Moment::beforeStatusLine));
   Load loading(session, request(0.2));
   loading.resume();
 
@@ -274,12 +274,12 @@ TEST_F(PendingTrustTest, letsTheTimeOutRunAgainAfterwards) {
 TEST_F(PendingTrustTest, endsWhenTheServerResetsTheConnection) {
   Load loading(session, request());
   loading.resume();
-  const auto answer = silent->asked.wait();
+  const auto decide = silent->asked.wait();
 
   reset.open();
 
   EXPECT_EQ(loading.wait().code(), URLErrorCode::secureConnectionFailed);
-  answer(AuthChallengeDisposition::useCredential);
+  decide(AuthChallengeDisposition::useCredential);
   EXPECT_EQ(loading.completions(), 1);
 }
 
@@ -287,7 +287,7 @@ class BrokenHandshakeTest : public ServerTrustTest, public ::testing::WithParamI
 
 TEST_P(BrokenHandshakeTest, isAFailureToSecureTheConnection) {
   TestServer server(Tls(authority.issue({.dnsNames = {"localhost"}})));
-  server.enqueue(Answer().end(GetParam(), Moment::onAccept));
+  server.enqueue(MockResponse().end(GetParam(), Moment::onAccept));
   trustAuthority();
 
   const Loaded loaded = load(server);
@@ -309,7 +309,7 @@ INSTANTIATE_TEST_SUITE_P(, BrokenHandshakeTest,
 TEST_F(ServerTrustTest, refusesAStreamThatEndsWithoutItsClosingAlert) {
   TestServer server(Tls(authority.issue({.dnsNames = {"localhost"}})));
   trustAuthority();
-  server.enqueue(Answer(200).body("until the end").untilClose().dropConnection(Moment::afterAnswer));
+  server.enqueue(MockResponse(200).body("until the end").untilClose().dropConnection(Moment::afterResponse));
 
   const Loaded loaded = load(server);
 
@@ -319,7 +319,7 @@ TEST_F(ServerTrustTest, refusesAStreamThatEndsWithoutItsClosingAlert) {
 TEST_F(ServerTrustTest, acceptsAStreamThatEndsWithItsClosingAlert) {
   TestServer server(Tls(authority.issue({.dnsNames = {"localhost"}})));
   trustAuthority();
-  server.enqueue(Answer(200).body("until the end").untilClose());
+  server.enqueue(MockResponse(200).body("until the end").untilClose());
 
   EXPECT_EQ(load(server).body(), "until the end");
 }
@@ -328,7 +328,7 @@ TEST_F(ServerTrustTest, aRedirectNeverLeadsFromHTTPSToHTTP) {
   TestServer server(Tls(authority.issue({.dnsNames = {"localhost"}})));
   TestServer plain;
   trustAuthority();
-  server.enqueue(Answer(302).header("Location", plain.url("/")));
+  server.enqueue(MockResponse(302).header("Location", plain.url("/")));
 
   EXPECT_NE(load(server).code(), 0);
   EXPECT_EQ(plain.connectionCount(), 0);

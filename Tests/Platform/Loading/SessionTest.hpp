@@ -111,7 +111,7 @@ class SessionTest : public ::testing::Test {
  protected:
   Loaded load(URLRequest request) { return Load(session, std::move(request)).resume().wait(); }
   Loaded load(std::string_view target) { return load(URLRequest(server.url(target))); }
-  Loaded answer(corvane::testing::Answer scripted) {
+  Loaded loadMock(corvane::testing::MockResponse scripted) {
     server.enqueue(std::move(scripted));
     return load("/");
   }

@@ -3,7 +3,7 @@
 namespace platform {
 namespace {
 
-using corvane::testing::Answer;
+using corvane::testing::MockResponse;
 using corvane::testing::Moment;
 using Clock = std::chrono::steady_clock;
 
@@ -23,7 +23,7 @@ class TimeoutTest : public SessionTest {
 // The upper bounds are wide, since a machine may stand still; that it is not early is exact.
 
 TEST_F(TimeoutTest, endsAWaitForTheFirstByte) {
-  server.enqueue(Answer(200).stall(Moment::beforeStatusLine));
+  server.enqueue(MockResponse(200).stall(Moment::beforeStatusLine));
 
   const Timed timed = loadTimed(0.3);
 
@@ -33,7 +33,7 @@ TEST_F(TimeoutTest, endsAWaitForTheFirstByte) {
 }
 
 TEST_F(TimeoutTest, endsAWaitInsideTheBody) {
-  server.enqueue(Answer(200).body("0123456789").stall(Moment::insideBody, 5));
+  server.enqueue(MockResponse(200).body("0123456789").stall(Moment::insideBody, 5));
 
   const Timed timed = loadTimed(0.3);
 
@@ -45,7 +45,7 @@ TEST_F(TimeoutTest, endsAWaitInsideTheBody) {
 
 TEST_F(TimeoutTest, countsIdlenessAndNotTheWhole) {
   // 20 bytes, one every 50 ms: longer in all than the time-out, never idle for that long.
-  server.enqueue(Answer(200).body(std::string(20, 'x')).throttle(1, std::chrono::milliseconds(50)));
+  server.enqueue(MockResponse(200).body(std::string(20, 'x')).throttle(1, std::chrono::milliseconds(50)));
 
   const Timed timed = loadTimed(0.6);
 
@@ -55,9 +55,9 @@ TEST_F(TimeoutTest, countsIdlenessAndNotTheWhole) {
 
 TEST_F(TimeoutTest, waitingForAConnectionDoesNotCount) {
   session = makeSession({.httpMaximumConnectionsPerHost = 1});
-  corvane::testing::Gate gate;
-  server.enqueue(Answer(200).body("first").hold(Moment::beforeStatusLine, gate));
-  server.enqueue(Answer(200).body("second"));
+  corvane::testing::Latch latch;
+  server.enqueue(MockResponse(200).body("first").hold(Moment::beforeStatusLine, latch));
+  server.enqueue(MockResponse(200).body("second"));
   Load first(session, URLRequest(URL(server.url("/first"))));
   Load second(session, URLRequest(URL(server.url("/second")), URLRequestCachePolicy::useProtocolCachePolicy, 0.2));
   first.resume();
@@ -70,24 +70,24 @@ TEST_F(TimeoutTest, waitingForAConnectionDoesNotCount) {
           .state(),
       URLSessionTask::State::suspended);
   corvane::testing::TestServer slow;
-  slow.enqueue(Answer(200).stall(Moment::beforeStatusLine));
+  slow.enqueue(MockResponse(200).stall(Moment::beforeStatusLine));
   EXPECT_EQ(Load(makeSession(), URLRequest(URL(slow.url("/")), URLRequestCachePolicy::useProtocolCachePolicy, 0.5))
                 .resume()
                 .wait()
                 .code(),
             URLErrorCode::timedOut);
 
-  gate.open();
+  latch.open();
 
   EXPECT_EQ(first.wait().body(), "first");
   EXPECT_EQ(second.wait().body(), "second");
 }
 
 TEST_F(TimeoutTest, endsAConnectThatIsNotAnswered) {
-  // A listener whose backlog is full answers nothing on this address; the handshake of TLS is simpler to stall.
-  server.enqueue(Answer(200));
+  // A listener whose backlog is full responses nothing on this address; the handshake of TLS is simpler to stall.
+  server.enqueue(MockResponse(200));
   corvane::testing::TestServer silent;
-  silent.handleAll([](const auto&) { return Answer(200).stall(Moment::onAccept); });
+  silent.handleAll([](const auto&) { return MockResponse(200).stall(Moment::onAccept); });
   const auto start = Clock::now();
   // The server waits for an HTTP request while the client waits for a ServerHello.
   const Loaded loaded =
@@ -98,8 +98,8 @@ TEST_F(TimeoutTest, endsAConnectThatIsNotAnswered) {
 }
 
 TEST_F(TimeoutTest, leavesTheSessionUsable) {
-  server.enqueue(Answer(200).stall(Moment::beforeStatusLine));
-  server.enqueue(Answer(200).body("fine"));
+  server.enqueue(MockResponse(200).stall(Moment::beforeStatusLine));
+  server.enqueue(MockResponse(200).body("fine"));
   loadTimed(0.1);
 
   EXPECT_EQ(load("/").body(), "fine");

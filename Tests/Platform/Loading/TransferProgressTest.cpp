@@ -5,9 +5,9 @@
 namespace platform {
 namespace {
 
-using corvane::testing::Answer;
-using corvane::testing::Gate;
 using corvane::testing::generatedBytes;
+using corvane::testing::Latch;
+using corvane::testing::MockResponse;
 using corvane::testing::Moment;
 using corvane::testing::ReceivedRequest;
 using ::testing::IsEmpty;
@@ -15,9 +15,12 @@ using ::testing::SizeIs;
 
 class TransferProgressTest : public TransferTest {
  protected:
-  /// Of an answer that comes in three steps: 100 bytes, 100 more, and the rest of 300.
-  Answer inSteps() {
-    return Answer(200).generatedBody(300).hold(Moment::insideBody, first, 100).hold(Moment::insideBody, second, 200);
+  /// Of a response that comes in three steps: 100 bytes, 100 more, and the rest of 300.
+  MockResponse inSteps() {
+    return MockResponse(200)
+        .generatedBody(300)
+        .hold(Moment::insideBody, first, 100)
+        .hold(Moment::insideBody, second, 200);
   }
   static void expectInOrder(const std::vector<ProgressLog::Call>& calls) {
     for (std::size_t i = 1; i < calls.size(); ++i) {
@@ -27,8 +30,8 @@ class TransferProgressTest : public TransferTest {
   }
   URLRequest toServer(std::string method = "GET") { return request(server.url("/"), std::move(method)); }
 
-  Gate first;
-  Gate second;
+  Latch first;
+  Latch second;
 };
 
 TEST_F(TransferProgressTest, ofADownloadTellsEachStepWithItsByteCounts) {
@@ -55,8 +58,8 @@ TEST_F(TransferProgressTest, ofADownloadTellsEachStepWithItsByteCounts) {
   }
 }
 
-TEST_F(TransferProgressTest, ofADataTaskCountsTheAnswer) {
-  server.enqueue(Answer(200).body("12345"));
+TEST_F(TransferProgressTest, ofADataTaskCountsTheResponse) {
+  server.enqueue(MockResponse(200).body("12345"));
   Load load(session, request(server.url("/"), "POST", Data("not counted")));
   const ProgressLog log(load.task());
 
@@ -67,7 +70,8 @@ TEST_F(TransferProgressTest, ofADataTaskCountsTheAnswer) {
 }
 
 TEST_F(TransferProgressTest, withoutATotalHasNoFractionUntilItIsDone) {
-  server.enqueue(Answer(200).chunked({generatedBytes(100), generatedBytes(200)}).hold(Moment::insideBody, first, 105));
+  server.enqueue(
+      MockResponse(200).chunked({generatedBytes(100), generatedBytes(200)}).hold(Moment::insideBody, first, 105));
   Download download(session, toServer());
   const ProgressLog log(download.task());
   download.resume();
@@ -88,7 +92,7 @@ TEST_F(TransferProgressTest, withoutATotalHasNoFractionUntilItIsDone) {
 }
 
 TEST_F(TransferProgressTest, ofAnEmptyBodyIsToldOnceAtItsEnd) {
-  for (const Answer& empty : {Answer(200), Answer(204), Answer(200).untilClose()}) {
+  for (const MockResponse& empty : {MockResponse(200), MockResponse(204), MockResponse(200).untilClose()}) {
     server.enqueue(empty);
     Download download(session, toServer());
     const ProgressLog log(download.task());
@@ -103,7 +107,7 @@ TEST_F(TransferProgressTest, ofAnEmptyBodyIsToldOnceAtItsEnd) {
 }
 
 TEST_F(TransferProgressTest, endsWithAFractionOfOneBeforeTheCompletionAndIsQuietAfterIt) {
-  server.handleAll([](const ReceivedRequest&) { return Answer(200).generatedBody(4 << 20); });
+  server.handleAll([](const ReceivedRequest&) { return MockResponse(200).generatedBody(4 << 20); });
   for (int round = 0; round < 10; ++round) {
     auto told = std::make_shared<std::atomic<int>>(0);
     auto toldAtCompletion = std::make_shared<std::atomic<int>>(-1);
@@ -128,7 +132,7 @@ TEST_F(TransferProgressTest, endsWithAFractionOfOneBeforeTheCompletionAndIsQuiet
 
 TEST_F(TransferProgressTest, tellsLaterWhatItHeldBack) {
   // Many pieces in a moment, and then nothing: what was held back has to be told without a further byte.
-  server.enqueue(Answer(200).generatedBody(8 << 20).hold(Moment::insideBody, first, (8 << 20) - 1));
+  server.enqueue(MockResponse(200).generatedBody(8 << 20).hold(Moment::insideBody, first, (8 << 20) - 1));
   Download download(session, toServer());
   const ProgressLog log(download.task());
   download.resume();
@@ -143,7 +147,7 @@ TEST_F(TransferProgressTest, tellsLaterWhatItHeldBack) {
 
 TEST_F(TransferProgressTest, isToldOnceInEachIntervalAndAtTheEnd) {
   using Clock = std::chrono::steady_clock;
-  server.enqueue(Answer(200).generatedBody(64 << 20));
+  server.enqueue(MockResponse(200).generatedBody(64 << 20));
   Download download(session, toServer());
   const ProgressLog log(download.task());
   const auto begin = Clock::now();
@@ -158,7 +162,7 @@ TEST_F(TransferProgressTest, isToldOnceInEachIntervalAndAtTheEnd) {
 }
 
 TEST_F(TransferProgressTest, ofAnUploadCountsWhatWasSent) {
-  server.handleAll([](const ReceivedRequest&) { return Answer(200).body("an answer that is not counted"); });
+  server.handleAll([](const ReceivedRequest&) { return MockResponse(200).body("an answer that is not counted"); });
   for (const std::size_t size : std::initializer_list<std::size_t>{0, 1, 70'000, 4 << 20}) {
     const auto count = static_cast<std::int64_t>(size);
     Upload fromMemory(session, toServer("POST"), Data(generatedBytes(size)));
@@ -179,7 +183,7 @@ TEST_F(TransferProgressTest, ofAnUploadCountsWhatWasSent) {
 TEST_F(TransferProgressTest, ofAnUploadIsNotDoneBeforeTheServerReadsOn) {
   constexpr std::size_t size = 64 << 20;  // more than the buffers of any socket
   server.discardBodies();
-  server.enqueue(Answer(200).hold(Moment::insideRequestBody, first, 1));
+  server.enqueue(MockResponse(200).hold(Moment::insideRequestBody, first, 1));
   Upload upload(session, toServer("POST"), Data(generatedBytes(size)));
   const ProgressLog log(upload.task());
   upload.resume();
@@ -196,8 +200,8 @@ TEST_F(TransferProgressTest, ofAnUploadIsNotDoneBeforeTheServerReadsOn) {
 
 TEST_F(TransferProgressTest, ofAnUploadThatIsRedirectedDoesNotGoBack) {
   for (const int status : {307, 303}) {
-    server.enqueue(Answer(status).header("Location", "/next"));
-    server.enqueue(Answer(200).body("done"));
+    server.enqueue(MockResponse(status).header("Location", "/next"));
+    server.enqueue(MockResponse(200).body("done"));
     Upload upload(session, toServer("PUT"), file("body", generatedBytes(4 << 20)));
     const ProgressLog log(upload.task());
 
@@ -210,8 +214,8 @@ TEST_F(TransferProgressTest, ofAnUploadThatIsRedirectedDoesNotGoBack) {
 }
 
 TEST_F(TransferProgressTest, ofADownloadDoesNotCountTheBodiesOfRedirects) {
-  server.enqueue(Answer(302).header("Location", "/next").body(std::string(20'000, 'r')));
-  server.enqueue(Answer(200).body("12345"));
+  server.enqueue(MockResponse(302).header("Location", "/next").body(std::string(20'000, 'r')));
+  server.enqueue(MockResponse(200).body("12345"));
   Download download(session, toServer());
   const ProgressLog log(download.task());
 
@@ -222,7 +226,7 @@ TEST_F(TransferProgressTest, ofADownloadDoesNotCountTheBodiesOfRedirects) {
 }
 
 TEST_F(TransferProgressTest, ofADownloadThatFailsIsNotDone) {
-  server.enqueue(Answer(200).generatedBody(1000).dropConnection(Moment::insideBody));
+  server.enqueue(MockResponse(200).generatedBody(1000).dropConnection(Moment::insideBody));
   Download download(session, toServer());
   const ProgressLog log(download.task());
 
@@ -297,7 +301,7 @@ TEST_F(TransferProgressTest, anObserverThatComesLateHearsTheRest) {
 }
 
 TEST_F(TransferProgressTest, outlivesItsTask) {
-  server.enqueue(Answer(200).body("12345"));
+  server.enqueue(MockResponse(200).body("12345"));
   std::shared_ptr<Progress> progress;
   {
     Download download(session, toServer());

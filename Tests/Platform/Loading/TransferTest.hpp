@@ -88,7 +88,7 @@ class TransferTest : public SessionTest {
  protected:
   Downloaded download(URLRequest request) { return Download(session, std::move(request)).resume().wait(); }
   Downloaded download(std::string_view target) { return download(URLRequest(URL(server.url(target)))); }
-  Downloaded downloadOf(corvane::testing::Answer scripted) {
+  Downloaded downloadOf(corvane::testing::MockResponse scripted) {
     server.enqueue(std::move(scripted));
     return download("/");
   }

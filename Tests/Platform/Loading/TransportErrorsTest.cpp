@@ -141,7 +141,7 @@ std::filesystem::path documentation() {
 
 using Row = std::vector<std::string>;
 
-/// The rows of the table behind a heading, without their back-quotes.
+/// The rows of the table after a heading, without their back-quotes.
 std::vector<Row> rowsBelow(const std::string& heading) {
   std::ifstream file(documentation());
   EXPECT_TRUE(file) << "there is no " << documentation();

@@ -6,11 +6,11 @@
 namespace platform {
 namespace {
 
-HTTPURLResponse answer(HTTPHeaderFields fields, const char* url = "http://example.com/a/b") {
+HTTPURLResponse httpResponse(HTTPHeaderFields fields, const char* url = "http://example.com/a/b") {
   return HTTPURLResponse(URL(url), 200, "HTTP/1.1", std::move(fields));
 }
 
-HTTPURLResponse ofType(const char* contentType) { return answer({{"Content-Type", contentType}}); }
+HTTPURLResponse ofType(const char* contentType) { return httpResponse({{"Content-Type", contentType}}); }
 
 TEST(URLResponseTest, keepsWhatItIsMadeOf) {
   const URLResponse response(URL("file:///tmp/a.txt"), "text/plain", 12, "utf-8");
@@ -61,24 +61,25 @@ TEST(HTTPURLResponseTest, takesTheLastWellFormedTypeOfSeveral) {
   fields.add("content-type", "text/plain");
   fields.add("Content-Type", "nonsense");
 
-  EXPECT_EQ(answer(fields).mimeType(), "text/plain");
-  EXPECT_EQ(answer(fields).textEncodingName(), std::nullopt);
+  EXPECT_EQ(httpResponse(fields).mimeType(), "text/plain");
+  EXPECT_EQ(httpResponse(fields).textEncodingName(), std::nullopt);
 }
 
 TEST(HTTPURLResponseTest, readsTheExpectedLength) {
-  EXPECT_EQ(answer({{"Content-Length", "42"}}).expectedContentLength(), 42);
-  EXPECT_EQ(answer({{"content-length", "0"}}).expectedContentLength(), 0);
-  EXPECT_EQ(answer({{"Content-Length", "5, 5"}}).expectedContentLength(), 5);
-  EXPECT_EQ(answer({}).expectedContentLength(), URLResponse::unknownLength);
+  EXPECT_EQ(httpResponse({{"Content-Length", "42"}}).expectedContentLength(), 42);
+  EXPECT_EQ(httpResponse({{"content-length", "0"}}).expectedContentLength(), 0);
+  EXPECT_EQ(httpResponse({{"Content-Length", "5, 5"}}).expectedContentLength(), 5);
+  EXPECT_EQ(httpResponse({}).expectedContentLength(), URLResponse::unknownLength);
   for (const char* length : {"-1", "five", "5, 6", "99999999999999999999", ""}) {
-    EXPECT_EQ(answer({{"Content-Length", length}}).expectedContentLength(), -1) << length;
+    EXPECT_EQ(httpResponse({{"Content-Length", length}}).expectedContentLength(), -1) << length;
   }
 }
 
 TEST(HTTPURLResponseTest, suggestsTheNameInItsDisposition) {
-  EXPECT_EQ(answer({{"Content-Disposition", "attachment; filename=\"report.pdf\""}}).suggestedFilename(), "report.pdf");
-  EXPECT_EQ(answer({}, "http://example.com/a/data.csv?x=1").suggestedFilename(), "data.csv");
-  EXPECT_EQ(answer({{"Content-Type", "application/json"}}, "http://example.com/users").suggestedFilename(),
+  EXPECT_EQ(httpResponse({{"Content-Disposition", "attachment; filename=\"report.pdf\""}}).suggestedFilename(),
+            "report.pdf");
+  EXPECT_EQ(httpResponse({}, "http://example.com/a/data.csv?x=1").suggestedFilename(), "data.csv");
+  EXPECT_EQ(httpResponse({{"Content-Type", "application/json"}}, "http://example.com/users").suggestedFilename(),
             "users.json");
 }
 

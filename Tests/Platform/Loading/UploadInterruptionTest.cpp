@@ -3,7 +3,7 @@
 namespace platform {
 namespace {
 
-using corvane::testing::Answer;
+using corvane::testing::MockResponse;
 using corvane::testing::Moment;
 
 /// What servers do while the body is still on its way to them. Far more of it than the system takes at once.
@@ -17,7 +17,7 @@ class UploadInterruptionTest : public TransferTest {
 };
 
 TEST_F(UploadInterruptionTest, endsWhenTheServerSaysNothingMoreAndReadsOn) {
-  server.enqueue(Answer(200).halfClose(Moment::insideRequestBody));
+  server.enqueue(MockResponse(200).halfClose(Moment::insideRequestBody));
 
   const Loaded loaded = put("/");
 
@@ -25,7 +25,7 @@ TEST_F(UploadInterruptionTest, endsWhenTheServerSaysNothingMoreAndReadsOn) {
 }
 
 TEST_F(UploadInterruptionTest, ofBytesEndsTheSameWay) {
-  server.enqueue(Answer(200).halfClose(Moment::insideRequestBody));
+  server.enqueue(MockResponse(200).halfClose(Moment::insideRequestBody));
 
   const Loaded loaded = upload(request(server.url("/"), "POST"), Data(std::string(size, 'x')));
 
@@ -33,7 +33,7 @@ TEST_F(UploadInterruptionTest, ofBytesEndsTheSameWay) {
 }
 
 TEST_F(UploadInterruptionTest, deliversAnEarlySuccessOfAServerThatThenSaysNothingMore) {
-  server.enqueue(Answer(200).body("enough").beforeRequestBody().halfClose(Moment::afterAnswer));
+  server.enqueue(MockResponse(200).body("enough").beforeRequestBody().halfClose(Moment::afterResponse));
 
   const Loaded loaded = put("/");
 
@@ -43,7 +43,7 @@ TEST_F(UploadInterruptionTest, deliversAnEarlySuccessOfAServerThatThenSaysNothin
 }
 
 TEST_F(UploadInterruptionTest, deliversAnEarlySuccessOfAServerThatReadsOn) {
-  server.enqueue(Answer(200).body("thanks").beforeRequestBody());
+  server.enqueue(MockResponse(200).body("thanks").beforeRequestBody());
 
   const Loaded loaded = put("/");
 
@@ -54,7 +54,7 @@ TEST_F(UploadInterruptionTest, deliversAnEarlySuccessOfAServerThatReadsOn) {
 
 TEST_F(UploadInterruptionTest, isLostWhenTheServerEndsTheConnection) {
   for (const auto ending : {corvane::testing::Ending::close, corvane::testing::Ending::reset}) {
-    server.enqueue(Answer(200).end(ending, Moment::insideRequestBody));
+    server.enqueue(MockResponse(200).end(ending, Moment::insideRequestBody));
 
     EXPECT_EQ(put("/").code(), URLErrorCode::networkConnectionLost);
   }

@@ -7,9 +7,9 @@
 namespace platform {
 namespace {
 
-using corvane::testing::Answer;
-using corvane::testing::Gate;
 using corvane::testing::generatedBytes;
+using corvane::testing::Latch;
+using corvane::testing::MockResponse;
 using corvane::testing::Moment;
 using corvane::testing::ReceivedRequest;
 using corvane::testing::TestServer;
@@ -26,7 +26,7 @@ class UploadTaskTest : public TransferTest {
 };
 
 TEST_F(UploadTaskTest, sendsBytesOfAnyNumberFromMemoryAndFromAFileWithTheirLength) {
-  server.handleAll([](const ReceivedRequest&) { return Answer(201).body("stored"); });
+  server.handleAll([](const ReceivedRequest&) { return MockResponse(201).body("stored"); });
   for (const std::size_t size : {0u, 1u, 65'536u, 65'537u, 5u << 20}) {
     const std::string bytes = generatedBytes(size);
     for (const std::string method : {"POST", "PUT", "PATCH"}) {
@@ -45,7 +45,7 @@ TEST_F(UploadTaskTest, sendsBytesOfAnyNumberFromMemoryAndFromAFileWithTheirLengt
 }
 
 TEST_F(UploadTaskTest, sendsTheGivenBodyAndNotThatOfTheRequest) {
-  server.handleAll([](const ReceivedRequest&) { return Answer(200); });
+  server.handleAll([](const ReceivedRequest&) { return MockResponse(200); });
   URLRequest both = to("/");
   both.httpBody = Data("in the request");
 
@@ -57,7 +57,7 @@ TEST_F(UploadTaskTest, sendsTheGivenBodyAndNotThatOfTheRequest) {
 }
 
 TEST_F(UploadTaskTest, leavesTheFileAsItIs) {
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse(200));
   const URL source = file("body", "kept");
 
   upload(to("/"), source);
@@ -66,7 +66,7 @@ TEST_F(UploadTaskTest, leavesTheFileAsItIs) {
 }
 
 TEST_F(UploadTaskTest, deliversAnyStatusWithItsBody) {
-  server.enqueue(Answer(422).body("not this"));
+  server.enqueue(MockResponse(422).body("not this"));
 
   const Loaded loaded = upload(to("/"), file("body", "x"));
 
@@ -76,7 +76,7 @@ TEST_F(UploadTaskTest, deliversAnyStatusWithItsBody) {
 }
 
 TEST_F(UploadTaskTest, sendsManyFilesOverOneConnection) {
-  server.handleAll([](const ReceivedRequest&) { return Answer(200); });
+  server.handleAll([](const ReceivedRequest&) { return MockResponse(200); });
   const URL source = file("body", generatedBytes(300'000));
   for (int i = 0; i < 5; ++i) upload(to("/"), source);
 
@@ -84,7 +84,7 @@ TEST_F(UploadTaskTest, sendsManyFilesOverOneConnection) {
 }
 
 TEST_F(UploadTaskTest, sendsSeveralFilesAtOnce) {
-  server.handleAll([](const ReceivedRequest& received) { return Answer(200).body(received.body.substr(0, 1)); });
+  server.handleAll([](const ReceivedRequest& received) { return MockResponse(200).body(received.body.substr(0, 1)); });
   std::vector<std::unique_ptr<Upload>> uploads;
   for (const char c : {'a', 'b', 'c', 'd'}) {
     const URL source = file(std::string(1, c), std::string(3 << 20, c));
@@ -99,7 +99,7 @@ TEST_F(UploadTaskTest, sendsSeveralFilesAtOnce) {
 }
 
 TEST_F(UploadTaskTest, acceptsALengthThatIsRightAndRefusesOneThatIsWrong) {
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse(200));
   URLRequest sized = to("/");
   sized.allHTTPHeaderFields.set("Content-Length", "5");
 
@@ -138,8 +138,8 @@ TEST_F(UploadTaskTest, aRedirectThatKeepsTheMethodSendsTheFileAgain) {
     for (const char* method : {"POST", "PUT"}) {
       for (const std::string& target : {server.url("/next"), other.url("/next")}) {
         TestServer& next = target == server.url("/next") ? server : other;
-        server.enqueue(Answer(status).header("Location", target));
-        next.enqueue(Answer(200).body("stored"));
+        server.enqueue(MockResponse(status).header("Location", target));
+        next.enqueue(MockResponse(200).body("stored"));
 
         EXPECT_EQ(upload(to("/", method), file("body", bytes)).body(), "stored");
 
@@ -155,8 +155,8 @@ TEST_F(UploadTaskTest, aRedirectThatKeepsTheMethodSendsTheFileAgain) {
 
 TEST_F(UploadTaskTest, aRedirectThatTurnsTheMethodIntoGETDropsTheFile) {
   for (const int status : {301, 302, 303}) {
-    server.enqueue(Answer(status).header("Location", "/next"));
-    server.enqueue(Answer(200).body("see this"));
+    server.enqueue(MockResponse(status).header("Location", "/next"));
+    server.enqueue(MockResponse(200).body("see this"));
     URLRequest typed = to("/");
     typed.allHTTPHeaderFields.set("Content-Type", "text/plain");
 
@@ -174,8 +174,9 @@ TEST_F(UploadTaskTest, aRedirectThatTurnsTheMethodIntoGETDropsTheFile) {
 TEST_F(UploadTaskTest, aRedirectWhileTheFileIsBeingSentSendsItAgainFromItsStart) {
   const std::string bytes = generatedBytes(8 << 20);
   for (int round = 0; round < 20; ++round) {
-    server.enqueue(Answer(307).header("Location", "/next").beforeRequestBody().dropConnection(Moment::afterAnswer));
-    server.enqueue(Answer(200).body("stored"));
+    server.enqueue(
+        MockResponse(307).header("Location", "/next").beforeRequestBody().dropConnection(Moment::afterResponse));
+    server.enqueue(MockResponse(200).body("stored"));
 
     const Loaded loaded = upload(to("/", "PUT"), file("body", bytes));
 
@@ -185,15 +186,15 @@ TEST_F(UploadTaskTest, aRedirectWhileTheFileIsBeingSentSendsItAgainFromItsStart)
   }
 }
 
-TEST_F(UploadTaskTest, aKeptConnectionThatDiesBeforeTheAnswerSendsAPUTAgainFromItsStart) {
+TEST_F(UploadTaskTest, aKeptConnectionThatDiesBeforeTheResponseSendsAPUTAgainFromItsStart) {
   for (const std::size_t size : {10u, 100'000u, 3u << 20}) {
     const std::string bytes = generatedBytes(size);
     for (const bool fromMemory : {true, false}) {
-      server.enqueue(Answer(200));
+      server.enqueue(MockResponse(200));
       load("/");
       server.takeRequest();
-      server.enqueue(Answer().dropConnection(Moment::beforeStatusLine));
-      server.enqueue(Answer(200).body("stored"));
+      server.enqueue(MockResponse().dropConnection(Moment::beforeStatusLine));
+      server.enqueue(MockResponse(200).body("stored"));
 
       const Loaded loaded =
           fromMemory ? upload(to("/", "PUT"), Data(bytes)) : upload(to("/", "PUT"), file("body", bytes));
@@ -208,13 +209,13 @@ TEST_F(UploadTaskTest, aKeptConnectionThatDiesBeforeTheAnswerSendsAPUTAgainFromI
 TEST_F(UploadTaskTest, aKeptConnectionThatDiesInsideTheBodySendsAPUTAgainFromItsStart) {
   const std::string bytes = generatedBytes(8 << 20);
   for (int round = 0; round < 20; ++round) {
-    server.enqueue(Answer(200));
+    server.enqueue(MockResponse(200));
     load("/");
     server.takeRequest();
     const auto part = static_cast<std::uint64_t>(round) * 100'000;
-    server.enqueue(round % 2 == 0 ? Answer().resetConnection(Moment::insideRequestBody, part)
-                                  : Answer().dropConnection(Moment::insideRequestBody, part));
-    server.enqueue(Answer(200).body("stored"));
+    server.enqueue(round % 2 == 0 ? MockResponse().resetConnection(Moment::insideRequestBody, part)
+                                  : MockResponse().dropConnection(Moment::insideRequestBody, part));
+    server.enqueue(MockResponse(200).body("stored"));
 
     const Loaded loaded =
         round % 4 < 2 ? upload(to("/", "PUT"), Data(bytes)) : upload(to("/", "PUT"), file("body", bytes));
@@ -226,18 +227,18 @@ TEST_F(UploadTaskTest, aKeptConnectionThatDiesInsideTheBodySendsAPUTAgainFromIts
 
 TEST_F(UploadTaskTest, aKeptConnectionThatDiesInsideTheBodyDoesNotSendAPOSTAgain) {
   for (int round = 0; round < 10; ++round) {
-    server.enqueue(Answer(200));
+    server.enqueue(MockResponse(200));
     load("/");
-    server.enqueue(Answer().resetConnection(Moment::insideRequestBody, 100'000));
+    server.enqueue(MockResponse().resetConnection(Moment::insideRequestBody, 100'000));
     EXPECT_EQ(upload(to("/"), file("body", generatedBytes(8 << 20))).code(), URLErrorCode::networkConnectionLost);
   }
   EXPECT_EQ(server.headCount(), 20);
 }
 
-TEST_F(UploadTaskTest, aKeptConnectionThatDiesBeforeTheAnswerDoesNotSendAPOSTAgain) {
-  server.enqueue(Answer(200));
+TEST_F(UploadTaskTest, aKeptConnectionThatDiesBeforeTheResponseDoesNotSendAPOSTAgain) {
+  server.enqueue(MockResponse(200));
   load("/");
-  server.enqueue(Answer().dropConnection(Moment::beforeStatusLine));
+  server.enqueue(MockResponse().dropConnection(Moment::beforeStatusLine));
 
   const Loaded loaded = upload(to("/"), file("body", generatedBytes(100'000)));
 
@@ -247,9 +248,9 @@ TEST_F(UploadTaskTest, aKeptConnectionThatDiesBeforeTheAnswerDoesNotSendAPOSTAga
 
 TEST_F(UploadTaskTest, aConnectionThatDiesInsideTheBodyIsAnError) {
   for (int round = 0; round < 10; ++round) {
-    server.enqueue(Answer().resetConnection(Moment::insideRequestBody, 1 << 20));
+    server.enqueue(MockResponse().resetConnection(Moment::insideRequestBody, 1 << 20));
     EXPECT_EQ(upload(to("/"), file("body", generatedBytes(8 << 20))).code(), URLErrorCode::networkConnectionLost);
-    server.enqueue(Answer().dropConnection(Moment::insideRequestBody, 1 << 20));
+    server.enqueue(MockResponse().dropConnection(Moment::insideRequestBody, 1 << 20));
     EXPECT_EQ(upload(to("/"), Data(generatedBytes(8 << 20))).code(), URLErrorCode::networkConnectionLost);
   }
 }
@@ -267,8 +268,8 @@ TEST_F(UploadTaskTest, cancelledInsideTheBodyClosesTheConnection) {
   const Data bytes(generatedBytes(muchMoreThanASocketHolds));
   const URL source = file("body", bytes.text());
   for (const bool fromMemory : {true, false}) {
-    const Gate gate;
-    server.enqueue(Answer(200).hold(Moment::insideRequestBody, gate, 1));
+    const Latch latch;
+    server.enqueue(MockResponse(200).hold(Moment::insideRequestBody, latch, 1));
     Upload upload = fromMemory ? Upload(session, to("/"), bytes) : Upload(session, to("/"), source);
     upload.resume();
     ASSERT_TRUE(server.waitForStall());
@@ -276,14 +277,14 @@ TEST_F(UploadTaskTest, cancelledInsideTheBodyClosesTheConnection) {
     upload.cancel();
 
     EXPECT_EQ(upload.wait().code(), URLErrorCode::cancelled);
-    gate.open();  // the end of the stream comes behind what was sent before
+    latch.open();  // the end of the stream comes after what was sent before
     EXPECT_TRUE(server.waitUntilAllClosed());
     EXPECT_EQ(server.requestCount(), 0);
   }
 }
 
 TEST_F(UploadTaskTest, cancelledAtAnyMomentCompletesOnce) {
-  server.handleAll([](const ReceivedRequest&) { return Answer(200).body("stored"); });
+  server.handleAll([](const ReceivedRequest&) { return MockResponse(200).body("stored"); });
   const URL source = file("body", generatedBytes(200'000));
   std::vector<std::unique_ptr<Upload>> uploads;
   for (int i = 0; i < 200; ++i) {
@@ -321,15 +322,15 @@ class UploadedFileTest : public UploadTaskTest {
   /// An upload of a file that is changed when the server has the first bytes and reads no more.
   template <class Change>
   Loaded uploadOfAFileThatIsChanged(Change change) {
-    const Gate gate;
+    const Latch latch;
     const URL source = file("body", generatedBytes(muchMoreThanASocketHolds));
     server.discardBodies();
-    server.enqueue(Answer(200).hold(Moment::insideRequestBody, gate, 1));
+    server.enqueue(MockResponse(200).hold(Moment::insideRequestBody, latch, 1));
     Upload upload(session, to("/"), source);
     upload.resume();
     EXPECT_TRUE(server.waitForStall());
     change(source.fileSystemPath());
-    gate.open();
+    latch.open();
     return upload.wait();
   }
 };
@@ -409,7 +410,7 @@ TEST_F(UploadedFileTest, whoseNameHoldsANULIsNotTheFileWithTheNameBeforeIt) {
 TEST_F(UploadedFileTest, behindASymbolicLinkIsSent) {
   file("body", "behind the link");
   std::filesystem::create_symlink(files / "body", files / "link");
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse(200));
 
   EXPECT_EQ(upload(to("/"), URL::file((files / "link").string())).status(), 200);
 
@@ -468,7 +469,7 @@ class ExpectedPermissionTest : public UploadTaskTest {
 };
 
 TEST_F(ExpectedPermissionTest, isNotAskedForByItself) {
-  server.enqueue(Answer(200));
+  server.enqueue(MockResponse(200));
 
   upload(to("/"), file("body", generatedBytes(5 << 20)));
 
@@ -477,7 +478,7 @@ TEST_F(ExpectedPermissionTest, isNotAskedForByItself) {
 
 TEST_F(ExpectedPermissionTest, letsTheBodyGoWhenItIsGiven) {
   for (const bool fromMemory : {true, false}) {
-    server.enqueue(Answer(200).body("stored"));
+    server.enqueue(MockResponse(200).body("stored"));
 
     const Loaded loaded = fromMemory ? upload(asking(), Data(bytes)) : upload(asking(), file("body", bytes));
 
@@ -490,7 +491,7 @@ TEST_F(ExpectedPermissionTest, letsTheBodyGoWhenItIsGiven) {
 
 TEST_F(ExpectedPermissionTest, isDoneWithoutWhenTheServerSaysNothing) {
   server.ignoreExpectContinue();
-  server.enqueue(Answer(200).body("stored"));
+  server.enqueue(MockResponse(200).body("stored"));
 
   EXPECT_EQ(upload(asking(), file("body", bytes)).body(), "stored");
 
@@ -500,8 +501,8 @@ TEST_F(ExpectedPermissionTest, isDoneWithoutWhenTheServerSaysNothing) {
 TEST_F(ExpectedPermissionTest, isDoneWithoutWhenTheServerDoesNotKnowIt) {
   for (const char* method : {"POST", "PUT"}) {
     for (const bool fromMemory : {true, false}) {
-      server.enqueue(Answer(417).body("what?").beforeRequestBody());
-      server.enqueue(Answer(200).body("stored"));
+      server.enqueue(MockResponse(417).body("what?").beforeRequestBody());
+      server.enqueue(MockResponse(200).body("stored"));
 
       const Loaded loaded =
           fromMemory ? upload(asking(method), Data(bytes)) : upload(asking(method), file("body", bytes));
@@ -516,8 +517,8 @@ TEST_F(ExpectedPermissionTest, isDoneWithoutWhenTheServerDoesNotKnowIt) {
   }
 }
 
-TEST_F(ExpectedPermissionTest, thatIsNotKnownThoughNobodyAskedIsTheAnswer) {
-  server.enqueue(Answer(417).body("what?"));
+TEST_F(ExpectedPermissionTest, thatIsNotKnownThoughNobodyAskedIsTheResponse) {
+  server.enqueue(MockResponse(417).body("what?"));
 
   const Loaded loaded = upload(to("/"), file("body", bytes));
 
@@ -526,9 +527,9 @@ TEST_F(ExpectedPermissionTest, thatIsNotKnownThoughNobodyAskedIsTheAnswer) {
   EXPECT_EQ(server.requestCount(), 1);
 }
 
-TEST_F(ExpectedPermissionTest, thatIsRefusedTwiceIsTheAnswer) {
-  server.enqueue(Answer(417).body("what?").beforeRequestBody());
-  server.enqueue(Answer(417).body("no means no"));
+TEST_F(ExpectedPermissionTest, thatIsRefusedTwiceIsTheResponse) {
+  server.enqueue(MockResponse(417).body("what?").beforeRequestBody());
+  server.enqueue(MockResponse(417).body("no means no"));
 
   const Loaded loaded = upload(asking(), file("body", bytes));
 
@@ -539,7 +540,7 @@ TEST_F(ExpectedPermissionTest, thatIsRefusedTwiceIsTheAnswer) {
 TEST_F(ExpectedPermissionTest, thatIsDeniedSendsNoBody) {
   for (const int status : {401, 413, 500}) {
     for (const bool fromMemory : {true, false}) {
-      server.enqueue(Answer(status).body("no").beforeRequestBody());
+      server.enqueue(MockResponse(status).body("no").beforeRequestBody());
 
       const Loaded loaded = fromMemory ? upload(asking(), Data(bytes)) : upload(asking(), file("body", bytes));
 

@@ -12,7 +12,7 @@ struct Row {
 };
 
 // The platform's published codes. The texts are part of the interface, their oddities included: "SOCKSS4",
-// "SOCKSS5", -1104 without its full stop, "version.Query" of 100 without its blank.
+// "SOCKSS5", -1104 without its full stop, "version.Query" of 100 without its space.
 // clang-format off
 constexpr Row rows[] = {
     {-73000, "CFNet error: An error from DNS discovery; look at kCFDNSServiceFailureKey to get the error number and interpret using dnssd.h"},

@@ -55,10 +55,10 @@ void ExecutorQueueCore::submitDrain() {
   }
 }
 
-/// One turn: what is pending now. What comes meanwhile waits for the executor's next turn, so that the
+/// One iteration: what is pending now. What comes meanwhile waits for the next one, so that the
 /// executor's other work gets a chance.
 void ExecutorQueueCore::drain() {
-  while (beginTurn()) {
+  while (beginIteration()) {
     {
       const QueueFrame frame(*this);
       for (auto& block : batch_) performAndDrop(block);
@@ -80,7 +80,7 @@ void ExecutorQueueCore::abandon() {
 }
 
 /// False when there is nothing to do, or another thread (or a frame further up on this one) is at it.
-bool ExecutorQueueCore::beginTurn() {
+bool ExecutorQueueCore::beginIteration() {
   const MutexLock lock(mutex_);
   if (isDraining_) {
     drainsAgain_ = true;

@@ -21,7 +21,7 @@ class ExecutorQueueCore final : public QueueCore, public std::enable_shared_from
   void submitDrain();
   void drain();
   void abandon();
-  bool beginTurn();
+  bool beginIteration();
   bool hasMore();
   bool mustContinue();
 

@@ -10,7 +10,7 @@ namespace platform::detail {
 thread_local LocalQueues* LocalQueues::current_ = nullptr;
 
 LocalQueues& LocalQueues::begin() {
-  if (current_) trap("A thread can have only one LocalWork at a time.");
+  if (current_) trap("A thread can have only one InlineDrain at a time.");
   thread_local LocalQueues ofThisThread;
   current_ = &ofThisThread;
   return ofThisThread;

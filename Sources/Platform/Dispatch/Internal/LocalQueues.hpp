@@ -8,7 +8,7 @@ namespace platform::detail {
 
 class SerialQueueCore;
 
-/// The queues that a thread's `LocalWork` has collected.
+/// The queues that a thread's `InlineDrain` has collected.
 class LocalQueues {
  public:
   /// Makes the calling thread collect.
@@ -31,7 +31,7 @@ class LocalQueues {
 
   using Queues = std::vector<std::shared_ptr<SerialQueueCore>>;
 
-  // Two lists that change places, so that a turn of the network loop allocates nothing.
+  // Two lists that change places, so that an iteration of the network loop allocates nothing.
   Queues collected_;
   Queues drained_;
   std::size_t nextDrained_ = 0;

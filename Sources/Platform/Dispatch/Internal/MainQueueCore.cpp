@@ -144,7 +144,7 @@ void MainQueueCore::enterDrain(const char* function) {
 }
 
 /// Whom a drain that ends has to tell, without the lock. What is left may have come while other blocks waited, so that
-/// the host was not told, or the host's answer to the one call that it got may have been turned away.
+/// the host was not told, or the host's reaction to the one call that it got may have been turned away.
 MainQueueCore::Host MainQueueCore::hostOfWhatIsLeft() { return blocks_.isEmpty() ? nullptr : host_; }
 
 void MainQueueCore::runNext() {

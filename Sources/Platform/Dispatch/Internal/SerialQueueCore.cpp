@@ -9,7 +9,7 @@ namespace platform::detail {
 namespace {
 
 // After so many blocks a queue lets others have the worker, if any wait.
-constexpr std::size_t blocksPerTurn = 256;
+constexpr std::size_t blocksPerIteration = 256;
 // A burst's memory is given back once the burst is over.
 constexpr std::size_t mostBlocksKept = 1024;
 
@@ -61,7 +61,7 @@ void SerialQueueCore::sync(void* object, void (*call)(void*)) {
 }
 
 void SerialQueueCore::arrangeDrain() {
-  if (allowsLocalWork_.load(std::memory_order_relaxed) && LocalQueues::collect(*this)) return;
+  if (allowsInlineDrain_.load(std::memory_order_relaxed) && LocalQueues::collect(*this)) return;
   submitDrain(shared_from_this());
 }
 
@@ -78,7 +78,7 @@ void SerialQueueCore::drain(bool onWorker) {
   std::size_t ran = 0;
   while (proceed()) {
     for (; next_ < stop_; ++next_, ++executed_, ++ran) performAndDrop(batch_[next_]);
-    if (ran < blocksPerTurn) continue;
+    if (ran < blocksPerIteration) continue;
     ran = 0;
     if (onWorker && !WorkerPool::shared().hasWaitingJobs()) continue;
     submitDrain(shared_from_this());
@@ -104,7 +104,7 @@ bool SerialQueueCore::proceed() {
     }
     batch_.swap(pending_);
   }
-  stop_ = std::min(batch_.size(), next_ + blocksPerTurn);
+  stop_ = std::min(batch_.size(), next_ + blocksPerIteration);
   // Waiters that come later have their turn after this whole batch.
   if (firstWaiter_) stop_ = std::min(stop_, next_ + static_cast<std::size_t>(firstWaiter_->turn - executed_));
   return true;

@@ -30,7 +30,7 @@ class SerialQueueCore final : public QueueCore,
   const ThreadName& threadName() const override { return threadName_; }
   void work(Block& block) override;
 
-  void allowLocalWork() { allowsLocalWork_.store(true, std::memory_order_relaxed); }
+  void allowInlineDrain() { allowsInlineDrain_.store(true, std::memory_order_relaxed); }
   /// Drains on the calling thread a queue that is held for that purpose; leaves what is much to the pool.
   void drainHere();
   static void submitDrain(std::shared_ptr<SerialQueueCore> queue);
@@ -52,7 +52,7 @@ class SerialQueueCore final : public QueueCore,
   Waiter* takeWaiterWhoseTurnItIs() CORVANE_REQUIRES(mutex_);
 
   const ThreadName threadName_;
-  std::atomic<bool> allowsLocalWork_ = false;
+  std::atomic<bool> allowsInlineDrain_ = false;
 
   Mutex mutex_;
   std::vector<Block> pending_ CORVANE_GUARDED_BY(mutex_);

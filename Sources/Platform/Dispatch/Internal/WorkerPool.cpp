@@ -32,9 +32,9 @@ void WorkerPool::submit(PoolJob job) {
   std::unique_lock lock(mutex_);
   jobs_.push(std::move(job));
   waitingJobs_.store(jobs_.count(), std::memory_order_relaxed);
-  const Help help = findHelp();
+  const WakeAction action = nextWakeAction();
   lock.unlock();
-  carryOut(help);
+  execute(action);
 }
 
 void WorkerPool::submit(const std::shared_ptr<PoolClient>& client, std::vector<Block>&& blocks) {
@@ -42,35 +42,35 @@ void WorkerPool::submit(const std::shared_ptr<PoolClient>& client, std::vector<B
   std::unique_lock lock(mutex_);
   for (auto& block : blocks) jobs_.push({client, std::move(block)});
   waitingJobs_.store(jobs_.count(), std::memory_order_relaxed);
-  const Help help = findHelp();
+  const WakeAction action = nextWakeAction();
   lock.unlock();
-  carryOut(help);
+  execute(action);
 }
 
-WorkerPool::Help WorkerPool::findHelp() {
-  // One that is on its way finds the rest of the jobs and calls for more help itself.
+WorkerPool::WakeAction WorkerPool::nextWakeAction() {
+  // One that is on its way finds the rest of the jobs and wakes more itself.
   if (arriving_ > claimed_) return {};
-  Help help;
+  WakeAction action;
   if (!idle_.empty()) {
-    wakeOne(help);
+    wakeOne(action);
   } else if (workers_ < cores_) {
-    help.start = true;
+    action.start = true;
     ++workers_;
     ++arriving_;
   } else {
-    help.watch = startsWatch();
+    action.watch = startsWatch();
   }
-  return help;
+  return action;
 }
 
-void WorkerPool::wakeOne(Help& help) {
-  help.wake = takeIdleWorker();
+void WorkerPool::wakeOne(WakeAction& action) {
+  action.wake = takeIdleWorker();
   ++arriving_;
-  if (help.wake != onThisThread_) return;
+  if (action.wake != onThisThread_) return;
   // What it does at the moment may wait for this very job.
-  help.wake->isClaimed = true;
+  action.wake->isClaimed = true;
   ++claimed_;
-  help.watch = startsWatch();
+  action.watch = startsWatch();
 }
 
 bool WorkerPool::startsWatch() {
@@ -94,10 +94,10 @@ WorkerPool::Worker* WorkerPool::takeIdleWorker() {
   return worker;
 }
 
-void WorkerPool::carryOut(const Help& help) {
-  if (help.wake) help.wake->woken->signal();
-  if (help.start) startWorker();
-  if (help.watch) watch();
+void WorkerPool::execute(const WakeAction& action) {
+  if (action.wake) action.wake->woken->signal();
+  if (action.start) startWorker();
+  if (action.watch) watch();
 }
 
 void WorkerPool::startWorker() {
@@ -128,9 +128,9 @@ void WorkerPool::serve() {
     }
     PoolJob job = takeJob();
     if (!std::exchange(isNew, false)) ++begun_;
-    const Help help = jobs_.isEmpty() ? Help() : findHelp();
+    const WakeAction action = jobs_.isEmpty() ? WakeAction() : nextWakeAction();
     lock.unlock();
-    carryOut(help);
+    execute(action);
     job.client->threadName().apply();
     job.client->work(job.block);
     job = {};
@@ -179,17 +179,17 @@ void WorkerPool::checkProgress() {
   }
   const bool isStuck = begun_ == begunAtLastCheck_ && arriving_ == claimed_;
   begunAtLastCheck_ = begun_;
-  Help help;
+  WakeAction action;
   if (isStuck && !idle_.empty()) {
-    wakeOne(help);
+    wakeOne(action);
   } else if (isStuck && workers_ < mostWorkers) {
-    help.start = true;
+    action.start = true;
     ++workers_;
     ++arriving_;
   }
-  help.watch = true;
+  action.watch = true;
   lock.unlock();
-  carryOut(help);
+  execute(action);
 }
 
 }  // namespace platform::detail

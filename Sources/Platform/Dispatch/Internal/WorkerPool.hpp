@@ -6,7 +6,7 @@
 #include <optional>
 #include <vector>
 
-#include "Platform/Dispatch/AssistedWait.hpp"
+#include "Platform/Dispatch/CooperativeWait.hpp"
 #include "Platform/Dispatch/Internal/RingQueue.hpp"
 #include "Platform/Dispatch/UniqueFunction.hpp"
 
@@ -45,23 +45,23 @@ class WorkerPool {
  private:
   struct Worker {
     /// Of the rest at hand. A worker that rests drives the network meanwhile, when nobody else does.
-    std::optional<AssistedWait> woken;
+    std::optional<CooperativeWait> woken;
     /// Has got a job from its own thread while it drives, and takes it when it is done with what it does.
     bool isClaimed = false;
   };
   /// What a thread has to do, after it released the lock, so that the waiting jobs get a worker.
-  struct Help {
+  struct WakeAction {
     Worker* wake = nullptr;
     bool start = false;
     bool watch = false;
   };
 
   WorkerPool();
-  Help findHelp();
-  void wakeOne(Help& help);
+  WakeAction nextWakeAction();
+  void wakeOne(WakeAction& action);
   bool startsWatch();
   Worker* takeIdleWorker();
-  void carryOut(const Help& help);
+  void execute(const WakeAction& action);
   void startWorker();
   void serve();
   bool rest(Worker& self, std::unique_lock<std::mutex>& lock);

@@ -30,7 +30,7 @@ class CORVANE_API DecodingError final : public CustomErrorBase<DecodingError> {
   };
 
   /// Where in the document, as a path and as an offset in bytes from its start.
-  struct Place {
+  struct Location {
     /// The way from the document to the value.
     std::vector<CodingKey> codingPath;
     /// In bytes from the start of the document.
@@ -38,20 +38,20 @@ class CORVANE_API DecodingError final : public CustomErrorBase<DecodingError> {
   };
 
   /// The object at that place lacks the key.
-  static DecodingError keyNotFound(std::string key, Place place);
+  static DecodingError keyNotFound(std::string key, Location location);
   /// A value of another kind stands there; `problem` says what was expected and what was found.
-  static DecodingError typeMismatch(std::string problem, Place place);
+  static DecodingError typeMismatch(std::string problem, Location location);
   /// A null stands there; `problem` says what was expected.
-  static DecodingError valueNotFound(std::string problem, Place place);
+  static DecodingError valueNotFound(std::string problem, Location location);
   /// `problem` says what is wrong there.
-  static DecodingError dataCorrupted(std::string problem, Place place);
+  static DecodingError dataCorrupted(std::string problem, Location location);
 
   /// What is wrong.
   Case which() const { return case_; }
   /// The way to the value; of `keyNotFound`, to the object that lacks the key. Empty for the document itself.
-  const std::vector<CodingKey>& codingPath() const { return place_.codingPath; }
+  const std::vector<CodingKey>& codingPath() const { return location_.codingPath; }
   /// In bytes from the start of the document: where the value starts, or where the text stops being JSON.
-  std::size_t byteOffset() const { return place_.byteOffset; }
+  std::size_t byteOffset() const { return location_.byteOffset; }
   /// The missing key of `keyNotFound`; empty otherwise.
   const std::string& key() const { return key_; }
   /// What is wrong, without the path.
@@ -66,11 +66,11 @@ class CORVANE_API DecodingError final : public CustomErrorBase<DecodingError> {
   Dictionary errorUserInfo() const override;
 
  private:
-  DecodingError(Case which, std::string problem, Place place, std::string key = {});
+  DecodingError(Case which, std::string problem, Location location, std::string key = {});
 
   Case case_;
   std::string problem_;
-  Place place_;
+  Location location_;
   std::string key_;
 };
 

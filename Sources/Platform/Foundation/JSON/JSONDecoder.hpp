@@ -13,12 +13,12 @@ namespace platform {
 ///
 /// | C++ | JSON |
 /// |---|---|
-/// | a plain struct | an object; each member by its name, as `JSONCoding` and the strategies change it |
+/// | a plain struct | an object; each member by its name, as `JSONCodec` and the strategies change it |
 /// | `std::optional` | the value; null and a missing key make it absent. All other keys must be there |
 /// | integers | a number that is whole and within range, `1.0` and `1e2` included |
 /// | `float`, `double` | a number; too small a one is zero, too large a one refused |
 /// | `bool`, `std::string` | true or false, a string |
-/// | enumerations | a number; by `JSONCoding` a string |
+/// | enumerations | a number; by `JSONCodec` a string |
 /// | `std::vector`, `std::deque`, `std::list` | an array |
 /// | `std::array` | an array of exactly that many elements |
 /// | maps from `std::string` | an object |
@@ -42,7 +42,7 @@ class JSONDecoder {
   /// Reads dates and keys as the strategies say. Default: no dates, keys as members are called.
   explicit JSONDecoder(const JSONStrategies& strategies) : strategies_(strategies) {}
 
-  /// Throws `DecodingError`, and what the codings of the types throw. The document is read where it is.
+  /// Throws `DecodingError`, and what the codecs of the types throw. The document is read where it is.
   template <class T>
   T decode(const Data& document) const {
     JSONReader reader(document, strategies_);

@@ -5,7 +5,7 @@
 #include <string>
 #include <utility>
 
-#include "Platform/Foundation/JSON/DecodingShape.hpp"
+#include "Platform/Foundation/JSON/DecodingFieldTable.hpp"
 #include "Platform/Foundation/JSON/JSONReader.hpp"
 #include "Platform/Foundation/JSON/JSONTypes.hpp"
 
@@ -53,7 +53,7 @@ constexpr bool checkMemberCanBeDecoded() {
   static_assert(canOverwriteMember<Model, member, Type>,
                 "JSON cannot be decoded into this member of this model, which is const");
   static_assert(canDecodeMember<Model, member, Type>,
-                "JSON cannot be decoded into this member of this model: give its type a JSONCoding with `decode`");
+                "JSON cannot be decoded into this member of this model: give its type a JSONCodec with `decode`");
   return canOverwriteMember<Model, member, Type> && canDecodeMember<Model, member, Type>;
 }
 
@@ -68,8 +68,8 @@ constexpr std::uint8_t kindsOfAll(std::type_identity<std::variant<Types...>>) {
 template <class T>
 constexpr std::uint8_t kindsOf() {
   constexpr auto bit = [](JSONKind kind) { return static_cast<std::uint8_t>(1U << static_cast<unsigned>(kind)); };
-  if constexpr (requires { JSONCoding<T>::kind; }) {
-    return bit(JSONCoding<T>::kind);
+  if constexpr (requires { JSONCodec<T>::kind; }) {
+    return bit(JSONCodec<T>::kind);
   } else if constexpr (DecodesItself<T>) {
     return UINT8_MAX;
   } else if constexpr (isVariant<T>) {
@@ -108,7 +108,7 @@ void makeAbsent(void* value) {
 }
 
 template <class T>
-const DecodingShape& decodingShape();
+const DecodingFieldTable& decodingFieldTable();
 
 template <class T>
 constexpr JSONDecoding makeDecoding() {
@@ -128,30 +128,30 @@ constexpr JSONDecoding makeDecoding() {
   }
   if constexpr (isOptional<T> && !DecodesItself<T>) {
     decoding.makeAbsent = &makeAbsent<T>;
-    decoding.shape = makeDecoding<typename T::value_type>().shape;
+    decoding.fieldTable = makeDecoding<typename T::value_type>().fieldTable;
   }
-  if constexpr (Model<T> && !DecodesItself<T>) decoding.shape = &decodingShape<T>;
+  if constexpr (Model<T> && !DecodesItself<T>) decoding.fieldTable = &decodingFieldTable<T>;
   return decoding;
 }
 template <class T>
 inline constexpr JSONDecoding jsonDecoding = makeDecoding<T>();
 
 template <class T, class... Types, std::size_t... indices>
-DecodingShape makeDecodingShape(TypeList<Types...>, std::index_sequence<indices...>) {
+DecodingFieldTable makeDecodingFieldTable(TypeList<Types...>, std::index_sequence<indices...>) {
   if constexpr ((checkMemberCanBeDecoded<T, memberName<T, indices>(), Types>() && ...)) {
-    static constexpr std::array<DecodingShape::Member, sizeof...(Types)> members{DecodingShape::Member{
+    static constexpr std::array<DecodingFieldTable::Member, sizeof...(Types)> members{DecodingFieldTable::Member{
         memberNames<T>[indices], renamedKey<T>(memberNames<T>[indices]), &jsonDecoding<Types>}...};
-    return DecodingShape(members);
+    return DecodingFieldTable(members);
   } else {
-    return DecodingShape({});
+    return DecodingFieldTable({});
   }
 }
 
 template <class T>
-const DecodingShape& decodingShape() {
-  static const DecodingShape& shape =
-      *new DecodingShape(makeDecodingShape<T>(MemberTypes<T>(), std::make_index_sequence<memberCount<T>>()));
-  return shape;
+const DecodingFieldTable& decodingFieldTable() {
+  static const DecodingFieldTable& fieldTable =
+      *new DecodingFieldTable(makeDecodingFieldTable<T>(MemberTypes<T>(), std::make_index_sequence<memberCount<T>>()));
+  return fieldTable;
 }
 
 template <class T>
@@ -159,7 +159,7 @@ void decodeModel(JSONReader& reader, T& value) {
   if constexpr (checkModel<T>()) {
     visitMembers(value, [&](auto&... members) {
       void* const fields[] = {const_cast<void*>(static_cast<const void*>(std::addressof(members)))..., nullptr};
-      reader.readFields(decodingShape<T>(), fields);
+      reader.readFields(decodingFieldTable<T>(), fields);
     });
   }
 }
@@ -225,7 +225,7 @@ void decodeVariant(JSONReader& reader, std::variant<Types...>& variant) {
 template <class T>
 void decodeName(JSONReader& reader, T& value) {
   const auto name = reader.decode<std::string>();
-  for (const JSONName<T>& known : JSONCoding<T>::names) {
+  for (const JSONName<T>& known : JSONCodec<T>::names) {
     if (known.name != name) continue;
     value = known.value;
     return;
@@ -247,7 +247,7 @@ template <class T>
 void decode(JSONReader& reader, T& value) {
   if constexpr (DecodesItself<T>) {
     const std::size_t start = reader.position();
-    value = JSONCoding<T>::decode(reader);
+    value = JSONCodec<T>::decode(reader);
     if (reader.position() == start) reader.skip();
   } else if constexpr (std::same_as<T, bool>) {
     reader.readBoolean(value);
@@ -285,7 +285,7 @@ void decode(JSONReader& reader, T& value) {
     if (!std::in_range<typename T::rep>(count)) reader.fail("the date is out of range");
     value = T(Duration(static_cast<typename T::rep>(count)));
   } else {
-    static_assert(Model<T>, "JSON cannot be decoded into this type: give it a JSONCoding with `decode`");
+    static_assert(Model<T>, "JSON cannot be decoded into this type: give it a JSONCodec with `decode`");
     if constexpr (Model<T>) decodeModel(reader, value);
   }
 }
@@ -293,14 +293,14 @@ void decode(JSONReader& reader, T& value) {
 }  // namespace detail
 
 /// A type that JSON is decoded into: numbers, booleans, text, enumerations, optionals, sequences, arrays, maps
-/// from text, variants, dates, plain structs of these, and types with a `JSONCoding`. The members of a struct
+/// from text, variants, dates, plain structs of these, and types with a `JSONCodec`. The members of a struct
 /// are looked at when it is decoded.
 template <class T>
 concept JSONReadable = detail::canBeDecoded<T>();
 
 template <class T>
 T JSONReader::decode() {
-  static_assert(JSONReadable<T>, "JSON cannot be decoded into this type: give it a JSONCoding with `decode`");
+  static_assert(JSONReadable<T>, "JSON cannot be decoded into this type: give it a JSONCodec with `decode`");
   if constexpr (JSONReadable<T>) {
     auto value = detail::placeholder<T>();
     detail::decode(*this, value);

@@ -22,7 +22,7 @@ class JSONEncoder {
   explicit JSONEncoder(const JSONStrategies& strategies, JSONFormatting formatting = JSONFormatting::compact)
       : strategies_(strategies), formatting_(formatting) {}
 
-  /// Throws `EncodingError`, and what the codings of the types throw.
+  /// Throws `EncodingError`, and what the codecs of the types throw.
   template <class T>
   Data encode(const T& value) const {
     JSONWriter writer(strategies_);

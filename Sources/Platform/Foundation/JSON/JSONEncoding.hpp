@@ -4,7 +4,7 @@
 #include <string>
 #include <utility>
 
-#include "Platform/Foundation/JSON/EncodingShape.hpp"
+#include "Platform/Foundation/JSON/EncodingFieldTable.hpp"
 #include "Platform/Foundation/JSON/JSONTypes.hpp"
 #include "Platform/Foundation/JSON/JSONWriter.hpp"
 
@@ -48,7 +48,7 @@ inline constexpr bool canEncodeMember = canBeEncoded<Type>();
 template <class Model, auto member, class Type>
 constexpr bool checkMemberCanBeEncoded() {
   static_assert(canEncodeMember<Model, member, Type>,
-                "This member of this model cannot be encoded as JSON: give its type a JSONCoding with `encode`");
+                "This member of this model cannot be encoded as JSON: give its type a JSONCodec with `encode`");
   return canEncodeMember<Model, member, Type>;
 }
 
@@ -74,21 +74,21 @@ template <class T>
 inline constexpr JSONEncoding jsonEncoding = makeEncoding<T>();
 
 template <class T, class... Types, std::size_t... indices>
-EncodingShape makeEncodingShape(TypeList<Types...>, std::index_sequence<indices...>) {
+EncodingFieldTable makeEncodingFieldTable(TypeList<Types...>, std::index_sequence<indices...>) {
   if constexpr ((checkMemberCanBeEncoded<T, memberName<T, indices>(), std::remove_const_t<Types>>() && ...)) {
-    static constexpr std::array<EncodingShape::Member, sizeof...(Types)> members{EncodingShape::Member{
+    static constexpr std::array<EncodingFieldTable::Member, sizeof...(Types)> members{EncodingFieldTable::Member{
         memberNames<T>[indices], renamedKey<T>(memberNames<T>[indices]), &jsonEncoding<std::remove_const_t<Types>>}...};
-    return EncodingShape(members);
+    return EncodingFieldTable(members);
   } else {
-    return EncodingShape({});
+    return EncodingFieldTable({});
   }
 }
 
 template <class T>
-const EncodingShape& encodingShape() {
-  static const EncodingShape& shape =
-      *new EncodingShape(makeEncodingShape<T>(MemberTypes<T>(), std::make_index_sequence<memberCount<T>>()));
-  return shape;
+const EncodingFieldTable& encodingFieldTable() {
+  static const EncodingFieldTable& fieldTable =
+      *new EncodingFieldTable(makeEncodingFieldTable<T>(MemberTypes<T>(), std::make_index_sequence<memberCount<T>>()));
+  return fieldTable;
 }
 
 template <class T>
@@ -96,7 +96,7 @@ void encodeModel(JSONWriter& writer, const T& value) {
   if constexpr (checkModel<T>()) {
     visitMembers(value, [&](const auto&... members) {
       const void* const fields[] = {std::addressof(members)..., nullptr};
-      writer.writeFields(encodingShape<T>(), fields);
+      writer.writeFields(encodingFieldTable<T>(), fields);
     });
   }
 }
@@ -121,7 +121,7 @@ void encodeMap(JSONWriter& writer, const T& map) {
 
 template <class T>
 void encodeName(JSONWriter& writer, const T& value) {
-  for (const JSONName<T>& known : JSONCoding<T>::names) {
+  for (const JSONName<T>& known : JSONCodec<T>::names) {
     if (known.value == value) return writer.writeString(known.name);
   }
   writer.fail("the enumeration has no name for the value " +
@@ -132,8 +132,8 @@ template <class T>
 void encode(JSONWriter& writer, const T& value) {
   if constexpr (EncodesItself<T>) {
     const std::size_t start = writer.count();
-    JSONCoding<T>::encode(value, writer);
-    if (writer.count() == start) writer.fail("the coding of the type wrote no value");
+    JSONCodec<T>::encode(value, writer);
+    if (writer.count() == start) writer.fail("the codec of the type wrote no value");
   } else if constexpr (std::same_as<T, bool>) {
     writer.writeBoolean(value);
   } else if constexpr (Integer<T>) {
@@ -168,7 +168,7 @@ void encode(JSONWriter& writer, const T& value) {
     using Period = typename T::duration::period;
     writer.writeTime(value.time_since_epoch().count(), Period::num, Period::den);
   } else {
-    static_assert(Model<T>, "This type cannot be encoded as JSON: give it a JSONCoding with `encode`");
+    static_assert(Model<T>, "This type cannot be encoded as JSON: give it a JSONCodec with `encode`");
     if constexpr (Model<T>) encodeModel(writer, value);
   }
 }
@@ -181,7 +181,7 @@ concept JSONWritable = detail::canBeEncoded<T>();
 
 template <class T>
 void JSONWriter::encode(const T& value) {
-  static_assert(JSONWritable<T>, "This type cannot be encoded as JSON: give it a JSONCoding with `encode`");
+  static_assert(JSONWritable<T>, "This type cannot be encoded as JSON: give it a JSONCodec with `encode`");
   if constexpr (JSONWritable<T>) detail::encode(*this, value);
 }
 

@@ -11,7 +11,7 @@ namespace {
 /// Deeper levels are not indented further: nobody reads that, and a short document would become a huge one.
 constexpr std::size_t mostIndented = 32;
 
-/// Lays out a document that is known to be sound.
+/// Lays out a document that is known to be valid.
 class PrettyPrinter {
  public:
   explicit PrettyPrinter(std::string_view document) : rest_(document) {}

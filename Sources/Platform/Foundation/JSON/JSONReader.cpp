@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "Platform/Foundation/JSON/DecodingError.hpp"
-#include "Platform/Foundation/JSON/DecodingShape.hpp"
-#include "Platform/Foundation/JSON/Internal/ReaderLevel.hpp"
+#include "Platform/Foundation/JSON/DecodingFieldTable.hpp"
+#include "Platform/Foundation/JSON/Internal/ReaderScope.hpp"
 
 namespace platform {
 namespace {
@@ -28,7 +28,7 @@ JSONReader::JSONReader(Data document, const JSONStrategies& strategies)
   if (document_.view().starts_with(mark)) cursor_ += mark.size();
 }
 
-char JSONReader::nextBehindWhiteSpace() {
+char JSONReader::nextAfterWhiteSpace() {
   while (cursor_ < end_ && isWhiteSpace(*cursor_)) ++cursor_;
   return cursor_ < end_ ? *cursor_ : '\0';
 }
@@ -108,22 +108,22 @@ void JSONReader::passColon() {
 
 JSONReader::Object::Object(JSONReader& reader) : reader_(reader) {
   if (reader.next() != '{') reader.failMismatch("an object");
-  place_.parent = reader.place_;
-  Level::enter(reader, place_);
+  node_.parent = reader.node_;
+  Scope::enter(reader, node_);
 }
 
-JSONReader::Object::~Object() { Level::leave(reader_, place_); }
+JSONReader::Object::~Object() { Scope::leave(reader_, node_); }
 
 bool JSONReader::Object::next() {
   const bool isFirst = valueStart_ == nullptr;
   if (reader_.cursor_ == valueStart_) reader_.skip();
-  place_.step = Place::Step::none;
+  node_.step = PathNode::Step::none;
   if (!reader_.nextInside('}', isFirst)) {
-    reader_.valueStart_ = place_.start;
+    reader_.valueStart_ = node_.start;
     return false;
   }
-  place_.key = reader_.readKey(unescapedKey_);
-  place_.step = Place::Step::key;
+  node_.key = reader_.readKey(unescapedKey_);
+  node_.step = PathNode::Step::key;
   reader_.passColon();
   reader_.next();
   reader_.valueStart_ = valueStart_ = reader_.cursor_;
@@ -132,9 +132,9 @@ bool JSONReader::Object::next() {
 
 JSONReader::Array::Array(JSONReader& reader) : reader_(reader) {
   if (reader.next() != '[') reader.failMismatch("an array");
-  place_.parent = reader.place_;
-  place_.index = SIZE_MAX;
-  Level::enter(reader, place_);
+  node_.parent = reader.node_;
+  node_.index = SIZE_MAX;
+  Scope::enter(reader, node_);
 }
 
 // Errors
@@ -175,12 +175,12 @@ void JSONReader::failCount(std::size_t expected, std::size_t found) const {
   fail("expected " + std::to_string(expected) + " elements, found " + std::to_string(found));
 }
 
-DecodingError::Place JSONReader::whereIs(const char* position) const {
-  DecodingError::Place where;
+DecodingError::Location JSONReader::whereIs(const char* position) const {
+  DecodingError::Location where;
   where.byteOffset = static_cast<std::size_t>(position - begin_);
-  for (const Place* place = place_; place != nullptr; place = place->parent) {
-    if (place->step == Place::Step::key) where.codingPath.emplace_back(std::string(place->key));
-    if (place->step == Place::Step::index) where.codingPath.emplace_back(place->index);
+  for (const PathNode* node = node_; node != nullptr; node = node->parent) {
+    if (node->step == PathNode::Step::key) where.codingPath.emplace_back(std::string(node->key));
+    if (node->step == PathNode::Step::index) where.codingPath.emplace_back(node->index);
   }
   std::ranges::reverse(where.codingPath);
   return where;

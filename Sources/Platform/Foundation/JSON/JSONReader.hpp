@@ -10,15 +10,15 @@
 #include "Platform/Export.hpp"
 #include "Platform/Foundation/Data.hpp"
 #include "Platform/Foundation/JSON/DecodingError.hpp"
-#include "Platform/Foundation/JSON/JSONCoding.hpp"
+#include "Platform/Foundation/JSON/JSONCodec.hpp"
 #include "Platform/Foundation/JSON/JSONStrategies.hpp"
 
 namespace platform {
 
-class DecodingShape;
+class DecodingFieldTable;
 struct JSONDecoding;
 
-/// Reads a JSON document (RFC 8259) value after value, checking everything it passes. Models with a coding of
+/// Reads a JSON document (RFC 8259) value after value, checking everything it passes. Models with a codec of
 /// their own are given one, which stands before their value; they read that value or leave it:
 ///
 ///     static Money decode(JSONReader& reader) { return Money::parse(reader.decode<std::string>()); }
@@ -45,17 +45,17 @@ class CORVANE_API JSONReader {
   /// Reads the value that comes next.
   template <class T>
   T decode();
-  /// Reads the value that comes next; absent when that is sound JSON but not what `T` is read from, and then passed
+  /// Reads the value that comes next; absent when that is valid JSON but not what `T` is read from, and then passed
   /// over. Throws for what is no JSON. After any other `DecodingError` there is no reading on.
   template <class T>
   std::optional<T> decodeIfValid();
-  /// Passes over the value that comes next, which must be sound JSON nevertheless.
+  /// Passes over the value that comes next, which must be valid JSON nevertheless.
   void skip();
   /// Passes over the value that comes next; its text, as it stands in the document and as long as that lives.
   std::string_view readRaw();
   /// Reads a null, if that comes next.
   bool takeNull();
-  /// Where the next value starts, in bytes from the start of the document; behind the last value, where that ends.
+  /// Where the next value starts, in bytes from the start of the document; after the last value, where that ends.
   std::size_t position() {
     next();
     return static_cast<std::size_t>(cursor_ - begin_);
@@ -70,7 +70,7 @@ class CORVANE_API JSONReader {
   class Object;
   class Array;
 
-  // What follows serves the codings of the standard types.
+  // What follows serves the codecs of the standard types.
 
   /// Reads a boolean.
   void readBoolean(bool& value);
@@ -92,8 +92,8 @@ class CORVANE_API JSONReader {
   static void decodeInteger(JSONReader& reader, void* value);
   /// A date by the strategy, as a count of ticks of `numerator / denominator` seconds since 1970.
   std::int64_t readTime(std::int64_t numerator, std::int64_t denominator);
-  /// Reads an object into the members whose addresses these are, in the order of the shape.
-  void readFields(const DecodingShape& shape, void* const* fields);
+  /// Reads an object into the members whose addresses these are, in the order of the field table.
+  void readFields(const DecodingFieldTable& fieldTable, void* const* fields);
   /// Reads the value with the first of the alternatives that takes it: `emplace(variant, i)` makes alternative
   /// number i and returns its address.
   void readVariant(const JSONDecoding* const* alternatives, std::size_t count, void* variant,
@@ -108,10 +108,10 @@ class CORVANE_API JSONReader {
   [[noreturn]] void failCount(std::size_t expected, std::size_t found) const;
 
  private:
-  struct Place {
+  struct PathNode {
     enum class Step : std::uint8_t { none, key, index };
 
-    const Place* parent = nullptr;
+    const PathNode* parent = nullptr;
     /// Where the container starts.
     const char* start = nullptr;
     std::string_view key;
@@ -119,14 +119,14 @@ class CORVANE_API JSONReader {
     Step step = Step::none;
   };
   /// The inside of a container: entered with its first character, left with its last.
-  class Level;
+  class Scope;
 
   /// Passes over white space: the character that stands there then, or NUL at the end.
   char next() {
     if (cursor_ < end_ && static_cast<unsigned char>(*cursor_) > ' ') return *cursor_;
-    return nextBehindWhiteSpace();
+    return nextAfterWhiteSpace();
   }
-  char nextBehindWhiteSpace();
+  char nextAfterWhiteSpace();
   /// Whether there is something more in a container: passes the comma, or the closing bracket.
   bool nextInside(char closing, bool isFirst) {
     const char found = next();
@@ -142,7 +142,7 @@ class CORVANE_API JSONReader {
   void passWord(std::string_view word);
   void passColon();
 
-  std::size_t readMember(const DecodingShape& shape, Place& place);
+  std::size_t readMember(const DecodingFieldTable& fieldTable, PathNode& node);
   std::string_view readKey(std::string& unescaped);
   std::string_view readRawString(std::string& unescaped);
   void unescape(std::string& value);
@@ -157,7 +157,7 @@ class CORVANE_API JSONReader {
   void passScalar(char first, std::string& scratch);
   std::size_t chooseByKeys(const JSONDecoding* const* alternatives, const std::vector<std::size_t>& candidates);
 
-  DecodingError::Place whereIs(const char* position) const;
+  DecodingError::Location whereIs(const char* position) const;
   [[noreturn]] void failAt(const char* position, std::string problem) const;
   [[noreturn]] void failKind(const char* position, std::string problem) const;
   [[noreturn]] void failToContinue(char closing);
@@ -168,7 +168,7 @@ class CORVANE_API JSONReader {
   const char* const begin_;
   const char* const end_;
   const char* cursor_;
-  const Place* place_ = nullptr;
+  const PathNode* node_ = nullptr;
   std::size_t depth_ = 0;
   std::size_t bytesLookedThrough_ = 0;
   /// Where the value starts that was gone to last.
@@ -192,14 +192,14 @@ class CORVANE_API JSONReader::Object {
   Object(const Object&) = delete;
   Object& operator=(const Object&) = delete;
 
-  /// To the next member; false behind the last.
+  /// To the next member; false after the last.
   bool next();
   /// Of the member that `next` went to; valid until `next` is called again.
-  std::string_view key() const { return place_.key; }
+  std::string_view key() const { return node_.key; }
 
  private:
   JSONReader& reader_;
-  Place place_;
+  PathNode node_;
   const char* valueStart_ = nullptr;
   std::string unescapedKey_;
 };
@@ -211,22 +211,22 @@ class CORVANE_API JSONReader::Array {
   explicit Array(JSONReader& reader);
   ~Array() {
     --reader_.depth_;
-    reader_.place_ = place_.parent;
+    reader_.node_ = node_.parent;
   }
   Array(const Array&) = delete;
   Array& operator=(const Array&) = delete;
 
-  /// To the next element; false behind the last. A value that is not read is skipped.
+  /// To the next element; false after the last. A value that is not read is skipped.
   bool next() {
     const bool isFirst = valueStart_ == nullptr;
     if (reader_.cursor_ == valueStart_) reader_.skip();
-    place_.step = Place::Step::none;
+    node_.step = PathNode::Step::none;
     if (!reader_.nextInside(']', isFirst)) {
-      reader_.valueStart_ = place_.start;
+      reader_.valueStart_ = node_.start;
       return false;
     }
-    ++place_.index;
-    place_.step = Place::Step::index;
+    ++node_.index;
+    node_.step = PathNode::Step::index;
     reader_.next();
     reader_.valueStart_ = valueStart_ = reader_.cursor_;
     return true;
@@ -234,7 +234,7 @@ class CORVANE_API JSONReader::Array {
 
  private:
   JSONReader& reader_;
-  Place place_;
+  PathNode node_;
   const char* valueStart_ = nullptr;
 };
 

@@ -91,7 +91,7 @@ inline const char* passDigits(const char* cursor, const char* end, std::uint64_t
   return cursor;
 }
 
-/// Requires that the cursor stands at an exponent. Where it stops being one, or behind it.
+/// Requires that the cursor stands at an exponent. Where it stops being one, or after it.
 bool passExponent(const char*& cursor, const char* end, std::int64_t& exponent) {
   ++cursor;
   const bool isNegative = cursor < end && *cursor == '-';
@@ -206,8 +206,8 @@ void JSONReader::passNumber() {
 
 void JSONReader::failNumber(const char* position) {
   cursor_ = position;
-  const bool isBehindZero = position > begin_ && position[-1] == '0' && position < end_ && isDigit(*position);
-  failToFind(isBehindZero ? "no digit behind the leading 0 of a number" : "a digit of a number");
+  const bool isAfterZero = position > begin_ && position[-1] == '0' && position < end_ && isDigit(*position);
+  failToFind(isAfterZero ? "no digit after the leading 0 of a number" : "a digit of a number");
 }
 
 template <class Integer>

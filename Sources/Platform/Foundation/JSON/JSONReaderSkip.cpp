@@ -1,6 +1,6 @@
 #include <bitset>
 
-#include "Platform/Foundation/JSON/Internal/ReaderLevel.hpp"
+#include "Platform/Foundation/JSON/Internal/ReaderScope.hpp"
 
 namespace platform {
 namespace {
@@ -28,7 +28,7 @@ void JSONReader::skip() {
     const char first = next();
     bool isEmpty = false;
     if (first == '{' || first == '[') {
-      Level::checkDepth(*this, containers.count() + 1);
+      Scope::checkDepth(*this, containers.count() + 1);
       containers.open(first == '{');
       ++cursor_;
       isEmpty = !nextInside(first == '{' ? '}' : ']', true);
@@ -37,7 +37,7 @@ void JSONReader::skip() {
       passScalar(first, scratch);
       isEmpty = true;
     }
-    // Behind a value: out of every container that ends here.
+    // After a value: out of every container that ends here.
     if (isEmpty) {
       while (!containers.isEmpty() && !nextInside(containers.isObject() ? '}' : ']', false)) containers.close();
     }

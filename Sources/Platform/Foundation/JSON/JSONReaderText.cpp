@@ -43,7 +43,7 @@ void appendUTF8(std::string& text, std::uint32_t character) {
   }
 }
 
-/// What a letter behind a backslash stands for; NUL for one that stands for nothing.
+/// What a letter after a backslash stands for; NUL for one that stands for nothing.
 constexpr std::array<char, 256> escapes = [] {
   std::array<char, 256> table{};
   constexpr std::string_view letters = "\"\\/bfnrt";

@@ -2,7 +2,7 @@
 #include <vector>
 
 #include "Platform/Foundation/JSON/DecodingError.hpp"
-#include "Platform/Foundation/JSON/DecodingShape.hpp"
+#include "Platform/Foundation/JSON/DecodingFieldTable.hpp"
 #include "Platform/Foundation/JSON/JSONReader.hpp"
 
 namespace platform {
@@ -45,26 +45,27 @@ void JSONReader::readVariant(const JSONDecoding* const* alternatives, std::size_
 std::size_t JSONReader::chooseByKeys(const JSONDecoding* const* alternatives,
                                      const std::vector<std::size_t>& candidates) {
   const char* const start = cursor_;
-  std::vector<const DecodingShape::Table*> tables;
+  std::vector<const DecodingFieldTable::KeyIndex*> keyIndexes;
   std::vector<std::uint64_t> missing;
   for (const std::size_t index : candidates) {
-    const auto shape = alternatives[index]->shape;
-    tables.push_back(shape ? &shape().table(strategies_.keys) : nullptr);
-    missing.push_back(shape ? tables.back()->required() : 0);
+    const auto fieldTable = alternatives[index]->fieldTable;
+    keyIndexes.push_back(fieldTable ? &fieldTable().keyIndex(strategies_.keys) : nullptr);
+    missing.push_back(fieldTable ? keyIndexes.back()->required() : 0);
   }
   const char* position = start;
   for (Object object(*this); missing.front() != 0 && object.next();) {
-    for (std::size_t place = 0; place < candidates.size(); ++place) {
-      const std::size_t key = tables[place] ? tables[place]->find(object.key()) : DecodingShape::Table::none;
-      if (key != DecodingShape::Table::none) missing[place] &= ~(std::uint64_t{1} << key);
+    for (std::size_t candidate = 0; candidate < candidates.size(); ++candidate) {
+      const std::size_t key =
+          keyIndexes[candidate] ? keyIndexes[candidate]->find(object.key()) : DecodingFieldTable::KeyIndex::none;
+      if (key != DecodingFieldTable::KeyIndex::none) missing[candidate] &= ~(std::uint64_t{1} << key);
     }
     bytesLookedThrough_ += static_cast<std::size_t>(cursor_ - position);
     position = cursor_;
     if (bytesLookedThrough_ > mostLooks * document_.count()) failAt(start, "variants are nested too deeply in here");
   }
   cursor_ = start;
-  for (std::size_t place = 0; place < candidates.size(); ++place) {
-    if (missing[place] == 0) return candidates[place];
+  for (std::size_t candidate = 0; candidate < candidates.size(); ++candidate) {
+    if (missing[candidate] == 0) return candidates[candidate];
   }
   return candidates.back();
 }

@@ -9,7 +9,7 @@
 
 namespace platform {
 
-Data JSONCoding<Data>::decode(JSONReader& reader) {
+Data JSONCodec<Data>::decode(JSONReader& reader) {
   std::string text;
   reader.readString(text);
   std::optional<Data> data = detail::fromBase64(text);
@@ -17,9 +17,9 @@ Data JSONCoding<Data>::decode(JSONReader& reader) {
   return *std::move(data);
 }
 
-void JSONCoding<Data>::encode(const Data& data, JSONWriter& writer) { writer.writeString(detail::toBase64(data)); }
+void JSONCodec<Data>::encode(const Data& data, JSONWriter& writer) { writer.writeString(detail::toBase64(data)); }
 
-URL JSONCoding<URL>::decode(JSONReader& reader) {
+URL JSONCodec<URL>::decode(JSONReader& reader) {
   std::string text;
   reader.readString(text);
   const std::optional<URL> url = URL::parse(text);
@@ -27,14 +27,14 @@ URL JSONCoding<URL>::decode(JSONReader& reader) {
   return *url;
 }
 
-void JSONCoding<URL>::encode(const URL& url, JSONWriter& writer) { writer.writeString(url.relativeString()); }
+void JSONCodec<URL>::encode(const URL& url, JSONWriter& writer) { writer.writeString(url.relativeString()); }
 
-URL JSONCoding<URL>::placeholder() {
+URL JSONCodec<URL>::placeholder() {
   static const URL& root = *new URL("/");
   return root;
 }
 
-UUID JSONCoding<UUID>::decode(JSONReader& reader) {
+UUID JSONCodec<UUID>::decode(JSONReader& reader) {
   std::string text;
   reader.readString(text);
   const std::optional<UUID> uuid = UUID::parse(text);
@@ -42,6 +42,6 @@ UUID JSONCoding<UUID>::decode(JSONReader& reader) {
   return *uuid;
 }
 
-void JSONCoding<UUID>::encode(const UUID& uuid, JSONWriter& writer) { writer.writeString(uuid.uuidString()); }
+void JSONCodec<UUID>::encode(const UUID& uuid, JSONWriter& writer) { writer.writeString(uuid.uuidString()); }
 
 }  // namespace platform

@@ -17,7 +17,7 @@ enum class JSONDateStrategy : std::uint8_t {
   iso8601
 };
 
-/// What the key of a member is called in a document, unless `JSONCoding` names it.
+/// What the key of a member is called in a document, unless `JSONCodec` names it.
 enum class JSONKeyStrategy : std::uint8_t {
   /// As the member is called.
   asDeclared,

@@ -24,7 +24,7 @@ bool isCount(Wide count) {
   return count >= std::numeric_limits<std::int64_t>::min() && count <= std::numeric_limits<std::int64_t>::max();
 }
 
-/// The digits of a number before and behind its point, as whole numbers.
+/// The digits of a number before and after its point, as whole numbers.
 struct DecimalSeconds {
   static constexpr int places = 15;
 
@@ -38,7 +38,7 @@ struct DecimalSeconds {
 
 constexpr Wide powerOfTen(int exponent) { return exponent == 0 ? Wide{1} : 10 * powerOfTen(exponent - 1); }
 
-/// Takes a sound JSON number apart; absent when it is out of the range of any date.
+/// Takes a valid JSON number apart; absent when it is out of the range of any date.
 std::optional<DecimalSeconds> decimalOf(std::string_view text) {
   DecimalSeconds decimal;
   decimal.isNegative = text.starts_with('-');

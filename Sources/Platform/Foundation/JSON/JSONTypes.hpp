@@ -9,7 +9,7 @@
 #include <type_traits>
 #include <variant>
 
-#include "Platform/Foundation/JSON/JSONCoding.hpp"
+#include "Platform/Foundation/JSON/JSONCodec.hpp"
 #include "Platform/Foundation/JSON/JSONMembers.hpp"
 
 /// Which C++ types stand for which kinds of JSON values.
@@ -96,7 +96,7 @@ T placeholderOfArray(std::index_sequence<indices...>) {
 template <class T>
 T placeholder() {
   if constexpr (HasPlaceholder<T>) {
-    return JSONCoding<T>::placeholder();
+    return JSONCodec<T>::placeholder();
   } else if constexpr (requires { T{}; }) {
     return T{};
   } else if constexpr (Model<T>) {
@@ -107,7 +107,7 @@ T placeholder() {
     return placeholderOfArray<T>(std::make_index_sequence<std::tuple_size_v<T>>());
   } else {
     static_assert(hasInitialValue<T> || !canBeDecoded<T>(),
-                  "A type that JSON is decoded into has a default constructor, or a `placeholder()` in its JSONCoding");
+                  "A type that JSON is decoded into has a default constructor, or a `placeholder()` in its JSONCodec");
     return valueOfNoType<T>();
   }
 }
@@ -116,7 +116,7 @@ T placeholder() {
 template <class T>
 constexpr std::string_view renamedKey(std::string_view member) {
   if constexpr (HasJSONKeys<T>) {
-    for (const JSONKey& key : JSONCoding<T>::keys) {
+    for (const JSONKey& key : JSONCodec<T>::keys) {
       if (key.member == member) return key.key;
     }
   }
@@ -126,7 +126,7 @@ constexpr std::string_view renamedKey(std::string_view member) {
 template <class T>
 constexpr bool renamesOnlyMembers() {
   if constexpr (HasJSONKeys<T>) {
-    for (const JSONKey& key : JSONCoding<T>::keys) {
+    for (const JSONKey& key : JSONCodec<T>::keys) {
       bool isMember = false;
       for (const std::string_view name : memberNames<T>) isMember = isMember || name == key.member;
       if (!isMember) return false;
@@ -143,10 +143,10 @@ inline constexpr bool hasFewEnoughMembers = memberCount<T> <= mostMembers;
 /// What a model must fulfil to be taken apart.
 template <class T>
 constexpr bool checkModel() {
-  static_assert(hasNoBase<T>, "A JSON model has no base class, or a JSONCoding of its own");
-  static_assert(hasFewEnoughMembers<T>, "A JSON model has at most 64 members, or a JSONCoding of its own");
+  static_assert(hasNoBase<T>, "A JSON model has no base class, or a JSONCodec of its own");
+  static_assert(hasFewEnoughMembers<T>, "A JSON model has at most 64 members, or a JSONCodec of its own");
   if constexpr (hasNoBase<T> && hasFewEnoughMembers<T>) {
-    static_assert(renamesOnlyMembers<T>(), "`keys` of a JSONCoding names a member that the model does not have");
+    static_assert(renamesOnlyMembers<T>(), "`keys` of a JSONCodec names a member that the model does not have");
     return renamesOnlyMembers<T>();
   }
   return false;

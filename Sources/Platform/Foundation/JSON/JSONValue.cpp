@@ -50,7 +50,7 @@ bool equalsInteger(double real, const JSONValue& value) {
 
 JSONValue::Array readArray(JSONReader& reader) {
   JSONValue::Array elements;
-  for (JSONReader::Array array(reader); array.next();) elements.push_back(JSONCoding<JSONValue>::decode(reader));
+  for (JSONReader::Array array(reader); array.next();) elements.push_back(JSONCodec<JSONValue>::decode(reader));
   return elements;
 }
 
@@ -58,7 +58,7 @@ void writeArray(const JSONValue::Array& elements, JSONWriter& writer) {
   JSONWriter::Array array(writer);
   for (const JSONValue& element : elements) {
     array.element();
-    JSONCoding<JSONValue>::encode(element, writer);
+    JSONCodec<JSONValue>::encode(element, writer);
   }
 }
 
@@ -131,10 +131,10 @@ bool operator==(const JSONValue& left, const JSONValue& right) {
   return rightReal && equalsInteger(*rightReal, left);
 }
 
-JSONValue JSONCoding<JSONValue>::decode(JSONReader& reader) {
+JSONValue JSONCodec<JSONValue>::decode(JSONReader& reader) {
   switch (reader.kind()) {
     case JSONKind::object:
-      return JSONCoding<JSONObject>::decode(reader);
+      return JSONCodec<JSONObject>::decode(reader);
     case JSONKind::array:
       return readArray(reader);
     case JSONKind::string: {
@@ -156,14 +156,14 @@ JSONValue JSONCoding<JSONValue>::decode(JSONReader& reader) {
   return {};
 }
 
-JSONObject JSONCoding<JSONObject>::decode(JSONReader& reader) {
+JSONObject JSONCodec<JSONObject>::decode(JSONReader& reader) {
   JSONObject members;
-  for (JSONReader::Object object(reader); object.next();) members[object.key()] = JSONCoding<JSONValue>::decode(reader);
+  for (JSONReader::Object object(reader); object.next();) members[object.key()] = JSONCodec<JSONValue>::decode(reader);
   return members;
 }
 
-void JSONCoding<JSONValue>::encode(const JSONValue& value, JSONWriter& writer) {
-  if (const auto* const members = value.object()) return JSONCoding<JSONObject>::encode(*members, writer);
+void JSONCodec<JSONValue>::encode(const JSONValue& value, JSONWriter& writer) {
+  if (const auto* const members = value.object()) return JSONCodec<JSONObject>::encode(*members, writer);
   if (const auto* const elements = value.array()) return writeArray(*elements, writer);
   if (const auto* const text = value.string()) return writer.writeString(*text);
   if (const auto integer = value.integer()) return writer.writeSigned(*integer);
@@ -173,11 +173,11 @@ void JSONCoding<JSONValue>::encode(const JSONValue& value, JSONWriter& writer) {
   writer.writeNull();
 }
 
-void JSONCoding<JSONObject>::encode(const JSONObject& object, JSONWriter& writer) {
+void JSONCodec<JSONObject>::encode(const JSONObject& object, JSONWriter& writer) {
   JSONWriter::Object members(writer);
   for (const JSONMember& member : object) {
     members.key(member.key);
-    JSONCoding<JSONValue>::encode(member.value, writer);
+    JSONCodec<JSONValue>::encode(member.value, writer);
   }
 }
 

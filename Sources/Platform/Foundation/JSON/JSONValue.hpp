@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "Platform/Export.hpp"
-#include "Platform/Foundation/JSON/JSONCoding.hpp"
+#include "Platform/Foundation/JSON/JSONCodec.hpp"
 
 namespace platform {
 
@@ -148,20 +148,20 @@ class CORVANE_API JSONValue {
 struct JSONMember {
   /// Its name in the document.
   std::string key;
-  /// What stands behind it.
+  /// What stands after it.
   JSONValue value;
 
   friend bool operator==(const JSONMember&, const JSONMember&) = default;
 };
 
 template <>
-struct CORVANE_API JSONCoding<JSONValue> {
+struct CORVANE_API JSONCodec<JSONValue> {
   static JSONValue decode(JSONReader& reader);
   static void encode(const JSONValue& value, JSONWriter& writer);
 };
 
 template <>
-struct CORVANE_API JSONCoding<JSONObject> {
+struct CORVANE_API JSONCodec<JSONObject> {
   static constexpr JSONKind kind = JSONKind::object;
   static JSONObject decode(JSONReader& reader);
   static void encode(const JSONObject& object, JSONWriter& writer);

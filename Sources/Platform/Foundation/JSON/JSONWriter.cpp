@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "Platform/Foundation/JSON/EncodingError.hpp"
-#include "Platform/Foundation/JSON/EncodingShape.hpp"
+#include "Platform/Foundation/JSON/EncodingFieldTable.hpp"
 #include "Platform/Foundation/JSON/Internal/JSONScan.hpp"
 #include "Platform/Foundation/UTF8.hpp"
 
@@ -97,80 +97,80 @@ void JSONWriter::writeString(std::string_view text) {
 }
 
 /// The inside of an object, whose place ends with it also when something is thrown.
-class JSONWriter::Level {
+class JSONWriter::Scope {
  public:
-  Level(JSONWriter& writer, Place& place) : writer_(writer), place_(place) { writer.open('{', place); }
-  ~Level() { writer_.close('}', place_); }
-  Level(const Level&) = delete;
-  Level& operator=(const Level&) = delete;
+  Scope(JSONWriter& writer, PathNode& node) : writer_(writer), node_(node) { writer.open('{', node); }
+  ~Scope() { writer_.close('}', node_); }
+  Scope(const Scope&) = delete;
+  Scope& operator=(const Scope&) = delete;
 
  private:
   JSONWriter& writer_;
-  Place& place_;
+  PathNode& node_;
 };
 
-void JSONWriter::writeFields(const EncodingShape& shape, const void* const* fields) {
-  Place place;
-  const Level level(*this, place);
-  place.step = Place::Step::key;
+void JSONWriter::writeFields(const EncodingFieldTable& fieldTable, const void* const* fields) {
+  PathNode node;
+  const Scope scope(*this, node);
+  node.step = PathNode::Step::key;
   bool isFirst = true;
   std::size_t index = 0;
-  for (const EncodingShape::Key& key : shape.keys(strategies_.keys)) {
+  for (const EncodingFieldTable::Key& key : fieldTable.keys(strategies_.keys)) {
     const void* const field = fields[index++];
     if (key.type->isAbsent != nullptr && key.type->isAbsent(field)) continue;
     writeRaw(std::string_view(key.text).substr(isFirst ? 1 : 0));
     isFirst = false;
-    place.key = key.name();
+    node.key = key.name();
     key.type->encode(*this, field);
   }
 }
 
 // Containers
 
-void JSONWriter::open(char bracket, Place& place) {
+void JSONWriter::open(char bracket, PathNode& node) {
   if (depth_ == deepestNesting) fail("nested too deeply: more than " + std::to_string(deepestNesting) + " levels");
   ++depth_;
-  place.parent = place_;
-  place_ = &place;
+  node.parent = node_;
+  node_ = &node;
   put(bracket);
 }
 
-void JSONWriter::close(char bracket, const Place& place) noexcept {
+void JSONWriter::close(char bracket, const PathNode& node) noexcept {
   --depth_;
-  place_ = place.parent;
+  node_ = node.parent;
   *cursor_++ = bracket;
 }
 
-JSONWriter::Object::Object(JSONWriter& writer) : writer_(writer) { writer.open('{', place_); }
+JSONWriter::Object::Object(JSONWriter& writer) : writer_(writer) { writer.open('{', node_); }
 
-JSONWriter::Object::~Object() { writer_.close('}', place_); }
+JSONWriter::Object::~Object() { writer_.close('}', node_); }
 
 void JSONWriter::Object::key(std::string_view key) {
-  if (place_.step == Place::Step::key) writer_.put(',');
-  place_.step = Place::Step::key;
+  if (node_.step == PathNode::Step::key) writer_.put(',');
+  node_.step = PathNode::Step::key;
   key_.assign(key);
-  place_.key = key_;
+  node_.key = key_;
   writer_.writeString(key);
   writer_.put(':');
 }
 
-JSONWriter::Array::Array(JSONWriter& writer) : writer_(writer) { writer.open('[', place_); }
+JSONWriter::Array::Array(JSONWriter& writer) : writer_(writer) { writer.open('[', node_); }
 
-JSONWriter::Array::~Array() { writer_.close(']', place_); }
+JSONWriter::Array::~Array() { writer_.close(']', node_); }
 
 void JSONWriter::Array::element() {
-  if (place_.step == Place::Step::index) {
+  if (node_.step == PathNode::Step::index) {
     writer_.put(',');
-    ++place_.index;
+    ++node_.index;
   }
-  place_.step = Place::Step::index;
+  node_.step = PathNode::Step::index;
 }
 
 void JSONWriter::fail(std::string problem) const {
   std::vector<CodingKey> path;
-  for (const Place* place = place_; place != nullptr; place = place->parent) {
-    if (place->step == Place::Step::key) path.emplace_back(std::string(place->key));
-    if (place->step == Place::Step::index) path.emplace_back(place->index);
+  for (const PathNode* node = node_; node != nullptr; node = node->parent) {
+    if (node->step == PathNode::Step::key) path.emplace_back(std::string(node->key));
+    if (node->step == PathNode::Step::index) path.emplace_back(node->index);
   }
   std::ranges::reverse(path);
   throw EncodingError(std::move(problem), std::move(path));

@@ -11,10 +11,10 @@
 
 namespace platform {
 
-class EncodingShape;
+class EncodingFieldTable;
 
 /// Writes one JSON document (RFC 8259), compactly: no white space; `/` and characters outside of ASCII as they
-/// are; quotes, backslashes and control characters escaped, by a letter where JSON has one. Models with a coding
+/// are; quotes, backslashes and control characters escaped, by a letter where JSON has one. Models with a codec
 /// of their own are given one; they write exactly one value:
 ///
 ///     static void encode(const Money& money, JSONWriter& writer) { writer.encode(money.text()); }
@@ -46,7 +46,7 @@ class CORVANE_API JSONWriter {
   class Object;
   class Array;
 
-  // What follows serves the codings of the standard types.
+  // What follows serves the codecs of the standard types.
 
   /// Writes null.
   void writeNull();
@@ -66,25 +66,25 @@ class CORVANE_API JSONWriter {
   void writeRaw(std::string_view json);
   /// A date by the strategy; see `JSONReader::readTime`.
   void writeTime(std::int64_t count, std::int64_t numerator, std::int64_t denominator);
-  /// Writes an object of the members whose addresses these are, in the order of the shape; absent ones are left
+  /// Writes an object of the members whose addresses these are, in the order of the field table; absent ones are left
   /// out.
-  void writeFields(const EncodingShape& shape, const void* const* fields);
+  void writeFields(const EncodingFieldTable& fieldTable, const void* const* fields);
   /// What was written. Ends the use of this writer.
   Data finish();
 
  private:
-  struct Place {
+  struct PathNode {
     enum class Step : std::uint8_t { none, key, index };
 
-    const Place* parent = nullptr;
+    const PathNode* parent = nullptr;
     std::string_view key;
     std::size_t index = 0;
     Step step = Step::none;
   };
 
-  class Level;
+  class Scope;
 
-  /// Room for that many bytes at the cursor, and behind them for all closing brackets.
+  /// Room for that many bytes at the cursor, and after them for all closing brackets.
   char* need(std::size_t count) {
     if (end_ - cursor_ < static_cast<std::ptrdiff_t>(count)) grow(count);
     return cursor_;
@@ -94,13 +94,13 @@ class CORVANE_API JSONWriter {
     *need(1) = c;
     ++cursor_;
   }
-  void open(char bracket, Place& place);
-  void close(char bracket, const Place& place) noexcept;
+  void open(char bracket, PathNode& node);
+  void close(char bracket, const PathNode& node) noexcept;
 
   Data buffer_;
   char* cursor_ = nullptr;
   char* end_ = nullptr;
-  const Place* place_ = nullptr;
+  const PathNode* node_ = nullptr;
   std::size_t depth_ = 0;
   const JSONStrategies strategies_;
 };
@@ -125,7 +125,7 @@ class CORVANE_API JSONWriter::Object {
 
  private:
   JSONWriter& writer_;
-  Place place_;
+  PathNode node_;
   std::string key_;
 };
 
@@ -143,7 +143,7 @@ class CORVANE_API JSONWriter::Array {
 
  private:
   JSONWriter& writer_;
-  Place place_;
+  PathNode node_;
 };
 
 }  // namespace platform

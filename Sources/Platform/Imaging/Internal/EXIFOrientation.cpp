@@ -11,7 +11,7 @@ constexpr std::uint32_t orientationTag = 0x0112;
 constexpr std::uint32_t shortType = 3;
 constexpr std::size_t entrySize = 12;
 
-/// Reads numbers in the byte order of the file. What lies behind the end reads as 0.
+/// Reads numbers in the byte order of the file. What lies after the end reads as 0.
 class TIFFReader {
  public:
   explicit TIFFReader(std::span<const std::byte> bytes) : bytes_(bytes), isBigEndian_(at(0) == 'M') {}

@@ -72,14 +72,14 @@ void NetworkLoop::runThread() {
   }
 }
 
-bool NetworkLoop::drive(AssistedWait& wait, Seconds limit) {
+bool NetworkLoop::drive(CooperativeWait& wait, Seconds limit) {
   if (!ownership_.tryOwn()) return false;
   const LoopTime deadline = loopNow() + loopInterval(limit.count());
   while (!wait.isDone() && !ownership_.isStopped() && hasWork()) {
     const LoopTime left = deadline - loopNow();
     if (left <= 0) break;
-    LocalWork local;
-    LoopOwnership::noteThatThisThreadLeads(wait.comesBack());
+    InlineDrain local;
+    LoopOwnership::noteThatThisThreadLeads(wait.willWaitAgain());
     if (!turn(left)) continue;
     // What the turn finished runs on this thread, but the loop must not stand still for long meanwhile.
     ownership_.disown(hasWork(), LoopOwnership::Successor::leader);
@@ -87,7 +87,7 @@ bool NetworkLoop::drive(AssistedWait& wait, Seconds limit) {
     if (!ownership_.tryOwn()) return wait.isDone();
   }
   ownership_.disown(hasWork(),
-                    wait.comesBack() ? LoopOwnership::Successor::leader : LoopOwnership::Successor::networkThread);
+                    wait.willWaitAgain() ? LoopOwnership::Successor::leader : LoopOwnership::Successor::networkThread);
   return wait.isDone();
 }
 

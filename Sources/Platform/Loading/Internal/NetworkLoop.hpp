@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "Platform/Dispatch/AssistedWait.hpp"
+#include "Platform/Dispatch/CooperativeWait.hpp"
 #include "Platform/Dispatch/DispatchQueue.hpp"
 #include "Platform/Loading/Internal/LoopClock.hpp"
 #include "Platform/Loading/Internal/LoopOwnership.hpp"
@@ -63,7 +63,7 @@ class NetworkLoop final : public Driver {
   LoopTime now() const { return now_; }
 
   // Driver.
-  bool drive(AssistedWait& wait, Seconds limit) override;
+  bool drive(CooperativeWait& wait, Seconds limit) override;
   void interrupt() override { ownership_.interrupt(); }
 
  private:

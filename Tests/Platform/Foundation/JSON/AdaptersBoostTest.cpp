@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "Platform/Foundation/JSON/BoostCoding.hpp"
+#include "Platform/Foundation/JSON/BoostCodec.hpp"
 #include "Platform/Foundation/JSON/JSONTesting.hpp"
 
 namespace platform::json_boost {
@@ -46,10 +46,10 @@ struct Model {
 }  // namespace platform::json_boost
 
 template <>
-struct platform::JSONCoding<platform::json_boost::Version> : platform::BoostCoding<platform::json_boost::Version> {};
+struct platform::JSONCodec<platform::json_boost::Version> : platform::BoostCodec<platform::json_boost::Version> {};
 /// Known to the library by itself.
 template <>
-struct platform::JSONCoding<std::pair<int, std::string>> : platform::BoostCoding<std::pair<int, std::string>> {};
+struct platform::JSONCodec<std::pair<int, std::string>> : platform::BoostCodec<std::pair<int, std::string>> {};
 
 namespace platform::json_boost {
 namespace {
@@ -59,7 +59,7 @@ using platform::testing::encoded;
 using platform::testing::encodingRefusal;
 using platform::testing::refusal;
 
-TEST(BoostCodingTest, readsAndWritesATypeByItsConversions) {
+TEST(BoostCodecTest, readsAndWritesATypeByItsConversions) {
   using Pair = std::pair<int, std::string>;
 
   EXPECT_EQ(encoded(Version(2, "b\"\u00e4")), "{\"major\":2,\"name\":\"b\\\"\u00e4\"}");
@@ -67,7 +67,7 @@ TEST(BoostCodingTest, readsAndWritesATypeByItsConversions) {
   EXPECT_EQ(decoded<Pair>(R"([1,"one"])"), Pair(1, "one"));
 }
 
-TEST(BoostCodingTest, standsInModels) {
+TEST(BoostCodecTest, standsInModels) {
   const char* const text =
       R"({"id":1,"version":{"major":2,"name":"b"},"history":[{"major":1,"name":"a"},{"major":2,"name":"b"}]})";
   const auto model = decoded<Model>(text);
@@ -77,7 +77,7 @@ TEST(BoostCodingTest, standsInModels) {
   EXPECT_EQ(encoded(model), text);
 }
 
-TEST(BoostCodingTest, namesThePlaceOfWhatTheLibraryRefuses) {
+TEST(BoostCodecTest, namesThePlaceOfWhatTheLibraryRefuses) {
   for (const char* wrong : {"{}", "[]", R"({"major":"2","name":"b"})", R"({"major":2.5,"name":"b"})"}) {
     const DecodingError error =
         refusal<Model>(R"({"id":1,"history":[{"major":1,"name":"a"}, )" + std::string(wrong) + "]}");
@@ -89,22 +89,22 @@ TEST(BoostCodingTest, namesThePlaceOfWhatTheLibraryRefuses) {
   }
 }
 
-TEST(BoostCodingTest, refusesWhatIsNotJSONAsEverywhere) {
+TEST(BoostCodecTest, refusesWhatIsNotJSONAsEverywhere) {
   EXPECT_EQ(refusal<Version>(R"({"major":1)").problem(),
             "the text is not JSON: expected a comma or a closing brace at byte 10, where the text ends");
 }
 
-TEST(BoostCodingTest, readsWhatIsNestedAsDeeplyAsEverywhere) {
+TEST(BoostCodecTest, readsWhatIsNestedAsDeeplyAsEverywhere) {
   const std::string deep = testing::repeated("[", 500) + testing::repeated("]", 500);
 
   EXPECT_EQ(decoded<Version>(R"({"major":1,"name":"a","other":)" + deep + "}").major(), 1);
 }
 
-TEST(BoostCodingTest, letsErrorsOfAConversionThroughUnchanged) {
+TEST(BoostCodecTest, letsErrorsOfAConversionThroughUnchanged) {
   EXPECT_THROW(decoded<Model>(R"({"id":1,"version":{"major":-1,"name":""}})"), Refused);
 }
 
-TEST(BoostCodingTest, namesThePlaceOfWhatCannotBeWritten) {
+TEST(BoostCodecTest, namesThePlaceOfWhatCannotBeWritten) {
   EXPECT_EQ(encodingRefusal(Model{1, {}, {{1, "\xFF"}}}).message(), "history[0]: the text is not UTF-8");
 }
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "Platform/Foundation/JSON/JSONTesting.hpp"
-#include "Platform/Foundation/JSON/NlohmannCoding.hpp"
+#include "Platform/Foundation/JSON/NlohmannCodec.hpp"
 
 namespace platform::json_nlohmann {
 
@@ -54,14 +54,13 @@ struct Model {
 }  // namespace platform::json_nlohmann
 
 template <>
-struct platform::JSONCoding<platform::json_nlohmann::Macro> : platform::NlohmannCoding<platform::json_nlohmann::Macro> {
-};
+struct platform::JSONCodec<platform::json_nlohmann::Macro> : platform::NlohmannCodec<platform::json_nlohmann::Macro> {};
 template <>
-struct platform::JSONCoding<platform::json_nlohmann::Version>
-    : platform::NlohmannCoding<platform::json_nlohmann::Version> {};
+struct platform::JSONCodec<platform::json_nlohmann::Version>
+    : platform::NlohmannCodec<platform::json_nlohmann::Version> {};
 template <>
-struct platform::JSONCoding<platform::json_nlohmann::WriteOnly>
-    : platform::NlohmannCoding<platform::json_nlohmann::WriteOnly> {};
+struct platform::JSONCodec<platform::json_nlohmann::WriteOnly>
+    : platform::NlohmannCodec<platform::json_nlohmann::WriteOnly> {};
 
 namespace platform::json_nlohmann {
 namespace {
@@ -71,14 +70,14 @@ using platform::testing::encoded;
 using platform::testing::encodingRefusal;
 using platform::testing::refusal;
 
-TEST(NlohmannCodingTest, readsAndWritesATypeByItsConversions) {
+TEST(NlohmannCodecTest, readsAndWritesATypeByItsConversions) {
   const Macro macro{"a\"\u00e4", {1, 2}};
 
   EXPECT_EQ(encoded(macro), "{\"name\":\"a\\\"\u00e4\",\"numbers\":[1,2]}");
   EXPECT_EQ(decoded<Macro>(" {\"numbers\" : [1,2], \"name\":\"a\\\"\\u00e4\"} "), macro);
 }
 
-TEST(NlohmannCodingTest, standsInModels) {
+TEST(NlohmannCodecTest, standsInModels) {
   const char* const text =
       R"({"id":1,"macro":{"name":"m","numbers":[]},"version":{"major":2},"history":[{"major":1},{"major":2}]})";
   const auto model = decoded<Model>(text);
@@ -88,7 +87,7 @@ TEST(NlohmannCodingTest, standsInModels) {
   EXPECT_EQ(encoded(model), text);
 }
 
-TEST(NlohmannCodingTest, namesThePlaceOfWhatTheLibraryRefuses) {
+TEST(NlohmannCodecTest, namesThePlaceOfWhatTheLibraryRefuses) {
   const DecodingError error = refusal<Model>(R"({"id":1,"history":[{"major":1}, {"major":"2"}]})");
 
   EXPECT_EQ(error.which(), DecodingError::Case::dataCorrupted);
@@ -98,23 +97,23 @@ TEST(NlohmannCodingTest, namesThePlaceOfWhatTheLibraryRefuses) {
   EXPECT_NE(refusal<Version>("{}").problem().find("key 'major' not found"), std::string::npos);
 }
 
-TEST(NlohmannCodingTest, refusesWhatIsNotJSONAsEverywhere) {
+TEST(NlohmannCodecTest, refusesWhatIsNotJSONAsEverywhere) {
   EXPECT_EQ(refusal<Version>(R"({"major":1)").problem(),
             "the text is not JSON: expected a comma or a closing brace at byte 10, where the text ends");
 }
 
-TEST(NlohmannCodingTest, letsErrorsOfAConversionThroughUnchanged) {
+TEST(NlohmannCodecTest, letsErrorsOfAConversionThroughUnchanged) {
   EXPECT_THROW(decoded<Model>(R"({"id":1,"version":{"major":-1}})"), Refused);
 }
 
-TEST(NlohmannCodingTest, namesThePlaceOfWhatCannotBeWritten) {
+TEST(NlohmannCodecTest, namesThePlaceOfWhatCannotBeWritten) {
   const EncodingError error = encodingRefusal(Model{1, {"\xFF", {}}, {}, {}});
 
   EXPECT_EQ(error.message().substr(0, 7), "macro: ");
   EXPECT_NE(error.problem().find("invalid UTF-8"), std::string::npos) << error.problem();
 }
 
-TEST(NlohmannCodingTest, mayWriteOnly) {
+TEST(NlohmannCodecTest, mayWriteOnly) {
   static_assert(JSONWritable<WriteOnly> && !detail::DecodesItself<WriteOnly>);
 
   EXPECT_EQ(encoded(std::vector<WriteOnly>{{1}, {2}}), "[1,2]");

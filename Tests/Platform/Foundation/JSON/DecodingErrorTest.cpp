@@ -105,7 +105,7 @@ TEST(DecodingErrorTest, tellsWhereTheTextStopsBeingJSON) {
       {"{\"items\":[]", "the text is not JSON: expected a comma or a closing brace at byte 11, where the text ends"},
       {"{\"items\":[],}", "the text is not JSON: expected a key in quotes at byte 12"},
       {"{\"items\":[]}}", "the text is not JSON: expected the end of the document at byte 12"},
-      {"{\"other\":01}", "the text is not JSON: expected no digit behind the leading 0 of a number at byte 10"},
+      {"{\"other\":01}", "the text is not JSON: expected no digit after the leading 0 of a number at byte 10"},
       {"{\"other\":-}", "the text is not JSON: expected a digit of a number at byte 10"},
   };
   for (const auto& [json, problem] : samples) {
@@ -120,13 +120,13 @@ TEST(DecodingErrorTest, countsBytesFromAByteOrderMarkOn) {
   EXPECT_EQ(refusal<Document>("\xEF\xBB\xBF{\"items\":1}").byteOffset(), 12U);
 }
 
-TEST(DecodingErrorTest, isMadeForCodingsThatKnowMore) {
-  const DecodingError::Place place{{CodingKey("a"), CodingKey(std::size_t{2})}, 7};
+TEST(DecodingErrorTest, isMadeForCodecsThatKnowMore) {
+  const DecodingError::Location location{{CodingKey("a"), CodingKey(std::size_t{2})}, 7};
 
-  EXPECT_EQ(DecodingError::keyNotFound("b", place).message(), "a[2]: the key \"b\" is missing");
-  EXPECT_EQ(DecodingError::typeMismatch("no", place).message(), "a[2]: no");
-  EXPECT_EQ(DecodingError::valueNotFound("no", place).which(), DecodingError::Case::valueNotFound);
-  EXPECT_EQ(DecodingError::dataCorrupted("no", place).byteOffset(), 7U);
+  EXPECT_EQ(DecodingError::keyNotFound("b", location).message(), "a[2]: the key \"b\" is missing");
+  EXPECT_EQ(DecodingError::typeMismatch("no", location).message(), "a[2]: no");
+  EXPECT_EQ(DecodingError::valueNotFound("no", location).which(), DecodingError::Case::valueNotFound);
+  EXPECT_EQ(DecodingError::dataCorrupted("no", location).byteOffset(), 7U);
 }
 
 TEST(CodingKeyTest, isANameOrAnIndex) {

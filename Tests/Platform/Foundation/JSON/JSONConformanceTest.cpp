@@ -46,7 +46,7 @@ Outcome skipped(std::string_view text) {
   return outcome<Kept>(Data(R"({"ignored": )" + std::string(text) + R"(, "kept": 1})"));
 }
 
-/// The first bytes of a text, with the rest of it in the memory behind them.
+/// The first bytes of a text, with the rest of it in the memory after them.
 Data beginning(std::string_view text, std::size_t count) {
   Data data(text);
   data.resize(count);
@@ -129,7 +129,7 @@ TEST_P(JSONRejectionTest, refusesToSkipIt) {
   }
 }
 
-TEST_P(JSONRejectionTest, isNotMisledByWhatStandsBehindIt) {
+TEST_P(JSONRejectionTest, isNotMisledByWhatStandsAfterIt) {
   for (const auto& [name, text] : GetParam().samples) {
     for (const char* rest : {"\"", "}", "]", "0", "\"}", "1]}", "e"}) {
       EXPECT_TRUE(outcome<JSONValue>(beginning(std::string(text) + rest, text.size())).isRefused()) << name;

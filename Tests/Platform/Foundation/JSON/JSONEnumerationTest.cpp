@@ -27,12 +27,12 @@ struct Card {
 }  // namespace platform::json_enumerations
 
 template <>
-struct platform::JSONCoding<platform::json_enumerations::Suit> {
+struct platform::JSONCodec<platform::json_enumerations::Suit> {
   using enum json_enumerations::Suit;
   static constexpr JSONName<json_enumerations::Suit> names[] = {{hearts, "Hearts"}, {spades, "\u2660"}};
 };
 template <>
-struct platform::JSONCoding<platform::json_enumerations::Weather> {
+struct platform::JSONCodec<platform::json_enumerations::Weather> {
   static constexpr JSONName<json_enumerations::Weather> names[] = {{json_enumerations::sunny, "sunny"},
                                                                    {json_enumerations::rainy, "rainy"}};
 };

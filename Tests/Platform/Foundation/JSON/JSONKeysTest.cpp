@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "Platform/Foundation/JSON/DecodingShape.hpp"
+#include "Platform/Foundation/JSON/DecodingFieldTable.hpp"
 #include "Platform/Foundation/JSON/JSONTesting.hpp"
 
 namespace platform::json_keys {
@@ -22,12 +22,12 @@ struct Swapped {
 }  // namespace platform::json_keys
 
 template <>
-struct platform::JSONCoding<platform::json_keys::Account> {
+struct platform::JSONCodec<platform::json_keys::Account> {
   static constexpr JSONKey keys[] = {
       {"login", "user_login"}, {"contentType", "Content-Type"}, {"quoted", "a \"quoted\"\\b\n\u00e9"}};
 };
 template <>
-struct platform::JSONCoding<platform::json_keys::Swapped> {
+struct platform::JSONCodec<platform::json_keys::Swapped> {
   static constexpr JSONKey keys[] = {{"first", "second"}, {"second", "first"}};
 };
 

@@ -123,7 +123,7 @@ TEST(JSONReaderTest, failsWithTheWayToTheValue) {
   }
 }
 
-TEST(JSONReaderTest, namesTheContainerBehindItsLastMember) {
+TEST(JSONReaderTest, namesTheContainerAfterItsLastMember) {
   const Data document(R"([{"a":1}, {"b":2}])");
   JSONReader reader(document);
 

@@ -39,7 +39,7 @@ struct Late {
   int end = 0;
 };
 struct LongName {
-  int aNameThatIsLongerThanThePaddingBehindEveryDocumentIsAndThenSomeMoreOfItStillAndMore = 0;
+  int aNameThatIsLongerThanThePaddingAfterEveryDocumentIsAndThenSomeMoreOfItStillAndMore = 0;
 };
 struct Named {
   int a = 0;
@@ -57,11 +57,11 @@ struct Lossy {
 }  // namespace
 
 template <>
-struct JSONCoding<Named> {
+struct JSONCodec<Named> {
   static constexpr JSONKey keys[] = {{"a", ""}};
 };
 template <>
-struct JSONCoding<std::optional<Flag>> {
+struct JSONCodec<std::optional<Flag>> {
   static std::optional<Flag> decode(JSONReader& reader) {
     return reader.takeNull() ? std::nullopt : std::optional(Flag{reader.decode<bool>()});
   }
@@ -71,7 +71,7 @@ struct JSONCoding<std::optional<Flag>> {
   }
 };
 template <>
-struct JSONCoding<Lossy> {
+struct JSONCodec<Lossy> {
   static Lossy decode(JSONReader& reader) { return {reader.decodeIfValid<Card>()}; }
 };
 
@@ -131,13 +131,13 @@ TEST(JSONWriterTest, keepsTheKeyThatAnErrorNames) {
   }
 }
 
-TEST(DecodingShapeTest, staysWithinThePaddingOfADocument) {
+TEST(DecodingFieldTableTest, staysWithinThePaddingOfADocument) {
   EXPECT_THROW(decoded<LongName>("{"), DecodingError);
   EXPECT_THROW(decoded<LongName>(R"({"a":1})"), DecodingError);
   const Data written = JSONEncoder().encode(LongName{7});
   EXPECT_EQ(JSONDecoder()
                 .decode<LongName>(written)
-                .aNameThatIsLongerThanThePaddingBehindEveryDocumentIsAndThenSomeMoreOfItStillAndMore,
+                .aNameThatIsLongerThanThePaddingAfterEveryDocumentIsAndThenSomeMoreOfItStillAndMore,
             7);
 }
 
@@ -182,12 +182,12 @@ TEST(JSONKeysTest, mayBeEmpty) {
   EXPECT_EQ(JSONEncoder().encode(Named{7}).view(), R"({"":7})");
 }
 
-TEST(JSONOptionalTest, mayHaveACodingOfItsOwn) {
+TEST(JSONOptionalTest, mayHaveACodecOfItsOwn) {
   EXPECT_EQ(JSONEncoder().encode(Flagged{}).view(), R"({"flag":null})");
   EXPECT_TRUE(decoded<Flagged>(R"({"flag":true})").flag->isSet);
 }
 
-TEST(JSONReaderTest, goesOnBehindWhatIsNotAsItShouldBe) {
+TEST(JSONReaderTest, goesOnAfterWhatIsNotAsItShouldBe) {
   const auto cards =
       decoded<std::vector<Lossy>>(R"([{"cardNumber":1},{"cardNumber":"2","more":[{}]},[],{},7,{"cardNumber":3}])");
 
@@ -197,7 +197,7 @@ TEST(JSONReaderTest, goesOnBehindWhatIsNotAsItShouldBe) {
   EXPECT_EQ(cards[5].card->cardNumber, 3);
 }
 
-TEST(JSONReaderTest, doesNotGoOnBehindWhatIsNoJSON) {
+TEST(JSONReaderTest, doesNotGoOnAfterWhatIsNoJSON) {
   EXPECT_THROW(decoded<std::vector<Lossy>>(R"([{"cardNumber":1},{"cardNumber":}])"), DecodingError);
 }
 

@@ -75,7 +75,7 @@ TEST(JSONTextTest, tellsWhereTextIsNotUTF8) {
   EXPECT_EQ(error.byteOffset(), 9U);
 }
 
-TEST(JSONTextTest, refusesTextThatIsNotUTF8BehindAnEscapeToo) {
+TEST(JSONTextTest, refusesTextThatIsNotUTF8AfterAnEscapeToo) {
   EXPECT_EQ(refusalMessage<std::string>("\"\\n\xC3\""), "the text is not UTF-8");
   EXPECT_EQ(refusalMessage<std::string>("\"\xC3\\n\xA4\""), "the text is not UTF-8");
 }

@@ -12,9 +12,9 @@ namespace platform::networking {
 namespace {
 
 using namespace std::chrono_literals;
-using corvane::testing::Answer;
 using corvane::testing::descriptorsWithoutPeer;
 using corvane::testing::HeldLookUps;
+using corvane::testing::MockResponse;
 using corvane::testing::openDescriptors;
 using corvane::testing::runUntil;
 using corvane::testing::ServerOptions;
@@ -26,7 +26,7 @@ constexpr std::string_view getRoot = "GET / HTTP/1.1\r\nHost: test\r\n\r\n";
 
 TEST_F(ConnectorTest, connectsToAnAddress) {
   TestServer server;
-  server.enqueue(Answer(200).body("hello"));
+  server.enqueue(MockResponse(200).body("hello"));
 
   connect(route("127.0.0.1", server.port()));
 

@@ -6,9 +6,9 @@
 namespace platform::networking {
 namespace {
 
-using corvane::testing::Answer;
 using corvane::testing::CertificateAuthority;
 using corvane::testing::CertificateRequest;
+using corvane::testing::MockResponse;
 using corvane::testing::runUntil;
 using corvane::testing::TestServer;
 using corvane::testing::Tls;
@@ -22,7 +22,7 @@ class SecureConnectorTest : public ConnectorTest {
   Route secureRoute(const TestServer& server) const { return route("localhost", server.port(), true); }
   /// Connects, makes an exchange, which brings the sessions of TLS 1.3 along, and closes.
   void connectAndClose(TestServer& server) {
-    server.enqueue(Answer(200).body("hello"));
+    server.enqueue(MockResponse(200).body("hello"));
     connect(secureRoute(server));
     ASSERT_TRUE(owner.open);
     exchange(*owner.open->stream, getRoot, "hello");
@@ -43,7 +43,7 @@ INSTANTIATE_TEST_SUITE_P(SecureConnectorTest, SecureConnectorVersionTest,
 
 TEST_P(SecureConnectorVersionTest, asksForAVerdictAndConnects) {
   TestServer server(version());
-  server.enqueue(Answer(200).body("hello"));
+  server.enqueue(MockResponse(200).body("hello"));
 
   connect(secureRoute(server));
 
@@ -95,7 +95,7 @@ TEST_P(SecureConnectorVersionTest, resumesASession) {
   connectAndClose(server);
   ASSERT_GE(context->sessionCount(), 1U);
 
-  server.enqueue(Answer(200).body("again"));
+  server.enqueue(MockResponse(200).body("again"));
   connect(secureRoute(server));
 
   ASSERT_TRUE(owner.open);
@@ -119,7 +119,7 @@ TEST_P(SecureConnectorVersionTest, resumesNoSessionOnceTheTrustChanged) {
 
 TEST_P(SecureConnectorVersionTest, keepsNoSessionOfAHandshakeThatBeganBeforeTheTrustChanged) {
   TestServer server(version());
-  server.enqueue(Answer(200).body("hello"));
+  server.enqueue(MockResponse(200).body("hello"));
   owner.verdict.reset();
   Connector late(loop, resolver, context, secureRoute(server), owner);
   late.start();
@@ -228,14 +228,14 @@ TEST_F(SecureConnectorTest, sendsNoNameOfAnAddress) {
 }
 
 TEST_F(SecureConnectorTest, failsWhenTheConnectionIsResetInTheHandshake) {
-  const corvane::testing::Gate gate;
-  TestServer server(Tls(tls).resetHandshakesWhenOpen(gate));
+  const corvane::testing::Latch latch;
+  TestServer server(Tls(tls).resetHandshakesWhenOpen(latch));
   owner.verdict.reset();
   Connector late(loop, resolver, context, secureRoute(server), owner);
   late.start();
   ASSERT_TRUE(runUntil(loop, [&] { return owner.query != nullptr; }));
 
-  gate.open();
+  latch.open();
   ASSERT_TRUE(server.waitUntilAllClosed());
   late.answer(true);
 

@@ -16,8 +16,8 @@
 namespace platform::networking {
 namespace {
 
-using corvane::testing::Answer;
 using corvane::testing::generatedBytes;
+using corvane::testing::MockResponse;
 using corvane::testing::Moment;
 using corvane::testing::TestServer;
 using testing::HasSubstr;
@@ -59,7 +59,7 @@ class HTTP1OverSocketTest : public ::testing::Test, public HTTPConnectionOwner {
 
 TEST_F(HTTP1OverSocketTest, keepsAConnectionForManyExchanges) {
   for (int round = 0; round < 50; ++round) {
-    server.enqueue(Answer(200).body("round " + std::to_string(round)));
+    server.enqueue(MockResponse(200).body("round " + std::to_string(round)));
     ScriptedExchange exchange;
 
     run(exchange);
@@ -72,9 +72,9 @@ TEST_F(HTTP1OverSocketTest, keepsAConnectionForManyExchanges) {
 TEST_F(HTTP1OverSocketTest, readsLongBodiesInEachFraming) {
   constexpr std::size_t size = 5'000'000;
   const std::string expected = generatedBytes(size);
-  server.enqueue(Answer(200).generatedBody(size));
-  server.enqueue(Answer(200).body(expected).chunkedBy(10'007));
-  server.enqueue(Answer(200).body(expected).untilClose());
+  server.enqueue(MockResponse(200).generatedBody(size));
+  server.enqueue(MockResponse(200).body(expected).chunkedBy(10'007));
+  server.enqueue(MockResponse(200).body(expected).untilClose());
   for (int i = 0; i < 3; ++i) {
     ScriptedExchange exchange;
     exchange.roomBytes = i == 0 ? 128 * 1024 : 0;
@@ -86,7 +86,8 @@ TEST_F(HTTP1OverSocketTest, readsLongBodiesInEachFraming) {
 }
 
 TEST_F(HTTP1OverSocketTest, readsAResponseThatTricklesIn) {
-  server.enqueue(Answer(200).chunked({"a", "b", "c"}).trailer("X-Sum", "3").throttle(7, TestServer::Milliseconds(1)));
+  server.enqueue(
+      MockResponse(200).chunked({"a", "b", "c"}).trailer("X-Sum", "3").throttle(7, TestServer::Milliseconds(1)));
   ScriptedExchange exchange;
 
   run(exchange);
@@ -99,7 +100,7 @@ TEST_F(HTTP1OverSocketTest, sendsLongBodiesInEachWay) {
   const std::string text = generatedBytes(3'000'000);
   for (const auto way : {ScriptedBody::Way::peek, ScriptedBody::Way::read, ScriptedBody::Way::sendTo}) {
     for (const bool saysLength : {true, false}) {
-      server.enqueue(Answer(200).body("thanks"));
+      server.enqueue(MockResponse(200).body("thanks"));
       ScriptedExchange exchange("PUT");
       ScriptedBody body(text, way);
       body.saysLength = saysLength;
@@ -120,10 +121,10 @@ TEST_F(HTTP1OverSocketTest, deliversEarlyResponsesWhateverTheServerDoesThen) {
   for (const int status : {413, 200}) {
     for (const int leaving : {0, 1, 2, 3}) {
       for (const std::uint64_t after : {0, 100'000, 900'000}) {
-        Answer early = Answer(status).body("early").beforeRequestBody(after);
+        MockResponse early = MockResponse(status).body("early").beforeRequestBody(after);
         if (leaving == 1) early.closeConnection();
-        if (leaving == 2) early.dropConnection(Moment::afterAnswer);
-        if (leaving == 3) early.resetConnection(Moment::afterAnswer);
+        if (leaving == 2) early.dropConnection(Moment::afterResponse);
+        if (leaving == 3) early.resetConnection(Moment::afterResponse);
         server.enqueue(early);
         ScriptedExchange exchange("POST");
         ScriptedBody body(text);
@@ -141,7 +142,7 @@ TEST_F(HTTP1OverSocketTest, deliversEarlyResponsesWhateverTheServerDoesThen) {
 }
 
 TEST_F(HTTP1OverSocketTest, deliversACompleteSuccessOfAServerThatStopsReading) {
-  server.enqueue(Answer(200).body("early").beforeRequestBody().stall(Moment::afterAnswer));
+  server.enqueue(MockResponse(200).body("early").beforeRequestBody().stall(Moment::afterResponse));
   ScriptedExchange exchange("POST");
   ScriptedBody body(generatedBytes(32 << 20));
   exchange.sends(body);
@@ -158,7 +159,7 @@ TEST_F(HTTP1OverSocketTest, deliversACompleteSuccessOfAServerThatStopsReading) {
 }
 
 TEST_F(HTTP1OverSocketTest, isClosedWhenTheServerEndsItWhileItIsIdle) {
-  server.enqueue(Answer(200).body("x"));
+  server.enqueue(MockResponse(200).body("x"));
   ScriptedExchange exchange;
   run(exchange);
   EXPECT_TRUE(connection);
@@ -168,7 +169,7 @@ TEST_F(HTTP1OverSocketTest, isClosedWhenTheServerEndsItWhileItIsIdle) {
 }
 
 TEST_F(HTTP1OverSocketTest, isClosedByBytesThatNobodyAskedFor) {
-  server.enqueue(Answer(200).body("x").extraBytesAfter("HTTP/1.1 200 OK\r\nContent-Length: 4\r\n\r\nevil"));
+  server.enqueue(MockResponse(200).body("x").extraBytesAfter("HTTP/1.1 200 OK\r\nContent-Length: 4\r\n\r\nevil"));
   ScriptedExchange exchange;
   run(exchange);
 
@@ -177,7 +178,7 @@ TEST_F(HTTP1OverSocketTest, isClosedByBytesThatNobodyAskedFor) {
 }
 
 TEST_F(HTTP1OverSocketTest, stopsReadingWhereTheBodyIsNotWanted) {
-  server.enqueue(Answer(200).generatedBody(20'000'000));
+  server.enqueue(MockResponse(200).generatedBody(20'000'000));
   ScriptedExchange exchange;
   exchange.onCall = [&](std::string_view name) {
     if (name == "head") connection->setReading(exchange, false);

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <concepts>
+#include <cstdint>
+#include <string_view>
+
+namespace platform {
+
+class JSONReader;
+class JSONWriter;
+
+/// What a JSON value can be (RFC 8259, 3).
+enum class JSONKind : std::uint8_t { object, array, string, number, boolean, null };
+
+/// The key of a member, where it is not the member's name.
+struct JSONKey {
+  /// The name of the member, as C++ spells it.
+  std::string_view member;
+  /// The key in the document.
+  std::string_view key;
+};
+
+/// The name of an enumerator in a document.
+template <class Enumeration>
+struct JSONName {
+  /// The enumerator.
+  Enumeration value;
+  /// The string that stands for it in a document.
+  std::string_view name;
+};
+
+/// To be specialised for a type that is not to be read and written as it stands; with some of:
+///
+///     template <>
+///     struct corvane::JSONCodec<User> {  // other keys; what is not listed keeps its name
+///       static constexpr JSONKey keys[] = {{"login", "user_login"}};
+///     };
+///     template <>
+///     struct corvane::JSONCodec<Color> {  // an enumeration by name instead of by value
+///       static constexpr JSONName<Color> names[] = {{Color::red, "red"}, {Color::green, "green"}};
+///     };
+///     template <>
+///     struct corvane::JSONCodec<Money> {  // anything else; one of the two is enough to read or to write only
+///       static Money decode(JSONReader& reader) { return Money::parse(reader.decode<std::string>()); }
+///       static void encode(const Money& money, JSONWriter& writer) { writer.encode(money.text()); }
+///     };
+///
+/// What `decode` and `encode` throw ends the whole decoding or encoding, unchanged; `JSONReader::fail` throws a
+/// `DecodingError` that names the place. A type without a default constructor adds `static T placeholder()`,
+/// whose value is overwritten. An alternative of a `std::variant` that is read from one kind of value only says
+/// so: `static constexpr JSONKind kind = JSONKind::string;`
+template <class T>
+struct JSONCodec {};
+
+namespace detail {
+
+template <class T>
+concept DecodesItself = requires(JSONReader& reader) {
+  { JSONCodec<T>::decode(reader) } -> std::same_as<T>;
+};
+template <class T>
+concept EncodesItself = requires(const T& value, JSONWriter& writer) { JSONCodec<T>::encode(value, writer); };
+template <class T>
+concept HasJSONKeys = requires { JSONCodec<T>::keys; };
+template <class T>
+concept HasJSONNames = requires { JSONCodec<T>::names; };
+template <class T>
+concept HasPlaceholder = requires { JSONCodec<T>::placeholder(); };
+
+}  // namespace detail
+}  // namespace platform
