@@ -128,16 +128,15 @@ void HTTP2Connection::readTurn() {
 bool HTTP2Connection::receive(Bytes bytes) {
   lastSign_ = loop_.now();
   isPinged_ = false;
-  const auto flood = meter_.take(bytes, loop_.now());
-  if (flood) {
-    giveUp({FailureCause::malformedResponse, std::string(*flood), 0});
-    return false;
+  const auto [usable, problem] = meter_.take(bytes, loop_.now());
+  if (!session_.receive(bytes.first(usable))) {
+    // The session's farewell to the server, which has the reason in it.
+    if (session_.output().isEmpty()) session_.pull();
+    giveUp({FailureCause::malformedResponse, "the server breaks HTTP/2: " + session_.problem(), 0});
+  } else if (problem) {
+    giveUp({FailureCause::malformedResponse, std::string(*problem), 0});
   }
-  if (session_.receive(bytes)) return true;
-  // The session's farewell to the server, which has the reason in it.
-  if (session_.output().isEmpty()) session_.pull();
-  giveUp({FailureCause::malformedResponse, "the server breaks HTTP/2: " + session_.problem(), 0});
-  return false;
+  return !failure_;
 }
 
 void HTTP2Connection::flush() {

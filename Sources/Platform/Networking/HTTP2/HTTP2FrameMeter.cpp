@@ -6,7 +6,8 @@
 
 namespace platform::networking {
 
-std::optional<std::string_view> HTTP2FrameMeter::take(Bytes bytes, TimePoint now) {
+HTTP2FrameMeter::Verdict HTTP2FrameMeter::take(Bytes bytes, TimePoint now) {
+  const std::size_t all = bytes.size();
   while (!bytes.empty()) {
     if (payloadLeft_ > 0) {
       const std::size_t count = std::min(payloadLeft_, bytes.size());
@@ -17,12 +18,12 @@ std::optional<std::string_view> HTTP2FrameMeter::take(Bytes bytes, TimePoint now
     const std::size_t count = std::min(headerBytes - headerFilled_, bytes.size());
     std::copy_n(bytes.begin(), count, header_.begin() + static_cast<std::ptrdiff_t>(headerFilled_));
     headerFilled_ += count;
-    bytes = bytes.subspan(count);
     if (headerFilled_ < headerBytes) break;
     headerFilled_ = 0;
-    if (const auto problem = takeHeader(now)) return problem;
+    if (const auto problem = takeHeader(now)) return {all - bytes.size(), problem};
+    bytes = bytes.subspan(count);
   }
-  return std::nullopt;
+  return {all, std::nullopt};
 }
 
 std::optional<std::string_view> HTTP2FrameMeter::takeHeader(TimePoint now) {

@@ -25,8 +25,15 @@ class HTTP2FrameMeter {
 
   explicit HTTP2FrameMeter(TimePoint now) : refilled_(now) {}
 
-  /// Takes the next bytes of the stream; a sentence for developers when the connection is to be cut off.
-  std::optional<std::string_view> take(Bytes bytes, TimePoint now);
+  struct Verdict {
+    /// How many of the bytes are still to be handled.
+    std::size_t usable = 0;
+    /// Why the connection is to be cut off after them, as a sentence for developers.
+    std::optional<std::string_view> problem;
+  };
+
+  /// Takes the next bytes of the stream.
+  Verdict take(Bytes bytes, TimePoint now);
   void requestSent() { earn(allowancePerRequest); }
   /// A DATA frame was sent; a server may acknowledge small parts of it by window updates.
   void dataSent(std::size_t count) { earn(4 + static_cast<std::int64_t>(count / 256)); }
