@@ -128,8 +128,8 @@ void HTTP2Connection::readTurn() {
 bool HTTP2Connection::receive(Bytes bytes) {
   lastSign_ = loop_.now();
   isPinged_ = false;
-  const auto [usable, problem] = meter_.take(bytes, loop_.now());
-  if (!session_.receive(bytes.first(usable))) {
+  const auto [header, rest, problem] = meter_.take(bytes, loop_.now());
+  if (!session_.receive(header) || !session_.receive(rest)) {
     // The session's farewell to the server, which has the reason in it.
     if (session_.output().isEmpty()) session_.pull();
     giveUp({FailureCause::malformedResponse, "the server breaks HTTP/2: " + session_.problem(), 0});

@@ -7,23 +7,39 @@
 namespace platform::networking {
 
 HTTP2FrameMeter::Verdict HTTP2FrameMeter::take(Bytes bytes, TimePoint now) {
-  const std::size_t all = bytes.size();
-  while (!bytes.empty()) {
-    if (payloadLeft_ > 0) {
-      const std::size_t count = std::min(payloadLeft_, bytes.size());
-      payloadLeft_ -= count;
-      bytes = bytes.subspan(count);
-      continue;
-    }
-    const std::size_t count = std::min(headerBytes - headerFilled_, bytes.size());
-    std::copy_n(bytes.begin(), count, header_.begin() + static_cast<std::ptrdiff_t>(headerFilled_));
-    headerFilled_ += count;
+  Verdict verdict;
+  std::size_t at = 0;
+  if (headerFilled_ > 0) {
+    at = fill(bytes);
+    if (headerFilled_ < headerBytes) return verdict;
+    headerFilled_ = 0;
+    carried_ = header_;
+    verdict.problem = takeHeader(now);
+    if (verdict.problem) return verdict;
+    verdict.header = carried_;
+  }
+  const std::size_t begin = at;
+  while (at < bytes.size()) {
+    const std::size_t payload = std::min(payloadLeft_, bytes.size() - at);
+    payloadLeft_ -= payload;
+    at += payload;
+    const std::size_t count = fill(bytes.subspan(at));
     if (headerFilled_ < headerBytes) break;
     headerFilled_ = 0;
-    if (const auto problem = takeHeader(now)) return {all - bytes.size(), problem};
-    bytes = bytes.subspan(count);
+    verdict.problem = takeHeader(now);
+    if (verdict.problem) break;
+    at += count;
   }
-  return {all, std::nullopt};
+  verdict.rest = bytes.subspan(begin, at - begin);
+  return verdict;
+}
+
+/// How many of the bytes belong to the header.
+std::size_t HTTP2FrameMeter::fill(Bytes bytes) {
+  const std::size_t count = std::min(headerBytes - headerFilled_, bytes.size());
+  std::copy_n(bytes.begin(), count, header_.begin() + static_cast<std::ptrdiff_t>(headerFilled_));
+  headerFilled_ += count;
+  return count;
 }
 
 std::optional<std::string_view> HTTP2FrameMeter::takeHeader(TimePoint now) {
@@ -32,6 +48,8 @@ std::optional<std::string_view> HTTP2FrameMeter::takeHeader(TimePoint now) {
   const std::size_t type = byte(3);
   const bool isPadded = (byte(4) & NGHTTP2_FLAG_PADDED) != 0;
   if (type == NGHTTP2_PUSH_PROMISE) return "the server pushed a response, though pushing is switched off";
+  continuations_ = type == NGHTTP2_CONTINUATION ? continuations_ + 1 : 0;
+  if (continuations_ > maximumContinuations) return "the server sends a head in too many pieces";
   if (type == NGHTTP2_DATA) {
     // Padding takes up to 256 bytes, its length included.
     const bool carriesBytes = payloadLeft_ > (isPadded ? 256U : 0U);

@@ -9,6 +9,7 @@
 #include <new>
 
 #include "Platform/Networking/HTTP2/HTTP2Callbacks.hpp"
+#include "Platform/Networking/HTTP2/HTTP2FrameMeter.hpp"
 #include "Platform/Networking/HTTPText.hpp"
 
 namespace platform::networking {
@@ -19,12 +20,23 @@ void check(int result) {
   if (result != 0) throw std::bad_alloc();
 }
 
+/// Not every nghttp2 counts the pieces of a head, and those that do count each call in which one arrives, so that two
+/// are needed for one. The meter counts them as they are.
+template <class Option>
+void allowContinuations(Option* option) {
+  constexpr std::size_t count = 2 * HTTP2FrameMeter::maximumContinuations + 2;
+  if constexpr (requires { nghttp2_option_set_max_continuations(option, count); }) {
+    nghttp2_option_set_max_continuations(option, count);
+  }
+}
+
 const nghttp2_option* options() {
   static const nghttp2_option* const shared = [] {
     nghttp2_option* made = nullptr;
     check(nghttp2_option_new(&made));
     nghttp2_option_set_no_auto_window_update(made, 1);
     nghttp2_option_set_max_reserved_remote_streams(made, 0);
+    allowContinuations(made);
     nghttp2_option_set_max_send_header_block_length(made, HTTP2HeaderBlock::maximumBytes);
     return made;
   }();
@@ -142,6 +154,7 @@ void HTTP2Session::giveBack(const HTTP2Stream& stream, std::size_t count) {
 void HTTP2Session::ping() { check(nghttp2_submit_ping(session_, NGHTTP2_FLAG_NONE, nullptr)); }
 
 bool HTTP2Session::receive(Bytes bytes) {
+  if (bytes.empty()) return isUsable();
   problem_.clear();
   const auto taken =
       nghttp2_session_mem_recv(session_, reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
