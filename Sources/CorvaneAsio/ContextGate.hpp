@@ -1,11 +1,11 @@
 #pragma once
 
-#include <condition_variable>
 #include <cstddef>
 #include <list>
 #include <memory>
-#include <mutex>
 #include <utility>
+
+#include "Platform/Detail/Locking.hpp"
 
 namespace corvane::detail {
 
@@ -33,7 +33,7 @@ class ContextGate {
 
   /// False when the context has ended.
   bool admit(const std::shared_ptr<Slot>& slot) {
-    const std::lock_guard lock(mutex_);
+    const platform::detail::MutexLock lock(mutex_);
     if (hasEnded_) return false;
     slot->position_ = slots_.insert(slots_.end(), slot);
     slot->isIn_ = true;
@@ -60,11 +60,11 @@ class ContextGate {
   /// The context is about to go: waits for the leases, and shuts every slot down.
   void end() {
     std::list<std::shared_ptr<Slot>> ended;
-    std::unique_lock lock(mutex_);
-    hasEnded_ = true;
+    platform::detail::MutexLock lock(mutex_);
+    hasEnded_ CORVANE_GUARDED_BY(mutex_) = true;
     ended.swap(slots_);
     for (const auto& slot : ended) slot->isIn_ = false;
-    isQuiet_.wait(lock, [this] { return leases_ == 0; });
+    isQuiet_.wait(mutex_, [this]() CORVANE_REQUIRES(mutex_) { return leases_ == 0; });
     lock.unlock();
     // Without the lock: what a handler holds may come back here as it goes.
     for (const auto& slot : ended) slot->shutdown();
@@ -77,8 +77,8 @@ class ContextGate {
     Lease(const Lease&) = delete;
     Lease& operator=(const Lease&) = delete;
     ~Lease() {
-      const std::lock_guard lock(gate_.mutex_);
-      if (--gate_.leases_ == 0 && gate_.hasEnded_) gate_.isQuiet_.notify_all();
+      const platform::detail::MutexLock lock(gate_.mutex_);
+      if (--gate_.leases_ == 0 && gate_.hasEnded_) gate_.isQuiet_.notifyAll();
     }
 
    private:
@@ -88,7 +88,7 @@ class ContextGate {
   bool enter(Slot& slot, bool leaves) {
     // Destroyed without the lock.
     std::shared_ptr<Slot> leaving;
-    const std::lock_guard lock(mutex_);
+    const platform::detail::MutexLock lock(mutex_);
     if (!slot.isIn_) return false;
     if (leaves) {
       slot.isIn_ = false;
@@ -99,10 +99,10 @@ class ContextGate {
     return true;
   }
 
-  std::mutex mutex_;
-  std::condition_variable isQuiet_;
-  std::list<std::shared_ptr<Slot>> slots_;
-  std::size_t leases_ = 0;
+  platform::detail::Mutex mutex_;
+  platform::detail::ConditionVariable isQuiet_;
+  std::list<std::shared_ptr<Slot>> slots_ CORVANE_GUARDED_BY(mutex_);
+  std::size_t leases_ CORVANE_GUARDED_BY(mutex_) = 0;
   bool hasEnded_ = false;
 };
 

@@ -1,10 +1,10 @@
 #include "Velisand/FutureState.hpp"
 
 #include <map>
-#include <mutex>
 #include <string>
 #include <vector>
 
+#include "Platform/Detail/Locking.hpp"
 #include "Platform/Dispatch/CooperativeWait.hpp"
 #include "Platform/Trap.hpp"
 #include "Velisand/OptionalQueue.hpp"
@@ -15,6 +15,8 @@ using platform::Block;
 using platform::CooperativeWait;
 using platform::DispatchQueue;
 using platform::Seconds;
+using platform::detail::Mutex;
+using platform::detail::MutexLock;
 
 struct AnyFutureState::Waiters {
   class WaiterGuard;
@@ -23,16 +25,16 @@ struct AnyFutureState::Waiters {
     Block block;
   };
 
-  std::mutex mutex;
-  std::vector<CooperativeWait*> waits;
-  std::vector<Callback> callbacks;
-  std::optional<DispatchQueue> completingQueue;
-  std::vector<Block> cancellers;
+  Mutex mutex;
+  std::vector<CooperativeWait*> waits CORVANE_GUARDED_BY(mutex);
+  std::vector<Callback> callbacks CORVANE_GUARDED_BY(mutex);
+  std::optional<DispatchQueue> completingQueue CORVANE_GUARDED_BY(mutex);
+  std::vector<Block> cancellers CORVANE_GUARDED_BY(mutex);
   // What the task is suspended for.
-  std::shared_ptr<AnyFutureState> awaited;
-  std::map<std::string, std::shared_ptr<void>> members;
+  std::shared_ptr<AnyFutureState> awaited CORVANE_GUARDED_BY(mutex);
+  std::map<std::string, std::shared_ptr<void>> members CORVANE_GUARDED_BY(mutex);
 
-  void trapIfWaitingForItself() const {
+  void trapIfWaitingForItself() const CORVANE_REQUIRES(mutex) {
     if (!completingQueue || *completingQueue == DispatchQueue::global() || !completingQueue->isCurrent()) return;
     platform::trap("a block of the queue \"" + completingQueue->label() +
                    "\" waits for a future that is to be completed on that queue; it would wait forever");
@@ -44,7 +46,7 @@ struct AnyFutureState::Waiters {
 class AnyFutureState::Waiters::WaiterGuard {
  public:
   explicit WaiterGuard(AnyFutureState& state) : waiters_(*state.waiters_) {
-    const std::lock_guard lock(waiters_.mutex);
+    const MutexLock lock(waiters_.mutex);
     if (state.isCompleted()) {
       wait.signal();
     } else {
@@ -53,7 +55,7 @@ class AnyFutureState::Waiters::WaiterGuard {
     }
   }
   ~WaiterGuard() {
-    const std::lock_guard lock(waiters_.mutex);
+    const MutexLock lock(waiters_.mutex);
     std::erase(waiters_.waits, &wait);
   }
   WaiterGuard(const WaiterGuard&) = delete;
@@ -83,7 +85,7 @@ bool AnyFutureState::wait(Seconds limit) {
 
 void AnyFutureState::whenCompleted(std::optional<DispatchQueue> queue, Block block) {
   {
-    const std::lock_guard lock(waiters_->mutex);
+    const MutexLock lock(waiters_->mutex);
     if (!isCompleted()) {
       waiters_->callbacks.push_back({std::move(queue), std::move(block)});
       return;
@@ -93,18 +95,18 @@ void AnyFutureState::whenCompleted(std::optional<DispatchQueue> queue, Block blo
 }
 
 std::shared_ptr<void> AnyFutureState::member(const char* name) const {
-  const std::lock_guard lock(waiters_->mutex);
+  const MutexLock lock(waiters_->mutex);
   const auto found = waiters_->members.find(name);
   return found != waiters_->members.end() ? found->second : nullptr;
 }
 
 std::shared_ptr<void> AnyFutureState::keepMember(const char* name, std::shared_ptr<void> value) {
-  const std::lock_guard lock(waiters_->mutex);
+  const MutexLock lock(waiters_->mutex);
   return waiters_->members.try_emplace(name, std::move(value)).first->second;
 }
 
 void AnyFutureState::setCompletingQueue(std::optional<DispatchQueue> queue) {
-  const std::lock_guard lock(waiters_->mutex);
+  const MutexLock lock(waiters_->mutex);
   waiters_->completingQueue = std::move(queue);
 }
 
@@ -118,7 +120,7 @@ std::shared_ptr<AnyFutureState> AnyFutureState::cancelThis() {
   std::vector<Block> cancellers;
   std::shared_ptr<AnyFutureState> awaited;
   {
-    const std::lock_guard lock(waiters_->mutex);
+    const MutexLock lock(waiters_->mutex);
     if (isCompleted() || cancelled_.exchange(true)) return nullptr;
     cancellers.swap(waiters_->cancellers);
     awaited = waiters_->awaited;
@@ -129,7 +131,7 @@ std::shared_ptr<AnyFutureState> AnyFutureState::cancelThis() {
 
 void AnyFutureState::whenCancelled(Block block) {
   {
-    const std::lock_guard lock(waiters_->mutex);
+    const MutexLock lock(waiters_->mutex);
     if (isCompleted()) return;
     if (!isCancelled()) {
       waiters_->cancellers.push_back(std::move(block));
@@ -141,7 +143,7 @@ void AnyFutureState::whenCancelled(Block block) {
 
 void AnyFutureState::suspend(const DispatchQueue& queue, std::shared_ptr<AnyFutureState> awaited) {
   {
-    const std::lock_guard lock(waiters_->mutex);
+    const MutexLock lock(waiters_->mutex);
     waiters_->completingQueue = queue;
     waiters_->awaited = awaited;
   }
@@ -150,7 +152,7 @@ void AnyFutureState::suspend(const DispatchQueue& queue, std::shared_ptr<AnyFutu
 
 void AnyFutureState::resume() {
   std::shared_ptr<AnyFutureState> awaited;
-  const std::lock_guard lock(waiters_->mutex);
+  const MutexLock lock(waiters_->mutex);
   waiters_->completingQueue = std::nullopt;
   awaited.swap(waiters_->awaited);
 }
@@ -160,7 +162,7 @@ void AnyFutureState::publish() {
   std::vector<Waiters::Callback> callbacks;
   std::vector<Block> cancellers;
   {
-    const std::lock_guard lock(waiters_->mutex);
+    const MutexLock lock(waiters_->mutex);
     completed_.store(true, std::memory_order_release);
     for (auto* wait : waiters_->waits) wait->signal();
     callbacks.swap(waiters_->callbacks);

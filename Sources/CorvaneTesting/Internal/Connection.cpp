@@ -10,6 +10,8 @@
 
 namespace corvane::testing::detail {
 
+using platform::detail::MutexLock;
+
 namespace {
 
 using std::chrono::milliseconds;
@@ -126,7 +128,7 @@ bool Connection::passIdleTime() {
       ending_ = Ending::close;
       return false;
     }
-    const std::lock_guard lock(idleMutex_);
+    const MutexLock lock(idleMutex_);
     stream_->write(*step.bytes);
   }
   stream_->waitForBytes(std::nullopt);
@@ -135,14 +137,14 @@ bool Connection::passIdleTime() {
 
 void Connection::setIdle(bool isIdle) {
   {
-    const std::lock_guard lock(idleMutex_);
+    const MutexLock lock(idleMutex_);
     isIdle_ = isIdle;
   }
   context_.recorder.idleChanged(isIdle ? 1 : -1);
 }
 
 bool Connection::sendIfIdle(std::string_view bytes) {
-  const std::lock_guard lock(idleMutex_);
+  const MutexLock lock(idleMutex_);
   if (!isIdle_) return false;
   try {
     return stream_->writeWithoutWaiting(bytes) == bytes.size();
@@ -152,7 +154,7 @@ bool Connection::sendIfIdle(std::string_view bytes) {
 }
 
 bool Connection::endIfIdle(Ending ending) {
-  const std::lock_guard lock(idleMutex_);
+  const MutexLock lock(idleMutex_);
   if (!isIdle_) return false;
   ending_ = ending;
   stream_->endReading();

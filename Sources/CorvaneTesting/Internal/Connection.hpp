@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string_view>
 #include <thread>
@@ -13,6 +12,7 @@
 #include "CorvaneTesting/Internal/ResponseQueue.hpp"
 #include "CorvaneTesting/Internal/ResponseScript.hpp"
 #include "CorvaneTesting/Internal/Stream.hpp"
+#include "Platform/Detail/Locking.hpp"
 
 namespace corvane::testing::detail {
 
@@ -73,8 +73,8 @@ class Connection {
   std::vector<IdleStep> idleSteps_;
   std::string sni_;
   std::string tlsVersion_;
-  std::mutex idleMutex_;
-  bool isIdle_ = false;
+  platform::detail::Mutex idleMutex_;
+  bool isIdle_ CORVANE_GUARDED_BY(idleMutex_) = false;
   std::optional<Ending> ending_;
   std::atomic<bool> isFinished_ = false;
   std::thread thread_;

@@ -1,11 +1,9 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <functional>
-#include <mutex>
 #include <optional>
 #include <set>
 #include <string>
@@ -13,6 +11,7 @@
 
 #include "CorvaneTesting/ConnectionRecord.hpp"
 #include "CorvaneTesting/ReceivedRequest.hpp"
+#include "Platform/Detail/Locking.hpp"
 
 namespace corvane::testing::detail {
 
@@ -56,21 +55,21 @@ class RequestRecorder {
   template <class Read>
   auto look(Read read) const;
 
-  mutable std::mutex mutex_;
-  mutable std::condition_variable changed_;
-  std::uint64_t generation_ = 0;
-  bool keeps_ = true;
-  int opened_ = 0;
-  std::set<int> open_;
-  int idle_ = 0;
-  int standstills_ = 0;
-  int heads_ = 0;
-  int requestCount_ = 0;
-  std::size_t taken_ = 0;
-  std::uint64_t bodyBytes_ = 0;
-  std::deque<ConnectionRecord> connections_;
-  std::deque<ReceivedRequest> requests_;
-  std::vector<std::string> failures_;
+  mutable platform::detail::Mutex mutex_;
+  mutable platform::detail::ConditionVariable changed_;
+  std::uint64_t generation_ CORVANE_GUARDED_BY(mutex_) = 0;
+  bool keeps_ CORVANE_GUARDED_BY(mutex_) = true;
+  int opened_ CORVANE_GUARDED_BY(mutex_) = 0;
+  std::set<int> open_ CORVANE_GUARDED_BY(mutex_);
+  int idle_ CORVANE_GUARDED_BY(mutex_) = 0;
+  int standstills_ CORVANE_GUARDED_BY(mutex_) = 0;
+  int heads_ CORVANE_GUARDED_BY(mutex_) = 0;
+  int requestCount_ CORVANE_GUARDED_BY(mutex_) = 0;
+  std::size_t taken_ CORVANE_GUARDED_BY(mutex_) = 0;
+  std::uint64_t bodyBytes_ CORVANE_GUARDED_BY(mutex_) = 0;
+  std::deque<ConnectionRecord> connections_ CORVANE_GUARDED_BY(mutex_);
+  std::deque<ReceivedRequest> requests_ CORVANE_GUARDED_BY(mutex_);
+  std::vector<std::string> failures_ CORVANE_GUARDED_BY(mutex_);
 };
 
 /// While it lives, a connection does nothing until the test or the client acts.

@@ -7,6 +7,8 @@
 
 namespace corvane::testing::detail {
 
+using platform::detail::MutexLock;
+
 namespace {
 
 bool matches(std::string_view pattern, std::string_view path) {
@@ -18,23 +20,23 @@ bool matches(std::string_view pattern, std::string_view path) {
 }  // namespace
 
 void ResponseQueue::enqueue(MockResponse response) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   queue_.push_back(std::move(response));
 }
 
 void ResponseQueue::handle(std::string path, Handler handler) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   std::erase_if(routes_, [&](const Route& route) { return route.path == path; });
   routes_.push_back({std::move(path), std::move(handler)});
 }
 
 void ResponseQueue::handleAll(Handler handler) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   catchAll_ = std::move(handler);
 }
 
 std::size_t ResponseQueue::remaining() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return queue_.size();
 }
 
@@ -56,20 +58,20 @@ std::optional<MockResponse> ResponseQueue::takeFrontIf(Condition condition) {
 }
 
 std::optional<MockResponse> ResponseQueue::takeForNewConnection() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return takeFrontIf([](const MockResponse& response) {
     return ScriptWriter::actsAt(response, Moment::onAccept) || ScriptWriter::actsAt(response, Moment::afterHandshake);
   });
 }
 
 std::optional<MockResponse> ResponseQueue::takeBeforeBody(const ReceivedRequest& request) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (routeFor(request.path())) return std::nullopt;
   return takeFrontIf([](const MockResponse& response) { return ScriptWriter::actsBeforeBodyIsRead(response); });
 }
 
 std::optional<MockResponse> ResponseQueue::takeQueued(const ReceivedRequest& request) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (routeFor(request.path())) return std::nullopt;
   return takeFrontIf([](const MockResponse&) { return true; });
 }
@@ -77,7 +79,7 @@ std::optional<MockResponse> ResponseQueue::takeQueued(const ReceivedRequest& req
 std::optional<MockResponse> ResponseQueue::take(const ReceivedRequest& request) {
   Handler handler;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (const Route* route = routeFor(request.path())) {
       handler = route->handler;
     } else if (auto response = takeFrontIf([](const MockResponse&) { return true; })) {

@@ -2,13 +2,13 @@
 
 #include <deque>
 #include <functional>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "CorvaneTesting/MockResponse.hpp"
 #include "CorvaneTesting/ReceivedRequest.hpp"
+#include "Platform/Detail/Locking.hpp"
 
 namespace corvane::testing::detail {
 
@@ -37,14 +37,14 @@ class ResponseQueue {
     Handler handler;
   };
 
-  const Route* routeFor(const std::string& path) const;
+  const Route* routeFor(const std::string& path) const CORVANE_REQUIRES(mutex_);
   template <class Condition>
-  std::optional<MockResponse> takeFrontIf(Condition condition);
+  std::optional<MockResponse> takeFrontIf(Condition condition) CORVANE_REQUIRES(mutex_);
 
-  mutable std::mutex mutex_;
-  std::deque<MockResponse> queue_;
-  std::vector<Route> routes_;
-  Handler catchAll_;
+  mutable platform::detail::Mutex mutex_;
+  std::deque<MockResponse> queue_ CORVANE_GUARDED_BY(mutex_);
+  std::vector<Route> routes_ CORVANE_GUARDED_BY(mutex_);
+  Handler catchAll_ CORVANE_GUARDED_BY(mutex_);
 };
 
 }  // namespace corvane::testing::detail

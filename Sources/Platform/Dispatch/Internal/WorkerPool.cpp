@@ -29,7 +29,7 @@ WorkerPool& WorkerPool::shared() {
 WorkerPool::WorkerPool() : cores_(coreCount()) {}
 
 void WorkerPool::submit(PoolJob job) {
-  std::unique_lock lock(mutex_);
+  MutexLock lock(mutex_);
   jobs_.push(std::move(job));
   waitingJobs_.store(jobs_.count(), std::memory_order_relaxed);
   const WakeAction action = nextWakeAction();
@@ -39,7 +39,7 @@ void WorkerPool::submit(PoolJob job) {
 
 void WorkerPool::submit(const std::shared_ptr<PoolClient>& client, std::vector<Block>&& blocks) {
   if (blocks.empty()) return;
-  std::unique_lock lock(mutex_);
+  MutexLock lock(mutex_);
   for (auto& block : blocks) jobs_.push({client, std::move(block)});
   waitingJobs_.store(jobs_.count(), std::memory_order_relaxed);
   const WakeAction action = nextWakeAction();
@@ -102,7 +102,7 @@ void WorkerPool::execute(const WakeAction& action) {
 
 void WorkerPool::startWorker() {
   if (startThread("corvane-worker", [this] { serve(); })) return;
-  std::unique_lock lock(mutex_);
+  MutexLock lock(mutex_);
   --workers_;
   --arriving_;
   if (workers_ == 0) trap("No worker thread could be started.");
@@ -117,12 +117,12 @@ void WorkerPool::serve() {
   onThisThread_ = &self;
   bool isArriving = true;
   bool isNew = true;
-  std::unique_lock lock(mutex_);
+  MutexLock lock(mutex_);
   while (true) {
     if (std::exchange(isArriving, false)) --arriving_;
     if (std::exchange(self.isClaimed, false)) --claimed_;
     if (jobs_.isEmpty()) {
-      if (!rest(self, lock)) return;
+      if (!rest(self)) return;
       isArriving = true;
       continue;
     }
@@ -145,25 +145,23 @@ PoolJob WorkerPool::takeJob() {
 }
 
 /// Returns true when woken, false when the worker is to end.
-bool WorkerPool::rest(Worker& self, std::unique_lock<std::mutex>& lock) {
+bool WorkerPool::rest(Worker& self) {
   self.woken.emplace(true);
   idle_.push_back(&self);
-  lock.unlock();
-  const bool wasWoken = self.woken->wait(longestRest);
-  if (!wasWoken) {
-    lock.lock();
-    const auto place = std::find(idle_.begin(), idle_.end(), &self);
-    if (place != idle_.end()) {
-      idle_.erase(place);
-      --workers_;
-      return false;
-    }
-    lock.unlock();
-    // Someone chose this worker in the last moment and is about to wake it.
-    self.woken->wait();
+  if (waitUnlocked(*self.woken, longestRest)) return true;
+  const auto place = std::find(idle_.begin(), idle_.end(), &self);
+  if (place != idle_.end()) {
+    idle_.erase(place);
+    --workers_;
+    return false;
   }
-  lock.lock();
-  return true;
+  // Someone chose this worker in the last moment and is about to wake it.
+  return waitUnlocked(*self.woken, Seconds::unlimited());
+}
+
+bool WorkerPool::waitUnlocked(CooperativeWait& wait, Seconds limit) {
+  const MutexUnlock unlocked(mutex_);
+  return wait.wait(limit);
 }
 
 void WorkerPool::watch() {
@@ -172,7 +170,7 @@ void WorkerPool::watch() {
 }
 
 void WorkerPool::checkProgress() {
-  std::unique_lock lock(mutex_);
+  MutexLock lock(mutex_);
   if (jobs_.isEmpty()) {
     isWatched_ = false;
     return;

@@ -2,10 +2,10 @@
 
 #include <atomic>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <vector>
 
+#include "Platform/Detail/Locking.hpp"
 #include "Platform/Dispatch/CooperativeWait.hpp"
 #include "Platform/Dispatch/Internal/RingQueue.hpp"
 #include "Platform/Dispatch/UniqueFunction.hpp"
@@ -57,15 +57,16 @@ class WorkerPool {
   };
 
   WorkerPool();
-  WakeAction nextWakeAction();
-  void wakeOne(WakeAction& action);
-  bool startsWatch();
-  Worker* takeIdleWorker();
+  WakeAction nextWakeAction() CORVANE_REQUIRES(mutex_);
+  void wakeOne(WakeAction& action) CORVANE_REQUIRES(mutex_);
+  bool startsWatch() CORVANE_REQUIRES(mutex_);
+  Worker* takeIdleWorker() CORVANE_REQUIRES(mutex_);
   void execute(const WakeAction& action);
   void startWorker();
   void serve();
-  bool rest(Worker& self, std::unique_lock<std::mutex>& lock);
-  PoolJob takeJob();
+  bool rest(Worker& self) CORVANE_REQUIRES(mutex_);
+  bool waitUnlocked(CooperativeWait& wait, Seconds limit) CORVANE_REQUIRES(mutex_);
+  PoolJob takeJob() CORVANE_REQUIRES(mutex_);
   void watch();
   void checkProgress();
 
@@ -74,18 +75,18 @@ class WorkerPool {
   const std::size_t cores_;
   std::atomic<std::size_t> waitingJobs_ = 0;
 
-  std::mutex mutex_;
-  RingQueue<PoolJob> jobs_;
-  std::vector<Worker*> idle_;
-  std::size_t workers_ = 0;
+  Mutex mutex_;
+  RingQueue<PoolJob> jobs_ CORVANE_GUARDED_BY(mutex_);
+  std::vector<Worker*> idle_ CORVANE_GUARDED_BY(mutex_);
+  std::size_t workers_ CORVANE_GUARDED_BY(mutex_) = 0;
   // Workers that were woken or started and have not looked for a job yet.
-  std::size_t arriving_ = 0;
+  std::size_t arriving_ CORVANE_GUARDED_BY(mutex_) = 0;
   // Those of them that have something to finish first.
-  std::size_t claimed_ = 0;
+  std::size_t claimed_ CORVANE_GUARDED_BY(mutex_) = 0;
   // Jobs begun, but not those that a new worker began first: a pool that only grows makes no progress.
-  std::size_t begun_ = 0;
-  std::size_t begunAtLastCheck_ = 0;
-  bool isWatched_ = false;
+  std::size_t begun_ CORVANE_GUARDED_BY(mutex_) = 0;
+  std::size_t begunAtLastCheck_ CORVANE_GUARDED_BY(mutex_) = 0;
+  bool isWatched_ CORVANE_GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace platform::detail

@@ -49,7 +49,7 @@ EventLoop::~EventLoop() {
 void EventLoop::post(Block command) {
   bool isToBeWoken = false;
   {
-    const std::lock_guard lock(mutex_);
+    const detail::MutexLock lock(mutex_);
     inbox_.push_back(std::move(command));
     isToBeWoken = std::exchange(isSleeping_, false);
   }
@@ -110,7 +110,7 @@ void EventLoop::deliver(const DispatchQueue& queue, Block block) {
 
 bool EventLoop::hasWork() {
   if (workCount_ > 0 || !deferred_.empty()) return true;
-  const std::lock_guard lock(mutex_);
+  const detail::MutexLock lock(mutex_);
   return !inbox_.empty();
 }
 
@@ -119,7 +119,7 @@ bool EventLoop::iterate(Duration limit) {
   std::array<epoll_event, 128> events;
   const int count = ::epoll_wait(epoll_, events.data(), static_cast<int>(events.size()), budget);
   if (budget != 0) {
-    const std::lock_guard lock(mutex_);
+    const detail::MutexLock lock(mutex_);
     isSleeping_ = false;
   }
   now_ = NetworkClock::now();
@@ -142,7 +142,7 @@ int EventLoop::waitBudget(Duration limit) {
   }
   if (limit <= Duration::zero()) return 0;
   {
-    const std::lock_guard lock(mutex_);
+    const detail::MutexLock lock(mutex_);
     if (!inbox_.empty()) return 0;
     isSleeping_ = true;
   }
@@ -177,7 +177,7 @@ void EventLoop::runDeferred() {
 }
 
 bool EventLoop::takeCommands() {
-  const std::lock_guard lock(mutex_);
+  const detail::MutexLock lock(mutex_);
   if (inbox_.empty()) return false;
   commands_.swap(inbox_);
   return true;

@@ -3,11 +3,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <span>
 #include <utility>
 #include <vector>
 
+#include "Platform/Detail/Locking.hpp"
 #include "Platform/Dispatch/DispatchQueue.hpp"
 #include "Platform/Dispatch/UniqueFunction.hpp"
 #include "Platform/Networking/Loop/NetworkClock.hpp"
@@ -108,9 +108,9 @@ class EventLoop {
   int epoll_ = -1;
   int wake_ = -1;  ///< eventfd: ends a wait
 
-  std::mutex mutex_;
-  std::vector<Block> inbox_;  ///< guarded by the mutex
-  bool isSleeping_ = false;   ///< guarded by the mutex
+  detail::Mutex mutex_;
+  std::vector<Block> inbox_ CORVANE_GUARDED_BY(mutex_);
+  bool isSleeping_ CORVANE_GUARDED_BY(mutex_) = false;
 
   // From here on: loop side.
   std::vector<Block> commands_;
