@@ -33,7 +33,7 @@ Data GZipArchiver::zip(GZipCompression level) const {
   const int result =
       deflateInit2(&stream, level.rawValue(), Z_DEFLATED, windowBitsWithGzipHeader, memoryLevel, Z_DEFAULT_STRATEGY);
   if (result != Z_OK) throw internal::gzipError(result, stream);
-  struct End {
+  const struct End {
     z_stream& stream;
     ~End() { deflateEnd(&stream); }
   } end{stream};

@@ -21,7 +21,7 @@ std::string CFNetworkErrors::errorDomain() const { return "CFNetwork.CFNetworkEr
 std::int64_t CFNetworkErrors::errorCode() const { return rawValue_; }
 
 Dictionary CFNetworkErrors::errorUserInfo() const {
-  const auto own = AppError::errorUserInfo();
+  auto own = AppError::errorUserInfo();
   if (!underlyingError_) return own;
   auto info = underlyingError_->userInfo();
   info.merge(own);

@@ -51,13 +51,13 @@ std::optional<Error> detail::failureBeforeDecoding(const std::optional<Data>& da
 
 Error detail::failureOfDecoding(const Data& data, platform::TypeValue type) {
   std::string text = textOf(data);
-  Error error = Error::current();
+  const Error error = Error::current();
   if (error.is<DecodingError>()) {
     log("Error", type, text, lineOfDecodingError);
-    return HTTPResponseError::jsonDecoding(type, std::move(error), std::move(text));
+    return HTTPResponseError::jsonDecoding(type, error, std::move(text));
   }
   log("Unknown error", type, text, lineOfUnknownError);
-  return HTTPUnknownError::unableToParseJSON(std::move(text), std::move(error), file, function, lineOfUnableToParse);
+  return HTTPUnknownError::unableToParseJSON(std::move(text), error, file, function, lineOfUnableToParse);
 }
 
 bool detail::isLongToDecode(const std::optional<Data>& data) { return data && data->count() > mostBytesInPlace; }

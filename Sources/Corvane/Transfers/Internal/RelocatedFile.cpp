@@ -23,7 +23,7 @@ constexpr const char* failureFunction = "sendToNetwork(completionQueue:progress:
 constexpr int failureLine = 76;
 
 std::string nameFor(const platform::URLResponse* response, const TemporaryFile& received) {
-  std::string name = response ? response->suggestedFilename() : std::string();
+  const std::string name = response ? response->suggestedFilename() : std::string();
   return name.empty() ? received.url().lastPathComponent() : name;
 }
 

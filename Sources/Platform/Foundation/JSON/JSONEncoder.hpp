@@ -27,7 +27,7 @@ class JSONEncoder {
   Data encode(const T& value) const {
     JSONWriter writer(strategies_);
     writer.encode(value);
-    Data document = writer.finish();
+    const Data document = writer.finish();
     return formatting_ == JSONFormatting::pretty ? prettyPrintedJSON(document) : document;
   }
 
