@@ -18,6 +18,8 @@ import re
 import subprocess
 import sys
 
+from layout import ADAPTER_LAYERS, documented_headers
+
 try:
     from clang import cindex
 except ImportError:
@@ -30,8 +32,6 @@ CLASSES = {KIND.CLASS_DECL, KIND.STRUCT_DECL, KIND.UNION_DECL, KIND.CLASS_TEMPLA
            KIND.CLASS_TEMPLATE_PARTIAL_SPECIALIZATION}
 FUNCTIONS = {KIND.CXX_METHOD, KIND.CONSTRUCTOR, KIND.DESTRUCTOR, KIND.CONVERSION_FUNCTION, KIND.FUNCTION_TEMPLATE}
 BODIES = {KIND.COMPOUND_STMT, KIND.CXX_TRY_STMT}
-# Headers only, for libraries that need not be there; with the package that pkg-config knows the library by.
-ADAPTERS = {"CorvaneAsio": None, "CorvaneGLib": "glib-2.0", "CorvaneQt": "Qt6Core"}
 TOO_MANY_ERRORS = 20
 
 
@@ -229,10 +229,6 @@ class Dump:
         return "" if "auto" in deduced else f" -> {deduced}"
 
 
-def public_headers(sources):
-    return sorted(path for path in sources.rglob("*.hpp") if not {"Internal", "Detail", "Networking"} & set(path.relative_to(sources).parts))
-
-
 def flags_of(package):
     if not package:
         return []
@@ -264,9 +260,9 @@ def text_of(sources, headers, unit):
 def dump(sources):
     """The text of each file of the dump by its name; None for an adapter whose library is not there."""
     folders = {}
-    for path in public_headers(sources):
+    for path in documented_headers(sources):
         folders.setdefault(path.relative_to(sources).parts[0], []).append(path)
-    library = {folder: headers for folder, headers in folders.items() if folder not in ADAPTERS}
+    library = {folder: headers for folder, headers in folders.items() if folder not in ADAPTER_LAYERS}
     if not library:
         sys.exit(f"check_api: there are no public headers in {sources}")
     try:
@@ -276,7 +272,7 @@ def dump(sources):
     texts = {f"{folder}.txt": text_of(sources, headers, unit) for folder, headers in library.items()}
     for folder in folders.keys() - library.keys():
         try:
-            unit = parse(sources, folders[folder], *flags_of(ADAPTERS[folder]))
+            unit = parse(sources, folders[folder], *flags_of(ADAPTER_LAYERS[folder]))
             texts[f"{folder}.txt"] = text_of(sources, folders[folder], unit)
         except LibraryMissing as missing:
             print(f"check_api: {folder} is not checked: {missing}", file=sys.stderr)

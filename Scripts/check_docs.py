@@ -40,6 +40,8 @@ import tempfile
 import textwrap
 import urllib.parse
 
+from layout import installed_headers
+
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 MARK = re.compile(r"^<!-- (from|output of) (\S+)((?: \S+)*) -->$")
 LISTENING = re.compile(rb"listening on (\S+)")
@@ -123,7 +125,7 @@ def names_in(kind, source):
 
 
 def errors_in(folder):
-    headers = [path for path in sorted((ROOT / folder).rglob("*.hpp")) if not {"Internal", "Networking"} & set(path.parts)]
+    headers = [path for path in installed_headers(ROOT / "Sources") if path.is_relative_to(ROOT / folder)]
     bases = r"(?:velisand::AppError|platform::CustomErrorBase|CustomErrorBase)<"
     return [name for path in headers for name in re.findall(
         rf"^class (?:\w+_API )?(\w+) final\s*: public {bases}", path.read_text(encoding="utf-8"), re.MULTILINE)]

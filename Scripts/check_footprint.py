@@ -17,6 +17,8 @@ import subprocess
 import sys
 import tempfile
 
+from layout import installed_headers
+
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 BUILDS = ROOT / "build" / "install-test"
 PAGE = ROOT / "Docs" / "Footprint.md"
@@ -78,8 +80,9 @@ def preprocessed_lines(name):
 
 def public_headers():
     layers = ("Platform", "Velisand", "Vantorel", "Corvane")
-    return [path for layer in layers for path in (ROOT / "Sources" / layer).rglob("*.hpp")
-            if not {"Internal", "Networking", "Imaging"} & set(path.parts)]
+    folders = [ROOT / "Sources" / layer for layer in layers]
+    return [path for path in installed_headers()
+            if any(path.is_relative_to(folder) for folder in folders) and "Imaging" not in path.parts]
 
 
 def measure(folder):

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Compiles each public header alone, with the third-party libraries poisoned, so that none of them can be needed; and
-# all of them together with min and max as macros, as some systems' headers define them. Adapters (check_layers.py)
+# all of them together with min and max as macros, as some systems' headers define them. Adapters (layout.py)
 # are compiled with the library that they are for, where it is installed.
 #
 #   Scripts/check_headers.sh [HEADER...]      paths from Sources; default: all public headers
@@ -35,23 +35,14 @@ END
 export compiler work libraries
 export flags="-std=c++20 -fsyntax-only -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror -I."
 
-library_of_adapter() {
-  case "$1" in
-    */NlohmannCodec.hpp) echo nlohmann/json.hpp ;;
-    */BoostCodec.hpp) echo boost/json.hpp ;;
-    */ServerTest.hpp) echo gtest/gtest.h ;;
-    */Asio.hpp) echo asio/async_result.hpp ;;
-    */BoostAsio.hpp) echo boost/asio/async_result.hpp ;;
-    */Qt.hpp) echo QtCore/QObject ;;
-    */GLib.hpp) echo glib.h ;;
-  esac
-}
+../Scripts/layout.py adapters >"$work/adapters"
+library_of_adapter() { awk -v header="$1" '$1 == header {print $2}' "$work/adapters"; }
 # Where that library is, for those that are not found by themselves.
 flags_of_library() {
-  case "$1" in
-    Qt*) echo "-fPIC $(pkg-config --cflags Qt6Core 2>/dev/null | sed 's/-I/-isystem /g')" ;;
-    glib.h) pkg-config --cflags glib-2.0 2>/dev/null | sed 's/-I/-isystem /g' ;;
-  esac
+  local package
+  package=$(awk -v library="$1" '$2 == library {print $3}' "$work/adapters")
+  [ -n "$package" ] || return 0
+  echo "-fPIC $(pkg-config --cflags "$package" 2>/dev/null | sed 's/-I/-isystem /g')"
 }
 check_alone() {
   local header=$1 failed=0 read_files library
@@ -101,7 +92,7 @@ failed=0
 if [ $# -gt 0 ]; then
   printf '%s\0' "$@"
 else
-  find . -name '*.hpp' -not -path '*/Internal/*' -not -path '*/Networking/*' -printf '%P\0' | sort -z
+  ../Scripts/layout.py installed | tr '\n' '\0'
 fi | xargs -0 -n 1 -P "${JOBS:-$(nproc)}" bash -c 'check "$1" || exit 1' check || failed=1
 check_all_with_macros || failed=1
 exit $failed

@@ -18,10 +18,11 @@ import pathlib
 import re
 import sys
 
+from layout import ADAPTER_LAYERS, ADAPTERS, is_internal
+
 LAYERS = ["Platform", "Velisand", "Vantorel", "Corvane"]
 # They stand on the layers side by side: each knows all of them, and none of the others.
-ADAPTER_LAYERS = ["CorvaneAsio", "CorvaneQt", "CorvaneGLib"]
-SIDE_LAYERS = ["CorvaneTesting"] + ADAPTER_LAYERS
+SIDE_LAYERS = ["CorvaneTesting", *ADAPTER_LAYERS]
 
 # Library, the includes that mean it, and the paths under Sources where it may be met.
 THIRD_PARTIES = [
@@ -60,18 +61,6 @@ THIRD_PARTIES = [
     ("GoogleTest", r"g(test|mock)/", []),
 ]
 
-# Public headers that make another library's types fit ours. They are for users who have that library: nothing
-# of ours includes them.
-ADAPTERS = {
-    "Platform/Foundation/JSON/BoostCodec.hpp": "Boost",
-    "Platform/Foundation/JSON/NlohmannCodec.hpp": "nlohmann",
-    "CorvaneTesting/ServerTest.hpp": "GoogleTest",
-    "CorvaneAsio/Asio.hpp": "Asio",
-    "CorvaneAsio/BoostAsio.hpp": "Boost",
-    "CorvaneQt/Qt.hpp": "Qt",
-    "CorvaneGLib/GLib.hpp": "GLib",
-}
-
 # Rooms that are libraries of their own: the library does without them.
 OPTIONAL_ROOMS = ["Platform/Imaging"]
 
@@ -83,14 +72,7 @@ HEAVY = set(
 # Ours that cost as much: for sources, Internal headers and adapters.
 OUR_HEAVY = {"Platform/Detail/Locking.hpp"}
 
-# Rooms that are internal as a whole, as Internal folders are: not installed, and included by no public header.
-INTERNAL_ROOMS = ["Platform/Networking"]
-
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]')
-
-
-def is_internal(path):
-    return "/Internal/" in path or any(path.startswith(room + "/") for room in INTERNAL_ROOMS)
 
 
 class File:
@@ -123,7 +105,7 @@ def check_third_parties(file, line, name):
     for library, pattern, places in THIRD_PARTIES:
         if not re.match(pattern, name):
             continue
-        if ADAPTERS.get(file.path) == library:
+        if ADAPTERS.get(file.path, ("",))[0] == library:
             return None
         if file.is_public:
             return f"{file.path}:{line}: a public header must not include {library} <{name}>"

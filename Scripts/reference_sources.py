@@ -11,6 +11,8 @@ import pathlib
 import re
 import sys
 
+from layout import documented_headers
+
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 DOCSTRING = re.compile(r"^\s*///(?!<)")
 ENUMERATOR = re.compile(r"^\s*\w+( = [^,;(){}]+)?,?$")
@@ -81,9 +83,7 @@ def with_words_for_all(lines):
 
 def main():
     target = pathlib.Path(sys.argv[1])
-    for header in sorted((ROOT / "Sources").rglob("*.hpp")):
-        if {"Internal", "Detail", "Networking"} & set(header.parts):
-            continue
+    for header in documented_headers():
         place = target / header.relative_to(ROOT)
         place.parent.mkdir(parents=True, exist_ok=True)
         lines = header.read_text(encoding="utf-8").split("\n")

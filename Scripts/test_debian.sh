@@ -24,8 +24,8 @@ check_packages() {
   for package in "$packages"/*.deb; do dpkg-deb --extract "$package" "$work/tree"; done
   if grep -rl "$here" "$work/tree"; then fail "these files do"; fi
   say "every public header is in a package"
-  diff <(cd Sources && find . -name '*.hpp' -not -path '*/Internal/*' -not -path '*/Networking/*' | sort) \
-    <(cd "$work/tree/usr/include/corvane" && find . -type f | sort) || fail "the packages' headers are not the public ones"
+  diff <(Scripts/layout.py installed | LC_ALL=C sort) \
+    <(cd "$work/tree/usr/include/corvane" && find . -type f -printf '%P\n' | LC_ALL=C sort) || fail "the packages' headers are not the public ones"
 }
 
 # What differs from the machine, but for what dpkg keeps for itself and caches that are made anew: files that are new,

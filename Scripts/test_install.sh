@@ -46,8 +46,8 @@ check_installed_files() {
   say "only what is public is installed"
   if find "$prefix/include" -path '*Internal*' -o -path '*Networking*' | grep .; then fail "these headers are internal"; fi
   local sources installed
-  sources=$(cd Sources && find . -name '*.hpp' -not -path '*/Internal/*' -not -path '*/Networking/*' | sort)
-  installed=$(cd "$prefix/include/corvane" && find . -type f | sort)
+  sources=$(Scripts/layout.py installed | LC_ALL=C sort)
+  installed=$(cd "$prefix/include/corvane" && find . -type f -printf '%P\n' | LC_ALL=C sort)
   diff <(echo "$sources") <(echo "$installed") || fail "installed headers differ from the public ones"
   if grep -rIl -e "$work" -e "$root/Sources" "$prefix"; then fail "these files name folders of the build"; fi
 }
