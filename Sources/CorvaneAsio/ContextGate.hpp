@@ -61,7 +61,7 @@ class ContextGate {
   void end() {
     std::list<std::shared_ptr<Slot>> ended;
     platform::detail::MutexLock lock(mutex_);
-    hasEnded_ CORVANE_GUARDED_BY(mutex_) = true;
+    hasEnded_ = true;
     ended.swap(slots_);
     for (const auto& slot : ended) slot->isIn_ = false;
     isQuiet_.wait(mutex_, [this]() CORVANE_REQUIRES(mutex_) { return leases_ == 0; });
@@ -103,7 +103,7 @@ class ContextGate {
   platform::detail::ConditionVariable isQuiet_;
   std::list<std::shared_ptr<Slot>> slots_ CORVANE_GUARDED_BY(mutex_);
   std::size_t leases_ CORVANE_GUARDED_BY(mutex_) = 0;
-  bool hasEnded_ = false;
+  bool hasEnded_ CORVANE_GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace corvane::detail
