@@ -41,7 +41,7 @@ std::vector<Sample> samples() {
            std::string("HTTP/1.1 200 OK\r\nContent-Length: 5\r\nContent-Length: 6\r\n\r\nhello"),
            std::string("HTTP/1.1 200 OK\r\nContent-Length: five\r\n\r\nhello"),
            std::string("HTTP/1.1 200 OK\r\nX: a\rb\r\n\r\n"),
-           std::string("HTTP/1.1 200 OK\r\nX: a\0b\r\n\r\n", 29),
+           "HTTP/1.1 200 OK\r\nX: a" + std::string(1, '\0') + "b\r\n\r\n",
            std::string("HTTP/1.1 200 OK\r\nX : a\r\n\r\n"),
            std::string("HTTP/1.1 200 OK\r\nX: a\r\n b\r\n\r\n"),
            std::string("HTTP/1.1 200 OK\r\n X: a\r\n\r\n"),

@@ -288,7 +288,7 @@ TEST(ResponseParserTest, refusesMalformedChunks) {
                                     std::string("3\r\ntoo\n"),
                                     std::string("3\rtoo\r\n"),
                                     std::string("3;a\ntoo\r\n"),
-                                    std::string("3;a\0b\r\ntoo\r\n", 13),
+                                    "3;a" + std::string(1, '\0') + "b\r\ntoo\r\n",
                                     std::string("3;a\rb\r\ntoo\r\n"),
                                     std::string("ffffffffffffffff\r\n"),
                                     std::string("8000000000000000\r\n"),
