@@ -54,30 +54,27 @@ bool holdsForbiddenControl(std::string_view text) {
 
 bool holdsLineBreakOrNUL(std::string_view text) {
   const auto isOne = [](char c) { return c == '\r' || c == '\n' || c == '\0'; };
-  // Eight bytes at a time: all three are below 0x10, as only a tab is beside them in practice.
+  constexpr std::size_t step = sizeof(std::uint64_t);
+  if (text.size() < step) return std::any_of(text.begin(), text.end(), isOne);
+  // Eight bytes at a time: all three are below 0x10, as only a tab is beside them in practice. The last eight may
+  // have been looked at in part.
   constexpr std::uint64_t each = 0x0101010101010101;
   constexpr std::uint64_t high = each * 0x80;
-  const char* at = text.data();
-  std::size_t left = text.size();
-  for (; left >= sizeof(std::uint64_t); at += sizeof(std::uint64_t), left -= sizeof(std::uint64_t)) {
+  const auto from16 = [](const char* at) {
     std::uint64_t bytes = 0;
     std::memcpy(&bytes, at, sizeof bytes);
-    const std::uint64_t from16 = (bytes & ~high) + each * 0x70;
-    if (((from16 | bytes) & high) != high && std::any_of(at, at + sizeof(std::uint64_t), isOne)) return true;
-  }
-  return std::any_of(at, at + left, isOne);
+    return ((bytes & ~high) + each * 0x70) | bytes;
+  };
+  const char* const last = text.data() + text.size() - step;
+  std::uint64_t all = from16(last);
+  for (const char* at = text.data(); at < last; at += step) all &= from16(at);
+  return (all & high) != high && std::any_of(text.begin(), text.end(), isOne);
 }
 
 std::string lowercased(std::string_view text) {
   std::string result(text);
   for (char& c : result) c = asciiLower(c);
   return result;
-}
-
-std::string_view trimmed(std::string_view text) {
-  while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
-  while (!text.empty() && isBlank(text.back())) text.remove_suffix(1);
-  return text;
 }
 
 std::vector<std::string_view> listElements(std::string_view value) {

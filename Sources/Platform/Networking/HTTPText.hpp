@@ -49,8 +49,12 @@ constexpr bool equalsIgnoringCase(std::string_view left, std::string_view right)
   return true;
 }
 std::string lowercased(std::string_view text);
-/// Without blanks and tabs at either end.
-std::string_view trimmed(std::string_view text);
+/// Without spaces and tabs at either end.
+constexpr std::string_view trimmed(std::string_view text) {
+  while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
+  while (!text.empty() && isBlank(text.back())) text.remove_suffix(1);
+  return text;
+}
 /// The elements of a comma-separated list, trimmed, empty ones included. Not for values with quoted strings.
 std::vector<std::string_view> listElements(std::string_view value);
 /// Calls `use` with each of them.

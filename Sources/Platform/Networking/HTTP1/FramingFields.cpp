@@ -1,6 +1,7 @@
 #include "Platform/Networking/HTTP1/FramingFields.hpp"
 
 #include <cstddef>
+#include <utility>
 
 #include "Platform/Networking/HTTPText.hpp"
 
@@ -20,19 +21,23 @@ std::string_view withoutLeadingZeros(std::string_view digits) {
 
 }  // namespace
 
-std::optional<std::string> FramingFields::take(std::string_view name, std::string_view& value, Use& use) {
-  use = Use::keep;
+void FramingFields::reset() {
+  length_ = -1;
+  isChunked_ = false;
+  saysClose_ = false;
+  saysKeepAlive_ = false;
+}
+
+FramingFields::Use FramingFields::take(std::string_view name, std::string_view& value) {
   switch (name.size()) {
     case contentLength.size():
-      if (!detail::equalsIgnoringCase(name, contentLength)) break;
-      use = hasLength() ? Use::dropRepetition : Use::length;
-      return takeLength(value);
+      return detail::equalsIgnoringCase(name, contentLength) ? takeLength(value) : Use::keep;
     case transferEncoding.size():
       if (!detail::equalsIgnoringCase(name, transferEncoding)) break;
       if (!detail::equalsIgnoringCase(value, "chunked")) {
-        return "the Transfer-Encoding \"" + detail::printable(value) + "\" is not \"chunked\"";
+        return refuse("the Transfer-Encoding \"" + detail::printable(value) + "\" is not \"chunked\"");
       }
-      if (isChunked_) return "the Transfer-Encoding \"chunked, chunked\" is not \"chunked\"";
+      if (isChunked_) return refuse("the Transfer-Encoding \"chunked, chunked\" is not \"chunked\"");
       isChunked_ = true;
       break;
     case connection.size():
@@ -41,26 +46,31 @@ std::optional<std::string> FramingFields::take(std::string_view name, std::strin
     default:
       break;
   }
-  return std::nullopt;
+  return Use::keep;
 }
 
-std::optional<std::string> FramingFields::takeLength(std::string_view& value) {
-  std::optional<std::string> problem;
+FramingFields::Use FramingFields::refuse(std::string problem) {
+  problem_ = std::move(problem);
+  return Use::refuse;
+}
+
+FramingFields::Use FramingFields::takeLength(std::string_view& value) {
+  Use use = hasLength() ? Use::dropRepetition : Use::length;
   std::string_view digits;
   detail::forEachListElement(value, [&](std::string_view element) {
-    if (problem) return;
+    if (use == Use::refuse) return;
     const auto bytes = detail::decimal(element);
     if (!bytes) {
-      problem = "the Content-Length is not a number of bytes";
+      use = refuse("the Content-Length is not a number of bytes");
     } else if (hasLength() && length_ != *bytes) {
-      problem = "the response has differing Content-Length fields";
+      use = refuse("the response has differing Content-Length fields");
     } else {
       length_ = *bytes;
       digits = element;
     }
   });
-  if (!problem) value = withoutLeadingZeros(digits);
-  return problem;
+  if (use != Use::refuse) value = withoutLeadingZeros(digits);
+  return use;
 }
 
 void FramingFields::takeConnection(std::string_view value) {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -16,14 +15,15 @@ class FramingFields {
   /// What is to be done with a field that was taken.
   enum class Use : std::uint8_t {
     keep,
-    length,         ///< it says the length for the first time
-    dropRepetition  ///< it says the length once more
+    length,          ///< it says the length for the first time
+    dropRepetition,  ///< it says the length once more
+    refuse           ///< `problem()` says why
   };
 
-  void reset() { *this = FramingFields(); }
-  /// Looks at a field; why it is refused, if it is. `value` becomes the plain number where it is a length ("05, 5" is
-  /// 5).
-  std::optional<std::string> take(std::string_view name, std::string_view& value, Use& use);
+  void reset();
+  /// Looks at a field. `value` becomes the plain number where it is a length ("05, 5" is 5).
+  Use take(std::string_view name, std::string_view& value);
+  const std::string& problem() const { return problem_; }
 
   bool isChunked() const { return isChunked_; }
   bool hasLength() const { return length_ >= 0; }
@@ -32,13 +32,15 @@ class FramingFields {
   bool saysKeepAlive() const { return saysKeepAlive_; }
 
  private:
-  std::optional<std::string> takeLength(std::string_view& value);
+  Use refuse(std::string problem);
+  Use takeLength(std::string_view& value);
   void takeConnection(std::string_view value);
 
   std::int64_t length_ = -1;
   bool isChunked_ = false;
   bool saysClose_ = false;
   bool saysKeepAlive_ = false;
+  std::string problem_;
 };
 
 }  // namespace platform::networking

@@ -69,74 +69,84 @@ ResponseParser::Step ResponseParser::takeSection(std::string_view input) {
     const void* const found = left > 0 ? std::memchr(from, '\n', left) : nullptr;
     const std::size_t lineEnd =
         found ? static_cast<std::size_t>(static_cast<const char*>(found) - input.data()) + 1 : input.size();
-    if (auto problem = lineBound(lineEnd)) return failed(std::move(*problem));
+    if (!isWithinBounds(lineEnd)) return {Event::failed, 0, {}};
     searched_ = lineEnd;
     if (!found) return {Event::incomplete, 0, {}};
     const std::string_view line = withoutLineEnd(input.substr(lineStart_, lineEnd - lineStart_));
     lineStart_ = lineEnd;
     if (line.empty() && phase_ != Phase::statusLine) return endSection(input.substr(0, lineEnd));
-    if (auto problem = takeLine(line, input.data())) return failed(std::move(*problem));
+    if (!takeLine(line, input.data())) return {Event::failed, 0, {}};
   }
 }
 
-/// Whichever bound a line meets first, wherever the input is cut.
-ResponseParser::Problem ResponseParser::lineBound(std::size_t lineEnd) const {
-  const std::size_t bytesLeft = maximumBytes - std::min(maximumBytes, earlierBytes_ + lineStart_);
-  if (lineEnd - lineStart_ <= std::min(bytesLeft, maximumLineBytes)) return std::nullopt;
-  if (bytesLeft <= maximumLineBytes) return "header block exceeds 262144 bytes";
-  return "a line of the response's head exceeds 65536 bytes";
+bool ResponseParser::refuse(std::string message) {
+  failed(std::move(message));
+  return false;
 }
 
-ResponseParser::Problem ResponseParser::takeLine(std::string_view line, const char* section) {
+/// Whichever bound a line meets first, wherever the input is cut.
+bool ResponseParser::isWithinBounds(std::size_t lineEnd) {
+  const std::size_t bytesLeft = maximumBytes - std::min(maximumBytes, earlierBytes_ + lineStart_);
+  if (lineEnd - lineStart_ <= std::min(bytesLeft, maximumLineBytes)) return true;
+  return refuse(bytesLeft <= maximumLineBytes ? "header block exceeds 262144 bytes"
+                                              : "a line of the response's head exceeds 65536 bytes");
+}
+
+bool ResponseParser::takeLine(std::string_view line, const char* section) {
   if (detail::holdsLineBreakOrNUL(line)) {
-    return "the line " + quoted(line) + " of the response's head holds a control character";
+    return refuse("the line " + quoted(line) + " of the response's head holds a control character");
   }
   return phase_ == Phase::statusLine ? takeStatusLine(line) : takeField(line, section);
 }
 
-ResponseParser::Problem ResponseParser::takeStatusLine(std::string_view line) {
+bool ResponseParser::takeStatusLine(std::string_view line) {
   const bool hasVersion =
       line.size() > versionBytes && line.starts_with("HTTP/1.") && detail::isDigit(line[versionBytes - 1]);
   const std::string_view rest = hasVersion ? line.substr(versionBytes) : std::string_view();
   const bool isWellFormed = rest.size() >= 4 && rest[0] == ' ' && detail::isDigit(rest[1]) &&
                             detail::isDigit(rest[2]) && detail::isDigit(rest[3]) &&
                             (rest.size() == 4 || rest[4] == ' ');
-  if (!isWellFormed) return "the status line " + quoted(line) + " is malformed";
+  if (!isWellFormed) return refuse("the status line " + quoted(line) + " is malformed");
   head_.statusCode = (rest[1] - '0') * 100 + (rest[2] - '0') * 10 + (rest[3] - '0');
-  if (head_.statusCode < 100) return "the status " + std::string(rest.substr(1, 3)) + " is out of range";
-  if (head_.statusCode == 101) return "the server switched protocols (101), though no upgrade was asked for";
+  if (head_.statusCode < 100) return refuse("the status " + std::string(rest.substr(1, 3)) + " is out of range");
+  if (head_.statusCode == 101) return refuse("the server switched protocols (101), though no upgrade was asked for");
   minorVersion_ = line[versionBytes - 1];
   phase_ = Phase::fields;
-  return std::nullopt;
+  return true;
 }
 
-ResponseParser::Problem ResponseParser::takeField(std::string_view line, const char* section) {
+bool ResponseParser::takeField(std::string_view line, const char* section) {
   if (detail::isBlank(line.front())) {
-    if (fields_.empty()) return "the header line " + quoted(line) + " continues nothing";
+    if (fields_.empty()) return refuse("the header line " + quoted(line) + " continues nothing");
     const Field& last = fields_.back();
-    return "the header field " + quoted({section + last.name, last.nameBytes}) + " is folded";
+    return refuse("the header field " + quoted({section + last.name, last.nameBytes}) + " is folded");
   }
-  const std::size_t colon = line.find(':');
-  if (colon == line.npos) return "the header line " + quoted(line) + " has no colon";
+  // A name is a token, so that it ends where the first other character stands.
+  std::size_t colon = 0;
+  while (colon < line.size() && detail::isTokenCharacter(line[colon])) ++colon;
+  if (colon == 0 || colon == line.size() || line[colon] != ':') return refuseName(line);
+  if (fields_.size() == maximumFields) return refuse("the response has more than 1000 header fields");
   const std::string_view name = line.substr(0, colon);
-  if (!detail::isToken(name)) {
-    const bool isSpaced = !name.empty() && detail::isBlank(name.back()) && detail::isToken(detail::trimmed(name));
-    return isSpaced ? "the header field " + quoted(detail::trimmed(name)) + " has a blank before its colon"
-                    : "the header field name " + quoted(name) + " is malformed";
-  }
-  if (fields_.size() == maximumFields) return "the response has more than 1000 header fields";
   std::string_view value = detail::trimmed(line.substr(colon + 1));
-  FramingFields::Use use = FramingFields::Use::keep;
-  if (phase_ == Phase::fields) {
-    if (auto problem = framing_.take(name, value, use)) return problem;
-  }
-  if (use == FramingFields::Use::dropRepetition) return std::nullopt;
+  const FramingFields::Use use = phase_ == Phase::fields ? framing_.take(name, value) : FramingFields::Use::keep;
+  if (use == FramingFields::Use::refuse) return refuse(framing_.problem());
+  if (use == FramingFields::Use::dropRepetition) return true;
   fields_.push_back({.name = static_cast<std::uint32_t>(name.data() - section),
                      .nameBytes = static_cast<std::uint32_t>(name.size()),
                      .value = static_cast<std::uint32_t>(value.data() - section),
                      .valueBytes = static_cast<std::uint32_t>(value.size()),
                      .isLength = use == FramingFields::Use::length});
-  return std::nullopt;
+  return true;
+}
+
+/// Says what is wrong with the name that the line begins with.
+bool ResponseParser::refuseName(std::string_view line) {
+  const std::size_t colon = line.find(':');
+  if (colon == line.npos) return refuse("the header line " + quoted(line) + " has no colon");
+  const std::string_view name = line.substr(0, colon);
+  const bool isSpaced = !name.empty() && detail::isBlank(name.back()) && detail::isToken(detail::trimmed(name));
+  return refuse(isSpaced ? "the header field " + quoted(detail::trimmed(name)) + " has a blank before its colon"
+                         : "the header field name " + quoted(name) + " is malformed");
 }
 
 ResponseParser::Step ResponseParser::endSection(std::string_view section) {

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -83,7 +82,6 @@ class ResponseParser {
 
  private:
   enum class Phase : std::uint8_t { statusLine, fields, noBody, length, chunks, trailers, untilClose, ended, failed };
-  using Problem = std::optional<std::string>;
 
   /// Where a field stands in its section; the section may be elsewhere when it is given again.
   struct Field {
@@ -100,10 +98,13 @@ class ResponseParser {
   Step takeChunks(std::string_view input);
   Step ended();
   Step failed(std::string message, FailureCause cause = FailureCause::malformedResponse);
-  Problem lineBound(std::size_t lineEnd) const;
-  Problem takeLine(std::string_view line, const char* section);
-  Problem takeStatusLine(std::string_view line);
-  Problem takeField(std::string_view line, const char* section);
+  // False: refused, and `failure_` says why.
+  bool refuse(std::string message);
+  bool isWithinBounds(std::size_t lineEnd);
+  bool takeLine(std::string_view line, const char* section);
+  bool takeStatusLine(std::string_view line);
+  bool takeField(std::string_view line, const char* section);
+  bool refuseName(std::string_view name);
   void makeHead(std::string_view section);
   void makeViews(std::string_view section, bool withLengths);
   void beginSection(Phase phase);
