@@ -44,7 +44,10 @@ void HTTP2Connection::start(RequestStream& exchange) {
     return;
   }
   meter_.requestSent();
-  if (active() == 1) lastSign_ = loop_.now();
+  if (active() == 1) {
+    lastSign_ = loop_.now();
+    isPinged_ = false;
+  }
   if (!isArmed()) loop_.arm(*this, lastSign_ + silenceBeforePing);
   wantTurn();
 }

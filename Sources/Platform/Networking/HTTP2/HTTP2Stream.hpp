@@ -64,7 +64,7 @@ class HTTP2Stream {
   // Receiving.
 
   Step takeFields(HTTP2HeaderBlock& block, bool isLast);
-  /// Fails when the head or the trailers exceed what is allowed of both together.
+  /// Of all heads and the trailers so far, as `HTTP2HeaderBlock` counts them.
   std::size_t& fieldBytes() { return fieldBytes_; }
   Step takeBody(Bytes bytes);
   Step takeEnd();

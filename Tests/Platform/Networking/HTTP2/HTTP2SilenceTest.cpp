@@ -68,6 +68,24 @@ TEST_F(HTTP2SilenceTest, isNothingWhileNobodyWaits) {
   EXPECT_EQ(server->pings(), 0);
 }
 
+TEST_F(HTTP2SilenceTest, isMeasuredAnewForTheNextExchange) {
+  RecordedExchange cancelled;
+  begin(cancelled);
+  pass(16s);
+  connection->cancel(cancelled);
+  pass(16s);
+  RecordedExchange next;
+  start(next);
+
+  pass(16s);
+  EXPECT_EQ(next.outcomes, 0);
+  settle();
+  pass(29s);
+
+  EXPECT_EQ(next.outcomes, 0);
+  EXPECT_EQ(closed, 0);
+}
+
 TEST_F(HTTP2SilenceTest, ofAServerThatDoesNotReadIsNoQuestionOfPings) {
   wire.allowWrites(0);
   RecordedExchange exchange;
