@@ -195,14 +195,18 @@ TEST_F(ConnectorTest, leavesNoDescriptorBehindWhenItIsDestroyedWhileConnecting) 
 
 TEST_F(ConnectorTest, saysSoWhenNoDescriptorIsLeft) {
   TestServer server;
+  connect(route("127.0.0.1", server.port()));  // sanitizers need descriptors for types that they have not met
+  owner = {};
+  Connector next(loop, resolver, context, route("127.0.0.1", server.port()), owner);
   rlimit limit{};
   ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
   const rlimit none{.rlim_cur = 3, .rlim_max = limit.rlim_max};
-  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
 
-  connect(route("127.0.0.1", server.port()));
+  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+  next.start();
   ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
 
+  ASSERT_TRUE(runUntil(loop, [&] { return owner.isDone(); }));
   ASSERT_TRUE(owner.failure);
   EXPECT_EQ(owner.failure->cause, FailureCause::outOfDescriptors);
   EXPECT_EQ(owner.failure->systemError, EMFILE);
