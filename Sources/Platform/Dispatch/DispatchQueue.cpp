@@ -2,6 +2,7 @@
 
 #include "Platform/Dispatch/Internal/Clock.hpp"
 #include "Platform/Dispatch/Internal/ExecutorQueueCore.hpp"
+#include "Platform/Dispatch/Internal/ForkGuard.hpp"
 #include "Platform/Dispatch/Internal/GlobalQueueCore.hpp"
 #include "Platform/Dispatch/Internal/MainQueueCore.hpp"
 #include "Platform/Dispatch/Internal/SerialQueueCore.hpp"
@@ -39,11 +40,18 @@ bool DispatchQueue::isCurrent() const { return detail::QueueFrame::contains(*cor
 
 const std::string& DispatchQueue::label() const { return core_->label(); }
 
-void DispatchQueue::async(Block block) const { core_->async(std::move(block)); }
+void DispatchQueue::async(Block block) const {
+  detail::ForkGuard::requireThreads();
+  core_->async(std::move(block));
+}
 
-void DispatchQueue::async(std::vector<Block> blocks) const { core_->async(std::move(blocks)); }
+void DispatchQueue::async(std::vector<Block> blocks) const {
+  detail::ForkGuard::requireThreads();
+  core_->async(std::move(blocks));
+}
 
 void DispatchQueue::asyncAfter(Seconds delay, Block block) const {
+  detail::ForkGuard::requireThreads();
   if (!(delay.count() > 0)) return core_->async(std::move(block));
   detail::Clock::current()->scheduleAfter(
       detail::Clock::nanoseconds(delay),
@@ -51,6 +59,7 @@ void DispatchQueue::asyncAfter(Seconds delay, Block block) const {
 }
 
 void DispatchQueue::syncErased(void* object, void (*call)(void*)) const {
+  detail::ForkGuard::requireThreads();
   // The function may drop the handle that it was called through.
   const auto core = core_;
   core->sync(object, call);

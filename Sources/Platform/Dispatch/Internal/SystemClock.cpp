@@ -1,6 +1,7 @@
 #include "Platform/Dispatch/Internal/SystemClock.hpp"
 
 #include "Platform/Detail/Locking.hpp"
+#include "Platform/Dispatch/Internal/ForkGuard.hpp"
 #include "Platform/Dispatch/Internal/Thread.hpp"
 #include "Platform/Trap.hpp"
 
@@ -16,6 +17,7 @@ Clock::Instant SystemClock::now() const {
 }
 
 Clock::Key SystemClock::schedule(Instant due, std::chrono::nanoseconds leeway, Block action) {
+  ForkGuard::requireThreads();
   MutexLock lock(mutex_);
   const Key key = timers_.add(due, leeway, std::move(action));
   if (!isServed_) {
@@ -29,6 +31,7 @@ Clock::Key SystemClock::schedule(Instant due, std::chrono::nanoseconds leeway, B
 }
 
 void SystemClock::cancel(const Key& key) {
+  if (ForkGuard::isForkedChild()) return;  // as an object of static duration may ask at the exit; nothing is due there
   Block dropped;
   const MutexLock lock(mutex_);
   dropped = timers_.remove(key);

@@ -5,6 +5,8 @@
 #include <chrono>
 #include <memory>
 
+#include "Platform/Dispatch/Internal/ForkGuard.hpp"
+
 namespace platform::detail {
 namespace {
 
@@ -51,6 +53,7 @@ SignalShield::SignalShield() {
 SignalShield::~SignalShield() { ::pthread_sigmask(SIG_SETMASK, &previous_, nullptr); }
 
 bool startThread(std::string_view name, UniqueFunction<void()> body) {
+  ForkGuard::noteThreads();
   auto start = std::make_unique<Start>(Start{ThreadName(name), std::move(body)});
   {
     const SignalShield shield;

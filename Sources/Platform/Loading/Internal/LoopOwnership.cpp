@@ -12,6 +12,7 @@
 #include <system_error>
 #include <utility>
 
+#include "Platform/Dispatch/Internal/ForkGuard.hpp"
 #include "Platform/Trap.hpp"
 
 namespace platform::detail {
@@ -60,6 +61,7 @@ void LoopOwnership::noteThatThisThreadLeads(bool always) {
 }
 
 void LoopOwnership::post(Block command) {
+  ForkGuard::requireThreads();
   bool wakesOwner = false;
   bool callsThread = false;
   bool startsTimer = false;
@@ -98,6 +100,7 @@ void LoopOwnership::interrupt() {
 }
 
 void LoopOwnership::stop() {
+  if (ForkGuard::isForkedChild()) return;  // whoever owned the loop is not here
   std::unique_lock lock(mutex_);
   isStopped_ = true;
   if (isOwned_ && isSleeping_) ring(wake_);

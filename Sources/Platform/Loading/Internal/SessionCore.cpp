@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "Platform/Dispatch/Internal/ForkGuard.hpp"
 #include "Platform/Loading/Internal/ConnectivityWait.hpp"
 #include "Platform/Loading/Internal/TaskCore.hpp"
 #include "Platform/Loading/Internal/TransportErrors.hpp"
@@ -41,6 +42,8 @@ SessionCore::SessionCore(URLSessionConfiguration configuration, std::shared_ptr<
       delegate_(std::move(delegate)) {}
 
 SessionCore::~SessionCore() {
+  // A forked child, at whose exit an object of static duration may end, has no loop.
+  if (ForkGuard::isForkedChild()) static_cast<void>(pool_.release());
   // Connections may only be closed by the loop's owner.
   if (pool_) loop_.post([pool = std::move(pool_)]() mutable { pool.reset(); });
 }

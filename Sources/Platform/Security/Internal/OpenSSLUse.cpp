@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "Platform/Detail/Locking.hpp"
+#include "Platform/Dispatch/Internal/ForkGuard.hpp"
 
 namespace platform::detail {
 namespace {
@@ -40,6 +41,7 @@ class Uses {
     std::atexit([] { shared().close(); });
   }
   void close() {
+    if (ForkGuard::isForkedChild()) return;  // whoever used it is not here
     MutexLock lock(mutex_);
     isClosed_ = true;
     changed_.waitUntil(mutex_, std::chrono::steady_clock::now() + std::chrono::seconds(1),
