@@ -1,6 +1,7 @@
 #include "Platform/Loading/Internal/SessionCore.hpp"
 
 #include <atomic>
+#include <functional>
 #include <utility>
 #include <vector>
 
@@ -135,7 +136,8 @@ void SessionCore::challenge(const std::shared_ptr<TrustGate>& gate) {
   auto self = shared_from_this();
   auto session = session_.lock();
   auto asked = delegate();
-  auto judgeByDefault = [self, gate](std::shared_ptr<SecTrust> delegates) {
+  using JudgeByDefault = std::function<void(std::shared_ptr<SecTrust>)>;
+  const JudgeByDefault judgeByDefault = [self, gate](std::shared_ptr<SecTrust> delegates) {
     DispatchQueue::global().async([self, gate, delegates] { self->conclude(gate, defaultHandling(*gate, delegates)); });
   };
   if (!session || !asked) {
@@ -150,29 +152,42 @@ void SessionCore::challenge(const std::shared_ptr<TrustGate>& gate) {
                                  .protocol = "https",
                                  .authenticationMethod = "NSURLAuthenticationMethodServerTrust",
                                  .serverTrust = trust};
-    auto isAnswered = std::make_shared<std::atomic<bool>>(false);
-    asked->didReceiveChallenge(session, challenge,
-                               [self, gate, trust, judgeByDefault, isAnswered](
-                                   AuthChallengeDisposition disposition, std::optional<URLCredential> credential) {
-                                 if (isAnswered->exchange(true)) return;
-                                 switch (disposition) {
-                                   case AuthChallengeDisposition::useCredential:
-                                     if (!credential || !credential->trust) break;
-                                     self->conclude(gate, std::nullopt);
-                                     return;
-                                   case AuthChallengeDisposition::cancelAuthenticationChallenge:
-                                     self->conclude(gate, trustError(*gate, URLErrorCode::userCancelledAuthentication,
-                                                                     "the application refused the server"));
-                                     return;
-                                   case AuthChallengeDisposition::rejectProtectionSpace:
-                                     self->conclude(gate, trustError(*gate, URLErrorCode::serverCertificateUntrusted,
-                                                                     "the application does not trust the server"));
-                                     return;
-                                   case AuthChallengeDisposition::performDefaultHandling:
-                                     break;
-                                 }
-                                 judgeByDefault(trust);
-                               });
+    // Given away with the first answer: a delegate that keeps its completion keeps no session by it.
+    struct Pending {
+      std::atomic<bool> isAnswered = false;
+      std::shared_ptr<SessionCore> session;
+      std::shared_ptr<TrustGate> gate;
+      JudgeByDefault judgeByDefault;
+    };
+    auto pending = std::make_shared<Pending>();
+    pending->session = self;
+    pending->gate = gate;
+    pending->judgeByDefault = judgeByDefault;
+    asked->didReceiveChallenge(
+        session, challenge,
+        [pending, trust](AuthChallengeDisposition disposition, std::optional<URLCredential> credential) {
+          if (pending->isAnswered.exchange(true)) return;
+          const auto core = std::exchange(pending->session, nullptr);
+          const auto closed = std::exchange(pending->gate, nullptr);
+          const auto byDefault = std::exchange(pending->judgeByDefault, nullptr);
+          switch (disposition) {
+            case AuthChallengeDisposition::useCredential:
+              if (!credential || !credential->trust) break;
+              core->conclude(closed, std::nullopt);
+              return;
+            case AuthChallengeDisposition::cancelAuthenticationChallenge:
+              core->conclude(closed, trustError(*closed, URLErrorCode::userCancelledAuthentication,
+                                                "the application refused the server"));
+              return;
+            case AuthChallengeDisposition::rejectProtectionSpace:
+              core->conclude(closed, trustError(*closed, URLErrorCode::serverCertificateUntrusted,
+                                                "the application does not trust the server"));
+              return;
+            case AuthChallengeDisposition::performDefaultHandling:
+              break;
+          }
+          byDefault(trust);
+        });
   });
 }
 
