@@ -130,6 +130,20 @@ TEST(SuggestedFilenameTest, cutsLongNamesBetweenCharactersAndKeepsTheExtension) 
   EXPECT_EQ(withExtension, std::string(250, 'a') + ".json");
 }
 
+TEST(SuggestedFilenameTest, makesNoDeviceNameByShortening) {
+  const std::string spaces(300, ' ');
+
+  const std::string bare = safeComponent("con" + spaces + "x");
+  const std::string withExtension = safeComponent("nul" + spaces + "x.txt");
+  const std::string withAddedExtension =
+      nameFor("attachment; filename=\"aux" + spaces + "x\"", "http://h/", "text/html");
+
+  EXPECT_EQ(bare, "_con");
+  EXPECT_EQ(withExtension, "_nul" + std::string(247, ' ') + ".txt");
+  EXPECT_TRUE(withAddedExtension.starts_with("_aux")) << withAddedExtension;
+  for (const std::string& name : {bare, withExtension, withAddedExtension}) EXPECT_EQ(safeComponent(name), name);
+}
+
 TEST(SuggestedFilenameTest, isAlwaysOneSafeComponent) {
   std::mt19937 random(3);
   const std::string pieces[] = {

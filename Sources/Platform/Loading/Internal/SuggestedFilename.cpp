@@ -142,14 +142,14 @@ std::string safeComponent(std::string_view name, std::size_t maximumBytes) {
   while (!component.empty() && (component.back() == '/' || component.back() == '\\')) component.remove_suffix(1);
   component.remove_prefix(component.find_last_of("/\\") + 1);  // npos + 1 is 0
   const std::string kept = withoutUnsafeCharacters(component);
-  std::string result(withoutBlankOrDotEnds(kept));
-  if (isDeviceName(result)) result.insert(0, 1, '_');
-  return shortened(result, maximumBytes);
+  std::string result = shortened(withoutBlankOrDotEnds(kept), maximumBytes);
+  // Last, since shortening can make a device name of what was none: "con", many spaces and "x".
+  if (isDeviceName(result)) result = shortened("_" + result, maximumBytes);
+  return result;
 }
 
 std::string suggestedFilename(std::string_view contentDisposition, const URL& url,
                               const std::optional<std::string>& mimeType) {
-  constexpr std::size_t maximumBytes = 255;
   std::string name;
   if (const auto given = filenameOfDisposition(contentDisposition)) name = safeComponent(*given);
   if (name.empty()) name = nameOfURL(url);
@@ -158,7 +158,7 @@ std::string suggestedFilename(std::string_view contentDisposition, const URL& ur
   if (name.empty()) name = safeComponent(url.host().value_or(""));
   if (name.empty()) name = "Unknown";
   const std::string_view extension = hasExtension || !mimeType ? "" : extensionForMIMEType(*mimeType);
-  return std::string(utf8Prefix(name, maximumBytes - extension.size())).append(extension);
+  return safeComponent(name.append(extension));
 }
 
 }  // namespace platform::detail
