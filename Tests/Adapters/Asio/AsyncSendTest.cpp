@@ -1,4 +1,5 @@
 #include <atomic>
+#include <filesystem>
 #include <fstream>
 #include <future>
 #include <memory>
@@ -13,7 +14,16 @@ namespace {
 
 using net::awaitable;
 using net::use_awaitable;
-using AsyncSendTest = AsioTest;
+
+/// Asio starts the system's threads on their first use, and keeps them.
+class AsyncSendTest : public AsioTest {
+ protected:
+  static void SetUpTestSuite() {
+    std::promise<void> hasRun;
+    net::post(net::system_executor(), [&] { hasRun.set_value(); });
+    hasRun.get_future().wait();
+  }
+};
 
 struct User {
   std::int64_t id;
@@ -305,7 +315,10 @@ TEST_F(AsyncSendTest, downloadsToAFile) {
     async_send(context, DownloadGetRequest<>(server.url("/file")),
                [&](const std::exception_ptr& error, const HTTPResponse<URL>& response) {
                  std::string text = "no file";
-                 if (!error) std::getline(std::ifstream(response.body.path()), text);
+                 if (!error) {
+                   std::getline(std::ifstream(response.body.path()), text);
+                   std::filesystem::remove_all(std::filesystem::path(response.body.path()).parent_path());
+                 }
                  outcomes.push_back(text);
                });
     EXPECT_TRUE(runToTheEnd());

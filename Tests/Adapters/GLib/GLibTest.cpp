@@ -19,6 +19,9 @@ struct Get : DataGetRequestable<Get> {
 
 class GLibTest : public testing::ServerTest {
  protected:
+  /// Made on first use, and kept as long as the process.
+  static void SetUpTestSuite() { g_main_context_default(); }
+
   ~GLibTest() override {
     latch.open();
     Corvane::resetSessions();

@@ -31,6 +31,8 @@ QCoreApplication& application() {
 
 class QtTest : public testing::ServerTest {
  protected:
+  static void SetUpTestSuite() { application(); }
+
   ~QtTest() override {
     latch.open();
     Corvane::resetSessions();

@@ -1,5 +1,7 @@
 #include "Platform/Dispatch/Internal/WorkerPool.hpp"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <thread>
 
@@ -45,6 +47,11 @@ void WorkerPool::submit(const std::shared_ptr<PoolClient>& client, std::vector<B
   const WakeAction action = nextWakeAction();
   lock.unlock();
   execute(action);
+}
+
+std::vector<pid_t> WorkerPool::workerThreads() {
+  const MutexLock lock(mutex_);
+  return threads_;
 }
 
 WorkerPool::WakeAction WorkerPool::nextWakeAction() {
@@ -118,11 +125,12 @@ void WorkerPool::serve() {
   bool isArriving = true;
   bool isNew = true;
   MutexLock lock(mutex_);
+  threads_.push_back(::gettid());
   while (true) {
     if (std::exchange(isArriving, false)) --arriving_;
     if (std::exchange(self.isClaimed, false)) --claimed_;
     if (jobs_.isEmpty()) {
-      if (!rest(self)) return;
+      if (!rest(self)) break;
       isArriving = true;
       continue;
     }
@@ -136,6 +144,7 @@ void WorkerPool::serve() {
     job = {};
     lock.lock();
   }
+  std::erase(threads_, ::gettid());
 }
 
 PoolJob WorkerPool::takeJob() {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <atomic>
 #include <memory>
 #include <optional>
@@ -41,6 +43,8 @@ class WorkerPool {
   void submit(const std::shared_ptr<PoolClient>& client, std::vector<Block>&& blocks);
   /// Whether a job waits for a worker, so that a long-running one should make room.
   bool hasWaitingJobs() const { return waitingJobs_.load(std::memory_order_relaxed) != 0; }
+  /// The threads of the workers (gettid(2)), of those that rest, too.
+  std::vector<pid_t> workerThreads();
 
  private:
   struct Worker {
@@ -78,6 +82,7 @@ class WorkerPool {
   Mutex mutex_;
   RingQueue<PoolJob> jobs_ CORVANE_GUARDED_BY(mutex_);
   std::vector<Worker*> idle_ CORVANE_GUARDED_BY(mutex_);
+  std::vector<pid_t> threads_ CORVANE_GUARDED_BY(mutex_);
   std::size_t workers_ CORVANE_GUARDED_BY(mutex_) = 0;
   // Workers that were woken or started and have not looked for a job yet.
   std::size_t arriving_ CORVANE_GUARDED_BY(mutex_) = 0;

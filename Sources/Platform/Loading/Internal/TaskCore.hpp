@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 
+#include "Platform/Dispatch/Internal/LiveCount.hpp"
 #include "Platform/Loading/Internal/DownloadFile.hpp"
 #include "Platform/Loading/Internal/Exchange.hpp"
 #include "Platform/Loading/Internal/ProgressMeter.hpp"
@@ -39,7 +40,10 @@ struct TaskPlan {
 /// A task's life: one exchange after another, as redirects and lost networks demand, and exactly one completion.
 ///
 /// `state_` may be read anywhere; what is marked "loop side" belongs to the loop's owner.
-class TaskCore final : public URLSessionTask, public ExchangeOwner, public std::enable_shared_from_this<TaskCore> {
+class TaskCore final : public URLSessionTask,
+                       public ExchangeOwner,
+                       public std::enable_shared_from_this<TaskCore>,
+                       public LiveCount<TaskCore> {
  public:
   /// `session` is kept alive until the completion has been delivered.
   TaskCore(std::shared_ptr<URLSession> session, std::shared_ptr<SessionCore> core, URLRequest request, TaskPlan plan,
