@@ -88,7 +88,8 @@ class LZWEncoder {
 
   void put(unsigned code) {
     writer_.write(code, width_);
-    if (code != 256 && free_ == 1U << width_ && width_ < maximumWidth_) {
+    const bool isClear = isBlockMode_ && code == 256;
+    if (!isClear && free_ == 1U << width_ && width_ < maximumWidth_) {
       writer_.endGroup(width_);
       ++width_;
     }
