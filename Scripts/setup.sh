@@ -9,7 +9,7 @@ build="build-essential cmake ninja-build ccache pkg-config python3 curl file
   libpng-dev libjpeg62-turbo-dev
   libcli11-dev libgtest-dev libgmock-dev"
 checks="clang-16 clang-19 lld-19 libclang-rt-19-dev libc++-19-dev libc++abi-19-dev llvm-19 clang-format-19 clang-tidy-19
-  nlohmann-json3-dev libboost-json1.81-dev media-types
+  nlohmann-json3-dev libboost-json1.81-dev libboost-url1.81-dev media-types
   python3-clang-19 lintian"
 integration="curl openssl nginx-light python3-httpbin nghttp2-server python3-multipart php-cli"
 bench="libbenchmark-dev nginx-light gnuplot-nox
