@@ -26,7 +26,7 @@ except ImportError:
     sys.exit("check_api: python3-clang-19 is needed; Scripts/setup.sh checks installs it")
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
-HIDDEN = re.compile(r"^(detail|internal)$|_detail$")
+HIDDEN = re.compile(r"(^|_)detail$")
 KIND = cindex.CursorKind
 CLASSES = {KIND.CLASS_DECL, KIND.STRUCT_DECL, KIND.UNION_DECL, KIND.CLASS_TEMPLATE,
            KIND.CLASS_TEMPLATE_PARTIAL_SPECIALIZATION}

@@ -8,8 +8,10 @@ The rules, each also told by the message of its breach:
   - A third-party library is met only where the table below says.
   - A public header (outside of Internal/ and of internal rooms) includes no Internal header, no third-party header, and none of
     the heavy standard headers. An adapter includes the library that it is for; nothing includes an adapter.
+  - A public header declares something outside of detail namespaces, unless it is in a Detail folder; one that is
+    there does not.
   - Nothing but an optional room itself includes what is in it.
-  - Headers do not include each other in a circle, nor do rooms (the folders of a layer).
+  - Headers do not include each other in a circle, nor do rooms (the folders of a layer), sources included.
   - File names are unique in the tree.
   - Every included file of this project exists, and is named by its path from the include root.
 """
@@ -21,6 +23,7 @@ import sys
 from layout import ADAPTER_LAYERS, ADAPTERS, is_internal
 
 LAYERS = ["Platform", "Velisand", "Vantorel", "Corvane"]
+LAYERS_WITH_ROOMS = ["Platform", "Corvane"]
 # They stand on the layers side by side: each knows all of them, and none of the others.
 SIDE_LAYERS = ["CorvaneTesting", *ADAPTER_LAYERS]
 
@@ -72,6 +75,13 @@ HEAVY = set(
 # Ours that cost as much: for sources, Internal headers and adapters.
 OUR_HEAVY = {"Platform/Detail/Locking.hpp"}
 
+# What is no declaration. Strings and characters come first, as they may hold what looks like a comment.
+QUOTED = re.compile(r'R"(\w*)\(.*?\)\1"|"(?:\\.|[^"\\\n])*"|\'(?:\\.|[^\'\\\n])\'|//[^\n]*|/\*.*?\*/', re.DOTALL)
+DIRECTIVE = re.compile(r"^[ \t]*#(?:[^\n\\]|\\.)*$", re.MULTILINE | re.DOTALL)
+NAMESPACE = re.compile(r"\s*(?:inline\s+)?namespace\s+([\w:]+)\s*$")
+HIDDEN = re.compile(r"(?:^|::|_)detail$")
+FORWARD = re.compile(r"(?:class|struct|enum class)\s+[\w:]+(?:\s*:\s*[\w:]+)?$")
+
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]')
 
 
@@ -82,11 +92,41 @@ class File:
         self.is_internal = is_internal(self.path)
         self.is_header = path.suffix == ".hpp"
         self.is_public = self.is_header and not self.is_internal
+        self.is_detail = "/Detail/" in self.path
+        self.text = path.read_text(encoding="utf-8")
         self.includes = []
-        for number, line in enumerate(path.read_text(encoding="utf-8").splitlines(), 1):
+        for number, line in enumerate(self.text.splitlines(), 1):
             match = INCLUDE.match(line)
             if match:
                 self.includes.append((number, match.group(1) == '"', match.group(2)))
+
+
+def declarations(text):
+    """What a header declares, each as whether a detail namespace holds it; forward declarations are left out."""
+    text = DIRECTIVE.sub("", QUOTED.sub(lambda found: "" if found[0].startswith("/") else '""', text))
+    enclosing, statement = [], ""
+    for token in re.findall(r"[{};]|[^{};]+", text):
+        is_hidden = any(HIDDEN.search(name) for name in enclosing)
+        if token == "{":
+            namespace = NAMESPACE.match(statement)
+            if not namespace and "{" not in enclosing:
+                yield is_hidden
+            enclosing.append(namespace[1] if namespace else "{")
+        elif token == "}" and enclosing:
+            enclosing.pop()
+        elif token == ";" and statement.strip() and "{" not in enclosing and not FORWARD.match(statement.strip()):
+            yield is_hidden
+        statement = token if token not in "{};" and token.strip() else ""
+
+
+def check_detail(file):
+    if not file.is_public:
+        return
+    found = set(declarations(file.text))
+    if file.is_detail and False in found:
+        yield f"{file.path}: what is in a Detail folder must be declared in a detail namespace"
+    if not file.is_detail and found == {True}:
+        yield f"{file.path}: a header that declares nothing outside of detail namespaces belongs in a Detail folder"
 
 
 def check_layers(file, line, name):
@@ -174,8 +214,11 @@ def cycles(graph):
 
 
 def room(path):
-    """The folder below the layer; a file directly in the layer is a room of its own."""
-    return "/".join(path.split("/")[:2])
+    """The folder below the layer; a header directly in the layer is a room of its own, with its source. Layers without
+    further folders are one room each."""
+    if path.split("/")[0] not in LAYERS_WITH_ROOMS:
+        return path.split("/")[0]
+    return "/".join(path.split("/")[:2]).removesuffix(".hpp").removesuffix(".cpp")
 
 
 def check_circles(files):
@@ -185,8 +228,7 @@ def check_circles(files):
         ours = [name for _, _, name in file.includes if name in files and name != file.path]
         if file.is_header:
             headers[file.path] = set(ours)
-        # The rooms of the library are stations of one road, so a source may look back; a header may not.
-        for name in ours if file.is_header or file.layer != "Corvane" else ():
+        for name in ours:
             if room(name) != room(file.path):
                 rooms.setdefault(room(file.path), set()).add(room(name))
     for circle in cycles(headers):
@@ -201,7 +243,7 @@ def problems(root):
     files = {file.path: file for file in (File(root, path) for path in sorted(paths))}
     if not files:
         return [f"{root}: there are no files to check"]
-    found = [problem for file in files.values() for problem in check_file(file, files)]
+    found = [problem for file in files.values() for check in (check_file(file, files), check_detail(file)) for problem in check]
     return found + list(check_names(files)) + list(check_circles(files))
 
 

@@ -171,16 +171,39 @@ class CheckLayersTest(unittest.TestCase):
 
         self.assert_only(problems, "rooms include each other: Platform/A -> Platform/B -> Platform/A")
 
-    def test_lets_only_sources_of_the_library_look_back(self):
+    def test_refuses_sources_of_the_library_that_look_back(self):
         texts = {
             "Corvane__A__X_dot_hpp": '#include "Corvane/B/Y.hpp"\n',
             "Corvane__B__Y_dot_hpp": "",
             "Corvane__B__Y_dot_cpp": '#include "Corvane/A/X.hpp"\n',
         }
 
-        self.assertEqual(self.problems(**texts), [])
-        texts["Corvane__B__Z_dot_hpp"] = texts.pop("Corvane__B__Y_dot_cpp")
         self.assert_only(self.problems(**texts), "rooms include each other: Corvane/A -> Corvane/B -> Corvane/A")
+
+    def test_takes_a_header_beside_the_rooms_with_its_source(self):
+        texts = {
+            "Corvane__X_dot_hpp": '#include "Corvane/B/Y.hpp"\n',
+            "Corvane__X_dot_cpp": '#include "Corvane/X.hpp"\n',
+            "Corvane__B__Y_dot_hpp": "",
+        }
+
+        self.assertEqual(self.problems(**texts), [])
+        texts["Corvane__B__Y_dot_cpp"] = '#include "Corvane/X.hpp"\n'
+        self.assert_only(self.problems(**texts), "rooms include each other: Corvane/B -> Corvane/X -> Corvane/B")
+
+    def test_refuses_a_public_header_that_declares_nothing_but_details(self):
+        text = "namespace corvane { class Known; }\nnamespace corvane::detail {\nclass A { int a = 'x'; };\n}\n"
+
+        self.assert_only(self.problems(Corvane__A__X_dot_hpp=text), "belongs in a Detail folder")
+        self.assertEqual(self.problems(Corvane__A__Detail__X_dot_hpp=text), [])
+        self.assertEqual(self.problems(Corvane__A__Internal__X_dot_hpp=text), [])
+        self.assertEqual(self.problems(Corvane__A__X_dot_hpp=text + "namespace corvane { void f(); }\n"), [])
+        self.assertEqual(self.problems(Corvane__A__X_dot_hpp="#define CORVANE_A 1\n"), [])
+
+    def test_refuses_interface_in_a_detail_folder(self):
+        text = "namespace corvane {\nnamespace detail { int b; }\n// namespace detail {\nclass A {};\n}\n"
+
+        self.assert_only(self.problems(Corvane__A__Detail__X_dot_hpp=text), "must be declared in a detail namespace")
 
     def test_refuses_an_include_that_leads_nowhere(self):
         self.assert_only(self.problems(Corvane__A_dot_cpp='#include "Corvane/Gone.hpp"\n'), "there is no file")

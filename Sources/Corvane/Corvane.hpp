@@ -1,6 +1,6 @@
 #pragma once
 
-/// Everything an application needs to describe requests, send them and read what comes back:
+/// Everything an application needs to describe requests, send them and read the responses:
 ///
 ///     #include <Corvane/Corvane.hpp>
 ///     using namespace corvane;
@@ -18,9 +18,9 @@
 #include "Corvane/Request/DataRequests.hpp"
 #include "Corvane/Request/JSONRequests.hpp"
 #include "Corvane/Settings.hpp"
+#include "Corvane/TemporaryDirectory.hpp"
 #include "Corvane/Transfers/DownloadRequests.hpp"
 #include "Corvane/Transfers/MultipartForm.hpp"
-#include "Corvane/Transfers/TemporaryDirectory.hpp"
 #include "Corvane/Transfers/UploadRequests.hpp"
 #include "Corvane/Transport/HTTPRequestCancelable.hpp"
 #include "Platform/Foundation/JSON/EncodingError.hpp"

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "Corvane/DebugOutput/BodyCache.hpp"
-#include "Corvane/Transport/HTTPService.hpp"
 #include "Platform/Detail/Locking.hpp"
 
 namespace corvane {
@@ -51,15 +49,6 @@ void Corvane::removeTrustedCertificates() {
   auto& certificates = TrustedCertificates::shared();
   const MutexLock lock(certificates.mutex);
   certificates.files.clear();
-}
-
-void Corvane::resetSessions() { HTTPService::shared().invalidateAndCancel(); }
-
-std::optional<platform::AnyValue> Corvane::httpDebugData(std::string_view key) {
-  const auto body = detail::parkedBody(key);
-  if (!body) return std::nullopt;
-  if (auto text = body->utf8()) return platform::AnyValue(*std::move(text));
-  return platform::AnyValue(*body);
 }
 
 }  // namespace corvane

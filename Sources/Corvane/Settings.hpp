@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "Corvane/DebugOutput/HTTPVerbosityLevel.hpp"
+#include "Corvane/HTTPVerbosityLevel.hpp"
 #include "Platform/Export.hpp"
 #include "Platform/Foundation/AnyValue.hpp"
 #include "Platform/Foundation/URL.hpp"
@@ -21,8 +21,8 @@ class CORVANE_API Corvane {
   static std::atomic<HTTPVerbosityLevel> verbosity;
 
   /// For tests; false at first. While it is true, every request that would use the network fails with an
-  /// `HTTPNetworkForbiddenError`, which names it, and nothing is sent; mocks answer and file URLs are read as
-  /// ever. May be changed at any time.
+  /// `HTTPNetworkForbiddenError`, which names it, and nothing is sent; mocks answer and file URLs are read as usual.
+  /// May be changed at any time.
   static std::atomic<bool> isNetworkForbidden;
 
   /// Certificate files (DER) that servers may be trusted through, beside the system's anchors, in the order
@@ -36,7 +36,7 @@ class CORVANE_API Corvane {
   /// Cancels every request under way and forgets every session, with its connections and cookies.
   static void resetSessions();
 
-  /// The body that debug output parked under this key: text where the bytes are UTF-8, else the bytes.
+  /// The body that debug output cached under this key: text where the bytes are UTF-8, else the bytes.
   /// Absent for an unknown key, and once memory got short.
   static std::optional<platform::AnyValue> httpDebugData(std::string_view key);
 };

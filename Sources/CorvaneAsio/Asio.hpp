@@ -22,16 +22,19 @@
 #include <asio/system_executor.hpp>
 
 #include "Corvane/Corvane.hpp"
-#include "CorvaneAsio/ContextGate.hpp"
+#include "CorvaneAsio/Detail/ContextGate.hpp"
 #include "Platform/Detail/Locking.hpp"
 #include "Platform/Dispatch/MainQueueAttachment.hpp"
 
 #define CORVANE_ASIO ::asio
 #define CORVANE_ASIO_ADAPTER withAsio
-#include "CorvaneAsio/AsioContext.hpp"
+// In this order, as each uses the ones before it.
+// clang-format off
+#include "CorvaneAsio/Detail/AsioContext.hpp"
+#include "CorvaneAsio/Detail/AsyncOperation.hpp"
 #include "CorvaneAsio/AsioMainLoop.hpp"
 #include "CorvaneAsio/AsioQueue.hpp"
-#include "CorvaneAsio/AsyncOperation.hpp"
 #include "CorvaneAsio/AsyncSend.hpp"
+// clang-format on
 #undef CORVANE_ASIO
 #undef CORVANE_ASIO_ADAPTER

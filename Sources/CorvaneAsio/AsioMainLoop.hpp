@@ -13,9 +13,9 @@ inline namespace CORVANE_ASIO_ADAPTER {
 ///     context.run();
 ///
 /// It is work for the context: `run()` goes on until `stop()` or `detach()`, also where nothing is under way. A wake-up
-/// comes from any thread, and nothing is polled. The context may be destroyed first; then nobody drains the main queue.
-/// What waits there at the end stays for the next who drains it. One host's loop at a time has the main queue; a second
-/// one traps.
+/// comes from any thread, and nothing is polled. The context may be destroyed first; then the main queue is not drained
+/// any more. What waits there at the end stays for the next who drains it. One host's loop at a time has the main
+/// queue; a second one traps.
 class AsioMainLoop {
  public:
   /// On the threads that an executor runs on. Throws what making a service of its context throws: lack of memory.

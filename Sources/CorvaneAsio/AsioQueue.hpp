@@ -41,7 +41,7 @@ class AsioQueue {
   /// The queue itself, which is work for the context.
   platform::DispatchQueue queue() const {
     const platform::detail::MutexLock lock(state_->mutex);
-    // Without handles nothing is left of the queue before, neither blocks nor anybody who knew it.
+    // Without handles nothing is left of the previous queue, neither blocks nor copies.
     if (auto core = state_->core.lock()) return platform::DispatchQueue(std::move(core));
     auto made = state_->make();
     state_->core = made.core();

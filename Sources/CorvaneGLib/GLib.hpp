@@ -58,9 +58,9 @@ class GLibSubmission {
 /// Any thread may submit blocks; a block never runs inside the call that submits it. As on every queue, an exception
 /// that escapes a block ends the process.
 ///
-/// The queue keeps the context alive. **When the loop ends**, blocks wait until somebody iterates the context again; a
+/// The queue keeps the context alive. **When the loop ends**, blocks wait until the context is iterated again; a
 /// thread that waits in `sync` waits as long. So iterate a context of your own until what is under way has completed,
-/// before you let go of it.
+/// before you release it.
 class GLibQueue : public platform::DispatchQueue {
  public:
   /// Null is the default context, as everywhere in GLib.

@@ -103,7 +103,7 @@ class QtQueue : public platform::DispatchQueue {
 ///     return application.exec();
 ///
 /// A wake-up comes from any thread, and nothing is polled. The object (the application by default) may be destroyed
-/// first; then nobody drains the main queue. What waits there at the end stays for the next who drains it. One host's
+/// first; then the main queue is not drained any more. Pending blocks stay for the next loop that drains it. One host's
 /// loop at a time has the main queue; a second one traps.
 class QtMainLoop {
  public:

@@ -66,7 +66,7 @@ class Expectation {
 
   /// Keeps the value, and wakes who waits.
   void fulfil(T value) const {
-    // Whoever waits may destroy this object as soon as it sees the value.
+    // The waiting thread may destroy this object as soon as it sees the value.
     const std::shared_ptr<State> state = state_;
     const Lock lock(state->fulfilments);
     state->values.push_back(std::move(value));

@@ -18,7 +18,7 @@ namespace corvane::testing {
 /// EXPECT_EQ(time.waits(), std::vector<platform::Seconds>{30});
 /// ```
 ///
-/// While it lives, everything in the process that waits in the background goes by it: `DispatchQueue::asyncAfter`,
+/// While it lives, it is the clock of all background waits in the process: `DispatchQueue::asyncAfter`,
 /// `DispatchTimer`, and what is built on them. Real time stay the time-outs of transfers, the delays of a `TestServer`,
 /// and how long a thread that is blocked is willing to wait. Timers from before its making go by the clock that they
 /// began with. There can be one at a time; a second one traps.
@@ -36,7 +36,7 @@ class ManualTime {
   /// Since its making.
   platform::Seconds now() const;
   /// Lets everything happen that is due until then, each at its own time. Blocks are submitted to their queues, which
-  /// run them as ever: wait for their effect, not for this call.
+  /// run them as usual: wait for their effect, not for this call.
   void advance(platform::Seconds interval);
   /// Advances until the next timer is due; returns by how much: 0 when there is none.
   platform::Seconds advanceToNextTimer();

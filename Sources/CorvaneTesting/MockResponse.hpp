@@ -133,7 +133,7 @@ class MockResponse {
   MockResponse& halfClose(Moment moment, std::optional<std::uint64_t> afterBytes = std::nullopt);
   /// `end` with `Ending::stall`.
   MockResponse& stall(Moment moment, std::optional<std::uint64_t> afterBytes = std::nullopt);
-  /// Sends bytes nobody asked for, once the connection has been idle that long after the response. With zero they
+  /// Sends unsolicited bytes, once the connection has been idle that long after the response. With zero they
   /// leave right after the response. `TestServer::sendOnIdleConnections` does the same at the test's word.
   MockResponse& extraBytesAfter(std::string bytes, Milliseconds whenIdle = Milliseconds(0));
   /// Closes in good order, unannounced, once the connection has been idle that long after the response.

@@ -7,7 +7,7 @@
 
 namespace corvane::testing {
 
-/// A port on 127.0.0.1 that refuses every connection, for the process's life: it is bound, so that nobody else can
+/// A port on 127.0.0.1 that refuses every connection, for the process's life: it is bound, so that no other process can
 /// take it, and never listens.
 std::uint16_t unusedPort();
 /// `http://127.0.0.1:PORT` and the target, at a port that refuses.
@@ -22,7 +22,7 @@ class SilentPort {
   SilentPort(const SilentPort&) = delete;
   SilentPort& operator=(const SilentPort&) = delete;
 
-  /// The port that nobody answers at.
+  /// The port that never responds.
   std::uint16_t port() const;
   /// `http://127.0.0.1:PORT` and the target.
   std::string url(std::string_view target = "/") const;

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "CorvaneTesting/Internal/Text.hpp"
+#include "Platform/Foundation/Detail/ASCII.hpp"
 
 namespace corvane::testing {
 
@@ -43,7 +44,7 @@ std::optional<std::string> ReceivedRequest::queryValue(std::string_view name) co
 
 std::optional<std::string> ReceivedRequest::header(std::string_view name) const {
   for (const HeaderField& field : headers) {
-    if (detail::sameName(field.name, name)) return field.value;
+    if (platform::detail::equalsIgnoringCase(field.name, name)) return field.value;
   }
   return std::nullopt;
 }
@@ -51,7 +52,7 @@ std::optional<std::string> ReceivedRequest::header(std::string_view name) const 
 std::vector<std::string> ReceivedRequest::headerValues(std::string_view name) const {
   std::vector<std::string> values;
   for (const HeaderField& field : headers) {
-    if (detail::sameName(field.name, name)) values.push_back(field.value);
+    if (platform::detail::equalsIgnoringCase(field.name, name)) values.push_back(field.value);
   }
   return values;
 }

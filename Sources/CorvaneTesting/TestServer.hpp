@@ -28,7 +28,7 @@ struct ServerOptions {
   bool keepsRequests = true;
 };
 
-/// An HTTP/1.1 server inside the test that does as it was told.
+/// A scriptable HTTP/1.1 server inside the test.
 ///
 /// ```
 /// TestServer server;
@@ -39,7 +39,7 @@ struct ServerOptions {
 ///
 /// It listens from construction to destruction. A request is answered by the route of its path; without one, by
 /// the next enqueued response; without one, by the catch-all. A request for which there is nothing is answered with
-/// 500 and recorded as a failure, as are malformed requests. Failures that nobody took are reported at destruction.
+/// 500 and recorded as a failure, as are malformed requests. Failures that were not taken are reported at destruction.
 ///
 /// Every connection has a thread of its own; handlers run there, several at a time. All members may be called from
 /// any thread. Waits end after `defaultWait` unless told otherwise, so that a test that waits in vain fails.
@@ -74,7 +74,7 @@ class TestServer {
   /// The same by way of a name that leads here, such as "localhost".
   std::string url(std::string_view target, std::string_view host) const;
 
-  // What it answers
+  // Responses
 
   /// Adds a response to those for requests without a route; they are used in this order, once each.
   void enqueue(MockResponse response);
@@ -91,7 +91,7 @@ class TestServer {
 
   // What it received
 
-  /// The next request that nobody has taken yet; throws `std::runtime_error` when none arrives in time.
+  /// The next request that was not taken yet; throws `std::runtime_error` when none arrives in time.
   ReceivedRequest takeRequest(Milliseconds limit = defaultWait);
   /// All complete requests so far, taken or not.
   std::vector<ReceivedRequest> requests() const;
@@ -125,12 +125,12 @@ class TestServer {
   /// Waits until no connection is open.
   [[nodiscard]] bool waitUntilAllClosed(Milliseconds limit = defaultWait) const;
 
-  // What it does to connections, at the test's word
+  // Acting on idle connections
 
   // Each waits until a connection is idle, acts on all that are, and returns how many those were once it is done:
   // the bytes or the end of the stream are then on their way to the client.
 
-  /// Sends bytes that nobody asked for.
+  /// Sends unsolicited bytes.
   int sendOnIdleConnections(std::string_view bytes);
   /// Closes them in good order, unannounced.
   int closeIdleConnections();
@@ -145,7 +145,7 @@ class TestServer {
   std::vector<std::string> failures() const;
   /// The failures so far, which are then not reported any more.
   std::vector<std::string> takeFailures();
-  /// Sets, for the process, who is told of failures that nobody took. By default they go to standard error.
+  /// Sets the process-wide reporter of failures that were not taken. By default they go to standard error.
   static void reportFailuresTo(void (*reporter)(const std::string& failure));
 
  private:

@@ -20,7 +20,7 @@ CORVANE_API std::string_view name(LogLevel level);
 struct LogRecord {
   /// Default: `info`.
   LogLevel level = LogLevel::info;
-  /// One sentence for people, without a line break at its end.
+  /// One human-readable sentence, without a line break at its end.
   std::string message;
   /// Deferred dictionaries in it are made by the sink that wants them.
   std::optional<platform::Dictionary> userInfo;

@@ -36,7 +36,7 @@ void setLogSink(std::shared_ptr<LogSink> sink) {
 std::shared_ptr<LogSink> logSink() {
   auto& current = CurrentSink::shared();
   const MutexLock lock(current.mutex);
-  if (!current.sink) current.sink = internal::makeStandardErrorSink();
+  if (!current.sink) current.sink = detail::makeStandardErrorSink();
   return current.sink;
 }
 

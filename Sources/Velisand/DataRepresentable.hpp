@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "Platform/Foundation/Data.hpp"
-#include "Velisand/FileLocation.hpp"
+#include "Velisand/Detail/FileLocation.hpp"
 #include "Velisand/JSONCodable.hpp"
 
 namespace velisand {
@@ -18,7 +18,7 @@ template <class T>
 concept OffersData = requires(const T& value) {
   { value.asData() } -> std::convertible_to<platform::Data>;
 };
-// For types that get their bytes from a function beside them, as a list of somebody's type must.
+// For types that get their bytes from a function beside them, as lists of foreign types must.
 template <class T>
 concept HasDataRepresentation = requires(const T& value) {
   { dataRepresentation(value) } -> std::convertible_to<platform::Data>;

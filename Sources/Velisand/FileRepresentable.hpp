@@ -8,7 +8,7 @@
 #include "Platform/Export.hpp"
 #include "Platform/Foundation/URL.hpp"
 #include "Velisand/DataRepresentable.hpp"
-#include "Velisand/FileLocation.hpp"
+#include "Velisand/Detail/FileLocation.hpp"
 
 namespace velisand {
 

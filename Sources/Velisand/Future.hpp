@@ -9,14 +9,14 @@
 #include "Platform/Dispatch/DispatchQueue.hpp"
 #include "Platform/Dispatch/DispatchTime.hpp"
 #include "Platform/Foundation/Error.hpp"
-#include "Velisand/FutureState.hpp"
+#include "Velisand/Detail/FutureState.hpp"
 #include "Velisand/Result.hpp"
 
 namespace velisand {
 
 /// A value, or an error, that is there later. Copies are handles to the same future.
 ///
-/// Whoever makes one completes it once, from any thread; any number of others, on any threads, wait for it,
+/// Its maker completes it once, from any thread; any number of others, on any threads, wait for it,
 /// ask to be called, or `co_await` it:
 ///
 ///     Future<int> future;
@@ -63,7 +63,7 @@ class Future {
   /// Whether there is an outcome yet.
   bool isCompleted() const { return state_->isCompleted(); }
 
-  /// Asks whoever makes the value to stop. Returns at once; any thread; only the first call counts, and none on a
+  /// Asks the producer of the value to stop. Returns at once; any thread; only the first call counts, and none on a
   /// completed future. The future is still completed by its maker, once, with the value if that was faster: that of a
   /// sent request fails with `HTTPResponseError::taskCancelled`, that of a `Task` with what its coroutine makes of the
   /// cancellation of what it awaits. A future whose maker has not said how to stop goes on; one that has no maker, as

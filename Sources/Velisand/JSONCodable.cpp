@@ -1,7 +1,7 @@
 #include "Velisand/JSONCodable.hpp"
 
 #include "Platform/Foundation/FileManager.hpp"
-#include "Velisand/FileLocation.hpp"
+#include "Velisand/Detail/FileLocation.hpp"
 
 namespace velisand {
 

@@ -15,7 +15,7 @@ namespace detail {
 
 /// How a coroutine hands its value to its promise.
 template <class T>
-class TaskOutcome {
+class TaskResult {
  public:
   template <class U = T>
     requires std::is_convertible_v<U, T>
@@ -28,7 +28,7 @@ class TaskOutcome {
 };
 
 template <>
-class TaskOutcome<void> {
+class TaskResult<void> {
  public:
   void return_void() { result_.emplace(Result<void>::success()); }
 
@@ -47,7 +47,7 @@ class TaskOutcome<void> {
 ///     }
 ///     const auto text = title("https://example.org").get();
 ///
-/// The coroutine starts at once, on the caller's thread, and runs to its end whether or not anybody keeps
+/// The coroutine starts at once, on the caller's thread, and runs to its end whether or not the program keeps
 /// the task. A task is a future: it can be waited for, given callbacks, awaited, and converted to `Future<T>`.
 /// It fails with what the coroutine throws. It is completed after the coroutine's variables and parameters
 /// are destroyed.
@@ -62,7 +62,7 @@ class TaskOutcome<void> {
 /// that this stands for, the task, and what that awaits in turn; and from then on every future that it comes to await.
 /// The coroutine sees each fail: a request's throws `HTTPResponseError::taskCancelled` at the `co_await`. What it makes
 /// of that is its own affair; usually it lets it out, and the task fails with it. Nothing is torn down: variables are
-/// destroyed as ever, and the task is completed when the coroutine has ended. A coroutine that awaits nothing, or only
+/// destroyed as usual, and the task is completed when the coroutine has ended. A coroutine that awaits nothing, or only
 /// what cannot be cancelled, runs on.
 template <class T = void>
 class Task : public Future<T> {
@@ -75,7 +75,7 @@ class Task : public Future<T> {
 
 /// What the compiler works with.
 template <class T>
-class Task<T>::promise_type : public detail::TaskOutcome<T> {
+class Task<T>::promise_type : public detail::TaskResult<T> {
  public:
   Task get_return_object() const { return Task(future_); }
   std::suspend_never initial_suspend() const noexcept { return {}; }

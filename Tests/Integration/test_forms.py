@@ -1,4 +1,4 @@
-"""What parsers of others make of the multipart layout: see Docs/Decisions/0013-what-servers-make-of-forms.md."""
+"""What parsers of others make of the multipart layout: see Docs/Decisions/0013-multipart-forms-and-servers.md."""
 
 import base64
 import json

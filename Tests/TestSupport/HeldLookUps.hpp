@@ -6,7 +6,7 @@
 namespace corvane::testing {
 
 /// Names whose look-up stands still, as that of a broken resolver does. In a program that uses this, it takes the
-/// place of the system's `getaddrinfo`: all other names are looked up as ever.
+/// place of the system's `getaddrinfo`: all other names are looked up as usual.
 ///
 /// From its making to `release`, or its destruction. There can be one at a time.
 class HeldLookUps {

@@ -8,7 +8,7 @@
 
 #include "FinishedExchange.hpp"
 
-/// What an exchange has come to, shared by all copies of its request. Main thread only, but for its making.
+/// The state of an exchange, shared by all copies of its request. Main thread only, but for its making.
 struct ExchangeRecorder {
   int number;
   corvane::URL url;

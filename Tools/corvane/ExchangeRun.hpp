@@ -10,7 +10,7 @@
 class ProgressBar;
 struct ExchangeRecorder;
 
-/// Who wants to know how exchanges go. Called on the main thread.
+/// Observes exchanges. Called on the main thread.
 struct ExchangeListener {
   std::function<void(const FinishedExchange&)> finished;
   /// Of an exchange for which there may be another attempt; may be empty.
@@ -24,7 +24,7 @@ struct ExchangeListener {
 /// memory here, and have neither progress nor retries.
 class ExchangeRun {
  public:
-  /// The options and the bar must outlive it. Without a bar, nobody is told of progress.
+  /// The options and the bar must outlive it. Without a bar, progress is not shown.
   ExchangeRun(const ToolOptions& options, ProgressBar* bar, ExchangeListener listener)
       : options_(options), bar_(bar), listener_(std::move(listener)) {}
 

@@ -1,5 +1,6 @@
 #include "ReadableBody.hpp"
 
+#include <Platform/Foundation/Detail/ASCII.hpp>
 #include <algorithm>
 #include <string>
 
@@ -7,13 +8,11 @@ using namespace corvane;
 
 namespace {
 
-char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-
 /// RFC 6839, 3.1: a suffix tells the form of types that have a name of their own.
 bool isJSON(std::string mediaType) {
   mediaType.resize(std::min(mediaType.find(';'), mediaType.size()));
   mediaType.resize(mediaType.find_last_not_of(" \t") + 1);
-  std::ranges::transform(mediaType, mediaType.begin(), lower);
+  std::ranges::transform(mediaType, mediaType.begin(), platform::detail::asciiLower);
   return mediaType == HTTPMediaType::json.rawValue() || mediaType.ends_with("+json");
 }
 

@@ -135,7 +135,7 @@ std::string joined(std::string first, std::string_view second) {
   return first.append(second.substr(1));
 }
 
-/// A space after each colon and comma, for people who read along.
+/// A space after each colon and comma, for readability.
 std::string spaced(std::string_view json) {
   std::string text;
   bool isInString = false;

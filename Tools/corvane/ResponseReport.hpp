@@ -16,7 +16,7 @@ class DownloadFolder;
 /// files, problems on standard error. Never throws; one thread at a time.
 class ResponseReport {
  public:
-  /// Who reads standard output. A person gets JSON laid out, a program what came.
+  /// The reader of standard output. A person gets pretty-printed JSON, a program the bytes as received.
   enum class Reader { person, program };
 
   /// The options and the folder for downloads, if there is one, must outlive it.

@@ -1,8 +1,8 @@
 #include "TargetURL.hpp"
 
+#include <Platform/Foundation/Detail/ASCII.hpp>
 #include <Platform/Foundation/URLComponents.hpp>
 #include <algorithm>
-#include <cctype>
 #include <optional>
 
 #include "UsageError.hpp"
@@ -15,8 +15,7 @@ URL parsedURL(const std::string& text) {
   const auto url = URL::parse(text);
   if (!url) throw UsageError("'" + text + "' is no URL: " + URL::problem(text));
   std::string scheme = url->scheme().value_or("");
-  std::transform(scheme.begin(), scheme.end(), scheme.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  std::ranges::transform(scheme, scheme.begin(), platform::detail::asciiLower);
   if (scheme != "http" && scheme != "https")
     throw UsageError("'" + text + "' is no URL to send to: it must start with http:// or https://");
   if (!url->host()) throw UsageError("'" + text + "' is no URL to send to: it names no host");

@@ -39,7 +39,7 @@ struct ToolOptions {
   std::optional<double> cancelsAfterSeconds = std::nullopt;
   std::optional<RetryOption> retry = std::nullopt;
   std::optional<double> pollsEverySeconds = std::nullopt;
-  /// How many polls there are; absent: until somebody ends it.
+  /// How many polls there are; absent: until it is interrupted.
   std::optional<int> polls = std::nullopt;
   int repetitions = 1;
   /// At most so many at a time; a single URL is sent as often.

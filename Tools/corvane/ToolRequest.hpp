@@ -67,7 +67,7 @@ class DescribedRequest : public Mixin {
       Mixin::send(std::move(queue), std::move(completion));
     }
   }
-  /// An attempt of a transfer; whoever sends it, the journal hears of the progress.
+  /// An attempt of a transfer, which reports its progress to the recorder.
   void send(std::optional<corvane::DispatchQueue> queue, corvane::HTTPProgressHandler,
             typename Mixin::Completion completion) const {
     ++journal_->attempts;
@@ -182,7 +182,7 @@ auto withKindOfRequest(const ToolOptions& options, Use use) {
                       : use(std::type_identity<PlainRequest<Manner>>());
 }
 
-/// The manner of requests that are sent by whoever makes them.
+/// The policy of requests that are sent by their maker.
 template <class Self>
 struct SentByHand {};
 

@@ -7,10 +7,10 @@
 #include <utility>
 #include <vector>
 
-#include "Corvane/Behaviours/BatchRun.hpp"
-#include "Corvane/Behaviours/BehaviourChecks.hpp"
+#include "Corvane/Behaviours/Detail/BatchRun.hpp"
+#include "Corvane/Behaviours/Detail/BehaviourChecks.hpp"
+#include "Corvane/Behaviours/Detail/ThreadSafeArray.hpp"
 #include "Corvane/Behaviours/HTTPBatchMode.hpp"
-#include "Corvane/Behaviours/ThreadSafeArray.hpp"
 #include "Corvane/Errors/HTTPResponseError.hpp"
 #include "Corvane/Request/HTTPRequestable.hpp"
 
@@ -96,7 +96,7 @@ auto sendBatch(std::vector<Request> requests, HTTPBatchMode mode, typename Typed
   return future;
 }
 
-/// In place of an update or a completion whose type cannot be told.
+/// In place of an update or a completion whose type cannot be deduced.
 struct AnyCallback {
   AnyCallback() = default;
   template <class Callback>

@@ -6,9 +6,9 @@
 #include <string>
 #include <utility>
 
-#include "Corvane/Behaviours/BehaviourChecks.hpp"
-#include "Corvane/Behaviours/MockChecks.hpp"
-#include "Corvane/Behaviours/MockDelivery.hpp"
+#include "Corvane/Behaviours/Detail/BehaviourChecks.hpp"
+#include "Corvane/Behaviours/Detail/MockChecks.hpp"
+#include "Corvane/Behaviours/Detail/MockDelivery.hpp"
 #include "Corvane/Request/HTTPRequestable.hpp"
 
 namespace corvane {

@@ -6,8 +6,8 @@
 #include <type_traits>
 #include <utility>
 
-#include "Corvane/Behaviours/BehaviourChecks.hpp"
-#include "Corvane/Behaviours/PollingRegistry.hpp"
+#include "Corvane/Behaviours/Detail/BehaviourChecks.hpp"
+#include "Corvane/Behaviours/Detail/PollingRegistry.hpp"
 #include "Corvane/Request/HTTPRequestable.hpp"
 
 namespace corvane {
@@ -110,7 +110,7 @@ class HTTPPolling : public detail::PollingMark {
   /// Starts polling; registers the handler. A type that polls already goes on as it does, with one handler more.
   template <class Request = Self>
   static void poll(Handler<Request> handler);
-  /// The same without a handler: responses come, and nobody is told.
+  /// The same without a handler: responses are received and dropped.
   template <class Request = Self>
   static void poll() {
     start<Request>(std::nullopt);

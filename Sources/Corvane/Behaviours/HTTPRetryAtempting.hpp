@@ -8,10 +8,10 @@
 #include <type_traits>
 #include <utility>
 
+#include "Corvane/Behaviours/Detail/PollResponse.hpp"
+#include "Corvane/Behaviours/Detail/TypedRetryRun.hpp"
 #include "Corvane/Behaviours/HTTPRetryPolicy.hpp"
 #include "Corvane/Behaviours/HTTPRetryResult.hpp"
-#include "Corvane/Behaviours/PollResponse.hpp"
-#include "Corvane/Behaviours/TypedRetryRun.hpp"
 #include "Corvane/Request/HTTPRequestable.hpp"
 
 namespace corvane {
@@ -61,7 +61,7 @@ constexpr bool checkRetry() {
 
 }  // namespace detail
 
-/// Lets a request be sent again, after a growing wait, when it failed, and be told of all attempts at once.
+/// Lets a request be sent again, after a growing wait, when it failed, and delivers all attempts at once.
 ///
 ///     struct GetUser : JSONGetRequestable<GetUser, User>, HTTPRetryAttempting<GetUser> {
 ///       static constexpr double retryInterval = 2;
@@ -81,8 +81,8 @@ constexpr bool checkRetry() {
 /// | `shouldRetry(const Response&) const`       | true; called for a failure that would be retried                  |
 ///
 /// The requirements may be static, stored or computed, and must not throw. An attempt is a `send`, whatever that does
-/// for the type: so mocks and `send`s of one's own are retried, too. An attempt has failed when its response's `result`
-/// has an error.
+/// for the type: so mocks and custom `send` functions are retried, too. An attempt has failed when its response's
+/// `result` has an error.
 ///
 /// **The rule.** Attempts count from 0. A failed one is followed by another as long as its number is not above
 /// `retryLimit`; so there are at most `retryLimit` + 2, and for a negative limit one. After attempt n the wait is

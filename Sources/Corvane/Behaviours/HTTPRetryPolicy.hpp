@@ -32,7 +32,7 @@ struct HTTPRetryPolicy {
   /// A server may have acted on such a request although its response was lost.
   bool retriesUnsafeMethods = false;
   /// The part of a wait that is left to chance, from 0 to 1: with 0.5 a wait of 4 s takes from 2 to 4 s. So clients
-  /// that failed together do not come back together.
+  /// that failed together do not retry together.
   double jitter = 0;
   /// No wait is longer, whatever the server asks for; absent: no limit.
   std::optional<platform::Seconds> longestWait = {};

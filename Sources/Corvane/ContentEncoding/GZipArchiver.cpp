@@ -17,7 +17,7 @@ Data deflateAll(z_stream& stream) {
   Data output;
   do {
     if (stream.total_out >= output.count()) output.resize(output.count() + growth);
-    internal::pointOutput(stream, output);
+    detail::pointOutput(stream, output);
     // The one failure left is a full output, which the loop condition sees.
     deflate(&stream, Z_FINISH);
   } while (stream.avail_out == 0);
@@ -28,11 +28,11 @@ Data deflateAll(z_stream& stream) {
 }  // namespace
 
 Data GZipArchiver::zip(GZipCompression level) const {
-  if (uncompressedData_.isEmpty() || internal::isGzip(uncompressedData_)) return uncompressedData_;
-  auto stream = internal::streamReading(uncompressedData_);
+  if (uncompressedData_.isEmpty() || detail::isGzip(uncompressedData_)) return uncompressedData_;
+  auto stream = detail::streamReading(uncompressedData_);
   const int result =
       deflateInit2(&stream, level.rawValue(), Z_DEFLATED, windowBitsWithGzipHeader, memoryLevel, Z_DEFAULT_STRATEGY);
-  if (result != Z_OK) throw internal::gzipError(result, stream);
+  if (result != Z_OK) throw detail::gzipError(result, stream);
   const struct End {
     z_stream& stream;
     ~End() { deflateEnd(&stream); }

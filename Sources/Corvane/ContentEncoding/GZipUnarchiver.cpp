@@ -14,7 +14,7 @@ int inflateAll(z_stream& stream, Data& output, std::size_t growth) {
   int result = Z_OK;
   do {
     if (stream.total_out >= output.count()) output.resize(output.count() + growth);
-    internal::pointOutput(stream, output);
+    detail::pointOutput(stream, output);
     result = inflate(&stream, Z_SYNC_FLUSH);
   } while (result == Z_OK);
   return result;
@@ -23,11 +23,11 @@ int inflateAll(z_stream& stream, Data& output, std::size_t growth) {
 }  // namespace
 
 Data GZipUnarchiver::unzip() const {
-  if (!internal::isGzip(compressedData_)) return compressedData_;
+  if (!detail::isGzip(compressedData_)) return compressedData_;
   auto output = Data::withCapacity(2 * compressedData_.count());
-  auto stream = internal::streamReading(compressedData_);
+  auto stream = detail::streamReading(compressedData_);
   const int initialised = inflateInit2(&stream, windowBitsDetectingHeader);
-  if (initialised != Z_OK) throw internal::gzipError(initialised, stream);
+  if (initialised != Z_OK) throw detail::gzipError(initialised, stream);
   struct End {
     z_stream& stream;
     bool isDone = false;
@@ -41,7 +41,7 @@ Data GZipUnarchiver::unzip() const {
   } end{stream};
 
   const int result = inflateAll(stream, output, compressedData_.count() / 2);
-  if (end.now() != Z_OK || result != Z_STREAM_END) throw internal::gzipError(result, stream);
+  if (end.now() != Z_OK || result != Z_STREAM_END) throw detail::gzipError(result, stream);
   output.resize(stream.total_out);
   return output;
 }

@@ -1,7 +1,7 @@
 #include "Corvane/DebugOutput/HTTPRequestableDebugAdditions.hpp"
 
-#include "Corvane/DebugOutput/BodyCache.hpp"
-#include "Corvane/ModuleLogger.hpp"
+#include "Corvane/DebugOutput/Detail/BodyCache.hpp"
+#include "Corvane/Detail/ModuleLogger.hpp"
 #include "Corvane/Settings.hpp"
 #include "Platform/Loading/URLErrorCodes.hpp"
 #include "Vantorel/Logger.hpp"

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "Corvane/DebugOutput/HTTPVerbosityLevel.hpp"
-#include "Corvane/Responses/HTTPStatus.hpp"
+#include "Corvane/HTTPStatus.hpp"
+#include "Corvane/HTTPVerbosityLevel.hpp"
 #include "Platform/Export.hpp"
 #include "Platform/Foundation/Data.hpp"
 #include "Platform/Foundation/Dictionary.hpp"
@@ -46,7 +46,7 @@ CORVANE_API std::string debugStatusAndHeaders(const std::string& typeName, HTTPS
 
 }  // namespace detail
 
-/// A response's type, status and headers, a line each, for people.
+/// A response's type, status and headers, human-readable, a line each.
 template <class Response>
 std::string debugStatusAndHeaders(const Response& response) {
   return detail::debugStatusAndHeaders(platform::typeName(typeid(response)), response.status, response.headers);

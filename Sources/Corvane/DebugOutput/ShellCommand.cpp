@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string_view>
 
+#include "Platform/Foundation/Detail/ASCII.hpp"
 #include "Platform/Foundation/Error.hpp"
 #include "Platform/Foundation/URLComponents.hpp"
 #include "Platform/Loading/URLErrorCodes.hpp"
@@ -24,16 +25,10 @@ std::string quoted(std::string_view text) {
   return result + "'";
 }
 
-bool equalsIgnoringCase(std::string_view left, std::string_view right) {
-  const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
-  return std::equal(left.begin(), left.end(), right.begin(), right.end(),
-                    [&](char a, char b) { return lower(a) == lower(b); });
-}
-
 const char* secretVariable(std::string_view headerName) {
-  if (equalsIgnoringCase(headerName, "Authorization")) return "AUTHORIZATION";
-  if (equalsIgnoringCase(headerName, "Proxy-Authorization")) return "PROXY_AUTHORIZATION";
-  if (equalsIgnoringCase(headerName, "Cookie")) return "COOKIE";
+  if (platform::detail::equalsIgnoringCase(headerName, "Authorization")) return "AUTHORIZATION";
+  if (platform::detail::equalsIgnoringCase(headerName, "Proxy-Authorization")) return "PROXY_AUTHORIZATION";
+  if (platform::detail::equalsIgnoringCase(headerName, "Cookie")) return "COOKIE";
   return nullptr;
 }
 

@@ -12,7 +12,7 @@ CFNetworkErrors::CFNetworkErrors(std::int32_t rawValue, std::optional<platform::
     : rawValue_(rawValue), underlyingError_(std::move(underlyingError)) {}
 
 std::string CFNetworkErrors::message() const {
-  if (const auto text = internal::cfNetworkMessage(rawValue_)) return std::string(*text);
+  if (const auto text = detail::cfNetworkMessage(rawValue_)) return std::string(*text);
   return "CFNet unknown error: " + std::to_string(rawValue_);
 }
 

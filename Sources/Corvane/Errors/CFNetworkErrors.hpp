@@ -11,7 +11,7 @@
 
 namespace corvane {
 
-/// A failure on the way to the server or back, by the platform's network error code, with a message for people.
+/// A failure on the way to the server or back, by the platform's network error code, with a human-readable message.
 ///
 /// The user information keeps what the loading layer knew: the failing URL, the transport's own code and
 /// text, and whether the request was sent (see `platform::URLErrorKey`).

@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "Corvane/Responses/HTTPStatus.hpp"
+#include "Corvane/HTTPStatus.hpp"
 #include "Platform/Export.hpp"
 #include "Platform/Foundation/AnyValue.hpp"
 #include "Vantorel/ErrorLoggable.hpp"

@@ -3,8 +3,8 @@
 #include <concepts>
 #include <type_traits>
 
-#include "Corvane/Request/RequestDescription.hpp"
-#include "Corvane/RequirementReading.hpp"
+#include "Corvane/Detail/RequirementReading.hpp"
+#include "Corvane/Request/Detail/RequestDescription.hpp"
 #include "Platform/Dispatch/DispatchTime.hpp"
 
 namespace corvane {

@@ -3,10 +3,10 @@
 #include <concepts>
 #include <optional>
 
+#include "Corvane/Detail/RequirementReading.hpp"
 #include "Corvane/Errors/HTTPUploadError.hpp"
+#include "Corvane/Request/Detail/RequestDescription.hpp"
 #include "Corvane/Request/HTTPContentEncoderType.hpp"
-#include "Corvane/Request/RequestDescription.hpp"
-#include "Corvane/RequirementReading.hpp"
 #include "Platform/Foundation/Data.hpp"
 #include "Velisand/DataRepresentable.hpp"
 #include "Velisand/FileRepresentable.hpp"

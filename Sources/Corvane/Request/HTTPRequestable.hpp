@@ -9,11 +9,11 @@
 #include "Corvane/DebugOutput/HTTPRequestableDebugAdditions.hpp"
 #include "Corvane/DebugOutput/ShellCommand.hpp"
 #include "Corvane/Request/Describe.hpp"
+#include "Corvane/Request/Detail/RequestChecks.hpp"
+#include "Corvane/Request/Detail/SendFuture.hpp"
+#include "Corvane/Request/Detail/SendRoute.hpp"
+#include "Corvane/Request/Detail/TypedExchange.hpp"
 #include "Corvane/Request/HTTPBodyRequestable.hpp"
-#include "Corvane/Request/RequestChecks.hpp"
-#include "Corvane/Request/SendFuture.hpp"
-#include "Corvane/Request/SendRoute.hpp"
-#include "Corvane/Request/TypedExchange.hpp"
 #include "Platform/Dispatch/DispatchQueue.hpp"
 #include "Platform/Export.hpp"
 
@@ -146,15 +146,15 @@ class CORVANE_API HTTPRequestable {
 
   /// The plain route: validates, builds the URL request, and loads it on a session. As `send` otherwise.
   void sendToNetwork(std::optional<platform::DispatchQueue> queue, Completion completion) const;
-  /// For routes of one's own: goes on from what a finished task handed back.
+  /// For custom routes: continues with the outcome of a finished task.
   void processTaskCompletion(std::optional<platform::Data> data, std::optional<platform::URL> url,
                              std::shared_ptr<const platform::URLResponse> response,
                              std::optional<platform::Error> error, std::optional<platform::DispatchQueue> queue,
                              Completion completion) const;
-  /// For routes of one's own: delivers a response that holds nothing but an error.
+  /// For custom routes: delivers a response that holds nothing but an error.
   void report(platform::Error error, std::optional<platform::DispatchQueue> queue, Completion completion) const;
 
-  /// The words of a command line for people that shows the request: its URL and its own headers. Traps when
+  /// The words of a human-readable command line that shows the request: its URL and its own headers. Traps when
   /// the request has no URL.
   std::vector<std::string> _curlCommand() const;
   /// Those words, and a summary of the body where there is one. For logs; see `shellCommand` for a command
@@ -163,7 +163,7 @@ class CORVANE_API HTTPRequestable {
   /// A command line for a POSIX shell that sends exactly this request. Throws what `urlRequest` throws, and
   /// "NSURLErrorDomain" -1000 for a request that would be refused. A file that is uploaded is not read.
   ShellCommand shellCommand(const ShellCommandOptions& options = {}) const;
-  /// The request as a line for people: `curlCommand()`.
+  /// The request as a human-readable line: `curlCommand()`.
   std::string debugDescription() const { return detail::read(&Self::curlCommand, self()); }
   /// Logs an exchange as `Corvane::verbosity` says. Called once for each exchange, before its delivery.
   void printDebugOutput(const std::optional<platform::Error>& error, const Response& response,
@@ -173,7 +173,8 @@ class CORVANE_API HTTPRequestable {
   const Self& self() const { return static_cast<const Self&>(*this); }
 
   detail::URLDescription target() const;
-  std::shared_ptr<detail::Exchange> exchange(std::optional<platform::DispatchQueue> queue, Completion completion) const;
+  std::shared_ptr<detail::SendExchange> exchange(std::optional<platform::DispatchQueue> queue,
+                                                 Completion completion) const;
   std::optional<platform::Data> bodyForDebugOutput() const;
 };
 
@@ -291,7 +292,7 @@ detail::URLDescription HTTPRequestable<Self, ResponseType>::target() const {
 }
 
 template <class Self, class ResponseType>
-std::shared_ptr<detail::Exchange> HTTPRequestable<Self, ResponseType>::exchange(
+std::shared_ptr<detail::SendExchange> HTTPRequestable<Self, ResponseType>::exchange(
     std::optional<platform::DispatchQueue> queue, Completion completion) const {
   return std::make_shared<detail::TypedExchange<Self>>(self(), std::move(queue), std::move(completion));
 }

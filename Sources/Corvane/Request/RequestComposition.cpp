@@ -1,7 +1,7 @@
 #include "Corvane/Errors/HTTPRequestError.hpp"
-#include "Corvane/Request/DefaultHeaders.hpp"
-#include "Corvane/Request/RequestChecks.hpp"
-#include "Corvane/Request/RequestDescription.hpp"
+#include "Corvane/Request/Detail/DefaultHeaders.hpp"
+#include "Corvane/Request/Detail/RequestChecks.hpp"
+#include "Corvane/Request/Detail/RequestDescription.hpp"
 #include "Platform/Foundation/URLComponents.hpp"
 #include "Platform/Trap.hpp"
 

@@ -37,7 +37,7 @@ struct CORVANE_API DataResponse : ResponseRecord {
   /// All fields as given: `DataResponse(DataResult::success(body), {.data = body, .status = HTTPStatus::created})`.
   explicit DataResponse(DataResult result, ResponseRecord record = {});
 
-  /// One line for people; see `describe`.
+  /// One human-readable line; see `describe`.
   std::string debugDescription() const;
 
   /// Success with the bytes, or failure with the error.

@@ -5,9 +5,9 @@
 #include <system_error>
 
 #include "Corvane/DebugOutput/HTTPRequestableDebugAdditions.hpp"
+#include "Corvane/Detail/ModuleLogger.hpp"
 #include "Corvane/Errors/HTTPResponseError.hpp"
 #include "Corvane/Errors/HTTPUnknownError.hpp"
-#include "Corvane/ModuleLogger.hpp"
 #include "Vantorel/Logger.hpp"
 
 namespace corvane {

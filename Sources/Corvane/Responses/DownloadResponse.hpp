@@ -127,7 +127,7 @@ struct DownloadResponse : ResponseRecord {
     return !velisand::detail::FileName<Body> && detail::isLongToRead(file);
   }
 
-  /// Whether the file has become the body's. Nobody is told of a file otherwise, so that it is of no more use.
+  /// Whether the body owns the file. Otherwise its URL was not handed out, and the file is removed.
   bool keepsFile() const { return !velisand::DataInitializable<Body> && result.body() != nullptr; }
 
   /// The type, the status and the headers, a line each.

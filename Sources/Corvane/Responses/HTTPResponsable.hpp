@@ -7,9 +7,9 @@
 #include <string>
 #include <type_traits>
 
-#include "Corvane/RequirementReading.hpp"
+#include "Corvane/Detail/RequirementReading.hpp"
+#include "Corvane/HTTPStatus.hpp"
 #include "Corvane/Responses/HTTPResult.hpp"
-#include "Corvane/Responses/HTTPStatus.hpp"
 #include "Platform/Foundation/Data.hpp"
 #include "Platform/Foundation/Error.hpp"
 #include "Platform/Foundation/URL.hpp"

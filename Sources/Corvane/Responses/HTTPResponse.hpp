@@ -19,7 +19,7 @@ namespace corvane {
 /// A successful exchange: what the future forms of sending deliver.
 ///
 /// It keeps the facts of the response it was made of, except the platform response: `urlResponse` is null
-/// always. Who needs that uses the request's own response type.
+/// always. Use the request's own response type for that.
 template <class Body>
 struct CORVANE_API HTTPResponse : ResponseRecord {
   /// Takes over the facts of a response, with a body that was taken from it.
@@ -71,7 +71,7 @@ struct CORVANE_API HTTPResponse : ResponseRecord {
     return body;
   }
 
-  /// What the response said of itself, for people.
+  /// A human-readable description of the response.
   std::string debugDescription;
   /// The body; `bodyData`, `json`, `fileURL` and `image` are names for it that say what it is.
   Body body;

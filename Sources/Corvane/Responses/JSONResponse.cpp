@@ -1,8 +1,8 @@
 #include "Corvane/Responses/JSONResponse.hpp"
 
+#include "Corvane/Detail/ModuleLogger.hpp"
 #include "Corvane/Errors/HTTPResponseError.hpp"
 #include "Corvane/Errors/HTTPUnknownError.hpp"
-#include "Corvane/ModuleLogger.hpp"
 #include "Vantorel/Logger.hpp"
 
 namespace corvane {

@@ -84,7 +84,7 @@ struct JSONResponse : ResponseRecord {
   /// Whether making the response of such bytes takes so long that it must not be done where others wait.
   static bool isLongToMake(const std::optional<platform::Data>& bytes) { return detail::isLongToDecode(bytes); }
 
-  /// One line for people; see `describe`.
+  /// One human-readable line; see `describe`.
   std::string debugDescription() const { return describe("JSONResponse", *this, result.error()); }
 
   /// Success with the decoded value, or failure with the error.

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "Corvane/Responses/HTTPStatus.hpp"
+#include "Corvane/HTTPStatus.hpp"
 #include "Platform/Export.hpp"
 #include "Platform/Foundation/Data.hpp"
 #include "Platform/Foundation/Error.hpp"
@@ -41,7 +41,7 @@ struct CORVANE_API ResponseRecord {
   static ResponseRecord of(std::shared_ptr<const platform::URLResponse> response, std::optional<platform::Data> data);
 };
 
-/// One line for people, e.g. "DataResponse: notFound (404), 9 bytes, text/plain, http://h/a, error: …".
+/// One human-readable line, e.g. "DataResponse: notFound (404), 9 bytes, text/plain, http://h/a, error: …".
 CORVANE_API std::string describe(std::string_view typeName, const ResponseRecord& record, const platform::Error* error);
 
 }  // namespace corvane

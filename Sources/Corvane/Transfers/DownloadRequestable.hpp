@@ -7,7 +7,7 @@
 #include "Corvane/Request/HTTPMethodRequestable.hpp"
 #include "Corvane/Request/HTTPRequestable.hpp"
 #include "Corvane/Responses/DownloadResponse.hpp"
-#include "Corvane/Transfers/TransferRequestable.hpp"
+#include "Corvane/Transfers/Detail/TransferRequestable.hpp"
 #include "Velisand/FileRepresentable.hpp"
 
 namespace corvane {
@@ -27,8 +27,8 @@ namespace corvane {
 ///
 /// The file is in a temporary directory of its own, which only this user may enter, under the name that the server
 /// suggests, reduced to one safe component; it is yours, and stays until you remove it. It is removed by itself when
-/// nobody was given it: where the download failed or was cancelled, where the status is not from 200 to 206, and
-/// where the `Download` is made of its content. Dropping the future does not remove it. A response type of one's own is
+/// its URL was not handed out: where the download failed or was cancelled, where the status is not from 200 to 206, and
+/// where the `Download` is made of its content. Dropping the future does not remove it. A custom response type is
 /// taken to have kept the file unless its `bool keepsFile() const` says otherwise.
 ///
 /// The future form returns a `TransferFuture`. Where a type declares a `send` of its own, the one that counts takes the

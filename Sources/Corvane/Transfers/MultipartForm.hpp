@@ -20,7 +20,7 @@ class CORVANE_API MultipartForm {
   MultipartForm() = default;
   /// The sections in their order.
   MultipartForm(std::initializer_list<MultipartFormSection> literal) : sections(literal) {}
-  /// The sections, with a boundary of one's own.
+  /// The sections, with a custom boundary.
   explicit MultipartForm(std::vector<MultipartFormSection> list, BoundaryGenerator generator = {})
       : sections(std::move(list)), boundaryGeneratory(std::move(generator)) {}
 

@@ -43,7 +43,7 @@ struct CORVANE_API MultipartFormSection {
   ///
   /// A plain field has an empty line before its value, as any server expects. With a content type, that line follows
   /// the empty one; a file's headers have no empty line after them. Only servers that know this layout read those
-  /// two right: Docs/Decisions/0013-what-servers-make-of-forms.md.
+  /// two right: Docs/Decisions/0013-multipart-forms-and-servers.md.
   platform::Data asData() const;
 
   /// The name of the field.

@@ -31,7 +31,7 @@ CORVANE_API void addForm(platform::URLRequest& request, const HTTPMediaType& con
 ///
 /// The whole body is built in memory before it is sent, files included; upload a file by itself where that is too
 /// much. A "Content-Type" in `headers` is replaced. A `contentEncoder` encodes the body, but no "Content-Encoding" is
-/// sent: name it in `headers` where the server needs to be told.
+/// sent: name it in `headers` where the server needs it.
 template <class Self, class ResponseType = detail::NoResponse>
 class MultipartUploadRequestable : public UploadRequestable<Self, ResponseType, std::vector<MultipartFormSection>> {
  public:

@@ -2,7 +2,7 @@
 
 #include "Corvane/Request/HTTPMethodRequestable.hpp"
 #include "Corvane/Request/HTTPRequestable.hpp"
-#include "Corvane/Transfers/TransferRequestable.hpp"
+#include "Corvane/Transfers/Detail/TransferRequestable.hpp"
 #include "Velisand/FileRepresentable.hpp"
 
 namespace corvane {

@@ -2,7 +2,7 @@
 
 #include <concepts>
 
-#include "Corvane/RequirementReading.hpp"
+#include "Corvane/Detail/RequirementReading.hpp"
 #include "Corvane/Transport/TaskManager.hpp"
 #include "Platform/Foundation/UUID.hpp"
 

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "Corvane/Settings.hpp"
-#include "Corvane/Transport/ServerTrust.hpp"
+#include "Corvane/Transport/Detail/ServerTrust.hpp"
 #include "Platform/Dispatch/CooperativeWait.hpp"
 #include "Platform/Dispatch/DispatchQueue.hpp"
 #include "Platform/Dispatch/DispatchSource.hpp"
@@ -98,5 +98,7 @@ std::shared_ptr<URLSession> HTTPService::urlSession(const SessionKey& key) {
 void HTTPService::invalidateAndCancel() {
   sessions_->onIsolationQueue([&] { sessions_->invalidateAndCancel(); });
 }
+
+void Corvane::resetSessions() { HTTPService::shared().invalidateAndCancel(); }
 
 }  // namespace corvane

@@ -31,7 +31,7 @@ class CORVANE_API HTTPService {
   }
   std::shared_ptr<platform::URLSession> urlSession(const SessionKey& key);
 
-  /// Forgets every session and cancels its tasks. Returns when they are told.
+  /// Forgets every session and cancels its tasks. Returns when they have been cancelled.
   void invalidateAndCancel();
 
  private:

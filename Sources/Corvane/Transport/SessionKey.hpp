@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "Corvane/RequirementReading.hpp"
+#include "Corvane/Detail/RequirementReading.hpp"
 
 namespace corvane {
 

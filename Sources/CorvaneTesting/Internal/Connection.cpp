@@ -7,9 +7,11 @@
 
 #include "CorvaneTesting/Internal/Text.hpp"
 #include "CorvaneTesting/Internal/TlsStream.hpp"
+#include "Platform/Foundation/Detail/ASCII.hpp"
 
 namespace corvane::testing::detail {
 
+using platform::detail::equalsIgnoringCase;
 using platform::detail::MutexLock;
 
 namespace {
@@ -99,7 +101,7 @@ bool Connection::serveNextRequest(std::optional<MockResponse> response) {
     context_.recorder.failed("connection " + std::to_string(number_) + " sent a malformed request: " + error.what());
     return send(MockResponse(400).text(std::string(error.what()) + "\n").closeConnection(), request);
   }
-  // Before anybody can know of the request: who does may send another, which the response after this one is for.
+  // Before the request is visible: a test that sees it may enqueue the response to the next one.
   if (!response) response = context_.responses.takeQueued(request);
   context_.recorder.requestArrived(request);
   if (!response) response = responseTo(request);
@@ -163,7 +165,7 @@ bool Connection::endIfIdle(Ending ending) {
 
 void Connection::receiveBody(ReceivedRequest& request, std::optional<MockResponse>& response) {
   if (response) perform(ScriptWriter::takeSteps(*response, Moment::beforeRequestBody));
-  const bool expectsContinue = sameName(request.header("Expect").value_or(""), "100-continue");
+  const bool expectsContinue = equalsIgnoringCase(request.header("Expect").value_or(""), "100-continue");
   if (expectsContinue && !reader_.hasReadBody() && !context_.ignoresExpectContinue) {
     stream_->write("HTTP/1.1 100 Continue\r\n\r\n");
   }
@@ -214,7 +216,7 @@ MockResponse Connection::responseTo(const ReceivedRequest& request) {
 }
 
 bool Connection::requestClosesConnection(const ReceivedRequest& request) const {
-  return sameName(request.header("Connection").value_or(""), "close") || request.version == "HTTP/1.0";
+  return equalsIgnoringCase(request.header("Connection").value_or(""), "close") || request.version == "HTTP/1.0";
 }
 
 bool Connection::send(const MockResponse& response, const ReceivedRequest& request) {

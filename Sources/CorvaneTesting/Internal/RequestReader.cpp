@@ -3,8 +3,11 @@
 #include <algorithm>
 
 #include "CorvaneTesting/Internal/Text.hpp"
+#include "Platform/Foundation/Detail/ASCII.hpp"
 
 namespace corvane::testing::detail {
+
+using platform::detail::equalsIgnoringCase;
 
 namespace {
 
@@ -15,9 +18,7 @@ constexpr std::string_view emptyLine = "\r\n\r\n";
 bool isTokenCharacter(char character) {
   // RFC 9110 section 5.6.2.
   constexpr std::string_view marks = "!#$%&'*+-.^_`|~";
-  const bool isLetter = (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z');
-  const bool isDigit = character >= '0' && character <= '9';
-  return isLetter || isDigit || marks.find(character) != std::string_view::npos;
+  return platform::detail::isLetterOrDigit(character) || marks.find(character) != std::string_view::npos;
 }
 
 bool isToken(std::string_view text) { return !text.empty() && std::all_of(text.begin(), text.end(), isTokenCharacter); }
@@ -98,7 +99,8 @@ void RequestReader::chooseFraming(ReceivedRequest& request) {
   state_ = State::done;
   remaining_ = 0;
   if (!encodings.empty()) {
-    if (!sameName(encodings.front(), "chunked")) throw BadRequest("unknown transfer coding " + encodings.front());
+    if (!equalsIgnoringCase(encodings.front(), "chunked"))
+      throw BadRequest("unknown transfer coding " + encodings.front());
     request.isChunked = true;
     state_ = State::chunkHead;
   } else if (!lengths.empty()) {

@@ -5,8 +5,11 @@
 #include <utility>
 
 #include "CorvaneTesting/Internal/Text.hpp"
+#include "Platform/Foundation/Detail/ASCII.hpp"
 
 namespace corvane::testing::detail {
+
+using platform::detail::equalsIgnoringCase;
 
 namespace {
 
@@ -133,7 +136,7 @@ bool ScriptWriter::sendsNoBody() const {
 
 bool ScriptWriter::hasFramingField() const {
   return std::any_of(response_.headers_.begin(), response_.headers_.end(), [](const HeaderField& field) {
-    return sameName(field.name, "Content-Length") || sameName(field.name, "Transfer-Encoding");
+    return equalsIgnoringCase(field.name, "Content-Length") || equalsIgnoringCase(field.name, "Transfer-Encoding");
   });
 }
 

@@ -7,8 +7,6 @@ namespace corvane::testing::detail {
 
 namespace {
 
-char lower(char letter) { return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + ('a' - 'A')) : letter; }
-
 /// The length of the well-formed UTF-8 sequence at the front (RFC 3629); zero when there is none.
 std::size_t sequenceLength(std::string_view text) {
   const auto byte = [&](std::size_t index) { return static_cast<unsigned char>(text[index]); };
@@ -29,11 +27,6 @@ std::size_t sequenceLength(std::string_view text) {
 }
 
 }  // namespace
-
-bool sameName(std::string_view left, std::string_view right) {
-  return std::equal(left.begin(), left.end(), right.begin(), right.end(),
-                    [](char a, char b) { return lower(a) == lower(b); });
-}
 
 std::string_view trimmed(std::string_view text) {
   const std::size_t first = text.find_first_not_of(" \t");

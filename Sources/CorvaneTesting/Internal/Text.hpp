@@ -7,8 +7,6 @@
 
 namespace corvane::testing::detail {
 
-/// Whether two field names are the same, letter case aside.
-bool sameName(std::string_view left, std::string_view right);
 std::string_view trimmed(std::string_view text);
 std::string hexadecimal(std::uint64_t value);
 /// The number that the whole text is, in this base.

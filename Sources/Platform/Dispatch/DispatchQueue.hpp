@@ -30,7 +30,7 @@ class CORVANE_API DispatchQueue {
  public:
   /// Submits a drain: the executor must call its argument once, soon, on any thread of its choice, at once
   /// on the calling thread included. It is called from any thread, from several at a time, and without a
-  /// lock held; an exception that it throws ends the process. An executor that has come to its end may destroy its
+  /// lock held; an exception that it throws ends the process. An executor that has ended may destroy its
   /// argument instead: what waits on the queue is then dropped without having been run, and a `sync` that waits there
   /// throws.
   using Executor = UniqueFunction<void(Block drain)>;

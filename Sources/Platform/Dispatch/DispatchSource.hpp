@@ -50,7 +50,7 @@ enum class MemoryPressure { normal, warning, critical };
 
 /// Calls a handler on a queue when memory gets short, and when it is plentiful again.
 ///
-/// Fed by `notify`, for hosts that are told by other means, and by the kernel's pressure-stall information
+/// Fed by `notify`, for hosts that learn of pressure by other means, and by the kernel's pressure-stall information
 /// (Linux: /proc/pressure/memory, Documentation/accounting/psi.rst): *warning* when some tasks waited for
 /// memory for 15 % of a second, *critical* when all did for 10 % (both again every second while it lasts),
 /// *normal* when neither happened for ten seconds afterwards. Where the kernel offers none (built without it, or closed

@@ -141,7 +141,7 @@ void DispatchTimer::State::tick(std::uint64_t arming) {
   sendDelivery();
 }
 
-/// For whoever has set `isDeliverySent_`, so that one is under way at most.
+/// For the caller that has set `isDeliverySent_`, so that one is under way at most.
 void DispatchTimer::State::sendDelivery() {
   queue_.async([weak = weak_from_this()] {
     if (const auto self = weak.lock()) self->deliver();

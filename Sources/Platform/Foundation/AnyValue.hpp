@@ -20,10 +20,10 @@ namespace platform {
 
 class Dictionary;
 
-/// A dictionary that is made when somebody asks for it, by calling this value. Copies share the function.
+/// A dictionary that is made on demand, by calling this value. Copies share the function.
 class CORVANE_API DeferredDictionary {
  public:
-  /// Keeps the function. It is called on any thread, as often as somebody asks.
+  /// Keeps the function. It is called on any thread, for each demand.
   template <class Function>
     requires(std::is_invocable_v<const std::decay_t<Function>&> &&
              !std::same_as<std::decay_t<Function>, DeferredDictionary>)
@@ -71,7 +71,7 @@ class CORVANE_API AnyValue {
  public:
   /// A nested list.
   using List = std::vector<AnyValue>;
-  /// A nested dictionary that is made when somebody asks for it.
+  /// A nested dictionary that is made on demand.
   using Deferred = DeferredDictionary;
 
   AnyValue() noexcept = default;

@@ -17,7 +17,7 @@ namespace platform {
 
 class Error;
 
-/// What an error type of one's own derives from to take full part: a message, a domain, a code and
+/// The base of custom error types with a message, a domain, a code and
 /// user information. Such a type is a value: copyable, thrown and caught by its own type, and held by `Error`.
 /// Derive from `CustomErrorBase<Self>`, which supplies `toError()`. Reading is safe on several threads.
 class CORVANE_API CustomNSError : public std::exception {
@@ -30,7 +30,7 @@ class CORVANE_API CustomNSError : public std::exception {
   CustomNSError& operator=(const CustomNSError& other) noexcept;
   ~CustomNSError() override;
 
-  /// One sentence for people.
+  /// One human-readable sentence.
   virtual std::string message() const = 0;
   /// Names the family that `errorCode` belongs to. Default: the type's name.
   virtual std::string errorDomain() const;
@@ -76,7 +76,7 @@ class CORVANE_API Error : public std::exception {
   /// The same for an exception that was caught earlier. Requires: `exception` is not null; traps otherwise.
   static Error from(std::exception_ptr exception) noexcept;
 
-  /// One sentence for people.
+  /// One human-readable sentence.
   std::string message() const;
   /// The family that the code belongs to.
   std::string domain() const;

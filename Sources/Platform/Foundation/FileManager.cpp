@@ -134,7 +134,7 @@ int makeDirectory(const std::string& path, mode_t mode) {
   const std::size_t slash = nameEnd == std::string::npos ? nameEnd : path.rfind('/', nameEnd);
   if (slash == std::string::npos || slash == 0) return ENOENT;
   const int number = makeDirectory(path.substr(0, slash), 0777);
-  // Somebody else may have made the same directory meanwhile.
+  // Another process may have made the same directory meanwhile.
   if (number != 0 && number != EEXIST) return number;
   return ::mkdir(path.c_str(), mode) == 0 ? 0 : errno;
 }
@@ -239,7 +239,7 @@ std::string FileManager::temporaryDirectory() {
   const char* variable = std::getenv("TMPDIR");
   std::string path = variable != nullptr && *variable != '\0' ? variable : "/tmp";
   while (path.size() > 1 && path.ends_with('/')) path.pop_back();
-  // Whoever keeps a path in it finds the same place after a change of the current directory.
+  // A stored path leads to the same place after a change of the current directory.
   std::error_code error;
   const std::filesystem::path absolute = std::filesystem::absolute(path, error);
   return error ? path : absolute.string();

@@ -6,19 +6,11 @@
 #include <utility>
 
 #include "Platform/Detail/Locking.hpp"
+#include "Platform/Foundation/Detail/ASCII.hpp"
 
 namespace platform {
 
 namespace {
-
-// Locale names are ASCII; the functions of <cctype> would ask the very locale that is being found out.
-bool isLetter(char character) { return (character | 0x20) >= 'a' && (character | 0x20) <= 'z'; }
-
-bool isLetterOrDigit(char character) { return isLetter(character) || (character >= '0' && character <= '9'); }
-
-char lower(char character) { return isLetter(character) ? static_cast<char>(character | 0x20) : character; }
-
-char upper(char character) { return isLetter(character) ? static_cast<char>(character & ~0x20) : character; }
 
 bool isTag(std::string_view text, std::size_t shortest, std::size_t longest, bool (*isMember)(char)) {
   return text.size() >= shortest && text.size() <= longest && std::all_of(text.begin(), text.end(), isMember);
@@ -40,13 +32,13 @@ std::string languageTag(std::string_view locale) {
   const std::size_t separator = locale.find_first_of("_-");
   const std::string_view language = locale.substr(0, separator);
   const std::string_view territory = separator == std::string_view::npos ? "" : locale.substr(separator + 1);
-  if (locale == "POSIX" || !isTag(language, 2, 8, isLetter)) return "";
-  if (separator != std::string_view::npos && !isTag(territory, 2, 3, isLetterOrDigit)) return "";
+  if (locale == "POSIX" || !isTag(language, 2, 8, detail::isLetter)) return "";
+  if (separator != std::string_view::npos && !isTag(territory, 2, 3, detail::isLetterOrDigit)) return "";
   std::string tag;
-  for (const char character : language) tag += lower(character);
+  for (const char character : language) tag += detail::asciiLower(character);
   if (!script(modifier).empty()) tag.append("-").append(script(modifier));
   if (!territory.empty()) tag += '-';
-  for (const char character : territory) tag += upper(character);
+  for (const char character : territory) tag += detail::asciiUpper(character);
   return tag;
 }
 

@@ -4,6 +4,8 @@
 #include <array>
 #include <cstddef>
 
+#include "Platform/Foundation/Detail/ASCII.hpp"
+
 namespace platform {
 
 namespace {
@@ -17,10 +19,6 @@ constexpr std::string_view table =
 // Longer than any in the table.
 constexpr std::size_t longestExtension = 63;
 
-constexpr char lowerCase(char character) {
-  return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
-}
-
 std::size_t beginOfLine(std::size_t place) {
   const std::size_t end = place == 0 ? std::string_view::npos : table.rfind('\n', place - 1);
   return end == std::string_view::npos ? 0 : end + 1;
@@ -32,10 +30,10 @@ std::optional<std::string_view> typeOf(std::string_view extension) {
   std::size_t high = table.size();
   while (low < high) {
     const std::size_t begin = beginOfLine(low + (high - low) / 2);
-    const std::size_t blank = table.find(' ', begin);
-    const std::size_t end = table.find('\n', blank);
-    const int order = table.substr(begin, blank - begin).compare(extension);
-    if (order == 0) return table.substr(blank + 1, end - blank - 1);
+    const std::size_t space = table.find(' ', begin);
+    const std::size_t end = table.find('\n', space);
+    const int order = table.substr(begin, space - begin).compare(extension);
+    if (order == 0) return table.substr(space + 1, end - space - 1);
     if (order < 0) {
       low = end + 1;
     } else {
@@ -50,7 +48,7 @@ std::optional<std::string_view> typeOf(std::string_view extension) {
 std::optional<std::string_view> mimeTypeForExtension(std::string_view extension) {
   std::array<char, longestExtension> lower;
   if (extension.size() > lower.size()) return std::nullopt;
-  const auto end = std::transform(extension.begin(), extension.end(), lower.begin(), lowerCase);
+  const auto end = std::transform(extension.begin(), extension.end(), lower.begin(), detail::asciiLower);
   return typeOf({lower.data(), static_cast<std::size_t>(end - lower.begin())});
 }
 

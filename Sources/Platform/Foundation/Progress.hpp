@@ -39,9 +39,9 @@ class CORVANE_API ProgressObservation {
   std::shared_ptr<Observer> observer_;
 };
 
-/// How far a piece of work has come, of how much, in units of its own. Thread-safe; shared by `std::shared_ptr`.
+/// The completed and total amount of a piece of work, in units of its own. Thread-safe; shared by `std::shared_ptr`.
 ///
-/// Whoever works calls `update`; whoever watches reads it at any time, or observes it.
+/// The worker calls `update`; others read it at any time, or observe it.
 class CORVANE_API Progress {
  public:
   /// The total when it is not known.
@@ -72,7 +72,7 @@ class CORVANE_API Progress {
   /// Sets both counts, and then calls the observers, on the calling thread, when the fraction completed or a
   /// count changed. A negative total means unknown.
   void update(std::int64_t completedUnits, std::int64_t totalUnits);
-  /// The same, for work counted in bytes: both are told under their keys in the user information, too, the
+  /// The same, for work counted in bytes: both are in the user information, too, the
   /// total when it is known.
   void updateBytes(std::int64_t completedBytes, std::int64_t totalBytes);
   /// The same, and calls the observers in any case: the work is done.
@@ -81,7 +81,7 @@ class CORVANE_API Progress {
   /// Calls the observer for every change from now on, on the thread that makes the change. It should be quick,
   /// and must not throw.
   [[nodiscard]] ProgressObservation observe(Observer observer);
-  /// Whether anybody observes.
+  /// Whether there is an observer.
   bool isObserved() const;
 
  private:

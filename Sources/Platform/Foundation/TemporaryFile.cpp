@@ -22,7 +22,7 @@ void TemporaryFile::moveTo(const std::string& path) {
 }
 
 void TemporaryFile::remove() noexcept {
-  // What is gone already needs no removing, and for the rest there is nobody to tell.
+  // What is gone already needs no removing, and for the rest an error could not be reported.
   if (!path_.empty()) ::unlink(path_.c_str());
   path_.clear();
 }

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cstring>
 
+#include "Platform/Foundation/Detail/ASCII.hpp"
 #include "Platform/Trap.hpp"
 
 namespace platform {
@@ -46,13 +47,6 @@ class RandomBuffer {
   unsigned filledAfterForks_ = 0;
 };
 
-/// The value of a hexadecimal digit, or -1.
-int digitValue(char character) {
-  if (character >= '0' && character <= '9') return character - '0';
-  const char lower = static_cast<char>(character | 0x20);
-  return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
-}
-
 /// Whether a dash stands before the byte at `index` in the canonical form.
 bool isGroupStart(std::size_t index) { return index == 4 || index == 6 || index == 8 || index == 10; }
 
@@ -72,8 +66,8 @@ std::optional<UUID> UUID::parse(std::string_view text) {
   std::size_t at = 0;
   for (std::size_t index = 0; index < bytes.size(); ++index) {
     if (isGroupStart(index) && text[at++] != '-') return std::nullopt;
-    const int high = digitValue(text[at++]);
-    const int low = digitValue(text[at++]);
+    const int high = detail::hexadecimalValue(text[at++]);
+    const int low = detail::hexadecimalValue(text[at++]);
     if (high < 0 || low < 0) return std::nullopt;
     bytes[index] = static_cast<std::uint8_t>(high * 16 + low);
   }

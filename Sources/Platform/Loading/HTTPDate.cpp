@@ -125,8 +125,8 @@ std::optional<std::int64_t> dateOfC(std::string_view text) {
 std::optional<std::int64_t> secondsSince1970(std::string_view httpDate) {
   const std::size_t comma = httpDate.find(", ");
   if (comma == httpDate.npos) {
-    const std::size_t blank = httpDate.find(' ');
-    return blank == httpDate.npos ? std::nullopt : dateOfC(httpDate.substr(blank + 1));
+    const std::size_t space = httpDate.find(' ');
+    return space == httpDate.npos ? std::nullopt : dateOfC(httpDate.substr(space + 1));
   }
   const std::string_view date = httpDate.substr(comma + 2);
   return date.size() > 2 && date[2] == '-' ? oldDate(date) : fixedDate(date);

@@ -26,8 +26,7 @@ std::string methodProblem(const std::string& method, bool hasBody) {
 bool isRegisteredName(std::string_view host) {
   constexpr std::string_view others = "-._~!$&'()*+,;=%";
   return !host.empty() && std::all_of(host.begin(), host.end(), [&](char c) {
-    const char lower = detail::asciiLower(c);
-    return (lower >= 'a' && lower <= 'z') || detail::isDigit(c) || others.find(c) != others.npos;
+    return detail::isLetterOrDigit(c) || others.find(c) != others.npos;
   });
 }
 

@@ -60,7 +60,7 @@ class CORVANE_API URLSessionTask {
   /// What the task was made with, before redirects.
   virtual const URLRequest& originalRequest() const = 0;
   /// Counts the bytes of the body: of the request in an upload, of the response in any other task, as they go over
-  /// the network. It is told at most every 50 ms, when something moved, and at the end of a task that succeeded.
+  /// the network. It is updated at most every 50 ms, when something moved, and at the end of a task that succeeded.
   virtual std::shared_ptr<Progress> progress() = 0;
   /// Unique within the process.
   virtual std::uint64_t taskIdentifier() const = 0;
@@ -95,7 +95,7 @@ class CORVANE_API URLSession : public std::enable_shared_from_this<URLSession> {
 
   /// What the session was made with.
   const URLSessionConfiguration& configuration() const;
-  /// A name for people; absent by default.
+  /// A human-readable name; absent by default.
   std::optional<std::string> sessionDescription() const;
   /// Absent takes the name away.
   void setSessionDescription(std::optional<std::string> description);
@@ -114,9 +114,9 @@ class CORVANE_API URLSession : public std::enable_shared_from_this<URLSession> {
   /// and -1008 (the file cannot be read), -1021 (its length changed).
   std::shared_ptr<URLSessionTask> uploadTask(URLRequest request, const URL& file, DataCompletion completion);
 
-  /// No new tasks; those under way finish. Then the delegate is told.
+  /// No new tasks; those under way finish. Then the delegate is notified.
   void finishTasksAndInvalidate();
-  /// No new tasks; those under way are cancelled. Then the delegate is told.
+  /// No new tasks; those under way are cancelled. Then the delegate is notified.
   void invalidateAndCancel();
 
  private:

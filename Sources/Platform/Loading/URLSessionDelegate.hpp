@@ -53,7 +53,7 @@ class CORVANE_API URLSessionDelegate {
   using ChallengeCompletion = std::function<void(AuthChallengeDisposition, std::optional<URLCredential>)>;
 
   virtual ~URLSessionDelegate();
-  /// Once, after the last task of an invalidated session; the session then lets go of its delegate.
+  /// Once, after the last task of an invalidated session; the session then releases its delegate.
   virtual void didBecomeInvalid(const std::shared_ptr<URLSession>& session, const std::optional<Error>& error);
   /// Once for each new TLS connection, before anything of the request is sent. `completion` must be called
   /// once, on any thread, now or later: the request's time-out does not run meanwhile. Default:

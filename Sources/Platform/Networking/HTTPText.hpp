@@ -9,12 +9,12 @@
 #include <utility>
 #include <vector>
 
+#include "Platform/Foundation/Detail/ASCII.hpp"
+
 namespace platform::detail {
 
 /// The small grammar that header fields share (RFC 9110, 5.6). ASCII only; no locale is consulted.
 
-constexpr char asciiLower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; }
-constexpr bool isDigit(char c) { return c >= '0' && c <= '9'; }
 constexpr bool isBlank(char c) { return c == ' ' || c == '\t'; }
 /// A control character that no field value may hold (RFC 9110, 5.5): all but tab.
 constexpr bool isForbiddenControl(char c) {
@@ -39,14 +39,6 @@ constexpr bool isToken(std::string_view text) {
     if (!isTokenCharacter(c)) return false;
   }
   return !text.empty();
-}
-/// In the header, since most comparisons end with the lengths.
-constexpr bool equalsIgnoringCase(std::string_view left, std::string_view right) {
-  if (left.size() != right.size()) return false;
-  for (std::size_t i = 0; i < left.size(); ++i) {
-    if (left[i] != right[i] && asciiLower(left[i]) != asciiLower(right[i])) return false;
-  }
-  return true;
 }
 std::string lowercased(std::string_view text);
 /// Without spaces and tabs at either end.

@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <memory>
 
-namespace vantorel::internal {
+namespace vantorel::detail {
 
 namespace {
 
@@ -42,4 +42,4 @@ std::string stackTrace() {
   return text;
 }
 
-}  // namespace vantorel::internal
+}  // namespace vantorel::detail

@@ -2,9 +2,9 @@
 
 #include <string>
 
-namespace vantorel::internal {
+namespace vantorel::detail {
 
 /// The calling thread's stack, innermost frame first, each on an indented line of its own.
 std::string stackTrace();
 
-}  // namespace vantorel::internal
+}  // namespace vantorel::detail

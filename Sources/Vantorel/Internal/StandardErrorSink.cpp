@@ -8,7 +8,7 @@
 #include "Vantorel/Internal/StackTrace.hpp"
 #include "Vantorel/LogRecord.hpp"
 
-namespace vantorel::internal {
+namespace vantorel::detail {
 
 namespace {
 
@@ -48,4 +48,4 @@ class StandardErrorSink final : public LogSink {
 
 std::shared_ptr<LogSink> makeStandardErrorSink() { return std::make_shared<StandardErrorSink>(); }
 
-}  // namespace vantorel::internal
+}  // namespace vantorel::detail

@@ -4,9 +4,9 @@
 
 #include "Vantorel/LogSink.hpp"
 
-namespace vantorel::internal {
+namespace vantorel::detail {
 
 /// Writes records to standard error, one after the other, coloured on a terminal.
 std::shared_ptr<LogSink> makeStandardErrorSink();
 
-}  // namespace vantorel::internal
+}  // namespace vantorel::detail

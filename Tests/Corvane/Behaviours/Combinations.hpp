@@ -18,7 +18,7 @@ enum class Mocking { none, mock, test };
 /// What all requests of these tests go by.
 struct World {
   inline static std::string target;
-  /// How many of the next responses, whoever gives them, are failures.
+  /// How many of the next responses, from any source, are failures.
   inline static std::atomic<int> failures = 0;
   inline static std::atomic<int> mockResponses = 0;
   inline static std::atomic<int> testResponses = 0;

@@ -1,4 +1,4 @@
-#include "Corvane/Behaviours/PollResponse.hpp"
+#include "Corvane/Behaviours/Detail/PollResponse.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "Corvane/Behaviours/PollingRegistry.hpp"
+#include "Corvane/Behaviours/Detail/PollingRegistry.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "Corvane/Behaviours/ThreadSafeArray.hpp"
+#include "Corvane/Behaviours/Detail/ThreadSafeArray.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "Corvane/Behaviours/TimerHandler.hpp"
+#include "Corvane/Behaviours/Detail/TimerHandler.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -24,20 +24,20 @@ TEST(GZipErrorTest, tellsWhatHappenedAndWhatZlibSaid) {
 }
 
 TEST(GZipErrorTest, hasACaseForEachResultOfZlib) {
-  EXPECT_EQ(internal::gzipError(Z_STREAM_ERROR, "m"), GZipError::stream("m"));
-  EXPECT_EQ(internal::gzipError(Z_DATA_ERROR, "m"), GZipError::data("m"));
-  EXPECT_EQ(internal::gzipError(Z_MEM_ERROR, "m"), GZipError::memory("m"));
-  EXPECT_EQ(internal::gzipError(Z_BUF_ERROR, "m"), GZipError::buffer("m"));
-  EXPECT_EQ(internal::gzipError(Z_VERSION_ERROR, "m"), GZipError::version("m"));
+  EXPECT_EQ(detail::gzipError(Z_STREAM_ERROR, "m"), GZipError::stream("m"));
+  EXPECT_EQ(detail::gzipError(Z_DATA_ERROR, "m"), GZipError::data("m"));
+  EXPECT_EQ(detail::gzipError(Z_MEM_ERROR, "m"), GZipError::memory("m"));
+  EXPECT_EQ(detail::gzipError(Z_BUF_ERROR, "m"), GZipError::buffer("m"));
+  EXPECT_EQ(detail::gzipError(Z_VERSION_ERROR, "m"), GZipError::version("m"));
   for (const int result : {Z_OK, Z_STREAM_END, Z_NEED_DICT, Z_ERRNO, -7})
-    EXPECT_EQ(internal::gzipError(result, "m"), GZipError::unknown("m", result));
+    EXPECT_EQ(detail::gzipError(result, "m"), GZipError::unknown("m", result));
 }
 
 TEST(GZipErrorTest, hasAMessageWhenZlibHasNone) {
   const char* const absent = nullptr;
 
-  EXPECT_EQ(internal::gzipError(Z_DATA_ERROR, absent), GZipError::data("unknown gzip error"));
-  EXPECT_EQ(internal::gzipError(Z_DATA_ERROR, "\xFF"), GZipError::data("unknown gzip error"));
+  EXPECT_EQ(detail::gzipError(Z_DATA_ERROR, absent), GZipError::data("unknown gzip error"));
+  EXPECT_EQ(detail::gzipError(Z_DATA_ERROR, "\xFF"), GZipError::data("unknown gzip error"));
 }
 
 TEST(GZipErrorTest, takesPartAsAnError) {
@@ -61,10 +61,10 @@ TEST(GZipErrorTest, hasTheOrdinalOfItsCaseAsCode) {
 }
 
 TEST(ZlibLengthDeathTest, trapsForWhatDoesNotFitIn32Bits) {
-  EXPECT_EQ(internal::zlibLength(UINT32_MAX), UINT32_MAX);
+  EXPECT_EQ(detail::zlibLength(UINT32_MAX), UINT32_MAX);
   // No buffer is longer where sizes have 32 bits themselves.
   if constexpr (sizeof(std::size_t) > 4) {
-    EXPECT_DEATH(internal::zlibLength(std::size_t{UINT32_MAX} + 1), "gzip: the buffer is longer than 4 GiB");
+    EXPECT_DEATH(detail::zlibLength(std::size_t{UINT32_MAX} + 1), "gzip: the buffer is longer than 4 GiB");
   }
 }
 

@@ -1,4 +1,4 @@
-#include "Corvane/DebugOutput/BodyCache.hpp"
+#include "Corvane/DebugOutput/Detail/BodyCache.hpp"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 #include "Corvane/ContentEncoding/GZipUnarchiver.hpp"
 #include "Corvane/ContentEncoding/HTTPGzipContentEncoder.hpp"
 #include "Corvane/Corvane.hpp"
-#include "Corvane/Request/DefaultHeaders.hpp"
+#include "Corvane/Request/Detail/DefaultHeaders.hpp"
 #include "Corvane/Request/UserAgent.hpp"
 #include "TestSupport/TemporaryDirectory.hpp"
 

@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "Corvane/Corvane.hpp"
-#include "Corvane/Transport/ServerTrust.hpp"
+#include "Corvane/Transport/Detail/ServerTrust.hpp"
 #include "CorvaneTesting/CertificateAuthority.hpp"
 #include "CorvaneTesting/LogCapture.hpp"
 #include "Platform/Foundation/FileManager.hpp"

@@ -21,9 +21,9 @@ constexpr std::string_view table =
 std::vector<std::pair<std::string_view, std::string_view>> rows() {
   std::vector<std::pair<std::string_view, std::string_view>> all;
   for (std::size_t begin = 0; begin < table.size();) {
-    const std::size_t blank = table.find(' ', begin);
+    const std::size_t space = table.find(' ', begin);
     const std::size_t end = table.find('\n', begin);
-    all.emplace_back(table.substr(begin, blank - begin), table.substr(blank + 1, end - blank - 1));
+    all.emplace_back(table.substr(begin, space - begin), table.substr(space + 1, end - space - 1));
     begin = end + 1;
   }
   return all;

@@ -19,8 +19,8 @@ constexpr std::string_view table =
 
 std::set<std::string_view> typesOfExtensions() {
   std::set<std::string_view> types;
-  for (std::size_t blank = table.find(' '); blank != std::string_view::npos; blank = table.find(' ', blank + 1)) {
-    types.insert(table.substr(blank + 1, table.find('\n', blank) - blank - 1));
+  for (std::size_t space = table.find(' '); space != std::string_view::npos; space = table.find(' ', space + 1)) {
+    types.insert(table.substr(space + 1, table.find('\n', space) - space - 1));
   }
   return types;
 }

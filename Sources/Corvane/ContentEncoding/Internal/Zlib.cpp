@@ -2,7 +2,7 @@
 
 #include <string>
 
-namespace corvane::internal {
+namespace corvane::detail {
 
 using platform::Data;
 
@@ -41,4 +41,4 @@ GZipError gzipError(int result, const char* message) {
   }
 }
 
-}  // namespace corvane::internal
+}  // namespace corvane::detail

@@ -10,7 +10,7 @@
 #include "Platform/Foundation/Data.hpp"
 #include "Platform/Trap.hpp"
 
-namespace corvane::internal {
+namespace corvane::detail {
 
 /// zlib counts in 32 bits; a longer buffer is a programming error.
 inline std::uint32_t zlibLength(std::size_t length) {
@@ -31,4 +31,4 @@ GZipError gzipError(int result, const z_stream& stream);
 /// The same for a message that may be null or not text.
 GZipError gzipError(int result, const char* message);
 
-}  // namespace corvane::internal
+}  // namespace corvane::detail

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace corvane::internal {
+namespace corvane::detail {
 
 namespace {
 
@@ -112,4 +112,4 @@ std::optional<std::string_view> cfNetworkMessage(std::int32_t code) {
   return row->message;
 }
 
-}  // namespace corvane::internal
+}  // namespace corvane::detail

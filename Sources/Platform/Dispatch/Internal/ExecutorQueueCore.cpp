@@ -30,7 +30,7 @@ void ExecutorQueueCore::async(std::vector<Block>&& blocks) {
   submitDrain();
 }
 
-/// What the executor gets. When it is destroyed without having been called, nobody will come for the blocks.
+/// What the executor gets. When it is destroyed without having been called, the blocks will not be run.
 class ExecutorQueueCore::Drain {
  public:
   explicit Drain(std::shared_ptr<ExecutorQueueCore> queue) : queue_(std::move(queue)) {}

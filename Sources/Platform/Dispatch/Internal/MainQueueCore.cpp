@@ -51,14 +51,14 @@ MainQueueCore::Announcement MainQueueCore::announcement(bool wasEmpty) {
           .expectsDrain = !wasEverDrained_ && !std::exchange(isExpectingDrain_, true)};
 }
 
-/// Tells whoever drains.
+/// Wakes the thread that drains.
 void MainQueueCore::announce(const Announcement& announcement) {
   if (announcement.wakes) changed_.notifyOne();
   if (announcement.host) (*announcement.host)();
   if (announcement.expectsDrain) expectDrain();
 }
 
-/// Prints a hint, once, when nobody has drained the queue a while from now.
+/// Prints a hint, once, when no thread drains the queue for a while.
 void MainQueueCore::expectDrain() {
   hintClock_->scheduleAfter(patience, [this] {
     const MutexLock lock(mutex_);

@@ -23,7 +23,7 @@ class CORVANE_API MainQueueCore final : public QueueCore {
   bool runUntil(void* object, bool (*isDone)(void*), Seconds timeout);
   void stop();
   void attachToHost(UniqueFunction<void()> schedule);
-  /// What measures how long nobody drained the queue. The system's clock: a clock that a test advances would count
+  /// What measures how long the queue was not drained. The system's clock: a clock that a test advances would count
   /// the hint among the timers of what is tested. Before the first block.
   void hintBy(std::shared_ptr<Clock> clock) { hintClock_ = std::move(clock); }
 

@@ -19,7 +19,7 @@ class CORVANE_API ManualClock {
   /// Since the clock was made.
   Seconds now() const;
   /// Calls on this thread what gets due, in order, each at its own time. Blocks go to their queues, which
-  /// run them as ever: wait for their effect, not for this call.
+  /// run them as usual: wait for their effect, not for this call.
   void advance(Seconds interval);
   /// Advances to the next timer, if there is one; returns by how much.
   Seconds advanceToNextTimer();

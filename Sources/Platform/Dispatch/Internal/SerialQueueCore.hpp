@@ -13,7 +13,7 @@ namespace platform::detail {
 
 /// A serial queue on the pool.
 ///
-/// Whoever makes an unheld queue held has to see to its work: `async` sends the queue to the pool, which
+/// A function that makes an unheld queue held must have it drained: `async` sends the queue to the pool, which
 /// drains it; `sync` runs its function right there. A `sync` on a held queue waits for its turn, and the
 /// thread that holds the queue passes it on when all blocks submitted before have run.
 class SerialQueueCore final : public QueueCore,

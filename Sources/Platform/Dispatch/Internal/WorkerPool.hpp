@@ -48,7 +48,7 @@ class WorkerPool {
 
  private:
   struct Worker {
-    /// Of the rest at hand. A worker that rests drives the network meanwhile, when nobody else does.
+    /// Of the rest at hand. A worker that rests drives the network meanwhile, when no other thread does.
     std::optional<CooperativeWait> woken;
     /// Has got a job from its own thread while it drives, and takes it when it is done with what it does.
     bool isClaimed = false;

@@ -1,5 +1,7 @@
 #include "Platform/Foundation/Internal/PercentEncoding.hpp"
 
+#include "Platform/Foundation/Detail/ASCII.hpp"
+
 namespace platform::detail {
 
 namespace {
@@ -35,12 +37,6 @@ constexpr Table makeTable() {
 }  // namespace
 
 constexpr Table characterSets = makeTable();
-
-int hexadecimalValue(char character) {
-  if (character >= '0' && character <= '9') return character - '0';
-  const char lower = static_cast<char>(character | 0x20);
-  return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
-}
 
 bool isEscape(std::string_view text, std::size_t index) {
   return text.size() - index > 2 && text[index] == '%' && hexadecimalValue(text[index + 1]) >= 0 &&

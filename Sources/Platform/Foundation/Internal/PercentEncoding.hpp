@@ -31,8 +31,6 @@ inline bool contains(CharacterSet set, char character) {
   return (characterSets[static_cast<unsigned char>(character)] & static_cast<std::uint8_t>(set)) != 0;
 }
 
-/// The value of a hexadecimal digit, or -1.
-int hexadecimalValue(char character);
 /// Whether "%" and two hexadecimal digits stand at `index`.
 bool isEscape(std::string_view text, std::size_t index);
 

@@ -10,6 +10,8 @@
 #include <limits>
 #include <string>
 
+#include "Platform/Foundation/Detail/ASCII.hpp"
+
 namespace platform::detail {
 namespace {
 
@@ -22,7 +24,7 @@ locale_t plainLocale() {
 bool startsANumber(const std::string& text) {
   const char first = text[text.starts_with('-') ? 1 : 0];
   const bool isHexadecimal = text.find_first_of("xX") != std::string::npos;
-  return !isHexadecimal && ((first >= '0' && first <= '9') || first == '.');
+  return !isHexadecimal && (isDigit(first) || first == '.');
 }
 
 template <class Real>

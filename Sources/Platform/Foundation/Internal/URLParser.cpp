@@ -4,18 +4,12 @@
 
 #include <charconv>
 
+#include "Platform/Foundation/Detail/ASCII.hpp"
 #include "Platform/Foundation/UTF8.hpp"
 
 namespace platform::detail {
 
 namespace {
-
-bool isLetter(char character) {
-  const char lower = static_cast<char>(character | 0x20);
-  return lower >= 'a' && lower <= 'z';
-}
-
-bool isDigit(char character) { return character >= '0' && character <= '9'; }
 
 URLRange makeRange(std::size_t offset, std::size_t end) {
   return {static_cast<std::uint32_t>(offset), static_cast<std::uint32_t>(end - offset), true};
@@ -47,7 +41,7 @@ bool isAddress(std::string_view text) {
   return isFutureAddress(text);
 }
 
-/// One character for people: itself in quotes, or its byte when it cannot be shown.
+/// One character in human-readable form: itself in quotes, or its byte when it cannot be shown.
 std::string shown(std::string_view text) {
   const std::size_t length = utf8CharacterLength(text);
   const auto byte = static_cast<unsigned char>(text.front());

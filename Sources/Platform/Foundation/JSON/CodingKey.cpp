@@ -2,13 +2,13 @@
 
 #include <algorithm>
 
+#include "Platform/Foundation/Detail/ASCII.hpp"
+
 namespace platform {
 namespace {
 
 bool isIdentifier(const std::string& name) {
-  const auto isPart = [](char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' || c == '$';
-  };
+  const auto isPart = [](char c) { return detail::isLetterOrDigit(c) || c == '_' || c == '$'; };
   return !name.empty() && std::all_of(name.begin(), name.end(), isPart);
 }
 

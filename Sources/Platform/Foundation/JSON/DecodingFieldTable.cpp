@@ -4,12 +4,11 @@
 #include <cstring>
 
 #include "Platform/Foundation/Data.hpp"
+#include "Platform/Foundation/Detail/ASCII.hpp"
 #include "Platform/Trap.hpp"
 
 namespace platform {
 namespace {
-
-bool isUpper(char c) { return c >= 'A' && c <= 'Z'; }
 
 bool needsEscapes(std::string_view key) {
   return std::ranges::any_of(key, [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == '"' || c == '\\'; });
@@ -22,16 +21,16 @@ std::string jsonKey(std::string_view memberName, JSONKeyStrategy strategy) {
   std::string key;
   for (std::size_t index = 0; index < memberName.size(); ++index) {
     const char c = memberName[index];
-    if (!isUpper(c)) {
+    if (!detail::isUpper(c)) {
       key.push_back(c);
       continue;
     }
     // A word starts after a small letter, and at the last capital of a run of them: "myURLPath".
-    const bool isAfterWord = index > 0 && !isUpper(memberName[index - 1]) && memberName[index - 1] != '_';
-    const bool startsWord = index > 0 && isUpper(memberName[index - 1]) && index + 1 < memberName.size() &&
-                            !isUpper(memberName[index + 1]) && memberName[index + 1] != '_';
+    const bool isAfterWord = index > 0 && !detail::isUpper(memberName[index - 1]) && memberName[index - 1] != '_';
+    const bool startsWord = index > 0 && detail::isUpper(memberName[index - 1]) && index + 1 < memberName.size() &&
+                            !detail::isUpper(memberName[index + 1]) && memberName[index + 1] != '_';
     if (isAfterWord || startsWord) key.push_back('_');
-    key.push_back(static_cast<char>(c - 'A' + 'a'));
+    key.push_back(detail::asciiLower(c));
   }
   return key;
 }

@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "Platform/Foundation/JSON/DecodingFieldTable.hpp"
+#include "Platform/Foundation/JSON/Detail/JSONTypes.hpp"
 #include "Platform/Foundation/JSON/JSONReader.hpp"
-#include "Platform/Foundation/JSON/JSONTypes.hpp"
 
 /// How each C++ type is read.
 

@@ -18,7 +18,7 @@ namespace platform {
 class JSONEncoder {
  public:
   JSONEncoder() = default;
-  /// Writes dates and keys as the strategies say, compactly or for people.
+  /// Writes dates and keys as the strategies say, compactly or pretty-printed.
   explicit JSONEncoder(const JSONStrategies& strategies, JSONFormatting formatting = JSONFormatting::compact)
       : strategies_(strategies), formatting_(formatting) {}
 

@@ -4,8 +4,8 @@
 #include <string>
 #include <utility>
 
+#include "Platform/Foundation/JSON/Detail/JSONTypes.hpp"
 #include "Platform/Foundation/JSON/EncodingFieldTable.hpp"
-#include "Platform/Foundation/JSON/JSONTypes.hpp"
 #include "Platform/Foundation/JSON/JSONWriter.hpp"
 
 /// How each C++ type is written.

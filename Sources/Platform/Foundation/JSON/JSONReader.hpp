@@ -40,7 +40,7 @@ class CORVANE_API JSONReader {
   JSONReader(const JSONReader&) = delete;
   JSONReader& operator=(const JSONReader&) = delete;
 
-  /// Of the value that comes next, which is told by its first character and not read.
+  /// Of the value that comes next, which its first character tells; it is not read.
   Kind kind();
   /// Reads the value that comes next.
   template <class T>

@@ -7,13 +7,12 @@
 #include <limits>
 #include <system_error>
 
+#include "Platform/Foundation/Detail/ASCII.hpp"
 #include "Platform/Foundation/Internal/RealFromChars.hpp"
 #include "Platform/Foundation/JSON/JSONReader.hpp"
 
 namespace platform {
 namespace {
-
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 /// The most digits that surely fit into 64 bits.
 constexpr int mostSafeDigits = 19;
@@ -85,7 +84,8 @@ inline const char* passDigits(const char* cursor, const char* end, std::uint64_t
       if (block.count < sizeof characters) break;
     }
   } else {
-    for (; cursor < end && isDigit(*cursor); ++cursor) value = value * 10 + static_cast<std::uint64_t>(*cursor - '0');
+    for (; cursor < end && detail::isDigit(*cursor); ++cursor)
+      value = value * 10 + static_cast<std::uint64_t>(*cursor - '0');
   }
   digits = value;
   return cursor;
@@ -96,9 +96,9 @@ bool passExponent(const char*& cursor, const char* end, std::int64_t& exponent) 
   ++cursor;
   const bool isNegative = cursor < end && *cursor == '-';
   if (isNegative || (cursor < end && *cursor == '+')) ++cursor;
-  if (cursor == end || !isDigit(*cursor)) return false;
+  if (cursor == end || !detail::isDigit(*cursor)) return false;
   std::int64_t value = 0;
-  for (; cursor < end && isDigit(*cursor); ++cursor) {
+  for (; cursor < end && detail::isDigit(*cursor); ++cursor) {
     if (value < 1'000'000'000) value = value * 10 + (*cursor - '0');
   }
   exponent += isNegative ? -value : value;
@@ -141,7 +141,7 @@ inline bool parse(const char* cursor, const char* end, Decimal& number) {
 std::string significantDigitsOf(const char* start, const char* end) {
   std::string digits;
   for (; start < end && (*start | 0x20) != 'e'; ++start) {
-    if (isDigit(*start) && (!digits.empty() || *start != '0')) digits.push_back(*start);
+    if (detail::isDigit(*start) && (!digits.empty() || *start != '0')) digits.push_back(*start);
   }
   return digits;
 }
@@ -206,7 +206,7 @@ void JSONReader::passNumber() {
 
 void JSONReader::failNumber(const char* position) {
   cursor_ = position;
-  const bool isAfterZero = position > begin_ && position[-1] == '0' && position < end_ && isDigit(*position);
+  const bool isAfterZero = position > begin_ && position[-1] == '0' && position < end_ && detail::isDigit(*position);
   failToFind(isAfterZero ? "no digit after the leading 0 of a number" : "a digit of a number");
 }
 
@@ -228,7 +228,7 @@ void JSONReader::readInteger(Integer& value) {
 
 /// The magnitude of an integer that is long, or written with a point or an exponent, or none at all.
 std::uint64_t JSONReader::readUnusualInteger(std::uint64_t limit, std::size_t bits, bool isSigned) {
-  if (const char first = next(); first != '-' && !isDigit(first)) failMismatch("an integer");
+  if (const char first = next(); first != '-' && !detail::isDigit(first)) failMismatch("an integer");
   const char* const start = cursor_;
   Decimal number{};
   if (!parse(start, end_, number)) failNumber(number.end);
@@ -264,7 +264,7 @@ bool JSONReader::takeWholeReal(const char* start, const char* end, std::uint64_t
 template <class Real>
 void JSONReader::readReal(Real& value) {
   const char first = next();
-  if (first != '-' && !isDigit(first)) failMismatch("a number");
+  if (first != '-' && !detail::isDigit(first)) failMismatch("a number");
   const char* const start = cursor_;
   Decimal number{};
   if (!parse(start, end_, number)) failNumber(number.end);

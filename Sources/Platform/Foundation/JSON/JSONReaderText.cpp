@@ -2,6 +2,7 @@
 #include <array>
 #include <cstring>
 
+#include "Platform/Foundation/Detail/ASCII.hpp"
 #include "Platform/Foundation/JSON/Internal/JSONScan.hpp"
 #include "Platform/Foundation/JSON/JSONReader.hpp"
 #include "Platform/Foundation/UTF8.hpp"
@@ -142,16 +143,9 @@ void JSONReader::unescapeUnicode(const char* start, std::string& value) {
 std::uint32_t JSONReader::readHexDigits() {
   std::uint32_t value = 0;
   for (int count = 0; count < 4; ++count, ++cursor_) {
-    const char c = cursor_ < end_ ? *cursor_ : '\0';
-    std::uint32_t digit;
-    if (c >= '0' && c <= '9') {
-      digit = static_cast<std::uint32_t>(c - '0');
-    } else if ((c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F')) {
-      digit = static_cast<std::uint32_t>((c | 0x20) - 'a' + 10);
-    } else {
-      failToFind("a hexadecimal digit");
-    }
-    value = value << 4U | digit;
+    const int digit = detail::hexadecimalValue(cursor_ < end_ ? *cursor_ : '\0');
+    if (digit < 0) failToFind("a hexadecimal digit");
+    value = value << 4U | static_cast<std::uint32_t>(digit);
   }
   return value;
 }

@@ -69,7 +69,7 @@ void addAlpha(JSAMPLE* row, std::size_t width) {
   }
 }
 
-/// Adobe's programs write CMYK with 255 for no ink; whoever writes no Adobe marker means what it says.
+/// Adobe's programs write CMYK with 255 for no ink; a file without an Adobe marker does not.
 void convertCMYK(JSAMPLE* row, std::size_t width, bool isInverted) {
   for (std::size_t pixel = 0; pixel < width; ++pixel, row += 4) {
     const auto light = [&](int channel) { return isInverted ? row[channel] : 255 - row[channel]; };

@@ -8,16 +8,9 @@ namespace platform::detail {
 
 namespace {
 
-bool isHexadecimal(char c) {
-  const char lower = asciiLower(c);
-  return isDigit(c) || (lower >= 'a' && lower <= 'f');
-}
-
 /// unreserved, sub-delims, ":", "@" and "/" (RFC 3986, 2.2 and 2.3): what may stand in any component.
 bool isPlain(char c) {
-  const char lower = asciiLower(c);
-  return isDigit(c) || (lower >= 'a' && lower <= 'z') ||
-         std::string_view("-._~!$&'()*+,;=:@/").find(c) != std::string_view::npos;
+  return isLetterOrDigit(c) || std::string_view("-._~!$&'()*+,;=:@/").find(c) != std::string_view::npos;
 }
 
 void appendEncoded(std::string& text, char c) {
@@ -31,8 +24,8 @@ std::string encoded(std::string_view component, std::string_view alsoAllowed) {
   std::string result;
   for (std::size_t i = 0; i < component.size(); ++i) {
     const char c = component[i];
-    const bool isEscape =
-        c == '%' && i + 2 < component.size() && isHexadecimal(component[i + 1]) && isHexadecimal(component[i + 2]);
+    const bool isEscape = c == '%' && i + 2 < component.size() && hexadecimalValue(component[i + 1]) >= 0 &&
+                          hexadecimalValue(component[i + 2]) >= 0;
     if (isEscape || isPlain(c) || alsoAllowed.find(c) != std::string_view::npos) {
       result.push_back(c);
     } else {

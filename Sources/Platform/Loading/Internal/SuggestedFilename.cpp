@@ -13,12 +13,6 @@ namespace {
 
 constexpr std::size_t maximumExtensionBytes = 32;
 
-int hexValue(char c) {
-  if (isDigit(c)) return c - '0';
-  const char lower = asciiLower(c);
-  return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
-}
-
 std::optional<std::string> percentDecoded(std::string_view text) {
   std::string result;
   for (std::size_t i = 0; i < text.size(); ++i) {
@@ -26,8 +20,9 @@ std::optional<std::string> percentDecoded(std::string_view text) {
       result.push_back(text[i]);
       continue;
     }
-    if (i + 2 >= text.size() || hexValue(text[i + 1]) < 0 || hexValue(text[i + 2]) < 0) return std::nullopt;
-    result.push_back(static_cast<char>(hexValue(text[i + 1]) * 16 + hexValue(text[i + 2])));
+    if (i + 2 >= text.size() || hexadecimalValue(text[i + 1]) < 0 || hexadecimalValue(text[i + 2]) < 0)
+      return std::nullopt;
+    result.push_back(static_cast<char>(hexadecimalValue(text[i + 1]) * 16 + hexadecimalValue(text[i + 2])));
     i += 2;
   }
   return result;
@@ -109,13 +104,9 @@ std::string shortened(std::string_view name, std::size_t maximumBytes) {
 
 /// Letters, digits and what joins them: nothing to repair, as with most names.
 bool isPlain(std::string_view name) {
-  constexpr auto isLetterOrDigit = [](char c) {
-    const char lower = asciiLower(c);
-    return isDigit(c) || (lower >= 'a' && lower <= 'z');
-  };
   return !name.empty() && isLetterOrDigit(name.front()) && isLetterOrDigit(name.back()) &&
          std::all_of(name.begin(), name.end(),
-                     [&](char c) { return isLetterOrDigit(c) || c == '-' || c == '_' || c == '.'; });
+                     [](char c) { return isLetterOrDigit(c) || c == '-' || c == '_' || c == '.'; });
 }
 
 std::string nameOfURL(const URL& url) { return safeComponent(url.lastPathComponent()); }

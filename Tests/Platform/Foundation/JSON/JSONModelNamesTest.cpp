@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "Platform/Foundation/JSON/JSONMembers.hpp"
+#include "Platform/Foundation/JSON/Detail/JSONMembers.hpp"
 #include "Platform/Foundation/JSON/JSONTesting.hpp"
 
 /// Members are named by the compiler, in texts that say also where a type stands.

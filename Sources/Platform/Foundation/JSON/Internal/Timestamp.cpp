@@ -3,6 +3,8 @@
 #include <chrono>
 #include <cstdio>
 
+#include "Platform/Foundation/Detail/ASCII.hpp"
+
 namespace platform::detail {
 namespace {
 
@@ -41,7 +43,7 @@ class Scanner {
   bool isAtEnd() const { return rest_.empty(); }
 
  private:
-  bool isAtDigit() const { return !rest_.empty() && rest_.front() >= '0' && rest_.front() <= '9'; }
+  bool isAtDigit() const { return !rest_.empty() && detail::isDigit(rest_.front()); }
 
   std::string_view rest_;
   char last_ = '\0';

@@ -1,0 +1,123 @@
+#include "Corvane/Behaviours/Detail/MockDelivery.hpp"
+
+#include <utility>
+
+#include "Corvane/Errors/HTTPResponseError.hpp"
+#include "Corvane/Request/Detail/RequestDescription.hpp"
+#include "Corvane/Transport/Internal/RelocatedFile.hpp"
+#include "Corvane/Transport/SendCancellation.hpp"
+#include "Corvane/Transport/TaskManager.hpp"
+#include "Platform/Foundation/FileManager.hpp"
+#include "Platform/Foundation/TemporaryFile.hpp"
+#include "Platform/Loading/URLErrorCodes.hpp"
+#include "Platform/Trap.hpp"
+
+namespace corvane::detail {
+
+using platform::Data;
+using platform::DispatchQueue;
+using platform::Error;
+using platform::HTTPURLResponse;
+using platform::URL;
+
+namespace {
+
+constexpr const char* httpVersion = "1.1";
+
+/// A response that was not given yet. Touched on the mock queue only, once it was handed over.
+struct PendingResponse : std::enable_shared_from_this<PendingResponse> {
+  PendingResponse(std::shared_ptr<SendExchange> mocked, MockBody kind, platform::UniqueFunction<TaskOutcome()> maker)
+      : exchange(std::move(mocked)), body(kind), makeOutcome(std::move(maker)) {}
+
+  /// Any thread.
+  void cancelSoon();
+
+  std::shared_ptr<SendExchange> exchange;
+  MockBody body;
+  platform::UniqueFunction<TaskOutcome()> makeOutcome;
+};
+
+std::shared_ptr<RelocatedFile> writtenFile(const Data& data) {
+  std::string path = platform::FileManager::temporaryDirectory() + "/" + platform::UUID().uuidString() + ".tmp";
+  try {
+    platform::FileManager::write(data, path);
+  } catch (const std::exception& error) {
+    platform::trap(std::string("The file of a mock cannot be written: ") + error.what());
+  }
+  return std::make_shared<RelocatedFile>(platform::TemporaryFile(std::move(path)), std::nullopt);
+}
+
+void give(PendingResponse& pending) {
+  // Cancelled meanwhile, or given.
+  const auto exchange = std::exchange(pending.exchange, nullptr);
+  if (!exchange) return;
+  try {
+    TaskOutcome outcome = pending.makeOutcome();
+    if (pending.body == MockBody::file && outcome.data) {
+      outcome.file = writtenFile(*outcome.data);
+      outcome.url = outcome.file->url();
+    }
+    concludeExchange(exchange, outcome, outcome);
+  } catch (...) {
+    report(exchange, Error::current());
+  }
+}
+
+void cancel(PendingResponse& pending) {
+  const auto exchange = std::exchange(pending.exchange, nullptr);
+  if (!exchange) return;
+  // The timer of the response goes on; what the request holds need not.
+  pending.makeOutcome = nullptr;
+  const Error cancelled(platform::NSURLErrorDomain, platform::URLErrorCode::cancelled, "cancelled");
+  processTaskCompletion(exchange, {.data = {}, .url = {}, .response = nullptr, .error = cancelled});
+}
+
+void PendingResponse::cancelSoon() {
+  mockBackgroundQueue().async([self = shared_from_this()] { cancel(*self); });
+}
+
+}  // namespace
+
+const URL& fallbackMockURL() {
+  static const URL& url = *new URL("https://mock.corvane.invalid/");
+  return url;
+}
+
+std::shared_ptr<const HTTPURLResponse> platformResponse(CannedResponse canned) {
+  platform::URLResponseFacts facts{.mimeType = std::move(canned.mimeType),
+                                   .expectedContentLength = canned.expectedContentLength,
+                                   .textEncodingName = std::move(canned.textEncodingName),
+                                   .suggestedFilename = std::move(canned.suggestedFilename)};
+  return std::make_shared<const HTTPURLResponse>(
+      std::move(canned.url).value_or(fallbackMockURL()), canned.status.rawValue(), httpVersion,
+      canned.headers ? textHeaders(*canned.headers) : platform::HTTPHeaderFields(), std::move(facts));
+}
+
+std::optional<Error> computedError(std::optional<Error> own, HTTPStatus status, bool isAcceptable) {
+  if (own || isAcceptable) return own;
+  return HTTPResponseError::unacceptableStatus(status);
+}
+
+const DispatchQueue& mockBackgroundQueue() {
+  static const DispatchQueue& queue = *new DispatchQueue("org.corvane.corvane.mock");
+  return queue;
+}
+
+void respondFromMock(std::shared_ptr<SendExchange> exchange, double responseTime, MockBody body,
+                     platform::UniqueFunction<TaskOutcome()> makeOutcome) {
+  try {
+    if (!exchange->shouldSend()) return;
+    exchange->validate();
+    const auto uuid = exchange->uuid();
+    const auto pending = std::make_shared<PendingResponse>(exchange, body, std::move(makeOutcome));
+    if (uuid) TaskManager::shared().insert([pending] { pending->cancelSoon(); }, *uuid);
+    if (const auto cancellation = SendCancellation::current()) {
+      cancellation->reaches<&PendingResponse::cancelSoon>(pending);
+    }
+    mockBackgroundQueue().asyncAfter(responseTime, [pending] { give(*pending); });
+  } catch (...) {
+    report(std::move(exchange), Error::current());
+  }
+}
+
+}  // namespace corvane::detail

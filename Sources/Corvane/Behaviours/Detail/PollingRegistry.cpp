@@ -1,0 +1,149 @@
+#include "Corvane/Behaviours/Detail/PollingRegistry.hpp"
+
+#include <cmath>
+#include <typeindex>
+#include <unordered_map>
+#include <utility>
+
+#include "Corvane/Detail/ModuleLogger.hpp"
+#include "Platform/Detail/Locking.hpp"
+#include "Platform/Foundation/TypeName.hpp"
+#include "Platform/Trap.hpp"
+#include "Vantorel/Logger.hpp"
+
+namespace corvane::detail {
+
+using platform::detail::Mutex;
+using platform::detail::MutexLock;
+
+namespace {
+
+// Logged as they are; logs of different builds stay comparable.
+constexpr const char* sourceFile = "HTTPPolling";
+constexpr const char* notPollingForHandler = "Polling handler should already be provided ";
+constexpr const char* functionOfAdding = "_addPollingHandler(_:)";
+constexpr int lineOfAdding = 147;
+constexpr const char* notPollingForStop = "Not currently polling ";
+constexpr const char* functionOfStopping = "stopPolling()";
+constexpr int lineOfStopping = 194;
+
+using Handlers = std::vector<AnyPollingHandler>;
+
+struct Registry {
+  Mutex mutex;
+  // By type, not by name: two types in unnamed namespaces may have one name.
+  std::unordered_map<std::type_index, std::shared_ptr<HandlerRef>> updateHandlers CORVANE_GUARDED_BY(mutex);
+};
+
+Registry& registry() {
+  static Registry& shared = *new Registry;
+  return shared;
+}
+
+std::shared_ptr<HandlerRef> found(const Registry& locked, const std::type_info& type) CORVANE_REQUIRES(locked.mutex) {
+  const auto entry = locked.updateHandlers.find(type);
+  return entry == locked.updateHandlers.end() ? nullptr : entry->second;
+}
+
+std::shared_ptr<HandlerRef> recordOf(const std::type_info& type) {
+  Registry& shared = registry();
+  const MutexLock lock(shared.mutex);
+  return found(shared, type);
+}
+
+void append(HandlerRef& record, std::optional<AnyPollingHandler> handler) {
+  if (!handler) return;
+  auto longer = std::make_shared<Handlers>(*record.anyHandlers);
+  longer->push_back(*std::move(handler));
+  record.anyHandlers = std::move(longer);
+}
+
+/// False when the type does not poll.
+bool appendTo(const std::type_info& type, std::optional<AnyPollingHandler>& handler) {
+  Registry& shared = registry();
+  const MutexLock lock(shared.mutex);
+  const auto record = found(shared, type);
+  if (record) append(*record, std::move(handler));
+  return record != nullptr;
+}
+
+}  // namespace
+
+HandlerRef::HandlerRef(const std::string& name, std::shared_ptr<TimerHandler> timerOfType)
+    : dispatchQueue(name + ".HTTPPollingQueue"),
+      timer(std::move(timerOfType)),
+      anyHandlers(std::make_shared<const Handlers>()) {}
+
+void startPolling(const std::type_info& type, double rate, void (*tick)(const TimerHandler&),
+                  std::optional<AnyPollingHandler> handler) {
+  if (std::isnan(rate)) platform::trap("The pollingRate of " + platform::typeName(type) + " is not a number");
+  if (appendTo(type, handler)) return;
+  const auto fresh = std::make_shared<HandlerRef>(platform::typeName(type), TimerHandler::make(rate, tick));
+  append(*fresh, handler);
+  Registry& shared = registry();
+  const MutexLock lock(shared.mutex);
+  const auto [entry, isNew] = shared.updateHandlers.emplace(type, fresh);
+  // Started on another thread meanwhile: that timer stays, and this one ends before its first tick.
+  if (!isNew) append(*entry->second, std::move(handler));
+}
+
+void addPollingHandler(const std::type_info& type, std::optional<AnyPollingHandler> handler) {
+  if (appendTo(type, handler)) return;
+  moduleLogger().fault(notPollingForHandler + platform::typeName(type), std::nullopt, std::nullopt, sourceFile,
+                       functionOfAdding, lineOfAdding);
+}
+
+void stopPolling(const std::type_info& type) {
+  Registry& shared = registry();
+  std::shared_ptr<HandlerRef> record;
+  {
+    const MutexLock lock(shared.mutex);
+    const auto entry = shared.updateHandlers.find(type);
+    if (entry != shared.updateHandlers.end()) {
+      record = std::move(entry->second);
+      shared.updateHandlers.erase(entry);
+    }
+  }
+  if (record) {
+    record->timer->suspend();
+  } else {
+    moduleLogger().fault(notPollingForStop + platform::typeName(type), std::nullopt, std::nullopt, sourceFile,
+                         functionOfStopping, lineOfStopping);
+  }
+}
+
+bool isPolling(const std::type_info& type) { return recordOf(type) != nullptr; }
+
+bool isPollingWith(const std::type_info& type, const TimerHandler& timer) {
+  const auto record = recordOf(type);
+  return record && record->timer.get() == &timer;
+}
+
+void callPollingHandlers(const std::type_info& type, const std::type_info& handlerType, const void* argument,
+                         void (*call)(void* handler, const void* argument)) {
+  std::shared_ptr<HandlerRef> record;
+  std::shared_ptr<const Handlers> handlers;
+  {
+    Registry& shared = registry();
+    const MutexLock lock(shared.mutex);
+    record = found(shared, type);
+    if (!record) return;
+    handlers = record->anyHandlers;
+  }
+  for (const auto& handler : *handlers) {
+    if (*handler.type != handlerType) continue;
+    // A handler before this one may have stopped the polling; then what this one refers to may be gone.
+    if (recordOf(type) != record) return;
+    call(handler.function.get(), argument);
+  }
+}
+
+PollingPause::PollingPause(const std::type_info& type) : type_(type) {
+  if (const auto record = recordOf(type_)) record->timer->suspend();
+}
+
+PollingPause::~PollingPause() {
+  if (const auto record = recordOf(type_)) record->timer->resume();
+}
+
+}  // namespace corvane::detail

@@ -1,0 +1,147 @@
+#pragma once
+
+#include <concepts>
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "Corvane/Behaviours/Detail/RetryRun.hpp"
+#include "Corvane/Behaviours/HTTPRetryResult.hpp"
+#include "Corvane/Errors/HTTPResponseError.hpp"
+#include "Corvane/Request/HTTPRequestable.hpp"
+#include "Platform/Dispatch/UniqueFunction.hpp"
+#include "Velisand/OptionalQueue.hpp"
+
+namespace corvane::detail {
+
+/// What an attempt of a retrying send is.
+enum class RetryKind {
+  /// A send; decisions are made on the queue for retries.
+  send,
+  /// A single exchange for a tick of the polling; decisions are made on the completion queue.
+  fromPoll,
+  /// A poll fired by hand, itself retrying; decisions are made on the completion queue.
+  poll
+};
+
+/// Any integer, cut to the range of 64 bits with a sign.
+template <std::integral Integer>
+constexpr std::int64_t saturated(Integer value) {
+  constexpr auto largest = (std::numeric_limits<std::int64_t>::max)();
+  return std::cmp_greater(value, largest) ? largest : static_cast<std::int64_t>(value);
+}
+
+template <class Request>
+HTTPRetryPolicy policyOf(const Request& request) {
+  return read(&Request::retryPolicy, request);
+}
+
+template <class Request>
+std::optional<platform::UUID> uuidOf(const Request& request) {
+  if constexpr (Cancelable<Request>) return read(&Request::uuid, request);
+  return std::nullopt;
+}
+
+/// The retrying send of one request type. The request is a copy.
+template <class Request>
+class TypedRetryRun final : public RetryRun {
+ public:
+  using Response = typename Request::Response;
+  using Completion = platform::UniqueFunction<void(HTTPRetryResult<Response>)>;
+
+  TypedRetryRun(const Request& request, RetryKind kind, std::optional<platform::DispatchQueue> queue,
+                Completion completion)
+      : RetryRun(policyOf(request), uuidOf(request)),
+        request_(request),
+        kind_(kind),
+        queue_(std::move(queue)),
+        retryQueue_(request_.retryQueue()),
+        completion_(std::move(completion)) {}
+
+ private:
+  RetryNumbers numbers() const override {
+    return {.interval = platform::Seconds(read(&Request::retryInterval, request_)).count(),
+            .limit = saturated(read(&Request::retryLimit, request_)),
+            .delta = saturated(read(&Request::retryDelta, request_))};
+  }
+  std::int64_t failCount() const override { return static_cast<std::int64_t>(failures_.size()); }
+  void sendOnce() override;
+  bool hasFailed() const override;
+  bool tellsOfCancellation() const override;
+  bool isWorthRetrying() const override;
+  std::optional<platform::HTTPHeaderFields> headers() const override { return read(&Response::headers, *last_); }
+  void keepFailure() override { failures_.push_back(*std::exchange(last_, std::nullopt)); }
+  void putCancelled() override {
+    last_.emplace(std::nullopt, std::nullopt, nullptr, platform::Error(HTTPResponseError::taskCancelled()));
+  }
+  void deliver(RetryStep result) override;
+
+  const Request request_;
+  const RetryKind kind_;
+  const std::optional<platform::DispatchQueue> queue_;
+  const platform::DispatchQueue retryQueue_;
+  Completion completion_;
+  std::vector<Response> failures_;
+  std::optional<Response> last_;
+};
+
+template <class Request>
+void TypedRetryRun<Request>::sendOnce() {
+  typename Request::Completion received =
+      [self = std::static_pointer_cast<TypedRetryRun>(shared_from_this())](Response response) {
+        self->last_.emplace(std::move(response));
+        self->decide();
+      };
+  if constexpr (Polls<Request>) {
+    if (kind_ == RetryKind::poll) {
+      Request::firePollForRetryable(request_, queue_, std::move(received));
+    } else {
+      dispatchSingleSend(request_, queue_, std::move(received));
+    }
+  } else {
+    sendViaRequest(request_, retryQueue_, std::move(received));
+  }
+}
+
+template <class Request>
+bool TypedRetryRun<Request>::hasFailed() const {
+  auto&& result = read(&Response::result, *last_);
+  return result.error() != nullptr;
+}
+
+template <class Request>
+bool TypedRetryRun<Request>::tellsOfCancellation() const {
+  auto&& result = read(&Response::result, *last_);
+  const platform::Error* error = result.error();
+  const auto* reason = error ? error->template as<HTTPResponseError>() : nullptr;
+  return reason && reason->which() == HTTPResponseError::Case::taskCancelled;
+}
+
+template <class Request>
+bool TypedRetryRun<Request>::isWorthRetrying() const {
+  if (policy().failures == HTTPRetryPolicy::Failures::transient) {
+    const bool mayRepeat =
+        policy().retriesUnsafeMethods || isSafeMethod(HTTPMethod(read(&Request::method, request_)).rawValue);
+    if (!mayRepeat || !isTransient(*last_)) return false;
+  }
+  return request_.shouldRetry(*last_);
+}
+
+template <class Request>
+void TypedRetryRun<Request>::deliver(RetryStep step) {
+  using Result = HTTPRetryResult<Response>;
+  Result result = [&] {
+    if (step == RetryStep::noFailure) return Result::noFailure(*std::move(last_));
+    if (step == RetryStep::partialFailure) return Result::partialFailure(*std::move(last_), std::move(failures_));
+    keepFailure();
+    return Result::totalFailure(std::move(failures_));
+  }();
+  velisand::async(queue_, [completion = std::move(completion_), result = std::move(result)]() mutable {
+    if (completion) completion(std::move(result));
+  });
+}
+
+}  // namespace corvane::detail

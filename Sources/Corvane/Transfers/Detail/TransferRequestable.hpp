@@ -1,0 +1,84 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include "Corvane/Request/HTTPRequestable.hpp"
+#include "Corvane/Transfers/TransferFuture.hpp"
+#include "Corvane/Transport/HTTPProgress.hpp"
+
+namespace corvane::detail {
+
+/// The route of the pipeline that a request takes.
+using TransferRoute = void (*)(std::shared_ptr<SendExchange>, std::shared_ptr<ProgressRelay>);
+
+/// What downloads and uploads have in common: they are sent with a progress handler.
+template <class Self, class ResponseType, TransferRoute route>
+class TransferRequestable : public HTTPRequestable<Self, ResponseType>, public TransferMark {
+  using Base = HTTPRequestable<Self, ResponseType>;
+
+ public:
+  using Base::send;
+  using typename Base::Completion;
+  using typename Base::Response;
+
+  /// The same as the other forms, with progress: see `HTTPProgressHandler`. The handler may be null. A mock has no
+  /// progress to tell of.
+  void send(std::optional<platform::DispatchQueue> queue, HTTPProgressHandler progress, Completion completion) const;
+  /// The same with progress and completion on the main queue.
+  void send(HTTPProgressHandler progress, Completion completion) const;
+  TransferFuture<typename Base::ResponseBody> send() const;
+
+  /// The plain route: validates, builds the URL request, and moves the body on a session.
+  void sendToNetwork(std::optional<platform::DispatchQueue> queue, HTTPProgressHandler progress,
+                     Completion completion) const;
+
+ private:
+  const Self& self() const { return static_cast<const Self&>(*this); }
+};
+
+// Defined out of the class, so that the library's own request types are compiled once, in the library.
+
+template <class Self, class ResponseType, TransferRoute route>
+void TransferRequestable<Self, ResponseType, route>::send(std::optional<platform::DispatchQueue> queue,
+                                                          HTTPProgressHandler progress, Completion completion) const {
+  if constexpr (isValidRequest<Self>)
+    dispatchSend(self(), std::move(queue), std::move(completion), std::move(progress));
+}
+
+template <class Self, class ResponseType, TransferRoute route>
+void TransferRequestable<Self, ResponseType, route>::send(HTTPProgressHandler progress, Completion completion) const {
+  self().send(platform::DispatchQueue::main(), std::move(progress), std::move(completion));
+}
+
+template <class Self, class ResponseType, TransferRoute route>
+auto TransferRequestable<Self, ResponseType, route>::send() const -> TransferFuture<typename Base::ResponseBody> {
+  auto outcome = SendFuture<Response>::make();
+  TransferFuture<typename Base::ResponseBody> future(std::move(outcome.future));
+  const auto handlers = future.handlers();
+  Completion completion = [handlers, complete = std::move(outcome.completion)](Response response) mutable {
+    handlers->end();
+    complete(std::move(response));
+  };
+  const SendCancellation::Scope scope(outcome.cancellation);
+  self().send(std::move(outcome.queue), HTTPProgressHandler(handlers), std::move(completion));
+  return future;
+}
+
+template <class Self, class ResponseType, TransferRoute route>
+void TransferRequestable<Self, ResponseType, route>::sendToNetwork(std::optional<platform::DispatchQueue> queue,
+                                                                   HTTPProgressHandler progress,
+                                                                   Completion completion) const {
+  const auto relay = progressRelay(std::move(progress));
+  if (relay) {
+    completion = [relay, completion = std::move(completion)](Response response) mutable {
+      end(*relay, [completion = std::move(completion), response = std::move(response)]() mutable {
+        if (completion) completion(std::move(response));
+      });
+    };
+  }
+  route(std::make_shared<TypedExchange<Self>>(self(), std::move(queue), std::move(completion)), relay);
+}
+
+}  // namespace corvane::detail

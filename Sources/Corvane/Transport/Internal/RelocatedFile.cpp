@@ -1,0 +1,65 @@
+#include "Corvane/Transport/Internal/RelocatedFile.hpp"
+
+#include <unistd.h>
+
+#include <utility>
+
+#include "Corvane/Detail/ModuleLogger.hpp"
+#include "Corvane/TemporaryDirectory.hpp"
+#include "Platform/Foundation/Error.hpp"
+#include "Platform/Foundation/FileManager.hpp"
+#include "Vantorel/Logger.hpp"
+
+namespace corvane::detail {
+
+using platform::TemporaryFile;
+
+namespace {
+
+// Logged as they are; logs of different builds stay comparable.
+constexpr const char* failureMessage = "Failure to create tempDirectory going back to default tempFile: ";
+constexpr const char* failureFile = "DownloadRequestable";
+constexpr const char* failureFunction = "sendToNetwork(completionQueue:progress:completion:)";
+constexpr int failureLine = 76;
+
+std::string nameFor(const platform::URLResponse* response, const TemporaryFile& received) {
+  const std::string name = response ? response->suggestedFilename() : std::string();
+  return name.empty() ? received.url().lastPathComponent() : name;
+}
+
+}  // namespace
+
+std::shared_ptr<RelocatedFile> RelocatedFile::relocate(TemporaryFile received, const platform::URLResponse* response) {
+  std::optional<std::string> directory;
+  try {
+    directory = makeTemporaryDirectory().fileSystemPath();
+    std::string target = *directory;
+    if (!target.ends_with('/')) target += '/';
+    target += nameFor(response, received);
+    received.moveTo(target);
+    return std::make_shared<RelocatedFile>(TemporaryFile(std::move(target)), std::move(directory));
+  } catch (...) {
+    const platform::Error error = platform::Error::current();
+    moduleLogger().error(failureMessage + error.message(), std::nullopt, std::nullopt, failureFile, failureFunction,
+                         failureLine);
+    if (directory) ::rmdir(directory->c_str());
+    return std::make_shared<RelocatedFile>(std::move(received), std::nullopt);
+  }
+}
+
+RelocatedFile::RelocatedFile(TemporaryFile file, std::optional<std::string> directory)
+    : file_(std::move(file)), directory_(std::move(directory)), url_(file_.url()) {}
+
+void RelocatedFile::remove() {
+  file_.remove();
+  // Removed only when it is empty: whatever else is in it is not ours.
+  if (directory_) ::rmdir(directory_->c_str());
+  directory_.reset();
+}
+
+void RelocatedFile::keep() {
+  file_.keep();
+  directory_.reset();
+}
+
+}  // namespace corvane::detail

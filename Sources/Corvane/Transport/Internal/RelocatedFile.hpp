@@ -1,0 +1,38 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "Platform/Foundation/TemporaryFile.hpp"
+#include "Platform/Foundation/URL.hpp"
+#include "Platform/Loading/URLResponse.hpp"
+
+namespace corvane::detail {
+
+/// A downloaded file in a temporary directory of its own, under the name that its response suggests. Both are
+/// removed with this value, unless the file was handed out.
+class RelocatedFile {
+ public:
+  /// Moves a file that has arrived. Where that fails, the failure is logged, and the file stays where it is.
+  static std::shared_ptr<RelocatedFile> relocate(platform::TemporaryFile received,
+                                                 const platform::URLResponse* response);
+
+  RelocatedFile(platform::TemporaryFile file, std::optional<std::string> directory);
+  ~RelocatedFile() { remove(); }
+  RelocatedFile(const RelocatedFile&) = delete;
+  RelocatedFile& operator=(const RelocatedFile&) = delete;
+
+  const platform::URL& url() const { return url_; }
+  /// From now on another owner removes the file.
+  void keep();
+  void remove();
+
+ private:
+  platform::TemporaryFile file_;
+  /// Absent for a file that could not be moved.
+  std::optional<std::string> directory_;
+  const platform::URL url_;
+};
+
+}  // namespace corvane::detail
