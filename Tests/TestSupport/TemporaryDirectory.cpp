@@ -1,5 +1,7 @@
 #include "TestSupport/TemporaryDirectory.hpp"
 
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -10,13 +12,14 @@
 
 namespace corvane::testing {
 
-TemporaryDirectory::TemporaryDirectory() {
+TemporaryDirectory::TemporaryDirectory() : process_(::getpid()) {
   std::string pattern = (std::filesystem::temp_directory_path() / "corvane-test-XXXXXX").string();
   if (!::mkdtemp(pattern.data())) throw std::system_error(errno, std::generic_category(), "cannot make " + pattern);
   path_ = pattern;
 }
 
 TemporaryDirectory::~TemporaryDirectory() {
+  if (process_ != ::getpid()) return;
   std::error_code error;
   std::filesystem::remove_all(path_, error);
   if (error) std::fprintf(stderr, "cannot remove %s: %s\n", path_.c_str(), error.message().c_str());

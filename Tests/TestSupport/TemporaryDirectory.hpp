@@ -1,12 +1,15 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <filesystem>
 #include <string>
 #include <string_view>
 
 namespace corvane::testing {
 
-/// A new directory that disappears, with all that is in it, when its owner does.
+/// A new directory that disappears, with all that is in it, when its owner does. A forked child leaves it to its
+/// parent.
 class TemporaryDirectory {
  public:
   TemporaryDirectory();
@@ -23,6 +26,7 @@ class TemporaryDirectory {
 
  private:
   std::filesystem::path path_;
+  const pid_t process_;
 };
 
 }  // namespace corvane::testing
