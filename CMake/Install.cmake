@@ -81,14 +81,14 @@ set(pkgconfig_folder "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 file(RELATIVE_PATH CORVANE_PC_PREFIX "/prefix/${pkgconfig_folder}" "/prefix")
 string(REGEX REPLACE "/$" "" CORVANE_PC_PREFIX "${CORVANE_PC_PREFIX}")
 # A static library leaves its own dependencies to whoever links it. They go to Requires, because with
-# --static pkg-config would also ask for all that libcurl was built with, whose files need not be installed. A shared
+# --static pkg-config would also ask for all that these were built with, whose files need not be installed. A shared
 # one names none: even as Requires.private, pkg-config would ask for their development files.
 if(BUILD_SHARED_LIBS)
   set(CORVANE_PC_REQUIRES "")
   set(CORVANE_PC_IMAGE_REQUIRES "Requires: corvane = ${PROJECT_VERSION}")
   set(CORVANE_PC_LIBS "-lcorvane")
 else()
-  set(CORVANE_PC_REQUIRES "Requires: libcurl >= 7.88, libssl >= 3.0, libcrypto >= 3.0, libnghttp2 >= 1.52, zlib, spdlog")
+  set(CORVANE_PC_REQUIRES "Requires: libssl >= 3.0, libcrypto >= 3.0, libnghttp2 >= 1.52, libpsl >= 0.21, zlib, spdlog")
   set(CORVANE_PC_IMAGE_REQUIRES "Requires: corvane = ${PROJECT_VERSION}, libpng >= 1.6, libjpeg, zlib")
   set(CORVANE_PC_LIBS "-lcorvane -pthread")
 endif()

@@ -29,13 +29,13 @@ SIDE_LAYERS = ["CorvaneTesting", *ADAPTER_LAYERS]
 
 # Library, the includes that mean it, and the paths under Sources where it may be met.
 THIRD_PARTIES = [
-    ("libcurl", r"curl/", [r"Platform/Loading/Internal/"]),
+    ("libcurl", r"curl/", []),
+    ("libpsl", r"libpsl\.h$", [r"Platform/Loading/Internal/"]),
     (
         "OpenSSL",
         r"openssl/",
         [
             r"Platform/Security/Internal/",
-            r"Platform/Loading/Internal/",
             r"Platform/Networking/",
             r"CorvaneTesting/.*\.cpp$",
             r"CorvaneTesting/Internal/",

@@ -5,14 +5,14 @@
 set -euo pipefail
 
 build="build-essential cmake ninja-build ccache pkg-config python3 curl file
-  libcurl4-openssl-dev libssl-dev libnghttp2-dev zlib1g-dev libspdlog-dev
+  libssl-dev libnghttp2-dev libpsl-dev zlib1g-dev libspdlog-dev
   libpng-dev libjpeg62-turbo-dev
   libcli11-dev libgtest-dev libgmock-dev"
 checks="clang-16 clang-19 lld-19 libclang-rt-19-dev libc++-19-dev libc++abi-19-dev llvm-19 clang-format-19 clang-tidy-19
-  nlohmann-json3-dev libboost-json1.81-dev libboost-url1.81-dev media-types
+  nlohmann-json3-dev libboost-json1.81-dev libboost-url1.81-dev media-types libcurl4-openssl-dev
   python3-clang-19 lintian"
 integration="curl openssl nginx-light python3-httpbin nghttp2-server python3-multipart php-cli"
-bench="libbenchmark-dev nginx-light gnuplot-nox
+bench="libcurl4-openssl-dev libbenchmark-dev nginx-light gnuplot-nox
   libsimdjson-dev libboost1.81-dev libboost-json1.81-dev rapidjson-dev nlohmann-json3-dev"
 docs="graphviz mkdocs python3-pygments doxygen"
 arm64="crossbuild-essential-arm64 qemu-user debootstrap"

@@ -63,9 +63,9 @@ class CorvaneConan(ConanFile):
         cmake_layout(self)
 
     def requirements(self):
-        self.requires("libcurl/[>=7.88 <9]")
         self.requires("openssl/[>=3 <4]")
         self.requires("libnghttp2/[>=1.52 <2]")
+        self.requires("libpsl/[>=0.21 <1]")
         self.requires("zlib/[>=1.2.11 <2]")
         self.requires("spdlog/[>=1.10 <2]")
         if self.options.image:
@@ -127,7 +127,7 @@ class CorvaneConan(ConanFile):
     def package_info(self):
         self.cpp_info.set_property("cmake_file_name", "Corvane")
         library = self._component("Corvane", "corvane", ["corvane"],
-                                  ["libcurl::libcurl", "openssl::ssl", "openssl::crypto", "libnghttp2::nghttp2",
+                                  ["openssl::ssl", "openssl::crypto", "libnghttp2::nghttp2", "libpsl::libpsl",
                                    "zlib::zlib", "spdlog::spdlog"])
         library.system_libs = ["pthread"]
         if self.options.image:

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "Platform/Detail/Locking.hpp"
+#include "Platform/Loading/URLSession.hpp"
 
 namespace corvane {
 
@@ -39,6 +40,7 @@ void Corvane::addTrustedCertificate(const URL& file) {
   const MutexLock lock(certificates.mutex);
   auto& files = certificates.files;
   if (std::find(files.begin(), files.end(), file) == files.end()) files.push_back(file);
+  platform::URLSession::forgetServerTrust();
 }
 
 void Corvane::addTrustedCertificates(const std::vector<URL>& files) {
@@ -49,6 +51,7 @@ void Corvane::removeTrustedCertificates() {
   auto& certificates = TrustedCertificates::shared();
   const MutexLock lock(certificates.mutex);
   certificates.files.clear();
+  platform::URLSession::forgetServerTrust();
 }
 
 }  // namespace corvane

@@ -24,6 +24,8 @@ struct Tls {
   TlsVersion newest = TlsVersion::v1_3;
   /// Whether connections that are closed in good order send the closing alert.
   bool saysGoodbye = true;
+  /// Whether clients get sessions that they may resume.
+  bool offersSessions = true;
   /// Resets connections that are still in their handshake once it is open.
   std::optional<Latch> handshakeReset;
 
@@ -41,6 +43,11 @@ struct Tls {
   /// Resets handshakes under way once the latch is open; see `handshakeReset`.
   Tls& resetHandshakesWhenOpen(Latch latch) {
     handshakeReset = std::move(latch);
+    return *this;
+  }
+  /// Gives clients no sessions, so that each connection is a new one to them.
+  Tls& withoutSessions() {
+    offersSessions = false;
     return *this;
   }
   /// Leaves out the closing alert, so that a body without a length counts as cut off.

@@ -11,7 +11,7 @@ namespace corvane::testing {
 /// From its making to `release`, or its destruction. There can be one at a time.
 class HeldLookUps {
  public:
-  /// A name that is held.
+  /// A name that is held, as are all names below it.
   static constexpr const char* name = "held.test";
   /// A name that leads to 127.0.0.1, and is looked up like any other.
   static constexpr const char* localName = "here.test";

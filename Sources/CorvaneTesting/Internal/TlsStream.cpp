@@ -71,6 +71,11 @@ TlsContext::TlsContext(const Tls& settings)
   SSL_CTX_set_mode(handle_.get(), SSL_MODE_ENABLE_PARTIAL_WRITE | SSL_MODE_ACCEPT_MOVING_WRITE_BUFFER);
   SSL_CTX_set_options(handle_.get(), SSL_OP_NO_RENEGOTIATION);
   SSL_CTX_set_alpn_select_cb(handle_.get(), chooseProtocol, nullptr);
+  if (!settings.offersSessions) {
+    SSL_CTX_set_session_cache_mode(handle_.get(), SSL_SESS_CACHE_OFF);
+    SSL_CTX_set_options(handle_.get(), SSL_OP_NO_TICKET);
+    SSL_CTX_set_num_tickets(handle_.get(), 0);
+  }
   useChain(handle_.get(), settings.certificateChain);
   useKey(handle_.get(), settings.key);
 }

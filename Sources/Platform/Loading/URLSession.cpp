@@ -4,6 +4,7 @@
 
 #include "Platform/Loading/Internal/SessionCore.hpp"
 #include "Platform/Loading/Internal/TaskCore.hpp"
+#include "Platform/Networking/Connecting/TLSContext.hpp"
 
 namespace platform {
 
@@ -53,6 +54,8 @@ std::shared_ptr<URLSessionTask> URLSession::task(URLRequest request, detail::Tas
   return std::make_shared<detail::TaskCore>(shared_from_this(), core_, std::move(request), std::move(plan),
                                             core_->isInvalidated());
 }
+
+void URLSession::forgetServerTrust() { networking::TLSContext::forgetEverywhere(); }
 
 void URLSession::finishTasksAndInvalidate() { core_->invalidate(false); }
 

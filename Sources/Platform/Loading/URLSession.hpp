@@ -114,6 +114,10 @@ class CORVANE_API URLSession : public std::enable_shared_from_this<URLSession> {
   /// and -1008 (the file cannot be read), -1021 (its length changed).
   std::shared_ptr<URLSessionTask> uploadTask(URLRequest request, const URL& file, DataCompletion completion);
 
+  /// For when what decides about trust has changed: servers are judged anew from their next connection on, in all
+  /// sessions of the process. Otherwise a connection that resumes the TLS session of an earlier one (RFC 8446, 2.2) has
+  /// the verdict of that. Connections that are open stay so.
+  static void forgetServerTrust();
   /// No new tasks; those under way finish. Then the delegate is notified.
   void finishTasksAndInvalidate();
   /// No new tasks; those under way are cancelled. Then the delegate is notified.

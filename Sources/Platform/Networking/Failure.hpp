@@ -7,13 +7,13 @@ namespace platform::networking {
 
 /// Why something on the network failed. What the platform's error codes make of it is decided above this room.
 enum class FailureCause : std::uint8_t {
-  invalidRequest,             ///< the request cannot be sent as it is; nothing was sent
-  nameNotFound,               ///< the host's name does not exist (`systemError` is a code of `getaddrinfo`)
-  nameLookupFailed,           ///< the name could not be looked up for the moment (as above)
-  cannotConnect,              ///< no address of the host could be connected to (`systemError` of the one that tells most)
-  outOfDescriptors,           ///< the process or the system has no descriptor left
-  secureConnectionFailed,     ///< the TLS handshake failed, or the connection was lost in it
-  serverNotTrusted,           ///< the verdict on the server was against it
+  invalidRequest,          ///< the request cannot be sent as it is; nothing was sent
+  nameNotFound,            ///< the host's name does not exist (`systemError` is a code of `getaddrinfo`)
+  nameLookupFailed,        ///< the name could not be looked up for the moment (as above)
+  cannotConnect,           ///< no address of the host could be connected to (`systemError` of the one that tells most)
+  outOfDescriptors,        ///< the process or the system has no descriptor left
+  secureConnectionFailed,  ///< the TLS handshake failed, or the connection was lost in it
+  serverNotTrusted,        ///< the verdict on the server was against it
   clientCertificateRequired,  ///< the server wants a certificate of the client
   clientCertificateRejected,  ///< the server refused the client's certificate
   connectionLost,             ///< the connection broke, or closed where more was due

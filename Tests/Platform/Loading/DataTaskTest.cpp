@@ -172,7 +172,7 @@ TEST_F(DataTaskTest, mapsARefusedConnection) {
 
   EXPECT_EQ(loaded.code(), URLErrorCode::cannotConnectToHost);
   EXPECT_EQ(loaded.error->domain(), kCFErrorDomainCFNetwork);
-  EXPECT_EQ(loaded.error->userInfo().find(URLErrorKey::transportCode)->integer(), 7);
+  EXPECT_EQ(loaded.error->userInfo().find(URLErrorKey::transportCode)->integer(), ECONNREFUSED);
   EXPECT_FALSE(loaded.response);
   EXPECT_FALSE(loaded.data);
 }

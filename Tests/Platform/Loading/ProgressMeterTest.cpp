@@ -26,7 +26,7 @@ class ProgressMeterTest : public testing::Test {
   ProgressObservation observation;
   Counts told;
   /// When the test begins.
-  const LoopTime start = 1000 * ProgressMeter::interval;
+  const networking::TimePoint start = networking::TimePoint(1000 * ProgressMeter::interval);
 };
 
 TEST_F(ProgressMeterTest, holdsNothingBackWhileNobodyAsked) {
@@ -48,7 +48,7 @@ TEST_F(ProgressMeterTest, holdsBackCountsThatFollowTooSoon) {
   meter.count(1, start);
 
   EXPECT_TRUE(meter.count(2, start));
-  EXPECT_TRUE(meter.count(3, start + ProgressMeter::interval - 1));
+  EXPECT_TRUE(meter.count(3, start + ProgressMeter::interval - std::chrono::nanoseconds(1)));
   EXPECT_EQ(told, (Counts{{1, -1}}));
   EXPECT_EQ(meter.due(), start + ProgressMeter::interval);
 }

@@ -79,8 +79,19 @@ TEST_F(ServerTrustTest, asksForEachConnectionAndNotForEachRequest) {
   EXPECT_EQ(delegate->challenges, 1);
 }
 
-TEST_F(ServerTrustTest, asksAgainForANewConnection) {
+TEST_F(ServerTrustTest, asksNobodyAboutASessionThatIsResumed) {
   TestServer server(Tls(authority.issue({.dnsNames = {"localhost"}})));
+  server.handleAll([](const ReceivedRequest&) { return MockResponse(200).body("x").closeConnection(); });
+  trustAuthority();
+
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(load(server).body(), "x");
+
+  EXPECT_EQ(server.connectionCount(), 3);
+  EXPECT_EQ(delegate->challenges, 1);
+}
+
+TEST_F(ServerTrustTest, asksAgainForANewConnection) {
+  TestServer server(Tls(authority.issue({.dnsNames = {"localhost"}})).withoutSessions());
   server.handleAll([](const ReceivedRequest&) { return MockResponse(200).body("x").closeConnection(); });
   trustAuthority();
 
@@ -256,8 +267,7 @@ TEST_F(PendingTrustTest, isNotTheServersIdleness) {
   decide(AuthChallengeDisposition::useCredential);
 
   EXPECT_EQ(asking.wait().body(), "x");
-  // Over HTTP/1 it needs a connection of its own, which is judged in its turn.
-  silent->asked.waitForAll(2).back()(AuthChallengeDisposition::useCredential);
+  // Over HTTP/1 it needs a connection of its own, which resumes the session that was judged.
   EXPECT_EQ(sharing.wait().body(), "x");
 }
 

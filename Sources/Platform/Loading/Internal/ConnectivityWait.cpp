@@ -7,38 +7,40 @@
 
 namespace platform::detail {
 
-ConnectivityWait& ConnectivityWait::shared(NetworkLoop& loop) {
+ConnectivityWait& ConnectivityWait::shared(networking::EventLoop& loop) {
   static ConnectivityWait& wait = *new ConnectivityWait(loop);
   return wait;
 }
 
-ConnectivityWait::ConnectivityWait(NetworkLoop& loop) : loop_(loop) { loop_.add(*this); }
+ConnectivityWait::ConnectivityWait(networking::EventLoop& loop) : loop_(loop) {}
 
 void ConnectivityWait::add(const std::shared_ptr<TaskCore>& task) {
-  if (!isWatching_ && monitor_.descriptor() >= 0) loop_.watch(monitor_.descriptor(), EPOLLIN, *this);
-  isWatching_ = true;
+  // Where the system cannot tell of changes, the intervals are what there is.
+  if (!isWatching_ && monitor_.descriptor() >= 0) isWatching_ = loop_.watch(monitor_.descriptor(), *this) == 0;
+  if (tasks_.empty()) loop_.beginWork();
   tasks_.push_back(task);
-  nextTry_ = std::min(nextTry_, loop_.now() + interval_);
+  if (!isArmed()) loop_.arm(*this, loop_.now() + interval_);
 }
 
-void ConnectivityWait::tick(LoopTime now) {
+void ConnectivityWait::timerFired() {
   interval_ = std::min(interval_ * 2, longestInterval);
-  nextTry_ = now + interval_;
   retryAll();
 }
 
-void ConnectivityWait::ready(int, std::uint32_t) {
+void ConnectivityWait::descriptorReady(networking::Readiness) {
   if (!monitor_.drain()) return;
   interval_ = firstInterval;
   retryAll();
 }
 
 void ConnectivityWait::retryAll() {
+  if (tasks_.empty()) return;
+  loop_.disarm(*this);
+  loop_.endWork();
   // Those that fail again come back through `add`.
   for (const auto& waiting : std::exchange(tasks_, {})) {
     if (const auto task = waiting.lock()) task->retryConnecting();
   }
-  if (tasks_.empty()) nextTry_ = never;
 }
 
 }  // namespace platform::detail

@@ -4,8 +4,8 @@
 #include <optional>
 #include <vector>
 
-#include "Platform/Loading/Internal/NetworkLoop.hpp"
 #include "Platform/Loading/Internal/NetworkMonitor.hpp"
+#include "Platform/Networking/Loop/EventLoop.hpp"
 
 namespace platform::detail {
 
@@ -13,30 +13,26 @@ class TaskCore;
 
 /// The tasks that wait for a network. They try again when the system says that links, addresses or routes
 /// changed, and, since not every change that matters is announced, at growing intervals. Loop side only.
-class ConnectivityWait final : public Ticker, public EventHandler {
+class ConnectivityWait final : private networking::Timer, private networking::Watcher {
  public:
-  static ConnectivityWait& shared(NetworkLoop& loop);
+  static ConnectivityWait& shared(networking::EventLoop& loop);
 
   void add(const std::shared_ptr<TaskCore>& task);
 
-  LoopTime nextTick() override { return tasks_.empty() ? never : nextTry_; }
-  void tick(LoopTime now) override;
-  bool isBusy() const override { return !tasks_.empty(); }
-  void ready(int descriptor, std::uint32_t events) override;
-
  private:
-  static constexpr LoopTime firstInterval = 250 * oneMillisecond;
-  static constexpr LoopTime longestInterval = 5000 * oneMillisecond;
+  static constexpr networking::Duration firstInterval = std::chrono::milliseconds(250);
+  static constexpr networking::Duration longestInterval = std::chrono::seconds(5);
 
-  explicit ConnectivityWait(NetworkLoop& loop);
+  explicit ConnectivityWait(networking::EventLoop& loop);
+  void timerFired() override;
+  void descriptorReady(networking::Readiness readiness) override;
   void retryAll();
 
-  NetworkLoop& loop_;
+  networking::EventLoop& loop_;
   NetworkMonitor monitor_;
   bool isWatching_ = false;
   std::vector<std::weak_ptr<TaskCore>> tasks_;
-  LoopTime interval_ = firstInterval;
-  LoopTime nextTry_ = never;
+  networking::Duration interval_ = firstInterval;
 };
 
 }  // namespace platform::detail

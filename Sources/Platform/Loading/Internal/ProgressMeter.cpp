@@ -14,7 +14,7 @@ std::shared_ptr<Progress> ProgressMeter::progress() {
   return progress_;
 }
 
-bool ProgressMeter::count(std::int64_t completed, LoopTime now) {
+bool ProgressMeter::count(std::int64_t completed, networking::TimePoint now) {
   if (completed > completed_.load(std::memory_order_relaxed)) completed_.store(completed);
   if (!isWanted_.load()) return false;
   if (endsWithLastByte_ && completed_.load() == total_.load()) return false;
@@ -23,7 +23,7 @@ bool ProgressMeter::count(std::int64_t completed, LoopTime now) {
   return false;
 }
 
-void ProgressMeter::tell(LoopTime now) {
+void ProgressMeter::tell(networking::TimePoint now) {
   if (!isWanted_.load()) return;
   told_ = now;
   progress()->updateBytes(completed_.load(), total_.load());

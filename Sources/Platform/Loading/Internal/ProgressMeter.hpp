@@ -6,7 +6,7 @@
 #include <mutex>
 
 #include "Platform/Foundation/Progress.hpp"
-#include "Platform/Loading/Internal/LoopClock.hpp"
+#include "Platform/Networking/Loop/Timer.hpp"
 
 namespace platform::detail {
 
@@ -14,9 +14,9 @@ namespace platform::detail {
 /// nothing to speak of while nobody asked for that object.
 ///
 /// Its deadline is when counts that were held back are to be told.
-class ProgressMeter final : public DeadlineEntry {
+class ProgressMeter final : public networking::Timer {
  public:
-  static constexpr LoopTime interval = 50 * oneMillisecond;
+  static constexpr networking::Duration interval = std::chrono::milliseconds(50);
 
   /// Whether the work is done with the last byte, so that `finish` follows at once and tells of it; an upload still
   /// waits for its answer then.
@@ -31,13 +31,15 @@ class ProgressMeter final : public DeadlineEntry {
   void expect(std::int64_t total) { total_.store(total); }
   /// So many bytes are done by now. Going back, as when a body is sent again, counts for nothing.
   /// Returns whether the count is held back, to be told by `tell` at `due`.
-  bool count(std::int64_t completed, LoopTime now);
-  LoopTime due() const { return told_ + interval; }
-  void tell(LoopTime now);
+  bool count(std::int64_t completed, networking::TimePoint now);
+  networking::TimePoint due() const { return told_ + interval; }
+  void tell(networking::TimePoint now);
   /// The work is done, all of it: tells of it once, in any case. A total that was not known is known now.
   void finish();
 
  private:
+  void timerFired() override { tell(networking::NetworkClock::now()); }
+
   const bool endsWithLastByte_;
   bool isFinished_ = false;
   // Written on the loop side. Whoever counts and whoever asks first must not miss each other: one of them sees what
@@ -45,7 +47,7 @@ class ProgressMeter final : public DeadlineEntry {
   std::atomic<std::int64_t> completed_ = 0;
   std::atomic<std::int64_t> total_ = Progress::unknownCount;
   std::atomic<bool> isWanted_ = false;
-  LoopTime told_ = 0;
+  networking::TimePoint told_{};
   std::mutex mutex_;
   std::shared_ptr<Progress> progress_;
 };

@@ -20,6 +20,7 @@ class ReadableFile {
   std::optional<LoadFailure> open(const std::string& path);
 
   const std::string& path() const { return path_; }
+  int descriptor() const { return descriptor_.number(); }
   /// When it was opened.
   std::int64_t size() const { return size_; }
   /// As it is now; absent when the system does not tell.

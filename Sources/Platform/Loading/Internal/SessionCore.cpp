@@ -10,43 +10,54 @@
 #include "Platform/Loading/Internal/TaskCore.hpp"
 #include "Platform/Loading/Internal/TransportErrors.hpp"
 #include "Platform/Loading/URLErrorCodes.hpp"
+#include "Platform/Networking/Loop/NetworkLoop.hpp"
+#include "Platform/Security/Internal/HostMatching.hpp"
 
 namespace platform::detail {
 
+using networking::TrustQuery;
+
 namespace {
 
-Error trustError(const TrustGate& gate, std::int32_t code, const std::string& message) {
-  const bool isIPv6 = gate.host().find(':') != std::string::npos;
-  const URL server("https://" + (isIPv6 ? "[" + gate.host() + "]" : gate.host()) + ":" + std::to_string(gate.port()) +
+Error trustError(const TrustQuery& query, std::int32_t code, const std::string& message) {
+  const bool isIPv6 = query.host.find(':') != std::string::npos;
+  const URL server("https://" + (isIPv6 ? "[" + query.host + "]" : query.host) + ":" + std::to_string(query.port) +
                    "/");
   return transportError(code, message, server, false);
 }
 
+/// The host name is verified whatever the delegate says.
+std::optional<Error> hostMismatch(const TrustQuery& query) {
+  if (!query.chain.empty() && certificateIsFor(query.host, query.chain.front())) return std::nullopt;
+  return trustError(query, urlErrorCode(SecTrustProblem::hostMismatch),
+                    "The server's certificate is not for the host \"" + query.host + "\".");
+}
+
 /// The system's anchors and the host name decide. Where the delegate's own evaluation with more anchors got
 /// further than an unknown root, its finding says more about what is wrong.
-std::optional<Error> defaultHandling(const TrustGate& gate, const std::shared_ptr<SecTrust>& delegates) {
-  SecTrust trust(gate.chain(), gate.host());
+std::optional<Error> defaultHandling(const TrustQuery& query, const std::shared_ptr<SecTrust>& delegates) {
+  SecTrust trust(query.chain, query.host);
   if (trust.evaluate() == SecTrustResult::unspecified) return std::nullopt;
   const bool takesDelegates =
       trust.problem() == SecTrustProblem::unknownRoot && delegates && delegates->problem() != SecTrustProblem::none;
   const SecTrust& telling = takesDelegates ? *delegates : trust;
-  return trustError(gate, urlErrorCode(telling.problem()), telling.problemDescription());
+  return trustError(query, urlErrorCode(telling.problem()), telling.problemDescription());
 }
 
 }  // namespace
 
 SessionCore::SessionCore(URLSessionConfiguration configuration, std::shared_ptr<URLSessionDelegate> delegate,
                          DispatchQueue delegateQueue)
-    : loop_(NetworkLoop::shared()),
+    : loop_(networking::NetworkLoop::shared().loop()),
       configuration_(std::move(configuration)),
       delegateQueue_(std::move(delegateQueue)),
       delegate_(std::move(delegate)) {}
 
 SessionCore::~SessionCore() {
   // A forked child, at whose exit an object of static duration may end, has no loop.
-  if (ForkGuard::isForkedChild()) static_cast<void>(pool_.release());
+  if (ForkGuard::isForkedChild()) static_cast<void>(loader_.release());
   // Connections may only be closed by the loop's owner.
-  if (pool_) loop_.post([pool = std::move(pool_)]() mutable { pool.reset(); });
+  if (loader_) loop_.post([loader = std::move(loader_)]() mutable { loader.reset(); });
 }
 
 std::optional<std::string> SessionCore::description() const {
@@ -85,13 +96,13 @@ void SessionCore::invalidate(bool cancelTasks) {
   });
 }
 
-ConnectionPool& SessionCore::pool() {
-  if (!pool_) {
-    // The pool never outlives this object while exchanges run, since their tasks hold it.
-    pool_ = std::make_unique<ConnectionPool>(loop_, configuration_,
-                                             [this](const std::shared_ptr<TrustGate>& gate) { challenge(gate); });
+HTTPLoader& SessionCore::loader() {
+  if (!loader_) {
+    // The loader never outlives this object while loads run, since their tasks hold it.
+    loader_ = std::make_unique<HTTPLoader>(
+        loop_, configuration_, [this](const std::shared_ptr<const TrustQuery>& query) { challenge(query); });
   }
-  return *pool_;
+  return *loader_;
 }
 
 void SessionCore::begin(const std::shared_ptr<TaskCore>& task) {
@@ -114,9 +125,9 @@ void SessionCore::end(const std::shared_ptr<TaskCore>& task) {
 void SessionCore::closeWhenDone() {
   if (!isClosing_ || isClosed_ || !tasks_.empty()) return;
   isClosed_ = true;
-  // Posted, since the pool may be in the middle of ending the last exchange.
+  // Posted, since the loader may be in the middle of ending the last exchange.
   loop_.post([self = shared_from_this(), session = session_.lock()] {
-    self->pool_.reset();
+    self->loader_.reset();
     self->loop_.deliver(self->delegateQueue_, [self, session] {
       std::shared_ptr<URLSessionDelegate> delegate;
       {
@@ -132,23 +143,23 @@ void SessionCore::awaitConnectivity(const std::shared_ptr<TaskCore>& task) {
   ConnectivityWait::shared(loop_).add(task);
 }
 
-void SessionCore::challenge(const std::shared_ptr<TrustGate>& gate) {
+void SessionCore::challenge(const std::shared_ptr<const TrustQuery>& query) {
   auto self = shared_from_this();
   auto session = session_.lock();
   auto asked = delegate();
   using JudgeByDefault = std::function<void(std::shared_ptr<SecTrust>)>;
-  const JudgeByDefault judgeByDefault = [self, gate](std::shared_ptr<SecTrust> delegates) {
-    DispatchQueue::global().async([self, gate, delegates] { self->conclude(gate, defaultHandling(*gate, delegates)); });
+  const JudgeByDefault judgeByDefault = [self, query](std::shared_ptr<SecTrust> delegates) {
+    DispatchQueue::global().async([self, query, delegates] { self->conclude(query, defaultHandling(*query, delegates)); });
   };
   if (!session || !asked) {
     judgeByDefault(nullptr);
     return;
   }
-  loop_.deliver(delegateQueue_, [self, session, asked, gate, judgeByDefault] {
-    auto trust = std::make_shared<SecTrust>(gate->chain(), gate->host());
+  loop_.deliver(delegateQueue_, [self, session, asked, query, judgeByDefault] {
+    auto trust = std::make_shared<SecTrust>(query->chain, query->host);
     URLAuthenticationChallenge challenge;
-    challenge.protectionSpace = {.host = gate->host(),
-                                 .port = gate->port(),
+    challenge.protectionSpace = {.host = query->host,
+                                 .port = query->port,
                                  .protocol = "https",
                                  .authenticationMethod = "NSURLAuthenticationMethodServerTrust",
                                  .serverTrust = trust};
@@ -156,31 +167,31 @@ void SessionCore::challenge(const std::shared_ptr<TrustGate>& gate) {
     struct Pending {
       std::atomic<bool> isAnswered = false;
       std::shared_ptr<SessionCore> session;
-      std::shared_ptr<TrustGate> gate;
+      std::shared_ptr<const TrustQuery> query;
       JudgeByDefault judgeByDefault;
     };
     auto pending = std::make_shared<Pending>();
     pending->session = self;
-    pending->gate = gate;
+    pending->query = query;
     pending->judgeByDefault = judgeByDefault;
     asked->didReceiveChallenge(
         session, challenge,
         [pending, trust](AuthChallengeDisposition disposition, std::optional<URLCredential> credential) {
           if (pending->isAnswered.exchange(true)) return;
           const auto core = std::exchange(pending->session, nullptr);
-          const auto closed = std::exchange(pending->gate, nullptr);
+          const auto judged = std::exchange(pending->query, nullptr);
           const auto byDefault = std::exchange(pending->judgeByDefault, nullptr);
           switch (disposition) {
             case AuthChallengeDisposition::useCredential:
               if (!credential || !credential->trust) break;
-              core->conclude(closed, std::nullopt);
+              core->conclude(judged, hostMismatch(*judged));
               return;
             case AuthChallengeDisposition::cancelAuthenticationChallenge:
-              core->conclude(closed, trustError(*closed, URLErrorCode::userCancelledAuthentication,
+              core->conclude(judged, trustError(*judged, URLErrorCode::userCancelledAuthentication,
                                                 "the application refused the server"));
               return;
             case AuthChallengeDisposition::rejectProtectionSpace:
-              core->conclude(closed, trustError(*closed, URLErrorCode::serverCertificateUntrusted,
+              core->conclude(judged, trustError(*judged, URLErrorCode::serverCertificateUntrusted,
                                                 "the application does not trust the server"));
               return;
             case AuthChallengeDisposition::performDefaultHandling:
@@ -191,9 +202,9 @@ void SessionCore::challenge(const std::shared_ptr<TrustGate>& gate) {
   });
 }
 
-void SessionCore::conclude(const std::shared_ptr<TrustGate>& gate, std::optional<Error> rejection) {
-  loop_.post([self = shared_from_this(), gate, rejection = std::move(rejection)]() mutable {
-    if (self->pool_) self->pool_->decide(gate, std::move(rejection));
+void SessionCore::conclude(const std::shared_ptr<const TrustQuery>& query, std::optional<Error> rejection) {
+  loop_.post([self = shared_from_this(), query, rejection = std::move(rejection)]() mutable {
+    if (self->loader_) self->loader_->decide(query, rejection);
   });
 }
 

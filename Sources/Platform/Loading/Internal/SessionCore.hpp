@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "Platform/Loading/Internal/ConnectionPool.hpp"
-#include "Platform/Loading/Internal/NetworkLoop.hpp"
+#include "Platform/Loading/Internal/HTTPLoader.hpp"
 #include "Platform/Loading/URLSession.hpp"
+#include "Platform/Networking/Loop/EventLoop.hpp"
 
 namespace platform::detail {
 
@@ -22,7 +22,7 @@ class SessionCore : public std::enable_shared_from_this<SessionCore> {
   ~SessionCore();
 
   // Any thread.
-  NetworkLoop& loop() const { return loop_; }
+  networking::EventLoop& loop() const { return loop_; }
   const URLSessionConfiguration& configuration() const { return configuration_; }
   const DispatchQueue& delegateQueue() const { return delegateQueue_; }
   std::optional<std::string> description() const;
@@ -33,7 +33,7 @@ class SessionCore : public std::enable_shared_from_this<SessionCore> {
 
   // Loop side.
   bool acceptsTasks() const { return !isClosing_; }
-  ConnectionPool& pool();
+  HTTPLoader& loader();
   /// The task is under way, and kept alive until its end. Again is fine.
   void begin(const std::shared_ptr<TaskCore>& task);
   /// The task is done; its session may be, too.
@@ -43,11 +43,11 @@ class SessionCore : public std::enable_shared_from_this<SessionCore> {
 
  private:
   void closeWhenDone();
-  void challenge(const std::shared_ptr<TrustGate>& gate);
-  void conclude(const std::shared_ptr<TrustGate>& gate, std::optional<Error> rejection);
+  void challenge(const std::shared_ptr<const networking::TrustQuery>& query);
+  void conclude(const std::shared_ptr<const networking::TrustQuery>& query, std::optional<Error> rejection);
   std::shared_ptr<URLSessionDelegate> delegate() const;
 
-  NetworkLoop& loop_;
+  networking::EventLoop& loop_;
   const URLSessionConfiguration configuration_;
   const DispatchQueue delegateQueue_;
   std::weak_ptr<URLSession> session_;
@@ -60,7 +60,7 @@ class SessionCore : public std::enable_shared_from_this<SessionCore> {
   bool isClosing_ = false;  // from here on: loop side
   bool isClosed_ = false;
   std::vector<std::shared_ptr<TaskCore>> tasks_;  ///< each knows its place
-  std::unique_ptr<ConnectionPool> pool_;
+  std::unique_ptr<HTTPLoader> loader_;
 };
 
 }  // namespace platform::detail

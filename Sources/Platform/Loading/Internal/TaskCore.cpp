@@ -101,7 +101,7 @@ std::optional<LoadFailure> TaskCore::openBodyFile() {
 
 void TaskCore::send() {
   nextRequest_.reset();
-  core_->pool().submit(*this);
+  core_->loader().submit(*this);
 }
 
 void TaskCore::loadFile() {
@@ -144,7 +144,7 @@ bool TaskCore::wantsBody(const std::shared_ptr<const HTTPURLResponse>& response)
   return !nextRequest_ && !redirectFailure_;
 }
 
-void TaskCore::exchangeEnded(ExchangeOutcome outcome) {
+void TaskCore::loadEnded(LoadOutcome outcome) {
   if (state() == URLSessionTask::State::canceling) {
     finish(cancelledError(requestToSend().url));
   } else if (redirectFailure_) {
@@ -162,7 +162,7 @@ void TaskCore::exchangeEnded(ExchangeOutcome outcome) {
   }
 }
 
-void TaskCore::conclude(ExchangeOutcome outcome) {
+void TaskCore::conclude(LoadOutcome outcome) {
   if (isDownload_) {
     if (!outcome.error) {
       if (const auto failure = completeDownload())
@@ -204,7 +204,7 @@ void TaskCore::bodyReceived(std::int64_t completed) {
 }
 
 void TaskCore::count(std::int64_t completed) {
-  if (meter_.count(completed, core_->loop().now())) core_->pool().tellLater(meter_);
+  if (meter_.count(completed, core_->loop().now())) core_->loader().scheduleReport(meter_);
 }
 
 void TaskCore::retryConnecting() {
@@ -215,7 +215,7 @@ void TaskCore::retryConnecting() {
 void TaskCore::cancelNow() {
   if (state() == URLSessionTask::State::completed) return;
   core_->begin(shared_from_this());
-  if (exchange || isWaiting()) core_->pool().withdraw(*this);
+  if (load) core_->loader().withdraw(*this);
   finish(cancelledError(requestToSend().url));
 }
 
@@ -223,7 +223,7 @@ void TaskCore::finish(std::optional<Data> data, std::shared_ptr<const URLRespons
                       std::optional<Error> error) {
   if (state_.exchange(URLSessionTask::State::completed) == URLSessionTask::State::completed) return;
   waitsForConnectivity_ = false;
-  if (meter_.isArmed()) core_->pool().tellNoMore(meter_);
+  if (meter_.isArmed()) core_->loader().cancelReport(meter_);
   if (!error) meter_.finish();
   bodyFile_ = UploadFile();
   download_ = DownloadFile();

@@ -7,9 +7,8 @@
 
 #include "Platform/Dispatch/Internal/LiveCount.hpp"
 #include "Platform/Loading/Internal/DownloadFile.hpp"
-#include "Platform/Loading/Internal/Exchange.hpp"
+#include "Platform/Loading/Internal/LoadOwner.hpp"
 #include "Platform/Loading/Internal/ProgressMeter.hpp"
-#include "Platform/Loading/Internal/UploadFile.hpp"
 #include "Platform/Loading/URLSession.hpp"
 
 namespace platform::detail {
@@ -41,7 +40,7 @@ struct TaskPlan {
 ///
 /// `state_` may be read anywhere; what is marked "loop side" belongs to the loop's owner.
 class TaskCore final : public URLSessionTask,
-                       public ExchangeOwner,
+                       public LoadOwner,
                        public std::enable_shared_from_this<TaskCore>,
                        public LiveCount<TaskCore> {
  public:
@@ -65,14 +64,13 @@ class TaskCore final : public URLSessionTask,
   /// The network changed: try again if that is what this task waits for.
   void retryConnecting();
   const URLRequest& requestToSend() const override { return currentRequest_ ? *currentRequest_ : originalRequest_; }
-  BodySource* bodySource() override { return sendsFile_ ? &bodyFile_ : nullptr; }
-  bool movesFiles() const override { return isUpload_ || isDownload_; }
+  UploadFile* bodyFile() override { return sendsFile_ ? &bodyFile_ : nullptr; }
   bool wantsBody(const std::shared_ptr<const HTTPURLResponse>& response) override;
   std::variant<BodySink*, LoadFailure> bodySink() override;
   void bodyAnnounced(std::int64_t count) override;
   void bodySent(std::int64_t count) override;
   void bodyReceived(std::int64_t count) override;
-  void exchangeEnded(ExchangeOutcome outcome) override;
+  void loadEnded(LoadOutcome outcome) override;
 
  private:
   void start();
@@ -80,7 +78,7 @@ class TaskCore final : public URLSessionTask,
   void send();
   void loadFile();
   void count(std::int64_t completed);
-  void conclude(ExchangeOutcome outcome);
+  void conclude(LoadOutcome outcome);
   std::optional<LoadFailure> completeDownload();
   void finish(std::optional<Data> data, std::shared_ptr<const URLResponse> response, std::optional<Error> error);
   void finish(Error error) { finish(std::nullopt, nullptr, std::move(error)); }

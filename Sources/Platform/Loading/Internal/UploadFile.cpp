@@ -27,10 +27,20 @@ std::variant<std::size_t, LoadFailure> UploadFile::read(std::span<std::byte> roo
   auto result = file_.read(offset_, room.first(wanted));
   const auto* got = std::get_if<std::size_t>(&result);
   if (!got) return result;
-  if (*got == 0 && left > 0) return lengthChanged(file_.currentSize().value_or(offset_));
-  offset_ += static_cast<std::int64_t>(*got);
-  if (offset_ == size() && file_.currentSize() != size()) return lengthChanged(file_.currentSize().value_or(0));
-  return result;
+  const std::size_t count = *got;
+  if (auto failure = advance(count)) return std::move(*failure);
+  return count;
+}
+
+std::optional<LoadFailure> UploadFile::advance(std::size_t count) {
+  if (count == 0 && !isAtEnd()) return lengthChanged(file_.currentSize().value_or(offset_));
+  offset_ += static_cast<std::int64_t>(count);
+  return isAtEnd() ? changeOfLength() : std::nullopt;
+}
+
+std::optional<LoadFailure> UploadFile::changeOfLength() const {
+  if (file_.currentSize() == size()) return std::nullopt;
+  return lengthChanged(file_.currentSize().value_or(0));
 }
 
 LoadFailure UploadFile::lengthChanged(std::int64_t now) const {

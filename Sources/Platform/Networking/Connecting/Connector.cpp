@@ -1,5 +1,7 @@
 #include "Platform/Networking/Connecting/Connector.hpp"
 
+#include <sys/socket.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <string>
@@ -30,6 +32,13 @@ int weight(int systemError) {
     default:
       return 2;
   }
+}
+
+/// Whether the peer closed, or the connection broke, and nothing is left to be read.
+bool hasEnded(int socket) {
+  char byte = 0;
+  const ssize_t count = ::recv(socket, &byte, 1, MSG_PEEK | MSG_DONTWAIT);
+  return count == 0 || (count < 0 && errno != EAGAIN && errno != EWOULDBLOCK && errno != EINTR);
 }
 
 }  // namespace
@@ -135,6 +144,9 @@ void Connector::secure(std::unique_ptr<ByteStream> connection) {
 
 void Connector::streamReadable() {
   if (phase_ == Phase::securing) continueHandshake();
+  if (phase_ == Phase::judging && hasEnded(secured_->descriptor())) {
+    fail({FailureCause::secureConnectionFailed, "the connection was lost while its server was being judged", 0});
+  }
 }
 
 /// What the handshake has still to write leaves by itself.

@@ -1,6 +1,7 @@
 #include "Platform/Networking/Connecting/TLSContext.hpp"
 
 #include <algorithm>
+#include <atomic>
 #include <iterator>
 #include <utility>
 
@@ -36,6 +37,9 @@ Duration hintOf(const SSL_SESSION* session) {
   const unsigned long seconds = SSL_SESSION_get_ticket_lifetime_hint(session);
   return seconds == 0 ? Duration::max() : durationOfSeconds(static_cast<double>(seconds));
 }
+
+/// How often all contexts were told to forget.
+std::atomic<std::uint64_t> forgottenEverywhere = 0;
 
 }  // namespace
 
@@ -83,12 +87,22 @@ void TLSContext::forget() {
   sessions_.clear();
 }
 
+void TLSContext::forgetEverywhere() { forgottenEverywhere.fetch_add(1); }
+
+std::uint64_t TLSContext::trustEpoch() const { return trustEpoch_ + forgottenEverywhere.load(); }
+
+void TLSContext::dropOutdated() {
+  const std::uint64_t epoch = forgottenEverywhere.load();
+  if (std::exchange(sharedEpoch_, epoch) != epoch) sessions_.clear();
+}
+
 std::span<std::byte> TLSContext::scratch() {
   if (!scratch_) scratch_.reset(new std::byte[scratchBytes]);
   return {scratch_.get(), scratchBytes};
 }
 
 TLSContext::Session TLSContext::takeSession(const Origin& origin, TimePoint now) {
+  dropOutdated();
   for (auto kept = sessions_.begin(); kept != sessions_.end();) {
     if (kept->end <= now || SSL_SESSION_is_resumable(kept->session.get()) != 1) {
       kept = sessions_.erase(kept);
@@ -110,7 +124,8 @@ TLSContext::Session TLSContext::takeSession(const Origin& origin, TimePoint now)
 }
 
 void TLSContext::keepSession(const Origin& origin, std::uint64_t trustEpoch, Session session, TimePoint now) {
-  if (trustEpoch != trustEpoch_) return;
+  if (trustEpoch != this->trustEpoch()) return;
+  dropOutdated();
   makeRoom(origin);
   const TimePoint end = now + std::min(sessionLifetime, hintOf(session.get()));
   sessions_.push_front({origin.host, origin.port, std::move(session), end});

@@ -42,8 +42,10 @@ class TLSContext {
 
   /// Drops all sessions, and those of handshakes under way. Connections that are open stay so.
   void forget();
+  /// The same for all contexts of the process, each at its next use. Any thread.
+  static void forgetEverywhere();
   /// Grows with each `forget`: tells connections that were judged before from those after it.
-  std::uint64_t trustEpoch() const { return trustEpoch_; }
+  std::uint64_t trustEpoch() const;
   std::size_t sessionCount() const { return sessions_.size(); }
 
   // For `TLSStream`.
@@ -69,6 +71,7 @@ class TLSContext {
   };
 
   explicit TLSContext(SSL_CTX* handle) : handle_(handle) {}
+  void dropOutdated();
   void makeRoom(const Origin& origin);
 
   SSL_CTX* const handle_;
@@ -76,6 +79,8 @@ class TLSContext {
   std::list<Kept> sessions_;
   std::unique_ptr<std::byte[]> scratch_;
   std::uint64_t trustEpoch_ = 0;
+  /// How often all contexts had been told to forget when this one looked last.
+  std::uint64_t sharedEpoch_ = 0;
 };
 
 }  // namespace platform::networking

@@ -1,7 +1,7 @@
 #include "Platform/Networking/Loop/EventLoop.hpp"
 
 #include <sys/epoll.h>
-#include <sys/eventfd.h>
+#include <sys/timerfd.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -32,31 +32,21 @@ std::uint64_t keyOf(int descriptor, std::uint32_t generation) {
 
 EventLoop::EventLoop()
     : epoll_(checked(::epoll_create1(EPOLL_CLOEXEC), "epoll")),
-      wake_(checked(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd")),
+      alarm_(checked(::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK), "timerfd")),
       receiveBuffer_(new std::byte[receiveBufferBytes]),
       now_(NetworkClock::now()) {
-  epoll_event event{};
-  event.events = EPOLLIN | EPOLLET;
-  event.data.u64 = keyOf(wake_, 0);
-  if (::epoll_ctl(epoll_, EPOLL_CTL_ADD, wake_, &event) != 0) checked(-1, "epoll");
+  for (const int descriptor : {ownership_.wakeDescriptor(), alarm_}) {
+    epoll_event event{};
+    event.events = EPOLLIN | EPOLLET;
+    event.data.u64 = keyOf(descriptor, 0);
+    checked(::epoll_ctl(epoll_, EPOLL_CTL_ADD, descriptor, &event), "epoll");
+  }
+  ownership_.tryAcquire();
 }
 
 EventLoop::~EventLoop() {
-  ::close(wake_);
+  ::close(alarm_);
   ::close(epoll_);
-}
-
-void EventLoop::post(Block command) {
-  bool isToBeWoken = false;
-  {
-    const detail::MutexLock lock(mutex_);
-    inbox_.push_back(std::move(command));
-    isToBeWoken = std::exchange(isSleeping_, false);
-  }
-  if (!isToBeWoken) return;
-  const std::uint64_t one = 1;
-  // Edge-triggered and never read: each write is an event of its own, and the counter lasts for 2^64 of them.
-  [[maybe_unused]] const auto written = ::write(wake_, &one, sizeof one);
 }
 
 int EventLoop::watch(int descriptor, Watcher& watcher) {
@@ -108,21 +98,33 @@ void EventLoop::deliver(const DispatchQueue& queue, Block block) {
   deliveries_.emplace_back(queue, std::vector<Block>()).second.push_back(std::move(block));
 }
 
-bool EventLoop::hasWork() {
-  if (workCount_ > 0 || !deferred_.empty()) return true;
-  const detail::MutexLock lock(mutex_);
-  return !inbox_.empty();
+bool EventLoop::hasWork() { return workCount_ > 0 || !deferred_.empty() || ownership_.hasCommands(); }
+
+void EventLoop::watchTimers() {
+  const TimePoint next = timers_.nextLook();
+  const TimePoint now = NetworkClock::now();
+  const bool isWatched = alarmDue_ > now && alarmDue_ <= next;
+  if (next == never || isWatched) return;
+  // One that fires early only leads to a look that finds nothing; setting it each time would cost a call.
+  alarmDue_ = std::max(next, now + std::chrono::milliseconds(1));
+  const auto delay = alarmDue_ - now;
+  const auto seconds = std::chrono::floor<std::chrono::seconds>(delay);
+  itimerspec spec{};
+  spec.it_value.tv_sec = static_cast<time_t>(seconds.count());
+  spec.it_value.tv_nsec = static_cast<long>((delay - seconds).count());
+  ::timerfd_settime(alarm_, 0, &spec, nullptr);
 }
 
 bool EventLoop::iterate(Duration limit) {
   const int budget = waitBudget(limit);
+  const bool sleeps = budget != 0 && ownership_.beginSleep();
+  const TimePoint begin = sleeps && !observers_.empty() ? NetworkClock::now() : TimePoint{};
   std::array<epoll_event, 128> events;
-  const int count = ::epoll_wait(epoll_, events.data(), static_cast<int>(events.size()), budget);
-  if (budget != 0) {
-    const detail::MutexLock lock(mutex_);
-    isSleeping_ = false;
-  }
+  // Also before commands that wait already: what happened to idle connections must be known when they are chosen.
+  const int count = ::epoll_wait(epoll_, events.data(), static_cast<int>(events.size()), sleeps ? budget : 0);
+  if (sleeps) ownership_.endSleep();
   now_ = NetworkClock::now();
+  for (std::size_t i = 0; sleeps && i < observers_.size(); ++i) observers_[i]->loopSlept(now_, now_ - begin);
   if (count > 0) handle(events.data(), count);
   runDeferred();
   runCommands();
@@ -130,7 +132,7 @@ bool EventLoop::iterate(Duration limit) {
   return flushDeliveries();
 }
 
-/// In milliseconds, as epoll wants it; -1: for ever. Unless it is 0, the loop counts as sleeping from here on.
+/// In milliseconds, as epoll wants it; -1: for ever.
 int EventLoop::waitBudget(Duration limit) {
   if (!deferred_.empty()) return 0;
   const TimePoint next = timers_.nextLook();
@@ -141,11 +143,6 @@ int EventLoop::waitBudget(Duration limit) {
     if (!ManualNetworkClock::isInstalled()) limit = std::min(limit, next - now);
   }
   if (limit <= Duration::zero()) return 0;
-  {
-    const detail::MutexLock lock(mutex_);
-    if (!inbox_.empty()) return 0;
-    isSleeping_ = true;
-  }
   if (limit == Duration::max()) return -1;
   // Rounded up: waking before the time would only mean to wait again.
   const auto milliseconds = std::chrono::ceil<std::chrono::milliseconds>(limit).count();
@@ -155,7 +152,7 @@ int EventLoop::waitBudget(Duration limit) {
 void EventLoop::handle(const epoll_event* events, int count) {
   for (int i = 0; i < count; ++i) {
     const int descriptor = static_cast<int>(events[i].data.u64 & 0xffffffffU);
-    if (descriptor == wake_) continue;
+    if (descriptor == ownership_.wakeDescriptor() || descriptor == alarm_) continue;
     // An earlier event of this batch may have closed the descriptor, and a new socket may bear its number.
     const Watch watch = watches_[static_cast<std::size_t>(descriptor)];
     if (!watch.watcher || watch.generation != static_cast<std::uint32_t>(events[i].data.u64 >> 32)) continue;
@@ -176,15 +173,9 @@ void EventLoop::runDeferred() {
   running_.clear();
 }
 
-bool EventLoop::takeCommands() {
-  const detail::MutexLock lock(mutex_);
-  if (inbox_.empty()) return false;
-  commands_.swap(inbox_);
-  return true;
-}
-
 void EventLoop::runCommands() {
-  if (!takeCommands()) return;
+  if (!ownership_.takeCommands(commands_)) return;
+  now_ = NetworkClock::now();
   for (Block& command : commands_) command();
   commands_.clear();
 }

@@ -7,9 +7,9 @@
 #include <utility>
 #include <vector>
 
-#include "Platform/Detail/Locking.hpp"
 #include "Platform/Dispatch/DispatchQueue.hpp"
 #include "Platform/Dispatch/UniqueFunction.hpp"
+#include "Platform/Networking/Loop/LoopOwnership.hpp"
 #include "Platform/Networking/Loop/NetworkClock.hpp"
 #include "Platform/Networking/Loop/TimerQueue.hpp"
 
@@ -48,6 +48,16 @@ class Deferred {
   std::size_t place_ = notDeferred;
 };
 
+/// Something that wants to know how long the loop slept. Loop side only.
+class SleepObserver {
+ public:
+  /// The loop waited that long for events, until `now`.
+  virtual void loopSlept(TimePoint now, Duration duration) = 0;
+
+ protected:
+  virtual ~SleepObserver() = default;
+};
+
 /// An event loop over epoll. Code marked "loop side" runs on the thread that owns the loop at the moment; everything
 /// else reaches the loop by `post`. What an iteration finishes is delivered in one batch for each queue.
 class EventLoop {
@@ -55,14 +65,14 @@ class EventLoop {
   /// The bytes of `receiveBuffer`.
   static constexpr std::size_t receiveBufferBytes = std::size_t{64} * 1024;
 
-  /// Traps when the system has no descriptor left for it.
+  /// Traps when the system has no descriptor left for it. The caller owns it: it alone calls `iterate`.
   EventLoop();
   ~EventLoop();
   EventLoop(const EventLoop&) = delete;
   EventLoop& operator=(const EventLoop&) = delete;
 
   /// Runs the command on the loop side, soon. Commands keep their order. Any thread.
-  void post(Block command);
+  void post(Block command) { ownership_.post(std::move(command)); }
 
   // Loop side.
 
@@ -79,6 +89,8 @@ class EventLoop {
   /// Arms the timer, or moves it, earlier or later.
   void arm(Timer& timer, TimePoint deadline) { timers_.arm(timer, deadline); }
   void disarm(Timer& timer) { timers_.disarm(timer); }
+  void addObserver(SleepObserver& observer) { observers_.push_back(&observer); }
+  void removeObserver(SleepObserver& observer) { std::erase(observers_, &observer); }
   /// The time at which the present iteration began.
   TimePoint now() const { return now_; }
   /// Scratch space that whoever reads now may use until the next read.
@@ -90,6 +102,11 @@ class EventLoop {
   void endWork() { --workCount_; }
   /// Whether anything is under way, or waits to be done.
   bool hasWork();
+  LoopOwnership& ownership() { return ownership_; }
+  /// Readable when there are events, and when a timer is due that `watchTimers` set.
+  int descriptor() const { return epoll_; }
+  /// Sees to it that `descriptor` becomes readable when the next timer is due, while nobody drives the loop.
+  void watchTimers();
 
  private:
   struct Watch {
@@ -98,7 +115,6 @@ class EventLoop {
   };
 
   int waitBudget(Duration limit);
-  bool takeCommands();
   void handle(const epoll_event* events, int count);
   void runDeferred();
   void runCommands();
@@ -106,17 +122,16 @@ class EventLoop {
   bool flushDeliveries();
 
   int epoll_ = -1;
-  int wake_ = -1;  ///< eventfd: ends a wait
-
-  detail::Mutex mutex_;
-  std::vector<Block> inbox_ CORVANE_GUARDED_BY(mutex_);
-  bool isSleeping_ CORVANE_GUARDED_BY(mutex_) = false;
+  int alarm_ = -1;  ///< timerfd: for `watchTimers`
+  LoopOwnership ownership_;
 
   // From here on: loop side.
   std::vector<Block> commands_;
+  TimePoint alarmDue_ = never;  ///< when the timerfd fires
   std::vector<Watch> watches_;  ///< by descriptor
   std::uint32_t generation_ = 0;
   TimerQueue timers_;
+  std::vector<SleepObserver*> observers_;
   std::vector<Deferred*> deferred_;
   std::vector<Deferred*> running_;  ///< of the deferred, those that this iteration calls
   std::vector<std::pair<DispatchQueue, std::vector<Block>>> deliveries_;

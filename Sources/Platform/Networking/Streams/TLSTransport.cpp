@@ -83,7 +83,11 @@ std::size_t TLSTransport::writeNow(Bytes bytes) {
   while (sent < bytes.size()) {
     const Bytes rest = bytes.subspan(sent);
     const IOResult result = stream_->write({&rest, 1});
-    if (result.status == IOStatus::failed) writeFailure_ = stream_->failure();
+    if (result.status == IOStatus::failed) {
+      writeFailure_ = stream_->failure();
+      // What the peer said before it went is still to be read, though nobody was told of it yet.
+      isDrained_ = false;
+    }
     if (result.status != IOStatus::done) break;
     sent += result.count;
   }

@@ -5,6 +5,9 @@
 
 #include <array>
 
+#include "Platform/Security/Internal/CertificateHandle.hpp"
+#include "Platform/Security/Internal/OpenSSLUse.hpp"
+
 namespace platform::detail {
 namespace {
 
@@ -41,6 +44,11 @@ bool certificateIsFor(const std::string& host, X509* certificate) {
   const AddressBytes address = addressFrom(host);
   if (address.count == 0) return matchesName(host, certificate);
   return X509_check_ip(certificate, address.bytes.data(), address.count, 0) == 1;
+}
+
+bool certificateIsFor(const std::string& host, const SecCertificate& certificate) {
+  const OpenSSLUse use;
+  return use && certificateIsFor(host, certificate.handle()->x509);
 }
 
 }  // namespace platform::detail

@@ -7,10 +7,10 @@
 #include <string_view>
 #include <unordered_map>
 
-#include "Platform/Loading/Internal/IntrusiveList.hpp"
-#include "Platform/Loading/Internal/LoopClock.hpp"
+#include "Platform/Networking/Loop/NetworkClock.hpp"
+#include "Platform/Networking/Pool/IntrusiveList.hpp"
 
-namespace platform::detail {
+namespace platform::networking {
 
 class AdmissionQueue;
 struct AdmissionHost;
@@ -35,7 +35,7 @@ class AdmissionEntry : public ListLinks<AdmissionEntry> {
   State state_ = State::outside;
 };
 
-/// Decides which transfers may run, so that libcurl never holds more than pays off: a few dozen active
+/// Decides which transfers may run, so that no more than pays off is under way: a few dozen active
 /// transfers keep a core busy, and each further one costs the loop time, but against a server that is
 /// slow to answer more are needed to keep the loop busy at all.
 ///
@@ -66,7 +66,7 @@ class AdmissionQueue {
   /// The loop slept that long, until `now`. While entries wait because of the limit and the loop sleeps for
   /// most of the time, more transfers cost nothing: the limit grows by half every two milliseconds. Once a
   /// second it falls to twice what was used at most since, not below `initialLimit`. Returns whether it grew.
-  bool loopSlept(LoopTime now, LoopTime duration);
+  bool loopSlept(TimePoint now, Duration duration);
 
   std::size_t limit() const { return limit_; }
   std::size_t waiting() const { return waiting_; }
@@ -87,7 +87,7 @@ class AdmissionQueue {
   AdmissionHost& hostNamed(std::string_view name);
   void refreshReadiness(AdmissionHost& host);
   bool isHeldBack() const { return !ready_.isEmpty() && active_ >= limit_ && limit_ < cap_; }
-  void lowerLimitIfUnused(LoopTime now);
+  void lowerLimitIfUnused(TimePoint now);
   void forgetIfUnused(AdmissionHost& host);
 
   const std::size_t cap_;
@@ -96,13 +96,13 @@ class AdmissionQueue {
   std::size_t active_ = 0;
   // The most that was active at a time since the limit was looked at last.
   std::size_t peak_ = 0;
-  LoopTime lastLook_ = 0;
+  TimePoint lastLook_{};
   // How much of the time the loop slept, counted while the limit holds something back.
-  LoopTime countedSince_ = 0;
-  LoopTime slept_ = 0;
+  TimePoint countedSince_{};
+  Duration slept_{};
   std::unordered_map<std::string, std::unique_ptr<AdmissionHost>, Hash, std::equal_to<>> hosts_;
   // Hosts that have something waiting and are below their maximum, in turn.
   IntrusiveList<AdmissionHost> ready_;
 };
 
-}  // namespace platform::detail
+}  // namespace platform::networking

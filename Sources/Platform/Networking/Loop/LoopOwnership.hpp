@@ -1,15 +1,14 @@
 #pragma once
 
 #include <atomic>
-#include <condition_variable>
 #include <cstdint>
-#include <mutex>
 #include <vector>
 
+#include "Platform/Detail/Locking.hpp"
 #include "Platform/Dispatch/UniqueFunction.hpp"
-#include "Platform/Loading/Internal/LoopClock.hpp"
+#include "Platform/Networking/Loop/NetworkClock.hpp"
 
-namespace platform::detail {
+namespace platform::networking {
 
 /// Who drives the loop, what waits to be done there, and who is woken for it.
 ///
@@ -23,6 +22,7 @@ class LoopOwnership {
   enum class Successor { networkThread, leader };
 
   LoopOwnership();
+  ~LoopOwnership();
   LoopOwnership(const LoopOwnership&) = delete;
   LoopOwnership& operator=(const LoopOwnership&) = delete;
 
@@ -30,7 +30,7 @@ class LoopOwnership {
 
   /// Queues a command for the owner, and sees to it that there will be one.
   void post(Block command);
-  bool tryOwn();
+  bool tryAcquire();
   /// Ends a wait of the owner.
   void interrupt();
   /// Nobody owns the loop from here on; waits a second at most until nobody does.
@@ -42,9 +42,8 @@ class LoopOwnership {
 
   // The owner.
 
-  /// Becomes readable to end the owner's wait; then to be cleared.
+  /// Has an event to end the owner's wait; to be watched edge-triggered, so that nobody has to read it.
   int wakeDescriptor() const { return wake_; }
-  void clearWake();
   bool hasCommands();
   /// Takes the commands that wait, in their order, into the empty list. False when there are none.
   bool takeCommands(std::vector<Block>& commands);
@@ -52,7 +51,7 @@ class LoopOwnership {
   bool beginSleep();
   void endSleep();
   /// `isBusy`: exchanges are under way.
-  void disown(bool isBusy, Successor successor);
+  void release(bool isBusy, Successor successor);
 
   // The network thread.
 
@@ -60,10 +59,10 @@ class LoopOwnership {
   void park(int idleEvents);
   /// Whether this thread lets a worker take over that just got work and will come back to wait: then the next
   /// answers need no change of threads. When leaders are late, they are offered the loop less and less.
-  bool offersTheLoop(LoopTime now);
+  bool offersTheLoop(TimePoint now);
 
  private:
-  bool needsGraceTimer();
+  bool needsGraceTimer() CORVANE_REQUIRES(mutex_);
   void startGraceTimer();
   bool isLeaderLate();
   void pauseOffers();
@@ -72,21 +71,21 @@ class LoopOwnership {
   const int parkWake_;    ///< eventfd: ends the network thread's parking
   const int graceTimer_;  ///< timerfd: ends it in case a leader does not come
 
-  std::mutex mutex_;  ///< guards what stands down to the blank line; held for moments only
-  std::vector<Block> inbox_;
-  std::uint64_t owners_ = 0;  ///< how often the loop was taken
-  std::uint64_t ownersAtLastLook_ = 0;
-  bool isOwned_ = false;
-  bool isSleeping_ = false;   ///< the owner waits for events, or is about to
-  bool isParked_ = false;     ///< the network thread
-  bool wasLeftBusy_ = false;  ///< nobody owns the loop, though there is work
-  bool graceTimerTicks_ = false;
-  bool trustsLeaders_ = true;            ///< workers that drove have not been late lately
-  std::atomic<bool> isStopped_ = false;  ///< written under the mutex, read anywhere
-  std::condition_variable disowned_;
+  detail::Mutex mutex_;  ///< held for moments only
+  std::vector<Block> inbox_ CORVANE_GUARDED_BY(mutex_);
+  std::uint64_t owners_ CORVANE_GUARDED_BY(mutex_) = 0;  ///< how often the loop was taken
+  std::uint64_t ownersAtLastLook_ CORVANE_GUARDED_BY(mutex_) = 0;
+  bool isOwned_ CORVANE_GUARDED_BY(mutex_) = false;
+  bool isSleeping_ CORVANE_GUARDED_BY(mutex_) = false;   ///< the owner waits for events, or is about to
+  bool isParked_ CORVANE_GUARDED_BY(mutex_) = false;     ///< the network thread
+  bool wasLeftBusy_ CORVANE_GUARDED_BY(mutex_) = false;  ///< nobody owns the loop, though there is work
+  bool graceTimerTicks_ CORVANE_GUARDED_BY(mutex_) = false;
+  bool trustsLeaders_ CORVANE_GUARDED_BY(mutex_) = true;  ///< workers that drove have not been late lately
+  std::atomic<bool> isStopped_ = false;                   ///< written under the mutex, read anywhere
+  detail::ConditionVariable released_;
 
-  LoopTime pause_ = 0;  // of the network thread
-  LoopTime offersAgain_ = 0;
+  Duration pause_{};  // of the network thread
+  TimePoint offersAgain_{};
 };
 
-}  // namespace platform::detail
+}  // namespace platform::networking

@@ -1,4 +1,4 @@
-#include "Platform/Loading/Internal/AdmissionQueue.hpp"
+#include "Platform/Networking/Pool/AdmissionQueue.hpp"
 
 #include <sys/resource.h>
 
@@ -6,7 +6,7 @@
 
 #include "Platform/Trap.hpp"
 
-namespace platform::detail {
+namespace platform::networking {
 
 struct AdmissionHost : ListLinks<AdmissionHost> {
   std::string name;
@@ -24,8 +24,8 @@ namespace {
 // Below this many, hosts that are not in use stay in the table: finding one is cheaper than making it.
 constexpr std::size_t rememberedHosts = 64;
 /// Long enough that a burst of answers does not count as work without end, short beside any network.
-constexpr LoopTime countedSpan = 2 * oneMillisecond;
-constexpr LoopTime lookInterval = 1000 * oneMillisecond;
+constexpr Duration countedSpan = std::chrono::milliseconds(2);
+constexpr Duration lookInterval = std::chrono::seconds(1);
 
 }  // namespace
 
@@ -85,19 +85,19 @@ bool AdmissionQueue::cancel(AdmissionEntry& entry) {
   return true;
 }
 
-bool AdmissionQueue::loopSlept(LoopTime now, LoopTime duration) {
+bool AdmissionQueue::loopSlept(TimePoint now, Duration duration) {
   lowerLimitIfUnused(now);
   if (!isHeldBack()) {
     countedSince_ = now;
-    slept_ = 0;
+    slept_ = Duration::zero();
     return false;
   }
   slept_ += duration;
-  const LoopTime counted = now - countedSince_;
+  const Duration counted = now - countedSince_;
   if (counted < countedSpan) return false;
   const bool mostlySlept = slept_ > counted / 2;
   countedSince_ = now;
-  slept_ = 0;
+  slept_ = Duration::zero();
   if (mostlySlept) limit_ = std::min(cap_, limit_ + std::max<std::size_t>(limit_ / 2, 1));
   return mostlySlept;
 }
@@ -132,7 +132,7 @@ void AdmissionQueue::refreshReadiness(AdmissionHost& host) {
   }
 }
 
-void AdmissionQueue::lowerLimitIfUnused(LoopTime now) {
+void AdmissionQueue::lowerLimitIfUnused(TimePoint now) {
   if (now - lastLook_ < lookInterval) return;
   lastLook_ = now;
   limit_ = std::min(limit_, std::max(peak_ * 2, std::min(initialLimit, cap_)));
@@ -145,4 +145,4 @@ void AdmissionQueue::forgetIfUnused(AdmissionHost& host) {
   hosts_.erase(hosts_.find(host.name));
 }
 
-}  // namespace platform::detail
+}  // namespace platform::networking

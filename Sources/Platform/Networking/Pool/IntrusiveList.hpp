@@ -1,6 +1,6 @@
 #pragma once
 
-namespace platform::detail {
+namespace platform::networking {
 
 /// Base of what may be in one `IntrusiveList` at a time.
 template <class Node>
@@ -19,6 +19,8 @@ class IntrusiveList {
  public:
   bool isEmpty() const { return first_ == nullptr; }
   Node* first() const { return first_; }
+  /// The one after `node`, which is in this list; null after the last.
+  Node* next(Node& node) const { return links(node).next_; }
 
   void append(Node& node) {
     links(node).previous_ = last_;
@@ -49,4 +51,4 @@ class IntrusiveList {
   Node* last_ = nullptr;
 };
 
-}  // namespace platform::detail
+}  // namespace platform::networking

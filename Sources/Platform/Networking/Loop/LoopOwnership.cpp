@@ -1,4 +1,4 @@
-#include "Platform/Loading/Internal/LoopOwnership.hpp"
+#include "Platform/Networking/Loop/LoopOwnership.hpp"
 
 #include <poll.h>
 #include <sys/eventfd.h>
@@ -15,7 +15,7 @@
 #include "Platform/Dispatch/Internal/ForkGuard.hpp"
 #include "Platform/Trap.hpp"
 
-namespace platform::detail {
+namespace platform::networking {
 
 namespace {
 
@@ -24,8 +24,8 @@ constexpr long graceNanoseconds = 1'000'000;
 /// Between two looks of the parked network thread while somebody else leads.
 constexpr int parkedLookMilliseconds = 1000;
 /// The pauses in which the network thread offers the loop to no leader, after one was late.
-constexpr LoopTime shortestPause = 10 * oneMillisecond;
-constexpr LoopTime longestPause = 1000 * oneMillisecond;
+constexpr Duration shortestPause = std::chrono::milliseconds(10);
+constexpr Duration longestPause = std::chrono::seconds(1);
 
 thread_local bool expectsToLead = false;
 thread_local bool alwaysLeads = false;
@@ -55,18 +55,24 @@ LoopOwnership::LoopOwnership()
       parkWake_(checked(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd")),
       graceTimer_(checked(::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK), "timerfd")) {}
 
+LoopOwnership::~LoopOwnership() {
+  ::close(wake_);
+  ::close(parkWake_);
+  ::close(graceTimer_);
+}
+
 void LoopOwnership::noteThatThisThreadLeads(bool always) {
   expectsToLead = true;
   alwaysLeads = always;
 }
 
 void LoopOwnership::post(Block command) {
-  ForkGuard::requireThreads();
+  detail::ForkGuard::requireThreads();
   bool wakesOwner = false;
   bool callsThread = false;
   bool startsTimer = false;
   {
-    const std::lock_guard lock(mutex_);
+    const detail::MutexLock lock(mutex_);
     inbox_.push_back(std::move(command));
     if (isOwned_) {
       wakesOwner = std::exchange(isSleeping_, false);
@@ -82,8 +88,8 @@ void LoopOwnership::post(Block command) {
   if (startsTimer) startGraceTimer();
 }
 
-bool LoopOwnership::tryOwn() {
-  const std::lock_guard lock(mutex_);
+bool LoopOwnership::tryAcquire() {
+  const detail::MutexLock lock(mutex_);
   if (isOwned_ || isStopped_) return false;
   isOwned_ = true;
   wasLeftBusy_ = false;
@@ -93,62 +99,61 @@ bool LoopOwnership::tryOwn() {
 
 void LoopOwnership::interrupt() {
   {
-    const std::lock_guard lock(mutex_);
+    const detail::MutexLock lock(mutex_);
     if (!isOwned_ || !std::exchange(isSleeping_, false)) return;
   }
   ring(wake_);
 }
 
 void LoopOwnership::stop() {
-  if (ForkGuard::isForkedChild()) return;  // whoever owned the loop is not here
-  std::unique_lock lock(mutex_);
+  if (detail::ForkGuard::isForkedChild()) return;  // whoever owned the loop is not here
+  const detail::MutexLock lock(mutex_);
   isStopped_ = true;
   if (isOwned_ && isSleeping_) ring(wake_);
   // A turn takes microseconds; the bound is for an exit from inside the loop's own turn.
-  disowned_.wait_for(lock, std::chrono::seconds(1), [&] { return !isOwned_; });
+  released_.waitUntil(mutex_, std::chrono::steady_clock::now() + std::chrono::seconds(1),
+                      [&]() CORVANE_REQUIRES(mutex_) { return !isOwned_; });
 }
 
-void LoopOwnership::clearWake() { clear(wake_); }
-
 bool LoopOwnership::hasCommands() {
-  const std::lock_guard lock(mutex_);
+  const detail::MutexLock lock(mutex_);
   return !inbox_.empty();
 }
 
 bool LoopOwnership::takeCommands(std::vector<Block>& commands) {
-  const std::lock_guard lock(mutex_);
+  const detail::MutexLock lock(mutex_);
   if (inbox_.empty()) return false;
   commands.swap(inbox_);
   return true;
 }
 
 bool LoopOwnership::beginSleep() {
-  const std::lock_guard lock(mutex_);
+  const detail::MutexLock lock(mutex_);
   isSleeping_ = inbox_.empty() && !isStopped_;
   return isSleeping_;
 }
 
 void LoopOwnership::endSleep() {
-  const std::lock_guard lock(mutex_);
+  const detail::MutexLock lock(mutex_);
   isSleeping_ = false;
 }
 
-void LoopOwnership::disown(bool isBusy, Successor successor) {
+void LoopOwnership::release(bool isBusy, Successor successor) {
   bool callsThread = false;
   bool startsTimer = false;
   {
-    const std::lock_guard lock(mutex_);
+    const detail::MutexLock lock(mutex_);
     isOwned_ = false;
     wasLeftBusy_ = (isBusy || !inbox_.empty()) && !isStopped_;
     callsThread = wasLeftBusy_ && successor == Successor::networkThread;
     startsTimer = wasLeftBusy_ && successor == Successor::leader && needsGraceTimer();
-    if (isStopped_) disowned_.notify_all();
+    if (isStopped_) released_.notifyAll();
   }
   if (callsThread) ring(parkWake_);
   if (startsTimer) startGraceTimer();
 }
 
-/// To be called with the lock held when work is left to a leader that has yet to come.
+/// When work is left to a leader that has yet to come.
 bool LoopOwnership::needsGraceTimer() {
   // One that ticks already will do: setting a timer costs as much as the rest of a hop.
   if (std::exchange(graceTimerTicks_, true)) return false;
@@ -166,7 +171,7 @@ void LoopOwnership::startGraceTimer() {
 /// has fired.
 bool LoopOwnership::isLeaderLate() {
   {
-    const std::lock_guard lock(mutex_);
+    const detail::MutexLock lock(mutex_);
     const bool isWaitedFor = !isOwned_ && (wasLeftBusy_ || !inbox_.empty());
     const bool someoneCame = std::exchange(ownersAtLastLook_, owners_) != owners_;
     graceTimerTicks_ = isWaitedFor && someoneCame;
@@ -177,15 +182,15 @@ bool LoopOwnership::isLeaderLate() {
   return false;
 }
 
-bool LoopOwnership::offersTheLoop(LoopTime now) {
+bool LoopOwnership::offersTheLoop(TimePoint now) {
   if (now < offersAgain_) return false;
-  const std::lock_guard lock(mutex_);
+  const detail::MutexLock lock(mutex_);
   trustsLeaders_ = true;
   return true;
 }
 
 void LoopOwnership::pauseOffers() {
-  const LoopTime now = loopNow();
+  const TimePoint now = NetworkClock::now();
   const bool isLongAgo = now - offersAgain_ > longestPause;
   pause_ = isLongAgo ? shortestPause : std::min(pause_ * 2, longestPause);
   offersAgain_ = now + pause_;
@@ -196,7 +201,7 @@ void LoopOwnership::park(int idleEvents) {
   nfds_t watched = 3;
   int limit = -1;
   {
-    const std::lock_guard lock(mutex_);
+    const detail::MutexLock lock(mutex_);
     isParked_ = true;
     if (isStopped_) {
       watched = 1;
@@ -217,8 +222,8 @@ void LoopOwnership::park(int idleEvents) {
     if (leaderIsLate) pauseOffers();
     isNeeded = leaderIsLate || isCalled || descriptors[2].revents != 0 || !timerFired;
   }
-  const std::lock_guard lock(mutex_);
+  const detail::MutexLock lock(mutex_);
   isParked_ = false;
 }
 
-}  // namespace platform::detail
+}  // namespace platform::networking

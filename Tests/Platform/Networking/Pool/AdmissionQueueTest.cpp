@@ -1,4 +1,4 @@
-#include "Platform/Loading/Internal/AdmissionQueue.hpp"
+#include "Platform/Networking/Pool/AdmissionQueue.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -8,8 +8,10 @@
 #include <map>
 #include <random>
 
-namespace platform::detail {
+namespace platform::networking {
 namespace {
+
+constexpr Duration oneMillisecond = std::chrono::milliseconds(1);
 
 struct Transfer : AdmissionEntry {
   explicit Transfer(std::string hostName = "a") : host(std::move(hostName)) {}
@@ -42,16 +44,16 @@ class AdmissionQueueTest : public testing::Test {
   }
 
   /// Passes time in which the loop sleeps; whether the limit grew.
-  bool sleep(LoopTime duration = 2 * oneMillisecond) {
+  bool sleep(Duration duration = 2 * oneMillisecond) {
     now_ += duration;
     return queue.loopSlept(now_, duration);
   }
-  void work(LoopTime duration) { now_ += duration; }
+  void work(Duration duration) { now_ += duration; }
 
   AdmissionQueue queue{1000};
 
  private:
-  LoopTime now_ = 0;
+  TimePoint now_{};
   std::deque<Transfer> transfers_;
 };
 
@@ -177,7 +179,7 @@ TEST_F(AdmissionQueueTest, addsUpShortSleeps) {
 }
 
 TEST_F(AdmissionQueueTest, fallsBackASecondAfterItWasUsedLast) {
-  constexpr LoopTime second = 1000 * oneMillisecond;
+  constexpr Duration second = std::chrono::seconds(1);
   enqueue("a", 300, 0);
   auto started = startAll();
   while (sleep()) {
@@ -197,7 +199,7 @@ TEST_F(AdmissionQueueTest, fallsBackASecondAfterItWasUsedLast) {
 }
 
 TEST_F(AdmissionQueueTest, fallsBackToTwiceWhatIsUsed) {
-  constexpr LoopTime second = 1000 * oneMillisecond;
+  constexpr Duration second = std::chrono::seconds(1);
   enqueue("a", 300, 0);
   auto started = startAll();
   while (sleep()) {
@@ -307,7 +309,7 @@ TEST(AdmissionQueueDeathTest, trapsWhenAWaitingTransferIsDestroyed) {
 TEST(AdmissionQueueRandomTest, keepsEveryLimitWhateverHappens) {
   std::mt19937 random(7);
   AdmissionQueue queue(150);
-  LoopTime now = 0;
+  TimePoint now{};
   std::deque<Transfer> transfers;
   for (int i = 0; i < 400; ++i) transfers.emplace_back("host" + std::to_string(i % 9));
   std::map<std::string, std::size_t> activeOfHost;
@@ -348,4 +350,4 @@ TEST(AdmissionQueueRandomTest, keepsEveryLimitWhateverHappens) {
 }
 
 }  // namespace
-}  // namespace platform::detail
+}  // namespace platform::networking

@@ -1,0 +1,225 @@
+#include "Platform/Loading/Internal/HTTPLoad.hpp"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+#include "Platform/Loading/Internal/HTTPLoader.hpp"
+#include "Platform/Loading/Internal/TransportErrors.hpp"
+#include "Platform/Loading/URLErrorCodes.hpp"
+#include "Platform/Networking/HTTPText.hpp"
+
+namespace platform::detail {
+
+using networking::BodyDisposition;
+using networking::ExchangeProblem;
+using networking::FailureCause;
+using networking::ResponseHeadView;
+
+namespace {
+
+/// Room made at once for an announced body; longer ones grow as they arrive.
+constexpr std::int64_t reserveLimit = std::int64_t{64} << 20;
+
+/// Methods that announce an empty body rather than none (RFC 9110, 8.6).
+bool expectsBody(std::string_view method) { return method == "POST" || method == "PUT" || method == "PATCH"; }
+
+/// Fields that the connection writes itself. What the request says of them was checked to agree.
+bool isWrittenByConnection(std::string_view name) {
+  return (name.size() == 14 && equalsIgnoringCase(name, "Content-Length")) ||
+         (name.size() == 17 && equalsIgnoringCase(name, "Transfer-Encoding"));
+}
+
+}  // namespace
+
+HTTPLoad::HTTPLoad(HTTPLoader& loader) : loader_(loader), exchange_(loader.pool(), *this) {}
+
+std::optional<Error> HTTPLoad::prepare(LoadOwner& owner) {
+  owner_ = &owner;
+  request_ = &owner.requestToSend();
+  if (!target_.set(request_->url)) {
+    return NSError(kCFErrorDomainCFNetwork, URLErrorCode::badURL,
+                   "the transport cannot use the URL " + request_->url.absoluteString());
+  }
+  chooseBody();
+  if (body_ && request_->httpMethod == "HEAD") {
+    return NSError(NSURLErrorDomain, URLErrorCode::badURL, "a HEAD request cannot carry a body");
+  }
+  head_.method = request_->httpMethod;
+  head_.isSecure = target_.route().origin.isSecure;
+  head_.authority = target_.authority();
+  head_.target = target_.target();
+  composeFields();
+  head_.fields = fields_;
+  return std::nullopt;
+}
+
+void HTTPLoad::chooseBody() {
+  body_ = nullptr;
+  head_.contentLength.reset();
+  if (UploadFile* const file = owner_->bodyFile()) {
+    fileBody_.set(*file);
+    body_ = &fileBody_;
+  } else if (request_->httpBody) {
+    memoryBody_.set(*request_->httpBody);
+    body_ = &memoryBody_;
+  }
+  if (body_) {
+    head_.contentLength = body_->length();
+    if (head_.contentLength == 0) body_ = request_->httpMethod == "HEAD" ? body_ : nullptr;
+  } else if (expectsBody(request_->httpMethod)) {
+    head_.contentLength = 0;
+  }
+}
+
+void HTTPLoad::composeFields() {
+  fields_.clear();
+  cookies_.clear();
+  loader_.appendCookies(target_, cookies_);
+  std::string_view ownCookies;
+  bool isAuthorized = target_.authorization().empty();
+  for (const auto& [name, value] : request_->allHTTPHeaderFields) {
+    if (isWrittenByConnection(name)) continue;
+    if (name.size() == 13 && equalsIgnoringCase(name, "Authorization")) isAuthorized = true;
+    if (name.size() == 6 && !cookies_.empty() && equalsIgnoringCase(name, "Cookie")) {
+      ownCookies = value;
+    } else {
+      addField(name, value);
+    }
+  }
+  if (!isAuthorized) addField("Authorization", target_.authorization());
+  if (!ownCookies.empty()) cookies_.append("; ").append(ownCookies);
+  if (!cookies_.empty()) addField("Cookie", cookies_);
+}
+
+BodyDisposition HTTPLoad::responseHead(const ResponseHeadView& head) {
+  HTTPHeaderFields fields;
+  for (const auto& [name, value] : head.fields) fields.add(name, value);
+  loader_.storeCookies(target_, fields);
+  response_ = std::make_shared<HTTPURLResponse>(request_->url, head.statusCode, std::string(head.httpVersion),
+                                                std::move(fields));
+  wantsBody_ = owner_->wantsBody(response_);
+  if (!wantsBody_) return BodyDisposition::discard;
+  if (!head.hasBody) return BodyDisposition::deliver;
+  return expectBody(head) ? BodyDisposition::deliver : BodyDisposition::discard;
+}
+
+/// False when the body cannot be taken: the failure is kept, and the rest of the response is of no use.
+bool HTTPLoad::expectBody(const ResponseHeadView& head) {
+  owner_->bodyAnnounced(head.bodyLength);
+  auto sink = owner_->bodySink();
+  if (auto* failure = std::get_if<LoadFailure>(&sink)) return fail(std::move(*failure));
+  sink_ = std::get<BodySink*>(sink);
+  const std::int64_t limit = bodyLimit();
+  if (head.bodyLength > limit) {
+    return fail({URLErrorCode::dataLengthExceedsMaximum, "the body of " + std::to_string(head.bodyLength) +
+                                                             " bytes exceeds the limit of " + std::to_string(limit)});
+  }
+  ContentDecoder::Choice choice =
+      ContentDecoder::make(response_->allHeaderFields(), limit, [this](Bytes decoded) { return store(decoded); });
+  if (choice.failure) return fail(std::move(*choice.failure));
+  decoder_ = std::move(choice.decoder);
+  if (!sink_ && !decoder_ && head.bodyLength > 0) {
+    received_.reserve(static_cast<std::size_t>(std::min(head.bodyLength, reserveLimit)));
+  }
+  return true;
+}
+
+/// What goes to a file takes no memory.
+std::int64_t HTTPLoad::bodyLimit() const {
+  return sink_ ? std::numeric_limits<std::int64_t>::max() : loader_.configuration().maximumBodyBytes;
+}
+
+std::optional<LoadFailure> HTTPLoad::store(Bytes bytes) {
+  if (sink_) return sink_->take(bytes);
+  received_.append(bytes);
+  return std::nullopt;
+}
+
+bool HTTPLoad::isWithinLimit(std::size_t count) {
+  receivedBytes_ += static_cast<std::int64_t>(count);
+  if (decoder_ || receivedBytes_ <= bodyLimit()) return true;
+  return fail({URLErrorCode::dataLengthExceedsMaximum,
+               "the body exceeds the limit of " + std::to_string(bodyLimit()) + " bytes"});
+}
+
+bool HTTPLoad::responseBody(networking::Bytes bytes) {
+  if (failure_ || !isWithinLimit(bytes.size())) return false;
+  std::optional<LoadFailure> failure = decoder_ ? decoder_->decode(bytes) : store(bytes);
+  if (failure) return fail(std::move(*failure));
+  owner_->bodyReceived(receivedBytes_);
+  return true;
+}
+
+std::span<std::byte> HTTPLoad::responseRoom(std::size_t) { return {}; }
+
+bool HTTPLoad::responseFilled(std::size_t) { return true; }
+
+void HTTPLoad::requestBodySent(std::uint64_t total) { owner_->bodySent(static_cast<std::int64_t>(total)); }
+
+bool HTTPLoad::fail(LoadFailure failure) {
+  if (!failure_) {
+    failure_ =
+        transportError(failure.code, std::move(failure.message), request_->url, exchange_.metrics().attempts > 0);
+  }
+  return false;
+}
+
+void HTTPLoad::exchangeEnded(std::optional<ExchangeProblem> problem) {
+  LoadOutcome outcome;
+  // An unwanted body may be cut off, or be given up by us.
+  if (problem && !failure_ && (wantsBody_ || !response_)) {
+    failure_ = errorOf(*problem, outcome.lacksConnectivity);
+  } else if (!problem && !failure_ && decoder_) {
+    if (std::optional<LoadFailure> failure = decoder_->finish()) fail(std::move(*failure));
+  }
+  outcome.error = std::move(failure_);
+  outcome.response = std::move(response_);
+  outcome.body = std::move(received_);
+  loader_.end(*this, std::move(outcome));
+}
+
+void HTTPLoad::exchangeRefused() { loader_.end(*this, abandon(std::move(*failure_))); }
+
+Error HTTPLoad::errorOf(ExchangeProblem& problem, bool& lacksConnectivity) {
+  switch (problem.kind) {
+    case ExchangeProblem::Kind::timedOut:
+      return timeoutError(*request_, problem.requestWasSent);
+    case ExchangeProblem::Kind::rejected:
+      return std::move(*problem.rejection);
+    case ExchangeProblem::Kind::network:
+      break;
+  }
+  if (body_ == &fileBody_ && fileBody_.failure()) {
+    return transportError(fileBody_.failure()->code, fileBody_.failure()->message, request_->url,
+                          problem.requestWasSent);
+  }
+  const TransportFailure failure =
+      TransportFailure::of(std::move(problem.failure), target_.host(), problem.requestWasSent);
+  lacksConnectivity = !problem.requestWasSent && isConnectivityFailure(failure);
+  return transportError(failure, request_->url);
+}
+
+LoadOutcome HTTPLoad::abandon(Error error) {
+  LoadOutcome outcome;
+  outcome.error = std::move(error);
+  outcome.response = std::move(response_);
+  outcome.body = std::move(received_);
+  return outcome;
+}
+
+void HTTPLoad::recycle() {
+  owner_ = nullptr;
+  request_ = nullptr;
+  memoryBody_.set(Data());
+  body_ = nullptr;
+  response_.reset();
+  wantsBody_ = false;
+  sink_ = nullptr;
+  decoder_.reset();
+  received_ = Data();
+  receivedBytes_ = 0;
+  failure_.reset();
+}
+
+}  // namespace platform::detail

@@ -1,0 +1,111 @@
+#include "Platform/Loading/Internal/HTTPLoader.hpp"
+
+#include <algorithm>
+#include <utility>
+
+#include "Platform/Networking/Connecting/Resolver.hpp"
+#include "Platform/Networking/Connecting/TLSContext.hpp"
+#include "Platform/Networking/HTTPText.hpp"
+
+namespace platform::detail {
+
+namespace {
+
+/// Loads kept for the next requests.
+constexpr std::size_t spareLimit = 64;
+
+/// One for the process, since names are the same for all sessions.
+networking::Resolver& sharedResolver(networking::EventLoop& loop) {
+  static networking::Resolver& resolver = *new networking::Resolver(loop);
+  return resolver;
+}
+
+}  // namespace
+
+HTTPLoader::HTTPLoader(networking::EventLoop& loop, const URLSessionConfiguration& configuration,
+                       networking::ConnectionPool::Challenge challenge)
+    : loop_(loop),
+      configuration_(configuration),
+      pool_(loop, sharedResolver(loop), networking::TLSContext::make(), std::move(challenge)) {
+  if (configuration_.httpShouldSetCookies) cookies_.emplace();
+}
+
+HTTPLoader::~HTTPLoader() = default;
+
+void HTTPLoader::submit(LoadOwner& owner) {
+  HTTPLoad& load = takeLoad();
+  owner.load = &load;
+  if (std::optional<Error> refusal = load.prepare(owner)) {
+    // Told later, so that the owner is never called back from inside its own submission.
+    loop_.post([this, owner = &owner, error = std::move(*refusal)] {
+      if (owner->load) end(*owner->load, owner->load->abandon(error));
+    });
+    return;
+  }
+  pool_.submit(load.exchange(), load.route(),
+               std::max<networking::Duration>(networking::durationOfSeconds(load.request().timeoutInterval),
+                                              std::chrono::milliseconds(1)),
+               static_cast<std::size_t>(std::max(configuration_.httpMaximumConnectionsPerHost, 0)));
+}
+
+HTTPLoad& HTTPLoader::takeLoad() {
+  std::unique_ptr<HTTPLoad> load;
+  if (spare_.empty()) {
+    load = std::make_unique<HTTPLoad>(*this);
+  } else {
+    load = std::move(spare_.back());
+    spare_.pop_back();
+  }
+  load->place = active_.size();
+  active_.push_back(std::move(load));
+  return *active_.back();
+}
+
+void HTTPLoader::withdraw(LoadOwner& owner) {
+  if (!owner.load) return;
+  pool_.withdraw(owner.load->exchange());
+  release(*owner.load);
+}
+
+void HTTPLoader::end(HTTPLoad& load, LoadOutcome outcome) {
+  LoadOwner& owner = load.owner();
+  release(load);
+  owner.loadEnded(std::move(outcome));
+}
+
+/// The object stays alive: whoever called may still be inside of it.
+void HTTPLoader::release(HTTPLoad& load) {
+  load.owner().load = nullptr;
+  load.recycle();
+  const std::size_t place = load.place;
+  std::unique_ptr<HTTPLoad> taken = std::move(active_[place]);
+  if (place + 1 != active_.size()) {
+    active_[place] = std::move(active_.back());
+    active_[place]->place = place;
+  }
+  active_.pop_back();
+  spare_.push_back(std::move(taken));
+  if (spare_.size() <= spareLimit) return;
+  loop_.post([surplus = std::shared_ptr<HTTPLoad>(std::move(spare_.front()))] {});
+  spare_.front() = std::move(spare_.back());
+  spare_.pop_back();
+}
+
+void HTTPLoader::scheduleReport(ProgressMeter& meter) {
+  if (!meter.isArmed()) loop_.arm(meter, meter.due());
+}
+
+void HTTPLoader::appendCookies(const RequestTarget& target, std::string& out) {
+  if (cookies_) cookies_->appendTo(out, target.route().origin, target.target());
+}
+
+void HTTPLoader::storeCookies(const RequestTarget& target, const HTTPHeaderFields& fields) {
+  if (!cookies_) return;
+  for (const auto& [name, value] : fields) {
+    if (name.size() == 10 && equalsIgnoringCase(name, "Set-Cookie")) {
+      cookies_->store(value, target.route().origin, target.target());
+    }
+  }
+}
+
+}  // namespace platform::detail

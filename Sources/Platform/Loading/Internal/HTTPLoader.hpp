@@ -1,0 +1,58 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Platform/Loading/Internal/CookieJar.hpp"
+#include "Platform/Loading/Internal/HTTPLoad.hpp"
+#include "Platform/Loading/Internal/ProgressMeter.hpp"
+#include "Platform/Loading/URLSession.hpp"
+#include "Platform/Networking/Pool/ConnectionPool.hpp"
+
+namespace platform::detail {
+
+/// Loads http and https URLs for one session: its connections, its cookies, and the loads under way. Loop side only.
+class HTTPLoader {
+ public:
+  HTTPLoader(networking::EventLoop& loop, const URLSessionConfiguration& configuration,
+             networking::ConnectionPool::Challenge challenge);
+  /// Requires: no load is under way.
+  ~HTTPLoader();
+  HTTPLoader(const HTTPLoader&) = delete;
+  HTTPLoader& operator=(const HTTPLoader&) = delete;
+
+  /// Starts a load for the owner, or queues it until there is room.
+  void submit(LoadOwner& owner);
+  /// Ends the owner's load, waiting or under way, without telling the owner.
+  void withdraw(LoadOwner& owner);
+  /// Lets the meter report at its due time what it holds back, unless that was arranged already.
+  void scheduleReport(ProgressMeter& meter);
+  void cancelReport(ProgressMeter& meter) { loop_.disarm(meter); }
+  /// The verdict on a server: absent, it is trusted.
+  void decide(const std::shared_ptr<const networking::TrustQuery>& query, const std::optional<Error>& rejection) {
+    pool_.decide(query, rejection);
+  }
+
+  // For loads.
+  networking::ConnectionPool& pool() { return pool_; }
+  const URLSessionConfiguration& configuration() const { return configuration_; }
+  /// Appends the value of a Cookie field, or nothing.
+  void appendCookies(const RequestTarget& target, std::string& out);
+  void storeCookies(const RequestTarget& target, const HTTPHeaderFields& fields);
+  void end(HTTPLoad& load, LoadOutcome outcome);
+
+ private:
+  HTTPLoad& takeLoad();
+  void release(HTTPLoad& load);
+
+  networking::EventLoop& loop_;
+  const URLSessionConfiguration configuration_;
+  std::optional<CookieJar> cookies_;
+  networking::ConnectionPool pool_;
+  std::vector<std::unique_ptr<HTTPLoad>> active_;  ///< each knows its place
+  std::vector<std::unique_ptr<HTTPLoad>> spare_;
+};
+
+}  // namespace platform::detail

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <variant>
+
+#include "Platform/Foundation/Data.hpp"
+#include "Platform/Foundation/Error.hpp"
+#include "Platform/Loading/Internal/BodySink.hpp"
+#include "Platform/Loading/Internal/UploadFile.hpp"
+#include "Platform/Loading/URLRequest.hpp"
+#include "Platform/Loading/URLResponse.hpp"
+
+namespace platform::detail {
+
+class HTTPLoad;
+
+/// What a load came to.
+struct LoadOutcome {
+  /// Null when the head did not arrive completely.
+  std::shared_ptr<const HTTPURLResponse> response;
+  /// Decoded; what had arrived when it failed.
+  Data body;
+  std::optional<Error> error;
+  /// It failed because no network leads to the host, and nothing was sent.
+  bool lacksConnectivity = false;
+};
+
+/// Who a load is made for. Loop side.
+class LoadOwner {
+ public:
+  /// What to send; stays as it is until the load ended or was withdrawn.
+  virtual const URLRequest& requestToSend() const = 0;
+  /// The file that the body is read from; null when the body is in the request, or there is none. Stays as
+  /// `requestToSend` does.
+  virtual UploadFile* bodyFile() = 0;
+  /// The final head is here; whether the body is wanted.
+  virtual bool wantsBody(const std::shared_ptr<const HTTPURLResponse>& response) = 0;
+  /// What takes the wanted body: a null sink leaves it to the load, which keeps it in memory.
+  virtual std::variant<BodySink*, LoadFailure> bodySink() = 0;
+  /// How many bytes of the wanted body will come, as they come over the network; -1 when that is not known.
+  virtual void bodyAnnounced(std::int64_t count) = 0;
+  /// How many bytes of the request's or of the wanted body went over the network so far.
+  virtual void bodySent(std::int64_t count) = 0;
+  virtual void bodyReceived(std::int64_t count) = 0;
+  /// Once, at the end.
+  virtual void loadEnded(LoadOutcome outcome) = 0;
+
+  /// The load under way; kept by the loader.
+  HTTPLoad* load = nullptr;
+
+ protected:
+  ~LoadOwner() = default;
+};
+
+}  // namespace platform::detail

@@ -1,0 +1,137 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string_view>
+
+#include "Platform/Foundation/Error.hpp"
+#include "Platform/Networking/Connecting/ConnectionTimes.hpp"
+#include "Platform/Networking/Loop/Timer.hpp"
+#include "Platform/Networking/Pool/AdmissionQueue.hpp"
+#include "Platform/Networking/RequestStream.hpp"
+
+namespace platform::networking {
+
+class ConnectionPool;
+class PendingConnection;
+class HostConnections;
+class HTTPConnection;
+
+/// When the phases of an exchange took place, and what it moved. A phase that did not take place has the epoch.
+struct ExchangeMetrics {
+  ConnectionTimes connection;  ///< of the connection it ran on last; old times where that was a kept one
+  TimePoint begun{};           ///< it was handed to the pool
+  TimePoint requestBegun{};
+  TimePoint requestEnded{};
+  TimePoint firstByte{};
+  TimePoint lastByte{};
+  std::uint64_t bodyBytesSent = 0;
+  std::uint64_t bodyBytesReceived = 0;
+  std::string_view protocol;
+  bool isConnectionReused = false;
+  /// How often the request went out.
+  int attempts = 0;
+};
+
+/// Why an exchange ended without a complete response.
+struct ExchangeProblem {
+  enum class Kind : std::uint8_t {
+    network,   ///< `failure` says what happened
+    timedOut,  ///< nothing moved for the idle time-out
+    rejected   ///< the server was judged, and not trusted: `rejection`
+  };
+  Kind kind = Kind::network;
+  Failure failure;
+  std::optional<Error> rejection;
+  /// Whether a byte of the request may have left, so that the server may have acted on it.
+  bool requestWasSent = false;
+};
+
+/// Who an exchange is made for. Loop side only.
+class ExchangeOwner {
+ public:
+  // Stays as it is until the exchange ended or was withdrawn.
+  virtual const RequestHead& requestHead() const = 0;
+  /// Null: none.
+  virtual RequestBody* requestBody() = 0;
+
+  virtual BodyDisposition responseHead(const ResponseHeadView& head) = 0;
+  /// False ends the exchange, as `ConnectionPool::withdraw` does: the owner knows why.
+  virtual bool responseBody(Bytes bytes) = 0;
+  virtual std::span<std::byte> responseRoom(std::size_t count) = 0;
+  virtual bool responseFilled(std::size_t count) = 0;
+  virtual void requestBodySent(std::uint64_t total) = 0;
+  /// Once, at the end, unless it was withdrawn or `responseBody` said no. Without a problem the response is complete.
+  virtual void exchangeEnded(std::optional<ExchangeProblem> problem) = 0;
+  /// The owner refused the body: the exchange is over.
+  virtual void exchangeRefused() = 0;
+
+ protected:
+  ~ExchangeOwner() = default;
+};
+
+/// One request and its response, whatever connection carries them, over as many connections as repeating takes
+/// (RFC 9110, 9.2.2). Reused for one request after the other. It stays where it is in memory, and is outside of the
+/// pool when it is destroyed. Loop side only.
+class Exchange final : public AdmissionEntry, public ListLinks<Exchange>, private RequestStream, private Timer {
+ public:
+  enum class State : std::uint8_t {
+    outside,     ///< not in the pool
+    admission,   ///< waits for its turn
+    connection,  ///< admitted; waits for a connection that it can use
+    underWay     ///< on a connection
+  };
+
+  Exchange(ConnectionPool& pool, ExchangeOwner& owner) : pool_(pool), owner_(owner) {}
+  ~Exchange() override = default;
+
+  State state() const { return state_; }
+  const ExchangeMetrics& metrics() const { return metrics_; }
+  /// Whether a byte of the request may have left.
+  bool requestWasSent() const { return metrics_.attempts > 0; }
+
+ private:
+  friend class ConnectionPool;
+  friend class HostConnections;
+
+  // Of the request, as the connection asks for it.
+  const RequestHead& requestHead() const override { return owner_.requestHead(); }
+  RequestBody* requestBody() override { return owner_.requestBody(); }
+  // Of the response, as the connection tells of it.
+  void requestBegan() override;
+  void bodySent(std::uint64_t total) override;
+  void requestEnded() override;
+  void progressed() override { touch(); }
+  BodyDisposition head(const ResponseHeadView& head) override;
+  bool body(Bytes bytes) override;
+  std::span<std::byte> bodyRoom(std::size_t count) override { return owner_.responseRoom(count); }
+  bool bodyFilled(std::size_t count) override;
+  void end() override;
+  void failed(ExchangeFailure failure) override;
+  void timerFired() override;
+
+  void touch();
+  void startIdleTime();
+  void stopIdleTime();
+  bool mayRepeat(const ExchangeFailure& failure) const;
+  bool accepted(bool isTaken, std::size_t count);
+  RequestStream& stream() { return *this; }
+
+  ConnectionPool& pool_;
+  ExchangeOwner& owner_;
+  State state_ = State::outside;
+  HostConnections* host_ = nullptr;  ///< unless outside
+  Duration idleTimeout_{};
+  ExchangeMetrics metrics_;
+  /// Of `State::connection`: what is being made for it; null: it waits for what another one comes to.
+  PendingConnection* pending_ = nullptr;
+  /// Of `State::underWay`.
+  HTTPConnection* connection_ = nullptr;
+  bool isOnKeptConnection_ = false;
+  /// Kept connections are not to be tried again.
+  bool needsFreshConnection_ = false;
+  int repeats_ = 0;
+};
+
+}  // namespace platform::networking

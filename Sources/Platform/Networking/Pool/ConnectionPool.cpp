@@ -1,0 +1,174 @@
+#include "Platform/Networking/Pool/ConnectionPool.hpp"
+
+#include <algorithm>
+#include <string_view>
+#include <utility>
+
+#include "Platform/Networking/HTTPConnection.hpp"
+
+namespace platform::networking {
+
+namespace {
+
+/// Idle connections that a pool keeps: a quarter of the descriptors, so that the application has room.
+std::size_t idleLimitForDescriptors(std::size_t descriptors) {
+  return std::clamp<std::size_t>(descriptors / 4, 8, 1024);
+}
+
+/// Hosts without connections stay known up to here: what they speak is worth remembering.
+constexpr std::size_t rememberedHosts = 256;
+
+/// How soon those who wait for the limit to grow look again.
+constexpr Duration lookInterval = std::chrono::milliseconds(1);
+
+}  // namespace
+
+std::size_t ConnectionPool::RouteHash::operator()(const Route& route) const {
+  const std::size_t host = std::hash<std::string_view>()(route.origin.host);
+  return host ^ (std::size_t{route.origin.port} << 1) ^ std::size_t{route.origin.isSecure};
+}
+
+ConnectionPool::ConnectionPool(EventLoop& loop, Resolver& resolver, std::shared_ptr<TLSContext> context,
+                               Challenge challenge)
+    : loop_(loop),
+      resolver_(resolver),
+      context_(std::move(context)),
+      challenge_(std::move(challenge)),
+      idleLimit_(idleLimitForDescriptors(AdmissionQueue::descriptorLimit())) {
+  loop_.addObserver(*this);
+}
+
+ConnectionPool::~ConnectionPool() {
+  hosts_.clear();
+  loop_.removeObserver(*this);
+  loop_.cancelDeferred(*this);
+  loop_.disarm(*this);
+}
+
+void ConnectionPool::submit(Exchange& exchange, const Route& route, Duration idleTimeout, std::size_t hostMaximum) {
+  exchange.host_ = &hostOf(route);
+  exchange.host_->beginExchange();
+  exchange.idleTimeout_ = idleTimeout;
+  exchange.metrics_ = {.begun = loop_.now()};
+  exchange.repeats_ = 0;
+  exchange.needsFreshConnection_ = false;
+  exchange.state_ = Exchange::State::admission;
+  loop_.beginWork();
+  admission_.enqueue(exchange.host_->key(), exchange, hostMaximum);
+  if (!isTelling_) admit();
+}
+
+void ConnectionPool::admit() {
+  if (isTelling_) return;
+  while (AdmissionEntry* const admitted = admission_.next()) {
+    auto& exchange = static_cast<Exchange&>(*admitted);
+    exchange.host_->serve(exchange);
+  }
+  if (admission_.waiting() > 0 && !isArmed()) loop_.arm(*this, loop_.now() + lookInterval);
+}
+
+void ConnectionPool::runDeferred() {
+  closed_.clear();
+  admit();
+}
+
+void ConnectionPool::bury(std::unique_ptr<PooledConnection> closed) {
+  closed_.push_back(std::move(closed));
+  loop_.defer(*this);
+}
+
+void ConnectionPool::loopSlept(TimePoint now, Duration duration) {
+  if (admission_.loopSlept(now, duration)) admit();
+}
+
+HostConnections& ConnectionPool::hostOf(const Route& route) {
+  if (const auto known = hosts_.find(route); known != hosts_.end()) return *known->second;
+  if (hosts_.size() >= rememberedHosts) std::erase_if(hosts_, [](const auto& host) { return host.second->isUnused(); });
+  return *hosts_.emplace(route, std::make_unique<HostConnections>(*this, route)).first->second;
+}
+
+void ConnectionPool::withdraw(Exchange& exchange) {
+  if (exchange.state_ == Exchange::State::outside) return;
+  if (exchange.state_ != Exchange::State::admission) exchange.host_->withdraw(exchange, false);
+  leave(exchange);
+  admit();
+}
+
+void ConnectionPool::leave(Exchange& exchange) {
+  exchange.stopIdleTime();
+  if (exchange.state_ == Exchange::State::admission) {
+    admission_.cancel(exchange);
+  } else {
+    admission_.finished(exchange);
+  }
+  exchange.state_ = Exchange::State::outside;
+  exchange.connection_ = nullptr;
+  std::exchange(exchange.host_, nullptr)->endExchange();
+  loop_.endWork();
+  // Usually the connection says at once that it is free; this is for when it does not.
+  if (admission_.waiting() > 0) loop_.defer(*this);
+}
+
+void ConnectionPool::exchangeEnded(Exchange& exchange, std::optional<ExchangeProblem> problem) {
+  leave(exchange);
+  const bool wasTelling = std::exchange(isTelling_, true);
+  exchange.owner_.exchangeEnded(std::move(problem));
+  isTelling_ = wasTelling;
+}
+
+void ConnectionPool::exchangeRefused(Exchange& exchange) {
+  leave(exchange);
+  const bool wasTelling = std::exchange(isTelling_, true);
+  exchange.owner_.exchangeRefused();
+  isTelling_ = wasTelling;
+}
+
+void ConnectionPool::exchangeTimedOut(Exchange& exchange) {
+  exchange.host_->withdraw(exchange, true);
+  exchangeEnded(exchange,
+                ExchangeProblem{.kind = ExchangeProblem::Kind::timedOut, .requestWasSent = exchange.requestWasSent()});
+  admit();
+}
+
+void ConnectionPool::exchangeFailed(Exchange& exchange, ExchangeFailure failure) {
+  if (!exchange.mayRepeat(failure)) {
+    exchangeEnded(exchange, ExchangeProblem{.kind = ExchangeProblem::Kind::network,
+                                            .failure = std::move(failure.failure),
+                                            .requestWasSent = exchange.requestWasSent()});
+    return;
+  }
+  ++exchange.repeats_;
+  exchange.needsFreshConnection_ = failure.delivery != Delivery::notProcessed;
+  exchange.connection_ = nullptr;
+  exchange.host_->serve(exchange);
+}
+
+void ConnectionPool::decide(const std::shared_ptr<const TrustQuery>& query, const std::optional<Error>& rejection) {
+  for (const auto& [route, host] : hosts_) {
+    if (host->decide(query, rejection)) return;
+  }
+}
+
+void ConnectionPool::closeIdle() {
+  while (closeOneIdle()) {
+  }
+}
+
+bool ConnectionPool::closeOneIdle() {
+  PooledConnection* const oldest = idle_.first();
+  if (!oldest) return false;
+  oldest->http().retire();
+  return true;
+}
+
+void ConnectionPool::becameIdle(PooledConnection& connection) {
+  idle_.append(connection);
+  if (++idleCount_ > idleLimit_) closeOneIdle();
+}
+
+void ConnectionPool::leftIdle(PooledConnection& connection) {
+  idle_.remove(connection);
+  --idleCount_;
+}
+
+}  // namespace platform::networking

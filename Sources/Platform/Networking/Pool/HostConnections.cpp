@@ -1,0 +1,284 @@
+#include "Platform/Networking/Pool/HostConnections.hpp"
+
+#include <algorithm>
+#include <utility>
+
+#include "Platform/Networking/HTTP1/HTTP1Connection.hpp"
+#include "Platform/Networking/HTTP2/HTTP2Connection.hpp"
+#include "Platform/Networking/Pool/ConnectionPool.hpp"
+
+namespace platform::networking {
+
+HostConnections::HostConnections(ConnectionPool& pool, Route route)
+    : pool_(pool),
+      route_(std::move(route)),
+      key_((route_.origin.isSecure ? "https://" : "http://") + route_.origin.host + ":" +
+           std::to_string(route_.origin.port)) {}
+
+HostConnections::~HostConnections() { pool_.loop().disarm(*this); }
+
+void HostConnections::serve(Exchange& exchange) {
+  exchange.state_ = Exchange::State::connection;
+  if (!exchange.needsFreshConnection_) {
+    if (PooledConnection* const connection = usableConnection()) {
+      exchange.startIdleTime();
+      start(exchange, *connection);
+      return;
+    }
+  }
+  waiting_.append(exchange);
+  const bool sharesSoon = !exchange.needsFreshConnection_ && waitsForOthers();
+  if (sharesSoon && pending_.empty()) return;  // for room on a connection that is there: no time-out counts
+  if (!sharesSoon || !isJudging()) exchange.startIdleTime();
+  if (!sharesSoon) {
+    connectFor(&exchange);
+  } else if (!isArmed()) {
+    pool_.loop().arm(*this, pool_.loop().now() + patience);
+  }
+}
+
+PooledConnection* HostConnections::usableConnection() {
+  for (const auto& connection : connections_) {
+    if (connection->isMultiplexed() && connection->canTake()) return connection.get();
+  }
+  return idle_.empty() ? nullptr : idle_.back();
+}
+
+/// Whether what is there, or is being made, is likely to have room for one more: an HTTP/2 connection that is full for
+/// the moment, or the first connection to a host that may speak it.
+bool HostConnections::waitsForOthers() const {
+  if (!route_.origin.isSecure || protocol_ == Protocol::http1) return false;
+  if (!pending_.empty()) return true;
+  return std::any_of(connections_.begin(), connections_.end(), [](const auto& connection) {
+    return connection->isMultiplexed() && connection->state() != PooledConnection::State::retired;
+  });
+}
+
+void HostConnections::start(Exchange& exchange, PooledConnection& connection) {
+  if (connection.state() == PooledConnection::State::idle) {
+    connection.becomeUsed();
+    std::erase(idle_, &connection);
+  }
+  exchange.state_ = Exchange::State::underWay;
+  exchange.connection_ = &connection.http();
+  exchange.isOnKeptConnection_ = connection.http().started() > 0;
+  exchange.touch();
+  if (!exchange.isArmed()) exchange.startIdleTime();
+  connection.http().start(exchange.stream());
+}
+
+void HostConnections::connectFor(Exchange* exchange) {
+  pending_.push_back(std::make_unique<PendingConnection>(*this, exchange));
+  if (exchange) exchange->pending_ = pending_.back().get();
+  pending_.back()->start();
+}
+
+void HostConnections::connectForAllWhoWait() {
+  while (Exchange* const exchange = firstUnattended()) {
+    if (!exchange->isArmed()) exchange->startIdleTime();
+    connectFor(exchange);
+  }
+}
+
+Exchange* HostConnections::firstUnattended() const {
+  for (Exchange* exchange = waiting_.first(); exchange; exchange = waiting_.next(*exchange)) {
+    if (!exchange->pending_) return exchange;
+  }
+  return nullptr;
+}
+
+void HostConnections::takeFromWaiting(Exchange& exchange) {
+  waiting_.remove(exchange);
+  PendingConnection* const pending = std::exchange(exchange.pending_, nullptr);
+  if (!pending) return;
+  pending->setExchange(nullptr);
+  if (Exchange* const next = firstUnattended()) {
+    pending->setExchange(next);
+    next->pending_ = pending;
+  } else {
+    endPending(*pending);
+  }
+}
+
+void HostConnections::serveWaiting(PooledConnection& connection) {
+  while (connection.canTake()) {
+    Exchange* const exchange = waiting_.first();
+    if (!exchange) break;
+    takeFromWaiting(*exchange);
+    start(*exchange, connection);
+  }
+}
+
+void HostConnections::withdraw(Exchange& exchange, bool hasTimedOut) {
+  if (exchange.state() == Exchange::State::underWay) {
+    std::exchange(exchange.connection_, nullptr)->cancel(exchange.stream());
+    return;
+  }
+  if (exchange.state() != Exchange::State::connection) return;
+  if (hasTimedOut && exchange.pending_) {
+    // Whatever holds it up holds up whoever would inherit it.
+    endPending(*std::exchange(exchange.pending_, nullptr));
+    waiting_.remove(exchange);
+    connectForAllWhoWait();
+    return;
+  }
+  takeFromWaiting(exchange);
+}
+
+bool HostConnections::decide(const std::shared_ptr<const TrustQuery>& query, const std::optional<Error>& rejection) {
+  const auto found = std::find_if(pending_.begin(), pending_.end(),
+                                  [&](const auto& candidate) { return candidate->query() == query; });
+  if (found == pending_.end()) return false;
+  PendingConnection& pending = **found;
+  // Those that the verdict held up have their whole time again.
+  for (Exchange* exchange = waiting_.first(); exchange; exchange = waiting_.next(*exchange)) {
+    exchange->startIdleTime();
+  }
+  if (!rejection) {
+    if (firstUnattended()) pool_.loop().arm(*this, pool_.loop().now() + patience);
+    pending.accept();
+    return true;
+  }
+  Exchange* const exchange = pending.exchange();
+  if (exchange) {
+    exchange->pending_ = nullptr;
+    waiting_.remove(*exchange);
+  }
+  endPending(pending);
+  connectForAllWhoWait();
+  if (exchange) {
+    pool_.exchangeEnded(*exchange, ExchangeProblem{.kind = ExchangeProblem::Kind::rejected,
+                                                   .rejection = rejection,
+                                                   .requestWasSent = exchange->requestWasSent()});
+  }
+  pool_.admit();
+  return true;
+}
+
+void HostConnections::closeIdle() {
+  for (const auto& connection : std::vector<PooledConnection*>(idle_)) connection->http().retire();
+}
+
+void HostConnections::timerFired() {
+  if (!isJudging()) connectForAllWhoWait();
+}
+
+/// Whether a verdict of the application is what holds things up.
+bool HostConnections::isJudging() const {
+  return std::any_of(pending_.begin(), pending_.end(),
+                     [](const auto& candidate) { return candidate->isBeingJudged(); });
+}
+
+std::unique_ptr<PendingConnection> HostConnections::removePending(PendingConnection& pending) {
+  const auto found = std::find_if(pending_.begin(), pending_.end(),
+                                  [&](const auto& candidate) { return candidate.get() == &pending; });
+  std::unique_ptr<PendingConnection> removed = std::move(*found);
+  pending_.erase(found);
+  if (pending_.empty()) pool_.loop().disarm(*this);
+  return removed;
+}
+
+void HostConnections::endPending(PendingConnection& pending) { removePending(pending); }
+
+void HostConnections::pendingProgressed(PendingConnection& pending) {
+  if (pending.exchange()) pending.exchange()->touch();
+  for (Exchange* exchange = waiting_.first(); exchange; exchange = waiting_.next(*exchange)) {
+    if (!exchange->pending_) exchange->touch();
+  }
+}
+
+/// While the application judges, no time passes for those who wait for it.
+void HostConnections::pendingAsksTrust(PendingConnection& pending) {
+  if (pending.exchange()) pending.exchange()->stopIdleTime();
+  for (Exchange* exchange = waiting_.first(); exchange; exchange = waiting_.next(*exchange)) {
+    if (!exchange->pending_) exchange->stopIdleTime();
+  }
+  pool_.ask(pending.query());
+}
+
+void HostConnections::pendingOpened(PendingConnection& pending, OpenStream open) {
+  const std::unique_ptr<PendingConnection> ended = removePending(pending);
+  auto made = std::make_unique<PooledConnection>(*this);
+  PooledConnection& connection = *made;
+  const bool isMultiplexed = open.protocol == ApplicationProtocol::http2;
+  if (isMultiplexed) {
+    connection.adopt(std::make_unique<HTTP2Connection>(pool_.loop(), std::move(open.stream), connection.owner()), true);
+  } else {
+    connection.adopt(std::make_unique<HTTP1Connection>(pool_.loop(), std::move(open.stream), connection.owner()),
+                     false);
+  }
+  connection.http().setTimes(open.times);
+  connection.place = connections_.size();
+  connections_.push_back(std::move(made));
+  protocol_ = isMultiplexed ? Protocol::http2 : Protocol::http1;
+
+  Exchange* const exchange = pending.exchange();
+  if (exchange) {
+    exchange->pending_ = nullptr;
+    waiting_.remove(*exchange);
+    start(*exchange, connection);
+  }
+  // The connection may be gone by now.
+  if (isMultiplexed) {
+    while (Exchange* const next = waiting_.first()) {
+      PooledConnection* const free = usableConnection();
+      if (!free) break;
+      takeFromWaiting(*next);
+      start(*next, *free);
+    }
+    return;
+  }
+  if (!exchange) connectionAvailable(connection);
+  connectForAllWhoWait();
+}
+
+void HostConnections::pendingFailed(PendingConnection& pending, Failure failure) {
+  const std::unique_ptr<PendingConnection> ended = removePending(pending);
+  Exchange* const exchange = pending.exchange();
+  if (exchange) {
+    exchange->pending_ = nullptr;
+    if (failure.cause == FailureCause::outOfDescriptors && pool_.closeOneIdle()) {
+      connectFor(exchange);
+      return;
+    }
+    waiting_.remove(*exchange);
+  }
+  connectForAllWhoWait();
+  if (exchange) {
+    pool_.exchangeEnded(*exchange, ExchangeProblem{.kind = ExchangeProblem::Kind::network,
+                                                   .failure = std::move(failure),
+                                                   .requestWasSent = exchange->requestWasSent()});
+  }
+  pool_.admit();
+}
+
+void HostConnections::connectionAvailable(PooledConnection& connection) {
+  serveWaiting(connection);
+  if (connection.state() == PooledConnection::State::inUse && connection.http().active() == 0) {
+    connection.becomeIdle();
+    if (!connection.isMultiplexed()) idle_.push_back(&connection);
+  }
+  pool_.admit();
+}
+
+void HostConnections::connectionRetired(PooledConnection& connection) {
+  std::erase(idle_, &connection);
+  pool_.admit();
+}
+
+void HostConnections::connectionClosed(PooledConnection& connection) {
+  std::erase(idle_, &connection);
+  const std::size_t place = connection.place;
+  // Kept until the next iteration, since it may close inside of something that was asked of it here.
+  pool_.bury(std::move(connections_[place]));
+  if (place + 1 != connections_.size()) {
+    connections_[place] = std::move(connections_.back());
+    connections_[place]->place = place;
+  }
+  connections_.pop_back();
+  // Those that waited for room on it need another one.
+  if (!usableConnection() && !waitsForOthers()) connectForAllWhoWait();
+  pool_.admit();
+}
+
+}  // namespace platform::networking

@@ -1,0 +1,86 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Platform/Networking/Exchange.hpp"
+#include "Platform/Networking/Loop/Timer.hpp"
+#include "Platform/Networking/Pool/PendingConnection.hpp"
+#include "Platform/Networking/Pool/PooledConnection.hpp"
+
+namespace platform::networking {
+
+class ConnectionPool;
+
+/// The connections to one host, those that are being made, and the exchanges that wait for one. Loop side only.
+///
+/// An exchange takes a connection that is there: an HTTP/2 one with room, else the HTTP/1.1 one that was used last.
+/// Otherwise one is made for it; but while the first connection to a host that may speak HTTP/2 is being made, others
+/// wait for what it turns out to be, for `patience` at most.
+class HostConnections final : private Timer {
+ public:
+  static constexpr Duration patience = std::chrono::milliseconds(300);
+
+  HostConnections(ConnectionPool& pool, Route route);
+  ~HostConnections() override;
+  HostConnections(const HostConnections&) = delete;
+  HostConnections& operator=(const HostConnections&) = delete;
+
+  ConnectionPool& pool() const { return pool_; }
+  const Route& route() const { return route_; }
+  /// The route as a text, unlike that of any other.
+  const std::string& key() const { return key_; }
+  bool isUnused() const { return exchanges_ == 0 && pending_.empty() && connections_.empty(); }
+  /// Counts the exchanges to this host, wherever they are.
+  void beginExchange() { ++exchanges_; }
+  void endExchange() { --exchanges_; }
+
+  /// Starts an admitted exchange, now or when there is a connection for it.
+  void serve(Exchange& exchange);
+  /// Takes the exchange out, wherever it is. `hasTimedOut`: what was made for it is of no use to others either.
+  void withdraw(Exchange& exchange, bool hasTimedOut);
+  /// The verdict on a server; false when nothing here waits for it.
+  bool decide(const std::shared_ptr<const TrustQuery>& query, const std::optional<Error>& rejection);
+  void closeIdle();
+
+  // Told by what is being made, and by connections.
+  void pendingProgressed(PendingConnection& pending);
+  void pendingAsksTrust(PendingConnection& pending);
+  void pendingOpened(PendingConnection& pending, OpenStream open);
+  void pendingFailed(PendingConnection& pending, Failure failure);
+  void connectionAvailable(PooledConnection& connection);
+  void connectionRetired(PooledConnection& connection);
+  void connectionClosed(PooledConnection& connection);
+
+ private:
+  enum class Protocol : std::uint8_t { unknown, http1, http2 };
+
+  void timerFired() override;
+  PooledConnection* usableConnection();
+  bool waitsForOthers() const;
+  bool isJudging() const;
+  void start(Exchange& exchange, PooledConnection& connection);
+  void connectFor(Exchange* exchange);
+  void connectForAllWhoWait();
+  void serveWaiting(PooledConnection& connection);
+  void takeFromWaiting(Exchange& exchange);
+  void endPending(PendingConnection& pending);
+  std::unique_ptr<PendingConnection> removePending(PendingConnection& pending);
+  Exchange* firstUnattended() const;
+
+  ConnectionPool& pool_;
+  const Route route_;
+  const std::string key_;
+  Protocol protocol_ = Protocol::unknown;
+  std::size_t exchanges_ = 0;
+  IntrusiveList<Exchange> waiting_;
+  std::vector<std::unique_ptr<PendingConnection>> pending_;
+  std::vector<std::unique_ptr<PooledConnection>> connections_;
+  /// Of the HTTP/1.1 connections, those that wait for use; the one used last comes last.
+  std::vector<PooledConnection*> idle_;
+};
+
+}  // namespace platform::networking

@@ -1,0 +1,23 @@
+#include "Platform/Networking/Pool/PendingConnection.hpp"
+
+#include "Platform/Networking/Pool/ConnectionPool.hpp"
+
+namespace platform::networking {
+
+PendingConnection::PendingConnection(HostConnections& host, Exchange* exchange)
+    : host_(host),
+      exchange_(exchange),
+      connector_(host.pool().loop(), host.pool().resolver(), host.pool().context(), host.route(), *this) {}
+
+void PendingConnection::connectorProgressed(Connector&) { host_.pendingProgressed(*this); }
+
+void PendingConnection::connectorAsksTrust(Connector&, std::shared_ptr<const TrustQuery> query) {
+  query_ = std::move(query);
+  host_.pendingAsksTrust(*this);
+}
+
+void PendingConnection::connectorOpened(Connector&, OpenStream open) { host_.pendingOpened(*this, std::move(open)); }
+
+void PendingConnection::connectorFailed(Connector&, Failure failure) { host_.pendingFailed(*this, std::move(failure)); }
+
+}  // namespace platform::networking

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <memory>
+#include <utility>
+
+#include "Platform/Networking/Connecting/Connector.hpp"
+
+namespace platform::networking {
+
+class Exchange;
+class HostConnections;
+
+/// One connection that is being made. Loop side only.
+class PendingConnection final : private ConnectorOwner {
+ public:
+  PendingConnection(HostConnections& host, Exchange* exchange);
+  PendingConnection(const PendingConnection&) = delete;
+  PendingConnection& operator=(const PendingConnection&) = delete;
+
+  void start() { connector_.start(); }
+  /// Whom it is made for; null: for whoever can use it.
+  Exchange* exchange() const { return exchange_; }
+  void setExchange(Exchange* exchange) { exchange_ = exchange; }
+  /// Whether only the verdict on the server holds it up.
+  bool isBeingJudged() const { return connector_.phase() == Connector::Phase::judging; }
+  const std::shared_ptr<const TrustQuery>& query() const { return query_; }
+  /// The verdict is for the server.
+  void accept() { connector_.answer(true); }
+
+ private:
+  void connectorProgressed(Connector& connector) override;
+  void connectorAsksTrust(Connector& connector, std::shared_ptr<const TrustQuery> query) override;
+  void connectorOpened(Connector& connector, OpenStream open) override;
+  void connectorFailed(Connector& connector, Failure failure) override;
+
+  HostConnections& host_;
+  Exchange* exchange_;
+  std::shared_ptr<const TrustQuery> query_;
+  Connector connector_;
+};
+
+}  // namespace platform::networking
