@@ -198,6 +198,11 @@ void HostConnections::pendingAsksTrust(PendingConnection& pending) {
 
 void HostConnections::pendingOpened(PendingConnection& pending, OpenStream open) {
   const std::unique_ptr<PendingConnection> ended = removePending(pending);
+  if (open.wasResumed && open.trustEpoch != pool_.context()->trustEpoch()) {
+    // The verdict that the session had is not that of the trust in force.
+    connectFor(pending.exchange());
+    return;
+  }
   auto made = std::make_unique<PooledConnection>(*this);
   PooledConnection& connection = *made;
   const bool isMultiplexed = open.protocol == ApplicationProtocol::http2;
