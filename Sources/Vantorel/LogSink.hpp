@@ -23,6 +23,8 @@ class CORVANE_API LogSink {
 /// Replaces the sink of the whole process; null brings back the default one, which writes readable text to
 /// standard error. Records being written meanwhile may still reach the sink that was replaced.
 CORVANE_API void setLogSink(std::shared_ptr<LogSink> sink);
+/// Whether nobody has set a sink, so that records go to standard error.
+CORVANE_API bool isLogSinkDefault();
 /// The sink in use.
 CORVANE_API std::shared_ptr<LogSink> logSink();
 

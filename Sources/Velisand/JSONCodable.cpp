@@ -5,6 +5,10 @@
 
 namespace velisand {
 
-platform::Data detail::contentsOf(const platform::URL& file) { return platform::FileManager::contents(pathOf(file)); }
+platform::Data detail::contentsOf(const platform::URL& file) {
+  platform::Data contents;
+  platform::FileManager::appendContents(pathOf(file), contents);
+  return contents;
+}
 
 }  // namespace velisand

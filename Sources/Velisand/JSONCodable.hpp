@@ -22,7 +22,7 @@ concept NamesEncoder = requires {
   { T::encoder() } -> std::convertible_to<platform::JSONEncoder>;
 };
 
-/// The bytes of a file. Throws what the file manager throws.
+/// The bytes of a regular file. Throws what the file manager throws.
 CORVANE_API platform::Data contentsOf(const platform::URL& file);
 }  // namespace detail
 

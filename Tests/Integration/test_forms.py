@@ -79,9 +79,6 @@ class Parser:
             with self.subTest(value):
                 self.is_read_between_others(field("name", value), is_read("name", value))
 
-    def test_a_double_quote_in_a_name_stays_escaped(self):
-        self.is_read_between_others(field('a"b', b"value"), is_read("a%22b", b"value"))
-
     def test_the_type_of_a_typed_value_is_read_as_its_first_line(self):
         self.is_read_between_others(field("name", b'{"a":1}', "application/json"),
                                     is_read("name", b'Content-Type: application/json\r\n{"a":1}'))

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+#include <functional>
 #include <initializer_list>
 #include <iterator>
 #include <memory>
@@ -49,13 +51,15 @@ class TypedBatchRun final : public BatchRun {
   std::size_t count() const override { return requests_.size(); }
   double timeoutInterval(std::size_t index) const override { return timeoutInSeconds(requests_[index]); }
   void send(std::size_t index, platform::Block whenAnswered) override {
-    const auto self = std::static_pointer_cast<TypedBatchRun>(shared_from_this());
-    sendViaRequest(requests_[index], completionQueue(),
-                   [self, index, whenAnswered = std::move(whenAnswered)](Response response) mutable {
-                     if (self->update_) self->update_(self->requests_[index], response);
-                     self->responses_.append(std::move(response));
-                     whenAnswered();
-                   });
+    const Answered answered = answerTo(index, std::move(whenAnswered));
+    try {
+      sendViaRequest(requests_[index], completionQueue(), answered);
+    } catch (...) {
+      deliverFailure<Response>(completionQueue(), answered, platform::Error::current());
+    }
+  }
+  void fail(std::size_t index, platform::Error error, platform::Block whenAnswered) override {
+    deliverFailure<Response>(completionQueue(), answerTo(index, std::move(whenAnswered)), std::move(error));
   }
   void keepTimeout() override {
     responses_.append(Response(std::nullopt, std::nullopt, nullptr,
@@ -63,6 +67,23 @@ class TypedBatchRun final : public BatchRun {
   }
   void complete() override {
     if (completion_) completion_(responses_.take());
+  }
+
+  using Answered = std::function<void(Response)>;
+  /// What is called with the response of a request. Of a send that calls it and throws, too, one counts.
+  Answered answerTo(std::size_t index, platform::Block whenAnswered) {
+    struct Turn {
+      std::atomic_flag isTaken;
+      platform::Block whenAnswered;
+    };
+    const auto turn = std::make_shared<Turn>();
+    turn->whenAnswered = std::move(whenAnswered);
+    return [self = std::static_pointer_cast<TypedBatchRun>(shared_from_this()), index, turn](Response response) {
+      if (turn->isTaken.test_and_set()) return;
+      if (self->update_) self->update_(self->requests_[index], response);
+      self->responses_.append(std::move(response));
+      turn->whenAnswered();
+    };
   }
 
   const std::vector<Request> requests_;

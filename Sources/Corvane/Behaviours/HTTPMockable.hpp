@@ -50,7 +50,7 @@ class HTTPMockable : public detail::MockMark {
   /// Where the response says that it came from. Default: the request's `url`.
   std::optional<platform::URL> mockURL() const { return detail::read(&Self::url, self()); }
   /// The header fields of the response. Default: the request's own `headers`.
-  std::optional<HTTPHeaders> mockHeaders() const { return detail::read(&Self::headers, self()); }
+  std::optional<HTTPHeaders> mockHeaders() const { return detail::asText(detail::read(&Self::headers, self())); }
   /// The status of the response. Default: 200.
   HTTPStatus mockStatus() const { return HTTPStatus::success; }
   /// Seconds until the response is there; a `std::chrono` duration will do. Default: 0.
@@ -127,14 +127,22 @@ class HTTPTestMockable : public HTTPMockable<Self>, public detail::TestMockMark 
 
 namespace detail {
 
-/// `makeOutcome` reads a request when its response is due.
-template <class Request, class Completion>
-void respondFromMock(const Request& request, platform::Seconds responseTime,
-                     std::optional<platform::DispatchQueue> queue, Completion completion,
-                     TaskOutcome (*makeOutcome)(const Request&)) {
-  respondFromMock(std::make_shared<TypedExchange<Request>>(request, std::move(queue), std::move(completion)),
-                  responseTime.count(), Downloads<Request> ? MockBody::file : MockBody::bytes,
-                  [request, makeOutcome] { return makeOutcome(request); });
+/// What a request says of its response; `makeOutcome` is called when that is due.
+template <class Request>
+struct TypedMock {
+  platform::Seconds (*responseTime)(const Request&);
+  TaskOutcome (*makeOutcome)(const Request&);
+};
+
+template <class Request>
+void respondFromMock(const Request& request, std::optional<platform::DispatchQueue> queue,
+                     CompletionOf<Request> completion, TypedMock<Request> mock) {
+  const auto exchange = TypedExchange<Request>::make(request, std::move(queue), std::move(completion));
+  if (!exchange) return;
+  respondFromMock(
+      exchange, Downloads<Request> ? MockBody::file : MockBody::bytes,
+      [exchange = exchange.get(), mock] { return mock.responseTime(exchange->request()).count(); },
+      [exchange = exchange.get(), mock] { return mock.makeOutcome(exchange->request()); });
 }
 
 }  // namespace detail
@@ -162,13 +170,16 @@ void HTTPMockable<Self>::mock(std::optional<platform::DispatchQueue> queue,
                               detail::CompletionOf<Request> completion) const {
   if constexpr (detail::isValidRequest<Request> && detail::checkMock<Request>()) {
     const Request& request = self();
-    detail::respondFromMock<Request>(request, detail::read(&Request::mockResponseTime, request), std::move(queue),
-                                     std::move(completion), [](const Request& due) -> detail::TaskOutcome {
-                                       return {.data = detail::read(&Request::mockResponseData, due),
-                                               .url = detail::read(&Request::mockURL, due),
-                                               .response = due.mockURLResponse(),
-                                               .error = due.mockComputedError()};
-                                     });
+    detail::respondFromMock<Request>(request, std::move(queue), std::move(completion),
+                                     {.responseTime = [](const Request& sent) -> platform::Seconds {
+                                        return detail::read(&Request::mockResponseTime, sent);
+                                      },
+                                      .makeOutcome = [](const Request& due) -> detail::TaskOutcome {
+                                        return {.data = detail::read(&Request::mockResponseData, due),
+                                                .url = detail::read(&Request::mockURL, due),
+                                                .response = due.mockURLResponse(),
+                                                .error = due.mockComputedError()};
+                                      }});
   }
 }
 
@@ -195,13 +206,16 @@ void HTTPTestMockable<Self>::test(std::optional<platform::DispatchQueue> queue,
                                   detail::CompletionOf<Request> completion) const {
   if constexpr (detail::isValidRequest<Request> && detail::checkMock<Request>() && detail::checkTestMock<Request>()) {
     const Request& request = self();
-    detail::respondFromMock<Request>(request, detail::read(&Request::testResponseTime, request), std::move(queue),
-                                     std::move(completion), [](const Request& due) -> detail::TaskOutcome {
-                                       return {.data = detail::read(&Request::testResponseData, due),
-                                               .url = detail::read(&Request::testURL, due),
-                                               .response = due.testURLResponse(),
-                                               .error = due.testComputedError()};
-                                     });
+    detail::respondFromMock<Request>(request, std::move(queue), std::move(completion),
+                                     {.responseTime = [](const Request& sent) -> platform::Seconds {
+                                        return detail::read(&Request::testResponseTime, sent);
+                                      },
+                                      .makeOutcome = [](const Request& due) -> detail::TaskOutcome {
+                                        return {.data = detail::read(&Request::testResponseData, due),
+                                                .url = detail::read(&Request::testURL, due),
+                                                .response = due.testURLResponse(),
+                                                .error = due.testComputedError()};
+                                      }});
   }
 }
 

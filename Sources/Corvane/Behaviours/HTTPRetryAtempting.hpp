@@ -80,9 +80,9 @@ constexpr bool checkRetry() {
 /// | `retryPolicy`: `HTTPRetryPolicy`           | every failure is retried, after exactly that wait                 |
 /// | `shouldRetry(const Response&) const`       | true; called for a failure that would be retried                  |
 ///
-/// The requirements may be static, stored or computed, and must not throw. An attempt is a `send`, whatever that does
-/// for the type: so mocks and custom `send` functions are retried, too. An attempt has failed when its response's
-/// `result` has an error.
+/// The requirements may be static, stored or computed. What they throw, or a `send` of the type's own, ends the
+/// attempts with a response that holds it. An attempt is a `send`, whatever that does for the type: so mocks and
+/// `send`s of your own are retried, too. An attempt has failed when its response's `result` has an error.
 ///
 /// **The rule.** Attempts count from 0. A failed one is followed by another as long as its number is not above
 /// `retryLimit`; so there are at most `retryLimit` + 2, and for a negative limit one. After attempt n the wait is
@@ -147,7 +147,7 @@ void HTTPRetryAttempting<Self>::sendAttemptingRetry(
     if constexpr (detail::Polls<Request>) {
       if (!Request::isPolling()) Request::poll();
     }
-    std::make_shared<detail::TypedRetryRun<Request>>(self(), kind, std::move(queue), std::move(completion))->start();
+    detail::TypedRetryRun<Request>::begin(self(), kind, std::move(queue), std::move(completion));
   }
 }
 
@@ -176,9 +176,7 @@ void HTTPRetryAttempting<Self>::sendFromPoll(std::optional<platform::DispatchQue
             if (completion) completion(std::move(response));
           });
     };
-    std::make_shared<detail::TypedRetryRun<Request>>(self(), detail::RetryKind::fromPoll, std::move(queue),
-                                                     std::move(deliver))
-        ->start();
+    detail::TypedRetryRun<Request>::begin(self(), detail::RetryKind::fromPoll, std::move(queue), std::move(deliver));
   }
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <charconv>
 #include <chrono>
 #include <cmath>
@@ -26,6 +27,9 @@ constexpr std::array transientCodes{URLErrorCode::timedOut,
                                     URLErrorCode::networkConnectionLost,
                                     URLErrorCode::dnsLookupFailed,
                                     URLErrorCode::notConnectedToInternet};
+
+/// What is short may be there again soon.
+constexpr std::array transientSystemErrors{EMFILE, ENFILE, ENOBUFS, ENOMEM};
 
 template <class Range, class Value>
 bool contains(const Range& range, const Value& value) {
@@ -66,6 +70,7 @@ double random() {
 }  // namespace
 
 bool isTransient(const platform::Error& error, const platform::URLResponse* response) {
+  if (error.domain() == platform::NSPOSIXErrorDomain) return contains(transientSystemErrors, error.code());
   if (isTransportError(error)) return contains(transientCodes, error.code());
   const auto* httpResponse = dynamic_cast<const platform::HTTPURLResponse*>(response);
   return httpResponse && contains(transientStatusCodes, httpResponse->statusCode());

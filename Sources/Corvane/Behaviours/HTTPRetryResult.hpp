@@ -5,6 +5,8 @@
 #include <utility>
 #include <vector>
 
+#include "Corvane/Responses/HTTPResponsable.hpp"
+
 namespace corvane {
 
 /// The summary of all attempts of a retrying send.
@@ -20,6 +22,8 @@ namespace corvane {
 /// attempt fails there are `retryLimit` + 2, and the case is `partialFailure`. `HTTPRetryAttempting` says more.
 template <class ResponseType>
 class HTTPRetryResult {
+  static_assert(HTTPResponsable<ResponseType>, "A result of retrying holds responses: HTTPRetryResult<DataResponse>");
+
  public:
   /// The response of a single attempt.
   using Response = ResponseType;

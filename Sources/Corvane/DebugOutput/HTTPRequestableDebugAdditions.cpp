@@ -1,8 +1,12 @@
 #include "Corvane/DebugOutput/HTTPRequestableDebugAdditions.hpp"
 
+#include <filesystem>
+#include <system_error>
+
 #include "Corvane/DebugOutput/Detail/BodyCache.hpp"
 #include "Corvane/Detail/ModuleLogger.hpp"
 #include "Corvane/Settings.hpp"
+#include "Platform/Foundation/FileManager.hpp"
 #include "Platform/Loading/URLErrorCodes.hpp"
 #include "Vantorel/Logger.hpp"
 
@@ -63,6 +67,16 @@ std::vector<std::string> curlCommandParts(const std::string& method, const URL& 
 
 std::string curlBodyPart(const std::optional<Data>& body) { return " -d " + httpDebugSummary(body); }
 
+std::string curlFilePart(const URL& file) {
+  const std::string path = file.fileSystemPath();
+  std::error_code problem;
+  const std::uintmax_t size = std::filesystem::file_size(path, problem);
+  if (!problem && size <= mostBytesShown) {
+    if (const auto contents = platform::FileManager::contentsIfReadable(path)) return curlBodyPart(contents);
+  }
+  return " -d @" + path;
+}
+
 std::string joinedWithSpaces(const std::vector<std::string>& parts) {
   std::string text;
   for (const std::string& part : parts) text += (text.empty() ? "" : " ") + part;
@@ -81,14 +95,6 @@ void printDebugOutput(HTTPVerbosityLevel level, const DebugRecord& record) {
     case HTTPVerbosityLevel::verbose:
       return log(record.url.absoluteString(), verboseInformation(record));
   }
-}
-
-std::string debugStatusAndHeaders(const std::string& typeName, HTTPStatus status,
-                                  const std::optional<HTTPHeaderFields>& headers) {
-  std::string text = "    ·Type: " + typeName + "\n    ·HTTP Status: " + std::string(status.name()) + "\n    ·Headers:";
-  if (!headers) return text;
-  for (const auto& [name, value] : *headers) text += "\t" + name + ": " + value + "\n";
-  return text;
 }
 
 }  // namespace corvane::detail

@@ -22,6 +22,9 @@ CORVANE_API std::vector<std::string> curlCommandParts(const std::string& method,
                                                       const platform::Dictionary& headers);
 /// The word that adds a body; absent bytes stand for a body that cannot be made.
 CORVANE_API std::string curlBodyPart(const std::optional<platform::Data>& body);
+/// The word for a body that is sent from its file: as ever where the file is as short as a body that is shown, and else
+/// the file's path, which tells more than a copy in memory would.
+CORVANE_API std::string curlFilePart(const platform::URL& file);
 CORVANE_API std::string joinedWithSpaces(const std::vector<std::string>& parts);
 
 /// What debug output says about one exchange.
@@ -41,15 +44,6 @@ CORVANE_API HTTPVerbosityLevel currentVerbosity();
 /// Writes one debug record to the library's logger, at the level `brief` or `verbose`.
 CORVANE_API void printDebugOutput(HTTPVerbosityLevel level, const DebugRecord& record);
 
-CORVANE_API std::string debugStatusAndHeaders(const std::string& typeName, HTTPStatus status,
-                                              const std::optional<platform::HTTPHeaderFields>& headers);
-
 }  // namespace detail
-
-/// A response's type, status and headers, human-readable, a line each.
-template <class Response>
-std::string debugStatusAndHeaders(const Response& response) {
-  return detail::debugStatusAndHeaders(platform::typeName(typeid(response)), response.status, response.headers);
-}
 
 }  // namespace corvane

@@ -1,6 +1,9 @@
 #include "Corvane/DebugOutput/ShellCommand.hpp"
 
+#include <sys/stat.h>
+
 #include <algorithm>
+#include <optional>
 #include <string_view>
 
 #include "Platform/Foundation/Detail/ASCII.hpp"
@@ -103,19 +106,35 @@ std::string urlOptions(const std::string& url, const std::string& uploadedFile =
   return options;
 }
 
-/// Such a method is sent with "Content-Length: 0" when it has no body (RFC 9110, 8.6); curl does so when it is
-/// given an empty one.
+/// A method that expects a body is sent with "Content-Length: 0" when it has no body (RFC 9110, 8.6); curl does so when
+/// it is given an empty one.
 URLRequest withAnnouncedBody(URLRequest request) {
   const std::string& method = request.httpMethod;
   const bool expectsBody = method == "POST" || method == "PUT" || method == "PATCH";
   if (expectsBody && !request.httpBody) request.httpBody = Data();
+  if (method == "HEAD") request.httpBody.reset();
   return request;
 }
 
-void requireThatItCanBeSent(const URLRequest& request) {
-  const std::string problem = request.problem();
-  if (problem.empty()) return;
-  throw platform::Error(platform::NSURLErrorDomain, platform::URLErrorCode::badURL, problem);
+void requireThatItCanBeSent(const URLRequest& request, std::optional<std::size_t> bodyLength) {
+  const std::string problem = request.problem(bodyLength);
+  if (!problem.empty()) throw platform::Error(platform::NSURLErrorDomain, platform::URLErrorCode::badURL, problem);
+  const std::string scheme = request.url.scheme().value_or("");
+  if (scheme != "http" && scheme != "https" && scheme != "file") {
+    throw platform::Error(platform::NSURLErrorDomain, platform::URLErrorCode::unsupportedURL,
+                          "only http, https and file URLs can be loaded, not \"" + scheme + "\"");
+  }
+  if (request.cachePolicy == platform::URLRequestCachePolicy::returnCacheDataDontLoad) {
+    throw platform::Error(platform::NSURLErrorDomain, platform::URLErrorCode::cannotLoadFromNetwork,
+                          "there is no cache to answer from");
+  }
+}
+
+/// Absent for one that cannot be looked at, as one that is made later.
+std::optional<std::size_t> sizeOf(const std::string& path) {
+  struct stat facts{};
+  if (::stat(path.c_str(), &facts) != 0) return std::nullopt;
+  return static_cast<std::size_t>(facts.st_size);
 }
 
 std::string headers(const URLRequest& request, bool hasBody, const ShellCommandOptions& options) {
@@ -135,7 +154,7 @@ std::string pathOf(const platform::URL& file) {
 }  // namespace
 
 ShellCommand shellCommand(const URLRequest& original, const ShellCommandOptions& options) {
-  requireThatItCanBeSent(original);
+  requireThatItCanBeSent(original, original.httpBody ? std::optional(original.httpBody->count()) : std::nullopt);
   const URLRequest request = withAnnouncedBody(original);
   ShellCommand command;
   command.text = "curl" + methodOption(request, request.httpBody ? "POST" : "GET") +
@@ -154,8 +173,8 @@ ShellCommand shellCommand(const URLRequest& original, const ShellCommandOptions&
 }
 
 ShellCommand shellCommand(const URLRequest& request, const platform::URL& file, const ShellCommandOptions& options) {
-  requireThatItCanBeSent(request);
   const std::string path = pathOf(file);
+  requireThatItCanBeSent(request, sizeOf(path));
   const bool isData = isSentAsData(request);
   ShellCommand command;
   command.text = "curl" + methodOption(request, isData ? "POST" : "PUT") +

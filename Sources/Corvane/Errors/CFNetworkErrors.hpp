@@ -21,6 +21,9 @@ class CORVANE_API CFNetworkErrors final : public velisand::AppError<CFNetworkErr
   explicit CFNetworkErrors(std::int32_t rawValue, std::optional<platform::Error> underlyingError = std::nullopt);
 
   /// The codes that the library's own loading layer produces.
+  static CFNetworkErrors cannotWriteToFile() { return code(platform::URLErrorCode::cannotWriteToFile); }
+  static CFNetworkErrors cannotCloseFile() { return code(platform::URLErrorCode::cannotCloseFile); }
+  static CFNetworkErrors cannotCreateFile() { return code(platform::URLErrorCode::cannotCreateFile); }
   static CFNetworkErrors cannotLoadFromNetwork() { return code(platform::URLErrorCode::cannotLoadFromNetwork); }
   static CFNetworkErrors clientCertificateRequired() { return code(platform::URLErrorCode::clientCertificateRequired); }
   static CFNetworkErrors clientCertificateRejected() { return code(platform::URLErrorCode::clientCertificateRejected); }

@@ -44,15 +44,16 @@ double timeoutInSeconds(const Self& self) {
   }
 }
 
+/// Throws what `createURL` throws.
 template <class Self>
 RequestDescription describe(const Self& self) {
-  return {.target = describeURL(self),
-          .method = read(&Self::method, self),
+  return {.url = createURL(describeURL(self)),
+          .cachePolicy = read(&Self::cachePolicy, self),
+          .timeoutInterval = timeoutInSeconds(self),
           .acceptType = read(&Self::acceptType, self),
           .sharedHeaders = read(&Self::sharedHeaders, self),
           .headers = read(&Self::headers, self),
-          .cachePolicy = read(&Self::cachePolicy, self),
-          .timeoutInterval = timeoutInSeconds(self)};
+          .method = read(&Self::method, self)};
 }
 
 }  // namespace detail

@@ -23,6 +23,11 @@ struct UploadMixin {};
 /// Marks a body that is encoded as JSON, whatever other form in bytes its type has.
 struct JSONBodyMixin {};
 
+/// A body whose bytes are JSON: by default, or since its type names the encoder that makes them.
+template <class Body>
+concept BodyOfJSON =
+    velisand::RepresentedByJSON<Body> || (velisand::JSONEncodable<Body> && velisand::detail::NamesEncoder<Body>);
+
 template <class Self>
 concept CarriesBody = std::derived_from<Self, BodyMixin>;
 template <class Self>
@@ -54,7 +59,7 @@ struct HTTPBodyRequestable : detail::BodyMixin {
   /// The "Content-Type", for the bodies that have one of their own; for all others it is required.
   HTTPMediaType contentType() const
     requires(std::same_as<BodyType, platform::Data> || velisand::FileRepresentable<BodyType> ||
-             velisand::RepresentedByJSON<BodyType>)
+             detail::BodyOfJSON<BodyType>)
   {
     if constexpr (std::same_as<BodyType, platform::Data>) {
       return HTTPMediaType::applicationOctetStream;

@@ -6,6 +6,7 @@
 
 #include "Corvane/ContentEncoding/HTTPContentEncoder.hpp"
 #include "Platform/Foundation/Data.hpp"
+#include "Velisand/DataRepresentable.hpp"
 
 namespace corvane {
 
@@ -27,7 +28,7 @@ class HTTPContentEncoderType {
   static constexpr HTTPContentEncoderType of() {
     return HTTPContentEncoderType([](platform::Data original) {
       const Encoder encoder(std::move(original));
-      return Encoded{encoder.encodedData(), encoder.encodingType().rawValue()};
+      return Encoded{bytesOf(encoder), encoder.encodingType().rawValue()};
     });
   }
 
@@ -35,6 +36,16 @@ class HTTPContentEncoderType {
   Encoded encode(platform::Data original) const { return encode_(std::move(original)); }
 
  private:
+  /// `asData()`, where the encoder has one, as `HTTPContentEncoderDefaults` gives it.
+  template <class Encoder>
+  static platform::Data bytesOf(const Encoder& encoder) {
+    if constexpr (velisand::detail::OffersData<Encoder>) {
+      return encoder.asData();
+    } else {
+      return encoder.encodedData();
+    }
+  }
+
   using Encode = Encoded (*)(platform::Data);
   constexpr explicit HTTPContentEncoderType(Encode function) : encode_(function) {}
 

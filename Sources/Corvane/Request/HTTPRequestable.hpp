@@ -154,11 +154,19 @@ class CORVANE_API HTTPRequestable {
   /// For custom routes: delivers a response that holds nothing but an error.
   void report(platform::Error error, std::optional<platform::DispatchQueue> queue, Completion completion) const;
 
-  /// The words of a human-readable command line that shows the request: its URL and its own headers. Traps when
+  /// For custom routes of your own: from now on `cancel()` of an `HTTPRequestCancelable` reaches the task. Does nothing for
+  /// other requests.
+  void insertTaskIntoTaskManager(std::shared_ptr<platform::URLSessionTask> task) const;
+  /// For custom routes of your own: `cancel()` reaches no task of this request any more.
+  void removeFromTaskManager() const;
+
+  /// The words of a command line human-readable that shows the request: its URL and its own headers, not quoted for a
+  /// shell. Traps when
   /// the request has no URL.
   std::vector<std::string> _curlCommand() const;
-  /// Those words, and a summary of the body where there is one. For logs; see `shellCommand` for a command
-  /// line to run. Traps when the request has no URL.
+  /// Those words, and a summary of the body where there is one; of a file that is uploaded, its path. For people, in
+  /// logs. Never paste it into a shell, which would run what a header value holds in backquotes or `$(…)`: run
+  /// `shellCommand`, which quotes everything. Traps when the request has no URL.
   std::string curlCommand() const;
   /// A command line for a POSIX shell that sends exactly this request. Throws what `urlRequest` throws, and
   /// "NSURLErrorDomain" -1000 for a request that would be refused. A file that is uploaded is not read.
@@ -223,7 +231,7 @@ platform::URLRequest HTTPRequestable<Self, ResponseType>::generateRequest() cons
 template <class Self, class ResponseType>
 void HTTPRequestable<Self, ResponseType>::sendToNetwork(std::optional<platform::DispatchQueue> queue,
                                                         Completion completion) const {
-  detail::sendToNetwork(exchange(std::move(queue), std::move(completion)));
+  if (auto sent = exchange(std::move(queue), std::move(completion))) detail::sendToNetwork(std::move(sent));
 }
 
 template <class Self, class ResponseType>
@@ -233,14 +241,28 @@ void HTTPRequestable<Self, ResponseType>::processTaskCompletion(std::optional<pl
                                                                 std::optional<platform::Error> error,
                                                                 std::optional<platform::DispatchQueue> queue,
                                                                 Completion completion) const {
-  detail::processTaskCompletion(exchange(std::move(queue), std::move(completion)),
+  auto finished = exchange(std::move(queue), std::move(completion));
+  if (!finished) return;
+  detail::processTaskCompletion(std::move(finished),
                                 {std::move(data), std::move(url), std::move(response), std::move(error)});
 }
 
 template <class Self, class ResponseType>
 void HTTPRequestable<Self, ResponseType>::report(platform::Error error, std::optional<platform::DispatchQueue> queue,
                                                  Completion completion) const {
-  detail::report(exchange(std::move(queue), std::move(completion)), std::move(error));
+  if (auto failed = exchange(std::move(queue), std::move(completion)))
+    detail::report(std::move(failed), std::move(error));
+}
+
+template <class Self, class ResponseType>
+void HTTPRequestable<Self, ResponseType>::insertTaskIntoTaskManager(
+    std::shared_ptr<platform::URLSessionTask> task) const {
+  if constexpr (Cancelable<Self>) detail::insertTask(std::move(task), detail::read(&Self::uuid, self()));
+}
+
+template <class Self, class ResponseType>
+void HTTPRequestable<Self, ResponseType>::removeFromTaskManager() const {
+  if constexpr (Cancelable<Self>) detail::removeTask(detail::read(&Self::uuid, self()));
 }
 
 template <class Self, class ResponseType>
@@ -253,7 +275,7 @@ template <class Self, class ResponseType>
 std::string HTTPRequestable<Self, ResponseType>::curlCommand() const {
   auto parts = _curlCommand();
   if constexpr (detail::UploadsFile<Self>) {
-    parts.push_back("-d @" + velisand::fileURL(detail::read(&Self::body, self())).fileSystemPath());
+    parts.push_back(detail::curlFilePart(velisand::fileURL(detail::read(&Self::body, self()))));
   } else if constexpr (detail::CarriesBody<Self>) {
     parts.push_back(detail::curlBodyPart(bodyForDebugOutput()));
   }
@@ -294,7 +316,7 @@ detail::URLDescription HTTPRequestable<Self, ResponseType>::target() const {
 template <class Self, class ResponseType>
 std::shared_ptr<detail::SendExchange> HTTPRequestable<Self, ResponseType>::exchange(
     std::optional<platform::DispatchQueue> queue, Completion completion) const {
-  return std::make_shared<detail::TypedExchange<Self>>(self(), std::move(queue), std::move(completion));
+  return detail::TypedExchange<Self>::make(self(), std::move(queue), std::move(completion));
 }
 
 // What cannot be made is shown as absent: debug output reports on a request, it does not judge it.

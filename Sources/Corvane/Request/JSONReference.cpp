@@ -16,6 +16,8 @@ const platform::JSONEncoder& jsonEncoder() {
 
 platform::JSONValue JSONReference::asJSON() const { return jsonDecoder().decode<platform::JSONValue>(asData()); }
 
+Data JSONReference::asData() const { return velisand::asJSON(*this); }
+
 EmptyJSON::EmptyJSON(const Data& document) : EmptyJSON(velisand::fromJSON<EmptyJSON>(document)) {}
 
 EmptyJSON::EmptyJSON(const platform::URL& file) : EmptyJSON(velisand::fromJSON<EmptyJSON>(file)) {}

@@ -25,10 +25,11 @@ class CORVANE_API JSONReference {
   template <class T>
     requires(!std::same_as<T, JSONReference> && !std::same_as<T, platform::Data> && velisand::JSONEncodable<T>)
   JSONReference(T json)  // NOLINT(google-explicit-constructor): any value is a body
-      : json_(std::make_shared<const T>(std::move(json))),
-        type_(&typeid(T)),
-        encode_(&encodeAs<T>),
-        document_(&documentOf<T>) {}
+      : json_(std::make_shared<const T>(std::move(json))), type_(&typeid(T)), encode_(&encodeAs<T>) {}
+  // Not moved: what is moved from would refer to nothing, and copying is cheap.
+  JSONReference(const JSONReference&) = default;
+  JSONReference& operator=(const JSONReference&) = default;
+  ~JSONReference() = default;
 
   /// The value, if it is of that type, else null. Lives as long as any copy of this reference.
   template <class T>
@@ -40,11 +41,11 @@ class CORVANE_API JSONReference {
 
   /// Writes the value itself, as `platform::JSONCodec` asks for it.
   void encode(platform::JSONWriter& writer) const { encode_(writer, json_.get()); }
-  /// The encoder of values whose type names none.
+  /// The encoder of all values, whatever encoder their types name.
   static platform::JSONEncoder encoder() { return jsonEncoder(); }
-  /// The JSON document, made by the encoder that the value's type names, or else by `encoder()`. Throws
-  /// `platform::EncodingError`, and what the codec of the value's type throws.
-  platform::Data asData() const { return document_(json_.get()); }
+  /// The JSON document, made by `encoder()`. Throws `platform::EncodingError`, and what the codec of the value's type
+  /// throws.
+  platform::Data asData() const;
 
  private:
   template <class T>
@@ -52,15 +53,9 @@ class CORVANE_API JSONReference {
     writer.encode(*static_cast<const T*>(json));
   }
 
-  template <class T>
-  static platform::Data documentOf(const void* json) {
-    return velisand::asJSON(*static_cast<const T*>(json));
-  }
-
   std::shared_ptr<const void> json_;
   const std::type_info* type_;
   void (*encode_)(platform::JSONWriter& writer, const void* json);
-  platform::Data (*document_)(const void* json);
 };
 
 /// Stands where there is nothing to say: reads any JSON document and keeps nothing, writes "{}".

@@ -110,6 +110,12 @@ std::string urlString(const URLDescription& target) {
   return target.baseURL.absoluteString() + target.path + query;
 }
 
+HTTPHeaders asText(const HTTPHeaders& headers) {
+  HTTPHeaders fields;
+  for (const auto& [name, value] : headers) fields.set(name, value.description());
+  return fields;
+}
+
 HTTPHeaderFields textHeaders(const HTTPHeaders& headers) {
   HTTPHeaderFields fields;
   merge(fields, headers);
@@ -124,7 +130,7 @@ HTTPHeaderFields composedHeaders(const RequestDescription& description) {
 }
 
 URLRequest composedRequest(const RequestDescription& description) {
-  URLRequest request(createURL(description.target), description.cachePolicy, description.timeoutInterval);
+  URLRequest request(description.url, description.cachePolicy, description.timeoutInterval);
   request.allHTTPHeaderFields = composedHeaders(description);
   request.httpMethod = description.method.rawValue;
   return request;

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "Corvane/Responses/HTTPResponsable.hpp"
+#include "Corvane/Responses/HTTPResponsableDefaults.hpp"
 #include "Corvane/Responses/HTTPResult.hpp"
 #include "Corvane/Responses/ResponseRecord.hpp"
 #include "Platform/Export.hpp"
@@ -19,7 +20,7 @@ using DataResult = HTTPResult<platform::Data>;
 /// The result is a success for an HTTP response with a status from 200 to 206, whatever the request itself
 /// accepts; its body is the bytes of `data`, not a copy of them. Any other response is a failure, with `data`,
 /// `headers` and `status` as received.
-struct CORVANE_API DataResponse : ResponseRecord {
+struct CORVANE_API DataResponse : ResponseRecord, HTTPResponsableDefaults<DataResponse> {
   /// What `result` is.
   using Result = DataResult;
 

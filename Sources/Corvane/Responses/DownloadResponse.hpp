@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "Corvane/Responses/HTTPResponsable.hpp"
+#include "Corvane/Responses/HTTPResponsableDefaults.hpp"
 #include "Corvane/Responses/HTTPResult.hpp"
 #include "Corvane/Responses/ResponseRecord.hpp"
 #include "Platform/Export.hpp"
@@ -91,7 +92,7 @@ MadeDownload<Body> madeOfDownload(std::optional<platform::Data> received, const 
 ///   the file has served then. `data` is absent, or the file's bytes when they make no body.
 /// - made from a file (`URL`, paths, classes with a constructor that takes a `URL`): it is the body's from then on.
 template <class BodyType>
-struct DownloadResponse : ResponseRecord {
+struct DownloadResponse : ResponseRecord, HTTPResponsableDefaults<DownloadResponse<BodyType>> {
   static_assert(velisand::FileInitializable<BodyType>,
                 "A downloaded file cannot be made into this body type: use URL, Data, std::string or a plain struct "
                 "for JSON, or give the type a constructor that takes a URL or a Data");

@@ -3,6 +3,8 @@
 #include "Corvane/Detail/ModuleLogger.hpp"
 #include "Corvane/Errors/HTTPResponseError.hpp"
 #include "Corvane/Errors/HTTPUnknownError.hpp"
+#include "Corvane/Detail/ModuleLogger.hpp"
+#include "Corvane/Settings.hpp"
 #include "Vantorel/Logger.hpp"
 
 namespace corvane {
@@ -30,9 +32,20 @@ std::string textOf(const std::optional<Data>& data) {
   return data ? data->utf8().value_or(std::string()) : std::string();
 }
 
+/// What is logged of a document unless all is asked for.
+constexpr std::size_t mostBytesLogged = 4 * 1024;
+
+std::string shownText(const std::string& text) {
+  if (text.size() <= mostBytesLogged || Corvane::verbosity == HTTPVerbosityLevel::verbose) return text;
+  std::size_t end = mostBytesLogged;
+  while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0u) == 0x80u) --end;  // not inside a character
+  return text.substr(0, end) + "… (" + std::to_string(text.size()) + " bytes in all)";
+}
+
 void log(const char* what, platform::TypeValue type, const std::string& text, int line) {
-  detail::moduleLogger().debug(std::string(what) + " decoding json of type " + type.name() + " with json: \n " + text,
-                               std::nullopt, std::nullopt, file, function, line);
+  detail::moduleLogger().debug(
+      std::string(what) + " decoding json of type " + type.name() + " with json: \n " + shownText(text), std::nullopt,
+      std::nullopt, file, function, line);
 }
 
 }  // namespace

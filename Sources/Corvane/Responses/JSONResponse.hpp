@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "Corvane/Responses/HTTPResponsable.hpp"
+#include "Corvane/Responses/HTTPResponsableDefaults.hpp"
 #include "Corvane/Responses/HTTPResult.hpp"
 #include "Corvane/Responses/ResponseRecord.hpp"
 #include "Platform/Export.hpp"
@@ -50,7 +51,7 @@ JSONResult<Body> decodedResult(const std::optional<platform::Data>& data, const 
 /// request itself accepts. Any other response is a failure, with `data`, `headers` and `status` as received; the
 /// body of a response with another status is not decoded.
 template <class BodyType>
-struct JSONResponse : ResponseRecord {
+struct JSONResponse : ResponseRecord, HTTPResponsableDefaults<JSONResponse<BodyType>> {
   /// What the response is decoded into.
   using Body = BodyType;
   /// What `result` is.

@@ -43,6 +43,10 @@ MultipartError MultipartError::boundaryInContent(std::string sectionName) {
   return {Case::boundaryInContent, std::move(sectionName), std::move(message)};
 }
 
+std::optional<platform::Dictionary> MultipartError::additionalLogInfo() const {
+  return platform::Dictionary{{case_ == Case::boundaryInContent ? "section" : "text", quoted(text_)}};
+}
+
 std::string MultipartError::errorDomain() const { return "Corvane.MultipartError"; }
 
 }  // namespace corvane

@@ -1,16 +1,18 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "Platform/Export.hpp"
+#include "Vantorel/ErrorLoggable.hpp"
 #include "Velisand/AppError.hpp"
 
 namespace corvane {
 
 /// A form cannot be written, as its reader would take what is in it for a header or a section of its own. Nothing
 /// was sent.
-class CORVANE_API MultipartError final : public velisand::AppError<MultipartError> {
+class CORVANE_API MultipartError final : public velisand::AppError<MultipartError>, public vantorel::ErrorLoggable {
  public:
   /// What is wrong with the form.
   enum class Case { controlCharacter, boundaryInContent };
@@ -30,6 +32,8 @@ class CORVANE_API MultipartError final : public velisand::AppError<MultipartErro
   std::string errorDomain() const override;
   /// The ordinal of the case.
   std::int64_t errorCode() const override { return static_cast<std::int64_t>(case_); }
+  /// The text or the section's name.
+  std::optional<platform::Dictionary> additionalLogInfo() const override;
 
  private:
   MultipartError(Case which, std::string text, std::string message);

@@ -1,12 +1,15 @@
 #include "Corvane/Transfers/MultipartForm.hpp"
 
 #include <algorithm>
+#include <filesystem>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include "Corvane/Transfers/MultipartError.hpp"
+#include "Platform/Foundation/FileManager.hpp"
 
 namespace corvane {
 
@@ -17,8 +20,25 @@ namespace {
 /// A section on its way into the form.
 struct Part {
   std::string prefix;
+  /// The bytes, unless they are those of the file.
   Data value;
+  std::optional<std::string> file;
+  const std::string& name;
 };
+
+/// The path of a section's file whose bytes stand for themselves.
+std::optional<std::string> plainFile(const MultipartFormSection& section) {
+  if (const auto* url = section.dataRepresentable.as<platform::URL>()) return velisand::detail::pathOf(*url);
+  if (const auto* path = section.dataRepresentable.as<std::filesystem::path>()) return path->native();
+  return std::nullopt;
+}
+
+/// What reading it will show; 0 where that will fail.
+std::size_t sizeOf(const std::string& file) {
+  std::error_code problem;
+  const std::uintmax_t size = std::filesystem::file_size(file, problem);
+  return problem ? 0 : static_cast<std::size_t>(size);
+}
 
 class PartMaker {
  public:
@@ -31,16 +51,27 @@ class PartMaker {
 
   Part part(const MultipartFormSection& section, bool isFirst) const {
     std::string prefix = (isFirst ? "" : lineBreak_) + delimiter_ + lineBreak_ + detail::headerLines(section);
-    Data value = section.dataRepresentable.asData();
-    if (holdsDelimiter(value)) throw MultipartError::boundaryInContent(section.name);
-    return {std::move(prefix), std::move(value)};
+    std::optional<std::string> file = plainFile(section);
+    Data value = file ? Data() : section.dataRepresentable.asData();
+    return {std::move(prefix), std::move(value), std::move(file), section.name};
+  }
+
+  /// Files are read right into the form, so that they are in memory once.
+  void append(Part& part, Data& form) const {
+    form.append(part.prefix);
+    const std::size_t start = form.count();
+    if (part.file) {
+      platform::FileManager::appendContents(*part.file, form);
+    } else {
+      form.append(std::exchange(part.value, Data()).span());
+    }
+    if (holdsDelimiter(form.view().substr(start))) throw MultipartError::boundaryInContent(part.name);
   }
 
   std::string end() const { return lineBreak_ + delimiter_ + "--" + lineBreak_; }
 
  private:
-  bool holdsDelimiter(const Data& value) const {
-    const std::string_view text = value.view();
+  bool holdsDelimiter(std::string_view text) const {
     return std::search(text.begin(), text.end(), searcher_) != text.end();
   }
 
@@ -60,15 +91,12 @@ Data MultipartForm::asData() const {
   parts.reserve(sections.size());
   for (const MultipartFormSection& section : sections) {
     parts.push_back(maker.part(section, parts.empty()));
-    size += parts.back().prefix.size() + parts.back().value.count();
+    const Part& part = parts.back();
+    size += part.prefix.size() + (part.file ? sizeOf(*part.file) : part.value.count());
   }
 
   Data form = Data::withCapacity(size);
-  for (Part& part : parts) {
-    form.append(part.prefix);
-    // Let go of at once: files need not be in memory twice.
-    form.append(std::exchange(part.value, Data()).span());
-  }
+  for (Part& part : parts) maker.append(part, form);
   form.append(end);
   return form;
 }

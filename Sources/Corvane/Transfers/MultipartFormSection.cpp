@@ -20,17 +20,8 @@ const std::string& checked(const std::string& text, const char* what) {
   return text;
 }
 
-std::string quoted(const std::string& text) {
-  std::string result = "\"";
-  for (const char character : text) {
-    if (character == '"') {
-      result += "%22";
-    } else {
-      result += character;
-    }
-  }
-  return result + '"';
-}
+/// As it stands, quotes included: this form has no escape for them.
+std::string quoted(const std::string& text) { return '"' + text + '"'; }
 
 std::string disposition(const MultipartFormSection& section) {
   std::string text = "form-data; name=" + quoted(checked(section.name, "name"));
@@ -54,9 +45,9 @@ MultipartFormSection::MultipartFormSection(std::string sectionName, URL file, st
       fileURL(std::move(file)),
       dataRepresentable(std::move(data)) {}
 
-std::vector<std::pair<std::string, std::string>> MultipartFormSection::headers() const {
-  std::vector<std::pair<std::string, std::string>> result{{"Content-Disposition", disposition(*this)}};
-  if (contentType) result.emplace_back("Content-Type", checked(*contentType, "content type"));
+platform::HTTPHeaderFields MultipartFormSection::headers() const {
+  platform::HTTPHeaderFields result{{"Content-Disposition", disposition(*this)}};
+  if (contentType) result.set("Content-Type", checked(*contentType, "content type"));
   return result;
 }
 

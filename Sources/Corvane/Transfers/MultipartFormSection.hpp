@@ -9,6 +9,7 @@
 #include "Platform/Export.hpp"
 #include "Platform/Foundation/Data.hpp"
 #include "Platform/Foundation/URL.hpp"
+#include "Platform/Loading/HTTPHeaderFields.hpp"
 #include "Velisand/AnyDataRepresentable.hpp"
 #include "Velisand/FileRepresentable.hpp"
 
@@ -21,8 +22,8 @@ namespace corvane {
 ///     MultipartFormSection("photo", URL::file("ada.jpeg"))
 ///
 /// Names, content types and file names with a CR, LF or NUL are refused with `MultipartError` when headers or bytes
-/// are made: they could pass for headers or sections that the program did not write. A double quote in a name or
-/// file name is written as "%22", as browsers do (WHATWG HTML, multipart/form-data encoding); all else as it is.
+/// are made: they could pass for headers or sections that the program did not write. All else in a
+/// name or file name is written as it is, a double quote included, by which some servers take the name to end.
 struct CORVANE_API MultipartFormSection {
   /// A value of any type that has a form in bytes.
   MultipartFormSection(std::string sectionName, velisand::AnyDataRepresentable data,
@@ -34,10 +35,10 @@ struct CORVANE_API MultipartFormSection {
       : MultipartFormSection(std::move(sectionName), velisand::fileURL(file),
                              type ? type->value() : velisand::mimeType(file), velisand::AnyDataRepresentable(file)) {}
 
-  /// By name: "Content-Disposition" and, if there is a content type, "Content-Type". The disposition of every section
+  /// "Content-Disposition" and, if there is a content type, "Content-Type". The disposition of every section
   /// holds a line break, after the name: that is the one that ends the headers of a plain field. Throws
   /// `MultipartError`.
-  std::vector<std::pair<std::string, std::string>> headers() const;
+  platform::HTTPHeaderFields headers() const;
   /// The headers and the value, without boundaries. Throws `MultipartError`, and what making the value's bytes or
   /// reading the file throws.
   ///

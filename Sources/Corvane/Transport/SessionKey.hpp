@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -25,3 +27,11 @@ SessionKey sessionKey(const Request& request) {
 }  // namespace detail
 
 }  // namespace corvane
+
+template <>
+struct std::hash<corvane::SessionKey> {
+  std::size_t operator()(const corvane::SessionKey& key) const noexcept {
+    const std::size_t identifier = std::hash<std::optional<std::string>>()(key.sessionConfigurationIdentifier);
+    return identifier * 2 + (key.waitsForConnectivity ? 1 : 0);
+  }
+};

@@ -1,5 +1,6 @@
 #include "Platform/Dispatch/CooperativeWait.hpp"
 
+#include "Platform/Dispatch/Internal/ForkGuard.hpp"
 #include "Platform/Dispatch/Internal/Futex.hpp"
 #include "Platform/Dispatch/Internal/LocalQueues.hpp"
 
@@ -9,6 +10,7 @@ std::atomic<Driver*> Driver::shared = nullptr;
 
 bool CooperativeWait::wait(Seconds limit) {
   if (isDone()) return true;
+  detail::ForkGuard::requireThreads();
   const detail::Deadline deadline(limit);
   if (auto* const driver = Driver::shared.load(std::memory_order_acquire)) {
     // From here on `signal` interrupts the driver; had it come before, the driver would sleep unaware.

@@ -79,13 +79,13 @@ std::optional<std::string> terminated(std::string_view path) {
   return std::string(path);
 }
 
-/// Returns an error number.
+/// Reads to the end, behind what is there. Returns an error number.
 int readAll(const FileDescriptor& file, Data& data) {
   struct stat status;
   if (::fstat(file.number(), &status) != 0) return errno;
   // The size is a hint: it is 0 for pipes, and a file may grow. One byte more lets the end show at once.
   std::size_t room = status.st_size > 0 ? static_cast<std::size_t>(status.st_size) + 1 : 4096;
-  std::size_t filled = 0;
+  std::size_t filled = data.count();
   while (true) {
     data.resize(filled + room);
     std::byte* target = data.mutableBytes() + filled;
@@ -188,6 +188,22 @@ Data FileManager::contents(std::string_view path) {
   const int number = readAll(file, data);
   if (number != 0) throwReadError(path, number);
   return data;
+}
+
+void FileManager::appendContents(std::string_view path, Data& data) {
+  const auto name = terminated(path);
+  if (!name) throwReadError(path, EINVAL);
+  // Without O_NONBLOCK a pipe would hold up the caller until somebody writes into it.
+  const FileDescriptor file(
+      uninterrupted([&] { return ::open(name->c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY); }));
+  struct stat facts{};
+  if (!file.isOpen() || ::fstat(file.number(), &facts) != 0) throwReadError(path, errno);
+  if (S_ISDIR(facts.st_mode)) throwReadError(path, EISDIR);
+  if (!S_ISREG(facts.st_mode)) {
+    throw Error(NSCocoaErrorDomain, CocoaErrorCode::fileReadUnknown,
+                "\"" + std::string(path) + "\" could not be read: it is no regular file", {{"NSFilePath", path}});
+  }
+  if (const int number = readAll(file, data); number != 0) throwReadError(path, number);
 }
 
 std::optional<Data> FileManager::contentsIfReadable(std::string_view path) try {

@@ -47,6 +47,9 @@ class CORVANE_API FileManager {
 
   /// All bytes of a file.
   static Data contents(std::string_view path);
+  /// Adds all bytes of a regular file at the end. What is no such file, as a pipe or a device, fails with
+  /// `fileReadUnknown`: it may have no end, and could block for ever.
+  static void appendContents(std::string_view path, Data& data);
   /// The same, absent where `contents` throws.
   static std::optional<Data> contentsIfReadable(std::string_view path);
   /// Makes or replaces a file, all or nothing: until every byte is on the disk, the path shows what was there

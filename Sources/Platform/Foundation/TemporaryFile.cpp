@@ -1,10 +1,17 @@
 #include "Platform/Foundation/TemporaryFile.hpp"
 
-#include <unistd.h>
+#include <cstdio>
 
 #include "Platform/Foundation/FileManager.hpp"
+#include "Platform/Foundation/Internal/PathsToRemove.hpp"
 
 namespace platform {
+
+using detail::PathsToRemove;
+
+TemporaryFile::TemporaryFile(std::string path) : path_(std::move(path)) {
+  if (!path_.empty()) PathsToRemove::shared().add(path_);
+}
 
 TemporaryFile& TemporaryFile::operator=(TemporaryFile&& other) noexcept {
   if (this != &other) {
@@ -18,13 +25,18 @@ URL TemporaryFile::url() const { return URL::file(path_); }
 
 void TemporaryFile::moveTo(const std::string& path) {
   FileManager::move(path_, path);
+  keep();
+}
+
+void TemporaryFile::keep() noexcept {
+  if (!path_.empty()) PathsToRemove::shared().forget(path_);
   path_.clear();
 }
 
 void TemporaryFile::remove() noexcept {
-  // What is gone already needs no removing, and for the rest an error could not be reported.
-  if (!path_.empty()) ::unlink(path_.c_str());
-  path_.clear();
+  // What is gone already needs no removing, and for the rest there is nobody to tell.
+  if (!path_.empty()) std::remove(path_.c_str());
+  keep();
 }
 
 }  // namespace platform

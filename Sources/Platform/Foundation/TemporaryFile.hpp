@@ -8,12 +8,13 @@
 
 namespace platform {
 
-/// A file that is removed with the value that names it, unless it was kept or moved away. Movable.
+/// A file, or an empty directory, that is removed with the value that names it, or else at the process's normal exit,
+/// unless it was kept or moved away. Movable.
 class CORVANE_API TemporaryFile {
  public:
   TemporaryFile() noexcept = default;
   /// From now on the file at this path is temporary.
-  explicit TemporaryFile(std::string path) noexcept : path_(std::move(path)) {}
+  explicit TemporaryFile(std::string path);
   TemporaryFile(TemporaryFile&& other) noexcept : path_(std::exchange(other.path_, {})) {}
   TemporaryFile& operator=(TemporaryFile&& other) noexcept;
   ~TemporaryFile() { remove(); }
@@ -27,7 +28,7 @@ class CORVANE_API TemporaryFile {
   /// then the file is where it was, and temporary still.
   void moveTo(const std::string& path);
   /// Leaves the file where it is, for the caller to remove.
-  void keep() noexcept { path_.clear(); }
+  void keep() noexcept;
   /// Removes the file, if this names one; what cannot be removed stays.
   void remove() noexcept;
 

@@ -7,6 +7,8 @@ namespace platform {
 /// Domains and codes of the errors that loading reports. Codes are the platform's.
 inline constexpr const char* kCFErrorDomainCFNetwork = "kCFErrorDomainCFNetwork";
 inline constexpr const char* NSURLErrorDomain = "NSURLErrorDomain";
+/// The domain of failures of the system itself; the code is an error number, as EMFILE.
+inline constexpr const char* NSPOSIXErrorDomain = "NSPOSIXErrorDomain";
 
 namespace URLErrorCode {
 /// The codes that loading gives; Docs/ErrorMapping.md says when.
@@ -57,6 +59,8 @@ inline constexpr const char* transportCode = "CorvaneTransportCode";
 inline constexpr const char* transportMessage = "CorvaneTransportMessage";
 /// Whether the server may already have acted on the request.
 inline constexpr const char* requestWasSent = "CorvaneRequestWasSent";
+/// True of a task that was never begun, since its session had been closed; absent otherwise.
+inline constexpr const char* sessionWasClosed = "CorvaneSessionWasClosed";
 }  // namespace URLErrorKey
 
 }  // namespace platform

@@ -15,11 +15,13 @@ namespace {
 using detail::equalsIgnoringCase;
 using detail::printable;
 
-std::string methodProblem(const std::string& method, bool hasBody) {
+std::string methodProblem(const std::string& method, std::optional<std::size_t> bodyLength) {
   if (method.empty()) return "The request's method is empty.";
   if (!detail::isToken(method)) return "The request's method \"" + printable(method) + "\" is not a token.";
   if (method == "CONNECT") return "The method CONNECT opens a tunnel, which is not a load.";
-  if (method == "TRACE" && hasBody) return "A TRACE request may not have a body.";  // RFC 9110, 9.3.8
+  // An empty body is none for HEAD; anything else would be taken for the next request (RFC 9110, 9.3.2).
+  if (method == "HEAD" && bodyLength.value_or(0) > 0) return "A HEAD request may not have a body.";
+  if (method == "TRACE" && bodyLength) return "A TRACE request may not have a body.";  // RFC 9110, 9.3.8
   return {};
 }
 
@@ -103,7 +105,7 @@ std::string fieldsProblem(const HTTPHeaderFields& fields, std::size_t bodyLength
 }  // namespace
 
 std::string URLRequest::problem(std::optional<std::size_t> bodyLength) const {
-  std::string problem = methodProblem(httpMethod, bodyLength.has_value());
+  std::string problem = methodProblem(httpMethod, bodyLength);
   if (problem.empty()) problem = fieldsProblem(allHTTPHeaderFields, bodyLength.value_or(0));
   if (!problem.empty()) return problem;
   if (!std::isfinite(timeoutInterval) || timeoutInterval <= 0) {

@@ -27,6 +27,13 @@ std::optional<detail::ParameterizedValue> contentType(const HTTPHeaderFields& fi
   return result;
 }
 
+/// Absent when nothing of the name can be used.
+std::optional<std::string> safeName(const std::optional<std::string>& name) {
+  std::string component = detail::safeComponent(name.value_or(std::string()));
+  if (component.empty()) return std::nullopt;
+  return component;
+}
+
 std::int64_t lengthOf(const HTTPHeaderFields& fields) {
   const auto length = detail::ContentLength::of(fields);
   return length.kind == detail::ContentLength::Kind::known ? length.bytes : URLResponse::unknownLength;
@@ -63,7 +70,7 @@ HTTPURLResponse::HTTPURLResponse(URL url, int statusCode, std::string httpVersio
       statusCode_(statusCode),
       httpVersion_(std::move(httpVersion)),
       headerFields_(std::move(headerFields)),
-      suggestedFilename_(std::move(known.suggestedFilename)) {}
+      suggestedFilename_(safeName(known.suggestedFilename)) {}
 
 std::string HTTPURLResponse::suggestedFilename() const {
   if (suggestedFilename_) return *suggestedFilename_;

@@ -22,6 +22,8 @@ TEST_F(MockTest, hasADefaultForEachRequirement) {
 
   EXPECT_EQ(request.mockURL(), URL("https://api.example.com/users/ada"));
   ASSERT_TRUE(request.mockHeaders());
+  const HTTPHeaders headers = *request.mockHeaders();
+  for (const auto& [name, value] : headers) EXPECT_TRUE(value.text()) << name;
   EXPECT_EQ(request.mockHeaders()->count(), 2u);
   EXPECT_EQ(request.mockStatus(), HTTPStatus::success);
   EXPECT_EQ(request.mockResponseTime(), 0);

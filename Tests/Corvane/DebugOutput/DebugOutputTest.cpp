@@ -113,6 +113,22 @@ TEST_F(DebugOutputTest, writesTypeStatusAndHeadersOfAResponse) {
             "    ·Type: corvane::DataResponse\n    ·HTTP Status: notFound\n    ·Headers:\tX-A: 1\n\tX-B: 2\n");
 }
 
+TEST_F(DebugOutputTest, isAMemberOfEveryResponse) {
+  const DataResponse response(std::nullopt, std::nullopt, httpResponse(404, {{"X-A", "1"}}), std::nullopt);
+
+  EXPECT_EQ(response.debugStatusAndHeaders(), debugStatusAndHeaders(response));
+}
+
+struct ComputedResponse : HTTPResponsableDefaults<ComputedResponse> {
+  HTTPStatus status() const { return HTTPStatus::created; }
+  std::optional<HTTPHeaderFields> headers() const { return HTTPHeaderFields{{"X-A", "1"}}; }
+};
+
+TEST_F(DebugOutputTest, readsWhatAResponseComputes) {
+  EXPECT_THAT(ComputedResponse().debugStatusAndHeaders(),
+              ::testing::EndsWith("ComputedResponse\n    ·HTTP Status: created\n    ·Headers:\tX-A: 1\n"));
+}
+
 TEST_F(DebugOutputTest, writesNoHeadersWhereThereAreNone) {
   const DataResponse response(std::nullopt, std::nullopt, nullptr, cancelled);
 

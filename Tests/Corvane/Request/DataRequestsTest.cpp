@@ -52,6 +52,17 @@ TEST(DataRequestsTest, refusesTheBareSlashAndNamesThePartsOfItsURL) {
   }
 }
 
+template <class BodyType>
+struct PostJSON : DataPostRequestable<PostJSON<BodyType>, BodyType> {
+  BodyType body;
+  HTTPHeaders sharedHeaders() const { return {}; }
+};
+
+TEST(DataRequestsTest, sendsAJSONBodyAsSuch) {
+  EXPECT_EQ(PostJSON<EmptyJSON>{.body = {}}.contentType(), HTTPMediaType::json);
+  EXPECT_EQ(PostJSON<JSONReference>{.body = 7}.contentType(), HTTPMediaType::json);
+}
+
 TEST(DataRequestsTest, reportsItsProperties) {
   const DataGetRequest request{"https://example.com/users", {{"X-A", "1"}}};
 

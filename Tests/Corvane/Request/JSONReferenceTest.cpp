@@ -58,6 +58,45 @@ TEST(JSONReferenceTest, throwsWhatTheEncoderThrows) {
   EXPECT_THROW(reference.asJSON(), EncodingError);
 }
 
+struct Snake {
+  int theNumber = 0;
+  static JSONEncoder encoder() { return JSONEncoder({.keys = JSONKeyStrategy::snakeCase}); }
+};
+
+TEST(JSONReferenceTest, isWrittenWithDefaultSettingsWhateverEncoderTheTypeNames) {
+  EXPECT_EQ(velisand::asJSON(Snake{1}).view(), R"({"the_number":1})");
+
+  EXPECT_EQ(JSONReference(Snake{1}).asData().view(), R"({"theNumber":1})");
+}
+
+TEST(JSONReferenceTest, canBeUsedWhenItWasMovedFrom) {
+  JSONReference reference = Point{1, 2};
+  const JSONReference taken = std::move(reference);
+
+  EXPECT_EQ(reference.asData(), taken.asData());  // NOLINT(bugprone-use-after-move): what is tested
+}
+
+TEST(JSONReferenceTest, aRequestWithItCanBeUsedWhenItWasMovedFrom) {
+  JSONPostRequest<EmptyJSON> request("https://example.com", Point{1, 2});
+  const auto taken = std::move(request);
+
+  EXPECT_EQ(request.urlRequest().httpBody, taken.urlRequest().httpBody);  // NOLINT(bugprone-use-after-move)
+}
+
+struct ReferenceFirst {
+  JSONReference content;
+  int after = 0;
+};
+struct OptionalReferenceFirst {
+  std::optional<JSONReference> content;
+  int after = 0;
+};
+
+TEST(JSONReferenceTest, mayBeTheFirstMemberOfAModel) {
+  EXPECT_EQ(velisand::asJSON(ReferenceFirst{Point{1, 2}, 3}).view(), R"({"content":{"x":1,"y":2},"after":3})");
+  EXPECT_EQ(velisand::asJSON(OptionalReferenceFirst{JSONReference(7), 3}).view(), R"({"content":7,"after":3})");
+}
+
 TEST(EmptyJSONTest, isMadeOfAnyDocument) {
   for (const char* const text : {"{}", "[]", "null", "7", "\"text\"", R"({"a":[1,{"b":null}]})", " [1] "})
     EXPECT_EQ(velisand::fromJSON<EmptyJSON>(Data(text)), EmptyJSON()) << text;

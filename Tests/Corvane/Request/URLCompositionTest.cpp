@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <stdexcept>
+
 #include "Corvane/Corvane.hpp"
 
 namespace corvane {
@@ -13,6 +15,14 @@ struct Get : DataGetRequestable<Get> {
 };
 
 std::string sentURL(const Get& request) { return request.createURL().absoluteString(); }
+
+struct Broken : DataGetRequestable<Broken> {
+  HTTPHeaders sharedHeaders() const { return {}; }
+  HTTPHeaders headers() const { throw std::runtime_error("no headers"); }
+  double timeoutInterval() const { throw std::runtime_error("no time-out"); }
+};
+
+TEST(URLCompositionTest, asksForNothingElseWhereThereIsNoURL) { EXPECT_THROW(Broken().urlRequest(), HTTPRequestError); }
 
 TEST(URLCompositionTest, putsExactlyOneSlashBetweenBaseAndPath) {
   EXPECT_EQ(sentURL({.path = "x"}), "https://example.com/x");

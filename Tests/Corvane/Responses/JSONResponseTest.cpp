@@ -125,6 +125,25 @@ TEST(JSONResponseTest, logsWhatDidNotDecode) {
   EXPECT_EQ(record.line, 73);
 }
 
+TEST(JSONResponseTest, logsTheBeginningOfALongDocument) {
+  corvane::testing::LogCapture log;
+
+  response<User>("[\"" + std::string(100'000, 'x') + "\"]");
+
+  ASSERT_EQ(log->records().size(), 1u);
+  EXPECT_LT(log->records().front().message.size(), 5'000u);
+  EXPECT_THAT(log->records().front().message, ::testing::EndsWith("… (100004 bytes in all)"));
+}
+
+TEST(JSONResponseTest, logsNothingForDevelopersUnlessTheyAsk) {
+  ASSERT_TRUE(vantorel::isLogSinkDefault());
+  ::testing::internal::CaptureStderr();
+
+  response<User>(R"({"id":7})");
+
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
+}
+
 TEST(JSONResponseTest, carriesAnErrorOfTheModelsOwn) {
   corvane::testing::LogCapture log;
 

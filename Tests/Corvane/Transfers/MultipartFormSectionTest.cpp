@@ -145,15 +145,15 @@ TEST(MultipartFormSectionTest, writesTextAsUTF8) {
   EXPECT_EQ(MultipartFormSection("größe", "ü").asData(),
             Data("Content-Disposition: form-data; name=\"gr\xC3\xB6\xC3\x9F"
                  "e\"\r\n\r\n\xC3\xBC"));
-  EXPECT_EQ(MultipartFormSection("a", path("/größe")).headers().front().second,
+  EXPECT_EQ(MultipartFormSection("a", path("/größe")).headers().value("Content-Disposition"),
             "form-data; name=\"a\"\r\n; filename=\"größe\"");
 }
 
 TEST(MultipartFormSectionTest, escapesDoubleQuotesAndNothingElse) {
-  EXPECT_EQ(MultipartFormSection("a\"; x=\"%\\", "").headers().front().second,
-            "form-data; name=\"a%22; x=%22%\\\"\r\n");
-  EXPECT_EQ(MultipartFormSection("a", path("/b\"c")).headers().front().second,
-            "form-data; name=\"a\"\r\n; filename=\"b%22c\"");
+  EXPECT_EQ(MultipartFormSection("a\"; x=\"%\\", "").headers().value("content-disposition"),
+            "form-data; name=\"a\"; x=\"%\\\"\r\n");
+  EXPECT_EQ(MultipartFormSection("a", path("/b\"c")).headers().value("Content-Disposition"),
+            "form-data; name=\"a\"\r\n; filename=\"b\"c\"");
 }
 
 TEST(MultipartFormSectionTest, refusesTextThatCouldPassForAHeader) {

@@ -140,6 +140,21 @@ TEST(MultipartFormTest, allowsContentThatOnlyNamesTheBoundary) {
   EXPECT_NO_THROW(form.asData());
 }
 
+TEST(MultipartFormTest, readsAFileIntoTheMemoryThatItNeeds) {
+  const testing::TemporaryDirectory directory;
+  const std::string path = directory.write("large.bin", std::string(4 << 20, 'x'));
+
+  const Data bytes = MultipartForm{MultipartFormSection("a", std::filesystem::path(path))}.asData();
+
+  EXPECT_GT(bytes.count(), std::size_t{4} << 20);
+  EXPECT_LT(bytes.capacity(), bytes.count() + 4096);
+}
+
+TEST(MultipartFormTest, refusesWhatIsNoRegularFile) {
+  EXPECT_THROW(MultipartForm{MultipartFormSection("a", platform::URL::file("/dev/zero"))}.asData(), Error);
+  EXPECT_THROW(MultipartFormSection("a", platform::URL::file("/dev/zero")).asData(), Error);
+}
+
 TEST(MultipartFormTest, holdsManySectionsInExactlyTheMemoryTheyNeed) {
   std::vector<MultipartFormSection> sections(10'000, MultipartFormSection("a", Data(std::string(1000, 'x'))));
 

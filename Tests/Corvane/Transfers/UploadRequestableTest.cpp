@@ -103,14 +103,15 @@ TEST_F(UploadTest, refusesToEncodeAFile) {
   EXPECT_EQ(server.connectionCount(), 0);
 }
 
-TEST_F(UploadTest, describesTheUploadOfAFileWithoutReadingIt) {
-  const FileUploadRequest request(server.url("/"), file("photo.png", "pixels"));
+TEST_F(UploadTest, describesTheUploadOfAFileWithoutReadingItWhole) {
+  const FileUploadRequest request(server.url("/"), file("photo.png", std::string(80, 'x')));
 
   const auto urlRequest = request.urlRequest();
 
   EXPECT_EQ(urlRequest.httpBody, std::nullopt);
   EXPECT_EQ(urlRequest.allHTTPHeaderFields.value("Content-Type"), "image/png");
-  EXPECT_TRUE(request.curlCommand().ends_with(" -d @" + request.body().fileSystemPath())) << request.curlCommand();
+  EXPECT_TRUE(request.curlCommand().ends_with(" -v  -d @" + request.body().fileSystemPath())) << request.curlCommand();
+  EXPECT_TRUE(FileUploadRequest(server.url("/"), file("short.txt", "short")).curlCommand().ends_with(" -v  -d short"));
 }
 
 struct PathUpload : UploadRequestable<PathUpload, DataResponse, std::filesystem::path> {

@@ -2,6 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <string>
+#include <thread>
+#include <unordered_set>
+
 #include "Corvane/Corvane.hpp"
 #include "CorvaneTesting/Expectation.hpp"
 #include "CorvaneTesting/ServerTest.hpp"
@@ -146,6 +151,34 @@ TEST_F(HTTPServiceTest, keepsTheNewerSessionWhenAnOldOneBecomesInvalid) {
   waitUntil([&] { return observed.expired(); });
 
   EXPECT_EQ(sessionFor(get()), newSession);
+}
+
+TEST_F(HTTPServiceTest, cancelsNoRequestThatIsJustBeingSentWhenMemoryGetsShort) {
+  server.handleAll([](const auto&) { return MockResponse(200).body("x"); });
+  constexpr int count = 300;
+  std::atomic<bool> isOver = false;
+  std::thread warnings([&] {
+    while (!isOver) DispatchMemoryPressureSource::notify(MemoryPressure::warning);
+  });
+  const DispatchQueue queue("HTTPServiceTest");
+  Expectation<std::string> answered;
+
+  for (int i = 0; i < count; ++i) {
+    get().send(queue, [answered](const DataResponse& response) {
+      answered.fulfil(response.result.error() ? response.result.error()->message() : "");
+    });
+  }
+
+  for (const std::string& problem : answered.waitForAll(count, std::chrono::seconds(60))) EXPECT_EQ(problem, "");
+  isOver = true;
+  warnings.join();
+}
+
+TEST(SessionKeyTest, isHashable) {
+  const std::unordered_set<SessionKey> keys{{"a", false}, {"a", true}, {std::nullopt, false}, {"a", false}};
+
+  EXPECT_EQ(keys.size(), 3U);
+  EXPECT_TRUE(keys.contains({"a", true}));
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
 #include <thread>
 
@@ -9,6 +10,7 @@
 #include "CorvaneTesting/Expectation.hpp"
 #include "CorvaneTesting/Ports.hpp"
 #include "CorvaneTesting/TestServer.hpp"
+#include "Platform/Foundation/FileManager.hpp"
 #include "TestSupport/HeldLookUps.hpp"
 
 // Leaving the process while requests are under way is clean: status 0, nothing on standard error, no hang. Each scene
@@ -145,6 +147,24 @@ struct Leaving : DataGetRequestable<Leaving> {
   std::_Exit(97);
 }
 
+/// What the library leaves in the temporary directory is looked at after its own exit handlers.
+[[noreturn]] void exitDuringADownload() {
+  static const std::string& directory = kept<std::string>(platform::FileManager::createTemporaryDirectory());
+  ::setenv("TMPDIR", directory.c_str(), 1);
+  std::atexit([] {
+    const bool isEmpty = std::filesystem::is_empty(directory);
+    std::filesystem::remove_all(directory);
+    if (!isEmpty) std::_Exit(96);
+  });
+  TestServer& server = kept<TestServer>();
+  server.handleAll(
+      [](const auto&) { return MockResponse(200).generatedBody(1 << 20).stall(Moment::insideBody, 1000); });
+  const Expectation<void> begun;
+  DownloadGetRequest<>(server.url("/")).send(queue(), [=](const auto&) { begun(); }, [](const auto&) {});
+  begun.wait();
+  std::exit(0);
+}
+
 class ProcessExitDeathTest : public ::testing::Test {
  protected:
   template <class Scene>
@@ -176,6 +196,8 @@ TEST_F(ProcessExitDeathTest, isCleanInsideBodies) {
 TEST_F(ProcessExitDeathTest, isCleanWithCompletionsThatNobodyRuns) { expectClean(exitWithCompletionsOnTheMainQueue); }
 
 TEST_F(ProcessExitDeathTest, isCleanWhileCompletionsSend) { expectClean(exitInAStorm); }
+
+TEST_F(ProcessExitDeathTest, leavesNoFilesOfDownloads) { expectClean(exitDuringADownload); }
 
 TEST_F(ProcessExitDeathTest, isCleanFromACompletion) { expectClean(exitFromACompletion); }
 

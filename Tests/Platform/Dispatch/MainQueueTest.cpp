@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "Platform/Dispatch/DispatchGroup.hpp"
+#include "Platform/Dispatch/DispatchHint.hpp"
 #include "Platform/Dispatch/DispatchQueue.hpp"
 #include "Platform/Dispatch/DispatchSemaphore.hpp"
 #include "Platform/Dispatch/Internal/MainQueueCore.hpp"
@@ -215,6 +216,15 @@ class UndrainedMainQueueDeathTest : public testing::Test {
 TEST_F(UndrainedMainQueueDeathTest, hintsOnceThatNothingDrainsIt) {
   EXPECT_EXIT(leaveWorkFor(60, false), testing::ExitedWithCode(0),
               "^Corvane: work is waiting on the main queue, but nothing drains it: call .* attachToHost\\(\\)\nend$");
+}
+
+TEST_F(UndrainedMainQueueDeathTest, hintsToWhoeverAskedForHints) {
+  const auto scene = [] {
+    setDispatchHintHandler([](std::string_view hint) { std::fputs(("told " + std::string(hint)).c_str(), stderr); });
+    leaveWorkFor(60, false);
+  };
+
+  EXPECT_EXIT(scene(), testing::ExitedWithCode(0), "^told work is waiting on the main queue.*end$");
 }
 
 TEST_F(UndrainedMainQueueDeathTest, saysNothingEarlier) {

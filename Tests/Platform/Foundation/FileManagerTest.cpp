@@ -214,4 +214,20 @@ TEST_F(FileManagerTest, takesTheTemporaryDirectoryFromTheEnvironment) {
   if (!saved.empty()) ::setenv("TMPDIR", saved.c_str(), 1);
 }
 
+TEST_F(FileManagerTest, addsTheContentsOfRegularFilesOnly) {
+  const std::string pipe = directory + "/pipe";
+  const std::string file = directory + "/file";
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+  FileManager::write(Data("more"), file);
+  Data data("some ");
+
+  FileManager::appendContents(file, data);
+
+  EXPECT_EQ(data, Data("some more"));
+  for (const std::string& other : {pipe, std::string("/dev/zero"), directory, directory + "/missing"}) {
+    EXPECT_THROW(FileManager::appendContents(other, data), Error) << other;
+  }
+  EXPECT_EQ(data, Data("some more"));
+}
+
 }  // namespace

@@ -71,6 +71,7 @@ TEST_F(DataTaskTest, sendsABodyWithAnyMethodButHead) {
 
   const Loaded refused = load(request(server.url("/"), "HEAD", Data("x")));
   EXPECT_THAT(refused.message(), HasSubstr("HEAD"));
+  EXPECT_EQ(load(request(server.url("/"), "HEAD", Data())).status(), 200);
 }
 
 TEST_F(DataTaskTest, handlesOfOneExchangeLeaveNothingToTheNext) {

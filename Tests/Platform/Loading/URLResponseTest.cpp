@@ -90,5 +90,16 @@ TEST(HTTPURLResponseTest, isAURLResponse) {
   EXPECT_EQ(response->suggestedFilename(), "y");
 }
 
+TEST(HTTPURLResponseTest, makesAFileNameThatItIsGivenSafe) {
+  const auto nameOf = [](std::string given) {
+    return HTTPURLResponse(URL("http://h/path.txt"), 200, "1.1", {}, {.suggestedFilename = std::move(given)})
+        .suggestedFilename();
+  };
+
+  EXPECT_EQ(nameOf("report.pdf"), "report.pdf");
+  EXPECT_EQ(nameOf("../../etc/x"), "x");
+  EXPECT_EQ(nameOf(".."), "path.txt");
+}
+
 }  // namespace
 }  // namespace platform

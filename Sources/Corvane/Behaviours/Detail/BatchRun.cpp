@@ -110,16 +110,31 @@ class SerialBatches {
       if (!waiting_.empty()) queue_.async([this] { startFirst(); });
       return;
     }
-    const double timeout = wholeSeconds(run->timeoutInterval(index_));
-    const std::uint64_t turn = ++turn_;
-    run->sendInScope(index_, [this, turn] {
+    double interval = 0;
+    std::optional<platform::Error> unreadable;
+    try {
+      interval = run->timeoutInterval(index_);
+    } catch (...) {
+      unreadable = platform::Error::current();
+    }
+    if (unreadable) {
+      run->fail(index_, *std::move(unreadable), whenTurnEnds());
+      timer_.schedule(platform::Seconds::unlimited());
+    } else {
+      const double timeout = wholeSeconds(interval);
+      run->sendInScope(index_, whenTurnEnds());
+      timer_.schedule(timeout);
+    }
+    timer_.resume();
+  }
+
+  platform::Block whenTurnEnds() {
+    return [this, turn = ++turn_] {
       queue_.async([this, turn] {
         // Too late, where the turn has passed to the next request.
         if (turn == turn_) endTurn();
       });
-    });
-    timer_.schedule(timeout);
-    timer_.resume();
+    };
   }
 
   void endTurn() {

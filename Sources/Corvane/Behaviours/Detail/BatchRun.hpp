@@ -8,6 +8,7 @@
 #include "Corvane/Transport/SendCancellation.hpp"
 #include "Platform/Dispatch/DispatchQueue.hpp"
 #include "Platform/Export.hpp"
+#include "Platform/Foundation/Error.hpp"
 
 namespace corvane::detail {
 
@@ -32,6 +33,8 @@ class CORVANE_API BatchRun : public std::enable_shared_from_this<BatchRun> {
   virtual double timeoutInterval(std::size_t index) const = 0;
   /// Sends one; its response is kept and told, and then `whenAnswered` called.
   virtual void send(std::size_t index, platform::Block whenAnswered) = 0;
+  /// The same for a request that cannot be sent: its response holds the error.
+  virtual void fail(std::size_t index, platform::Error error, platform::Block whenAnswered) = 0;
   /// Keeps a response that says so.
   virtual void keepTimeout() = 0;
   /// Calls the completion with what was kept.

@@ -44,7 +44,7 @@ std::shared_ptr<RelocatedFile> writtenFile(const Data& data) {
   } catch (const std::exception& error) {
     platform::trap(std::string("The file of a mock cannot be written: ") + error.what());
   }
-  return std::make_shared<RelocatedFile>(platform::TemporaryFile(std::move(path)), std::nullopt);
+  return std::make_shared<RelocatedFile>(platform::TemporaryFile(std::move(path)), platform::TemporaryFile());
 }
 
 void give(PendingResponse& pending) {
@@ -103,18 +103,19 @@ const DispatchQueue& mockBackgroundQueue() {
   return queue;
 }
 
-void respondFromMock(std::shared_ptr<SendExchange> exchange, double responseTime, MockBody body,
+void respondFromMock(std::shared_ptr<SendExchange> exchange, MockBody body, platform::UniqueFunction<double()> responseTime,
                      platform::UniqueFunction<TaskOutcome()> makeOutcome) {
   try {
     if (!exchange->shouldSend()) return;
     exchange->validate();
+    const double delay = responseTime();
     const auto uuid = exchange->uuid();
     const auto pending = std::make_shared<PendingResponse>(exchange, body, std::move(makeOutcome));
     if (uuid) TaskManager::shared().insert([pending] { pending->cancelSoon(); }, *uuid);
     if (const auto cancellation = SendCancellation::current()) {
       cancellation->reaches<&PendingResponse::cancelSoon>(pending);
     }
-    mockBackgroundQueue().asyncAfter(responseTime, [pending] { give(*pending); });
+    mockBackgroundQueue().asyncAfter(delay, [pending] { give(*pending); });
   } catch (...) {
     report(std::move(exchange), Error::current());
   }

@@ -40,10 +40,11 @@ CORVANE_API const platform::DispatchQueue& mockBackgroundQueue();
 
 enum class MockBody { bytes, file };
 
-/// Answers in place of the network: after so many seconds `makeOutcome` is called on `mockBackgroundQueue`, and from
-/// there on the response goes the way of any other. For a download the bytes are written to a fresh temporary file
-/// first; the process ends when that fails. Hooks and cancellation work as for any request.
-CORVANE_API void respondFromMock(std::shared_ptr<SendExchange> exchange, double responseTime, MockBody body,
+/// Answers in place of the network: after `responseTime` seconds `makeOutcome` is called on `mockBackgroundQueue`, and
+/// from there on the response goes the way of any other. For a download the bytes are written to a fresh temporary file
+/// first; the process ends when that fails. What the hooks of the request do, and its cancellation, is unchanged.
+CORVANE_API void respondFromMock(std::shared_ptr<SendExchange> exchange, MockBody body,
+                                 platform::UniqueFunction<double()> responseTime,
                                  platform::UniqueFunction<TaskOutcome()> makeOutcome);
 
 }  // namespace corvane::detail

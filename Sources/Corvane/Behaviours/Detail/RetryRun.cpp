@@ -3,6 +3,7 @@
 #include <cmath>
 #include <utility>
 
+#include "Corvane/Errors/HTTPResponseError.hpp"
 #include "Corvane/Transport/TaskManager.hpp"
 #include "Platform/Trap.hpp"
 
@@ -50,11 +51,14 @@ void RetryRun::listenToCancellation() {
 }
 
 void RetryRun::attempt() {
-  limit_ = numbers().limit;
-  {
+  try {
+    limit_ = numbers().limit;
     std::optional<SendCancellation::Scope> scope;
     if (cancellation_) scope.emplace(*cancellation_);
     sendOnce();
+  } catch (...) {
+    fail(platform::Error::current());
+    return;
   }
   // Cancelled before the attempt's task was registered: it is by now.
   if (isCancelled_) cancelTask();
@@ -65,6 +69,19 @@ void RetryRun::cancelTask() const {
 }
 
 void RetryRun::decide() {
+  try {
+    takeNextStep();
+  } catch (...) {
+    fail(platform::Error::current());
+  }
+}
+
+void RetryRun::fail(platform::Error error) {
+  putFailure(std::move(error));
+  finish(failCount() == 0 ? RetryStep::noFailure : RetryStep::totalFailure);
+}
+
+void RetryRun::takeNextStep() {
   const RetryStep step = stepAfter(failCount(), limit_, hasFailed());
   if (isCancelled_ && hasFailed()) {
     if (!tellsOfCancellation()) keepFailure();
@@ -108,7 +125,7 @@ void RetryRun::finish(RetryStep result) {
 }
 
 void RetryRun::finishCancelled() {
-  putCancelled();
+  putFailure(platform::Error(HTTPResponseError::taskCancelled()));
   finish(RetryStep::totalFailure);
 }
 

@@ -53,7 +53,7 @@ class CORVANE_API RetryRun : public std::enable_shared_from_this<RetryRun> {
 
   virtual RetryNumbers numbers() const = 0;
   virtual std::int64_t failCount() const = 0;
-  /// Starts an attempt, which calls `decide` once.
+  /// Starts an attempt, which calls `decide` once. What it throws is that attempt's outcome.
   virtual void sendOnce() = 0;
   // Of the last response:
   virtual bool hasFailed() const = 0;
@@ -63,10 +63,12 @@ class CORVANE_API RetryRun : public std::enable_shared_from_this<RetryRun> {
   virtual std::optional<platform::HTTPHeaderFields> headers() const = 0;
   /// Puts it with the failed ones.
   virtual void keepFailure() = 0;
-  /// Puts a response that says that the request was cancelled in its place.
-  virtual void putCancelled() = 0;
+  /// Puts a response that holds this error in its place.
+  virtual void putFailure(platform::Error error) = 0;
   /// Hands all to the caller, asynchronously. Called once.
   virtual void deliver(RetryStep result) = 0;
+  /// An attempt that could not be begun, or cannot be judged, fails with what was thrown; nothing follows it.
+  void fail(platform::Error error);
 
   const HTTPRetryPolicy& policy() const { return policy_; }
 
@@ -75,6 +77,7 @@ class CORVANE_API RetryRun : public std::enable_shared_from_this<RetryRun> {
 
   void listenToCancellation();
   void attempt();
+  void takeNextStep();
   void waitThenRetry();
   void cancelTask() const;
   bool leaveWait(Phase next);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <concepts>
 #include <cstdint>
 #include <limits>
@@ -52,14 +53,33 @@ class TypedRetryRun final : public RetryRun {
   using Response = typename Request::Response;
   using Completion = platform::UniqueFunction<void(HTTPRetryResult<Response>)>;
 
+  /// Throws what the request throws when it is copied or asked; the completion is untouched then.
   TypedRetryRun(const Request& request, RetryKind kind, std::optional<platform::DispatchQueue> queue,
-                Completion completion)
+                Completion&& completion)
       : RetryRun(policyOf(request), uuidOf(request)),
         request_(request),
         kind_(kind),
         queue_(std::move(queue)),
         retryQueue_(request_.retryQueue()),
         completion_(std::move(completion)) {}
+
+  /// What cannot even be begun is one attempt, which failed with what was thrown.
+  static void begin(const Request& request, RetryKind kind, std::optional<platform::DispatchQueue> queue,
+                    Completion completion) {
+    std::shared_ptr<TypedRetryRun> run;
+    try {
+      run = std::make_shared<TypedRetryRun>(request, kind, queue, std::move(completion));
+    } catch (...) {
+      deliverFailure<Response>(
+          queue,
+          [completion = std::move(completion)](Response response) mutable {
+            if (completion) completion(HTTPRetryResult<Response>::noFailure(std::move(response)));
+          },
+          platform::Error::current());
+      return;
+    }
+    run->start();
+  }
 
  private:
   RetryNumbers numbers() const override {
@@ -74,8 +94,8 @@ class TypedRetryRun final : public RetryRun {
   bool isWorthRetrying() const override;
   std::optional<platform::HTTPHeaderFields> headers() const override { return read(&Response::headers, *last_); }
   void keepFailure() override { failures_.push_back(*std::exchange(last_, std::nullopt)); }
-  void putCancelled() override {
-    last_.emplace(std::nullopt, std::nullopt, nullptr, platform::Error(HTTPResponseError::taskCancelled()));
+  void putFailure(platform::Error error) override {
+    last_.emplace(std::nullopt, std::nullopt, nullptr, std::move(error));
   }
   void deliver(RetryStep result) override;
 
@@ -90,19 +110,26 @@ class TypedRetryRun final : public RetryRun {
 
 template <class Request>
 void TypedRetryRun<Request>::sendOnce() {
+  // Of a send that calls its completion and throws, too, one counts.
+  const auto isOver = std::make_shared<std::atomic_flag>();
   typename Request::Completion received =
-      [self = std::static_pointer_cast<TypedRetryRun>(shared_from_this())](Response response) {
+      [isOver, self = std::static_pointer_cast<TypedRetryRun>(shared_from_this())](Response response) {
+        if (isOver->test_and_set()) return;
         self->last_.emplace(std::move(response));
         self->decide();
       };
-  if constexpr (Polls<Request>) {
-    if (kind_ == RetryKind::poll) {
-      Request::firePollForRetryable(request_, queue_, std::move(received));
+  try {
+    if constexpr (Polls<Request>) {
+      if (kind_ == RetryKind::poll) {
+        Request::firePollForRetryable(request_, queue_, std::move(received));
+      } else {
+        dispatchSingleSend(request_, queue_, std::move(received));
+      }
     } else {
-      dispatchSingleSend(request_, queue_, std::move(received));
+      sendViaRequest(request_, retryQueue_, std::move(received));
     }
-  } else {
-    sendViaRequest(request_, retryQueue_, std::move(received));
+  } catch (...) {
+    if (!isOver->test_and_set()) throw;
   }
 }
 

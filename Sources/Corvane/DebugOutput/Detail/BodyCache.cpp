@@ -19,7 +19,6 @@ using platform::ObjectCache;
 
 namespace {
 
-constexpr std::size_t bytesShownAsTheyAre = 79;
 constexpr std::size_t charactersShownAsTheyAre = 80;
 
 // Made on first use; emptied when memory gets short.
@@ -64,7 +63,7 @@ std::optional<Data> cachedBody(std::string_view key) { return BodyCache::shared(
 
 std::string httpDebugSummary(const std::optional<Data>& body) {
   if (!body || body->isEmpty()) return "0 bytes";
-  if (body->count() <= bytesShownAsTheyAre) {
+  if (body->count() <= mostBytesShown) {
     if (auto text = body->utf8()) return *std::move(text);
   }
   return cachedSummary(body->count(), "bytes", *body);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -12,6 +13,9 @@ namespace corvane::detail {
 /// Keeps a body under a fresh key, until memory gets short; returns the key.
 CORVANE_API std::string cacheBody(const platform::Data& body);
 CORVANE_API std::optional<platform::Data> cachedBody(std::string_view key);
+
+/// Bodies of text up to so many bytes are shown as they are.
+inline constexpr std::size_t mostBytesShown = 79;
 
 /// A body in a few words: itself when it is text of fewer than 80 bytes, "0 bytes" without one, and otherwise
 /// its size with the call that fetches it: `[812 bytes: Corvane.httpDebugData("KEY")]`.

@@ -11,15 +11,12 @@ namespace corvane::detail {
 using platform::HTTPHeaderFields;
 
 HTTPHeaderFields defaultHeaders(std::string_view acceptType) {
-  static const HTTPHeaderFields& fields = *new HTTPHeaderFields{
-      {"Accept", "*/*"},
+  return {
+      {"Accept", std::string(acceptType)},
       {"User-Agent", userAgent()},
       {"Accept-Language", acceptLanguage(platform::Locale::preferredLanguages())},
       {"Accept-Encoding", "gzip;q=1.0, compress;q=0.5"},
   };
-  HTTPHeaderFields result = fields;
-  if (acceptType != "*/*") result.set("Accept", acceptType);
-  return result;
 }
 
 std::string acceptLanguage(const std::vector<std::string>& preferredLanguages) {

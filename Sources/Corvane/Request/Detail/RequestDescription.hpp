@@ -23,15 +23,16 @@ struct URLDescription {
   bool ownURLTakesQueryItems = false;
 };
 
-/// What a request type says about itself, read once; from here on no template is needed.
+/// What a request type says about itself, read once, in this order: where there is no URL, nothing else is asked for.
+/// From here on no template is needed.
 struct RequestDescription {
-  URLDescription target;
-  HTTPMethod method;
+  platform::URL url;
+  platform::URLRequestCachePolicy cachePolicy;
+  double timeoutInterval;
   HTTPMediaType acceptType;
   HTTPHeaders sharedHeaders;
   HTTPHeaders headers;
-  platform::URLRequestCachePolicy cachePolicy;
-  double timeoutInterval;
+  HTTPMethod method;
 };
 
 /// What a body adds to a request.
@@ -60,11 +61,12 @@ CORVANE_API platform::URL urlForDebugOutput(const URLDescription& target);
 /// items a=1, b=2, c=3 read ",,a=1b=2c=3". It is not the URL that is sent.
 CORVANE_API std::string urlString(const URLDescription& target);
 
+/// The same fields, every value as the text that is sent.
+CORVANE_API HTTPHeaders asText(const HTTPHeaders& headers);
 /// Every value as the text that is sent.
 CORVANE_API platform::HTTPHeaderFields textHeaders(const HTTPHeaders& headers);
 /// The defaults, then the shared headers, then the request's own; later ones replace earlier ones.
 CORVANE_API platform::HTTPHeaderFields composedHeaders(const RequestDescription& description);
-/// Throws what `createURL` throws.
 CORVANE_API platform::URLRequest composedRequest(const RequestDescription& description);
 /// Sets body, "Content-Type" and, where there is a coding, "Content-Encoding".
 CORVANE_API void addBody(platform::URLRequest& request, BodyDescription body);

@@ -7,6 +7,7 @@
 #include "Platform/Dispatch/DispatchQueue.hpp"
 #include "Platform/Dispatch/UniqueFunction.hpp"
 #include "Platform/Export.hpp"
+#include "Velisand/OptionalQueue.hpp"
 
 namespace corvane::detail {
 
@@ -16,7 +17,8 @@ class CORVANE_API ResponseExchange : public SendExchange {
  public:
   using Completion = platform::UniqueFunction<void(Response)>;
 
-  ResponseExchange(std::optional<platform::DispatchQueue> queue, Completion completion);
+  /// The completion is set last, when nothing can be thrown any more: until then it is the caller's.
+  explicit ResponseExchange(std::optional<platform::DispatchQueue> queue);
   ~ResponseExchange() override;
 
   bool isLongToMake(const TaskOutcome& outcome) const override;
@@ -26,6 +28,7 @@ class CORVANE_API ResponseExchange : public SendExchange {
   void deliver() override;
 
  protected:
+  void setCompletion(Completion&& completion) noexcept { completion_ = std::move(completion); }
   /// Requires: one was made.
   const Response& response() const { return *response_; }
 
@@ -36,8 +39,7 @@ class CORVANE_API ResponseExchange : public SendExchange {
 };
 
 template <class Response>
-ResponseExchange<Response>::ResponseExchange(std::optional<platform::DispatchQueue> queue, Completion completion)
-    : queue_(std::move(queue)), completion_(std::move(completion)) {}
+ResponseExchange<Response>::ResponseExchange(std::optional<platform::DispatchQueue> queue) : queue_(std::move(queue)) {}
 
 template <class Response>
 ResponseExchange<Response>::~ResponseExchange() = default;
@@ -71,6 +73,16 @@ bool ResponseExchange<Response>::keepsFile() const {
 template <class Response>
 void ResponseExchange<Response>::deliver() {
   if (completion_) completion_(std::move(*response_));
+}
+
+/// Delivers the outcome of a request that could not even be copied for its way, asynchronously as any other.
+template <class Response>
+void deliverFailure(const std::optional<platform::DispatchQueue>& queue,
+                    typename ResponseExchange<Response>::Completion&& completion, platform::Error error) {
+  velisand::async(queue, [completion = std::move(completion),
+                          response = Response(std::nullopt, std::nullopt, nullptr, std::move(error))]() mutable {
+    if (completion) completion(std::move(response));
+  });
 }
 
 }  // namespace corvane::detail

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <utility>
 
@@ -18,9 +19,26 @@ class TypedExchange final : public ResponseExchange<typename Request::Response> 
  public:
   using Base = ResponseExchange<typename Request::Response>;
 
+  /// Throws what the request throws when it is copied, or asked for its identifier; the completion is untouched then.
   TypedExchange(const Request& request, std::optional<platform::DispatchQueue> queue,
-                typename Base::Completion completion)
-      : Base(std::move(queue), std::move(completion)), request_(request) {}
+                typename Base::Completion&& completion)
+      : Base(std::move(queue)), request_(request), uuid_(identifier()) {
+    this->setCompletion(std::move(completion));
+  }
+
+  /// The exchange that answers for a copy of the request. Null where that cannot be made: then the completion gets
+  /// what was thrown.
+  static std::shared_ptr<TypedExchange> make(const Request& request, std::optional<platform::DispatchQueue> queue,
+                                             typename Base::Completion completion) {
+    try {
+      return std::make_shared<TypedExchange>(request, queue, std::move(completion));
+    } catch (...) {
+      deliverFailure<typename Request::Response>(queue, std::move(completion), platform::Error::current());
+      return nullptr;
+    }
+  }
+
+  const Request& request() const { return request_; }
 
   bool shouldSend() const override { return read(&Request::shouldSend, request_); }
   void validate() const override {
@@ -39,10 +57,7 @@ class TypedExchange final : public ResponseExchange<typename Request::Response> 
     }
     return std::nullopt;
   }
-  std::optional<platform::UUID> uuid() const override {
-    if constexpr (Cancelable<Request>) return read(&Request::uuid, request_);
-    return std::nullopt;
-  }
+  std::optional<platform::UUID> uuid() const override { return uuid_; }
 
   void validateResponse() const override {
     if constexpr (ValidatesResponse<Request>) {
@@ -56,7 +71,13 @@ class TypedExchange final : public ResponseExchange<typename Request::Response> 
   }
 
  private:
+  std::optional<platform::UUID> identifier() const {
+    if constexpr (Cancelable<Request>) return read(&Request::uuid, request_);
+    return std::nullopt;
+  }
+
   const Request request_;
+  const std::optional<platform::UUID> uuid_;
 };
 
 }  // namespace corvane::detail

@@ -78,7 +78,9 @@ void TransferRequestable<Self, ResponseType, route>::sendToNetwork(std::optional
       });
     };
   }
-  route(std::make_shared<TypedExchange<Self>>(self(), std::move(queue), std::move(completion)), relay);
+  if (auto sent = TypedExchange<Self>::make(self(), std::move(queue), std::move(completion))) {
+    route(std::move(sent), relay);
+  }
 }
 
 }  // namespace corvane::detail

@@ -5,6 +5,7 @@
 #include "Corvane/Errors/CFNetworkErrors.hpp"
 #include "Corvane/Errors/HTTPNetworkForbiddenError.hpp"
 #include "Corvane/Errors/HTTPResponseError.hpp"
+#include "Corvane/Detail/ModuleLogger.hpp"
 #include "Corvane/Settings.hpp"
 #include "Corvane/Transport/HTTPService.hpp"
 #include "Corvane/Transport/Internal/ProgressRelay.hpp"
@@ -14,12 +15,15 @@
 #include "Platform/Loading/URLErrorCodes.hpp"
 #include "Platform/Loading/URLSession.hpp"
 #include "Platform/Trap.hpp"
+#include "Vantorel/Logger.hpp"
 #include "Velisand/OptionalQueue.hpp"
 
 namespace corvane::detail {
 
+using platform::DispatchQueue;
 using platform::Error;
 using platform::HTTPURLResponse;
+using platform::URL;
 using platform::URLResponse;
 using platform::URLSessionTask;
 
@@ -37,28 +41,65 @@ ObservationSlot slotFor(const std::shared_ptr<ProgressRelay>& relay) {
   return relay ? std::make_shared<platform::ProgressObservation>() : nullptr;
 }
 
-std::shared_ptr<URLSession> sessionFor(const SendExchange& exchange) {
-  return HTTPService::shared().urlSession(exchange.sessionKey());
+/// One exchange on its way, with what its task is made of.
+struct Sending {
+  std::shared_ptr<SendExchange> exchange;
+  std::shared_ptr<ProgressRelay> relay;
+  SessionKey sessionKey;
+  URLRequest request;
+  /// The body of an upload that is sent from its file.
+  std::optional<URL> bodyFile;
+  std::optional<SendCancellation> cancellation;
+};
+
+using TaskMaker = std::shared_ptr<URLSessionTask> (*)(const std::shared_ptr<Sending>& sending, URLSession& session,
+                                                      const ObservationSlot& slot);
+
+void begin(const std::shared_ptr<Sending>& sending, TaskMaker makeTask);
+
+/// The session was closed between the moment when it was chosen and that when its task began: nothing was sent.
+bool wasTurnedAway(const std::optional<Error>& error) {
+  return error && error->domain() == platform::NSURLErrorDomain &&
+         error->userInfo().contains(platform::URLErrorKey::sessionWasClosed);
 }
 
-URLSession::DataCompletion dataCompletion(std::shared_ptr<SendExchange> exchange, ObservationSlot slot = nullptr) {
-  return [exchange = std::move(exchange), slot = std::move(slot)](
+void beginAgain(const std::shared_ptr<Sending>& sending, TaskMaker makeTask) {
+  try {
+    begin(sending, makeTask);
+  } catch (...) {
+    report(sending->exchange, Error::current());
+  }
+}
+
+template <TaskMaker makeTask>
+URLSession::DataCompletion dataCompletion(std::shared_ptr<Sending> sending, ObservationSlot slot) {
+  return [sending = std::move(sending), slot = std::move(slot)](
              std::optional<Data> data, std::shared_ptr<const URLResponse> response, std::optional<Error> error) {
-    processTaskCompletion(exchange, {std::move(data), std::nullopt, std::move(response), std::move(error)});
+    if (wasTurnedAway(error)) {
+      beginAgain(sending, makeTask);
+    } else {
+      processTaskCompletion(sending->exchange, {std::move(data), std::nullopt, std::move(response), std::move(error)});
+    }
     if (slot) slot->invalidate();
   };
 }
 
-URLSession::DownloadCompletion downloadCompletion(std::shared_ptr<SendExchange> exchange, ObservationSlot slot) {
-  return [exchange = std::move(exchange), slot = std::move(slot)](std::optional<TemporaryFile> received,
-                                                                  std::shared_ptr<const URLResponse> response,
-                                                                  std::optional<Error> error) {
+template <TaskMaker makeTask>
+URLSession::DownloadCompletion downloadCompletion(std::shared_ptr<Sending> sending, ObservationSlot slot) {
+  return [sending = std::move(sending), slot = std::move(slot)](std::optional<TemporaryFile> received,
+                                                                std::shared_ptr<const URLResponse> response,
+                                                                std::optional<Error> error) {
+    if (wasTurnedAway(error)) {
+      beginAgain(sending, makeTask);
+      if (slot) slot->invalidate();
+      return;
+    }
     TaskOutcome outcome{std::nullopt, std::nullopt, std::move(response), std::move(error)};
     if (received) {
       outcome.file = RelocatedFile::relocate(*std::move(received), outcome.response.get());
       outcome.url = outcome.file->url();
     }
-    processTaskCompletion(exchange, std::move(outcome));
+    processTaskCompletion(sending->exchange, std::move(outcome));
     if (slot) slot->invalidate();
   };
 }
@@ -70,36 +111,32 @@ URLRequest permittedRequest(const SendExchange& exchange) {
   return request;
 }
 
-std::shared_ptr<URLSessionTask> makeDataTask(const std::shared_ptr<SendExchange>& exchange) {
-  const auto session = sessionFor(*exchange);
-  return session->dataTask(permittedRequest(*exchange), dataCompletion(exchange));
+std::shared_ptr<URLSessionTask> makeDataTask(const std::shared_ptr<Sending>& sending, URLSession& session,
+                                             const ObservationSlot& slot) {
+  return session.dataTask(sending->request, dataCompletion<makeDataTask>(sending, slot));
 }
 
-std::shared_ptr<URLSessionTask> makeDownloadTask(const std::shared_ptr<SendExchange>& exchange,
-                                                 const std::shared_ptr<ProgressRelay>& relay) {
-  const auto session = sessionFor(*exchange);
-  const ObservationSlot slot = slotFor(relay);
-  auto task = session->downloadTask(permittedRequest(*exchange), downloadCompletion(exchange, slot));
-  if (slot) *slot = relay->observe(task, exchange->completionQueue());
-  return task;
+std::shared_ptr<URLSessionTask> makeDownloadTask(const std::shared_ptr<Sending>& sending, URLSession& session,
+                                                 const ObservationSlot& slot) {
+  return session.downloadTask(sending->request, downloadCompletion<makeDownloadTask>(sending, slot));
 }
 
-std::shared_ptr<URLSessionTask> makeUploadTask(const std::shared_ptr<SendExchange>& exchange,
-                                               const std::shared_ptr<ProgressRelay>& relay) {
-  URLRequest request = permittedRequest(*exchange);
-  const auto session = sessionFor(*exchange);
-  const ObservationSlot slot = slotFor(relay);
-  std::shared_ptr<URLSessionTask> task;
-  if (const auto file = exchange->bodyFile()) {
-    task = session->uploadTask(std::move(request), *file, dataCompletion(exchange, slot));
-  } else {
-    // What the request's headers speak of is what it built beside them.
-    std::optional<Data> body = std::move(request.httpBody);
-    if (!body) body = exchange->bodyBytes();
-    task = session->uploadTask(std::move(request), std::move(body).value_or(Data()), dataCompletion(exchange, slot));
-  }
-  if (slot) *slot = relay->observe(task, exchange->completionQueue());
-  return task;
+std::shared_ptr<URLSessionTask> makeUploadTask(const std::shared_ptr<Sending>& sending, URLSession& session,
+                                               const ObservationSlot& slot) {
+  auto completion = dataCompletion<makeUploadTask>(sending, slot);
+  if (sending->bodyFile) return session.uploadTask(sending->request, *sending->bodyFile, std::move(completion));
+  return session.uploadTask(sending->request, sending->request.httpBody.value_or(Data()), std::move(completion));
+}
+
+/// Registers the task, and starts it.
+void begin(const std::shared_ptr<Sending>& sending, TaskMaker makeTask) {
+  const auto session = HTTPService::shared().urlSession(sending->sessionKey);
+  const ObservationSlot slot = slotFor(sending->relay);
+  const auto task = makeTask(sending, *session, slot);
+  if (slot) *slot = sending->relay->observe(task, sending->exchange->completionQueue());
+  insertTaskIntoTaskManager(*sending->exchange, task);
+  if (sending->cancellation) sending->cancellation->reaches<&URLSessionTask::cancel>(task);
+  task->resume();
 }
 
 void deliver(std::shared_ptr<SendExchange> exchange) {
@@ -137,43 +174,56 @@ SendExchange::~SendExchange() = default;
 
 namespace {
 
-template <class TaskMaker>
-void send(std::shared_ptr<SendExchange> exchange, TaskMaker makeTask) {
-  std::shared_ptr<URLSessionTask> task;
+void send(std::shared_ptr<SendExchange> exchange, std::shared_ptr<ProgressRelay> relay, TaskMaker makeTask) {
   try {
     if (!exchange->shouldSend()) return;
     exchange->validate();
-    task = makeTask(exchange);
-    insertTaskIntoTaskManager(*exchange, task);
-    if (const auto cancellation = SendCancellation::current()) cancellation->reaches<&URLSessionTask::cancel>(task);
+    auto sessionKey = exchange->sessionKey();
+    const auto sending = std::make_shared<Sending>(Sending{.exchange = exchange,
+                                                           .relay = std::move(relay),
+                                                           .sessionKey = std::move(sessionKey),
+                                                           .request = permittedRequest(*exchange),
+                                                           .bodyFile = {},
+                                                           .cancellation = SendCancellation::current()});
+    if (makeTask == makeUploadTask) {
+      sending->bodyFile = exchange->bodyFile();
+      // What the request's headers speak of is what it built beside them.
+      if (!sending->bodyFile && !sending->request.httpBody) sending->request.httpBody = exchange->bodyBytes();
+    }
+    begin(sending, makeTask);
   } catch (...) {
     report(std::move(exchange), Error::current());
-    return;
   }
-  task->resume();
 }
 
+/// Debug output reports on a request; what it cannot read there is no outcome.
+void printDebugOutput(const SendExchange& exchange, const TaskOutcome& received) {
+  if (const auto error = errorThrownBy([&] { exchange.printDebugOutput(received); })) {
+    moduleLogger().error("Debug output could not be made: " + error->message());
+  }
+}
+
+/// What follows when the response was made: the request's hooks, debug output and the delivery.
 void conclude(std::shared_ptr<SendExchange> exchange, const TaskOutcome& received, TaskOutcome outcome) {
-  exchange->makeResponse(outcome);
   if (auto error = errorThrownBy([&] { exchange->validateResponse(); })) {
     outcome.error = std::move(error);
     exchange->makeResponse(outcome);
   }
-  exchange->printDebugOutput(received);
+  printDebugOutput(*exchange, received);
   if (outcome.file) exchange->keepsFile() ? outcome.file->keep() : outcome.file->remove();
   deliver(std::move(exchange));
 }
 
 }  // namespace
 
-void sendToNetwork(std::shared_ptr<SendExchange> exchange) { send(std::move(exchange), makeDataTask); }
+void sendToNetwork(std::shared_ptr<SendExchange> exchange) { send(std::move(exchange), nullptr, makeDataTask); }
 
 void download(std::shared_ptr<SendExchange> exchange, std::shared_ptr<ProgressRelay> relay) {
-  send(std::move(exchange), [&](const std::shared_ptr<SendExchange>& sent) { return makeDownloadTask(sent, relay); });
+  send(std::move(exchange), std::move(relay), makeDownloadTask);
 }
 
 void upload(std::shared_ptr<SendExchange> exchange, std::shared_ptr<ProgressRelay> relay) {
-  send(std::move(exchange), [&](const std::shared_ptr<SendExchange>& sent) { return makeUploadTask(sent, relay); });
+  send(std::move(exchange), std::move(relay), makeUploadTask);
 }
 
 void processTaskCompletion(std::shared_ptr<SendExchange> exchange, TaskOutcome outcome) {
@@ -184,13 +234,20 @@ void processTaskCompletion(std::shared_ptr<SendExchange> exchange, TaskOutcome o
 
 void concludeExchange(std::shared_ptr<SendExchange> exchange, TaskOutcome received, TaskOutcome outcome) {
   if (!exchange->isLongToMake(outcome)) {
+    exchange->makeResponse(outcome);
     conclude(std::move(exchange), received, std::move(outcome));
     return;
   }
-  platform::DispatchQueue::global().async(
-      [exchange = std::move(exchange), received = std::move(received), outcome = std::move(outcome)]() mutable {
-        conclude(std::move(exchange), received, std::move(outcome));
-      });
+  // Made aside, so that nobody waits for it; the hooks of requests never overlap on this queue, so they come back.
+  DispatchQueue::global().async([queue = DispatchQueue::current().value_or(DispatchQueue::global()),
+                                 exchange = std::move(exchange), received = std::move(received),
+                                 outcome = std::move(outcome)]() mutable {
+    exchange->makeResponse(outcome);
+    queue.async(
+        [exchange = std::move(exchange), received = std::move(received), outcome = std::move(outcome)]() mutable {
+          conclude(std::move(exchange), received, std::move(outcome));
+        });
+  });
 }
 
 void check(const SendExchange& exchange, const TaskOutcome& outcome) {
@@ -211,12 +268,18 @@ std::optional<HTTPStatus> httpStatus(const URLResponse* response) {
   return status(*httpResponse);
 }
 
+void insertTask(std::shared_ptr<URLSessionTask> task, const platform::UUID& uuid) {
+  TaskManager::shared().insert(std::move(task), uuid);
+}
+
+void removeTask(const platform::UUID& uuid) { TaskManager::shared().removeTask(uuid); }
+
 void insertTaskIntoTaskManager(const SendExchange& exchange, std::shared_ptr<URLSessionTask> task) {
-  if (const auto uuid = exchange.uuid()) TaskManager::shared().insert(std::move(task), *uuid);
+  if (const auto uuid = exchange.uuid()) insertTask(std::move(task), *uuid);
 }
 
 void removeFromTaskManager(const SendExchange& exchange) {
-  if (const auto uuid = exchange.uuid()) TaskManager::shared().removeTask(*uuid);
+  if (const auto uuid = exchange.uuid()) removeTask(*uuid);
 }
 
 }  // namespace corvane::detail

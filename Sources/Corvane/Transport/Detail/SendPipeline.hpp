@@ -112,8 +112,9 @@ CORVANE_API void report(std::shared_ptr<SendExchange> exchange, platform::Error 
 /// The status of an HTTP response, `unknown` for a code without a name; absent for any other response or none.
 CORVANE_API std::optional<HTTPStatus> httpStatus(const platform::URLResponse* response);
 
-CORVANE_API void insertTaskIntoTaskManager(const SendExchange& exchange,
-                                           std::shared_ptr<platform::URLSessionTask> task);
+CORVANE_API void insertTask(std::shared_ptr<platform::URLSessionTask> task, const platform::UUID& uuid);
+CORVANE_API void removeTask(const platform::UUID& uuid);
+CORVANE_API void insertTaskIntoTaskManager(const SendExchange& exchange, std::shared_ptr<platform::URLSessionTask> task);
 CORVANE_API void removeFromTaskManager(const SendExchange& exchange);
 
 }  // namespace corvane::detail

@@ -15,17 +15,20 @@ platform::ProgressObservation ProgressRelay::observe(const std::shared_ptr<platf
                                                      std::optional<platform::DispatchQueue> queue) {
   return task->progress()->observe(
       [self = shared_from_this(), queue = std::move(queue)](const std::shared_ptr<platform::Progress>& progress) {
-        if (self->isListenedTo()) velisand::async(queue, [self, progress] { self->call(HTTPProgress(progress)); });
+        if (self->shallSchedule()) velisand::async(queue, [self, progress] { self->call(HTTPProgress(progress)); });
       });
 }
 
-bool ProgressRelay::isListenedTo() const {
+/// The progress is that of the moment when it is told, so one call that waits will do for all.
+bool ProgressRelay::shallSchedule() {
   const MutexLock lock(mutex_);
-  return !hasEnded_ && handler_.isListenedTo();
+  if (hasEnded_ || !handler_.isListenedTo()) return false;
+  return !std::exchange(isScheduled_, true);
 }
 
 void ProgressRelay::call(const HTTPProgress& progress) {
   MutexLock lock(mutex_);
+  isScheduled_ = false;
   if (hasEnded_) return;
   missed_ = progress;
   if (isCalling_) return;

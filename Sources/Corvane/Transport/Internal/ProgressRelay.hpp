@@ -14,7 +14,7 @@ class ProgressRelay : public std::enable_shared_from_this<ProgressRelay> {
  public:
   explicit ProgressRelay(HTTPProgressHandler handler) : handler_(std::move(handler)) {}
 
-  /// Watches the task. Each call is scheduled on the queue, but not while there are no handlers.
+  /// Watches the task. A call is scheduled on the queue, but not while nobody listens, nor while another waits there.
   platform::ProgressObservation observe(const std::shared_ptr<platform::URLSessionTask>& task,
                                         std::optional<platform::DispatchQueue> queue);
   /// Calls the handler; a call that comes while another is under way is made up for when that one returns.
@@ -24,11 +24,13 @@ class ProgressRelay : public std::enable_shared_from_this<ProgressRelay> {
   void end(platform::Block whenQuiet);
 
  private:
-  bool isListenedTo() const;
+  bool shallSchedule();
 
-  mutable platform::detail::Mutex mutex_;
+  platform::detail::Mutex mutex_;
   HTTPProgressHandler handler_ CORVANE_GUARDED_BY(mutex_);
   std::optional<HTTPProgress> missed_ CORVANE_GUARDED_BY(mutex_);  ///< came while a call was under way
+  /// A call waits on the queue, and will tell the latest.
+  bool isScheduled_ CORVANE_GUARDED_BY(mutex_) = false;
   bool isCalling_ CORVANE_GUARDED_BY(mutex_) = false;
   bool hasEnded_ CORVANE_GUARDED_BY(mutex_) = false;
   platform::Block whenQuiet_ CORVANE_GUARDED_BY(mutex_);

@@ -1,7 +1,7 @@
 #include "Corvane/Transport/Internal/RelocatedFile.hpp"
 
-#include <unistd.h>
-
+#include <optional>
+#include <string>
 #include <utility>
 
 #include "Corvane/Detail/ModuleLogger.hpp"
@@ -30,36 +30,35 @@ std::string nameFor(const platform::URLResponse* response, const TemporaryFile& 
 }  // namespace
 
 std::shared_ptr<RelocatedFile> RelocatedFile::relocate(TemporaryFile received, const platform::URLResponse* response) {
-  std::optional<std::string> directory;
   try {
-    directory = makeTemporaryDirectory().fileSystemPath();
-    std::string target = *directory;
+    TemporaryFile directory(makeTemporaryDirectory().fileSystemPath());
+    std::string target = directory.path();
     if (!target.ends_with('/')) target += '/';
     target += nameFor(response, received);
+    // Temporary before it is there: the process may end at any moment.
+    TemporaryFile file(target);
     received.moveTo(target);
-    return std::make_shared<RelocatedFile>(TemporaryFile(std::move(target)), std::move(directory));
+    return std::make_shared<RelocatedFile>(std::move(file), std::move(directory));
   } catch (...) {
     const platform::Error error = platform::Error::current();
     moduleLogger().error(failureMessage + error.message(), std::nullopt, std::nullopt, failureFile, failureFunction,
                          failureLine);
-    if (directory) ::rmdir(directory->c_str());
-    return std::make_shared<RelocatedFile>(std::move(received), std::nullopt);
+    return std::make_shared<RelocatedFile>(std::move(received), TemporaryFile());
   }
 }
 
-RelocatedFile::RelocatedFile(TemporaryFile file, std::optional<std::string> directory)
+RelocatedFile::RelocatedFile(TemporaryFile file, TemporaryFile directory)
     : file_(std::move(file)), directory_(std::move(directory)), url_(file_.url()) {}
 
 void RelocatedFile::remove() {
   file_.remove();
   // Removed only when it is empty: whatever else is in it is not ours.
-  if (directory_) ::rmdir(directory_->c_str());
-  directory_.reset();
+  directory_.remove();
 }
 
 void RelocatedFile::keep() {
   file_.keep();
-  directory_.reset();
+  directory_.keep();
 }
 
 }  // namespace corvane::detail

@@ -1,8 +1,6 @@
 #pragma once
 
 #include <memory>
-#include <optional>
-#include <string>
 
 #include "Platform/Foundation/TemporaryFile.hpp"
 #include "Platform/Foundation/URL.hpp"
@@ -18,7 +16,7 @@ class RelocatedFile {
   static std::shared_ptr<RelocatedFile> relocate(platform::TemporaryFile received,
                                                  const platform::URLResponse* response);
 
-  RelocatedFile(platform::TemporaryFile file, std::optional<std::string> directory);
+  RelocatedFile(platform::TemporaryFile file, platform::TemporaryFile directory);
   ~RelocatedFile() { remove(); }
   RelocatedFile(const RelocatedFile&) = delete;
   RelocatedFile& operator=(const RelocatedFile&) = delete;
@@ -30,8 +28,8 @@ class RelocatedFile {
 
  private:
   platform::TemporaryFile file_;
-  /// Absent for a file that could not be moved.
-  std::optional<std::string> directory_;
+  /// None for a file that could not be moved.
+  platform::TemporaryFile directory_;
   const platform::URL url_;
 };
 

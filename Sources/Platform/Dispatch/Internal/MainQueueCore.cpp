@@ -1,8 +1,7 @@
 #include "Platform/Dispatch/Internal/MainQueueCore.hpp"
 
-#include <cstdio>
-
 #include "Platform/Detail/Locking.hpp"
+#include "Platform/Dispatch/DispatchHint.hpp"
 #include "Platform/Dispatch/Internal/LocalQueues.hpp"
 #include "Platform/Trap.hpp"
 
@@ -11,8 +10,8 @@ namespace {
 
 constexpr std::chrono::seconds patience{5};
 constexpr const char* nothingDrains =
-    "Corvane: work is waiting on the main queue, but nothing drains it: call DispatchQueue::main().run() or "
-    "runUntil(), or hand it to your event loop with attachToHost()\n";
+    "work is waiting on the main queue, but nothing drains it: call DispatchQueue::main().run() or runUntil(), or hand "
+    "it to your event loop with attachToHost()";
 
 }  // namespace
 
@@ -61,8 +60,11 @@ void MainQueueCore::announce(const Announcement& announcement) {
 /// Prints a hint, once, when no thread drains the queue for a while.
 void MainQueueCore::expectDrain() {
   hintClock_->scheduleAfter(patience, [this] {
-    const MutexLock lock(mutex_);
-    if (!wasEverDrained_) std::fputs(nothingDrains, stderr);
+    {
+      const MutexLock lock(mutex_);
+      if (wasEverDrained_) return;
+    }
+    giveDispatchHint(nothingDrains);
   });
 }
 

@@ -42,9 +42,6 @@ std::optional<Error> HTTPLoad::prepare(LoadOwner& owner) {
                    "the transport cannot use the URL " + request_->url.absoluteString());
   }
   chooseBody();
-  if (body_ && request_->httpMethod == "HEAD") {
-    return NSError(NSURLErrorDomain, URLErrorCode::badURL, "a HEAD request cannot carry a body");
-  }
   head_.method = request_->httpMethod;
   head_.isSecure = target_.route().origin.isSecure;
   head_.authority = target_.authority();
@@ -57,6 +54,7 @@ std::optional<Error> HTTPLoad::prepare(LoadOwner& owner) {
 void HTTPLoad::chooseBody() {
   body_ = nullptr;
   head_.contentLength.reset();
+  if (request_->httpMethod == "HEAD") return;  // one of HEAD is empty, and none
   if (UploadFile* const file = owner_->bodyFile()) {
     fileBody_.set(*file);
     body_ = &fileBody_;
@@ -66,7 +64,7 @@ void HTTPLoad::chooseBody() {
   }
   if (body_) {
     head_.contentLength = body_->length();
-    if (head_.contentLength == 0) body_ = request_->httpMethod == "HEAD" ? body_ : nullptr;
+    if (head_.contentLength == 0) body_ = nullptr;
   } else if (expectsBody(request_->httpMethod)) {
     head_.contentLength = 0;
   }
@@ -193,6 +191,9 @@ Error HTTPLoad::errorOf(ExchangeProblem& problem, bool& lacksConnectivity) {
   if (body_ == &fileBody_ && fileBody_.failure()) {
     return transportError(fileBody_.failure()->code, fileBody_.failure()->message, request_->url,
                           problem.requestWasSent);
+  }
+  if (problem.failure.cause == FailureCause::outOfDescriptors) {
+    return resourceError(problem.failure.systemError, request_->url);
   }
   const TransportFailure failure =
       TransportFailure::of(std::move(problem.failure), target_.host(), problem.requestWasSent);

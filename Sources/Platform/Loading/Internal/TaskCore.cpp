@@ -26,6 +26,11 @@ Error cancelledError(const URL& url) {
                  {{URLErrorKey::failingURL, url.absoluteString()}});
 }
 
+Error turnedAwayError(const URL& url) {
+  return NSError(NSURLErrorDomain, URLErrorCode::cancelled, "the session is closed",
+                 {{URLErrorKey::failingURL, url.absoluteString()}, {URLErrorKey::sessionWasClosed, true}});
+}
+
 TaskCore::TaskCore(std::shared_ptr<URLSession> session, std::shared_ptr<SessionCore> core, URLRequest request,
                    TaskPlan plan, bool isStillborn)
     : session_(std::move(session)),
@@ -56,8 +61,12 @@ void TaskCore::start() {
   // A cancellation may have overtaken this on its way to the loop.
   if (state() == URLSessionTask::State::completed) return;
   core_->begin(shared_from_this());
-  if (isStillborn_ || !core_->acceptsTasks() || state() == URLSessionTask::State::canceling) {
+  if (state() == URLSessionTask::State::canceling) {
     finish(cancelledError(originalRequest_.url));
+    return;
+  }
+  if (isStillborn_ || !core_->acceptsTasks()) {
+    finish(turnedAwayError(originalRequest_.url));
     return;
   }
   if (isUpload_ && originalRequest_.url.isFileURL()) {

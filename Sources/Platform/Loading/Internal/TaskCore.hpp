@@ -113,5 +113,7 @@ class TaskCore final : public URLSessionTask,
 
 /// The error of a cancelled task.
 Error cancelledError(const URL& url);
+/// The error of a task that was resumed too late: its session had been closed by then.
+Error turnedAwayError(const URL& url);
 
 }  // namespace platform::detail

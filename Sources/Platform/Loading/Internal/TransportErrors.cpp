@@ -118,6 +118,13 @@ Error transportError(std::int32_t code, std::string message, const URL& url, boo
   return NSError(kCFErrorDomainCFNetwork, code, std::move(message), std::move(userInfo));
 }
 
+Error resourceError(int systemError, const URL& url) {
+  std::string message = "no socket can be opened for a connection: " + std::generic_category().message(systemError);
+  Dictionary userInfo = facts(url, false);
+  userInfo.set(URLErrorKey::transportMessage, message);
+  return NSError(NSPOSIXErrorDomain, systemError, std::move(message), std::move(userInfo));
+}
+
 Error timeoutError(const URLRequest& request, bool requestWasSent) {
   return transportError(URLErrorCode::timedOut,
                         "nothing moved for " + secondsText(request.timeoutInterval) + " seconds", request.url,

@@ -36,6 +36,8 @@ bool isOffline(const TransportFailure& failure);
 
 /// An error of the CFNetwork domain, with what the network said in its user information.
 Error transportError(const TransportFailure& failure, const URL& url);
+/// An error of the POSIX domain: this process or machine lacks what a connection takes, as a descriptor.
+Error resourceError(int systemError, const URL& url);
 /// An error of the CFNetwork domain for what we found ourselves.
 Error transportError(std::int32_t code, std::string message, const URL& url, bool requestWasSent);
 /// -1001, for a request whose idle time-out passed.

@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "Platform/Dispatch/Internal/Thread.hpp"
+#include "Platform/Foundation/Internal/PathsToRemove.hpp"
 #include "Platform/Trap.hpp"
 
 namespace platform::networking {
@@ -18,6 +19,8 @@ NetworkLoop::NetworkLoop() {
     trap("the network loop cannot start: the system has no thread left");
   }
   Driver::shared.store(this, std::memory_order_release);
+  // At the exit transfers stop first, then what they leave behind is removed.
+  detail::PathsToRemove::shared();
   std::atexit([] { shared().ownership().stop(); });
 }
 

@@ -20,9 +20,10 @@ struct Anything {
     __builtin_trap();
   }
 };
-/// Stands for an initialiser of a base class of `T`.
+/// Stands for an initialiser of a base class of `T`. It is no plain struct, which some class might take for a model.
 template <class T>
 struct AnyBaseOf {
+  AnyBaseOf() = default;
   template <class Base>
     requires(std::is_base_of_v<Base, T> && !std::is_same_v<Base, T>)
   operator Base() const {  // NOLINT(google-explicit-constructor)
