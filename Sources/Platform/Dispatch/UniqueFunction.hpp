@@ -12,7 +12,8 @@ namespace platform {
 template <class Signature>
 class UniqueFunction;
 
-/// A callable that is moved, never copied; small ones are kept in place, without an allocation.
+/// A callable that is moved, never copied; small ones are kept in place, without an allocation. Made of an empty
+/// `std::function`, or of a null pointer to a function, it is empty.
 template <class R, class... Args>
 class UniqueFunction<R(Args...)> {
  public:
@@ -23,6 +24,7 @@ class UniqueFunction<R(Args...)> {
              std::is_invocable_r_v<R, std::decay_t<F>&, Args...>)
   UniqueFunction(F&& function) {  // NOLINT(google-explicit-constructor)
     using Held = std::decay_t<F>;
+    if (isEmpty<Held>(function)) return;
     if constexpr (fits<Held>()) {
       ::new (static_cast<void*>(&storage_)) Held(std::forward<F>(function));
       table_ = &inPlace<Held>;
@@ -59,6 +61,16 @@ class UniqueFunction<R(Args...)> {
   static constexpr bool fits() {
     return sizeof(Held) <= room && alignof(Held) <= alignof(std::max_align_t) &&
            std::is_nothrow_move_constructible_v<Held>;
+  }
+  template <class Held>
+  static bool isEmpty(const Held& function) {
+    if constexpr (std::is_pointer_v<Held> || std::is_member_pointer_v<Held>) {
+      return function == nullptr;
+    } else if constexpr (requires { function.operator bool(); }) {
+      return !function;
+    } else {
+      return false;
+    }
   }
   template <class Held>
   static R invoke(Held& held, Args&&... args) {

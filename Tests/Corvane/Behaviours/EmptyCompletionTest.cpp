@@ -1,3 +1,5 @@
+#include <functional>
+
 #include "BatchFixture.hpp"
 
 // Who does not want to know may give no completion: an empty one is not called.
@@ -31,6 +33,19 @@ TEST_F(EmptyCompletionTest, isNotCalledByAMock) {
   BatchItem().send(queue, nullptr);
 
   delivered.wait();
+}
+
+TEST_F(EmptyCompletionTest, mayBeAnEmptyFunctionOfAnyKind) {
+  BatchItem().send(queue, std::function<void(DataResponse)>());
+  delivered.wait();
+  BatchItem().send(queue, static_cast<void (*)(DataResponse)>(nullptr));
+  delivered.waitForAll(2);
+  Retried().sendAttemptingRetry(queue, std::function<void(HTTPRetryResult<DataResponse>)>());
+  delivered.waitForAll(3);
+  const std::function<void(const BatchItem&, const DataResponse&)> noUpdate;
+  const Expectation<void> done;
+  send(std::vector<BatchItem>(1), queue, true, noUpdate, [=](const auto&) { done(); });
+  done.wait();
 }
 
 TEST_F(EmptyCompletionTest, isNotCalledByARetry) {

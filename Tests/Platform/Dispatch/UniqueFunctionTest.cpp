@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+
 #include <array>
 #include <memory>
 #include <string>
@@ -50,6 +52,14 @@ TEST(UniqueFunctionTest, passesArgumentsOnWithoutCopies) {
       [](std::unique_ptr<std::string> first, const std::string& second) { return *first + second; });
 
   EXPECT_EQ(join(std::make_unique<std::string>("a"), "b"), "ab");
+}
+
+TEST(UniqueFunctionTest, isEmptyWhenMadeOfAnEmptyFunction) {
+  EXPECT_FALSE(Block(std::function<void()>()));
+  EXPECT_FALSE(Block(static_cast<void (*)()>(nullptr)));
+  EXPECT_FALSE(UniqueFunction<void()>(UniqueFunction<int()>()));
+  EXPECT_TRUE(Block(std::function<void()>([] {})));
+  EXPECT_TRUE(Block([] {}));
 }
 
 }  // namespace

@@ -21,6 +21,7 @@ bool QueueFrame::contains(const QueueCore& queue) {
 }
 
 void QueueCore::perform(Block& block) const noexcept {
+  if (!block) return;
   try {
     block();
   } catch (const std::exception& error) {
