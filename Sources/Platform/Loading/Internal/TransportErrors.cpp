@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <system_error>
 #include <utility>
 
 #include "Platform/Loading/Internal/LocalHost.hpp"
