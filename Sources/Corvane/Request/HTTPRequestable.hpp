@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "Corvane/DebugOutput/HTTPRequestableDebugAdditions.hpp"
+#include "Corvane/DebugOutput/Detail/HTTPRequestableDebugAdditions.hpp"
 #include "Corvane/DebugOutput/ShellCommand.hpp"
 #include "Corvane/Request/Describe.hpp"
 #include "Corvane/Request/Detail/RequestChecks.hpp"
@@ -154,8 +154,8 @@ class CORVANE_API HTTPRequestable {
   /// For custom routes: delivers a response that holds nothing but an error.
   void report(platform::Error error, std::optional<platform::DispatchQueue> queue, Completion completion) const;
 
-  /// For custom routes of your own: from now on `cancel()` of an `HTTPRequestCancelable` reaches the task. Does nothing for
-  /// other requests.
+  /// For custom routes of your own: from now on `cancel()` of an `HTTPRequestCancelable` reaches the task. Does nothing
+  /// for other requests.
   void insertTaskIntoTaskManager(std::shared_ptr<platform::URLSessionTask> task) const;
   /// For custom routes of your own: `cancel()` reaches no task of this request any more.
   void removeFromTaskManager() const;

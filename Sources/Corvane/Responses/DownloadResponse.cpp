@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <system_error>
 
-#include "Corvane/DebugOutput/HTTPRequestableDebugAdditions.hpp"
+#include "Corvane/DebugOutput/Detail/HTTPRequestableDebugAdditions.hpp"
 #include "Corvane/Detail/ModuleLogger.hpp"
 #include "Corvane/Errors/HTTPResponseError.hpp"
 #include "Corvane/Errors/HTTPUnknownError.hpp"

@@ -3,7 +3,6 @@
 #include "Corvane/Detail/ModuleLogger.hpp"
 #include "Corvane/Errors/HTTPResponseError.hpp"
 #include "Corvane/Errors/HTTPUnknownError.hpp"
-#include "Corvane/Detail/ModuleLogger.hpp"
 #include "Corvane/Settings.hpp"
 #include "Vantorel/Logger.hpp"
 

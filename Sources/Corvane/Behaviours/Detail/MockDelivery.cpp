@@ -103,7 +103,8 @@ const DispatchQueue& mockBackgroundQueue() {
   return queue;
 }
 
-void respondFromMock(std::shared_ptr<SendExchange> exchange, MockBody body, platform::UniqueFunction<double()> responseTime,
+void respondFromMock(std::shared_ptr<SendExchange> exchange, MockBody body,
+                     platform::UniqueFunction<double()> responseTime,
                      platform::UniqueFunction<TaskOutcome()> makeOutcome) {
   try {
     if (!exchange->shouldSend()) return;

@@ -2,10 +2,10 @@
 
 #include <utility>
 
+#include "Corvane/Detail/ModuleLogger.hpp"
 #include "Corvane/Errors/CFNetworkErrors.hpp"
 #include "Corvane/Errors/HTTPNetworkForbiddenError.hpp"
 #include "Corvane/Errors/HTTPResponseError.hpp"
-#include "Corvane/Detail/ModuleLogger.hpp"
 #include "Corvane/Settings.hpp"
 #include "Corvane/Transport/HTTPService.hpp"
 #include "Corvane/Transport/Internal/ProgressRelay.hpp"

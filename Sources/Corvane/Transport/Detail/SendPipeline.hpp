@@ -114,7 +114,8 @@ CORVANE_API std::optional<HTTPStatus> httpStatus(const platform::URLResponse* re
 
 CORVANE_API void insertTask(std::shared_ptr<platform::URLSessionTask> task, const platform::UUID& uuid);
 CORVANE_API void removeTask(const platform::UUID& uuid);
-CORVANE_API void insertTaskIntoTaskManager(const SendExchange& exchange, std::shared_ptr<platform::URLSessionTask> task);
+CORVANE_API void insertTaskIntoTaskManager(const SendExchange& exchange,
+                                           std::shared_ptr<platform::URLSessionTask> task);
 CORVANE_API void removeFromTaskManager(const SendExchange& exchange);
 
 }  // namespace corvane::detail

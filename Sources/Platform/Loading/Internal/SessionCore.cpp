@@ -149,7 +149,8 @@ void SessionCore::challenge(const std::shared_ptr<const TrustQuery>& query) {
   auto asked = delegate();
   using JudgeByDefault = std::function<void(std::shared_ptr<SecTrust>)>;
   const JudgeByDefault judgeByDefault = [self, query](std::shared_ptr<SecTrust> delegates) {
-    DispatchQueue::global().async([self, query, delegates] { self->conclude(query, defaultHandling(*query, delegates)); });
+    DispatchQueue::global().async(
+        [self, query, delegates] { self->conclude(query, defaultHandling(*query, delegates)); });
   };
   if (!session || !asked) {
     judgeByDefault(nullptr);

@@ -1,4 +1,4 @@
-#include "Corvane/DebugOutput/HTTPRequestableDebugAdditions.hpp"
+#include "Corvane/DebugOutput/Detail/HTTPRequestableDebugAdditions.hpp"
 
 #include <filesystem>
 #include <system_error>
