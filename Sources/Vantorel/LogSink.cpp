@@ -19,7 +19,7 @@ namespace {
 
 struct CurrentSink {
   Mutex mutex;
-  const std::shared_ptr<LogSink> standard = internal::makeStandardErrorSink();
+  const std::shared_ptr<LogSink> standard = detail::makeStandardErrorSink();
   std::shared_ptr<LogSink> own CORVANE_GUARDED_BY(mutex);  ///< null: nobody has set one
 
   static CurrentSink& shared() {
