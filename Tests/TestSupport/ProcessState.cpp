@@ -89,8 +89,9 @@ std::string nameOfThread(int thread) {
 
 constexpr std::string_view networkThread = "corvane.network";
 
+/// Threads that look names up end when they had nothing to do for some seconds, as workers do.
 bool livesAsLongAsTheProcess(std::string_view thread) {
-  return thread == networkThread || thread == "corvane-timer" || thread == "corvane-memory";
+  return thread == "name look-up" || thread == networkThread || thread == "corvane-timer" || thread == "corvane-memory";
 }
 
 /// The descriptors that come with the network thread.
@@ -105,7 +106,7 @@ class DescriptorsOfLoop {
 
  private:
   std::array<std::pair<std::string_view, int>, 3> left_{
-      {{"anon_inode:[eventpoll]", 1}, {"anon_inode:[eventfd]", 2}, {"anon_inode:[timerfd]", 1}}};
+      {{"anon_inode:[eventpoll]", 1}, {"anon_inode:[eventfd]", 2}, {"anon_inode:[timerfd]", 2}}};
 };
 
 }  // namespace

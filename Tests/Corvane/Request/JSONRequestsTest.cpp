@@ -165,7 +165,10 @@ TEST(JSONRequestableTest, usesTheEncoderThatTheBodyNames) {
   };
 
   EXPECT_EQ(Post().urlRequest().httpBody, Data(R"({"first_value":1})"));
-  EXPECT_EQ(JSONPostRequest<User>("https://h", Strategic()).urlRequest().httpBody, Data(R"({"first_value":1})"));
+}
+
+TEST(JSONRequestableTest, writesAWrappedBodyWithTheSharedEncoder) {
+  EXPECT_EQ(JSONPostRequest<User>("https://h", Strategic()).urlRequest().httpBody, Data(R"({"firstValue":1})"));
 }
 
 TEST(DataRequestableTest, sendsAModelAsJSON) {

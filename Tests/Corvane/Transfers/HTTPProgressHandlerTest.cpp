@@ -6,8 +6,8 @@
 #include <memory>
 #include <thread>
 
-#include "Corvane/Transfers/TransferFixture.hpp"
 #include "Platform/Dispatch/UniqueFunction.hpp"
+#include "TransferFixture.hpp"
 
 namespace corvane {
 namespace {

@@ -143,10 +143,15 @@ void Connector::secure(std::unique_ptr<ByteStream> connection) {
 }
 
 void Connector::streamReadable() {
-  if (phase_ == Phase::securing) continueHandshake();
-  if (phase_ == Phase::judging && hasEnded(secured_->descriptor())) {
-    fail({FailureCause::secureConnectionFailed, "the connection was lost while its server was being judged", 0});
+  if (phase_ == Phase::securing) {
+    continueHandshake();
+  } else if (phase_ == Phase::judging && hasEnded(secured_->descriptor())) {
+    failWhileJudging();
   }
+}
+
+void Connector::failWhileJudging() {
+  fail({FailureCause::secureConnectionFailed, "the connection was lost while its server was being judged", 0});
 }
 
 /// What the handshake has still to write leaves by itself.
@@ -161,6 +166,8 @@ void Connector::continueHandshake() {
       break;
     case TLSStream::State::judging: {
       phase_ = Phase::judging;
+      // The end may have come together with the chain, and is not told again then.
+      if (hasEnded(secured_->descriptor())) return failWhileJudging();
       auto query = std::make_shared<TrustQuery>();
       query->chain = secured_->chain();
       query->host = route_.origin.host;

@@ -104,6 +104,7 @@ class Connector final : private LookUp, private Timer, private Deferred, private
   void noteError(int systemError);
   void secure(std::unique_ptr<ByteStream> connection);
   void continueHandshake();
+  void failWhileJudging();
   void finish();
   void failLater(Failure failure);
   void fail(Failure failure);
