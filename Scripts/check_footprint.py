@@ -27,14 +27,14 @@ LARGEST_DEVIATION = 0.05  # of a figure in the page from what is measured
 
 # About a tenth above what was measured when they were set. Raise one on purpose only, with the reason in the commit.
 LIMITS = {
-    "libcorvane.so, stripped": 2_150_000,
+    "libcorvane.so, stripped": 2_450_000,
     "libcorvane_image.so, stripped": 39_000,
-    "HelloGet, static, stripped": 1_450_000,
-    "HelloGet, static, stripped, with `-Wl,--gc-sections`": 1_120_000,
-    "HelloJSON, static, stripped": 1_450_000,
-    "HelloJSON, static, stripped, with `-Wl,--gc-sections`": 1_230_000,
+    "HelloGet, static, stripped": 1_750_000,
+    "HelloGet, static, stripped, with `-Wl,--gc-sections`": 1_440_000,
+    "HelloJSON, static, stripped": 1_750_000,
+    "HelloJSON, static, stripped, with `-Wl,--gc-sections`": 1_560_000,
     "HelloGet, shared, stripped": 22_000,
-    "HelloJSON, shared, stripped": 75_000,
+    "HelloJSON, shared, stripped": 84_000,
     "Public headers of Corvane::Corvane": 180,
     "Lines that the compiler reads for HelloGet": 56_000,
     "Lines that the compiler reads for HelloJSON": 56_000,

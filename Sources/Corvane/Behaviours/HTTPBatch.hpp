@@ -1,7 +1,6 @@
 #pragma once
 
 #include <atomic>
-#include <functional>
 #include <initializer_list>
 #include <iterator>
 #include <memory>
@@ -69,21 +68,29 @@ class TypedBatchRun final : public BatchRun {
     if (completion_) completion_(responses_.take());
   }
 
-  using Answered = std::function<void(Response)>;
   /// What is called with the response of a request. Of a send that calls it and throws, too, one counts.
-  Answered answerTo(std::size_t index, platform::Block whenAnswered) {
+  struct Answered {
     struct Turn {
       std::atomic_flag isTaken;
       platform::Block whenAnswered;
     };
-    const auto turn = std::make_shared<Turn>();
-    turn->whenAnswered = std::move(whenAnswered);
-    return [self = std::static_pointer_cast<TypedBatchRun>(shared_from_this()), index, turn](Response response) {
+
+    void operator()(Response response) const {
       if (turn->isTaken.test_and_set()) return;
-      if (self->update_) self->update_(self->requests_[index], response);
-      self->responses_.append(std::move(response));
+      if (run->update_) run->update_(run->requests_[index], response);
+      run->responses_.append(std::move(response));
       turn->whenAnswered();
-    };
+    }
+
+    std::shared_ptr<TypedBatchRun> run;
+    std::size_t index;
+    std::shared_ptr<Turn> turn;
+  };
+
+  Answered answerTo(std::size_t index, platform::Block whenAnswered) {
+    auto turn = std::make_shared<typename Answered::Turn>();
+    turn->whenAnswered = std::move(whenAnswered);
+    return {std::static_pointer_cast<TypedBatchRun>(shared_from_this()), index, std::move(turn)};
   }
 
   const std::vector<Request> requests_;

@@ -120,7 +120,7 @@ TEST_F(HTTP1OverSocketTest, deliversEarlyResponsesWhateverTheServerDoesThen) {
   server.discardBodies();
   for (const int status : {413, 200}) {
     for (const int leaving : {0, 1, 2, 3}) {
-      for (const std::uint64_t after : {0, 100'000, 900'000}) {
+      for (const std::uint64_t after : {0U, 100'000U, 900'000U}) {
         MockResponse early = MockResponse(status).body("early").beforeRequestBody(after);
         if (leaving == 1) early.closeConnection();
         if (leaving == 2) early.dropConnection(Moment::afterResponse);
