@@ -230,7 +230,7 @@ class PendingTrustTest : public ServerTrustTest {
 
   std::shared_ptr<SilentDelegate> silent = std::make_shared<SilentDelegate>();
   corvane::testing::Latch reset;
-  TestServer server{Tls(authority.issue({.dnsNames = {"localhost"}})).resetHandshakesWhenOpen(reset)};
+  TestServer server{Tls(authority.issue({.dnsNames = {"localhost"}})).withoutSessions().resetHandshakesWhenOpen(reset)};
 };
 
 TEST_F(PendingTrustTest, canBeCancelled) {
@@ -267,7 +267,8 @@ TEST_F(PendingTrustTest, isNotTheServersIdleness) {
   decide(AuthChallengeDisposition::useCredential);
 
   EXPECT_EQ(asking.wait().body(), "x");
-  // Over HTTP/1 it needs a connection of its own, which resumes the session that was judged.
+  // Over HTTP/1 it needs a connection of its own, which is judged in its turn.
+  silent->asked.waitForAll(2).back()(AuthChallengeDisposition::useCredential);
   EXPECT_EQ(sharing.wait().body(), "x");
 }
 

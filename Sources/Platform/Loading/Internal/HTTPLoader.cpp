@@ -92,7 +92,12 @@ void HTTPLoader::release(HTTPLoad& load) {
 }
 
 void HTTPLoader::scheduleReport(ProgressMeter& meter) {
-  if (!meter.isArmed()) loop_.arm(meter, meter.due());
+  // One that is armed may have reported since; its time begins again then.
+  if (meter.isArmed()) {
+    meter.postpone(meter.due());
+  } else {
+    loop_.arm(meter, meter.due());
+  }
 }
 
 void HTTPLoader::appendCookies(const RequestTarget& target, std::string& out) {
