@@ -18,7 +18,7 @@ namespace platform::detail {
 
 namespace {
 
-/// How much is written at once. A body comes in pieces of 16 KiB at most. Writing each by itself would cost more than
+/// How much is written at once. A body comes in pieces of 64 KiB at most. Writing each by itself would cost more than
 /// the copy that gathers them, since a file system keeps a file in units that are larger, and walks through a whole one
 /// at each write.
 constexpr std::size_t gatheringBytes = 128 * 1024;

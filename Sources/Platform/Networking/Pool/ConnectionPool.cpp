@@ -149,11 +149,6 @@ void ConnectionPool::decide(const std::shared_ptr<const TrustQuery>& query, cons
   }
 }
 
-void ConnectionPool::closeIdle() {
-  while (closeOneIdle()) {
-  }
-}
-
 bool ConnectionPool::closeOneIdle() {
   PooledConnection* const oldest = idle_.first();
   if (!oldest) return false;

@@ -34,8 +34,6 @@ class ConnectionPool final : private Deferred, private SleepObserver, private Ti
   void withdraw(Exchange& exchange);
   /// The verdict on a server: absent, it is trusted.
   void decide(const std::shared_ptr<const TrustQuery>& query, const std::optional<Error>& rejection);
-  /// Closes the connections that wait for use.
-  void closeIdle();
 
   // For the parts of the pool.
   EventLoop& loop() const { return loop_; }

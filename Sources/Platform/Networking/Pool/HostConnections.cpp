@@ -155,10 +155,6 @@ bool HostConnections::decide(const std::shared_ptr<const TrustQuery>& query, con
   return true;
 }
 
-void HostConnections::closeIdle() {
-  for (const auto& connection : std::vector<PooledConnection*>(idle_)) connection->http().retire();
-}
-
 void HostConnections::timerFired() {
   if (!isJudging()) connectForAllWhoWait();
 }

@@ -44,7 +44,6 @@ class HostConnections final : private Timer {
   void withdraw(Exchange& exchange, bool hasTimedOut);
   /// The verdict on a server; false when nothing here waits for it.
   bool decide(const std::shared_ptr<const TrustQuery>& query, const std::optional<Error>& rejection);
-  void closeIdle();
 
   // Told by what is being made, and by connections.
   void pendingProgressed(PendingConnection& pending);
