@@ -18,9 +18,6 @@ using networking::ResponseHeadView;
 
 namespace {
 
-/// Room made at once for an announced body; longer ones grow as they arrive.
-constexpr std::int64_t reserveLimit = std::int64_t{64} << 20;
-
 /// Methods that announce an empty body rather than none (RFC 9110, 8.6).
 bool expectsBody(std::string_view method) { return method == "POST" || method == "PUT" || method == "PATCH"; }
 
@@ -117,9 +114,7 @@ bool HTTPLoad::expectBody(const ResponseHeadView& head) {
       ContentDecoder::make(response_->allHeaderFields(), limit, [this](Bytes decoded) { return store(decoded); });
   if (choice.failure) return fail(std::move(*choice.failure));
   decoder_ = std::move(choice.decoder);
-  if (!sink_ && !decoder_ && head.bodyLength > 0) {
-    received_.reserve(static_cast<std::size_t>(std::min(head.bodyLength, reserveLimit)));
-  }
+  if (!sink_ && !decoder_) received_.expect(head.bodyLength);
   return true;
 }
 
@@ -149,9 +144,18 @@ bool HTTPLoad::responseBody(networking::Bytes bytes) {
   return true;
 }
 
-std::span<std::byte> HTTPLoad::responseRoom(std::size_t) { return {}; }
+/// Only what is kept as it comes can be received where it stays.
+std::span<std::byte> HTTPLoad::responseRoom(std::size_t count) {
+  if (sink_ || decoder_) return {};
+  return received_.room(count);
+}
 
-bool HTTPLoad::responseFilled(std::size_t) { return true; }
+bool HTTPLoad::responseFilled(std::size_t count) {
+  received_.filled(count);
+  if (!isWithinLimit(count)) return false;
+  owner_->bodyReceived(receivedBytes_);
+  return true;
+}
 
 void HTTPLoad::requestBodySent(std::uint64_t total) { owner_->bodySent(static_cast<std::int64_t>(total)); }
 
@@ -173,7 +177,7 @@ void HTTPLoad::exchangeEnded(std::optional<ExchangeProblem> problem) {
   }
   outcome.error = std::move(failure_);
   outcome.response = std::move(response_);
-  outcome.body = std::move(received_);
+  outcome.body = received_.take();
   loader_.end(*this, std::move(outcome));
 }
 
@@ -205,7 +209,7 @@ LoadOutcome HTTPLoad::abandon(Error error) {
   LoadOutcome outcome;
   outcome.error = std::move(error);
   outcome.response = std::move(response_);
-  outcome.body = std::move(received_);
+  outcome.body = received_.take();
   return outcome;
 }
 
@@ -218,7 +222,7 @@ void HTTPLoad::recycle() {
   wantsBody_ = false;
   sink_ = nullptr;
   decoder_.reset();
-  received_ = Data();
+  received_.take();
   receivedBytes_ = 0;
   failure_.reset();
 }

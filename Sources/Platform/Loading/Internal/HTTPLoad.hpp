@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "Platform/Loading/Internal/BodyMemory.hpp"
 #include "Platform/Loading/Internal/ContentDecoder.hpp"
 #include "Platform/Loading/Internal/LoadOwner.hpp"
 #include "Platform/Loading/Internal/RequestTarget.hpp"
@@ -79,7 +80,7 @@ class HTTPLoad final : private networking::ExchangeOwner {
   bool wantsBody_ = false;
   BodySink* sink_ = nullptr;
   std::unique_ptr<ContentDecoder> decoder_;
-  Data received_;
+  BodyMemory received_;
   std::int64_t receivedBytes_ = 0;
   std::optional<Error> failure_;
 };
