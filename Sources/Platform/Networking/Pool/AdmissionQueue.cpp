@@ -8,21 +8,8 @@
 
 namespace platform::networking {
 
-struct AdmissionHost : ListLinks<AdmissionHost> {
-  std::string name;
-  IntrusiveList<AdmissionEntry> waiting;
-  std::size_t active = 0;
-  std::size_t maximum = 0;
-  bool isReady = false;
-
-  bool mayStart() const { return !waiting.isEmpty() && (maximum == 0 || active < maximum); }
-  bool isUnused() const { return waiting.isEmpty() && active == 0; }
-};
-
 namespace {
 
-// Below this many, hosts that are not in use stay in the table: finding one is cheaper than making it.
-constexpr std::size_t rememberedHosts = 64;
 /// Long enough that a burst of answers does not count as work without end, short beside any network.
 constexpr Duration countedSpan = std::chrono::milliseconds(2);
 constexpr Duration lookInterval = std::chrono::seconds(1);
@@ -40,11 +27,10 @@ AdmissionQueue::~AdmissionQueue() {
   if (waiting_ + active_ > 0) trap("an admission queue was destroyed while transfers were in it");
 }
 
-void AdmissionQueue::enqueue(std::string_view hostName, AdmissionEntry& entry, std::size_t hostMaximum) {
+void AdmissionQueue::enqueue(AdmissionHost& host, AdmissionEntry& entry, std::size_t hostMaximum) {
   if (entry.state_ != AdmissionEntry::State::outside) trap("a transfer was enqueued twice");
-  AdmissionHost& host = hostNamed(hostName);
-  host.maximum = hostMaximum;
-  host.waiting.append(entry);
+  host.maximum_ = hostMaximum;
+  host.waiting_.append(entry);
   entry.host_ = &host;
   entry.state_ = AdmissionEntry::State::waiting;
   ++waiting_;
@@ -54,10 +40,10 @@ void AdmissionQueue::enqueue(std::string_view hostName, AdmissionEntry& entry, s
 AdmissionEntry* AdmissionQueue::next() {
   if (active_ >= limit_ || ready_.isEmpty()) return nullptr;
   AdmissionHost& host = *ready_.takeFirst();
-  host.isReady = false;
-  AdmissionEntry& entry = *host.waiting.takeFirst();
+  host.isReady_ = false;
+  AdmissionEntry& entry = *host.waiting_.takeFirst();
   entry.state_ = AdmissionEntry::State::active;
-  ++host.active;
+  ++host.active_;
   peak_ = std::max(peak_, ++active_);
   --waiting_;
   refreshReadiness(host);
@@ -68,20 +54,18 @@ void AdmissionQueue::finished(AdmissionEntry& entry) {
   if (!entry.isActive()) trap("a transfer that is not active finished");
   AdmissionHost& host = *entry.host_;
   entry.state_ = AdmissionEntry::State::outside;
-  --host.active;
+  --host.active_;
   --active_;
   refreshReadiness(host);
-  forgetIfUnused(host);
 }
 
 bool AdmissionQueue::cancel(AdmissionEntry& entry) {
   if (!entry.isWaiting()) return false;
   AdmissionHost& host = *entry.host_;
-  host.waiting.remove(entry);
+  host.waiting_.remove(entry);
   entry.state_ = AdmissionEntry::State::outside;
   --waiting_;
   refreshReadiness(host);
-  forgetIfUnused(host);
   return true;
 }
 
@@ -115,17 +99,10 @@ std::size_t AdmissionQueue::descriptorLimit() {
   return static_cast<std::size_t>(limit.rlim_cur);
 }
 
-AdmissionHost& AdmissionQueue::hostNamed(std::string_view name) {
-  if (const auto known = hosts_.find(name); known != hosts_.end()) return *known->second;
-  auto host = std::make_unique<AdmissionHost>();
-  host->name = name;
-  return *hosts_.emplace(host->name, std::move(host)).first->second;
-}
-
 void AdmissionQueue::refreshReadiness(AdmissionHost& host) {
-  if (host.mayStart() == host.isReady) return;
-  host.isReady = !host.isReady;
-  if (host.isReady) {
+  if (host.mayStart() == host.isReady_) return;
+  host.isReady_ = !host.isReady_;
+  if (host.isReady_) {
     ready_.append(host);
   } else {
     ready_.remove(host);
@@ -137,12 +114,6 @@ void AdmissionQueue::lowerLimitIfUnused(TimePoint now) {
   lastLook_ = now;
   limit_ = std::min(limit_, std::max(peak_ * 2, std::min(initialLimit, cap_)));
   peak_ = active_;
-}
-
-void AdmissionQueue::forgetIfUnused(AdmissionHost& host) {
-  if (!host.isUnused() || hosts_.size() <= rememberedHosts) return;
-  // By iterator: erasing by a key inside the element would read it while it dies.
-  hosts_.erase(hosts_.find(host.name));
 }
 
 }  // namespace platform::networking

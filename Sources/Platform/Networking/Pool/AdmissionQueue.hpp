@@ -1,19 +1,14 @@
 #pragma once
 
 #include <cstddef>
-#include <functional>
-#include <memory>
-#include <string>
-#include <string_view>
-#include <unordered_map>
 
 #include "Platform/Networking/Loop/NetworkClock.hpp"
 #include "Platform/Networking/Pool/IntrusiveList.hpp"
 
 namespace platform::networking {
 
+class AdmissionHost;
 class AdmissionQueue;
-struct AdmissionHost;
 
 /// Base of what waits for admission. It stays where it is in memory while it is waiting or active, and is
 /// neither when it is destroyed.
@@ -33,6 +28,25 @@ class AdmissionEntry : public ListLinks<AdmissionEntry> {
 
   AdmissionHost* host_ = nullptr;
   State state_ = State::outside;
+};
+
+/// Of the transfers to one host, those that wait or are active. It stays where it is in memory while there are any.
+class AdmissionHost : public ListLinks<AdmissionHost> {
+ public:
+  AdmissionHost() = default;
+  AdmissionHost(const AdmissionHost&) = delete;
+  AdmissionHost& operator=(const AdmissionHost&) = delete;
+
+  bool isUnused() const { return waiting_.isEmpty() && active_ == 0; }
+
+ private:
+  friend class AdmissionQueue;
+  bool mayStart() const { return !waiting_.isEmpty() && (maximum_ == 0 || active_ < maximum_); }
+
+  IntrusiveList<AdmissionEntry> waiting_;
+  std::size_t active_ = 0;
+  std::size_t maximum_ = 0;
+  bool isReady_ = false;
 };
 
 /// Decides which transfers may run, so that no more than pays off is under way: a few dozen active
@@ -55,7 +69,7 @@ class AdmissionQueue {
 
   /// Puts the entry at the end of its host's queue. At most `hostMaximum` entries with the same `host` are
   /// active at a time; 0 means as many as the limit allows. The last value given for a host counts.
-  void enqueue(std::string_view host, AdmissionEntry& entry, std::size_t hostMaximum = 0);
+  void enqueue(AdmissionHost& host, AdmissionEntry& entry, std::size_t hostMaximum = 0);
   /// The entry that starts now; it is active from here on. Null when nothing may start.
   AdmissionEntry* next();
   /// An active entry is done.
@@ -79,16 +93,9 @@ class AdmissionQueue {
   static std::size_t descriptorLimit();
 
  private:
-  struct Hash {
-    using is_transparent = void;
-    std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
-  };
-
-  AdmissionHost& hostNamed(std::string_view name);
   void refreshReadiness(AdmissionHost& host);
   bool isHeldBack() const { return !ready_.isEmpty() && active_ >= limit_ && limit_ < cap_; }
   void lowerLimitIfUnused(TimePoint now);
-  void forgetIfUnused(AdmissionHost& host);
 
   const std::size_t cap_;
   std::size_t limit_;
@@ -100,7 +107,6 @@ class AdmissionQueue {
   // How much of the time the loop slept, counted while the limit holds something back.
   TimePoint countedSince_{};
   Duration slept_{};
-  std::unordered_map<std::string, std::unique_ptr<AdmissionHost>, Hash, std::equal_to<>> hosts_;
   // Hosts that have something waiting and are below their maximum, in turn.
   IntrusiveList<AdmissionHost> ready_;
 };

@@ -47,14 +47,13 @@ ConnectionPool::~ConnectionPool() {
 
 void ConnectionPool::submit(Exchange& exchange, const Route& route, Duration idleTimeout, std::size_t hostMaximum) {
   exchange.host_ = &hostOf(route);
-  exchange.host_->beginExchange();
   exchange.idleTimeout_ = idleTimeout;
   exchange.metrics_ = {.begun = loop_.now()};
   exchange.repeats_ = 0;
   exchange.needsFreshConnection_ = false;
   exchange.state_ = Exchange::State::admission;
   loop_.beginWork();
-  admission_.enqueue(exchange.host_->key(), exchange, hostMaximum);
+  admission_.enqueue(exchange.host_->admission(), exchange, hostMaximum);
   if (!isTelling_) admit();
 }
 
@@ -103,7 +102,7 @@ void ConnectionPool::leave(Exchange& exchange) {
   }
   exchange.state_ = Exchange::State::outside;
   exchange.connection_ = nullptr;
-  std::exchange(exchange.host_, nullptr)->endExchange();
+  exchange.host_ = nullptr;
   loop_.endWork();
   // Usually the connection says at once that it is free; this is for when it does not.
   if (admission_.waiting() > 0) loop_.defer(*this);

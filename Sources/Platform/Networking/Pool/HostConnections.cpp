@@ -9,11 +9,7 @@
 
 namespace platform::networking {
 
-HostConnections::HostConnections(ConnectionPool& pool, Route route)
-    : pool_(pool),
-      route_(std::move(route)),
-      key_((route_.origin.isSecure ? "https://" : "http://") + route_.origin.host + ":" +
-           std::to_string(route_.origin.port)) {}
+HostConnections::HostConnections(ConnectionPool& pool, Route route) : pool_(pool), route_(std::move(route)) {}
 
 HostConnections::~HostConnections() { pool_.loop().disarm(*this); }
 

@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
-#include <string>
 #include <vector>
 
 #include "Platform/Networking/Exchange.hpp"
@@ -31,12 +30,9 @@ class HostConnections final : private Timer {
 
   ConnectionPool& pool() const { return pool_; }
   const Route& route() const { return route_; }
-  /// The route as a text, unlike that of any other.
-  const std::string& key() const { return key_; }
-  bool isUnused() const { return exchanges_ == 0 && pending_.empty() && connections_.empty(); }
-  /// Counts the exchanges to this host, wherever they are.
-  void beginExchange() { ++exchanges_; }
-  void endExchange() { --exchanges_; }
+  /// The exchanges to this host, wherever they are.
+  AdmissionHost& admission() { return admission_; }
+  bool isUnused() const { return admission_.isUnused() && pending_.empty() && connections_.empty(); }
 
   /// Starts an admitted exchange, now or when there is a connection for it.
   void serve(Exchange& exchange);
@@ -72,9 +68,8 @@ class HostConnections final : private Timer {
 
   ConnectionPool& pool_;
   const Route route_;
-  const std::string key_;
+  AdmissionHost admission_;
   Protocol protocol_ = Protocol::unknown;
-  std::size_t exchanges_ = 0;
   IntrusiveList<Exchange> waiting_;
   std::vector<std::unique_ptr<PendingConnection>> pending_;
   std::vector<std::unique_ptr<PooledConnection>> connections_;
