@@ -10,6 +10,7 @@
 #include <stdexcept>
 
 #include "Gzip/GzipBenchmark.hpp"
+#include "Harness/Counting.hpp"
 #include "Harness/Deployment.hpp"
 #include "Harness/Measurement.hpp"
 #include "Harness/Report.hpp"
@@ -24,6 +25,10 @@ using namespace bench;
 constexpr int serverCore = 0;
 constexpr int clientCore = 1;
 constexpr const char* gzipTitle = "Gzip";
+constexpr const char* countTitle = "What a small GET takes";
+/// What a small GET may take.
+constexpr double instructionsAtMost = 30000;
+constexpr double callsAtMost = 2.4;
 
 struct Options {
   bool quick = false;
@@ -72,8 +77,8 @@ struct Series {
   void runRound(const std::string& certificateFolder) {
     measurements.resize(scenario.contenders.size());
     for (std::size_t index = 0; index < scenario.contenders.size(); ++index) {
-      Task task{.secure = scenario.secure,
-                .port = scenario.secure ? server.securePort : server.plainPort,
+      Task task{.wire = scenario.wire,
+                .port = server.port(scenario.wire),
                 .path = scenario.path,
                 .concurrency = scenario.concurrency,
                 .bodyBytes = scenario.bodyBytes,
@@ -92,7 +97,8 @@ std::vector<Series> seriesFrom(const Options& options, const std::vector<Running
   for (const Scenario& scenario : scenarios(options.quick)) {
     if (!isWanted(options, scenario.title)) continue;
     for (const RunningServer& server : servers) {
-      if (&server == &servers.front() || scenario.onNginx) all.push_back({scenario, server, {}});
+      const bool isOurs = &server == &servers.front();
+      if (server.port(scenario.wire) != 0 && (isOurs || scenario.onNginx)) all.push_back({scenario, server, {}});
     }
   }
   return all;
@@ -145,6 +151,14 @@ void runAll(const Options& options, const std::filesystem::path& program) {
     servers.push_back(std::move(*nginx));
   } else {
     std::fputs("nginx is not installed; only the server of our own is used.\n", stderr);
+  }
+  if (auto nghttpd = startNghttpd(folder.path(), serverCore)) servers.push_back(std::move(*nghttpd));
+  if (isWanted(options, countTitle)) {
+    const std::vector<CountedClient> clients{{"raw socket", {}, {}},
+                                             {"Boost.Beast", {}, {}},
+                                             {"libcurl multi", {}, {}},
+                                             {"Corvane", instructionsAtMost, callsAtMost}};
+    std::puts(countReport(servers.front(), clients, folder.path(), clientCore).c_str());
   }
   runExchanges(options, servers, folder.path());
   runTransfers(options, servers, folder.path());

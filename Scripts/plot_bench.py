@@ -12,7 +12,7 @@ import re
 import subprocess
 import sys
 
-TITLE = re.compile(r"^(?P<title>\S.*?)(?:, (?P<server>own server|nginx)| in documents.*|, \d+ bytes), \d+ rounds$")
+TITLE = re.compile(r"^(?P<title>\S.*?)(?:, (?P<server>own server|nginx|nghttpd)| in documents.*|, \d+ bytes), \d+ rounds$")
 ROW = re.compile(r"^  (?P<name>\S.*?) {2,}(?P<figure>[\d.]+)(?P<rest>.*)$")
 RATIOS = re.compile(r"rate (?P<rate>[\d.]+).*?CPU (?P<cpu>[\d.]+)")
 BLUE, ORANGE, GREY = "#3b6fb6", "#d98c3f", "#8a97a6"

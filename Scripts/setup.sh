@@ -12,7 +12,7 @@ checks="clang-16 clang-19 lld-19 libclang-rt-19-dev libc++-19-dev libc++abi-19-d
   nlohmann-json3-dev libboost-json1.81-dev libboost-url1.81-dev media-types libcurl4-openssl-dev
   python3-clang-19 lintian"
 integration="curl openssl nginx-light python3-httpbin nghttp2-server python3-multipart php-cli"
-bench="libcurl4-openssl-dev libbenchmark-dev nginx-light gnuplot-nox
+bench="libcurl4-openssl-dev libbenchmark-dev nginx-light nghttp2-server gnuplot-nox valgrind strace
   libsimdjson-dev libboost1.81-dev libboost-json1.81-dev rapidjson-dev nlohmann-json3-dev"
 docs="graphviz mkdocs python3-pygments doxygen"
 arm64="crossbuild-essential-arm64 qemu-user debootstrap"

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -7,9 +8,18 @@
 
 namespace bench {
 
+/// What exchanges go over.
+enum class Wire : std::uint8_t {
+  plain,    ///< HTTP/1.1
+  tls,      ///< the same over TLS; each connection makes a full handshake
+  resumed,  ///< the same; a new connection resumes the TLS session of an earlier one
+  http2     ///< HTTP/2 over TLS
+};
+inline constexpr std::size_t wireCount = 4;
+
 /// What a client is asked to load, over and over.
 struct Task {
-  bool secure = false;
+  Wire wire = Wire::plain;
   std::uint16_t port = 0;
   std::string path;
   /// Exchanges under way at a time.
@@ -19,8 +29,9 @@ struct Task {
   /// The folder of `makeCertificates`.
   std::string certificateFolder;
 
+  bool isSecure() const { return wire != Wire::plain; }
   std::string url() const {
-    return (secure ? "https://127.0.0.1:" : "http://127.0.0.1:") + std::to_string(port) + path;
+    return (isSecure() ? "https://127.0.0.1:" : "http://127.0.0.1:") + std::to_string(port) + path;
   }
 };
 
@@ -54,6 +65,7 @@ inline constexpr RequestField requestFields[] = {
 
 std::unique_ptr<Client> makeSocketClient(const Task& task);
 std::unique_ptr<Client> makeOpenSSLClient(const Task& task);
+std::unique_ptr<Client> makeBeastClient(const Task& task);
 std::unique_ptr<Client> makeEasyClient(const Task& task);
 std::unique_ptr<Client> makeMultiClient(const Task& task);
 std::unique_ptr<Client> makeCallbackClient(const Task& task);

@@ -4,8 +4,9 @@ namespace bench {
 
 const std::vector<ClientKind>& clientKinds() {
   static const std::vector<ClientKind>& kinds = *new std::vector<ClientKind>{
-      {"raw socket", makeSocketClient},   {"OpenSSL", makeOpenSSLClient},  {"libcurl easy", makeEasyClient},
-      {"libcurl multi", makeMultiClient}, {"Corvane", makeCallbackClient}, {"Corvane get()", makeBlockingClient},
+      {"raw socket", makeSocketClient},      {"OpenSSL", makeOpenSSLClient},     {"Boost.Beast", makeBeastClient},
+      {"libcurl easy", makeEasyClient},      {"libcurl multi", makeMultiClient}, {"Corvane", makeCallbackClient},
+      {"Corvane get()", makeBlockingClient},
   };
   return kinds;
 }

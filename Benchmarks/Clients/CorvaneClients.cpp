@@ -5,6 +5,7 @@
 #include "Clients/Client.hpp"
 #include "Corvane/Corvane.hpp"
 #include "Platform/Foundation/Locale.hpp"
+#include "Platform/Loading/URLResponse.hpp"
 
 namespace bench {
 namespace {
@@ -21,7 +22,7 @@ void requireSameFields(const corvane::DataGetRequest& request) {
 
 corvane::DataGetRequest requestFor(const Task& task) {
   platform::Locale::setPreferredLanguages(std::vector<std::string>{"en-US"});
-  if (task.secure) {
+  if (task.isSecure()) {
     corvane::Corvane::addTrustedCertificate(corvane::URL::file(task.certificateFolder + "/anchor.der"));
   }
   corvane::DataGetRequest request{corvane::URL(task.url())};
@@ -31,6 +32,13 @@ corvane::DataGetRequest requestFor(const Task& task) {
 
 void verify(const corvane::Data& body, const Task& task) {
   if (body.count() != task.bodyBytes) throw std::runtime_error("The response is not the expected one");
+}
+
+void verifyVersion(const corvane::DataResponse& response, const Task& task) {
+  const auto& http = dynamic_cast<const platform::HTTPURLResponse&>(*response.urlResponse);
+  if ((http.httpVersion() == "HTTP/2") != (task.wire == Wire::http2)) {
+    throw std::runtime_error("The response came over " + http.httpVersion());
+  }
 }
 
 /// A completion on a serial queue starts the next exchange.
@@ -51,15 +59,17 @@ class CallbackClient final : public Client {
  private:
   void start() {
     --toStart_;
-    request_.send(queue_, [this](const corvane::DataResponse& response) { finish(response.result); });
+    request_.send(queue_, [this](const corvane::DataResponse& response) { finish(response); });
   }
 
-  void finish(const corvane::DataResult& result) {
+  void finish(const corvane::DataResponse& response) {
     if (isOver_) return;
+    const corvane::DataResult& result = response.result;
     try {
       if (result.error()) result.error()->raise();
       if (!result.body()) throw std::runtime_error("The response has no body");
       verify(*result.body(), task_);
+      verifyVersion(response, task_);
     } catch (...) {
       isOver_ = true;
       return finished_.set_exception(std::current_exception());

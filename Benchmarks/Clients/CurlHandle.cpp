@@ -5,7 +5,8 @@
 
 namespace bench {
 
-CurlHandle::CurlHandle(const Task& task) : expectedBytes_(task.bodyBytes), easy_(curl_easy_init()) {
+CurlHandle::CurlHandle(const Task& task)
+    : expectedBytes_(task.bodyBytes), isHTTP2_(task.wire == Wire::http2), easy_(curl_easy_init()) {
   for (const RequestField& field : requestFields) {
     fields_ = curl_slist_append(fields_, (std::string(field.name) + ": " + field.value).c_str());
   }
@@ -15,11 +16,16 @@ CurlHandle::CurlHandle(const Task& task) : expectedBytes_(task.bodyBytes), easy_
   curl_easy_setopt(easy_, CURLOPT_WRITEFUNCTION, &CurlHandle::write);
   curl_easy_setopt(easy_, CURLOPT_WRITEDATA, this);
   curl_easy_setopt(easy_, CURLOPT_PRIVATE, this);
-  if (task.secure) {
+  if (task.isSecure()) {
     // One file and no directory: only so does libcurl keep the parsed anchors from one connection to the next.
     curl_easy_setopt(easy_, CURLOPT_CAINFO, (task.certificateFolder + "/anchors.pem").c_str());
     curl_easy_setopt(easy_, CURLOPT_CAPATH, nullptr);
-    curl_easy_setopt(easy_, CURLOPT_SSL_SESSIONID_CACHE, 0L);
+    curl_easy_setopt(easy_, CURLOPT_SSL_SESSIONID_CACHE, task.wire == Wire::resumed ? 1L : 0L);
+  }
+  if (task.wire == Wire::http2) {
+    curl_easy_setopt(easy_, CURLOPT_HTTP_VERSION, long{CURL_HTTP_VERSION_2TLS});
+    // One connection for all: without it, each transfer that begins before the first handshake ended opens its own.
+    curl_easy_setopt(easy_, CURLOPT_PIPEWAIT, 1L);
   }
 }
 
@@ -32,7 +38,10 @@ void CurlHandle::verify(CURLcode code) {
   if (code != CURLE_OK) throw std::runtime_error(curl_easy_strerror(code));
   long status = 0;
   curl_easy_getinfo(easy_, CURLINFO_RESPONSE_CODE, &status);
-  if (status != 200 || bodyBytes_ != expectedBytes_) throw std::runtime_error("The response is not the expected one");
+  long version = 0;
+  curl_easy_getinfo(easy_, CURLINFO_HTTP_VERSION, &version);
+  const bool isRight = status == 200 && bodyBytes_ == expectedBytes_ && (version == CURL_HTTP_VERSION_2_0) == isHTTP2_;
+  if (!isRight) throw std::runtime_error("The response is not the expected one");
   bodyBytes_ = 0;
   body_.reset();
 }

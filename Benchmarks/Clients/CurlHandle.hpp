@@ -26,7 +26,8 @@ class CurlHandle {
   static std::size_t write(const char* bytes, std::size_t size, std::size_t count, void* handle);
   bool keep(const char* bytes, std::size_t count);
 
-  std::uint64_t expectedBytes_;
+  const std::uint64_t expectedBytes_;
+  const bool isHTTP2_;
   CURL* easy_;
   curl_slist* fields_ = nullptr;
   /// Not a string: growing one would clear what libcurl is about to fill.

@@ -11,7 +11,8 @@ namespace bench {
 namespace {
 
 /// The floor of TLS: OpenSSL over a blocking socket, with one context that read the anchors once and that
-/// checks chain and host. It makes a new connection when the server closes the old one.
+/// checks chain and host. It makes a new connection when the server closes the old one, and resumes the session before
+/// where the task asks for that.
 class OpenSSLClient final : public Client {
  public:
   explicit OpenSSLClient(const Task& task)
@@ -21,10 +22,15 @@ class OpenSSLClient final : public Client {
       throw std::runtime_error("OpenSSL cannot read " + anchors);
     }
     SSL_CTX_set_verify(context_, SSL_VERIFY_PEER, nullptr);
-    SSL_CTX_set_session_cache_mode(context_, SSL_SESS_CACHE_OFF);
+    SSL_CTX_set_app_data(context_, this);
+    const bool resumes = task.wire == Wire::resumed;
+    SSL_CTX_set_session_cache_mode(context_,
+                                   resumes ? SSL_SESS_CACHE_CLIENT | SSL_SESS_CACHE_NO_INTERNAL : SSL_SESS_CACHE_OFF);
+    if (resumes) SSL_CTX_sess_set_new_cb(context_, keepSession);
   }
   ~OpenSSLClient() override {
     close();
+    SSL_SESSION_free(session_);
     SSL_CTX_free(context_);
   }
 
@@ -33,12 +39,20 @@ class OpenSSLClient final : public Client {
   }
 
  private:
+  static int keepSession(SSL* tls, SSL_SESSION* session) {
+    auto& client = *static_cast<OpenSSLClient*>(SSL_CTX_get_app_data(SSL_get_SSL_CTX(tls)));
+    SSL_SESSION_free(std::exchange(client.session_, session));
+    return 1;
+  }
+
   void open() {
     socket_ = connectToLoopback(task_.port);
     tls_ = SSL_new(context_);
     X509_VERIFY_PARAM_set1_ip_asc(SSL_get0_param(tls_), "127.0.0.1");
     SSL_set_fd(tls_, socket_.number());
+    if (session_) SSL_set_session(tls_, session_);
     if (SSL_connect(tls_) != 1) throw std::runtime_error("The TLS handshake failed");
+    if (SSL_session_reused(tls_) != (session_ ? 1 : 0)) throw std::runtime_error("The TLS session was not resumed");
   }
 
   void close() {
@@ -64,6 +78,7 @@ class OpenSSLClient final : public Client {
   const std::string request_;
   SSL_CTX* const context_;
   SSL* tls_ = nullptr;
+  SSL_SESSION* session_ = nullptr;
   Descriptor socket_;
   std::vector<char> buffer_;
 };

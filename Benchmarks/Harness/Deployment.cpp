@@ -24,10 +24,17 @@ void waitUntilListening(std::uint16_t port) {
       poll(nullptr, 0, 10);
     }
   }
-  throw std::runtime_error("nginx does not listen");
+  throw std::runtime_error("The server does not listen");
 }
 
-std::string nginxConfiguration(const std::string& folder, std::uint16_t plainPort, std::uint16_t securePort) {
+std::optional<std::string> programNamed(const std::string& name) {
+  for (const char* folder : {"/usr/sbin/", "/usr/local/sbin/", "/usr/bin/"}) {
+    if (std::filesystem::exists(folder + name)) return folder + name;
+  }
+  return std::nullopt;
+}
+
+std::string nginxConfiguration(const std::string& folder, const RunningServer& server) {
   std::string text = R"(daemon off;
 master_process off;
 worker_processes 1;
@@ -46,14 +53,19 @@ http {
   uwsgi_temp_path FOLDER/nginx-temporary;
   scgi_temp_path FOLDER/nginx-temporary;
   open_file_cache max=16;
+  ssl_certificate FOLDER/server.pem;
+  ssl_certificate_key FOLDER/server.key;
+  ssl_session_cache off;
+  root FOLDER/content;
   server {
     listen 127.0.0.1:PLAIN backlog=4096;
     listen 127.0.0.1:SECURE ssl backlog=4096;
-    ssl_certificate FOLDER/server.pem;
-    ssl_certificate_key FOLDER/server.key;
-    ssl_session_cache off;
+    listen 127.0.0.1:HTTP2 ssl http2 backlog=4096;
     ssl_session_tickets off;
-    root FOLDER/content;
+    location = /close { keepalive_timeout 0; }
+  }
+  server {
+    listen 127.0.0.1:RESUMED ssl backlog=4096;
     location = /close { keepalive_timeout 0; }
   }
 }
@@ -64,13 +76,15 @@ http {
     }
   };
   replace("FOLDER", folder);
-  replace("PLAIN", std::to_string(plainPort));
-  replace("SECURE", std::to_string(securePort));
+  replace("PLAIN", std::to_string(server.port(Wire::plain)));
+  replace("SECURE", std::to_string(server.port(Wire::tls)));
+  replace("RESUMED", std::to_string(server.port(Wire::resumed)));
+  replace("HTTP2", std::to_string(server.port(Wire::http2)));
   return text;
 }
 
 void writeContent(const std::filesystem::path& folder) {
-  std::filesystem::create_directories(folder);
+  if (!std::filesystem::create_directories(folder)) return;
   for (const char* name : {"small", "close"}) std::ofstream(folder / name) << std::string(100, 'x');
   // A sparse file: its zeroes come from the page cache as any other content would.
   std::ofstream(folder / "large").close();
@@ -96,28 +110,41 @@ RunningServer startPlainServer(const std::filesystem::path& program, const std::
   server.process = std::make_unique<ChildProcess>(std::vector<std::string>{
       program.string(), (folder / "server.pem").string(), (folder / "server.key").string(), std::to_string(core)});
   const std::string ports = server.process->readLine(startSeconds);
-  if (std::sscanf(ports.c_str(), "%hu %hu", &server.plainPort, &server.securePort) != 2) {
+  if (std::sscanf(ports.c_str(), "%hu %hu %hu", &server.port(Wire::plain), &server.port(Wire::tls),
+                  &server.port(Wire::resumed)) != 3) {
     throw std::runtime_error("The server says '" + ports + "' instead of its ports");
   }
   return server;
 }
 
 std::optional<RunningServer> startNginx(const std::filesystem::path& folder, int core) {
-  std::string program;
-  for (const char* candidate : {"/usr/sbin/nginx", "/usr/local/sbin/nginx", "/usr/bin/nginx"}) {
-    if (program.empty() && std::filesystem::exists(candidate)) program = candidate;
-  }
-  if (program.empty()) return std::nullopt;
+  const auto program = programNamed("nginx");
+  if (!program) return std::nullopt;
   RunningServer server;
   server.name = "nginx";
-  server.plainPort = freePort();
-  server.securePort = freePort();
+  for (std::uint16_t& port : server.ports) port = freePort();
   writeContent(folder / "content");
   const std::string configuration = (folder / "nginx.conf").string();
-  std::ofstream(configuration) << nginxConfiguration(folder.string(), server.plainPort, server.securePort);
+  std::ofstream(configuration) << nginxConfiguration(folder.string(), server);
   server.process = std::make_unique<ChildProcess>(
-      std::vector<std::string>{program, "-e", (folder / "nginx-error.log").string(), "-c", configuration}, core);
-  waitUntilListening(server.plainPort);
+      std::vector<std::string>{*program, "-e", (folder / "nginx-error.log").string(), "-c", configuration}, core);
+  waitUntilListening(server.port(Wire::plain));
+  return server;
+}
+
+std::optional<RunningServer> startNghttpd(const std::filesystem::path& folder, int core) {
+  const auto program = programNamed("nghttpd");
+  if (!program) return std::nullopt;
+  RunningServer server;
+  server.name = "nghttpd";
+  server.port(Wire::http2) = freePort();
+  writeContent(folder / "content");
+  server.process = std::make_unique<ChildProcess>(
+      std::vector<std::string>{*program, "--address=127.0.0.1", "--htdocs=" + (folder / "content").string(),
+                               std::to_string(server.port(Wire::http2)), (folder / "server.key").string(),
+                               (folder / "server.pem").string()},
+      core);
+  waitUntilListening(server.port(Wire::http2));
   return server;
 }
 

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <filesystem>
 #include <sstream>
 #include <stdexcept>
 
@@ -20,29 +21,13 @@ std::unique_ptr<Client> makeClient(const MeasuringPlan& plan) {
   throw std::runtime_error("There is no client '" + plan.client + "'");
 }
 
-std::vector<std::string> argumentsFrom(const MeasuringPlan& plan) {
-  const Task& task = plan.task;
-  return {"/proc/self/exe",
-          marker,
-          plan.client,
-          std::to_string(plan.warmUp),
-          std::to_string(plan.count),
-          std::to_string(plan.core),
-          std::to_string(task.secure),
-          std::to_string(task.port),
-          task.path,
-          std::to_string(task.concurrency),
-          std::to_string(task.bodyBytes),
-          task.certificateFolder};
-}
-
 MeasuringPlan planFrom(const std::vector<std::string>& arguments) {
   MeasuringPlan plan;
   plan.client = arguments.at(2);
   plan.warmUp = std::stoi(arguments.at(3));
   plan.count = std::stoi(arguments.at(4));
   plan.core = std::stoi(arguments.at(5));
-  plan.task.secure = arguments.at(6) != "0";
+  plan.task.wire = static_cast<Wire>(std::stoi(arguments.at(6)));
   plan.task.port = static_cast<std::uint16_t>(std::stoi(arguments.at(7)));
   plan.task.path = arguments.at(8);
   plan.task.concurrency = std::stoi(arguments.at(9));
@@ -81,7 +66,23 @@ void tell(const Measurement& measurement) {
   std::printf("%.9f %.9f %.6f\n", measurement.seconds, measurement.cpuSeconds, measurement.peakMebibytes);
 }
 
-Measurement measure(const MeasuringPlan& plan) { return measurementOf(argumentsFrom(plan)); }
+std::vector<std::string> commandOf(const MeasuringPlan& plan) {
+  const Task& task = plan.task;
+  return {std::filesystem::read_symlink("/proc/self/exe").string(),
+          marker,
+          plan.client,
+          std::to_string(plan.warmUp),
+          std::to_string(plan.count),
+          std::to_string(plan.core),
+          std::to_string(static_cast<int>(task.wire)),
+          std::to_string(task.port),
+          task.path,
+          std::to_string(task.concurrency),
+          std::to_string(task.bodyBytes),
+          task.certificateFolder};
+}
+
+Measurement measure(const MeasuringPlan& plan) { return measurementOf(commandOf(plan)); }
 
 bool isMeasuringProcess(const std::vector<std::string>& arguments) {
   return arguments.size() > 1 && arguments[1] == marker;

@@ -28,6 +28,8 @@ struct MeasuringPlan {
   int core = 0;
 };
 
+/// The run of this program that measures the plan.
+std::vector<std::string> commandOf(const MeasuringPlan& plan);
 /// Runs the plan in a process of its own, a fresh run of this program.
 Measurement measure(const MeasuringPlan& plan);
 

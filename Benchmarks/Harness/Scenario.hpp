@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "Clients/Client.hpp"
+
 namespace bench {
 
 /// What one client is held to, each against the scenario's baseline; absent: nothing.
@@ -25,7 +27,7 @@ struct Contender {
 struct Scenario {
   std::string title;
   std::string path;
-  bool secure = false;
+  Wire wire = Wire::plain;
   int concurrency = 1;
   int count = 1;
   int warmUp = 1;

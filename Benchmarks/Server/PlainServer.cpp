@@ -13,7 +13,7 @@
 namespace bench {
 namespace {
 
-enum Source : std::uint64_t { plainListener, secureListener, timer, stop };
+enum Source : std::uint64_t { plainListener, secureListener, resumingListener, timer, stop };
 
 constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
 constexpr std::int64_t delayNanoseconds = 100'000'000;
@@ -38,14 +38,14 @@ std::int64_t nowNanoseconds() {
   return now.tv_sec * nanosecondsPerSecond + now.tv_nsec;
 }
 
-SSL_CTX* makeTLS(const std::string& certificatePath, const std::string& keyPath) {
+SSL_CTX* makeTLS(const std::string& certificatePath, const std::string& keyPath, std::size_t ticketsForEach) {
   SSL_CTX* context = SSL_CTX_new(TLS_server_method());
   if (!context || SSL_CTX_use_certificate_chain_file(context, certificatePath.c_str()) != 1 ||
       SSL_CTX_use_PrivateKey_file(context, keyPath.c_str(), SSL_FILETYPE_PEM) != 1) {
     throw std::runtime_error("The server cannot use the certificate " + certificatePath);
   }
   SSL_CTX_set_session_cache_mode(context, SSL_SESS_CACHE_OFF);
-  SSL_CTX_set_num_tickets(context, 0);
+  SSL_CTX_set_num_tickets(context, ticketsForEach);
   SSL_CTX_set_mode(context, SSL_MODE_ENABLE_PARTIAL_WRITE | SSL_MODE_ACCEPT_MOVING_WRITE_BUFFER);
   return context;
 }
@@ -60,21 +60,26 @@ void watch(const Descriptor& epoll, int descriptor, std::uint32_t events, std::u
 }  // namespace
 
 PlainServer::PlainServer(const std::string& certificatePath, const std::string& keyPath)
-    : tls_(makeTLS(certificatePath, keyPath)),
+    : tls_(makeTLS(certificatePath, keyPath, 0)),
+      resumingTLS_(makeTLS(certificatePath, keyPath, 1)),
       plainListener_(listenOnLoopback()),
       secureListener_(listenOnLoopback()),
+      resumingListener_(listenOnLoopback()),
       epoll_(checked(epoll_create1(EPOLL_CLOEXEC), "epoll_create1")),
       timer_(checked(timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC), "timerfd_create")),
       plainPort_(portOf(plainListener_)),
-      securePort_(portOf(secureListener_)) {
+      securePort_(portOf(secureListener_)),
+      resumingPort_(portOf(resumingListener_)) {
   watch(epoll_, plainListener_.number(), EPOLLIN, Source::plainListener);
   watch(epoll_, secureListener_.number(), EPOLLIN, Source::secureListener);
+  watch(epoll_, resumingListener_.number(), EPOLLIN, Source::resumingListener);
   watch(epoll_, timer_.number(), EPOLLIN, Source::timer);
 }
 
 PlainServer::~PlainServer() {
   connections_.clear();
   SSL_CTX_free(tls_);
+  SSL_CTX_free(resumingTLS_);
 }
 
 void PlainServer::run(int stopDescriptor) {
@@ -89,10 +94,13 @@ void PlainServer::run(int stopDescriptor) {
         case Source::stop:
           return;
         case Source::plainListener:
-          accept(plainListener_, false);
+          accept(plainListener_, nullptr);
           break;
         case Source::secureListener:
-          accept(secureListener_, true);
+          accept(secureListener_, tls_);
+          break;
+        case Source::resumingListener:
+          accept(resumingListener_, resumingTLS_);
           break;
         case Source::timer:
           respondDelayed();
@@ -104,7 +112,7 @@ void PlainServer::run(int stopDescriptor) {
   }
 }
 
-void PlainServer::accept(const Descriptor& listener, bool secure) {
+void PlainServer::accept(const Descriptor& listener, SSL_CTX* tls) {
   for (;;) {
     Descriptor socket(accept4(listener.number(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
     if (socket.number() < 0) return;
@@ -113,8 +121,7 @@ void PlainServer::accept(const Descriptor& listener, bool secure) {
     const std::uint64_t number = nextConnection_++;
     // Edge-triggered: one registration for the life of the connection.
     watch(epoll_, socket.number(), EPOLLIN | EPOLLOUT | EPOLLRDHUP | EPOLLET, number);
-    connections_.emplace(number,
-                         std::make_unique<ServedConnection>(number, std::move(socket), secure ? tls_ : nullptr));
+    connections_.emplace(number, std::make_unique<ServedConnection>(number, std::move(socket), tls));
   }
 }
 

@@ -1,6 +1,6 @@
 // corvane_bench_server CERTIFICATE.pem KEY.pem CORE
 //
-// Prints its plain and its TLS port, and serves until its standard input is closed.
+// Prints its plain port, its TLS port, and that for resumed sessions; serves until its standard input is closed.
 
 #include <cstdio>
 #include <cstdlib>
@@ -18,7 +18,7 @@ int main(int argumentCount, char** arguments) {
     bench::stayOnCore(std::atoi(arguments[3]));
     bench::allowManyDescriptors();
     bench::PlainServer server(arguments[1], arguments[2]);
-    std::printf("%d %d\n", server.plainPort(), server.securePort());
+    std::printf("%d %d %d\n", server.plainPort(), server.securePort(), server.resumingPort());
     std::fflush(stdout);
     server.run(STDIN_FILENO);
   } catch (const std::exception& error) {

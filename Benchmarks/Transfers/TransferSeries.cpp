@@ -40,7 +40,7 @@ TransferSeries::TransferSeries(const RunningServer& server, TransferTask task, i
       count_(count),
       core_(core),
       measurements_(moverKinds().size()) {
-  task_.port = server.plainPort;
+  task_.port = server.port(Wire::plain);
 }
 
 void TransferSeries::runRound() {
@@ -88,7 +88,9 @@ std::vector<TransferSeries> transferSeries(const std::vector<RunningServer>& ser
   const TransferTask upload{.direction = Direction::upload, .folder = folder, .source = folder / "upload"};
   writeSource(upload.source);
   std::vector<TransferSeries> all;
-  for (const RunningServer& server : servers) all.emplace_back(server, download, downloads, core);
+  for (const RunningServer& server : servers) {
+    if (server.port(Wire::plain) != 0) all.emplace_back(server, download, downloads, core);
+  }
   all.emplace_back(servers.front(), upload, uploads, core);
   return all;
 }
