@@ -46,6 +46,7 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 MARK = re.compile(r"^<!-- (from|output of) (\S+)((?: \S+)*) -->$")
 LISTENING = re.compile(rb"listening on (\S+)")
 LINK = re.compile(r"!?\[[^\]]*\]\(([^)\s]+)\)")
+PLAIN_ANCHOR = re.compile(r"[a-z0-9_]+(-[a-z0-9_]+)*")  # GitHub and mkdocs make the same of its heading
 FENCE = re.compile(r"^\s*```")
 COMPLETE = re.compile(r"^<!-- names every (\w+) of (\S+) -->$")
 ROWS = "<!-- rows end with what the code says -->"
@@ -101,6 +102,8 @@ def check_link(page, number, link):
         return f"{where}: {link} leads nowhere"
     if anchor and path.suffix == ".md" and anchor not in anchors(path):
         return f"{where}: {target or page.name} has no heading #{anchor}"
+    if anchor and path.suffix == ".md" and not PLAIN_ANCHOR.fullmatch(anchor):
+        return f"{where}: #{anchor} is called something else on the site"
     return None
 
 

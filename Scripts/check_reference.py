@@ -10,8 +10,8 @@ lists without one is accepted where the words stand elsewhere:
     what they always mean;
   - further overloads of a function that is documented beside them;
   - a member that redefines a documented one of a base class: a requirement is explained where it is required;
-  - constants of one type that follow a documented one without a blank line (Scripts/reference_sources.py), and the
-    enumerators of a documented enumeration, as long as none of them has words of its own;
+  - constants of one type that follow a documented one on the next lines, and the enumerators of a documented
+    enumeration, as long as none of them has words of its own;
   - specialisations of templates, which are documented where the template is.
 
 Macros that a header undefines again are its own business.
@@ -45,7 +45,15 @@ def place_of(element):
     location = element.find("location")
     if location is None:
         return "?"
-    return f"Sources/{location.get('file')}:{location.get('line')}"
+    return f"{location.get('file')}:{location.get('line')}"
+
+
+def lines_of(member):
+    """The first line of a declaration, and the last."""
+    location = member.find("location")
+    first = int(location.get("line"))
+    is_here = location.get("bodyfile") == location.get("file")
+    return first, max(first, int(location.get("bodyend", first)) if is_here else first)
 
 
 def is_undefined_again(member):
@@ -75,6 +83,21 @@ class Compound:
 
     def documented_names(self):
         return {member.findtext("name") for member in self.members if is_documented(member)}
+
+    def names_in_runs(self):
+        """Of constants, or functions without arguments, that follow a documented one of their type."""
+        names, described, next_line = set(), None, 0
+        for member in sorted(self.members, key=lines_of):
+            first, last = lines_of(member)
+            kind = (place_of(member).partition(":")[0], text_of(member, "type"))
+            if is_documented(member):
+                described = kind if member.get("static") == "yes" or member.get("kind") == "variable" else None
+            elif described == kind and first <= next_line and not member.findall("param"):
+                names.add(member.findtext("name"))
+            else:
+                described = None
+            next_line = last + 1
+        return names
 
 
 def compounds_in(folder):
@@ -120,7 +143,7 @@ def undocumented_values(member):
 
 
 def undocumented_members(compound, compounds):
-    documented = compound.documented_names()
+    documented = compound.documented_names() | compound.names_in_runs()
     inherited = inherited_names(compound, compounds)
     for member in compound.members:
         if member.get("kind") == "friend" and (member.findtext("type") or "").strip() in ("class", "struct"):

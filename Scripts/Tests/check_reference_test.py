@@ -14,10 +14,10 @@ import check_reference  # noqa: E402
 BASE = "base"
 
 
-def member(name, words="", kind="function", arguments="()", parameters=(), values=""):
+def member(name, words="", kind="function", arguments="()", parameters=(), values="", line=1):
     types = "".join(f"<param><type>{html.escape(parameter)}</type></param>" for parameter in parameters)
     return (f'<memberdef kind="{kind}" prot="public"><name>{name}</name><argsstring>{html.escape(arguments)}</argsstring>{types}'
-            f'{values}<briefdescription>{words}</briefdescription><location file="Corvane/A.hpp" line="1"/></memberdef>')
+            f'{values}<briefdescription>{words}</briefdescription><type>int</type><location file="Corvane/A.hpp" line="{line}"/></memberdef>')
 
 
 def compound(name, members, words="Words.", base=""):
@@ -45,6 +45,14 @@ class CheckReferenceTest(unittest.TestCase):
 
     def test_accepts_an_overload_of_a_documented_function(self):
         self.assertEqual(self.missing(member("send", "Sends."), member("send")), [])
+
+    def test_accepts_constants_on_the_lines_after_a_documented_one(self):
+        def constant(name, line, words=""):
+            return member(name, words, "variable", "", line=line)
+
+        run = [constant("one", 1, "Codes."), constant("two", 2), constant("three", 3)]
+        self.assertEqual(self.missing(*run), [])
+        self.assertEqual(self.missing(*run, constant("four", 5)), ["corvane::A::four"])
 
     def test_accepts_a_member_that_the_base_class_explains(self):
         self.assertEqual(self.missing(member("path")), [])

@@ -30,7 +30,9 @@ class CORVANE_API Corvane {
   static std::vector<platform::URL> trustedCertificates();
   /// Takes effect with the next connection. A URL that is there already keeps its place.
   static void addTrustedCertificate(const platform::URL& file);
+  /// Adds each of them in the same manner.
   static void addTrustedCertificates(const std::vector<platform::URL>& files);
+  /// Removes all of them, with effect on the next connection.
   static void removeTrustedCertificates();
 
   /// Cancels every request under way and forgets every session, with its connections and cookies.

@@ -19,9 +19,11 @@ class CORVANE_API GZipError final : public velisand::AppError<GZipError>, public
   static GZipError stream(std::string zlibMessage);
   /// The compressed bytes or their checksum are damaged.
   static GZipError data(std::string zlibMessage);
+  /// zlib got no memory.
   static GZipError memory(std::string zlibMessage);
   /// The compressed bytes end too early.
   static GZipError buffer(std::string zlibMessage);
+  /// The installed zlib is not compatible with the one that this was compiled with.
   static GZipError version(std::string zlibMessage);
   /// Any other result of zlib.
   static GZipError unknown(std::string zlibMessage, int code);

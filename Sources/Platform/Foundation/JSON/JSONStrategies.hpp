@@ -11,6 +11,7 @@ enum class JSONDateStrategy : std::uint8_t {
   none,
   /// A number, possibly with a fraction.
   secondsSince1970,
+  /// The same in milliseconds.
   millisecondsSince1970,
   /// Text like "2026-11-21T07:30:00Z" (RFC 3339). Other offsets than Z are read, too; digits of the fraction
   /// beyond the precision of the C++ type are dropped.
