@@ -25,11 +25,6 @@ using namespace bench;
 constexpr int serverCore = 0;
 constexpr int clientCore = 1;
 constexpr const char* gzipTitle = "Gzip";
-constexpr const char* countTitle = "What a small GET takes";
-/// What a small GET may take.
-constexpr double instructionsAtMost = 30000;
-constexpr double callsAtMost = 2.4;
-
 struct Options {
   bool quick = false;
   int rounds = 0;
@@ -153,12 +148,9 @@ void runAll(const Options& options, const std::filesystem::path& program) {
     std::fputs("nginx is not installed; only the server of our own is used.\n", stderr);
   }
   if (auto nghttpd = startNghttpd(folder.path(), serverCore)) servers.push_back(std::move(*nghttpd));
-  if (isWanted(options, countTitle)) {
-    const std::vector<CountedClient> clients{{"raw socket", {}, {}},
-                                             {"Boost.Beast", {}, {}},
-                                             {"libcurl multi", {}, {}},
-                                             {"Corvane", instructionsAtMost, callsAtMost}};
-    std::puts(countReport(servers.front(), clients, folder.path(), clientCore).c_str());
+  for (const CountedExchange& exchange : countedExchanges()) {
+    if (!isWanted(options, exchange.title)) continue;
+    std::puts(countReport(servers.front(), exchange, folder.path(), clientCore).c_str());
   }
   runExchanges(options, servers, folder.path());
   runTransfers(options, servers, folder.path());

@@ -11,13 +11,9 @@
 namespace bench {
 namespace {
 
-constexpr int fewExchanges = 500;
-constexpr int moreExchanges = 2000;
-
 /// A program that runs another one and counts.
 struct Counter {
   const char* name;
-  int concurrency;
   std::vector<std::string> (*command)(const std::string& log);
   double (*total)(std::istream& log);
 };
@@ -46,14 +42,14 @@ double totalOfCalls(std::istream& log) {
   throwUncounted("strace");
 }
 
-constexpr Counter instructions{"valgrind", 16,
+constexpr Counter instructions{"valgrind",
                                [](const std::string& log) -> std::vector<std::string> {
                                  return {"valgrind", "--tool=callgrind", "--callgrind-out-file=/dev/null",
                                          "--log-file=" + log};
                                },
                                collected};
 constexpr Counter systemCalls{
-    "strace", 64, [](const std::string& log) -> std::vector<std::string> { return {"strace", "-f", "-c", "-o", log}; },
+    "strace", [](const std::string& log) -> std::vector<std::string> { return {"strace", "-f", "-c", "-o", log}; },
     totalOfCalls};
 
 double counted(const Counter& counter, const MeasuringPlan& plan, const std::filesystem::path& folder) {
@@ -66,20 +62,17 @@ double counted(const Counter& counter, const MeasuringPlan& plan, const std::fil
   return counter.total(file);
 }
 
-std::optional<double> perExchange(const Counter& counter, const std::string& client, const RunningServer& server,
-                                  const std::filesystem::path& folder, int core) {
-  const Task task{.port = server.port(Wire::plain),
-                  .path = "/small",
-                  .concurrency = counter.concurrency,
-                  .certificateFolder = folder.string()};
+std::optional<double> perExchange(const Counter& counter, const std::string& client, Task task,
+                                  const CountedExchange& exchange, int core) {
+  const std::filesystem::path folder = task.certificateFolder;
   const auto total = [&](int count) {
     return counted(counter,
-                   {.client = client, .task = task, .warmUp = 2 * counter.concurrency, .count = count, .core = core},
+                   {.client = client, .task = task, .warmUp = 2 * task.concurrency, .count = count, .core = core},
                    folder);
   };
   try {
-    const double ofFew = total(fewExchanges);
-    return (total(moreExchanges) - ofFew) / (moreExchanges - fewExchanges);
+    const double ofFew = total(exchange.few);
+    return (total(exchange.more) - ofFew) / (exchange.more - exchange.few);
   } catch (const std::exception& error) {
     std::fprintf(stderr, "%s is not counted by %s: %s\n", client.c_str(), counter.name, error.what());
     return std::nullopt;
@@ -92,17 +85,43 @@ std::string column(const std::optional<double>& count, const std::optional<doubl
 
 }  // namespace
 
-std::string countReport(const RunningServer& server, const std::vector<CountedClient>& clients,
+std::vector<CountedExchange> countedExchanges() {
+  return {{.title = "What a small GET takes",
+           .path = "/small",
+           .concurrencyForInstructions = 16,
+           .concurrencyForCalls = 64,
+           .few = 500,
+           .more = 2000,
+           .clients = {{.client = "raw socket"},
+                       {.client = "Boost.Beast"},
+                       {.client = "libcurl multi"},
+                       {.client = "Corvane", .instructionsAtMost = 30000, .callsAtMost = 2.4}}},
+          {.title = "What a small GET over a new TLS connection takes",
+           .wire = Wire::tls,
+           .path = "/close",
+           .few = 20,
+           .more = 80,
+           .clients = {{.client = "OpenSSL"}, {.client = "libcurl easy"}, {.client = "Corvane"}}}};
+}
+
+std::string countReport(const RunningServer& server, const CountedExchange& exchange,
                         const std::filesystem::path& folder, int core) {
-  std::string text =
-      "What a small GET takes, " + server.name + "\n" +
-      formatted("  %-20s %-38s %s\n", "client", "instructions, 16 at a time", "system calls, 64 at a time");
-  for (const CountedClient& each : clients) {
-    const std::string instructionsText =
-        column(perExchange(instructions, each.client, server, folder, core), each.instructionsAtMost, "%.0f");
-    const std::string callsText =
-        column(perExchange(systemCalls, each.client, server, folder, core), each.callsAtMost, "%.2f");
-    text += formatted("  %-20s %-38s %s\n", each.client.c_str(), instructionsText.c_str(), callsText.c_str());
+  std::string text = exchange.title + ", " + server.name + "\n" +
+                     formatted("  %-20s %-38s %s\n", "client",
+                               formatted("instructions, %d at a time", exchange.concurrencyForInstructions).c_str(),
+                               formatted("system calls, %d at a time", exchange.concurrencyForCalls).c_str());
+  Task task{.wire = exchange.wire,
+            .port = server.port(exchange.wire),
+            .path = exchange.path,
+            .certificateFolder = folder.string()};
+  for (const CountedClient& each : exchange.clients) {
+    task.concurrency = exchange.concurrencyForInstructions;
+    const auto ofInstructions = perExchange(instructions, each.client, task, exchange, core);
+    task.concurrency = exchange.concurrencyForCalls;
+    const auto ofCalls = perExchange(systemCalls, each.client, task, exchange, core);
+    text += formatted("  %-20s %-38s %s\n", each.client.c_str(),
+                      column(ofInstructions, each.instructionsAtMost, "%.0f").c_str(),
+                      column(ofCalls, each.callsAtMost, "%.2f").c_str());
   }
   return text;
 }
