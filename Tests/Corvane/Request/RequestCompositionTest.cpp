@@ -74,6 +74,22 @@ TEST(RequestCompositionTest, writesAtMostSixLanguages) {
             "a;q=1.0, b;q=0.9, c;q=0.8, d;q=0.7, e;q=0.6, f;q=0.5");
 }
 
+TEST(RequestCompositionTest, sharesTheDefaultsOfATypeUntilTheLanguagesChange) {
+  using platform::Locale;
+  Locale::setPreferredLanguages(std::vector<std::string>{"de"});
+  const HTTPHeaderFields first = detail::defaultHeaders("text/html");
+  const HTTPHeaderFields again = detail::defaultHeaders("text/html");
+  const HTTPHeaderFields other = detail::defaultHeaders("text/css");
+  Locale::setPreferredLanguages(std::vector<std::string>{"fr"});
+  const HTTPHeaderFields later = detail::defaultHeaders("text/html");
+  Locale::setPreferredLanguages(std::nullopt);
+
+  EXPECT_EQ(first.value("Accept-Language"), "de;q=1.0");
+  EXPECT_EQ(&*first.begin(), &*again.begin());
+  EXPECT_EQ(other.value("Accept"), "text/css");
+  EXPECT_EQ(later.value("Accept-Language"), "fr;q=1.0");
+}
+
 struct Accepting : DataGetRequestable<Accepting> {
   URL baseURL = "https://example.com";
   HTTPMediaType acceptType = HTTPMediaType::imageJPEG;

@@ -75,15 +75,14 @@ std::string_view withoutBlankOrDotEnds(std::string_view text) {
 }
 
 bool isDeviceName(std::string_view name) {
-  constexpr std::size_t longest = 7;
-  const std::string_view beforeDot = trimmed(name.substr(0, std::min(name.find('.'), name.size())));
-  if (beforeDot.size() > longest) return false;
-  const std::string stem = lowercased(beforeDot);
-  for (const char* device : {"con", "prn", "aux", "nul", "conin$", "conout$"}) {
-    if (stem == device) return true;
+  const std::string_view stem = trimmed(name.substr(0, std::min(name.find('.'), name.size())));
+  constexpr std::array<std::string_view, 6> devices{"con", "prn", "aux", "nul", "conin$", "conout$"};
+  if (std::any_of(devices.begin(), devices.end(), [stem](auto device) { return equalsIgnoringCase(stem, device); })) {
+    return true;
   }
-  if (!stem.starts_with("com") && !stem.starts_with("lpt")) return false;
-  const std::string_view number = std::string_view(stem).substr(3);
+  const std::string_view kind = stem.substr(0, 3);
+  if (!equalsIgnoringCase(kind, "com") && !equalsIgnoringCase(kind, "lpt")) return false;
+  const std::string_view number = stem.substr(3);
   // Windows takes the superscript digits one to three for digits too.
   return (number.size() == 1 && isDigit(number[0])) || number == "\u00B9" || number == "\u00B2" || number == "\u00B3";
 }
@@ -114,6 +113,7 @@ std::string nameOfURL(const URL& url) { return safeComponent(url.lastPathCompone
 }  // namespace
 
 std::optional<std::string> filenameOfDisposition(std::string_view contentDisposition) {
+  if (contentDisposition.empty()) return std::nullopt;
   // A server that forgets the disposition type still means its file name.
   const bool isBare = lowercased(contentDisposition.substr(0, 8)) == "filename";
   const auto parsed = isBare ? ParameterizedValue::parse("attachment;" + std::string(contentDisposition))
@@ -149,6 +149,7 @@ std::string suggestedFilename(std::string_view contentDisposition, const URL& ur
   if (name.empty()) name = safeComponent(url.host().value_or(""));
   if (name.empty()) name = "Unknown";
   const std::string_view extension = hasExtension || !mimeType ? "" : extensionForMIMEType(*mimeType);
+  if (extension.empty()) return name;
   return safeComponent(name.append(extension));
 }
 
