@@ -5,6 +5,7 @@
 #include "Corvane/Corvane.hpp"
 #include "Corvane/Request/Detail/DefaultHeaders.hpp"
 #include "Corvane/Request/UserAgent.hpp"
+#include "Platform/Foundation/Locale.hpp"
 #include "TestSupport/TemporaryDirectory.hpp"
 
 namespace corvane {
