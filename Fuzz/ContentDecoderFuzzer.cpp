@@ -34,10 +34,12 @@ Decoding decoded(std::string_view codings, std::string_view body, std::uint32_t 
   Decoding result;
   HTTPHeaderFields fields;
   fields.add("Content-Encoding", codings);
-  auto choice = ContentDecoder::make(fields, bound, [&](Bytes bytes) -> std::optional<LoadFailure> {
-    result.content.append(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-    return std::nullopt;
-  });
+  const HTTPHeaderFields requestFields{{"Accept-Encoding", "br, zstd"}};
+  auto choice = ContentDecoder::make(requestFields, fields, {.maximumBytes = bound},
+                                     [&](Bytes bytes) -> std::optional<LoadFailure> {
+                                       result.content.append(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+                                       return std::nullopt;
+                                     });
   require(choice.decoder && !choice.failure, "a known coding is refused");
   if (seed == 0) {
     result.failure = choice.decoder->decode(bytesOf(body));
@@ -101,8 +103,9 @@ void checkContent(std::string_view content, std::uint8_t choice) {
 
 /// The first byte chooses the codings, the second the cuts.
 void check(std::string_view input) {
-  constexpr std::string_view codings[] = {"gzip",          "deflate",        "compress",
-                                          "gzip, deflate", "compress, gzip", "deflate, compress, identity, x-gzip"};
+  constexpr std::string_view codings[] = {
+      "gzip", "deflate", "compress", "gzip, deflate", "compress, gzip", "deflate, compress, identity, x-gzip",
+      "br",   "zstd"};
   const std::uint8_t choice = takeByte(input);
   const std::uint8_t seed = takeByte(input);
   const std::string_view coding = codings[choice % std::size(codings)];

@@ -33,6 +33,8 @@ class CorvaneConan(ConanFile):
         "image": [True, False],
         "testing": [True, False],
         "tool": [True, False],
+        "brotli": [True, False],
+        "zstd": [True, False],
         **{adapter: [True, False] for adapter in ADAPTERS},
     }
     default_options = {
@@ -41,6 +43,8 @@ class CorvaneConan(ConanFile):
         "image": False,
         "testing": False,
         "tool": False,
+        "brotli": False,
+        "zstd": False,
         **{adapter: False for adapter in ADAPTERS},
     }
     implements = ["auto_shared_fpic"]
@@ -68,6 +72,10 @@ class CorvaneConan(ConanFile):
         self.requires("libpsl/[>=0.21 <1]")
         self.requires("zlib/[>=1.2.11 <2]")
         self.requires("spdlog/[>=1.10 <2]")
+        if self.options.brotli:
+            self.requires("brotli/[>=1.0 <2]")
+        if self.options.zstd:
+            self.requires("zstd/[>=1.4 <2]")
         if self.options.image:
             self.requires("libpng/[>=1.6 <2]")
             self.requires("libjpeg/[>=9e]")
@@ -97,6 +105,8 @@ class CorvaneConan(ConanFile):
         toolchain.cache_variables["CORVANE_BUILD_IMAGE"] = bool(self.options.image)
         toolchain.cache_variables["CORVANE_BUILD_TESTING_SUPPORT"] = bool(self.options.testing)
         toolchain.cache_variables["CORVANE_BUILD_TOOL"] = bool(self.options.tool)
+        toolchain.cache_variables["CORVANE_BROTLI"] = bool(self.options.brotli)
+        toolchain.cache_variables["CORVANE_ZSTD"] = bool(self.options.zstd)
         toolchain.cache_variables["CORVANE_BUILD_ADAPTERS"] = ";".join(adapters) or "OFF"
         toolchain.generate()
         CMakeDeps(self).generate()
@@ -130,6 +140,10 @@ class CorvaneConan(ConanFile):
                                   ["openssl::ssl", "openssl::crypto", "libnghttp2::nghttp2", "libpsl::libpsl",
                                    "zlib::zlib", "spdlog::spdlog"])
         library.system_libs = ["pthread"]
+        if self.options.brotli:
+            library.requires.append("brotli::brotlidec")
+        if self.options.zstd:
+            library.requires.append("zstd::zstdlib")
         if self.options.image:
             self._component("Image", "corvane-image", ["corvane_image"],
                             ["Corvane", "libpng::libpng", "libjpeg::libjpeg", "zlib::zlib"])

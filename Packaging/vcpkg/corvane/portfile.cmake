@@ -3,9 +3,11 @@ get_filename_component(SOURCE_PATH "${CURRENT_PORT_DIR}/../../.." ABSOLUTE)
 
 vcpkg_check_features(OUT_FEATURE_OPTIONS FEATURE_OPTIONS
   FEATURES
+    brotli CORVANE_BROTLI
     image CORVANE_BUILD_IMAGE
     testing CORVANE_BUILD_TESTING_SUPPORT
     tool CORVANE_BUILD_TOOL
+    zstd CORVANE_ZSTD
 )
 
 # The adapters are headers; only those are installed whose library the features bring.

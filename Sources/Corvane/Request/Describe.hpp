@@ -50,6 +50,7 @@ RequestDescription describe(const Self& self) {
   return {.url = createURL(describeURL(self)),
           .cachePolicy = read(&Self::cachePolicy, self),
           .timeoutInterval = timeoutInSeconds(self),
+          .maximumBodyBytes = read(&Self::maximumBodyBytes, self),
           .acceptType = read(&Self::acceptType, self),
           .sharedHeaders = read(&Self::sharedHeaders, self),
           .headers = read(&Self::headers, self),

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -40,6 +41,7 @@ struct NoResponse {};
 /// | `acceptType`: `HTTPMediaType`                  | "*/*"                                              |
 /// | `timeoutInterval`: seconds or a duration       | 60 s without progress                              |
 /// | `cachePolicy`: `URLRequestCachePolicy`         | `useProtocolCachePolicy`                           |
+/// | `maximumBodyBytes`: a number of bytes          | 1 GiB in memory, no limit in a file                |
 /// | `shouldSend`: `bool`                           | true; false ends `send` silently                   |
 /// | `shouldWaitForConnectivity`: `bool`            | false                                              |
 /// | `sessionConfigurationIdentifier`: text         | absent; requests that agree share a session        |
@@ -87,6 +89,9 @@ class CORVANE_API HTTPRequestable {
   /// Seconds without progress after which the request fails with -1001; a `std::chrono` duration will do. Default:
   /// 60.
   double timeoutInterval() const { return detail::defaultURLRequest().timeoutInterval; }
+  /// How many bytes the body of the response may have, decoded from its content codings; beyond that the request fails
+  /// with -1103. Default: absent, which is 1 GiB in memory and no limit for a download.
+  std::optional<std::int64_t> maximumBodyBytes() const { return std::nullopt; }
   /// Whether the request waits while there is no network, instead of failing. Default: false.
   bool shouldWaitForConnectivity() const { return false; }
   /// Header fields of this request; they win over `sharedHeaders`. Default: none.

@@ -133,6 +133,7 @@ URLRequest composedRequest(const RequestDescription& description) {
   URLRequest request(description.url, description.cachePolicy, description.timeoutInterval);
   request.allHTTPHeaderFields = composedHeaders(description);
   request.httpMethod = description.method.rawValue;
+  request.maximumBodyBytes = description.maximumBodyBytes;
   return request;
 }
 

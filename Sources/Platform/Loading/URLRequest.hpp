@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -43,10 +44,15 @@ struct CORVANE_API URLRequest {
   HTTPHeaderFields allHTTPHeaderFields;
   /// Absent: no body. Present and empty: an empty body.
   std::optional<Data> httpBody;
+  /// How many bytes the body of the response may have, decoded from its content codings, in memory or in a file; beyond
+  /// that the load fails with -1103. Absent, the default: the session's `maximumBodyBytes` in memory, any number in a
+  /// file.
+  std::optional<std::int64_t> maximumBodyBytes;
 
   /// Empty when the request may be sent, otherwise a sentence that names what is wrong: a method that is
   /// not a token (RFC 9110, 9.1), a header field (see `HTTPHeaderFields::problem`), a header that the
-  /// transport owns and that would contradict it, a time-out that is not a positive finite number.
+  /// transport owns and that would contradict it, a time-out that is not a positive finite number, a negative
+  /// `maximumBodyBytes`.
   std::string problem() const {
     return problem(httpBody ? std::optional<std::size_t>(httpBody->count()) : std::nullopt);
   }

@@ -107,6 +107,17 @@ TEST(RequestCompositionTest, writesTheAcceptTypeTimeoutAndCachePolicy) {
   EXPECT_EQ(request.cachePolicy, URLRequestCachePolicy::reloadIgnoringLocalCacheData);
 }
 
+struct Limited : DataGetRequestable<Limited> {
+  URL baseURL = "https://example.com";
+  int maximumBodyBytes = 1000;
+  HTTPHeaders sharedHeaders() const { return {}; }
+};
+
+TEST(RequestCompositionTest, keepsTheLimitForTheResponseBody) {
+  EXPECT_EQ(Limited().urlRequest().maximumBodyBytes, 1000);
+  EXPECT_EQ(DataGetRequest("https://example.com").urlRequest().maximumBodyBytes, std::nullopt);
+}
+
 struct Post : DataPostRequestable<Post, std::string> {
   URL baseURL = "https://example.com";
   std::string body;

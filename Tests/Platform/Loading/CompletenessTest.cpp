@@ -169,5 +169,32 @@ TEST_F(CompletenessTest, refusesBodiesOverTheBound) {
             URLErrorCode::dataLengthExceedsMaximum);
 }
 
+TEST_F(CompletenessTest, theLimitOfARequestReplacesThatOfItsSession) {
+  session = makeSession({.maximumBodyBytes = 1000});
+  const auto load = [&](std::int64_t limit, MockResponse response) {
+    server.enqueue(std::move(response));
+    URLRequest limited(server.url("/"));
+    limited.maximumBodyBytes = limit;
+    return SessionTest::load(std::move(limited));
+  };
+
+  EXPECT_EQ(load(2000, MockResponse(200).body(std::string(2000, 'a'))).body().size(), 2000u);
+  EXPECT_EQ(load(500, MockResponse(200).body(std::string(501, 'a'))).code(), URLErrorCode::dataLengthExceedsMaximum);
+  EXPECT_EQ(load(500, MockResponse(200).body(std::string(501, 'a')).chunked()).code(),
+            URLErrorCode::dataLengthExceedsMaximum);
+  EXPECT_EQ(load(500, MockResponse(200).gzipBody(std::string(501, 'a'))).code(),
+            URLErrorCode::dataLengthExceedsMaximum);
+  EXPECT_EQ(load(0, MockResponse(200)).code(), 0);
+}
+
+TEST_F(CompletenessTest, theLimitOfARequestHoldsAfterARedirect) {
+  server.enqueue(MockResponse(302).header("Location", "/next"));
+  server.enqueue(MockResponse(200).body(std::string(11, 'a')));
+  URLRequest limited(server.url("/"));
+  limited.maximumBodyBytes = 10;
+
+  EXPECT_EQ(load(std::move(limited)).code(), URLErrorCode::dataLengthExceedsMaximum);
+}
+
 }  // namespace
 }  // namespace platform

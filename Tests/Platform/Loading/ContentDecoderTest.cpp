@@ -31,7 +31,7 @@ struct Outcome {
 Outcome decode(const HTTPHeaderFields& fields, std::string_view body, std::size_t pieceSize = 1 << 20,
                std::int64_t maximum = ample) {
   Outcome outcome;
-  auto choice = ContentDecoder::make(fields, maximum, [&](Bytes bytes) {
+  auto choice = ContentDecoder::make({}, fields, {.maximumBytes = maximum}, [&](Bytes bytes) {
     outcome.decoded.append(reinterpret_cast<const char*>(bytes.data()), bytes.size());
     outcome.largestPiece = std::max(outcome.largestPiece, bytes.size());
     return std::nullopt;
@@ -59,7 +59,7 @@ std::string joined(std::initializer_list<std::string> parts) {
 TEST(ContentDecoderTest, isNotThereWhenThereIsNothingToDecode) {
   for (const HTTPHeaderFields& fields : {HTTPHeaderFields(), HTTPHeaderFields{{"Content-Encoding", "identity"}},
                                          HTTPHeaderFields{{"content-encoding", " ,Identity, "}}}) {
-    const auto choice = ContentDecoder::make(fields, ample, [](Bytes) { return std::nullopt; });
+    const auto choice = ContentDecoder::make({}, fields, {.maximumBytes = ample}, [](Bytes) { return std::nullopt; });
 
     EXPECT_EQ(choice.decoder, nullptr);
     EXPECT_EQ(choice.failure, std::nullopt);
@@ -247,6 +247,51 @@ TEST(ContentDecoderTest, stopsABombThatHidesBetweenTwoCodings) {
   const Outcome outcome = decodeAs("gzip, gzip", gzipped(nothing), 1 << 20, 100000);
 
   EXPECT_EQ(outcome.code(), URLErrorCode::dataLengthExceedsMaximum);
+}
+
+struct Expansion {
+  std::int64_t decodedBytes = 0;
+  std::optional<LoadFailure> failure;
+};
+
+Expansion expand(const char* coding, std::string_view body, bool limitsExpansion) {
+  Expansion expansion;
+  auto choice = ContentDecoder::make({}, {{"Content-Encoding", coding}},
+                                     {.maximumBytes = ample, .limitsExpansion = limitsExpansion}, [&](Bytes bytes) {
+                                       expansion.decodedBytes += static_cast<std::int64_t>(bytes.size());
+                                       return std::nullopt;
+                                     });
+  expansion.failure = choice.decoder->decode(bytesOf(body));
+  if (!expansion.failure) expansion.failure = choice.decoder->finish();
+  return expansion;
+}
+
+TEST(ContentDecoderTest, stopsLargeContentThatExpandsMoreThanAHundredfold) {
+  constexpr std::int64_t free = ContentDecoder::freeExpansionBytes;
+  const std::string atTheBound = gzipped(std::string(free, '\0'));
+  const std::string bomb = gzipped(std::string(free + (1 << 20), '\0'));
+
+  EXPECT_EQ(expand("gzip", atTheBound, true).failure, std::nullopt);
+  for (const auto& [coding, body] : {std::pair("gzip", bomb), std::pair("gzip, gzip", gzipped(bomb))}) {
+    const Expansion stopped = expand(coding, body, true);
+
+    ASSERT_TRUE(stopped.failure) << coding;
+    EXPECT_EQ(stopped.failure->code, URLErrorCode::dataLengthExceedsMaximum);
+    EXPECT_THAT(stopped.failure->message, HasSubstr("expands to more than 100 times its length"));
+    EXPECT_LE(stopped.decodedBytes, free);
+  }
+  EXPECT_EQ(expand("gzip", bomb, false).failure, std::nullopt);
+}
+
+TEST(ContentDecoderTest, takesLargeContentThatExpandsLess) {
+  // Text and zeros in turn.
+  std::string content;
+  while (content.size() < (70U << 20)) content += variedText(4000, 7) + std::string(20'000, '\0');
+
+  const Expansion expansion = expand("gzip", gzipped(content), true);
+
+  EXPECT_EQ(expansion.failure, std::nullopt);
+  EXPECT_EQ(expansion.decodedBytes, static_cast<std::int64_t>(content.size()));
 }
 
 TEST(ContentDecoderTest, takesABodyThatJustFits) {

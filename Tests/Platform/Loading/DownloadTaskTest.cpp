@@ -172,6 +172,20 @@ TEST_F(DownloadTaskTest, isNotBoundByTheLimitForBodiesInMemory) {
   EXPECT_EQ(contents(downloadOf(MockResponse(200).gzipBody("more than ten bytes")).file), "more than ten bytes");
 }
 
+TEST_F(DownloadTaskTest, isBoundByTheLimitOfItsRequest) {
+  const auto downloadAtMost = [&](std::int64_t limit, MockResponse response) {
+    server.enqueue(std::move(response));
+    URLRequest limited(server.url("/"));
+    limited.maximumBodyBytes = limit;
+    return download(std::move(limited));
+  };
+
+  EXPECT_EQ(contents(downloadAtMost(9, MockResponse(200).body("nine char")).file), "nine char");
+  EXPECT_EQ(downloadAtMost(8, MockResponse(200).body("nine char")).code(), URLErrorCode::dataLengthExceedsMaximum);
+  EXPECT_EQ(downloadAtMost(8, MockResponse(200).gzipBody("nine char")).code(), URLErrorCode::dataLengthExceedsMaximum);
+  EXPECT_EQ(leftovers().size(), 0U);
+}
+
 TEST_F(DownloadTaskTest, theBodyOfARedirectIsNoFile) {
   server.enqueue(MockResponse(302).header("Location", "/next").body(std::string(20'000, 'r')));
   server.enqueue(MockResponse(200).body("here"));

@@ -126,6 +126,9 @@ TEST(URLRequestTest, wantsAPositiveFiniteTimeOut) {
     EXPECT_EQ(one.problem(), "The request's time-out must be a positive finite number of seconds.") << seconds;
   }
   URLRequest brief = request();
+  brief.maximumBodyBytes = -1;
+  EXPECT_EQ(brief.problem(), "The request's limit for the body of the response must not be negative.");
+  brief.maximumBodyBytes = 0;
   brief.timeoutInterval = 0.001;
   EXPECT_EQ(brief.problem(), "");
 }

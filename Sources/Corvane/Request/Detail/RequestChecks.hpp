@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -51,9 +52,11 @@ inline constexpr bool readsTimeout =
     CORVANE_READS(double, timeoutInterval) || CORVANE_READS(platform::Seconds, timeoutInterval);
 
 template <class Self>
-inline constexpr bool statesItsHead = CORVANE_READS(HTTPMethod, method) && CORVANE_READS(HTTPHeaders, sharedHeaders) &&
-                                      CORVANE_READS(HTTPHeaders, headers) && CORVANE_READS(HTTPMediaType, acceptType) &&
-                                      CORVANE_READS(platform::URLRequestCachePolicy, cachePolicy) && readsTimeout<Self>;
+inline constexpr bool statesItsHead =
+    CORVANE_READS(HTTPMethod, method) && CORVANE_READS(HTTPHeaders, sharedHeaders) &&
+    CORVANE_READS(HTTPHeaders, headers) && CORVANE_READS(HTTPMediaType, acceptType) &&
+    CORVANE_READS(platform::URLRequestCachePolicy, cachePolicy) && readsTimeout<Self> &&
+    CORVANE_READS(std::optional<std::int64_t>, maximumBodyBytes);
 
 template <class Self>
 constexpr bool checkHead() {
@@ -88,6 +91,10 @@ constexpr bool checkHead() {
       readsTimeout<Self>,
       "`timeoutInterval` must be a number of seconds or a std::chrono duration: write `double timeoutInterval() "
       "const`, or a stored or static member of such a type");
+  static_assert(
+      CORVANE_READS(std::optional<std::int64_t>, maximumBodyBytes),
+      "`maximumBodyBytes` must be a number of bytes: write `std::int64_t maximumBodyBytes() const`, or a stored or "
+      "static member of such a type");
   return statesItsHead<Self>;
 }
 
@@ -197,6 +204,8 @@ constexpr bool checkSpelling() {
   CORVANE_REFUSE(cache_policy, cachePolicy);
   CORVANE_REFUSE(timeOutInterval, timeoutInterval);
   CORVANE_REFUSE(timeout_interval, timeoutInterval);
+  CORVANE_REFUSE(maxBodyBytes, maximumBodyBytes);
+  CORVANE_REFUSE(maximum_body_bytes, maximumBodyBytes);
   CORVANE_REFUSE(should_send, shouldSend);
   CORVANE_REFUSE(shouldWaitForConnection, shouldWaitForConnectivity);
   CORVANE_REFUSE(should_wait_for_connectivity, shouldWaitForConnectivity);

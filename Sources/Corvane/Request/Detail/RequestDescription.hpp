@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -29,6 +30,7 @@ struct RequestDescription {
   platform::URL url;
   platform::URLRequestCachePolicy cachePolicy;
   double timeoutInterval;
+  std::optional<std::int64_t> maximumBodyBytes;
   HTTPMediaType acceptType;
   HTTPHeaders sharedHeaders;
   HTTPHeaders headers;

@@ -13,6 +13,11 @@ namespace {
 
 constexpr std::size_t pieceBytes = 64 * 1024;
 
+LoadFailure limitFailure(const std::string& path, std::int64_t maximumBytes) {
+  return {URLErrorCode::dataLengthExceedsMaximum,
+          path + ": exceeds the limit of " + std::to_string(maximumBytes) + " bytes"};
+}
+
 }  // namespace
 
 FileLoad FileLoad::intoMemory(const URL& url, std::int64_t maximumBytes) {
@@ -21,9 +26,9 @@ FileLoad FileLoad::intoMemory(const URL& url, std::int64_t maximumBytes) {
   return load;
 }
 
-FileLoad FileLoad::intoFile(const URL& url, const std::function<bool()>& goesOn) {
+FileLoad FileLoad::intoFile(const URL& url, std::int64_t maximumBytes, const std::function<bool()>& goesOn) {
   FileLoad load;
-  load.conclude(url, load.copy(url.fileSystemPath(), goesOn));
+  load.conclude(url, load.copy(url.fileSystemPath(), maximumBytes, goesOn));
   return load;
 }
 
@@ -39,10 +44,7 @@ void FileLoad::conclude(const URL& url, const std::optional<LoadFailure>& failur
 std::optional<LoadFailure> FileLoad::read(const std::string& path, std::int64_t maximumBytes) {
   ReadableFile source;
   if (auto failure = source.open(path)) return failure;
-  if (source.size() > maximumBytes) {
-    return LoadFailure{URLErrorCode::dataLengthExceedsMaximum,
-                       path + ": exceeds the limit of " + std::to_string(maximumBytes) + " bytes"};
-  }
+  if (source.size() > maximumBytes) return limitFailure(path, maximumBytes);
   // The size is a hint: some files say 0, and others grow.
   const auto expected = static_cast<std::size_t>(source.size());
   Data& bytes = data.emplace(Data::withCapacity(expected + 1));
@@ -55,13 +57,16 @@ std::optional<LoadFailure> FileLoad::read(const std::string& path, std::int64_t 
     bytes.resize(before + got);
     count_ += static_cast<std::int64_t>(got);
     if (got == 0) return std::nullopt;
+    if (count_ > maximumBytes) return limitFailure(path, maximumBytes);
   }
 }
 
-std::optional<LoadFailure> FileLoad::copy(const std::string& path, const std::function<bool()>& goesOn) {
+std::optional<LoadFailure> FileLoad::copy(const std::string& path, std::int64_t maximumBytes,
+                                          const std::function<bool()>& goesOn) {
   ReadableFile source;
   DownloadFile target;
   if (auto failure = source.open(path)) return failure;
+  if (source.size() > maximumBytes) return limitFailure(path, maximumBytes);
   if (auto failure = target.open()) return failure;
   Data piece;
   piece.resize(pieceBytes);
@@ -70,8 +75,9 @@ std::optional<LoadFailure> FileLoad::copy(const std::string& path, const std::fu
     if (auto* failure = std::get_if<LoadFailure>(&result)) return std::move(*failure);
     const std::size_t got = std::get<std::size_t>(result);
     if (got == 0) break;
-    if (auto failure = target.take({piece.bytes(), got})) return failure;
     count_ += static_cast<std::int64_t>(got);
+    if (count_ > maximumBytes) return limitFailure(path, maximumBytes);
+    if (auto failure = target.take({piece.bytes(), got})) return failure;
   }
   if (auto failure = target.finish()) return failure;
   file = target.release();

@@ -18,7 +18,7 @@ namespace platform::detail {
 struct FileLoad {
   static FileLoad intoMemory(const URL& url, std::int64_t maximumBytes);
   /// `goesOn` is asked for each piece: a copy that nobody waits for any more ends, with what was copied so far.
-  static FileLoad intoFile(const URL& url, const std::function<bool()>& goesOn);
+  static FileLoad intoFile(const URL& url, std::int64_t maximumBytes, const std::function<bool()>& goesOn);
 
   std::optional<Data> data;
   TemporaryFile file;
@@ -27,7 +27,8 @@ struct FileLoad {
 
  private:
   std::optional<LoadFailure> read(const std::string& path, std::int64_t maximumBytes);
-  std::optional<LoadFailure> copy(const std::string& path, const std::function<bool()>& goesOn);
+  std::optional<LoadFailure> copy(const std::string& path, std::int64_t maximumBytes,
+                                  const std::function<bool()>& goesOn);
   void conclude(const URL& url, const std::optional<LoadFailure>& failure);
 
   std::int64_t count_ = 0;

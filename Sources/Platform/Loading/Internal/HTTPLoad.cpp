@@ -1,9 +1,9 @@
 #include "Platform/Loading/Internal/HTTPLoad.hpp"
 
 #include <algorithm>
-#include <limits>
 #include <utility>
 
+#include "Platform/Loading/Internal/BodyLimit.hpp"
 #include "Platform/Loading/Internal/HTTPLoader.hpp"
 #include "Platform/Loading/Internal/TransportErrors.hpp"
 #include "Platform/Loading/URLErrorCodes.hpp"
@@ -110,17 +110,17 @@ bool HTTPLoad::expectBody(const ResponseHeadView& head) {
     return fail({URLErrorCode::dataLengthExceedsMaximum, "the body of " + std::to_string(head.bodyLength) +
                                                              " bytes exceeds the limit of " + std::to_string(limit)});
   }
-  ContentDecoder::Choice choice =
-      ContentDecoder::make(response_->allHeaderFields(), limit, [this](Bytes decoded) { return store(decoded); });
+  ContentDecoder::Choice choice = ContentDecoder::make(request_->allHTTPHeaderFields, response_->allHeaderFields(),
+                                                       {.maximumBytes = limit, .limitsExpansion = !sink_},
+                                                       [this](Bytes decoded) { return store(decoded); });
   if (choice.failure) return fail(std::move(*choice.failure));
   decoder_ = std::move(choice.decoder);
   if (!sink_ && !decoder_) received_.expect(head.bodyLength);
   return true;
 }
 
-/// What goes to a file takes no memory.
 std::int64_t HTTPLoad::bodyLimit() const {
-  return sink_ ? std::numeric_limits<std::int64_t>::max() : loader_.configuration().maximumBodyBytes;
+  return detail::bodyLimit(*request_, loader_.configuration(), sink_ != nullptr);
 }
 
 std::optional<LoadFailure> HTTPLoad::store(Bytes bytes) {

@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "Platform/Loading/Internal/BodyLimit.hpp"
 #include "Platform/Loading/Internal/FileLoad.hpp"
 #include "Platform/Loading/Internal/RedirectPolicy.hpp"
 #include "Platform/Loading/Internal/SessionCore.hpp"
@@ -116,9 +117,11 @@ void TaskCore::send() {
 void TaskCore::loadFile() {
   DispatchQueue::global().async([self = shared_from_this()] {
     const URL& url = self->originalRequest_.url;
+    const std::int64_t limit = bodyLimit(self->originalRequest_, self->core_->configuration(), self->isDownload_);
     auto loaded = std::make_shared<FileLoad>(
-        self->isDownload_ ? FileLoad::intoFile(url, [&] { return self->state() == URLSessionTask::State::running; })
-                          : FileLoad::intoMemory(url, self->core_->configuration().maximumBodyBytes));
+        self->isDownload_
+            ? FileLoad::intoFile(url, limit, [&] { return self->state() == URLSessionTask::State::running; })
+            : FileLoad::intoMemory(url, limit));
     self->core_->loop().post([self, loaded] {
       if (self->state() != URLSessionTask::State::running) return;  // cancelled: what there is may be a part only
       if (loaded->response) {
