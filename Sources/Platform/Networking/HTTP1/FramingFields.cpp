@@ -34,12 +34,7 @@ FramingFields::Use FramingFields::take(std::string_view name, std::string_view& 
       return detail::equalsIgnoringCase(name, contentLength) ? takeLength(value) : Use::keep;
     case transferEncoding.size():
       if (!detail::equalsIgnoringCase(name, transferEncoding)) break;
-      if (!detail::equalsIgnoringCase(value, "chunked")) {
-        return refuse("the Transfer-Encoding \"" + detail::printable(value) + "\" is not \"chunked\"");
-      }
-      if (isChunked_) return refuse("the Transfer-Encoding \"chunked, chunked\" is not \"chunked\"");
-      isChunked_ = true;
-      break;
+      return takeTransferEncoding(value);
     case connection.size():
       if (detail::equalsIgnoringCase(name, connection)) takeConnection(value);
       break;
@@ -71,6 +66,23 @@ FramingFields::Use FramingFields::takeLength(std::string_view& value) {
   });
   if (use != Use::refuse) value = withoutLeadingZeros(digits);
   return use;
+}
+
+/// Empty elements of the list say nothing (RFC 9110, 5.6.1.2).
+FramingFields::Use FramingFields::takeTransferEncoding(std::string_view value) {
+  std::size_t codings = 0;
+  bool isKnown = true;
+  detail::forEachListElement(value, [&](std::string_view coding) {
+    if (coding.empty()) return;
+    ++codings;
+    isKnown = isKnown && detail::equalsIgnoringCase(coding, "chunked");
+  });
+  if (codings != 1 || !isKnown) {
+    return refuse("the Transfer-Encoding \"" + detail::printable(value) + "\" is not \"chunked\"");
+  }
+  if (isChunked_) return refuse("the Transfer-Encoding \"chunked, chunked\" is not \"chunked\"");
+  isChunked_ = true;
+  return Use::keep;
 }
 
 void FramingFields::takeConnection(std::string_view value) {

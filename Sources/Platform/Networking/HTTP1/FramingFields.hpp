@@ -34,6 +34,7 @@ class FramingFields {
  private:
   Use refuse(std::string problem);
   Use takeLength(std::string_view& value);
+  Use takeTransferEncoding(std::string_view value);
   void takeConnection(std::string_view value);
 
   std::int64_t length_ = -1;

@@ -219,12 +219,13 @@ TEST(ResponseParserTest, refusesContentLengthsThatAreNoNumber) {
 }
 
 TEST(ResponseParserTest, refusesEveryTransferEncodingButChunked) {
-  EXPECT_EQ(messageFor(headWith({"Transfer-Encoding: CHUNKED"})), "accepted");
+  for (const char* value : {"CHUNKED", "chunked,", ", ,chunked"}) {
+    EXPECT_EQ(messageFor(headWith({std::string("Transfer-Encoding: ") + value})), "accepted") << value;
+  }
   for (const char* value :
-       {"gzip", "gzip, chunked", "chunked, gzip", "identity", "", "chunked, chunked", "xchunked", "chunked;q=1",
+       {"gzip", "gzip, chunked", "chunked, gzip", "identity", "", ",", "chunked, chunked", "xchunked", "chunked;q=1",
         "\x0B"
-        "chunked",
-        "chunked,"}) {
+        "chunked"}) {
     EXPECT_THAT(messageFor(headWith({std::string("Transfer-Encoding: ") + value})), HasSubstr("is not \"chunked\""))
         << value;
   }
