@@ -1,7 +1,7 @@
 # The commands of daily work; each installs what it needs first. `make help` lists them.
 
 .DEFAULT_GOAL := help
-.PHONY: help setup demo test bench format check asan tsan fuzz tidy install-test debian integration docs clean
+.PHONY: help setup demo test bench soak format check asan tsan fuzz tidy install-test debian integration docs clean
 
 help:            ## lists the commands
 	@sed -n 's/^\([a-z-]*\):[a-z ]*## /  make \1\t/p' $(MAKEFILE_LIST) | expand -t 24
@@ -18,6 +18,12 @@ test: setup      ## builds and runs the test suite
 bench:           ## builds and runs the benchmarks
 	@Scripts/setup.sh build bench
 	@Scripts/bench.sh
+
+soak:            ## sends a million requests; fails if memory or descriptors grow with them
+	@Scripts/setup.sh build bench
+	@cmake --preset release >/dev/null
+	@cmake --build build/release --target corvane_soak
+	@build/release/Benchmarks/corvane_soak
 
 asan:            ## runs the tests under the address and undefined-behaviour sanitizers
 	@Scripts/setup.sh build checks
