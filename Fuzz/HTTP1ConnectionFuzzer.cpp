@@ -54,6 +54,7 @@ class ScriptStream final : public ByteStream {
   }
   IOResult sendFile(int, off_t, std::size_t) override { return fail(); }
   void shutDown() override {}
+  bool hasNews() const override { return false; }
   bool isSecure() const override { return false; }
   const std::optional<Failure>& failure() const override { return failure_; }
   int descriptor() const override { return -1; }

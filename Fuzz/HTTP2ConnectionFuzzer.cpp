@@ -44,6 +44,7 @@ class FuzzStream final : public ByteStream {
   }
   IOResult sendFile(int, off_t, std::size_t) override { trap("HTTP/2 sends no files"); }
   void shutDown() override {}
+  bool hasNews() const override { return false; }
   bool isSecure() const override { return false; }
   const std::optional<Failure>& failure() const override { return failure_; }
   int descriptor() const override { return -1; }

@@ -34,6 +34,7 @@ struct MemoryWire::State {
   Failure writeFailure;
   bool waitsToWrite = false;
   bool isShutDown = false;
+  bool hasNews = false;
   int reads = 0;
   int writes = 0;
 };
@@ -91,6 +92,7 @@ class MemoryWire::Stream final : public ByteStream {
   }
 
   void shutDown() override { state_->isShutDown = true; }
+  bool hasNews() const override { return state_->hasNews; }
   bool isSecure() const override { return state_->options.isSecure; }
   const std::optional<Failure>& failure() const override { return failure_; }
   int descriptor() const override { return -1; }
@@ -130,6 +132,7 @@ std::unique_ptr<ByteStream> MemoryWire::makeStream() {
 bool MemoryWire::hasStream() const { return state_->stream != nullptr; }
 
 void MemoryWire::tellReadable() {
+  state_->hasNews = false;
   if (state_->stream && state_->stream->owner()) state_->stream->owner()->streamReadable();
 }
 
@@ -140,6 +143,11 @@ void MemoryWire::queue(std::string_view bytes) {
 void MemoryWire::receive(std::string_view bytes) {
   queue(bytes);
   tellReadable();
+}
+
+void MemoryWire::announce(std::string_view bytes) {
+  queue(bytes);
+  state_->hasNews = true;
 }
 
 void MemoryWire::receiveByteByByte(std::string_view bytes) {

@@ -43,6 +43,8 @@ class MemoryWire {
   void receiveByteByByte(std::string_view bytes);
   /// A piece that the owner is not told of.
   void queue(std::string_view bytes);
+  /// A piece that the owner is about to be told of, as by the next `receive`.
+  void announce(std::string_view bytes);
   /// The proper end of the stream, after what is queued.
   void receiveEnd();
   /// A broken stream, after what is queued.

@@ -43,7 +43,8 @@ class HTTP1Connection final : public HTTPConnection, private StreamOwner, privat
   ~HTTP1Connection() override;
 
   std::string_view protocol() const override { return "HTTP/1.1"; }
-  std::size_t capacity() const override { return state_ == State::idle && !isRetired_ ? 1 : 0; }
+  /// None while the stream has news: what the server sent before the request is never its response.
+  std::size_t capacity() const override { return state_ == State::idle && !isRetired_ && !stream_->hasNews() ? 1 : 0; }
   std::size_t active() const override { return exchange_ ? 1 : 0; }
   std::uint64_t started() const override { return started_; }
   void start(RequestStream& exchange) override;

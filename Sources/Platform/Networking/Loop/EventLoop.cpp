@@ -17,6 +17,9 @@ namespace platform::networking {
 
 namespace {
 
+/// The events after which there may be something to read: bytes, the end, or an error.
+constexpr std::uint32_t readable = EPOLLIN | EPOLLRDHUP | EPOLLHUP | EPOLLERR;
+
 int checked(int descriptor, const char* what) {
   if (descriptor < 0) {
     trap(std::string("the network loop cannot start: ") + what + ": " + std::system_category().message(errno));
@@ -57,7 +60,7 @@ int EventLoop::watch(int descriptor, Watcher& watcher) {
   event.events = EPOLLIN | EPOLLOUT | EPOLLRDHUP | EPOLLET;
   event.data.u64 = keyOf(descriptor, generation_);
   if (::epoll_ctl(epoll_, EPOLL_CTL_ADD, descriptor, &event) != 0) return errno;
-  watches_[index] = {&watcher, generation_};
+  watches_[index] = {.watcher = &watcher, .generation = generation_};
   return 0;
 }
 
@@ -125,7 +128,7 @@ bool EventLoop::iterate(Duration limit) {
   if (sleeps) ownership_.endSleep();
   now_ = NetworkClock::now();
   for (std::size_t i = 0; sleeps && i < observers_.size(); ++i) observers_[i]->loopSlept(now_, now_ - begin);
-  if (count > 0) handle(events.data(), count);
+  if (count > 0) handle({events.data(), static_cast<std::size_t>(count)});
   runDeferred();
   runCommands();
   fireTimers();
@@ -149,18 +152,33 @@ int EventLoop::waitBudget(Duration limit) {
   return static_cast<int>(std::min<std::int64_t>(milliseconds, std::numeric_limits<int>::max()));
 }
 
-void EventLoop::handle(const epoll_event* events, int count) {
-  for (int i = 0; i < count; ++i) {
-    const int descriptor = static_cast<int>(events[i].data.u64 & 0xffffffffU);
-    if (descriptor == ownership_.wakeDescriptor() || descriptor == alarm_) continue;
-    // An earlier event of this batch may have closed the descriptor, and a new socket may bear its number.
-    const Watch watch = watches_[static_cast<std::size_t>(descriptor)];
-    if (!watch.watcher || watch.generation != static_cast<std::uint32_t>(events[i].data.u64 >> 32)) continue;
-    const std::uint32_t flags = events[i].events;
-    watch.watcher->descriptorReady({.readable = (flags & (EPOLLIN | EPOLLRDHUP | EPOLLHUP | EPOLLERR)) != 0,
-                                    .writable = (flags & (EPOLLOUT | EPOLLHUP | EPOLLERR)) != 0,
-                                    .hungUp = (flags & (EPOLLRDHUP | EPOLLHUP | EPOLLERR)) != 0});
+/// Null when an earlier event of this iteration closed the descriptor; a new socket may bear its number by now.
+EventLoop::Watch* EventLoop::watchOf(const epoll_event& event) {
+  const int descriptor = static_cast<int>(event.data.u64 & 0xffffffffU);
+  if (descriptor == ownership_.wakeDescriptor() || descriptor == alarm_) return nullptr;
+  Watch& watch = watches_[static_cast<std::size_t>(descriptor)];
+  return watch.watcher && watch.generation == static_cast<std::uint32_t>(event.data.u64 >> 32) ? &watch : nullptr;
+}
+
+void EventLoop::handle(std::span<const epoll_event> events) {
+  // What one is told of may make it use another, of which there is more to be told.
+  for (const epoll_event& event : events) {
+    if (Watch* const watch = watchOf(event)) watch->isReadable = (event.events & readable) != 0;
   }
+  for (const epoll_event& event : events) {
+    Watch* const watch = watchOf(event);
+    if (!watch) continue;
+    watch->isReadable = false;
+    const std::uint32_t flags = event.events;
+    watch->watcher->descriptorReady({.readable = (flags & readable) != 0,
+                                     .writable = (flags & (EPOLLOUT | EPOLLHUP | EPOLLERR)) != 0,
+                                     .hungUp = (flags & (EPOLLRDHUP | EPOLLHUP | EPOLLERR)) != 0});
+  }
+}
+
+bool EventLoop::isAboutToTell(int descriptor) const {
+  const auto index = static_cast<std::size_t>(descriptor);
+  return descriptor >= 0 && index < watches_.size() && watches_[index].isReadable;
 }
 
 void EventLoop::runDeferred() {

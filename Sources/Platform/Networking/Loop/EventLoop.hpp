@@ -83,6 +83,8 @@ class EventLoop {
   [[nodiscard]] int watch(int descriptor, Watcher& watcher);
   /// To be called before the descriptor is closed. Events of this iteration that were not handled yet are dropped.
   void unwatch(int descriptor);
+  /// Whether the descriptor became readable, and its watcher is told of it later in this iteration.
+  bool isAboutToTell(int descriptor) const;
   /// Calls it in the next iteration, which does not wait for events; once, however often this is called before.
   void defer(Deferred& deferred);
   void cancelDeferred(Deferred& deferred);
@@ -112,10 +114,12 @@ class EventLoop {
   struct Watch {
     Watcher* watcher = nullptr;
     std::uint32_t generation = 0;
+    bool isReadable = false;  ///< as an event of this iteration says that is not handled yet
   };
 
   int waitBudget(Duration limit);
-  void handle(const epoll_event* events, int count);
+  Watch* watchOf(const epoll_event& event);
+  void handle(std::span<const epoll_event> events);
   void runDeferred();
   void runCommands();
   void fireTimers();

@@ -37,7 +37,8 @@ PooledConnection* HostConnections::usableConnection() {
   for (const auto& connection : connections_) {
     if (connection->isMultiplexed() && connection->canTake()) return connection.get();
   }
-  return idle_.empty() ? nullptr : idle_.back();
+  const auto free = std::find_if(idle_.rbegin(), idle_.rend(), [](const auto* idle) { return idle->canTake(); });
+  return free == idle_.rend() ? nullptr : *free;
 }
 
 /// Whether what is there, or is being made, is likely to have room for one more: an HTTP/2 connection that is full for

@@ -65,6 +65,8 @@ class ByteStream {
   /// Announces that nothing more will be written, and closes as far as that is possible without waiting.
   virtual void shutDown() = 0;
 
+  /// Whether there may be something to read that the owner is told of later in this iteration of the loop.
+  virtual bool hasNews() const = 0;
   /// Whether the bytes are encrypted: then the end of the stream is authenticated, too.
   virtual bool isSecure() const = 0;
   /// Of the side that failed last.

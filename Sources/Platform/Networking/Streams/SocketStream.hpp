@@ -27,6 +27,7 @@ class SocketStream final : public ByteStream, private Watcher {
   IOResult write(std::span<const Bytes> pieces) override;
   IOResult sendFile(int file, off_t offset, std::size_t count) override;
   void shutDown() override;
+  bool hasNews() const override { return loop_.isAboutToTell(socket_.number()); }
   bool isSecure() const override { return false; }
   const std::optional<Failure>& failure() const override { return failure_; }
   int descriptor() const override { return socket_.number(); }

@@ -55,6 +55,7 @@ class TLSStream final : public ByteStream, private StreamOwner, private Deferred
   IOResult write(std::span<const Bytes> pieces) override;
   IOResult sendFile(int file, off_t offset, std::size_t count) override;
   void shutDown() override;
+  bool hasNews() const override { return transport_.stream().hasNews(); }
   bool isSecure() const override { return true; }
   const std::optional<Failure>& failure() const override { return failure_; }
   int descriptor() const override { return transport_.stream().descriptor(); }

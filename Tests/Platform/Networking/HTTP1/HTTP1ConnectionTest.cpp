@@ -87,6 +87,17 @@ TEST_F(HTTP1ConnectionTest, isClosedByWhateverComesWhileItIsIdle) {
   EXPECT_FALSE(wire.hasStream());
 }
 
+TEST_F(HTTP1ConnectionTest, takesNothingWhileItIsIdleAndSomethingIsToBeRead) {
+  iterate();
+  ASSERT_EQ(connection->capacity(), 1u);
+
+  wire.announce(hello);
+  EXPECT_EQ(connection->capacity(), 0u);
+  wire.receive({});
+
+  EXPECT_EQ(told, "retired | closed");
+}
+
 TEST_F(HTTP1ConnectionTest, isClosedByTheEndOfTheStreamWhileItIsIdle) {
   wire.receiveEnd();
 

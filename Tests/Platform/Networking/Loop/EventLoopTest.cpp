@@ -112,6 +112,33 @@ TEST(EventLoopTest, tellsOfEachNewByteOnce) {
   loop.unwatch(pair.ours());
 }
 
+TEST(EventLoopTest, knowsWhatItIsAboutToTellOfInTheSameIteration) {
+  EventLoop loop;
+  Pair first;
+  Pair second;
+  Recorder recorder;
+  Recorder other;
+  ASSERT_EQ(loop.watch(first.ours(), recorder), 0);
+  ASSERT_EQ(loop.watch(second.ours(), other), 0);
+  loop.iterate(0s);
+  std::vector<bool> known;
+  const auto note = [&] {
+    known.push_back(loop.isAboutToTell(first.ours()));
+    known.push_back(loop.isAboutToTell(second.ours()));
+  };
+  recorder.then = note;
+  other.then = note;
+
+  write(first.theirs());
+  write(second.theirs());
+  EXPECT_FALSE(loop.isAboutToTell(first.ours()));
+  loop.iterate(0s);
+
+  EXPECT_THAT(known, ElementsAre(false, true, false, false));
+  loop.unwatch(first.ours());
+  loop.unwatch(second.ours());
+}
+
 TEST(EventLoopTest, tellsThatThePeerHungUp) {
   EventLoop loop;
   Pair pair;
