@@ -5,7 +5,6 @@
 #include <sys/timerfd.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <string>
@@ -19,16 +18,21 @@ namespace platform::networking {
 
 namespace {
 
-/// How long a leader may take to come, or to come back, before the network thread steps in.
+/// Half of the time that a leader may take to come, or to come back, before the network thread takes over.
 constexpr long graceNanoseconds = 1'000'000;
 /// Between two looks of the parked network thread while somebody else leads.
 constexpr int parkedLookMilliseconds = 1000;
-/// The pauses in which the network thread offers the loop to no leader, after one was late.
-constexpr Duration shortestPause = std::chrono::milliseconds(10);
-constexpr Duration longestPause = std::chrono::seconds(1);
+/// How long no work is left to leaders after one was late: so lateness costs two milliseconds in a hundred at most.
+constexpr std::chrono::milliseconds distrust(100);
 
-thread_local bool expectsToLead = false;
-thread_local bool alwaysLeads = false;
+/// Whether a thread that posts a command now is likely to drive the loop soon.
+enum class Habit : std::uint8_t {
+  none,
+  leadsOnce,   ///< it drove, and so will probably wait for what it sends next
+  leadsAlways  ///< a worker, which drives when it has nothing else to do
+};
+
+thread_local Habit habit = Habit::none;
 
 int checked(int descriptor, const char* what) {
   if (descriptor < 0)
@@ -61,58 +65,68 @@ LoopOwnership::~LoopOwnership() {
   ::close(graceTimer_);
 }
 
-void LoopOwnership::noteThatThisThreadLeads(bool always) {
-  expectsToLead = true;
-  alwaysLeads = always;
+LoopOwnership::Action LoopOwnership::tell(Event event) {
+  const detail::MutexLock lock(mutex_);
+  return states_.on(event);
 }
+
+void LoopOwnership::carryOut(Action action) {
+  switch (action) {
+    case Action::wake:
+      ring(wake_);
+      break;
+    case Action::call:
+      ring(parkWake_);
+      break;
+    case Action::setTimer: {
+      itimerspec spec{};
+      spec.it_value.tv_nsec = graceNanoseconds;
+      ::timerfd_settime(graceTimer_, 0, &spec, nullptr);
+      break;
+    }
+    case Action::tell:
+      stopped_.notifyAll();
+      break;
+    case Action::impossible:
+      trap("the network loop was asked for what only its driver may ask for");
+    case Action::none:
+    case Action::refuse:
+    case Action::takeOver:
+      break;
+  }
+}
+
+void LoopOwnership::noteThatThisThreadLeads(bool always) { habit = always ? Habit::leadsAlways : Habit::leadsOnce; }
 
 void LoopOwnership::post(Block command) {
   detail::ForkGuard::requireThreads();
-  bool wakesOwner = false;
-  bool callsThread = false;
-  bool startsTimer = false;
+  Action action{};
   {
     const detail::MutexLock lock(mutex_);
     inbox_.push_back(std::move(command));
-    if (isOwned_) {
-      wakesOwner = std::exchange(isSleeping_, false);
-    } else if (inbox_.size() == 1 || isParked_) {
-      const bool isLeftToThisThread = expectsToLead && (!alwaysLeads || trustsLeaders_);
-      callsThread = !isLeftToThisThread;
-      startsTimer = isLeftToThisThread && needsGraceTimer();
-      if (isLeftToThisThread) expectsToLead = alwaysLeads;
-    }
+    const bool isLeaders = habit != Habit::none && trustsLeaders();
+    if (habit == Habit::leadsOnce && !states_.isOwned()) habit = Habit::none;
+    action = states_.on(isLeaders ? Event::leadersCommand : Event::command);
   }
-  if (wakesOwner) ring(wake_);
-  if (callsThread) ring(parkWake_);
-  if (startsTimer) startGraceTimer();
+  carryOut(action);
 }
 
-bool LoopOwnership::tryAcquire() {
-  const detail::MutexLock lock(mutex_);
-  if (isOwned_ || isStopped_) return false;
-  isOwned_ = true;
-  wasLeftBusy_ = false;
-  ++owners_;
-  return true;
-}
+bool LoopOwnership::tryAcquire() { return tell(Event::acquire) != Action::refuse; }
 
-void LoopOwnership::interrupt() {
-  {
-    const detail::MutexLock lock(mutex_);
-    if (!isOwned_ || !std::exchange(isSleeping_, false)) return;
-  }
-  ring(wake_);
-}
+void LoopOwnership::interrupt() { carryOut(tell(Event::interrupt)); }
 
 void LoopOwnership::stop() {
   if (detail::ForkGuard::isForkedChild()) return;  // whoever owned the loop is not here
+  carryOut(tell(Event::stop));
   const detail::MutexLock lock(mutex_);
-  isStopped_ = true;
-  if (isOwned_ && isSleeping_) ring(wake_);
   // A turn takes microseconds; the bound is for an exit from inside the loop's own turn.
-  released_.waitUntil(mutex_, std::chrono::steady_clock::now() + std::chrono::seconds(1),
-                      [&]() CORVANE_REQUIRES(mutex_) { return !isOwned_; });
+  stopped_.waitUntil(mutex_, std::chrono::steady_clock::now() + std::chrono::seconds(1),
+                     [&]() CORVANE_REQUIRES(mutex_) { return !states_.isOwned(); });
+}
+
+bool LoopOwnership::isStopped() {
+  const detail::MutexLock lock(mutex_);
+  return states_.isStopped();
 }
 
 bool LoopOwnership::hasCommands() {
@@ -129,88 +143,57 @@ bool LoopOwnership::takeCommands(std::vector<Block>& commands) {
 
 bool LoopOwnership::beginSleep() {
   const detail::MutexLock lock(mutex_);
-  isSleeping_ = inbox_.empty() && !isStopped_;
-  return isSleeping_;
+  return inbox_.empty() && states_.on(Event::sleep) != Action::refuse;
 }
 
-void LoopOwnership::endSleep() {
-  const detail::MutexLock lock(mutex_);
-  isSleeping_ = false;
-}
+void LoopOwnership::endSleep() { carryOut(tell(Event::wake)); }
 
 void LoopOwnership::release(bool isBusy, Successor successor) {
-  bool callsThread = false;
-  bool startsTimer = false;
+  Action action{};
   {
     const detail::MutexLock lock(mutex_);
-    isOwned_ = false;
-    wasLeftBusy_ = (isBusy || !inbox_.empty()) && !isStopped_;
-    callsThread = wasLeftBusy_ && successor == Successor::networkThread;
-    startsTimer = wasLeftBusy_ && successor == Successor::leader && needsGraceTimer();
-    if (isStopped_) released_.notifyAll();
+    if (!isBusy && inbox_.empty()) {
+      action = states_.on(Event::releaseIdle);
+    } else {
+      const bool isLeaders = successor == Successor::leader && trustsLeaders();
+      action = states_.on(isLeaders ? Event::releaseToLeader : Event::releaseToThread);
+    }
   }
-  if (callsThread) ring(parkWake_);
-  if (startsTimer) startGraceTimer();
+  carryOut(action);
 }
 
-/// When work is left to a leader that has yet to come.
-bool LoopOwnership::needsGraceTimer() {
-  // One that ticks already will do: setting a timer costs as much as the rest of a hop.
-  if (std::exchange(graceTimerTicks_, true)) return false;
-  ownersAtLastLook_ = owners_;
-  return true;
-}
-
-void LoopOwnership::startGraceTimer() {
-  itimerspec spec{};
-  spec.it_value.tv_nsec = graceNanoseconds;
-  ::timerfd_settime(graceTimer_, 0, &spec, nullptr);
-}
-
-/// Whether work has waited for a leader so long that the network thread has to step in. Called when the timer
-/// has fired.
+/// Whether work has waited for a leader so long that the network thread has to drive. Called when the timer has fired.
 bool LoopOwnership::isLeaderLate() {
+  Action action{};
   {
     const detail::MutexLock lock(mutex_);
-    const bool isWaitedFor = !isOwned_ && (wasLeftBusy_ || !inbox_.empty());
-    const bool someoneCame = std::exchange(ownersAtLastLook_, owners_) != owners_;
-    graceTimerTicks_ = isWaitedFor && someoneCame;
-    if (isWaitedFor && !someoneCame) trustsLeaders_ = false;
-    if (!graceTimerTicks_) return isWaitedFor;
+    action = states_.on(Event::graceOver);
+    if (action == Action::takeOver) trustsAgain_ = std::chrono::steady_clock::now() + distrust;
   }
-  startGraceTimer();
-  return false;
+  carryOut(action);
+  return action == Action::takeOver;
 }
 
-bool LoopOwnership::offersTheLoop(TimePoint now) {
-  if (now < offersAgain_) return false;
+bool LoopOwnership::offersTheLoop() {
   const detail::MutexLock lock(mutex_);
-  trustsLeaders_ = true;
-  return true;
+  return trustsLeaders();
 }
 
-void LoopOwnership::pauseOffers() {
-  const TimePoint now = NetworkClock::now();
-  const bool isLongAgo = now - offersAgain_ > longestPause;
-  pause_ = isLongAgo ? shortestPause : std::min(pause_ * 2, longestPause);
-  offersAgain_ = now + pause_;
+bool LoopOwnership::trustsLeaders() {
+  if (trustsAgain_ && std::chrono::steady_clock::now() >= *trustsAgain_) trustsAgain_.reset();
+  return !trustsAgain_;
 }
 
 void LoopOwnership::park(int idleEvents) {
   std::array<pollfd, 3> descriptors{{{parkWake_, POLLIN, 0}, {graceTimer_, POLLIN, 0}, {idleEvents, POLLIN, 0}}};
-  nfds_t watched = 3;
-  int limit = -1;
+  State state{};
   {
     const detail::MutexLock lock(mutex_);
-    isParked_ = true;
-    if (isStopped_) {
-      watched = 1;
-    } else if (isOwned_ || wasLeftBusy_) {
-      // The leader takes the events; looking at them too would only wake this thread for nothing.
-      watched = 2;
-      limit = parkedLookMilliseconds;
-    }
+    state = states_.state();
   }
+  // While there is work, a leader takes the events; looking at them too would only wake this thread for nothing.
+  const nfds_t watched = state == State::ended ? 1 : state == State::idle ? 3 : 2;
+  const int limit = watched == 2 ? parkedLookMilliseconds : -1;
   bool isNeeded = false;
   while (!isNeeded) {
     ::poll(descriptors.data(), watched, limit);
@@ -219,11 +202,8 @@ void LoopOwnership::park(int idleEvents) {
     if (isCalled) clear(parkWake_);
     if (timerFired) clear(graceTimer_);
     const bool leaderIsLate = timerFired && isLeaderLate();
-    if (leaderIsLate) pauseOffers();
     isNeeded = leaderIsLate || isCalled || descriptors[2].revents != 0 || !timerFired;
   }
-  const detail::MutexLock lock(mutex_);
-  isParked_ = false;
 }
 
 }  // namespace platform::networking

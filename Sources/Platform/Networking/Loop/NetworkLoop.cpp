@@ -1,12 +1,34 @@
 #include "Platform/Networking/Loop/NetworkLoop.hpp"
 
+#include <chrono>
 #include <cstdlib>
+#include <utility>
 
+#include "Platform/Dispatch/Internal/Deadline.hpp"
 #include "Platform/Dispatch/Internal/Thread.hpp"
 #include "Platform/Foundation/Internal/PathsToRemove.hpp"
 #include "Platform/Trap.hpp"
 
 namespace platform::networking {
+
+/// The loop in the hands of the calling thread. It goes to the network thread when the thread leaves by an exception.
+class NetworkLoop::Lease {
+ public:
+  explicit Lease(NetworkLoop& loop) : loop_(loop), isHeld_(loop.ownership().tryAcquire()) {}
+  ~Lease() { passTo(LoopOwnership::Successor::networkThread); }
+  Lease(const Lease&) = delete;
+  Lease& operator=(const Lease&) = delete;
+
+  bool isHeld() const { return isHeld_; }
+  bool renew() { return isHeld_ = loop_.ownership().tryAcquire(); }
+  void passTo(LoopOwnership::Successor successor) {
+    if (std::exchange(isHeld_, false)) loop_.release(successor);
+  }
+
+ private:
+  NetworkLoop& loop_;
+  bool isHeld_;
+};
 
 NetworkLoop& NetworkLoop::shared() {
   static NetworkLoop& loop = *new NetworkLoop;
@@ -32,33 +54,32 @@ void NetworkLoop::release(LoopOwnership::Successor successor) {
 
 void NetworkLoop::runThread() {
   for (;;) {
-    if (ownership().tryAcquire()) {
+    if (Lease lease(*this); lease.isHeld()) {
       // At least one iteration: it also sees connections that were closed while idle, and timers.
       bool delivered = false;
       do {
         delivered = loop_.iterate(loop_.hasWork() ? Duration::max() : Duration::zero());
-      } while (loop_.hasWork() && !ownership().isStopped() && !(delivered && ownership().offersTheLoop(loop_.now())));
-      release(LoopOwnership::Successor::leader);
+      } while (loop_.hasWork() && !ownership().isStopped() && !(delivered && ownership().offersTheLoop()));
+      lease.passTo(LoopOwnership::Successor::leader);
     }
     ownership().park(loop_.descriptor());
   }
 }
 
 bool NetworkLoop::drive(CooperativeWait& wait, Seconds limit) {
-  if (!ownership().tryAcquire()) return false;
-  const TimePoint deadline = NetworkClock::now() + durationOfSeconds(limit.count());
-  while (!wait.isDone() && !ownership().isStopped() && loop_.hasWork()) {
-    const Duration left = deadline - NetworkClock::now();
-    if (left <= Duration::zero()) break;
+  Lease lease(*this);
+  if (!lease.isHeld()) return false;
+  const detail::Deadline deadline(limit);
+  while (!wait.isDone() && !ownership().isStopped() && loop_.hasWork() && !deadline.hasPassed()) {
     InlineDrain local;
     LoopOwnership::noteThatThisThreadLeads(wait.willWaitAgain());
-    if (!loop_.iterate(left)) continue;
+    if (!loop_.iterate(durationOfSeconds(deadline.remaining().count()))) continue;
     // What the iteration finished runs on this thread, but the loop must not stand still for long meanwhile.
-    release(LoopOwnership::Successor::leader);
+    lease.passTo(LoopOwnership::Successor::leader);
     local.run();
-    if (!ownership().tryAcquire()) return wait.isDone();
+    if (!lease.renew()) return wait.isDone();
   }
-  release(wait.willWaitAgain() ? LoopOwnership::Successor::leader : LoopOwnership::Successor::networkThread);
+  lease.passTo(LoopOwnership::Successor::leader);
   return wait.isDone();
 }
 

@@ -18,6 +18,8 @@ class NetworkLoop final : public Driver {
   void interrupt() override { ownership().interrupt(); }
 
  private:
+  class Lease;
+
   NetworkLoop();
   void runThread();
   void release(LoopOwnership::Successor successor);
