@@ -16,11 +16,16 @@ struct Resolver {
   std::mutex mutex;
   std::condition_variable changed;
   int waiting = 0;
+  int localLookUps = 0;
   bool isHeld = false;
 
   static Resolver& shared() {
     static Resolver& resolver = *new Resolver;
     return resolver;
+  }
+  void countLocalLookUp() {
+    const std::lock_guard lock(mutex);
+    ++localLookUps;
   }
   void pass() {
     std::unique_lock lock(mutex);
@@ -39,6 +44,11 @@ bool isHeldName(std::string_view name) {
 }
 
 }  // namespace
+
+int HeldLookUps::localLookUps() {
+  const std::lock_guard lock(Resolver::shared().mutex);
+  return Resolver::shared().localLookUps;
+}
 
 HeldLookUps::HeldLookUps() {
   const std::lock_guard lock(Resolver::shared().mutex);
@@ -76,7 +86,10 @@ extern "C" int getaddrinfo(const char* node, const char* service, const addrinfo
   const std::string_view name = node ? node : "";
   if (name == HeldLookUps::missingName) return EAI_NONAME;
   if (name == HeldLookUps::unansweredName) return EAI_AGAIN;
-  if (name == HeldLookUps::localName) return next("127.0.0.1", service, hints, result);
+  if (name == HeldLookUps::localName) {
+    corvane::testing::Resolver::shared().countLocalLookUp();
+    return next("127.0.0.1", service, hints, result);
+  }
   if (name == HeldLookUps::twofoldName) {
     addrinfo** rest = result;
     for (const char* address : {"127.0.0.1", "127.0.0.2"}) {

@@ -15,6 +15,8 @@ class HeldLookUps {
   static constexpr const char* name = "held.test";
   /// A name that leads to 127.0.0.1, and is looked up like any other.
   static constexpr const char* localName = "here.test";
+  /// How often that one was looked up.
+  static int localLookUps();
   /// A name of two addresses, 127.0.0.1 and 127.0.0.2 in this order.
   static constexpr const char* twofoldName = "twofold.test";
   /// A name that does not exist, which is known at once.

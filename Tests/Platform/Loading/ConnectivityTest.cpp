@@ -9,10 +9,10 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "CorvaneTesting/Expectation.hpp"
 #include "CorvaneTesting/Ports.hpp"
 #include "SessionTest.hpp"
 #include "TestSupport/HeldLookUps.hpp"
+#include "TestSupport/NetworkTime.hpp"
 
 // What happens without a network is tried in a network namespace of its own (network_namespaces(7)), where there is
 // only a loopback interface, which is down. Each test runs in a child process, since a thread that exists already
@@ -176,14 +176,30 @@ TEST_F(ConnectivityDeathTest, allThatWaitGoOn) {
 TEST_F(ConnectivityDeathTest, theTimeOutDoesNotRunWhileATaskWaits) {
   alone([]() -> Facts {
     const Scene scene;
-    Load load(scene.waiting, scene.request("127.0.0.1", 0.1));
+    corvane::testing::NetworkTime time;
+    Load load(scene.waiting, scene.request("127.0.0.1"));
     load.resume();
-    corvane::testing::Expectation<void> later;
-    DispatchQueue::global().asyncAfter(Seconds(0.5), later);
-    later.wait();
+    time.pass(std::chrono::hours(1));
     const bool stillWaits = !load.isDone();
     raiseLoopback();
     return {stillWaits, load.wait().body() == "here"};
+  });
+}
+
+TEST_F(ConnectivityDeathTest, namesAreLookedUpAnewAfterAChange) {
+  alone([]() -> Facts {
+    using corvane::testing::HeldLookUps;
+    const Scene scene;
+    raiseLoopback();
+    // A session of its own each time: connections that are kept need no name.
+    const auto load = [&] {
+      return Load(Scene::session(false), scene.request(HeldLookUps::localName)).resume().wait().body() == "here";
+    };
+    const bool first = load();
+    const int lookUps = HeldLookUps::localLookUps();
+    bringAddress();
+    const bool second = load();
+    return {first, lookUps > 0, second, HeldLookUps::localLookUps() == lookUps + 1};
   });
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "Platform/Loading/Internal/NetworkChanges.hpp"
 #include "Platform/Loading/Internal/TaskCore.hpp"
 
 namespace platform::detail {
@@ -12,11 +13,11 @@ ConnectivityWait& ConnectivityWait::shared(networking::EventLoop& loop) {
   return wait;
 }
 
-ConnectivityWait::ConnectivityWait(networking::EventLoop& loop) : loop_(loop) {}
+ConnectivityWait::ConnectivityWait(networking::EventLoop& loop) : loop_(loop) {
+  NetworkChanges::shared(loop).tell([this] { networkChanged(); });
+}
 
 void ConnectivityWait::add(const std::shared_ptr<TaskCore>& task) {
-  // Where the system cannot tell of changes, the intervals are what there is.
-  if (!isWatching_ && monitor_.descriptor() >= 0) isWatching_ = loop_.watch(monitor_.descriptor(), *this) == 0;
   if (tasks_.empty()) loop_.beginWork();
   tasks_.push_back(task);
   if (!isArmed()) loop_.arm(*this, loop_.now() + interval_);
@@ -27,8 +28,7 @@ void ConnectivityWait::timerFired() {
   retryAll();
 }
 
-void ConnectivityWait::descriptorReady(networking::Readiness) {
-  if (!monitor_.drain()) return;
+void ConnectivityWait::networkChanged() {
   interval_ = firstInterval;
   retryAll();
 }

@@ -1,10 +1,8 @@
 #pragma once
 
 #include <memory>
-#include <optional>
 #include <vector>
 
-#include "Platform/Loading/Internal/NetworkMonitor.hpp"
 #include "Platform/Networking/Loop/EventLoop.hpp"
 
 namespace platform::detail {
@@ -13,7 +11,7 @@ class TaskCore;
 
 /// The tasks that wait for a network. They try again when the system says that links, addresses or routes
 /// changed, and, since not every change that matters is announced, at growing intervals. Loop side only.
-class ConnectivityWait final : private networking::Timer, private networking::Watcher {
+class ConnectivityWait final : private networking::Timer {
  public:
   static ConnectivityWait& shared(networking::EventLoop& loop);
 
@@ -25,12 +23,10 @@ class ConnectivityWait final : private networking::Timer, private networking::Wa
 
   explicit ConnectivityWait(networking::EventLoop& loop);
   void timerFired() override;
-  void descriptorReady(networking::Readiness readiness) override;
+  void networkChanged();
   void retryAll();
 
   networking::EventLoop& loop_;
-  NetworkMonitor monitor_;
-  bool isWatching_ = false;
   std::vector<std::weak_ptr<TaskCore>> tasks_;
   networking::Duration interval_ = firstInterval;
 };

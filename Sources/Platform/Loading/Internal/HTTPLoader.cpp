@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "Platform/Loading/Internal/NetworkChanges.hpp"
 #include "Platform/Networking/Connecting/Resolver.hpp"
 #include "Platform/Networking/Connecting/TLSContext.hpp"
 #include "Platform/Networking/HTTPText.hpp"
@@ -16,7 +17,11 @@ constexpr std::size_t spareLimit = 64;
 
 /// One for the process, since names are the same for all sessions.
 networking::Resolver& sharedResolver(networking::EventLoop& loop) {
-  static networking::Resolver& resolver = *new networking::Resolver(loop);
+  static networking::Resolver& resolver = [&]() -> networking::Resolver& {
+    auto& made = *new networking::Resolver(loop);
+    NetworkChanges::shared(loop).tell([&made] { made.forget(); });
+    return made;
+  }();
   return resolver;
 }
 
