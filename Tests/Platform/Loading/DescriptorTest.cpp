@@ -3,6 +3,7 @@
 
 #include "CorvaneTesting/Ports.hpp"
 #include "SessionTest.hpp"
+#include "TestSupport/NetworkTime.hpp"
 #include "TestSupport/OpenDescriptors.hpp"
 
 // What becomes of the descriptors of connections, and of their numbers.
@@ -20,9 +21,6 @@ using corvane::testing::staleWatches;
 
 class DescriptorTest : public SessionTest {
  protected:
-  static URLRequest impatient(const std::string& url) {
-    return URLRequest(URL(url), URLRequestCachePolicy::useProtocolCachePolicy, 0.2);
-  }
   /// A request whose connection is closed after it.
   URLRequest toBeClosed() {
     server.handle("/closed", [](const auto&) { return MockResponse(200).body("fine").closeConnection(); });
@@ -37,8 +35,10 @@ class DescriptorTest : public SessionTest {
 };
 
 TEST_F(DescriptorTest, numbersServeOtherConnectionsAfterTimeOutsWhileConnecting) {
+  corvane::testing::NetworkTime time;
   const SilentPort silent;
-  auto connecting = loads(impatient(silent.url()), 4);
+  auto connecting = loads(URLRequest(URL(silent.url())), 4);
+  time.pass(std::chrono::seconds(60));
   for (auto& each : connecting) EXPECT_EQ(each->wait().code(), URLErrorCode::timedOut);
 
   for (auto& each : loads(toBeClosed(), 8)) EXPECT_EQ(each->wait().body(), "fine");

@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 
 #include "CorvaneTesting/Compression.hpp"
+#include "TestSupport/NetworkTime.hpp"
 #include "TransferTest.hpp"
 
 namespace platform {
@@ -236,10 +237,14 @@ TEST_F(DownloadTaskTest, anUnknownContentCodingIsAnErrorAndLeavesNoFile) {
 }
 
 TEST_F(DownloadTaskTest, aBodyThatStallsEndsWithTheTimeOutAndLeavesNoFile) {
+  corvane::testing::NetworkTime time;
   server.enqueue(MockResponse(200).generatedBody(1 << 20).stall(Moment::insideBody));
+  Download download(session, URLRequest(URL(server.url("/"))));
+  download.resume();
+  ASSERT_TRUE(server.waitForStall());
 
-  const Downloaded downloaded =
-      download(URLRequest(URL(server.url("/")), URLRequestCachePolicy::useProtocolCachePolicy, 0.2));
+  time.pass(std::chrono::seconds(60));
+  const Downloaded downloaded = download.wait();
 
   EXPECT_EQ(downloaded.code(), URLErrorCode::timedOut);
   EXPECT_THAT(leftovers(), IsEmpty());

@@ -1,5 +1,6 @@
 #include "SessionTest.hpp"
 #include "TestSupport/HeldLookUps.hpp"
+#include "TestSupport/NetworkTime.hpp"
 
 namespace platform {
 namespace {
@@ -43,10 +44,12 @@ TEST_F(ResolvingTest, cancellingDoesNotWaitForTheResolver) {
 }
 
 TEST_F(ResolvingTest, aTimeOutDoesNotWaitForTheResolver) {
-  Load loading(session, heldRequest(0.2));
+  corvane::testing::NetworkTime time;
+  Load loading(session, heldRequest());
   loading.resume();
   ASSERT_TRUE(lookUps.waitForWaiting(1));
 
+  time.pass(std::chrono::seconds(60));
   const Loaded loaded = loading.wait();
 
   EXPECT_EQ(loaded.code(), URLErrorCode::timedOut);

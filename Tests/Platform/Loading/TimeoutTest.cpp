@@ -1,82 +1,101 @@
+#include "CorvaneTesting/Ports.hpp"
 #include "SessionTest.hpp"
+#include "TestSupport/HeldLookUps.hpp"
+#include "TestSupport/NetworkTime.hpp"
 
 namespace platform {
 namespace {
 
+using namespace std::chrono_literals;
+using corvane::testing::Latch;
 using corvane::testing::MockResponse;
 using corvane::testing::Moment;
-using Clock = std::chrono::steady_clock;
+using corvane::testing::NetworkTime;
 
+/// By a clock that is set by hand: nothing is early by a millisecond, and nothing has to be waited for.
 class TimeoutTest : public SessionTest {
  protected:
-  struct Timed {
-    Loaded loaded;
-    double seconds;
-  };
-  Timed loadTimed(double timeout, std::string target = "/") {
-    const auto start = Clock::now();
-    Loaded loaded = load(URLRequest(URL(server.url(target)), URLRequestCachePolicy::useProtocolCachePolicy, timeout));
-    return {std::move(loaded), std::chrono::duration<double>(Clock::now() - start).count()};
+  static URLRequest requestTo(const std::string& url, double timeout = 60) {
+    return {URL(url), URLRequestCachePolicy::useProtocolCachePolicy, timeout};
   }
-};
+  /// Expects that a load under way ends when its time-out has passed, and not before.
+  void expectTimeOut(Load& loading, NetworkTime::Duration timeout = 60s) {
+    time.pass(timeout - 1ms);
+    EXPECT_FALSE(loading.isDone());
+    time.pass(1ms);
+    const Loaded loaded = loading.wait();
+    EXPECT_EQ(loaded.code(), URLErrorCode::timedOut) << loaded.message();
+  }
 
-// The upper bounds are wide, since a machine may stand still; that it is not early is exact.
+  NetworkTime time;
+};
 
 TEST_F(TimeoutTest, endsAWaitForTheFirstByte) {
   server.enqueue(MockResponse(200).stall(Moment::beforeStatusLine));
+  Load loading(session, requestTo(server.url()));
+  loading.resume();
+  ASSERT_TRUE(server.waitForStall());
 
-  const Timed timed = loadTimed(0.3);
+  expectTimeOut(loading);
+}
 
-  EXPECT_EQ(timed.loaded.code(), URLErrorCode::timedOut) << timed.loaded.message();
-  EXPECT_GE(timed.seconds, 0.299);
-  EXPECT_LT(timed.seconds, 5);
+TEST_F(TimeoutTest, isAnyTimeOfATenthOfASecondAndMore) {
+  server.enqueue(MockResponse(200).stall(Moment::beforeStatusLine));
+  Load loading(session, requestTo(server.url(), 0.1));
+  loading.resume();
+  ASSERT_TRUE(server.waitForStall());
+
+  expectTimeOut(loading, 100ms);
 }
 
 TEST_F(TimeoutTest, endsAWaitInsideTheBody) {
   server.enqueue(MockResponse(200).body("0123456789").stall(Moment::insideBody, 5));
+  Load loading(session, requestTo(server.url()));
+  loading.resume();
+  ASSERT_TRUE(server.waitForStall());
 
-  const Timed timed = loadTimed(0.3);
+  time.pass(60s);
 
-  EXPECT_EQ(timed.loaded.code(), URLErrorCode::timedOut) << timed.loaded.message();
-  EXPECT_EQ(timed.loaded.status(), 200);
-  EXPECT_EQ(timed.loaded.body(), "01234");
-  EXPECT_GE(timed.seconds, 0.299);
+  const Loaded loaded = loading.wait();
+  EXPECT_EQ(loaded.code(), URLErrorCode::timedOut) << loaded.message();
+  EXPECT_EQ(loaded.status(), 200);
+  EXPECT_EQ(loaded.body(), "01234");
 }
 
 TEST_F(TimeoutTest, countsIdlenessAndNotTheWhole) {
-  // 20 bytes, one every 50 ms: longer in all than the time-out, never idle for that long.
-  server.enqueue(MockResponse(200).body(std::string(20, 'x')).throttle(1, std::chrono::milliseconds(50)));
+  Latch latch;
+  std::promise<void> goOn;
+  server.handleAll([latch, goesOn = goOn.get_future().share()](const auto&) {
+    goesOn.wait();
+    return MockResponse(200).body("0123456789").hold(Moment::insideBody, latch, 5);
+  });
+  Load loading(session, requestTo(server.url()));
+  loading.resume();
+  ASSERT_TRUE(server.waitForRequests(1));
+  time.pass(59s);
+  goOn.set_value();
+  ASSERT_TRUE(server.waitForStall());
+  time.pass(59s);
+  EXPECT_FALSE(loading.isDone());
 
-  const Timed timed = loadTimed(0.6);
+  latch.open();
 
-  EXPECT_FALSE(timed.loaded.error) << timed.loaded.message();
-  EXPECT_GT(timed.seconds, 0.6);
+  EXPECT_EQ(loading.wait().body(), "0123456789");
 }
 
 TEST_F(TimeoutTest, waitingForAConnectionDoesNotCount) {
   session = makeSession({.httpMaximumConnectionsPerHost = 1});
-  corvane::testing::Latch latch;
+  Latch latch;
   server.enqueue(MockResponse(200).body("first").hold(Moment::beforeStatusLine, latch));
   server.enqueue(MockResponse(200).body("second"));
-  Load first(session, URLRequest(URL(server.url("/first"))));
-  Load second(session, URLRequest(URL(server.url("/second")), URLRequestCachePolicy::useProtocolCachePolicy, 0.2));
+  Load first(session, requestTo(server.url("/first")));
+  Load second(session, requestTo(server.url("/second"), 0.2));
   first.resume();
   ASSERT_TRUE(server.waitForStall());
   second.resume();
-  // Something that takes longer than the waiting request's time-out, and is an event.
-  EXPECT_EQ(
-      Load(makeSession(), URLRequest(URL(server.url("/late")), URLRequestCachePolicy::useProtocolCachePolicy, 0.5))
-          .task()
-          .state(),
-      URLSessionTask::State::suspended);
-  corvane::testing::TestServer slow;
-  slow.enqueue(MockResponse(200).stall(Moment::beforeStatusLine));
-  EXPECT_EQ(Load(makeSession(), URLRequest(URL(slow.url("/")), URLRequestCachePolicy::useProtocolCachePolicy, 0.5))
-                .resume()
-                .wait()
-                .code(),
-            URLErrorCode::timedOut);
 
+  time.pass(50s);
+  EXPECT_FALSE(second.isDone());
   latch.open();
 
   EXPECT_EQ(first.wait().body(), "first");
@@ -84,25 +103,57 @@ TEST_F(TimeoutTest, waitingForAConnectionDoesNotCount) {
 }
 
 TEST_F(TimeoutTest, endsAConnectThatIsNotAnswered) {
-  // A listener whose backlog is full responses nothing on this address; the handshake of TLS is simpler to stall.
-  server.enqueue(MockResponse(200));
+  const corvane::testing::SilentPort silent;
+  Load loading(session, requestTo(silent.url()));
+  loading.resume();
+  time.settle();
+
+  expectTimeOut(loading);
+}
+
+TEST_F(TimeoutTest, endsAHandshakeThatIsNotAnswered) {
+  // The server waits for an HTTP request while the client waits for a ServerHello.
   corvane::testing::TestServer silent;
   silent.handleAll([](const auto&) { return MockResponse(200).stall(Moment::onAccept); });
-  const auto start = Clock::now();
-  // The server waits for an HTTP request while the client waits for a ServerHello.
-  const Loaded loaded =
-      load(URLRequest(URL("https://" + silent.authority() + "/"), URLRequestCachePolicy::useProtocolCachePolicy, 0.3));
+  Load loading(session, requestTo("https://" + silent.authority() + "/"));
+  loading.resume();
+  ASSERT_TRUE(silent.waitForConnections(1));
 
-  EXPECT_NE(loaded.code(), 0);
-  EXPECT_LT(std::chrono::duration<double>(Clock::now() - start).count(), 5);
+  time.pass(60s);
+
+  EXPECT_NE(loading.wait().code(), 0);
+}
+
+TEST_F(TimeoutTest, endsALookUpThatStandsStill) {
+  corvane::testing::HeldLookUps lookUps;
+  Load loading(session, requestTo("http://timeout." + std::string(lookUps.name) + "/"));
+  loading.resume();
+  ASSERT_TRUE(lookUps.waitForWaiting(1));
+
+  expectTimeOut(loading);
 }
 
 TEST_F(TimeoutTest, leavesTheSessionUsable) {
   server.enqueue(MockResponse(200).stall(Moment::beforeStatusLine));
   server.enqueue(MockResponse(200).body("fine"));
-  loadTimed(0.1);
+  Load loading(session, requestTo(server.url()));
+  loading.resume();
+  ASSERT_TRUE(server.waitForStall());
+  expectTimeOut(loading);
 
   EXPECT_EQ(load("/").body(), "fine");
+}
+
+TEST_F(TimeoutTest, isThatOfAnIdleConnectionAfterNinetySeconds) {
+  server.handleAll([](const auto&) { return MockResponse(200).body("fine"); });
+  ASSERT_EQ(load("/").body(), "fine");
+
+  time.pass(89s);
+  EXPECT_EQ(load("/").body(), "fine");
+  EXPECT_EQ(server.connectionCount(), 1);
+  time.pass(90s);
+
+  EXPECT_TRUE(server.waitUntilAllClosed());
 }
 
 }  // namespace
