@@ -111,7 +111,8 @@ std::string URLRequest::problem(std::optional<std::size_t> bodyLength) const {
   if (!std::isfinite(timeoutInterval) || timeoutInterval <= 0) {
     return "The request's time-out must be a positive finite number of seconds.";
   }
-  if (maximumBodyBytes && *maximumBodyBytes < 0) return "The request's limit for the body of the response must not be negative.";
+  if (maximumBodyBytes && *maximumBodyBytes < 0)
+    return "The request's limit for the body of the response must not be negative.";
   return {};
 }
 
