@@ -115,11 +115,11 @@ TEST_F(TaskCoreTest, cancelledWhileItsCompletionIsDueSucceedsAllTheSame) {
   const DispatchSemaphore mayComplete = blockDelegateQueue();
   // Beside it, on a queue of its own, a later exchange shows that the first one is over.
   const auto other = URLSession::make({}, nullptr, DispatchQueue("test.other"));
+  server.handle("/other", [](const auto&) { return MockResponse(204); });
   Load loading(session, URLRequest(URL(server.url())));
   loading.resume();
   while (loading.task().state() != State::completed) {
-    server.enqueue(MockResponse(204));
-    ASSERT_EQ(Load(other, URLRequest(URL(server.url()))).resume().wait().code(), 0);
+    ASSERT_EQ(Load(other, URLRequest(URL(server.url("/other")))).resume().wait().code(), 0);
   }
 
   loading.cancel();

@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "TestSupport/NetworkTime.hpp"
 #include "TransferTest.hpp"
 
 namespace platform {
@@ -490,11 +491,17 @@ TEST_F(ExpectedPermissionTest, letsTheBodyGoWhenItIsGiven) {
 }
 
 TEST_F(ExpectedPermissionTest, isDoneWithoutWhenTheServerSaysNothing) {
+  corvane::testing::NetworkTime time;
   server.ignoreExpectContinue();
   server.enqueue(MockResponse(200).body("stored"));
+  const int heads = server.headCount();
+  Upload uploading(session, asking(), file("body", bytes));
+  uploading.resume();
+  ASSERT_TRUE(server.waitUntil([&] { return server.headCount() > heads; }));
 
-  EXPECT_EQ(upload(asking(), file("body", bytes)).body(), "stored");
+  time.pass(std::chrono::seconds(1));
 
+  EXPECT_EQ(uploading.wait().body(), "stored");
   EXPECT_TRUE(server.takeRequest().body == bytes);
 }
 

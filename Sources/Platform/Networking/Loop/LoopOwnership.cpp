@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -23,7 +24,7 @@ constexpr long graceNanoseconds = 1'000'000;
 /// Between two looks of the parked network thread while somebody else leads.
 constexpr int parkedLookMilliseconds = 1000;
 /// How long no work is left to leaders after one was late: so lateness costs two milliseconds in a hundred at most.
-constexpr std::chrono::milliseconds distrust(100);
+constexpr Duration distrust = std::chrono::milliseconds(100);
 
 /// Whether a thread that posts a command now is likely to drive the loop soon.
 enum class Habit : std::uint8_t {
@@ -168,7 +169,7 @@ bool LoopOwnership::isLeaderLate() {
   {
     const detail::MutexLock lock(mutex_);
     action = states_.on(Event::graceOver);
-    if (action == Action::takeOver) trustsAgain_ = std::chrono::steady_clock::now() + distrust;
+    if (action == Action::takeOver) trustsAgain_ = NetworkClock::now() + distrust;
   }
   carryOut(action);
   return action == Action::takeOver;
@@ -180,7 +181,7 @@ bool LoopOwnership::offersTheLoop() {
 }
 
 bool LoopOwnership::trustsLeaders() {
-  if (trustsAgain_ && std::chrono::steady_clock::now() >= *trustsAgain_) trustsAgain_.reset();
+  if (trustsAgain_ && NetworkClock::now() >= *trustsAgain_) trustsAgain_.reset();
   return !trustsAgain_;
 }
 

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <chrono>
 #include <optional>
 #include <vector>
 
 #include "Platform/Detail/Locking.hpp"
 #include "Platform/Dispatch/UniqueFunction.hpp"
+#include "Platform/Networking/Loop/NetworkClock.hpp"
 #include "Platform/Networking/Loop/OwnershipStates.hpp"
 
 namespace platform::networking {
@@ -75,7 +75,7 @@ class LoopOwnership {
   std::vector<Block> inbox_ CORVANE_GUARDED_BY(mutex_);
   OwnershipStates states_ CORVANE_GUARDED_BY(mutex_);
   /// Set when a leader was late.
-  std::optional<std::chrono::steady_clock::time_point> trustsAgain_ CORVANE_GUARDED_BY(mutex_);
+  std::optional<TimePoint> trustsAgain_ CORVANE_GUARDED_BY(mutex_);
   detail::ConditionVariable stopped_;
 };
 
