@@ -80,7 +80,7 @@ install(FILES "${PROJECT_BINARY_DIR}/CorvaneConfig.cmake" "${PROJECT_BINARY_DIR}
 set(pkgconfig_folder "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 file(RELATIVE_PATH CORVANE_PC_PREFIX "/prefix/${pkgconfig_folder}" "/prefix")
 string(REGEX REPLACE "/$" "" CORVANE_PC_PREFIX "${CORVANE_PC_PREFIX}")
-# A static library leaves its own dependencies to whoever links it. They go to Requires, because with
+# A static library leaves its own dependencies to its users. They go to Requires, because with
 # --static pkg-config would also ask for all that these were built with, whose files need not be installed. A shared
 # one names none: even as Requires.private, pkg-config would ask for their development files.
 if(BUILD_SHARED_LIBS)

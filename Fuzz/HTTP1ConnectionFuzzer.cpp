@@ -144,7 +144,7 @@ class Exchange final : public RequestStream {
   enum class Stage { fresh, begun, body, over };
 
   void in(Stage next, Stage expected) {
-    if (stage_ != expected) trap("a call out of turn");
+    if (stage_ != expected) trap("a call out of order");
     stage_ = next;
   }
   bool take(std::size_t count) {

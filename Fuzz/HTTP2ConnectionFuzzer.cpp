@@ -194,8 +194,8 @@ std::string outcome(std::string_view input, std::size_t pieceBytes, std::uint8_t
   loop.iterate(Duration::zero());
   wire.open();
   wire.tell();
-  for (int turn = 0; owner.connection; ++turn) {
-    if (turn > 10'000) trap("a connection never ends");
+  for (int iteration = 0; owner.connection; ++iteration) {
+    if (iteration > 10'000) trap("a connection never ends");
     loop.iterate(Duration::zero());
   }
   // Endless uploads fill what windows the server opened: each of the three at most what it says.

@@ -41,9 +41,9 @@ void checkReading(std::string_view body) {
   if (!sections) return;
   std::size_t size = 0;
   for (const auto& section : *sections) {
-    require(section.name.find("\"\r\n") == section.name.npos, "a name goes on behind its end");
+    require(section.name.find("\"\r\n") == section.name.npos, "a name goes on after its end");
     require(section.content.find("\r\n--" + std::string(boundary)) == section.content.npos,
-            "a content goes on behind its boundary");
+            "a content goes on after its boundary");
     size += section.name.size() + section.content.size() + section.fileName.value_or("").size();
   }
   require(size < body.size(), "a form has more bytes than were sent");

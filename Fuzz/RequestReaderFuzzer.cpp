@@ -27,7 +27,7 @@ void checkRequest(const support::ReceivedRequest& request) {
   require(request.head.ends_with("\r\n\r\n"), "a head does not end with its empty line");
   require(request.head.starts_with(request.method + " " + request.target + " " + request.version + "\r\n"),
           "a head does not start with its request line");
-  require(request.path().find('?') == std::string::npos, "a path goes on behind the question mark");
+  require(request.path().find('?') == std::string::npos, "a path goes on after the question mark");
   for (const auto& field : request.headers) {
     require(!field.name.empty() && request.hasHeader(field.name), "a field has no name, or is not found");
   }

@@ -12,7 +12,7 @@ namespace platform::fuzz {
 
 namespace {
 
-/// "name=value", "name=" or "name", each behind an "&".
+/// "name=value", "name=" or "name", each after an "&".
 std::vector<URLQueryItem> itemsOf(std::string_view text) {
   std::vector<URLQueryItem> items;
   while (!text.empty()) {

@@ -38,7 +38,7 @@ Descriptor beginConnecting(std::uint16_t port) {
   return socket;
 }
 
-bool isAnswered(const Descriptor& socket) {
+bool isConnected(const Descriptor& socket) {
   pollfd watched{socket.value(), POLLOUT, 0};
   return ::poll(&watched, 1, responseLimitMilliseconds) > 0;
 }
@@ -63,7 +63,7 @@ SilentPort::SilentPort() : state_(std::make_unique<State>()) {
   // Once the queue of those who wait to be accepted is full, Linux drops further attempts.
   for (int index = 0; index < mostFillers; ++index) {
     state_->fillers.push_back(beginConnecting(port()));
-    if (!isAnswered(state_->fillers.back())) return;
+    if (!isConnected(state_->fillers.back())) return;
   }
   throw std::runtime_error("the port still answers after " + std::to_string(mostFillers) + " connections");
 }

@@ -28,7 +28,7 @@ struct CurrentSink {
   }
 };
 
-/// Hints of queues are for whoever reads the log.
+/// Hints of queues are for readers of the log.
 void logHint(std::string_view hint) {
   static const Logger& logger = *new Logger("org.corvane.Dispatch", [](const LogRecord&) { return true; });
   logger.error(std::string(hint));

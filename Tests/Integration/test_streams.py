@@ -1,4 +1,4 @@
-"""What becomes of bodies, reports and problems: standard streams that are closed or full, pipes, files, logs."""
+"""Bodies, reports and problems: standard streams that are closed or full, pipes, files, logs."""
 
 import hashlib
 import os

@@ -42,7 +42,7 @@ FinishedExchange respondedWith(const std::string& body, const std::string& media
           .seconds = 0.25};
 }
 
-FinishedExchange answered(int status, std::optional<Error> error = std::nullopt) {
+FinishedExchange finished(int status, std::optional<Error> error = std::nullopt) {
   const auto response = std::make_shared<HTTPURLResponse>("http://host/p", status, "HTTP/1.1", fieldsOfTheResponse());
   return {.number = 1,
           .url = "http://host/p",
@@ -92,7 +92,7 @@ const CommandLine plain{.url = "http://host/p"};
 const CommandLine json{.url = "http://host/p", .report = "json"};
 
 TEST(ResponseReportTest, writesTheBodyAsItCame) {
-  const Told all = told(plain, answered(200));
+  const Told all = told(plain, finished(200));
 
   EXPECT_EQ(all.output, "body\n");
   EXPECT_EQ(all.problems, "");
@@ -100,7 +100,7 @@ TEST(ResponseReportTest, writesTheBodyAsItCame) {
 }
 
 TEST(ResponseReportTest, writesTheBodyOfAnUnacceptableResponseAndWhatIsWrong) {
-  const Told all = told(plain, answered(404, HTTPResponseError::unacceptableStatus(HTTPStatus::notFound)));
+  const Told all = told(plain, finished(404, HTTPResponseError::unacceptableStatus(HTTPStatus::notFound)));
 
   EXPECT_EQ(all.output, "body\n");
   EXPECT_EQ(all.problems, "corvane: HTTPStatus: notFound:404 is unacceptable\n");
@@ -108,20 +108,20 @@ TEST(ResponseReportTest, writesTheBodyOfAnUnacceptableResponseAndWhatIsWrong) {
 }
 
 TEST(ResponseReportTest, tellsTheNumberOfAStatusWithoutAName) {
-  const Told all = told(plain, answered(599, HTTPResponseError::unacceptableStatus(HTTPStatus::unknown)));
+  const Told all = told(plain, finished(599, HTTPResponseError::unacceptableStatus(HTTPStatus::unknown)));
 
   EXPECT_NE(all.problems.find("(status 599)"), all.problems.npos) << all.problems;
 }
 
 TEST(ResponseReportTest, writesNothingOfAResponseThatIsNotComplete) {
-  const Told all = told(plain, answered(200, CFNetworkErrors::networkConnectionLost()));
+  const Told all = told(plain, finished(200, CFNetworkErrors::networkConnectionLost()));
 
   EXPECT_EQ(all.output, "");
   EXPECT_TRUE(all.hasFailure);
 }
 
 TEST(ResponseReportTest, reportsAResponseInOneLine) {
-  const Told all = told(json, answered(200));
+  const Told all = told(json, finished(200));
 
   EXPECT_EQ(all.output,
             R"({"status": 200, "statusName": "success", "url": "http://host/p", )"
@@ -145,7 +145,7 @@ TEST(ResponseReportTest, reportsAFailureInOneLineAndNowhereElse) {
 }
 
 TEST(ResponseReportTest, writesDownWhateverBytesAServerSends) {
-  FinishedExchange exchange = answered(200);
+  FinishedExchange exchange = finished(200);
   exchange.response.headers = HTTPHeaderFields{{"X-Odd", "\"a\\b\": \xff, \xc3\xa9\x01"}};
 
   const Told all = told(json, exchange);
@@ -205,7 +205,7 @@ TEST(ResponseReportTest, savesTheBodyAndSaysWhere) {
   CommandLine line = json;
   line.output = folder / "body";
 
-  const Told all = told(line, answered(200));
+  const Told all = told(line, finished(200));
 
   EXPECT_EQ(folder.read("body"), "body\n");
   EXPECT_NE(all.output.find("\"file\": \"" + *line.output + "\""), all.output.npos) << all.output;
@@ -217,7 +217,7 @@ TEST(ResponseReportTest, numbersTheFilesOfSeveralResponses) {
   line.output = folder / "body";
   line.repeat = 2;
 
-  const Told all = told(line, answered(200));
+  const Told all = told(line, finished(200));
 
   EXPECT_EQ(folder.read("body.1"), "body\n");
   EXPECT_EQ(all.output, "");
@@ -228,7 +228,7 @@ TEST(ResponseReportTest, saysWhyAFileCannotBeWritten) {
   CommandLine line = plain;
   line.output = folder / "missing/body";
 
-  const Told all = told(line, answered(200));
+  const Told all = told(line, finished(200));
 
   EXPECT_EQ(all.problems, "corvane: cannot write " + *line.output + ": No such file or directory\n");
   EXPECT_TRUE(all.hasFailure);
@@ -282,7 +282,7 @@ TEST(ResponseReportTest, headsTheBodiesOfSeveralURLs) {
   CaptureStdout();
   CaptureStderr();
   report.add(respondedWith("no line break", "text/plain"));
-  report.add(answered(404, HTTPResponseError::unacceptableStatus(HTTPStatus::notFound)));
+  report.add(finished(404, HTTPResponseError::unacceptableStatus(HTTPStatus::notFound)));
   report.add(failed(CFNetworkErrors::timedOut()));
   report.add(failed(CFNetworkErrors::timedOut()));
 
@@ -298,14 +298,14 @@ TEST(ResponseReportTest, reportsWhichOfSeveralURLsWasAskedFor) {
   CommandLine line = json;
   line.furtherURLs = {"http://host/q"};
 
-  const Told all = told(line, answered(200));
+  const Told all = told(line, finished(200));
 
   EXPECT_NE(all.output.find("\"seconds\": 0.250000, \"requestedURL\": \"http://host/p\"}\n"), all.output.npos)
       << all.output;
 }
 
 FinishedExchange retried() {
-  FinishedExchange exchange = answered(200);
+  FinishedExchange exchange = finished(200);
   exchange.attempts = 2;
   exchange.failures = {
       {.number = 1, .status = std::nullopt, .problem = "lost", .error = CFNetworkErrors::networkConnectionLost()}};

@@ -49,16 +49,16 @@ class TypedBatchRun final : public BatchRun {
  private:
   std::size_t count() const override { return requests_.size(); }
   double timeoutInterval(std::size_t index) const override { return timeoutInSeconds(requests_[index]); }
-  void send(std::size_t index, platform::Block whenAnswered) override {
-    const Answered answered = answerTo(index, std::move(whenAnswered));
+  void send(std::size_t index, platform::Block whenDone) override {
+    const ItemCompletion completion = completionFor(index, std::move(whenDone));
     try {
-      sendViaRequest(requests_[index], completionQueue(), answered);
+      sendViaRequest(requests_[index], completionQueue(), completion);
     } catch (...) {
-      deliverFailure<Response>(completionQueue(), answered, platform::Error::current());
+      deliverFailure<Response>(completionQueue(), completion, platform::Error::current());
     }
   }
-  void fail(std::size_t index, platform::Error error, platform::Block whenAnswered) override {
-    deliverFailure<Response>(completionQueue(), answerTo(index, std::move(whenAnswered)), std::move(error));
+  void fail(std::size_t index, platform::Error error, platform::Block whenDone) override {
+    deliverFailure<Response>(completionQueue(), completionFor(index, std::move(whenDone)), std::move(error));
   }
   void keepTimeout() override {
     responses_.append(Response(std::nullopt, std::nullopt, nullptr,
@@ -69,28 +69,28 @@ class TypedBatchRun final : public BatchRun {
   }
 
   /// What is called with the response of a request. Of a send that calls it and throws, too, one counts.
-  struct Answered {
-    struct Turn {
-      std::atomic_flag isTaken;
-      platform::Block whenAnswered;
+  struct ItemCompletion {
+    struct State {
+      std::atomic_flag isDone;
+      platform::Block whenDone;
     };
 
     void operator()(Response response) const {
-      if (turn->isTaken.test_and_set()) return;
+      if (state->isDone.test_and_set()) return;
       if (run->update_) run->update_(run->requests_[index], response);
       run->responses_.append(std::move(response));
-      turn->whenAnswered();
+      state->whenDone();
     }
 
     std::shared_ptr<TypedBatchRun> run;
     std::size_t index;
-    std::shared_ptr<Turn> turn;
+    std::shared_ptr<State> state;
   };
 
-  Answered answerTo(std::size_t index, platform::Block whenAnswered) {
-    auto turn = std::make_shared<typename Answered::Turn>();
-    turn->whenAnswered = std::move(whenAnswered);
-    return {std::static_pointer_cast<TypedBatchRun>(shared_from_this()), index, std::move(turn)};
+  ItemCompletion completionFor(std::size_t index, platform::Block whenDone) {
+    auto state = std::make_shared<typename ItemCompletion::State>();
+    state->whenDone = std::move(whenDone);
+    return {std::static_pointer_cast<TypedBatchRun>(shared_from_this()), index, std::move(state)};
   }
 
   const std::vector<Request> requests_;

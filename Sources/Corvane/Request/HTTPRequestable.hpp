@@ -169,8 +169,8 @@ class CORVANE_API HTTPRequestable {
   /// shell. Traps when
   /// the request has no URL.
   std::vector<std::string> _curlCommand() const;
-  /// Those words, and a summary of the body where there is one; of a file that is uploaded, its path. For people, in
-  /// logs. Never paste it into a shell, which would run what a header value holds in backquotes or `$(…)`: run
+  /// Those words, and a summary of the body where there is one; of a file that is uploaded, its path. For logs.
+  /// Never paste it into a shell, which would run what a header value holds in backquotes or `$(…)`: run
   /// `shellCommand`, which quotes everything. Traps when the request has no URL.
   std::string curlCommand() const;
   /// A command line for a POSIX shell that sends exactly this request. Throws what `urlRequest` throws, and

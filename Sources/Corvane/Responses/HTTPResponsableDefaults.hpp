@@ -17,7 +17,7 @@ CORVANE_API std::string debugStatusAndHeaders(const std::string& typeName, HTTPS
                                               const std::optional<platform::HTTPHeaderFields>& headers);
 }  // namespace detail
 
-/// A response's type, status and headers, a line each, for people.
+/// A response's type, status and headers, a line each, human-readable.
 template <class Response>
 std::string debugStatusAndHeaders(const Response& response) {
   return detail::debugStatusAndHeaders(platform::typeName(typeid(response)), detail::read(&Response::status, response),
@@ -29,7 +29,7 @@ std::string debugStatusAndHeaders(const Response& response) {
 ///     struct UserResponse : HTTPResponsableDefaults<UserResponse> { … };
 template <class Self>
 struct HTTPResponsableDefaults {
-  /// The response's type, status and headers, a line each, for people.
+  /// The response's type, status and headers, a line each, human-readable.
   std::string debugStatusAndHeaders() const { return corvane::debugStatusAndHeaders(static_cast<const Self&>(*this)); }
 };
 

@@ -1,5 +1,6 @@
 #include "Corvane/Transfers/MultipartFormSection.hpp"
 
+#include <array>
 #include <string_view>
 
 #include "Corvane/Transfers/MultipartError.hpp"
@@ -13,9 +14,10 @@ using velisand::AnyDataRepresentable;
 namespace {
 
 constexpr std::string_view lineBreak = "\r\n";
+constexpr std::array forbidden{'\r', '\n', '\0'};
 
 const std::string& checked(const std::string& text, const char* what) {
-  if (text.find_first_of(std::string_view("\r\n\0", 3)) != std::string::npos)
+  if (text.find_first_of(std::string_view(forbidden.data(), forbidden.size())) != std::string::npos)
     throw MultipartError::controlCharacter(what, text);
   return text;
 }

@@ -57,7 +57,7 @@ class HTTPService::Sessions final : public platform::URLSessionDelegate, public 
 
   void didReceiveChallenge(const std::shared_ptr<URLSession>&, const platform::URLAuthenticationChallenge& challenge,
                            ChallengeCompletion completion) override {
-    auto [disposition, credential] = detail::answerToChallenge(challenge, Corvane::trustedCertificates());
+    auto [disposition, credential] = detail::respondToChallenge(challenge, Corvane::trustedCertificates());
     completion(disposition, std::move(credential));
   }
 

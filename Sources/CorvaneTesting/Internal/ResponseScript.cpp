@@ -14,7 +14,7 @@ using platform::detail::equalsIgnoringCase;
 namespace {
 
 constexpr std::size_t mergeLimit = 64 * 1024;
-constexpr std::string_view emptyLine = "\r\n\r\n";
+constexpr std::string_view headEnd = "\r\n\r\n";
 
 std::uint64_t sizeOf(const Step& step) {
   if (const auto* send = std::get_if<SendBytes>(&step)) return send->bytes.size();
@@ -98,10 +98,10 @@ ResponseScript ScriptWriter::write(const MockResponse& response, std::string_vie
   std::string head = writer.head();
   std::vector<Step> body = writer.body();
   if (response.raw_) {
-    const std::size_t end = head.find(emptyLine);
+    const std::size_t end = head.find(headEnd);
     if (end != std::string::npos) {
-      body = {SendBytes{head.substr(end + emptyLine.size())}};
-      head.resize(end + emptyLine.size());
+      body = {SendBytes{head.substr(end + headEnd.size())}};
+      head.resize(end + headEnd.size());
     }
   }
 

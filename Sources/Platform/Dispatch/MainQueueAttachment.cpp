@@ -54,7 +54,7 @@ struct MainQueueAttachment::Shared {
     DispatchQueue::main().attachToHost(nullptr);
     std::size_t own = 0;
     for (const auto* call = innermostCall; call; call = call->outer) own += call->attachment == this ? 1 : 0;
-    detail::MutexLock lock(mutex);
+    const detail::MutexLock lock(mutex);
     ended.wait(mutex, [this, own]() CORVANE_REQUIRES(mutex) { return calls == own; });
   }
 

@@ -79,7 +79,7 @@ std::optional<std::string> terminated(std::string_view path) {
   return std::string(path);
 }
 
-/// Reads to the end, behind what is there. Returns an error number.
+/// Reads to the end, after what is there. Returns an error number.
 int readAll(const FileDescriptor& file, Data& data) {
   struct stat status;
   if (::fstat(file.number(), &status) != 0) return errno;

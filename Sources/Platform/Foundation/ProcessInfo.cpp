@@ -11,13 +11,13 @@ namespace platform {
 
 namespace {
 
-struct Settings {
+struct GivenVersion {
   detail::Mutex mutex;
   std::optional<OperatingSystemVersion> version CORVANE_GUARDED_BY(mutex);
 };
 
-Settings& settings() {
-  static Settings& shared = *new Settings;
+GivenVersion& givenVersion() {
+  static GivenVersion& shared = *new GivenVersion;
   return shared;
 }
 
@@ -43,13 +43,13 @@ OperatingSystemVersion OperatingSystemVersion::parse(std::string_view release) n
 }
 
 OperatingSystemVersion ProcessInfo::operatingSystemVersion() {
-  const detail::MutexLock lock(settings().mutex);
-  return settings().version ? *settings().version : kernelVersion();
+  const detail::MutexLock lock(givenVersion().mutex);
+  return givenVersion().version ? *givenVersion().version : kernelVersion();
 }
 
 void ProcessInfo::setOperatingSystemVersion(std::optional<OperatingSystemVersion> version) {
-  const detail::MutexLock lock(settings().mutex);
-  settings().version = version;
+  const detail::MutexLock lock(givenVersion().mutex);
+  givenVersion().version = version;
 }
 
 }  // namespace platform

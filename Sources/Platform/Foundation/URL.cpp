@@ -25,11 +25,6 @@ std::optional<std::string> decoded(const URLRange& range, std::string_view text)
   return percentDecoded(range.of(text));
 }
 
-std::optional<std::string> written(const URLRange& range, std::string_view text) {
-  if (!range.isPresent) return std::nullopt;
-  return std::string(range.of(text));
-}
-
 std::string currentDirectory() {
   std::string path(256, '\0');
   while (::getcwd(path.data(), path.size()) == nullptr) {
@@ -124,7 +119,7 @@ std::optional<URL> URL::baseURL() const {
 
 URL URL::absoluteURL() const { return parts_->base == nullptr ? *this : URL(parts_->resolved); }
 
-std::optional<std::string> URL::scheme() const { return written(parts_->layout.scheme, absoluteString()); }
+std::optional<std::string> URL::scheme() const { return parts_->layout.scheme.copy(absoluteString()); }
 
 std::optional<std::string> URL::user() const { return decoded(parts_->layout.user, absoluteString()); }
 
@@ -143,7 +138,7 @@ std::string URL::path() const { return percentDecoded(parts_->layout.path.of(abs
 
 std::string URL::percentEncodedPath() const { return std::string(parts_->layout.path.of(absoluteString())); }
 
-std::optional<std::string> URL::query() const { return written(parts_->layout.query, absoluteString()); }
+std::optional<std::string> URL::query() const { return parts_->layout.query.copy(absoluteString()); }
 
 std::optional<std::string> URL::fragment() const { return decoded(parts_->layout.fragment, absoluteString()); }
 
@@ -189,7 +184,7 @@ URL URL::appendingPathComponent(std::string_view component) const {
   std::string longer = text.substr(0, pathEnd);
   const bool needsSlash = layout.path.count != 0 ? !longer.ends_with('/') : layout.hasAuthority();
   if (needsSlash) longer += '/';
-  std::string encoded = percentEncoded(component, CharacterSet::path);
+  const std::string encoded = percentEncoded(component, CharacterSet::path);
   // What follows neither a scheme nor a slash must not look like a scheme (RFC 3986, 4.2).
   if (longer.empty() && encoded.substr(0, encoded.find('/')).find(':') != std::string::npos) longer = "./";
   longer.append(encoded).append(text, pathEnd);

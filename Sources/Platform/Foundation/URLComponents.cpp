@@ -13,12 +13,6 @@ using detail::CharacterSet;
 using detail::percentDecoded;
 using detail::percentEncoded;
 using detail::URLLayout;
-using detail::URLRange;
-
-std::optional<std::string> written(const URLRange& range, std::string_view text) {
-  if (!range.isPresent) return std::nullopt;
-  return std::string(range.of(text));
-}
 
 URLQueryItem parseItem(std::string_view text) {
   const std::size_t equals = text.find('=');
@@ -53,14 +47,14 @@ std::optional<URLComponents> URLComponents::make(std::string_view text) {
   const auto layout = URLLayout::parse(text);
   if (!layout) return std::nullopt;
   URLComponents components;
-  components.scheme = written(layout->scheme, text);
-  components.percentEncodedUser = written(layout->user, text);
-  components.percentEncodedPassword = written(layout->password, text);
-  components.percentEncodedHost = written(layout->host, text);
+  components.scheme = layout->scheme.copy(text);
+  components.percentEncodedUser = layout->user.copy(text);
+  components.percentEncodedPassword = layout->password.copy(text);
+  components.percentEncodedHost = layout->host.copy(text);
   components.port = layout->portNumber;
   components.percentEncodedPath = layout->path.of(text);
-  components.percentEncodedQuery = written(layout->query, text);
-  components.percentEncodedFragment = written(layout->fragment, text);
+  components.percentEncodedQuery = layout->query.copy(text);
+  components.percentEncodedFragment = layout->fragment.copy(text);
   return components;
 }
 

@@ -101,13 +101,15 @@ bool HTTPHeaderFields::remove(std::string_view name) {
 }
 
 void HTTPHeaderFields::merge(const HTTPHeaderFields& other) {
-  const HTTPHeaderFields merged(other);
+  // They may be these very fields.
+  const HTTPHeaderFields merged(other);  // NOLINT(performance-unnecessary-copy-initialization)
   for (const auto& [name, value] : merged) set(name, value);
 }
 
 std::string HTTPHeaderFields::problem(std::string_view name, std::string_view value) {
   std::string problem = nameProblem(name);
-  return problem.empty() ? valueProblem(name, value) : problem;
+  if (problem.empty()) problem = valueProblem(name, value);
+  return problem;
 }
 
 bool operator==(const HTTPHeaderFields& left, const HTTPHeaderFields& right) {

@@ -8,7 +8,7 @@ namespace platform::detail {
 
 namespace {
 
-/// Reads the quoted string that starts at `position` and leaves `position` behind it.
+/// Reads the quoted string that starts at `position` and leaves `position` after it.
 std::string readQuotedString(std::string_view text, std::size_t& position) {
   std::string value;
   for (++position; position < text.size() && text[position] != '"'; ++position) {
@@ -20,7 +20,7 @@ std::string readQuotedString(std::string_view text, std::size_t& position) {
 }
 
 std::string readParameterValue(std::string_view text, std::size_t& position) {
-  while (position < text.size() && isBlank(text[position])) ++position;
+  while (position < text.size() && isSpaceOrTab(text[position])) ++position;
   if (position < text.size() && text[position] == '"') {
     std::string value = readQuotedString(text, position);
     position = std::min(text.find(';', position), text.size());

@@ -15,7 +15,7 @@ namespace platform::detail {
 
 /// The small grammar that header fields share (RFC 9110, 5.6). ASCII only; no locale is consulted.
 
-constexpr bool isBlank(char c) { return c == ' ' || c == '\t'; }
+constexpr bool isSpaceOrTab(char c) { return c == ' ' || c == '\t'; }
 /// A control character that no field value may hold (RFC 9110, 5.5): all but tab.
 constexpr bool isForbiddenControl(char c) {
   const auto byte = static_cast<unsigned char>(c);
@@ -43,8 +43,8 @@ constexpr bool isToken(std::string_view text) {
 std::string lowercased(std::string_view text);
 /// Without spaces and tabs at either end.
 constexpr std::string_view trimmed(std::string_view text) {
-  while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
-  while (!text.empty() && isBlank(text.back())) text.remove_suffix(1);
+  while (!text.empty() && isSpaceOrTab(text.front())) text.remove_prefix(1);
+  while (!text.empty() && isSpaceOrTab(text.back())) text.remove_suffix(1);
   return text;
 }
 /// The elements of a comma-separated list, trimmed, empty ones included. Not for values with quoted strings.

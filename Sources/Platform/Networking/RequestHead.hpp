@@ -7,7 +7,7 @@
 
 namespace platform::networking {
 
-/// One header field, as it is sent or was received. Whoever made it owns the text.
+/// One header field, as it is sent or was received. Its maker owns the text.
 struct FieldView {
   std::string_view name;
   std::string_view value;
@@ -15,7 +15,7 @@ struct FieldView {
 
 /// What a request says before its body. Owns nothing: the texts live as long as the exchange that sends it.
 struct RequestHead {
-  /// A token, checked by whoever made it (RFC 9110, 9.1).
+  /// A token, checked by its maker (RFC 9110, 9.1).
   std::string_view method;
   bool isSecure = false;
   /// Host and port for the `Host` field, or `:authority`: the port is left out when it is the scheme's own.

@@ -149,13 +149,13 @@ TEST_F(BatchListsTest, ofAPollingTypeTellItsHandlersToo) {
 struct OwnItem : DataGetRequestable<OwnItem> {
   using DataGetRequestable::send;
   void send(std::optional<DispatchQueue> queue, Completion completion) const {
-    report(Error("Test", 1, "own road"), std::move(queue), std::move(completion));
+    report(Error("Test", 1, "own route"), std::move(queue), std::move(completion));
   }
   HTTPHeaders sharedHeaders() const { return {}; }
 };
 
 TEST_F(BatchListsTest, honourATypesOwnSend) {
-  EXPECT_THAT(textsOfBatch(std::vector<OwnItem>(2)), ElementsAre("own road", "own road"));
+  EXPECT_THAT(textsOfBatch(std::vector<OwnItem>(2)), ElementsAre("own route", "own route"));
 }
 
 struct GetFile : DownloadRequestable<GetFile> {

@@ -220,7 +220,7 @@ TEST_F(BatchSerialTest, runsAfterTheOneBefore) {
 
   send(std::vector{item("a1", 1), item("a2", 1)}, queue, false, noting(), completion);
   send(std::vector{item("b1", 1), item("b2", 1)}, DispatchQueue::global(), false, noting(), otherCompletion);
-  for (int turn = 0; turn < 4; ++turn) {
+  for (int iteration = 0; iteration < 4; ++iteration) {
     waitForTurn();
     clock.advance(1);
   }

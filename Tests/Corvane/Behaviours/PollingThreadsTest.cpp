@@ -118,7 +118,7 @@ TEST_F(PollingThreadsTest, withstandsThatAllIsDoneAtOnceAlsoByHandlers) {
   completions.waitForAll(std::size_t{threadCount} * rounds, std::chrono::seconds(60));
   if (QuickPoll::isPolling()) QuickPoll::stopPolling();
   // What handlers have sent last is answered, and they refer to nothing of this test any more.
-  for (int turn = 0; turn < 4; ++turn) {
+  for (int iteration = 0; iteration < 4; ++iteration) {
     detail::mockBackgroundQueue().sync([] {});
     testing::await<DataResponse>([&](auto done) { QuickPoll().send(queue, done); });
     drainMain();

@@ -188,7 +188,7 @@ class TransferCancellationTest : protected DirectoryElsewhere, public TransferTe
     latch.open();
   }
 
-  /// Whether it came to its end, or else was cancelled; once, and with nothing behind it.
+  /// Whether it came to its end, or else was cancelled; once, and with nothing after it.
   template <class Request>
   bool endedInOrder(const Transfer<Request>& transfer) const {
     const auto response = transfer.wait();

@@ -51,13 +51,13 @@ void sendInEveryWay(const std::string& url) {
 }
 constexpr int everyWay = 19;
 
-/// What was sent before has been begun when this has been answered.
-void haveOneAnswered() {
+/// What was sent before has begun when this has its response.
+void completeOneRequest() {
   static TestServer& server = *new TestServer;
   server.handleAll([](const auto&) { return MockResponse(200); });
-  Expectation<int> answered;
-  DataGetRequest(server.url("/")).send(queue(), [answered](const DataResponse&) { answered.fulfil(1); });
-  answered.wait();
+  Expectation<int> received;
+  DataGetRequest(server.url("/")).send(queue(), [received](const DataResponse&) { received.fulfil(1); });
+  received.wait();
 }
 
 [[noreturn]] void exitInTheMiddle(Moment moment) {
@@ -87,7 +87,7 @@ void haveOneAnswered() {
 
 [[noreturn]] void exitWhileConnecting() {
   sendInEveryWay(kept<SilentPort>().url("/"));
-  haveOneAnswered();
+  completeOneRequest();
   std::exit(0);
 }
 
@@ -105,7 +105,7 @@ void haveOneAnswered() {
   server.handleAll([](const auto&) { return MockResponse(200).body("x"); });
   for (int i = 0; i < 20; ++i) DataGetRequest(server.url("/")).send([](const DataResponse&) { std::_Exit(98); });
   require(server.waitForRequests(20));
-  haveOneAnswered();
+  completeOneRequest();
   std::exit(0);
 }
 

@@ -272,15 +272,15 @@ TEST_F(SendTest, saysThatAConnectionWasRefused) {
 struct OwnRoute : DataGetRequestable<OwnRoute> {
   using DataGetRequestable::send;
   void send(std::optional<DispatchQueue> queue, Completion completion) const {
-    report(Error("Test", 4, "own road"), std::move(queue), std::move(completion));
+    report(Error("Test", 4, "own route"), std::move(queue), std::move(completion));
   }
   HTTPHeaders sharedHeaders() const { return {}; }
 };
 
 TEST_F(SendTest, honoursATypesOwnSend) {
-  EXPECT_EQ(OwnRoute().send().result().error()->message(), "own road");
+  EXPECT_EQ(OwnRoute().send().result().error()->message(), "own route");
   EXPECT_EQ(testing::awaitOnMain<DataResponse>([](auto done) { OwnRoute().send(done); }).result.error()->message(),
-            "own road");
+            "own route");
 }
 
 struct Chained : DataGetRequestable<Chained> {

@@ -24,7 +24,7 @@ struct HeldLoop {
   DispatchQueue::Executor executor() {
     return [this](Block drain) { drains.push_back(std::move(drain)); };
   }
-  void turn() {
+  void iterate() {
     auto due = std::exchange(drains, {});
     for (auto& drain : due) drain();
   }
@@ -47,7 +47,7 @@ TEST_F(MainQueueAttachmentTest, hasTheLoopDrainTheMainQueue) {
   const MainQueueAttachment attachment(loop.executor());
   submit(2);
 
-  loop.turn();
+  loop.iterate();
 
   EXPECT_THAT(seen, ElementsAre(1, 2));
 }
@@ -57,9 +57,9 @@ TEST_F(MainQueueAttachmentTest, asksForAnotherTurnWhenWorkIsLeft) {
   main.async([this] { submit(2); });
   submit(1);
 
-  loop.turn();
+  loop.iterate();
   const auto first = seen;
-  loop.turn();
+  loop.iterate();
 
   EXPECT_THAT(first, ElementsAre(1));
   EXPECT_THAT(seen, ElementsAre(1, 2));
@@ -70,10 +70,10 @@ TEST_F(MainQueueAttachmentTest, isToldOfWorkThatCameWhileOtherBlocksWaited) {
   const MainQueueAttachment attachment(loop.executor());
   main.async([this] { submit(2); });
   submit(1);
-  loop.turn();
+  loop.iterate();
 
   EXPECT_EQ(loop.drains.size(), 1U);
-  loop.turn();
+  loop.iterate();
 }
 
 TEST_F(MainQueueAttachmentTest, leavesTheQueueToTheNextOneAtItsEnd) {
@@ -84,9 +84,9 @@ TEST_F(MainQueueAttachmentTest, leavesTheQueueToTheNextOneAtItsEnd) {
   }
 
   const MainQueueAttachment attachment(next.executor());
-  loop.turn();
+  loop.iterate();
   const auto byTheFirst = seen;
-  next.turn();
+  next.iterate();
 
   EXPECT_TRUE(byTheFirst.empty());
   EXPECT_THAT(seen, ElementsAre(1));
@@ -135,7 +135,7 @@ TEST_F(MainQueueAttachmentTest, leavesNothingAttachedWhenTheExecutorThrowsAtOnce
   EXPECT_THROW(MainQueueAttachment([](const Block&) { throw std::runtime_error("no loop"); }), std::runtime_error);
 
   const MainQueueAttachment attachment(loop.executor());
-  loop.turn();
+  loop.iterate();
 
   EXPECT_THAT(seen, ElementsAre(1));
 }

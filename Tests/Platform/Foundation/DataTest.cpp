@@ -137,10 +137,10 @@ TEST(DataTest, keepsReadableBytesAfterItsEnd) {
     Data data;
     data.resize(count);
     const Data exact(std::string(count, 'x'));
-    std::byte behind[Data::padding];
+    std::byte after[Data::padding];
 
-    std::memcpy(behind, data.end(), sizeof behind);
-    std::memcpy(behind, exact.end(), sizeof behind);
+    std::memcpy(after, data.end(), sizeof after);
+    std::memcpy(after, exact.end(), sizeof after);
 
     EXPECT_EQ(exact.count(), count);
   }

@@ -6,7 +6,7 @@
 #include "TestSupport/NetworkTime.hpp"
 #include "TestSupport/OpenDescriptors.hpp"
 
-// What becomes of the descriptors of connections, and of their numbers.
+// The descriptors of connections, and their numbers.
 
 namespace platform {
 namespace {

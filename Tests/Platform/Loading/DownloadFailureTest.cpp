@@ -6,7 +6,7 @@
 
 #include "TransferTest.hpp"
 
-/// What becomes of downloads that the file system gets in the way of.
+/// Downloads that fail in the file system.
 namespace platform {
 namespace {
 

@@ -52,7 +52,7 @@ LoadFailure failureFor(const char* from, std::string_view location, int hops = 0
 }
 
 bool isResponse(int status, std::optional<std::string_view> location) {
-  return std::holds_alternative<RedirectIsAnswer>(decideRedirect(requestTo("http://a/"), status, location, 0));
+  return std::holds_alternative<NoRedirect>(decideRedirect(requestTo("http://a/"), status, location, 0));
 }
 
 TEST(RedirectPolicyTest, takesEveryOtherStatusForTheResponse) {

@@ -155,14 +155,15 @@ TEST_F(TransferProgressTest, isToldOnceInEachIntervalAndAtTheEnd) {
   EXPECT_FALSE(download.resume().wait().error);
 
   const auto took = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - begin).count();
-  // The first, one in each interval, and the end; and the loop looks at the clock once in a turn, which may be long.
+  // The first, one in each interval, and the end; and the loop looks at the clock once in an iteration, which may be
+  // long.
   EXPECT_LE(log.calls().size(), static_cast<std::size_t>(took / 50) + 3);
   EXPECT_EQ(log.last().completed, 64 << 20);
   expectInOrder(log.calls());
 }
 
 TEST_F(TransferProgressTest, ofAnUploadCountsWhatWasSent) {
-  server.handleAll([](const ReceivedRequest&) { return MockResponse(200).body("an answer that is not counted"); });
+  server.handleAll([](const ReceivedRequest&) { return MockResponse(200).body("a response that is not counted"); });
   for (const std::size_t size : std::initializer_list<std::size_t>{0, 1, 70'000, 4 << 20}) {
     const auto count = static_cast<std::int64_t>(size);
     Upload fromMemory(session, toServer("POST"), Data(generatedBytes(size)));

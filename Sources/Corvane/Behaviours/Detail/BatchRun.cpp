@@ -40,14 +40,14 @@ class ParallelBatch : public std::enable_shared_from_this<ParallelBatch> {
   }
 
  private:
-  /// One request under way. It makes room for another when it is answered, and when it is dropped, as one that should
-  /// not be sent is; but only a response counts for the end of the batch.
-  class Turn {
+  /// One request under way. It makes room for another when its response is there, and when it is dropped, as one that
+  /// should not be sent is; but only a response counts for the end of the batch.
+  class Place {
    public:
-    explicit Turn(std::shared_ptr<ParallelBatch> batch) : batch_(std::move(batch)) {}
-    Turn(Turn&&) noexcept = default;
-    Turn& operator=(Turn&&) = delete;
-    ~Turn() {
+    explicit Place(std::shared_ptr<ParallelBatch> batch) : batch_(std::move(batch)) {}
+    Place(Place&&) noexcept = default;
+    Place& operator=(Place&&) = delete;
+    ~Place() {
       if (batch_) batch_->sendMore(1);
     }
     void end() {
@@ -65,7 +65,7 @@ class ParallelBatch : public std::enable_shared_from_this<ParallelBatch> {
     if (wanted_.fetch_add(number) != 0) return;
     do {
       if (next_ == run_->count()) continue;
-      run_->sendInScope(next_++, [turn = Turn(shared_from_this())]() mutable { turn.end(); });
+      run_->sendInScope(next_++, [place = Place(shared_from_this())]() mutable { place.end(); });
     } while (wanted_.fetch_sub(1) != 1);
   }
 
@@ -118,27 +118,27 @@ class SerialBatches {
       unreadable = platform::Error::current();
     }
     if (unreadable) {
-      run->fail(index_, *std::move(unreadable), whenTurnEnds());
+      run->fail(index_, *std::move(unreadable), whenDone());
       timer_.schedule(platform::Seconds::unlimited());
     } else {
       const double timeout = wholeSeconds(interval);
-      run->sendInScope(index_, whenTurnEnds());
+      run->sendInScope(index_, whenDone());
       timer_.schedule(timeout);
     }
     timer_.resume();
   }
 
-  platform::Block whenTurnEnds() {
-    return [this, turn = ++turn_] {
-      queue_.async([this, turn] {
-        // Too late, where the turn has passed to the next request.
-        if (turn == turn_) endTurn();
+  platform::Block whenDone() {
+    return [this, request = ++request_] {
+      queue_.async([this, request] {
+        // Too late when the next request is under way.
+        if (request == request_) endRequest();
       });
     };
   }
 
-  void endTurn() {
-    ++turn_;
+  void endRequest() {
+    ++request_;
     timer_.suspend();
     ++index_;
     sendNext();
@@ -146,7 +146,7 @@ class SerialBatches {
 
   void timeOut() {
     waiting_.front()->keepTimeout();
-    endTurn();
+    endRequest();
   }
 
   const DispatchQueue queue_{"org.corvane.corvane.httprequestable.array.serial"};
@@ -154,16 +154,16 @@ class SerialBatches {
   const platform::DispatchTimer timer_{queue_};
   std::deque<std::shared_ptr<BatchRun>> waiting_;
   std::size_t index_ = 0;
-  /// Names the request under way.
-  std::uint64_t turn_ = 0;
+  /// The number of the request under way.
+  std::uint64_t request_ = 0;
 };
 
 BatchRun::~BatchRun() = default;
 
-void BatchRun::sendInScope(std::size_t index, platform::Block whenAnswered) {
+void BatchRun::sendInScope(std::size_t index, platform::Block whenDone) {
   std::optional<SendCancellation::Scope> scope;
   if (cancellation_) scope.emplace(*cancellation_);
-  send(index, std::move(whenAnswered));
+  send(index, std::move(whenDone));
 }
 
 void BatchRun::start(HTTPBatchMode mode) {

@@ -31,10 +31,10 @@ class CORVANE_API BatchRun : public std::enable_shared_from_this<BatchRun> {
   virtual std::size_t count() const = 0;
   /// In seconds.
   virtual double timeoutInterval(std::size_t index) const = 0;
-  /// Sends one; its response is kept and told, and then `whenAnswered` called.
-  virtual void send(std::size_t index, platform::Block whenAnswered) = 0;
+  /// Sends one; its response is kept and told, and then `whenDone` called.
+  virtual void send(std::size_t index, platform::Block whenDone) = 0;
   /// The same for a request that cannot be sent: its response holds the error.
-  virtual void fail(std::size_t index, platform::Error error, platform::Block whenAnswered) = 0;
+  virtual void fail(std::size_t index, platform::Error error, platform::Block whenDone) = 0;
   /// Keeps a response that says so.
   virtual void keepTimeout() = 0;
   /// Calls the completion with what was kept.
@@ -42,7 +42,7 @@ class CORVANE_API BatchRun : public std::enable_shared_from_this<BatchRun> {
 
  private:
   /// `send` in the scope in which the batch was made.
-  void sendInScope(std::size_t index, platform::Block whenAnswered);
+  void sendInScope(std::size_t index, platform::Block whenDone);
 
   const std::optional<platform::DispatchQueue> queue_;
   const std::optional<SendCancellation> cancellation_ = SendCancellation::current();

@@ -22,8 +22,8 @@ CORVANE_API std::vector<std::string> curlCommandParts(const std::string& method,
                                                       const platform::Dictionary& headers);
 /// The word that adds a body; absent bytes stand for a body that cannot be made.
 CORVANE_API std::string curlBodyPart(const std::optional<platform::Data>& body);
-/// The word for a body that is sent from its file: as ever where the file is as short as a body that is shown, and else
-/// the file's path, which tells more than a copy in memory would.
+/// The word for a body that is sent from its file: the bytes where the file is short enough to be shown, and else the
+/// file's path, which tells more than a copy in memory would.
 CORVANE_API std::string curlFilePart(const platform::URL& file);
 CORVANE_API std::string joinedWithSpaces(const std::vector<std::string>& parts);
 

@@ -88,9 +88,9 @@ bool isTrusted(TrustOperations& trust, const std::vector<URL>& certificates) {
   return trust.evaluate() == SecTrustResult::unspecified;
 }
 
-ChallengeAnswer answerToChallenge(const platform::URLAuthenticationChallenge& challenge,
-                                  const std::vector<URL>& certificates) {
-  const ChallengeAnswer defaultHandling{AuthChallengeDisposition::performDefaultHandling, std::nullopt};
+ChallengeResponse respondToChallenge(const platform::URLAuthenticationChallenge& challenge,
+                                     const std::vector<URL>& certificates) {
+  const ChallengeResponse defaultHandling{AuthChallengeDisposition::performDefaultHandling, std::nullopt};
   const auto& serverTrust = challenge.protectionSpace.serverTrust;
   if (!serverTrust || certificates.empty()) return defaultHandling;
   LiveTrust trust(*serverTrust);

@@ -11,7 +11,7 @@
 
 namespace corvane::detail {
 
-using ChallengeAnswer = std::pair<platform::AuthChallengeDisposition, std::optional<platform::URLCredential>>;
+using ChallengeResponse = std::pair<platform::AuthChallengeDisposition, std::optional<platform::URLCredential>>;
 
 /// The operations on a trust object that judging a server takes.
 class CORVANE_API TrustOperations {
@@ -28,7 +28,7 @@ class CORVANE_API TrustOperations {
 CORVANE_API bool isTrusted(TrustOperations& trust, const std::vector<platform::URL>& certificates);
 
 /// Default handling, unless there are certificate files and they (or the system's anchors) lead to trust.
-CORVANE_API ChallengeAnswer answerToChallenge(const platform::URLAuthenticationChallenge& challenge,
-                                              const std::vector<platform::URL>& certificates);
+CORVANE_API ChallengeResponse respondToChallenge(const platform::URLAuthenticationChallenge& challenge,
+                                                 const std::vector<platform::URL>& certificates);
 
 }  // namespace corvane::detail

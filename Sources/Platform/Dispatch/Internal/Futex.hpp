@@ -28,7 +28,7 @@ class Event {
   bool wait(const Deadline& deadline) {
     auto state = isUnset;
     state_.compare_exchange_strong(state, isAwaited, std::memory_order_acq_rel, std::memory_order_acquire);
-    while ((state = state_.load(std::memory_order_acquire)) != isSet) {
+    while (state_.load(std::memory_order_acquire) != isSet) {
       if (deadline.hasPassed()) return false;
       futexWait(state_, isAwaited, deadline);
     }

@@ -20,6 +20,10 @@ struct URLRange {
     if (!isPresent) return std::nullopt;
     return of(text);
   }
+  std::optional<std::string> copy(std::string_view text) const {
+    if (!isPresent) return std::nullopt;
+    return std::string(of(text));
+  }
 };
 
 /// The components of a URI reference (RFC 3986) as places in its text, percent-encoded as they are.

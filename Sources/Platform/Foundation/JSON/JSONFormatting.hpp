@@ -11,7 +11,7 @@ namespace platform {
 enum class JSONFormatting : std::uint8_t {
   /// Without white space.
   compact,
-  /// For people: each member and element on a line of its own, two spaces deeper for each level up to 32.
+  /// Human-readable: each member and element on a line of its own, two spaces deeper for each level up to 32.
   pretty
 };
 

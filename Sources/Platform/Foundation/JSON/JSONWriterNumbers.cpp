@@ -22,7 +22,7 @@ char* writeShort(char* out, double value) {
   if (!(std::fabs(value) < limit) || (value == 0 && std::signbit(value))) return nullptr;
   const auto scaled = static_cast<std::int64_t>(std::nearbyint(value * scale));
   if (static_cast<double>(scaled) / scale != value || (scaled != 0 && std::fabs(value) < 1e-4)) return nullptr;
-  std::uint64_t digits = static_cast<std::uint64_t>(scaled < 0 ? -scaled : scaled);
+  const std::uint64_t digits = static_cast<std::uint64_t>(scaled < 0 ? -scaled : scaled);
   if (scaled < 0) *out++ = '-';
   constexpr std::uint64_t places = 100'000'000;
   out = std::to_chars(out, out + longestNumber, digits / places).ptr;

@@ -10,7 +10,7 @@ namespace platform::detail {
 
 using Bytes = std::span<const std::byte>;
 
-/// Takes the body of an answer, decoded, as it arrives. Loop side.
+/// Takes the body of a response, decoded, as it arrives. Loop side.
 class BodySink {
  public:
   virtual ~BodySink() = default;

@@ -8,7 +8,7 @@
 
 namespace platform::detail {
 
-/// Undoes "compress": adaptive Lempel-Ziv-Welch codes of 9 to 16 bits behind a three-byte header
+/// Undoes "compress": adaptive Lempel-Ziv-Welch codes of 9 to 16 bits after a three-byte header
 /// (RFC 9110, 8.4.1.1), as the UNIX program of that name writes them.
 ///
 /// The format has neither an end mark nor a checksum. Only a cut inside a code can be told from an end, so

@@ -1,12 +1,12 @@
 #include "Platform/Loading/Internal/CookieJar.hpp"
 
-#include <arpa/inet.h>
 #include <libpsl.h>
 
 #include <algorithm>
 #include <ctime>
 #include <utility>
 
+#include "Platform/Networking/Connecting/HostAddress.hpp"
 #include "Platform/Networking/HTTPText.hpp"
 
 namespace platform::detail {
@@ -15,16 +15,11 @@ namespace {
 
 std::int64_t secondsSince1970() { return static_cast<std::int64_t>(std::time(nullptr)); }
 
-bool isAddress(const std::string& host) {
-  in6_addr address{};
-  return host.find(':') != std::string::npos || ::inet_pton(AF_INET, host.c_str(), &address) == 1;
-}
-
 /// Whether the host is the domain, or below it (RFC 6265bis, 5.1.3). Both in lower case.
 bool isInDomain(const std::string& host, std::string_view domain) {
   if (host == domain) return true;
   return host.size() > domain.size() + 1 && host.ends_with(domain) && host[host.size() - domain.size() - 1] == '.' &&
-         !isAddress(host);
+         !networking::HostAddress::fromText(host);
 }
 
 /// Whether unrelated people register names below it.

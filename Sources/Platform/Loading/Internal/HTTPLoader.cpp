@@ -78,7 +78,7 @@ void HTTPLoader::end(HTTPLoad& load, LoadOutcome outcome) {
   owner.loadEnded(std::move(outcome));
 }
 
-/// The object stays alive: whoever called may still be inside of it.
+/// The object stays alive: its caller may still be inside of it.
 void HTTPLoader::release(HTTPLoad& load) {
   load.owner().load = nullptr;
   load.recycle();

@@ -11,7 +11,7 @@ namespace platform::detail {
 
 /// Undoes "gzip" (RFC 1952, any number of members) and "deflate" (RFC 1950; also bare RFC 1951 data, which
 /// some servers send under that name, told apart by the first two bytes). Checksums are verified; bytes
-/// behind the end are refused.
+/// after the end are refused.
 class InflateStage final : public DecoderStage {
  public:
   enum class Format { gzip, deflate };

@@ -19,7 +19,7 @@ class ProgressMeter final : public networking::Timer {
   static constexpr networking::Duration interval = std::chrono::milliseconds(50);
 
   /// Whether the work is done with the last byte, so that `finish` follows at once and tells of it; an upload still
-  /// waits for its answer then.
+  /// waits for its response then.
   explicit ProgressMeter(bool endsWithLastByte = true) : endsWithLastByte_(endsWithLastByte) {}
 
   // Any thread.
@@ -42,8 +42,8 @@ class ProgressMeter final : public networking::Timer {
 
   const bool endsWithLastByte_;
   bool isFinished_ = false;
-  // Written on the loop side. Whoever counts and whoever asks first must not miss each other: one of them sees what
-  // the other wrote, since each writes before it reads, in the one order that all of these have.
+  // Written on the loop side. The thread that counts and the thread that first asks must not miss each other: one sees
+  // what the other wrote, since each writes before it reads, in the one order that all of these have.
   std::atomic<std::int64_t> completed_ = 0;
   std::atomic<std::int64_t> total_ = Progress::unknownCount;
   std::atomic<bool> isWanted_ = false;

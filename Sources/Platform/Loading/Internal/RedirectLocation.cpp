@@ -35,7 +35,7 @@ std::string encoded(std::string_view component, std::string_view alsoAllowed) {
   return result;
 }
 
-/// Where the authority ends, 0 when there is none: behind "//" at the start or behind a scheme.
+/// Where the authority ends, 0 when there is none: after "//" at the start or after a scheme.
 std::size_t endOfAuthority(std::string_view hierarchy) {
   const std::size_t slashes = hierarchy.find("//");
   if (slashes == hierarchy.npos || (slashes > 0 && hierarchy.find_first_of(":/") != slashes - 1)) return 0;

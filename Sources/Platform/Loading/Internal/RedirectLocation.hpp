@@ -9,10 +9,10 @@
 namespace platform::detail {
 
 /// The text of a Location field as a URI reference: what a reference may not hold is percent-encoded, "\"
-/// before the query becomes "/", blanks at the ends go.
+/// before the query becomes "/", spaces at the ends go.
 std::string locationAsReference(std::string_view location);
 
-/// Where a Location leads that came as the answer for `base`: resolved, with the fragment of `base` if it
+/// Where a Location leads that came as the response for `base`: resolved, with the fragment of `base` if it
 /// has none of its own. Absent when it cannot be read as a URL.
 std::optional<URL> resolvedLocation(std::string_view location, const URL& base);
 

@@ -84,7 +84,7 @@ bool haveSameOrigin(const URL& left, const URL& right) {
 
 RedirectDecision decideRedirect(const URLRequest& sent, int statusCode, std::optional<std::string_view> location,
                                 int hops) {
-  if (!leadsElsewhere(statusCode) || !location || trimmed(*location).empty()) return RedirectIsAnswer{};
+  if (!leadsElsewhere(statusCode) || !location || trimmed(*location).empty()) return NoRedirect{};
   if (hops >= maximumRedirects) return LoadFailure{URLErrorCode::httpTooManyRedirects, "more than 20 redirects"};
   const auto target = resolvedLocation(*location, sent.url);
   if (!target) return unusable(*location, "it is not a URL");

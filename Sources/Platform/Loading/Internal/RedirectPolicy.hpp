@@ -11,23 +11,23 @@ namespace platform::detail {
 
 inline constexpr int maximumRedirects = 20;
 
-/// The response is the answer: its status redirects nowhere.
-struct RedirectIsAnswer {
-  friend bool operator==(RedirectIsAnswer, RedirectIsAnswer) { return true; }
+/// The response stands: its status does not redirect.
+struct NoRedirect {
+  friend bool operator==(NoRedirect, NoRedirect) { return true; }
 };
 
 /// What to do with a response: deliver it, send the next request, or fail.
-using RedirectDecision = std::variant<RedirectIsAnswer, URLRequest, LoadFailure>;
+using RedirectDecision = std::variant<NoRedirect, URLRequest, LoadFailure>;
 
 /// Decides by RFC 9110, 15.4, and what keeps credentials and bodies where they belong.
 ///
 /// `sent` is the request of the last hop, not the first: what one hop took away never comes back. `location`
 /// is the field's value, absent when there is none; `hops` is how many redirects were followed so far.
 ///
-/// - 301, 302, 303, 307 and 308 with a Location that is not empty are followed; any other response is an answer.
+/// - 301, 302, 303, 307 and 308 with a Location that is not empty are followed; any other response is no redirect.
 /// - 301 and 302 turn POST into GET, 303 everything but HEAD; the body goes, and with it the fields that
 ///   describe it. Otherwise method and body stay.
-/// - What a Location may not hold (blanks, non-ASCII, a stray "%") is percent-encoded and "\" read as "/",
+/// - What a Location may not hold (spaces, non-ASCII, a stray "%") is percent-encoded and "\" read as "/",
 ///   as browsers do. User and password in it are ignored. A fragment is handed on (10.2.2).
 /// - When scheme, host or port change, Authorization, Cookie, Proxy-Authorization, a Host and the user and
 ///   password of the URL go.

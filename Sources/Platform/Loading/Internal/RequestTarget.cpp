@@ -59,7 +59,7 @@ bool RequestTarget::parse(const URL& url) {
   const std::size_t end = std::min(text.find_first_of("/?#", begin), text.size());
   const bool isLiteral = text.substr(begin, end - begin).find('[') != text.npos;
   const bool isEscaped = text.substr(begin, end - begin).find('%') != text.npos;
-  std::string_view written = writtenAuthority(text, begin, end);
+  const std::string_view written = writtenAuthority(text, begin, end);
   if (isEscaped) {
     authority_ = isLiteral ? "[" + *host + "]" : *host;
   } else {

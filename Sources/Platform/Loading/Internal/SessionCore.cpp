@@ -106,14 +106,14 @@ HTTPLoader& SessionCore::loader() {
 }
 
 void SessionCore::begin(const std::shared_ptr<TaskCore>& task) {
-  if (task->place != TaskCore::nowhere) return;
+  if (task->place != TaskCore::npos) return;
   task->place = tasks_.size();
   tasks_.push_back(task);
 }
 
 void SessionCore::end(const std::shared_ptr<TaskCore>& task) {
-  const std::size_t place = std::exchange(task->place, TaskCore::nowhere);
-  if (place == TaskCore::nowhere) return;
+  const std::size_t place = std::exchange(task->place, TaskCore::npos);
+  if (place == TaskCore::npos) return;
   if (place + 1 != tasks_.size()) {
     tasks_[place] = std::move(tasks_.back());
     tasks_[place]->place = place;
@@ -164,9 +164,9 @@ void SessionCore::challenge(const std::shared_ptr<const TrustQuery>& query) {
                                  .protocol = "https",
                                  .authenticationMethod = "NSURLAuthenticationMethodServerTrust",
                                  .serverTrust = trust};
-    // Given away with the first answer: a delegate that keeps its completion keeps no session by it.
+    // Given away with the first decision: a delegate that keeps its completion keeps no session by it.
     struct Pending {
-      std::atomic<bool> isAnswered = false;
+      std::atomic<bool> isDecided = false;
       std::shared_ptr<SessionCore> session;
       std::shared_ptr<const TrustQuery> query;
       JudgeByDefault judgeByDefault;
@@ -178,7 +178,7 @@ void SessionCore::challenge(const std::shared_ptr<const TrustQuery>& query) {
     asked->didReceiveChallenge(
         session, challenge,
         [pending, trust](AuthChallengeDisposition disposition, std::optional<URLCredential> credential) {
-          if (pending->isAnswered.exchange(true)) return;
+          if (pending->isDecided.exchange(true)) return;
           const auto core = std::exchange(pending->session, nullptr);
           const auto judged = std::exchange(pending->query, nullptr);
           const auto byDefault = std::exchange(pending->judgeByDefault, nullptr);

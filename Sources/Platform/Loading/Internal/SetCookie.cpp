@@ -14,12 +14,6 @@ namespace {
 /// How far in the future a cookie may expire (RFC 6265bis, 5.5).
 constexpr std::int64_t longestLife = std::int64_t{400} * 24 * 60 * 60;
 
-/// Control characters but tab, which stands for no other character.
-bool isForbidden(char c) {
-  const auto byte = static_cast<unsigned char>(c);
-  return (byte < 0x20 && c != '\t') || byte == 0x7f;
-}
-
 std::string_view takeUntil(std::string_view& text, char separator) {
   const std::size_t end = std::min(text.find(separator), text.size());
   const std::string_view taken = text.substr(0, end);
@@ -80,6 +74,9 @@ std::optional<int> leadingNumber(std::string_view token, std::size_t least, std:
   return number;
 }
 
+std::optional<int> dayOfMonth(std::string_view token) { return leadingNumber(token, 1, 2); }
+std::optional<int> yearNumber(std::string_view token) { return leadingNumber(token, 2, 4); }
+
 struct TimeOfDay {
   int hour;
   int minute;
@@ -128,10 +125,13 @@ std::optional<std::int64_t> cookieDate(std::string_view text) {
     const std::string_view token = text.substr(begin, end - begin);
     begin = end;
     // A token is the first thing that is still missing and that it can be.
-    if (!time && (time = timeOfDay(token))) continue;
-    if (!day && (day = leadingNumber(token, 1, 2))) continue;
-    if (!month && (month = monthNamed(token))) continue;
-    if (!year) year = leadingNumber(token, 2, 4);
+    const auto fill = [token](auto& part, const auto& read) {
+      if (part) return false;
+      part = read(token);
+      return part.has_value();
+    };
+    if (fill(time, timeOfDay) || fill(day, dayOfMonth) || fill(month, monthNamed)) continue;
+    fill(year, yearNumber);
   }
   if (!time || !day || !month || !year) return std::nullopt;
   if (*year >= 70 && *year <= 99) *year += 1900;
@@ -145,7 +145,7 @@ std::optional<std::int64_t> cookieDate(std::string_view text) {
 }
 
 std::optional<SetCookie> SetCookie::parse(std::string_view field, std::int64_t now) {
-  if (std::any_of(field.begin(), field.end(), isForbidden)) return std::nullopt;
+  if (holdsForbiddenControl(field)) return std::nullopt;
   std::string_view attributes = field;
   const std::string_view pair = takeUntil(attributes, ';');
   const std::size_t equals = pair.find('=');

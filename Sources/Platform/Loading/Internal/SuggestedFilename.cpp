@@ -68,9 +68,9 @@ std::string withoutUnsafeCharacters(std::string_view name) {
   return result;
 }
 
-std::string_view withoutBlankOrDotEnds(std::string_view text) {
-  while (!text.empty() && (text.front() == '.' || isBlank(text.front()))) text.remove_prefix(1);
-  while (!text.empty() && (text.back() == '.' || isBlank(text.back()))) text.remove_suffix(1);
+std::string_view withoutSpaceOrDotEnds(std::string_view text) {
+  while (!text.empty() && (text.front() == '.' || isSpaceOrTab(text.front()))) text.remove_prefix(1);
+  while (!text.empty() && (text.back() == '.' || isSpaceOrTab(text.back()))) text.remove_suffix(1);
   return text;
 }
 
@@ -98,7 +98,7 @@ std::string shortened(std::string_view name, std::size_t maximumBytes) {
   std::string_view extension = extensionOf(name);
   if (extension.size() > std::min(maximumExtensionBytes, maximumBytes / 2)) extension = {};
   const std::string_view stem = utf8Prefix(name, maximumBytes - extension.size());
-  return std::string(extension.empty() ? withoutBlankOrDotEnds(stem) : stem).append(extension);
+  return std::string(extension.empty() ? withoutSpaceOrDotEnds(stem) : stem).append(extension);
 }
 
 /// Letters, digits and what joins them: nothing to repair, as with most names.
@@ -133,7 +133,7 @@ std::string safeComponent(std::string_view name, std::size_t maximumBytes) {
   while (!component.empty() && (component.back() == '/' || component.back() == '\\')) component.remove_suffix(1);
   component.remove_prefix(component.find_last_of("/\\") + 1);  // npos + 1 is 0
   const std::string kept = withoutUnsafeCharacters(component);
-  std::string result = shortened(withoutBlankOrDotEnds(kept), maximumBytes);
+  std::string result = shortened(withoutSpaceOrDotEnds(kept), maximumBytes);
   // Last, since shortening can make a device name of what was none: "con", many spaces and "x".
   if (isDeviceName(result)) result = shortened("_" + result, maximumBytes);
   return result;

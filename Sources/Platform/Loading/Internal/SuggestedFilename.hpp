@@ -8,7 +8,7 @@
 
 namespace platform::detail {
 
-/// The name an answer suggests for a file, always usable as one path component: see
+/// The name a response suggests for a file, always usable as one path component: see
 /// `URLResponse::suggestedFilename`. `contentDisposition` is the field's value, empty when there is none.
 std::string suggestedFilename(std::string_view contentDisposition, const URL& url,
                               const std::optional<std::string>& mimeType);
@@ -17,9 +17,9 @@ std::string suggestedFilename(std::string_view contentDisposition, const URL& ur
 /// `filename`, as UTF-8, not yet made safe. Absent when neither is there and readable.
 std::optional<std::string> filenameOfDisposition(std::string_view contentDisposition);
 
-/// What of `name` may be used as one path component, possibly nothing: the part behind the last separator
+/// What of `name` may be used as one path component, possibly nothing: the part after the last separator
 /// of either kind, without control and direction-changing characters, with what Windows reserves replaced
-/// by "_", without dots in front (they hide files) and without dots and blanks at the end, at most
+/// by "_", without dots in front (they hide files) and without dots and spaces at the end, at most
 /// `maximumBytes` long with its extension kept. A device name of Windows gets a "_" in front.
 std::string safeComponent(std::string_view name, std::size_t maximumBytes = 255);
 

@@ -17,7 +17,7 @@ class SessionCore;
 
 /// What a task is to do beside sending its request.
 struct TaskPlan {
-  /// Keeps the body of the answer in memory.
+  /// Keeps the body of the response in memory.
   static TaskPlan data(URLSession::DataCompletion completion) { return {.dataCompletion = std::move(completion)}; }
   /// Writes it to a file.
   static TaskPlan download(URLSession::DownloadCompletion completion) {
@@ -57,9 +57,9 @@ class TaskCore final : public URLSessionTask,
   std::shared_ptr<Progress> progress() override { return meter_.progress(); }
 
   // Loop side.
-  static constexpr std::size_t nowhere = static_cast<std::size_t>(-1);
+  static constexpr std::size_t npos = static_cast<std::size_t>(-1);
   /// Where the session keeps the task while it is under way.
-  std::size_t place = nowhere;
+  std::size_t place = npos;
   void cancelNow();
   /// The network changed: try again if that is what this task waits for.
   void retryConnecting();

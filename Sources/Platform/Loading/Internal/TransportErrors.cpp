@@ -5,9 +5,9 @@
 #include <system_error>
 #include <utility>
 
-#include "Platform/Loading/Internal/LocalHost.hpp"
 #include "Platform/Loading/Internal/NetworkMonitor.hpp"
 #include "Platform/Loading/URLErrorCodes.hpp"
+#include "Platform/Networking/Connecting/LocalHost.hpp"
 
 namespace platform::detail {
 
@@ -82,7 +82,7 @@ std::int32_t urlErrorCode(SecTrustProblem problem) {
 
 TransportFailure TransportFailure::of(networking::Failure reason, const std::string& host, bool requestWasSent) {
   TransportFailure failure{
-      .reason = std::move(reason), .requestWasSent = requestWasSent, .isLocal = isThisMachine(host)};
+      .reason = std::move(reason), .requestWasSent = requestWasSent, .isLocal = networking::isThisMachine(host)};
   failure.isOffline = detail::isOffline(failure);
   return failure;
 }

@@ -19,7 +19,7 @@ struct TransportFailure {
   networking::Failure reason;
   /// Whether a connection was ready for the request, so that the server may have acted on it.
   bool requestWasSent = false;
-  /// Whether the host is this machine (`isThisMachine`): then a missing network explains nothing.
+  /// Whether the host is this machine (`networking::isThisMachine`): then a missing network explains nothing.
   bool isLocal = false;
   /// Whether the machine has no network at all (`isOffline` finds out).
   bool isOffline = false;

@@ -6,7 +6,7 @@
 
 namespace platform::detail {
 
-/// The character at `position`, which moves behind it. Requires: `isValidUTF8(text)`, `position < text.size()`.
+/// The character at `position`, which moves past it. Requires: `isValidUTF8(text)`, `position < text.size()`.
 char32_t nextCodePoint(std::string_view text, std::size_t& position);
 /// The bytes taken for ISO-8859-1.
 std::string utf8FromLatin1(std::string_view bytes);

@@ -184,10 +184,10 @@ void Connector::continueHandshake() {
   }
 }
 
-void Connector::answer(bool isTrusted) {
+void Connector::applyVerdict(bool isTrusted) {
   if (phase_ != Phase::judging) trap("nobody asked for a verdict");
   phase_ = Phase::securing;
-  secured_->answer(isTrusted);
+  secured_->applyVerdict(isTrusted);
   continueHandshake();
 }
 

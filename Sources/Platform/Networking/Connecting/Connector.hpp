@@ -43,8 +43,8 @@ class ConnectorOwner {
   /// Something went well: the name was resolved, a connection made, bytes of the handshake received. The idle time-outs
   /// of those who wait begin again. Any number of times.
   virtual void connectorProgressed(Connector& connector) = 0;
-  /// The server showed its chain and gets no further byte until `Connector::answer`, which may be called at once or any
-  /// time later. At most once; not when a session is resumed.
+  /// The server showed its chain and gets no further byte until `Connector::applyVerdict`, which may be called at once
+  /// or any time later. At most once; not when a session is resumed.
   virtual void connectorAsksTrust(Connector& connector, std::shared_ptr<const TrustQuery> query) = 0;
   /// It is done; the last call, unless it failed.
   virtual void connectorOpened(Connector& connector, OpenStream open) = 0;
@@ -76,14 +76,14 @@ class Connector final : private LookUp, private Timer, private Deferred, private
   /// The context may be null when the origin is not secure. All but the route outlive the connector.
   Connector(EventLoop& loop, Resolver& resolver, std::shared_ptr<TLSContext> context, Route route,
             ConnectorOwner& owner);
-  ~Connector();
+  ~Connector() override;
   Connector(const Connector&) = delete;
   Connector& operator=(const Connector&) = delete;
 
   /// Begins; calls the owner only after it returned. Once.
   void start();
   /// The verdict on the server. May call the owner at once. Requires: `phase()` is `judging`.
-  void answer(bool isTrusted);
+  void applyVerdict(bool isTrusted);
 
   Phase phase() const { return phase_; }
   const Route& route() const { return route_; }

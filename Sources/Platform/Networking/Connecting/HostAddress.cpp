@@ -28,7 +28,7 @@ std::optional<std::uint32_t> scopeOf(std::string_view zone) {
 std::optional<HostAddress> HostAddress::fromText(const std::string& text) {
   HostAddress address;
   if (text.find(':') == std::string::npos) {
-    // What follows a blank means nothing to the call below.
+    // What follows a space means nothing to the call below.
     if (text.find_first_not_of("0123456789abcdefABCDEFxX.") != std::string::npos) return std::nullopt;
     in_addr four{};
     if (::inet_aton(text.c_str(), &four) != 1) return std::nullopt;
@@ -78,6 +78,16 @@ HostAddress HostAddress::loopback6() {
   address.isIPv6_ = true;
   address.bytes_[15] = std::byte{1};
   return address;
+}
+
+bool HostAddress::isThisMachine() const {
+  in6_addr six{};
+  std::memcpy(&six, bytes_.data(), sizeof six);
+  const bool isMapped = isIPv6_ && IN6_IS_ADDR_V4MAPPED(&six);
+  if (isIPv6_ && !isMapped) return IN6_IS_ADDR_LOOPBACK(&six) || IN6_IS_ADDR_UNSPECIFIED(&six);
+  std::uint32_t four = 0;
+  std::memcpy(&four, bytes_.data() + (isMapped ? 12 : 0), sizeof four);
+  return ntohl(four) >> 24 == IN_LOOPBACKNET || four == INADDR_ANY;
 }
 
 socklen_t HostAddress::fill(sockaddr_storage& out, std::uint16_t port) const {

@@ -24,6 +24,8 @@ class HostAddress {
   static HostAddress loopback6();
 
   bool isIPv6() const { return isIPv6_; }
+  /// A loopback address or the unspecified one, also when an IPv4 address is written as one of IPv6.
+  bool isThisMachine() const;
   /// AF_INET or AF_INET6.
   int family() const { return isIPv6_ ? AF_INET6 : AF_INET; }
   /// Fills in what `connect` wants, and returns how much of it counts.

@@ -6,20 +6,12 @@
 #include <string_view>
 #include <utility>
 
+#include "Platform/Networking/Connecting/LocalHost.hpp"
 #include "Platform/Networking/Connecting/LookUpThreads.hpp"
 
 namespace platform::networking {
 
 namespace {
-
-/// RFC 6761, 6.3: these never leave the machine, whatever a name server would say.
-bool isLocalName(std::string_view name) {
-  constexpr std::string_view local = "localhost";
-  if (name.ends_with('.')) name.remove_suffix(1);
-  if (!name.ends_with(local)) return false;
-  name.remove_suffix(local.size());
-  return name.empty() || name.ends_with('.');
-}
 
 HostAddresses listOf(std::vector<HostAddress> addresses) {
   return std::make_shared<const std::vector<HostAddress>>(std::move(addresses));

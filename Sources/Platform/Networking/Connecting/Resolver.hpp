@@ -67,7 +67,7 @@ class Resolver {
   std::optional<Resolution> resolve(const std::string& host, LookUp& lookUp);
   /// Ends the wait, without a call.
   void cancel(LookUp& lookUp);
-  /// Drops what is kept of all names, as after a change of the network. Whoever waits goes on waiting for the look-up
+  /// Drops what is kept of all names, as after a change of the network. Those who wait go on waiting for the look-up
   /// that is under way; those who ask from now on get one of their own.
   void forget();
   /// The same of one name.

@@ -5,9 +5,8 @@
 
 namespace platform::networking {
 
-/// Whom a request is for, as connections know it (RFC 9110, 4.3.1): hosts are compared as hosts. Made of a URL by
-/// whoever knows URLs: `host` is in lower case, without brackets, a name or an address (an IPv6 zone stays in it); the
-/// port is always there.
+/// Whom a request is for, as connections know it (RFC 9110, 4.3.1): hosts are compared as hosts. `host` is in lower
+/// case, without brackets, a name or an address (an IPv6 zone stays in it); the port is always there.
 struct Origin {
   bool isSecure = false;
   std::string host;

@@ -23,7 +23,7 @@ struct TLSOptions {
 /// TLS for all connections whose servers are judged by the same trust: the settings, and the sessions that may be
 /// resumed (RFC 8446, 2.2). TLS 1.2 and later. Loop side only.
 ///
-/// It trusts nobody by itself: each new server is judged by whoever makes the connection. A resumed session needs no
+/// It trusts nobody by itself: each new server is judged by the maker of the connection. A resumed session needs no
 /// verdict, since its server had one; so a session is kept only of a server that was judged by the trust in force, and
 /// `forget` is to be called whenever that changes. Nothing of it comes from the process's environment.
 class TLSContext {

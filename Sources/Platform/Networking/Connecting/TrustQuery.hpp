@@ -10,8 +10,8 @@ namespace platform::networking {
 
 /// A server that showed its chain in a handshake, and waits for a verdict. No byte of the application goes out before.
 ///
-/// Shared by the connector and by whoever judges, on any thread. What is in it never changes; the verdict goes back on
-/// the loop side, by `Connector::answer`.
+/// Shared by the connector and the judge, which may be on any thread. What is in it never changes; the verdict goes
+/// back on the loop side, by `Connector::applyVerdict`.
 struct TrustQuery {
   /// As received, the server's own first.
   std::vector<SecCertificate> chain;

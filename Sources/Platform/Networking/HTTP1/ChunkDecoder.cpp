@@ -11,13 +11,6 @@ namespace {
 
 constexpr std::uint64_t maximumSize = std::numeric_limits<std::int64_t>::max();
 
-/// 16 where it is no digit.
-constexpr unsigned hexadecimal(char c) {
-  if (detail::isDigit(c)) return static_cast<unsigned>(c - '0');
-  const char lower = detail::asciiLower(c);
-  return lower >= 'a' && lower <= 'f' ? static_cast<unsigned>(lower - 'a' + 10) : 16;
-}
-
 }  // namespace
 
 ChunkDecoder::Step ChunkDecoder::next(std::string_view input) {
@@ -71,20 +64,20 @@ ChunkDecoder::Event ChunkDecoder::take(char c) {
 }
 
 ChunkDecoder::Event ChunkDecoder::takeDigit(char c) {
-  const unsigned digit = hexadecimal(c);
+  const int digit = detail::hexadecimalValue(c);
   if (phase_ == Phase::firstDigit) {
-    if (digit > 15) return failed("the size of a chunk of the body is no hexadecimal number");
+    if (digit < 0) return failed("the size of a chunk of the body is no hexadecimal number");
     phase_ = Phase::digits;
     remaining_ = 0;
     digits_ = 0;
     lineBytes_ = 0;
   }
   ++lineBytes_;
-  if (digit > 15) return takeAfterSize(c);
+  if (digit < 0) return takeAfterSize(c);
   if (++digits_ > maximumDigits || remaining_ > maximumSize >> 4) {
     return failed("the size of a chunk of the body is too large");
   }
-  remaining_ = remaining_ << 4 | digit;
+  remaining_ = remaining_ << 4 | static_cast<unsigned>(digit);
   return Event::incomplete;
 }
 
@@ -94,7 +87,7 @@ ChunkDecoder::Event ChunkDecoder::takeAfterSize(char c) {
   } else if (c == ';') {
     phase_ = Phase::extension;
     return takeExtension(c);
-  } else if (detail::isBlank(c)) {
+  } else if (detail::isSpaceOrTab(c)) {
     phase_ = Phase::padding;
     return takeExtension(c);
   } else {

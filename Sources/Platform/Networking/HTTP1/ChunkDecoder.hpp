@@ -7,7 +7,7 @@
 namespace platform::networking {
 
 /// Takes the framing off a body in chunks (RFC 9112, 7.1), up to and including the line of the last chunk; the trailers
-/// behind it are fields as those of a head are.
+/// after it are fields as those of a head are.
 ///
 /// Lines end with CRLF here, and with nothing less: a line feed alone ends a chunk's line for some recipients and not
 /// for others. Extensions are skipped, but bounded.

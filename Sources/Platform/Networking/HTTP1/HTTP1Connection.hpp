@@ -24,7 +24,8 @@ namespace platform::networking {
 ///
 /// An unwanted body, and the end of one, are no reason to fail: the connection is given up then, and the exchange ends.
 ///
-/// It reads when the loop calls it, never inside of a call from above: whoever reads has the loop's receive buffer.
+/// It reads when the loop calls it, never inside of a call from above: only the reader may use the loop's receive
+/// buffer.
 class HTTP1Connection final : public HTTPConnection, private StreamOwner, private Deferred, private Timer {
  public:
   /// How much is read, and how much written, before others have their turn.
@@ -57,7 +58,7 @@ class HTTP1Connection final : public HTTPConnection, private StreamOwner, privat
   enum class State : std::uint8_t {
     idle,        ///< nothing is to come; whatever does closes it
     exchanging,  ///< `response_` says how far the response is
-    settling,    ///< a response ended; whether anything is behind it is not known yet
+    settling,    ///< a response ended; whether anything follows it is not known yet
     closed
   };
   enum class Response : std::uint8_t {

@@ -6,12 +6,6 @@
 /// How an HTTP/1.1 connection reads and writes.
 namespace platform::networking {
 
-namespace {
-
-Bytes bytesOf(std::string_view text) { return std::as_bytes(std::span(text.data(), text.size())); }
-
-}  // namespace
-
 // Reading
 
 void HTTP1Connection::readTurn() {

@@ -12,7 +12,6 @@ namespace platform::networking {
 
 namespace {
 
-constexpr std::string_view lineEnd = "\r\n";
 constexpr std::string_view lastChunk = "0\r\n\r\n";
 /// Of a body in memory, how much is offered to the stream at once.
 constexpr std::size_t peekBytes = std::size_t{256} * 1024;
@@ -22,8 +21,6 @@ bool expectsContinue(const RequestHead& head) {
     return detail::equalsIgnoringCase(field.name, "Expect") && detail::equalsIgnoringCase(field.value, "100-continue");
   });
 }
-
-Bytes bytesOf(std::string_view text) { return std::as_bytes(std::span(text.data(), text.size())); }
 
 /// Takes at most so many bytes off the front; how many of them there were.
 template <class View>
@@ -150,9 +147,9 @@ void RequestSender::frame() {
   if (framing_ != RequestFraming::chunked) return;
   char* const end = std::to_chars(chunkLine_.data(), chunkLine_.data() + 16, data_.size(), 16).ptr;
   const std::size_t digits = static_cast<std::size_t>(end - chunkLine_.data());
-  lineEnd.copy(end, lineEnd.size());
-  prefix_ = {chunkLine_.data(), digits + lineEnd.size()};
-  suffix_ = lineEnd;
+  RequestWriter::lineEnd.copy(end, RequestWriter::lineEnd.size());
+  prefix_ = {chunkLine_.data(), digits + RequestWriter::lineEnd.size()};
+  suffix_ = RequestWriter::lineEnd;
 }
 
 RequestSender::Status RequestSender::sendDirectly(ByteStream& stream, std::size_t limit) {

@@ -16,7 +16,6 @@ constexpr std::string_view hostName = "Host";
 constexpr std::string_view lengthName = "Content-Length";
 constexpr std::string_view chunkedLine = "Transfer-Encoding: chunked\r\n";
 constexpr std::string_view separator = ": ";
-constexpr std::string_view lineEnd = "\r\n";
 
 bool isHost(const FieldView& field) { return detail::equalsIgnoringCase(field.name, hostName); }
 
@@ -32,7 +31,9 @@ bool canBeSent(const RequestHead& head) {
          });
 }
 
-std::size_t fieldBytes(std::size_t name, std::size_t value) { return name + separator.size() + value + lineEnd.size(); }
+std::size_t fieldBytes(std::size_t name, std::size_t value) {
+  return name + separator.size() + value + RequestWriter::lineEnd.size();
+}
 
 }  // namespace
 

@@ -20,7 +20,9 @@ enum class RequestFraming : std::uint8_t {
 /// Composes the heads of requests for HTTP/1.1 (RFC 9112, 3 and 5), one after the other in the same memory.
 class RequestWriter {
  public:
-  /// Refuses what would be read as something else than it is: a method or field name that is no token, a blank in the
+  static constexpr std::string_view lineEnd = "\r\n";
+
+  /// Refuses what would be read as something else than it is: a method or field name that is no token, a space in the
   /// target, a CR, LF or NUL anywhere.
   RequestFraming compose(const RequestHead& head, bool hasBody);
   /// What was composed last, with the blank line at its end.

@@ -116,7 +116,7 @@ bool ResponseParser::takeStatusLine(std::string_view line) {
 }
 
 bool ResponseParser::takeField(std::string_view line, const char* section) {
-  if (detail::isBlank(line.front())) {
+  if (detail::isSpaceOrTab(line.front())) {
     if (fields_.empty()) return refuse("the header line " + quoted(line) + " continues nothing");
     const Field& last = fields_.back();
     return refuse("the header field " + quoted({section + last.name, last.nameBytes}) + " is folded");
@@ -144,8 +144,8 @@ bool ResponseParser::refuseName(std::string_view line) {
   const std::size_t colon = line.find(':');
   if (colon == line.npos) return refuse("the header line " + quoted(line) + " has no colon");
   const std::string_view name = line.substr(0, colon);
-  const bool isSpaced = !name.empty() && detail::isBlank(name.back()) && detail::isToken(detail::trimmed(name));
-  return refuse(isSpaced ? "the header field " + quoted(detail::trimmed(name)) + " has a blank before its colon"
+  const bool isSpaced = !name.empty() && detail::isSpaceOrTab(name.back()) && detail::isToken(detail::trimmed(name));
+  return refuse(isSpaced ? "the header field " + quoted(detail::trimmed(name)) + " has a space before its colon"
                          : "the header field name " + quoted(name) + " is malformed");
 }
 

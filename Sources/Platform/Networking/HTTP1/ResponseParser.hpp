@@ -37,7 +37,7 @@ class ResponseParser {
   static constexpr std::size_t maximumInterimHeads = 200;
 
   enum class Event : std::uint8_t {
-    incomplete,  ///< what was not consumed is the beginning of something; it must come again, with more behind it
+    incomplete,  ///< what was not consumed is the beginning of something; it must come again, with more after it
     interim,     ///< a head with a status of 1xx; another head follows
     head,        ///< the final head: `head()`
     body,        ///< bytes of the body
@@ -65,7 +65,7 @@ class ResponseParser {
   int statusCode() const { return head_.statusCode; }
   /// After `interim` and `head`, as long as the input stays where it is, and until `next`.
   const ResponseHeadView& head() const { return head_; }
-  /// After `end`, as `head`: the fields behind a body in chunks.
+  /// After `end`, as `head`: the fields after a body in chunks.
   std::span<const FieldView> trailers() const { return views_; }
   const Failure& failure() const { return failure_; }
   /// After `head`: whether the end of this response can leave the connection ready for another one (RFC 9112, 9.3).

@@ -46,7 +46,7 @@ const nghttp2_session_callbacks* HTTP2Callbacks::table() {
   return shared;
 }
 
-/// Reads the body's next bytes to where their frame will stand in the output, behind its header.
+/// Reads the body's next bytes to where their frame will stand in the output, after its header.
 ssize_t HTTP2Callbacks::readBody(nghttp2_session*, std::int32_t, std::uint8_t*, std::size_t length,
                                  std::uint32_t* flags, nghttp2_data_source* source, void* user) {
   auto& stream = *static_cast<HTTP2Stream*>(source->ptr);

@@ -82,7 +82,7 @@ void HTTP2Connection::retire() {
   if (!isInTurn_) endTurn();
 }
 
-/// Whatever was queued is sent soon; at the end of this turn, if there is one.
+/// Whatever was queued is sent soon; at the end of this iteration, if there is one.
 void HTTP2Connection::wantTurn() {
   if (!isInTurn_ && state_ != State::closed) loop_.defer(*this);
 }
@@ -94,7 +94,7 @@ void HTTP2Connection::streamReadable() {
 
 void HTTP2Connection::streamWritable() { runDeferred(); }
 
-/// A turn: reads what is there, then writes what came of it.
+/// One iteration: reads what is there, then writes what came of it.
 void HTTP2Connection::runDeferred() {
   isInTurn_ = true;
   if (reading_ == Reading::unread) readTurn();
@@ -221,7 +221,7 @@ void HTTP2Connection::serverGoesAway(std::int32_t last, std::uint32_t code) {
 
 void HTTP2Connection::streamClosed(HTTP2Stream& stream, std::uint32_t code) {
   const auto reset = stream.resetCode;
-  if (code == NGHTTP2_REFUSED_STREAM && !stream.isAnswered()) {
+  if (code == NGHTTP2_REFUSED_STREAM && !stream.responseBegan()) {
     stream.refused("the server refused the HTTP/2 stream");
   } else if (reset) {
     const std::string name = nghttp2_http2_strerror(*reset);

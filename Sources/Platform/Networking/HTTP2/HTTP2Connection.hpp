@@ -18,9 +18,9 @@ namespace platform::networking {
 
 /// A connection that speaks HTTP/2 (RFC 9113): many exchanges at a time, over one stream of bytes.
 ///
-/// What is sent in one turn of the loop goes out with one write. Bytes are parsed where they were received. A body that
-/// is not wanted at the moment (`setReading`) goes on for what its window allows, at most 4 MiB, and is handed on.
-/// Nothing is told of the connection itself in the middle of a turn: `HTTPConnectionOwner` is called at its end.
+/// What is sent in one iteration of the loop goes out with one write. Bytes are parsed where they were received. A body
+/// that is not wanted at the moment (`setReading`) goes on for what its window allows, at most 4 MiB, and is handed on.
+/// Nothing is told of the connection itself in the middle of an iteration: `HTTPConnectionOwner` is called at its end.
 class HTTP2Connection final : public HTTPConnection,
                               private HTTP2SessionEvents,
                               private StreamOwner,
@@ -30,7 +30,7 @@ class HTTP2Connection final : public HTTPConnection,
   /// A server that is silent for so long, while exchanges wait, is asked for a sign of life; as long after that, the
   /// connection is given up.
   static constexpr Duration silenceBeforePing = std::chrono::seconds(15);
-  /// After so much is read in a turn, others come first.
+  /// After so much is read in an iteration, others come first.
   static constexpr std::size_t fairShareBytes = std::size_t{256} * 1024;
 
   /// The preface goes out with the first request, or in the next iteration.
@@ -53,7 +53,7 @@ class HTTP2Connection final : public HTTPConnection,
     draining,  ///< takes no more exchanges
     closed
   };
-  /// What the end of this turn has to see to.
+  /// What the end of this iteration has to see to.
   enum class Reading : std::uint8_t {
     idle,     ///< nothing is there
     unread,   ///< there may be more to read
@@ -95,7 +95,7 @@ class HTTP2Connection final : public HTTPConnection,
   TimePoint lastSign_;                   // of life of the server, or when it was first asked for something
   std::string farewell_;                 // what the server gave as the reason when it went away
   std::optional<Failure> writeFailure_;  // nothing can be sent any more; what was received is read to its end
-  std::optional<Failure> failure_;       // why the connection ends, at the end of this turn
+  std::optional<Failure> failure_;       // why the connection ends, at the end of this iteration
 };
 
 }  // namespace platform::networking

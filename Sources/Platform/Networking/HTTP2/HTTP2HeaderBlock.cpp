@@ -25,8 +25,9 @@ bool isName(std::string_view text) {
 
 bool isValue(std::string_view text) {
   if (text.empty()) return true;
-  // Blanks around it are forbidden here (RFC 9113, 8.2.1), while HTTP/1.1 takes them off.
-  return !detail::isBlank(text.front()) && !detail::isBlank(text.back()) && !detail::holdsLineBreakOrNUL(text);
+  // Spaces around it are forbidden here (RFC 9113, 8.2.1), while HTTP/1.1 takes them off.
+  return !detail::isSpaceOrTab(text.front()) && !detail::isSpaceOrTab(text.back()) &&
+         !detail::holdsLineBreakOrNUL(text);
 }
 
 bool belongsToAConnection(std::string_view name) {

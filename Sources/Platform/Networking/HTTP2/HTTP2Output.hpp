@@ -26,7 +26,7 @@ class HTTP2Output {
   std::size_t size() const { return size_; }
   Bytes pending() const { return {buffer_.get() + written_, size_ - written_}; }
 
-  /// Room behind the last byte; what is written there counts from `commit` on.
+  /// Room after the last byte; what is written there counts from `commit` on.
   std::span<std::byte> room(std::size_t count);
   void commit(std::size_t count) { size_ += count; }
   void append(const void* bytes, std::size_t count) {

@@ -16,7 +16,7 @@ void HTTP2Stream::begin(RequestStream& exchange) {
   upload_ = body_ ? Upload::sending : Upload::complete;
   response_ = Response::awaited;
   isBegun_ = false;
-  isAnswered_ = false;
+  responseBegan_ = false;
   isReading_ = true;
   interimResponses_ = 0;
   bodyTaken_ = 0;
@@ -82,7 +82,7 @@ void HTTP2Stream::written(std::size_t bodyBytes, bool isWhole) {
 
 HTTP2Stream::Step HTTP2Stream::takeFields(HTTP2HeaderBlock& block, bool isLast) {
   if (!exchange_) return Step::goOn;
-  isAnswered_ = true;
+  responseBegan_ = true;
   exchange_->progressed();
   if (!exchange_) return Step::abandoned;
   if (response_ == Response::awaited) return takeHead(block, isLast);
@@ -146,7 +146,7 @@ void HTTP2Stream::refused(std::string message) {
 }
 
 void HTTP2Stream::tellFailure(Failure failure, Delivery delivery) {
-  const bool responseBegan = isAnswered_;
+  const bool responseBegan = responseBegan_;
   if (RequestStream* const exchange = detach()) exchange->failed({std::move(failure), delivery, responseBegan});
 }
 

@@ -75,7 +75,7 @@ class HTTP2Stream {
   void refused(std::string message);
 
   /// Whether a byte of the response has arrived.
-  bool isAnswered() const { return isAnswered_; }
+  bool responseBegan() const { return responseBegan_; }
 
   /// Whether the body is wanted at the moment. The bytes that the window is to be given back for now.
   std::size_t setReading(bool isWanted);
@@ -99,8 +99,8 @@ class HTTP2Stream {
   RequestBody* body_ = nullptr;
   Upload upload_ = Upload::complete;
   Response response_ = Response::awaited;
-  bool isBegun_ = false;     // bytes of the request were given to the system
-  bool isAnswered_ = false;  // bytes of the response arrived
+  bool isBegun_ = false;        // bytes of the request were given to the system
+  bool responseBegan_ = false;  // bytes of the response arrived
   bool isReading_ = true;
   std::uint8_t interimResponses_ = 0;
   std::uint64_t bodyTaken_ = 0;

@@ -95,7 +95,7 @@ class EventLoop {
   void removeObserver(SleepObserver& observer) { std::erase(observers_, &observer); }
   /// The time at which the present iteration began.
   TimePoint now() const { return now_; }
-  /// Scratch space that whoever reads now may use until the next read.
+  /// Scratch space that the current reader may use until the next read.
   std::span<std::byte> receiveBuffer() { return {receiveBuffer_.get(), receiveBufferBytes}; }
   /// Hands a finished piece of work to a queue at the end of this iteration.
   void deliver(const DispatchQueue& queue, Block block);

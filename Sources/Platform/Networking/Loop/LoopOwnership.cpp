@@ -117,10 +117,10 @@ bool LoopOwnership::tryAcquire() { return tell(Event::acquire) != Action::refuse
 void LoopOwnership::interrupt() { carryOut(tell(Event::interrupt)); }
 
 void LoopOwnership::stop() {
-  if (detail::ForkGuard::isForkedChild()) return;  // whoever owned the loop is not here
+  if (detail::ForkGuard::isForkedChild()) return;  // its owner is not here
   carryOut(tell(Event::stop));
   const detail::MutexLock lock(mutex_);
-  // A turn takes microseconds; the bound is for an exit from inside the loop's own turn.
+  // An iteration takes microseconds; the bound is for an exit from inside the loop's own iteration.
   stopped_.waitUntil(mutex_, std::chrono::steady_clock::now() + std::chrono::seconds(1),
                      [&]() CORVANE_REQUIRES(mutex_) { return !states_.isOwned(); });
 }

@@ -10,7 +10,7 @@ namespace platform::networking {
 
 namespace {
 
-/// Long enough that a burst of answers does not count as work without end, short beside any network.
+/// Long enough that a burst of responses does not count as work without end, short beside any network.
 constexpr Duration countedSpan = std::chrono::milliseconds(2);
 constexpr Duration lookInterval = std::chrono::seconds(1);
 

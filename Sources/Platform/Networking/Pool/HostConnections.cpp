@@ -113,7 +113,7 @@ void HostConnections::withdraw(Exchange& exchange, bool hasTimedOut) {
   }
   if (exchange.state() != Exchange::State::connection) return;
   if (hasTimedOut && exchange.pending_) {
-    // Whatever holds it up holds up whoever would inherit it.
+    // Whatever holds it up holds up its heirs, too.
     endPending(*std::exchange(exchange.pending_, nullptr));
     waiting_.remove(exchange);
     connectForAllWhoWait();

@@ -18,14 +18,14 @@ class PendingConnection final : private ConnectorOwner {
   PendingConnection& operator=(const PendingConnection&) = delete;
 
   void start() { connector_.start(); }
-  /// Whom it is made for; null: for whoever can use it.
+  /// Whom it is made for; null: for any that can use it.
   Exchange* exchange() const { return exchange_; }
   void setExchange(Exchange* exchange) { exchange_ = exchange; }
   /// Whether only the verdict on the server holds it up.
   bool isBeingJudged() const { return connector_.phase() == Connector::Phase::judging; }
   const std::shared_ptr<const TrustQuery>& query() const { return query_; }
   /// The verdict is for the server.
-  void accept() { connector_.answer(true); }
+  void accept() { connector_.applyVerdict(true); }
 
  private:
   void connectorProgressed(Connector& connector) override;

@@ -6,12 +6,14 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <string_view>
 
 #include "Platform/Networking/Failure.hpp"
 
 namespace platform::networking {
 
 using Bytes = std::span<const std::byte>;
+inline Bytes bytesOf(std::string_view text) { return std::as_bytes(std::span(text.data(), text.size())); }
 
 /// How reading or writing went.
 enum class IOStatus : std::uint8_t {
@@ -25,7 +27,7 @@ struct IOResult {
   IOStatus status = IOStatus::wouldBlock;
   std::size_t count = 0;
   /// With `done`, reading: nothing more is there for the moment, so the next read would only say `wouldBlock`. The
-  /// owner may end its turn without asking.
+  /// owner may end its iteration without asking.
   bool isDrained = false;
 };
 

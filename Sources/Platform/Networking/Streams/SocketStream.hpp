@@ -43,7 +43,7 @@ class SocketStream final : public ByteStream, private Watcher {
   EventLoop& loop_;
   detail::FileDescriptor socket_;
   std::optional<Failure> failure_;
-  /// Set by the destructor, for whoever calls the owner.
+  /// Set by the destructor, for those who call the owner.
   bool* isGone_ = nullptr;
   bool waitsForWriting_ = false;
   /// The end, or an error, follows what can be read: a short read does not mean that nothing is left.

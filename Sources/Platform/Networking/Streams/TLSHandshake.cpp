@@ -112,7 +112,7 @@ Failure TLSStream::reasonOfHandshake() const {
   return failureOfLibrary(true);
 }
 
-void TLSStream::answer(bool isTrusted) {
+void TLSStream::applyVerdict(bool isTrusted) {
   verdict_ = isTrusted ? Verdict::trusted : Verdict::refused;
   state_ = State::handshaking;
 }

@@ -22,13 +22,13 @@ namespace platform::networking {
 /// A TLS connection over another stream, from the client's side.
 ///
 /// `handshake` comes first: until it says `open`, `streamReadable` means to call it again. It pauses while the server
-/// is judged; nothing goes to the server meanwhile. The end of the stream is `closed` only behind the server's closing
+/// is judged; nothing goes to the server meanwhile. The end of the stream is `closed` only after the server's closing
 /// alert (RFC 8446, 6.1); without it, reading fails.
 class TLSStream final : public ByteStream, private StreamOwner, private Deferred {
  public:
   enum class State : std::uint8_t {
     handshaking,  ///< waits for the server
-    judging,      ///< waits for `answer`
+    judging,      ///< waits for `applyVerdict`
     open,         ///< can be read and written
     failed        ///< `failure` says why
   };
@@ -42,7 +42,7 @@ class TLSStream final : public ByteStream, private StreamOwner, private Deferred
   /// As received, the server's own first. Kept only while the server is to be judged.
   const std::vector<SecCertificate>& chain() const { return chain_; }
   /// The verdict on the server; `handshake` then goes on, or fails with `serverNotTrusted`. Requires: it is `judging`.
-  void answer(bool isTrusted);
+  void applyVerdict(bool isTrusted);
   /// As agreed in the handshake (RFC 7301); empty when nothing was.
   std::string_view agreedProtocol() const;
   bool wasResumed() const;

@@ -16,8 +16,8 @@ namespace platform::networking {
 /// The encrypted side of a TLS connection: stands between OpenSSL and the stream that carries its records.
 ///
 /// OpenSSL never waits for writing: what the stream does not take is kept here, a record at most in regular use, and
-/// leaves with `flush`. What cannot be written any more is dropped as if it were under way, so that whoever reads still
-/// gets what the peer said.
+/// leaves with `flush`. What cannot be written any more is dropped as if it were under way, so that a reader still
+/// gets what the peer sent.
 class TLSTransport {
  public:
   /// More than this left over is a peer that makes us speak and does not listen.
@@ -35,7 +35,7 @@ class TLSTransport {
   /// Begins a call to OpenSSL that may read, at most so many bytes: a peer that sends records without content must not
   /// keep the call from ever returning.
   void beginTurn(std::size_t limit);
-  /// OpenSSL was told in this turn to come again, because the stream had no more or the limit was reached.
+  /// OpenSSL was told in this iteration to come again, because the stream had no more or the limit was reached.
   bool isBlocked() const { return isBlocked_; }
   bool isTurnOver() const { return isTurnOver_; }
   /// The stream has more to read, or to tell.

@@ -41,7 +41,7 @@ class Uses {
     std::atexit([] { shared().close(); });
   }
   void close() {
-    if (ForkGuard::isForkedChild()) return;  // whoever used it is not here
+    if (ForkGuard::isForkedChild()) return;  // its user is not here
     MutexLock lock(mutex_);
     isClosed_ = true;
     changed_.waitUntil(mutex_, std::chrono::steady_clock::now() + std::chrono::seconds(1),

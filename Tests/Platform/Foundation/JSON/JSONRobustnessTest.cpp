@@ -141,11 +141,11 @@ TEST(DecodingFieldTableTest, staysWithinThePaddingOfADocument) {
             7);
 }
 
-std::string nested(std::size_t depth, const std::string& inside, const std::string& behind) {
+std::string nested(std::size_t depth, const std::string& inside, const std::string& after) {
   std::string text;
   for (std::size_t level = 0; level < depth; ++level) text += R"({"in":[)";
   text += inside;
-  for (std::size_t level = 0; level < depth; ++level) text += "]" + behind + "}";
+  for (std::size_t level = 0; level < depth; ++level) text += "]" + after + "}";
   return text;
 }
 

@@ -20,7 +20,7 @@ class RecordingConnectorOwner final : public ConnectorOwner {
   void connectorProgressed(Connector&) override { ++progress; }
   void connectorAsksTrust(Connector& connector, std::shared_ptr<const TrustQuery> asked) override {
     query = std::move(asked);
-    if (verdict) connector.answer(*verdict);
+    if (verdict) connector.applyVerdict(*verdict);
   }
   void connectorOpened(Connector&, OpenStream made) override { open = std::move(made); }
   void connectorFailed(Connector&, Failure reason) override { failure = std::move(reason); }

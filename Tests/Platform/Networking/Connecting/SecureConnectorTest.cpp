@@ -66,7 +66,7 @@ TEST_P(SecureConnectorVersionTest, waitsForTheVerdict) {
   EXPECT_EQ(late.phase(), Connector::Phase::judging);
   EXPECT_EQ(server.connections().at(0).tlsVersion, "") << "The handshake went on.";
 
-  late.answer(true);
+  late.applyVerdict(true);
 
   EXPECT_TRUE(runUntil(loop, [&] { return owner.isDone(); }));
   EXPECT_TRUE(owner.open);
@@ -126,7 +126,7 @@ TEST_P(SecureConnectorVersionTest, keepsNoSessionOfAHandshakeThatBeganBeforeTheT
   ASSERT_TRUE(runUntil(loop, [&] { return owner.query != nullptr; }));
 
   context->forget();
-  late.answer(true);
+  late.applyVerdict(true);
 
   ASSERT_TRUE(runUntil(loop, [&] { return owner.isDone(); }));
   ASSERT_TRUE(owner.open);
@@ -162,7 +162,7 @@ class DestroyingOwner final : public ConnectorOwner {
     if (when_ == When::question || when_ == When::progress) {
       connector.reset();
     } else {
-      asking.answer(when_ == When::opened);
+      asking.applyVerdict(when_ == When::opened);
     }
   }
   void connectorOpened(Connector&, OpenStream) override { destroyIf(When::opened); }
@@ -237,7 +237,7 @@ TEST_F(SecureConnectorTest, failsWhenTheConnectionIsResetInTheHandshake) {
 
   latch.open();
   ASSERT_TRUE(server.waitUntilAllClosed());
-  late.answer(true);
+  late.applyVerdict(true);
 
   ASSERT_TRUE(runUntil(loop, [&] { return owner.isDone(); }));
   ASSERT_TRUE(owner.failure);

@@ -2,7 +2,7 @@
 
 #include "ConnectionHarness.hpp"
 
-/// Where the bodies of responses go, and what becomes of those that nobody wants.
+/// Where the bodies of responses go, and how unwanted ones are drained.
 namespace platform::networking {
 namespace {
 
@@ -156,7 +156,7 @@ TEST_F(HTTP1ResponseBodyTest, mayBreakWhereNobodyWantsIt) {
   EXPECT_EQ(unwanted.log(), "began | sent | head 302 | end");
 }
 
-TEST_F(HTTP1ResponseBodyTest, isNoneInAnswerToHEAD) {
+TEST_F(HTTP1ResponseBodyTest, isNoneInResponseToHEAD) {
   connect();
   ScriptedExchange head("HEAD");
   connection->start(head);

@@ -165,8 +165,8 @@ TEST(ResponseParserTest, keepsOtherControlCharactersInValues) {
 
 TEST(ResponseParserTest, refusesASpaceBeforeTheColonOfAnyField) {
   EXPECT_EQ(messageFor(headWith({"Transfer-Encoding : chunked"})),
-            "the header field \"Transfer-Encoding\" has a blank before its colon");
-  EXPECT_EQ(messageFor(headWith({"X\t: 1"})), "the header field \"X\" has a blank before its colon");
+            "the header field \"Transfer-Encoding\" has a space before its colon");
+  EXPECT_EQ(messageFor(headWith({"X\t: 1"})), "the header field \"X\" has a space before its colon");
 }
 
 TEST(ResponseParserTest, refusesMalformedFieldNames) {

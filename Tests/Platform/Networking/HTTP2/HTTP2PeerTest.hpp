@@ -10,7 +10,7 @@ class HTTP2PeerTest : public HTTP2Test {
  protected:
   /// Until neither side has anything more to say.
   void settle() {
-    for (int turn = 0; turn < 10000; ++turn) {
+    for (int iteration = 0; iteration < 10000; ++iteration) {
       run();
       const bool hasTaken = !wire.written().empty();
       ASSERT_TRUE(server->take());

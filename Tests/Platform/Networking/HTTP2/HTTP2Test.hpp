@@ -29,7 +29,7 @@ class HTTP2Test : public testing::Test, public HTTPConnectionOwner {
 
   /// Lets the connection do what it has to.
   void run() {
-    for (int turn = 0; turn < 4; ++turn) loop.iterate(Duration::zero());
+    for (int iteration = 0; iteration < 4; ++iteration) loop.iterate(Duration::zero());
   }
   void start(RecordedExchange& exchange) {
     connection->start(exchange);

@@ -72,7 +72,7 @@ TEST_F(HTTP2UploadTest, isNotAskedWhileThePiecesArePending) {
   const int asked = body.asked();
   const int writes = wire.writes();
 
-  for (int turn = 0; turn < 100; ++turn) loop.iterate(Duration::zero());
+  for (int iteration = 0; iteration < 100; ++iteration) loop.iterate(Duration::zero());
 
   EXPECT_EQ(body.asked(), asked);
   EXPECT_EQ(wire.writes(), writes);
@@ -90,7 +90,7 @@ TEST_F(HTTP2UploadTest, waitsForAWindowWithoutSpinning) {
   const int writes = wire.writes();
   const int reads = wire.reads();
 
-  for (int turn = 0; turn < 100; ++turn) loop.iterate(Duration::zero());
+  for (int iteration = 0; iteration < 100; ++iteration) loop.iterate(Duration::zero());
   EXPECT_EQ(wire.writes(), writes);
   EXPECT_EQ(wire.reads(), reads);
   server->openWindow(1, 3);
@@ -162,7 +162,7 @@ TEST_F(HTTP2UploadTest, endsWithACompleteResponse) {
     EXPECT_EQ(connection->active(), 0U);
     EXPECT_EQ(connection->capacity(), 100U);
     const int writes = wire.writes();
-    for (int turn = 0; turn < 100; ++turn) loop.iterate(Duration::zero());
+    for (int iteration = 0; iteration < 100; ++iteration) loop.iterate(Duration::zero());
     EXPECT_EQ(wire.writes(), writes);
   }
 }

@@ -21,7 +21,7 @@ INSTANTIATE_TEST_SUITE_P(TLSHandshakeTest, TLSHandshakeVersionTest, testing::Val
 TEST_P(TLSHandshakeVersionTest, sendsNothingBeforeTheVerdict) {
   makePeer(version());
   stream->handshake();
-  peer->turn();
+  peer->listenAndSend();
   ASSERT_EQ(stream->handshake(), State::judging);
   EXPECT_THAT(stream->chain(), SizeIs(1));
 
@@ -37,7 +37,7 @@ TEST_P(TLSHandshakeVersionTest, goesOnAfterTheVerdict) {
   connect(version());
 
   EXPECT_EQ(write("GET /").count, 5U);
-  peer->turn();
+  peer->listenAndSend();
 
   EXPECT_EQ(peer->received(), "GET /");
   EXPECT_FALSE(stream->wasResumed());
@@ -47,7 +47,7 @@ TEST_P(TLSHandshakeVersionTest, endsWithAnAlertWhenTheServerIsRefused) {
   makePeer(version());
   talk();
 
-  stream->answer(false);
+  stream->applyVerdict(false);
   EXPECT_EQ(stream->handshake(), State::failed);
   peer->listen();
 
@@ -62,12 +62,12 @@ TEST_P(TLSHandshakeVersionTest, takesAByteAtATime) {
   peer->sendByteByByte();
   talk();
   ASSERT_EQ(stream->handshake(), State::judging);
-  stream->answer(true);
+  stream->applyVerdict(true);
   talk();
   ASSERT_EQ(stream->handshake(), State::open);
 
   peer->write("hello");
-  peer->turn();
+  peer->listenAndSend();
 
   EXPECT_EQ(received, "hello");
 }
@@ -84,7 +84,7 @@ TEST_P(TLSHandshakeVersionTest, failsWhereverTheServerBreaksItOff) {
     if (cut >= flight.size()) break;
     wire.receive(flight.substr(0, cut));
     const bool wasAsked = stream->handshake() == State::judging;
-    if (wasAsked) stream->answer(true);
+    if (wasAsked) stream->applyVerdict(true);
 
     wire.receiveEnd();
 
@@ -98,7 +98,7 @@ TEST_P(TLSHandshakeVersionTest, failsWhenItsLastFlightCannotLeave) {
   talk();
   wire.failWritesAfter(0, {FailureCause::connectionLost, "reset", 104});
 
-  stream->answer(true);
+  stream->applyVerdict(true);
   talk();
 
   EXPECT_EQ(stream->handshake(), State::failed);
@@ -109,7 +109,7 @@ TEST_P(TLSHandshakeVersionTest, failsWhenItsLastFlightCannotLeave) {
 TEST_F(TLSHandshakeTest, saysWhenTheServerWantsACertificateBeforeTLS13) {
   makePeer({.newest = TLS1_2_VERSION, .requiresCertificate = true});
   talk();
-  stream->answer(true);
+  stream->applyVerdict(true);
 
   talk();
 
@@ -120,7 +120,7 @@ TEST_F(TLSHandshakeTest, saysWhenTheServerWantsACertificateBeforeTLS13) {
 TEST_F(TLSHandshakeTest, saysWhenTheServerWantsACertificateWithTLS13) {
   makePeer({.oldest = TLS1_3_VERSION, .requiresCertificate = true});
   talk();
-  stream->answer(true);
+  stream->applyVerdict(true);
 
   talk();
 

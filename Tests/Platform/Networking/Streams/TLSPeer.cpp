@@ -65,7 +65,7 @@ void TLSPeer::listen() {
   if (SSL_get_error(ssl_.get(), count) == SSL_ERROR_SSL) refusal_ = ERR_GET_REASON(ERR_get_error());
 }
 
-void TLSPeer::turn() {
+void TLSPeer::listenAndSend() {
   listen();
   const std::string output = takeOutput();
   if (output.empty()) return;

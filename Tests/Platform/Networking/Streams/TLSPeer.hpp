@@ -18,7 +18,7 @@ class TLSPeer {
     int oldest = TLS1_2_VERSION;
     int newest = TLS1_3_VERSION;
     bool requiresCertificate = false;
-    /// As ALPN spells them: each behind its length. Empty: none is chosen.
+    /// As ALPN spells them: each after its length. Empty: none is chosen.
     std::string protocols;
   };
 
@@ -28,10 +28,10 @@ class TLSPeer {
   /// Takes what the client wrote, and goes on with the handshake, or reads. What it has to say stays in `takeOutput`.
   void listen();
   /// The same, and sends what it has to say.
-  void turn();
+  void listenAndSend();
   /// What it has to say to the client, encrypted.
   std::string takeOutput();
-  /// From now on each byte that `turn` sends is an event of its own.
+  /// From now on each byte that `listenAndSend` sends is an event of its own.
   void sendByteByByte() { isByteByByte_ = true; }
 
   bool isConnected() const { return SSL_is_init_finished(ssl_.get()); }
@@ -42,7 +42,7 @@ class TLSPeer {
   /// Whether the client said that it will not send more.
   bool heardGoodbye() const { return (SSL_get_shutdown(ssl_.get()) & SSL_RECEIVED_SHUTDOWN) != 0; }
 
-  // Each leaves with `turn` or `takeOutput`.
+  // Each leaves with `listenAndSend` or `takeOutput`.
   void write(std::string_view content);
   void sayGoodbye() { SSL_shutdown(ssl_.get()); }
   /// Asks for another handshake. Requires: TLS 1.2.

@@ -25,7 +25,7 @@ TEST_F(TLSStreamTest, readsUntilTheClosingAlert) {
 
   peer->write("hello");
   peer->sayGoodbye();
-  peer->turn();
+  peer->listenAndSend();
 
   EXPECT_EQ(received, "hello");
   EXPECT_EQ(last, IOStatus::closed);
@@ -35,7 +35,7 @@ TEST_F(TLSStreamTest, failsWhenTheStreamEndsWithoutTheClosingAlert) {
   connect();
 
   peer->write("hello");
-  peer->turn();
+  peer->listenAndSend();
   wire.receiveEnd();
 
   EXPECT_EQ(received, "hello");
@@ -93,7 +93,7 @@ TEST_F(TLSStreamTest, saysWhenNothingIsLeft) {
   connect();
   keepsReading = false;
   peer->write("hello");
-  peer->turn();
+  peer->listenAndSend();
 
   std::array<std::byte, 100> room;
   const IOResult result = stream->read(room);
@@ -137,7 +137,7 @@ TEST_F(TLSStreamTest, sendsSmallPiecesInOneRecord) {
 
   EXPECT_EQ(stream->write(pieces).count, head.size() + body.size());
   EXPECT_EQ(wire.writes(), before + 1);
-  peer->turn();
+  peer->listenAndSend();
 
   EXPECT_EQ(peer->received(), head + body);
 }
@@ -151,7 +151,7 @@ TEST_F(TLSStreamTest, sendsPiecesOfEachSizeInTheirOrder) {
     const std::size_t before = peer->received().size();
 
     EXPECT_EQ(stream->write(pieces).count, whole.size());
-    peer->turn();
+    peer->listenAndSend();
 
     EXPECT_EQ(peer->received().substr(before), whole) << cut;
   }
@@ -169,10 +169,10 @@ TEST_F(TLSStreamTest, waitsWhenTheConnectionTakesNoMore) {
   for (int i = 0; i < 100 && sent < whole.size(); ++i) {
     wire.allowWrites(5'000);
     sent += write(whole.substr(sent)).count;
-    peer->turn();
+    peer->listenAndSend();
   }
   wire.allowWrites(corvane::testing::MemoryWire::unlimited);
-  peer->turn();
+  peer->listenAndSend();
 
   EXPECT_GE(writable, 1);
   EXPECT_EQ(peer->received(), whole);
@@ -190,7 +190,7 @@ TEST_F(TLSStreamTest, sendsAFile) {
     ASSERT_EQ(result.status, IOStatus::done);
     if (result.count == 0) break;
     offset += static_cast<off_t>(result.count);
-    peer->turn();
+    peer->listenAndSend();
   }
 
   EXPECT_EQ(peer->received(), content);
@@ -218,8 +218,8 @@ TEST_F(TLSStreamTest, refusesAnotherHandshake) {
   connect({.newest = TLS1_2_VERSION});
 
   peer->askForAnotherHandshake();
-  peer->turn();
-  peer->turn();
+  peer->listenAndSend();
+  peer->listenAndSend();
 
   EXPECT_EQ(peer->refusal(), SSL_R_NO_RENEGOTIATION);
   EXPECT_EQ(stream->handshake(), TLSStream::State::open);
@@ -230,9 +230,9 @@ TEST_F(TLSStreamTest, changesItsKeysWhenAsked) {
   connect({.oldest = TLS1_3_VERSION});
 
   peer->askForNewKeys();
-  peer->turn();
+  peer->listenAndSend();
   EXPECT_EQ(write("with new keys").count, 13U);
-  peer->turn();
+  peer->listenAndSend();
 
   EXPECT_EQ(peer->received(), "with new keys");
 }

@@ -30,13 +30,13 @@ class TLSStreamTest : public testing::Test, protected StreamOwner {
   /// Until neither side has anything to say.
   void talk() {
     stream->handshake();
-    for (int i = 0; i < 10; ++i) peer->turn();
+    for (int i = 0; i < 10; ++i) peer->listenAndSend();
   }
   void connect(TLSPeer::Options options = {}) {
     makePeer(std::move(options));
     talk();
     ASSERT_EQ(stream->handshake(), TLSStream::State::judging);
-    stream->answer(true);
+    stream->applyVerdict(true);
     talk();
     ASSERT_EQ(stream->handshake(), TLSStream::State::open);
     ASSERT_TRUE(peer->isConnected());

@@ -39,7 +39,7 @@ class ScriptedTrust final : public TrustOperations {
   std::vector<bool> anchorsOnly;
 };
 
-class ServerTrustAnswerTest : public ::testing::Test {
+class ServerTrustResponseTest : public ::testing::Test {
  protected:
   URL file(const std::string& name, const std::string& bytes) {
     const std::string path = directory_.path().string() + "/" + name;
@@ -66,46 +66,47 @@ class ServerTrustAnswerTest : public ::testing::Test {
   const CertificateAuthority otherRoot_{"Other Root"};
 };
 
-TEST_F(ServerTrustAnswerTest, leavesAChallengeWithoutServerTrustToDefaultHandling) {
-  const auto response = answerToChallenge({}, {certificateFile("root.der", root_)});
+TEST_F(ServerTrustResponseTest, leavesAChallengeWithoutServerTrustToDefaultHandling) {
+  const auto response = respondToChallenge({}, {certificateFile("root.der", root_)});
 
   EXPECT_EQ(response.first, AuthChallengeDisposition::performDefaultHandling);
   EXPECT_FALSE(response.second);
 }
 
-TEST_F(ServerTrustAnswerTest, leavesEveryChallengeToDefaultHandlingWithoutCertificates) {
-  const auto response = answerToChallenge(challenge(root_), {});
+TEST_F(ServerTrustResponseTest, leavesEveryChallengeToDefaultHandlingWithoutCertificates) {
+  const auto response = respondToChallenge(challenge(root_), {});
 
   EXPECT_EQ(response.first, AuthChallengeDisposition::performDefaultHandling);
   EXPECT_FALSE(response.second);
 }
 
-TEST_F(ServerTrustAnswerTest, acceptsAServerThroughARegisteredCertificate) {
+TEST_F(ServerTrustResponseTest, acceptsAServerThroughARegisteredCertificate) {
   const auto asked = challenge(root_);
 
-  const auto response = answerToChallenge(asked, {certificateFile("root.der", root_)});
+  const auto response = respondToChallenge(asked, {certificateFile("root.der", root_)});
 
   EXPECT_EQ(response.first, AuthChallengeDisposition::useCredential);
   ASSERT_TRUE(response.second);
   EXPECT_EQ(response.second->trust, asked.protectionSpace.serverTrust);
 }
 
-TEST_F(ServerTrustAnswerTest, leavesAnUntrustedServerToDefaultHandling) {
-  const auto response = answerToChallenge(challenge(otherRoot_), {certificateFile("root.der", root_)});
+TEST_F(ServerTrustResponseTest, leavesAnUntrustedServerToDefaultHandling) {
+  const auto response = respondToChallenge(challenge(otherRoot_), {certificateFile("root.der", root_)});
 
   EXPECT_EQ(response.first, AuthChallengeDisposition::performDefaultHandling);
   EXPECT_FALSE(response.second);
 }
 
-TEST_F(ServerTrustAnswerTest, letsOnlyTheLastCertificateCount) {
+TEST_F(ServerTrustResponseTest, letsOnlyTheLastCertificateCount) {
   const URL root = certificateFile("root.der", root_);
   const URL other = certificateFile("other.der", otherRoot_);
 
-  EXPECT_EQ(answerToChallenge(challenge(root_), {root, other}).first, AuthChallengeDisposition::performDefaultHandling);
-  EXPECT_EQ(answerToChallenge(challenge(root_), {other, root}).first, AuthChallengeDisposition::useCredential);
+  EXPECT_EQ(respondToChallenge(challenge(root_), {root, other}).first,
+            AuthChallengeDisposition::performDefaultHandling);
+  EXPECT_EQ(respondToChallenge(challenge(root_), {other, root}).first, AuthChallengeDisposition::useCredential);
 }
 
-TEST_F(ServerTrustAnswerTest, setsEachCertificateAloneAndKeepsTheSystemsAnchors) {
+TEST_F(ServerTrustResponseTest, setsEachCertificateAloneAndKeepsTheSystemsAnchors) {
   EXPECT_TRUE(isTrusted(trust_, {certificateFile("root.der", root_), certificateFile("other.der", otherRoot_)}));
 
   EXPECT_EQ(trust_.anchorSets,
@@ -113,7 +114,7 @@ TEST_F(ServerTrustAnswerTest, setsEachCertificateAloneAndKeepsTheSystemsAnchors)
   EXPECT_EQ(trust_.anchorsOnly, std::vector<bool>{false});
 }
 
-TEST_F(ServerTrustAnswerTest, skipsUnreadableFilesAndWhatIsNoCertificateSilently) {
+TEST_F(ServerTrustResponseTest, skipsUnreadableFilesAndWhatIsNoCertificateSilently) {
   const corvane::testing::LogCapture log;
 
   isTrusted(trust_, {URL::file(directory_.path().string() + "/missing.der"), file("text.der", "no certificate"),
@@ -123,7 +124,7 @@ TEST_F(ServerTrustAnswerTest, skipsUnreadableFilesAndWhatIsNoCertificateSilently
   EXPECT_TRUE(log->records().empty());
 }
 
-TEST_F(ServerTrustAnswerTest, trustsOnlyTheUnspecifiedResult) {
+TEST_F(ServerTrustResponseTest, trustsOnlyTheUnspecifiedResult) {
   const URL root = certificateFile("root.der", root_);
   for (const auto result :
        {SecTrustResult::invalid, SecTrustResult::proceed, SecTrustResult::deny, SecTrustResult::recoverableTrustFailure,
@@ -135,7 +136,7 @@ TEST_F(ServerTrustAnswerTest, trustsOnlyTheUnspecifiedResult) {
   EXPECT_TRUE(isTrusted(trust_, {root}));
 }
 
-TEST_F(ServerTrustAnswerTest, logsAnchorsThatCannotBeSetAndCarriesOn) {
+TEST_F(ServerTrustResponseTest, logsAnchorsThatCannotBeSetAndCarriesOn) {
   const corvane::testing::LogCapture log;
   const URL root = certificateFile("root.der", root_);
   trust_.statusOfSettingAnchors = platform::OSStatus::param;
@@ -156,7 +157,7 @@ TEST_F(ServerTrustAnswerTest, logsAnchorsThatCannotBeSetAndCarriesOn) {
   }
 }
 
-TEST_F(ServerTrustAnswerTest, registersEachCertificateFileOnce) {
+TEST_F(ServerTrustResponseTest, registersEachCertificateFileOnce) {
   Corvane::removeTrustedCertificates();
   Corvane::addTrustedCertificates({"file:///a.der", "file:///b.der"});
   Corvane::addTrustedCertificate("file:///a.der");

@@ -1,8 +1,8 @@
-#include "Platform/Loading/Internal/LocalHost.hpp"
+#include "Platform/Networking/Connecting/LocalHost.hpp"
 
 #include <gtest/gtest.h>
 
-namespace platform::detail {
+namespace platform::networking {
 namespace {
 
 TEST(LocalHostTest, knowsTheNamesAndAddressesOfThisMachine) {
@@ -18,4 +18,4 @@ TEST(LocalHostTest, takesEverythingElseForAnother) {
 }
 
 }  // namespace
-}  // namespace platform::detail
+}  // namespace platform::networking
