@@ -115,64 +115,63 @@ class Walker {
 
   Walk walk(const Roles& roles) {
     visit(worldOf(roles));
-    for (std::size_t index = 0; index < worlds_.size(); ++index) {
+    for (std::uint32_t index = 0; index < worlds_.size(); ++index) {
       if (const auto fault = lookAt(index); !fault.empty()) return {worlds_.size(), fault};
     }
     return {worlds_.size(), everyWorldComesToRest() ? std::string_view() : "threads keep each other busy for ever"};
   }
 
  private:
-  std::string_view lookAt(std::size_t index) {
+  std::string_view lookAt(std::uint32_t index) {
     const World world = worlds_[index];
     if (const auto fault = faultOf(world); !fault.empty()) return fault;
     bool isSilent = true;
     bool isAtRest = true;
-    for (const Step& step : stepsFrom(world, table_)) {
-      const std::size_t next = visit(step.next);
+    steps_.clear();
+    addStepsFrom(world, table_, steps_);
+    for (const Step& step : steps_) {
+      const std::uint32_t next = visit(step.next);
       // Patience is there for idle connections; nothing else may depend on it.
       if (step.cause == Cause::patience) continue;
       isAtRest = false;
       if (step.cause == Cause::thread) isSilent = false;
-      edges_.push_back({next, index});
+      edges_.emplace_back(index, next);
     }
     std::string_view fault;
     if (isSilent) fault = faultInSilence(world);
     if (isAtRest && fault.empty()) fault = faultAtRest(world);
-    if (isAtRest) resting_.push_back(index);
+    if (isAtRest) comesToRest_[index] = true;
     return fault;
   }
 
-  std::size_t visit(const World& world) {
-    const auto [place, isNew] = indices_.try_emplace(world, worlds_.size());
-    if (isNew) worlds_.push_back(world);
+  std::uint32_t visit(const World& world) {
+    const auto [place, isNew] = indices_.try_emplace(world, static_cast<std::uint32_t>(worlds_.size()));
+    if (isNew) {
+      worlds_.push_back(world);
+      comesToRest_.push_back(false);
+    }
     return place->second;
   }
 
   bool everyWorldComesToRest() {
-    std::sort(edges_.begin(), edges_.end());
-    std::vector<bool> isFine(worlds_.size());
-    std::vector<std::size_t> fine = resting_;
-    for (const std::size_t index : fine) isFine[index] = true;
-    while (!fine.empty()) {
-      const std::size_t index = fine.back();
-      fine.pop_back();
-      for (auto edge = std::lower_bound(edges_.begin(), edges_.end(), Edge{index, 0});
-           edge != edges_.end() && edge->first == index; ++edge) {
-        if (isFine[edge->second]) continue;
-        isFine[edge->second] = true;
-        fine.push_back(edge->second);
+    // Backwards, since most steps lead to worlds that were found later.
+    for (bool isNew = true; isNew;) {
+      isNew = false;
+      for (auto step = edges_.rbegin(); step != edges_.rend(); ++step) {
+        if (!comesToRest_[step->second] || comesToRest_[step->first]) continue;
+        comesToRest_[step->first] = true;
+        isNew = true;
       }
     }
-    return std::find(isFine.begin(), isFine.end(), false) == isFine.end();
+    return std::find(comesToRest_.begin(), comesToRest_.end(), false) == comesToRest_.end();
   }
 
-  using Edge = std::pair<std::size_t, std::size_t>;
-
   const OwnershipStates::Table& table_;
-  std::unordered_map<World, std::size_t, WorldHash> indices_;
+  std::unordered_map<World, std::uint32_t, WorldHash> indices_;
   std::vector<World> worlds_;
-  std::vector<Edge> edges_;  ///< from each world back to those before it
-  std::vector<std::size_t> resting_;
+  std::vector<std::pair<std::uint32_t, std::uint32_t>> edges_;  ///< from one world to the next
+  std::vector<bool> comesToRest_;
+  std::vector<Step> steps_;
 };
 
 /// Beside the network thread, from the few worlds to the many: three more threads that drive would make ten million.

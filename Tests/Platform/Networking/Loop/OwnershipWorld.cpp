@@ -113,7 +113,9 @@ class Steps {
         return add([this](World& world, Actor& actor) {
           const Action action = tell(world, Event::graceOver);
           const bool isNeeded = actor.isNeeded || action == Action::takeOver;
-          actor.place = isNeeded ? Place::acquiring : Place::parked;
+          actor.isNeeded = false;
+          actor.place = Place::parked;
+          if (isNeeded) unpark(actor);
           if (action != Action::takeOver) actor.todo = action;
         });
       case Place::stopping:
@@ -236,17 +238,28 @@ class Steps {
     });
   }
 
+  /// What it watched is forgotten: worlds that differ in nothing else are one.
+  static void unpark(Actor& actor) {
+    actor.place = Place::acquiring;
+    actor.watchesEvents = false;
+    actor.looksLater = false;
+  }
+
   void addParked(const Actor& self) {
     const bool seesEvents = self.watchesEvents && (world_.arrived != 0 || world_.isRung);
     if (world_.isCalled || world_.timerFired || seesEvents) {
       add([=](World& world, Actor& actor) {
-        actor.place = world.timerFired ? Place::graceSeen : Place::acquiring;
-        actor.isNeeded = world.isCalled || seesEvents;
+        if (world.timerFired) {
+          actor.place = Place::graceSeen;
+          actor.isNeeded = world.isCalled || seesEvents;
+        } else {
+          unpark(actor);
+        }
         world.isCalled = false;
         world.timerFired = false;
       });
     }
-    if (self.looksLater) add([](World&, Actor& actor) { actor.place = Place::acquiring; }, Cause::patience);
+    if (self.looksLater) add([](World&, Actor& actor) { unpark(actor); }, Cause::patience);
   }
 
   const World& world_;
@@ -273,12 +286,9 @@ void addOthers(const World& world, std::vector<Step>& out) {
 
 }  // namespace
 
-std::vector<Step> stepsFrom(const World& world, const OwnershipStates::Table& table) {
-  std::vector<Step> steps;
-  steps.reserve(2 * World::actorCount);
+void addStepsFrom(const World& world, const OwnershipStates::Table& table, std::vector<Step>& steps) {
   for (std::size_t index = 0; index < World::actorCount; ++index) Steps(world, index, table, steps).add();
   addOthers(world, steps);
-  return steps;
 }
 
 }  // namespace platform::networking

@@ -94,7 +94,7 @@ struct Step {
   Cause cause;
 };
 
-/// What may happen next, one step of one thread at a time.
-std::vector<Step> stepsFrom(const World& world, const OwnershipStates::Table& table);
+/// Adds what may happen next, one step of one thread at a time.
+void addStepsFrom(const World& world, const OwnershipStates::Table& table, std::vector<Step>& steps);
 
 }  // namespace platform::networking
