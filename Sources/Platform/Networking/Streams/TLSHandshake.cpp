@@ -80,18 +80,28 @@ TLSStream::State TLSStream::handshake() {
   if (!use) return failHandshake({FailureCause::secureConnectionFailed, "the process exits", 0});
   const OpenSSLErrorScope errors;
   transport_.beginTurn(handshakeTurnBytes);
-  const int result = SSL_do_handshake(ssl_);
-  // What it wrote last may still wait here; an alert of ours, too.
-  transport_.flush();
-  // Our last flight must have a way to the server.
-  if (result == 1 && !transport_.writeFailure()) {
+  transport_.holdBack();
+  if (SSL_do_handshake(ssl_) == 1) {
     chain_ = {};
+    // Our last flight leaves with what is written next, or by itself in the next iteration.
+    loop_.defer(*this);
     return state_ = State::open;
   }
+  // What it wrote; an alert of ours, too.
+  transport_.flush();
   if (SSL_want_retry_verify(ssl_)) return state_ = State::judging;
   if (!transport_.isBlocked() || transport_.writeFailure()) return failHandshake(reasonOfHandshake());
-  if (transport_.isTurnOver()) loop_.defer(*this);
+  if (transport_.isTurnOver()) readLater();
   return state_;
+}
+
+/// Of the handshake, if it is held back. It must have a way to the server.
+bool TLSStream::sendLastFlight() {
+  if (!transport_.isHeldBack()) return true;
+  transport_.flush();
+  if (!transport_.writeFailure()) return true;
+  failHandshake(reasonOfHandshake());
+  return false;
 }
 
 TLSStream::State TLSStream::failHandshake(Failure failure) {

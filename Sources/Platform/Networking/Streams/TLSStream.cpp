@@ -60,7 +60,7 @@ IOResult TLSStream::afterReading(std::size_t filled) {
   if (filled > 0) return {IOStatus::done, filled, transport_.isBlocked() && !transport_.isTurnOver()};
   if (readEnd_ == ReadEnd::closed) return {IOStatus::closed};
   if (readEnd_ == ReadEnd::failed) return {IOStatus::failed};
-  if (transport_.isTurnOver()) loop_.defer(*this);
+  if (transport_.isTurnOver()) readLater();
   return {};
 }
 
@@ -90,7 +90,7 @@ IOResult TLSStream::write(std::span<const Bytes> pieces) {
   }
   const OpenSSLErrorScope errors;
   std::size_t sent = 0;
-  while (state_ == State::open && transport_.flush() && !transport_.writeFailure()) {
+  while (state_ == State::open && (transport_.isHeldBack() || transport_.flush()) && !transport_.writeFailure()) {
     const Bytes record = nextRecord(pieces, sent);
     if (record.empty() || sent >= mostWrittenBytes) return {IOStatus::done, sent};
     if (!writeRecord(record, sent)) return {IOStatus::failed};
@@ -127,7 +127,7 @@ bool TLSStream::writeRecord(Bytes bytes, std::size_t& sent) {
   std::size_t count = 0;
   if (SSL_write_ex(ssl_, bytes.data(), bytes.size(), &count) == 1) {
     sent += count;
-    return true;
+    return sendLastFlight();
   }
   failure_ = failureOfLibrary(false);
   return false;
@@ -167,8 +167,14 @@ void TLSStream::streamWritable() {
   if (std::exchange(waitsForWriting_, false) && owner()) owner()->streamWritable();
 }
 
+void TLSStream::readLater() {
+  readsLater_ = true;
+  loop_.defer(*this);
+}
+
 void TLSStream::runDeferred() {
-  if (owner()) owner()->streamReadable();
+  const bool hasFailed = !sendLastFlight();
+  if ((std::exchange(readsLater_, false) || hasFailed) && owner()) owner()->streamReadable();
 }
 
 }  // namespace platform::networking

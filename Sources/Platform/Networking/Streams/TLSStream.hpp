@@ -22,8 +22,9 @@ namespace platform::networking {
 /// A TLS connection over another stream, from the client's side.
 ///
 /// `handshake` comes first: until it says `open`, `streamReadable` means to call it again. It pauses while the server
-/// is judged; nothing goes to the server meanwhile. The end of the stream is `closed` only after the server's closing
-/// alert (RFC 8446, 6.1); without it, reading fails.
+/// is judged; nothing goes to the server meanwhile. What it writes last leaves with the first bytes of the application,
+/// or in the next iteration; if it cannot, writing or reading fails as the handshake would. The end of the stream is
+/// `closed` only after the server's closing alert (RFC 8446, 6.1); without it, reading fails.
 class TLSStream final : public ByteStream, private StreamOwner, private Deferred {
  public:
   enum class State : std::uint8_t {
@@ -77,9 +78,11 @@ class TLSStream final : public ByteStream, private StreamOwner, private Deferred
   void runDeferred() override;
 
   State failHandshake(Failure failure);
+  bool sendLastFlight();
   Failure reasonOfHandshake() const;
   IOResult afterReading(std::size_t filled);
   void endReading();
+  void readLater();
   bool writeRecord(Bytes bytes, std::size_t& sent);
   Bytes nextRecord(std::span<const Bytes> pieces, std::size_t offset);
 
@@ -98,6 +101,8 @@ class TLSStream final : public ByteStream, private StreamOwner, private Deferred
   int receivedAlert_ = -1;
   bool wasAskedForCertificate_ = false;
   bool waitsForWriting_ = false;
+  /// The turn was over before the stream had no more.
+  bool readsLater_ = false;
 };
 
 }  // namespace platform::networking

@@ -68,7 +68,7 @@ int TLSTransport::read(BIO* bio, std::span<std::byte> room) {
 }
 
 void TLSTransport::write(Bytes bytes) {
-  const std::size_t sent = unsent_.empty() ? writeNow(bytes) : 0;
+  const std::size_t sent = unsent_.empty() && !isHeldBack_ ? writeNow(bytes) : 0;
   if (writeFailure_ || sent == bytes.size()) return;
   if (unsent_.size() + bytes.size() - sent > mostUnsentBytes) {
     writeFailure_ = Failure{FailureCause::connectionLost, "the peer does not read what it asks for", 0};
@@ -95,6 +95,7 @@ std::size_t TLSTransport::writeNow(Bytes bytes) {
 }
 
 bool TLSTransport::flush() {
+  isHeldBack_ = false;
   if (unsent_.empty()) return true;
   sentOfUnsent_ += writeNow(Bytes(unsent_).subspan(sentOfUnsent_));
   if (!writeFailure_ && sentOfUnsent_ < unsent_.size()) return false;

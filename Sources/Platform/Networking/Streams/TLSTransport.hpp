@@ -48,7 +48,11 @@ class TLSTransport {
   const std::optional<Failure>& readFailure() const { return readFailure_; }
   const std::optional<Failure>& writeFailure() const { return writeFailure_; }
 
-  /// Writes what was left over; whether nothing is left. What is left otherwise leaves when the stream is writable.
+  /// What is written from now on waits for `flush`, so that more can leave with it.
+  void holdBack() { isHeldBack_ = true; }
+  bool isHeldBack() const { return isHeldBack_; }
+  /// Writes what was held back or left over; whether nothing is left. What is left otherwise leaves when the stream is
+  /// writable.
   bool flush();
 
  private:
@@ -64,6 +68,7 @@ class TLSTransport {
   std::optional<Failure> writeFailure_;
   std::uint64_t receivedBytes_ = 0;
   std::size_t turnBytesLeft_ = 0;
+  bool isHeldBack_ = false;
   bool isBlocked_ = false;
   bool isTurnOver_ = false;
   bool isDrained_ = false;

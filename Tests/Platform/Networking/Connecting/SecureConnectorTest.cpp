@@ -70,6 +70,7 @@ TEST_P(SecureConnectorVersionTest, waitsForTheVerdict) {
 
   EXPECT_TRUE(runUntil(loop, [&] { return owner.isDone(); }));
   EXPECT_TRUE(owner.open);
+  loop.iterate(Duration::zero());  // the last flight leaves by itself
   ASSERT_TRUE(server.waitUntil([&] { return !server.connections().at(0).tlsVersion.empty(); }));
   EXPECT_EQ(server.connections().at(0).sni, "localhost");
 }
@@ -240,8 +241,11 @@ TEST_F(SecureConnectorTest, failsWhenTheConnectionIsResetInTheHandshake) {
   late.applyVerdict(true);
 
   ASSERT_TRUE(runUntil(loop, [&] { return owner.isDone(); }));
-  ASSERT_TRUE(owner.failure);
-  EXPECT_EQ(owner.failure->cause, FailureCause::secureConnectionFailed);
+  // The last flight goes out with the first bytes.
+  ASSERT_TRUE(owner.open);
+  const Bytes request = std::as_bytes(std::span("GET", 3));
+  EXPECT_EQ(owner.open->stream->write({&request, 1}).status, IOStatus::failed);
+  EXPECT_EQ(owner.open->stream->failure()->cause, FailureCause::secureConnectionFailed);
   static_cast<void>(server.takeFailures());
 }
 

@@ -30,7 +30,10 @@ class TLSStreamTest : public testing::Test, protected StreamOwner {
   /// Until neither side has anything to say.
   void talk() {
     stream->handshake();
-    for (int i = 0; i < 10; ++i) peer->listenAndSend();
+    for (int i = 0; i < 10; ++i) {
+      loop.iterate(Duration::zero());
+      peer->listenAndSend();
+    }
   }
   void connect(TLSPeer::Options options = {}) {
     makePeer(std::move(options));
