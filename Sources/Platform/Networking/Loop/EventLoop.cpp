@@ -17,6 +17,8 @@ namespace platform::networking {
 
 namespace {
 
+/// Of 128 events each, in one iteration.
+constexpr int mostBatches = 32;
 /// The events after which there may be something to read: bytes, the end, or an error.
 constexpr std::uint32_t readable = EPOLLIN | EPOLLRDHUP | EPOLLHUP | EPOLLERR;
 
@@ -80,11 +82,9 @@ void EventLoop::defer(Deferred& deferred) {
 
 void EventLoop::cancelDeferred(Deferred& deferred) {
   const std::size_t place = std::exchange(deferred.place_, Deferred::notDeferred);
-  if (place == Deferred::notDeferred) {
-    // It may be about to be called in this iteration.
-    std::replace(running_.begin(), running_.end(), &deferred, static_cast<Deferred*>(nullptr));
-    return;
-  }
+  // It may also be about to be called in this iteration.
+  std::replace(running_.begin(), running_.end(), &deferred, static_cast<Deferred*>(nullptr));
+  if (place == Deferred::notDeferred) return;
   deferred_[place] = deferred_.back();
   deferred_[place]->place_ = place;
   deferred_.pop_back();
@@ -124,11 +124,17 @@ bool EventLoop::iterate(Duration limit) {
   const TimePoint begin = sleeps && !observers_.empty() ? NetworkClock::now() : TimePoint{};
   std::array<epoll_event, 128> events;
   // Also before commands that wait already: what happened to idle connections must be known when they are chosen.
-  const int count = ::epoll_wait(epoll_, events.data(), static_cast<int>(events.size()), sleeps ? budget : 0);
+  int count = ::epoll_wait(epoll_, events.data(), static_cast<int>(events.size()), sleeps ? budget : 0);
   if (sleeps) ownership_.endSleep();
   now_ = NetworkClock::now();
-  for (std::size_t i = 0; sleeps && i < observers_.size(); ++i) observers_[i]->loopSlept(now_, now_ - begin);
-  if (count > 0) handle({events.data(), static_cast<std::size_t>(count)});
+  const Duration slept = now_ - begin;
+  // What has arrived counts before what is due: after a standstill, bytes that wait are no time-out.
+  for (int batch = 1; count > 0; ++batch) {
+    handle({events.data(), static_cast<std::size_t>(count)});
+    if (count < static_cast<int>(events.size()) || batch == mostBatches) break;
+    count = ::epoll_wait(epoll_, events.data(), static_cast<int>(events.size()), 0);
+  }
+  for (std::size_t i = 0; sleeps && i < observers_.size(); ++i) observers_[i]->loopSlept(now_, slept);
   runDeferred();
   runCommands();
   fireTimers();
