@@ -132,7 +132,8 @@ void HTTP1Connection::takeHead() {
   }
   response_ = Response::discarding;
   const bool isShort = parser_.head().bodyLength <= static_cast<std::int64_t>(discardLimit);
-  if (!isShort || !parser_.mayKeepConnection() || sender_.isAbandoned()) finish(false);
+  // Nor is the rest of the request of any use.
+  if (!isShort || !parser_.mayKeepConnection() || !sender_.hasEnded()) finish(false);
 }
 
 void HTTP1Connection::takeBody(std::string_view bytes) {

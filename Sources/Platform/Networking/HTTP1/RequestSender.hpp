@@ -44,6 +44,7 @@ class RequestSender {
   void reset();
 
   bool hasEnded() const { return state_ == State::ended; }
+  bool saysClose() const { return writer_.saysClose(); }
   bool isAbandoned() const { return state_ == State::abandoned; }
   /// Whether `advance` has something to do.
   bool isUnderWay() const { return state_ == State::head || state_ == State::body || state_ == State::lastBytes; }

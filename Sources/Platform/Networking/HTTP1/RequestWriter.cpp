@@ -19,6 +19,16 @@ constexpr std::string_view separator = ": ";
 
 bool isHost(const FieldView& field) { return detail::equalsIgnoringCase(field.name, hostName); }
 
+bool asksForClose(const FieldView& field) {
+  constexpr std::string_view connectionName = "Connection";
+  if (field.name.size() != connectionName.size() || !detail::equalsIgnoringCase(field.name, connectionName))
+    return false;
+  bool isSaid = false;
+  detail::forEachListElement(
+      field.value, [&](std::string_view option) { isSaid = isSaid || detail::equalsIgnoringCase(option, "close"); });
+  return isSaid;
+}
+
 bool isTarget(std::string_view target) {
   return !target.empty() && target.find(' ') == target.npos && !detail::holdsForbiddenControl(target) &&
          target.find('\t') == target.npos;
@@ -39,6 +49,7 @@ std::size_t fieldBytes(std::size_t name, std::size_t value) {
 
 RequestFraming RequestWriter::compose(const RequestHead& head, bool hasBody) {
   size_ = 0;
+  saysClose_ = false;
   if (!canBeSent(head)) return RequestFraming::refused;
   std::array<char, 24> digits{};
   std::string_view length;
@@ -53,6 +64,7 @@ RequestFraming RequestWriter::compose(const RequestHead& head, bool hasBody) {
   for (const FieldView& field : head.fields) {
     bytes += fieldBytes(field.name.size(), field.value.size());
     if (isHost(field)) host = field.value;
+    if (asksForClose(field)) saysClose_ = true;
   }
   makeRoom(bytes);
 

@@ -27,6 +27,8 @@ class RequestWriter {
   RequestFraming compose(const RequestHead& head, bool hasBody);
   /// What was composed last, with the blank line at its end.
   std::string_view text() const { return {memory_.get(), size_}; }
+  /// Whether the request itself asks for the end of the connection (RFC 9112, 9.6).
+  bool saysClose() const { return saysClose_; }
   /// Gives the memory back if it is more than ordinary heads need.
   void shrink();
 
@@ -40,6 +42,7 @@ class RequestWriter {
   std::unique_ptr<char[]> memory_;
   std::size_t capacity_ = 0;
   std::size_t size_ = 0;
+  bool saysClose_ = false;
 };
 
 }  // namespace platform::networking
