@@ -120,7 +120,8 @@ void requireThatItCanBeSent(const URLRequest& request, std::optional<std::size_t
   const std::string problem = request.problem(bodyLength);
   if (!problem.empty()) throw platform::Error(platform::NSURLErrorDomain, platform::URLErrorCode::badURL, problem);
   const std::string scheme = request.url.scheme().value_or("");
-  if (scheme != "http" && scheme != "https" && scheme != "file") {
+  const auto isScheme = [&](std::string_view name) { return platform::detail::equalsIgnoringCase(scheme, name); };
+  if (!isScheme("http") && !isScheme("https") && !isScheme("file")) {
     throw platform::Error(platform::NSURLErrorDomain, platform::URLErrorCode::unsupportedURL,
                           "only http, https and file URLs can be loaded, not \"" + scheme + "\"");
   }

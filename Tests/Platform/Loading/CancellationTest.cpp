@@ -57,6 +57,18 @@ TEST_F(CancellationTest, endsATaskThatWasNeverResumed) {
   EXPECT_EQ(server.connectionCount(), 0);
 }
 
+TEST_F(CancellationTest, aTaskThatCannotBeSentEndsOnceWhenItIsCancelledAtOnce) {
+  for (int i = 0; i < 100; ++i) {
+    Load hopeless(session, URLRequest("http:///without-a-host"));
+    hopeless.resume();
+    hopeless.cancel();
+    const std::int64_t code = hopeless.wait().code();
+
+    EXPECT_TRUE(code == URLErrorCode::cancelled || code == URLErrorCode::badURL) << code;
+    EXPECT_EQ(hopeless.completions(), 1);
+  }
+}
+
 TEST_F(CancellationTest, endsATaskThatWaitsForItsTurn) {
   session = makeSession({.httpMaximumConnectionsPerHost = 1});
   Latch latch;

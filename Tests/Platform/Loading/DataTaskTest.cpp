@@ -11,6 +11,12 @@ using ::testing::HasSubstr;
 
 class DataTaskTest : public SessionTest {};
 
+TEST_F(DataTaskTest, takesTheNameOfTheSchemeInAnyCase) {
+  server.enqueue(MockResponse(200).body("loud"));
+
+  EXPECT_EQ(load(URLRequest("HTTP" + server.url("/").substr(4))).body(), "loud");
+}
+
 TEST_F(DataTaskTest, deliversStatusHeadersAndBody) {
   const Loaded loaded =
       loadMock(MockResponse(200).header("X-A", "1").contentType("text/plain; charset=UTF-8").body("hello"));

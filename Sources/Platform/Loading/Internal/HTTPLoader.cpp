@@ -35,22 +35,29 @@ HTTPLoader::HTTPLoader(networking::EventLoop& loop, const URLSessionConfiguratio
   if (configuration_.httpShouldSetCookies) cookies_.emplace();
 }
 
-HTTPLoader::~HTTPLoader() = default;
+HTTPLoader::~HTTPLoader() { loop_.cancelDeferred(*this); }
 
 void HTTPLoader::submit(LoadOwner& owner) {
   HTTPLoad& load = takeLoad();
   owner.load = &load;
   if (std::optional<Error> refusal = load.prepare(owner)) {
     // Told later, so that the owner is never called back from inside its own submission.
-    loop_.post([this, owner = &owner, error = std::move(*refusal)] {
-      if (owner->load) end(*owner->load, owner->load->abandon(error));
-    });
+    refused_.emplace_back(&owner, std::move(*refusal));
+    loop_.defer(*this);
     return;
   }
   pool_.submit(load.exchange(), load.route(),
                std::max<networking::Duration>(networking::durationOfSeconds(load.request().timeoutInterval),
                                               std::chrono::milliseconds(1)),
                static_cast<std::size_t>(std::max(configuration_.httpMaximumConnectionsPerHost, 0)));
+}
+
+void HTTPLoader::runDeferred() {
+  while (!refused_.empty()) {
+    auto [owner, error] = std::move(refused_.back());
+    refused_.pop_back();
+    end(*owner->load, owner->load->abandon(std::move(error)));
+  }
 }
 
 HTTPLoad& HTTPLoader::takeLoad() {
@@ -68,6 +75,7 @@ HTTPLoad& HTTPLoader::takeLoad() {
 
 void HTTPLoader::withdraw(LoadOwner& owner) {
   if (!owner.load) return;
+  std::erase_if(refused_, [&](const auto& refusal) { return refusal.first == &owner; });
   pool_.withdraw(owner.load->exchange());
   release(*owner.load);
 }

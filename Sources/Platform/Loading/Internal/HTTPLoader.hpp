@@ -14,12 +14,12 @@
 namespace platform::detail {
 
 /// Loads http and https URLs for one session: its connections, its cookies, and the loads under way. Loop side only.
-class HTTPLoader {
+class HTTPLoader : private networking::Deferred {
  public:
   HTTPLoader(networking::EventLoop& loop, const URLSessionConfiguration& configuration,
              networking::ConnectionPool::Challenge challenge);
   /// Requires: no load is under way.
-  ~HTTPLoader();
+  ~HTTPLoader() override;
   HTTPLoader(const HTTPLoader&) = delete;
   HTTPLoader& operator=(const HTTPLoader&) = delete;
 
@@ -44,6 +44,7 @@ class HTTPLoader {
   void end(HTTPLoad& load, LoadOutcome outcome);
 
  private:
+  void runDeferred() override;
   HTTPLoad& takeLoad();
   void release(HTTPLoad& load);
 
@@ -53,6 +54,8 @@ class HTTPLoader {
   networking::ConnectionPool pool_;
   std::vector<std::unique_ptr<HTTPLoad>> active_;  ///< each knows its place
   std::vector<std::unique_ptr<HTTPLoad>> spare_;
+  /// Owners of what cannot be sent, and why; told in the next iteration.
+  std::vector<std::pair<LoadOwner*, Error>> refused_;
 };
 
 }  // namespace platform::detail

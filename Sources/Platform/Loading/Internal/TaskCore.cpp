@@ -10,6 +10,7 @@
 #include "Platform/Loading/Internal/SessionCore.hpp"
 #include "Platform/Loading/Internal/TransportErrors.hpp"
 #include "Platform/Loading/URLErrorCodes.hpp"
+#include "Platform/Networking/HTTPText.hpp"
 
 namespace platform::detail {
 
@@ -91,7 +92,7 @@ void TaskCore::start() {
                           false));
     return;
   }
-  const std::string scheme = originalRequest_.url.scheme().value_or("");
+  const std::string scheme = lowercased(originalRequest_.url.scheme().value_or(""));
   if (scheme == "http" || scheme == "https") {
     send();
   } else if (scheme == "file") {

@@ -36,6 +36,7 @@ std::int32_t plainCode(FailureCause cause) {
     case FailureCause::clientCertificateRejected:
       return URLErrorCode::clientCertificateRejected;
     case FailureCause::connectionLost:
+    case FailureCause::streamReset:
     case FailureCause::notProcessed:
       return URLErrorCode::networkConnectionLost;
     case FailureCause::malformedResponse:
