@@ -78,7 +78,7 @@ void Exchange::failed(ExchangeFailure failure) { pool_.exchangeFailed(*this, std
 bool Exchange::mayRepeat(const ExchangeFailure& failure) const {
   if (failure.responseBegan || repeats_ >= maximumRepeats) return false;
   const bool wasLeftAlone = failure.delivery == Delivery::notProcessed;
-  const bool keptConnectionBroke = isOnKeptConnection_ && !needsFreshConnection_ &&
+  const bool keptConnectionBroke = isOnKeptConnection_ && firstConnection_ == 0 &&
                                    failure.failure.cause == FailureCause::connectionLost &&
                                    (failure.delivery == Delivery::nothingSent || isIdempotent(requestHead().method));
   if (!wasLeftAlone && !keptConnectionBroke) return false;

@@ -90,6 +90,8 @@ class Exchange final : public AdmissionEntry, public ListLinks<Exchange>, privat
   const ExchangeMetrics& metrics() const { return metrics_; }
   /// Whether a byte of the request may have left.
   bool requestWasSent() const { return metrics_.attempts > 0; }
+  /// The number of the first connection that may serve it: where a kept one broke, it is to be a newer one.
+  std::uint64_t firstConnection() const { return firstConnection_; }
 
  private:
   friend class ConnectionPool;
@@ -129,8 +131,7 @@ class Exchange final : public AdmissionEntry, public ListLinks<Exchange>, privat
   /// Of `State::underWay`.
   HTTPConnection* connection_ = nullptr;
   bool isOnKeptConnection_ = false;
-  /// Kept connections are not to be tried again.
-  bool needsFreshConnection_ = false;
+  std::uint64_t firstConnection_ = 0;
   int repeats_ = 0;
 };
 

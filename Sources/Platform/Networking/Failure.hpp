@@ -17,6 +17,7 @@ enum class FailureCause : std::uint8_t {
   clientCertificateRequired,  ///< the server wants a certificate of the client
   clientCertificateRejected,  ///< the server refused the client's certificate
   connectionLost,             ///< the connection broke, or closed where more was due
+  streamReset,                ///< the server ended this exchange alone (HTTP/2); the connection goes on
   malformedResponse,          ///< what the server sent breaks the protocol, or a bound
   notProcessed,               ///< the server said that it did not look at the request (HTTP/2); it may be repeated
   requestBody,                ///< the body of the request could not be read

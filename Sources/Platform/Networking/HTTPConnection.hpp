@@ -15,7 +15,8 @@ class HTTPConnection;
 /// it closed, and only then; otherwise it does so outside of its callbacks.
 class HTTPConnectionOwner {
  public:
-  /// It takes more exchanges than before, as many as `HTTPConnection::capacity` says. Not told when it is made.
+  /// It takes more exchanges than before, as many as `HTTPConnection::capacity` says, or nothing is under way on it any
+  /// more. May be told again.
   virtual void connectionAvailable(HTTPConnection& connection) = 0;
   /// It takes no more exchanges, now or ever; those under way go on. Told once, at once before `connectionClosed` or
   /// earlier (a server that retires an HTTP/2 connection).
@@ -42,6 +43,9 @@ class HTTPConnection {
   virtual std::size_t active() const = 0;
   /// How many exchanges were started on it, ever: from the second on it is a kept connection.
   virtual std::uint64_t started() const = 0;
+  /// When the server was last heard of, as far as that tells whether the connection is alive; the end of time where
+  /// every exchange that is cancelled ends the connection anyway.
+  virtual TimePoint lastReceived() const { return TimePoint::max(); }
   /// Sends the request, and tells the exchange of what comes of it. May call back at once. Requires: `capacity() > 0`.
   virtual void start(RequestStream& exchange) = 0;
   /// Ends the exchange without another call to it. Over HTTP/1.1 the connection is closed, over HTTP/2 the stream is

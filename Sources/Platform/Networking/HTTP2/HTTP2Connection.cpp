@@ -129,6 +129,7 @@ void HTTP2Connection::readTurn() {
 }
 
 bool HTTP2Connection::receive(Bytes bytes) {
+  lastReceived_ = loop_.now();
   lastSign_ = loop_.now();
   isPinged_ = false;
   const auto [header, rest, problem] = meter_.take(bytes, loop_.now());
@@ -181,7 +182,7 @@ void HTTP2Connection::endTurn() {
   const std::size_t room = capacity();
   const bool hasGrown = room > toldCapacity_;
   toldCapacity_ = room;
-  if (hasGrown) owner_.connectionAvailable(*this);
+  if (hasGrown || isIdle) owner_.connectionAvailable(*this);
 }
 
 void HTTP2Connection::giveUp(Failure failure) {
@@ -225,7 +226,7 @@ void HTTP2Connection::streamClosed(HTTP2Stream& stream, std::uint32_t code) {
     stream.refused("the server refused the HTTP/2 stream");
   } else if (reset) {
     const std::string name = nghttp2_http2_strerror(*reset);
-    stream.fail({FailureCause::connectionLost, "the server reset the HTTP/2 stream (" + name + ")", 0});
+    stream.fail({FailureCause::streamReset, "the server reset the HTTP/2 stream (" + name + ")", 0});
   } else {
     stream.malformed("the response breaks HTTP/2: its body is not as long as announced");
   }

@@ -41,6 +41,7 @@ class HTTP2Connection final : public HTTPConnection,
   std::size_t capacity() const override;
   std::size_t active() const override { return streams_.attached(); }
   std::uint64_t started() const override { return started_; }
+  TimePoint lastReceived() const override { return lastReceived_; }
   void start(RequestStream& exchange) override;
   void cancel(RequestStream& exchange) override;
   void bodyReady(RequestStream& exchange) override;
@@ -93,6 +94,7 @@ class HTTP2Connection final : public HTTPConnection,
   std::size_t toldCapacity_;  // what the owner may count on
   std::uint64_t started_ = 0;
   TimePoint lastSign_;                   // of life of the server, or when it was first asked for something
+  TimePoint lastReceived_{};
   std::string farewell_;                 // what the server gave as the reason when it went away
   std::optional<Failure> writeFailure_;  // nothing can be sent any more; what was received is read to its end
   std::optional<Failure> failure_;       // why the connection ends, at the end of this iteration

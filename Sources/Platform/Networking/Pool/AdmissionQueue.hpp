@@ -82,6 +82,8 @@ class AdmissionQueue {
   /// second it falls to twice what was used at most since, not below `initialLimit`. Returns whether it grew.
   bool loopSlept(TimePoint now, Duration duration);
 
+  /// Whether only the limit, which may grow, holds something back.
+  bool isHeldBack() const { return !ready_.isEmpty() && active_ >= limit_ && limit_ < cap_; }
   std::size_t limit() const { return limit_; }
   std::size_t waiting() const { return waiting_; }
   std::size_t active() const { return active_; }
@@ -94,7 +96,6 @@ class AdmissionQueue {
 
  private:
   void refreshReadiness(AdmissionHost& host);
-  bool isHeldBack() const { return !ready_.isEmpty() && active_ >= limit_ && limit_ < cap_; }
   void lowerLimitIfUnused(TimePoint now);
 
   const std::size_t cap_;

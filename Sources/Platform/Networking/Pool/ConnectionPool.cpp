@@ -50,7 +50,7 @@ void ConnectionPool::submit(Exchange& exchange, const Route& route, Duration idl
   exchange.idleTimeout_ = idleTimeout;
   exchange.metrics_ = {.begun = loop_.now()};
   exchange.repeats_ = 0;
-  exchange.needsFreshConnection_ = false;
+  exchange.firstConnection_ = 0;
   exchange.state_ = Exchange::State::admission;
   loop_.beginWork();
   admission_.enqueue(exchange.host_->admission(), exchange, hostMaximum);
@@ -63,7 +63,7 @@ void ConnectionPool::admit() {
     auto& exchange = static_cast<Exchange&>(*admitted);
     exchange.host_->serve(exchange);
   }
-  if (admission_.waiting() > 0 && !isArmed()) loop_.arm(*this, loop_.now() + lookInterval);
+  if (admission_.isHeldBack() && !isArmed()) loop_.arm(*this, loop_.now() + lookInterval);
 }
 
 void ConnectionPool::runDeferred() {
@@ -104,22 +104,25 @@ void ConnectionPool::leave(Exchange& exchange) {
   exchange.connection_ = nullptr;
   exchange.host_ = nullptr;
   loop_.endWork();
+}
+
+template <class Tell>
+void ConnectionPool::tell(Tell tellOwner) {
+  const bool wasTelling = std::exchange(isTelling_, true);
+  tellOwner();
+  isTelling_ = wasTelling;
   // Usually the connection says at once that it is free; this is for when it does not.
   if (admission_.waiting() > 0) loop_.defer(*this);
 }
 
 void ConnectionPool::exchangeEnded(Exchange& exchange, std::optional<ExchangeProblem> problem) {
   leave(exchange);
-  const bool wasTelling = std::exchange(isTelling_, true);
-  exchange.owner_.exchangeEnded(std::move(problem));
-  isTelling_ = wasTelling;
+  tell([&] { exchange.owner_.exchangeEnded(std::move(problem)); });
 }
 
 void ConnectionPool::exchangeRefused(Exchange& exchange) {
   leave(exchange);
-  const bool wasTelling = std::exchange(isTelling_, true);
-  exchange.owner_.exchangeRefused();
-  isTelling_ = wasTelling;
+  tell([&] { exchange.owner_.exchangeRefused(); });
 }
 
 void ConnectionPool::exchangeTimedOut(Exchange& exchange) {
@@ -137,7 +140,7 @@ void ConnectionPool::exchangeFailed(Exchange& exchange, ExchangeFailure failure)
     return;
   }
   ++exchange.repeats_;
-  exchange.needsFreshConnection_ = failure.delivery != Delivery::notProcessed;
+  if (failure.delivery != Delivery::notProcessed) exchange.firstConnection_ = connections_ + 1;
   exchange.connection_ = nullptr;
   exchange.host_->serve(exchange);
 }

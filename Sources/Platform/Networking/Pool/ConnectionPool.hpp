@@ -44,6 +44,8 @@ class ConnectionPool final : private Deferred, private SleepObserver, private Ti
   void exchangeRefused(Exchange& exchange);
   void exchangeTimedOut(Exchange& exchange);
   void exchangeFailed(Exchange& exchange, ExchangeFailure failure);
+  /// Those made later have greater numbers.
+  std::uint64_t nextConnectionNumber() { return ++connections_; }
   /// Starts what may start.
   void admit();
   void becameIdle(PooledConnection& connection);
@@ -63,6 +65,8 @@ class ConnectionPool final : private Deferred, private SleepObserver, private Ti
   void timerFired() override { admit(); }
   HostConnections& hostOf(const Route& route);
   void leave(Exchange& exchange);
+  template <class Tell>
+  void tell(Tell tellOwner);
 
   EventLoop& loop_;
   Resolver& resolver_;
@@ -72,6 +76,7 @@ class ConnectionPool final : private Deferred, private SleepObserver, private Ti
   /// Somebody is being told of the end of an exchange. What is submitted meanwhile waits until it is known what becomes
   /// of the connection that the exchange ran on.
   bool isTelling_ = false;
+  std::uint64_t connections_ = 0;  ///< made so far
   std::vector<std::unique_ptr<PooledConnection>> closed_;
   std::unordered_map<Route, std::unique_ptr<HostConnections>, RouteHash> hosts_;
   IntrusiveList<PooledConnection> idle_;  ///< of all hosts; the one that has been idle longest comes first

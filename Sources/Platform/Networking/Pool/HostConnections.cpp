@@ -15,39 +15,37 @@ HostConnections::~HostConnections() { pool_.loop().disarm(*this); }
 
 void HostConnections::serve(Exchange& exchange) {
   exchange.state_ = Exchange::State::connection;
-  if (!exchange.needsFreshConnection_) {
-    if (PooledConnection* const connection = usableConnection()) {
-      exchange.startIdleTime();
-      start(exchange, *connection);
-      return;
-    }
+  if (PooledConnection* const connection = usableConnection(exchange)) {
+    exchange.startIdleTime();
+    start(exchange, *connection);
+    return;
   }
   waiting_.append(exchange);
-  const bool sharesSoon = !exchange.needsFreshConnection_ && waitsForOthers();
-  if (sharesSoon && pending_.empty()) return;  // for room on a connection that is there: no time-out counts
-  if (!sharesSoon || !isJudging()) exchange.startIdleTime();
-  if (!sharesSoon) {
+  if (mayShare() && !pending_.empty()) {
+    if (!isJudging()) exchange.startIdleTime();
+    if (!isArmed()) pool_.loop().arm(*this, pool_.loop().now() + patience);
+  } else if (isRoomLikely(exchange)) {
+    if (!isArmed()) pool_.loop().arm(*this, pool_.loop().now() + roomPatience);
+  } else {
+    exchange.startIdleTime();
     connectFor(&exchange);
-  } else if (!isArmed()) {
-    pool_.loop().arm(*this, pool_.loop().now() + patience);
   }
 }
 
-PooledConnection* HostConnections::usableConnection() {
+PooledConnection* HostConnections::usableConnection(const Exchange& exchange) {
   for (const auto& connection : connections_) {
-    if (connection->isMultiplexed() && connection->canTake()) return connection.get();
+    if (connection->isMultiplexed() && connection->canTake() && connection->mayServe(exchange)) return connection.get();
   }
-  const auto free = std::find_if(idle_.rbegin(), idle_.rend(), [](const auto* idle) { return idle->canTake(); });
+  const auto free = std::find_if(idle_.rbegin(), idle_.rend(), [&](const PooledConnection* idle) {
+    return idle->canTake() && idle->mayServe(exchange);
+  });
   return free == idle_.rend() ? nullptr : *free;
 }
 
-/// Whether what is there, or is being made, is likely to have room for one more: an HTTP/2 connection that is full for
-/// the moment, or the first connection to a host that may speak it.
-bool HostConnections::waitsForOthers() const {
-  if (!route_.origin.isSecure || protocol_ == Protocol::http1) return false;
-  if (!pending_.empty()) return true;
-  return std::any_of(connections_.begin(), connections_.end(), [](const auto& connection) {
-    return connection->isMultiplexed() && connection->state() != PooledConnection::State::retired;
+/// Whether there is an HTTP/2 connection that is full for the moment.
+bool HostConnections::isRoomLikely(const Exchange& exchange) const {
+  return std::any_of(connections_.begin(), connections_.end(), [&](const auto& connection) {
+    return connection->isMultiplexed() && connection->takesMore() && connection->mayServe(exchange);
   });
 }
 
@@ -70,11 +68,31 @@ void HostConnections::connectFor(Exchange* exchange) {
   pending_.back()->start();
 }
 
-void HostConnections::connectForAllWhoWait() {
+/// For those for whom nothing is made yet. Where one connection may serve them all, `oneToShare` makes only one.
+void HostConnections::connectForWaiting(Making making) {
   while (Exchange* const exchange = firstUnattended()) {
     if (!exchange->isArmed()) exchange->startIdleTime();
     connectFor(exchange);
+    if (making == Making::oneToShare && mayShare()) break;
   }
+  if (!firstUnattended()) return;
+  for (Exchange* exchange = waiting_.first(); exchange; exchange = waiting_.next(*exchange)) {
+    if (!exchange->isArmed()) exchange->startIdleTime();
+  }
+  pool_.loop().arm(*this, pool_.loop().now() + patience);
+}
+
+/// For those who wait for what is no more.
+void HostConnections::connectIfNothingIsLikely() {
+  Exchange* const exchange = firstUnattended();
+  if (exchange && pending_.empty() && !usableConnection(*exchange) && !isRoomLikely(*exchange)) connectForWaiting();
+}
+
+/// Nothing is being made any more for those who still wait.
+void HostConnections::waitForRoom() {
+  if (!pending_.empty() || !waiting_.first()) return;
+  for (Exchange* exchange = waiting_.first(); exchange; exchange = waiting_.next(*exchange)) exchange->stopIdleTime();
+  pool_.loop().arm(*this, pool_.loop().now() + roomPatience);
 }
 
 Exchange* HostConnections::firstUnattended() const {
@@ -99,16 +117,27 @@ void HostConnections::takeFromWaiting(Exchange& exchange) {
 
 void HostConnections::serveWaiting(PooledConnection& connection) {
   while (connection.canTake()) {
-    Exchange* const exchange = waiting_.first();
+    Exchange* const exchange = firstServedBy(connection);
     if (!exchange) break;
     takeFromWaiting(*exchange);
     start(*exchange, connection);
   }
 }
 
+Exchange* HostConnections::firstServedBy(const PooledConnection& connection) const {
+  for (Exchange* exchange = waiting_.first(); exchange; exchange = waiting_.next(*exchange)) {
+    if (connection.mayServe(*exchange)) return exchange;
+  }
+  return nullptr;
+}
+
 void HostConnections::withdraw(Exchange& exchange, bool hasTimedOut) {
   if (exchange.state() == Exchange::State::underWay) {
-    std::exchange(exchange.connection_, nullptr)->cancel(exchange.stream());
+    HTTPConnection& connection = *std::exchange(exchange.connection_, nullptr);
+    // A connection that has been silent since the request went out is probably dead: nobody else is to wait on it.
+    const bool isSuspect = hasTimedOut && connection.lastReceived() <= exchange.metrics().requestBegun;
+    connection.cancel(exchange.stream());
+    if (isSuspect) connection.retire();
     return;
   }
   if (exchange.state() != Exchange::State::connection) return;
@@ -116,7 +145,7 @@ void HostConnections::withdraw(Exchange& exchange, bool hasTimedOut) {
     // Whatever holds it up holds up its heirs, too.
     endPending(*std::exchange(exchange.pending_, nullptr));
     waiting_.remove(exchange);
-    connectForAllWhoWait();
+    connectForWaiting();
     return;
   }
   takeFromWaiting(exchange);
@@ -142,7 +171,7 @@ bool HostConnections::decide(const std::shared_ptr<const TrustQuery>& query, con
     waiting_.remove(*exchange);
   }
   endPending(pending);
-  connectForAllWhoWait();
+  connectForWaiting(Making::oneForEach);
   if (exchange) {
     pool_.exchangeEnded(*exchange, ExchangeProblem{.kind = ExchangeProblem::Kind::rejected,
                                                    .rejection = rejection,
@@ -153,7 +182,7 @@ bool HostConnections::decide(const std::shared_ptr<const TrustQuery>& query, con
 }
 
 void HostConnections::timerFired() {
-  if (!isJudging()) connectForAllWhoWait();
+  if (!isJudging()) connectForWaiting();
 }
 
 /// Whether a verdict of the application is what holds things up.
@@ -191,12 +220,12 @@ void HostConnections::pendingAsksTrust(PendingConnection& pending) {
 
 void HostConnections::pendingOpened(PendingConnection& pending, OpenStream open) {
   const std::unique_ptr<PendingConnection> ended = removePending(pending);
-  if (open.wasResumed && open.trustEpoch != pool_.context()->trustEpoch()) {
-    // The verdict that the session had is not that of the trust in force.
+  if (open.trustEpoch != pool_.context()->trustEpoch()) {
+    // The verdict, now or of the session that was resumed, is not that of the trust in force.
     connectFor(pending.exchange());
     return;
   }
-  auto made = std::make_unique<PooledConnection>(*this);
+  auto made = std::make_unique<PooledConnection>(*this, pool_.nextConnectionNumber());
   PooledConnection& connection = *made;
   const bool isMultiplexed = open.protocol == ApplicationProtocol::http2;
   if (isMultiplexed) {
@@ -219,15 +248,16 @@ void HostConnections::pendingOpened(PendingConnection& pending, OpenStream open)
   // The connection may be gone by now.
   if (isMultiplexed) {
     while (Exchange* const next = waiting_.first()) {
-      PooledConnection* const free = usableConnection();
+      PooledConnection* const free = usableConnection(*next);
       if (!free) break;
       takeFromWaiting(*next);
       start(*next, *free);
     }
+    waitForRoom();
     return;
   }
   if (!exchange) connectionAvailable(connection);
-  connectForAllWhoWait();
+  connectForWaiting();
 }
 
 void HostConnections::pendingFailed(PendingConnection& pending, Failure failure) {
@@ -236,12 +266,13 @@ void HostConnections::pendingFailed(PendingConnection& pending, Failure failure)
   if (exchange) {
     exchange->pending_ = nullptr;
     if (failure.cause == FailureCause::outOfDescriptors && pool_.closeOneIdle()) {
-      connectFor(exchange);
+      // Its descriptor is free in the next iteration.
+      pool_.loop().arm(*this, pool_.loop().now() + std::chrono::milliseconds(1));
       return;
     }
     waiting_.remove(*exchange);
   }
-  connectForAllWhoWait();
+  connectForWaiting(Making::oneForEach);
   if (exchange) {
     pool_.exchangeEnded(*exchange, ExchangeProblem{.kind = ExchangeProblem::Kind::network,
                                                    .failure = std::move(failure),
@@ -261,6 +292,7 @@ void HostConnections::connectionAvailable(PooledConnection& connection) {
 
 void HostConnections::connectionRetired(PooledConnection& connection) {
   std::erase(idle_, &connection);
+  connectIfNothingIsLikely();
   pool_.admit();
 }
 
@@ -274,8 +306,7 @@ void HostConnections::connectionClosed(PooledConnection& connection) {
     connections_[place]->place = place;
   }
   connections_.pop_back();
-  // Those that waited for room on it need another one.
-  if (!usableConnection() && !waitsForOthers()) connectForAllWhoWait();
+  connectIfNothingIsLikely();
   pool_.admit();
 }
 

@@ -17,11 +17,13 @@ class ConnectionPool;
 /// The connections to one host, those that are being made, and the exchanges that wait for one. Loop side only.
 ///
 /// An exchange takes a connection that is there: an HTTP/2 one with room, else the HTTP/1.1 one that was used last.
-/// Otherwise one is made for it; but while the first connection to a host that may speak HTTP/2 is being made, others
-/// wait for what it turns out to be, for `patience` at most.
+/// Otherwise one is made for it; but where one connection may serve all, since the host may speak HTTP/2, only one is
+/// made at a time, and one more whenever `patience` ends. The idle time of those who wait counts while a connection is
+/// being made, not while they wait for room on one that is there; after `roomPatience` they get another one.
 class HostConnections final : private Timer {
  public:
   static constexpr Duration patience = std::chrono::milliseconds(300);
+  static constexpr Duration roomPatience = std::chrono::seconds(5);
 
   HostConnections(ConnectionPool& pool, Route route);
   ~HostConnections() override;
@@ -54,13 +56,19 @@ class HostConnections final : private Timer {
   enum class Protocol : std::uint8_t { unknown, http1, http2 };
 
   void timerFired() override;
-  PooledConnection* usableConnection();
-  bool waitsForOthers() const;
+  PooledConnection* usableConnection(const Exchange& exchange);
+  /// Whether one connection may serve all exchanges.
+  bool mayShare() const { return route_.origin.isSecure && protocol_ != Protocol::http1; }
+  bool isRoomLikely(const Exchange& exchange) const;
   bool isJudging() const;
   void start(Exchange& exchange, PooledConnection& connection);
   void connectFor(Exchange* exchange);
-  void connectForAllWhoWait();
+  enum class Making : std::uint8_t { oneToShare, oneForEach };
+  void connectForWaiting(Making making = Making::oneToShare);
+  void connectIfNothingIsLikely();
+  void waitForRoom();
   void serveWaiting(PooledConnection& connection);
+  Exchange* firstServedBy(const PooledConnection& connection) const;
   void takeFromWaiting(Exchange& exchange);
   void endPending(PendingConnection& pending);
   std::unique_ptr<PendingConnection> removePending(PendingConnection& pending);

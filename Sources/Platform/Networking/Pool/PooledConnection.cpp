@@ -7,7 +7,8 @@
 namespace platform::networking {
 
 PooledConnection::~PooledConnection() {
-  if (state_ == State::idle) becomeUsed();
+  if (state_ == State::idle) host_.pool().leftIdle(*this);
+  host_.pool().loop().disarm(*this);
 }
 
 void PooledConnection::adopt(std::unique_ptr<HTTPConnection> connection, bool isMultiplexed) {
@@ -17,8 +18,9 @@ void PooledConnection::adopt(std::unique_ptr<HTTPConnection> connection, bool is
 
 void PooledConnection::becomeIdle() {
   state_ = State::idle;
-  host_.pool().becameIdle(*this);
   host_.pool().loop().arm(*this, host_.pool().loop().now() + idleLifetime);
+  // The last step: it may close another connection, and have this one used again.
+  host_.pool().becameIdle(*this);
 }
 
 void PooledConnection::becomeUsed() {

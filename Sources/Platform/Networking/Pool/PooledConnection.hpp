@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 
+#include "Platform/Networking/Exchange.hpp"
 #include "Platform/Networking/HTTPConnection.hpp"
 #include "Platform/Networking/Loop/Timer.hpp"
 #include "Platform/Networking/Pool/IntrusiveList.hpp"
@@ -23,7 +25,8 @@ class PooledConnection final : public ListLinks<PooledConnection>, private HTTPC
   /// How long a connection is kept idle.
   static constexpr Duration idleLifetime = std::chrono::seconds(90);
 
-  explicit PooledConnection(HostConnections& host) : host_(host) {}
+  /// `number`: later ones have greater numbers.
+  PooledConnection(HostConnections& host, std::uint64_t number) : host_(host), number_(number) {}
   ~PooledConnection() override;
   PooledConnection(const PooledConnection&) = delete;
   PooledConnection& operator=(const PooledConnection&) = delete;
@@ -37,7 +40,11 @@ class PooledConnection final : public ListLinks<PooledConnection>, private HTTPC
   State state() const { return state_; }
   /// Whether several exchanges run on it at a time (HTTP/2).
   bool isMultiplexed() const { return isMultiplexed_; }
+  /// Whether it will take more exchanges, now or when others have ended.
+  bool takesMore() const { return state_ != State::retired; }
   bool canTake() const { return state_ != State::retired && http_->capacity() > 0; }
+  /// Whether it is as new as the exchange wants it.
+  bool mayServe(const Exchange& exchange) const { return number_ >= exchange.firstConnection(); }
 
   void becomeIdle();
   void becomeUsed();
@@ -51,6 +58,7 @@ class PooledConnection final : public ListLinks<PooledConnection>, private HTTPC
   void timerFired() override;
 
   HostConnections& host_;
+  const std::uint64_t number_;
   std::unique_ptr<HTTPConnection> http_;
   State state_ = State::inUse;
   bool isMultiplexed_ = false;

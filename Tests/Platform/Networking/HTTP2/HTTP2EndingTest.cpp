@@ -81,7 +81,7 @@ TEST_F(HTTP2EndingTest, failsAnExchangeWhoseStreamIsReset) {
   settle();
 
   ASSERT_TRUE(exchange.failure);
-  EXPECT_EQ(exchange.failure->failure.cause, FailureCause::connectionLost);
+  EXPECT_EQ(exchange.failure->failure.cause, FailureCause::streamReset);
   EXPECT_EQ(exchange.failure->failure.message, "the server reset the HTTP/2 stream (INTERNAL_ERROR)");
   EXPECT_EQ(exchange.failure->delivery, Delivery::unknown);
   EXPECT_TRUE(exchange.failure->responseBegan);

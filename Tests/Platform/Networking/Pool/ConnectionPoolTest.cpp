@@ -54,6 +54,18 @@ TEST_F(ConnectionPoolTest, takesNoConnectionOnWhichUnaskedBytesCameInTheSameIter
   EXPECT_TRUE(idleConnection->hasEnded());
 }
 
+TEST_F(ConnectionPoolTest, keepsNoConnectionWhoseEndTheRequestAskedFor) {
+  PooledGet get(pool);
+  get.fields = {{"connection", "Close"}};
+  submit(get);
+  const auto connection = nextConnection();
+  connection->write(kept);
+
+  ASSERT_TRUE(run([&] { return get.isOver(); }));
+  EXPECT_EQ(get.body, "fine");
+  EXPECT_TRUE(connection->hasEnded());
+}
+
 TEST_F(ConnectionPoolTest, keepsAnIdleConnectionForNinetySeconds) {
   PooledGet get(pool);
   submit(get);

@@ -60,9 +60,13 @@ class PooledGet final : public ExchangeOwner {
   int outcomes = 0;
   std::optional<ExchangeProblem> problem;
   std::function<void()> then;
+  std::vector<FieldView> fields;
 
  private:
-  const RequestHead& requestHead() const override { return head_; }
+  const RequestHead& requestHead() const override {
+    head_.fields = fields;
+    return head_;
+  }
   RequestBody* requestBody() override { return nullptr; }
   BodyDisposition responseHead(const ResponseHeadView& head) override;
   bool responseBody(Bytes bytes) override;
@@ -72,7 +76,7 @@ class PooledGet final : public ExchangeOwner {
   void exchangeEnded(std::optional<ExchangeProblem> ended) override;
   void exchangeRefused() override {}
 
-  const RequestHead head_{.method = "GET", .authority = "127.0.0.1", .target = "/"};
+  mutable RequestHead head_{.method = "GET", .authority = "127.0.0.1", .target = "/"};
 };
 
 /// A pool, a server that does as the test says, and a clock that is set by hand.
@@ -80,8 +84,9 @@ class ConnectionPoolTest : public testing::Test {
  protected:
   static constexpr Duration timeout = std::chrono::seconds(60);
 
-  void submit(PooledGet& get, bool isSecure = false) {
-    pool.submit(get.exchange, {.origin = {.isSecure = isSecure, .host = "127.0.0.1", .port = peer.port()}}, timeout, 0);
+  void submit(PooledGet& get, bool isSecure = false, Duration idleTimeout = timeout) {
+    pool.submit(get.exchange, {.origin = {.isSecure = isSecure, .host = "127.0.0.1", .port = peer.port()}}, idleTimeout,
+                0);
   }
   /// The connection that the pool makes next, once the request is there.
   std::unique_ptr<PeerConnection> nextConnection(bool hasRequest = true);
@@ -97,7 +102,9 @@ class ConnectionPoolTest : public testing::Test {
   EventLoop loop;
   Resolver resolver{loop};
   Peer peer;
-  ConnectionPool pool{loop, resolver, TLSContext::make(), [](const auto&) {}};
+  /// Asked for the verdict on servers; nothing is said by default.
+  ConnectionPool::Challenge challenge = [](const auto&) {};
+  ConnectionPool pool{loop, resolver, TLSContext::make(), [this](const auto& query) { challenge(query); }};
 };
 
 }  // namespace platform::networking
