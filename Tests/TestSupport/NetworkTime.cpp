@@ -7,11 +7,13 @@
 namespace corvane::testing {
 
 void NetworkTime::settle() const {
-  // An iteration handles events, then commands, then timers: when a second command runs, an iteration is complete.
-  for (int i = 0; i < 2; ++i) {
-    std::promise<void> ran;
-    platform::networking::NetworkLoop::shared().loop().post([&ran] { ran.set_value(); });
-    ran.get_future().get();
+  auto& loop = platform::networking::NetworkLoop::shared().loop();
+  // An iteration handles events, then commands, then timers: when a second command runs, an iteration is complete. Long
+  // bodies take several, and leave something deferred after each.
+  for (int quietIterations = 0; quietIterations < 2;) {
+    std::promise<bool> isQuiet;
+    loop.post([&] { isQuiet.set_value(!loop.hasDeferred()); });
+    quietIterations = isQuiet.get_future().get() ? quietIterations + 1 : 0;
   }
 }
 

@@ -104,6 +104,8 @@ class EventLoop {
   void endWork() { --workCount_; }
   /// Whether anything is under way, or waits to be done.
   bool hasWork();
+  /// Whether the next iteration has something to do, whatever the network says.
+  bool hasDeferred() const { return !deferred_.empty(); }
   LoopOwnership& ownership() { return ownership_; }
   /// Readable when there are events, and when a timer is due that `watchTimers` set.
   int descriptor() const { return epoll_; }
