@@ -50,9 +50,10 @@ class OpenSSLClient final : public Client {
     tls_ = SSL_new(context_);
     X509_VERIFY_PARAM_set1_ip_asc(SSL_get0_param(tls_), "127.0.0.1");
     SSL_set_fd(tls_, socket_.number());
-    if (session_) SSL_set_session(tls_, session_);
+    const bool resumes = session_ != nullptr;
+    if (resumes) SSL_set_session(tls_, session_);
     if (SSL_connect(tls_) != 1) throw std::runtime_error("The TLS handshake failed");
-    if (SSL_session_reused(tls_) != (session_ ? 1 : 0)) throw std::runtime_error("The TLS session was not resumed");
+    if ((SSL_session_reused(tls_) == 1) != resumes) throw std::runtime_error("The TLS session was not resumed");
   }
 
   void close() {

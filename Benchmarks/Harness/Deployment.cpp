@@ -55,17 +55,18 @@ http {
   open_file_cache max=16;
   ssl_certificate FOLDER/server.pem;
   ssl_certificate_key FOLDER/server.key;
-  ssl_session_cache off;
   root FOLDER/content;
   server {
     listen 127.0.0.1:PLAIN backlog=4096;
     listen 127.0.0.1:SECURE ssl backlog=4096;
     listen 127.0.0.1:HTTP2 ssl http2 backlog=4096;
+    ssl_session_cache off;
     ssl_session_tickets off;
     location = /close { keepalive_timeout 0; }
   }
   server {
     listen 127.0.0.1:RESUMED ssl backlog=4096;
+    ssl_session_cache none;
     location = /close { keepalive_timeout 0; }
   }
 }
