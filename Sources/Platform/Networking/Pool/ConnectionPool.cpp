@@ -39,6 +39,7 @@ ConnectionPool::ConnectionPool(EventLoop& loop, Resolver& resolver, std::shared_
 }
 
 ConnectionPool::~ConnectionPool() {
+  closed_.clear();  // these know their hosts
   hosts_.clear();
   loop_.removeObserver(*this);
   loop_.cancelDeferred(*this);
