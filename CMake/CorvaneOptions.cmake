@@ -10,6 +10,22 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
   target_compile_options(corvane_options INTERFACE -Wno-restrict)
 endif()
 
+# Compiles the sources of each room as one.
+function(corvane_compile_by_room target)
+  if(NOT CORVANE_UNITY_BUILD)
+    return()
+  endif()
+  set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP)
+  get_target_property(sources ${target} SOURCES)
+  foreach(source IN LISTS sources)
+    get_filename_component(folder "${source}" DIRECTORY)
+    file(RELATIVE_PATH folder "${PROJECT_SOURCE_DIR}" "${folder}")
+    string(REGEX REPLACE "/(Internal|Detail)$" "" room "${folder}")
+    string(MAKE_C_IDENTIFIER "${room}" group)
+    set_source_files_properties("${source}" PROPERTIES UNITY_GROUP ${group})
+  endforeach()
+endfunction()
+
 # Clang checks that what a mutex guards is touched only while it is held (Platform/Detail/Locking.hpp).
 if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
   target_compile_options(corvane_options INTERFACE -Wthread-safety -Werror=thread-safety)

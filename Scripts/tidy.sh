@@ -1,12 +1,17 @@
 #!/usr/bin/env bash
-# Runs clang-tidy over the sources of the library, or over the given ones.
+# Runs clang-tidy over the sources of the libraries, or over the given ones. All sources of a room are one translation unit,
+# as in the builds with sanitizers: the headers are looked at once for all of them.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 # clang-tidy wants the compile commands of Clang, not of GCC.
-cmake --preset dev -B build/tidy -DCMAKE_CXX_COMPILER=clang++-19 -DCORVANE_BUILD_TESTS=OFF >/dev/null
-if [ $# -gt 0 ]; then
-  printf '%s\0' "$@"
-else
-  git ls-files -z 'Sources/*.cpp'
-fi | xargs -0 -n 1 -P "${JOBS:-$(nproc)}" clang-tidy-19 --quiet -p build/tidy
+cmake --preset dev -B build/tidy -DCMAKE_CXX_COMPILER=clang++-19 -DCORVANE_UNITY_BUILD=ON \
+  -DCORVANE_BUILD_TESTS=OFF -DCORVANE_BUILD_TOOL=OFF -DCORVANE_BUILD_EXAMPLES=OFF >/dev/null
+if [ $# -eq 0 ]; then
+  # The largest first, so that both processors are busy to the end.
+  mapfile -t sources < <(python3 -c 'import json
+for entry in json.load(open("build/tidy/compile_commands.json")):
+  if "/Sources/" in entry["file"]: print(entry["file"])' | xargs wc -l | sort -rn | awk '$2 != "total" {print $2}')
+  set -- "${sources[@]}"
+fi
+printf '%s\0' "$@" | xargs -0 -n 1 -P "${JOBS:-$(nproc)}" clang-tidy-19 --quiet -p build/tidy

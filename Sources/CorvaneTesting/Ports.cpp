@@ -29,6 +29,7 @@ std::string loopbackUrl(std::uint16_t port, std::string_view target) {
 
 Descriptor beginConnecting(std::uint16_t port) {
   Descriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  if (socket.value() < 0) throw std::system_error(errno, std::generic_category(), "cannot make a socket");
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_port = htons(port);

@@ -11,12 +11,12 @@ namespace {
 constexpr int windowBitsWithGzipHeader = 31;
 constexpr int memoryLevel = 9;
 /// The output grows by this much whenever it is full: only its length; `Data` allocates in larger steps.
-constexpr std::size_t growth = 12;
+constexpr std::size_t growthBytes = 12;
 
 Data deflateAll(z_stream& stream) {
   Data output;
   do {
-    if (stream.total_out >= output.count()) output.resize(output.count() + growth);
+    if (stream.total_out >= output.count()) output.resize(output.count() + growthBytes);
     detail::pointOutput(stream, output);
     // The one failure left is a full output, which the loop condition sees.
     deflate(&stream, Z_FINISH);

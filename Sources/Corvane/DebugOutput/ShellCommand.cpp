@@ -22,7 +22,7 @@ namespace {
 constexpr std::size_t largestBodyOnCommandLine = 8 * 1024;
 
 // Within single quotes everything is literal but the quote itself (POSIX.1, Shell Command Language, 2.2.2).
-std::string quoted(std::string_view text) {
+std::string shellQuoted(std::string_view text) {
   std::string result = "'";
   for (const char c : text) result += c == '\'' ? std::string("'\\''") : std::string(1, c);
   return result + "'";
@@ -38,16 +38,16 @@ const char* secretVariable(std::string_view headerName) {
 std::string header(const HTTPHeaderFields::Field& field, bool hidesSecrets) {
   const auto& [name, value] = field;
   const char* variable = hidesSecrets ? secretVariable(name) : nullptr;
-  if (variable) return " -H " + quoted(name + ": ") + "\"$" + variable + "\"";
+  if (variable) return " -H " + shellQuoted(name + ": ") + "\"$" + variable + "\"";
   // "Name:" would take the field away; "Name;" sends it without a value (curl(1), --header).
-  return " -H " + quoted(value.empty() ? name + ";" : name + ": " + value);
+  return " -H " + shellQuoted(value.empty() ? name + ";" : name + ": " + value);
 }
 
 // Fields that curl adds of its own accord and that this request does not have.
 std::string suppressedHeaders(const URLRequest& request, bool hasBody) {
   std::string text;
   const auto suppress = [&](const std::string& name) {
-    if (!request.allHTTPHeaderFields.contains(name)) text += " -H " + quoted(name + ":");
+    if (!request.allHTTPHeaderFields.contains(name)) text += " -H " + shellQuoted(name + ":");
   };
   suppress("User-Agent");
   suppress("Accept");
@@ -68,16 +68,16 @@ bool fitsOnCommandLine(const Data& body) {
 std::string methodOption(const URLRequest& request, std::string_view implied) {
   if (request.httpMethod == implied) return "";
   if (request.httpMethod == "HEAD" && implied == "GET") return " --head";
-  return " -X " + quoted(request.httpMethod);
+  return " -X " + shellQuoted(request.httpMethod);
 }
 
 // curl reads a leading "@" as the name of a file, and "-" as standard input (curl(1), --data).
 std::string inlineBody(std::string_view text) {
-  return (text.starts_with('@') ? " --data-raw " : " --data-binary ") + quoted(text);
+  return (text.starts_with('@') ? " --data-raw " : " --data-binary ") + shellQuoted(text);
 }
 
 std::string bodyFromFile(const std::string& file) {
-  return " --data-binary " + quoted("@" + (file == "-" ? "./-" : file));
+  return " --data-binary " + shellQuoted("@" + (file == "-" ? "./-" : file));
 }
 
 /// curl holds such a body in memory, but not one of "--upload-file", which changes a URL without a last component:
@@ -90,11 +90,11 @@ bool isSentAsData(const URLRequest& request) {
 std::string urlText(const platform::URL& url, bool hidesSecrets) {
   const std::string& text = url.absoluteString();
   const auto components = hidesSecrets ? platform::URLComponents::make(url, true) : std::nullopt;
-  if (!components || !components->percentEncodedPassword) return quoted(text);
+  if (!components || !components->percentEncodedPassword) return shellQuoted(text);
   const std::string user = components->percentEncodedUser.value_or("") + ":";
   const std::size_t start = text.find("//" + user) + 2 + user.size();
   const std::string_view rest = std::string_view(text).substr(start + components->percentEncodedPassword->size());
-  return quoted(text.substr(0, start)) + "\"$URL_PASSWORD\"" + quoted(rest);
+  return shellQuoted(text.substr(0, start)) + "\"$URL_PASSWORD\"" + shellQuoted(rest);
 }
 
 // What curl would otherwise change: "[1-3]" and "{a,b}" are ranges to it, in the name of a file to upload, too; "/../"
@@ -180,7 +180,7 @@ ShellCommand shellCommand(const URLRequest& request, const platform::URL& file, 
   ShellCommand command;
   command.text = "curl" + methodOption(request, isData ? "POST" : "PUT") +
                  urlOptions(request.url.absoluteString(), isData ? "" : path) + headers(request, true, options) +
-                 (isData ? bodyFromFile(path) : " --upload-file " + quoted(path)) + " " +
+                 (isData ? bodyFromFile(path) : " --upload-file " + shellQuoted(path)) + " " +
                  urlText(request.url, options.hidesSecrets);
   return command;
 }

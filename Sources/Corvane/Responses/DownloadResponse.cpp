@@ -23,17 +23,17 @@ namespace {
 // Recorded in errors and log records as they are; logs of different builds stay comparable.
 constexpr const char* file = "Corvane/Responses/DownloadResponse.cpp";
 constexpr const char* function = "init(data:url:response:error:)";
-constexpr int line = 78;
+constexpr int lineOfFailure = 78;
 
 /// Reading up to so many bytes takes less than handing them to another thread and back is worth.
-constexpr std::uintmax_t mostBytesInPlace = 64 * 1024;
+constexpr std::uintmax_t mostBytesReadInPlace = 64 * 1024;
 
 }  // namespace
 
 std::optional<Error> detail::failureOfDownload(const URLResponse* response, std::optional<Error> error) {
   if (error) return error;
   const auto* const http = dynamic_cast<const HTTPURLResponse*>(response);
-  if (!http) return HTTPUnknownError::downloadResponseFailedToConstruct(file, function, line);
+  if (!http) return HTTPUnknownError::downloadResponseFailedToConstruct(file, function, lineOfFailure);
   const auto status = corvane::status(*http);
   if (!isSuccess(status)) return HTTPResponseError::unacceptableStatus(status);
   return std::nullopt;
@@ -55,7 +55,7 @@ std::optional<Error> detail::readDownload(const URL& location, Data& bytes) {
 Error detail::failureOfMaking(platform::TypeValue type) {
   // The response's error has no room for the cause.
   moduleLogger().debug("Error making " + type.name() + " of a downloaded file: " + Error::current().message(),
-                       std::nullopt, std::nullopt, file, function, line);
+                       std::nullopt, std::nullopt, file, function, lineOfFailure);
   return HTTPResponseError::malformedData(type);
 }
 
@@ -63,7 +63,7 @@ bool detail::isLongToRead(const std::optional<URL>& location) {
   if (!location || !location->isFileURL()) return false;
   std::error_code error;
   const std::uintmax_t size = std::filesystem::file_size(location->fileSystemPath(), error);
-  return !error && size > mostBytesInPlace;
+  return !error && size > mostBytesReadInPlace;
 }
 
 std::string detail::describeDownload(platform::TypeValue type, const ResponseRecord& record) {

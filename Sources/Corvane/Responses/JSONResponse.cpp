@@ -17,8 +17,8 @@ using platform::URLResponse;
 namespace {
 
 // Recorded in errors and log records as they are; logs of different builds stay comparable.
-constexpr const char* file = "Corvane/Responses/JSONResponse.cpp";
-constexpr const char* function = "init(data:url:response:error:)";
+constexpr const char* sourceFile = "Corvane/Responses/JSONResponse.cpp";
+constexpr const char* initializer = "init(data:url:response:error:)";
 constexpr int lineOfNothingToDecode = 70;
 constexpr int lineOfDecodingError = 73;
 constexpr int lineOfUnknownError = 77;
@@ -44,7 +44,7 @@ std::string shownText(const std::string& text) {
 void log(const char* what, platform::TypeValue type, const std::string& text, int line) {
   detail::moduleLogger().debug(
       std::string(what) + " decoding json of type " + type.name() + " with json: \n " + shownText(text), std::nullopt,
-      std::nullopt, file, function, line);
+      std::nullopt, sourceFile, initializer, line);
 }
 
 }  // namespace
@@ -58,7 +58,7 @@ std::optional<Error> detail::failureBeforeDecoding(const std::optional<Data>& da
     if (!isSuccess(status)) return HTTPResponseError::unacceptableStatus(status);
     if (data) return std::nullopt;
   }
-  return HTTPUnknownError::jsonResponseFailedToConstruct(textOf(data), file, function, lineOfNothingToDecode);
+  return HTTPUnknownError::jsonResponseFailedToConstruct(textOf(data), sourceFile, initializer, lineOfNothingToDecode);
 }
 
 Error detail::failureOfDecoding(const Data& data, platform::TypeValue type) {
@@ -69,7 +69,7 @@ Error detail::failureOfDecoding(const Data& data, platform::TypeValue type) {
     return HTTPResponseError::jsonDecoding(type, error, std::move(text));
   }
   log("Unknown error", type, text, lineOfUnknownError);
-  return HTTPUnknownError::unableToParseJSON(std::move(text), error, file, function, lineOfUnableToParse);
+  return HTTPUnknownError::unableToParseJSON(std::move(text), error, sourceFile, initializer, lineOfUnableToParse);
 }
 
 bool detail::isLongToDecode(const std::optional<Data>& data) { return data && data->count() > mostBytesInPlace; }

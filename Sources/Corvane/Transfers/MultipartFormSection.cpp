@@ -16,7 +16,7 @@ namespace {
 constexpr std::string_view lineBreak = "\r\n";
 constexpr std::array forbidden{'\r', '\n', '\0'};
 
-const std::string& checked(const std::string& text, const char* what) {
+std::string checked(std::string text, const char* what) {
   if (text.find_first_of(std::string_view(forbidden.data(), forbidden.size())) != std::string::npos)
     throw MultipartError::controlCharacter(what, text);
   return text;

@@ -17,12 +17,13 @@ namespace corvane::testing::detail {
 
 namespace {
 
-constexpr int backlog = 4096;
+constexpr int longestBacklog = 4096;
 /// How often another free port is tried when the first address has it free and a later one has not.
 constexpr int portAttempts = 20;
 
 std::vector<Descriptor> bindAll(const std::vector<std::string>& addresses, std::uint16_t port) {
   std::vector<Descriptor> sockets;
+  sockets.reserve(addresses.size());
   for (const std::string& address : addresses) {
     sockets.push_back(boundSocket(address, sockets.empty() ? port : portOf(sockets.front())));
   }
@@ -45,7 +46,7 @@ std::vector<Descriptor> bindSomewhere(const std::vector<std::string>& addresses,
 Listener::Listener(const std::vector<std::string>& addresses, std::uint16_t port, ServerContext& context)
     : context_(context), sockets_(bindSomewhere(addresses, port)) {
   port_ = portOf(sockets_.front());
-  for (const Descriptor& socket : sockets_) startListening(socket, backlog);
+  for (const Descriptor& socket : sockets_) startListening(socket, longestBacklog);
   const platform::detail::SignalShield shield;  // also for the threads of the connections, which inherit it
   thread_ = std::thread([this] { accept(); });
 }

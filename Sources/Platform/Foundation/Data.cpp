@@ -49,6 +49,7 @@ Data::Data(const std::string& text) : Data(text.data(), text.size()) {}
 
 Data::Data(std::span<const std::byte> bytes) : Data(bytes.data(), bytes.size()) {}
 
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): what is retained first survives the release
 Data& Data::operator=(const Data& other) noexcept {
   other.retain();
   release();
@@ -81,7 +82,7 @@ std::optional<std::string> Data::utf8() const {
 void Data::setCapacity(std::size_t capacity) {
   if (bytes_ == nullptr || isShared()) {
     std::byte* bytes = allocate(capacity);
-    if (count_ != 0) std::memcpy(bytes, bytes_, count_);
+    if (bytes_ != nullptr) std::memcpy(bytes, bytes_, count_);
     release();
     bytes_ = bytes;
     return;

@@ -65,7 +65,9 @@ Error::Error(std::string domain, std::int64_t code, std::string message, Diction
     : Error(NSError(std::move(domain), code, std::move(message), std::move(userInfo))) {}
 
 Error::Error(std::shared_ptr<const CustomNSError> held, std::exception_ptr thrown, bool isForeign) noexcept
-    : held_(std::move(held)), thrown_(std::move(thrown)), isForeign_(isForeign) {}
+    : held_(std::move(held)),
+      thrown_(std::move(thrown)),  // NOLINT(bugprone-throw-keyword-missing): kept
+      isForeign_(isForeign) {}
 
 Error::~Error() = default;
 

@@ -10,7 +10,7 @@ namespace {
 
 // Logged and reported as they are; logs of different builds stay comparable.
 constexpr const char* message = "Hit completion without some sort response. This is an invalid state.";
-constexpr const char* sourceFile = "HTTPRetryAtempting";
+constexpr const char* retrySourceFile = "HTTPRetryAtempting";
 constexpr const char* function = "sendFromPoll(completionQueue:completion:)";
 constexpr int lineOfLog = 115;
 constexpr int lineOfError = 116;
@@ -18,8 +18,8 @@ constexpr int lineOfError = 116;
 }  // namespace
 
 platform::Error completionWithoutResponse() {
-  moduleLogger().fault(message, std::nullopt, std::nullopt, sourceFile, function, lineOfLog);
-  return HTTPUnknownError::completionWithoutResponseFromPolling(sourceFile, function, lineOfError);
+  moduleLogger().fault(message, std::nullopt, std::nullopt, retrySourceFile, function, lineOfLog);
+  return HTTPUnknownError::completionWithoutResponseFromPolling(retrySourceFile, function, lineOfError);
 }
 
 }  // namespace corvane::detail

@@ -90,7 +90,7 @@ bool isTrusted(TrustOperations& trust, const std::vector<URL>& certificates) {
 
 ChallengeResponse respondToChallenge(const platform::URLAuthenticationChallenge& challenge,
                                      const std::vector<URL>& certificates) {
-  const ChallengeResponse defaultHandling{AuthChallengeDisposition::performDefaultHandling, std::nullopt};
+  ChallengeResponse defaultHandling{AuthChallengeDisposition::performDefaultHandling, std::nullopt};
   const auto& serverTrust = challenge.protectionSpace.serverTrust;
   if (!serverTrust || certificates.empty()) return defaultHandling;
   LiveTrust trust(*serverTrust);

@@ -80,6 +80,7 @@ bool DecodingFieldTable::KeyIndex::tellApart(std::size_t offset, std::size_t len
   mask_ = detail::wordAt(bytes);
   offset_ = offset;
   std::vector<std::string> parts;
+  parts.reserve(keys_.size());
   for (const Key& key : keys_) parts.push_back(key.text.substr(offset, length));
   std::ranges::sort(parts);
   if (std::ranges::adjacent_find(parts) != parts.end()) return false;

@@ -116,7 +116,7 @@ JSONReader::Object::~Object() { Scope::leave(reader_, node_); }
 
 bool JSONReader::Object::next() {
   const bool isFirst = valueStart_ == nullptr;
-  if (reader_.cursor_ == valueStart_) reader_.skip();
+  if (!isFirst && reader_.cursor_ == valueStart_) reader_.skip();
   node_.step = PathNode::Step::none;
   if (!reader_.nextInside('}', isFirst)) {
     reader_.valueStart_ = node_.start;

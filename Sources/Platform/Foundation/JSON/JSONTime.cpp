@@ -102,7 +102,8 @@ std::optional<std::string> decimalText(Wide numerator, Wide denominator) {
                   '0');
   while (!fraction.empty() && fraction.back() == '0') fraction.pop_back();
   std::string text = (numerator < 0 ? "-" : "") + std::to_string(static_cast<std::int64_t>(whole));
-  return fraction.empty() ? text : text + "." + fraction;
+  if (!fraction.empty()) text.append(1, '.').append(fraction);
+  return text;
 }
 
 }  // namespace

@@ -10,7 +10,7 @@ namespace platform::detail {
 
 namespace {
 
-LoadFailure problem(const std::string& detail) {
+LoadFailure brotliProblem(const std::string& detail) {
   return {URLErrorCode::cannotDecodeContentData, "the br data " + detail};
 }
 
@@ -28,7 +28,7 @@ BrotliStage::BrotliStage()
 }
 
 std::optional<LoadFailure> BrotliStage::decode(Bytes input, const ByteConsumer& output) {
-  if (isAtEnd_) return input.empty() ? std::nullopt : std::optional(problem("is damaged: bytes follow its end"));
+  if (isAtEnd_) return input.empty() ? std::nullopt : std::optional(brotliProblem("is damaged: bytes follow its end"));
   std::size_t inputLeft = input.size();
   const auto* next = reinterpret_cast<const std::uint8_t*>(input.data());
   for (;;) {
@@ -39,7 +39,7 @@ std::optional<LoadFailure> BrotliStage::decode(Bytes input, const ByteConsumer& 
     if (result == BROTLI_DECODER_RESULT_ERROR) {
       const BrotliDecoderErrorCode code = BrotliDecoderGetErrorCode(state_.get());
       if (isOutOfMemory(code)) throw std::bad_alloc();
-      return problem(std::string("is damaged: ") + BrotliDecoderErrorString(code));
+      return brotliProblem(std::string("is damaged: ") + BrotliDecoderErrorString(code));
     }
     if (const Bytes decoded(piece_.get(), pieceBytes - roomLeft); !decoded.empty()) {
       if (auto failure = output(decoded)) return failure;
@@ -48,13 +48,13 @@ std::optional<LoadFailure> BrotliStage::decode(Bytes input, const ByteConsumer& 
     if (result == BROTLI_DECODER_RESULT_SUCCESS) break;
   }
   isAtEnd_ = true;
-  if (inputLeft > 0) return problem("is damaged: bytes follow its end");
+  if (inputLeft > 0) return brotliProblem("is damaged: bytes follow its end");
   return std::nullopt;
 }
 
 std::optional<LoadFailure> BrotliStage::finish() {
   if (isAtEnd_) return std::nullopt;
-  return problem("ends early");
+  return brotliProblem("ends early");
 }
 
 }  // namespace platform::detail

@@ -13,7 +13,7 @@ namespace {
 
 constexpr int greatestWindowLog = 23;  // 8 MiB, RFC 9659, 3
 
-LoadFailure problem(const std::string& detail) {
+LoadFailure zstdProblem(const std::string& detail) {
   return {URLErrorCode::cannotDecodeContentData, "the zstd data " + detail};
 }
 
@@ -33,7 +33,7 @@ std::optional<LoadFailure> ZstdStage::decode(Bytes input, const ByteConsumer& ou
     const std::size_t result = ZSTD_decompressStream(context_.get(), &room, &taken);
     if (ZSTD_isError(result)) {
       if (ZSTD_getErrorCode(result) == ZSTD_error_memory_allocation) throw std::bad_alloc();
-      return problem(std::string("is damaged: ") + ZSTD_getErrorName(result));
+      return zstdProblem(std::string("is damaged: ") + ZSTD_getErrorName(result));
     }
     if (room.pos > 0) {
       if (auto failure = output(Bytes(piece_.get(), room.pos))) return failure;
@@ -46,7 +46,7 @@ std::optional<LoadFailure> ZstdStage::decode(Bytes input, const ByteConsumer& ou
 
 std::optional<LoadFailure> ZstdStage::finish() {
   if (isAtEndOfFrame_) return std::nullopt;
-  return problem("ends early");
+  return zstdProblem("ends early");
 }
 
 }  // namespace platform::detail

@@ -98,7 +98,7 @@ void LookUpThreads::startThreads() {
 }
 
 void LookUpThreads::failWaiting() {
-  for (Asked& each : std::exchange(line_, {})) {
+  for (const Asked& each : std::exchange(line_, {})) {
     report(each.question, Failure{FailureCause::nameLookupFailed, "no thread can be started to look up names", EAGAIN});
   }
 }

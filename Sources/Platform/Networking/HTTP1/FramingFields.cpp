@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::string_view contentLength = "Content-Length";
 constexpr std::string_view transferEncoding = "Transfer-Encoding";
-constexpr std::string_view connection = "Connection";
+constexpr std::string_view connectionName = "Connection";
 
 /// The digits of a number without the zeros before it.
 std::string_view withoutLeadingZeros(std::string_view digits) {
@@ -35,8 +35,8 @@ FramingFields::Use FramingFields::take(std::string_view name, std::string_view& 
     case transferEncoding.size():
       if (!detail::equalsIgnoringCase(name, transferEncoding)) break;
       return takeTransferEncoding(value);
-    case connection.size():
-      if (detail::equalsIgnoringCase(name, connection)) takeConnection(value);
+    case connectionName.size():
+      if (detail::equalsIgnoringCase(name, connectionName)) takeConnection(value);
       break;
     default:
       break;

@@ -144,7 +144,7 @@ bool HTTP2Connection::receive(Bytes bytes) {
 }
 
 void HTTP2Connection::flush() {
-  HTTP2Output& output = session_.output();
+  const HTTP2Output& output = session_.output();
   for (std::size_t share = 0; share < fairShareBytes;) {
     if (output.isEmpty() && !failure_ && !session_.pull()) {
       giveUp({FailureCause::malformedResponse, "the server breaks HTTP/2: " + session_.problem(), 0});

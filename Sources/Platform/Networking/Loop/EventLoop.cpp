@@ -8,10 +8,8 @@
 #include <array>
 #include <cerrno>
 #include <limits>
-#include <string>
-#include <system_error>
 
-#include "Platform/Trap.hpp"
+#include "Platform/Networking/Loop/RequiredDescriptor.hpp"
 
 namespace platform::networking {
 
@@ -22,13 +20,6 @@ constexpr int mostBatches = 32;
 /// The events after which there may be something to read: bytes, the end, or an error.
 constexpr std::uint32_t readable = EPOLLIN | EPOLLRDHUP | EPOLLHUP | EPOLLERR;
 
-int checked(int descriptor, const char* what) {
-  if (descriptor < 0) {
-    trap(std::string("the network loop cannot start: ") + what + ": " + std::system_category().message(errno));
-  }
-  return descriptor;
-}
-
 std::uint64_t keyOf(int descriptor, std::uint32_t generation) {
   return (std::uint64_t{generation} << 32) | static_cast<std::uint32_t>(descriptor);
 }
@@ -36,15 +27,15 @@ std::uint64_t keyOf(int descriptor, std::uint32_t generation) {
 }  // namespace
 
 EventLoop::EventLoop()
-    : epoll_(checked(::epoll_create1(EPOLL_CLOEXEC), "epoll")),
-      alarm_(checked(::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK), "timerfd")),
+    : epoll_(required(::epoll_create1(EPOLL_CLOEXEC), "epoll")),
+      alarm_(required(::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK), "timerfd")),
       receiveBuffer_(new std::byte[receiveBufferBytes]),
       now_(NetworkClock::now()) {
   for (const int descriptor : {ownership_.wakeDescriptor(), alarm_}) {
     epoll_event event{};
     event.events = EPOLLIN | EPOLLET;
     event.data.u64 = keyOf(descriptor, 0);
-    checked(::epoll_ctl(epoll_, EPOLL_CTL_ADD, descriptor, &event), "epoll");
+    required(::epoll_ctl(epoll_, EPOLL_CTL_ADD, descriptor, &event), "epoll");
   }
   ownership_.tryAcquire();
 }

@@ -6,13 +6,11 @@
 #include <unistd.h>
 
 #include <array>
-#include <cerrno>
 #include <chrono>
-#include <string>
-#include <system_error>
 #include <utility>
 
 #include "Platform/Dispatch/Internal/ForkGuard.hpp"
+#include "Platform/Networking/Loop/RequiredDescriptor.hpp"
 #include "Platform/Trap.hpp"
 
 namespace platform::networking {
@@ -35,12 +33,6 @@ enum class Habit : std::uint8_t {
 
 thread_local Habit habit = Habit::none;
 
-int checked(int descriptor, const char* what) {
-  if (descriptor < 0)
-    trap(std::string("the network loop cannot start: ") + what + ": " + std::system_category().message(errno));
-  return descriptor;
-}
-
 void ring(int eventDescriptor) {
   const std::uint64_t one = 1;
   // A full counter still wakes the reader, so the result says nothing that matters.
@@ -56,9 +48,9 @@ void clear(int descriptor) {
 }  // namespace
 
 LoopOwnership::LoopOwnership()
-    : wake_(checked(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd")),
-      parkWake_(checked(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd")),
-      graceTimer_(checked(::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK), "timerfd")) {}
+    : wake_(required(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd")),
+      parkWake_(required(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd")),
+      graceTimer_(required(::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK), "timerfd")) {}
 
 LoopOwnership::~LoopOwnership() {
   ::close(wake_);

@@ -19,7 +19,7 @@ std::size_t idleLimitForDescriptors(std::size_t descriptors) {
 constexpr std::size_t rememberedHosts = 256;
 
 /// How soon those who wait for the limit to grow look again.
-constexpr Duration lookInterval = std::chrono::milliseconds(1);
+constexpr Duration admissionInterval = std::chrono::milliseconds(1);
 
 }  // namespace
 
@@ -64,7 +64,7 @@ void ConnectionPool::admit() {
     auto& exchange = static_cast<Exchange&>(*admitted);
     exchange.host_->serve(exchange);
   }
-  if (admission_.isHeldBack() && !isArmed()) loop_.arm(*this, loop_.now() + lookInterval);
+  if (admission_.isHeldBack() && !isArmed()) loop_.arm(*this, loop_.now() + admissionInterval);
 }
 
 void ConnectionPool::runDeferred() {

@@ -17,7 +17,7 @@ class BrokenPipeGuard {
     sigset_t pending;
     sigpending(&pending);
     wasPending_ = sigismember(&pending, SIGPIPE) == 1;
-    sigset_t broken = brokenPipe();
+    const sigset_t broken = brokenPipe();
     pthread_sigmask(SIG_BLOCK, &broken, &previous_);
   }
   ~BrokenPipeGuard() {

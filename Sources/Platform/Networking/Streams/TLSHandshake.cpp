@@ -172,7 +172,7 @@ int TLSStream::noteCertificateRequest(SSL* ssl, X509**, EVP_PKEY**) {
 }
 
 int TLSStream::keepSession(SSL* ssl, SSL_SESSION* session) {
-  TLSStream& stream = of(ssl);
+  const TLSStream& stream = of(ssl);
   stream.context_->keepSession(stream.origin_, stream.trustEpoch_, TLSContext::Session(session), stream.loop_.now());
   return 1;
 }

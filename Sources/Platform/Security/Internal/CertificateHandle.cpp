@@ -66,7 +66,8 @@ Data CertificateHandle::der() const {
 std::string nameSummary(const X509_NAME* name) {
   const OpenSSLErrorScope errors;
   std::string text = commonName(name);
-  return text.empty() ? wholeName(name) : text;
+  if (text.empty()) text = wholeName(name);
+  return text;
 }
 
 std::vector<SecCertificate> certificatesFromChain(const STACK_OF(X509) * chain) {

@@ -42,7 +42,7 @@ class Uses {
   }
   void close() {
     if (ForkGuard::isForkedChild()) return;  // its user is not here
-    MutexLock lock(mutex_);
+    const MutexLock lock(mutex_);
     isClosed_ = true;
     changed_.waitUntil(mutex_, std::chrono::steady_clock::now() + std::chrono::seconds(1),
                        [this]() CORVANE_REQUIRES(mutex_) { return count_ == 0; });

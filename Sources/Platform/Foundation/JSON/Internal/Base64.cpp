@@ -9,7 +9,7 @@ namespace {
 constexpr std::string_view alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 constexpr std::uint8_t noDigit = 64;
 
-constexpr std::array<std::uint8_t, 256> digits = [] {
+constexpr std::array<std::uint8_t, 256> digitValues = [] {
   std::array<std::uint8_t, 256> table{};
   table.fill(noDigit);
   for (std::size_t value = 0; value < alphabet.size(); ++value)
@@ -42,7 +42,7 @@ std::optional<Data> fromBase64(std::string_view text) {
   std::uint32_t bits = 0;
   unsigned count = 0;
   for (const char c : text) {
-    const std::uint8_t digit = digits[static_cast<unsigned char>(c)];
+    const std::uint8_t digit = digitValues[static_cast<unsigned char>(c)];
     if (digit == noDigit) return std::nullopt;
     bits = bits << 6U | digit;
     count += 6;
