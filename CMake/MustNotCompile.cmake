@@ -1,21 +1,22 @@
 # Tests that a misuse is refused by the compiler, with a message that helps.
 
-# corvane_must_not_compile(NAME SOURCE EXPECTED [NAMES])
+# corvane_must_not_compile(NAME SOURCE PLACE EXPECTED [NAMES])
 #
 # Adds a test that compiles SOURCE (checking only, nothing is written) and passes when the compiler refuses it
-# with a message that matches the regular expression EXPECTED (CMake's flavour). NAMES, separated by commas and
+# with a message that matches the regular expression EXPECTED (CMake's flavour): with any, or, where PLACE is " first",
+# with its first. NAMES, separated by commas and
 # blanks, stand in that message too, or at most three lines below.
-function(corvane_must_not_compile name source expected)
+function(corvane_must_not_compile name source place expected)
   add_test(NAME "MustNotCompile.${name}"
     COMMAND "${CMAKE_COMMAND}"
       "-DCOMPILER=${CMAKE_CXX_COMPILER}" "-DINCLUDE=${PROJECT_SOURCE_DIR}/Sources"
-      "-DSOURCE=${source}" "-DEXPECTED=${expected}" "-DNAMES=${ARGN}"
+      "-DSOURCE=${source}" "-DPLACE=${place}" "-DEXPECTED=${expected}" "-DNAMES=${ARGN}"
       -P "${PROJECT_SOURCE_DIR}/CMake/RunMustNotCompile.cmake")
   set_tests_properties("MustNotCompile.${name}" PROPERTIES TIMEOUT 120)
 endfunction()
 
 # Adds a test for each source of a folder. Its first line holds what is expected; the second may hold names:
-#   // expect: path must convert to std::string
+#   // expect: path must convert to std::string         or "expect first:", of the first error that GCC tells
 #   // names: Profile, avatar
 # Each must compile with CORVANE_CORRECT defined, which shows that nothing but the misuse is refused. One more test
 # compiles all of them together, as a namespace each.
@@ -29,16 +30,17 @@ function(corvane_must_not_compile_folder folder)
     file(STRINGS "${source}" lines LIMIT_COUNT 2)
     list(GET lines 0 first_line)
     list(GET lines 1 second_line)
-    if(NOT first_line MATCHES "^// expect: (.+)$")
+    if(NOT first_line MATCHES "^// expect( first)?: (.+)$")
       message(FATAL_ERROR "${source}: the first line must be '// expect: ' and a regular expression.")
     endif()
-    set(expected "${CMAKE_MATCH_1}")
+    set(place "${CMAKE_MATCH_1}")
+    set(expected "${CMAKE_MATCH_2}")
     set(names "")
     if(second_line MATCHES "^// names: (.+)$")
       set(names "${CMAKE_MATCH_1}")
     endif()
     get_filename_component(name "${source}" NAME_WE)
-    corvane_must_not_compile("${name}" "${source}" "${expected}" "${names}")
+    corvane_must_not_compile("${name}" "${source}" "${place}" "${expected}" "${names}")
 
     file(READ "${source}" text)
     if(NOT text MATCHES "CORVANE_CORRECT")

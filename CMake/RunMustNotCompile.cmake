@@ -6,6 +6,10 @@ execute_process(COMMAND ${command} "${SOURCE}" RESULT_VARIABLE status OUTPUT_VAR
 if(status EQUAL 0)
   message(FATAL_ERROR "The compiler accepts ${SOURCE}.")
 endif()
+# Which error comes first is asked of GCC only.
+if(PLACE STREQUAL " first" AND NOT COMPILER MATCHES "clang")
+  string(REGEX MATCH "error: [^\n]*" output "${output}")
+endif()
 if(NOT output MATCHES "error: [^\n]*${EXPECTED}")
   message(FATAL_ERROR "The compiler refuses ${SOURCE}, but no error says '${EXPECTED}':\n${output}")
 endif()

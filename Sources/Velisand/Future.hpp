@@ -27,8 +27,10 @@ namespace velisand {
 /// is completed, its callbacks are dropped without being called.
 template <class T>
 class Future {
-  static_assert(std::is_void_v<T> || std::copy_constructible<T>,
-                "a future's value is shared by everyone who asks for it, so it must be copyable");
+  static_assert(
+      std::is_void_v<T> || std::copy_constructible<T>,
+      "A future's value is shared by everyone who asks for it, so it must be copyable: of a type that can only "
+      "be moved, take the response in a completion");
 
  public:
   /// What the future is of.

@@ -45,6 +45,6 @@ concept HTTPResponsable =
     HTTPResponsableBase<R> && HTTPResultable<typename R::Result> &&
     std::constructible_from<R, std::optional<platform::Data>, std::optional<platform::URL>,
                             std::shared_ptr<const platform::URLResponse>, std::optional<platform::Error>> &&
-    detail::OffersProperty<R, &R::result, typename R::Result>;
+    detail::OffersProperty<R, &R::result, const typename R::Result&>;
 
 }  // namespace corvane

@@ -37,9 +37,11 @@ struct CORVANE_API HTTPResponse : ResponseRecord {
         debugDescription(detail::read(&R::debugDescription, response)),
         body(std::move(bodyOfResponse)) {}
 
-  HTTPResponse(const HTTPResponse& other);
+  HTTPResponse(const HTTPResponse& other)
+    requires std::copy_constructible<Body>;
   HTTPResponse(HTTPResponse&& other) noexcept;
-  HTTPResponse& operator=(const HTTPResponse& other);
+  HTTPResponse& operator=(const HTTPResponse& other)
+    requires std::copyable<Body>;
   HTTPResponse& operator=(HTTPResponse&& other) noexcept;
   ~HTTPResponse();
 
@@ -79,11 +81,15 @@ struct CORVANE_API HTTPResponse : ResponseRecord {
 
 // Out of the class, so that the commonest kind is compiled once, in the library.
 template <class Body>
-HTTPResponse<Body>::HTTPResponse(const HTTPResponse&) = default;
+HTTPResponse<Body>::HTTPResponse(const HTTPResponse&)
+  requires std::copy_constructible<Body>
+= default;
 template <class Body>
 HTTPResponse<Body>::HTTPResponse(HTTPResponse&&) noexcept = default;
 template <class Body>
-HTTPResponse<Body>& HTTPResponse<Body>::operator=(const HTTPResponse&) = default;
+HTTPResponse<Body>& HTTPResponse<Body>::operator=(const HTTPResponse&)
+  requires std::copyable<Body>
+= default;
 template <class Body>
 HTTPResponse<Body>& HTTPResponse<Body>::operator=(HTTPResponse&&) noexcept = default;
 template <class Body>

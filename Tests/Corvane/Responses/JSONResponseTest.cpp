@@ -17,6 +17,9 @@ struct User {
   std::optional<std::string> name;
 };
 struct Nothing {};
+struct Link {
+  std::unique_ptr<Link> next;
+};
 /// Says what is wrong in its own words.
 struct Even {
   int value = 0;
@@ -47,6 +50,8 @@ namespace corvane {
 namespace {
 
 static_assert(HTTPResponsable<JSONResponse<User>>);
+static_assert(HTTPResponsable<JSONResponse<Link>>);
+static_assert(!std::copy_constructible<HTTPResponse<Link>> && std::move_constructible<HTTPResponse<Link>>);
 static_assert(HTTPResultable<JSONResult<User>>);
 
 std::shared_ptr<const HTTPURLResponse> httpResponse(int status) {
@@ -77,6 +82,14 @@ TEST(JSONResponseTest, decodesTheBytes) {
   EXPECT_FALSE(result.result.body()->name);
   EXPECT_EQ(result.result.error(), nullptr);
   EXPECT_EQ(result.data->bytes(), bytes.bytes());
+}
+
+TEST(JSONResponseTest, holdsABodyThatCanOnlyBeMoved) {
+  auto result = response<Link>(Data(R"({"next": {"next": null}})"));
+
+  ASSERT_NE(result.result.body(), nullptr);
+  const Link moved = std::move(*result.result.body());
+  EXPECT_NE(moved.next, nullptr);
 }
 
 TEST(JSONResponseTest, keepsTheFactsOfTheExchange) {

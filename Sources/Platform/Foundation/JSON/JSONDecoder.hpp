@@ -14,16 +14,13 @@ namespace platform {
 /// | C++ | JSON |
 /// |---|---|
 /// | a plain struct | an object; each member by its name, as `JSONCodec` and the strategies change it |
-/// | `std::optional` | the value; null and a missing key make it absent. All other keys must be there |
-/// | integers | a number that is whole and within range, `1.0` and `1e2` included |
-/// | `float`, `double` | a number; too small a one is zero, too large a one refused |
-/// | `bool`, `std::string` | true or false, a string |
-/// | enumerations | a number; by `JSONCodec` a string |
-/// | `std::vector`, `std::deque`, `std::list` | an array |
-/// | `std::array` | an array of exactly that many elements |
-/// | maps from `std::string` | an object |
-/// | `std::variant` | what the first alternative that fits is read from; see below |
-/// | `std::chrono::sys_time` | by the date strategy |
+/// | `std::optional`, `std::unique_ptr`, `std::shared_ptr` | the value; null and a missing key make it absent. All
+/// other keys must be there | | integers | a number that is whole and within range, `1.0` and `1e2` included | |
+/// `float`, `double` | a number; too small a one is zero, too large a one refused | | `bool`, `std::string` | true or
+/// false, a string | | enumerations | any number of the underlying type; by `JSONCodec` a string | | `std::vector`,
+/// `std::deque`, `std::list` | an array | | `std::set`, `std::unordered_set` | an array; of equal elements one is kept
+/// | | `std::array` | an array of exactly that many elements | | maps from `std::string` | an object | | `std::variant`
+/// | what the first alternative that fits is read from; see below | | `std::chrono::sys_time` | by the date strategy |
 /// | `Data`, `URL`, `UUID` | a string: base64 (RFC 4648, 4), a URL reference, the canonical form |
 /// | `JSONValue` | anything |
 ///

@@ -30,8 +30,10 @@ constexpr bool canBeDecoded() {
                 std::same_as<T, std::monostate>) {
     return !std::is_const_v<T>;
   } else if constexpr (std::is_enum_v<T>) {
-    return HasJSONNames<T> || EnumerationByValue<T>;
-  } else if constexpr (isOptional<T> || isArray<T> || Sequence<T>) {
+    return true;
+  } else if constexpr (isOptional<T> || isPointer<T>) {
+    return !std::is_const_v<T> && canBeDecoded<OptionalValue<T>>();
+  } else if constexpr (isArray<T> || Sequence<T> || Set<T>) {
     return canBeDecoded<typename T::value_type>();
   } else if constexpr (TextMap<T>) {
     return canBeDecoded<typename T::mapped_type>();
@@ -86,9 +88,9 @@ constexpr std::uint8_t kindsOf() {
     return bit(JSONKind::string) | bit(JSONKind::number);
   } else if constexpr (std::same_as<T, std::monostate>) {
     return bit(JSONKind::null);
-  } else if constexpr (isOptional<T>) {
-    return kindsOf<typename T::value_type>() | bit(JSONKind::null);
-  } else if constexpr (isArray<T> || Sequence<T>) {
+  } else if constexpr (isOptional<T> || isPointer<T>) {
+    return kindsOf<OptionalValue<T>>() | bit(JSONKind::null);
+  } else if constexpr (isArray<T> || Sequence<T> || Set<T>) {
     return bit(JSONKind::array);
   } else {
     return bit(JSONKind::object);
@@ -126,9 +128,9 @@ constexpr JSONDecoding makeDecoding() {
                        std::same_as<T, std::int64_t> || std::same_as<T, std::uint64_t>) {
     decoding.decode = &JSONReader::decodeInteger<T>;
   }
-  if constexpr (isOptional<T> && !DecodesItself<T>) {
+  if constexpr ((isOptional<T> || isPointer<T>) && !DecodesItself<T>) {
     decoding.makeAbsent = &makeAbsent<T>;
-    decoding.fieldTable = makeDecoding<typename T::value_type>().fieldTable;
+    decoding.fieldTable = makeDecoding<OptionalValue<T>>().fieldTable;
   }
   if constexpr (Model<T> && !DecodesItself<T>) decoding.fieldTable = &decodingFieldTable<T>;
   return decoding;
@@ -149,9 +151,12 @@ DecodingFieldTable makeDecodingFieldTable(TypeList<Types...>, std::index_sequenc
 
 template <class T>
 const DecodingFieldTable& decodingFieldTable() {
-  static const DecodingFieldTable& fieldTable =
-      *new DecodingFieldTable(makeDecodingFieldTable<T>(MemberTypes<T>(), std::make_index_sequence<memberCount<T>>()));
-  return fieldTable;
+  if constexpr (checkModel<T>()) {
+    static const DecodingFieldTable& fieldTable = *new DecodingFieldTable(
+        makeDecodingFieldTable<T>(MemberTypes<T>(), std::make_index_sequence<memberCount<T>>()));
+    return fieldTable;
+  }
+  __builtin_unreachable();
 }
 
 template <class T>
@@ -182,6 +187,24 @@ void decodeSequence(JSONReader& reader, T& sequence) {
       sequence.push_back(std::move(element));
     }
   }
+}
+
+template <class T>
+void decodeSet(JSONReader& reader, T& set) {
+  set.clear();
+  for (JSONReader::Array array(reader); array.next();) {
+    auto element = placeholder<typename T::value_type>();
+    decode(reader, element);
+    set.insert(std::move(element));
+  }
+}
+
+template <class T>
+void decodePointer(JSONReader& reader, T& pointer) {
+  using Value = OptionalValue<T>;
+  auto value = std::make_unique<Value>(placeholder<Value>());
+  decode(reader, *value);
+  pointer = std::move(value);
 }
 
 template <class T>
@@ -271,12 +294,20 @@ void decode(JSONReader& reader, T& value) {
     } else {
       decode(reader, value.emplace(placeholder<typename T::value_type>()));
     }
+  } else if constexpr (isPointer<T>) {
+    if (reader.takeNull()) {
+      value.reset();
+    } else {
+      decodePointer(reader, value);
+    }
   } else if constexpr (isVariant<T>) {
     decodeVariant(reader, value);
   } else if constexpr (isArray<T>) {
     decodeArray(reader, value);
   } else if constexpr (Sequence<T>) {
     decodeSequence(reader, value);
+  } else if constexpr (Set<T>) {
+    decodeSet(reader, value);
   } else if constexpr (TextMap<T>) {
     decodeMap(reader, value);
   } else if constexpr (SystemTime<T>) {
@@ -292,9 +323,9 @@ void decode(JSONReader& reader, T& value) {
 
 }  // namespace detail
 
-/// A type that JSON is decoded into: numbers, booleans, text, enumerations, optionals, sequences, arrays, maps
-/// from text, variants, dates, plain structs of these, and types with a `JSONCodec`. The members of a struct
-/// are looked at when it is decoded.
+/// A type that JSON is decoded into: numbers, booleans, text, enumerations, optionals, sequences, sets, arrays,
+/// maps from text, variants, pointers that own their value, dates, plain structs of these, and types with a
+/// `JSONCodec`. The members of a struct are looked at when it is decoded.
 template <class T>
 concept JSONReadable = detail::canBeDecoded<T>();
 

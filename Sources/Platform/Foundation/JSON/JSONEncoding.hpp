@@ -30,7 +30,9 @@ constexpr bool canBeEncoded() {
     return true;
   } else if constexpr (std::is_enum_v<T>) {
     return true;
-  } else if constexpr (isOptional<T> || isArray<T> || Sequence<T>) {
+  } else if constexpr (isOptional<T> || isPointer<T>) {
+    return canBeEncoded<OptionalValue<T>>();
+  } else if constexpr (isArray<T> || Sequence<T> || Set<T>) {
     return canBeEncoded<typename T::value_type>();
   } else if constexpr (TextMap<T>) {
     return canBeEncoded<typename T::mapped_type>();
@@ -61,13 +63,13 @@ void encodeErased(JSONWriter& writer, const void* value) {
 }
 template <class T>
 bool isAbsent(const void* value) {
-  return !static_cast<const T*>(value)->has_value();
+  return !*static_cast<const T*>(value);
 }
 
 template <class T>
 constexpr JSONEncoding makeEncoding() {
   JSONEncoding encoding{&encodeErased<T>, nullptr};
-  if constexpr (isOptional<T> && !EncodesItself<T>) encoding.isAbsent = &isAbsent<T>;
+  if constexpr ((isOptional<T> || isPointer<T>) && !EncodesItself<T>) encoding.isAbsent = &isAbsent<T>;
   return encoding;
 }
 template <class T>
@@ -86,9 +88,12 @@ EncodingFieldTable makeEncodingFieldTable(TypeList<Types...>, std::index_sequenc
 
 template <class T>
 const EncodingFieldTable& encodingFieldTable() {
-  static const EncodingFieldTable& fieldTable =
-      *new EncodingFieldTable(makeEncodingFieldTable<T>(MemberTypes<T>(), std::make_index_sequence<memberCount<T>>()));
-  return fieldTable;
+  if constexpr (checkModel<T>()) {
+    static const EncodingFieldTable& fieldTable = *new EncodingFieldTable(
+        makeEncodingFieldTable<T>(MemberTypes<T>(), std::make_index_sequence<memberCount<T>>()));
+    return fieldTable;
+  }
+  __builtin_unreachable();
 }
 
 template <class T>
@@ -152,7 +157,7 @@ void encode(JSONWriter& writer, const T& value) {
     encode(writer, static_cast<std::underlying_type_t<T>>(value));
   } else if constexpr (std::same_as<T, std::monostate>) {
     writer.writeNull();
-  } else if constexpr (isOptional<T>) {
+  } else if constexpr (isOptional<T> || isPointer<T>) {
     if (value) {
       encode(writer, *value);
     } else {
@@ -160,7 +165,7 @@ void encode(JSONWriter& writer, const T& value) {
     }
   } else if constexpr (isVariant<T>) {
     std::visit([&](const auto& alternative) { encode(writer, alternative); }, value);
-  } else if constexpr (isArray<T> || Sequence<T>) {
+  } else if constexpr (isArray<T> || Sequence<T> || Set<T>) {
     encodeSequence(writer, value);
   } else if constexpr (TextMap<T>) {
     encodeMap(writer, value);

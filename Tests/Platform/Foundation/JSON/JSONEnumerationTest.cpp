@@ -16,8 +16,9 @@ enum Plain : int { first = 1, second };
 enum class Flag : bool { off, on };
 
 enum class Suit { hearts, spades, unnamed };
-/// Without a fixed underlying type not every number is a value, so it is read by name only.
+/// Without a fixed underlying type.
 enum Weather { sunny, rainy };
+enum Season { spring, summer };
 
 struct Card {
   Suit suit;
@@ -74,6 +75,13 @@ TEST(JSONEnumerationTest, isReadAndWrittenByNameWhereItHasNames) {
   EXPECT_EQ(encoded(Suit::spades), "\"\u2660\"");
   EXPECT_EQ(decoded<Weather>(R"("rainy")"), rainy);
   EXPECT_EQ(encoded(sunny), R"("sunny")");
+}
+
+TEST(JSONEnumerationTest, readsOneWithoutAFixedTypeByItsNumber) {
+  EXPECT_EQ(decoded<Season>("1"), summer);
+  EXPECT_EQ(encoded(summer), "1");
+  EXPECT_THROW(decoded<Season>("4294967296"), DecodingError);
+  EXPECT_THROW(decoded<Season>("\"summer\""), DecodingError);
 }
 
 TEST(JSONEnumerationTest, refusesNamesThatItDoesNotHave) {

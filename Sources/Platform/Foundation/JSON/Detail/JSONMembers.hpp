@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
 #include <type_traits>
 #include <utility>
@@ -36,6 +37,9 @@ constexpr bool takesInitialisers(std::index_sequence<indices...>) {
   return requires { T{(static_cast<void>(indices), Anything{})...}; };
 }
 
+/// In place of a count: no number of initialisers makes the type, as where a member is a reference.
+inline constexpr std::size_t uncountable = SIZE_MAX;
+
 /// The number of members; more than `mostMembers` when there are too many.
 template <class T, std::size_t count = 0, bool isLargeEnough = false>
 constexpr std::size_t countMembers() {
@@ -43,7 +47,7 @@ constexpr std::size_t countMembers() {
   if constexpr (isLargeEnough && !takes) {
     return count - 1;
   } else if constexpr (count > mostMembers) {
-    return count;
+    return isLargeEnough ? count : uncountable;
   } else {
     return countMembers<T, count + 1, takes>();
   }
@@ -51,6 +55,15 @@ constexpr std::size_t countMembers() {
 
 template <class T>
 inline constexpr std::size_t memberCount = countMembers<T>();
+
+template <class T, std::size_t... indices>
+constexpr bool takesInitialisersOneEach(std::index_sequence<indices...>) {
+  return requires { T((static_cast<void>(indices), Anything{})...); };
+}
+/// Of a C array each element was counted as a member; in parentheses, an initialiser is for a whole member.
+template <class T>
+inline constexpr bool hasArray =
+    memberCount<T> > 1 && !takesInitialisersOneEach<T>(std::make_index_sequence<memberCount<T>>());
 template <class T>
 inline constexpr bool hasBase = requires { T{AnyBaseOf<T>{}}; };
 
@@ -123,14 +136,28 @@ inline constexpr bool hasBase = requires { T{AnyBaseOf<T>{}}; };
 #define CORVANE_VISIT(count)                        \
   else if constexpr (memberCount<std::remove_const_t<T>> == count) { \
     auto& [CORVANE_MEMBERS_##count] = object;       \
-    return visit(CORVANE_MEMBERS_##count);          \
+    if constexpr (std::is_same_v<Visit, ReferenceProbe>) { \
+      return std::bool_constant<requires { bindAll(CORVANE_MEMBERS_##count); }>(); \
+    } else {                                        \
+      return visit(CORVANE_MEMBERS_##count);        \
+    }                                               \
   }
+
+template <class... Members>
+void bindAll(Members&... members);
+
+/// Asked in place of a visit: whether each member can be referred to, as a bit-field cannot.
+struct ReferenceProbe {};
 
 /// Calls `visit` with all members.
 template <class T, class Visit>
 constexpr auto visitMembers(T& object, Visit visit) {
   if constexpr (memberCount<std::remove_const_t<T>> == 0) {
-    return visit();
+    if constexpr (std::is_same_v<Visit, ReferenceProbe>) {
+      return std::true_type();
+    } else {
+      return visit();
+    }
   }
   CORVANE_VISIT(1) CORVANE_VISIT(2) CORVANE_VISIT(3) CORVANE_VISIT(4)
   CORVANE_VISIT(5) CORVANE_VISIT(6) CORVANE_VISIT(7) CORVANE_VISIT(8)
@@ -261,6 +288,13 @@ constexpr auto namesOfMembers(std::index_sequence<indices...>) {
   constexpr std::array addresses = addressesOfMembers<T>();
   return std::array<std::string_view, sizeof...(indices)>{nameOfMember<MemberAddress{addresses[indices]}>()...};
 }
+
+/// A member that is a reference has no address of its own.
+template <class T>
+inline constexpr bool hasReference =
+    !requires { typename std::bool_constant<(static_cast<void>(addressesOfMembers<T>()), true)>; };
+template <class T>
+inline constexpr bool hasBitField = !decltype(visitMembers(std::declval<T&>(), ReferenceProbe()))::value;
 
 /// In the order of declaration.
 template <class T>

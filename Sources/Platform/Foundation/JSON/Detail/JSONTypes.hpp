@@ -4,6 +4,7 @@
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <type_traits>
@@ -31,6 +32,32 @@ inline constexpr bool isVariant = false;
 template <class... Alternatives>
 inline constexpr bool isVariant<std::variant<Alternatives...>> = true;
 
+/// `std::unique_ptr` and `std::shared_ptr`, without the kinds that refer to something else.
+template <class T>
+inline constexpr bool isPointer = false;
+template <class T>
+inline constexpr bool isPointer<std::unique_ptr<T>> = std::is_object_v<T> && !std::is_array_v<T>;
+template <class T>
+inline constexpr bool isPointer<std::shared_ptr<T>> = std::is_object_v<T> && !std::is_array_v<T>;
+
+/// What is null in a document where it is absent, and what it holds otherwise.
+template <class T>
+struct ValueOfOptional {};
+template <class T>
+struct ValueOfOptional<std::optional<T>> {
+  using Type = T;
+};
+template <class T>
+struct ValueOfOptional<std::unique_ptr<T>> {
+  using Type = std::remove_const_t<T>;
+};
+template <class T>
+struct ValueOfOptional<std::shared_ptr<T>> {
+  using Type = std::remove_const_t<T>;
+};
+template <class T>
+using OptionalValue = typename ValueOfOptional<T>::Type;
+
 template <class T>
 concept Integer = std::integral<T> && !std::same_as<T, bool> && sizeof(T) <= sizeof(std::int64_t);
 
@@ -41,6 +68,14 @@ concept Sequence = !requires { typename T::traits_type; } && requires(T& sequenc
   sequence.clear();
   sequence.push_back(std::move(element));
   sequence.begin();
+};
+
+/// `std::set` and `std::unordered_set`.
+template <class T>
+concept Set = !requires { typename T::mapped_type; } && requires(T& set, typename T::key_type element) {
+  set.clear();
+  set.insert(std::move(element));
+  set.begin();
 };
 
 /// `std::map` and `std::unordered_map` with text as their keys.
@@ -65,12 +100,10 @@ template <class T>
 concept Model = std::is_class_v<T> && std::is_aggregate_v<T> && !isArray<T> && !Sequence<T> && !TextMap<T> &&
                 !std::same_as<T, Anything>;
 
-/// An enumeration that any number of its underlying type is a value of.
-template <class T>
-concept EnumerationByValue = std::is_enum_v<T> && requires { T{std::underlying_type_t<T>(0)}; };
-
 template <class T>
 constexpr bool canBeDecoded();
+template <class T>
+constexpr bool checkModel();
 
 template <class T>
 inline constexpr bool hasInitialValue = requires { T{}; };
@@ -100,7 +133,11 @@ T placeholder() {
   } else if constexpr (requires { T{}; }) {
     return T{};
   } else if constexpr (Model<T>) {
-    return placeholderOfModel(MemberTypes<T>(), std::type_identity<T>());
+    if constexpr (checkModel<T>()) {
+      return placeholderOfModel(MemberTypes<T>(), std::type_identity<T>());
+    } else {
+      return valueOfNoType<T>();
+    }
   } else if constexpr (isVariant<T>) {
     return T(std::in_place_index<0>, placeholder<std::variant_alternative_t<0, T>>());
   } else if constexpr (isArray<T>) {
@@ -138,17 +175,37 @@ constexpr bool renamesOnlyMembers() {
 template <class T>
 inline constexpr bool hasNoBase = !hasBase<T>;
 template <class T>
-inline constexpr bool hasFewEnoughMembers = memberCount<T> <= mostMembers;
+inline constexpr bool isCountable = memberCount<T> != uncountable;
+template <class T>
+inline constexpr bool hasFewEnoughMembers = memberCount<T> <= mostMembers || memberCount<T> == uncountable;
+template <class T>
+inline constexpr bool hasMembersOneByOne = hasNoBase<T> && memberCount<T> <= mostMembers;
+
+template <class T>
+constexpr bool checkMembers() {
+  static_assert(!hasArray<T>, "A JSON model has no C array: use std::array or std::vector");
+  if constexpr (!hasArray<T>) {
+    static_assert(!hasBitField<T>, "A JSON model has no bit-fields: give the member a type of its own size");
+    if constexpr (!hasBitField<T>) {
+      static_assert(!hasReference<T>,
+                    "A JSON model has no reference among its members: hold the value, or a std::shared_ptr");
+    }
+    if constexpr (!hasBitField<T> && !hasReference<T>) {
+      static_assert(renamesOnlyMembers<T>(), "`keys` of a JSONCodec names a member that the model does not have");
+      return renamesOnlyMembers<T>();
+    }
+  }
+  return false;
+}
 
 /// What a model must fulfil to be taken apart.
 template <class T>
 constexpr bool checkModel() {
   static_assert(hasNoBase<T>, "A JSON model has no base class, or a JSONCodec of its own");
+  static_assert(isCountable<T>,
+                "A JSON model has no reference among its members: hold the value, or a std::shared_ptr");
   static_assert(hasFewEnoughMembers<T>, "A JSON model has at most 64 members, or a JSONCodec of its own");
-  if constexpr (hasNoBase<T> && hasFewEnoughMembers<T>) {
-    static_assert(renamesOnlyMembers<T>(), "`keys` of a JSONCodec names a member that the model does not have");
-    return renamesOnlyMembers<T>();
-  }
+  if constexpr (hasMembersOneByOne<T>) return checkMembers<T>();
   return false;
 }
 
