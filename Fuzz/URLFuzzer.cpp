@@ -24,6 +24,10 @@ std::string lowercase(std::string text) {
   return text;
 }
 
+bool isASCII(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
+
 std::string text(boost::urls::string_view view) { return {view.data(), view.size()}; }
 
 template <class View>
@@ -35,6 +39,9 @@ std::optional<std::string> textIf(bool isPresent, View view) {
 /// A strict reader has to see the same parts everywhere.
 void compareWithBoost(std::string_view written, const std::optional<URLComponents>& parts) {
   if (!parts) return;
+  // Boost.URL has no zones (RFC 6874).
+  if (parts->percentEncodedHost && parts->percentEncodedHost->starts_with('[') && written.find("%25") != written.npos)
+    return;
   const auto parsed = boost::urls::parse_uri_reference({written.data(), written.size()});
   // Boost.URL wants the "v" of a future address in lower case; literals of RFC 5234 are of either.
   if (!parsed && parts->percentEncodedHost && parts->percentEncodedHost->starts_with("[V")) return;
@@ -76,6 +83,7 @@ void compareWithCurl(const URL& url) {
   const std::string scheme = lowercase(url.scheme().value_or(""));
   if ((scheme != "http" && scheme != "https") || !url.host()) return;
   const std::unique_ptr<CURLU, void (*)(CURLU*)> other(curl_url(), &curl_url_cleanup);
+  if (url.host()->find('%') != std::string::npos) return;  // libcurl shows no zone in a host
   if (curl_url_set(other.get(), CURLUPART_URL, url.absoluteString().c_str(), 0) != CURLUE_OK) return;
   const auto host = curlPart(other.get(), CURLUPART_HOST, CURLU_URLDECODE);
   require(host.has_value(), "libcurl sees no host");
@@ -94,9 +102,15 @@ std::optional<URL> checkedURL(std::string_view written) {
   require(url.has_value() == URL::problem(written).empty(), "a URL is refused without a problem, or made with one");
   const auto parts = URLComponents::make(written);
   require(parts.has_value() == url.has_value(), "the parts can be had where the URL cannot, or the other way round");
-  compareWithBoost(written, parts);
   if (!url) return url;
-  require(url->absoluteString() == written && url->relativeString() == written, "the text of a URL is not kept");
+  if (isASCII(written)) {
+    require(url->absoluteString() == written && url->relativeString() == written, "the text of a URL is not kept");
+  } else {
+    require(isASCII(url->absoluteString()) && url->relativeString() == url->absoluteString(),
+            "an IRI is kept as it is");
+    require(URL(url->absoluteString()) == *url, "the URL of an IRI is another when it is made again");
+  }
+  compareWithBoost(url->absoluteString(), parts);
   const auto again = parts->url();
   require(again.has_value(), "the parts of a URL make none");
   require(URLComponents::make(*again, true) == parts, "the parts of a URL change when it is made again");
@@ -111,7 +125,8 @@ void checkResolution(std::string_view written, const URL& base) {
   require(reference.has_value() || !resolved, "what is no reference is resolved");
   if (!resolved) return;
   require(URL::parse(resolved->absoluteString()).has_value(), "a resolved URL is none");
-  require(resolved->relativeString() == written && resolved->baseURL() == base, "the text of a reference is not kept");
+  require((resolved->relativeString() == written || !isASCII(written)) && resolved->baseURL() == base,
+          "the text of a reference is not kept");
   const auto parts = URLComponents::make(*resolved, true);
   const auto baseParts = URLComponents::make(base, true);
   require(parts && baseParts, "a resolved URL has no parts");

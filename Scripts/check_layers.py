@@ -31,6 +31,7 @@ SIDE_LAYERS = ["CorvaneTesting", *ADAPTER_LAYERS]
 THIRD_PARTIES = [
     ("libcurl", r"curl/", []),
     ("libpsl", r"libpsl\.h$", [r"Platform/Loading/Internal/"]),
+    ("libidn2", r"idn2\.h$", [r"Platform/Foundation/Internal/"]),
     (
         "OpenSSL",
         r"openssl/",

@@ -5,7 +5,7 @@
 set -euo pipefail
 
 build="build-essential cmake ninja-build ccache pkg-config python3 curl file
-  libssl-dev libnghttp2-dev libpsl-dev zlib1g-dev libbrotli-dev libzstd-dev libspdlog-dev
+  libssl-dev libnghttp2-dev libpsl-dev libidn2-dev zlib1g-dev libbrotli-dev libzstd-dev libspdlog-dev
   libpng-dev libjpeg62-turbo-dev
   libcli11-dev libgtest-dev libgmock-dev"
 checks="clang-16 clang-19 lld-19 libclang-rt-19-dev libc++-19-dev libc++abi-19-dev llvm-19 clang-format-19 clang-tidy-19

@@ -72,7 +72,7 @@ in_own_root() {
   for folder in proc dev; do mount --rbind "/$folder" "$work/root/$folder"; done
 
   # A machine that has no development files of what the library is made with.
-  inside dpkg --purge --force-depends libpsl-dev libnghttp2-dev libspdlog-dev libfmt-dev libpng-dev libjpeg62-turbo-dev >/dev/null
+  inside dpkg --purge --force-depends libpsl-dev libidn2-dev libnghttp2-dev libspdlog-dev libfmt-dev libpng-dev libjpeg62-turbo-dev >/dev/null
   differences >"$work/before"
 
   say "the packages install"

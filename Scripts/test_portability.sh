@@ -35,7 +35,7 @@ with_libcxx() {
 make_arm64_root() {
   [ ! -e "$1/.complete" ] || return 0
   rm -rf "$1"
-  debootstrap --foreign --arch=arm64 --variant=minbase --include=libc6-dev,libstdc++-12-dev,libpsl-dev,\
+  debootstrap --foreign --arch=arm64 --variant=minbase --include=libc6-dev,libstdc++-12-dev,libpsl-dev,libidn2-dev,\
 libssl-dev,libnghttp2-dev,zlib1g-dev,libspdlog-dev,libgtest-dev,libgmock-dev,libcli11-dev,ca-certificates \
     bookworm "$1" "${MIRROR:-http://deb.debian.org/debian}"
   local package
@@ -58,7 +58,7 @@ make_root() {
   [ ! -e "$1/.complete" ] || return 0
   rm -rf "$1"
   debootstrap --arch=i386 --variant=minbase --include=g++,cmake,ninja-build,ccache,pkg-config,python3-minimal,\
-libpsl-dev,libssl-dev,libnghttp2-dev,zlib1g-dev,libspdlog-dev,libgtest-dev,libgmock-dev,libcli11-dev,curl,libboost1.81-dev \
+libpsl-dev,libidn2-dev,libssl-dev,libnghttp2-dev,zlib1g-dev,libspdlog-dev,libgtest-dev,libgmock-dev,libcli11-dev,curl,libboost1.81-dev \
     bookworm "$1" "${MIRROR:-http://deb.debian.org/debian}"
   touch "$1/.complete"
 }

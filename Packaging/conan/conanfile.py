@@ -70,6 +70,7 @@ class CorvaneConan(ConanFile):
         self.requires("openssl/[>=3 <4]")
         self.requires("libnghttp2/[>=1.52 <2]")
         self.requires("libpsl/[>=0.21 <1]")
+        self.requires("libidn2/[>=2.3 <3]")
         self.requires("zlib/[>=1.2.11 <2]")
         self.requires("spdlog/[>=1.10 <2]")
         if self.options.brotli:
@@ -138,6 +139,7 @@ class CorvaneConan(ConanFile):
         self.cpp_info.set_property("cmake_file_name", "Corvane")
         library = self._component("Corvane", "corvane", ["corvane"],
                                   ["openssl::ssl", "openssl::crypto", "libnghttp2::nghttp2", "libpsl::libpsl",
+                                   "libidn2::libidn2",
                                    "zlib::zlib", "spdlog::spdlog"])
         library.system_libs = ["pthread"]
         if self.options.brotli:

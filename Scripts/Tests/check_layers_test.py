@@ -65,13 +65,14 @@ class CheckLayersTest(unittest.TestCase):
 
     def test_knows_where_each_library_may_be_met(self):
         for line in (
-            "libpsl.h", "nghttp2/nghttp2.h", "openssl/ssl.h", "zlib.h", "spdlog/spdlog.h", "fmt/core.h", "png.h", "jpeglib.h", "jerror.h",
+            "libpsl.h", "idn2.h", "nghttp2/nghttp2.h", "openssl/ssl.h", "zlib.h", "spdlog/spdlog.h", "fmt/core.h", "png.h", "jpeglib.h", "jerror.h",
             "gtest/gtest.h", "gmock/gmock.h",
         ):
             problems = self.problems(Corvane__Request__A_dot_cpp=f"#include <{line}>\n")
             self.assert_only(problems, "may be included only in")
         for key, line in (
             ("Platform__Loading__Internal__A_dot_hpp", "libpsl.h"),
+            ("Platform__Foundation__Internal__A_dot_hpp", "idn2.h"),
             ("Platform__Networking__HTTP2__A_dot_hpp", "nghttp2/nghttp2.h"),
             ("Platform__Networking__Streams__A_dot_hpp", "openssl/ssl.h"),
             ("Platform__Security__Internal__A_dot_cpp", "openssl/ssl.h"),

@@ -7,6 +7,7 @@
 #include <ostream>
 
 #include "Platform/Foundation/Error.hpp"
+#include "Platform/Foundation/Internal/IRI.hpp"
 #include "Platform/Foundation/Internal/PercentEncoding.hpp"
 #include "Platform/Foundation/Internal/URLLayout.hpp"
 
@@ -58,6 +59,10 @@ struct URL::Parts {
 };
 
 std::shared_ptr<const URL::Parts> URL::makeParts(std::string_view text, std::shared_ptr<const Parts> base) {
+  if (!detail::isASCII(text)) {
+    const auto converted = detail::uriOfIRI(text);
+    return converted.problem.empty() ? makeParts(converted.uri, std::move(base)) : nullptr;
+  }
   auto layout = URLLayout::parse(text);
   if (!layout) return nullptr;
   auto parts = std::make_shared<Parts>();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <iosfwd>
@@ -18,6 +19,16 @@ namespace platform {
 ///
 /// Immutable, cheap to copy, safe on any thread. The text is kept as it was given; components are those of
 /// the resolved URL unless said otherwise. Positions in messages count bytes from 0.
+///
+/// An IPv6 address may have a zone (RFC 6874): "http://[fe80::1%25eth0]/". It chooses the interface, by name or number,
+/// and stays on this machine: no server is told.
+///
+/// Text with characters outside of ASCII is taken as an IRI (RFC 3987), and kept as the URL that this stands for, which
+/// is what goes over the wire: the host as IDNA 2008 names it after the mapping of UTS 46, all other characters
+/// percent-encoded as UTF-8. "https://bücher.example/straße" is "https://xn--bcher-kva.example/stra%C3%9Fe".
+///
+/// There is no default state: an empty reference means "this very document", which no client has, so a forgotten URL
+/// would pass for one until it is sent. Hold a URL that may be absent in a `std::optional`.
 class CORVANE_API URL {
  public:
   /// Requires valid text: throws `Error` (domain "NSURLErrorDomain", code -1000) whose message names the
@@ -32,8 +43,10 @@ class CORVANE_API URL {
   URL& operator=(const URL& other) noexcept = default;
   ~URL();
 
-  /// Absent when the text is not an RFC 3986 URI reference (spaces and non-ASCII characters must be
-  /// percent-encoded), is empty, has a port above 65535 or an IPv6 address with a zone identifier.
+  /// Absent when the text is no URI reference (RFC 3986; spaces must be percent-encoded), is empty or has a port above
+  /// 65535. Of what an IRI may hold, absent for a host that is no name by IDNA 2008 (RFC 5891), whose mapping makes an
+  /// address of it or brings in characters that names do not have, and for characters that are invisible or set the
+  /// direction of text.
   static std::optional<URL> parse(std::string_view text);
   /// The base may be relative itself.
   static std::optional<URL> parse(std::string_view text, const URL& base);
@@ -41,10 +54,20 @@ class CORVANE_API URL {
   static std::string problem(std::string_view text);
   /// A file URL for a file system path; a relative one is taken from the current directory, as it is now.
   static URL file(std::string_view path);
+  static URL file(const char* path) { return file(std::string_view(path)); }
+  static URL file(const std::string& path) { return file(std::string_view(path)); }
+  /// The same for a `std::filesystem::path`.
+  template <class Path>
+    requires requires(const Path& path) {
+      { path.native() } -> std::same_as<const std::string&>;
+    }
+  static URL file(const Path& path) {
+    return file(std::string_view(path.native()));
+  }
 
   /// The text of the URL resolved against its base (RFC 3986, 5.2).
   const std::string& absoluteString() const noexcept;
-  /// The text as given.
+  /// The text as given, if that is ASCII.
   const std::string& relativeString() const noexcept;
   /// What the URL was made relative to; absent for one that stands alone.
   std::optional<URL> baseURL() const;
@@ -57,7 +80,7 @@ class CORVANE_API URL {
   std::optional<std::string> user() const;
   /// The part after the colon, of the user information.
   std::optional<std::string> password() const;
-  /// Without the brackets of an IPv6 address; absent when empty, as in "file:///tmp".
+  /// Without the brackets of an IPv6 address, with its zone ("fe80::1%eth0"); absent when empty, as in "file:///tmp".
   std::optional<std::string> host() const;
   /// Absent when none is written, also for schemes that have a default.
   std::optional<std::uint16_t> port() const noexcept;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "Platform/Foundation/Internal/IRI.hpp"
 #include "Platform/Foundation/Internal/PercentEncoding.hpp"
 #include "Platform/Foundation/Internal/URLLayout.hpp"
 
@@ -44,6 +45,10 @@ std::optional<URLComponents> URLComponents::make(const URL& url, bool resolvingA
 }
 
 std::optional<URLComponents> URLComponents::make(std::string_view text) {
+  if (!detail::isASCII(text)) {
+    const auto converted = detail::uriOfIRI(text);
+    return converted.problem.empty() ? make(converted.uri) : std::nullopt;
+  }
   const auto layout = URLLayout::parse(text);
   if (!layout) return std::nullopt;
   URLComponents components;
@@ -84,12 +89,13 @@ std::vector<URLQueryItem> URLComponents::queryItems() const {
   }
 }
 
-void URLComponents::setQueryItems(const std::vector<URLQueryItem>& items) {
+void URLComponents::setQueryItems(const std::vector<URLQueryItem>& items, URLQueryEncoding encoding) {
+  const CharacterSet kept = encoding == URLQueryEncoding::strict ? CharacterSet::unreserved : CharacterSet::queryItem;
   std::string query;
   for (const URLQueryItem& item : items) {
     if (&item != &items.front()) query += '&';
-    query += percentEncoded(item.name, CharacterSet::queryItem);
-    if (item.value) query.append("=").append(percentEncoded(*item.value, CharacterSet::queryItem));
+    query += percentEncoded(item.name, kept);
+    if (item.value) query.append("=").append(percentEncoded(*item.value, kept));
   }
   percentEncodedQuery = std::move(query);
 }

@@ -20,6 +20,14 @@ struct URLQueryItem {
   friend bool operator==(const URLQueryItem&, const URLQueryItem&) = default;
 };
 
+/// What of names and values is percent-encoded.
+enum class URLQueryEncoding : std::uint8_t {
+  /// What a query may not hold (RFC 3986, 3.4), and "&", "=" and ";". A "+" stays, which many servers read as a space.
+  platform,
+  /// All but letters, digits, "-", ".", "_" and "~" (RFC 3986, 2.3): every server reads the same.
+  strict
+};
+
 /// The parts of a URL, taken apart, changed and put together again (RFC 3986).
 ///
 /// Plain members are percent-decoded; setting them percent-encodes what the component may not hold. Stored
@@ -58,10 +66,8 @@ class CORVANE_API URLComponents {
   void setQuery(std::optional<std::string_view> query);
   /// Empty when there is no query or an empty one. A "+" is a plus.
   std::vector<URLQueryItem> queryItems() const;
-  /// Replaces the query. Names and values keep unreserved characters and the sub-delimiters, ":", "@", "/"
-  /// and "?" of RFC 3986, 3.4, except "&", "=" and ";"; "+" is kept, as the platform does.
-  /// No items make an empty query.
-  void setQueryItems(const std::vector<URLQueryItem>& items);
+  /// Replaces the query. No items make an empty one.
+  void setQueryItems(const std::vector<URLQueryItem>& items, URLQueryEncoding encoding = URLQueryEncoding::platform);
 
   /// A colon in the first segment of a path after neither scheme nor host is written "%3A".
   /// Absent when the parts make no URL: an authority with a path that does not start with "/", or no

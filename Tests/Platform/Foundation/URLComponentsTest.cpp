@@ -11,6 +11,7 @@ namespace {
 
 using platform::URL;
 using platform::URLComponents;
+using platform::URLQueryEncoding;
 using platform::URLQueryItem;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -85,6 +86,13 @@ TEST(URLComponentsTest, writesItemsInTheirOrder) {
   EXPECT_EQ(queryOf({{"flag", std::nullopt}, {"empty", ""}}), "flag&empty=");
   EXPECT_EQ(queryOf({{"gr\xC3\xBC\xC3\x9F", "100%"}}), "gr%C3%BC%C3%9F=100%25");
   EXPECT_EQ(queryOf({}), "");
+}
+
+TEST(URLComponentsTest, encodesItemsStrictlyOnDemand) {
+  URLComponents components;
+  components.setQueryItems({{"a+b", "1+1=2 !$'()*,:@/?;&"}, {"plain", "aZ09-._~"}}, URLQueryEncoding::strict);
+
+  EXPECT_EQ(components.percentEncodedQuery, "a%2Bb=1%2B1%3D2%20%21%24%27%28%29%2A%2C%3A%40%2F%3F%3B%26&plain=aZ09-._~");
 }
 
 TEST(URLComponentsTest, readsTheItemsOfAnyQuery) {

@@ -5,6 +5,7 @@
 
 #include <unistd.h>
 
+#include <filesystem>
 #include <unordered_set>
 
 #include "Platform/Foundation/Error.hpp"
@@ -84,8 +85,6 @@ TEST(URLTest, namesThePlaceAndTheReasonOfWhatItRefuses) {
       {"", "it is empty"},
       {"ht tp://x", "character ' ' at position 2 must be percent-encoded"},
       {"http://x/a b", "character ' ' at position 10 must be percent-encoded"},
-      {"http://x/\xC3\xA4", "character '\xC3\xA4' at position 9 must be percent-encoded"},
-      {"http://x/\xFF", "byte 0xFF at position 9 must be percent-encoded"},
       {"http://x/\t", "byte 0x09 at position 9 must be percent-encoded"},
       {std::string("http://x/\0y", 11), "byte 0x00 at position 9 must be percent-encoded"},
       {"http://x/\r\nHost: y", "byte 0x0D at position 9 must be percent-encoded"},
@@ -113,7 +112,7 @@ TEST(URLTest, namesThePlaceAndTheReasonOfWhatItRefuses) {
       {"http://[v.a]/", "the bracket at position 7 does not start an IPv6 address in brackets"},
       {"http://[v1.]/", "the bracket at position 7 does not start an IPv6 address in brackets"},
       {"http://[1.2.3.4]/", "the bracket at position 7 does not start an IPv6 address in brackets"},
-      {"http://[fe80::1%25eth0]/", "the bracket at position 7 does not start an IPv6 address in brackets"},
+      {"http://[fe80::1%eth0]/", "the bracket at position 7 does not start an IPv6 address in brackets"},
       {"http://h:65536/", "the port at position 9 exceeds 65535"},
       {"http://h:99999999999999999999/", "the port at position 9 exceeds 65535"},
   };
@@ -177,6 +176,7 @@ TEST(URLTest, givesTheLastPathComponentAndItsExtension) {
 }
 
 TEST(URLTest, makesAFileURLOfAnyPath) {
+  EXPECT_EQ(URL::file(std::filesystem::path("/tmp/a b")), URL("file:///tmp/a%20b"));
   const URL url = URL::file("/tmp/a b%20#?\xC3\xA4");
 
   EXPECT_EQ(url.absoluteString(), "file:///tmp/a%20b%2520%23%3F%C3%A4");

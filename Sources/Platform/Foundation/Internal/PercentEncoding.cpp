@@ -22,8 +22,8 @@ constexpr Table makeTable() {
   constexpr std::string_view lettersAndDigits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
   add(table, lettersAndDigits, scheme);
   add(table, "+-.", scheme);
-  for (const std::string_view unreserved : {lettersAndDigits, std::string_view("-._~")}) {
-    add(table, unreserved, userInformation, registeredName, path, queryOrFragment, queryItem, anywhere);
+  for (const std::string_view plain : {lettersAndDigits, std::string_view("-._~")}) {
+    add(table, plain, unreserved, userInformation, registeredName, path, queryOrFragment, queryItem, anywhere);
   }
   add(table, "!$'()*+,", userInformation, registeredName, path, queryOrFragment, queryItem, anywhere);
   add(table, "&=;", userInformation, registeredName, path, queryOrFragment, anywhere);

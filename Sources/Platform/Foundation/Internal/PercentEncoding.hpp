@@ -22,6 +22,8 @@ enum class CharacterSet : std::uint8_t {
   queryItem = 32,
   /// Anything that a URL may hold anywhere.
   anywhere = 64,
+  /// Letters, digits, "-", ".", "_" and "~" (2.3).
+  unreserved = 128,
 };
 
 /// For each byte the sets that it belongs to.

@@ -1,5 +1,6 @@
 #include "Platform/Foundation/Internal/URLLayout.hpp"
 
+#include "Platform/Foundation/Internal/IRI.hpp"
 #include "Platform/Foundation/Internal/URLParser.hpp"
 
 namespace platform::detail {
@@ -68,9 +69,15 @@ std::optional<URLLayout> URLLayout::parse(std::string_view text) {
 }
 
 std::string urlProblem(std::string_view text) {
-  URLParser parser(text);
-  if (parser.parse()) return "";
-  return '"' + std::string(text) + "\" is not a URL: " + parser.problem();
+  const ConvertedIRI converted = uriOfIRI(text);
+  std::string problem = converted.problem;
+  if (problem.empty()) {
+    URLParser parser(converted.uri);
+    parser.parse();
+    problem = parser.problem();
+  }
+  if (problem.empty()) return "";
+  return '"' + std::string(text) + "\" is not a URL: " + problem;
 }
 
 std::string resolvedURL(std::string_view base, const URLLayout& baseLayout, std::string_view reference,

@@ -29,8 +29,26 @@ bool isFutureAddress(std::string_view text) {
   return true;
 }
 
-/// Zone identifiers (RFC 6874) are refused: they mean something to one machine only.
+/// A zone of an IPv6 address (RFC 6874, 2): "%25", then unreserved characters and escapes.
+bool isZone(std::string_view text) {
+  if (!text.starts_with("%25") || text.size() == 3) return false;
+  for (std::size_t index = 3; index < text.size(); ++index) {
+    if (isEscape(text, index)) {
+      index += 2;
+    } else if (!contains(CharacterSet::unreserved, text[index])) {
+      return false;
+    }
+  }
+  return true;
+}
+
 bool isAddress(std::string_view text) {
+  const std::size_t percent = text.find('%');
+  if (percent != std::string_view::npos) {
+    if (!isZone(text.substr(percent))) return false;
+    text = text.substr(0, percent);
+    if (text.find(':') == std::string_view::npos) return false;
+  }
   char terminated[INET6_ADDRSTRLEN];
   if (text.size() < sizeof terminated && text.find('\0') == std::string_view::npos) {
     text.copy(terminated, text.size());
@@ -66,6 +84,12 @@ bool URLParser::parse() {
   if (position_ == text_.size()) return true;
   ++position_;
   return parseComponent(layout_.fragment, CharacterSet::queryOrFragment, "", "fragment");
+}
+
+bool URLParser::mayStand(CharacterSet set) const {
+  const char next = text_[position_];
+  const bool isOutsideOfASCII = static_cast<unsigned char>(next) >= 0x80;
+  return contains(set, next) || (isOutsideOfASCII && characters_ == Characters::all && set != CharacterSet::scheme);
 }
 
 std::size_t URLParser::find(std::string_view characters) const {
@@ -141,7 +165,7 @@ bool URLParser::parsePort(std::size_t end) {
 bool URLParser::parseComponent(URLRange& range, CharacterSet set, std::string_view stops, const char* name) {
   const std::size_t begin = position_;
   while (position_ < text_.size()) {
-    if (contains(set, text_[position_])) {
+    if (mayStand(set)) {
       ++position_;
     } else if (isEscape(text_, position_)) {
       position_ += 3;
@@ -158,7 +182,7 @@ bool URLParser::parseComponent(URLRange& range, CharacterSet set, std::string_vi
 bool URLParser::take(URLRange& range, std::size_t end, CharacterSet set, const char* name) {
   const std::size_t begin = position_;
   while (position_ < end) {
-    if (contains(set, text_[position_])) {
+    if (mayStand(set)) {
       ++position_;
     } else if (set != CharacterSet::scheme && isEscape(text_.substr(0, end), position_)) {
       position_ += 3;

@@ -15,7 +15,14 @@ namespace platform::detail {
 /// Boost.URL 1.81 is not used: it ends the host of "http://1.2.3.4.example/" after the four numbers.
 class URLParser {
  public:
-  explicit URLParser(std::string_view text) : text_(text) {}
+  enum class Characters : std::uint8_t {
+    ascii,
+    /// As in an IRI (RFC 3987): where a letter may stand, any byte outside of ASCII may.
+    all
+  };
+
+  explicit URLParser(std::string_view text, Characters characters = Characters::ascii)
+      : text_(text), characters_(characters) {}
 
   /// False when the text is not a URI reference; `problem()` then tells why.
   bool parse();
@@ -26,6 +33,8 @@ class URLParser {
  private:
   enum class Fault : std::uint8_t { none, empty, tooLong, character, address, portNumber };
 
+  /// Whether the character that is next may stand there as it is.
+  bool mayStand(CharacterSet set) const;
   bool parseScheme();
   bool parseAuthority();
   bool parseUserInformation(std::size_t end);
@@ -41,6 +50,7 @@ class URLParser {
   std::string characterProblem() const;
 
   std::string_view text_;
+  Characters characters_;
   std::size_t position_ = 0;
   URLLayout layout_;
   Fault fault_ = Fault::none;

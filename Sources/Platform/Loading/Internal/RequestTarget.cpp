@@ -24,6 +24,12 @@ std::string_view writtenAuthority(std::string_view text, std::size_t begin, std:
   return at == authority.npos ? authority : authority.substr(at + 1);
 }
 
+/// In lower case, but the zone of an address, which names an interface of this machine.
+std::string hostOfOrigin(const std::string& host) {
+  const std::size_t zone = std::min(host.find('%'), host.size());
+  return lowercased(host.substr(0, zone)) + host.substr(zone);
+}
+
 std::string basicAuthorization(const URL& url) {
   const auto user = url.user();
   const auto password = url.password();
@@ -53,7 +59,7 @@ bool RequestTarget::parse(const URL& url) {
   const auto host = url.host();
   if (!host || !isPlausibleHost(*host)) return false;
   const std::uint16_t ownPort = isSecure ? 443 : 80;
-  route_.origin = {.isSecure = isSecure, .host = lowercased(*host), .port = url.port().value_or(ownPort)};
+  route_.origin = {.isSecure = isSecure, .host = hostOfOrigin(*host), .port = url.port().value_or(ownPort)};
 
   const std::size_t begin = colon + 3;
   const std::size_t end = std::min(text.find_first_of("/?#", begin), text.size());
@@ -61,7 +67,8 @@ bool RequestTarget::parse(const URL& url) {
   const bool isEscaped = text.substr(begin, end - begin).find('%') != text.npos;
   const std::string_view written = writtenAuthority(text, begin, end);
   if (isEscaped) {
-    authority_ = isLiteral ? "[" + *host + "]" : *host;
+    // A zone means something here only: it is not sent (RFC 6874, 4).
+    authority_ = isLiteral ? "[" + host->substr(0, host->find('%')) + "]" : *host;
   } else {
     const std::size_t portColon = written.rfind(':');
     const bool hasPort = portColon != written.npos && written.find(']', portColon) == written.npos;

@@ -170,7 +170,8 @@ void Connector::continueHandshake() {
       if (hasEnded(secured_->descriptor())) return failWhileJudging();
       auto query = std::make_shared<TrustQuery>();
       query->chain = secured_->chain();
-      query->host = route_.origin.host;
+      // No certificate names a zone.
+      query->host = route_.origin.host.substr(0, route_.origin.host.find('%'));
       query->port = route_.origin.port;
       owner_.connectorAsksTrust(*this, std::move(query));
       break;

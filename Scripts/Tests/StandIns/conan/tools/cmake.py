@@ -7,7 +7,7 @@ from .._model import refused
 
 # Of packages that the system has: what CMake's users link.
 SYSTEM = {
-    "libpsl::libpsl": "psl", "openssl::ssl": "ssl", "openssl::crypto": "crypto",
+    "libpsl::libpsl": "psl", "libidn2::libidn2": "idn2", "openssl::ssl": "ssl", "openssl::crypto": "crypto",
     "libnghttp2::nghttp2": "nghttp2", "zlib::zlib": "z", "spdlog::spdlog": "spdlog;fmt", "libpng::libpng": "png", "libjpeg::libjpeg": "jpeg",
 }
 
