@@ -35,14 +35,11 @@ URL withQueryItems(const URL& url, const std::vector<std::string>& texts) {
   std::vector<platform::URLQueryItem> items;
   for (const std::string& text : texts) items.push_back(queryItem(text));
   platform::URLComponents added;
-  added.setQueryItems(items);
-  // The platform leaves "+" as it is, and many servers read it as a space.
-  std::string text;
-  for (const char c : added.percentEncodedQuery.value_or("")) text.append(c == '+' ? "%2B" : std::string(1, c));
+  added.setQueryItems(items, platform::URLQueryEncoding::strict);
   auto components = platform::URLComponents::make(url, true);
   if (!components) throw UsageError("'" + url.absoluteString() + "' cannot take a query");
   const std::string present = components->percentEncodedQuery.value_or("");
-  components->percentEncodedQuery = (present.empty() ? "" : present + "&") + text;
+  components->percentEncodedQuery = (present.empty() ? "" : present + "&") + *added.percentEncodedQuery;
   const auto result = components->url();
   if (!result) throw UsageError("'" + url.absoluteString() + "' cannot take the query items");
   return *result;

@@ -36,7 +36,7 @@ void putQueryItems(const HTTPQueryItems& items, URLComponents& components) {
   std::vector<platform::URLQueryItem> queryItems;
   queryItems.reserve(static_cast<std::size_t>(items.count()));
   for (const auto& [name, value] : items) queryItems.push_back({name, value.description()});
-  components.setQueryItems(queryItems);
+  components.setQueryItems(queryItems, items.encoding());
 }
 
 std::optional<URL> withQueryItems(const URL& url, const HTTPQueryItems& items) {

@@ -24,6 +24,15 @@ struct Broken : DataGetRequestable<Broken> {
 
 TEST(URLCompositionTest, asksForNothingElseWhereThereIsNoURL) { EXPECT_THROW(Broken().urlRequest(), HTTPRequestError); }
 
+TEST(URLCompositionTest, keepsAPlusInTheQueryUnlessItEncodesStrictly) {
+  const HTTPQueryItems items{{"phone", "+44 20"}};
+
+  EXPECT_EQ(sentURL({.queryItems = items}), "https://example.com/?phone=+44%2020");
+  EXPECT_EQ(sentURL({.queryItems = items.strictlyEncoded()}), "https://example.com/?phone=%2B44%2020");
+  EXPECT_EQ(DataGetRequest("https://example.com", {.queryItems = items.strictlyEncoded()}).createURL(),
+            URL("https://example.com?phone=%2B44%2020"));
+}
+
 TEST(URLCompositionTest, putsExactlyOneSlashBetweenBaseAndPath) {
   EXPECT_EQ(sentURL({.path = "x"}), "https://example.com/x");
   EXPECT_EQ(sentURL({.path = "/x"}), "https://example.com/x");
