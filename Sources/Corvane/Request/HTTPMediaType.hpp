@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -9,9 +10,39 @@
 
 namespace corvane {
 
-/// A media type, exactly as it is written into a header. Any text makes one; it is neither checked nor changed.
+namespace detail {
+
+constexpr bool isMediaTypeCharacter(char character) {
+  return (character >= '0' && character <= '9') || (character >= 'A' && character <= 'Z') ||
+         (character >= 'a' && character <= 'z') ||
+         std::string_view("!#$%&'*+-.^_`|~").find(character) != std::string_view::npos;
+}
+
+constexpr bool isMediaTypePart(std::string_view text) {
+  for (const char character : text)
+    if (!isMediaTypeCharacter(character)) return false;
+  return !text.empty();
+}
+
+/// A type and a subtype, then maybe parameters, of which nothing but visible characters is asked.
+constexpr bool isMediaType(std::string_view text) {
+  const std::string_view type = text.substr(0, text.find(';'));
+  for (const char character : text)
+    if (character < ' ' || character > '~') return false;
+  const std::size_t slash = type.find('/');
+  if (slash == std::string_view::npos) return false;
+  std::string_view subtype = type.substr(slash + 1);
+  if (type.size() < text.size() && subtype.ends_with(' ')) subtype.remove_suffix(1);
+  return isMediaTypePart(type.substr(0, slash)) && isMediaTypePart(subtype);
+}
+
+}  // namespace detail
+
+/// A media type, exactly as it is written into a header; it is not changed.
 ///
-///     HTTPMediaType::json            HTTPMediaType("text/csv")
+///     HTTPMediaType::json
+///     HTTPMediaType acceptType = "text/csv";         // a literal, which the compiler checks (RFC 9110, 8.3.1)
+///     HTTPMediaType(typeOf(file))                    // any text, as it is
 class CORVANE_API HTTPMediaType {
  public:
   /// The types that requests name most often: "application/json", "text/plain", "multipart/form-data",
@@ -29,8 +60,16 @@ class CORVANE_API HTTPMediaType {
   /// "*/*".
   static const HTTPMediaType any;
 
-  /// Any text, as it is to be sent.
+  /// A literal. What is no media type does not compile.
+  template <std::size_t size>
+  consteval HTTPMediaType(
+      const char (&literal)[size])  // NOLINT(google-explicit-constructor): types are written as text
+      : named_(literal, size - 1) {
+    if (!detail::isMediaType(named_)) throw "This text is no media type: write a type and a subtype, \"text/csv\"";
+  }
+  /// Any text, as it is to be sent. It is not checked.
   explicit HTTPMediaType(std::string rawValue) : text_(std::move(rawValue)) {}
+  explicit HTTPMediaType(const char* rawValue) : text_(rawValue) {}
 
   /// The text; the same as `value`.
   std::string rawValue() const { return value(); }

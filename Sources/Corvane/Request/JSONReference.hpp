@@ -2,6 +2,8 @@
 
 #include <concepts>
 #include <memory>
+#include <string>
+#include <string_view>
 #include <typeinfo>
 #include <utility>
 
@@ -23,9 +25,13 @@ class CORVANE_API JSONReference {
  public:
   /// Keeps the value. It is encoded when the request is sent.
   template <class T>
-    requires(!std::same_as<T, JSONReference> && !std::same_as<T, platform::Data> && velisand::JSONEncodable<T>)
+    requires(!std::same_as<T, JSONReference> && !std::same_as<T, platform::Data> &&
+             !std::same_as<T, std::string_view> && velisand::JSONEncodable<T>)
   JSONReference(T json)  // NOLINT(google-explicit-constructor): any value is a body
       : json_(std::make_shared<const T>(std::move(json))), type_(&typeid(T)), encode_(&encodeAs<T>) {}
+  /// Text, which is copied. Requires: it is not null.
+  JSONReference(const char* text) : JSONReference(std::string(text)) {}       // NOLINT(google-explicit-constructor)
+  JSONReference(std::string_view text) : JSONReference(std::string(text)) {}  // NOLINT(google-explicit-constructor)
   // Not moved: what is moved from would refer to nothing, and copying is cheap.
   JSONReference(const JSONReference&) = default;
   JSONReference& operator=(const JSONReference&) = default;

@@ -37,6 +37,12 @@ class OrderedDictionary {
   OrderedDictionary() = default;
   /// The entries as they stand, repeated keys included.
   OrderedDictionary(std::initializer_list<Element> literal) : items_(literal) {}
+  // Chosen for one pair without braces of its own; does not compile.
+  template <std::size_t size, std::convertible_to<Value> One>
+    requires std::convertible_to<const char*, Key>
+  OrderedDictionary(const char (&)[size], const One&) {
+    static_assert(size == 0, "Each key and its value have braces of their own: write `{{\"page\", 2}}`");
+  }
 
   /// Null when there is no such key. The pointer lives until the dictionary is changed.
   const Value* find(const Key& key) const {

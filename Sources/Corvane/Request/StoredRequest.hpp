@@ -9,9 +9,18 @@
 
 namespace corvane {
 
+namespace detail {
+/// The first member of options that are given by name: nothing in braces makes it, so braces without names are not
+/// taken for options.
+struct ByName {
+  explicit ByName() = default;
+};
+}  // namespace detail
+
 /// What a ready-made request may add to its URL, by name:
 /// `DataGetRequest(url, {.queryItems = {{"page", 2}}})`.
 struct HTTPRequestOptions {
+  [[no_unique_address]] detail::ByName byName = detail::ByName();
   /// Header fields of this request.
   HTTPHeaders headers = {};
   /// The query; when it is empty, that of the URL stays.

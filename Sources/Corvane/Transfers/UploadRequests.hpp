@@ -15,6 +15,7 @@ namespace corvane {
 /// What a ready-made upload may add to its URL and body, by name: `FileUploadRequest(url, file, {.method =
 /// HTTPMethod::put})`.
 struct HTTPUploadOptions {
+  [[no_unique_address]] detail::ByName byName = detail::ByName();
   /// Header fields of this request.
   HTTPHeaders headers = {};
   /// The query; when it is empty, that of the URL stays.

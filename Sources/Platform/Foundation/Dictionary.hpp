@@ -1,5 +1,7 @@
 #pragma once
 
+#include <concepts>
+#include <cstddef>
 #include <initializer_list>
 #include <string>
 #include <string_view>
@@ -21,6 +23,11 @@ class CORVANE_API Dictionary {
   Dictionary() = default;
   /// Each entry is `set`.
   Dictionary(std::initializer_list<Entry> entries);
+  // Chosen for one pair without braces of its own; does not compile.
+  template <std::size_t size, std::convertible_to<AnyValue> Value>
+  Dictionary(const char (&)[size], const Value&) {
+    static_assert(size == 0, "Each name and its value have braces of their own: write `{{\"X-App\", \"1\"}}`");
+  }
 
   /// Null when there is no such key.
   const AnyValue* find(std::string_view key) const;

@@ -46,7 +46,7 @@ HTTPHeaderFields::Fields& HTTPHeaderFields::own() {
 }
 
 HTTPHeaderFields::HTTPHeaderFields(std::initializer_list<Field> fields) {
-  for (const auto& [name, value] : fields) set(name, value);
+  for (const auto& [name, value] : fields) add(name, value);
 }
 
 std::optional<std::string> HTTPHeaderFields::value(std::string_view name) const {

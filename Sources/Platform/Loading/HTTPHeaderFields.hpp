@@ -23,7 +23,7 @@ class CORVANE_API HTTPHeaderFields {
   using const_iterator = std::vector<Field>::const_iterator;
 
   HTTPHeaderFields() = default;
-  /// Each entry is `set`.
+  /// The fields as they stand, repeated names included.
   HTTPHeaderFields(std::initializer_list<Field> fields);
 
   /// The value, several values of one name joined with ", " (RFC 9110, 5.3); absent when there is none.

@@ -15,6 +15,17 @@ TEST(HTTPMediaTypeTest, keepsAnyTextAsItIs) {
   }
 }
 
+TEST(HTTPMediaTypeTest, isMadeOfALiteralThatTheCompilerChecks) {
+  const HTTPMediaType type = "text/csv; charset=utf-8";
+
+  EXPECT_EQ(type.value(), "text/csv; charset=utf-8");
+  EXPECT_TRUE(detail::isMediaType("application/vnd.api+json"));
+  EXPECT_TRUE(detail::isMediaType("*/*"));
+  EXPECT_TRUE(detail::isMediaType("text/csv ;header=present"));
+  for (const char* wrong : {"", "csv", "/csv", "text/", "text/csv/x", "text /csv", "te xt/csv", "text/csv;\r\nX: y"})
+    EXPECT_FALSE(detail::isMediaType(wrong)) << wrong;
+}
+
 TEST(HTTPMediaTypeTest, namesTheUsualOnes) {
   EXPECT_EQ(HTTPMediaType::json.value(), "application/json");
   EXPECT_EQ(HTTPMediaType::textPlain.value(), "text/plain");

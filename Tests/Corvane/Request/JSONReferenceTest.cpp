@@ -34,6 +34,17 @@ TEST(JSONReferenceTest, isWrittenAsTheValueItself) {
   EXPECT_EQ(jsonEncoder().encode(Holder{"n", reference}).view(), R"({"name":"n","content":{"x":1,"y":2}})");
 }
 
+TEST(JSONReferenceTest, copiesTextOfAnyKind) {
+  std::string text = "changed later";
+  const JSONReference ofLiteral = "text";
+  const JSONReference ofView = std::string_view(text);
+  text = "another value";
+
+  EXPECT_EQ(ofLiteral.asData().text(), "\"text\"");
+  EXPECT_EQ(ofView.asData().text(), "\"changed later\"");
+  EXPECT_NE(ofLiteral.as<std::string>(), nullptr);
+}
+
 TEST(JSONReferenceTest, givesItsValueBack) {
   const JSONReference reference = Point{1, 2};
 
