@@ -9,6 +9,8 @@
 #include "Corvane/Behaviours/HTTPMockable.hpp"
 #include "Corvane/Behaviours/HTTPPolling.hpp"
 #include "Corvane/Behaviours/HTTPRetryAtempting.hpp"
+#include "Corvane/ContentEncoding/GZipError.hpp"
+#include "Corvane/ContentEncoding/HTTPGzipContentEncoder.hpp"
 #include "Corvane/Errors/CFNetworkErrors.hpp"
 #include "Corvane/Errors/HTTPNetworkForbiddenError.hpp"
 #include "Corvane/Errors/HTTPRequestError.hpp"
@@ -17,6 +19,8 @@
 #include "Corvane/Errors/HTTPUploadError.hpp"
 #include "Corvane/Request/DataRequests.hpp"
 #include "Corvane/Request/JSONRequests.hpp"
+#include "Corvane/Request/RequestKinds.hpp"
+#include "Corvane/Request/UserAgent.hpp"
 #include "Corvane/Settings.hpp"
 #include "Corvane/TemporaryDirectory.hpp"
 #include "Corvane/Transfers/DownloadRequests.hpp"
@@ -24,7 +28,9 @@
 #include "Corvane/Transfers/UploadRequests.hpp"
 #include "Corvane/Transport/HTTPRequestCancelable.hpp"
 #include "Platform/Foundation/JSON/EncodingError.hpp"
+#include "Platform/Foundation/Locale.hpp"
 #include "Platform/Foundation/UUID.hpp"
+#include "Velisand/Task.hpp"
 
 namespace corvane {
 
@@ -50,11 +56,13 @@ using platform::JSONReader;
 using platform::JSONStrategies;
 using platform::JSONValue;
 using platform::JSONWriter;
+using platform::Locale;
 using platform::URL;
 using platform::URLRequest;
 using platform::URLRequestCachePolicy;
 using platform::URLResponse;
 using platform::UUID;
 using velisand::Future;
+using velisand::Task;
 
 }  // namespace corvane

@@ -165,13 +165,13 @@ using DefaultExecutor = CORVANE_ASIO::system_executor;
 ///   slot is used as Asio asks for: not on two threads at a time.
 /// - **When the context is destroyed** first, the request is cancelled, and the handler destroyed without being called.
 /// - A request whose `shouldSend` is false fails with `taskCancelled`, too.
-template <detail::IsRequest Request, class Token>
+template <AnyRequest Request, class Token>
   requires(asio_detail::checkBody<Request>())
 decltype(auto) async_send(const Request& request, Token&& token) {
   return asio_detail::initiate<asio_detail::ResponseTo<Request>>(
       asio_detail::DefaultExecutor(), std::forward<Token>(token), asio_detail::starterOf(request));
 }
-template <asio_detail::IsExecutorOrContext Target, detail::IsRequest Request, class Token>
+template <asio_detail::IsExecutorOrContext Target, AnyRequest Request, class Token>
   requires(asio_detail::checkBody<Request>())
 decltype(auto) async_send(Target&& target, const Request& request, Token&& token) {
   return asio_detail::initiate<asio_detail::ResponseTo<Request>>(

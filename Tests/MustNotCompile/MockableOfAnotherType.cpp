@@ -1,4 +1,4 @@
-// expect: A behaviour is given the type that adopts it
+// expect: A mixin is given the type that derives from it
 #include "Corvane/Corvane.hpp"
 
 using namespace corvane;

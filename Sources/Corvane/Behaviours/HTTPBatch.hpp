@@ -29,7 +29,7 @@ concept Range = requires(Requests& requests) {
   std::end(requests);
 };
 template <class Requests>
-concept RequestRange = Range<Requests> && IsRequest<RequestOf<Requests>>;
+concept RequestRange = Range<Requests> && AnyRequest<RequestOf<Requests>>;
 
 /// A batch of one request type. The requests are copies.
 template <class Request>
@@ -179,7 +179,7 @@ void send(Requests&& requests, std::optional<platform::DispatchQueue> queue, HTT
           typename detail::TypedBatchRun<detail::RequestOf<Requests>>::Completion completion) {
   detail::sendBatch(detail::collected(requests), std::move(queue), mode, std::move(update), std::move(completion));
 }
-template <detail::IsRequest Request>
+template <AnyRequest Request>
 void send(std::initializer_list<Request> requests, std::optional<platform::DispatchQueue> queue, HTTPBatchMode mode,
           typename detail::TypedBatchRun<Request>::Update update,
           typename detail::TypedBatchRun<Request>::Completion completion) {
@@ -195,7 +195,7 @@ auto send(Requests&& requests, HTTPBatchMode mode,
     -> velisand::Future<std::vector<typename detail::RequestOf<Requests>::Response>> {
   return detail::sendBatch(detail::collected(requests), mode, std::move(update));
 }
-template <detail::IsRequest Request>
+template <AnyRequest Request>
 auto send(std::initializer_list<Request> requests, HTTPBatchMode mode,
           typename detail::TypedBatchRun<Request>::Update update = {})
     -> velisand::Future<std::vector<typename Request::Response>> {

@@ -9,6 +9,7 @@
 #include "Corvane/Behaviours/Detail/BehaviourChecks.hpp"
 #include "Corvane/Behaviours/Detail/MockChecks.hpp"
 #include "Corvane/Behaviours/Detail/MockDelivery.hpp"
+#include "Corvane/Detail/SelfChecks.hpp"
 #include "Corvane/Request/HTTPRequestable.hpp"
 
 namespace corvane {
@@ -45,7 +46,7 @@ template <class Self>
 class HTTPMockable : public detail::MockMark {
  public:
   /// Holds the type to its other base classes and to the types of its requirements, when the first value is made.
-  constexpr HTTPMockable() noexcept { detail::checkAdoption<Self>(); }
+  constexpr HTTPMockable() noexcept(detail::checkSelf<Self, HTTPMockable>()) { detail::checkAdoption<Self>(); }
 
   /// Where the response says that it came from. Default: the request's `url`.
   std::optional<platform::URL> mockURL() const { return detail::read(&Self::url, self()); }

@@ -8,6 +8,7 @@
 
 #include "Corvane/Behaviours/Detail/BehaviourChecks.hpp"
 #include "Corvane/Behaviours/Detail/PollingRegistry.hpp"
+#include "Corvane/Detail/SelfChecks.hpp"
 #include "Corvane/Request/HTTPRequestable.hpp"
 
 namespace corvane {
@@ -91,7 +92,7 @@ template <class Self>
 class HTTPPolling : public detail::PollingMark {
  public:
   /// Holds the type to the requirements of polling, when the first value is made.
-  constexpr HTTPPolling() noexcept { detail::checkAdoption<Self>(); }
+  constexpr HTTPPolling() noexcept(detail::checkSelf<Self, HTTPPolling>()) { detail::checkAdoption<Self>(); }
 
   /// Called with the request and its response. Calls may overlap where requests are sent by hand, for one handler
   /// serves all queues that they name.

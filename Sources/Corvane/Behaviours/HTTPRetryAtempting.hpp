@@ -8,10 +8,12 @@
 #include <type_traits>
 #include <utility>
 
+#include "Corvane/Behaviours/Detail/BehaviourChecks.hpp"
 #include "Corvane/Behaviours/Detail/PollResponse.hpp"
 #include "Corvane/Behaviours/Detail/TypedRetryRun.hpp"
 #include "Corvane/Behaviours/HTTPRetryPolicy.hpp"
 #include "Corvane/Behaviours/HTTPRetryResult.hpp"
+#include "Corvane/Detail/SelfChecks.hpp"
 #include "Corvane/Request/HTTPRequestable.hpp"
 
 namespace corvane {
@@ -101,6 +103,11 @@ constexpr bool checkRetry() {
 template <class Self>
 class HTTPRetryAttempting : public detail::RetryMark {
  public:
+  /// Holds the type to its other base classes, when the first value is made.
+  constexpr HTTPRetryAttempting() noexcept(detail::checkSelf<Self, HTTPRetryAttempting>()) {
+    detail::checkAdoption<Self>();
+  }
+
   /// By how many seconds the wait grows with each failed attempt. Default: 1.
   static std::int64_t retryDelta() { return 1; }
   /// How the type departs from the plain rule. Default: not at all.

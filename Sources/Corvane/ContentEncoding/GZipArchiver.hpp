@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "Corvane/ContentEncoding/GZipCompression.hpp"
+#include "Corvane/ContentEncoding/GZipError.hpp"
 #include "Platform/Export.hpp"
 #include "Platform/Foundation/Data.hpp"
 

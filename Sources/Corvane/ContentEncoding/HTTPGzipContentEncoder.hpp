@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "Corvane/ContentEncoding/GZipError.hpp"
 #include "Corvane/ContentEncoding/HTTPContentEncoder.hpp"
 #include "Platform/Export.hpp"
 #include "Platform/Foundation/Data.hpp"

@@ -6,6 +6,8 @@
 /// What tells the core of a request which behaviours its type has adopted, without their headers.
 namespace corvane {
 
+template <class Self, class ResponseType>
+class HTTPRequestable;
 template <class Self>
 class HTTPMockable;
 template <class Self>
@@ -14,6 +16,10 @@ template <class Self>
 class HTTPRetryAttempting;
 template <class Self>
 class HTTPPolling;
+template <class Self>
+struct HTTPRequestCancelable;
+template <class Self, class BodyType>
+struct HTTPBodyRequestable;
 
 }  // namespace corvane
 
@@ -29,6 +35,10 @@ struct MockMark {};
 struct TestMockMark {};
 struct RetryMark {};
 struct PollingMark {};
+/// What every mixin for a body derives from, whatever its arguments.
+struct BodyMark {};
+/// What every `HTTPRequestCancelable` derives from.
+struct CancelMark;
 
 template <class Request>
 concept Transfers = std::derived_from<Request, TransferMark>;
@@ -42,6 +52,8 @@ template <class Request>
 concept Retries = std::derived_from<Request, RetryMark>;
 template <class Request>
 concept Polls = std::derived_from<Request, PollingMark>;
+template <class Request>
+concept CarriesBody = std::derived_from<Request, BodyMark>;
 
 template <class T>
 concept HasResponse = requires {
@@ -79,21 +91,28 @@ using CompletionOf = typename TypesOfRequest<Request>::Completion;
 template <class Request>
 inline constexpr bool mocksOnce = std::is_base_of_v<MockMark, Request> == Mocks<Request>;
 
-/// Whether each behaviour was given the type that adopts it. As the base of another it would take the one for the
-/// other.
+/// Whether each mixin was given the type that adopts it. As the base of another it would take the one for the other.
 template <class Request>
-inline constexpr bool namesItself = (!Mocks<Request> || std::is_base_of_v<HTTPMockable<Request>, Request>) &&
-                                    (!TestMocks<Request> || std::is_base_of_v<HTTPTestMockable<Request>, Request>) &&
-                                    (!Retries<Request> || std::is_base_of_v<HTTPRetryAttempting<Request>, Request>) &&
-                                    (!Polls<Request> || std::is_base_of_v<HTTPPolling<Request>, Request>);
+inline constexpr bool bodyNamesItself = !CarriesBody<Request>;
+template <CarriesBody Request>
+inline constexpr bool bodyNamesItself<Request> =
+    std::is_base_of_v<HTTPBodyRequestable<Request, typename Request::Body>, Request>;
+template <class Request>
+inline constexpr bool namesItself =
+    bodyNamesItself<Request> &&
+    (!std::is_base_of_v<CancelMark, Request> || std::is_base_of_v<HTTPRequestCancelable<Request>, Request>) &&
+    (!Mocks<Request> || std::is_base_of_v<HTTPMockable<Request>, Request>) &&
+    (!TestMocks<Request> || std::is_base_of_v<HTTPTestMockable<Request>, Request>) &&
+    (!Retries<Request> || std::is_base_of_v<HTTPRetryAttempting<Request>, Request>) &&
+    (!Polls<Request> || std::is_base_of_v<HTTPPolling<Request>, Request>);
 
 /// Refuses behaviours that were adopted in a way that has no meaning.
 template <class Request>
 constexpr bool checkBehaviours() {
   static_assert(mocksOnce<Request>, "An HTTPTestMockable is an HTTPMockable: derive from HTTPTestMockable alone");
   static_assert(namesItself<Request>,
-                "A behaviour is given the type that adopts it: `struct Get : DataGetRequestable<Get>, "
-                "HTTPMockable<Get>`; this one names another");
+                "A mixin is given the type that derives from it, `struct Get : DataGetRequestable<Get>, "
+                "HTTPMockable<Get>`: one of these names another");
   return mocksOnce<Request> && namesItself<Request>;
 }
 

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "Corvane/Request/DataRequestable.hpp"
+#include "Corvane/Request/DataMethodRequestable.hpp"
 #include "Corvane/Request/StoredRequest.hpp"
 #include "Platform/Export.hpp"
 

@@ -4,7 +4,9 @@
 #include <optional>
 
 #include "Corvane/Detail/RequirementReading.hpp"
+#include "Corvane/Detail/SelfChecks.hpp"
 #include "Corvane/Errors/HTTPUploadError.hpp"
+#include "Corvane/Request/BehaviourMarks.hpp"
 #include "Corvane/Request/Detail/RequestDescription.hpp"
 #include "Corvane/Request/HTTPContentEncoderType.hpp"
 #include "Platform/Foundation/Data.hpp"
@@ -14,9 +16,6 @@
 namespace corvane {
 
 namespace detail {
-/// What every mixin for a body derives from, whatever its arguments.
-struct BodyMixin {};
-
 /// Marks a body that is sent by an upload task: a file is then read while it is sent, not before.
 struct UploadMixin {};
 
@@ -28,8 +27,6 @@ template <class Body>
 concept BodyOfJSON =
     velisand::RepresentedByJSON<Body> || (velisand::JSONEncodable<Body> && velisand::detail::NamesEncoder<Body>);
 
-template <class Self>
-concept CarriesBody = std::derived_from<Self, BodyMixin>;
 template <class Self>
 concept Uploads = std::derived_from<Self, UploadMixin>;
 template <class Self>
@@ -52,9 +49,12 @@ concept UploadsFile = Uploads<Self> && velisand::FileRepresentable<typename Self
 /// The body type satisfies `velisand::DataRepresentable`: a `URL` or a path sends the bytes of its file. What making
 /// the bytes or the encoder throws becomes the outcome of the send; nothing is sent then.
 template <class Self, class BodyType = platform::Data>
-struct HTTPBodyRequestable : detail::BodyMixin {
+struct HTTPBodyRequestable : detail::BodyMark {
   /// The type of `body`.
   using Body = BodyType;
+
+  /// Holds the type to be the one that the mixin was given, when the first value is made.
+  constexpr HTTPBodyRequestable() noexcept(detail::checkSelf<Self, HTTPBodyRequestable>()) {}
 
   /// The "Content-Type", for the bodies that have one of their own; for all others it is required.
   HTTPMediaType contentType() const

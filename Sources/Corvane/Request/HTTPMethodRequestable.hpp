@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Corvane/Request/DataRequestable.hpp"
 #include "Corvane/Request/HTTPBodyRequestable.hpp"
 #include "Corvane/Request/HTTPMethod.hpp"
 #include "Corvane/Request/HTTPRequestable.hpp"
@@ -30,31 +31,44 @@ struct DeleteMethod {
   HTTPMethod method() const { return HTTPMethod::delete_; }
 };
 
+/// What a mixin for a method refines: a request whose response holds bytes is a `DataRequestable`. So the mixins for
+/// data requests refine both, and have one `HTTPRequestable` among their bases.
+template <class Self, class Response, class Body = BodyOf<Response>>
+struct RequestableFor {
+  using Type = HTTPRequestable<Self, Response>;
+};
+template <class Self, class Response>
+struct RequestableFor<Self, Response, platform::Data> {
+  using Type = DataRequestable<Self, Response>;
+};
+template <class Self, class Response>
+using Requestable = typename RequestableFor<Self, Response>::Type;
+
 }  // namespace detail
 
 /// A request with the method "GET". What else you write and get: see `HTTPRequestable`.
 template <class Self, class Response = detail::NoResponse>
-struct HTTPGetRequestable : HTTPRequestable<Self, Response>, detail::GetMethod<Self> {};
+struct HTTPGetRequestable : detail::Requestable<Self, Response>, detail::GetMethod<Self> {};
 
 /// A request with the method "DELETE".
 template <class Self, class Response = detail::NoResponse>
-struct HTTPDeleteRequestable : HTTPRequestable<Self, Response>, detail::DeleteMethod<Self> {};
+struct HTTPDeleteRequestable : detail::Requestable<Self, Response>, detail::DeleteMethod<Self> {};
 
 /// A request with the method "POST" and a body. See `HTTPBodyRequestable` too.
 template <class Self, class Response = detail::NoResponse, class Body = platform::Data>
-struct HTTPPostRequestable : HTTPRequestable<Self, Response>,
+struct HTTPPostRequestable : detail::Requestable<Self, Response>,
                              HTTPBodyRequestable<Self, Body>,
                              detail::PostMethod<Self> {};
 
 /// A request with the method "PUT" and a body.
 template <class Self, class Response = detail::NoResponse, class Body = platform::Data>
-struct HTTPPutRequestable : HTTPRequestable<Self, Response>,
+struct HTTPPutRequestable : detail::Requestable<Self, Response>,
                             HTTPBodyRequestable<Self, Body>,
                             detail::PutMethod<Self> {};
 
 /// A request with the method "PATCH" and a body.
 template <class Self, class Response = detail::NoResponse, class Body = platform::Data>
-struct HTTPPatchRequestable : HTTPRequestable<Self, Response>,
+struct HTTPPatchRequestable : detail::Requestable<Self, Response>,
                               HTTPBodyRequestable<Self, Body>,
                               detail::PatchMethod<Self> {};
 

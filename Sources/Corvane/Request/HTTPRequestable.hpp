@@ -9,7 +9,9 @@
 
 #include "Corvane/DebugOutput/Detail/HTTPRequestableDebugAdditions.hpp"
 #include "Corvane/DebugOutput/ShellCommand.hpp"
+#include "Corvane/Detail/SelfChecks.hpp"
 #include "Corvane/Request/Describe.hpp"
+#include "Corvane/Request/Detail/Misuses.hpp"
 #include "Corvane/Request/Detail/RequestChecks.hpp"
 #include "Corvane/Request/Detail/SendFuture.hpp"
 #include "Corvane/Request/Detail/SendRoute.hpp"
@@ -27,7 +29,8 @@ struct NoResponse {};
 /// Makes a plain value a request: you say what to ask for, and get what it takes to ask.
 ///
 /// Each requirement may be stored (a data member), computed (a const member function without arguments) or
-/// static; a wrong type, a missing or a differently spelled requirement is refused when the request is used.
+/// static. A wrong type, a missing requirement and many a name that is nearly one (`header`, `timeout`, a `body`
+/// without a mixin for it) are refused when the request is used; other members are yours.
 ///
 /// | you write                                      | default                                            |
 /// |------------------------------------------------|----------------------------------------------------|
@@ -46,7 +49,7 @@ struct NoResponse {};
 /// | `shouldWaitForConnectivity`: `bool`            | false                                              |
 /// | `sessionConfigurationIdentifier`: text         | absent; requests that agree share a session        |
 /// | `urlRequest() const`                           | all of the above, with the body if there is one    |
-/// | `isAcceptable(HTTPStatus) const`               | 200 to 206                                         |
+/// | `isAcceptable(HTTPStatus) const`               | 200 to 206; the response types accept no others    |
 /// | `validate() const`                             | nothing; may throw: nothing is sent                |
 /// | `validate(const Response&) const`              | `process(response)`                                |
 /// | `process(const Response&) const`               | nothing; may throw: the response becomes a failure |
@@ -82,6 +85,9 @@ class CORVANE_API HTTPRequestable {
   /// Called once for each send, on the completion queue.
   using Completion = platform::UniqueFunction<void(Response)>;
 
+  /// Holds the type to be the one that the mixin was given, when the first value is made.
+  constexpr HTTPRequestable() noexcept(detail::checkPublicSelf<Self, HTTPRequestable>()) {}
+
   /// False ends `send` before it begins: nothing is sent, and no completion is called. Default: true.
   bool shouldSend() const { return true; }
   /// How the response may come from a cache. Default: `useProtocolCachePolicy`; there is no cache.
@@ -111,7 +117,8 @@ class CORVANE_API HTTPRequestable {
 
   /// What is sent. Throws `HTTPRequestError::malformedURL` and what the body and its encoder throw.
   platform::URLRequest urlRequest() const;
-  /// Whether a response with this status is a success. Default: 200 to 206.
+  /// Whether a response with this status may be a success. Default: 200 to 206. The library's response types are
+  /// failures for all others, whatever this says.
   bool isAcceptable(HTTPStatus status) const { return isSuccess(status); }
   /// Called on the caller's thread before anything is sent. What it throws becomes the outcome. Default: nothing.
   void validate() const {}
@@ -134,6 +141,17 @@ class CORVANE_API HTTPRequestable {
   /// when there is neither error nor body. It stays open when `shouldSend` is false. `Future::cancel` cancels the
   /// request, as does cancelling a `Task` that awaits it; no `HTTPRequestCancelable` is needed for that.
   velisand::Future<HTTPResponse<ResponseBody>> send() const;
+
+  // Chosen for what is no completion, and for a request that is awaited itself; does not compile.
+  template <class Refused = Self>
+  void send(detail::NoCompletion<Completion>) const {}
+  template <class Refused = Self>
+  void send(std::optional<platform::DispatchQueue>, detail::NoCompletion<Completion>) const {}
+  template <class Refused = Self>
+  detail::NoAwaiter operator co_await() const {
+    static_assert(detail::isNothing<Refused>, "A request is sent to be awaited: write `co_await request.send()`");
+    return {};
+  }
 
   // What follows is the same for every request; a member of the same name in a request type changes nothing.
 

@@ -21,13 +21,18 @@ namespace corvane {
 ///
 ///     const User user = GetUser{.login = "ada"}.send().get().body;
 ///
+/// The response is a `JSONResponse`, or a type of your own whose `Result::Body` is the `JSON`.
+///
 /// Where it runs: short responses are decoded on the queue that all requests share, responses above 64 KiB on the
 /// global queue.
-template <class Self, class JSONType>
-struct JSONRequestable : HTTPRequestable<Self, JSONResponse<JSONType>> {
+template <class Self, class JSONType, class ResponseType = JSONResponse<JSONType>>
+struct JSONRequestable : HTTPRequestable<Self, ResponseType> {
   static_assert(velisand::JSONDecodable<JSONType>,
                 "JSON cannot be decoded into this response type: use a plain struct, or give the type a JSONCodec "
                 "with `decode`");
+  static_assert(std::same_as<detail::BodyOf<ResponseType>, JSONType>,
+                "The response of a JSON request must be a JSONResponse of its `JSON`, or a response type whose "
+                "`Result::Body` is that type");
   /// What the response is decoded into.
   using JSON = JSONType;
 
@@ -50,24 +55,28 @@ struct JSONBodyRequestable : HTTPBodyRequestable<Self, BodyType>, detail::JSONBo
 };
 
 /// A `JSONRequestable` with the method "GET".
-template <class Self, class JSON>
-struct JSONGetRequestable : JSONRequestable<Self, JSON>, detail::GetMethod<Self> {};
+template <class Self, class JSON, class Response = JSONResponse<JSON>>
+struct JSONGetRequestable : JSONRequestable<Self, JSON, Response>, detail::GetMethod<Self> {};
 
 /// A `JSONRequestable` with the method "DELETE".
-template <class Self, class JSON>
-struct JSONDeleteRequestable : JSONRequestable<Self, JSON>, detail::DeleteMethod<Self> {};
+template <class Self, class JSON, class Response = JSONResponse<JSON>>
+struct JSONDeleteRequestable : JSONRequestable<Self, JSON, Response>, detail::DeleteMethod<Self> {};
 
 /// The three with a body take its type; see `JSONBodyRequestable`.
-template <class Self, class JSON, class Body = JSONReference>
-struct JSONPostRequestable : JSONRequestable<Self, JSON>, JSONBodyRequestable<Self, Body>, detail::PostMethod<Self> {};
+template <class Self, class JSON, class Body = JSONReference, class Response = JSONResponse<JSON>>
+struct JSONPostRequestable : JSONRequestable<Self, JSON, Response>,
+                             JSONBodyRequestable<Self, Body>,
+                             detail::PostMethod<Self> {};
 
 /// A `JSONRequestable` with the method "PUT" and a body.
-template <class Self, class JSON, class Body = JSONReference>
-struct JSONPutRequestable : JSONRequestable<Self, JSON>, JSONBodyRequestable<Self, Body>, detail::PutMethod<Self> {};
+template <class Self, class JSON, class Body = JSONReference, class Response = JSONResponse<JSON>>
+struct JSONPutRequestable : JSONRequestable<Self, JSON, Response>,
+                            JSONBodyRequestable<Self, Body>,
+                            detail::PutMethod<Self> {};
 
 /// A `JSONRequestable` with the method "PATCH" and a body.
-template <class Self, class JSON, class Body = JSONReference>
-struct JSONPatchRequestable : JSONRequestable<Self, JSON>,
+template <class Self, class JSON, class Body = JSONReference, class Response = JSONResponse<JSON>>
+struct JSONPatchRequestable : JSONRequestable<Self, JSON, Response>,
                               JSONBodyRequestable<Self, Body>,
                               detail::PatchMethod<Self> {};
 

@@ -21,7 +21,8 @@ struct JSONBodyRequestMixin : JSONRequestable<Self, JSON>, JSONBodyRequestable<S
 
 /// A "GET" of a URL.
 template <class JSON>
-class JSONGetRequest final : public detail::StoredRequest<JSONRequestable<JSONGetRequest<JSON>, JSON>> {
+class JSONGetRequest final : public detail::StoredRequest<JSONRequestable<JSONGetRequest<JSON>, JSON>>,
+                             public detail::GetMethod<JSONGetRequest<JSON>> {
   using Stored = detail::StoredRequest<JSONRequestable<JSONGetRequest, JSON>>;
 
  public:
@@ -32,9 +33,6 @@ class JSONGetRequest final : public detail::StoredRequest<JSONRequestable<JSONGe
   template <detail::Headers Fields = HTTPHeaders>
   JSONGetRequest(platform::URL url, Fields headers, HTTPQueryItems queryItems = {})
       : Stored(std::move(url), std::move(headers), std::move(queryItems)) {}
-
-  /// "GET".
-  const HTTPMethod& method() const { return HTTPMethod::get; }
 };
 
 /// A "POST" of a value to a URL.

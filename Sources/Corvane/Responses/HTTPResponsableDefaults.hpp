@@ -5,6 +5,7 @@
 #include <typeinfo>
 
 #include "Corvane/Detail/RequirementReading.hpp"
+#include "Corvane/Detail/SelfChecks.hpp"
 #include "Corvane/HTTPStatus.hpp"
 #include "Platform/Export.hpp"
 #include "Platform/Foundation/TypeName.hpp"
@@ -30,7 +31,10 @@ std::string debugStatusAndHeaders(const Response& response) {
 template <class Self>
 struct HTTPResponsableDefaults {
   /// The response's type, status and headers, a line each, human-readable.
-  std::string debugStatusAndHeaders() const { return corvane::debugStatusAndHeaders(static_cast<const Self&>(*this)); }
+  std::string debugStatusAndHeaders() const {
+    static_assert(detail::checkSelf<Self, HTTPResponsableDefaults>());
+    return corvane::debugStatusAndHeaders(static_cast<const Self&>(*this));
+  }
 };
 
 }  // namespace corvane

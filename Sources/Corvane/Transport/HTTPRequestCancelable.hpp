@@ -3,10 +3,16 @@
 #include <concepts>
 
 #include "Corvane/Detail/RequirementReading.hpp"
+#include "Corvane/Detail/SelfChecks.hpp"
 #include "Corvane/Transport/TaskManager.hpp"
 #include "Platform/Foundation/UUID.hpp"
 
 namespace corvane {
+
+namespace detail {
+/// What every `HTTPRequestCancelable` derives from, whatever its argument.
+struct CancelMark {};
+}  // namespace detail
 
 /// Lets a request be cancelled after it was sent, by anyone who holds the request or a copy of it.
 ///
@@ -25,13 +31,16 @@ namespace corvane {
 /// Of two sends of one request (or of copies) that run at the same time, `cancel` reaches the later one only:
 /// give each send a request of its own.
 template <class Self>
-struct HTTPRequestCancelable {
+struct HTTPRequestCancelable : detail::CancelMark {
   /// Names this request and its copies.
   platform::UUID uuid;
 
   /// Cancels the request's task; does nothing when none is under way. Returns at once, on any thread. The
   /// completion is still called, once.
-  void cancel() const { TaskManager::shared().cancelTask(detail::read(&Self::uuid, static_cast<const Self&>(*this))); }
+  void cancel() const {
+    if constexpr (detail::checkSelf<Self, HTTPRequestCancelable>())
+      TaskManager::shared().cancelTask(detail::read(&Self::uuid, static_cast<const Self&>(*this)));
+  }
 };
 
 /// A request type that takes part in cancellation.

@@ -79,34 +79,17 @@ struct Combination {
 
 void PrintTo(const Combination& combination, std::ostream* stream);
 
-// A request type without a behaviour has another, empty base in its place.
+// A request type without a behaviour has another, empty base in its place. What a behaviour reads stands beside it,
+// since nothing else may have it.
 template <int>
 struct Absent {};
 
-template <class Self, Kind kind>
-using KindBase = std::conditional_t<kind == Kind::data, DataGetRequestable<Self>,
-                                    std::conditional_t<kind == Kind::download, DownloadRequestable<Self, std::string>,
-                                                       UploadRequestable<Self, DataResponse>>>;
-template <class Self, Mocking mocking>
-using MockBase =
-    std::conditional_t<mocking == Mocking::none, Absent<0>,
-                       std::conditional_t<mocking == Mocking::mock, HTTPMockable<Self>, HTTPTestMockable<Self>>>;
-
-template <Kind kind, Mocking mocking, bool retries, bool polls>
-struct Cell : KindBase<Cell<kind, mocking, retries, polls>, kind>,
-              MockBase<Cell<kind, mocking, retries, polls>, mocking>,
-              std::conditional_t<retries, HTTPRetryAttempting<Cell<kind, mocking, retries, polls>>, Absent<1>>,
-              std::conditional_t<polls, HTTPPolling<Cell<kind, mocking, retries, polls>>, Absent<2>>,
-              HTTPRequestCancelable<Cell<kind, mocking, retries, polls>> {
-  static constexpr double pollingRate = 1e6;
-  static constexpr double retryInterval = 2;
-  static constexpr int retryLimit = 1;
-  static HTTPRetryPolicy retryPolicy() { return World::policy; }
-
+template <class Self>
+struct Upload : UploadRequestable<Self, DataResponse> {
   Data body = "body";
-  URL url() const { return World::target; }
-  HTTPHeaders sharedHeaders() const { return {}; }
-
+};
+template <class Self, class Mock>
+struct Mocked : Mock {
   static constexpr double mockResponseTime = 1;
   std::string mockResponseData() const {
     ++World::mockResponses;
@@ -115,10 +98,42 @@ struct Cell : KindBase<Cell<kind, mocking, retries, polls>, kind>,
   std::optional<Error> mockError() const {
     return World::nextFails() ? std::optional(Error("Combinations", 1, "failed")) : std::nullopt;
   }
+};
+template <class Self>
+struct TestMocked : Mocked<Self, HTTPTestMockable<Self>> {
   std::string testResponseData() const {
     ++World::testResponses;
     return "test";
   }
+};
+template <class Self>
+struct Retrying : HTTPRetryAttempting<Self> {
+  static constexpr double retryInterval = 2;
+  static constexpr int retryLimit = 1;
+  static HTTPRetryPolicy retryPolicy() { return World::policy; }
+};
+template <class Self>
+struct Polling : HTTPPolling<Self> {
+  static constexpr double pollingRate = 1e6;
+};
+
+template <class Self, Kind kind>
+using KindBase = std::conditional_t<
+    kind == Kind::data, DataGetRequestable<Self>,
+    std::conditional_t<kind == Kind::download, DownloadRequestable<Self, std::string>, Upload<Self>>>;
+template <class Self, Mocking mocking>
+using MockBase = std::conditional_t<
+    mocking == Mocking::none, Absent<0>,
+    std::conditional_t<mocking == Mocking::mock, Mocked<Self, HTTPMockable<Self>>, TestMocked<Self>>>;
+
+template <Kind kind, Mocking mocking, bool retries, bool polls>
+struct Cell : KindBase<Cell<kind, mocking, retries, polls>, kind>,
+              MockBase<Cell<kind, mocking, retries, polls>, mocking>,
+              std::conditional_t<retries, Retrying<Cell<kind, mocking, retries, polls>>, Absent<1>>,
+              std::conditional_t<polls, Polling<Cell<kind, mocking, retries, polls>>, Absent<2>>,
+              HTTPRequestCancelable<Cell<kind, mocking, retries, polls>> {
+  URL url() const { return World::target; }
+  HTTPHeaders sharedHeaders() const { return {}; }
 };
 
 template <Kind kind, Mocking mocking, bool retries, bool polls>

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <concepts>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -7,6 +8,7 @@
 #include "Corvane/Detail/RequirementReading.hpp"
 #include "Corvane/HTTPStatus.hpp"
 #include "Corvane/Request/BehaviourMarks.hpp"
+#include "Corvane/Request/Detail/SpellingChecks.hpp"
 #include "Corvane/Request/HTTPHeaders.hpp"
 #include "Corvane/Request/HTTPMediaType.hpp"
 #include "Corvane/Request/HTTPMethod.hpp"
@@ -15,8 +17,8 @@
 #include "Platform/Foundation/URL.hpp"
 #include "Platform/Loading/URLRequest.hpp"
 
-/// The compile-time checks of a request type. A requirement of the wrong type, a missing one, and one whose
-/// name is spelled in another way are refused with a sentence that says what to write.
+/// The compile-time checks of a request type. A requirement of the wrong type and a missing one are refused with a
+/// sentence that says what to write.
 namespace corvane::detail {
 
 #define CORVANE_READS(Value, property) (requires { requires ReadsAs<decltype(&Self::property), Self, Value>; })
@@ -161,9 +163,14 @@ constexpr bool checkHooks() {
   return hooksAreValid<Self>;
 }
 
-/// Refuses names that differ from a requirement's in case or underscores only.
+/// A request goes its way as a copy.
 template <class Self>
-constexpr bool checkSpelling();
+constexpr bool checkCopy() {
+  static_assert(std::copy_constructible<Self>,
+                "A request is copied when it is sent, so all of its members must be copyable: hold what is not in a "
+                "std::shared_ptr");
+  return std::copy_constructible<Self>;
+}
 
 template <class Self>
 constexpr bool checkResponse() {
@@ -181,42 +188,8 @@ constexpr bool checkResponse() {
 template <class Self>
 inline constexpr bool isValidRequest = checkIsRequest<Self>();
 template <HasResponse Self>
-inline constexpr bool isValidRequest<Self> = checkSpelling<Self>() && checkTarget<Self>() && checkHead<Self>() &&
-                                             checkSending<Self>() && checkHooks<Self>() && checkResponse<Self>();
-
-#define CORVANE_REFUSE(wrong, right) \
-  static_assert(!requires { &Self::wrong; }, "`" #wrong "` is no requirement of a request: write `" #right "`")
-
-template <class Self>
-constexpr bool checkSpelling() {
-  CORVANE_REFUSE(baseUrl, baseURL);
-  CORVANE_REFUSE(baseurl, baseURL);
-  CORVANE_REFUSE(base_url, baseURL);
-  CORVANE_REFUSE(sharedheaders, sharedHeaders);
-  CORVANE_REFUSE(shared_headers, sharedHeaders);
-  CORVANE_REFUSE(queryitems, queryItems);
-  CORVANE_REFUSE(query_items, queryItems);
-  CORVANE_REFUSE(acceptedType, acceptType);
-  CORVANE_REFUSE(accept_type, acceptType);
-  CORVANE_REFUSE(contenttype, contentType);
-  CORVANE_REFUSE(content_type, contentType);
-  CORVANE_REFUSE(content_encoder, contentEncoder);
-  CORVANE_REFUSE(cache_policy, cachePolicy);
-  CORVANE_REFUSE(timeOutInterval, timeoutInterval);
-  CORVANE_REFUSE(timeout_interval, timeoutInterval);
-  CORVANE_REFUSE(maxBodyBytes, maximumBodyBytes);
-  CORVANE_REFUSE(maximum_body_bytes, maximumBodyBytes);
-  CORVANE_REFUSE(should_send, shouldSend);
-  CORVANE_REFUSE(shouldWaitForConnection, shouldWaitForConnectivity);
-  CORVANE_REFUSE(should_wait_for_connectivity, shouldWaitForConnectivity);
-  CORVANE_REFUSE(sessionIdentifier, sessionConfigurationIdentifier);
-  CORVANE_REFUSE(session_configuration_identifier, sessionConfigurationIdentifier);
-  CORVANE_REFUSE(is_acceptable, isAcceptable);
-  CORVANE_REFUSE(url_request, urlRequest);
-  CORVANE_REFUSE(curl_command, curlCommand);
-  return true;
-}
-
-#undef CORVANE_REFUSE
+inline constexpr bool isValidRequest<Self> =
+    checkCopy<Self>() && checkSpelling<Self>() && checkTarget<Self>() && checkHead<Self>() && checkSending<Self>() &&
+    checkHooks<Self>() && checkResponse<Self>();
 
 }  // namespace corvane::detail

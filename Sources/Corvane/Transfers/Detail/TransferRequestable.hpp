@@ -4,6 +4,7 @@
 #include <optional>
 #include <utility>
 
+#include "Corvane/Request/Detail/Misuses.hpp"
 #include "Corvane/Request/HTTPRequestable.hpp"
 #include "Corvane/Transfers/TransferFuture.hpp"
 #include "Corvane/Transport/HTTPProgress.hpp"
@@ -29,6 +30,12 @@ class TransferRequestable : public HTTPRequestable<Self, ResponseType>, public T
   /// The same with progress and completion on the main queue.
   void send(HTTPProgressHandler progress, Completion completion) const;
   TransferFuture<typename Base::ResponseBody> send() const;
+
+  // Chosen for what is no completion; does not compile.
+  template <class Refused = Self>
+  void send(std::optional<platform::DispatchQueue>, HTTPProgressHandler, NoCompletion<Completion>) const {}
+  template <class Refused = Self>
+  void send(HTTPProgressHandler, NoCompletion<Completion>) const {}
 
   /// The plain route: validates, builds the URL request, and moves the body on a session.
   void sendToNetwork(std::optional<platform::DispatchQueue> queue, HTTPProgressHandler progress,

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <concepts>
+
+#include "Corvane/Request/HTTPRequestable.hpp"
+
+namespace corvane {
+
+/// Any request, for generic code; `RequestKinds.hpp` has the kinds. A type that only derives from another request type
+/// is none: it is sent as that one.
+template <class T>
+concept AnyRequest = requires {
+  typename T::Response;
+  requires std::derived_from<T, HTTPRequestable<T, typename T::Response>>;
+};
+
+}  // namespace corvane
