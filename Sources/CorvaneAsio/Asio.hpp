@@ -1,7 +1,8 @@
 #pragma once
 
 /// Corvane in programs that run on standalone Asio: completion queues on an executor (`AsioQueue`), the main queue on a
-/// context (`AsioMainLoop`), and requests with completion tokens (`async_send`).
+/// context (`AsioMainLoop`), and requests with completion tokens (`async_send`). It includes Asio's `steady_timer`,
+/// too.
 ///
 ///     #include <CorvaneAsio/Asio.hpp>
 ///
@@ -18,6 +19,7 @@
 #include <asio/executor_work_guard.hpp>
 #include <asio/io_context.hpp>
 #include <asio/post.hpp>
+#include <asio/steady_timer.hpp>
 #include <asio/strand.hpp>
 #include <asio/system_executor.hpp>
 

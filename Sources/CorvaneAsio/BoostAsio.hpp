@@ -1,7 +1,8 @@
 #pragma once
 
 /// Corvane in programs that run on Boost.Asio: completion queues on an executor (`AsioQueue`), the main queue on a
-/// context (`AsioMainLoop`), and requests with completion tokens (`async_send`).
+/// context (`AsioMainLoop`), and requests with completion tokens (`async_send`). It includes Asio's `steady_timer`,
+/// too.
 ///
 ///     #include <CorvaneAsio/BoostAsio.hpp>
 ///
@@ -18,6 +19,7 @@
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/post.hpp>
+#include <boost/asio/steady_timer.hpp>
 #include <boost/asio/strand.hpp>
 #include <boost/asio/system_executor.hpp>
 

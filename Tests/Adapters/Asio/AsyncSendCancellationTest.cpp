@@ -110,6 +110,24 @@ TEST_F(AsyncSendCancellationTest, leavesTheTimerBehindThatLosesAgainstTheRequest
   EXPECT_EQ(text, "fast");
 }
 
+TEST_F(AsyncSendCancellationTest, endsTheRaceAgainstATimerWhenItFails) {
+  using namespace net::experimental::awaitable_operators;
+  constexpr auto token = net::experimental::as_tuple(use_awaitable);
+  server.enqueue(MockResponse(503));
+
+  net::co_spawn(
+      context,
+      [&]() -> awaitable<void> {
+        net::steady_timer timer(context, std::chrono::hours(1));
+        const auto first = co_await (async_send(get(), token) || timer.async_wait(token));
+        message = messageOf(std::get<0>(std::get<0>(first)));
+      },
+      net::detached);
+
+  EXPECT_TRUE(runToTheEnd());
+  EXPECT_EQ(message, "HTTPStatus: serviceUnavailable:503 is unacceptable");
+}
+
 TEST_F(AsyncSendCancellationTest, reachesTheRequestThatASpawnedCoroutineAwaits) {
   holdResponses();
   net::co_spawn(
