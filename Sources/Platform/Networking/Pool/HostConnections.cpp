@@ -63,6 +63,13 @@ void HostConnections::start(Exchange& exchange, PooledConnection& connection) {
 }
 
 void HostConnections::connectFor(Exchange* exchange) {
+  const auto spare =
+      std::find_if(pending_.begin(), pending_.end(), [](const auto& pending) { return !pending->exchange(); });
+  if (exchange && spare != pending_.end()) {
+    (*spare)->setExchange(exchange);
+    exchange->pending_ = spare->get();
+    return;
+  }
   pending_.push_back(std::make_unique<PendingConnection>(*this, exchange));
   if (exchange) exchange->pending_ = pending_.back().get();
   pending_.back()->start();
@@ -102,7 +109,9 @@ Exchange* HostConnections::firstUnattended() const {
   return nullptr;
 }
 
-void HostConnections::takeFromWaiting(Exchange& exchange) {
+/// What is made for it is made for the next who waits. When nobody does, it may be kept for those who come: under load
+/// connections become free sooner than new ones are made, and each would be ended before it is of use.
+void HostConnections::takeFromWaiting(Exchange& exchange, Unneeded unneeded) {
   waiting_.remove(exchange);
   PendingConnection* const pending = std::exchange(exchange.pending_, nullptr);
   if (!pending) return;
@@ -110,7 +119,7 @@ void HostConnections::takeFromWaiting(Exchange& exchange) {
   if (Exchange* const next = firstUnattended()) {
     pending->setExchange(next);
     next->pending_ = pending;
-  } else {
+  } else if (unneeded == Unneeded::isEnded || protocol_ != Protocol::http1) {
     endPending(*pending);
   }
 }
@@ -119,7 +128,7 @@ void HostConnections::serveWaiting(PooledConnection& connection) {
   while (connection.canTake()) {
     Exchange* const exchange = firstServedBy(connection);
     if (!exchange) break;
-    takeFromWaiting(*exchange);
+    takeFromWaiting(*exchange, Unneeded::isKept);
     start(*exchange, connection);
   }
 }

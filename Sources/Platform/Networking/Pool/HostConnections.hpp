@@ -69,7 +69,9 @@ class HostConnections final : private Timer {
   void waitForRoom();
   void serveWaiting(PooledConnection& connection);
   Exchange* firstServedBy(const PooledConnection& connection) const;
-  void takeFromWaiting(Exchange& exchange);
+  /// What becomes of a connection that is being made for nobody any more.
+  enum class Unneeded : std::uint8_t { isEnded, isKept };
+  void takeFromWaiting(Exchange& exchange, Unneeded unneeded = Unneeded::isEnded);
   void endPending(PendingConnection& pending);
   std::unique_ptr<PendingConnection> removePending(PendingConnection& pending);
   Exchange* firstUnattended() const;
