@@ -128,7 +128,8 @@ void HTTP1Connection::timerFired() {
 /// The exchange has its response.
 void HTTP1Connection::finish(bool mayBeKept) {
   RequestStream* const exchange = std::exchange(exchange_, nullptr);
-  const bool isKept = mayBeKept && sender_.hasEnded() && !sender_.saysClose() && !isRetired_ && parser_.keepsConnection();
+  const bool isKept =
+      mayBeKept && sender_.hasEnded() && !sender_.saysClose() && !isRetired_ && parser_.keepsConnection();
   loop_.disarm(*this);
   sender_.reset();
   if (isKept) {

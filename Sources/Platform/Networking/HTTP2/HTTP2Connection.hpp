@@ -93,7 +93,7 @@ class HTTP2Connection final : public HTTPConnection,
   bool isPinged_ = false;
   std::size_t toldCapacity_;  // what the owner may count on
   std::uint64_t started_ = 0;
-  TimePoint lastSign_;                   // of life of the server, or when it was first asked for something
+  TimePoint lastSign_;  // of life of the server, or when it was first asked for something
   TimePoint lastReceived_{};
   std::string farewell_;                 // what the server gave as the reason when it went away
   std::optional<Failure> writeFailure_;  // nothing can be sent any more; what was received is read to its end
