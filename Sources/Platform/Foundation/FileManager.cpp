@@ -13,7 +13,7 @@
 #include <utility>
 
 #include "Platform/Foundation/Error.hpp"
-#include "Platform/Foundation/Internal/FileDescriptor.hpp"
+#include "Platform/Foundation/Internal/FileWriting.hpp"
 #include "Platform/Foundation/UUID.hpp"
 
 namespace platform {
@@ -22,6 +22,7 @@ namespace {
 
 using detail::FileDescriptor;
 using detail::uninterrupted;
+using detail::writingToFile;
 
 std::int32_t readCode(int number) {
   switch (number) {
@@ -103,7 +104,7 @@ int writeAll(FileDescriptor& file, const Data& data) {
   std::size_t written = 0;
   while (written < data.count()) {
     const ssize_t count =
-        uninterrupted([&] { return ::write(file.number(), data.bytes() + written, data.count() - written); });
+        writingToFile([&] { return ::write(file.number(), data.bytes() + written, data.count() - written); });
     if (count < 0) return errno;
     written += static_cast<std::size_t>(count);
   }
@@ -154,7 +155,7 @@ int copyAll(const FileDescriptor& source, const FileDescriptor& copy) {
   constexpr std::size_t pieceBytes = std::size_t{64} << 20;
   while (true) {
     const ssize_t count =
-        uninterrupted([&] { return ::sendfile(copy.number(), source.number(), nullptr, pieceBytes); });
+        writingToFile([&] { return ::sendfile(copy.number(), source.number(), nullptr, pieceBytes); });
     if (count < 0) return errno;
     if (count == 0) return 0;
   }

@@ -1,10 +1,12 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 #include <signal.h>
+#include <sys/resource.h>
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -177,6 +179,29 @@ std::string nameOf(const ::testing::TestParamInfo<std::tuple<bool, Ending>>& use
 
 INSTANTIATE_TEST_SUITE_P(, ProcessMannersTest,
                          ::testing::Combine(::testing::Bool(), ::testing::Values(Ending::reset, Ending::drop)), nameOf);
+
+/// Ends this process: with 0 when a download that is too large for a file fails, and does no more.
+[[noreturn]] void downloadBeyondTheSizeOfFiles() {
+  TestServer server;
+  server.handleAll([](const auto&) { return MockResponse(200).generatedBody(1 << 20); });
+  const rlimit limited{1 << 16, RLIM_INFINITY};
+  signal(SIGXFSZ, SIG_DFL);
+  if (::setrlimit(RLIMIT_FSIZE, &limited) != 0) std::_Exit(1);
+  // A thread that waits writes the file itself, unless another was faster.
+  for (int i = 0; i < 5; ++i) {
+    try {
+      DownloadGetRequest(server.url("/")).send().get();
+      std::_Exit(2);
+    } catch (const platform::Error& error) {
+      if (error.code() != platform::URLErrorCode::cannotWriteToFile) std::_Exit(3);
+    }
+  }
+  std::_Exit(0);
+}
+
+TEST(FileSizeDeathTest, aFileThatMayNotGrowIsAnErrorToAThreadThatWaits) {
+  EXPECT_EXIT(downloadBeyondTheSizeOfFiles(), ::testing::ExitedWithCode(0), "");
+}
 
 }  // namespace
 }  // namespace corvane

@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "Platform/Foundation/FileManager.hpp"
+#include "Platform/Foundation/Internal/FileWriting.hpp"
 #include "Platform/Loading/URLErrorCodes.hpp"
 
 namespace platform::detail {
@@ -57,7 +58,7 @@ std::optional<LoadFailure> DownloadFile::take(Bytes bytes) {
 std::optional<LoadFailure> DownloadFile::writeGathered() {
   Bytes bytes(gathered_.get(), std::exchange(gatheredBytes_, 0));
   while (!bytes.empty()) {
-    const ssize_t count = uninterrupted([&] { return ::write(file_.number(), bytes.data(), bytes.size()); });
+    const ssize_t count = writingToFile([&] { return ::write(file_.number(), bytes.data(), bytes.size()); });
     if (count < 0) return failure(URLErrorCode::cannotWriteToFile, systemReason(errno));
     bytes = bytes.subspan(static_cast<std::size_t>(count));
   }

@@ -11,7 +11,7 @@
 #include <cerrno>
 #include <utility>
 
-#include "Platform/Networking/Streams/BrokenPipeGuard.hpp"
+#include "Platform/Foundation/Internal/RaisedSignalGuard.hpp"
 
 namespace platform::networking {
 
@@ -97,7 +97,7 @@ IOResult SocketStream::sendFile(int file, off_t offset, std::size_t count) {
   const std::size_t most = std::min(count, mostFileBytes);
   ssize_t sent = 0;
   {
-    const BrokenPipeGuard guard;
+    const detail::RaisedSignalGuard guard(SIGPIPE);  // it knows no MSG_NOSIGNAL
     sent = uninterrupted([&] { return ::sendfile(socket_.number(), file, &offset, most); });
   }
   // Some files cannot be sent from within the kernel, and an error may be the file's or the connection's: reading and

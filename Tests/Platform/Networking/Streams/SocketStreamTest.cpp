@@ -15,7 +15,6 @@
 #include <string_view>
 #include <utility>
 
-#include "Platform/Networking/Streams/BrokenPipeGuard.hpp"
 #include "TestSupport/LoopRun.hpp"
 #include "TestSupport/OpenDescriptors.hpp"
 #include "TestSupport/TemporaryDirectory.hpp"
@@ -255,26 +254,6 @@ TEST_F(SocketStreamTest, raisesNoSignalWhateverIsWritten) {
   ::pthread_sigmask(SIG_SETMASK, nullptr, &mask);
   EXPECT_EQ(::sigismember(&mask, SIGPIPE), 0) << "The mask stays the application's.";
   std::signal(SIGPIPE, previous);
-}
-
-TEST_F(SocketStreamTest, leavesASignalThatWasPendingBefore) {
-  sigset_t broken;
-  sigset_t before;
-  sigset_t pending;
-  ::sigemptyset(&broken);
-  ::sigaddset(&broken, SIGPIPE);
-  ::pthread_sigmask(SIG_BLOCK, &broken, &before);
-  ::raise(SIGPIPE);
-  {
-    const BrokenPipeGuard guard;
-  }
-
-  ::sigpending(&pending);
-
-  EXPECT_EQ(::sigismember(&pending, SIGPIPE), 1);
-  const timespec atOnce{};
-  EXPECT_EQ(::sigtimedwait(&broken, nullptr, &atOnce), SIGPIPE);
-  ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
 TEST_F(SocketStreamTest, sendsSmallWritesAtOnce) {
