@@ -1,13 +1,17 @@
 #pragma once
 
+#include <initializer_list>
 #include <string_view>
 
 #include "Platform/Export.hpp"
 
 namespace platform {
 
-/// Stops the process because of a programming error: prints "Corvane: " and the reason to standard error
-/// with one write, then aborts. Nothing is unwound. Safe on any thread.
+/// Stops the process because of a programming error, or because it cannot go on: prints "Corvane: " and the reason to
+/// standard error with one write, then aborts. Nothing is unwound, and nothing is allocated. Safe on any thread.
 [[noreturn]] CORVANE_API void trap(std::string_view reason) noexcept;
+
+/// The same with a reason in parts, eight at most.
+[[noreturn]] CORVANE_API void trapWith(std::initializer_list<std::string_view> reason) noexcept;
 
 }  // namespace platform

@@ -176,7 +176,13 @@ class Future<T>::Awaiter {
     if constexpr (requires { handle.promise().suspend(queue, state); }) {
       suspended_ = handle.promise().suspend(queue, state);
     }
-    state->whenCompleted(std::move(queue), [handle]() mutable { handle.resume(); });
+    try {
+      state->whenCompleted(std::move(queue), [handle]() mutable { handle.resume(); });
+    } catch (...) {
+      // It goes on at once, with the exception.
+      if (suspended_) suspended_->resume();
+      throw;
+    }
   }
   T await_resume() const {
     if (suspended_) suspended_->resume();

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "Platform/Detail/Locking.hpp"
+#include "Platform/Detail/RequiredMemory.hpp"
 #include "Platform/Dispatch/Internal/Deadline.hpp"
 #include "Platform/Dispatch/Internal/LocalQueues.hpp"
 #include "Platform/Trap.hpp"
@@ -41,7 +42,10 @@ void DispatchGroup::leave() const {
     notifications.swap(state->notifications);
     state->emptied.notifyAll();
   }
-  for (auto& [queue, block] : notifications) queue.async(std::move(block));
+  // The round is over: it is too late to fail.
+  detail::requiringMemory("a group cannot be told of its end", [&] {
+    for (auto& [queue, block] : notifications) queue.async(std::move(block));
+  });
 }
 
 void DispatchGroup::notify(const DispatchQueue& queue, Block block) const {

@@ -52,9 +52,10 @@ class CORVANE_API DispatchQueue {
   /// The text that the queue was made with; "corvane.main" and "corvane.global" for those two.
   const std::string& label() const;
 
-  /// Runs the block later; returns at once.
+  /// Runs the block later; returns at once. Throws `std::bad_alloc` when there is no room for it: it is dropped then,
+  /// and not run.
   void async(Block block) const;
-  /// Submits many blocks with one lock and at most one wake-up.
+  /// Submits many blocks with one lock and at most one wake-up: all of them or, when it throws, none.
   void async(std::vector<Block> blocks) const;
   /// Runs the block after a delay, not earlier. A negative or zero delay is `async`.
   void asyncAfter(Seconds delay, Block block) const;

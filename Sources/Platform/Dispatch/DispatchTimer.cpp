@@ -73,19 +73,21 @@ void DispatchTimer::State::schedule(Seconds delay, std::optional<Seconds> repeat
   const Lock lock(mutex_);
   if (isCancelled_) return;
   disarm();
+  isScheduled_ = false;
   isTickOpen_ = false;
   clock_ = Clock::current();
   due_ = clock_->now() + Clock::nanoseconds(delay);
   interval_ = repeating ? std::max(Clock::nanoseconds(*repeating), shortestInterval) : std::chrono::nanoseconds(0);
   leeway_ = Clock::nanoseconds(leeway);
-  isScheduled_ = true;
   if (!isSuspended_) arm();
+  isScheduled_ = true;  // one that cannot be armed is not scheduled
 }
 
 void DispatchTimer::State::resume() {
   Lock lock(mutex_);
-  if (isCancelled_ || !std::exchange(isSuspended_, false)) return;
+  if (isCancelled_ || !isSuspended_) return;
   if (isScheduled_) arm();
+  isSuspended_ = false;
   if (!isTickOpen_ || std::exchange(isDeliverySent_, true)) return;
   lock.unlock();
   sendDelivery();
@@ -143,9 +145,15 @@ void DispatchTimer::State::tick(std::uint64_t arming) {
 
 /// For the caller that has set `isDeliverySent_`, so that one is under way at most.
 void DispatchTimer::State::sendDelivery() {
-  queue_.async([weak = weak_from_this()] {
-    if (const auto self = weak.lock()) self->deliver();
-  });
+  try {
+    queue_.async([weak = weak_from_this()] {
+      if (const auto self = weak.lock()) self->deliver();
+    });
+  } catch (...) {
+    const Lock lock(mutex_);
+    isDeliverySent_ = false;
+    throw;
+  }
 }
 
 /// A timer that was suspended meanwhile keeps the tick open until it is resumed.

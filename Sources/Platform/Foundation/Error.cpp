@@ -2,6 +2,8 @@
 
 #include <cxxabi.h>
 
+#include <cerrno>
+#include <new>
 #include <ostream>
 
 #include "Platform/Foundation/TypeName.hpp"
@@ -21,6 +23,21 @@ class ForeignError final : public CustomErrorBase<ForeignError> {
  private:
   std::string message_;
   std::string domain_;
+};
+
+/// Its texts are short enough to be made without memory, but for the domain.
+class OutOfMemoryError final : public CustomErrorBase<OutOfMemoryError> {
+ public:
+  std::string message() const override { return "out of memory"; }
+  std::string errorDomain() const override { return "NSPOSIXErrorDomain"; }
+  std::int64_t errorCode() const override { return ENOMEM; }
+
+  /// A pointer that owns nothing, to one that was made without memory and is never destroyed.
+  static std::shared_ptr<const CustomNSError> shared() noexcept {
+    alignas(OutOfMemoryError) static std::byte place[sizeof(OutOfMemoryError)];
+    static const auto* const error = ::new (static_cast<void*>(place)) OutOfMemoryError;
+    return {std::shared_ptr<void>(), error};
+  }
 };
 
 /// Requires: called inside a catch block.
@@ -55,7 +72,7 @@ const char* CustomNSError::what() const noexcept try {
   if (what_.compare_exchange_strong(present, made.get(), std::memory_order_acq_rel)) present = made.release();
   return present->c_str();
 } catch (...) {
-  return "an error whose message could not be made";
+  return "out of memory";
 }
 
 NSError::NSError(std::string domain, std::int64_t code, std::string message, Dictionary userInfo)
@@ -80,19 +97,29 @@ Error Error::current() noexcept {
 Error Error::from(std::exception_ptr exception) noexcept {
   if (exception == nullptr) trap("Error::from: there is no exception");
   try {
+    return described(exception);
+  } catch (...) {
+    return {OutOfMemoryError::shared(), std::move(exception), true};
+  }
+}
+
+Error Error::outOfMemory() noexcept { return {OutOfMemoryError::shared(), nullptr, false}; }
+
+Error Error::described(const std::exception_ptr& exception) {
+  try {
     std::rethrow_exception(exception);
+  } catch (const std::bad_alloc&) {
+    return {OutOfMemoryError::shared(), exception, true};
   } catch (const Error& error) {
     return error;
   } catch (const CustomNSError& error) {
     Error copy = error.toError();
-    copy.thrown_ = std::move(exception);
+    copy.thrown_ = exception;
     return copy;
   } catch (const std::exception& error) {
-    auto held = std::make_shared<const ForeignError>(error.what(), typeName(typeid(error)));
-    return {std::move(held), std::move(exception), true};
+    return {std::make_shared<const ForeignError>(error.what(), typeName(typeid(error))), exception, true};
   } catch (...) {
-    auto held = std::make_shared<const ForeignError>(describeCurrentUnknown());
-    return {std::move(held), std::move(exception), true};
+    return {std::make_shared<const ForeignError>(describeCurrentUnknown()), exception, true};
   }
 }
 

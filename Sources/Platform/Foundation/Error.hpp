@@ -71,10 +71,14 @@ class CORVANE_API Error : public std::exception {
   ~Error() override;
 
   /// The exception being handled, with its type kept: an `Error` as it is, a `CustomNSError` by copy,
-  /// anything else by reference to the exception object. Requires: called inside a catch block; traps otherwise.
+  /// anything else by reference to the exception object. Where there is no memory for that, and of `std::bad_alloc`, it
+  /// says "out of memory" ("NSPOSIXErrorDomain", `ENOMEM`), which takes none. Requires: called inside a catch block;
+  /// traps otherwise.
   static Error current() noexcept;
   /// The same for an exception that was caught earlier. Requires: `exception` is not null; traps otherwise.
   static Error from(std::exception_ptr exception) noexcept;
+  /// "out of memory". Takes none.
+  static Error outOfMemory() noexcept;
 
   /// One human-readable sentence.
   std::string message() const;
@@ -117,6 +121,7 @@ class CORVANE_API Error : public std::exception {
 
  private:
   Error(std::shared_ptr<const CustomNSError> held, std::exception_ptr thrown, bool isForeign) noexcept;
+  static Error described(const std::exception_ptr& exception);
 
   // Never null. For a foreign exception it holds what is known about that.
   std::shared_ptr<const CustomNSError> held_;

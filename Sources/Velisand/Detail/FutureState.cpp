@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "Platform/Detail/Locking.hpp"
+#include "Platform/Detail/RequiredMemory.hpp"
 #include "Platform/Dispatch/CooperativeWait.hpp"
 #include "Platform/Trap.hpp"
 #include "Velisand/OptionalQueue.hpp"
@@ -26,7 +27,8 @@ struct AnyFutureState::Waiters {
   };
 
   Mutex mutex;
-  std::vector<CooperativeWait*> waits CORVANE_GUARDED_BY(mutex);
+  // A list through the guards themselves: to wait takes no memory.
+  WaiterGuard* firstWait CORVANE_GUARDED_BY(mutex) = nullptr;
   std::vector<Callback> callbacks CORVANE_GUARDED_BY(mutex);
   std::optional<DispatchQueue> completingQueue CORVANE_GUARDED_BY(mutex);
   std::vector<Block> cancellers CORVANE_GUARDED_BY(mutex);
@@ -51,17 +53,24 @@ class AnyFutureState::Waiters::WaiterGuard {
       wait.signal();
     } else {
       waiters_.trapIfWaitingForItself();
-      waiters_.waits.push_back(&wait);
+      next = waiters_.firstWait;
+      waiters_.firstWait = this;
     }
   }
   ~WaiterGuard() {
     const MutexLock lock(waiters_.mutex);
-    std::erase(waiters_.waits, &wait);
+    for (WaiterGuard** link = &waiters_.firstWait; *link; link = &(*link)->next) {
+      if (*link != this) continue;
+      *link = next;
+      break;
+    }
   }
   WaiterGuard(const WaiterGuard&) = delete;
   WaiterGuard& operator=(const WaiterGuard&) = delete;
 
   CooperativeWait wait;
+  /// Guarded by the mutex.
+  WaiterGuard* next = nullptr;
 
  private:
   Waiters& waiters_;
@@ -157,19 +166,22 @@ void AnyFutureState::resume() {
   awaited.swap(waiters_->awaited);
 }
 
-void AnyFutureState::publish() {
+void AnyFutureState::publish() noexcept {
   const auto self = shared_from_this();
   std::vector<Waiters::Callback> callbacks;
   std::vector<Block> cancellers;
   {
     const MutexLock lock(waiters_->mutex);
     completed_.store(true, std::memory_order_release);
-    for (auto* wait : waiters_->waits) wait->signal();
+    for (auto* each = waiters_->firstWait; each; each = each->next) each->wait.signal();
     callbacks.swap(waiters_->callbacks);
     cancellers.swap(waiters_->cancellers);
   }
-  for (auto& callback : callbacks)
-    async(callback.queue, [self, block = std::move(callback.block)]() mutable { block(); });
+  // The outcome is there: it is too late to fail.
+  platform::detail::requiringMemory("the callbacks of a future cannot be called", [&] {
+    for (auto& callback : callbacks)
+      async(callback.queue, [self, block = std::move(callback.block)]() mutable { block(); });
+  });
 }
 
 DispatchQueue queueToResumeOn() { return DispatchQueue::current().value_or(DispatchQueue::global()); }

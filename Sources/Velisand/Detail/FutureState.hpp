@@ -43,7 +43,7 @@ class CORVANE_API AnyFutureState : public std::enable_shared_from_this<AnyFuture
  protected:
   /// True for one caller only, who then stores the outcome and publishes it.
   bool claim() noexcept { return !claimed_.exchange(true, std::memory_order_acq_rel); }
-  void publish();
+  void publish() noexcept;
 
  private:
   struct Waiters;

@@ -2,6 +2,7 @@
 
 #include <exception>
 #include <iterator>
+#include <new>
 
 #include "Platform/Detail/Locking.hpp"
 #include "Platform/Trap.hpp"
@@ -47,11 +48,13 @@ class ExecutorQueueCore::Drain {
   std::shared_ptr<ExecutorQueueCore> queue_;
 };
 
-void ExecutorQueueCore::submitDrain() {
+void ExecutorQueueCore::submitDrain() noexcept {
   try {
     executor_(Drain(shared_from_this()));
+  } catch (const std::bad_alloc&) {
+    trapWith({"out of memory in the executor of the queue \"", label(), "\""});
   } catch (const std::exception& error) {
-    trap("The executor of the queue \"" + label() + "\" threw: " + error.what());
+    trapWith({"The executor of the queue \"", label(), "\" threw: ", error.what()});
   }
 }
 

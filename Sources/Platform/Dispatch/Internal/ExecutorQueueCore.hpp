@@ -18,7 +18,7 @@ class ExecutorQueueCore final : public QueueCore, public std::enable_shared_from
  private:
   class Drain;
 
-  void submitDrain();
+  void submitDrain() noexcept;
   void drain();
   void abandon();
   bool beginIteration();

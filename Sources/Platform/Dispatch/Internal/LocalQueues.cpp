@@ -1,5 +1,6 @@
 #include "Platform/Dispatch/Internal/LocalQueues.hpp"
 
+#include <new>
 #include <utility>
 
 #include "Platform/Dispatch/Internal/SerialQueueCore.hpp"
@@ -23,8 +24,12 @@ void LocalQueues::end() {
 
 bool LocalQueues::collect(SerialQueueCore& queue) {
   if (!current_ || current_->rests_) return false;
-  current_->collected_.push_back(queue.shared_from_this());
-  return true;
+  try {
+    current_->collected_.push_back(queue.shared_from_this());
+    return true;
+  } catch (const std::bad_alloc&) {
+    return false;  // the pool has a place for it
+  }
 }
 
 bool LocalQueues::run() {

@@ -1,5 +1,8 @@
 #include "Platform/Dispatch/Internal/MainQueueCore.hpp"
 
+#include <exception>
+#include <new>
+
 #include "Platform/Detail/Locking.hpp"
 #include "Platform/Dispatch/DispatchHint.hpp"
 #include "Platform/Dispatch/Internal/LocalQueues.hpp"
@@ -12,6 +15,17 @@ constexpr std::chrono::seconds patience{5};
 constexpr const char* nothingDrains =
     "work is waiting on the main queue, but nothing drains it: call DispatchQueue::main().run() or runUntil(), or hand "
     "it to your event loop with attachToHost()";
+
+/// The blocks that the host is told of were submitted, so that it is too late to fail.
+void announceTo(UniqueFunction<void()>& host) noexcept {
+  try {
+    host();
+  } catch (const std::bad_alloc&) {
+    trap("out of memory in the host's function that the main queue calls");
+  } catch (const std::exception& error) {
+    trapWith({"The host's function that the main queue calls threw: ", error.what()});
+  }
+}
 
 }  // namespace
 
@@ -51,21 +65,26 @@ MainQueueCore::Announcement MainQueueCore::announcement(bool wasEmpty) {
 }
 
 /// Wakes the thread that drains.
-void MainQueueCore::announce(const Announcement& announcement) {
+void MainQueueCore::announce(const Announcement& announcement) noexcept {
   if (announcement.wakes) changed_.notifyOne();
-  if (announcement.host) (*announcement.host)();
+  if (announcement.host) announceTo(*announcement.host);
   if (announcement.expectsDrain) expectDrain();
 }
 
 /// Prints a hint, once, when no thread drains the queue for a while.
 void MainQueueCore::expectDrain() {
-  hintClock_->scheduleAfter(patience, [this] {
-    {
-      const MutexLock lock(mutex_);
-      if (wasEverDrained_) return;
-    }
-    giveDispatchHint(nothingDrains);
-  });
+  try {
+    hintClock_->scheduleAfter(patience, [this] {
+      {
+        const MutexLock lock(mutex_);
+        if (wasEverDrained_) return;
+      }
+      giveDispatchHint(nothingDrains);
+    });
+  } catch (const std::bad_alloc&) {
+    const MutexLock lock(mutex_);
+    isExpectingDrain_ = false;  // the next block tries again
+  }
 }
 
 void MainQueueCore::run() {
@@ -138,7 +157,7 @@ void MainQueueCore::attachToHost(UniqueFunction<void()> schedule) {
 
 void MainQueueCore::enterDrain(const char* function) {
   if (QueueFrame::contains(*this)) {
-    trap(std::string(function) + " was called on the main queue from inside one of its own blocks.");
+    trapWith({function, " was called on the main queue from inside one of its own blocks."});
   }
   LocalQueues::flushCurrent();
   const MutexLock lock(mutex_);

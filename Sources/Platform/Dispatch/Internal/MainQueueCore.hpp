@@ -39,7 +39,7 @@ class CORVANE_API MainQueueCore final : public QueueCore {
   MainQueueCore() : QueueCore("corvane.main") {}
   bool isReady() const CORVANE_REQUIRES(mutex_) { return !blocks_.isEmpty() && !isBusy_; }
   Announcement announcement(bool wasEmpty) CORVANE_REQUIRES(mutex_);
-  void announce(const Announcement& announcement);
+  void announce(const Announcement& announcement) noexcept;
   void expectDrain();
   void enterDrain(const char* function);
   Host hostOfWhatIsLeft() CORVANE_REQUIRES(mutex_);

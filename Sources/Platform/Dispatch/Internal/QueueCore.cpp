@@ -1,6 +1,7 @@
 #include "Platform/Dispatch/Internal/QueueCore.hpp"
 
 #include <exception>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -24,17 +25,19 @@ void QueueCore::perform(Block& block) const noexcept {
   if (!block) return;
   try {
     block();
+  } catch (const std::bad_alloc&) {
+    trapWith({"out of memory in a block of the queue \"", label_, "\""});
   } catch (const std::exception& error) {
-    trap("An exception escaped a block of the queue \"" + label_ + "\": " + error.what());
+    trapWith({"An exception escaped a block of the queue \"", label_, "\": ", error.what()});
   } catch (...) {
-    trap("An exception escaped a block of the queue \"" + label_ + "\".");
+    trapWith({"An exception escaped a block of the queue \"", label_, "\"."});
   }
 }
 
 void QueueCore::trapWhenCurrent() const {
   if (!QueueFrame::contains(*this)) return;
-  trap("sync was called on the queue \"" + label_ +
-       "\" from inside one of its own blocks, which would wait for itself.");
+  trapWith({"sync was called on the queue \"", label_,
+            "\" from inside one of its own blocks, which would wait for itself."});
 }
 
 namespace {
@@ -44,6 +47,7 @@ struct AwaitedCall {
   void* object;
   void (*function)(void*);
   std::exception_ptr error;
+  bool wasDropped = false;
   Event finished;
 
   void run() {
@@ -58,14 +62,12 @@ struct AwaitedCall {
 /// The block that makes the call. It lets the thread go on when it is dropped, too.
 class AwaitedCallBlock {
  public:
-  AwaitedCallBlock(AwaitedCall& call, const std::string& label) : call_(&call), label_(&label) {}
-  AwaitedCallBlock(AwaitedCallBlock&& other) noexcept
-      : call_(std::exchange(other.call_, nullptr)), label_(other.label_) {}
+  explicit AwaitedCallBlock(AwaitedCall& call) : call_(&call) {}
+  AwaitedCallBlock(AwaitedCallBlock&& other) noexcept : call_(std::exchange(other.call_, nullptr)) {}
   AwaitedCallBlock& operator=(AwaitedCallBlock&&) = delete;
   ~AwaitedCallBlock() {
     if (!call_) return;
-    call_->error =
-        std::make_exception_ptr(std::runtime_error("the executor of the queue \"" + *label_ + "\" has ended"));
+    call_->wasDropped = true;
     call_->finished.set();
   }
   void operator()() {
@@ -76,18 +78,18 @@ class AwaitedCallBlock {
 
  private:
   AwaitedCall* call_;
-  const std::string* label_;
 };
 
 }  // namespace
 
 void QueueCore::enqueueAndWait(void* object, void (*call)(void*)) {
   trapWhenCurrent();
-  AwaitedCall awaited{object, call, nullptr, {}};
-  async(Block(AwaitedCallBlock(awaited, label_)));
+  AwaitedCall awaited{.object = object, .function = call, .error = nullptr, .finished = {}};
+  async(Block(AwaitedCallBlock(awaited)));
   LocalQueues::flushCurrent();
   awaited.finished.wait();
   if (awaited.error) std::rethrow_exception(awaited.error);
+  if (awaited.wasDropped) throw std::runtime_error("the executor of the queue \"" + label_ + "\" has ended");
 }
 
 }  // namespace platform::detail

@@ -19,6 +19,8 @@ class QueueCore {
 
   const std::string& label() const { return label_; }
 
+  /// Throws `std::bad_alloc` where there is no room: nothing was submitted then. What follows the submission (a worker,
+  /// a host's function) never throws.
   virtual void async(Block&& block) = 0;
   virtual void async(std::vector<Block>&& blocks) = 0;
   /// Returns after `call(object)` ran on the queue; its exception reaches the caller.

@@ -27,7 +27,11 @@ class SerialQueueCore::Hold {
   SerialQueueCore& queue_;
 };
 
-SerialQueueCore::SerialQueueCore(std::string label) : QueueCore(std::move(label)), threadName_(QueueCore::label()) {}
+SerialQueueCore::SerialQueueCore(std::string label) : QueueCore(std::move(label)), threadName_(QueueCore::label()) {
+  WorkerPool::shared().addQueue();
+}
+
+SerialQueueCore::~SerialQueueCore() { WorkerPool::shared().removeQueue(); }
 
 void SerialQueueCore::async(Block&& block) {
   MutexLock lock(mutex_);
@@ -60,13 +64,13 @@ void SerialQueueCore::sync(void* object, void (*call)(void*)) {
   call(object);
 }
 
-void SerialQueueCore::arrangeDrain() {
+void SerialQueueCore::arrangeDrain() noexcept {
   if (allowsInlineDrain_.load(std::memory_order_relaxed) && LocalQueues::collect(*this)) return;
   submitDrain(shared_from_this());
 }
 
-void SerialQueueCore::submitDrain(std::shared_ptr<SerialQueueCore> queue) {
-  WorkerPool::shared().submit({std::move(queue), nullptr});
+void SerialQueueCore::submitDrain(std::shared_ptr<SerialQueueCore> queue) noexcept {
+  WorkerPool::shared().submitDrain(std::move(queue));
 }
 
 void SerialQueueCore::work(Block&) { drain(true); }

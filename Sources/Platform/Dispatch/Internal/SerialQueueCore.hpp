@@ -21,6 +21,7 @@ class SerialQueueCore final : public QueueCore,
                               public std::enable_shared_from_this<SerialQueueCore> {
  public:
   explicit SerialQueueCore(std::string label);
+  ~SerialQueueCore() override;
 
   void async(Block&& block) override;
   void async(std::vector<Block>&& blocks) override;
@@ -33,7 +34,7 @@ class SerialQueueCore final : public QueueCore,
   void allowInlineDrain() { allowsInlineDrain_.store(true, std::memory_order_relaxed); }
   /// Drains on the calling thread a queue that is held for that purpose; leaves what is much to the pool.
   void drainHere();
-  static void submitDrain(std::shared_ptr<SerialQueueCore> queue);
+  static void submitDrain(std::shared_ptr<SerialQueueCore> queue) noexcept;
 
  private:
   struct Waiter {
@@ -44,7 +45,7 @@ class SerialQueueCore final : public QueueCore,
   };
   class Hold;
 
-  void arrangeDrain();
+  void arrangeDrain() noexcept;
   void drain(bool onWorker);
   bool proceed();
   void acquire();

@@ -1,5 +1,8 @@
 #include "Platform/Dispatch/Internal/SystemClock.hpp"
 
+#include <exception>
+#include <new>
+
 #include "Platform/Detail/Locking.hpp"
 #include "Platform/Dispatch/Internal/ForkGuard.hpp"
 #include "Platform/Dispatch/Internal/Thread.hpp"
@@ -22,7 +25,9 @@ Clock::Key SystemClock::schedule(Instant due, std::chrono::nanoseconds leeway, B
   const Key key = timers_.add(due, leeway, std::move(action));
   if (!isServed_) {
     isServed_ = true;
-    if (!startThread("corvane-timer", [this] { serve(); })) trap("The timer thread could not be started.");
+    if (!startThread("corvane-timer", [this] { serve(); })) {
+      trap("The timer thread could not be started: out of memory, or of threads");
+    }
   }
   const bool isEarlier = due + leeway < wakeUp_;
   lock.unlock();
@@ -37,12 +42,22 @@ void SystemClock::cancel(const Key& key) {
   dropped = timers_.remove(key);
 }
 
+void SystemClock::perform(Block& action) noexcept {
+  try {
+    action();
+  } catch (const std::bad_alloc&) {
+    trap("out of memory: what is due cannot be put on its queue");
+  } catch (const std::exception& error) {
+    trapWith({"An exception escaped the timer: ", error.what()});
+  }
+}
+
 void SystemClock::serve() {
   MutexLock lock(mutex_);
   while (true) {
     if (Block action = timers_.takeDue(now())) {
       lock.unlock();
-      action();
+      perform(action);
       action = nullptr;
       lock.lock();
       continue;

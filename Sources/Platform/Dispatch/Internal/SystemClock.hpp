@@ -16,6 +16,7 @@ class SystemClock final : public Clock {
 
  private:
   void serve();
+  static void perform(Block& action) noexcept;
 
   Mutex mutex_;
   ConditionVariable changed_;

@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <memory>
+#include <new>
 
 #include "Platform/Dispatch/Internal/ForkGuard.hpp"
 
@@ -52,9 +53,10 @@ SignalShield::SignalShield() {
 
 SignalShield::~SignalShield() { ::pthread_sigmask(SIG_SETMASK, &previous_, nullptr); }
 
-bool startThread(std::string_view name, UniqueFunction<void()> body) {
+bool startThread(std::string_view name, UniqueFunction<void()> body) noexcept {
   ForkGuard::noteThreads();
-  auto start = std::make_unique<Start>(Start{ThreadName(name), std::move(body)});
+  std::unique_ptr<Start> start(new (std::nothrow) Start{ThreadName(name), std::move(body)});
+  if (!start) return false;
   {
     const SignalShield shield;
     pthread_t thread{};

@@ -40,7 +40,7 @@ class CORVANE_API SignalShield {
 };
 
 /// Starts a detached thread under a `SignalShield`. Every thread of the library is started here. Returns false when
-/// the system refuses.
-[[nodiscard]] bool startThread(std::string_view name, UniqueFunction<void()> body);
+/// the system refuses, or there is no memory.
+[[nodiscard]] bool startThread(std::string_view name, UniqueFunction<void()> body) noexcept;
 
 }  // namespace platform::detail

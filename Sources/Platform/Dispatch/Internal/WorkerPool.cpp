@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <thread>
 
+#include "Platform/Detail/RequiredMemory.hpp"
+#include "Platform/Dispatch/Internal/ForkGuard.hpp"
 #include "Platform/Dispatch/Internal/SystemClock.hpp"
 #include "Platform/Dispatch/Internal/Thread.hpp"
 #include "Platform/Trap.hpp"
@@ -28,10 +30,34 @@ WorkerPool& WorkerPool::shared() {
   return pool;
 }
 
-WorkerPool::WorkerPool() : cores_(coreCount()) {}
+WorkerPool::WorkerPool() : cores_(coreCount()) {
+  // A worker must not fail for want of a place to rest.
+  idle_.reserve(mostWorkers);
+  threads_.reserve(mostWorkers);
+}
 
-void WorkerPool::submit(PoolJob job) {
+void WorkerPool::addQueue() {
+  if (ForkGuard::isForkedChild()) return;  // who submits to it is stopped there
+  const MutexLock lock(mutex_);
+  jobs_.reserve(jobs_.count() + queues_ + 1);
+  ++queues_;
+}
+
+/// Beside them there is room for every serial queue at any time.
+void WorkerPool::makeRoom(std::size_t jobs) { jobs_.reserve(jobs_.count() + jobs + queues_); }
+
+void WorkerPool::submitDrain(std::shared_ptr<PoolClient> queue) noexcept {
   MutexLock lock(mutex_);
+  jobs_.push({std::move(queue), nullptr});
+  waitingJobs_.store(jobs_.count(), std::memory_order_relaxed);
+  const WakeAction action = nextWakeAction();
+  lock.unlock();
+  execute(action);
+}
+
+void WorkerPool::submit(PoolJob&& job) {
+  MutexLock lock(mutex_);
+  makeRoom(1);
   jobs_.push(std::move(job));
   waitingJobs_.store(jobs_.count(), std::memory_order_relaxed);
   const WakeAction action = nextWakeAction();
@@ -42,6 +68,7 @@ void WorkerPool::submit(PoolJob job) {
 void WorkerPool::submit(const std::shared_ptr<PoolClient>& client, std::vector<Block>&& blocks) {
   if (blocks.empty()) return;
   MutexLock lock(mutex_);
+  makeRoom(blocks.size());
   for (auto& block : blocks) jobs_.push({client, std::move(block)});
   waitingJobs_.store(jobs_.count(), std::memory_order_relaxed);
   const WakeAction action = nextWakeAction();
@@ -101,7 +128,7 @@ WorkerPool::Worker* WorkerPool::takeIdleWorker() {
   return worker;
 }
 
-void WorkerPool::execute(const WakeAction& action) {
+void WorkerPool::execute(const WakeAction& action) noexcept {
   if (action.wake) action.wake->woken->signal();
   if (action.start) startWorker();
   if (action.watch) watch();
@@ -112,7 +139,7 @@ void WorkerPool::startWorker() {
   MutexLock lock(mutex_);
   --workers_;
   --arriving_;
-  if (workers_ == 0) trap("No worker thread could be started.");
+  if (workers_ == 0) trap("No worker thread could be started: out of memory, or of threads");
   const bool watchNow = !std::exchange(isWatched_, true);
   lock.unlock();
   // The next check tries again.
@@ -148,7 +175,7 @@ void WorkerPool::serve() {
 }
 
 PoolJob WorkerPool::takeJob() {
-  PoolJob job = jobs_.pop();
+  PoolJob job = jobs_.pop(queues_);
   waitingJobs_.store(jobs_.count(), std::memory_order_relaxed);
   return job;
 }
@@ -174,8 +201,10 @@ bool WorkerPool::waitUnlocked(CooperativeWait& wait, Seconds limit) {
 }
 
 void WorkerPool::watch() {
-  auto& clock = SystemClock::shared();
-  clock.schedule(clock.now() + progressInterval, {}, [this] { checkProgress(); });
+  requiringMemory("the workers of the queues cannot be watched", [this] {
+    auto& clock = SystemClock::shared();
+    clock.schedule(clock.now() + progressInterval, {}, [this] { checkProgress(); });
+  });
 }
 
 void WorkerPool::checkProgress() {

@@ -39,8 +39,14 @@ class WorkerPool {
  public:
   static WorkerPool& shared();
 
-  void submit(PoolJob job);
+  /// A block of the global queue. Throws `std::bad_alloc` where there is no room for it, and has not taken it then.
+  void submit(PoolJob&& job);
   void submit(const std::shared_ptr<PoolClient>& client, std::vector<Block>&& blocks);
+  /// A serial queue that is to be drained. It has its place here as long as it lives, so this never fails.
+  void submitDrain(std::shared_ptr<PoolClient> queue) noexcept;
+  /// Makes that place. Throws `std::bad_alloc`.
+  void addQueue();
+  void removeQueue() noexcept { queues_.fetch_sub(1, std::memory_order_relaxed); }
   /// Whether a job waits for a worker, so that a long-running one should make room.
   bool hasWaitingJobs() const { return waitingJobs_.load(std::memory_order_relaxed) != 0; }
   /// The threads of the workers (gettid(2)), of those that rest, too.
@@ -61,11 +67,12 @@ class WorkerPool {
   };
 
   WorkerPool();
+  void makeRoom(std::size_t jobs) CORVANE_REQUIRES(mutex_);
   WakeAction nextWakeAction() CORVANE_REQUIRES(mutex_);
   void wakeOne(WakeAction& action) CORVANE_REQUIRES(mutex_);
   bool startsWatch() CORVANE_REQUIRES(mutex_);
   Worker* takeIdleWorker() CORVANE_REQUIRES(mutex_);
-  void execute(const WakeAction& action);
+  void execute(const WakeAction& action) noexcept;
   void startWorker();
   void serve();
   bool rest(Worker& self) CORVANE_REQUIRES(mutex_);
@@ -78,6 +85,8 @@ class WorkerPool {
 
   const std::size_t cores_;
   std::atomic<std::size_t> waitingJobs_ = 0;
+  // How many serial queues there are.
+  std::atomic<std::size_t> queues_ = 0;
 
   Mutex mutex_;
   RingQueue<PoolJob> jobs_ CORVANE_GUARDED_BY(mutex_);
