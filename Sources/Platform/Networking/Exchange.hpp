@@ -56,6 +56,7 @@ class ExchangeOwner {
   /// Null: none.
   virtual RequestBody* requestBody() = 0;
 
+  // Where memory runs out in these, the exchange ends with that.
   virtual BodyDisposition responseHead(const ResponseHeadView& head) = 0;
   /// False ends the exchange, as `ConnectionPool::withdraw` does: the owner knows why.
   virtual bool responseBody(Bytes bytes) = 0;
@@ -63,9 +64,9 @@ class ExchangeOwner {
   virtual bool responseFilled(std::size_t count) = 0;
   virtual void requestBodySent(std::uint64_t total) = 0;
   /// Once, at the end, unless it was withdrawn or `responseBody` said no. Without a problem the response is complete.
-  virtual void exchangeEnded(std::optional<ExchangeProblem> problem) = 0;
+  virtual void exchangeEnded(std::optional<ExchangeProblem> problem) noexcept = 0;
   /// The owner refused the body: the exchange is over.
-  virtual void exchangeRefused() = 0;
+  virtual void exchangeRefused() noexcept = 0;
 
  protected:
   ~ExchangeOwner() = default;

@@ -21,6 +21,7 @@ enum class FailureCause : std::uint8_t {
   malformedResponse,          ///< what the server sent breaks the protocol, or a bound
   notProcessed,               ///< the server said that it did not look at the request (HTTP/2); it may be repeated
   requestBody,                ///< the body of the request could not be read
+  outOfMemory,                ///< there was no memory to go on
 };
 
 /// What is known about a failure.
@@ -30,6 +31,9 @@ struct Failure {
   std::string message;
   /// `errno`, or a code of `getaddrinfo` where the cause says so; 0 when there is none.
   int systemError = 0;
+
+  /// Its text is so short that it takes no memory.
+  static Failure outOfMemory() { return {FailureCause::outOfMemory, "out of memory", 0}; }
 };
 
 }  // namespace platform::networking

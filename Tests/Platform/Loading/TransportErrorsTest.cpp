@@ -73,7 +73,8 @@ const std::vector<Named>& causes() {
                                          NAMED(connectionLost),
                                          NAMED(malformedResponse),
                                          NAMED(notProcessed),
-                                         NAMED(requestBody)};
+                                         NAMED(requestBody),
+                                         NAMED(outOfMemory)};
 #undef NAMED
   return all;
 }

@@ -18,8 +18,8 @@ ConnectivityWait::ConnectivityWait(networking::EventLoop& loop) : loop_(loop) {
 }
 
 void ConnectivityWait::add(const std::shared_ptr<TaskCore>& task) {
-  if (tasks_.empty()) loop_.beginWork();
   tasks_.push_back(task);
+  if (tasks_.size() == 1) loop_.beginWork();
   if (!isArmed()) loop_.arm(*this, loop_.now() + interval_);
 }
 

@@ -1,6 +1,7 @@
 #include "Platform/Loading/Internal/HTTPLoad.hpp"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 #include "Platform/Loading/Internal/BodyLimit.hpp"
@@ -167,13 +168,12 @@ bool HTTPLoad::fail(LoadFailure failure) {
   return false;
 }
 
-void HTTPLoad::exchangeEnded(std::optional<ExchangeProblem> problem) {
+void HTTPLoad::exchangeEnded(std::optional<ExchangeProblem> problem) noexcept {
   LoadOutcome outcome;
-  // An unwanted body may be cut off, or be given up by us.
-  if (problem && !failure_ && (wantsBody_ || !response_)) {
-    failure_ = errorOf(*problem, outcome.lacksConnectivity);
-  } else if (!problem && !failure_ && decoder_) {
-    if (std::optional<LoadFailure> failure = decoder_->finish()) fail(std::move(*failure));
+  try {
+    judge(problem, outcome.lacksConnectivity);
+  } catch (const std::bad_alloc&) {
+    failure_ = Error::outOfMemory();
   }
   outcome.error = std::move(failure_);
   outcome.response = std::move(response_);
@@ -181,7 +181,18 @@ void HTTPLoad::exchangeEnded(std::optional<ExchangeProblem> problem) {
   loader_.end(*this, std::move(outcome));
 }
 
-void HTTPLoad::exchangeRefused() { loader_.end(*this, abandon(std::move(*failure_))); }
+/// Whether what was received is whole.
+void HTTPLoad::judge(std::optional<ExchangeProblem>& problem, bool& lacksConnectivity) {
+  if (failure_) return;
+  // An unwanted body may be cut off, or be given up by us.
+  if (problem && (wantsBody_ || !response_)) {
+    failure_ = errorOf(*problem, lacksConnectivity);
+  } else if (!problem && decoder_) {
+    if (std::optional<LoadFailure> failure = decoder_->finish()) fail(std::move(*failure));
+  }
+}
+
+void HTTPLoad::exchangeRefused() noexcept { loader_.end(*this, abandon(std::move(*failure_))); }
 
 Error HTTPLoad::errorOf(ExchangeProblem& problem, bool& lacksConnectivity) {
   switch (problem.kind) {
@@ -196,6 +207,7 @@ Error HTTPLoad::errorOf(ExchangeProblem& problem, bool& lacksConnectivity) {
     return transportError(fileBody_.failure()->code, fileBody_.failure()->message, request_->url,
                           problem.requestWasSent);
   }
+  if (problem.failure.cause == FailureCause::outOfMemory) return Error::outOfMemory();
   if (problem.failure.cause == FailureCause::outOfDescriptors) {
     return resourceError(problem.failure.systemError, request_->url);
   }

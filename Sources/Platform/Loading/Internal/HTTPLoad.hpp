@@ -47,8 +47,8 @@ class HTTPLoad final : private networking::ExchangeOwner {
   std::span<std::byte> responseRoom(std::size_t count) override;
   bool responseFilled(std::size_t count) override;
   void requestBodySent(std::uint64_t total) override;
-  void exchangeEnded(std::optional<networking::ExchangeProblem> problem) override;
-  void exchangeRefused() override;
+  void exchangeEnded(std::optional<networking::ExchangeProblem> problem) noexcept override;
+  void exchangeRefused() noexcept override;
 
   void chooseBody();
   void composeFields();
@@ -58,6 +58,7 @@ class HTTPLoad final : private networking::ExchangeOwner {
   std::int64_t bodyLimit() const;
   std::optional<LoadFailure> store(Bytes bytes);
   bool fail(LoadFailure failure);
+  void judge(std::optional<networking::ExchangeProblem>& problem, bool& lacksConnectivity);
   Error errorOf(networking::ExchangeProblem& problem, bool& lacksConnectivity);
   void finish();
 

@@ -58,6 +58,7 @@ void HTTPLoader::runDeferred() {
     refused_.pop_back();
     end(*owner->load, owner->load->abandon(std::move(error)));
   }
+  if (spare_.size() > spareLimit) spare_.resize(spareLimit);
 }
 
 HTTPLoad& HTTPLoader::takeLoad() {
@@ -68,9 +69,10 @@ HTTPLoad& HTTPLoader::takeLoad() {
     load = std::move(spare_.back());
     spare_.pop_back();
   }
+  // So that it needs no memory to be kept when it ends.
+  if (spare_.capacity() <= spare_.size() + active_.size()) spare_.reserve(2 * (spare_.size() + active_.size()) + 4);
   load->place = active_.size();
-  active_.push_back(std::move(load));
-  return *active_.back();
+  return *active_.emplace_back(std::move(load));
 }
 
 void HTTPLoader::withdraw(LoadOwner& owner) {
@@ -80,7 +82,7 @@ void HTTPLoader::withdraw(LoadOwner& owner) {
   release(*owner.load);
 }
 
-void HTTPLoader::end(HTTPLoad& load, LoadOutcome outcome) {
+void HTTPLoader::end(HTTPLoad& load, LoadOutcome outcome) noexcept {
   LoadOwner& owner = load.owner();
   release(load);
   owner.loadEnded(std::move(outcome));
@@ -98,10 +100,7 @@ void HTTPLoader::release(HTTPLoad& load) {
   }
   active_.pop_back();
   spare_.push_back(std::move(taken));
-  if (spare_.size() <= spareLimit) return;
-  loop_.post([surplus = std::shared_ptr<HTTPLoad>(std::move(spare_.front()))] {});
-  spare_.front() = std::move(spare_.back());
-  spare_.pop_back();
+  if (spare_.size() > spareLimit) loop_.defer(*this);
 }
 
 void HTTPLoader::scheduleReport(ProgressMeter& meter) {

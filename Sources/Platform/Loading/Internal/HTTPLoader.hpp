@@ -14,7 +14,7 @@
 namespace platform::detail {
 
 /// Loads http and https URLs for one session: its connections, its cookies, and the loads under way. Loop side only.
-class HTTPLoader : private networking::Deferred {
+class HTTPLoader final : private networking::Deferred {
  public:
   HTTPLoader(networking::EventLoop& loop, const URLSessionConfiguration& configuration,
              networking::ConnectionPool::Challenge challenge);
@@ -23,7 +23,8 @@ class HTTPLoader : private networking::Deferred {
   HTTPLoader(const HTTPLoader&) = delete;
   HTTPLoader& operator=(const HTTPLoader&) = delete;
 
-  /// Starts a load for the owner, or queues it until there is room.
+  /// Starts a load for the owner, or queues it until there is room. Throws `std::bad_alloc`; the owner may have a load
+  /// then, which it withdraws.
   void submit(LoadOwner& owner);
   /// Ends the owner's load, waiting or under way, without telling the owner.
   void withdraw(LoadOwner& owner);
@@ -41,7 +42,7 @@ class HTTPLoader : private networking::Deferred {
   /// Appends the value of a Cookie field, or nothing.
   void appendCookies(const RequestTarget& target, std::string& out);
   void storeCookies(const RequestTarget& target, const HTTPHeaderFields& fields);
-  void end(HTTPLoad& load, LoadOutcome outcome);
+  void end(HTTPLoad& load, LoadOutcome outcome) noexcept;
 
  private:
   void runDeferred() override;

@@ -45,7 +45,7 @@ class LoadOwner {
   virtual void bodySent(std::int64_t count) = 0;
   virtual void bodyReceived(std::int64_t count) = 0;
   /// Once, at the end.
-  virtual void loadEnded(LoadOutcome outcome) = 0;
+  virtual void loadEnded(LoadOutcome outcome) noexcept = 0;
 
   /// The load under way; kept by the loader.
   HTTPLoad* load = nullptr;

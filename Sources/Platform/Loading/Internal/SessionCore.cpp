@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "Platform/Detail/RequiredMemory.hpp"
 #include "Platform/Dispatch/Internal/ForkGuard.hpp"
 #include "Platform/Loading/Internal/ConnectivityWait.hpp"
 #include "Platform/Loading/Internal/TaskCore.hpp"
@@ -57,7 +58,9 @@ SessionCore::~SessionCore() {
   // A forked child, at whose exit an object of static duration may end, has no loop.
   if (ForkGuard::isForkedChild()) static_cast<void>(loader_.release());
   // Connections may only be closed by the loop's owner.
-  if (loader_) loop_.post([loader = std::move(loader_)]() mutable { loader.reset(); });
+  if (!loader_) return;
+  requiringMemory("the connections of a session cannot be closed",
+                  [this] { loop_.post([loader = std::move(loader_)]() mutable { loader.reset(); }); });
 }
 
 std::optional<std::string> SessionCore::description() const {
@@ -85,15 +88,19 @@ void SessionCore::invalidate(bool cancelTasks) {
     const std::lock_guard lock(mutex_);
     isInvalidated_ = true;
   }
-  // The session itself must live to be named to its delegate.
-  loop_.post([self = shared_from_this(), session = session_.lock(), cancelTasks] {
-    self->isClosing_ = true;
-    if (cancelTasks) {
-      const std::vector<std::shared_ptr<TaskCore>> running = self->tasks_;
-      for (const auto& task : running) task->cancelNow();
-    }
-    self->closeWhenDone();
+  requiringMemory("a session cannot be closed", [&] {
+    // The session itself must live to be named to its delegate.
+    loop_.post([self = shared_from_this(), session = session_.lock(), cancelTasks] {
+      self->isClosing_ = true;
+      if (cancelTasks) self->cancelTasks();
+      self->closeWhenDone();
+    });
   });
+}
+
+void SessionCore::cancelTasks() {
+  const std::vector<std::shared_ptr<TaskCore>> running = tasks_;
+  for (const auto& task : running) task->cancelNow();
 }
 
 HTTPLoader& SessionCore::loader() {
@@ -107,8 +114,8 @@ HTTPLoader& SessionCore::loader() {
 
 void SessionCore::begin(const std::shared_ptr<TaskCore>& task) {
   if (task->place != TaskCore::npos) return;
-  task->place = tasks_.size();
   tasks_.push_back(task);
+  task->place = tasks_.size() - 1;
 }
 
 void SessionCore::end(const std::shared_ptr<TaskCore>& task) {
@@ -126,16 +133,20 @@ void SessionCore::closeWhenDone() {
   if (!isClosing_ || isClosed_ || !tasks_.empty()) return;
   isClosed_ = true;
   // Posted, since the loader may be in the middle of ending the last exchange.
-  loop_.post([self = shared_from_this(), session = session_.lock()] {
-    self->loader_.reset();
-    self->loop_.deliver(self->delegateQueue_, [self, session] {
-      std::shared_ptr<URLSessionDelegate> delegate;
-      {
-        const std::lock_guard lock(self->mutex_);
-        delegate = std::exchange(self->delegate_, nullptr);
-      }
-      if (delegate && session) delegate->didBecomeInvalid(session, std::nullopt);
-    });
+  requiringMemory("a session cannot be closed", [this] {
+    loop_.post([self = shared_from_this(), session = session_.lock()] { self->close(session); });
+  });
+}
+
+void SessionCore::close(const std::shared_ptr<URLSession>& session) {
+  loader_.reset();
+  loop_.deliver(delegateQueue_, [self = shared_from_this(), session] {
+    std::shared_ptr<URLSessionDelegate> delegate;
+    {
+      const std::lock_guard lock(self->mutex_);
+      delegate = std::exchange(self->delegate_, nullptr);
+    }
+    if (delegate && session) delegate->didBecomeInvalid(session, std::nullopt);
   });
 }
 

@@ -42,7 +42,9 @@ class SessionCore : public std::enable_shared_from_this<SessionCore> {
   void awaitConnectivity(const std::shared_ptr<TaskCore>& task);
 
  private:
+  void cancelTasks();
   void closeWhenDone();
+  void close(const std::shared_ptr<URLSession>& session);
   void challenge(const std::shared_ptr<const networking::TrustQuery>& query);
   void conclude(const std::shared_ptr<const networking::TrustQuery>& query, std::optional<Error> rejection);
   std::shared_ptr<URLSessionDelegate> delegate() const;

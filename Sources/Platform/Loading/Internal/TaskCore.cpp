@@ -1,9 +1,11 @@
 #include "Platform/Loading/Internal/TaskCore.hpp"
 
+#include <new>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "Platform/Detail/RequiredMemory.hpp"
 #include "Platform/Loading/Internal/BodyLimit.hpp"
 #include "Platform/Loading/Internal/FileLoad.hpp"
 #include "Platform/Loading/Internal/RedirectPolicy.hpp"
@@ -48,7 +50,13 @@ TaskCore::TaskCore(std::shared_ptr<URLSession> session, std::shared_ptr<SessionC
 void TaskCore::resume() {
   auto expected = URLSessionTask::State::suspended;
   if (!state_.compare_exchange_strong(expected, URLSessionTask::State::running)) return;
-  core_->loop().post([self = shared_from_this()] { self->start(); });
+  try {
+    core_->loop().post([self = shared_from_this()] { self->take([&] { self->start(); }); });
+  } catch (...) {
+    // Whoever resumes it knows by the exception; a cancellation has nothing to end any more.
+    state_.store(URLSessionTask::State::completed);
+    throw;
+  }
 }
 
 void TaskCore::cancel() {
@@ -56,7 +64,19 @@ void TaskCore::cancel() {
   do {
     if (state == URLSessionTask::State::canceling || state == URLSessionTask::State::completed) return;
   } while (!state_.compare_exchange_weak(state, URLSessionTask::State::canceling));
-  core_->loop().post([self = shared_from_this()] { self->cancelNow(); });
+  requiringMemory("a task cannot be cancelled",
+                  [this] { core_->loop().post([self = shared_from_this()] { self->cancelNow(); }); });
+}
+
+template <class Step>
+void TaskCore::take(Step step) noexcept {
+  try {
+    step();
+  } catch (...) {
+    const Error error = Error::current();
+    if (load) core_->loader().withdraw(*this);
+    finish(error);
+  }
 }
 
 void TaskCore::start() {
@@ -117,22 +137,34 @@ void TaskCore::send() {
 
 void TaskCore::loadFile() {
   DispatchQueue::global().async([self = shared_from_this()] {
-    const URL& url = self->originalRequest_.url;
-    const std::int64_t limit = bodyLimit(self->originalRequest_, self->core_->configuration(), self->isDownload_);
-    auto loaded = std::make_shared<FileLoad>(
-        self->isDownload_
-            ? FileLoad::intoFile(url, limit, [&] { return self->state() == URLSessionTask::State::running; })
-            : FileLoad::intoMemory(url, limit));
-    self->core_->loop().post([self, loaded] {
-      if (self->state() != URLSessionTask::State::running) return;  // cancelled: what there is may be a part only
-      if (loaded->response) {
-        self->bodyAnnounced(loaded->response->expectedContentLength());
-        self->bodyReceived(loaded->response->expectedContentLength());
-      }
-      if (self->isDownload_ && !loaded->error) self->file_ = std::move(loaded->file);
-      self->finish(std::move(loaded->data), std::move(loaded->response), std::move(loaded->error));
+    std::shared_ptr<FileLoad> loaded;
+    std::optional<Error> failure;
+    try {
+      loaded = std::make_shared<FileLoad>(self->loadedFile());
+    } catch (...) {
+      failure = Error::current();
+    }
+    self->core_->loop().post([self, loaded, failure = std::move(failure)] {
+      self->take([&] { failure ? self->finish(*failure) : self->finish(*loaded); });
     });
   });
+}
+
+FileLoad TaskCore::loadedFile() const {
+  const URL& url = originalRequest_.url;
+  const std::int64_t limit = bodyLimit(originalRequest_, core_->configuration(), isDownload_);
+  if (!isDownload_) return FileLoad::intoMemory(url, limit);
+  return FileLoad::intoFile(url, limit, [this] { return state() == URLSessionTask::State::running; });
+}
+
+void TaskCore::finish(FileLoad& loaded) {
+  if (state() != URLSessionTask::State::running) return;  // cancelled: what there is may be a part only
+  if (loaded.response) {
+    bodyAnnounced(loaded.response->expectedContentLength());
+    bodyReceived(loaded.response->expectedContentLength());
+  }
+  if (isDownload_ && !loaded.error) file_ = std::move(loaded.file);
+  finish(std::move(loaded.data), std::move(loaded.response), std::move(loaded.error));
 }
 
 bool TaskCore::wantsBody(const std::shared_ptr<const HTTPURLResponse>& response) {
@@ -157,7 +189,11 @@ bool TaskCore::wantsBody(const std::shared_ptr<const HTTPURLResponse>& response)
   return !nextRequest_ && !redirectFailure_;
 }
 
-void TaskCore::loadEnded(LoadOutcome outcome) {
+void TaskCore::loadEnded(LoadOutcome outcome) noexcept {
+  take([&] { goOn(std::move(outcome)); });
+}
+
+void TaskCore::goOn(LoadOutcome outcome) {
   if (state() == URLSessionTask::State::canceling) {
     finish(cancelledError(requestToSend().url));
   } else if (redirectFailure_) {
@@ -220,24 +256,34 @@ void TaskCore::count(std::int64_t completed) {
   if (meter_.count(completed, core_->loop().now())) core_->loader().scheduleReport(meter_);
 }
 
-void TaskCore::retryConnecting() {
+void TaskCore::retryConnecting() noexcept {
   if (!std::exchange(waitsForConnectivity_, false) || state() != URLSessionTask::State::running) return;
-  send();
+  take([this] { send(); });
 }
 
-void TaskCore::cancelNow() {
+void TaskCore::cancelNow() noexcept {
   if (state() == URLSessionTask::State::completed) return;
-  core_->begin(shared_from_this());
-  if (load) core_->loader().withdraw(*this);
-  finish(cancelledError(requestToSend().url));
+  take([this] {
+    core_->begin(shared_from_this());
+    if (load) core_->loader().withdraw(*this);
+    finish(cancelledError(requestToSend().url));
+  });
 }
 
 void TaskCore::finish(std::optional<Data> data, std::shared_ptr<const URLResponse> response,
-                      std::optional<Error> error) {
+                      std::optional<Error> error) noexcept {
   if (state_.exchange(URLSessionTask::State::completed) == URLSessionTask::State::completed) return;
   waitsForConnectivity_ = false;
   if (meter_.isArmed()) core_->loader().cancelReport(meter_);
-  if (!error) meter_.finish();
+  if (!error) {
+    try {
+      meter_.finish();
+    } catch (const std::bad_alloc&) {
+      error = Error::outOfMemory();
+      data.reset();
+      file_.reset();
+    }
+  }
   bodyFile_ = UploadFile();
   download_ = DownloadFile();
   data_ = std::move(data);

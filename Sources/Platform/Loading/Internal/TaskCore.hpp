@@ -13,6 +13,7 @@
 
 namespace platform::detail {
 
+struct FileLoad;
 class SessionCore;
 
 /// What a task is to do beside sending its request.
@@ -60,9 +61,9 @@ class TaskCore final : public URLSessionTask,
   static constexpr std::size_t npos = static_cast<std::size_t>(-1);
   /// Where the session keeps the task while it is under way.
   std::size_t place = npos;
-  void cancelNow();
+  void cancelNow() noexcept;
   /// The network changed: try again if that is what this task waits for.
-  void retryConnecting();
+  void retryConnecting() noexcept;
   const URLRequest& requestToSend() const override { return currentRequest_ ? *currentRequest_ : originalRequest_; }
   UploadFile* bodyFile() override { return sendsFile_ ? &bodyFile_ : nullptr; }
   bool wantsBody(const std::shared_ptr<const HTTPURLResponse>& response) override;
@@ -70,17 +71,24 @@ class TaskCore final : public URLSessionTask,
   void bodyAnnounced(std::int64_t count) override;
   void bodySent(std::int64_t count) override;
   void bodyReceived(std::int64_t count) override;
-  void loadEnded(LoadOutcome outcome) override;
+  void loadEnded(LoadOutcome outcome) noexcept override;
 
  private:
+  /// Makes a step of the task's life. Where it throws, the task ends with that error.
+  template <class Step>
+  void take(Step step) noexcept;
   void start();
+  void goOn(LoadOutcome outcome);
   std::optional<LoadFailure> openBodyFile();
   void send();
   void loadFile();
+  FileLoad loadedFile() const;
   void count(std::int64_t completed);
   void conclude(LoadOutcome outcome);
   std::optional<LoadFailure> completeDownload();
-  void finish(std::optional<Data> data, std::shared_ptr<const URLResponse> response, std::optional<Error> error);
+  void finish(std::optional<Data> data, std::shared_ptr<const URLResponse> response,
+              std::optional<Error> error) noexcept;
+  void finish(FileLoad& loaded);
   void finish(Error error) { finish(std::nullopt, nullptr, std::move(error)); }
   void finish(const LoadFailure& failure, bool requestWasSent);
   void complete();

@@ -43,6 +43,8 @@ std::int32_t plainCode(FailureCause cause) {
       return URLErrorCode::cannotParseResponse;
     case FailureCause::requestBody:
       return URLErrorCode::requestBodyStreamExhausted;
+    case FailureCause::outOfMemory:  // is an error without a code of ours
+      break;
   }
   return URLErrorCode::unknown;
 }

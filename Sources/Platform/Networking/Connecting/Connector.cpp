@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <new>
 #include <string>
 #include <utility>
 
@@ -54,7 +55,24 @@ Connector::~Connector() {
   loop_.cancelDeferred(*this);
 }
 
+template <class Work>
+void Connector::withMemory(Work work) {
+  try {
+    work();
+  } catch (const std::bad_alloc&) {
+    fail(Failure::outOfMemory());
+  }
+}
+
 void Connector::start() {
+  try {
+    begin();
+  } catch (const std::bad_alloc&) {
+    failLater(Failure::outOfMemory());
+  }
+}
+
+void Connector::begin() {
   times_.begun = loop_.now();
   phase_ = Phase::resolving;
   const auto known = resolver_.resolve(route_.origin.host, *this);
@@ -67,13 +85,12 @@ void Connector::start() {
 }
 
 void Connector::nameResolved(const Resolution& resolution) {
-  if (const auto* failure = std::get_if<Failure>(&resolution)) {
-    fail(*failure);
-    return;
-  }
-  times_.nameResolved = loop_.now();
-  useAddresses(std::get<HostAddresses>(resolution));
-  if (phase_ == Phase::connecting) owner_.connectorProgressed(*this);
+  withMemory([&] {
+    if (const auto* failure = std::get_if<Failure>(&resolution)) return fail(*failure);
+    times_.nameResolved = loop_.now();
+    useAddresses(std::get<HostAddresses>(resolution));
+    if (phase_ == Phase::connecting) owner_.connectorProgressed(*this);
+  });
 }
 
 void Connector::useAddresses(const HostAddresses& addresses) {
@@ -108,12 +125,14 @@ void Connector::tryNext() {
   failLater({FailureCause::cannotConnect, "no connection could be made to " + where, systemError_});
 }
 
-void Connector::timerFired() { tryNext(); }
+void Connector::timerFired() {
+  withMemory([this] { tryNext(); });
+}
 
 void Connector::attemptFailed(ConnectionAttempt& attempt, int systemError) {
   noteError(systemError);
   std::erase_if(attempts_, [&attempt](const auto& each) { return each.get() == &attempt; });
-  tryNext();
+  withMemory([this] { tryNext(); });
 }
 
 void Connector::noteError(int systemError) {
@@ -128,7 +147,7 @@ void Connector::attemptConnected(ConnectionAttempt& attempt) {
   addresses_.clear();
   attempts_.clear();
   if (route_.origin.isSecure) {
-    secure(std::move(stream));
+    withMemory([&] { secure(std::move(stream)); });
   } else {
     phase_ = Phase::done;
     owner_.connectorOpened(*this, {.stream = std::move(stream), .times = times_});
@@ -143,11 +162,13 @@ void Connector::secure(std::unique_ptr<ByteStream> connection) {
 }
 
 void Connector::streamReadable() {
-  if (phase_ == Phase::securing) {
-    continueHandshake();
-  } else if (phase_ == Phase::judging && hasEnded(secured_->descriptor())) {
-    failWhileJudging();
-  }
+  withMemory([this] {
+    if (phase_ == Phase::securing) {
+      continueHandshake();
+    } else if (phase_ == Phase::judging && hasEnded(secured_->descriptor())) {
+      failWhileJudging();
+    }
+  });
 }
 
 void Connector::failWhileJudging() {
@@ -188,8 +209,10 @@ void Connector::continueHandshake() {
 void Connector::applyVerdict(bool isTrusted) {
   if (phase_ != Phase::judging) trap("nobody asked for a verdict");
   phase_ = Phase::securing;
-  secured_->applyVerdict(isTrusted);
-  continueHandshake();
+  withMemory([&] {
+    secured_->applyVerdict(isTrusted);
+    continueHandshake();
+  });
 }
 
 void Connector::finish() {

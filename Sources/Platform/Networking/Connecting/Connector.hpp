@@ -47,9 +47,9 @@ class ConnectorOwner {
   /// or any time later. At most once; not when a session is resumed.
   virtual void connectorAsksTrust(Connector& connector, std::shared_ptr<const TrustQuery> query) = 0;
   /// It is done; the last call, unless it failed.
-  virtual void connectorOpened(Connector& connector, OpenStream open) = 0;
+  virtual void connectorOpened(Connector& connector, OpenStream open) noexcept = 0;
   /// It is given up; the last call. After a verdict against the server the cause is `serverNotTrusted`.
-  virtual void connectorFailed(Connector& connector, Failure failure) = 0;
+  virtual void connectorFailed(Connector& connector, Failure failure) noexcept = 0;
 
  protected:
   ~ConnectorOwner() = default;
@@ -97,6 +97,10 @@ class Connector final : private LookUp, private Timer, private Deferred, private
   void streamReadable() override;
   void streamWritable() override;
 
+  /// Where memory runs out on the way, the connection fails.
+  template <class Work>
+  void withMemory(Work work);
+  void begin();
   void useAddresses(const HostAddresses& addresses);
   void tryNext();
   void attemptConnected(ConnectionAttempt& attempt);

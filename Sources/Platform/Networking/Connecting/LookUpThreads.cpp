@@ -6,8 +6,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <new>
 #include <utility>
 
+#include "Platform/Detail/RequiredMemory.hpp"
 #include "Platform/Dispatch/Internal/Thread.hpp"
 
 namespace platform::networking {
@@ -54,10 +56,19 @@ Resolution lookUp(const std::string& host) {
   return HostAddresses(std::move(addresses));
 }
 
+Resolution lookUpOrFail(const std::string& host) noexcept {
+  try {
+    return lookUp(host);
+  } catch (const std::bad_alloc&) {
+    return Failure::outOfMemory();
+  }
+}
+
 }  // namespace
 
 void LookUpThreads::ask(std::uint64_t question, const std::string& host) {
   const detail::MutexLock lock(mutex_);
+  wanted_.reserve(mostWanted);  // so that a thread needs no memory to take one
   line_.push_back({question, host});
   startThreads();
 }
@@ -98,15 +109,18 @@ void LookUpThreads::startThreads() {
 }
 
 void LookUpThreads::failWaiting() {
-  for (const Asked& each : std::exchange(line_, {})) {
-    report(each.question, Failure{FailureCause::nameLookupFailed, "no thread can be started to look up names", EAGAIN});
-  }
+  constexpr const char* message = "no thread can be started to look up names";
+  detail::requiringMemory(message, [this]() CORVANE_REQUIRES(mutex_) {
+    for (const Asked& each : std::exchange(line_, {})) {
+      report(each.question, Failure{FailureCause::nameLookupFailed, message, EAGAIN});
+    }
+  });
 }
 
 void LookUpThreads::run() {
   Asked next;
   while (takeNext(next)) {
-    Resolution resolution = lookUp(next.host);
+    Resolution resolution = lookUpOrFail(next.host);
     const detail::MutexLock lock(mutex_);
     std::erase(wanted_, next.question);
     report(next.question, std::move(resolution));
@@ -131,8 +145,10 @@ bool LookUpThreads::takeNext(Asked& next) {
 
 void LookUpThreads::report(std::uint64_t question, Resolution resolution) {
   if (isClosed_) return;
-  loop_.post([self = shared_from_this(), question, resolution = std::move(resolution)] {
-    if (self->resolver_) self->resolver_->lookedUp(question, resolution);
+  detail::requiringMemory("the addresses of a host cannot be told", [&] {
+    loop_.post([self = shared_from_this(), question, resolution = std::move(resolution)] {
+      if (self->resolver_) self->resolver_->lookedUp(question, resolution);
+    });
   });
 }
 

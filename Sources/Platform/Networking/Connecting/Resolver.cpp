@@ -3,6 +3,7 @@
 #include <netdb.h>
 
 #include <algorithm>
+#include <new>
 #include <string_view>
 #include <utility>
 
@@ -35,16 +36,27 @@ Resolver::~Resolver() { threads_->close(); }
 
 std::optional<Resolution> Resolver::resolve(const std::string& host, LookUp& lookUp) {
   if (auto known = knownAtOnce(host)) return known;
-  const auto [place, isNew] = current_.try_emplace(host, lastQuestion_ + 1);
-  if (isNew) {
-    ++lastQuestion_;
-    questions_[lastQuestion_].host = host;
-  }
+  const auto known = current_.find(host);
+  const std::uint64_t number = known == current_.end() ? ask(host) : known->second;
+  questions_[number].waiting.push_back(&lookUp);
   lookUp.resolver_ = this;
-  lookUp.question_ = place->second;
-  questions_[place->second].waiting.push_back(&lookUp);
-  if (isNew) threads_->ask(lastQuestion_, host);
+  lookUp.question_ = number;
   return std::nullopt;
+}
+
+/// Where memory runs out, it is as if it had never been asked.
+std::uint64_t Resolver::ask(const std::string& host) {
+  const std::uint64_t number = ++lastQuestion_;
+  try {
+    questions_[number].host = host;
+    current_.emplace(host, number);
+    threads_->ask(number, host);
+  } catch (const std::bad_alloc&) {
+    questions_.erase(number);
+    current_.erase(host);
+    throw;
+  }
+  return number;
 }
 
 std::optional<Resolution> Resolver::knownAtOnce(const std::string& host) {
@@ -104,14 +116,16 @@ void Resolver::lookedUp(std::uint64_t number, const Resolution& resolution) {
   questions_.erase(number);
 }
 
-void Resolver::keep(const std::string& host, const HostAddresses& addresses) {
+/// Without memory for it, they are asked for again.
+void Resolver::keep(const std::string& host, const HostAddresses& addresses) try {
   if (kept_.size() >= mostKept) {
     const auto first = std::min_element(kept_.begin(), kept_.end(), [](const auto& left, const auto& right) {
       return left.second.end < right.second.end;
     });
     kept_.erase(first);
   }
-  kept_[host] = {addresses, loop_.now() + lifetime};
+  kept_.insert_or_assign(host, Kept{addresses, loop_.now() + lifetime});
+} catch (const std::bad_alloc&) {
 }
 
 }  // namespace platform::networking

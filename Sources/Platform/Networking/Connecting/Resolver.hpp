@@ -89,6 +89,7 @@ class Resolver {
   };
 
   std::optional<Resolution> knownAtOnce(const std::string& host);
+  std::uint64_t ask(const std::string& host);
   void keep(const std::string& host, const HostAddresses& addresses);
   void lookedUp(std::uint64_t question, const Resolution& resolution);
 

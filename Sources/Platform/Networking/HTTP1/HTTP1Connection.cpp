@@ -1,5 +1,6 @@
 #include "Platform/Networking/HTTP1/HTTP1Connection.hpp"
 
+#include <new>
 #include <utility>
 
 #include "Platform/Trap.hpp"
@@ -14,19 +15,16 @@ constexpr std::size_t ordinaryHeadBytes = 1024;
 
 }  // namespace
 
-/// A call of this connection. The outermost one tells the owner at its very end, since the owner may destroy it then.
-class HTTP1Connection::Call {
- public:
-  explicit Call(HTTP1Connection& connection) : connection_(connection) { ++connection_.calls_; }
-  ~Call() {
-    if (--connection_.calls_ == 0) connection_.tellOwner();
+template <class Work>
+void HTTP1Connection::call(Work work) {
+  ++calls_;
+  try {
+    work();
+  } catch (const std::bad_alloc&) {
+    exchange_ ? fail(Failure::outOfMemory()) : close();
   }
-  Call(const Call&) = delete;
-  Call& operator=(const Call&) = delete;
-
- private:
-  HTTP1Connection& connection_;
-};
+  if (--calls_ == 0) tellOwner();
+}
 
 HTTP1Connection::HTTP1Connection(EventLoop& loop, std::unique_ptr<ByteStream> stream, HTTPConnectionOwner& owner)
     : loop_(loop), stream_(std::move(stream)), owner_(owner) {
@@ -40,7 +38,10 @@ HTTP1Connection::~HTTP1Connection() { close(); }
 
 void HTTP1Connection::start(RequestStream& exchange) {
   if (capacity() == 0) trap("an HTTP/1.1 connection that takes no exchange was given one");
-  const Call call(*this);
+  call([&] { begin(exchange); });
+}
+
+void HTTP1Connection::begin(RequestStream& exchange) {
   ++started_;
   isAvailableAgain_ = false;
   state_ = State::exchanging;
@@ -50,30 +51,32 @@ void HTTP1Connection::start(RequestStream& exchange) {
   isBroken_ = false;
   discarded_ = 0;
   unparsed_.clear();
+  exchange_ = &exchange;
   const RequestHead& head = exchange.requestHead();
   parser_.begin(head.method == "HEAD");
   if (!sender_.begin(head, exchange.requestBody())) {
+    ExchangeFailure refusal{.failure = {FailureCause::invalidRequest, "the request holds what cannot be sent", 0},
+                            .delivery = Delivery::nothingSent};
+    exchange_ = nullptr;
     becomeIdle();
-    exchange.failed({.failure = {FailureCause::invalidRequest, "the request holds what cannot be sent", 0},
-                     .delivery = Delivery::nothingSent});
+    exchange.failed(std::move(refusal));
     return;
   }
-  exchange_ = &exchange;
   exchange.requestBegan();
   writeTurn();
 }
 
 void HTTP1Connection::cancel(RequestStream& exchange) {
   if (exchange_ != &exchange) trap("an exchange was cancelled that is not under way on this connection");
-  const Call call(*this);
-  giveUp();
+  call([this] { giveUp(); });
 }
 
 void HTTP1Connection::bodyReady(RequestStream& exchange) {
   if (exchange_ != &exchange) return;
-  const Call call(*this);
-  sender_.bodyReady();
-  writeTurn();
+  call([this] {
+    sender_.bodyReady();
+    writeTurn();
+  });
 }
 
 void HTTP1Connection::setReading(RequestStream& exchange, bool isWanted) {
@@ -83,44 +86,47 @@ void HTTP1Connection::setReading(RequestStream& exchange, bool isWanted) {
 }
 
 void HTTP1Connection::retire() {
-  const Call call(*this);
-  isRetired_ = true;
-  if (!exchange_) close();
+  call([this] {
+    isRetired_ = true;
+    if (!exchange_) close();
+  });
 }
 
 // From below
 
 void HTTP1Connection::streamReadable() {
-  const Call call(*this);
   mayRead_ = true;
-  readTurn();
-  writeTurn();
-  settle();
+  call([this] { takeTurn(); });
 }
 
 void HTTP1Connection::streamWritable() {
-  const Call call(*this);
   isBlocked_ = false;
-  writeTurn();
-  settle();
+  call([this] {
+    writeTurn();
+    settle();
+  });
 }
 
 void HTTP1Connection::runDeferred() {
-  const Call call(*this);
+  call([this] { takeTurn(); });
+}
+
+void HTTP1Connection::takeTurn() {
   readTurn();
   writeTurn();
   settle();
 }
 
 void HTTP1Connection::timerFired() {
-  const Call call(*this);
-  if (state_ != State::exchanging) return;
-  if (response_ == Response::complete) {
-    finish(false);
-  } else {
-    sender_.mayContinue();
-    writeTurn();
-  }
+  call([this] {
+    if (state_ != State::exchanging) return;
+    if (response_ == Response::complete) {
+      finish(false);
+    } else {
+      sender_.mayContinue();
+      writeTurn();
+    }
+  });
 }
 
 // Ending

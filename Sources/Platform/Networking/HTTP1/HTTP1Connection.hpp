@@ -67,12 +67,13 @@ class HTTP1Connection final : public HTTPConnection, private StreamOwner, privat
     discarding,  ///< its body is unwanted
     complete     ///< before the request was: nothing is told of that yet
   };
-  class Call;
-
   void streamReadable() override;
   void streamWritable() override;
   void runDeferred() override;
   void timerFired() override;
+
+  void begin(RequestStream& exchange);
+  void takeTurn();
 
   // Reading
   bool isToRead() const { return mayRead_ && (state_ != State::exchanging || isReadingWanted_); }
@@ -95,6 +96,10 @@ class HTTP1Connection final : public HTTPConnection, private StreamOwner, privat
   void writingStopped(RequestSender::Status status);
 
   // Ending
+  /// Makes a call of this connection. Where memory runs out in it, the exchange fails. The outermost call tells the
+  /// owner at its very end, since the owner may destroy the connection then.
+  template <class Work>
+  void call(Work work);
   void finish(bool mayBeKept);
   void fail(Failure failure);
   void giveUp();

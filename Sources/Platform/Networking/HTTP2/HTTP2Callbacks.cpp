@@ -2,6 +2,7 @@
 
 #include <new>
 #include <string_view>
+#include <tuple>
 
 #include "Platform/Networking/HTTP2/HTTP2Session.hpp"
 
@@ -21,34 +22,70 @@ std::string_view text(const std::uint8_t* bytes, std::size_t count) {
   return {reinterpret_cast<const char*>(bytes), count};
 }
 
+/// What nghttp2 calls in place of the function: it is C, and no exception may pass through it. Where memory runs out,
+/// the session is given up.
+template <auto function>
+struct Contained;
+template <class Result, class... Arguments, Result (*function)(Arguments...)>
+struct Contained<function> {
+  static Result call(Arguments... arguments) noexcept {
+    try {
+      return function(arguments...);
+    } catch (const std::bad_alloc&) {
+      // The user is always the last.
+      sessionOf(std::get<sizeof...(Arguments) - 1>(std::tie(arguments...))).noteOutOfMemory();
+      return NGHTTP2_ERR_CALLBACK_FAILURE;
+    }
+  }
+};
+template <auto function>
+constexpr auto contained = &Contained<function>::call;
+
 bool endsStream(const nghttp2_frame& frame) { return (frame.hd.flags & NGHTTP2_FLAG_END_STREAM) != 0; }
 
 }  // namespace
+
+template <class Tell>
+void HTTP2Session::tell(HTTP2Stream& stream, Tell tell) {
+  HTTP2Stream::Step step = HTTP2Stream::Step::goOn;
+  try {
+    step = tell();
+  } catch (const std::bad_alloc&) {
+    stream.fail(Failure::outOfMemory());
+    step = HTTP2Stream::Step::abandoned;
+  }
+  follow(stream, step);
+}
 
 const nghttp2_session_callbacks* HTTP2Callbacks::table() {
   static const nghttp2_session_callbacks* const shared = [] {
     nghttp2_session_callbacks* made = nullptr;
     if (nghttp2_session_callbacks_new(&made) != 0) throw std::bad_alloc();
-    nghttp2_session_callbacks_set_send_data_callback(made, sendBody);
-    nghttp2_session_callbacks_set_before_frame_send_callback(made, beforeFrame);
-    nghttp2_session_callbacks_set_on_frame_not_send_callback(made, frameNotSent);
-    nghttp2_session_callbacks_set_on_begin_headers_callback(made, beginHeaders);
-    nghttp2_session_callbacks_set_on_header_callback(made, header);
+    nghttp2_session_callbacks_set_send_data_callback(made, contained<sendBody>);
+    nghttp2_session_callbacks_set_before_frame_send_callback(made, contained<beforeFrame>);
+    nghttp2_session_callbacks_set_on_frame_not_send_callback(made, contained<frameNotSent>);
+    nghttp2_session_callbacks_set_on_begin_headers_callback(made, contained<beginHeaders>);
+    nghttp2_session_callbacks_set_on_header_callback(made, contained<header>);
     // What nghttp2 finds wrong with a field is judged like every other: controls in a value may be kept.
-    nghttp2_session_callbacks_set_on_invalid_header_callback(made, header);
-    nghttp2_session_callbacks_set_on_data_chunk_recv_callback(made, data);
-    nghttp2_session_callbacks_set_on_frame_recv_callback(made, frame);
-    nghttp2_session_callbacks_set_on_invalid_frame_recv_callback(made, invalidFrame);
-    nghttp2_session_callbacks_set_on_stream_close_callback(made, streamClosed);
-    nghttp2_session_callbacks_set_error_callback2(made, problem);
+    nghttp2_session_callbacks_set_on_invalid_header_callback(made, contained<header>);
+    nghttp2_session_callbacks_set_on_data_chunk_recv_callback(made, contained<data>);
+    nghttp2_session_callbacks_set_on_frame_recv_callback(made, contained<frame>);
+    nghttp2_session_callbacks_set_on_invalid_frame_recv_callback(made, contained<invalidFrame>);
+    nghttp2_session_callbacks_set_on_stream_close_callback(made, contained<streamClosed>);
+    nghttp2_session_callbacks_set_error_callback2(made, contained<problem>);
     return made;
   }();
   return shared;
 }
 
-/// Reads the body's next bytes to where their frame will stand in the output, after its header.
-ssize_t HTTP2Callbacks::readBody(nghttp2_session*, std::int32_t, std::uint8_t*, std::size_t length,
+ssize_t HTTP2Callbacks::readBody(nghttp2_session* session, std::int32_t id, std::uint8_t* buffer, std::size_t length,
                                  std::uint32_t* flags, nghttp2_data_source* source, void* user) {
+  return contained<readPiece>(session, id, buffer, length, flags, source, user);
+}
+
+/// Reads the body's next bytes to where their frame will stand in the output, after its header.
+ssize_t HTTP2Callbacks::readPiece(nghttp2_session*, std::int32_t, std::uint8_t*, std::size_t length,
+                                  std::uint32_t* flags, nghttp2_data_source* source, void* user) {
   auto& stream = *static_cast<HTTP2Stream*>(source->ptr);
   auto& output = sessionOf(user).output_;
   const std::size_t count = stream.bodyRoom(length);
@@ -121,7 +158,7 @@ int HTTP2Callbacks::data(nghttp2_session* session, std::uint8_t, std::int32_t id
   if (nghttp2_session_consume_connection(session, count) == NGHTTP2_ERR_NOMEM) return NGHTTP2_ERR_CALLBACK_FAILURE;
   HTTP2Stream* const stream = streamOf(session, id);
   if (!stream || !stream->isAttached()) return 0;
-  self.follow(*stream, stream->takeBody({reinterpret_cast<const std::byte*>(bytes), count}));
+  self.tell(*stream, [&] { return stream->takeBody({reinterpret_cast<const std::byte*>(bytes), count}); });
   self.giveBack(*stream, stream->consumed(count));
   return 0;
 }
@@ -131,10 +168,10 @@ int HTTP2Callbacks::frame(nghttp2_session* session, const nghttp2_frame* frame, 
   HTTP2Stream* const stream = streamOf(session, frame->hd.stream_id);
   switch (frame->hd.type) {
     case NGHTTP2_HEADERS:
-      if (stream) self.follow(*stream, stream->takeFields(self.block_, endsStream(*frame)));
+      if (stream) self.tell(*stream, [&] { return stream->takeFields(self.block_, endsStream(*frame)); });
       break;
     case NGHTTP2_DATA:
-      if (stream && endsStream(*frame)) self.follow(*stream, stream->takeEnd());
+      if (stream && endsStream(*frame)) self.tell(*stream, [&] { return stream->takeEnd(); });
       break;
     case NGHTTP2_RST_STREAM:
       if (stream) stream->resetCode = frame->rst_stream.error_code;

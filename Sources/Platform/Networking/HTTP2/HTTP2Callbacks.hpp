@@ -20,6 +20,8 @@ struct HTTP2Callbacks {
                           std::uint32_t* flags, nghttp2_data_source* source, void* user);
 
  private:
+  static ssize_t readPiece(nghttp2_session* session, std::int32_t id, std::uint8_t* buffer, std::size_t length,
+                           std::uint32_t* flags, nghttp2_data_source* source, void* user);
   static int sendBody(nghttp2_session* session, nghttp2_frame* frame, const std::uint8_t* header, std::size_t length,
                       nghttp2_data_source* source, void* user);
   static int beforeFrame(nghttp2_session* session, const nghttp2_frame* frame, void* user);

@@ -3,11 +3,22 @@
 #include <nghttp2/nghttp2.h>
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 #include "Platform/Trap.hpp"
 
 namespace platform::networking {
+
+/// Without memory the connection is of no use any more; the next turn ends it, and its exchanges.
+template <class Work>
+void HTTP2Connection::withMemory(Work work) {
+  try {
+    work();
+  } catch (const std::bad_alloc&) {
+    giveUp(Failure::outOfMemory());
+  }
+}
 
 HTTP2Connection::HTTP2Connection(EventLoop& loop, std::unique_ptr<ByteStream> stream, HTTPConnectionOwner& owner)
     : loop_(loop),
@@ -36,11 +47,19 @@ std::size_t HTTP2Connection::capacity() const {
 void HTTP2Connection::start(RequestStream& exchange) {
   if (capacity() == 0) trap("an HTTP/2 connection was given an exchange that it has no room for");
   ++started_;
-  HTTP2Stream& stream = streams_.acquire(exchange);
-  toldCapacity_ = std::min(toldCapacity_, capacity());
-  if (auto problem = session_.submit(stream)) {
-    stream.fail(std::move(*problem));
-    streams_.release(stream);
+  HTTP2Stream* stream = nullptr;
+  std::optional<Failure> problem;
+  try {
+    stream = &streams_.acquire(exchange);
+    toldCapacity_ = std::min(toldCapacity_, capacity());
+    problem = session_.submit(*stream);
+  } catch (const std::bad_alloc&) {
+    problem = Failure::outOfMemory();
+  }
+  if (!stream) return exchange.failed({.failure = std::move(*problem), .delivery = Delivery::nothingSent});
+  if (problem) {
+    stream->fail(std::move(*problem));
+    streams_.release(*stream);
     return;
   }
   meter_.requestSent();
@@ -56,14 +75,14 @@ void HTTP2Connection::cancel(RequestStream& exchange) {
   HTTP2Stream* const stream = streams_.find(exchange);
   if (!stream) return;
   stream->detach();
-  session_.reset(*stream, NGHTTP2_CANCEL);
+  withMemory([&] { session_.reset(*stream, NGHTTP2_CANCEL); });
   wantTurn();
 }
 
 void HTTP2Connection::bodyReady(RequestStream& exchange) {
   HTTP2Stream* const stream = streams_.find(exchange);
   if (!stream || !stream->resume()) return;
-  session_.resume(*stream);
+  withMemory([&] { session_.resume(*stream); });
   wantTurn();
 }
 
@@ -72,7 +91,7 @@ void HTTP2Connection::setReading(RequestStream& exchange, bool isWanted) {
   if (!stream) return;
   const std::size_t withheld = stream->setReading(isWanted);
   if (withheld == 0) return;
-  session_.giveBack(*stream, withheld);
+  withMemory([&] { session_.giveBack(*stream, withheld); });
   wantTurn();
 }
 
@@ -97,10 +116,12 @@ void HTTP2Connection::streamWritable() { runDeferred(); }
 /// One iteration: reads what is there, then writes what came of it.
 void HTTP2Connection::runDeferred() {
   isInTurn_ = true;
-  if (reading_ == Reading::unread) readTurn();
-  // What the server said before the connection broke still counts.
-  if (writeFailure_ && reading_ != Reading::unread) giveUp(*writeFailure_);
-  if (!writeFailure_) flush();
+  withMemory([this] {
+    if (reading_ == Reading::unread) readTurn();
+    // What the server said before the connection broke still counts.
+    if (writeFailure_ && reading_ != Reading::unread) giveUp(*writeFailure_);
+    if (!writeFailure_) flush();
+  });
   isInTurn_ = false;
   endTurn();
 }
@@ -191,7 +212,16 @@ void HTTP2Connection::giveUp(Failure failure) {
 
 void HTTP2Connection::failAll() {
   state_ = State::closed;
-  while (HTTP2Stream* const stream = streams_.last()) stream->fail(*failure_);
+  while (HTTP2Stream* const stream = streams_.last()) stream->fail(copyOf(*failure_));
+}
+
+/// Each of them is to have an outcome, whatever it says.
+Failure HTTP2Connection::copyOf(const Failure& failure) noexcept {
+  try {
+    return failure;
+  } catch (const std::bad_alloc&) {
+    return Failure::outOfMemory();
+  }
 }
 
 void HTTP2Connection::tellRetired() {
@@ -238,13 +268,13 @@ void HTTP2Connection::timerFired() {
   const TimePoint due = lastSign_ + silenceBeforePing;
   if (loop_.now() < due) return loop_.arm(*this, due);
   if (isPinged_) {
-    giveUp({FailureCause::connectionLost, "the server does not answer a ping over HTTP/2", 0});
+    withMemory([this] { giveUp({FailureCause::connectionLost, "the server does not answer a ping over HTTP/2", 0}); });
     return endTurn();
   }
   // While nothing can be written, no ping would go out; the exchanges' own time-outs decide.
   if (session_.output().isEmpty()) {
     isPinged_ = true;
-    session_.ping();
+    withMemory([this] { session_.ping(); });
     wantTurn();
   }
   loop_.arm(*this, loop_.now() + silenceBeforePing);

@@ -76,6 +76,9 @@ class HTTP2Connection final : public HTTPConnection,
   void endTurn();
   void wantTurn();
   void giveUp(Failure failure);
+  template <class Work>
+  void withMemory(Work work);
+  static Failure copyOf(const Failure& failure) noexcept;
   void failAll();
   void tellRetired();
   void close();

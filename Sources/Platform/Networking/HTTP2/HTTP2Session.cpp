@@ -158,7 +158,7 @@ bool HTTP2Session::receive(Bytes bytes) {
   problem_.clear();
   const auto taken =
       nghttp2_session_mem_recv(session_, reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
-  if (taken == NGHTTP2_ERR_NOMEM) throw std::bad_alloc();
+  requireMemory(taken);
   if (taken < 0 && problem_.empty()) setProblem(nghttp2_strerror(static_cast<int>(taken)));
   return taken >= 0 && isUsable();
 }
@@ -167,7 +167,7 @@ bool HTTP2Session::pull() {
   while (!output_.isFull()) {
     const std::uint8_t* bytes = nullptr;
     const auto count = nghttp2_session_mem_send(session_, &bytes);
-    if (count == NGHTTP2_ERR_NOMEM) throw std::bad_alloc();
+    requireMemory(count);
     if (count < 0) return false;
     if (count == 0) break;
     output_.append(bytes, static_cast<std::size_t>(count));
@@ -178,6 +178,10 @@ bool HTTP2Session::pull() {
     opening_ = nullptr;
   }
   return !isTerminated_;
+}
+
+void HTTP2Session::requireMemory(std::ptrdiff_t result) const {
+  if (result == NGHTTP2_ERR_NOMEM || isOutOfMemory_) throw std::bad_alloc();
 }
 
 /// A broken session goes on to take bytes, and ignores them; the farewell to the server waits in it to be sent.

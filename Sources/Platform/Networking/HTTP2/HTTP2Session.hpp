@@ -65,6 +65,8 @@ class HTTP2Session {
   std::size_t streamLimit() const;
   /// Whether all stream numbers are used up.
   bool isExhausted() const;
+  /// A callback had no memory: the call under way throws `std::bad_alloc`, and the session is of no use any more.
+  void noteOutOfMemory() { isOutOfMemory_ = true; }
   /// The last thing that was wrong with what the server sent; empty: nothing was.
   const std::string& problem() const { return problem_; }
 
@@ -74,7 +76,11 @@ class HTTP2Session {
   void composeFields(const RequestHead& head);
   void setProblem(std::string_view text);
   void follow(HTTP2Stream& stream, HTTP2Stream::Step step);
+  /// Tells the stream of something, and does what follows. Where memory runs out in that, its exchange fails.
+  template <class Tell>
+  void tell(HTTP2Stream& stream, Tell tell);
   bool isUsable() const;
+  void requireMemory(std::ptrdiff_t result) const;
 
   HTTP2SessionEvents& events_;
   nghttp2_session* session_ = nullptr;
@@ -85,6 +91,7 @@ class HTTP2Session {
   HTTP2Stream* opening_ = nullptr;  // whose head the next bytes of the session are
   bool hasGoneAway_ = false;        // the server said so
   bool isTerminated_ = false;       // the server broke the protocol, and was told so
+  bool isOutOfMemory_ = false;
 };
 
 }  // namespace platform::networking

@@ -7,9 +7,13 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <exception>
 #include <limits>
+#include <new>
 
+#include "Platform/Detail/RequiredMemory.hpp"
 #include "Platform/Networking/Loop/RequiredDescriptor.hpp"
+#include "Platform/Trap.hpp"
 
 namespace platform::networking {
 
@@ -67,7 +71,7 @@ void EventLoop::unwatch(int descriptor) {
 
 void EventLoop::defer(Deferred& deferred) {
   if (deferred.place_ != Deferred::notDeferred) return;
-  deferred_.push_back(&deferred);
+  detail::requiringMemory("the network loop cannot go on", [&] { deferred_.push_back(&deferred); });
   deferred.place_ = deferred_.size() - 1;
 }
 
@@ -82,14 +86,13 @@ void EventLoop::cancelDeferred(Deferred& deferred) {
   deferred.place_ = Deferred::notDeferred;
 }
 
-void EventLoop::deliver(const DispatchQueue& queue, Block block) {
-  for (auto& [target, blocks] : deliveries_) {
-    if (target == queue) {
-      blocks.push_back(std::move(block));
-      return;
+void EventLoop::deliver(const DispatchQueue& queue, Block block) noexcept {
+  detail::requiringMemory("what the network finished cannot be delivered", [&] {
+    for (auto& [target, blocks] : deliveries_) {
+      if (target == queue) return blocks.push_back(std::move(block));
     }
-  }
-  deliveries_.emplace_back(queue, std::vector<Block>()).second.push_back(std::move(block));
+    deliveries_.emplace_back(queue, std::vector<Block>()).second.push_back(std::move(block));
+  });
 }
 
 bool EventLoop::hasWork() { return workCount_ > 0 || !deferred_.empty() || ownership_.hasCommands(); }
@@ -109,7 +112,17 @@ void EventLoop::watchTimers() {
   ::timerfd_settime(alarm_, 0, &spec, nullptr);
 }
 
-bool EventLoop::iterate(Duration limit) {
+bool EventLoop::iterate(Duration limit) noexcept {
+  try {
+    return runOnce(limit);
+  } catch (const std::bad_alloc&) {
+    trap("out of memory in the network loop");
+  } catch (const std::exception& error) {
+    trapWith({"An exception escaped into the network loop: ", error.what()});
+  }
+}
+
+bool EventLoop::runOnce(Duration limit) {
   const int budget = waitBudget(limit);
   const bool sleeps = budget != 0 && ownership_.beginSleep();
   const TimePoint begin = sleeps && !observers_.empty() ? NetworkClock::now() : TimePoint{};
@@ -201,7 +214,9 @@ void EventLoop::fireTimers() {
 
 bool EventLoop::flushDeliveries() {
   if (deliveries_.empty()) return false;
-  for (auto& [queue, blocks] : deliveries_) queue.async(std::move(blocks));
+  detail::requiringMemory("what the network finished cannot be delivered", [&] {
+    for (auto& [queue, blocks] : deliveries_) queue.async(std::move(blocks));
+  });
   deliveries_.clear();
   return true;
 }

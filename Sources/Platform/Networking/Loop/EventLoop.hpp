@@ -76,8 +76,9 @@ class EventLoop {
 
   // Loop side.
 
-  /// Waits at most that long for events, handles them and what is due; whether anything was delivered.
-  bool iterate(Duration limit);
+  /// Waits at most that long for events, handles them and what is due; whether anything was delivered. What it calls
+  /// deals with its own failures, as by failing one exchange; an exception that gets here ends the process.
+  bool iterate(Duration limit) noexcept;
   /// Reports reading, writing and hanging up of an open descriptor, edge-triggered, until `unwatch`. Gives the system's
   /// error, 0 when it worked.
   [[nodiscard]] int watch(int descriptor, Watcher& watcher);
@@ -98,7 +99,7 @@ class EventLoop {
   /// Scratch space that the current reader may use until the next read.
   std::span<std::byte> receiveBuffer() { return {receiveBuffer_.get(), receiveBufferBytes}; }
   /// Hands a finished piece of work to a queue at the end of this iteration.
-  void deliver(const DispatchQueue& queue, Block block);
+  void deliver(const DispatchQueue& queue, Block block) noexcept;
   /// Counts exchanges under way: while there is one, somebody has to wait for the network.
   void beginWork() { ++workCount_; }
   void endWork() { --workCount_; }
@@ -119,6 +120,7 @@ class EventLoop {
     bool isReadable = false;  ///< as an event of this iteration says that is not handled yet
   };
 
+  bool runOnce(Duration limit);
   int waitBudget(Duration limit);
   Watch* watchOf(const epoll_event& event);
   void handle(std::span<const epoll_event> events);

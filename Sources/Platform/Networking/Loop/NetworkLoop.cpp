@@ -36,13 +36,13 @@ NetworkLoop& NetworkLoop::shared() {
 }
 
 NetworkLoop::NetworkLoop() {
+  // At the exit transfers stop first, then what they leave behind is removed. It is also the last that may throw.
+  detail::PathsToRemove::shared();
   release(LoopOwnership::Successor::leader);
   if (!detail::startThread("corvane.network", [this] { runThread(); })) {
-    trap("the network loop cannot start: the system has no thread left");
+    trap("the network loop cannot start: out of memory, or of threads");
   }
   Driver::shared.store(this, std::memory_order_release);
-  // At the exit transfers stop first, then what they leave behind is removed.
-  detail::PathsToRemove::shared();
   std::atexit([] { shared().ownership().stop(); });
 }
 

@@ -3,6 +3,7 @@
 #include <utility>
 #include <vector>
 
+#include "Platform/Detail/RequiredMemory.hpp"
 #include "Platform/Networking/Loop/Timer.hpp"
 
 namespace platform::networking {
@@ -15,7 +16,7 @@ class TimerQueue {
   void arm(Timer& timer, TimePoint deadline) {
     timer.deadline_ = deadline;
     if (!timer.isArmed()) {
-      slots_.push_back({deadline, &timer});
+      detail::requiringMemory("a time-out cannot be kept", [&] { slots_.push_back({deadline, &timer}); });
       timer.place_ = slots_.size() - 1;
     }
     const std::size_t place = timer.place_;

@@ -4,6 +4,7 @@
 #include <string_view>
 #include <utility>
 
+#include "Platform/Detail/RequiredMemory.hpp"
 #include "Platform/Networking/HTTPConnection.hpp"
 
 namespace platform::networking {
@@ -47,6 +48,7 @@ ConnectionPool::~ConnectionPool() {
 }
 
 void ConnectionPool::submit(Exchange& exchange, const Route& route, Duration idleTimeout, std::size_t hostMaximum) {
+  // Only this may need memory.
   exchange.host_ = &hostOf(route);
   exchange.idleTimeout_ = idleTimeout;
   exchange.metrics_ = {.begun = loop_.now()};
@@ -73,7 +75,7 @@ void ConnectionPool::runDeferred() {
 }
 
 void ConnectionPool::bury(std::unique_ptr<PooledConnection> closed) {
-  closed_.push_back(std::move(closed));
+  detail::requiringMemory("a closed connection cannot be given up", [&] { closed_.push_back(std::move(closed)); });
   loop_.defer(*this);
 }
 

@@ -27,8 +27,9 @@ class ConnectionPool final : private Deferred, private SleepObserver, private Ti
   ConnectionPool(const ConnectionPool&) = delete;
   ConnectionPool& operator=(const ConnectionPool&) = delete;
 
-  /// Sends the exchange's request, at once or when it is its turn. `idleTimeout` is how long nothing may move;
-  /// `hostMaximum` how many exchanges to that host are under way at a time, 0: as many as pay off.
+  /// Sends the exchange's request, at once or when it is its turn. Throws `std::bad_alloc` where there is no room for
+  /// it, and has not taken it then; whatever happens later is told to its owner. `idleTimeout` is how long nothing may
+  /// move; `hostMaximum` how many exchanges to that host are under way at a time, 0: as many as pay off.
   void submit(Exchange& exchange, const Route& route, Duration idleTimeout, std::size_t hostMaximum);
   /// Ends the exchange, wherever it is, without telling its owner. Does nothing for one that is outside.
   void withdraw(Exchange& exchange);

@@ -1,6 +1,7 @@
 #include "Platform/Networking/Pool/HostConnections.hpp"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 #include "Platform/Networking/HTTP1/HTTP1Connection.hpp"
@@ -62,6 +63,7 @@ void HostConnections::start(Exchange& exchange, PooledConnection& connection) {
   connection.http().start(exchange.stream());
 }
 
+/// Where there is no memory for one, the exchange ends.
 void HostConnections::connectFor(Exchange* exchange) {
   const auto spare =
       std::find_if(pending_.begin(), pending_.end(), [](const auto& pending) { return !pending->exchange(); });
@@ -70,9 +72,22 @@ void HostConnections::connectFor(Exchange* exchange) {
     exchange->pending_ = spare->get();
     return;
   }
-  pending_.push_back(std::make_unique<PendingConnection>(*this, exchange));
-  if (exchange) exchange->pending_ = pending_.back().get();
-  pending_.back()->start();
+  PendingConnection* pending = nullptr;
+  try {
+    pending = pending_.emplace_back(std::make_unique<PendingConnection>(*this, exchange)).get();
+  } catch (const std::bad_alloc&) {
+    if (exchange) endWaiting(*exchange, Failure::outOfMemory());
+    return;
+  }
+  if (exchange) exchange->pending_ = pending;
+  pending->start();
+}
+
+void HostConnections::endWaiting(Exchange& exchange, Failure failure) {
+  waiting_.remove(exchange);
+  pool_.exchangeEnded(exchange, ExchangeProblem{.kind = ExchangeProblem::Kind::network,
+                                                .failure = std::move(failure),
+                                                .requestWasSent = exchange.requestWasSent()});
 }
 
 /// For those for whom nothing is made yet. Where one connection may serve them all, `oneToShare` makes only one.
@@ -234,21 +249,18 @@ void HostConnections::pendingOpened(PendingConnection& pending, OpenStream open)
     connectFor(pending.exchange());
     return;
   }
-  auto made = std::make_unique<PooledConnection>(*this, pool_.nextConnectionNumber());
-  PooledConnection& connection = *made;
   const bool isMultiplexed = open.protocol == ApplicationProtocol::http2;
-  if (isMultiplexed) {
-    connection.adopt(std::make_unique<HTTP2Connection>(pool_.loop(), std::move(open.stream), connection.owner()), true);
-  } else {
-    connection.adopt(std::make_unique<HTTP1Connection>(pool_.loop(), std::move(open.stream), connection.owner()),
-                     false);
+  Exchange* const exchange = pending.exchange();
+  PooledConnection* made = nullptr;
+  try {
+    made = &adopt(std::move(open), isMultiplexed);
+  } catch (const std::bad_alloc&) {
+    endFailed(exchange, Failure::outOfMemory());
+    return;
   }
-  connection.http().setTimes(open.times);
-  connection.place = connections_.size();
-  connections_.push_back(std::move(made));
+  PooledConnection& connection = *made;
   protocol_ = isMultiplexed ? Protocol::http2 : Protocol::http1;
 
-  Exchange* const exchange = pending.exchange();
   if (exchange) {
     exchange->pending_ = nullptr;
     waiting_.remove(*exchange);
@@ -269,6 +281,21 @@ void HostConnections::pendingOpened(PendingConnection& pending, OpenStream open)
   connectForWaiting();
 }
 
+PooledConnection& HostConnections::adopt(OpenStream open, bool isMultiplexed) {
+  auto made = std::make_unique<PooledConnection>(*this, pool_.nextConnectionNumber());
+  // So that none needs memory to become idle.
+  if (idle_.capacity() <= connections_.size()) idle_.reserve(2 * connections_.size() + 4);
+  HTTPConnectionOwner& owner = made->owner();
+  if (isMultiplexed) {
+    made->adopt(std::make_unique<HTTP2Connection>(pool_.loop(), std::move(open.stream), owner), true);
+  } else {
+    made->adopt(std::make_unique<HTTP1Connection>(pool_.loop(), std::move(open.stream), owner), false);
+  }
+  made->http().setTimes(open.times);
+  made->place = connections_.size();
+  return *connections_.emplace_back(std::move(made));
+}
+
 void HostConnections::pendingFailed(PendingConnection& pending, Failure failure) {
   const std::unique_ptr<PendingConnection> ended = removePending(pending);
   Exchange* const exchange = pending.exchange();
@@ -279,6 +306,14 @@ void HostConnections::pendingFailed(PendingConnection& pending, Failure failure)
       pool_.loop().arm(*this, pool_.loop().now() + std::chrono::milliseconds(1));
       return;
     }
+  }
+  endFailed(exchange, std::move(failure));
+}
+
+/// The attempt for this exchange, if there is one, came to nothing.
+void HostConnections::endFailed(Exchange* exchange, Failure failure) {
+  if (exchange) {
+    exchange->pending_ = nullptr;
     waiting_.remove(*exchange);
   }
   connectForWaiting(Making::oneForEach);

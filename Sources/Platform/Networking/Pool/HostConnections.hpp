@@ -67,6 +67,9 @@ class HostConnections final : private Timer {
   void connectForWaiting(Making making = Making::oneToShare);
   void connectIfNothingIsLikely();
   void waitForRoom();
+  void endWaiting(Exchange& exchange, Failure failure);
+  void endFailed(Exchange* exchange, Failure failure);
+  PooledConnection& adopt(OpenStream open, bool isMultiplexed);
   void serveWaiting(PooledConnection& connection);
   Exchange* firstServedBy(const PooledConnection& connection) const;
   /// What becomes of a connection that is being made for nobody any more.

@@ -16,8 +16,12 @@ void PendingConnection::connectorAsksTrust(Connector&, std::shared_ptr<const Tru
   host_.pendingAsksTrust(*this);
 }
 
-void PendingConnection::connectorOpened(Connector&, OpenStream open) { host_.pendingOpened(*this, std::move(open)); }
+void PendingConnection::connectorOpened(Connector&, OpenStream open) noexcept {
+  host_.pendingOpened(*this, std::move(open));
+}
 
-void PendingConnection::connectorFailed(Connector&, Failure failure) { host_.pendingFailed(*this, std::move(failure)); }
+void PendingConnection::connectorFailed(Connector&, Failure failure) noexcept {
+  host_.pendingFailed(*this, std::move(failure));
+}
 
 }  // namespace platform::networking

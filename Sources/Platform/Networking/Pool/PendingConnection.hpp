@@ -30,8 +30,8 @@ class PendingConnection final : private ConnectorOwner {
  private:
   void connectorProgressed(Connector& connector) override;
   void connectorAsksTrust(Connector& connector, std::shared_ptr<const TrustQuery> query) override;
-  void connectorOpened(Connector& connector, OpenStream open) override;
-  void connectorFailed(Connector& connector, Failure failure) override;
+  void connectorOpened(Connector& connector, OpenStream open) noexcept override;
+  void connectorFailed(Connector& connector, Failure failure) noexcept override;
 
   HostConnections& host_;
   Exchange* exchange_;

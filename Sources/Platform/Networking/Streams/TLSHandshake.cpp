@@ -1,5 +1,6 @@
 // The beginning of a TLS stream: what OpenSSL asks for on the way, and what comes of it.
 
+#include <new>
 #include <string>
 #include <utility>
 
@@ -142,7 +143,12 @@ int TLSStream::judge(X509_STORE_CTX* store, void*) {
   TLSStream& stream = of(ssl);
   switch (stream.verdict_) {
     case Verdict::none:
-      stream.chain_ = detail::certificatesFromChain(X509_STORE_CTX_get0_untrusted(store));
+      try {
+        stream.chain_ = detail::certificatesFromChain(X509_STORE_CTX_get0_untrusted(store));
+      } catch (const std::bad_alloc&) {
+        X509_STORE_CTX_set_error(store, X509_V_ERR_OUT_OF_MEM);
+        return 0;
+      }
       if (stream.chain_.empty()) break;
       stream.verdict_ = Verdict::asked;
       return SSL_set_retry_verify(ssl) ? 1 : 0;
@@ -173,7 +179,12 @@ int TLSStream::noteCertificateRequest(SSL* ssl, X509**, EVP_PKEY**) {
 
 int TLSStream::keepSession(SSL* ssl, SSL_SESSION* session) {
   const TLSStream& stream = of(ssl);
-  stream.context_->keepSession(stream.origin_, stream.trustEpoch_, TLSContext::Session(session), stream.loop_.now());
+  TLSContext::Session kept(session);
+  try {
+    stream.context_->keepSession(stream.origin_, stream.trustEpoch_, std::move(kept), stream.loop_.now());
+  } catch (const std::bad_alloc&) {
+    // The next connection does without it.
+  }
   return 1;
 }
 

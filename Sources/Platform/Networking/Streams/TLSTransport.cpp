@@ -1,6 +1,7 @@
 #include "Platform/Networking/Streams/TLSTransport.hpp"
 
 #include <algorithm>
+#include <new>
 
 #include "Platform/Trap.hpp"
 
@@ -40,7 +41,16 @@ void TLSTransport::beginTurn(std::size_t limit) {
   isTurnOver_ = false;
 }
 
-int TLSTransport::read(BIO* bio, std::span<std::byte> room) {
+int TLSTransport::read(BIO* bio, std::span<std::byte> room) noexcept {
+  try {
+    return readNow(bio, room);
+  } catch (const std::bad_alloc&) {
+    readFailure_ = Failure::outOfMemory();
+    return -1;
+  }
+}
+
+int TLSTransport::readNow(BIO* bio, std::span<std::byte> room) {
   BIO_clear_retry_flags(bio);
   if (hasEnded_ || readFailure_) return -1;
   if (!isDrained_ && turnBytesLeft_ > 0) {
@@ -67,7 +77,15 @@ int TLSTransport::read(BIO* bio, std::span<std::byte> room) {
   return -1;
 }
 
-void TLSTransport::write(Bytes bytes) {
+void TLSTransport::write(Bytes bytes) noexcept {
+  try {
+    writeOrKeep(bytes);
+  } catch (const std::bad_alloc&) {
+    writeFailure_ = Failure::outOfMemory();
+  }
+}
+
+void TLSTransport::writeOrKeep(Bytes bytes) {
   const std::size_t sent = unsent_.empty() && !isHeldBack_ ? writeNow(bytes) : 0;
   if (writeFailure_ || sent == bytes.size()) return;
   if (unsent_.size() + bytes.size() - sent > mostUnsentBytes) {

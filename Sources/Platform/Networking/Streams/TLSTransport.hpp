@@ -57,8 +57,11 @@ class TLSTransport {
 
  private:
   static const BIO_METHOD* method();
-  int read(BIO* bio, std::span<std::byte> room);
-  void write(Bytes bytes);
+  // OpenSSL calls these: no exception may pass through it.
+  int read(BIO* bio, std::span<std::byte> room) noexcept;
+  void write(Bytes bytes) noexcept;
+  int readNow(BIO* bio, std::span<std::byte> room);
+  void writeOrKeep(Bytes bytes);
   std::size_t writeNow(Bytes bytes);
 
   const std::unique_ptr<ByteStream> stream_;

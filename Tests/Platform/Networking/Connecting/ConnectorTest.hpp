@@ -22,8 +22,8 @@ class RecordingConnectorOwner final : public ConnectorOwner {
     query = std::move(asked);
     if (verdict) connector.applyVerdict(*verdict);
   }
-  void connectorOpened(Connector&, OpenStream made) override { open = std::move(made); }
-  void connectorFailed(Connector&, Failure reason) override { failure = std::move(reason); }
+  void connectorOpened(Connector&, OpenStream made) noexcept override { open = std::move(made); }
+  void connectorFailed(Connector&, Failure reason) noexcept override { failure = std::move(reason); }
 
   bool isDone() const { return open || failure; }
 

@@ -166,8 +166,8 @@ class DestroyingOwner final : public ConnectorOwner {
       asking.applyVerdict(when_ == When::opened);
     }
   }
-  void connectorOpened(Connector&, OpenStream) override { destroyIf(When::opened); }
-  void connectorFailed(Connector&, Failure) override { destroyIf(When::failed); }
+  void connectorOpened(Connector&, OpenStream) noexcept override { destroyIf(When::opened); }
+  void connectorFailed(Connector&, Failure) noexcept override { destroyIf(When::failed); }
 
   std::unique_ptr<Connector> connector;
 

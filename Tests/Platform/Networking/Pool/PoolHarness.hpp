@@ -73,8 +73,8 @@ class PooledGet final : public ExchangeOwner {
   std::span<std::byte> responseRoom(std::size_t) override { return {}; }
   bool responseFilled(std::size_t) override { return true; }
   void requestBodySent(std::uint64_t) override {}
-  void exchangeEnded(std::optional<ExchangeProblem> ended) override;
-  void exchangeRefused() override {}
+  void exchangeEnded(std::optional<ExchangeProblem> ended) noexcept override;
+  void exchangeRefused() noexcept override {}
 
   mutable RequestHead head_{.method = "GET", .authority = "127.0.0.1", .target = "/"};
 };
