@@ -14,6 +14,7 @@
 #include "Corvane/Behaviours/HTTPBatchMode.hpp"
 #include "Corvane/Errors/HTTPResponseError.hpp"
 #include "Corvane/Request/HTTPRequestable.hpp"
+#include "Platform/Detail/RequiredMemory.hpp"
 
 namespace corvane {
 
@@ -44,7 +45,11 @@ class TypedBatchRun final : public BatchRun {
       : BatchRun(std::move(queue)),
         requests_(std::move(requests)),
         update_(std::move(update)),
-        completion_(std::move(completion)) {}
+        completion_(std::move(completion)) {
+    responses_.reserve(requests_.size());
+    states_.reserve(requests_.size());
+    while (states_.size() < requests_.size()) states_.push_back(std::make_shared<ItemState>());
+  }
 
  private:
   std::size_t count() const override { return requests_.size(); }
@@ -54,7 +59,10 @@ class TypedBatchRun final : public BatchRun {
     try {
       sendViaRequest(requests_[index], completionQueue(), completion);
     } catch (...) {
-      deliverFailure<Response>(completionQueue(), completion, platform::Error::current());
+      // Others of the batch are under way: it is too late to throw.
+      platform::detail::requiringMemory("the failure of a request in a batch cannot be told", [&] {
+        deliverFailure<Response>(completionQueue(), completion, platform::Error::current());
+      });
     }
   }
   void fail(std::size_t index, platform::Error error, platform::Block whenDone) override {
@@ -68,13 +76,14 @@ class TypedBatchRun final : public BatchRun {
     if (completion_) completion_(responses_.take());
   }
 
+  /// Where one request stands. They are made before the first is sent, so that a response needs no memory to count.
+  struct ItemState {
+    std::atomic_flag isDone;
+    platform::Block whenDone;
+  };
+
   /// What is called with the response of a request. Of a send that calls it and throws, too, one counts.
   struct ItemCompletion {
-    struct State {
-      std::atomic_flag isDone;
-      platform::Block whenDone;
-    };
-
     void operator()(Response response) const {
       if (state->isDone.test_and_set()) return;
       if (run->update_) run->update_(run->requests_[index], response);
@@ -84,16 +93,18 @@ class TypedBatchRun final : public BatchRun {
 
     std::shared_ptr<TypedBatchRun> run;
     std::size_t index;
-    std::shared_ptr<State> state;
+    std::shared_ptr<ItemState> state;
   };
 
   ItemCompletion completionFor(std::size_t index, platform::Block whenDone) {
-    auto state = std::make_shared<typename ItemCompletion::State>();
+    auto state = std::move(states_[index]);
     state->whenDone = std::move(whenDone);
     return {std::static_pointer_cast<TypedBatchRun>(shared_from_this()), index, std::move(state)};
   }
 
   const std::vector<Request> requests_;
+  /// Of those that are not sent yet.
+  std::vector<std::shared_ptr<ItemState>> states_;
   Update update_;
   Completion completion_;
   ThreadSafeArray<Response> responses_;

@@ -128,11 +128,11 @@ class CORVANE_API HTTPRequestable {
   /// For a look at each response, such as keeping a token; throws like `validate`. Default: nothing.
   void process(const Response&) const {}
 
-  /// Sends the request. Any thread; returns at once, never throws, and never calls the completion itself.
-  /// Whatever the outcome, the completion gets it as a response, once, asynchronously on the queue (absent:
-  /// the main queue). An empty completion is not called. Nothing at all happens when `shouldSend` is false. Where the
-  /// response comes from depends on the behaviours that the type adopts: the network, a mock, or the shared polling of
-  /// the type.
+  /// Sends the request. Any thread; returns at once, and never calls the completion itself. Throws nothing, but for
+  /// `std::bad_alloc` where there is no memory even to tell of an error: the completion is not called then. Whatever
+  /// else the outcome, the completion gets it as a response, once, asynchronously on the queue (absent: the main
+  /// queue). An empty completion is not called. Nothing at all happens when `shouldSend` is false. Where the response
+  /// comes from depends on the behaviours that the type adopts: the network, a mock, or the shared polling of the type.
   void send(std::optional<platform::DispatchQueue> queue, Completion completion) const;
   /// The same, with the completion on the main queue.
   void send(Completion completion) const;

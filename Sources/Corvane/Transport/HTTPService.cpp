@@ -46,8 +46,8 @@ class HTTPService::Sessions final : public platform::URLSessionDelegate, public 
   }
 
   void invalidateAndCancel() {
-    for (const auto& [key, session] : cache_) session->invalidateAndCancel();
-    cache_.clear();
+    // Forgotten first, so that none is used that is closed.
+    for (const auto& [key, session] : std::exchange(cache_, {})) session->invalidateAndCancel();
   }
 
   void didBecomeInvalid(const std::shared_ptr<URLSession>& session, const std::optional<platform::Error>&) override {
@@ -73,8 +73,7 @@ class HTTPService::Sessions final : public platform::URLSessionDelegate, public 
   }
 
   void didRecieveMemoryWarning() {
-    for (const auto& [key, session] : cache_) session->finishTasksAndInvalidate();
-    cache_.clear();
+    for (const auto& [key, session] : std::exchange(cache_, {})) session->finishTasksAndInvalidate();
   }
 
   const DispatchQueue isolationQueue_{"org.corvane.Corvane.HTTPService.isolationQueue"};

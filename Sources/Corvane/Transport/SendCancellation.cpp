@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "Platform/Detail/Locking.hpp"
+#include "Platform/Detail/RequiredMemory.hpp"
 
 namespace corvane {
 
@@ -27,9 +28,12 @@ struct SendCancellation::State : std::enable_shared_from_this<SendCancellation::
       if (isCancelled.exchange(true)) return;
       reached.swap(reaches);
     }
-    for (const auto& [target, call] : reached) {
-      if (const auto object = target.lock()) call(object.get());
-    }
+    // It counts once, and must reach all of them.
+    platform::detail::requiringMemory("a send cannot be cancelled", [&] {
+      for (const auto& [target, call] : reached) {
+        if (const auto object = target.lock()) call(object.get());
+      }
+    });
   }
 
   void add(std::shared_ptr<void> target, void (*call)(void*)) {

@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "Platform/Detail/RequiredMemory.hpp"
 #include "Platform/Dispatch/DispatchQueue.hpp"
 #include "Platform/Loading/URLSession.hpp"
 
@@ -12,6 +13,7 @@ namespace corvane {
 using platform::Block;
 using platform::URLSessionTask;
 using platform::UUID;
+using platform::detail::requiringMemory;
 
 struct TaskManager::Table {
   /// The only place where the rest is touched.
@@ -41,7 +43,8 @@ void TaskManager::insert(Block cancel, UUID uuid) {
 }
 
 void TaskManager::removeTask(UUID uuid) {
-  table_->isolationQueue.async([table = table_.get(), uuid] { table->tasks.erase(uuid); });
+  requiringMemory("the register of tasks cannot forget one",
+                  [&] { table_->isolationQueue.async([table = table_.get(), uuid] { table->tasks.erase(uuid); }); });
 }
 
 void TaskManager::cancelTask(UUID uuid) {
@@ -61,11 +64,13 @@ void TaskManager::addCancellationHandler(std::shared_ptr<Block> handler, UUID uu
 }
 
 void TaskManager::removeCancellationHandler(std::shared_ptr<Block> handler, UUID uuid) {
-  table_->isolationQueue.async([table = table_.get(), uuid, handler = std::move(handler)] {
-    const auto entry = table->handlers.find(uuid);
-    if (entry == table->handlers.end()) return;
-    std::erase(entry->second, handler);
-    if (entry->second.empty()) table->handlers.erase(entry);
+  requiringMemory("the register of tasks cannot forget a handler", [&] {
+    table_->isolationQueue.async([table = table_.get(), uuid, handler = std::move(handler)] {
+      const auto entry = table->handlers.find(uuid);
+      if (entry == table->handlers.end()) return;
+      std::erase(entry->second, handler);
+      if (entry->second.empty()) table->handlers.erase(entry);
+    });
   });
 }
 

@@ -1,5 +1,6 @@
 #include "Corvane/Behaviours/Detail/MockDelivery.hpp"
 
+#include <atomic>
 #include <utility>
 
 #include "Corvane/Errors/HTTPResponseError.hpp"
@@ -7,6 +8,7 @@
 #include "Corvane/Transport/Internal/RelocatedFile.hpp"
 #include "Corvane/Transport/SendCancellation.hpp"
 #include "Corvane/Transport/TaskManager.hpp"
+#include "Platform/Detail/RequiredMemory.hpp"
 #include "Platform/Foundation/FileManager.hpp"
 #include "Platform/Foundation/TemporaryFile.hpp"
 #include "Platform/Loading/URLErrorCodes.hpp"
@@ -24,14 +26,17 @@ namespace {
 
 constexpr const char* httpVersion = "1.1";
 
-/// A response that was not given yet. Touched on the mock queue only, once it was handed over.
+/// A response that was not given yet. Who takes the exchange gives it its one outcome.
 struct PendingResponse : std::enable_shared_from_this<PendingResponse> {
   PendingResponse(std::shared_ptr<SendExchange> mocked, MockBody kind, platform::UniqueFunction<TaskOutcome()> maker)
       : exchange(std::move(mocked)), body(kind), makeOutcome(std::move(maker)) {}
 
   /// Any thread.
   void cancelSoon();
+  /// What the outcome is given to; null for all but the first who asks.
+  std::shared_ptr<SendExchange> take() { return isTaken.exchange(true) ? nullptr : std::move(exchange); }
 
+  std::atomic<bool> isTaken = false;
   std::shared_ptr<SendExchange> exchange;
   MockBody body;
   platform::UniqueFunction<TaskOutcome()> makeOutcome;
@@ -49,7 +54,7 @@ std::shared_ptr<RelocatedFile> writtenFile(const Data& data) {
 
 void give(PendingResponse& pending) {
   // Cancelled meanwhile, or given.
-  const auto exchange = std::exchange(pending.exchange, nullptr);
+  const auto exchange = pending.take();
   if (!exchange) return;
   try {
     TaskOutcome outcome = pending.makeOutcome();
@@ -64,7 +69,7 @@ void give(PendingResponse& pending) {
 }
 
 void cancel(PendingResponse& pending) {
-  const auto exchange = std::exchange(pending.exchange, nullptr);
+  const auto exchange = pending.take();
   if (!exchange) return;
   // The timer of the response goes on; what the request holds need not.
   pending.makeOutcome = nullptr;
@@ -73,7 +78,9 @@ void cancel(PendingResponse& pending) {
 }
 
 void PendingResponse::cancelSoon() {
-  mockBackgroundQueue().async([self = shared_from_this()] { cancel(*self); });
+  platform::detail::requiringMemory("a mock cannot be cancelled", [this] {
+    mockBackgroundQueue().async([self = shared_from_this()] { cancel(*self); });
+  });
 }
 
 }  // namespace
@@ -106,19 +113,21 @@ const DispatchQueue& mockBackgroundQueue() {
 void respondFromMock(std::shared_ptr<SendExchange> exchange, MockBody body,
                      platform::UniqueFunction<double()> responseTime,
                      platform::UniqueFunction<TaskOutcome()> makeOutcome) {
+  std::shared_ptr<PendingResponse> pending;
   try {
     if (!exchange->shouldSend()) return;
     exchange->validate();
     const double delay = responseTime();
     const auto uuid = exchange->uuid();
-    const auto pending = std::make_shared<PendingResponse>(exchange, body, std::move(makeOutcome));
+    pending = std::make_shared<PendingResponse>(exchange, body, std::move(makeOutcome));
     if (uuid) TaskManager::shared().insert([pending] { pending->cancelSoon(); }, *uuid);
     if (const auto cancellation = SendCancellation::current()) {
       cancellation->reaches<&PendingResponse::cancelSoon>(pending);
     }
     mockBackgroundQueue().asyncAfter(delay, [pending] { give(*pending); });
   } catch (...) {
-    report(std::move(exchange), Error::current());
+    // A cancellation that reaches it has nothing to end any more, or was faster.
+    if (!pending || pending->take()) report(std::move(exchange), Error::current());
   }
 }
 

@@ -7,6 +7,7 @@
 
 #include "Corvane/Detail/ModuleLogger.hpp"
 #include "Platform/Detail/Locking.hpp"
+#include "Platform/Detail/RequiredMemory.hpp"
 #include "Platform/Foundation/TypeName.hpp"
 #include "Platform/Trap.hpp"
 #include "Vantorel/Logger.hpp"
@@ -143,7 +144,9 @@ PollingPause::PollingPause(const std::type_info& type) : type_(type) {
 }
 
 PollingPause::~PollingPause() {
-  if (const auto record = recordOf(type_)) record->timer->resume();
+  platform::detail::requiringMemory("a polling cannot go on", [this] {
+    if (const auto record = recordOf(type_)) record->timer->resume();
+  });
 }
 
 }  // namespace corvane::detail

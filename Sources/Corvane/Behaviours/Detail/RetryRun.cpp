@@ -5,6 +5,7 @@
 
 #include "Corvane/Errors/HTTPResponseError.hpp"
 #include "Corvane/Transport/TaskManager.hpp"
+#include "Platform/Detail/RequiredMemory.hpp"
 #include "Platform/Trap.hpp"
 
 namespace corvane::detail {
@@ -103,16 +104,22 @@ void RetryRun::waitThenRetry() {
     if (leaveWait(Phase::over)) finishCancelled();
     return;
   }
-  DispatchQueue::global().asyncAfter(seconds, [self = shared_from_this()] {
-    if (self->leaveWait(Phase::attempt)) self->attempt();
-  });
+  try {
+    DispatchQueue::global().asyncAfter(seconds, [self = shared_from_this()] {
+      if (self->leaveWait(Phase::attempt)) self->attempt();
+    });
+  } catch (...) {
+    if (leaveWait(Phase::attempt)) throw;  // otherwise a cancellation has ended it
+  }
 }
 
 void RetryRun::wasCancelled() {
   if (isCancelled_.exchange(true)) return;
   if (leaveWait(Phase::over)) {
     // A response is made of it, by code that others must not wait for.
-    DispatchQueue::global().async([self = shared_from_this()] { self->finishCancelled(); });
+    platform::detail::requiringMemory("a retrying send cannot be cancelled", [this] {
+      DispatchQueue::global().async([self = shared_from_this()] { self->finishCancelled(); });
+    });
   } else if (phase_ == Phase::attempt) {
     // Once more, after the registration of an attempt that is just being started.
     cancelTask();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <utility>
 #include <vector>
@@ -17,6 +18,9 @@ class ThreadSafeArray {
   ThreadSafeArray(const ThreadSafeArray&) = delete;
   ThreadSafeArray& operator=(const ThreadSafeArray&) = delete;
 
+  void reserve(std::size_t count) {
+    queue_.sync([&] { array_.reserve(count); });
+  }
   void append(Element element) {
     queue_.sync([&] { array_.push_back(std::move(element)); });
   }

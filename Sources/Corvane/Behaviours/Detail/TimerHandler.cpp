@@ -22,7 +22,8 @@ TimerHandler::~TimerHandler() {
 
 void TimerHandler::resume() {
   timerQueue_.sync([this] {
-    if (std::exchange(state_, State::resumed) == State::suspended) timer().resume();
+    if (state_ == State::suspended) timer().resume();
+    state_ = State::resumed;
   });
 }
 
@@ -38,11 +39,12 @@ TimerHandler::State TimerHandler::state() const {
 
 const DispatchTimer& TimerHandler::timer() {
   if (!timer_) {
-    timer_.emplace(DispatchQueue::global());
-    timer_->setEventHandler([weak = weak_from_this()] {
+    const DispatchTimer made(DispatchQueue::global());
+    made.setEventHandler([weak = weak_from_this()] {
       if (const auto self = weak.lock()) self->block_(*self);
     });
-    timer_->schedule(timeInterval_, timeInterval_, 0);
+    made.schedule(timeInterval_, timeInterval_, 0);
+    timer_ = made;
   }
   return *timer_;
 }

@@ -93,7 +93,10 @@ class TypedRetryRun final : public RetryRun {
   bool tellsOfCancellation() const override;
   bool isWorthRetrying() const override;
   std::optional<platform::HTTPHeaderFields> headers() const override { return read(&Response::headers, *last_); }
-  void keepFailure() override { failures_.push_back(*std::exchange(last_, std::nullopt)); }
+  void keepFailure() override {
+    failures_.push_back(std::move(*last_));
+    last_.reset();
+  }
   void putFailure(platform::Error error) override {
     last_.emplace(std::nullopt, std::nullopt, nullptr, std::move(error));
   }
@@ -160,14 +163,19 @@ bool TypedRetryRun<Request>::isWorthRetrying() const {
 template <class Request>
 void TypedRetryRun<Request>::deliver(RetryStep step) {
   using Result = HTTPRetryResult<Response>;
-  Result result = [&] {
-    if (step == RetryStep::noFailure) return Result::noFailure(*std::move(last_));
-    if (step == RetryStep::partialFailure) return Result::partialFailure(*std::move(last_), std::move(failures_));
-    keepFailure();
-    return Result::totalFailure(std::move(failures_));
-  }();
-  velisand::async(queue_, [completion = std::move(completion_), result = std::move(result)]() mutable {
-    if (completion) completion(std::move(result));
+  if (step == RetryStep::totalFailure) keepFailure();
+  // Nothing is moved from before it is certain that the completion is called.
+  velisand::async(queue_, [self = std::static_pointer_cast<TypedRetryRun>(shared_from_this()), step] {
+    Completion completion = std::move(self->completion_);
+    if (!completion) return;
+    switch (step) {
+      case RetryStep::noFailure:
+        return completion(Result::noFailure(*std::move(self->last_)));
+      case RetryStep::partialFailure:
+        return completion(Result::partialFailure(*std::move(self->last_), std::move(self->failures_)));
+      default:
+        return completion(Result::totalFailure(std::move(self->failures_)));
+    }
   });
 }
 

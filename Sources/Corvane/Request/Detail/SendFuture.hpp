@@ -29,14 +29,18 @@ using BodyOf = typename BodyOfResponse<Response>::Type;
 /// Settles a future by a response: its error, else its body, else `HTTPResponseError::noContent`.
 template <class Response>
 void fulfill(const velisand::Future<HTTPResponse<BodyOf<Response>>>& future, Response& response) {
-  // Where the result is stored and hands out its body for changing, that is moved, else copied.
-  auto&& result = storedOrRead(&Response::result, response);
-  if (const auto* error = result.error()) {
-    future.markFailure(*error);
-  } else if (auto* body = result.body()) {
-    future.markCompletion(HTTPResponse<BodyOf<Response>>(response, std::move(*body)));
-  } else {
-    future.markFailure(HTTPResponseError::noContent());
+  try {
+    // Where the result is stored and hands out its body for changing, that is moved, else copied.
+    auto&& result = storedOrRead(&Response::result, response);
+    if (const auto* error = result.error()) {
+      future.markFailure(*error);
+    } else if (auto* body = result.body()) {
+      future.markCompletion(HTTPResponse<BodyOf<Response>>(response, std::move(*body)));
+    } else {
+      future.markFailure(HTTPResponseError::noContent());
+    }
+  } catch (...) {
+    future.markFailure(platform::Error::current());  // as where there is no memory for a copy
   }
 }
 

@@ -95,9 +95,13 @@ URLSession::DownloadCompletion downloadCompletion(std::shared_ptr<Sending> sendi
       return;
     }
     TaskOutcome outcome{std::nullopt, std::nullopt, std::move(response), std::move(error)};
-    if (received) {
-      outcome.file = RelocatedFile::relocate(*std::move(received), outcome.response.get());
-      outcome.url = outcome.file->url();
+    try {
+      if (received) {
+        outcome.file = RelocatedFile::relocate(*std::move(received), outcome.response.get());
+        outcome.url = outcome.file->url();
+      }
+    } catch (...) {
+      outcome.error = Error::current();
     }
     processTaskCompletion(sending->exchange, std::move(outcome));
     if (slot) slot->invalidate();
@@ -203,15 +207,24 @@ void printDebugOutput(const SendExchange& exchange, const TaskOutcome& received)
   }
 }
 
-/// What follows when the response was made: the request's hooks, debug output and the delivery.
-void conclude(std::shared_ptr<SendExchange> exchange, const TaskOutcome& received, TaskOutcome outcome) {
+/// What follows when the response was made: the request's hooks, debug output and the delivery. When it throws, nothing
+/// was delivered.
+void conclude(const std::shared_ptr<SendExchange>& exchange, const TaskOutcome& received, TaskOutcome outcome) {
   if (auto error = errorThrownBy([&] { exchange->validateResponse(); })) {
     outcome.error = std::move(error);
     exchange->makeResponse(outcome);
   }
   printDebugOutput(*exchange, received);
   if (outcome.file) exchange->keepsFile() ? outcome.file->keep() : outcome.file->remove();
-  deliver(std::move(exchange));
+  deliver(exchange);
+}
+
+void concludeOrReport(const std::shared_ptr<SendExchange>& exchange, const TaskOutcome& received, TaskOutcome outcome) {
+  try {
+    conclude(exchange, received, std::move(outcome));
+  } catch (...) {
+    report(exchange, Error::current());
+  }
 }
 
 }  // namespace
@@ -227,26 +240,33 @@ void upload(std::shared_ptr<SendExchange> exchange, std::shared_ptr<ProgressRela
 }
 
 void processTaskCompletion(std::shared_ptr<SendExchange> exchange, TaskOutcome outcome) {
-  TaskOutcome received = outcome;
-  if (auto error = errorThrownBy([&] { check(*exchange, received); })) outcome.error = std::move(error);
-  concludeExchange(std::move(exchange), std::move(received), std::move(outcome));
+  try {
+    TaskOutcome received = outcome;
+    if (auto error = errorThrownBy([&] { check(*exchange, received); })) outcome.error = std::move(error);
+    concludeExchange(exchange, std::move(received), std::move(outcome));
+  } catch (...) {
+    report(std::move(exchange), Error::current());
+  }
 }
 
 void concludeExchange(std::shared_ptr<SendExchange> exchange, TaskOutcome received, TaskOutcome outcome) {
   if (!exchange->isLongToMake(outcome)) {
     exchange->makeResponse(outcome);
-    conclude(std::move(exchange), received, std::move(outcome));
+    conclude(exchange, received, std::move(outcome));
     return;
   }
   // Made aside, so that nobody waits for it; the hooks of requests never overlap on this queue, so they come back.
   DispatchQueue::global().async([queue = DispatchQueue::current().value_or(DispatchQueue::global()),
                                  exchange = std::move(exchange), received = std::move(received),
                                  outcome = std::move(outcome)]() mutable {
-    exchange->makeResponse(outcome);
-    queue.async(
-        [exchange = std::move(exchange), received = std::move(received), outcome = std::move(outcome)]() mutable {
-          conclude(std::move(exchange), received, std::move(outcome));
-        });
+    try {
+      exchange->makeResponse(outcome);
+      queue.async([exchange, received = std::move(received), outcome = std::move(outcome)]() mutable {
+        concludeOrReport(exchange, received, std::move(outcome));
+      });
+    } catch (...) {
+      report(std::move(exchange), Error::current());
+    }
   });
 }
 

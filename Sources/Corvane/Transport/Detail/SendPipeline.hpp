@@ -106,7 +106,8 @@ CORVANE_API void concludeExchange(std::shared_ptr<SendExchange> exchange, TaskOu
 /// Throws what makes the outcome a failure: the task's error in the library's terms, or an unacceptable status.
 CORVANE_API void check(const SendExchange& exchange, const TaskOutcome& outcome);
 
-/// Delivers a response that holds nothing but an error.
+/// Delivers a response that holds nothing but an error. Throws `std::bad_alloc` where there is no memory even for that,
+/// and has delivered nothing then.
 CORVANE_API void report(std::shared_ptr<SendExchange> exchange, platform::Error error);
 
 /// The status of an HTTP response, `unknown` for a code without a name; absent for any other response or none.
