@@ -63,7 +63,7 @@ bool PooledGet::responseBody(Bytes bytes) {
   return true;
 }
 
-void PooledGet::exchangeEnded(std::optional<ExchangeProblem> ended) {
+void PooledGet::exchangeEnded(std::optional<ExchangeProblem> ended) noexcept {
   ++outcomes;
   problem = std::move(ended);
   if (then) then();
