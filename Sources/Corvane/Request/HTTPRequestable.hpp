@@ -142,11 +142,12 @@ class CORVANE_API HTTPRequestable {
   /// request, as does cancelling a `Task` that awaits it; no `HTTPRequestCancelable` is needed for that.
   velisand::Future<HTTPResponse<ResponseBody>> send() const;
 
-  // Chosen for what is no completion, and for a request that is awaited itself; does not compile.
+  // Chosen for what is no completion; does not compile.
   template <class Refused = Self>
   void send(detail::NoCompletion<Completion>) const {}
   template <class Refused = Self>
   void send(std::optional<platform::DispatchQueue>, detail::NoCompletion<Completion>) const {}
+  /// Does not compile: a request is sent to be awaited, `co_await request.send()`.
   template <class Refused = Self>
   detail::NoAwaiter operator co_await() const {
     static_assert(detail::isNothing<Refused>, "A request is sent to be awaited: write `co_await request.send()`");

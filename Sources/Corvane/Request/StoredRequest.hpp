@@ -20,6 +20,7 @@ struct ByName {
 /// What a ready-made request may add to its URL, by name:
 /// `DataGetRequest(url, {.queryItems = {{"page", 2}}})`.
 struct HTTPRequestOptions {
+  /// Leave it out. It keeps braces without names from being taken for options.
   [[no_unique_address]] detail::ByName byName = detail::ByName();
   /// Header fields of this request.
   HTTPHeaders headers = {};

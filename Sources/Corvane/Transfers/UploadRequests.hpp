@@ -15,6 +15,7 @@ namespace corvane {
 /// What a ready-made upload may add to its URL and body, by name: `FileUploadRequest(url, file, {.method =
 /// HTTPMethod::put})`.
 struct HTTPUploadOptions {
+  /// Leave it out. It keeps braces without names from being taken for options.
   [[no_unique_address]] detail::ByName byName = detail::ByName();
   /// Header fields of this request.
   HTTPHeaders headers = {};
