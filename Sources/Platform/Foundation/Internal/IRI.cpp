@@ -99,7 +99,7 @@ ConvertedIRI uriOfIRI(std::string_view text) {
   }
   const std::string start = "the host \"" + std::string(host) + "\" ";
   if (host.find('%') != host.npos) return {{}, start + "is partly percent-encoded"};
-  HostName name = internationalHost(host);
+  const HostName name = internationalHost(host);
   if (!name.problem.empty()) return {{}, start + name.problem};
   std::string uri;
   appendEscaped(uri, text.substr(0, layout.host.offset));

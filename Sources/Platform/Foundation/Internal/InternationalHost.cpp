@@ -25,7 +25,7 @@ bool hasEmptyLabel(std::string_view name) { return name.starts_with('.') || name
 /// Whether it is read as an IPv4 address in one of its spellings, or might be: its last label is a number.
 bool mayBeAddress(std::string_view name) {
   if (name.ends_with('.')) name.remove_suffix(1);
-  std::string_view last = name.substr(name.rfind('.') + 1);
+  const std::string_view last = name.substr(name.rfind('.') + 1);
   if (last.starts_with("0x")) return true;
   return !last.empty() && std::all_of(last.begin(), last.end(), isDigit);
 }

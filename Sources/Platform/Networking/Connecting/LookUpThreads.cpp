@@ -11,6 +11,7 @@
 
 #include "Platform/Detail/RequiredMemory.hpp"
 #include "Platform/Dispatch/Internal/Thread.hpp"
+#include "Platform/Trap.hpp"
 
 namespace platform::networking {
 
@@ -108,13 +109,12 @@ void LookUpThreads::startThreads() {
   }
 }
 
-void LookUpThreads::failWaiting() {
-  constexpr const char* message = "no thread can be started to look up names";
-  detail::requiringMemory(message, [this]() CORVANE_REQUIRES(mutex_) {
-    for (const Asked& each : std::exchange(line_, {})) {
-      report(each.question, Failure{FailureCause::nameLookupFailed, message, EAGAIN});
-    }
-  });
+void LookUpThreads::failWaiting() try {
+  for (const Asked& each : std::exchange(line_, {})) {
+    report(each.question, Failure{FailureCause::nameLookupFailed, "no thread can be started to look up names", EAGAIN});
+  }
+} catch (const std::bad_alloc&) {
+  trap("out of memory: no thread can be started to look up names");
 }
 
 void LookUpThreads::run() {

@@ -126,6 +126,7 @@ void Resolver::keep(const std::string& host, const HostAddresses& addresses) try
   }
   kept_.insert_or_assign(host, Kept{addresses, loop_.now() + lifetime});
 } catch (const std::bad_alloc&) {
+  // Nothing is kept.
 }
 
 }  // namespace platform::networking
