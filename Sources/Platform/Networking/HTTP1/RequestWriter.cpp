@@ -20,9 +20,8 @@ constexpr std::string_view separator = ": ";
 bool isHost(const FieldView& field) { return detail::equalsIgnoringCase(field.name, hostName); }
 
 bool asksForClose(const FieldView& field) {
-  constexpr std::string_view connectionName = "Connection";
-  if (field.name.size() != connectionName.size() || !detail::equalsIgnoringCase(field.name, connectionName))
-    return false;
+  constexpr std::string_view connection = "Connection";
+  if (field.name.size() != connection.size() || !detail::equalsIgnoringCase(field.name, connection)) return false;
   bool isSaid = false;
   detail::forEachListElement(
       field.value, [&](std::string_view option) { isSaid = isSaid || detail::equalsIgnoringCase(option, "close"); });

@@ -65,13 +65,7 @@ void HostConnections::start(Exchange& exchange, PooledConnection& connection) {
 
 /// Where there is no memory for one, the exchange ends.
 void HostConnections::connectFor(Exchange* exchange) {
-  const auto spare =
-      std::find_if(pending_.begin(), pending_.end(), [](const auto& pending) { return !pending->exchange(); });
-  if (exchange && spare != pending_.end()) {
-    (*spare)->setExchange(exchange);
-    exchange->pending_ = spare->get();
-    return;
-  }
+  if (exchange && inheritsSpare(*exchange)) return;
   PendingConnection* pending = nullptr;
   try {
     pending = pending_.emplace_back(std::make_unique<PendingConnection>(*this, exchange)).get();
@@ -81,6 +75,21 @@ void HostConnections::connectFor(Exchange* exchange) {
   }
   if (exchange) exchange->pending_ = pending;
   pending->start();
+}
+
+/// Takes a connection that is being made for nobody. One that takes long probably hangs, and is ended, unless the
+/// application is what it waits for.
+bool HostConnections::inheritsSpare(Exchange& exchange) {
+  const TimePoint oldest = pool_.loop().now() - patience;
+  std::erase_if(pending_, [&](const auto& pending) {
+    return !pending->exchange() && !pending->isBeingJudged() && pending->begun() < oldest;
+  });
+  const auto spare =
+      std::find_if(pending_.begin(), pending_.end(), [](const auto& pending) { return !pending->exchange(); });
+  if (spare == pending_.end()) return false;
+  (*spare)->setExchange(&exchange);
+  exchange.pending_ = spare->get();
+  return true;
 }
 
 void HostConnections::endWaiting(Exchange& exchange, Failure failure) {

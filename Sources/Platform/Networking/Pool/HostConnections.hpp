@@ -63,6 +63,7 @@ class HostConnections final : private Timer {
   bool isJudging() const;
   void start(Exchange& exchange, PooledConnection& connection);
   void connectFor(Exchange* exchange);
+  bool inheritsSpare(Exchange& exchange);
   enum class Making : std::uint8_t { oneToShare, oneForEach };
   void connectForWaiting(Making making = Making::oneToShare);
   void connectIfNothingIsLikely();

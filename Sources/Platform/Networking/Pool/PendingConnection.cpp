@@ -7,6 +7,7 @@ namespace platform::networking {
 PendingConnection::PendingConnection(HostConnections& host, Exchange* exchange)
     : host_(host),
       exchange_(exchange),
+      begun_(host.pool().loop().now()),
       connector_(host.pool().loop(), host.pool().resolver(), host.pool().context(), host.route(), *this) {}
 
 void PendingConnection::connectorProgressed(Connector&) { host_.pendingProgressed(*this); }

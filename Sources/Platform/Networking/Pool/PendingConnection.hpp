@@ -21,6 +21,7 @@ class PendingConnection final : private ConnectorOwner {
   /// Whom it is made for; null: for any that can use it.
   Exchange* exchange() const { return exchange_; }
   void setExchange(Exchange* exchange) { exchange_ = exchange; }
+  TimePoint begun() const { return begun_; }
   /// Whether only the verdict on the server holds it up.
   bool isBeingJudged() const { return connector_.phase() == Connector::Phase::judging; }
   const std::shared_ptr<const TrustQuery>& query() const { return query_; }
@@ -35,6 +36,7 @@ class PendingConnection final : private ConnectorOwner {
 
   HostConnections& host_;
   Exchange* exchange_;
+  const TimePoint begun_;
   std::shared_ptr<const TrustQuery> query_;
   Connector connector_;
 };
