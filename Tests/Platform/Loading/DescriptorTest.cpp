@@ -1,5 +1,10 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <vector>
 
 #include "CorvaneTesting/Ports.hpp"
 #include "SessionTest.hpp"
@@ -18,6 +23,30 @@ using corvane::testing::MockResponse;
 using corvane::testing::Moment;
 using corvane::testing::SilentPort;
 using corvane::testing::staleWatches;
+
+/// While it lives, the process has no descriptor left.
+class NoDescriptors {
+ public:
+  NoDescriptors() {
+    ::getrlimit(RLIMIT_NOFILE, &limit_);
+    const int highest = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+    taken_.push_back(highest);
+    rlimit less = limit_;
+    less.rlim_cur = static_cast<rlim_t>(highest) + 1;
+    ::setrlimit(RLIMIT_NOFILE, &less);
+    for (int next = 0; (next = ::open("/dev/null", O_RDONLY | O_CLOEXEC)) >= 0;) taken_.push_back(next);
+  }
+  ~NoDescriptors() {
+    for (const int descriptor : taken_) ::close(descriptor);
+    ::setrlimit(RLIMIT_NOFILE, &limit_);
+  }
+  NoDescriptors(const NoDescriptors&) = delete;
+  NoDescriptors& operator=(const NoDescriptors&) = delete;
+
+ private:
+  rlimit limit_{};
+  std::vector<int> taken_;
+};
 
 class DescriptorTest : public SessionTest {
  protected:
@@ -53,6 +82,38 @@ TEST_F(DescriptorTest, numbersServeOtherConnectionsAfterCancellationsWhileConnec
   for (auto& each : connecting) EXPECT_EQ(each->wait().code(), URLErrorCode::cancelled);
 
   for (auto& each : loads(toBeClosed(), 8)) EXPECT_EQ(each->wait().body(), "fine");
+}
+
+TEST_F(DescriptorTest, runningOutOfThemIsAnErrorThatSaysSo) {
+  EXPECT_EQ(load(toBeClosed()).body(), "fine");  // sanitizers need descriptors for types that they have not met
+  Load loading(session, URLRequest(URL(server.url("/"))));
+  Loaded loaded;
+  {
+    const NoDescriptors none;
+    loading.resume();
+    loaded = loading.wait();
+  }
+
+  ASSERT_TRUE(loaded.error);
+  EXPECT_EQ(loaded.error->domain(), NSPOSIXErrorDomain);
+  EXPECT_EQ(loaded.code(), EMFILE);
+  EXPECT_THAT(loaded.message(), ::testing::HasSubstr("Too many open files"));
+}
+
+TEST_F(DescriptorTest, anIdleConnectionGivesItsOwnWhenNoOtherIsLeft) {
+  corvane::testing::TestServer other;
+  server.enqueue(MockResponse(200).body("first"));
+  other.enqueue(MockResponse(200).body("second"));
+  ASSERT_EQ(load("/").body(), "first");
+  Load loading(session, URLRequest(URL(other.url("/"))));
+  Loaded loaded;
+  {
+    const NoDescriptors none;
+    loading.resume();
+    loaded = loading.wait();
+  }
+
+  EXPECT_EQ(loaded.body(), "second") << loaded.message();
 }
 
 TEST_F(DescriptorTest, connectionsAreClosedInProgramsThatAreStarted) {
