@@ -171,7 +171,7 @@ class Server:
         self.cases = cases
         self.listener = socket.create_server(("127.0.0.1", 0), backlog=64)
         self.port = self.listener.getsockname()[1]
-        self.thread = threading.Thread(target=self.serve)
+        self.thread = threading.Thread(target=self.serve, daemon=True)
         self.thread.start()
 
     def serve(self):
@@ -180,7 +180,7 @@ class Server:
             with connection:
                 connection.settimeout(20)
                 # A client that refuses what it has read so far goes away, or waits for more.
-                with contextlib.suppress(ConnectionError, TimeoutError):
+                with contextlib.suppress(OSError):
                     if not self.respond(connection):
                         return
 
