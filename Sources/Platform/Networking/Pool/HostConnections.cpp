@@ -253,8 +253,8 @@ void HostConnections::pendingAsksTrust(PendingConnection& pending) {
 
 void HostConnections::pendingOpened(PendingConnection& pending, OpenStream open) {
   const std::unique_ptr<PendingConnection> ended = removePending(pending);
-  if (open.trustEpoch != pool_.context()->trustEpoch()) {
-    // The verdict, now or of the session that was resumed, is not that of the trust in force.
+  if (open.wasResumed && open.trustEpoch != pool_.context()->trustEpoch()) {
+    // The verdict that the session had is not that of the trust in force.
     connectFor(pending.exchange());
     return;
   }

@@ -54,6 +54,18 @@ TEST_F(ConnectionPoolTest, takesNoConnectionOnWhichUnaskedBytesCameInTheSameIter
   EXPECT_TRUE(idleConnection->hasEnded());
 }
 
+TEST_F(ConnectionPoolTest, asksNoTrustOfAConnectionInTheClear) {
+  pool.context()->forget();
+  PooledGet get(pool);
+  submit(get);
+  const auto connection = nextConnection();
+  ASSERT_TRUE(connection);
+  connection->write(kept);
+
+  ASSERT_TRUE(run([&] { return get.isOver(); }));
+  EXPECT_EQ(get.body, "fine");
+}
+
 TEST_F(ConnectionPoolTest, keepsNoConnectionWhoseEndTheRequestAskedFor) {
   PooledGet get(pool);
   get.fields = {{"connection", "Close"}};
