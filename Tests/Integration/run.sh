@@ -13,8 +13,10 @@ export CORVANE_TESTSERVER=$PWD/build/dev/bin/corvane_testserver
 export CORVANE_TRANSFER_DRIVER=$PWD/build/dev/Tests/corvane_transfer_driver
 
 cd Tests/Integration
-# Debian's own Python: httpbin is a package of it.
+# Debian's own Python: httpbin is a package of it. A shell that runs this in the background has SIGINT ignored, which the
+# tests of interrupts send.
+python=(env --default-signal=INT /usr/bin/python3 -m unittest)
 if [ $# -gt 0 ]; then
-  exec /usr/bin/python3 -m unittest --verbose "$@"
+  exec "${python[@]}" --verbose "$@"
 fi
-exec /usr/bin/python3 -m unittest discover --verbose
+exec "${python[@]}" discover --verbose
