@@ -49,21 +49,16 @@ void checkReading(std::string_view body) {
   require(size < body.size(), "a form has more bytes than were sent");
 }
 
-std::string asSent(std::string name) {
-  for (std::size_t place = name.find('"'); place != name.npos; place = name.find('"', place)) {
-    name.replace(place, 1, "%22");
-  }
-  return name;
-}
-
 /// What is written reads the same, whatever the names and values hold, or is refused.
 void checkWriting(std::string_view input) {
   std::vector<corvane::MultipartFormSection> sections;
   for (int count = 0; count < 4 && !input.empty(); ++count) {
     const std::string name(takeLine(input));
     const std::string_view value = takeLine(input);
-    // The layout has the type of a field where others have its value, so this one is ambiguous.
-    if (!value.starts_with("Content-Type: ")) sections.emplace_back(name, std::string(value));
+    // The layout has the type of a field where others have its value, and writes quotes as they are, so these are
+    // ambiguous.
+    if (!value.starts_with("Content-Type: ") && name.find('"') == name.npos)
+      sections.emplace_back(name, std::string(value));
   }
   corvane::BoundaryGenerator generator;
   generator.boundary = boundary;
@@ -78,7 +73,7 @@ void checkWriting(std::string_view input) {
   require(received->size() == sections.size(), "a form that was written has another number of sections");
   for (std::size_t index = 0; index < sections.size(); ++index) {
     const support::ReceivedSection& section = (*received)[index];
-    require(section.name == asSent(sections[index].name), "the name of a section changes on the way");
+    require(section.name == sections[index].name, "the name of a section changes on the way");
     require(!section.fileName, "a plain field becomes a file");
     require(section.content == sections[index].dataRepresentable.asData().view(),
             "the content of a section changes on the way");

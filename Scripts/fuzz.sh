@@ -16,7 +16,8 @@ cmake --build build/asan --target fuzzers -- -j "${JOBS:-$(nproc)}"
 crashes=build/fuzz/crashes
 mkdir -p "$crashes"
 export ASAN_OPTIONS=strict_string_checks=1:detect_stack_use_after_return=1 UBSAN_OPTIONS=print_stacktrace=1
-limits=(-timeout=20 -rss_limit_mb=2048 -artifact_prefix="$crashes/")
+# 77, which libFuzzer ends with, would say that nothing was tried.
+limits=(-error_exitcode=1 -timeout=20 -rss_limit_mb=2048 -artifact_prefix="$crashes/")
 
 for source in Fuzz/*Fuzzer.cpp; do
   fuzzer=$(basename "$source" .cpp)

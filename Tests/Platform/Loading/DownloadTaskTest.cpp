@@ -238,7 +238,7 @@ TEST_F(DownloadTaskTest, anUnknownContentCodingIsAnErrorAndLeavesNoFile) {
 
 TEST_F(DownloadTaskTest, aBodyThatStallsEndsWithTheTimeOutAndLeavesNoFile) {
   corvane::testing::NetworkTime time;
-  server.enqueue(MockResponse(200).generatedBody(1 << 20).stall(Moment::insideBody));
+  server.enqueue(MockResponse(200).body("0123456789").stall(Moment::insideBody, 5));
   Download download(session, URLRequest(URL(server.url("/"))));
   download.resume();
   ASSERT_TRUE(server.waitForStall());
