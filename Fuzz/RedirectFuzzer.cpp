@@ -47,7 +47,7 @@ void checkNext(const URLRequest& sent, const URLRequest& next, int status) {
   require(scheme.size() == 4 || scheme.size() == 5, "a redirect leads to another scheme");
   require(sent.url.scheme() != "https" || scheme.size() == 5, "a redirect leaves https");
   // Boost.URL has no zones (RFC 6874).
-  const bool hasZone = next.url.host()->starts_with('[') && next.url.host()->find('%') != std::string::npos;
+  const bool hasZone = parts->percentEncodedHost && parts->percentEncodedHost->find("%25") != std::string::npos;
   require(hasZone || hostInBoost(next.url.absoluteString()) == parts->percentEncodedHost, "two readers see two hosts");
 
   const bool isSameOrigin = detail::haveSameOrigin(sent.url, next.url);
