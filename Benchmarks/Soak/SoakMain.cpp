@@ -81,8 +81,8 @@ bool runAll(long divisor) {
   const auto program = std::filesystem::read_symlink("/proc/self/exe").parent_path() / "corvane_bench_server";
   const bench::RunningServer server = bench::startPlainServer(program, folder.path(), -1);
   corvane::Corvane::addTrustedCertificate(corvane::URL::file((folder.path() / "anchor.der").string()));
-  const std::string plain = "http://127.0.0.1:" + std::to_string(server.plainPort);
-  const std::string secure = "https://127.0.0.1:" + std::to_string(server.securePort);
+  const std::string plain = "http://127.0.0.1:" + std::to_string(server.port(bench::Wire::plain));
+  const std::string secure = "https://127.0.0.1:" + std::to_string(server.port(bench::Wire::tls));
   bool isFlat = true;
   for (const Soak& soak : {Soak{"kept connection", plain + "/small", 1'000'000 / divisor},
                            Soak{"new connection each", plain + "/close", 100'000 / divisor},
