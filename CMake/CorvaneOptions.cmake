@@ -10,18 +10,22 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
   target_compile_options(corvane_options INTERFACE -Wno-restrict)
 endif()
 
-# Compiles the sources of each room as one.
-function(corvane_compile_by_room target)
+# Compiles the sources of each folder as one.
+function(corvane_compile_by_folder target)
   if(NOT CORVANE_UNITY_BUILD)
     return()
   endif()
   set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    # A source file is included here, so GCC takes it for a header that should have no unnamed namespace.
+    target_compile_options(${target} PRIVATE -Wno-subobject-linkage)
+  endif()
   get_target_property(sources ${target} SOURCES)
   foreach(source IN LISTS sources)
     get_filename_component(folder "${source}" DIRECTORY)
     file(RELATIVE_PATH folder "${PROJECT_SOURCE_DIR}" "${folder}")
-    string(REGEX REPLACE "/(Internal|Detail)$" "" room "${folder}")
-    string(MAKE_C_IDENTIFIER "${room}" group)
+    string(REGEX REPLACE "/(Internal|Detail)$" "" folder "${folder}")
+    string(MAKE_C_IDENTIFIER "${folder}" group)
     set_source_files_properties("${source}" PROPERTIES UNITY_GROUP ${group})
   endforeach()
 endfunction()

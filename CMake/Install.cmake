@@ -33,6 +33,8 @@ foreach(layer IN ITEMS Platform Velisand Vantorel Corvane)
   install(DIRECTORY "${PROJECT_SOURCE_DIR}/Sources/${layer}" DESTINATION "${header_folder}" COMPONENT development
     FILES_MATCHING PATTERN "*.hpp" PATTERN "Internal" EXCLUDE PATTERN "Networking" EXCLUDE PATTERN "Imaging" EXCLUDE)
 endforeach()
+install(FILES "${PROJECT_SOURCE_DIR}/Tools/Debuggers/corvane_values.py"
+  DESTINATION "${CMAKE_INSTALL_DATADIR}/corvane-debugging" COMPONENT development)
 if(TARGET CorvaneImage)
   corvane_install_library(CorvaneImage image_runtime image_development)
   install(DIRECTORY "${PROJECT_SOURCE_DIR}/Sources/Platform/Imaging" DESTINATION "${header_folder}/Platform"

@@ -38,6 +38,11 @@ int main(int argc, char** argv) {
   const std::string key = console->lastText.substr(quote + 1, UUID().uuidString().size());
   if (const auto body = Corvane::httpDebugData(key)) std::printf("%.32s\n", body->description().c_str());
 
+  HTTPRedaction redaction = HTTPRedaction::secrets();
+  redaction.headerFields.push_back("X-Session");
+  Corvane::setRedaction(redaction);
+  DataGetRequest(server + "get?token=42", HTTPHeaders{{"X-Session", "7"}}).send().wait();
+
   const DataPostRequest request(server + "echo", "it's me", HTTPHeaders{{"Authorization", "Bearer secret"}});
   std::printf("%s\n", request.shellCommand({.hidesSecrets = true}).text.c_str());
 }

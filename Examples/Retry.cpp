@@ -20,15 +20,30 @@ struct GetReport : DataGetRequestable<GetReport>, HTTPRetryAttempting<GetReport>
   HTTPHeaders sharedHeaders() const { return {}; }
 };
 
-int main(int argc, char** argv) {
-  GetReport request;
-  if (argc > 1) request.url = URL(argv[1]);
+/// Backs off exponentially.
+struct GetPrices : DataGetRequestable<GetPrices>, HTTPRetryAttempting<GetPrices> {
+  URL url = "http://127.0.0.1:8080/flaky/2";
 
-  const HTTPRetryResult<DataResponse> result = request.sendAttemptingRetry().get();
+  static constexpr std::int64_t retryLimit = 5;
+  static constexpr HTTPRetryPolicy retryPolicy = HTTPRetryPolicy::exponential(0.05, 10);
+  HTTPHeaders sharedHeaders() const { return {}; }
+};
 
+bool show(const HTTPRetryResult<DataResponse>& result) {
   for (const DataResponse& failure : result.failedResponses())
     if (const Error* error = failure.result.error()) std::printf("failed: %s\n", error->message().c_str());
   const DataResponse& last = *result.lastResponse();
   if (const Data* body = last.result.body()) std::printf("received %zu bytes\n", body->count());
-  return last.result.isSuccess() ? 0 : 1;
+  return last.result.isSuccess();
+}
+
+int main(int argc, char** argv) {
+  GetReport report;
+  GetPrices prices;
+  if (argc > 1) report.url = URL(argv[1]);
+  if (argc > 2) prices.url = URL(argv[2]);
+
+  const bool hasReport = show(report.sendAttemptingRetry().get());
+  const bool hasPrices = argc <= 2 || show(prices.sendAttemptingRetry().get());
+  return hasReport && hasPrices ? 0 : 1;
 }

@@ -4,10 +4,11 @@
 #include <Corvane/Corvane.hpp>
 #include <CorvaneTesting/CorvaneTesting.hpp>
 #include <CorvaneTesting/ServerTest.hpp>
+#include <Platform/Foundation/FileManager.hpp>
 #include <Vantorel/LogRecord.hpp>
 
 using namespace corvane;
-using namespace corvane::testing;
+using namespace corvane::testkit;
 
 struct User {
   std::int64_t id;
@@ -74,6 +75,70 @@ TEST(MockedGreetingTest, needsNoNetwork) {
   EXPECT_EQ(result.error()->message(), "network forbidden: GET https://users.example.com/users/7");
 }
 
+class MockedNetworkTest : public ::testing::Test {
+ protected:
+  const ForbiddenNetwork forbidden;  // nothing gets out by mistake
+  MockNetwork network;
+};
+
+TEST_F(MockedNetworkTest, namesTheUser) {
+  network.on<GetUser>().respond(NetworkResponse().json(User{.id = 7, .name = "Ada"}));
+
+  EXPECT_EQ(greeting(GetUser{.id = 7}), "Hello, Ada!");
+
+  const SentRequest request = network.requests().at(0);
+  EXPECT_EQ(request.description(), "GET https://users.example.com/users/7");
+  EXPECT_EQ(request.header("X-App"), "Greeter");
+}
+
+TEST_F(MockedNetworkTest, namesNobodyWhoIsUnknown) {
+  network.on("https://users.example.com/users/*").respond(NetworkResponse(404));
+  network.on("https://users.example.com/users/7").respond(NetworkResponse().json(User{.id = 7, .name = "Ada"}));
+
+  EXPECT_EQ(greeting(GetUser{.id = 7}), "Hello, Ada!");
+  EXPECT_EQ(greeting(GetUser{.id = 8}), "Hello, stranger!");
+}
+
+TEST_F(MockedNetworkTest, namesNobodyWithoutAConnection) {
+  network.onAll().respond(NetworkResponse::cannotConnect(), NetworkResponse::connectionLost(),
+                          NetworkResponse().text("not JSON"));
+
+  EXPECT_EQ(greeting(GetUser()), "Hello, stranger!");
+  EXPECT_EQ(greeting(GetUser()), "Hello, stranger!");
+  EXPECT_EQ(greeting(GetUser()), "Hello, stranger!");
+}
+
+TEST_F(MockedNetworkTest, asksForEachUser) {
+  network.on("GET /users/*").respond([](const SentRequest& request) {
+    return NetworkResponse().json(User{.id = 1, .name = "user at " + request.url.path()});
+  });
+
+  EXPECT_EQ(greeting(GetUser{.id = 1}), "Hello, user at /users/1!");
+  EXPECT_EQ(greeting(GetUser{.id = 2}), "Hello, user at /users/2!");
+}
+
+struct GetReport : DataGetRequestable<GetReport> {
+  URL baseURL;
+  HTTPHeaders sharedHeaders() const { return {{"Authorization", "Bearer of the test account"}}; }
+  std::string path() const { return "/report"; }
+};
+
+/// Run it against the service once, and keep the file with the tests.
+void recordReport(const URL& service, const std::string& file) {
+  MockNetwork network;
+  network.record();
+  GetReport{.baseURL = service}.send().get();
+  network.recording().save(file);
+}
+
+/// Needs no service any more.
+std::string replayedReport(const URL& service, const std::string& file) {
+  const ForbiddenNetwork forbidden;
+  MockNetwork network;
+  network.replay(ExchangeRecording::load(file));
+  return GetReport{.baseURL = service}.send().get().body.text();
+}
+
 class GreetingTest : public ServerTest {
  protected:
   const std::string ada = R"({"id": 7, "name": "Ada"})";
@@ -88,6 +153,17 @@ TEST_F(GreetingTest, namesTheUser) {
   const ReceivedRequest received = server.takeRequest();
   EXPECT_EQ(received.target, "/users/7");
   EXPECT_EQ(received.header("X-App"), "Greeter");
+}
+
+TEST_F(GreetingTest, readsAReplayedReport) {
+  server.enqueue(MockResponse().text("all is well"));
+  const std::string folder = platform::FileManager::createTemporaryDirectory();
+  const std::string file = folder + "/report.json";
+
+  recordReport(server.url(), file);
+
+  EXPECT_EQ(replayedReport(server.url(), file), "all is well");
+  platform::FileManager::remove(folder);
 }
 
 TEST_F(GreetingTest, namesNobodyWhenTheServerFails) {
@@ -184,4 +260,20 @@ TEST_F(GreetingTest, isTriedAgainAfterHalfAMinute) {
 
   EXPECT_EQ(future.get().failCount(), 1);
   EXPECT_EQ(time.waits(), std::vector<platform::Seconds>{30});
+}
+
+TEST_F(MockedNetworkTest, isTriedAgainAfterHalfAMinute) {
+  ManualTime time;
+  const MockRoute route = network.on<GetUserPatiently>().respond(NetworkResponse(503).delay(2),
+                                                                 NetworkResponse().json(User{.id = 7, .name = "Ada"}));
+
+  const auto future = GetUserPatiently{.baseURL = "https://users.example.com"}.sendAttemptingRetry();
+  for (int wait = 0; wait < 2; ++wait) {
+    ASSERT_TRUE(time.waitForTimers(1));
+    time.advanceToNextTimer();
+  }
+
+  EXPECT_EQ(future.get().failCount(), 1);
+  EXPECT_EQ(route.count(), 2);
+  EXPECT_EQ(time.waits(), (std::vector<platform::Seconds>{2, 30}));
 }

@@ -104,7 +104,7 @@ class Exchange final : public RequestStream {
 
   const RequestHead& requestHead() const override { return head_; }
   RequestBody* requestBody() override { return body_; }
-  void requestBegan() override { in(Stage::begun, Stage::fresh); }
+  void requestBegan(std::size_t) override { in(Stage::begun, Stage::fresh); }
   void bodySent(std::uint64_t total) override {
     if (isOver() || total <= sent_ || !body_ || total > body_->bytes.size()) trap("the body's progress is wrong");
     sent_ = total;

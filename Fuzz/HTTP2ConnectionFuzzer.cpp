@@ -88,7 +88,7 @@ class FuzzExchange final : public RequestStream {
 
   const RequestHead& requestHead() const override { return head_; }
   RequestBody* requestBody() override { return habit_ == Habit::upload ? &body_ : nullptr; }
-  void requestBegan() override { checkUnderWay(); }
+  void requestBegan(std::size_t) override { checkUnderWay(); }
   void bodySent(std::uint64_t) override { checkUnderWay(); }
   void requestEnded() override { checkUnderWay(); }
   void progressed() override { checkUnderWay(); }

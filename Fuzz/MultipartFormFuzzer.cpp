@@ -16,7 +16,7 @@ namespace platform::fuzz {
 
 namespace {
 
-namespace support = corvane::testing;
+namespace support = corvane::testkit;
 
 constexpr std::string_view boundary = "frontier";
 

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <boost/url.hpp>
 #include <cstddef>
 #include <cstdint>
@@ -28,7 +29,15 @@ void checkReference(std::string_view location) {
   const std::string reference = detail::locationAsReference(location);
   require(detail::locationAsReference(reference) == reference, "making a reference of a reference changes it");
   require(reference.size() <= 3 * location.size(), "a reference is too long");
-  for (const char c : reference) require(c > 0x20 && c < 0x7F, "a reference holds a character that it may not");
+  // What is outside of ASCII stays in a host, and there only.
+  const std::string_view text = reference;
+  const std::size_t host = text.substr(0, text.find_first_of("?#")).find("//");
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const auto c = static_cast<unsigned char>(text[i]);
+    require(c > 0x20 && c != 0x7F, "a reference holds a character that it may not");
+    require(c < 0x80 || (host != text.npos && i < std::min(text.find('/', host + 2), text.size())),
+            "a reference holds a character outside of ASCII that is not the host's");
+  }
 }
 
 URLRequest requestTo(const URL& url, std::uint8_t choice) {

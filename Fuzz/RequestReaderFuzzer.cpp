@@ -13,7 +13,7 @@ namespace platform::fuzz {
 
 namespace {
 
-namespace support = corvane::testing;
+namespace support = corvane::testkit;
 using support::detail::RequestReader;
 
 /// All that came over one connection, and how it ended.

@@ -12,10 +12,10 @@
 namespace platform::fuzz {
 
 /// Bytes that arrive in pieces from no socket, then the end of the stream.
-class ScriptedStream final : public corvane::testing::detail::Stream {
+class ScriptedStream final : public corvane::testkit::detail::Stream {
  public:
   ScriptedStream(std::string_view bytes, std::uint32_t seed)
-      : Stream(corvane::testing::detail::Descriptor(), neverRaised()), pieces_(bytes, seed) {}
+      : Stream(corvane::testkit::detail::Descriptor(), neverRaised()), pieces_(bytes, seed) {}
 
   std::size_t read(char* buffer, std::size_t size) override {
     if (piece_.empty()) piece_ = pieces_.next();
@@ -25,8 +25,8 @@ class ScriptedStream final : public corvane::testing::detail::Stream {
   }
 
  private:
-  static const corvane::testing::detail::Event& neverRaised() {
-    static const corvane::testing::detail::Event event;
+  static const corvane::testkit::detail::Event& neverRaised() {
+    static const corvane::testkit::detail::Event event;
     return event;
   }
 

@@ -24,9 +24,11 @@ What a page says about the code can be held to it, too:
                                                                                  class with constants
     <!-- names every error of Sources -->                                        the classes of errors
     <!-- rows end with what the code says -->
+    <!-- messages of Sources Tools -->                                           texts of these folders
 
 Between the first mark and the next heading each of the names has to stand as `code`. In the table after the second,
-the last cell of each row holds `code` and a link to the file in which it stands like that.
+the last cell of each row holds `code` and a link to the file in which it stands like that. In the table after the third,
+the first cell of each row holds messages as `code`, with "…" for what differs: the rest stands in string literals.
 """
 
 import argparse
@@ -50,6 +52,8 @@ PLAIN_ANCHOR = re.compile(r"[a-z0-9_]+(-[a-z0-9_]+)*")  # GitHub and mkdocs make
 FENCE = re.compile(r"^\s*```")
 COMPLETE = re.compile(r"^<!-- names every (\w+) of (\S+) -->$")
 ROWS = "<!-- rows end with what the code says -->"
+MESSAGES = re.compile(r"^<!-- messages of ([\w/ ]+) -->$")
+LITERAL = re.compile(r'"((?:[^"\\\n]|\\.)*)"')
 ROW = re.compile(r"`([^`]+)` \[[^\]]*\]\(([^)\s]+)\) \|$")
 UUID = re.compile(r"[0-9A-F]{8}(?:-[0-9A-F]{4}){3}-[0-9A-F]{12}")
 
@@ -90,6 +94,13 @@ def anchors(path):
     prose, _ = parts(path.read_text(encoding="utf-8"))
     headings = [line.lstrip("#").strip().lower() for _, line in prose if line.startswith("#")]
     return {re.sub(r"[^\w\- ]", "", heading).replace(" ", "-") for heading in headings}
+
+
+def links(prose):
+    """The targets of links, with the number of the line in which each link begins. A link may be split over lines."""
+    text = re.sub(r"`[^`\n]*`", "", "\n".join(line for _, line in prose))
+    for match in LINK.finditer(text):
+        yield prose[text.count("\n", 0, match.start())][0], match[1]
 
 
 def check_link(page, number, link):
@@ -159,6 +170,30 @@ def check_rows(page, begin, rows):
             yield f"{where}: `{match[1]}` does not stand in {match[2]}"
 
 
+def literals_in(folders):
+    """The string literals of the folders; those that follow each other are one."""
+    files = [path for folder in folders for path in sorted((ROOT / folder).rglob("*.[ch]pp"))]
+    texts = (re.sub(r'"\s*\n\s*"', "", path.read_text(encoding="utf-8")) for path in files)
+    return [found.replace('\\"', '"') for text in texts for found in LITERAL.findall(text)]
+
+
+def check_messages(page, begin, folders, rows):
+    literals = literals_in(folders)
+    for number, row in enumerate(rows[2:], begin + 2):
+        messages = re.findall(r"`([^`]+)`", row.split(" | ")[0])
+        if not messages:
+            yield f"{page.relative_to(ROOT)}:{number}: the row does not begin with a message as `code`"
+        for piece in (piece.strip() for message in messages for piece in message.split("…")):
+            if not any(piece in literal for literal in literals):
+                yield f"{page.relative_to(ROOT)}:{number}: no message of {', '.join(folders)} has \"{piece}\""
+
+
+def table_in(rest):
+    """The rows of the table that the lines begin with, after blank ones, and how many of those there are."""
+    blank = next((at for at, line in enumerate(rest) if line), 0)
+    return list(itertools.takewhile(lambda line: line.startswith("|"), rest[blank:])), blank
+
+
 def check_claims(page, text):
     lines = text.splitlines()
     for number, line in enumerate(lines, 1):
@@ -167,13 +202,17 @@ def check_claims(page, text):
         if match:
             section = itertools.takewhile(lambda other: not other.startswith("#"), rest)
             yield check_names(page, number, *match.groups(), "\n".join(section))
-        elif line.strip() == ROWS:
-            table = list(itertools.takewhile(lambda other: other.startswith("|"), itertools.dropwhile(
-                lambda other: not other, rest)))
-            blank = next((at for at, other in enumerate(rest) if other), 0)
+            continue
+        messages = MESSAGES.match(line.strip())
+        if not messages and line.strip() != ROWS:
+            continue
+        table, blank = table_in(rest)
+        if len(table) < 3:
+            yield f"{page.relative_to(ROOT)}:{number}: there is no table after the mark"
+        elif messages:
+            yield from check_messages(page, number + blank + 1, messages[1].split(), table)
+        else:
             yield from check_rows(page, number + blank + 1, table)
-            if len(table) < 3:
-                yield f"{page.relative_to(ROOT)}:{number}: there is no table after the mark"
 
 
 class Server:
@@ -225,9 +264,8 @@ def check_page(page, programs, server, without=()):
     text = page.read_text(encoding="utf-8")
     yield from check_claims(page, text)
     prose, blocks = parts(text)
-    for number, line in prose:
-        for link in LINK.findall(re.sub(r"`[^`]*`", "", line)):
-            yield check_link(page, number, link)
+    for number, link in links(prose):
+        yield check_link(page, number, link)
     for number, mark, block in blocks:
         kind, name, words = mark or (None, None, "")
         if kind == "from":

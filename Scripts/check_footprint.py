@@ -27,17 +27,17 @@ LARGEST_DEVIATION = 0.05  # of a figure in the page from what is measured
 
 # About a tenth above what was measured when they were set. Raise one on purpose only, with the reason in the commit.
 LIMITS = {
-    "libcorvane.so, stripped": 2_450_000,
+    "libcorvane.so, stripped": 4_400_000,
     "libcorvane_image.so, stripped": 39_000,
-    "HelloGet, static, stripped": 1_750_000,
-    "HelloGet, static, stripped, with `-Wl,--gc-sections`": 1_440_000,
-    "HelloJSON, static, stripped": 1_750_000,
-    "HelloJSON, static, stripped, with `-Wl,--gc-sections`": 1_560_000,
+    "HelloGet, static, stripped": 2_800_000,
+    "HelloGet, static, stripped, with `-Wl,--gc-sections`": 2_300_000,
+    "HelloJSON, static, stripped": 2_800_000,
+    "HelloJSON, static, stripped, with `-Wl,--gc-sections`": 2_420_000,
     "HelloGet, shared, stripped": 22_000,
     "HelloJSON, shared, stripped": 84_000,
-    "Public headers of Corvane::Corvane": 180,
-    "Lines that the compiler reads for HelloGet": 56_000,
-    "Lines that the compiler reads for HelloJSON": 56_000,
+    "Public headers of Corvane::Corvane": 285,
+    "Lines that the compiler reads for HelloGet": 62_000,
+    "Lines that the compiler reads for HelloJSON": 62_000,
 }
 
 
@@ -145,7 +145,7 @@ def dependencies():
     packages = installed_packages()
     basis = closure(["libc6", "libstdc++6", "libgcc-s1"], packages)
     direct = sorted({owner(library) for library in needed if not library.startswith("ld-linux")} - basis)
-    rows = ["| Package | Installed | With what it depends on |", "|---|---:|---:|"]
+    rows = ["| Package | Installed | With its dependencies |", "|---|---:|---:|"]
     for name in direct:
         whole = closure([name], packages) - basis
         rows.append(f"| {name} | {packages[name][0]} KiB | {sum(packages[one][0] for one in whole)} KiB, {counted(whole)} |")

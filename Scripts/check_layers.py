@@ -6,12 +6,12 @@
 The rules, each also told by the message of its breach:
   - A layer includes only itself and what stands below it.
   - A third-party library is met only where the table below says.
-  - A public header (outside of Internal/ and of internal rooms) includes no Internal header, no third-party header, and none of
+  - A public header (outside of Internal/ and of internal folders) includes no Internal header, no third-party header, and none of
     the heavy standard headers. An adapter includes the library that it is for; nothing includes an adapter.
   - A public header declares something outside of detail namespaces, unless it is in a Detail folder; one that is
     there does not.
-  - Nothing but an optional room itself includes what is in it.
-  - Headers do not include each other in a circle, nor do rooms (the folders of a layer), sources included.
+  - Nothing but an optional folder itself includes what is in it.
+  - Headers do not include each other in a circle, nor do the folders of a layer, sources included.
   - File names are unique in the tree.
   - Every included file of this project exists, and is named by its path from the include root.
 """
@@ -23,7 +23,7 @@ import sys
 from layout import ADAPTER_LAYERS, ADAPTERS, is_internal
 
 LAYERS = ["Platform", "Velisand", "Vantorel", "Corvane"]
-LAYERS_WITH_ROOMS = ["Platform", "Corvane"]
+LAYERS_WITH_FOLDERS = ["Platform", "Corvane"]
 # They stand on the layers side by side: each knows all of them, and none of the others.
 SIDE_LAYERS = ["CorvaneTesting", *ADAPTER_LAYERS]
 
@@ -65,8 +65,8 @@ THIRD_PARTIES = [
     ("GoogleTest", r"g(test|mock)/", []),
 ]
 
-# Rooms that are libraries of their own: the library does without them.
-OPTIONAL_ROOMS = ["Platform/Imaging"]
+# Folders that are libraries of their own: the library does without them.
+OPTIONAL_FOLDERS = ["Platform/Imaging"]
 
 # Each costs every file that includes it more than what it gives there is worth.
 HEAVY = set(
@@ -159,8 +159,8 @@ def check_adapters(file, line, name):
         return f"{file.path}:{line}: <{name}> is an adapter, which only its users include"
 
 
-def check_optional_rooms(file, line, name):
-    if room(name) in OPTIONAL_ROOMS and room(file.path) != room(name):
+def check_optional_folders(file, line, name):
+    if folder(name) in OPTIONAL_FOLDERS and folder(file.path) != folder(name):
         return f"{file.path}:{line}: <{name}> is in a library of its own, which the others do without"
 
 
@@ -181,7 +181,7 @@ def check_file(file, files):
             yield f"{file.path}:{line}: there is no file {name}"
         elif quoted and not ours:
             yield f'{file.path}:{line}: "{name}" must be named by its path from the include root'
-        checks = [check_third_parties, check_adapters, check_optional_rooms, check_public] + ([check_layers] if ours else [])
+        checks = [check_third_parties, check_adapters, check_optional_folders, check_public] + ([check_layers] if ours else [])
         yield from filter(None, (check(file, line, name) for check in checks))
 
 
@@ -214,28 +214,28 @@ def cycles(graph):
         yield from walk(node)
 
 
-def room(path):
-    """The folder below the layer; a header directly in the layer is a room of its own, with its source. Layers without
-    further folders are one room each."""
-    if path.split("/")[0] not in LAYERS_WITH_ROOMS:
+def folder(path):
+    """The folder below the layer; a header directly in the layer counts as a folder of its own, with its source. Layers without
+    further folders count as one."""
+    if path.split("/")[0] not in LAYERS_WITH_FOLDERS:
         return path.split("/")[0]
     return "/".join(path.split("/")[:2]).removesuffix(".hpp").removesuffix(".cpp")
 
 
 def check_circles(files):
     headers = {}
-    rooms = {}
+    folders = {}
     for file in files.values():
         ours = [name for _, _, name in file.includes if name in files and name != file.path]
         if file.is_header:
             headers[file.path] = set(ours)
         for name in ours:
-            if room(name) != room(file.path):
-                rooms.setdefault(room(file.path), set()).add(room(name))
+            if folder(name) != folder(file.path):
+                folders.setdefault(folder(file.path), set()).add(folder(name))
     for circle in cycles(headers):
         yield "headers include each other: " + " -> ".join(circle)
-    for circle in cycles(rooms):
-        yield "rooms include each other: " + " -> ".join(circle)
+    for circle in cycles(folders):
+        yield "folders include each other: " + " -> ".join(circle)
 
 
 def problems(root):

@@ -106,7 +106,8 @@ def compounds_in(folder):
     for entry in index.getroot().findall("compound"):
         if entry.get("kind") in (*TYPES, "namespace", "file"):
             element = ElementTree.parse(folder / f"{entry.get('refid')}.xml").getroot().find("compounddef")
-            if element.get("prot") not in ("private", "package"):
+            is_inner = "detail" in re.split(r"::|asio_", element.findtext("compoundname"))
+            if element.get("prot") not in ("private", "package") and not is_inner:
                 result[entry.get("refid")] = Compound(element)
     return result
 

@@ -11,8 +11,8 @@ import sys
 
 SOURCES = pathlib.Path(__file__).resolve().parent.parent / "Sources"
 
-# Rooms that are internal as a whole, as Internal folders are: not installed, and included by no public header.
-INTERNAL_ROOMS = ["Platform/Networking"]
+# Folders that are internal as a whole, as Internal folders are: not installed, and included by no public header.
+INTERNAL_FOLDERS = ["Platform/Networking"]
 
 # Headers only, each a component beside the library, with the package of the library that it is for.
 ADAPTER_LAYERS = {"CorvaneAsio": None, "CorvaneQt": "Qt6Core", "CorvaneGLib": "glib-2.0"}
@@ -32,7 +32,7 @@ ADAPTERS = {
 
 def is_internal(path):
     """Whether a path from Sources, with slashes, is not installed."""
-    return "/Internal/" in path or any(path.startswith(room + "/") for room in INTERNAL_ROOMS)
+    return "/Internal/" in path or any(path.startswith(folder + "/") for folder in INTERNAL_FOLDERS)
 
 
 def installed_headers(sources=SOURCES):

@@ -10,5 +10,7 @@ preset=${1:-dev}
 echo "test: configures and compiles the library with its tests (about 10 minutes with 2 cores from nothing, seconds if" \
   "built before), then runs the tests (about 2 minutes)"
 cmake --preset "$preset"
+# For editors: the commands by which the sources are compiled.
+[ "$preset" != dev ] || ln -sfn build/dev/compile_commands.json compile_commands.json
 cmake --build "build/$preset" -- -j "${JOBS:-$(nproc)}"
 ctest --preset "$preset" "$@"

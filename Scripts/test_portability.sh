@@ -12,15 +12,18 @@ parts="dispatch foundation json security loading host corvane support tool"
 
 targets() { printf '%s_tests ' $parts; echo corvane_tool; }
 
-# run_tests BUILD [EMULATOR...]
+# run_tests BUILD [EMULATOR...]. An emulator for one program cannot start the program again, nor tell it its own path or
+# a terminal of its own; tests of the end of a process, of pages that belong to the code, and of terminals are left out.
 run_tests() {
   local part folder failed=0
   folder=$(cd "$1/Tests" && pwd)
   shift
+  local filter='*'
+  [ $# -eq 0 ] || filter='-*DeathTest*:*.mattersOnlyWhereItIsAskedFor:*Documentation*:*.documentsWhat*:LeakCheckTest.namesA*:Terminal*'
   cd "$(mktemp -d)"  # where files may be written
   for part in $parts; do
     echo "-- ${part}_tests"
-    "$@" "$folder/${part}_tests" --gtest_brief=1 || failed=1
+    "$@" "$folder/${part}_tests" --gtest_brief=1 --gtest_filter="$filter" || failed=1
   done
   return $failed
 }

@@ -3,9 +3,12 @@
 # the real CMake: each ends in a program that sends a typed request to the bundled server. Dependencies are the system's.
 #
 #   Scripts/test_recipes.sh [vcpkg|conan]...      default: both
+#
+# RECIPES is the folder of the recipes; default: Packaging.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 work=$PWD/build/recipes
+recipes=$(realpath "${RECIPES:-Packaging}")
 mkdir -p "$work"
 . Scripts/install_routes.sh
 
@@ -15,7 +18,7 @@ try_vcpkg() {
   say "the vcpkg port, with the features image, testing and tool"
   local tree=$work/vcpkg
   rm -rf "$tree"
-  cmake -DPORT_FOLDER="$PWD/Packaging/vcpkg/corvane" "-DFEATURES=core;image;testing;tool" -DWORK="$tree" \
+  cmake -DPORT_FOLDER="$recipes/vcpkg/corvane" "-DFEATURES=core;image;testing;tool" -DWORK="$tree" \
     -P Scripts/Tests/StandIns/vcpkg.cmake
   cmake -S Examples/Packages -B "$tree/client" -DCMAKE_PREFIX_PATH="$tree/packages" >/dev/null
   cmake --build "$tree/client"
@@ -27,7 +30,7 @@ try_vcpkg() {
 
 try_conan() {
   say "the Conan recipe, with the options image, testing and tool"
-  python3 Scripts/Tests/StandIns/run_recipe.py Packaging/conan "$work/conan" image testing tool | tee "$work/conan.log"
+  python3 Scripts/Tests/StandIns/run_recipe.py "$recipes/conan" "$work/conan" image testing tool | tee "$work/conan.log"
   tail -n 1 "$work/conan.log" | grep -qx "user 7 is Ada Lovelace" || fail "the test package printed something else"
 }
 

@@ -23,6 +23,6 @@ int main(int count, char** arguments) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   const bool isChecked = runsTests(count, arguments);
   testing::InitGoogleMock(&count, arguments);
-  if (isChecked) corvane::testing::LeakCheck::install();
+  if (isChecked) corvane::testkit::LeakCheck::install();
   return RUN_ALL_TESTS();
 }

@@ -70,5 +70,7 @@ std::unique_ptr<Client> makeEasyClient(const Task& task);
 std::unique_ptr<Client> makeMultiClient(const Task& task);
 std::unique_ptr<Client> makeCallbackClient(const Task& task);
 std::unique_ptr<Client> makeBlockingClient(const Task& task);
+/// Asks for a response that stays fresh: all but the first come from the cache.
+std::unique_ptr<Client> makeCachedClient(const Task& task);
 
 }  // namespace bench

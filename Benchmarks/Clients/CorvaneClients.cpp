@@ -20,7 +20,9 @@ void requireSameFields(const corvane::DataGetRequest& request) {
   }
 }
 
+/// Servers of files say when these were modified, so that the cache would serve what is to be sent.
 corvane::DataGetRequest requestFor(const Task& task) {
+  corvane::HTTPClientConfiguration::setDefault({.cache = corvane::CacheConfiguration::off()});
   platform::Locale::setPreferredLanguages(std::vector<std::string>{"en-US"});
   if (task.isSecure()) {
     corvane::Corvane::addTrustedCertificate(corvane::URL::file(task.certificateFolder + "/anchor.der"));
@@ -107,5 +109,13 @@ class BlockingClient final : public Client {
 std::unique_ptr<Client> makeCallbackClient(const Task& task) { return std::make_unique<CallbackClient>(task); }
 
 std::unique_ptr<Client> makeBlockingClient(const Task& task) { return std::make_unique<BlockingClient>(task); }
+
+std::unique_ptr<Client> makeCachedClient(const Task& task) {
+  Task fresh = task;
+  fresh.path = "/fresh";
+  auto client = std::make_unique<BlockingClient>(fresh);
+  corvane::HTTPClientConfiguration::setDefault({});
+  return client;
+}
 
 }  // namespace bench

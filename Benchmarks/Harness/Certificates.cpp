@@ -8,9 +8,9 @@
 namespace bench {
 
 void makeCertificates(const std::filesystem::path& folder) {
-  using corvane::testing::CertificateAuthority;
+  using corvane::testkit::CertificateAuthority;
   const CertificateAuthority authority("Corvane Benchmark Anchor");
-  const auto server = authority.issue(corvane::testing::CertificateRequest::localhost());
+  const auto server = authority.issue(corvane::testkit::CertificateRequest::localhost());
 
   std::ofstream(folder / "anchor.der") << authority.certificate().der();
   std::ofstream(folder / "server.pem") << server.chainPem();

@@ -113,6 +113,17 @@ Scenario multiplexed() {
       .contenders = {{"libcurl multi", {}}, {"Corvane", {.rateAtLeast = 1.3, .extraMebibytesAtMost = extraMebibytes}}}};
 }
 
+/// What a hit costs beside the same request on an idle connection.
+Scenario stored() {
+  return {.title = "Small GETs, one after the other, from the server and from the cache",
+          .path = "/small",
+          .count = 16000,
+          .warmUp = 50,
+          .onNginx = false,
+          .baseline = "Corvane get()",
+          .contenders = {{"Corvane get()", {}}, {"Corvane get(), stored", {.rateAtLeast = 10}}}};
+}
+
 }  // namespace
 
 std::vector<Scenario> scenarios(bool quick) {
@@ -127,7 +138,8 @@ std::vector<Scenario> scenarios(bool quick) {
       secureSequential(),
       secureConnections(),
       resumedConnections(),
-      multiplexed()};
+      multiplexed(),
+      stored()};
   if (!quick) return all;
   for (Scenario& scenario : all) {
     if (scenario.idealSeconds == 0) scenario.count = std::max(1, scenario.count / 6);

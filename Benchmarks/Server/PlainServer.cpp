@@ -19,17 +19,19 @@ constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
 constexpr std::int64_t delayNanoseconds = 100'000'000;
 constexpr std::uint64_t largeBodyBytes = 256ULL * 1024 * 1024;
 
-std::string headWith(std::uint64_t contentLength, const std::string& furtherFields = {}) {
+std::string headWith(std::uint64_t contentLength, const std::string& furtherFields = {},
+                     const std::string& cacheControl = "no-store") {
   return "HTTP/1.1 200 OK\r\nServer: bench\r\nDate: Mon, 02 Nov 2026 08:00:00 GMT\r\n"
          "Content-Type: application/json\r\nContent-Length: " +
-         std::to_string(contentLength) + "\r\nCache-Control: no-store\r\nETag: \"67e1-63f7\"\r\n" + furtherFields +
-         "\r\n";
+         std::to_string(contentLength) + "\r\nCache-Control: " + cacheControl + "\r\nETag: \"67e1-63f7\"\r\n" +
+         furtherFields + "\r\n";
 }
 
-std::string smallResponse(const std::string& furtherFields = {}) {
+std::string smallResponse(const std::string& furtherFields = {}, const std::string& cacheControl = "no-store") {
   const std::string opening = "{\"login\":\"ada\",\"text\":\"";
   const std::string closing = "\"}";
-  return headWith(100, furtherFields) + opening + std::string(100 - opening.size() - closing.size(), 'x') + closing;
+  return headWith(100, furtherFields, cacheControl) + opening +
+         std::string(100 - opening.size() - closing.size(), 'x') + closing;
 }
 
 std::int64_t nowNanoseconds() {
@@ -139,10 +141,13 @@ void PlainServer::serve(ServedConnection& connection) {
 void PlainServer::respond(ServedConnection& connection, std::string_view path) {
   static const std::string& small = *new std::string(smallResponse());
   static const std::string& last = *new std::string(smallResponse("Connection: close\r\n"));
+  static const std::string& fresh = *new std::string(smallResponse({}, "max-age=1000000000"));
   static const std::string& large = *new std::string(headWith(largeBodyBytes));
   static const std::string& missing = *new std::string("HTTP/1.1 404 Not Found\r\nContent-Length: 0\r\n\r\n");
   if (path == "/small") {
     connection.send(small);
+  } else if (path == "/fresh") {
+    connection.send(fresh);
   } else if (path == "/delay100") {
     connection.setWaiting(true);
     delayed_.push_back({nowNanoseconds() + delayNanoseconds, connection.number()});

@@ -21,7 +21,7 @@ std::vector<std::string> argumentsFrom(const TransferPlan& plan) {
   return {"/proc/self/exe",
           marker,
           plan.mover,
-          plan.task.direction == Direction::download ? "download" : "upload",
+          nameOf(plan.task.direction),
           std::to_string(plan.task.port),
           plan.task.folder.string(),
           plan.task.source.string(),
@@ -31,7 +31,7 @@ std::vector<std::string> argumentsFrom(const TransferPlan& plan) {
 
 TransferPlan planFrom(const std::vector<std::string>& arguments) {
   return {.mover = arguments.at(2),
-          .task = {.direction = arguments.at(3) == "download" ? Direction::download : Direction::upload,
+          .task = {.direction = directionOf(arguments.at(3)),
                    .port = static_cast<std::uint16_t>(std::stoi(arguments.at(4))),
                    .folder = arguments.at(5),
                    .source = arguments.at(6)},

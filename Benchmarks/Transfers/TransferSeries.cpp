@@ -9,13 +9,25 @@
 namespace bench {
 namespace {
 
-constexpr const char* baselineName = "libcurl easy";
 constexpr const char* unobservedName = "Corvane";
 constexpr const char* observedName = "Corvane, observed";
 
 Goals goalsOf(const std::string& mover) {
+  if (mover == "Corvane handler") return {.rateAtLeast = 1.2, .extraMebibytesAtMost = 16};
   if (mover != unobservedName) return {};
   return {.rateAtLeast = 1.2, .cpuAtMost = 1, .extraMebibytesAtMost = 16};
+}
+
+std::string titleOf(Direction direction) {
+  switch (direction) {
+    case Direction::download:
+      return "A file of 256 MiB, downloaded";
+    case Direction::upload:
+      return "A file of 256 MiB, uploaded";
+    case Direction::stream:
+      break;
+  }
+  return "256 MiB, handed out while they arrive and summed up";
 }
 
 double rate(const Measurement& measurement) { return 1 / measurement.seconds; }
@@ -34,32 +46,33 @@ void writeSource(const std::filesystem::path& path) {
 }  // namespace
 
 TransferSeries::TransferSeries(const RunningServer& server, TransferTask task, int count, int core)
-    : title_(task.direction == Direction::download ? "A file of 256 MiB, downloaded" : "A file of 256 MiB, uploaded"),
+    : title_(titleOf(task.direction)),
       server_(server.name),
       task_(std::move(task)),
       count_(count),
       core_(core),
-      measurements_(moverKinds().size()) {
+      kinds_(moverKinds(task_.direction)),
+      measurements_(kinds_.size()) {
   task_.port = server.port(Wire::plain);
 }
 
 void TransferSeries::runRound() {
   for (std::size_t index = 0; index < measurements_.size(); ++index) {
     measurements_[index].push_back(
-        measure({.mover = moverKinds()[index].name, .task = task_, .count = count_, .core = core_}));
+        measure({.mover = kinds_[index].name, .task = task_, .count = count_, .core = core_}));
   }
 }
 
 const Rounds& TransferSeries::roundsOf(const std::string& mover) const {
   std::size_t index = 0;
-  while (moverKinds()[index].name != mover) ++index;
+  while (kinds_[index].name != mover) ++index;
   return measurements_[index];
 }
 
 std::string TransferSeries::row(std::size_t index) const {
-  const std::string name = moverKinds()[index].name;
+  const std::string name = kinds_[index].name;
   const Rounds& rounds = measurements_[index];
-  const Rounds& baseline = roundsOf(baselineName);
+  const Rounds& baseline = measurements_.front();
   const Goals goals = goalsOf(name);
   const double mebibytes = static_cast<double>(transferBytes) / (1 << 20) * count_;
   std::string line = formatted("  %-20s %10.0f %10.0f", name.c_str(), mebibytes * medianOf(rounds, rate),
@@ -74,7 +87,8 @@ std::string TransferSeries::row(std::size_t index) const {
 
 std::string TransferSeries::report() const {
   std::string text = title_ + ", " + server_ + ", " + std::to_string(measurements_.front().size()) + " rounds\n";
-  text += formatted("  %-20s %10s %10s   MiB over idle   against %s\n", "client", "MiB/s", "CPU ms", baselineName);
+  text +=
+      formatted("  %-20s %10s %10s   MiB over idle   against %s\n", "client", "MiB/s", "CPU ms", kinds_.front().name);
   for (std::size_t index = 0; index < measurements_.size(); ++index) text += row(index);
   return text;
 }
@@ -85,11 +99,14 @@ std::vector<TransferSeries> transferSeries(const std::vector<RunningServer>& ser
   const int downloads = quick ? 1 : 2;
   const int uploads = quick ? 2 : 6;
   const TransferTask download{.direction = Direction::download, .folder = folder};
+  const TransferTask stream{.direction = Direction::stream, .folder = folder};
   const TransferTask upload{.direction = Direction::upload, .folder = folder, .source = folder / "upload"};
   writeSource(upload.source);
   std::vector<TransferSeries> all;
   for (const RunningServer& server : servers) {
-    if (server.port(Wire::plain) != 0) all.emplace_back(server, download, downloads, core);
+    if (server.port(Wire::plain) == 0) continue;
+    all.emplace_back(server, download, downloads, core);
+    all.emplace_back(server, stream, uploads, core);
   }
   all.emplace_back(servers.front(), upload, uploads, core);
   return all;

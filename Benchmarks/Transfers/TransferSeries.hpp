@@ -31,7 +31,8 @@ class TransferSeries {
   TransferTask task_;
   int count_;
   int core_;
-  /// In the order of `moverKinds`.
+  std::vector<MoverKind> kinds_;
+  /// In the order of the kinds.
   std::vector<Rounds> measurements_;
 };
 

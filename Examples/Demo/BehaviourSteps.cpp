@@ -5,8 +5,8 @@
 #include "TestSupport/StandardRoutes.hpp"
 
 using namespace corvane;
-using corvane::testing::MockResponse;
-using corvane::testing::TestServer;
+using corvane::testkit::MockResponse;
+using corvane::testkit::TestServer;
 
 namespace {
 

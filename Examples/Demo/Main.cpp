@@ -8,8 +8,8 @@
 #include "TestSupport/StandardRoutes.hpp"
 
 int main() try {
-  corvane::testing::TestServer server;
-  corvane::testing::installStandardRoutes(server);
+  corvane::testkit::TestServer server;
+  corvane::testkit::installStandardRoutes(server);
   std::printf("A test server listens on %s; everything below really goes there.\n", server.authority().c_str());
   Stage stage({DEMO_FOLDER "/Steps.cpp", DEMO_FOLDER "/TransferSteps.cpp", DEMO_FOLDER "/BehaviourSteps.cpp"});
   playAll(stage, server);

@@ -15,13 +15,13 @@
 #include "Velisand/Task.hpp"
 
 using namespace corvane;
-using corvane::testing::CertificateAuthority;
-using corvane::testing::CertificateRequest;
-using corvane::testing::MockResponse;
-using corvane::testing::ReceivedRequest;
-using corvane::testing::TemporaryDirectory;
-using corvane::testing::TestServer;
-using corvane::testing::Tls;
+using corvane::testkit::CertificateAuthority;
+using corvane::testkit::CertificateRequest;
+using corvane::testkit::MockResponse;
+using corvane::testkit::ReceivedRequest;
+using corvane::testkit::TemporaryDirectory;
+using corvane::testkit::TestServer;
+using corvane::testkit::Tls;
 
 // Outside of any namespace, so that messages name them as they are read here.
 
@@ -141,7 +141,7 @@ void playFailures(Stage& stage, TestServer& server) {
     server.takeRequest();
   });
   stage.step("A refused connection", "refused", [&] {
-    const std::string url = "http://127.0.0.1:" + std::to_string(corvane::testing::unusedPort()) + "/";
+    const std::string url = "http://127.0.0.1:" + std::to_string(corvane::testkit::unusedPort()) + "/";
     // show: refused
     const DataResponse response = responseTo(DataGetRequest(url));
     // end

@@ -4,7 +4,7 @@
 #include "Stage.hpp"
 
 /// Everything the demo shows, against a server with the standard routes.
-void playAll(Stage& stage, corvane::testing::TestServer& server);
+void playAll(Stage& stage, corvane::testkit::TestServer& server);
 
 /// Downloads, uploads and forms, against a server of their own.
 void playTransfers(Stage& stage);

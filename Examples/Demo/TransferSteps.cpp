@@ -13,12 +13,12 @@
 #include "TestSupport/TemporaryDirectory.hpp"
 
 using namespace corvane;
-using corvane::testing::generatedBytes;
-using corvane::testing::MockResponse;
-using corvane::testing::ReceivedRequest;
-using corvane::testing::ReceivedSection;
-using corvane::testing::TemporaryDirectory;
-using corvane::testing::TestServer;
+using corvane::testkit::generatedBytes;
+using corvane::testkit::MockResponse;
+using corvane::testkit::ReceivedRequest;
+using corvane::testkit::ReceivedSection;
+using corvane::testkit::TemporaryDirectory;
+using corvane::testkit::TestServer;
 
 namespace {
 

@@ -5,7 +5,7 @@ from conan import ConanFile
 from conan.errors import ConanInvalidConfiguration
 from conan.tools.build import check_min_cppstd
 from conan.tools.cmake import CMake, CMakeDeps, CMakeToolchain, cmake_layout
-from conan.tools.files import copy, load, rmdir
+from conan.tools.files import copy, get, load, rmdir
 from conan.tools.gnu import PkgConfigDeps
 from conan.tools.scm import Version
 
@@ -51,20 +51,30 @@ class CorvaneConan(ConanFile):
 
     @property
     def _root(self):
-        """The project, in which the recipe stands."""
+        """The project, in which the recipe stands, unless it is that of a release: that one has a conandata.yml, which
+        names the archive."""
         return os.path.join(self.recipe_folder, os.pardir, os.pardir)
 
     def set_version(self):
+        if self.conan_data:
+            (self.version,) = self.conan_data["sources"]
+            return
         project = load(self, os.path.join(self._root, "CMakeLists.txt"))
         self.version = re.search(r"project\(Corvane VERSION ([0-9.]+)", project).group(1)
 
     def export_sources(self):
+        if self.conan_data:
+            return
         for pattern in ("CMakeLists.txt", "LICENSE", "CHANGELOG.md", "CMake/*", "Sources/*", "Tools/*", "Packaging/*",
                         "Examples/Packages/*", "Tests/TestSupport/*"):
             copy(self, pattern, src=self._root, dst=self.export_sources_folder)
 
     def layout(self):
         cmake_layout(self)
+
+    def source(self):
+        if self.conan_data:
+            get(self, **self.conan_data["sources"][self.version], strip_root=True)
 
     def requirements(self):
         self.requires("openssl/[>=3 <4]")

@@ -7,7 +7,11 @@ set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME corvane)
 set(CPACK_PACKAGE_VENDOR "The Corvane authors")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")  # each package has its own
-set(maintainer "The Corvane authors <corvane@localhost>")
+file(STRINGS "${PROJECT_SOURCE_DIR}/Packaging/publisher.ini" maintainer REGEX "^maintainer *= *[^ ]")
+string(REGEX REPLACE "^maintainer *= *" "" maintainer "${maintainer}")
+if(maintainer STREQUAL "")
+  set(maintainer "The Corvane authors <corvane@localhost>")    # of a package that is not published
+endif()
 if(DEFINED ENV{DEBFULLNAME} AND DEFINED ENV{DEBEMAIL})
   set(maintainer "$ENV{DEBFULLNAME} <$ENV{DEBEMAIL}>")
 endif()

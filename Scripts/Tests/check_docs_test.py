@@ -56,6 +56,9 @@ class CheckDocsTest(unittest.TestCase):
         self.assert_only(self.problems("[a](Lost.md)"), "Lost.md leads nowhere")
         self.assert_only(self.problems("# A title", "[a](#title) [b](#a-title)"), "has no heading #title")
 
+    def test_finds_a_dead_link_whose_text_is_split(self):
+        self.assert_only(self.problems("Words", "and [a", "b](Lost.md)"), "Page.md:2: Lost.md leads nowhere")
+
     def test_finds_an_anchor_that_the_site_has_not(self):
         self.assert_only(self.problems("# One & two", "[a](#one--two)"), "is called something else on the site")
 
@@ -70,6 +73,20 @@ class CheckDocsTest(unittest.TestCase):
 
     def test_finds_a_mark_without_a_table(self):
         self.assert_only(self.problems(check_docs.ROWS), "there is no table")
+        self.assert_only(self.problems("<!-- messages of Sources -->"), "there is no table")
+
+    def messages(self, first):
+        (self.root / "Sources/Error.cpp").write_text('return "the key \\"" + key +\n  "\\" is " "missing";\n')
+        return self.problems("<!-- messages of Sources -->", "", "| Message | Means |", "|---|---|", f"| {first} | it |")
+
+    def test_accepts_messages_that_the_code_has(self):
+        self.assertEqual(self.messages("`the key … missing`, `the key \"…\" is …`"), [])
+
+    def test_finds_a_message_that_the_code_has_not(self):
+        self.assert_only(self.messages("`the key … is lost`"), 'no message of Sources has "is lost"')
+
+    def test_finds_a_row_without_a_message(self):
+        self.assert_only(self.messages("the key is missing"), "does not begin with a message")
 
 
 if __name__ == "__main__":

@@ -172,7 +172,7 @@ class CheckLayersTest(unittest.TestCase):
             Platform__B__Y_dot_cpp='#include "Platform/A/X.hpp"\n',
         )
 
-        self.assert_only(problems, "rooms include each other: Platform/A -> Platform/B -> Platform/A")
+        self.assert_only(problems, "folders include each other: Platform/A -> Platform/B -> Platform/A")
 
     def test_refuses_sources_of_the_library_that_look_back(self):
         texts = {
@@ -181,7 +181,7 @@ class CheckLayersTest(unittest.TestCase):
             "Corvane__B__Y_dot_cpp": '#include "Corvane/A/X.hpp"\n',
         }
 
-        self.assert_only(self.problems(**texts), "rooms include each other: Corvane/A -> Corvane/B -> Corvane/A")
+        self.assert_only(self.problems(**texts), "folders include each other: Corvane/A -> Corvane/B -> Corvane/A")
 
     def test_takes_a_header_beside_the_rooms_with_its_source(self):
         texts = {
@@ -192,7 +192,7 @@ class CheckLayersTest(unittest.TestCase):
 
         self.assertEqual(self.problems(**texts), [])
         texts["Corvane__B__Y_dot_cpp"] = '#include "Corvane/X.hpp"\n'
-        self.assert_only(self.problems(**texts), "rooms include each other: Corvane/B -> Corvane/X -> Corvane/B")
+        self.assert_only(self.problems(**texts), "folders include each other: Corvane/B -> Corvane/X -> Corvane/B")
 
     def test_refuses_a_public_header_that_declares_nothing_but_details(self):
         text = "namespace corvane { class Known; }\nnamespace corvane::detail {\nclass A { int a = 'x'; };\n}\n"

@@ -14,19 +14,19 @@ class HTTPURLResponse;
 namespace corvane {
 
 /// The status of a response: one of the 41 status codes that have a name here, or `unknown` for a missing
-/// status and for every other code.
+/// status and for every other code, which `statusCode` still has.
 ///
-/// A small value; usable in `switch` (with a `default`), as a key, and in constant expressions:
+/// A small value, for use in `switch` (with a `default`), as a key, and in constant expressions:
 ///
 ///     switch (response.status) {
 ///       case HTTPStatus::notFound: …
 ///     }
 class CORVANE_API HTTPStatus {
  public:
-  /// What a `switch` compares; name the cases by the constants below.
+  /// The type that a `switch` compares; use the constants below as cases.
   enum class Case : int;
 
-  /// The status codes of RFC 2616, 10, by their names there, in their order: 100 and 101.
+  /// The status codes of RFC 2616, 10, in ascending order. 100 and 101.
   static const HTTPStatus continue_, switchingProtocols;
   /// 200.
   static const HTTPStatus success;
@@ -45,22 +45,34 @@ class CORVANE_API HTTPStatus {
   /// A missing or unlisted status; its raw value is 1000.
   static const HTTPStatus unknown;
 
-  /// Absent when no status has this number; 1000 gives `unknown`.
+  /// The status with this number; absent if no status has it. 1000 is `unknown`.
   static std::optional<HTTPStatus> fromRawValue(int rawValue);
+
+  /// The status of a response with this code: the listed one, or an `unknown` that keeps the code.
+  static HTTPStatus of(int code);
 
   /// The status code; 1000 for `unknown`.
   constexpr int rawValue() const { return rawValue_; }
+  /// The code that the server sent, 422 as well as 404. Absent for an `unknown` without a code.
+  constexpr std::optional<int> statusCode() const { return code_ == 0 ? std::nullopt : std::optional(code_); }
+  /// The phrase of the code in the IANA registry of status codes (RFC 9110, 16.2.1): "Unprocessable Content" for 422.
+  /// Empty for a code that is not registered, and without a code.
+  std::string_view reasonPhrase() const;
   /// The name of the constant, without a trailing underscore: "notFound", "continue".
   std::string_view name() const;
 
-  /// Makes `switch` work; see above.
+  /// Converts for `switch`; see above.
   constexpr operator Case() const { return static_cast<Case>(rawValue_); }  // NOLINT: what makes `switch` work
   friend constexpr bool operator==(HTTPStatus left, HTTPStatus right) { return left.rawValue_ == right.rawValue_; }
 
  private:
-  constexpr explicit HTTPStatus(int rawValue) : rawValue_(rawValue) {}
+  static constexpr int rawValueOfUnknown = 1000;
+
+  constexpr explicit HTTPStatus(int rawValue) : HTTPStatus(rawValue, rawValue == rawValueOfUnknown ? 0 : rawValue) {}
+  constexpr HTTPStatus(int rawValue, int code) : rawValue_(rawValue), code_(code) {}
 
   int rawValue_;
+  int code_;  ///< not part of the value: every `unknown` is equal
 };
 
 inline constexpr HTTPStatus HTTPStatus::continue_{100};
@@ -104,7 +116,7 @@ inline constexpr HTTPStatus HTTPStatus::badGateway{502};
 inline constexpr HTTPStatus HTTPStatus::serviceUnavailable{503};
 inline constexpr HTTPStatus HTTPStatus::gatewayTimeout{504};
 inline constexpr HTTPStatus HTTPStatus::httpVersionNotSupported{505};
-inline constexpr HTTPStatus HTTPStatus::unknown{1000};
+inline constexpr HTTPStatus HTTPStatus::unknown{rawValueOfUnknown};
 
 /// Whether a response with this status counts as a success: from `success` (200) to `partialContent` (206).
 constexpr bool isSuccess(HTTPStatus status) {
@@ -112,7 +124,7 @@ constexpr bool isSuccess(HTTPStatus status) {
          status.rawValue() <= HTTPStatus::partialContent.rawValue();
 }
 
-/// The status of a platform response; `unknown` when its code has no name here.
+/// The status of a platform response; `unknown`, with its code, when that is not listed above.
 CORVANE_API HTTPStatus status(const platform::HTTPURLResponse& response);
 
 /// Writes the name.

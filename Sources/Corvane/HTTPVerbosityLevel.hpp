@@ -6,9 +6,10 @@ namespace corvane {
 enum class HTTPVerbosityLevel {
   /// Nothing.
   none,
-  /// One line: method, URL and status.
+  /// One line: method, URL, status, and the error if there is one.
   brief,
-  /// The URL, with the request as a command line, the status, the response's headers and a summary of its body.
+  /// The URL, the request as a command line for curl, the status, the response's headers, a summary of its body, and
+  /// the error if there is one.
   verbose,
 };
 

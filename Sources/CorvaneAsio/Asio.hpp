@@ -6,7 +6,7 @@
 ///
 ///     #include <CorvaneAsio/Asio.hpp>
 ///
-/// For Boost.Asio there is the same in `<CorvaneAsio/BoostAsio.hpp>`. A file that includes both names the one it means:
+/// `<CorvaneAsio/BoostAsio.hpp>` has the same for Boost.Asio. A file that includes both headers qualifies the names:
 /// `corvane::withAsio::async_send`, `corvane::withBoostAsio::async_send`.
 
 #include <asio/associated_allocator.hpp>
@@ -37,6 +37,7 @@
 #include "CorvaneAsio/AsioMainLoop.hpp"
 #include "CorvaneAsio/AsioQueue.hpp"
 #include "CorvaneAsio/AsyncSend.hpp"
+#include "CorvaneAsio/AsyncNext.hpp"
 // clang-format on
 #undef CORVANE_ASIO
 #undef CORVANE_ASIO_ADAPTER

@@ -4,28 +4,28 @@
 namespace corvane {
 inline namespace CORVANE_ASIO_ADAPTER {
 
-/// Has a context of Asio drain the library's main queue for as long as this lives: completions for which no queue was
-/// named run on a thread that runs the context.
+/// Lets a context of Asio drain the library's main queue as long as this object exists: completions for which no queue
+/// was named run on a thread that runs the context.
 ///
 ///     asio::io_context context;
 ///     const AsioMainLoop mainLoop(context);
 ///     request.send([&](DataResponse response) { …; context.stop(); });
 ///     context.run();
 ///
-/// It is work for the context: `run()` goes on until `stop()` or `detach()`, also where nothing is under way. A wake-up
-/// comes from any thread, and nothing is polled. The context may be destroyed first; then the main queue is not drained
-/// any more. What waits there at the end stays for the next who drains it. One host's loop at a time has the main
-/// queue; a second one traps.
+/// It is work for the context: `run()` does not return before `stop()` or `detach()`, even if nothing is under way. Any
+/// thread can wake the context; nothing is polled. The context may be destroyed first; then the main queue is not
+/// drained any more. Blocks that are pending at the end wait for the next loop that drains the main queue. Only one
+/// loop at a time can drain it; a second one traps.
 class AsioMainLoop {
  public:
-  /// On the threads that an executor runs on. Throws what making a service of its context throws: lack of memory.
+  /// Drains the main queue on the threads of an executor. Throws `std::bad_alloc`.
   template <asio_detail::IsExecutor Executor>
   explicit AsioMainLoop(const Executor& executor) : attachment_(asio_detail::Submission<Executor>(executor)) {}
-  /// On the threads that run the context.
+  /// Drains the main queue on the threads that run the context.
   template <asio_detail::IsContext Context>
   explicit AsioMainLoop(Context& context) : AsioMainLoop(context.get_executor()) {}
 
-  /// Ends it early. Any thread, also inside a block of the main queue.
+  /// Ends the attachment early. May be called on any thread, also inside a block of the main queue.
   void detach() { attachment_.detach(); }
 
  private:

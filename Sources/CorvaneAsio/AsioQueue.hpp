@@ -4,27 +4,28 @@
 namespace corvane {
 inline namespace CORVANE_ASIO_ADAPTER {
 
-/// A serial completion queue whose blocks run on an executor of Asio: of an `io_context`, a `thread_pool`, a strand.
+/// A serial completion queue whose blocks run on an executor of Asio: that of an `io_context` or a `thread_pool`, or a
+/// strand.
 ///
 ///     asio::io_context context;
 ///     const AsioQueue queue(context);
 ///     request.send(queue, [](DataResponse response) { … });
 ///     context.run();
 ///
-/// It is used wherever a `DispatchQueue` is wanted. **A `DispatchQueue` made of it is work for the context**, as an
-/// operation of Asio's is: `run()` goes on until the last is gone, and so until every send that was given the queue has
-/// called its completion. The `AsioQueue` itself is not work; so keep this, not the `DispatchQueue`. Copies are the
-/// same queue. Any thread.
+/// It can be used wherever a `DispatchQueue` is needed. **A `DispatchQueue` copied from it is work for the context**,
+/// like an operation of Asio: `run()` does not return before the last such copy is gone, and thus not before every send
+/// with this queue has called its completion. The `AsioQueue` itself is not work; so store the `AsioQueue`, not a
+/// `DispatchQueue`. Copies are the same queue. May be used on any thread.
 ///
-/// Blocks never run inside the call that submits them, and one at a time, also where several threads run the context.
-/// As on every queue, an exception that escapes a block ends the process; `async_send` is for handlers that throw.
+/// Blocks never run inside the call that submits them. They run one at a time, even if several threads run the context.
+/// As on every queue, an exception that escapes a block ends the process; use `async_send` for handlers that throw.
 ///
-/// **When the context is destroyed**, blocks that wait are dropped without being run, as Asio's own handlers are; those
-/// that are submitted later are dropped at once; a `sync` throws. A context that is only stopped keeps them, for the
-/// next `run()`.
+/// **When the context is destroyed**, pending blocks are dropped without being run, like Asio's own handlers. Blocks
+/// that are submitted later are dropped at once; a `sync` throws. A context that is only stopped keeps pending blocks
+/// for the next `run()`.
 class AsioQueue {
  public:
-  /// The label shows in `DispatchQueue::label()`.
+  /// A queue on this executor. The label is that of the `DispatchQueue`.
   template <asio_detail::IsExecutor Executor>
   explicit AsioQueue(const Executor& executor, std::string label = "corvane.asio")
       : state_(std::make_shared<State>(
@@ -33,12 +34,12 @@ class AsioQueue {
               target.use([&](const Executor& held) { submission = asio_detail::Submission<Executor>(held); });
               return platform::DispatchQueue(label, std::move(submission));
             })) {}
-  /// On any thread that runs the context.
+  /// A queue on the threads that run the context.
   template <asio_detail::IsContext Context>
   explicit AsioQueue(Context& context, std::string label = "corvane.asio")
       : AsioQueue(context.get_executor(), std::move(label)) {}
 
-  /// The queue itself, which is work for the context.
+  /// The `DispatchQueue`, which is work for the context.
   platform::DispatchQueue queue() const {
     const platform::detail::MutexLock lock(state_->mutex);
     // Without handles nothing is left of the previous queue, neither blocks nor copies.
@@ -47,7 +48,7 @@ class AsioQueue {
     state_->core = made.core();
     return made;
   }
-  /// The same, so that it can be given where a queue is wanted.
+  /// The same as an implicit conversion.
   operator platform::DispatchQueue() const { return queue(); }  // NOLINT(google-explicit-constructor)
 
  private:

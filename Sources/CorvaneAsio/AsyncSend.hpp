@@ -32,7 +32,8 @@ struct Initiation {
   Starter starter;
 };
 
-/// The starter is called with the outcome, maybe several times, where the token keeps the operation for later.
+/// The starter is called with the outcome and its stop, maybe several times, where the token keeps the operation for
+/// later.
 template <class Value, class Fallback, class Token, class Starter>
 decltype(auto) initiate(const Fallback& fallback, Token&& token, Starter starter) {
   return CORVANE_ASIO::async_initiate<Token, void(std::exception_ptr, Value)>(
@@ -84,12 +85,16 @@ struct OfResponse {
 /// What it is, without an error of its own.
 template <class Result>
 struct OfResult {
+  using Value = Result;
+
   void operator()(Outcome<Result>& outcome, Result result) const { outcome.complete(nullptr, std::move(result)); }
   void operator()(Outcome<Result>& outcome) const { outcome.complete(exceptionOf(cancelled()), empty()); }
 
   static Result empty() {
     if constexpr (requires { Result::totalFailure({}); }) {
       return Result::totalFailure({});
+    } else if constexpr (HTTPResponsable<Result>) {
+      return Result(std::nullopt, std::nullopt, nullptr, cancelled());
     } else {
       return {};
     }
@@ -102,21 +107,29 @@ platform::DispatchQueue queueOf(const std::shared_ptr<Outcome<Value>>& outcome) 
   return {"corvane.asio", [outcome](platform::Block drain) { outcome->submit(std::move(drain)); }};
 }
 
-template <class Request>
-auto starterOf(Request request) {
-  return [request = std::move(request)](std::shared_ptr<Outcome<ResponseTo<Request>>> outcome) {
-    // The handlers of a polling type are called on the queue, before the completion.
-    auto queue = detail::Polls<Request> ? queueOf(outcome) : velisand::inlineExecutor();
-    request.send(std::move(queue), Completion(std::move(outcome), OfResponse<Request>()));
-  };
+/// What a send is started with: the caller's options, with the stop of the operation beside theirs, and a queue in
+/// place of theirs.
+inline SendOptions optionsOf(const SendOptions& options, std::stop_token stop, platform::DispatchQueue queue) {
+  SendOptions all{.queue = std::move(queue),
+                  .stop = std::move(stop),
+                  .progress = options.progress,
+                  .connectTimeout = options.connectTimeout};
+  if (!options.stop.stop_possible() && !options.deadline) return all;
+  const auto bounds = detail::SendBounds::add(detail::SendBounds::by(std::move(all.stop)), options);
+  SendOptions joined = detail::SendBounds::options(bounds, std::move(all.queue));
+  joined.progress = std::move(all.progress);
+  return joined;
 }
 
-template <class Request>
-auto starterOf(Request request, HTTPProgressHandler progress) {
-  return [request = std::move(request),
-          progress = std::move(progress)](std::shared_ptr<Outcome<ResponseTo<Request>>> outcome) {
-    auto queue = queueOf(outcome);
-    request.send(std::move(queue), progress, Completion(std::move(outcome), OfResponse<Request>()));
+template <class Translation, class Request>
+auto starterOf(Request request, SendOptions options) {
+  using Value = typename Translation::Value;
+  return [request = std::move(request), options = std::move(options)](std::shared_ptr<Outcome<Value>> outcome,
+                                                                      std::stop_token stop) {
+    // Handlers of a polling type and of progress are called on the queue, before the completion.
+    const bool isQueued = detail::Polls<Request> || options.progress;
+    auto queue = isQueued ? queueOf(outcome) : velisand::inlineExecutor();
+    request.send(optionsOf(options, std::move(stop), std::move(queue)), Completion(std::move(outcome), Translation()));
   };
 }
 
@@ -124,10 +137,13 @@ template <class Requests>
 using ResponsesTo = std::vector<typename detail::RequestOf<Requests>::Response>;
 
 template <class Requests>
-auto starterOf(const Requests& requests, HTTPBatchMode mode) {
+auto batchStarterOf(const Requests& requests, SendOptions options, HTTPBatchMode mode) {
   using Responses = ResponsesTo<Requests>;
-  return [requests = detail::collected(requests), mode](std::shared_ptr<Outcome<Responses>> outcome) {
-    send(requests, velisand::inlineExecutor(), mode, {}, Completion(std::move(outcome), OfResult<Responses>()));
+  return [requests = detail::collected(requests), options = std::move(options), mode](
+             std::shared_ptr<Outcome<Responses>> outcome, std::stop_token stop) {
+    auto queue = options.progress ? queueOf(outcome) : velisand::inlineExecutor();
+    send(requests, optionsOf(options, std::move(stop), std::move(queue)), mode, {},
+         Completion(std::move(outcome), OfResult<Responses>()));
   };
 }
 
@@ -135,89 +151,159 @@ template <class Request>
 using RetryResultOf = HTTPRetryResult<typename Request::Response>;
 
 template <class Request>
-auto retryStarterOf(Request request) {
+auto retryStarterOf(Request request, SendOptions options) {
   using Result = RetryResultOf<Request>;
-  return [request = std::move(request)](std::shared_ptr<Outcome<Result>> outcome) {
-    request.sendAttemptingRetry(velisand::inlineExecutor(), Completion(std::move(outcome), OfResult<Result>()));
+  return [request = std::move(request), options = std::move(options)](std::shared_ptr<Outcome<Result>> outcome,
+                                                                      std::stop_token stop) {
+    auto queue = options.progress ? queueOf(outcome) : velisand::inlineExecutor();
+    request.sendAttemptingRetry(optionsOf(options, std::move(stop), std::move(queue)),
+                                Completion(std::move(outcome), OfResult<Result>()));
   };
 }
 
+template <class Request>
+using OfWholeResponse = OfResult<typename Request::Response>;
+
 using DefaultExecutor = CORVANE_ASIO::system_executor;
+
+template <class Translation, class Target, class Request, class Token>
+decltype(auto) sendRequest(Target& target, const Request& request, SendOptions options, Token&& token) {
+  return initiate<typename Translation::Value>(executorOf(target), std::forward<Token>(token),
+                                               starterOf<Translation>(request, std::move(options)));
+}
 
 }  // namespace asio_detail
 
-/// Sends a request as an asynchronous operation of Asio's, for any completion token: a callback, `use_future`,
-/// `use_awaitable`, `deferred`, and what adapts them. The signature is `void(std::exception_ptr, HTTPResponse<Body>)`.
+/// Sends a request as an asynchronous operation of Asio, with any completion token: a callback, `use_future`,
+/// `use_awaitable`, `deferred`, and adapters of these. The signature is `void(std::exception_ptr, HTTPResponse<Body>)`.
 ///
 ///     const GetUser request{.login = "ada"};
 ///     const auto response = co_await async_send(request, asio::use_awaitable);
 ///     async_send(context, request, [](std::exception_ptr error, HTTPResponse<User> response) { … });
 ///
-/// - **Failures** are what `co_await request.send()` would throw: an `Error`. The response beside one has what facts
-///   there are (status, headers, `data`), and an empty body: a `Body()`, for a file's `URL` the root folder.
-/// - **The handler** is called once, never inside this function, on its associated executor; a handler without one runs
-///   on the executor or context given first, and where none was given on Asio's system executor, which has threads of
-///   its own. That executor has work until then, so `run()` goes on. An exception that the handler throws comes out of
-///   `run()`. Memory for the handler is that of its associated allocator. A polling request tells its handlers on that
-///   executor, too, before this one.
-/// - **Cancellation** by the handler's slot cancels the request, for the types `terminal` and `partial` (and so `all`);
-///   it then fails with `HTTPResponseError::taskCancelled`, unless it was faster. The server may have acted on it. A
-///   slot is used as Asio asks for: not on two threads at a time.
+/// - **Failures** are the `Error` that `co_await request.send()` would throw. The response that accompanies an error
+///   has the known facts (status, headers, `data`), and an empty body: a `Body()`, or the root folder for the `URL` of
+///   a file.
+/// - **The handler** is called once, never inside this function, on its associated executor. A handler without one runs
+///   on the executor or context that is the first argument, or else on Asio's system executor, which has threads of its
+///   own. That executor has work until then, so `run()` does not return. An exception from the handler leaves `run()`.
+///   The handler's memory comes from its associated allocator. A polling request calls its polling handlers on that
+///   executor, too, before this handler.
+/// - **Cancellation** through the handler's slot cancels the request, for the types `terminal` and `partial` (and thus
+///   `all`). The request then fails with `HTTPResponseError::taskCancelled`, unless it was faster; the server may have
+///   processed it. As Asio requires, a slot must not be used on two threads at a time.
 /// - **When the context is destroyed** first, the request is cancelled, and the handler destroyed without being called.
 /// - A request whose `shouldSend` is false fails with `taskCancelled`, too.
-template <AnyRequest Request, class Token>
-  requires(asio_detail::checkBody<Request>())
-decltype(auto) async_send(const Request& request, Token&& token) {
-  return asio_detail::initiate<asio_detail::ResponseTo<Request>>(
-      asio_detail::DefaultExecutor(), std::forward<Token>(token), asio_detail::starterOf(request));
-}
 template <asio_detail::IsExecutorOrContext Target, AnyRequest Request, class Token>
   requires(asio_detail::checkBody<Request>())
 decltype(auto) async_send(Target&& target, const Request& request, Token&& token) {
-  return asio_detail::initiate<asio_detail::ResponseTo<Request>>(
-      asio_detail::executorOf(target), std::forward<Token>(token), asio_detail::starterOf(request));
+  return asio_detail::sendRequest<asio_detail::OfResponse<Request>>(target, request, {}, std::forward<Token>(token));
+}
+template <AnyRequest Request, class Token>
+  requires(asio_detail::checkBody<Request>())
+decltype(auto) async_send(const Request& request, Token&& token) {
+  return async_send(asio_detail::DefaultExecutor(), request, std::forward<Token>(token));
 }
 
-/// The same for a download or an upload, with its progress, of which the handler is told on the executor of the
-/// completion handler: one at a time, before that, and not any more once it was called. It must not throw.
-template <detail::Transfers Request, class Token>
+/// The same with options by name: `async_send(context, request, {.deadline = 5s}, token)`. Their stop cancels the
+/// request as the slot of the handler does. A progress handler is called on the executor of the completion handler, one
+/// call at a time, never after it. Their queue is not used.
+template <asio_detail::IsExecutorOrContext Target, AnyRequest Request, std::same_as<SendOptions> Options = SendOptions,
+          class Token>
   requires(asio_detail::checkBody<Request>())
-decltype(auto) async_send(const Request& request, HTTPProgressHandler progress, Token&& token) {
-  return asio_detail::initiate<asio_detail::ResponseTo<Request>>(
-      asio_detail::DefaultExecutor(), std::forward<Token>(token), asio_detail::starterOf(request, std::move(progress)));
+decltype(auto) async_send(Target&& target, const Request& request, Options options, Token&& token) {
+  return asio_detail::sendRequest<asio_detail::OfResponse<Request>>(target, request, std::move(options),
+                                                                    std::forward<Token>(token));
 }
+template <AnyRequest Request, std::same_as<SendOptions> Options = SendOptions, class Token>
+  requires(asio_detail::checkBody<Request>())
+decltype(auto) async_send(const Request& request, Options options, Token&& token) {
+  return async_send(asio_detail::DefaultExecutor(), request, std::move(options), std::forward<Token>(token));
+}
+
+/// The same with the response itself. The signature is `void(std::exception_ptr, Response)`. Failures are in the
+/// response; there is an error only for a request whose `shouldSend` is false.
+template <asio_detail::IsExecutorOrContext Target, AnyRequest Request, class Token>
+decltype(auto) async_send(Target&& target, const Request& request, WholeResponse, Token&& token) {
+  return asio_detail::sendRequest<asio_detail::OfWholeResponse<Request>>(target, request, {},
+                                                                         std::forward<Token>(token));
+}
+template <AnyRequest Request, class Token>
+decltype(auto) async_send(const Request& request, WholeResponse, Token&& token) {
+  return async_send(asio_detail::DefaultExecutor(), request, wholeResponse, std::forward<Token>(token));
+}
+template <asio_detail::IsExecutorOrContext Target, AnyRequest Request, std::same_as<SendOptions> Options = SendOptions,
+          class Token>
+decltype(auto) async_send(Target&& target, const Request& request, Options options, WholeResponse, Token&& token) {
+  return asio_detail::sendRequest<asio_detail::OfWholeResponse<Request>>(target, request, std::move(options),
+                                                                         std::forward<Token>(token));
+}
+template <AnyRequest Request, std::same_as<SendOptions> Options = SendOptions, class Token>
+decltype(auto) async_send(const Request& request, Options options, WholeResponse, Token&& token) {
+  return async_send(asio_detail::DefaultExecutor(), request, std::move(options), wholeResponse,
+                    std::forward<Token>(token));
+}
+
+/// The same for a download or an upload, with its progress. The progress handler is called on the executor of the
+/// completion handler, one call at a time, never after the completion handler. It must not throw.
 template <asio_detail::IsExecutorOrContext Target, detail::Transfers Request, class Token>
   requires(asio_detail::checkBody<Request>())
 decltype(auto) async_send(Target&& target, const Request& request, HTTPProgressHandler progress, Token&& token) {
-  return asio_detail::initiate<asio_detail::ResponseTo<Request>>(asio_detail::executorOf(target),
-                                                                 std::forward<Token>(token),
-                                                                 asio_detail::starterOf(request, std::move(progress)));
+  return asio_detail::sendRequest<asio_detail::OfResponse<Request>>(
+      target, request, SendOptions{.progress = std::move(progress)}, std::forward<Token>(token));
+}
+template <detail::Transfers Request, class Token>
+  requires(asio_detail::checkBody<Request>())
+decltype(auto) async_send(const Request& request, HTTPProgressHandler progress, Token&& token) {
+  return async_send(asio_detail::DefaultExecutor(), request, std::move(progress), std::forward<Token>(token));
 }
 
-/// The same for a batch (see `send`). The signature is `void(std::exception_ptr, std::vector<Response>)`; failures are
-/// in the responses, and there is an error only where no list comes, as from a request that should not be sent.
-template <detail::RequestRange Requests, class Token>
-decltype(auto) async_send(const Requests& requests, HTTPBatchMode mode, Token&& token) {
+/// The same for a batch (see `send`). The signature is `void(std::exception_ptr, std::vector<Response>)`. Failures are
+/// in the responses; there is an error only if there is no list, for example because of a request with a false
+/// `shouldSend`.
+template <asio_detail::IsExecutorOrContext Target, detail::RequestRange Requests,
+          std::same_as<SendOptions> Options = SendOptions, class Token>
+decltype(auto) async_send(Target&& target, const Requests& requests, Options options, HTTPBatchMode mode,
+                          Token&& token) {
   return asio_detail::initiate<asio_detail::ResponsesTo<Requests>>(
-      asio_detail::DefaultExecutor(), std::forward<Token>(token), asio_detail::starterOf(requests, mode));
+      asio_detail::executorOf(target), std::forward<Token>(token),
+      asio_detail::batchStarterOf(requests, std::move(options), mode));
+}
+template <detail::RequestRange Requests, std::same_as<SendOptions> Options = SendOptions, class Token>
+decltype(auto) async_send(const Requests& requests, Options options, HTTPBatchMode mode, Token&& token) {
+  return async_send(asio_detail::DefaultExecutor(), requests, std::move(options), mode, std::forward<Token>(token));
 }
 template <asio_detail::IsExecutorOrContext Target, detail::RequestRange Requests, class Token>
 decltype(auto) async_send(Target&& target, const Requests& requests, HTTPBatchMode mode, Token&& token) {
-  return asio_detail::initiate<asio_detail::ResponsesTo<Requests>>(
-      asio_detail::executorOf(target), std::forward<Token>(token), asio_detail::starterOf(requests, mode));
+  return async_send(target, requests, SendOptions(), mode, std::forward<Token>(token));
+}
+template <detail::RequestRange Requests, class Token>
+decltype(auto) async_send(const Requests& requests, HTTPBatchMode mode, Token&& token) {
+  return async_send(asio_detail::DefaultExecutor(), requests, SendOptions(), mode, std::forward<Token>(token));
 }
 
-/// The same for a retrying send (see `HTTPRetryAttempting`), which a cancellation ends at once. The signature is
-/// `void(std::exception_ptr, HTTPRetryResult<Response>)`; failures are in the result.
-template <detail::Retries Request, class Token>
-decltype(auto) async_send_attempting_retry(const Request& request, Token&& token) {
+/// The same for a retrying send (see `HTTPRetryAttempting`). A cancellation ends the whole send at once. The signature
+/// is `void(std::exception_ptr, HTTPRetryResult<Response>)`; failures are in the result.
+template <asio_detail::IsExecutorOrContext Target, detail::Retries Request,
+          std::same_as<SendOptions> Options = SendOptions, class Token>
+decltype(auto) async_send_attempting_retry(Target&& target, const Request& request, Options options, Token&& token) {
   return asio_detail::initiate<asio_detail::RetryResultOf<Request>>(
-      asio_detail::DefaultExecutor(), std::forward<Token>(token), asio_detail::retryStarterOf(request));
+      asio_detail::executorOf(target), std::forward<Token>(token),
+      asio_detail::retryStarterOf(request, std::move(options)));
+}
+template <detail::Retries Request, std::same_as<SendOptions> Options = SendOptions, class Token>
+decltype(auto) async_send_attempting_retry(const Request& request, Options options, Token&& token) {
+  return async_send_attempting_retry(asio_detail::DefaultExecutor(), request, std::move(options),
+                                     std::forward<Token>(token));
 }
 template <asio_detail::IsExecutorOrContext Target, detail::Retries Request, class Token>
 decltype(auto) async_send_attempting_retry(Target&& target, const Request& request, Token&& token) {
-  return asio_detail::initiate<asio_detail::RetryResultOf<Request>>(
-      asio_detail::executorOf(target), std::forward<Token>(token), asio_detail::retryStarterOf(request));
+  return async_send_attempting_retry(target, request, SendOptions(), std::forward<Token>(token));
+}
+template <detail::Retries Request, class Token>
+decltype(auto) async_send_attempting_retry(const Request& request, Token&& token) {
+  return async_send_attempting_retry(asio_detail::DefaultExecutor(), request, SendOptions(),
+                                     std::forward<Token>(token));
 }
 
 }  // namespace CORVANE_ASIO_ADAPTER

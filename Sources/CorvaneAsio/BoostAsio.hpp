@@ -6,7 +6,7 @@
 ///
 ///     #include <CorvaneAsio/BoostAsio.hpp>
 ///
-/// For standalone Asio there is the same in `<CorvaneAsio/Asio.hpp>`. A file that includes both names the one it means:
+/// `<CorvaneAsio/Asio.hpp>` has the same for standalone Asio. A file that includes both headers qualifies the names:
 /// `corvane::withAsio::async_send`, `corvane::withBoostAsio::async_send`.
 
 #include <boost/asio/associated_allocator.hpp>
@@ -37,6 +37,7 @@
 #include "CorvaneAsio/AsioMainLoop.hpp"
 #include "CorvaneAsio/AsioQueue.hpp"
 #include "CorvaneAsio/AsyncSend.hpp"
+#include "CorvaneAsio/AsyncNext.hpp"
 // clang-format on
 #undef CORVANE_ASIO
 #undef CORVANE_ASIO_ADAPTER

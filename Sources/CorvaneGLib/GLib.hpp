@@ -1,7 +1,7 @@
 #pragma once
 
-/// Corvane in programs that run on GLib's main loop, as GTK's do: completion queues of a context (`GLibQueue`), and the
-/// main queue on a context (`GLibMainLoop`).
+/// Corvane in programs that run on GLib's main loop, such as GTK programs: completion queues of a context
+/// (`GLibQueue`), and the main queue on a context (`GLibMainLoop`).
 ///
 ///     #include <CorvaneGLib/GLib.hpp>
 
@@ -58,31 +58,30 @@ class GLibSubmission {
 /// Any thread may submit blocks; a block never runs inside the call that submits it. As on every queue, an exception
 /// that escapes a block ends the process.
 ///
-/// The queue keeps the context alive. **When the loop ends**, blocks wait until the context is iterated again; a
-/// thread that waits in `sync` waits as long. So iterate a context of your own until what is under way has completed,
-/// before you release it.
+/// The queue keeps the context alive. **When the loop ends**, blocks wait until the context is iterated again, and so
+/// does a thread in `sync`. So iterate a private context until all requests have completed, before you release it.
 class GLibQueue : public platform::DispatchQueue {
  public:
-  /// Null is the default context, as everywhere in GLib.
+  /// A queue on this context. Null is the default context, as everywhere in GLib.
   explicit GLibQueue(GMainContext* context = nullptr, std::string label = "corvane.glib")
       : DispatchQueue(std::move(label), detail::GLibSubmission(context)) {}
 };
 
-/// Has a main context of GLib drain the library's main queue for as long as this lives: completions for which no queue
-/// was named run where the context is iterated.
+/// Lets a main context of GLib drain the library's main queue as long as this object exists: completions for which no
+/// queue was named run where the context is iterated.
 ///
 ///     const GLibMainLoop mainLoop;
 ///     request.send([loop](DataResponse response) { …; g_main_loop_quit(loop); });
 ///     g_main_loop_run(loop);
 ///
-/// A wake-up comes from any thread, and nothing is polled. The context is kept alive meanwhile. What waits at the end
-/// stays for the next who drains the main queue. One host's loop at a time has it; a second one traps.
+/// Any thread can wake the loop; nothing is polled. The context is kept alive meanwhile. Blocks that are pending at the
+/// end wait for the next loop that drains the main queue. Only one loop at a time can drain it; a second one traps.
 class GLibMainLoop {
  public:
-  /// Null is the default context.
+  /// Drains the main queue in this context. Null is the default context.
   explicit GLibMainLoop(GMainContext* context = nullptr) : attachment_(detail::GLibSubmission(context)) {}
 
-  /// Ends it early. Any thread.
+  /// Ends the attachment early. May be called on any thread.
   void detach() { attachment_.detach(); }
 
  private:

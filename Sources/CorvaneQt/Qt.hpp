@@ -22,10 +22,10 @@ namespace corvane {
 
 namespace detail {
 
-/// Submits blocks to the event loop of an object's thread, as long as the object lives.
+/// Submits blocks to the event loop of an object's thread, as long as the object exists.
 class QtSubmission {
  public:
-  /// With `owns` the object goes with this at the latest.
+  /// With `owns`, the object is destroyed together with this, or earlier.
   explicit QtSubmission(QObject* context, bool owns = false) : link_(std::make_shared<Link>()), owns_(owns) {
     link_->context = context;
     link_->destroyed = QObject::connect(context, &QObject::destroyed, [link = link_] {
@@ -49,7 +49,7 @@ class QtSubmission {
     if (link_->context) QMetaObject::invokeMethod(link_->context, std::move(block), Qt::QueuedConnection);
   }
 
-  /// An object that lives in the thread, and as long as it runs.
+  /// An object that belongs to the thread, and exists as long as that runs.
   static QObject* receiverIn(QThread& thread) {
     auto* receiver = new QObject;
     receiver->moveToThread(&thread);
@@ -78,39 +78,41 @@ class QtSubmission {
 /// Any thread may submit blocks; a block never runs inside the call that submits it. As on every queue, an exception
 /// that escapes a block ends the process.
 ///
-/// **When the object is destroyed**, blocks that wait are dropped without being run, as Qt's own queued calls are, and
-/// those that come later are dropped at once; a `sync` throws. So a completion on the queue of a window may use the
-/// window: it is not called once that is gone. When the event loop ends, blocks wait until there is another in that
-/// thread, or the object goes.
+/// **When the object is destroyed**, pending blocks are dropped without being run, like Qt's own queued calls. Later
+/// blocks are dropped at once; a `sync` throws. So a completion on the queue of a window may use the window: it is not
+/// called once the window is gone. When the event loop ends, blocks wait until another event loop runs in that thread,
+/// or the object is destroyed.
 class QtQueue : public platform::DispatchQueue {
  public:
-  /// Requires: the object lives during the call, and is not moved to another thread while it is used.
+  /// A queue on the event loop of the object's thread. Requires: the object exists during the call, and is not moved to
+  /// another thread while the queue is used.
   explicit QtQueue(QObject* context, std::string label = "corvane.qt")
       : DispatchQueue(std::move(label), detail::QtSubmission(context)) {}
-  /// The event loop of a thread, for as long as it runs. Requires: the thread has not finished. (A `QThread` given as
-  /// an object would stand for the thread that made it.)
+  /// A queue on the event loop of a thread, for as long as that runs. Requires: the thread has not finished. (A pointer
+  /// to a `QThread` is refused: as an object, it belongs to the thread that created it.)
   explicit QtQueue(QThread& thread, std::string label = "corvane.qt")
       : DispatchQueue(std::move(label), detail::QtSubmission(detail::QtSubmission::receiverIn(thread), true)) {}
   explicit QtQueue(QThread* thread, std::string label = "corvane.qt") = delete;
 };
 
-/// Has Qt's event loop drain the library's main queue for as long as this lives: completions for which no queue was
-/// named run in the event loop of the application's thread.
+/// Lets Qt's event loop drain the library's main queue as long as this object exists: completions for which no queue
+/// was named run in the event loop of the application's thread.
 ///
 ///     QCoreApplication application(argc, argv);
 ///     const QtMainLoop mainLoop;
 ///     request.send([](DataResponse response) { …; QCoreApplication::quit(); });
 ///     return application.exec();
 ///
-/// A wake-up comes from any thread, and nothing is polled. The object (the application by default) may be destroyed
-/// first; then the main queue is not drained any more. Pending blocks stay for the next loop that drains it. One host's
-/// loop at a time has the main queue; a second one traps.
+/// Any thread can wake the loop; nothing is polled. The context object (the application by default) may be destroyed
+/// first; then the main queue is not drained any more. Pending blocks wait for the next loop that drains the main
+/// queue. Only one loop at a time can drain it; a second one traps.
 class QtMainLoop {
  public:
-  /// Requires: the object lives during the call; for the default, that there is an application.
+  /// Drains the main queue in the event loop of the object's thread. Requires: the object exists during the call; for
+  /// the default, the application exists.
   explicit QtMainLoop(QObject* context = QCoreApplication::instance()) : attachment_(detail::QtSubmission(context)) {}
 
-  /// Ends it early. Any thread.
+  /// Ends the attachment early. May be called on any thread.
   void detach() { attachment_.detach(); }
 
  private:

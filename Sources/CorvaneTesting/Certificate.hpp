@@ -3,12 +3,12 @@
 #include <string>
 #include <utility>
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 /// A certificate with its private key and the intermediates that lead to its root. A value.
 class Certificate {
  public:
-  /// All in the forms that the names say; the intermediates may be empty.
+  /// A certificate from its parts, in PEM and DER; the intermediates may be empty.
   Certificate(std::string pem, std::string der, std::string keyPem, std::string intermediatesPem)
       : pem_(std::move(pem)),
         der_(std::move(der)),
@@ -17,13 +17,13 @@ class Certificate {
 
   /// The certificate alone, as PEM.
   const std::string& pem() const { return pem_; }
-  /// The certificate alone, as DER: what `Corvane::addTrustedCertificate` reads.
+  /// The certificate alone, as DER: the format that `Corvane::addTrustedCertificate` reads.
   const std::string& der() const { return der_; }
   /// The private key, as PEM.
   const std::string& keyPem() const { return keyPem_; }
-  /// The certificate and the intermediates, without the root: what a server sends.
+  /// The certificate and the intermediates, without the root, as a server sends them.
   std::string chainPem() const { return pem_ + intermediatesPem_; }
-  /// The certificate alone, as a server with a hole in its configuration sends it.
+  /// The certificate without its intermediates, as a misconfigured server sends it.
   Certificate withoutIntermediates() const { return Certificate(pem_, der_, keyPem_, ""); }
 
  private:
@@ -33,4 +33,4 @@ class Certificate {
   std::string intermediatesPem_;
 };
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

@@ -11,7 +11,7 @@
 #include <stdexcept>
 #include <utility>
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 namespace {
 
@@ -194,4 +194,4 @@ Certificate CertificateAuthority::selfSigned(const CertificateRequest& request) 
   return Certificate(pemOf(handle), derOf(handle), pemOf(key), "");
 }
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

@@ -8,30 +8,30 @@
 
 #include "CorvaneTesting/Certificate.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
-/// When a certificate is valid, counted from the moment it is made.
+/// The validity of a certificate, relative to the time of its creation.
 struct Validity {
-  /// Negative: so long ago. Default: an hour ago.
+  /// The begin. Negative: in the past. Default: an hour ago.
   std::chrono::seconds from = -std::chrono::hours(1);
-  /// Negative: it is over. Default: in a day.
+  /// The end. Negative: in the past, so that the certificate has expired. Default: in a day.
   std::chrono::seconds until = std::chrono::hours(24);
 
-  /// Two days ago until an hour ago.
+  /// From two days ago until an hour ago.
   static Validity expired() { return {-std::chrono::hours(48), -std::chrono::hours(1)}; }
   /// From tomorrow until the day after.
   static Validity notYet() { return {std::chrono::hours(24), std::chrono::hours(48)}; }
 };
 
-/// What an issuer is asked to certify.
+/// The contents of a certificate to be issued.
 struct CertificateRequest {
-  /// The subject's name; what counts for servers are the alternative names below.
+  /// The subject's name. Clients compare only the alternative names below with the host.
   std::string commonName = "Corvane Test";
-  /// Subject alternative names; a wildcard is written as it stands in a certificate: "*.example.test".
+  /// Subject alternative names for DNS names. A wildcard is written as in a certificate: "*.example.test".
   std::vector<std::string> dnsNames = {};
-  /// Subject alternative names of that kind, numeric: "127.0.0.1", "::1".
+  /// Subject alternative names for IP addresses, in numeric form: "127.0.0.1", "::1".
   std::vector<std::string> ipAddresses = {};
-  /// Default: from an hour ago until tomorrow.
+  /// Default: from an hour ago until a day from now.
   Validity validity = {};
   /// In OpenSSL's spelling: "digitalSignature", "keyEncipherment,digitalSignature" … Left out when empty.
   std::string keyUsage = "digitalSignature";
@@ -42,8 +42,8 @@ struct CertificateRequest {
   static CertificateRequest localhost();
 };
 
-/// Issues certificates for tests: a root that signs itself, or an intermediate below another authority. All keys
-/// are EC P-256, which take well under a millisecond to make. Copies are the same authority.
+/// Issues certificates for tests: a self-signed root, or an intermediate below another authority. All keys are EC
+/// P-256, which take well under a millisecond to generate. Copies are the same authority.
 ///
 /// ```
 /// CertificateAuthority root;
@@ -52,18 +52,18 @@ struct CertificateRequest {
 /// ```
 class CertificateAuthority {
  public:
-  /// A root that signs itself.
+  /// A self-signed root.
   explicit CertificateAuthority(std::string name = "Corvane Test Root", Validity validity = {});
 
-  /// An authority that this one certifies. A path length of 0 forbids further authorities below it.
+  /// An intermediate authority, certified by this one. A path length of 0 forbids further authorities below it.
   CertificateAuthority intermediate(std::string name = "Corvane Test Intermediate", Validity validity = {},
                                     std::optional<int> pathLength = std::nullopt) const;
-  /// A certificate for an end entity, with what leads from it to the root.
+  /// A certificate for an end entity, with the intermediates that lead to the root.
   Certificate issue(const CertificateRequest& request) const;
   /// The authority's own certificate.
   const Certificate& certificate() const;
 
-  /// A certificate for an end entity that vouches for itself.
+  /// A self-signed certificate for an end entity.
   static Certificate selfSigned(const CertificateRequest& request);
 
  private:
@@ -74,4 +74,4 @@ class CertificateAuthority {
   std::shared_ptr<const State> state_;
 };
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <stdexcept>
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 namespace {
 
@@ -86,4 +86,4 @@ std::string corrupted(std::string_view bytes, std::size_t position) {
   return result;
 }
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

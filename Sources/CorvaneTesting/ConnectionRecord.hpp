@@ -3,27 +3,27 @@
 #include <string>
 #include <vector>
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
-/// What the server knows of one connection that a client made.
+/// The server's record of a connection.
 struct ConnectionRecord {
   /// Counted from 1, in the order of acceptance.
   int number = 0;
   /// False once either side closed it.
   bool isOpen = true;
-  /// How many complete requests came on it.
+  /// The number of complete requests on this connection.
   int requestCount = 0;
 
   /// The server name that the client asked for; empty without TLS or without that extension.
   std::string sni;
   /// "TLSv1.2", "TLSv1.3"; empty until a handshake is done.
   std::string tlsVersion;
-  /// Whether the TLS handshake took up a session from before.
+  /// Whether the TLS handshake resumed an earlier session.
   bool resumedSession = false;
-  /// Why the handshake failed, as the server saw it; empty when it did not.
+  /// The server's reason why the handshake failed; empty if it did not.
   std::string handshakeError;
   /// The TLS alerts that the client sent, by name: "unknown CA", "certificate expired", "close notify" …
   std::vector<std::string> alerts;
 };
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

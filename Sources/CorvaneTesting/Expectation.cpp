@@ -5,7 +5,7 @@
 
 #include "Platform/Detail/Locking.hpp"
 
-namespace corvane::testing::detail {
+namespace corvane::testkit::detail {
 
 struct Fulfilments::State {
   platform::detail::Mutex mutex;
@@ -46,4 +46,4 @@ void Fulfilments::demand(std::size_t least, std::chrono::milliseconds limit) {
                            std::to_string(limit.count()) + " ms, not " + std::to_string(least));
 }
 
-}  // namespace corvane::testing::detail
+}  // namespace corvane::testkit::detail

@@ -6,14 +6,14 @@
 #include <utility>
 #include <vector>
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 namespace detail {
 
-/// How often something happened, for those who wait for it. All but the lock is called by who holds the lock.
+/// Counts fulfilments, and lets threads wait for them. All functions require the lock.
 class Fulfilments {
  public:
-  /// Holds the lock while it lives.
+  /// Holds the lock while it exists.
   class Lock {
    public:
     explicit Lock(Fulfilments& fulfilments);
@@ -32,7 +32,7 @@ class Fulfilments {
 
   void add();
   std::size_t count() const;
-  /// Lets go of the lock meanwhile; false when the limit passed first.
+  /// Releases the lock while it waits. False when the limit passed first.
   bool waitFor(std::size_t least, std::chrono::milliseconds limit);
   /// The same; throws when the limit passed first.
   void demand(std::size_t least, std::chrono::milliseconds limit);
@@ -54,17 +54,17 @@ class Fulfilments {
 /// EXPECT_EQ(finished.count(), 1);
 /// ```
 ///
-/// Copies are the same expectation, so a callback may outlive the test's own. It keeps every fulfilment: a
-/// completion that comes twice is counted twice. All members may be called from any thread.
+/// Copies are the same expectation, so a callback may outlive the test's copy. It keeps every fulfilment: a completion
+/// that is called twice counts twice. All members may be called on any thread.
 template <class T>
 class Expectation {
  public:
   /// The unit of every limit.
   using Milliseconds = std::chrono::milliseconds;
-  /// How long a wait lasts that is not told otherwise: ten seconds.
+  /// The default limit of a wait: ten seconds.
   static constexpr Milliseconds defaultWait{10'000};
 
-  /// Keeps the value, and wakes who waits.
+  /// Keeps the value, and wakes waiting threads.
   void fulfil(T value) const {
     // The waiting thread may destroy this object as soon as it sees the value.
     const std::shared_ptr<State> state = state_;
@@ -75,23 +75,24 @@ class Expectation {
   /// The same as `fulfil`, so that an expectation can itself be the callback.
   void operator()(T value) const { fulfil(std::move(value)); }
 
-  /// The first value; throws `std::runtime_error` when it does not come in time.
+  /// Waits for the first value. Throws `std::runtime_error` when the limit passed first.
   T wait(Milliseconds limit = defaultWait) const { return waitForAll(1, limit).front(); }
-  /// The values so far, once there are at least so many; throws `std::runtime_error` when they do not come in time.
+  /// Waits for at least this number of values, and returns all values so far. Throws `std::runtime_error` when the
+  /// limit passed first.
   std::vector<T> waitForAll(std::size_t least, Milliseconds limit = defaultWait) const {
     const Lock lock(state_->fulfilments);
     state_->fulfilments.demand(least, limit);
     return state_->values;
   }
-  /// Whether it is fulfilled in time; for negative expectations, give a short limit.
+  /// Whether it is fulfilled before the limit. If it should not be fulfilled, pass a short limit.
   bool isFulfilledWithin(Milliseconds limit) const {
     const Lock lock(state_->fulfilments);
     return state_->fulfilments.waitFor(1, limit);
   }
 
-  /// Whether there was a fulfilment yet.
+  /// Whether it has been fulfilled.
   bool isFulfilled() const { return count() > 0; }
-  /// How many fulfilments there were.
+  /// The number of fulfilments.
   int count() const {
     const Lock lock(state_->fulfilments);
     return static_cast<int>(state_->fulfilments.count());
@@ -130,7 +131,7 @@ class Expectation<void> {
   Expectation<char> events_;
 };
 
-/// Starts something that takes a callback, and returns what the callback is first given:
+/// Starts an operation that takes a callback, and returns the first value that the callback is called with:
 /// `auto response = await<Response>([&](auto done) { request.send(done); });`
 template <class T, class Start>
 T await(Start&& start, std::chrono::milliseconds limit = Expectation<T>::defaultWait) {
@@ -139,4 +140,4 @@ T await(Start&& start, std::chrono::milliseconds limit = Expectation<T>::default
   return expectation.wait(limit);
 }
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

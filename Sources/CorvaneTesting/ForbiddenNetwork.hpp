@@ -2,13 +2,14 @@
 
 #include "Corvane/Settings.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
-/// Forbids the network while it lives: a request that would use it fails with an `HTTPNetworkForbiddenError`, also one
-/// to a `TestServer`. Mocks still answer. Afterwards `Corvane::isNetworkForbidden` is what it was.
+/// Forbids the network while it exists: a request that would use the network, also one to a `TestServer`, fails with an
+/// `HTTPNetworkForbiddenError`. Mocks and a `MockNetwork` still respond. Its destructor restores
+/// `Corvane::isNetworkForbidden`.
 class ForbiddenNetwork {
  public:
-  /// Forbids it from now on.
+  /// Forbids the network from now on.
   ForbiddenNetwork() : wasForbidden_(Corvane::isNetworkForbidden.exchange(true)) {}
   ~ForbiddenNetwork() { Corvane::isNetworkForbidden = wasForbidden_; }
   ForbiddenNetwork(const ForbiddenNetwork&) = delete;
@@ -18,4 +19,4 @@ class ForbiddenNetwork {
   bool wasForbidden_;
 };
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

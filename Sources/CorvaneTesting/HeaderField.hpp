@@ -2,16 +2,16 @@
 
 #include <string>
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
-/// One header field as it stands on the wire: the name in the sender's spelling, the value without surrounding spaces.
+/// A header field as received: the name in the sender's spelling, the value without surrounding spaces.
 struct HeaderField {
   /// In the sender's spelling.
   std::string name;
-  /// Without the spaces around it.
+  /// Without surrounding spaces.
   std::string value;
 
   friend bool operator==(const HeaderField&, const HeaderField&) = default;
 };
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

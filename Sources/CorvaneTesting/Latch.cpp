@@ -2,7 +2,7 @@
 
 #include "CorvaneTesting/Internal/Event.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 struct Latch::State {
   detail::Event event;
@@ -16,4 +16,4 @@ bool Latch::isOpen() const { return state_->event.isRaised(); }
 
 int Latch::descriptor() const { return state_->event.descriptor(); }
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

@@ -2,21 +2,21 @@
 
 #include <memory>
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
-/// Holds responses back until the test opens it: an event in place of a guessed delay. Copies are the same latch;
-/// any thread may open it, and it stays open.
+/// Holds responses back until the test opens it, in place of a guessed delay. Copies are the same latch. Any thread may
+/// open it; it then stays open.
 class Latch {
  public:
-  /// A latch that is closed.
+  /// A closed latch.
   Latch();
 
-  /// Lets through all that wait, and all that come later. Again is fine.
+  /// Releases all current and later waiters. May be called repeatedly.
   void open() const;
   /// Whether `open` was called.
   bool isOpen() const;
 
-  /// Readable once the latch is open; for the server's loops.
+  /// A descriptor that is readable once the latch is open, for the server's loops.
   int descriptor() const;
 
  private:
@@ -24,4 +24,4 @@ class Latch {
   std::shared_ptr<State> state_;
 };
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

@@ -2,7 +2,7 @@
 
 #include "Vantorel/LogSink.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 LogCapture::LogCapture() : previous_(vantorel::logSink()), sink_(std::make_shared<vantorel::CapturingSink>()) {
   vantorel::setLogSink(sink_);
@@ -16,4 +16,4 @@ std::vector<std::string> LogCapture::messages() const {
   return messages;
 }
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

@@ -6,18 +6,18 @@
 
 #include "Vantorel/CapturingSink.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
-/// Captures what is logged while it lives; afterwards the sink from before is back.
+/// Captures all log records while it exists; its destructor restores the previous sink.
 class LogCapture {
  public:
-  /// Takes the place of the process's sink.
+  /// Replaces the sink of the process.
   LogCapture();
   ~LogCapture();
   LogCapture(const LogCapture&) = delete;
   LogCapture& operator=(const LogCapture&) = delete;
 
-  /// The records, by the members of `vantorel::CapturingSink`.
+  /// The capturing sink, with its records.
   vantorel::CapturingSink* operator->() const { return sink_.get(); }
   /// The messages of all records so far, in their order.
   std::vector<std::string> messages() const;
@@ -27,4 +27,4 @@ class LogCapture {
   std::shared_ptr<vantorel::CapturingSink> sink_;
 };
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

@@ -8,10 +8,11 @@
 #include "CorvaneTesting/Expectation.hpp"
 #include "Platform/Dispatch/DispatchQueue.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
-/// Drains the main queue until the expectation is fulfilled by a block that runs there, and returns its value.
-/// For completions that no queue was named for. Call it on the test's own thread.
+/// Drains the main queue until a block that runs there fulfils the expectation, and returns its value. For completions
+/// for which no queue was named. Call it on the test's own thread. Throws `std::runtime_error` when the limit passed
+/// first.
 template <class T>
 T waitOnMain(const Expectation<T>& expectation, std::chrono::milliseconds limit = std::chrono::milliseconds(10'000)) {
   if (!platform::DispatchQueue::main().runUntil([&] { return expectation.isFulfilled(); }, limit)) {
@@ -29,4 +30,4 @@ T awaitOnMain(Start&& start, std::chrono::milliseconds limit = std::chrono::mill
   return waitOnMain(expectation, limit);
 }
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

@@ -5,7 +5,7 @@
 #include "Platform/Dispatch/Internal/ManualClock.hpp"
 #include "Platform/Trap.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 namespace {
 
@@ -48,4 +48,4 @@ bool ManualTime::waitForTimers(std::size_t count, platform::Seconds limit) const
 
 std::vector<platform::Seconds> ManualTime::waits() const { return state_->clock.waits(); }
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

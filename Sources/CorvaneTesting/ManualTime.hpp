@@ -6,9 +6,9 @@
 
 #include "Platform/Dispatch/DispatchTime.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
-/// Time that stands still until the test advances it: what waits for minutes is tested in no time.
+/// Time that stands still until the test advances it, so that waits of minutes are tested at once.
 ///
 /// ```
 /// ManualTime time;
@@ -18,35 +18,35 @@ namespace corvane::testing {
 /// EXPECT_EQ(time.waits(), std::vector<platform::Seconds>{30});
 /// ```
 ///
-/// While it lives, it is the clock of all background waits in the process: `DispatchQueue::asyncAfter`,
-/// `DispatchTimer`, and what is built on them. Real time stay the time-outs of transfers, the delays of a `TestServer`,
-/// and how long a thread that is blocked is willing to wait. Timers from before its making go by the clock that they
-/// began with. There can be one at a time; a second one traps.
+/// While it exists, it is the clock of all background waits in the process: `DispatchQueue::asyncAfter`,
+/// `DispatchTimer`, and waits built on them (retries, polls, delays of mocks). Time-outs of transfers, delays of a
+/// `TestServer` and time limits of blocked threads stay in real time. Timers that were started before keep their clock.
+/// There can be one `ManualTime` at a time; a second one traps.
 ///
 /// All members may be called from any thread.
 class ManualTime {
  public:
-  /// From now on time stands still; traps when there is one already.
+  /// Stops the time; traps when there is a `ManualTime` already.
   ManualTime();
-  /// Drops what was not due yet; from now on, time is that of the system.
+  /// Drops timers and blocks that are not due yet, and restores the system's time.
   ~ManualTime();
   ManualTime(const ManualTime&) = delete;
   ManualTime& operator=(const ManualTime&) = delete;
 
-  /// Since its making.
+  /// The time since the construction of this object.
   platform::Seconds now() const;
-  /// Lets everything happen that is due until then, each at its own time. Blocks are submitted to their queues, which
-  /// run them as usual: wait for their effect, not for this call.
+  /// Advances the time. Everything that becomes due happens in order, each at its own time. Blocks are submitted to
+  /// their queues, which run them as usual: wait for their effect, not for this call.
   void advance(platform::Seconds interval);
-  /// Advances until the next timer is due; returns by how much: 0 when there is none.
+  /// Advances until the next timer is due. Returns the interval; 0 without a timer.
   platform::Seconds advanceToNextTimer();
 
-  /// How many timers and delayed blocks are not due yet.
+  /// The number of timers and delayed blocks that are not due yet.
   std::size_t pendingTimers() const;
-  /// Waits until at least so many are; false when the limit, in real time, passed first. What is to wait is often
-  /// started by another thread, so call it before `advance`.
+  /// Waits until at least this number of timers and delayed blocks is pending. False when the limit, in real time,
+  /// passed first. Timers are often started by another thread, so call this before `advance`.
   [[nodiscard]] bool waitForTimers(std::size_t count, platform::Seconds limit = 10) const;
-  /// How long each wait was to be when it was begun, in that order, since the making of this.
+  /// The duration of each wait since the construction of this object, in the order in which the waits began.
   std::vector<platform::Seconds> waits() const;
 
  private:
@@ -55,4 +55,4 @@ class ManualTime {
   std::unique_ptr<State> state_;
 };
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

@@ -14,40 +14,40 @@
 #include "CorvaneTesting/Latch.hpp"
 #include "CorvaneTesting/Moment.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 namespace detail {
 class ScriptWriter;
 }
 
-/// One chunk of a chunked body. The extension is sent as written, its semicolon included: `{"abc", ";name=value"}`.
+/// A chunk of a chunked body. The extension is sent as written and includes its semicolon: `{"abc", ";name=value"}`.
 struct Chunk {
-  /// The content; an empty chunk is left out, since it would end the body.
+  /// The content. An empty chunk is left out, since it would end the body.
   std::string bytes;
-  /// What stands after the size, its semicolon included.
+  /// The text after the size, including its semicolon.
   std::string extension;
 
-  /// The content, and an extension if there is one.
+  /// A chunk with this content and an optional extension.
   Chunk(std::string chunkBytes, std::string chunkExtension = {})
       : bytes(std::move(chunkBytes)), extension(std::move(chunkExtension)) {}
   Chunk(const char* chunkBytes) : bytes(chunkBytes) {}
 };
 
-/// What happens to a connection when a script ends it.
+/// How a script ends a connection.
 enum class Ending {
-  /// Closed in good order: with TLS, the closing alert comes first.
+  /// Closed properly: with TLS, after the closing alert.
   close,
-  /// Closed without a word: with TLS, the closing alert is missing, so the stream counts as cut off.
+  /// Closed without notice: with TLS, the closing alert is missing, so that the stream counts as truncated.
   drop,
   /// Reset: the client sees "connection reset by peer".
   reset,
-  /// The server's direction is closed in good order; the client's stays open until it leaves.
+  /// The server's direction is closed properly; the client's direction stays open until the client closes it.
   halfClose,
-  /// Nothing more happens until the client leaves or the server stops.
+  /// Nothing more happens until the client closes the connection or the server stops.
   stall,
 };
 
-/// What the server says to one request, and how it behaves while it says it.
+/// A response of the server to one request, and the behaviour of the connection during the response.
 ///
 /// ```
 /// server.enqueue(MockResponse(200).header("X-A", "1").body("hello"));
@@ -55,20 +55,21 @@ enum class Ending {
 /// server.enqueue(MockResponse().body("hello").dropConnection(Moment::insideBody, 2));
 /// ```
 ///
-/// Framing fields (`Content-Length`, `Transfer-Encoding`) are added as the body needs them, unless the response
-/// has a field of either name: then only what was written is sent, right or wrong. Nothing else is added, but
-/// `Connection: close` by `closeConnection`. Responses to HEAD and those of status 204 and 304 send no body.
+/// Framing fields (`Content-Length`, `Transfer-Encoding`) are added as the body needs them, unless the response has a
+/// field with either name: then only those are sent, right or wrong. Only `closeConnection` adds another field,
+/// "Connection: close". Responses to HEAD, and responses with status 204 or 304, have no body.
 ///
-/// Delays, latches and stalls end when the client closes its side of the connection, be it only half of it.
+/// Delays, latches and stalls end when the client closes its side of the connection, even if it only closes its sending
+/// direction.
 class MockResponse {
  public:
   /// The unit of every delay.
   using Milliseconds = std::chrono::milliseconds;
 
-  /// The reason defaults to the registered phrase of the status.
+  /// A response with this status. The reason defaults to the registered phrase of the status.
   explicit MockResponse(int status = 200, std::optional<std::string> reason = std::nullopt);
 
-  /// Sends exactly these bytes, whatever the request was. What follows the first empty line counts as the body.
+  /// Sends exactly these bytes, whatever the request is. The bytes after the first empty line count as the body.
   static MockResponse raw(std::string bytes);
 
   // Head
@@ -77,53 +78,53 @@ class MockResponse {
   MockResponse& header(std::string name, std::string value);
   /// Adds the field "Content-Type".
   MockResponse& contentType(std::string type) { return header("Content-Type", std::move(type)); }
-  /// Claims this length, true or not; call it twice for duplicated fields.
+  /// Sets this "Content-Length", right or wrong. Call it twice for duplicate fields.
   MockResponse& contentLength(std::uint64_t length) { return header("Content-Length", std::to_string(length)); }
   /// Sends an interim head (100, 103 …) before the final one.
   MockResponse& interim(int status, std::vector<HeaderField> headers = {});
 
   // Body
 
-  /// The content, with its length as a field unless the response says otherwise.
+  /// Sets the content. "Content-Length" is added unless the response has other framing.
   MockResponse& body(std::string bytes);
-  /// A body of the type "application/json". The text is not looked at.
+  /// A body of the type "application/json". The text is not checked.
   MockResponse& json(std::string text) { return contentType("application/json").body(std::move(text)); }
   /// A body of the type "text/plain", in UTF-8.
   MockResponse& text(std::string text) { return contentType("text/plain; charset=utf-8").body(std::move(text)); }
   /// The text, compressed, with `Content-Encoding: gzip`.
   MockResponse& gzipBody(std::string_view text);
-  /// A body of any size that is made while it is sent; `generatedBytes` gives the same bytes.
+  /// A body of any size that is generated while it is sent; `generatedBytes` returns the same bytes.
   MockResponse& generatedBody(std::uint64_t size);
-  /// Sends these chunks; without any, the body as one.
+  /// Sends these chunks; without chunks, the body as a single chunk.
   MockResponse& chunked(std::vector<Chunk> chunks = {});
   /// Sends the body in chunks of this size.
   MockResponse& chunkedBy(std::size_t chunkSize);
   /// Adds a trailer field to a chunked body.
   MockResponse& trailer(std::string name, std::string value);
-  /// Leaves out the last chunk and the trailers. The connection stays as the response otherwise says.
+  /// Omits the last chunk and the trailers. Does not close the connection by itself.
   MockResponse& withoutLastChunk();
-  /// No framing field: the end of the connection is the end of the body. Closes in good order.
+  /// Sends no framing field: the end of the connection is the end of the body. Closes the connection properly.
   MockResponse& untilClose();
 
   // Pace
 
-  /// Pauses at that moment; `afterBytes` is for the moments inside of something, see `Moment`.
+  /// Pauses at the moment; `afterBytes` is for the moments inside a head or a body, see `Moment`.
   MockResponse& delay(Moment moment, Milliseconds duration, std::optional<std::uint64_t> afterBytes = std::nullopt);
-  /// Pauses between chunks, the one that ends the body included.
+  /// Pauses between chunks, including the chunk that ends the body.
   MockResponse& delayChunks(Milliseconds duration);
-  /// Sends at most so many bytes of the response every tick.
+  /// Sends at most this number of bytes of the response in each interval `tick`.
   MockResponse& throttle(std::size_t bytes, Milliseconds tick);
   /// Waits at the moment until the test opens the latch.
   MockResponse& hold(Moment moment, Latch latch, std::optional<std::uint64_t> afterBytes = std::nullopt);
 
   // The connection
 
-  /// Answers once the request's head was read, and that many bytes of its body; what the client still sends is read
-  /// afterwards and forgotten. After a request that expected "100-continue" the connection is closed instead.
+  /// Responds after reading the request's head and `afterBytes` bytes of its body. The rest of the body is read after
+  /// the response and discarded. After a request with "Expect: 100-continue", the connection is closed instead.
   MockResponse& beforeRequestBody(std::uint64_t afterBytes = 0);
-  /// Says `Connection: close` and closes in good order after the response.
+  /// Sends `Connection: close`, and closes the connection properly after the response.
   MockResponse& closeConnection();
-  /// Ends the connection in that way at that moment; `afterBytes` is for the moments inside of something.
+  /// Ends the connection in this way at the moment; `afterBytes` is for the moments inside a head or a body.
   MockResponse& end(Ending ending, Moment moment, std::optional<std::uint64_t> afterBytes = std::nullopt);
   /// `end` with `Ending::drop`.
   MockResponse& dropConnection(Moment moment, std::optional<std::uint64_t> afterBytes = std::nullopt);
@@ -133,10 +134,11 @@ class MockResponse {
   MockResponse& halfClose(Moment moment, std::optional<std::uint64_t> afterBytes = std::nullopt);
   /// `end` with `Ending::stall`.
   MockResponse& stall(Moment moment, std::optional<std::uint64_t> afterBytes = std::nullopt);
-  /// Sends unsolicited bytes, once the connection has been idle that long after the response. With zero they
-  /// leave right after the response. `TestServer::sendOnIdleConnections` does the same at the test's word.
+  /// Sends unsolicited bytes when the connection has been idle for `whenIdle` after the response; with zero, right
+  /// after the response. `TestServer::sendOnIdleConnections` does the same when the test calls it.
   MockResponse& extraBytesAfter(std::string bytes, Milliseconds whenIdle = Milliseconds(0));
-  /// Closes in good order, unannounced, once the connection has been idle that long after the response.
+  /// Closes the connection properly, without `Connection: close`, when it has been idle for `whenIdle` after the
+  /// response.
   MockResponse& closeWhenIdle(Milliseconds whenIdle);
 
  private:
@@ -181,9 +183,9 @@ class MockResponse {
 /// The registered reason phrase of a status, or "Unknown".
 std::string reasonPhrase(int status);
 
-/// The period of generated bytes: a prime, so that a shift by any power of two shows.
+/// The period of generated bytes: a prime, so that a shift by any power of two is detected.
 constexpr std::uint64_t generatedPeriod = 251;
-/// The bytes that `MockResponse::generatedBody` sends, from an offset on.
+/// The bytes that `MockResponse::generatedBody` sends, starting at an offset.
 std::string generatedBytes(std::size_t count, std::uint64_t offset = 0);
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

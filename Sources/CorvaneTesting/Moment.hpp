@@ -1,28 +1,29 @@
 #pragma once
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
-/// A point in the life of a connection or of one exchange at which a `MockResponse` can wait or break off.
-/// A moment that has already passed (a reused connection was accepted long ago) acts right before the status line.
+/// A point in a connection or an exchange at which a `MockResponse` can wait or end the connection. A moment that has
+/// already passed (a reused connection was accepted earlier) takes effect right before the status line.
 enum class Moment {
   /// The connection was accepted; with TLS, the handshake has not begun.
   onAccept,
   /// The TLS handshake is done. On a plain connection the same as `onAccept`.
   afterHandshake,
-  /// The request's head was read, nothing of its body.
+  /// The request's head has been read, but no byte of its body.
   beforeRequestBody,
-  /// That many bytes of the request's body were read (half of an announced length, by default).
+  /// `afterBytes` bytes of the request's body have been read (default: half of the announced length).
   insideRequestBody,
-  /// The request was read completely (and interim heads were sent); nothing of the final head was sent.
+  /// The request has been read completely (and interim heads have been sent), but no byte of the final head has been
+  /// sent.
   beforeStatusLine,
-  /// That many bytes of the head were sent (half of them, by default).
+  /// `afterBytes` bytes of the head have been sent (default: half of the head).
   insideHead,
-  /// The head with its empty line was sent.
+  /// The head with its empty line has been sent.
   afterHead,
-  /// That many bytes after the head were sent, framing of chunks included (half of them, by default).
+  /// `afterBytes` bytes after the head have been sent, including chunk framing (default: half of the body).
   insideBody,
-  /// All of the response was sent.
+  /// The complete response has been sent.
   afterResponse,
 };
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

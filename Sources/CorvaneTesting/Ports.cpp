@@ -12,7 +12,7 @@
 
 #include "CorvaneTesting/Internal/ListeningSocket.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 namespace {
 
@@ -75,4 +75,4 @@ std::uint16_t SilentPort::port() const { return detail::portOf(state_->listening
 
 std::string SilentPort::url(std::string_view target) const { return loopbackUrl(port(), target); }
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

@@ -5,18 +5,18 @@
 #include <string>
 #include <string_view>
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
-/// A port on 127.0.0.1 that refuses every connection, for the process's life: it is bound, so that no other process can
-/// take it, and never listens.
+/// A port on 127.0.0.1 that refuses every connection as long as the process runs: it is bound, so that no other process
+/// can use it, and never listens.
 std::uint16_t unusedPort();
-/// `http://127.0.0.1:PORT` and the target, at a port that refuses.
+/// `http://127.0.0.1:PORT` and the target, with a port that refuses connections.
 std::string refusedUrl(std::string_view target = "/");
 
-/// A port on 127.0.0.1 that leaves connection attempts unanswered: neither accepted nor refused.
+/// A port on 127.0.0.1 that neither accepts nor refuses connection attempts.
 class SilentPort {
  public:
-  /// Takes a free port.
+  /// Uses a free port.
   SilentPort();
   ~SilentPort();
   SilentPort(const SilentPort&) = delete;
@@ -32,4 +32,4 @@ class SilentPort {
   std::unique_ptr<State> state_;
 };
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

@@ -3,7 +3,7 @@
 #include <stdexcept>
 #include <string_view>
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 namespace {
 
@@ -68,4 +68,4 @@ std::vector<ReceivedSection> formSections(const ReceivedRequest& request) {
   return sections;
 }
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

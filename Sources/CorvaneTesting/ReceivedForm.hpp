@@ -6,7 +6,7 @@
 
 #include "CorvaneTesting/ReceivedRequest.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 /// A section of a multipart form as it arrived.
 struct ReceivedSection {
@@ -20,9 +20,9 @@ struct ReceivedSection {
   std::string content;
 };
 
-/// The sections of a form in the layout that `corvane::MultipartForm` writes, which is not quite the usual one: in a
-/// file section no empty line stands before the content, and the type of any other stands after its empty line.
-/// Throws `std::runtime_error` for a body that is no such form.
+/// The sections of a form in the layout that `corvane::MultipartForm` writes. It differs from RFC 7578: a file section
+/// has no empty line before the content, and the type of any other section follows its empty line. Throws
+/// `std::runtime_error` for a body that is not such a form.
 std::vector<ReceivedSection> formSections(const ReceivedRequest& request);
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

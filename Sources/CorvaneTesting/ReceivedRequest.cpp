@@ -5,7 +5,7 @@
 #include "CorvaneTesting/Internal/Text.hpp"
 #include "Platform/Foundation/Detail/ASCII.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 namespace {
 
@@ -57,4 +57,4 @@ std::vector<std::string> ReceivedRequest::headerValues(std::string_view name) co
   return values;
 }
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

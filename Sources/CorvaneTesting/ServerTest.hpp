@@ -4,11 +4,11 @@
 
 #include "CorvaneTesting/TestServer.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 namespace detail {
 
-/// Makes what went wrong at any server fail the test that owned it.
+/// Makes a failure of any server fail the test that owns it.
 inline const bool failuresGoToGoogleTest = [] {
   TestServer::reportFailuresTo([](const std::string& failure) { ADD_FAILURE() << "test server: " << failure; });
   return true;
@@ -16,11 +16,11 @@ inline const bool failuresGoToGoogleTest = [] {
 
 }  // namespace detail
 
-/// A test with a server of its own. What went wrong at the server fails the test.
+/// A test with its own server. A failure of the server fails the test.
 class ServerTest : public ::testing::Test {
  protected:
-  /// Listens while the test runs; scripts are the test's to write.
+  /// The server, which listens while the test runs. The test scripts its responses.
   TestServer server;
 };
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

@@ -9,7 +9,7 @@
 #include "CorvaneTesting/Internal/Listener.hpp"
 #include "CorvaneTesting/Internal/TlsStream.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 namespace {
 
@@ -157,4 +157,4 @@ std::vector<std::string> TestServer::takeFailures() { return core_->context.reco
 
 void TestServer::reportFailuresTo(void (*reporter)(const std::string&)) { failureReporter = reporter; }
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

@@ -14,17 +14,18 @@
 #include "CorvaneTesting/ReceivedRequest.hpp"
 #include "CorvaneTesting/Tls.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
-/// Where a server listens, and how.
+/// The addresses and the behaviour of a server.
 struct ServerOptions {
   /// Numeric addresses, all on the same port.
   std::vector<std::string> addresses = {"127.0.0.1"};
   /// Zero lets the system choose a free one.
   std::uint16_t port = 0;
-  /// Absent: in the clear.
+  /// Absent: without TLS.
   std::optional<Tls> tls;
-  /// Keeps what arrived, for `takeRequest`, `requests` and `connections`. A server that runs for long should not.
+  /// Whether the server keeps records for `takeRequest`, `requests` and `connections`. Set it to false for a server
+  /// that runs for long.
   bool keepsRequests = true;
 };
 
@@ -37,28 +38,29 @@ struct ServerOptions {
 /// EXPECT_EQ(server.takeRequest().target, "/greeting");
 /// ```
 ///
-/// It listens from construction to destruction. A request is answered by the route of its path; without one, by
-/// the next enqueued response; without one, by the catch-all. A request for which there is nothing is answered with
-/// 500 and recorded as a failure, as are malformed requests. Failures that were not taken are reported at destruction.
+/// It listens from construction to destruction. The response to a request comes from the route of its path; without a
+/// route, it is the next enqueued response; without one, it comes from the catch-all handler. A request without any of
+/// these gets a 500 and is recorded as a failure; so is a malformed request. Failures that were not taken are reported
+/// at destruction.
 ///
-/// Every connection has a thread of its own; handlers run there, several at a time. All members may be called from
-/// any thread. Waits end after `defaultWait` unless told otherwise, so that a test that waits in vain fails.
+/// Every connection has its own thread; handlers run there, several at a time. All members may be called on any thread.
+/// Waits end after `defaultWait` by default, so that a test fails if the event does not happen.
 class TestServer {
  public:
-  /// Makes the response to a request. Called on the thread of its connection, for several at a time.
+  /// Returns the response to a request. Called on the thread of the connection, several at a time.
   using Handler = std::function<MockResponse(const ReceivedRequest&)>;
   /// The unit of every limit.
   using Milliseconds = std::chrono::milliseconds;
-  /// How long a wait lasts that is not told otherwise: ten seconds.
+  /// The default limit of a wait: ten seconds.
   static constexpr Milliseconds defaultWait{10'000};
 
-  /// In the clear, on 127.0.0.1, at a port that the system chooses.
+  /// A server without TLS, on 127.0.0.1, at a port that the system chooses.
   TestServer();
   /// The same over TLS.
   explicit TestServer(Tls tls);
-  /// As the options say. Throws `std::system_error` when the port cannot be had.
+  /// A server with these options. Throws `std::system_error` when it cannot listen on the port.
   explicit TestServer(ServerOptions options);
-  /// Breaks off whatever is under way, closes every connection and joins every thread.
+  /// Aborts responses under way, closes every connection and joins every thread.
   ~TestServer();
   TestServer(const TestServer&) = delete;
   TestServer& operator=(const TestServer&) = delete;
@@ -71,54 +73,55 @@ class TestServer {
   std::string authority() const;
   /// The absolute URL of a target on this server.
   std::string url(std::string_view target = "/") const;
-  /// The same by way of a name that leads here, such as "localhost".
+  /// The same with a host name that resolves to this server, such as "localhost".
   std::string url(std::string_view target, std::string_view host) const;
 
   // Responses
 
-  /// Adds a response to those for requests without a route; they are used in this order, once each.
+  /// Adds a response for a request without a route. Enqueued responses are used in order, once each.
   void enqueue(MockResponse response);
-  /// Answers every request to this path. A path that ends in `*` stands for all that begin so; the longest wins.
+  /// Sets the handler for requests to this path. A path that ends in `*` matches all paths that begin with the text
+  /// before it; the longest match wins.
   void handle(std::string path, Handler handler);
-  /// Answers what neither a route nor the queue answers.
+  /// Sets the handler for requests without a route and without an enqueued response.
   void handleAll(Handler handler);
-  /// How many enqueued responses are left.
+  /// The number of enqueued responses that are left.
   std::size_t remainingResponses() const;
-  /// Counts the bytes of request bodies from now on, and does not keep them.
+  /// From now on counts the bytes of request bodies, and does not keep them.
   void discardBodies();
-  /// Never says "100 Continue" from now on. (`MockResponse::beforeRequestBody` refuses a body.)
+  /// From now on never sends "100 Continue". (`MockResponse::beforeRequestBody` refuses a body.)
   void ignoreExpectContinue();
 
   // What it received
 
-  /// The next request that was not taken yet; throws `std::runtime_error` when none arrives in time.
+  /// Waits for the next request that was not taken yet. Throws `std::runtime_error` when the limit passed first.
   ReceivedRequest takeRequest(Milliseconds limit = defaultWait);
   /// All complete requests so far, taken or not.
   std::vector<ReceivedRequest> requests() const;
   /// One record for each connection so far, in the order of acceptance.
   std::vector<ConnectionRecord> connections() const;
-  /// How many complete requests there were so far.
+  /// The number of complete requests so far.
   int requestCount() const;
-  /// Requests of which at least the head arrived.
+  /// The number of requests of which at least the head has arrived.
   int headCount() const;
-  /// The bytes of all request bodies so far, those under way included.
+  /// The number of bytes of all request bodies so far, including requests under way.
   std::uint64_t bodyBytesReceived() const;
-  /// All connections ever accepted.
+  /// The number of connections accepted so far.
   int connectionCount() const;
-  /// How many connections are open.
+  /// The number of open connections.
   int openConnections() const;
-  /// Open connections that wait for a request.
+  /// The number of open connections that wait for a request.
   int idleConnections() const;
-  /// Open connections that stall, are half-closed, or wait at a latch.
+  /// The number of open connections that stall, are half-closed, or wait at a latch.
   int stalledConnections() const;
 
   // Waiting for it: false when the limit passed first
 
-  /// Asks the predicate after every event at this server.
+  /// Waits until the predicate holds; it is evaluated after every event at this server.
   [[nodiscard]] bool waitUntil(const std::function<bool()>& predicate, Milliseconds limit = defaultWait) const;
-  /// Waits until so many connections were accepted in all.
+  /// Waits until at least this number of connections has been accepted in total.
   [[nodiscard]] bool waitForConnections(int count, Milliseconds limit = defaultWait) const;
-  /// Waits until so many requests were received in all.
+  /// Waits until at least this number of complete requests has been received in total.
   [[nodiscard]] bool waitForRequests(int count, Milliseconds limit = defaultWait) const;
   /// Waits until a connection stalls, is half-closed, or waits at a latch.
   [[nodiscard]] bool waitForStall(Milliseconds limit = defaultWait) const;
@@ -127,25 +130,26 @@ class TestServer {
 
   // Acting on idle connections
 
-  // Each waits until a connection is idle, acts on all that are, and returns how many those were once it is done:
-  // the bytes or the end of the stream are then on their way to the client.
+  // Each waits until a connection is idle, acts on all idle connections, and returns their number. The bytes or the end
+  // of the stream are then on the way to the client.
 
-  /// Sends unsolicited bytes.
+  /// Sends unsolicited bytes on all idle connections.
   int sendOnIdleConnections(std::string_view bytes);
-  /// Closes them in good order, unannounced.
+  /// Closes all idle connections properly, without `Connection: close` before.
   int closeIdleConnections();
-  /// Resets them.
+  /// Resets all idle connections.
   int resetIdleConnections();
-  /// Refuses further connections; those that are open go on.
+  /// Refuses further connections; open ones continue.
   void stopListening();
 
   // What went wrong
 
-  /// What went wrong so far, a sentence each.
+  /// The failures so far that were not taken, one sentence each.
   std::vector<std::string> failures() const;
-  /// The failures so far, which are then not reported any more.
+  /// Returns the failures so far and removes them, so that they are not reported.
   std::vector<std::string> takeFailures();
-  /// Sets the process-wide reporter of failures that were not taken. By default they go to standard error.
+  /// Sets the process-wide reporter of failures that were not taken; it is called when a server is destroyed. By
+  /// default they are written to standard error.
   static void reportFailuresTo(void (*reporter)(const std::string& failure));
 
  private:
@@ -156,4 +160,4 @@ class TestServer {
   std::unique_ptr<Core> core_;
 };
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

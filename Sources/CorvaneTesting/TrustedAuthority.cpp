@@ -7,7 +7,7 @@
 #include "Platform/Foundation/Error.hpp"
 #include "Platform/Foundation/FileManager.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 using platform::FileManager;
 using platform::URL;
@@ -45,4 +45,4 @@ TrustedAuthority::~TrustedAuthority() {
   removeFolder(folder_);
 }
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

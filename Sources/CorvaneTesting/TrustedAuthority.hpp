@@ -4,10 +4,10 @@
 
 #include "CorvaneTesting/CertificateAuthority.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
-/// Has requests trust the certificates of an authority while it lives. It takes part in the list of
-/// `Corvane::trustedCertificates`, of which the last entry counts; afterwards the others are left.
+/// Makes requests trust the certificates of an authority while it exists. It adds an entry to
+/// `Corvane::trustedCertificates`, of which the last one counts; its destructor removes only this entry.
 ///
 /// ```
 /// const CertificateAuthority authority;
@@ -15,10 +15,10 @@ namespace corvane::testing {
 /// TestServer server(Tls(authority.issue(CertificateRequest::localhost())));
 /// ```
 ///
-/// Connections that are open at its end can still be used for requests, until `Corvane::resetSessions`.
+/// Connections that are open at its destruction can still be used for requests, until `Corvane::resetSessions`.
 class TrustedAuthority {
  public:
-  /// Keeps the root in a file in the temporary directory; throws the file manager's errors when it cannot.
+  /// Writes the root to a file in the temporary directory. Throws the file manager's errors.
   explicit TrustedAuthority(const CertificateAuthority& authority);
   ~TrustedAuthority();
   TrustedAuthority(const TrustedAuthority&) = delete;
@@ -28,4 +28,4 @@ class TrustedAuthority {
   std::string folder_;
 };
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "Platform/Detail/Locking.hpp"
-#include "Platform/Dispatch/Internal/Deadline.hpp"
+#include "Platform/Dispatch/Internal/WaitDeadline.hpp"
 
 namespace vantorel {
 
@@ -41,7 +41,7 @@ std::optional<LogRecord> CapturingSink::waitFor(const std::function<bool(const L
     if (record != state_->records.end()) found = *record;
     return found.has_value();
   };
-  platform::detail::waitUntil(state_->arrived, state_->mutex, platform::detail::Deadline(limit), hasArrived);
+  platform::detail::waitUntil(state_->arrived, state_->mutex, platform::detail::WaitDeadline(limit), hasArrived);
   return found;
 }
 

@@ -15,7 +15,7 @@ namespace vantorel {
 /// Keeps every record, for tests. Thread-safe.
 class CORVANE_API CapturingSink final : public LogSink {
  public:
-  /// Without records.
+  /// A sink without records.
   CapturingSink();
   ~CapturingSink() override;
 
@@ -23,11 +23,11 @@ class CORVANE_API CapturingSink final : public LogSink {
 
   /// All records so far, in the order in which they were written.
   std::vector<LogRecord> records() const;
-  /// Blocks until a record satisfies the predicate (one that is here already counts), and returns the first
-  /// such; absent when the limit passed first. The predicate must not log.
+  /// Blocks until a record satisfies the predicate, and returns the first such record, which may be an earlier one;
+  /// absent when the limit passed first. The predicate must not log.
   std::optional<LogRecord> waitFor(const std::function<bool(const LogRecord&)>& predicate,
                                    platform::Seconds limit = platform::Seconds(10)) const;
-  /// Forgets all records so far.
+  /// Discards all records so far.
   void clear();
 
  private:

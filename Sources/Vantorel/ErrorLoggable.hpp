@@ -9,8 +9,8 @@
 
 namespace vantorel {
 
-/// What an error type adopts beside its error base class to say more in log records than its message.
-/// Domain and code are those that the error has as a `platform::Error`.
+/// An interface for error types, in addition to their error base class, that adds information to log records. Domain
+/// and code in a record are those of the error as a `platform::Error`.
 class CORVANE_API ErrorLoggable {
  public:
   ErrorLoggable() = default;
@@ -18,7 +18,7 @@ class CORVANE_API ErrorLoggable {
   ErrorLoggable& operator=(const ErrorLoggable&) = default;
   virtual ~ErrorLoggable();
 
-  /// The error's message; the one `message()` of a type serves all its bases.
+  /// The error's message; a single `message()` in a type overrides that of all its base classes.
   virtual std::string message() const = 0;
   /// The text of a log record about this error. Default: the message.
   virtual std::string logMessage() const;
@@ -26,8 +26,8 @@ class CORVANE_API ErrorLoggable {
   virtual std::optional<platform::Dictionary> additionalLogInfo() const;
 };
 
-/// What a log record says about an error: "message", "domain" and "code", then the entries of
-/// `additionalLogInfo` when the error is an `ErrorLoggable`.
+/// The user information of a log record about an error: "message", "domain" and "code", then the entries of
+/// `additionalLogInfo` if the error is an `ErrorLoggable`.
 CORVANE_API platform::Dictionary createLogInfoDictionary(const platform::Error& error);
 
 }  // namespace vantorel

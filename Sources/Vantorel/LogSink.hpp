@@ -8,7 +8,7 @@ namespace vantorel {
 
 struct LogRecord;
 
-/// Where log records go.
+/// Receives log records.
 class CORVANE_API LogSink {
  public:
   LogSink() = default;
@@ -16,14 +16,14 @@ class CORVANE_API LogSink {
   LogSink& operator=(const LogSink&) = delete;
   virtual ~LogSink();
 
-  /// Called on the thread that logs, for several threads at once.
+  /// Writes a record. Called on the thread that logs, possibly on several threads at once.
   virtual void write(const LogRecord& record) = 0;
 };
 
-/// Replaces the sink of the whole process; null brings back the default one, which writes readable text to
-/// standard error. Records being written meanwhile may still reach the sink that was replaced.
+/// Replaces the sink of the whole process; null restores the default sink, which writes readable text to standard
+/// error. Records that are being written meanwhile may still reach the previous sink.
 CORVANE_API void setLogSink(std::shared_ptr<LogSink> sink);
-/// Whether nobody has set a sink, so that records go to standard error.
+/// Whether the default sink is in use, so that records go to standard error.
 CORVANE_API bool isLogSinkDefault();
 /// The sink in use.
 CORVANE_API std::shared_ptr<LogSink> logSink();

@@ -7,28 +7,27 @@
 #include <typeinfo>
 #include <utility>
 
+#include "Platform/Export.hpp"
 #include "Platform/Foundation/Data.hpp"
 #include "Velisand/DataRepresentable.hpp"
 
 namespace velisand {
 
-/// A value of any type that has a form in bytes. Immutable; copies share the value.
-class AnyDataRepresentable {
+/// A value of any type that converts to bytes. Immutable; copies share the value.
+class CORVANE_API AnyDataRepresentable {
  public:
   template <class T>
     requires(!std::same_as<T, AnyDataRepresentable> && !std::same_as<T, std::string_view> && DataRepresentable<T>)
   AnyDataRepresentable(T value)  // NOLINT(google-explicit-constructor): any value with bytes is one
       : value_(std::make_shared<const T>(std::move(value))), type_(&typeid(T)), asData_(&bytesOf<T>) {}
-  /// Text stands for its bytes, and is kept as a `std::string`.
-  AnyDataRepresentable(std::string_view text)  // NOLINT(google-explicit-constructor)
-      : AnyDataRepresentable(std::string(text)) {}
-  AnyDataRepresentable(const char* text)  // NOLINT(google-explicit-constructor)
-      : AnyDataRepresentable(std::string(text)) {}
+  /// Text, which is kept as a `std::string` and converts to its bytes.
+  AnyDataRepresentable(std::string_view text);  // NOLINT(google-explicit-constructor)
+  AnyDataRepresentable(const char* text);       // NOLINT(google-explicit-constructor)
 
-  /// Made anew each time, of a file's bytes as they are now. Throws what making them throws.
+  /// The bytes, converted at each call; a file is read at each call. Throws what the conversion throws.
   platform::Data asData() const { return asData_(value_.get()); }
 
-  /// The value, if it is of that type, else null. Lives as long as any copy of this one.
+  /// The value if it has that type, or else null. Valid as long as any copy of this object exists.
   template <class T>
   const T* as() const {
     return *type_ == typeid(T) ? static_cast<const T*>(value_.get()) : nullptr;

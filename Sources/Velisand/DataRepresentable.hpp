@@ -31,7 +31,7 @@ template <class T>
 concept TakesData = std::constructible_from<T, platform::Data> && !std::is_aggregate_v<T>;
 }  // namespace detail
 
-/// A value that has a form in bytes. Making them may throw. In this order:
+/// A value that converts to bytes. The conversion may throw. The first of these that applies is used:
 /// - any type with a member `asData()`, or a function `Data dataRepresentation(const T&)` in its namespace;
 /// - `Data`, `std::string` and `std::vector<std::byte>` as they are;
 /// - a value that names a file (see `FileRepresentable`) as the bytes of that file;
@@ -40,9 +40,9 @@ template <class T>
 concept DataRepresentable = detail::OffersData<T> || detail::HasDataRepresentation<T> || detail::PlainBytes<T> ||
                             detail::NamesFile<T> || JSONEncodable<T>;
 
-/// A type that can be made from bytes: `Data`, `std::string` and `std::vector<std::byte>` as they are, any type
-/// with a constructor that takes a `Data`, and any other `JSONDecodable` type from JSON. A `URL` or a path is the
-/// name of a file, not made of bytes. Making the value may throw.
+/// A type that can be constructed from bytes: `Data`, `std::string` and `std::vector<std::byte>` with the bytes as they
+/// are, any type with a constructor that takes a `Data`, and any other `JSONDecodable` type from JSON. A `URL` or a
+/// path does not count: it names a file. The conversion may throw.
 template <class T>
 concept DataInitializable = !detail::FileName<T> && (detail::PlainBytes<T> || detail::TakesData<T> || JSONDecodable<T>);
 
@@ -51,7 +51,7 @@ template <class T>
 concept RepresentedByJSON = JSONEncodable<T> && !detail::OffersData<T> && !detail::HasDataRepresentation<T> &&
                             !detail::PlainBytes<T> && !detail::NamesFile<T>;
 
-/// The bytes of a value; a `Data` shares them, the other kinds copy them. Reading a file blocks.
+/// The bytes of a value. A `Data` shares its bytes, other types copy them. Reading a file blocks.
 template <DataRepresentable T>
 platform::Data asData(const T& value) {
   if constexpr (detail::OffersData<T>) {
@@ -69,7 +69,7 @@ platform::Data asData(const T& value) {
   }
 }
 
-/// The value that the bytes stand for.
+/// The value constructed from the bytes.
 template <DataInitializable T>
 T fromData(platform::Data data) {
   if constexpr (std::same_as<T, std::string>) {

@@ -9,7 +9,7 @@
 
 namespace velisand {
 
-/// A callback together with the queue that it wants to be called on; an absent queue means the main queue.
+/// A callback together with its queue; an absent queue means the main queue.
 template <class T>
 class ExecutorReference {
  public:
@@ -17,7 +17,8 @@ class ExecutorReference {
   ExecutorReference(std::optional<platform::DispatchQueue> queue, std::function<void(T)> callback)
       : queue_(std::move(queue)), callback_(std::move(callback)) {}
 
-  /// Calls the callback with the value, asynchronously, once for each `execute`. Any thread.
+  /// Calls the callback with the value, asynchronously on the queue, once for each `execute`. May be called on any
+  /// thread.
   void execute(T value) const {
     async(queue_, [callback = callback_, value = std::move(value)]() mutable { callback(std::move(value)); });
   }

@@ -20,35 +20,35 @@ concept TakesFile = std::constructible_from<T, platform::URL> && !std::is_aggreg
 CORVANE_API std::string mimeTypeOf(const platform::URL& file);
 }  // namespace detail
 
-/// A value that stands for a file: a `URL`, a path such as `std::filesystem::path`, and any type with a member
-/// `URL fileURL() const`. Text and bytes never name a file.
+/// A value that names a file: a `URL`, a path such as `std::filesystem::path`, and any type with a member `URL
+/// fileURL() const`. Text and bytes never name a file.
 ///
-/// As `DataRepresentable`, such a value means the bytes of its file, unless its type has an `asData()`.
+/// As a `DataRepresentable`, such a value converts to the bytes of its file, unless its type has an `asData()`.
 template <class T>
 concept FileRepresentable = detail::NamesFile<T>;
 
-/// A type that can be made from a file: `URL` and paths keep the place of the file; every `DataInitializable` type is
-/// made of the file's bytes; any other class with a constructor that takes a `URL` decides itself what to do
-/// with the file. Making the value may throw.
+/// A type that can be constructed from a file: `URL` and paths hold its location; every `DataInitializable` type is
+/// constructed from its bytes; any other class with a constructor that takes a `URL` decides itself how to use the
+/// file. The construction may throw.
 template <class T>
 concept FileInitializable = detail::FileName<T> || DataInitializable<T> || detail::TakesFile<T>;
 
-/// Where the file of a value is. A relative path is taken from the current directory, as it is now.
+/// The URL of a value's file. A relative path is resolved against the current directory of this moment.
 template <FileRepresentable T>
 platform::URL fileURL(const T& file) {
   return detail::locationOf(file);
 }
 
-/// The MIME type that the extension of the file's name stands for; "application/octet-stream" when there is none or it
-/// is not known. The file is not looked at.
+/// The MIME type of the file name's extension; "application/octet-stream" for a missing or unknown extension. The file
+/// is not read.
 template <FileRepresentable T>
 std::string mimeType(const T& file) {
   return detail::mimeTypeOf(fileURL(file));
 }
 
-/// The value that a file stands for. Blocks while it reads the file, where the type is made of bytes. Throws what
-/// reading the file or making the value throws; an `Error` for a URL that is no file URL, where its file or
-/// path is wanted.
+/// The value constructed from a file. Blocks while it reads the file, if the type is constructed from bytes. Throws
+/// what reading the file or constructing the value throws, and an `Error` for a URL that is not a file URL where a file
+/// or path is needed.
 template <FileInitializable T>
 T fromFile(const platform::URL& file) {
   if constexpr (detail::PathLike<T>) {

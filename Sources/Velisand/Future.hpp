@@ -3,6 +3,7 @@
 #include <concepts>
 #include <memory>
 #include <optional>
+#include <stop_token>
 #include <type_traits>
 #include <utility>
 
@@ -14,17 +15,21 @@
 
 namespace velisand {
 
-/// A value, or an error, that is there later. Copies are handles to the same future.
+namespace detail {
+struct FutureAccess;
+}
+
+/// A value or an error that becomes available later. Copies are handles to the same future.
 ///
-/// Its maker completes it once, from any thread; any number of others, on any threads, wait for it,
-/// ask to be called, or `co_await` it:
+/// Its producer completes it once, on any thread. Any number of consumers, on any threads, wait for it, register
+/// callbacks, or `co_await` it:
 ///
 ///     Future<int> future;
 ///     future.whenSucceeded([](int value) { show(value); });
 ///     future.markCompletion(42);
 ///
-/// The value is shared by all who ask, so it must be copyable. When the last handle goes before the future
-/// is completed, its callbacks are dropped without being called.
+/// All consumers share the value, so it must be copyable. When the last handle is destroyed before the future is
+/// completed, its callbacks are dropped without being called.
 template <class T>
 class Future {
   static_assert(
@@ -33,13 +38,13 @@ class Future {
       "be moved, take the response in a completion");
 
  public:
-  /// What the future is of.
+  /// The type of the value.
   using Value = T;
 
-  /// A future that is open.
+  /// A future that is not completed.
   Future() : state_(std::make_shared<State>()) {}
-  /// A future that will be completed by a block of this serial queue. A block of that queue that waits for
-  /// it would wait forever, and traps instead.
+  /// A future that a block of this serial queue will complete. A block of that queue that waits for it would wait
+  /// forever, and traps instead.
   static Future completedOn(platform::DispatchQueue queue) {
     Future future;
     future.state_->setCompletingQueue(std::move(queue));
@@ -57,45 +62,45 @@ class Future {
   {
     return markResult(Result<T>::success());
   }
-  /// Fails the future, as `markCompletion` completes it.
+  /// Fails the future; otherwise the same as `markCompletion`.
   bool markFailure(platform::Error error) const { return markResult(Result<T>::failure(std::move(error))); }
   /// Completes or fails the future with an outcome.
   bool markResult(Result<T> result) const { return state_->complete(std::move(result)); }
 
-  /// Whether there is an outcome yet.
+  /// Whether the future is completed.
   bool isCompleted() const { return state_->isCompleted(); }
 
   /// Asks the producer of the value to stop. Returns at once; any thread; only the first call counts, and none on a
   /// completed future. The future is still completed by its maker, once, with the value if that was faster: that of a
   /// sent request fails with `HTTPResponseError::taskCancelled`, that of a `Task` with what its coroutine makes of the
-  /// cancellation of what it awaits. A future whose maker has not said how to stop goes on; one that has no maker, as
+  /// cancellation of what it awaits. A future whose maker does not heed `stopToken` goes on; one that has no maker, as
   /// that of a request whose `shouldSend` is false, stays open. It is cancelled for all who share it.
   void cancel() const { state_->cancel(); }
-  /// Whether `cancel` was called before the future was completed: for makers, between two steps.
+  /// Whether `cancel` was called before the future was completed. For producers, between two steps.
   bool isCancelled() const { return state_->isCancelled(); }
-  /// For makers: how to stop. The block is called once, on the thread that cancels, at once when that has happened; it
-  /// is dropped when the future is completed. It must return soon and not throw.
-  void whenCancelled(platform::Block block) const { state_->whenCancelled(std::move(block)); }
+  /// For makers: the stop that `cancel` requests, on the thread that cancels. Callbacks of it must return soon and not
+  /// throw. Always the same until the future is completed; then one that no stop comes by.
+  std::stop_token stopToken() const { return state_->stopToken(); }
 
   /// Blocks until the future is completed. The waiting thread may meanwhile drive the network loop.
   void wait() const { state_->wait(); }
-  /// False when the limit passed first.
+  /// The same with a limit. False when the limit passed first.
   bool wait(platform::Seconds limit) const { return state_->wait(limit); }
-  /// Blocks; returns the outcome.
+  /// Blocks until the future is completed, and returns the outcome.
   Result<T> result() const {
     wait();
     return state_->result();
   }
-  /// Blocks; returns the value, or throws the failure as a `platform::Error`.
+  /// Blocks until the future is completed. Returns the value, or throws the error as a `platform::Error`.
   T get() const {
     wait();
     if (const auto* error = state_->result().error()) throw *error;
     if constexpr (!std::is_void_v<T>) return *state_->result().value();
   }
 
-  /// Calls `callback(const Result<T>&)` once, asynchronously, when the future is completed (soon, when it is
-  /// already): on the given queue, or on the main queue when it is absent. Callbacks are submitted in the
-  /// order in which they were registered.
+  /// Calls `callback(const Result<T>&)` once, asynchronously, when the future is completed, or soon if it is completed
+  /// already: on the given queue, or on the main queue if it is absent. Callbacks are submitted in the order of their
+  /// registration.
   template <std::invocable<const Result<T>&> F>
   void whenCompleted(std::optional<platform::DispatchQueue> queue, F callback) const {
     // A plain pointer: the state holds the block, and keeps itself alive while the block runs.
@@ -108,7 +113,7 @@ class Future {
     whenCompleted(std::nullopt, std::move(callback));
   }
 
-  /// Calls `callback(value)`, or `callback()` for a future without a value, in the same manner, but only on success.
+  /// Calls `callback(value)`, or `callback()` for a future without a value, in the same way, but only on success.
   template <class F>
   void whenSucceeded(std::optional<platform::DispatchQueue> queue, F callback) const {
     whenCompleted(std::move(queue), [callback = std::move(callback)](const Result<T>& result) mutable {
@@ -125,7 +130,7 @@ class Future {
     whenSucceeded(std::nullopt, std::move(callback));
   }
 
-  /// Calls `callback(const platform::Error&)` in the same manner, but only on failure.
+  /// Calls `callback(const platform::Error&)` in the same way, but only on failure.
   template <std::invocable<const platform::Error&> F>
   void whenFailed(std::optional<platform::DispatchQueue> queue, F callback) const {
     whenCompleted(std::move(queue), [callback = std::move(callback)](const Result<T>& result) mutable {
@@ -137,8 +142,8 @@ class Future {
     whenFailed(std::nullopt, std::move(callback));
   }
 
-  /// What an extension of futures keeps with this one, shared by its handles, under a name of its own: made when
-  /// it is asked for first. Requires: everyone who uses the name means the same type.
+  /// State that an extension keeps with this future under its own name, shared by all handles. It is created on the
+  /// first call. Requires: all users of the name use the same type.
   template <class Member>
   std::shared_ptr<Member> dynamicMember(const char* name) const {
     auto member = state_->member(name);
@@ -147,8 +152,8 @@ class Future {
   }
 
   class Awaiter;
-  /// The value, or a thrown `platform::Error`, as with `get()`, without blocking a thread. A coroutine that
-  /// was suspended resumes on the queue whose block it ran in, or on the global queue when it ran in none.
+  /// Returns the value or throws a `platform::Error`, like `get()`, without blocking a thread. A suspended coroutine
+  /// resumes on the queue of the block in which it ran, or on the global queue if it ran in none.
   Awaiter operator co_await() const { return Awaiter(*this); }
 
  private:
@@ -158,6 +163,7 @@ class Future {
 
   template <class>
   friend class Task;
+  friend struct detail::FutureAccess;
 };
 
 /// What `co_await` works with.

@@ -26,18 +26,18 @@ concept NamesEncoder = requires {
 CORVANE_API platform::Data contentsOf(const platform::URL& file);
 }  // namespace detail
 
-/// A type that can be made of a JSON document; see `platform::JSONDecoder` for which can. A type may name the
-/// decoder to use: `static JSONDecoder decoder() { return JSONDecoder({.keys = JSONKeyStrategy::snakeCase}); }`.
-/// All others use one with the default settings.
+/// A type that can be decoded from a JSON document; `platform::JSONDecoder` lists such types. A type may name its
+/// decoder: `static JSONDecoder decoder() { return JSONDecoder({.keys = JSONKeyStrategy::snakeCase}); }`. All other
+/// types use a decoder with the default settings.
 template <class T>
 concept JSONDecodable = platform::JSONReadable<T>;
 
-/// A type that can be written as a JSON document. A type may name the encoder to use, in the same manner:
-/// `static JSONEncoder encoder()`.
+/// A type that can be encoded as a JSON document. A type may name its encoder in the same way: `static JSONEncoder
+/// encoder()`.
 template <class T>
 concept JSONEncodable = platform::JSONWritable<T>;
 
-/// The value that a JSON document holds. Throws `platform::DecodingError`, and what the type's codec throws.
+/// Decodes a value from a JSON document. Throws `platform::DecodingError`, and what the type's codec throws.
 template <JSONDecodable T>
 T fromJSON(const platform::Data& document) {
   if constexpr (detail::NamesDecoder<T>) {
@@ -47,13 +47,13 @@ T fromJSON(const platform::Data& document) {
   }
 }
 
-/// The value that the JSON document in a file holds. Throws, too, what reading the file throws.
+/// Decodes a value from the JSON document in a file. Also throws what reading the file throws.
 template <JSONDecodable T>
 T fromJSON(const platform::URL& file) {
   return fromJSON<T>(detail::contentsOf(file));
 }
 
-/// The value as a JSON document. Throws `platform::EncodingError`, and what the type's codec throws.
+/// Encodes a value as a JSON document. Throws `platform::EncodingError`, and what the type's codec throws.
 template <JSONEncodable T>
 platform::Data asJSON(const T& value) {
   if constexpr (detail::NamesEncoder<T>) {

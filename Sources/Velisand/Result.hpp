@@ -2,39 +2,47 @@
 
 #include <optional>
 #include <utility>
-#include <variant>
 
 #include "Platform/Foundation/Error.hpp"
 
 namespace velisand {
 
-/// The outcome of something that either gave a value or failed.
+/// The outcome of an operation: a value or an error.
 ///
 ///     if (const auto* user = result.value()) greet(*user);
 ///     else report(*result.error());
 template <class T>
 class Result {
  public:
-  /// A success with its value.
-  static Result success(T value) { return Result(std::in_place_index<0>, std::move(value)); }
-  /// A failure with its error.
-  static Result failure(platform::Error error) { return Result(std::in_place_index<1>, std::move(error)); }
+  /// A success with this value.
+  static Result success(T value) {
+    Result result;
+    result.value_.emplace(std::move(value));
+    return result;
+  }
+  /// A failure with this error.
+  static Result failure(platform::Error error) {
+    Result result;
+    result.error_.emplace(std::move(error));
+    return result;
+  }
 
   /// Null on failure.
-  const T* value() const { return std::get_if<0>(&outcome_); }
+  const T* value() const { return value_ ? &*value_ : nullptr; }
   /// Null on success.
-  const platform::Error* error() const { return std::get_if<1>(&outcome_); }
+  const platform::Error* error() const { return error_ ? &*error_ : nullptr; }
   /// Whether it is a success.
-  explicit operator bool() const { return outcome_.index() == 0; }
+  explicit operator bool() const { return !error_; }
 
  private:
-  template <std::size_t index, class Value>
-  Result(std::in_place_index_t<index> which, Value&& value) : outcome_(which, std::forward<Value>(value)) {}
+  Result() = default;
 
-  std::variant<T, platform::Error> outcome_;
+  // One of the two. A variant would do, but is slow to compile for each type of value.
+  std::optional<T> value_;
+  std::optional<platform::Error> error_;
 };
 
-/// The outcome of something that has nothing to give but may fail.
+/// The outcome of an operation that has no value but may fail.
 template <>
 class Result<void> {
  public:

@@ -38,7 +38,7 @@ class TaskResult<void> {
 
 }  // namespace detail
 
-/// What a coroutine returns that awaits futures, for programs without a coroutine library of their own:
+/// The return type of a coroutine that awaits futures, for programs without another coroutine library:
 ///
 ///     Task<std::string> title(URL page) {
 ///       const GetPage request{page};
@@ -47,23 +47,26 @@ class TaskResult<void> {
 ///     }
 ///     const auto text = title("https://example.org").get();
 ///
-/// The coroutine starts at once, on the caller's thread, and runs to its end whether or not the program keeps
-/// the task. A task is a future: it can be waited for, given callbacks, awaited, and converted to `Future<T>`.
-/// It fails with what the coroutine throws. It is completed after the coroutine's variables and parameters
-/// are destroyed.
+/// The coroutine starts at once, on the caller's thread, and runs to its end whether or not the program keeps the task.
+/// A task is a future: you can wait for it, register callbacks, await it, and convert it to `Future<T>`. It fails with
+/// the exception that leaves the coroutine. It is completed after the coroutine's variables and parameters have been
+/// destroyed.
 ///
-/// Give the request a name, as here, where it is an aggregate: GCC 12 destroys one that is made within the `co_await`
-/// expression twice.
+/// Give a request that is an aggregate a name, as here: GCC 12 destroys an aggregate that is created within the
+/// `co_await` expression twice.
 ///
-/// After each `co_await` it goes on where it was: on the queue whose block it ran in (`DispatchQueue::current()`), or
-/// on the global queue when it ran in none; at once, without a change of threads, when the future was there already.
+/// After each `co_await` the coroutine resumes on the queue of the block in which it ran (`DispatchQueue::current()`),
+/// or on the global queue if it ran in none. If the future was completed already, it continues at once on the same
+/// thread.
 ///
-/// **Cancellation.** `task.cancel()`, from any thread, cancels the future that the coroutine awaits, and so the request
-/// that this stands for, the task, and what that awaits in turn; and from then on every future that it comes to await.
-/// The coroutine sees each fail: a request's throws `HTTPResponseError::taskCancelled` at the `co_await`. What it makes
-/// of that is its own affair; usually it lets it out, and the task fails with it. Nothing is torn down: variables are
-/// destroyed as usual, and the task is completed when the coroutine has ended. A coroutine that awaits nothing, or only
-/// what cannot be cancelled, runs on.
+/// `whenAll`, `whenAny`, `withTimeout` and `sleepFor` give futures to await: several at a time, for so long, or a time.
+///
+/// **Cancellation.** `task.cancel()`, on any thread, cancels the future that the coroutine awaits: a request, or a task
+/// together with the future that it awaits in turn. It also cancels every future that the coroutine awaits later. The
+/// coroutine gets the failure: a request throws `HTTPResponseError::taskCancelled` at the `co_await`. The coroutine may
+/// handle it; usually the exception leaves the coroutine, and the task fails with it. The coroutine ends normally: its
+/// variables are destroyed as usual, and the task is completed when it has ended. A coroutine that awaits nothing, or
+/// only futures that cannot be cancelled, continues.
 template <class T = void>
 class Task : public Future<T> {
  public:

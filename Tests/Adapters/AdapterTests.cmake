@@ -11,7 +11,7 @@ function(corvane_add_adapter_tests adapter folder)
   if(NOT adapter STREQUAL "Qt")  # is compiled as position-independent code
     target_precompile_headers(${name} REUSE_FROM corvane_test_precompiled)
   endif()
-  gtest_discover_tests(${name} TEST_PREFIX "${adapter}." DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120)
+  corvane_register_tests(${name} PREFIX "${adapter}.")
 endfunction()
 
 corvane_add_adapter_tests(Asio Asio)

@@ -2,7 +2,7 @@
 #include <CorvaneTesting/CorvaneTesting.hpp>
 #include <cstdio>
 
-using namespace corvane::testing;
+using namespace corvane::testkit;
 
 // Sends a request to a server of its own, over TLS, and tells in one line what arrived on both sides.
 int main() {

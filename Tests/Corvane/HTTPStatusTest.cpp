@@ -126,5 +126,30 @@ TEST(HTTPStatusTest, printsItsName) {
   EXPECT_EQ(platform::AnyValue(HTTPStatus::notFound).description(), "notFound");
 }
 
+TEST(HTTPStatusTest, keepsTheCodeThatHasNoName) {
+  for (const int code : {207, 308, 418, 422, 429, 451, 599, 999}) {
+    const HTTPStatus status = HTTPStatus::of(code);
+
+    EXPECT_EQ(status, HTTPStatus::unknown);
+    EXPECT_EQ(status.rawValue(), 1000);
+    EXPECT_EQ(status.statusCode(), code);
+    EXPECT_EQ(std::hash<HTTPStatus>()(status), std::hash<HTTPStatus>()(HTTPStatus::unknown));
+  }
+  EXPECT_EQ(HTTPStatus::of(404), HTTPStatus::notFound);
+  EXPECT_EQ(HTTPStatus::notFound.statusCode(), 404);
+  EXPECT_EQ(HTTPStatus::unknown.statusCode(), std::nullopt);
+}
+
+TEST(HTTPStatusTest, hasTheRegisteredReasonPhrase) {
+  EXPECT_EQ(HTTPStatus::notFound.reasonPhrase(), "Not Found");
+  EXPECT_EQ(HTTPStatus::of(429).reasonPhrase(), "Too Many Requests");
+  EXPECT_EQ(HTTPStatus::of(599).reasonPhrase(), "");
+  EXPECT_EQ(HTTPStatus::unknown.reasonPhrase(), "");
+}
+
+TEST(HTTPStatusTest, ofAPlatformResponseKeepsTheCode) {
+  EXPECT_EQ(status(HTTPURLResponse("http://h", 429, "HTTP/1.1", {})).statusCode(), 429);
+}
+
 }  // namespace
 }  // namespace corvane

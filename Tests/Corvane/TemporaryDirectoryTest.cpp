@@ -35,7 +35,7 @@ class MakeTemporaryDirectoryTest : public ::testing::Test {
     }
   }
 
-  testing::TemporaryDirectory parent;
+  testkit::TemporaryDirectory parent;
 
  private:
   const bool wasSet = std::getenv("TMPDIR") != nullptr;

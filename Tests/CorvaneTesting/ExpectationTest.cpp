@@ -4,7 +4,7 @@
 
 #include "CorvaneTesting/MainQueue.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 namespace {
 
 using std::chrono::milliseconds;
@@ -68,4 +68,4 @@ TEST(ExpectationTest, drainsTheMainQueueMeanwhile) {
 }
 
 }  // namespace
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

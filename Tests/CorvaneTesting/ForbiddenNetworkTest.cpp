@@ -3,7 +3,7 @@
 #include "Corvane/Corvane.hpp"
 #include "CorvaneTesting/ServerTest.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 namespace {
 
 class ForbiddenNetworkTest : public ServerTest {
@@ -35,4 +35,4 @@ TEST_F(ForbiddenNetworkTest, leavesWhatWasForbiddenBefore) {
 }
 
 }  // namespace
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

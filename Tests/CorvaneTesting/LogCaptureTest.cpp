@@ -2,7 +2,7 @@
 
 #include "Vantorel/Logger.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 namespace {
 
 using ::testing::ElementsAre;
@@ -26,4 +26,4 @@ TEST(LogCaptureTest, keepsWhatIsLoggedWhileItLives) {
 }
 
 }  // namespace
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

@@ -3,7 +3,7 @@
 #include "CorvaneTesting/Expectation.hpp"
 #include "Platform/Dispatch/DispatchQueue.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 namespace {
 
 using platform::DispatchQueue;
@@ -80,4 +80,4 @@ TEST(ManualTimeDeathTest, refusesASecondOne) {
 }
 
 }  // namespace
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

@@ -4,7 +4,7 @@
 #include "CorvaneTesting/ServerTest.hpp"
 #include "TestSupport/RawClient.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 namespace {
 
 using ::testing::EndsWith;
@@ -124,4 +124,4 @@ TEST(CompressionTest, noticesDamage) {
 }
 
 }  // namespace
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

@@ -3,7 +3,7 @@
 #include "CorvaneTesting/ServerTest.hpp"
 #include "TestSupport/RawClient.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 namespace {
 
 using std::chrono::hours;
@@ -208,4 +208,4 @@ TEST_F(MomentTest, actsOnIdleConnectionsAtTheTestsWord) {
 }
 
 }  // namespace
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

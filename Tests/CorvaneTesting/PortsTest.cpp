@@ -8,7 +8,7 @@
 #include "CorvaneTesting/Internal/Descriptor.hpp"
 #include "TestSupport/TemporaryDirectory.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 namespace {
 
 /// The error of a non-blocking connection attempt at once: EINPROGRESS while it is unanswered.
@@ -54,4 +54,4 @@ TEST(TemporaryDirectoryTest, disappearsWithItsOwner) {
 }
 
 }  // namespace
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

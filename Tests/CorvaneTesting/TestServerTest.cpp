@@ -6,7 +6,7 @@
 #include "CorvaneTesting/ServerTest.hpp"
 #include "TestSupport/RawClient.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 namespace {
 
 using ::testing::ElementsAre;
@@ -324,4 +324,4 @@ TEST(TestServerLifeTest, refusesConnectionsOnceItStoppedListening) {
 }
 
 }  // namespace
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

@@ -4,7 +4,7 @@
 #include "CorvaneTesting/ServerTest.hpp"
 #include "TestSupport/TlsClient.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 namespace {
 
 using ::testing::Contains;
@@ -182,4 +182,4 @@ TEST_F(TlsTest, refusesACertificateThatIsNone) {
 }
 
 }  // namespace
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

@@ -4,7 +4,7 @@
 #include "CorvaneTesting/ServerTest.hpp"
 #include "Platform/Foundation/FileManager.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 namespace {
 
 using platform::FileManager;
@@ -53,4 +53,4 @@ TEST_F(TrustedAuthorityTest, leavesOtherCertificatesAsTheyAre) {
 }
 
 }  // namespace
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

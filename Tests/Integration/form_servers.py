@@ -79,8 +79,18 @@ class FormServer:
     class Handler(http.server.BaseHTTPRequestHandler):
         protocol_version = "HTTP/1.1"
 
+        def body(self):
+            if self.headers["Transfer-Encoding"] != "chunked":
+                return self.rfile.read(int(self.headers["Content-Length"]))
+            body = b""
+            while size := int(self.rfile.readline(), 16):
+                body += self.rfile.read(size)
+                self.rfile.readline()
+            self.rfile.readline()
+            return body
+
         def do_POST(self):
-            body = self.rfile.read(int(self.headers["Content-Length"]))
+            body = self.body()
             try:
                 report = {"parts": FormServer.PARSERS[self.path](self.headers["Content-Type"], body)}
             except multipart.multipart.MultipartParseError as refusal:

@@ -135,6 +135,7 @@ http {
     location = /to-plain { return 302 http://127.0.0.1:PLAIN/hello.txt; }
     location = /round { return 302 /round; }
     location = /cut { return 444; }
+    location = /private { auth_basic "for members"; auth_basic_user_file FOLDER/members; alias FOLDER/content/hello.txt; }
     location = /either { rewrite ^ /$large_or_small; }
     location = /accepts { client_body_buffer_size 64m; proxy_pass http://127.0.0.1:PLAIN/taken; }
     location = /taken { return 204; }
@@ -168,6 +169,7 @@ class Nginx(Server):
             (content / name).write_text('{"id":7,"tags":["a",1.50],"none":{}}')
         (content / "broken.json").write_text('{"id":7,')
         (content / "empty").write_bytes(b"")
+        (folder / "members").write_text("ada:{PLAIN}s3cret\n")
         text = NGINX
         for name, value in (("FOLDER", folder.path), ("RETIRINGPLAIN", self.plain_retiring_port),
                             ("RETIRINGSECURE", self.secure_retiring_port), ("PLAIN", self.plain_port),

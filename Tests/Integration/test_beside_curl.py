@@ -45,6 +45,8 @@ REASONS = {
         "chunk size '5;aaaaaaaaaaaaaaaaaa' of 5002 bytes", "chunk size '5;aaaaaaaaaaaaaaaaaa' of 200002 bytes"],
     "CR LF follows a chunk and its size (RFC 9112, 7.1)": [
         "chunks with LF after the size", "chunks with LF after the chunk", "chunks with only LF"],
+    "a part tells which one it is (RFC 9110, 15.3.7), or a file would have another's bytes": [
+        "status line 'HTTP/1.1 206 Partial Content'"],
     "nobody asked for another protocol (RFC 9110, 15.2.2)": ["101, then 200"],
     "at most 200 interim responses come before the final one": ["10,000 times 103"],
     "content that is not complete is no success (RFC 1952, 2.3.1)": [

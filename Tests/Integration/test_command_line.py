@@ -23,7 +23,7 @@ class Usage(ToolTest):
         self.refuses("'b' is no URL to send to", "a", "b", "c")
         self.refuses("'b' is no URL to send to", "http://127.0.0.1/", "b")
         self.refuses("must start with http:// or https://", "ftp://127.0.0.1/")
-        self.refuses("is no URL", "http://127.0.0.1:port/")
+        self.refuses("is not a URL", "http://127.0.0.1:port/")
         self.refuses("names no host", "http:///path")
         self.refuses("--nope", "--nope", "http://127.0.0.1/")
         self.refuses("not a token", "G T", "http://127.0.0.1/")
@@ -78,7 +78,7 @@ class Failures(ToolTest):
     def test_a_refused_connection(self):
         url = f"http://127.0.0.1:{free_port()}/"
         outcome = self.fail_with(1, url)
-        self.assertIn("cannot be made to the host", outcome.problems)
+        self.assertIn("no connection could be made to", outcome.problems)
 
         report = self.report(url)
         self.assertIsNone(report["status"])

@@ -1,4 +1,5 @@
-"""What parsers of others make of the multipart layout: see Docs/Decisions/0013-multipart-forms-and-servers.md."""
+"""What parsers of others make of the multipart layout: see Docs/Decisions/0013-multipart-forms-and-servers.md. And that
+they read every form of browsers, which `HTTPFormData` and `HTTPFormBody` write, as it was meant."""
 
 import base64
 import json
@@ -178,3 +179,109 @@ class PHP(ExactParser, TransferTest):
 
     def test_a_form_without_sections_is_read_right(self):
         self.assertEqual(self.read(), [])
+
+
+TYPED = field("typed", b'{"a":1}', "application/json")
+TYPED_READ = is_read("typed", b'{"a":1}', content_type="application/json")
+
+
+def produced(name, content):
+    return {**field(name, content, "text/csv"), "isProduced": True}
+
+
+class BrowserForm:
+    """What holds for forms in the layout of browsers, whoever reads them."""
+
+    reads_types = True
+    reads_produced = True
+
+    def setUp(self):
+        self.driver = self.drive()
+
+    def response(self, *sections, action="formData"):
+        outcome = self.driver.do(action, self.url(), sections=sections)
+        self.assertEqual((outcome.status, outcome.error), (200, ""), str(outcome))
+        return json.loads(outcome.body)
+
+    def read(self, *sections):
+        parts = self.response(*sections)["parts"]
+        return [{**part, "content": base64.b64decode(part["content"])} for part in parts]
+
+    def is_read_as(self, sections, *expected):
+        """In any order, since some tell of files after values."""
+        def key(part):
+            return part["name"]
+        self.assertEqual(sorted(self.read(*sections), key=key), sorted(expected, key=key))
+
+    def test_values_are_read_right(self):
+        for value in (b"", b"value", "wört, 值".encode(), b"\r\n\r\n", BOUNDARY_LIKE):
+            with self.subTest(value):
+                self.is_read_as([BEFORE, field("name", value), AFTER], BEFORE_READ, is_read("name", value), AFTER_READ)
+
+    def test_files_are_read_right(self):
+        for content in (b"", b"text", b"\r\ncontent", BOUNDARY_LIKE, EVERY_BYTE, EVERY_BYTE * 4000):
+            with self.subTest(content[:100]):
+                self.is_read_as([BEFORE, file("name", "ä 名.bin", content), AFTER], BEFORE_READ,
+                                is_read("name", content, "ä 名.bin", "application/octet-stream"), AFTER_READ)
+
+    def test_a_name_of_any_language_is_read_right(self):
+        self.is_read_as([file("näme", "a.txt", b"x")], is_read("näme", b"x", "a.txt", "text/plain"))
+
+    def test_a_quote_in_a_name_is_read_as_browsers_write_it(self):
+        self.is_read_as([field('a"b', b"1")], is_read("a%22b", b"1"))
+
+    def test_a_produced_part_is_read_right(self):
+        if not self.reads_produced:
+            self.skipTest("this server does not read bodies of unknown length")
+        content = EVERY_BYTE * 100
+        self.is_read_as([BEFORE, produced("name", content)], BEFORE_READ,
+                        is_read("name", content, "produced", "text/csv"))
+
+
+class BrowserFormByEmail(BrowserForm, TransferTest):
+    def url(self):
+        return f"http://127.0.0.1:{own.port}/email"
+
+    def test_the_type_of_a_value_is_read_right(self):
+        self.is_read_as([BEFORE, TYPED], BEFORE_READ, TYPED_READ)
+
+
+class BrowserFormByMultipart(BrowserForm, TransferTest):
+    def url(self):
+        return f"http://127.0.0.1:{own.port}/multipart"
+
+    def test_the_type_of_a_value_is_read_right(self):
+        self.is_read_as([BEFORE, TYPED], BEFORE_READ, TYPED_READ)
+
+
+class BrowserFormByPHP(BrowserForm, TransferTest):
+    reads_produced = False
+
+    def url(self):
+        return f"http://127.0.0.1:{php.port}/form.php"
+
+    def test_a_plain_form_is_read_right(self):
+        values = [("a", b"1"), ("b c", "wört & 值=+%\r\n".encode()), ("empty", b"")]
+        parts = self.response(*(field(*value) for value in values), action="formURLEncoded")["parts"]
+        # It makes variables of names, without spaces.
+        self.assertEqual([(part["name"], base64.b64decode(part["content"])) for part in parts],
+                         [(name.replace(" ", "_"), value) for name, value in values])
+
+
+class BrowserFormByWerkzeug(TransferTest):
+    def setUp(self):
+        self.driver = self.drive()
+
+    def response(self, *sections, action):
+        outcome = self.driver.do(action, f"http://127.0.0.1:{httpbin.port}/post", sections=sections)
+        self.assertEqual((outcome.status, outcome.error), (200, ""), str(outcome))
+        return json.loads(outcome.body)
+
+    def test_a_form_with_a_file_is_read_right(self):
+        response = self.response(BEFORE, file("name", "a.txt", b"text\n"), AFTER, action="formData")
+        self.assertEqual((response["form"], response["files"]), ({"before": "1", "after": "2"}, {"name": "text\n"}))
+
+    def test_a_plain_form_is_read_right(self):
+        response = self.response(field("a b", "wört & 值=+%".encode()), field("c", b"1"), field("c", b"2"),
+                                 action="formURLEncoded")
+        self.assertEqual(response["form"], {"a b": "wört & 值=+%", "c": ["1", "2"]})

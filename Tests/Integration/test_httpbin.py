@@ -1,15 +1,17 @@
 """httpbin says what it got, and answers in many ways."""
 
 import base64
+import fcntl
 import gzip
 import json
 import os
 import subprocess
 import tempfile
+import termios
 import unittest
 
 import servers
-from tool import PATIENCE, ToolTest, run
+from tool import PATIENCE, Screen, ToolTest, run
 
 TORTURE = "it's \"$HOME\" `id` \\ \t!x %41 &;|<>(){}[]*?~# é \u4f60\u597d"
 
@@ -24,6 +26,57 @@ def setUpModule():
 def tearDownModule():
     server.stop()
     folder.remove()
+
+
+class Identity(ToolTest):
+    def test_basic_authentication(self):
+        url = f"{base}/basic-auth/ada/se:cret"
+        self.assertEqual(json.loads(self.succeed(url, "--user", "ada:se:cret").output)["user"], "ada")
+        refused = self.fail_with(1, url)
+        self.assertIn("--user NAME authenticates", refused.problems)
+        self.assertNotIn("--user NAME", self.fail_with(1, url, "-u", "ada:wrong").problems)
+
+    def test_digest_authentication(self):
+        for quality in ("auth", "auth-int"):
+            for algorithm in ("MD5", "SHA-256"):
+                url = f"{base}/digest-auth/{quality}/ada/secret/{algorithm}"
+                got = json.loads(self.succeed(url, "--user", "ada:secret", "--auth", "digest").output)
+                self.assertTrue(got["authenticated"])
+                self.fail_with(1, url, "--user", "ada:wrong", "--auth", "digest")
+                self.fail_with(1, url, "--user", "ada:secret")
+
+    def test_a_token(self):
+        got = self.echo(f"{base}/headers", "--bearer", "abc.def")
+        self.assertEqual(got["headers"]["Authorization"], "Bearer abc.def")
+        self.succeed(f"{base}/bearer", "--bearer", "abc.def")
+        self.fail_with(1, f"{base}/bearer")
+
+    def test_cookies(self):
+        got = json.loads(self.succeed(f"{base}/cookies", "--cookie", "a=1", "-b", "b=x=y").output)
+        self.assertEqual(got["cookies"], {"a": "1", "b": "x=y"})
+
+    def test_a_password_is_asked_for_and_not_shown(self):
+        asking = Screen(80, f"{base}/basic-auth/ada/secret", "--user", "ada", start_new_session=True,
+                        preexec_fn=lambda: fcntl.ioctl(1, termios.TIOCSCTTY, 0))
+        asking.read_until("Password of ada: ")
+        os.write(asking.terminal, b"secret\n")
+        self.assertEqual(asking.finish(), 0, asking.text)
+        self.assertNotIn("secret", asking.text)
+
+
+class Redirects(ToolTest):
+    def test_they_are_shown_and_followed(self):
+        head = self.succeed(f"{base}/redirect/2", "--include").output.decode()
+        self.assertTrue(head.startswith(f"302 {base}/redirect/2\n302 {base}/relative-redirect/1\nHTTP/1.1 200 OK\n"), head)
+        self.assertEqual([each["status"] for each in self.report(f"{base}/redirect/2")["redirects"]], [302, 302])
+
+    def test_they_are_not_followed(self):
+        report = self.report(f"{base}/redirect/2", "--follow", "no")
+        self.assertEqual((report["status"], report["headers"]["location"]), (302, ["/relative-redirect/1"]))
+
+    def test_they_are_followed_so_often(self):
+        self.succeed(f"{base}/redirect/2", "--follow", "2")
+        self.assertIn("too many redirects", self.fail_with(1, f"{base}/redirect/2", "--follow", "1").problems)
 
 
 class Requests(ToolTest):
@@ -113,7 +166,7 @@ class Answers(ToolTest):
 
     def test_a_status_and_the_name_for_it(self):
         self.assertEqual(self.report(f"{base}/status/404")["statusName"], "notFound")
-        self.assertIn("notFound:404", self.fail_with(1, f"{base}/status/404").problems)
+        self.assertIn("status 404 Not Found", self.fail_with(1, f"{base}/status/404").problems)
 
     def test_repeated_header_fields_are_all_reported(self):
         headers = self.report(f"{base}/response-headers?X-Many=1&X-Many=2")["headers"]

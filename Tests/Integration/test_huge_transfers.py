@@ -60,6 +60,16 @@ class HugeTransfers(TransferTest):
         self.assertLess(outcome.peak, MEMORY, str(outcome))
         self.check_nothing_left(self.driver)
 
+    def test_up_in_a_form(self):
+        outcome = self.driver.do("formData", self.base + "/sink", sections=[
+            {"name": "file", "file": str(source), "type": "application/octet-stream"}])
+        self.assertEqual((outcome.status, outcome.error), (200, ""), str(outcome))
+        count = json.loads(outcome.body)["count"]
+        self.assertGreater(count, SIZE)
+        self.assertEqual((outcome.progress["completed"], outcome.progress["total"]), (count, count), str(outcome))
+        self.assertLess(outcome.peak, MEMORY, str(outcome))
+        self.check_nothing_left(self.driver)
+
     def test_up(self):
         outcome = self.driver.do("upload", self.base + "/sink", file=source)
         self.check_whole(outcome, SIZE)

@@ -1,10 +1,12 @@
 """nghttpd speaks HTTP/2 and nothing else."""
 
+import gzip
 import hashlib
 import subprocess
 import tempfile
 
 import servers
+from driver import TransferTest
 from tool import PATIENCE, PROGRAM, ToolTest, run
 
 
@@ -59,3 +61,22 @@ class HTTP2(ToolTest):
         output, problems = process.communicate(timeout=PATIENCE)
         self.assertEqual((process.returncode, problems), (1, b""))
         self.assertIn(b'"domain"', output)
+
+
+class ProducedBodies(TransferTest):
+    """Over HTTP/2 a body needs no length."""
+
+    def test_come_back_as_they_were_sent(self):
+        driver = self.drive(folder / "server.der")
+        content = servers.pattern(5_000_000)
+        with tempfile.NamedTemporaryFile() as body:
+            body.write(content)
+            body.flush()
+            for action in ("produce", "produceKnown"):
+                with self.subTest(action):
+                    outcome = driver.do(action, base + "/echo", file=body.name)
+                    self.check_whole(outcome, len(content))
+                    self.assertEqual(outcome.body, content)
+            outcome = driver.do("produceCompressed", base + "/echo", file=body.name)
+            self.assertEqual((outcome.status, outcome.error), (200, ""), str(outcome))
+            self.assertEqual(gzip.decompress(outcome.body), content)

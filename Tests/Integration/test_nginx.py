@@ -3,11 +3,12 @@
 import hashlib
 import os
 import re
+import signal
 import tempfile
 import unittest.mock
 
 import servers
-from tool import ToolTest, run, run_in_terminal
+from tool import Screen, ToolTest, run, run_in_terminal
 
 
 def setUpModule():
@@ -50,6 +51,49 @@ class Both:
     def test_a_part_of_a_file(self):
         report = self.report(self.base() + "/large", "--header", "Range: bytes=100-199", *self.options())
         self.assertEqual((report["status"], report["bodyBytes"]), (206, 100))
+
+    def test_a_download_that_goes_on(self):
+        with tempfile.TemporaryDirectory() as place:
+            path = os.path.join(place, "large")
+            arguments = (self.base() + "/slowly/large", "--output", path, "--continue", *self.options())
+            screen = Screen(100, *arguments)
+            while not re.search(r"[1-9]\d*\.\d MB of ", screen.text) and screen.read():
+                pass
+            screen.process.send_signal(signal.SIGINT)
+            self.assertEqual(screen.finish(), -signal.SIGINT, screen.text)
+            self.assertIn("interrupted; what has arrived is kept for another --continue", screen.text)
+            self.assertEqual(sorted(os.listdir(place)), ["large.corvane-part", "large.corvane-resume"])
+            kept = os.path.getsize(path + ".corvane-part")
+            self.assertGreaterEqual(kept, 1_000_000)
+
+            report = self.report(*arguments, "--digest", f"sha256:{LARGE}")
+
+            self.assertEqual((report["status"], report["error"], report["bodyBytes"]), (206, None, servers.LARGE))
+            self.assertEqual(report["headers"]["content-range"],
+                             [f"bytes {kept}-{servers.LARGE - 1}/{servers.LARGE}"])
+            self.assertEqual(os.listdir(place), ["large"])
+
+    def test_a_download_that_starts_over_when_the_file_has_changed(self):
+        with tempfile.TemporaryDirectory() as place:
+            path = os.path.join(place, "large")
+            changed = folder / "content" / f"changed-{self.id().split('.')[-2]}"
+            changed.write_bytes(servers.pattern(servers.LARGE))
+            url = self.base() + "/slowly/" + changed.name
+            arguments = (url, "--output", path, "--continue", *self.options())
+            screen = Screen(100, *arguments)
+            while not re.search(r"[1-9]\d*\.\d MB of ", screen.text) and screen.read():
+                pass
+            screen.process.send_signal(signal.SIGINT)
+            self.assertEqual(screen.finish(), -signal.SIGINT, screen.text)
+            changed.write_text("another file")
+            self.addCleanup(changed.unlink)
+
+            report = self.report(*arguments)
+
+            self.assertEqual((report["status"], report["error"]), (200, None))
+            with open(path) as file:
+                self.assertEqual(file.read(), "another file")
+            self.assertEqual(os.listdir(place), ["large"])
 
     def test_an_unchanged_file(self):
         tag = self.report(self.base() + "/hello.txt", *self.options())["headers"]["etag"][0]

@@ -70,7 +70,7 @@ class StandardStreams(ToolTest):
     def test_the_body_of_an_unacceptable_response_is_written_too(self):
         outcome = self.fail_with(1, base + "/missing")
         self.assertIn(b"404 Not Found", outcome.output)
-        self.assertEqual(outcome.problems, "corvane: HTTPStatus: notFound:404 is unacceptable\n")
+        self.assertEqual(outcome.problems, "corvane: the server responded with status 404 Not Found\n")
 
     def test_a_body_from_standard_input(self):
         line = '"$0" PUT "$1" --body-file /dev/stdin --accept-status 405 --report json'

@@ -1,5 +1,6 @@
 """Downloads, uploads and forms with the command-line tool, as a person and as a program see them."""
 
+import hashlib
 import http.server
 import json
 import os
@@ -36,7 +37,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
         self.end_headers()
         try:
             for number in range(PIECES):
-                if number == PIECES // 2 and self.path == "/held":
+                if number == PIECES // 2 and self.path.startswith("/held"):
                     self.gate.wait(PATIENCE)
                 frame = b"%x\r\n%b\r\n" % (len(PIECE), PIECE) if self.path == "/unknown" else PIECE
                 self.wfile.write(frame)
@@ -112,8 +113,58 @@ class ToolTransfers(ToolTest):
         screen.read_until(" of 3.0 MB, ")
         screen.process.send_signal(signal.SIGINT)
         self.assertEqual(screen.finish(), -signal.SIGINT, screen.text)
-        self.assertTrue(screen.text.endswith(" \r"), screen.text)
+        self.assertRegex(screen.text, r" \r(\x1b\[[0-9;]*m)?corvane:(\x1b\[0m)? interrupted\r\n$")
         self.check_only()
+
+    def test_several_downloads_have_a_line_each_and_a_summary(self):
+        names = ("held-first.bin", "held-second.bin")
+        screen = Screen(100, *(f"{self.base}/{name}" for name in names), "--parallel", "2", "--download", self.folder,
+                        env={**os.environ, "TERM": "xterm"})
+        for name in names:
+            screen.read_until(f"{name} ")
+        screen.read_until(" of 3.0 MB, ")
+        Handler.gate.set()
+        self.assertEqual(screen.finish(), 0, screen.text)
+        for name in names:
+            self.assertRegex(screen.text, rf"\n?{name} +[ 0-9]\d% ")
+        self.assertRegex(screen.text, r"2 of 2 files, 6\.0 MB in 0:\d\d\r\n$")
+        self.check_only(*names)
+
+    def test_an_output_is_saved_while_it_arrives(self):
+        file = self.folder / "a.bin"
+        file.write_text("old")
+        screen = Screen(100, f"{self.base}/held", "--output", file)
+        screen.read_until(" of 3.0 MB, ")
+        self.assertEqual(file.read_text(), "old")
+        Handler.gate.set()
+        self.assertEqual(screen.finish(), 0, screen.text)
+        self.assertEqual(file.read_bytes(), PIECE * PIECES)
+        self.check_only("a.bin")
+
+    def test_an_interrupted_output_leaves_what_was_there(self):
+        file = self.folder / "a.bin"
+        file.write_text("old")
+        screen = Screen(100, f"{self.base}/held", "--output", file)
+        screen.read_until(" of 3.0 MB, ")
+        screen.process.send_signal(signal.SIGINT)
+        self.assertEqual(screen.finish(), -signal.SIGINT, screen.text)
+        self.assertEqual(file.read_text(), "old")
+        self.check_only("a.bin")
+
+    def test_a_digest(self):
+        file = self.folder / "a.bin"
+        right, wrong = hashlib.sha256(PIECE * PIECES).hexdigest(), "0" * 64
+        problems = self.fail_with(1, f"{self.base}/file", "--output", file, "--digest", f"sha256:{wrong}").problems
+        self.assertIn(right, problems)
+        self.assertIn(wrong, problems)
+        self.check_only()
+        self.succeed(f"{self.base}/file", "--output", file, "--digest", f"sha256:{right}")
+        self.succeed(f"{self.base}/file", "--download", self.folder, "--digest", f"sha256:{right}")
+        self.check_only("a.bin", "file")
+
+    def test_a_digest_and_continuing_are_checked_before_anything_is_sent(self):
+        for arguments in (("--continue",), ("--output", "a", "--digest", "sha256:0"), ("--digest", "sha256:" + "0" * 64)):
+            self.fail_with(2, f"{self.base}/file", *arguments)
 
     def test_a_total_that_is_not_known(self):
         self.succeed(f"{self.base}/unknown", "--download", self.folder)

@@ -16,12 +16,12 @@
 
 namespace {
 
-using corvane::testing::FailingAllocations;
-using corvane::testing::SweepRange;
-using corvane::testing::SweepScene;
-using corvane::testing::SweepServer;
-using corvane::testing::SweepVerdict;
-using corvane::testing::SweepWorkers;
+using corvane::testkit::FailingAllocations;
+using corvane::testkit::SweepRange;
+using corvane::testkit::SweepScene;
+using corvane::testkit::SweepServer;
+using corvane::testkit::SweepVerdict;
+using corvane::testkit::SweepWorkers;
 using Which = FailingAllocations::Which;
 
 struct Options {
@@ -120,7 +120,7 @@ int sweep(const SweepScene& scene, Which which, const SweepRange& range, const O
 }
 
 int sweepAll(const Options& options, const std::string& server) {
-  const auto [scenes, count] = corvane::testing::sweepScenes();
+  const auto [scenes, count] = corvane::testkit::sweepScenes();
   int defects = 0;
   std::size_t run = 0;
   for (const SweepScene* scene = scenes; scene != scenes + count; ++scene) {
@@ -141,12 +141,12 @@ int sweepAll(const Options& options, const std::string& server) {
 }
 
 int runOnce(const Options& options, const std::string& server) {
-  const auto [scenes, count] = corvane::testing::sweepScenes();
+  const auto [scenes, count] = corvane::testkit::sweepScenes();
   const Which which = options.triesOne ? Which::one : Which::andLater;
   FailingAllocations::showStacks();
   for (const SweepScene* scene = scenes; scene != scenes + count; ++scene) {
     if (options.scene != scene->name) continue;
-    const SweepVerdict verdict = corvane::testing::runOnce(*scene, which, options.at, server, options.isCold);
+    const SweepVerdict verdict = corvane::testkit::runOnce(*scene, which, options.at, server, options.isCold);
     std::printf("%c\n", static_cast<char>(verdict));
     return 0;
   }

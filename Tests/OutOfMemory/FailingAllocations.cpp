@@ -9,7 +9,7 @@
 #include <exception>
 #include <new>
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 namespace {
 
@@ -75,13 +75,13 @@ void FailingAllocations::showStackOfTermination() noexcept {
 FailingAllocations::Exempt::Exempt() noexcept { ++exemptions; }
 FailingAllocations::Exempt::~Exempt() { --exemptions; }
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit
 
 // The other forms of `new` and `delete` call these.
 
-void* operator new(std::size_t bytes) { return corvane::testing::allocated(bytes, alignof(std::max_align_t)); }
+void* operator new(std::size_t bytes) { return corvane::testkit::allocated(bytes, alignof(std::max_align_t)); }
 void* operator new(std::size_t bytes, std::align_val_t alignment) {
-  return corvane::testing::allocated(bytes, static_cast<std::size_t>(alignment));
+  return corvane::testkit::allocated(bytes, static_cast<std::size_t>(alignment));
 }
 void operator delete(void* memory) noexcept { std::free(memory); }
 void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }

@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 /// Lets the process run out of memory at a chosen moment: the program that links this has an `operator new` that counts
 /// its calls, on all threads, and throws `std::bad_alloc` when told to.
@@ -32,4 +32,4 @@ class FailingAllocations {
   };
 };
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

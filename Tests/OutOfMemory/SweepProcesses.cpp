@@ -16,7 +16,7 @@
 #include "CorvaneTesting/TestServer.hpp"
 #include "TestSupport/StandardRoutes.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 namespace {
 
@@ -167,4 +167,4 @@ void SweepWorkers::stop() {
   process_ = -1;
 }
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

@@ -8,7 +8,7 @@
 
 #include "SweepRun.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 /// A server for all runs, in a process of its own, where memory never runs out. It ends with the process that started
 /// it.
@@ -100,4 +100,4 @@ class SweepWorkers {
 SweepVerdict runOnce(const SweepScene& scene, FailingAllocations::Which which, std::size_t number,
                      const std::string& server, bool isCold);
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

@@ -3,7 +3,7 @@
 #include <condition_variable>
 #include <mutex>
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 struct Outcomes::State {
   std::mutex mutex;
@@ -36,4 +36,4 @@ void Outcomes::await(int least) const {
   state_->changed.wait(lock, [&] { return state_->count >= least; });
 }
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

@@ -10,7 +10,7 @@
 #include "Corvane/Corvane.hpp"
 #include "FailingAllocations.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 /// Counts what came of one operation. Copies share it.
 class Outcomes {
@@ -81,4 +81,4 @@ struct SweepScene {
 /// All of them.
 std::pair<const SweepScene*, std::size_t> sweepScenes();
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

@@ -1,10 +1,14 @@
 #include <array>
+#include <memory>
+#include <span>
 #include <vector>
 
+#include "CorvaneTesting/MockResponse.hpp"
 #include "SweepRun.hpp"
+#include "TestSupport/TemporaryDirectory.hpp"
 #include "Velisand/Task.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 namespace {
 
@@ -16,6 +20,16 @@ struct Record {
 struct Get : DataGetRequestable<Get>, HTTPRequestCancelable<Get> {
   URL url;
   HTTPHeaders sharedHeaders() const { return {}; }
+};
+
+/// Sends by itself.
+struct OwnGet : DataGetRequestable<OwnGet> {
+  URL url;
+  HTTPHeaders sharedHeaders() const { return {}; }
+  using HTTPRequestable::send;
+  void send(std::optional<DispatchQueue> queue, Completion completion) const {
+    sendToNetwork(std::move(queue), std::move(completion));
+  }
 };
 
 struct Retrying : DataGetRequestable<Retrying>, HTTPRequestCancelable<Retrying>, HTTPRetryAttempting<Retrying> {
@@ -189,6 +203,29 @@ void downloadAsFuture(SweepRun& run) {
   getFuture(run, [&] { return request.send(); });
 }
 
+struct RemovedWithMemory {
+  void operator()(const TemporaryDirectory* folder) const {
+    const FailingAllocations::Exempt exempt;
+    delete folder;
+  }
+};
+
+/// Of 20,000 bytes 12,000 are there when memory runs out.
+void resumedDownload(SweepRun& run) {
+  const std::unique_ptr<TemporaryDirectory, RemovedWithMemory> owned(new TemporaryDirectory);
+  const TemporaryDirectory& folder = *owned;
+  const std::string content = generatedBytes(20'000);
+  const DownloadGetRequest<URL> request(
+      run.url("/files/report.txt?size=20000&cut=12000"),
+      HTTPDownloadOptions{.destination = {{.path = (folder / "report.txt").string(), .resumes = true}},
+                          .expectedDigest = SHA256Digest::of(std::as_bytes(std::span(content)))});
+  try {
+    request.send().get();
+  } catch (const Error&) {
+    run.attemptAndAwait([&] { request.send(run.queue(), [](const HTTPProgress&) {}, told(run)); });
+  }
+}
+
 void post(SweepRun& run) {
   const DataPostRequest request(run.url("/post"), Data(std::string(20'000, 'x')));
   sendAndAwait(run, request);
@@ -197,6 +234,27 @@ void post(SweepRun& run) {
 void upload(SweepRun& run) {
   const DataUploadRequest request(run.url("/post"), Data(std::string(300'000, 'x')));
   run.attemptAndAwait([&] { request.send(run.queue(), [](const HTTPProgress&) {}, told(run)); });
+}
+
+void form(SweepRun& run) {
+  run.attemptAndAwait([&] {
+    const Record record{.id = 7, .login = "somebody with a long name"};
+    const DataFormPostRequest request(run.url("/post"), HTTPFormBody::of(record));
+    request.send(run.queue(), told(run));
+  });
+}
+
+/// A body that is made while it is sent, of a value, a file and a function.
+void formData(SweepRun& run) {
+  run.attemptAndAwait([&] {
+    const HTTPBodyProducer producer([piece = 0]() mutable -> std::optional<Data> {
+      return piece++ < 5 ? std::optional(Data(std::string(5'000, 'x'))) : std::nullopt;
+    });
+    const FormDataUploadRequest request(run.url("/post"), {{"title", "a text that is too long for its place"},
+                                                           {"file", URL::file("/etc/os-release")},
+                                                           {"rows", producer}});
+    request.send(run.queue(), [](const HTTPProgress&) {}, told(run));
+  });
 }
 
 /// The cancellation itself is to succeed, or to throw and then succeed.
@@ -220,6 +278,31 @@ void cancelRequest(SweepRun& run) {
 
 void cancelFuture(SweepRun& run) {
   const Get request{.url = run.url("/stall")};
+  getFuture(run, [&] {
+    auto sent = request.send();
+    cancelFor(run, [&] { sent.cancel(); });
+    return sent;
+  });
+}
+
+/// A stop of the caller's, beside that of the future.
+void stop(SweepRun& run) {
+  const Get request{.url = run.url("/stall")};
+  getFuture(run, [&] {
+    std::stop_source stop;
+    auto sent = request.send({.stop = stop.get_token()});
+    cancelFor(run, [&] { stop.request_stop(); });
+    return sent;
+  });
+}
+
+void deadline(SweepRun& run) {
+  const Get request{.url = run.url("/stall")};
+  getFuture(run, [&] { return request.send({.deadline = 0.01, .connectTimeout = 5}); });
+}
+
+void stopOwnSend(SweepRun& run) {
+  const OwnGet request{.url = run.url("/stall")};
   getFuture(run, [&] {
     auto sent = request.send();
     cancelFor(run, [&] { sent.cancel(); });
@@ -291,10 +374,16 @@ constexpr std::array scenes{
     SweepScene{"json-mock", jsonMock},
     SweepScene{"download", download},
     SweepScene{"download-future", downloadAsFuture},
+    SweepScene{"download-resumed", resumedDownload},
     SweepScene{"post", post},
     SweepScene{"upload", upload},
+    SweepScene{"form", form},
+    SweepScene{"form-data", formData},
     SweepScene{"cancel", cancelRequest},
     SweepScene{"cancel-future", cancelFuture},
+    SweepScene{"stop", stop},
+    SweepScene{"deadline", deadline},
+    SweepScene{"stop-own-send", stopOwnSend},
     SweepScene{"cancel-retry", cancelRetry},
     SweepScene{"cancel-batch", cancelBatch},
     SweepScene{"cancel-mock", cancelMock},
@@ -306,4 +395,4 @@ constexpr std::array scenes{
 
 std::pair<const SweepScene*, std::size_t> sweepScenes() { return {scenes.data(), scenes.size()}; }
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

@@ -24,13 +24,13 @@
 
 namespace {
 
-using corvane::testing::MockResponse;
-using corvane::testing::Moment;
-using corvane::testing::SilentPort;
-using corvane::testing::StormOperation;
-using corvane::testing::StormTargets;
-using corvane::testing::StormThread;
-using corvane::testing::TestServer;
+using corvane::testkit::MockResponse;
+using corvane::testkit::Moment;
+using corvane::testkit::SilentPort;
+using corvane::testkit::StormOperation;
+using corvane::testkit::StormTargets;
+using corvane::testkit::StormThread;
+using corvane::testkit::TestServer;
 
 constexpr int threadCount = 8;
 
@@ -79,7 +79,7 @@ int main(int count, char** arguments) {
   const double longWait = count > 2 ? std::atof(arguments[2]) : 3;
   vantorel::setLogSink(std::make_shared<Silence>());
   TestServer server({.keepsRequests = false});
-  corvane::testing::installStandardRoutes(server);
+  corvane::testkit::installStandardRoutes(server);
   server.handle("/stall", [](const auto&) { return MockResponse(200).stall(Moment::beforeStatusLine); });
   const SilentPort silent;
   std::string base = server.url("");

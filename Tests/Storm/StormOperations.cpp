@@ -3,7 +3,7 @@
 #include <array>
 #include <vector>
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 namespace {
 
@@ -62,7 +62,7 @@ void StormThread::run(int count) {
 void StormThread::begin() {
   using Kind = void (StormThread::*)();
   // What is common comes often; each reset cancels whatever is under way.
-  static constexpr std::array<Kind, 24> kinds{
+  static constexpr std::array<Kind, 27> kinds{
       &StormThread::send,
       &StormThread::send,
       &StormThread::send,
@@ -73,6 +73,9 @@ void StormThread::begin() {
       &StormThread::cancel,
       &StormThread::cancelFuture,
       &StormThread::cancelFuture,
+      &StormThread::stop,
+      &StormThread::endByDeadline,
+      &StormThread::endByDeadline,
       &StormThread::retry,
       &StormThread::retry,
       &StormThread::cancelRetry,
@@ -110,6 +113,18 @@ void StormThread::cancelFuture() {
   const auto future = Get{.url = url(next() % 2 == 0 ? "/stall" : "/users/7")}.send();
   future.whenCompleted(queue_, ending(operation("cancel a future")));
   future.cancel();
+}
+
+void StormThread::stop() {
+  std::stop_source stop;
+  Get{.url = url(next() % 2 == 0 ? "/stall" : "/users/7")}.send({.queue = queue_, .stop = stop.get_token()},
+                                                                ending(operation("stop")));
+  stop.request_stop();
+}
+
+void StormThread::endByDeadline() {
+  const double deadline = next() % 2 == 0 ? 0.001 : 0.02;
+  Get{.url = url("/stall")}.send({.queue = queue_, .deadline = deadline}, ending(operation("end by a deadline")));
 }
 
 void StormThread::cancelConnecting() {
@@ -165,4 +180,4 @@ void StormThread::reset() {
   end(own);
 }
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

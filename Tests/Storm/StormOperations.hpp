@@ -10,7 +10,7 @@
 #include "Corvane/Corvane.hpp"
 #include "Platform/Dispatch/DispatchSemaphore.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 /// One operation of the storm, and what came of it.
 class StormOperation {
@@ -71,6 +71,8 @@ class StormThread {
   void get();
   void cancel();
   void cancelFuture();
+  void stop();
+  void endByDeadline();
   void cancelConnecting();
   void timeOutConnecting();
   void retry();
@@ -93,4 +95,4 @@ class StormThread {
   std::deque<StormOperation> operations_;
 };
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

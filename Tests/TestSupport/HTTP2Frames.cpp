@@ -1,6 +1,6 @@
 #include "TestSupport/HTTP2Frames.hpp"
 
-namespace corvane::testing::http2 {
+namespace corvane::testkit::http2 {
 
 namespace {
 
@@ -80,4 +80,4 @@ std::vector<Frame> parsed(std::string_view written) {
   return frames;
 }
 
-}  // namespace corvane::testing::http2
+}  // namespace corvane::testkit::http2

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-namespace corvane::testing::http2 {
+namespace corvane::testkit::http2 {
 
 /// Frames of HTTP/2, byte by byte (RFC 9113, 6): for servers that do what no library lets them do.
 
@@ -53,4 +53,4 @@ struct Frame {
 /// The frames of a client's bytes; skips the preface's text. Ends at an incomplete frame.
 std::vector<Frame> parsed(std::string_view written);
 
-}  // namespace corvane::testing::http2
+}  // namespace corvane::testkit::http2

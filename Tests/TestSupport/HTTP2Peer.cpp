@@ -4,8 +4,9 @@
 #include <array>
 #include <cstring>
 #include <stdexcept>
+#include <utility>
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 namespace {
 
@@ -166,9 +167,16 @@ void HTTP2Peer::begin(std::int32_t id, const Fields& head) {
 }
 
 void HTTP2Peer::write(std::int32_t id, std::string_view piece, bool isLast) {
-  bodies_[id].text += piece;
-  bodies_[id].isFinished = isLast;
+  Body& body = bodies_[id];
+  body.text.erase(0, std::exchange(body.sent, 0));
+  body.text += piece;
+  body.isFinished = isLast;
   nghttp2_session_resume_data(session_, id);  // fails when it was not waiting
+}
+
+std::size_t HTTP2Peer::waiting(std::int32_t id) const {
+  const auto body = bodies_.find(id);
+  return body == bodies_.end() ? 0 : body->second.text.size() - body->second.sent;
 }
 
 void HTTP2Peer::reset(std::int32_t id, std::uint32_t code) {
@@ -188,4 +196,4 @@ void HTTP2Peer::openWindow(std::int32_t id, std::int32_t bytes) {
   check(nghttp2_submit_window_update(session_, NGHTTP2_FLAG_NONE, id, bytes));
 }
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

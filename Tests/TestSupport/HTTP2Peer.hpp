@@ -12,7 +12,7 @@
 #include "TestSupport/MemoryStream.hpp"
 #include "TestSupport/RecordedExchange.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 /// A well-behaved HTTP/2 server at the other end of a wire, by nghttp2: tests say what it responds.
 class HTTP2Peer {
@@ -61,6 +61,8 @@ class HTTP2Peer {
   /// A head alone; `write` gives pieces of the body.
   void begin(std::int32_t id, const Fields& head);
   void write(std::int32_t id, std::string_view piece, bool isLast = false);
+  /// Bytes of the body that did not leave yet: they wait for a window, or for `send`.
+  std::size_t waiting(std::int32_t id) const;
   void reset(std::int32_t id, std::uint32_t code);
   /// Takes no more streams than those up to `last`.
   void goAway(std::int32_t last, std::uint32_t code = 0);
@@ -87,4 +89,4 @@ class HTTP2Peer {
   int pings_ = 0;
 };
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

@@ -7,7 +7,7 @@
 #include <mutex>
 #include <string_view>
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 namespace {
 
@@ -76,18 +76,18 @@ bool HeldLookUps::waitForWaiting(int count, std::chrono::milliseconds limit) con
   return resolver.changed.wait_for(lock, limit, [&] { return resolver.waiting >= count; });
 }
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit
 
 extern "C" int getaddrinfo(const char* node, const char* service, const addrinfo* hints, addrinfo** result) {
-  using corvane::testing::HeldLookUps;
-  using corvane::testing::isHeldName;
+  using corvane::testkit::HeldLookUps;
+  using corvane::testkit::isHeldName;
   using Function = int (*)(const char*, const char*, const addrinfo*, addrinfo**);
   static const auto next = reinterpret_cast<Function>(::dlsym(RTLD_NEXT, "getaddrinfo"));
   const std::string_view name = node ? node : "";
   if (name == HeldLookUps::missingName) return EAI_NONAME;
   if (name == HeldLookUps::unansweredName) return EAI_AGAIN;
   if (name == HeldLookUps::localName) {
-    corvane::testing::Resolver::shared().countLocalLookUp();
+    corvane::testkit::Resolver::shared().countLocalLookUp();
     return next("127.0.0.1", service, hints, result);
   }
   if (name == HeldLookUps::twofoldName) {
@@ -99,6 +99,6 @@ extern "C" int getaddrinfo(const char* node, const char* service, const addrinfo
     return 0;
   }
   if (!isHeldName(name)) return next(node, service, hints, result);
-  corvane::testing::Resolver::shared().pass();
+  corvane::testkit::Resolver::shared().pass();
   return EAI_NONAME;
 }

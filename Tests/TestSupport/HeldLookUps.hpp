@@ -3,7 +3,7 @@
 #include <chrono>
 #include <string>
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 /// Names whose look-up stands still, as that of a broken resolver does. In a program that uses this, it takes the
 /// place of the system's `getaddrinfo`: all other names are looked up as usual.
@@ -37,4 +37,4 @@ class HeldLookUps {
   [[nodiscard]] bool waitForWaiting(int count, std::chrono::milliseconds limit = std::chrono::seconds(20)) const;
 };
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

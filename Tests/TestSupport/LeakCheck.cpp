@@ -7,7 +7,7 @@
 #include "Corvane/Transport/HTTPService.hpp"
 #include "CorvaneTesting/Ports.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 namespace {
 
@@ -71,4 +71,4 @@ std::vector<std::string> LeakCheck::leftAfterPatience() {
   return left;
 }
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

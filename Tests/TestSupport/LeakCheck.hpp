@@ -10,7 +10,7 @@
 #include "TestSupport/ProcessState.hpp"
 #include "TestSupport/TemporaryDirectory.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 /// Fails each test that leaves a descriptor, a connection, a thread, a task or a temporary file behind, and says which.
 ///
@@ -44,4 +44,4 @@ class LeakCheck final : public ::testing::EmptyTestEventListener {
   ProcessState before_;
 };
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

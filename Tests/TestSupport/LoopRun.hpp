@@ -4,7 +4,7 @@
 
 #include "Platform/Networking/Loop/EventLoop.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 /// Drives a loop without a thread until the predicate holds; asks it after every iteration. False when the limit passed
 /// first.
@@ -19,4 +19,4 @@ template <class Predicate>
   return true;
 }
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

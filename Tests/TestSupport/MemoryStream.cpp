@@ -11,7 +11,7 @@
 #include <stdexcept>
 #include <utility>
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 using platform::networking::Bytes;
 using platform::networking::ByteStream;
@@ -192,4 +192,4 @@ std::size_t MemoryWire::unread() const {
 
 bool MemoryWire::isShutDown() const { return state_->isShutDown; }
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

@@ -8,7 +8,7 @@
 
 #include "Platform/Networking/Streams/ByteStream.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 /// The test's end of a connection that is made of memory: it scripts what the other end reads, and keeps what that one
 /// writes. Outlives the stream, or not, as the test likes.
@@ -79,4 +79,4 @@ class MemoryWire {
   std::shared_ptr<State> state_;
 };
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

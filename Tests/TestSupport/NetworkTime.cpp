@@ -4,7 +4,7 @@
 
 #include "Platform/Networking/Loop/NetworkLoop.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 void NetworkTime::settle() const {
   auto& loop = platform::networking::NetworkLoop::shared().loop();
@@ -23,4 +23,4 @@ void NetworkTime::pass(Duration duration) {
   settle();
 }
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

@@ -2,7 +2,7 @@
 
 #include "Platform/Networking/Loop/NetworkClock.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 /// While it lives, the time of the network stands still and passes by `pass` alone: time-outs, the expiry of idle
 /// connections and of resolved names. For tests that use sessions, and so the loop of the process. One at a time.
@@ -20,4 +20,4 @@ class NetworkTime {
   platform::networking::ManualNetworkClock clock_;
 };
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

@@ -11,7 +11,7 @@
 #include <fstream>
 #include <system_error>
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 namespace {
 
@@ -83,4 +83,4 @@ DescriptorCopy::DescriptorCopy(int number) : number_(::fcntl(number, F_DUPFD_CLO
 
 DescriptorCopy::~DescriptorCopy() { ::close(number_); }
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 /// The numbers of this process's descriptors.
 std::vector<int> openDescriptors();
@@ -27,4 +27,4 @@ class DescriptorCopy {
   int number_;
 };
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

@@ -18,7 +18,7 @@
 #include "Platform/Dispatch/Internal/WorkerPool.hpp"
 #include "Platform/Loading/Internal/TaskCore.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 namespace {
 
@@ -151,4 +151,4 @@ std::vector<std::string> ProcessState::beyond(const ProcessState& before) const 
   return lines;
 }
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 /// What this process holds at one moment and has to give back: descriptors, threads, tasks, temporary files.
 ///
@@ -34,4 +34,4 @@ class ProcessState {
   std::set<std::string> files_;
 };
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

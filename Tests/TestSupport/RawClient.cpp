@@ -11,7 +11,7 @@
 #include <system_error>
 #include <utility>
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 namespace {
 
@@ -98,4 +98,4 @@ std::string closingGet(std::string_view target) {
 
 std::string get(std::string_view target) { return "GET " + std::string(target) + " HTTP/1.1\r\nHost: test\r\n\r\n"; }
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

@@ -7,7 +7,7 @@
 #include "CorvaneTesting/Internal/Descriptor.hpp"
 #include "CorvaneTesting/TestServer.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 /// A client that sends what it is told and shows what comes back, byte for byte. Reads give up after ten seconds.
 class RawClient {
@@ -36,4 +36,4 @@ class RawClient {
 std::string closingGet(std::string_view target);
 std::string get(std::string_view target);
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

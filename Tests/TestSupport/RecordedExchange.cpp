@@ -4,7 +4,7 @@
 #include <cstring>
 #include <span>
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 using platform::networking::BodyDisposition;
 using platform::networking::BodyRead;
@@ -57,7 +57,7 @@ std::string RecordedExchange::field(std::string_view name) const {
   return {};
 }
 
-void RecordedExchange::requestBegan() {
+void RecordedExchange::requestBegan(std::size_t) {
   ++begun;
   if (onBegan) onBegan();
 }
@@ -121,4 +121,4 @@ BodyRead ScriptedBody::read(std::span<std::byte> room) {
   return {BodyStatus::bytes, count};
 }
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

@@ -11,7 +11,7 @@
 
 #include "Platform/Networking/RequestStream.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 using Fields = std::vector<std::pair<std::string, std::string>>;
 
@@ -58,7 +58,7 @@ class RecordedExchange final : public platform::networking::RequestStream {
 
   const platform::networking::RequestHead& requestHead() const override { return head_; }
   platform::networking::RequestBody* requestBody() override { return body_; }
-  void requestBegan() override;
+  void requestBegan(std::size_t) override;
   void bodySent(std::uint64_t total) override { sent = total; }
   void requestEnded() override { ++requestsEnded; }
   void progressed() override { ++progress; }
@@ -109,4 +109,4 @@ class ScriptedBody final : public platform::networking::RequestBody {
   int asked_ = 0;
 };
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

@@ -10,7 +10,7 @@
 #include <stdexcept>
 #include <system_error>
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 TemporaryDirectory::TemporaryDirectory() : process_(::getpid()) {
   std::string pattern = (std::filesystem::temp_directory_path() / "corvane-test-XXXXXX").string();
@@ -41,4 +41,4 @@ std::string TemporaryDirectory::read(std::string_view name) const {
   return std::string(std::istreambuf_iterator<char>(file), {});
 }
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

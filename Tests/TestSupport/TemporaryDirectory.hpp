@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 /// A new directory that disappears, with all that is in it, when its owner does. A forked child leaves it to its
 /// parent.
@@ -29,4 +29,4 @@ class TemporaryDirectory {
   const pid_t process_;
 };
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

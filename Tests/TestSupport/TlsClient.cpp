@@ -10,7 +10,7 @@
 
 #include "CorvaneTesting/Internal/SocketBio.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 namespace {
 
@@ -82,4 +82,4 @@ std::string TlsClient::exchange(std::string_view request) {
   return receiveAll();
 }
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

@@ -9,7 +9,7 @@
 struct ssl_st;
 struct ssl_ctx_st;
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 /// A client inside TLS that tells how the handshake and the end of the stream went.
 class TlsClient {
@@ -44,4 +44,4 @@ class TlsClient {
   std::string verifyError_;
 };
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

@@ -20,7 +20,7 @@
 #include "Platform/Foundation/FileManager.hpp"
 #include "Platform/Loading/URLSession.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 namespace {
 
 using platform::DispatchQueue;
@@ -123,4 +123,4 @@ TEST_F(LeakCheckTest, waitsForWhatEndsByItself) {
 }
 
 }  // namespace
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

@@ -4,7 +4,7 @@
 
 #include <array>
 
-namespace corvane::testing {
+namespace corvane::testkit {
 namespace {
 
 using platform::networking::Bytes;
@@ -74,4 +74,4 @@ TEST(MemoryStreamTest, blocksAndFailsWhereItWasTold) {
 }
 
 }  // namespace
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

@@ -4,7 +4,7 @@
 #include "CorvaneTesting/ServerTest.hpp"
 #include "TestSupport/RawClient.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 namespace {
 
 using ::testing::EndsWith;
@@ -157,4 +157,4 @@ TEST_F(StandardRoutesTest, setAndShowCookies) {
 }
 
 }  // namespace
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

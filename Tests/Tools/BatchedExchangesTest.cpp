@@ -12,11 +12,11 @@
 
 namespace {
 
-using corvane::testing::installStandardRoutes;
-using corvane::testing::Latch;
-using corvane::testing::MockResponse;
-using corvane::testing::Moment;
-using corvane::testing::ServerTest;
+using corvane::testkit::installStandardRoutes;
+using corvane::testkit::Latch;
+using corvane::testkit::MockResponse;
+using corvane::testkit::Moment;
+using corvane::testkit::ServerTest;
 using ::testing::ElementsAre;
 using ::testing::UnorderedElementsAre;
 
@@ -28,7 +28,7 @@ class BatchedExchangesTest : public ServerTest {
     std::vector<std::string> finished;
     ExchangeRun(options, nullptr, {[&](const FinishedExchange& exchange) {
                   finished.push_back(std::to_string(exchange.number) + ": " + exchange.url.path() + " " +
-                                     std::to_string(statusCode(exchange.response).value_or(0)));
+                                     std::to_string(exchange.response.statusCode().value_or(0)));
                 }})
         .run();
     return finished;

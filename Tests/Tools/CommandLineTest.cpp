@@ -43,6 +43,30 @@ TEST(CommandLineTest, needsNothingButAURL) {
   EXPECT_FALSE(line->curl);
 }
 
+TEST(CommandLineTest, hasShortNamesForWhatIsTypedOften) {
+  const auto line = parsed({"http://host/", "-H", "A: 1", "-q", "b=2", "-d", "text", "-o", "file", "-m", "2", "-i"});
+
+  EXPECT_THAT(line->headers, ElementsAre("A: 1"));
+  EXPECT_THAT(line->queryItems, ElementsAre("b=2"));
+  EXPECT_EQ(line->data, "text");
+  EXPECT_EQ(line->output, "file");
+  EXPECT_EQ(line->timeout, 2);
+  EXPECT_TRUE(line->includesHead);
+  EXPECT_EQ(parsed({"http://host/", "-j", "1"})->json, "1");
+  EXPECT_EQ(parsed({"http://host/", "-T", "file"})->upload, "file");
+  EXPECT_THAT(parsed({"http://host/", "-F", "a=b"})->formSections, ElementsAre("a=b"));
+  EXPECT_TRUE(parsed({"-I", "http://host/"})->asksForHead);
+}
+
+TEST(CommandLineTest, asksForAHeadInOneWay) {
+  EXPECT_EQ(problem({"HEAD", "http://host/", "--head"}), "");
+  EXPECT_EQ(problem({"PUT", "http://host/", "--head"}), "--head sends HEAD: leave out PUT, or give --include");
+  EXPECT_EQ(problem({"http://host/", "--head", "--data", "a"}), "--head sends no body");
+  EXPECT_EQ(problem({"http://host/", "--head", "--output", "a"}), "there is no body to save with --head");
+  EXPECT_EQ(problem({"http://host/", "--include", "--report", "json"}),
+            "--report tells the head of each response: leave out --include and --head");
+}
+
 TEST(CommandLineTest, takesTheMethodBeforeTheURL) {
   const auto line = parsed({"DELETE", "http://host/"});
 
@@ -74,6 +98,8 @@ TEST(CommandLineTest, leavesTheMeaningOfTextsToOthers) {
 
 TEST(CommandLineTest, wantsAURL) { EXPECT_EQ(problem({}), "a URL is needed"); }
 
+TEST(CommandLineTest, wantsAURLAfterAMethod) { EXPECT_EQ(problem({"GET"}), "a URL is needed after GET"); }
+
 TEST(CommandLineTest, takesSeveralURLs) {
   const auto plain = parsed({"http://host/1", "http://host/2", "--serial", "http://host/3"});
   EXPECT_FALSE(plain->method);
@@ -97,6 +123,11 @@ TEST(CommandLineTest, takesRetriesAndPolls) {
 
 TEST(CommandLineTest, wantsOneMannerOfSending) {
   EXPECT_EQ(problem({"http://host/", "--serial", "--parallel", "2"}), "give one of --serial and --parallel");
+  EXPECT_EQ(problem({"http://host/", "--user", "a:b", "--bearer", "c"}), "give one of --user and --bearer");
+  EXPECT_EQ(problem({"http://host/", "--auth", "digest"}), "--auth needs --user");
+  EXPECT_EQ(problem({"http://host/", "--no-proxy", "a"}), "--no-proxy needs --proxy");
+  EXPECT_EQ(problem({"http://host/", "--follow", "-1"}),
+            "--follow: '-1' is none of: no, same-origin, a number from 0 to 1000");
   EXPECT_EQ(problem({"http://host/", "--count", "2"}), "--count needs --poll; --repeat sends so many times");
   EXPECT_EQ(problem({"http://host/", "--poll", "1", "--repeat", "2"}),
             "--poll cannot be joined with --repeat and --parallel: give --count");
@@ -175,6 +206,23 @@ TEST(CommandLineTest, takesAtMostOnePlaceForTheResponse) {
             "a response goes to one place: give one of --download and --output");
 }
 
+TEST(CommandLineTest, goesOnWithOneFileOnly) {
+  const auto line = parsed({"http://host/", "--output", "a", "--continue", "--digest", "sha256:0"});
+  EXPECT_TRUE(line->continues);
+  EXPECT_EQ(line->digest, "sha256:0");
+
+  EXPECT_THAT(problem({"http://host/", "--continue"}), HasSubstr("--continue needs --output"));
+  EXPECT_THAT(problem({"http://host/", "--continue", "--download"}), HasSubstr("--continue needs --output"));
+  EXPECT_THAT(problem({"http://host/", "--continue", "--output", "a", "--data", "x"}), HasSubstr("is for a GET"));
+  EXPECT_THAT(problem({"PUT", "http://host/", "--continue", "--output", "a"}), HasSubstr("is for a GET"));
+  EXPECT_THAT(problem({"http://host/", "--continue", "--output", "a", "--repeat", "2"}), HasSubstr("one URL, once"));
+  EXPECT_THAT(problem({"http://host/", "http://host/b", "--continue", "--output", "a"}), HasSubstr("one URL, once"));
+  EXPECT_THAT(problem({"http://host/", "--digest", "sha256:0"}), HasSubstr("--digest needs --output or --download"));
+  EXPECT_THAT(problem({"http://host/", "--digest", "sha256:0", "--output", "a", "--upload", "b"}),
+              HasSubstr("cannot be joined"));
+  EXPECT_EQ(problem({"http://host/", "--digest", "sha256:0", "--download"}), "");
+}
+
 TEST(CommandLineTest, downloadsTheResponseToABodyInMemoryOnly) {
   const std::string both = "--download cannot be joined with --upload and --form: give --output, or another body";
 
@@ -246,9 +294,18 @@ TEST(CommandLineTest, keepsTheHelpWithinATerminalsWidth) {
 
 TEST(CommandLineTest, namesTheOptionThatWasProbablyMeant) {
   EXPECT_EQ(problem({"http://host/", "--heade", "X: y"}), "there is no option --heade; did you mean --header?");
-  EXPECT_EQ(problem({"http://host/", "--paralel=4"}), "there is no option --paralel=4; did you mean --parallel?");
+  EXPECT_EQ(problem({"http://host/", "--paralel=4"}), "there is no option --paralel; did you mean --parallel?");
   EXPECT_EQ(problem({"http://host/", "--wait"}), "there is no option --wait; did you mean --wait-for-connectivity?");
   EXPECT_EQ(problem({"http://host/", "--colour"}), "there is no option --colour");
+  EXPECT_EQ(problem({"http://host/", "--secret=s3cret"}), "there is no option --secret");
+}
+
+TEST(CommandLineTest, saysWhatToWriteForTheOptionsOfOthers) {
+  const std::string method = "there is no option -X: the method stands before the URL, as in 'corvane PUT URL'";
+  EXPECT_EQ(problem({"-X", "PUT", "http://host/"}), method);
+  EXPECT_EQ(problem({"-XPUT", "http://host/"}), method);
+  EXPECT_EQ(problem({"http://host/", "--cacert", "a.pem"}),
+            "there is no option --cacert: --trust FILE trusts a certificate of your own, in DER");
 }
 
 }  // namespace

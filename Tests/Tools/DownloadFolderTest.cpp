@@ -15,7 +15,7 @@ namespace {
 
 using corvane::Error;
 using corvane::URL;
-using corvane::testing::TemporaryDirectory;
+using corvane::testkit::TemporaryDirectory;
 
 URL arrivedIn(const DownloadFolder& folder, const std::string& name, const std::string& content) {
   const std::string path = folder.arrivals() + "/" + name;

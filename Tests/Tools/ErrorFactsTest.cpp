@@ -32,6 +32,11 @@ TEST(ErrorFactsTest, nameTheCodeOfALoadingError) {
   EXPECT_EQ(facts.caseName, "timedOut");
 }
 
+TEST(ErrorFactsTest, nameTheCodeOfAProxysError) {
+  EXPECT_EQ(ErrorFacts::of(CFNetworkErrors::httpProxyConnectionFailure()).caseName, "httpProxyConnectionFailure");
+  EXPECT_EQ(ErrorFacts::of(CFNetworkErrors::socks5BadCredentials()).caseName, "socks5BadCredentials");
+}
+
 TEST(ErrorFactsTest, nameTheCodeOfAnErrorOfTheURLDomain) {
   const auto facts = ErrorFacts::of(platform::NSError(platform::NSURLErrorDomain, platform::URLErrorCode::badURL, "x"));
 

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -13,12 +15,12 @@
 namespace {
 
 using corvane::HTTPResponseError;
-using corvane::testing::Latch;
-using corvane::testing::MockResponse;
-using corvane::testing::Moment;
-using corvane::testing::ReceivedRequest;
-using corvane::testing::ServerTest;
-using corvane::testing::TemporaryDirectory;
+using corvane::testkit::Latch;
+using corvane::testkit::MockResponse;
+using corvane::testkit::Moment;
+using corvane::testkit::ReceivedRequest;
+using corvane::testkit::ServerTest;
+using corvane::testkit::TemporaryDirectory;
 
 class ExchangeRunTest : public ServerTest {
  protected:
@@ -99,7 +101,7 @@ TEST_F(ExchangeRunTest, leavesNoFileOfAnUnacceptableResponse) {
   const ToolResponse toolResponse = response({.url = server.url("/r"), .download = "."});
 
   EXPECT_FALSE(toolResponse.file);
-  EXPECT_EQ(statusCode(toolResponse), 404);
+  EXPECT_EQ(toolResponse.statusCode(), 404);
   EXPECT_TRUE(std::filesystem::is_empty(arrivals.path()));
 }
 
@@ -120,6 +122,63 @@ TEST_F(ExchangeRunTest, hasNoFileWhereThereIsNoContent) {
   EXPECT_FALSE(toolResponse.file);
   EXPECT_FALSE(toolResponse.result.error());
   EXPECT_TRUE(std::filesystem::is_empty(arrivals.path()));
+}
+
+TEST_F(ExchangeRunTest, savesTheOutputWhileItArrives) {
+  const TemporaryDirectory folder;
+  folder.write("a.bin", "old");
+  server.enqueue(MockResponse(200).body("content"));
+
+  const ToolResponse toolResponse = response({.url = server.url("/r"), .output = folder / "a.bin"});
+
+  ASSERT_TRUE(toolResponse.file);
+  EXPECT_EQ(toolResponse.file->fileSystemPath(), folder / "a.bin");
+  EXPECT_EQ(toolResponse.bodyBytes, 7U);
+  EXPECT_EQ(folder.read("a.bin"), "content");
+}
+
+TEST_F(ExchangeRunTest, keepsInMemoryWhatGoesToADevice) {
+  server.enqueue(MockResponse(200).body("content"));
+
+  const ToolResponse toolResponse = response({.url = server.url("/r"), .output = "/dev/null"});
+
+  EXPECT_FALSE(toolResponse.file);
+  EXPECT_EQ(toolResponse.data->view(), "content");
+}
+
+TEST_F(ExchangeRunTest, goesOnWithAnOutputAndHoldsItToItsDigest) {
+  const TemporaryDirectory folder;
+  const std::string content = corvane::testkit::generatedBytes(300'000);
+  const std::string digest = corvane::SHA256Digest::of(std::as_bytes(std::span(content))).hex();
+  server.enqueue(
+      MockResponse(200).header("ETag", "\"one\"").generatedBody(300'000).dropConnection(Moment::insideBody, 200'000));
+  server.enqueue(MockResponse(206)
+                     .header("ETag", "\"one\"")
+                     .header("Content-Range", "bytes 200000-299999/300000")
+                     .body(content.substr(200'000)));
+  const CommandLine line{
+      .url = server.url("/r"), .output = folder / "a.bin", .continues = true, .digest = "sha256:" + digest};
+
+  EXPECT_TRUE(response(line).result.error());
+  EXPECT_FALSE(std::filesystem::exists(folder / "a.bin"));
+  const ToolResponse toolResponse = response(line);
+
+  EXPECT_FALSE(toolResponse.result.error());
+  EXPECT_TRUE(folder.read("a.bin") == content);
+  EXPECT_FALSE(server.takeRequest().header("Range"));
+  EXPECT_EQ(server.takeRequest().header("Range"), "bytes=200000-");
+}
+
+TEST_F(ExchangeRunTest, leavesNoOutputWithAnotherDigest) {
+  const TemporaryDirectory folder;
+  server.enqueue(MockResponse(200).body("content"));
+
+  const ToolResponse toolResponse =
+      response({.url = server.url("/r"), .output = folder / "a", .digest = "sha256:" + std::string(64, '0')});
+
+  ASSERT_TRUE(toolResponse.result.error());
+  EXPECT_TRUE(toolResponse.result.error()->is<corvane::DigestMismatch>());
+  EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
 }
 
 TEST_F(ExchangeRunTest, cancelsWhatIsUnderWayWhenItIsStopped) {

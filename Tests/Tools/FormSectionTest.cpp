@@ -9,7 +9,7 @@
 
 namespace {
 
-using corvane::testing::TemporaryDirectory;
+using corvane::testkit::TemporaryDirectory;
 
 /// What the user is told about this text; empty when it will do.
 std::string problem(const std::string& text) {

@@ -12,11 +12,11 @@
 
 namespace {
 
-using corvane::testing::installStandardRoutes;
-using corvane::testing::Latch;
-using corvane::testing::MockResponse;
-using corvane::testing::Moment;
-using corvane::testing::ServerTest;
+using corvane::testkit::installStandardRoutes;
+using corvane::testkit::Latch;
+using corvane::testkit::MockResponse;
+using corvane::testkit::Moment;
+using corvane::testkit::ServerTest;
 using ::testing::ElementsAre;
 
 class PollRunTest : public ServerTest {

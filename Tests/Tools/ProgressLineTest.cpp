@@ -138,4 +138,27 @@ TEST(ProgressLineTest, leavesOutOfABatchWhatDoesNotFit) {
   EXPECT_EQ(batchLine(batch, 7), "");
 }
 
+TEST(ProgressLineTest, namesOneOfSeveral) {
+  EXPECT_EQ(namedLine("manual.pdf", underWay, 100), "manual.pdf               " + progressLine(underWay, 75));
+  EXPECT_EQ(namedLine("manual.pdf", underWay, 60), "manual.pdf            42%  12.3 MB of 29.1 MB, 4.5 MB/s");
+}
+
+TEST(ProgressLineTest, cutsALongNameInItsMiddle) {
+  EXPECT_EQ(namedLine("a-very-long-name-of-a-file.tar.gz", {}, 90).substr(0, 25), "a-very-long..file.tar.gz ");
+  EXPECT_EQ(namedLine("\x1b[2Jna\xC3\xAFve", {}, 90).substr(0, 10), "?[2Jna?ve ");
+}
+
+TEST(ProgressLineTest, neverExceedsTheWidthWithAName) {
+  for (int columns = 0; columns <= 200; ++columns) {
+    EXPECT_LE(namedLine("a-very-long-name-of-a-file.tar.gz", underWay, columns).size(), static_cast<unsigned>(columns));
+  }
+}
+
+TEST(ProgressLineTest, sumsUpSeveral) {
+  const TransferState state{.completedBytes = 29'100'000, .seconds = 7, .finishedTransfers = 4, .transfers = 4};
+
+  EXPECT_EQ(summaryLine(state, 0), "4 of 4 files, 29.1 MB in 0:07");
+  EXPECT_EQ(summaryLine(state, 1), "3 of 4 files, 29.1 MB in 0:07, 1 failed");
+}
+
 }  // namespace

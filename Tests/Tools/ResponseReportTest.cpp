@@ -1,7 +1,9 @@
 #include "ResponseReport.hpp"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <optional>
@@ -20,7 +22,7 @@ using corvane::HTTPHeaderFields;
 using corvane::HTTPResponseError;
 using corvane::HTTPStatus;
 using corvane::HTTPURLResponse;
-using corvane::testing::TemporaryDirectory;
+using corvane::testkit::TemporaryDirectory;
 using Reader = ResponseReport::Reader;
 using ::testing::internal::CaptureStderr;
 using ::testing::internal::CaptureStdout;
@@ -103,14 +105,24 @@ TEST(ResponseReportTest, writesTheBodyOfAnUnacceptableResponseAndWhatIsWrong) {
   const Told all = told(plain, finished(404, HTTPResponseError::unacceptableStatus(HTTPStatus::notFound)));
 
   EXPECT_EQ(all.output, "body\n");
-  EXPECT_EQ(all.problems, "corvane: HTTPStatus: notFound:404 is unacceptable\n");
+  EXPECT_EQ(all.problems, "corvane: the server responded with status 404 Not Found\n");
   EXPECT_TRUE(all.hasFailure);
+}
+
+TEST(ResponseReportTest, writesTheHeadBeforeTheBodyWhenItIsIncluded) {
+  const Told all = told({.url = "http://host/p", .includesHead = true}, finished(200));
+  const Told unknown = told({.url = "http://host/p", .includesHead = true}, finished(299));
+  const Told none = told({.url = "http://host/p", .includesHead = true}, failed(CFNetworkErrors::timedOut()));
+
+  EXPECT_EQ(all.output, "HTTP/1.1 200 OK\nContent-Type: text/plain\nX-Many: 1\nx-many: 2\n\nbody\n");
+  EXPECT_TRUE(unknown.output.starts_with("HTTP/1.1 299\n")) << unknown.output;
+  EXPECT_EQ(none.output, "");
 }
 
 TEST(ResponseReportTest, tellsTheNumberOfAStatusWithoutAName) {
   const Told all = told(plain, finished(599, HTTPResponseError::unacceptableStatus(HTTPStatus::unknown)));
 
-  EXPECT_NE(all.problems.find("(status 599)"), all.problems.npos) << all.problems;
+  EXPECT_NE(all.problems.find("responded with status 599\n"), all.problems.npos) << all.problems;
 }
 
 TEST(ResponseReportTest, writesNothingOfAResponseThatIsNotComplete) {
@@ -138,7 +150,7 @@ TEST(ResponseReportTest, reportsAFailureInOneLineAndNowhereElse) {
             R"({"status": null, "statusName": "unknown", "url": "http://host/p", "headers": {}, "bodyBytes": 0, )"
             R"("file": null, "error": {"domain": "CFNetwork.CFNetworkErrors", "code": -1001, )"
             R"("type": "CFNetworkErrors", "case": "timedOut", )"
-            R"("message": "CFURL/NSURL error: The connection timed out."}, "seconds": 0.500000})"
+            R"("message": "CFURL/NSURL error: The connection timed out.", "detail": null}, "seconds": 0.500000})"
             "\n");
   EXPECT_EQ(all.problems, "");
   EXPECT_TRUE(all.hasFailure);
@@ -234,6 +246,54 @@ TEST(ResponseReportTest, saysWhyAFileCannotBeWritten) {
   EXPECT_TRUE(all.hasFailure);
 }
 
+/// A response that brought `content` in a file of the temporary directory, and counts as a success.
+FinishedExchange downloaded(int status, const std::optional<std::string>& file) {
+  const auto response = std::make_shared<HTTPURLResponse>("http://host/p", status, "HTTP/1.1", HTTPHeaderFields());
+  const auto url = file ? std::optional(corvane::URL::file(*file)) : std::nullopt;
+  return {.number = 1,
+          .url = "http://host/p",
+          .response = ToolDownloadResponse(std::nullopt, url, response, std::nullopt),
+          .seconds = 0.25};
+}
+
+TEST(ResponseReportTest, failsWithoutTheOneFileThatWasAskedFor) {
+  const TemporaryDirectory folder;
+  const std::string arrived = folder.write("arrived", "not found");
+  CommandLine continues{.url = "http://host/p", .output = folder / "body", .continues = true};
+  CommandLine checks{.url = "http://host/p", .output = folder / "body", .digest = "sha256:" + std::string(64, 'a')};
+
+  for (const CommandLine& line : {continues, checks}) {
+    const Told noContent = told(line, downloaded(204, std::nullopt));
+    EXPECT_EQ(noContent.problems, "corvane: no file came with the status 204: nothing is saved\n");
+    EXPECT_TRUE(noContent.hasFailure);
+    const Told notFound = told(line, downloaded(404, arrived));
+    EXPECT_EQ(notFound.problems, "corvane: no file came with the status 404: nothing is saved\n");
+    EXPECT_TRUE(notFound.hasFailure);
+  }
+  EXPECT_FALSE(std::filesystem::exists(folder / "body"));
+}
+
+TEST(ResponseReportTest, movesAnAcceptedBodyToARegularFileOnly) {
+  const TemporaryDirectory folder;
+  std::filesystem::create_directory(folder / "arrivals");
+  const std::string arrived = folder.write("arrivals/a", "not found");
+  std::filesystem::permissions(arrived, std::filesystem::perms(0600));
+  const mode_t mask = umask(0027);
+
+  std::filesystem::create_symlink("elsewhere", folder / "link");
+  const CommandLine toLink{.url = "http://host/p", .output = folder / "link"};
+  EXPECT_EQ(told(toLink, downloaded(404, arrived)).problems,
+            "corvane: cannot write " + (folder / "link").string() + ": it is no regular file\n");
+  const Told all = told({.url = "http://host/p", .output = folder / "body"}, downloaded(404, arrived));
+  umask(mask);
+
+  EXPECT_EQ(all.problems, "");
+  EXPECT_EQ(folder.read("body"), "not found");
+  EXPECT_EQ(std::filesystem::status(folder / "body").permissions(), std::filesystem::perms(0640));
+  EXPECT_FALSE(std::filesystem::exists(folder / "arrivals"));
+  EXPECT_TRUE(std::filesystem::is_symlink(folder / "link"));
+}
+
 TEST(ResponseReportTest, savesADownloadAndPrintsWhere) {
   const TemporaryDirectory folder;
 
@@ -288,10 +348,22 @@ TEST(ResponseReportTest, headsTheBodiesOfSeveralURLs) {
 
   EXPECT_EQ(GetCapturedStdout(), "==> http://host/p <==\nno line break\n==> http://host/p <==\nbody\n");
   EXPECT_EQ(GetCapturedStderr(),
-            "corvane: http://host/p: HTTPStatus: notFound:404 is unacceptable\n"
-            "corvane: http://host/p: CFURL/NSURL error: The connection timed out.\n"
+            "corvane: http://host/p: the server responded with status 404 Not Found\n"
+            "corvane: http://host/p: The connection timed out.\n"
             "Hint: --timeout SECONDS lets it take longer\n"  // once
-            "corvane: http://host/p: CFURL/NSURL error: The connection timed out.\n");
+            "corvane: http://host/p: The connection timed out.\n");
+}
+
+Error lostAt(const char* url) {
+  return CFNetworkErrors(-1005, platform::NSError(platform::kCFErrorDomainCFNetwork, -1005, "lost",
+                                                  {{platform::URLErrorKey::failingURL, url},
+                                                   {platform::URLErrorKey::transportMessage, "lost"}}));
+}
+
+TEST(ResponseReportTest, namesAnotherServerThatARedirectLedTo) {
+  EXPECT_TRUE(told(plain, failed(lostAt("http://host/q"))).problems.starts_with("corvane: lost\n"));
+  EXPECT_TRUE(told(plain, failed(lostAt("http://other/q?token=pw")))
+                  .problems.starts_with("corvane: lost (after a redirect to http://other/q?token=REDACTED)\n"));
 }
 
 TEST(ResponseReportTest, reportsWhichOfSeveralURLsWasAskedFor) {

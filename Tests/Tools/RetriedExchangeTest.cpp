@@ -12,9 +12,9 @@
 namespace {
 
 using corvane::HTTPResponseError;
-using corvane::testing::MockResponse;
-using corvane::testing::Moment;
-using corvane::testing::ServerTest;
+using corvane::testkit::MockResponse;
+using corvane::testkit::Moment;
+using corvane::testkit::ServerTest;
 using ::testing::ElementsAre;
 
 class RetriedExchangeTest : public ServerTest {
@@ -56,7 +56,7 @@ TEST_F(RetriedExchangeTest, hasTheLastResponseOfThoseThatAllFail) {
 
   const FinishedExchange all = exchange({.url = server.url("/r"), .retry = "interval=0.01,limit=1,delta=0"});
 
-  EXPECT_EQ(statusCode(all.response), 404);
+  EXPECT_EQ(all.response.statusCode(), 404);
   EXPECT_EQ(all.response.data->view(), "nothing here");
   EXPECT_EQ(all.attempts, 3);
   EXPECT_EQ(all.failures.size(), 2U);
@@ -78,7 +78,7 @@ TEST_F(RetriedExchangeTest, leavesFailuresThatStayWhenAskedTo) {
 
   const FinishedExchange all = exchange({.url = server.url("/r"), .retry = "interval=0.01,limit=5,delta=0,transient"});
 
-  EXPECT_EQ(statusCode(all.response), 404);
+  EXPECT_EQ(all.response.statusCode(), 404);
   EXPECT_EQ(all.attempts, 2);
   EXPECT_EQ(all.failures.size(), 1U);
 }

@@ -11,7 +11,7 @@
 namespace vantorel {
 namespace {
 
-using corvane::testing::LogCapture;
+using corvane::testkit::LogCapture;
 using platform::Dictionary;
 using testing::ContainsRegex;
 using testing::HasSubstr;

@@ -15,7 +15,7 @@ namespace velisand {
 
 namespace {
 
-using corvane::testing::TemporaryDirectory;
+using corvane::testkit::TemporaryDirectory;
 using platform::Data;
 using platform::Error;
 using platform::URL;

@@ -2,6 +2,8 @@
 
 #include <atomic>
 #include <memory>
+#include <optional>
+#include <stop_token>
 #include <string>
 #include <thread>
 
@@ -20,11 +22,20 @@ constexpr Seconds patience(10);
 
 Error stopped() { return NSError("TaskCancellationTest", 1, "stopped"); }
 
+/// Fails a future when that is cancelled.
+struct Fail {
+  void operator()() const noexcept { future.markFailure(stopped()); }
+
+  Future<int> future;
+};
+
 /// A future that fails when it is cancelled.
 Future<int> cancelable() {
   const Future<int> future;
-  // Held by the future itself until then.
-  future.whenCancelled([future] { future.markFailure(stopped()); });
+  const auto stopping = std::make_shared<std::optional<std::stop_callback<Fail>>>();
+  stopping->emplace(future.stopToken(), Fail{future});
+  // Held by the future, which it holds, until that is completed.
+  future.whenCompleted(DispatchQueue::global(), [stopping](const Result<int>&) { stopping->reset(); });
   return future;
 }
 
@@ -38,10 +49,10 @@ std::string failureOf(const Future<int>& future) {
   return result.error() ? result.error()->message() : "no failure";
 }
 
-TEST(FutureCancellationTest, tellsItsMakerOnce) {
+TEST(FutureCancellationTest, requestsItsStopOnce) {
   const Future<int> future;
   int calls = 0;
-  future.whenCancelled([&] { ++calls; });
+  const std::stop_callback callback(future.stopToken(), [&] { ++calls; });
 
   future.cancel();
   future.cancel();
@@ -54,23 +65,24 @@ TEST(FutureCancellationTest, tellsItsMakerOnce) {
 TEST(FutureCancellationTest, tellsAMakerWhoAsksLater) {
   const Future<int> future;
   future.cancel();
-  int calls = 0;
 
-  future.whenCancelled([&] { ++calls; });
+  EXPECT_TRUE(future.stopToken().stop_requested());
+}
 
-  EXPECT_EQ(calls, 1);
+TEST(FutureCancellationTest, hasOneStopForAllWhoAsk) {
+  const Future<int> future;
+
+  EXPECT_EQ(future.stopToken(), Future<int>(future).stopToken());
 }
 
 TEST(FutureCancellationTest, doesNothingOnceTheFutureIsCompleted) {
   const Future<int> future;
-  auto token = std::make_shared<int>(0);
-  const std::weak_ptr<int> held = token;
-  future.whenCancelled([token = std::move(token)] { FAIL() << "too late"; });
+  const std::stop_callback callback(future.stopToken(), [] { ADD_FAILURE() << "too late"; });
 
   future.markCompletion(1);
   future.cancel();
 
-  EXPECT_TRUE(held.expired());
+  EXPECT_FALSE(future.stopToken().stop_possible());
   EXPECT_FALSE(future.isCancelled());
   EXPECT_EQ(future.get(), 1);
 }

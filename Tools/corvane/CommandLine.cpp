@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "ForeignOption.hpp"
 #include "NearestName.hpp"
 #include "OptionChecks.hpp"
 #include "UsageError.hpp"
@@ -38,8 +39,16 @@ constexpr char furtherHelp[] =
     "    corvane http://127.0.0.1:8080/photos --form title=Ada --form 'photo=@ada.jpeg;type=image/jpeg'\n"
     "  Save a file of any size, and print where it is:\n"
     "    corvane https://example.com/manual.pdf --download Documents\n"
+    "  Save it under a name of yours, and go on where an interrupted one ended:\n"
+    "    corvane https://example.com/disk.iso --output disk.iso --continue --retry interval=5,limit=9\n"
     "  Trust a server of your own, and print one JSON object for each of 16 responses:\n"
     "    corvane https://127.0.0.1:8443/ --trust authority.der --parallel 16 --report json\n"
+    "  Authenticate; the password is asked for:\n"
+    "    corvane https://example.com/account --user ada --auth digest\n"
+    "  See where a redirect leads, without going there:\n"
+    "    corvane https://example.com/old --follow no --include\n"
+    "  See what takes how long: name, connection, TLS, redirects, the server:\n"
+    "    corvane https://example.com/ --timing --output page.html\n"
     "  Count 404 as success:\n"
     "    corvane DELETE http://127.0.0.1:8080/users/7 --accept-status 404\n"
     "  Attempt again what the server cannot do now, after 0.5, 1.5 and 2.5 seconds:\n"
@@ -72,6 +81,11 @@ class HelpFormatter : public CLI::Formatter {
   }
 };
 
+/// As most methods are.
+bool isInCapitals(const std::string& word) {
+  return !word.empty() && std::all_of(word.begin(), word.end(), [](char c) { return c >= 'A' && c <= 'Z'; });
+}
+
 /// The words that CLI11 could not place; it lists them apart by a space.
 std::string unknownOption(const std::string& words, const CLI::App& app) {
   const std::string word = words.substr(0, words.find(' '));
@@ -79,8 +93,12 @@ std::string unknownOption(const std::string& words, const CLI::App& app) {
   for (const CLI::Option* option : app.get_options()) {
     for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
   }
-  const std::string nearest = nearestName(word.substr(0, word.find('=')), names);
-  return "there is no option " + word + (nearest.empty() ? "" : "; did you mean " + nearest + "?");
+  // What follows may be a secret.
+  const std::string name = word.starts_with("--") ? word.substr(0, word.find('=')) : word.substr(0, 2);
+  const std::string problem = "there is no option " + name;
+  if (const auto advice = adviceAboutForeignOption(name); !advice.empty()) return problem + ": " + advice;
+  const std::string nearest = nearestName(name, names);
+  return problem + (nearest.empty() ? "" : "; did you mean " + nearest + "?");
 }
 
 /// CLI11 counts what was given; a person wants to know what is wrong.
@@ -135,6 +153,7 @@ class Parser {
   void takeWords() {
     if (words_.empty()) throw UsageError("a URL is needed");
     auto word = words_.begin();
+    if (words_.size() == 1 && isInCapitals(words_.front())) throw UsageError("a URL is needed after " + words_.front());
     // No method has a colon or a slash (RFC 9110, 5.6.2).
     if (words_.size() > 1 && word->find("://") == std::string::npos) line_.method = *word++;
     line_.url = *word++;
@@ -161,13 +180,14 @@ class Parser {
 
   void describeRequest() {
     group_ = "Request";
-    many("--header", line_.headers, "'NAME: VALUE'", "Adds a header field; repeatable, equal names are joined");
-    many("--query", line_.queryItems, "NAME=VALUE", "Adds an item to the URL's query; repeatable");
-    one("--json", line_.json, "TEXT", "The body, which must be JSON; asks for JSON as the response, too");
-    one("--data", line_.data, "TEXT", "The body");
+    many("--header,-H", line_.headers, "'NAME: VALUE'", "Adds a header field; repeatable, equal names are joined");
+    many("--query,-q", line_.queryItems, "NAME=VALUE", "Adds an item to the URL's query; repeatable");
+    one("--json,-j", line_.json, "TEXT", "The body, which must be JSON; asks for JSON as the response, too");
+    one("--data,-d", line_.data, "TEXT", "The body");
     one("--body-file", line_.bodyFile, "FILE", "The file that holds the body");
-    one("--upload", line_.upload, "FILE", "The body, read while it is sent, with the type of its extension");
-    many("--form", line_.formSections, "SECTION", "NAME=VALUE or NAME=@FILE[;type=TYPE]: part of a form; repeatable");
+    one("--upload,-T", line_.upload, "FILE", "The body, read while it is sent, with the type of its extension");
+    many("--form,-F", line_.formSections, "SECTION",
+         "NAME=VALUE or NAME=@FILE[;type=TYPE]: part of a form; repeatable");
     one("--content-type", line_.contentType, "TYPE", "Of the body; unless given, what the body says, or bytes");
     flag("--gzip", line_.gzip, "Sends the body compressed");
     flag("--curl", line_.curl, "Prints a shell command that sends this request; sends nothing");
@@ -175,8 +195,17 @@ class Parser {
 
   void describeSending() {
     group_ = "Sending";
-    one("--timeout", line_.timeout, "SECONDS", "Fails after so long without progress; 60 unless given",
+    one("--timeout,-m", line_.timeout, "SECONDS", "Fails after so long without progress; 60 unless given",
         problemOfSeconds);
+    one("--follow", line_.follow, "HOW", "Redirects: no, same-origin, or at most so many; 20 unless given",
+        problemOfFollowing);
+    one("--user,-u", line_.user, "NAME[:PASSWORD]", "Authenticates; asks for a password that is left out");
+    one("--auth", line_.authentication, "KIND", "How --user does: basic (unless given) or digest",
+        problemOfAuthentication);
+    one("--bearer", line_.bearer, "TOKEN", "Authenticates by a token, or that in a file: @FILE");
+    many("--cookie,-b", line_.cookies, "NAME=VALUE", "Sends a cookie; repeatable");
+    one("--proxy,-x", line_.proxy, "URL", "Goes through a proxy: http://, socks5:// or socks5h://");
+    many("--no-proxy", line_.proxyExceptions, "HOST", "Goes to a domain or network without --proxy; repeatable");
     one("--cancel-after", line_.cancelAfter, "SECONDS", "Cancels each request that long after it was sent",
         problemOfDelay);
     one("--retry", line_.retry, "RULE", "Sends again after a failure: interval=S,limit=N[,delta=S], see below");
@@ -198,10 +227,15 @@ class Parser {
     group_ = "Response";
     many("--accept-status", line_.acceptedStatuses, "NUMBER", "Counts as success, as 200 to 206 do; repeatable")
         ->check(problemOfNumber<100, 999>);
+    flag("--include,-i", line_.includesHead, "Prints the status and the header fields before the body");
+    flag("--head,-I", line_.asksForHead, "Sends HEAD, and prints what --include does");
     one("--download", line_.download, "[DIR]", "Saves the body in DIR or here, named as the server suggests");
-    one("--output", line_.output, "FILE", "Where the body goes; of several, numbered: FILE.1, FILE.2");
+    one("--output,-o", line_.output, "FILE", "Where the body goes; of several, numbered: FILE.1, FILE.2");
+    flag("--continue", line_.continues, "Goes on with what an earlier --output left, and leaves what has arrived");
+    one("--digest", line_.digest, "DIGEST", "What the file must have, sha256:HEX; another one is removed");
     flag("--raw", line_.raw, "Leaves JSON as it came; else it is laid out when written to a terminal");
     one("--report", line_.report, "json", "Prints facts instead of bodies, an object a line", problemOfReport);
+    flag("--timing", line_.timing, "Shows what took how long, on standard error, or in the report");
     one("--verbosity", line_.verbosity, "LEVEL", "Logs to standard error: none (unless given), brief or verbose",
         problemOfVerbosity);
   }

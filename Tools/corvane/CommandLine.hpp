@@ -20,12 +20,26 @@ struct CommandLine {
   std::optional<std::string> contentType;
   bool gzip = false;
   double timeout = 60;
+  /// "no", "same-origin", or a number from 0.
+  std::optional<std::string> follow;
+  /// With a password, or without.
+  std::optional<std::string> user;
+  /// "basic" or "digest".
+  std::string authentication = "basic";
+  std::optional<std::string> bearer;
+  std::vector<std::string> cookies;
+  std::optional<std::string> proxy;
+  std::vector<std::string> proxyExceptions;
   std::vector<std::string> trustedCertificates;
   bool waitForConnectivity = false;
   std::vector<int> acceptedStatuses;
   /// The directory; "." when none was named.
   std::optional<std::string> download;
   std::optional<std::string> output;
+  bool continues = false;
+  std::optional<std::string> digest;
+  bool includesHead = false;
+  bool asksForHead = false;
   bool raw = false;
   std::string verbosity = "none";
   bool curl = false;
@@ -37,6 +51,7 @@ struct CommandLine {
   bool serial = false;
   int parallel = 1;
   std::optional<std::string> report;
+  bool timing = false;
 
   bool hasBody() const { return json || data || bodyFile || upload || !formSections.empty(); }
 };

@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "FileOutput.hpp"
+#include "ShellWord.hpp"
 #include "ToolRequest.hpp"
 
 using namespace corvane;
@@ -19,28 +20,21 @@ ShellCommand commandFor(const ToolOptions& options, const URL& url, const std::s
                         [&](const auto& request) { return request.shellCommand({.bodyFile = bodyFile}); });
 }
 
-// Within single quotes everything is literal but the quote itself.
-std::string quoted(const std::string& text) {
-  std::string result = "'";
-  for (const char c : text) result += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  return result + "'";
-}
-
 /// What makes curl save the body of a success, and of nothing else, where this tool would. A second file of a name
 /// is numbered otherwise, or refused.
 std::string savingOptions(const ToolOptions& options, const URL& url) {
   if (!options.downloadDirectory) return "";
-  const std::string place = " --fail --no-clobber --output-dir " + quoted(*options.downloadDirectory);
+  const std::string place = " --fail --no-clobber --output-dir " + shellWord(*options.downloadDirectory);
   const auto components = platform::URLComponents::make(url, true);
   const bool namesFile =
       components && !components->percentEncodedPath.empty() && !components->percentEncodedPath.ends_with('/');
   // Without a last component, curl has no name to fall back on.
   if (namesFile) return place + " --remote-name --remote-header-name";
-  return place + " --output " + quoted(url.host().value_or("Unknown"));
+  return place + " --output " + shellWord(url.host().value_or("Unknown"));
 }
 
-bool print(const ShellCommand& command, const std::string& savingOptions) {
-  if (std::printf("%s%s\n", command.text.c_str(), savingOptions.c_str()) >= 0 && std::fflush(stdout) == 0) return true;
+bool print(const ShellCommand& command, const std::string& furtherOptions) {
+  if (std::printf("%s%s\n", command.text.c_str(), furtherOptions.c_str()) >= 0 && std::fflush(stdout) == 0) return true;
   std::fprintf(stderr, "corvane: cannot write to standard output: %s\n", std::strerror(errno));
   return false;
 }
@@ -58,11 +52,11 @@ bool keepBody(const ShellCommand& command) {
 bool printCommandFor(const ToolOptions& options, const URL& url) {
   const bool usersFileWillDo = options.bodyFile && !options.compressesBody;
   const ShellCommand command = commandFor(options, url, options.bodyFile.value_or(""));
-  const std::string saving = savingOptions(options, url);
-  if (!command.bodyFile || usersFileWillDo) return print(command, saving);
+  const std::string further = options.clientOptionsForCurl + savingOptions(options, url);
+  if (!command.bodyFile || usersFileWillDo) return print(command, further);
   const std::string folder = platform::FileManager::createTemporaryDirectory();
   const ShellCommand readingFile = commandFor(options, url, folder + "/request-body");
-  return keepBody(readingFile) && print(readingFile, saving);
+  return keepBody(readingFile) && print(readingFile, further);
 }
 
 }  // namespace

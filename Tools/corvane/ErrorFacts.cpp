@@ -55,6 +55,11 @@ const char* nameOf(GZipError::Case which) {
 
 #define NAMED(code) {platform::URLErrorCode::code, #code}
 constexpr std::pair<std::int64_t, const char*> loadingCases[] = {
+    NAMED(cannotMoveFile),
+    NAMED(cannotWriteToFile),
+    NAMED(cannotCloseFile),
+    NAMED(cannotOpenFile),
+    NAMED(cannotCreateFile),
     NAMED(cannotLoadFromNetwork),
     NAMED(clientCertificateRequired),
     NAMED(clientCertificateRejected),
@@ -88,6 +93,16 @@ constexpr std::pair<std::int64_t, const char*> loadingCases[] = {
     NAMED(badURL),
     NAMED(cancelled),
     NAMED(unknown),
+    NAMED(socksUnsupportedServerVersion),
+    NAMED(socks5BadState),
+    NAMED(socks5BadResponseAddress),
+    NAMED(socks5BadCredentials),
+    NAMED(socks5UnsupportedNegotiationMethod),
+    NAMED(socks5NoAcceptableMethod),
+    NAMED(httpProxyConnectionFailure),
+    NAMED(httpBadProxyCredentials),
+    NAMED(httpsProxyConnectionFailure),
+    NAMED(httpsProxyUnexpectedResponse),
 };
 #undef NAMED
 
@@ -117,9 +132,12 @@ std::string typeOf(const Error& error) {
 
 ErrorFacts ErrorFacts::of(const Error& error) {
   const char* name = nameOfCase(error);
+  const auto userInfo = error.userInfo();
+  const auto* const detail = userInfo.find(platform::URLErrorKey::transportMessage);
   return {.domain = error.domain(),
           .code = error.code(),
           .type = typeOf(error),
           .caseName = name ? std::optional<std::string>(name) : std::nullopt,
-          .message = error.message()};
+          .message = error.message(),
+          .detail = detail ? std::optional(detail->description()) : std::nullopt};
 }

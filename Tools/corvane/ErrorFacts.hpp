@@ -14,6 +14,8 @@ struct ErrorFacts {
   /// The name of the case, for errors that have cases.
   std::optional<std::string> caseName;
   std::string message;
+  /// What exactly happened, and to what, where the library knows more than the message says.
+  std::optional<std::string> detail;
 
   static ErrorFacts of(const corvane::Error& error);
 };

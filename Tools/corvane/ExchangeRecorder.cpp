@@ -5,9 +5,10 @@
 
 void ExchangeRecorder::addFailure(const corvane::ResponseRecord& response, const corvane::Error& error) {
   failures.push_back({.number = static_cast<int>(failures.size()) + 1,
-                      .status = statusCode(response),
+                      .status = response.statusCode(),
                       .problem = sentence(error, response),
-                      .error = error});
+                      .error = error,
+                      .metrics = response.metrics});
   if (attemptFailed) attemptFailed(failures.back());
 }
 

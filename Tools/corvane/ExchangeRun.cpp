@@ -7,6 +7,16 @@
 
 using namespace corvane;
 
+namespace {
+
+/// What a person knows it by.
+std::string nameOf(const URL& url) {
+  const std::string name = url.lastPathComponent();
+  return name.empty() || name == "/" ? url.host().value_or("") : name;
+}
+
+}  // namespace
+
 void ExchangeRun::run() {
   for (int round = 0; round < options_.repetitions && !isStopped_; ++round) runRound();
 }
@@ -44,6 +54,7 @@ template <class Request>
 void ExchangeRun::send(const Request& request) {
   const auto recorder = request.recorder();
   underWay_[recorder->number] = [request] { request.cancel(); };
+  if (bar_) bar_->begin(recorder->number, nameOf(recorder->url));
   if (options_.retry) {
     request.sendAttemptingRetry([this, recorder](HTTPRetryResult<typename Request::Response> result) {
       finish(recorder->finished(*result.lastResponse()));
@@ -57,7 +68,7 @@ void ExchangeRun::send(const Request& request) {
 }
 
 void ExchangeRun::finish(const FinishedExchange& exchange) {
-  if (bar_) bar_->finish(exchange.response.result.error() != nullptr);
+  if (bar_) bar_->finish(exchange.number, exchange.response.result.error() != nullptr);
   if (!isStopped_) listener_.finished(exchange);
   underWay_.erase(exchange.number);
   sendNext();

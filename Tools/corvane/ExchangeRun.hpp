@@ -32,6 +32,7 @@ class ExchangeRun {
   void run();
   /// Cancels what is under way, without a report, and sends nothing more.
   void stop();
+  bool isStopped() const { return isStopped_; }
 
  private:
   void runRound();

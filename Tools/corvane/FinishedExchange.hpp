@@ -1,6 +1,7 @@
 #pragma once
 
 #include <Corvane/Corvane.hpp>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -14,6 +15,8 @@ struct FailedAttempt {
   /// What is wrong, in a sentence.
   std::string problem;
   corvane::Error error;
+  /// Null where it did not begin.
+  std::shared_ptr<const corvane::TaskMetrics> metrics = nullptr;
 };
 
 struct FinishedExchange {

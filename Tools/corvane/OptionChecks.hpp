@@ -12,6 +12,8 @@ std::string problemOfSeconds(const std::string& text);
 std::string problemOfDelay(const std::string& text);
 /// At least a millisecond.
 std::string problemOfPeriod(const std::string& text);
+std::string problemOfFollowing(const std::string& text);
+std::string problemOfAuthentication(const std::string& text);
 std::string problemOfReport(const std::string& text);
 std::string problemOfVerbosity(const std::string& text);
 

@@ -11,6 +11,7 @@ constexpr int narrowestBar = 10;
 constexpr int widestBar = 40;
 // Room for the longest text beside the bar, so that the bar does not jump when the text changes.
 constexpr int roomForText = 52;
+constexpr int widestName = 24;
 constexpr double longestTime = 100 * 3600;
 
 template <class... Values>
@@ -77,6 +78,19 @@ std::vector<std::string> lines(const TransferState& state, int columns) {
   return result;
 }
 
+/// What a terminal shows as one column each, of a name that anybody may have made.
+std::string shortenedName(const std::string& name, std::size_t length) {
+  std::string text;
+  for (const char c : name) {
+    const auto byte = static_cast<unsigned char>(c);
+    if ((byte & 0xC0U) != 0x80U) text += byte > 0x20 && byte < 0x7F ? c : byte == 0x20 ? ' ' : '?';
+  }
+  if (text.size() <= length) return text;
+  if (length < 3) return text.substr(0, length);
+  const std::size_t end = (length - 2) / 2;
+  return text.substr(0, length - 2 - end) + ".." + text.substr(text.size() - end);
+}
+
 std::string fitting(const std::vector<std::string>& fromTheFullest, int columns) {
   for (const std::string& line : fromTheFullest) {
     if (static_cast<int>(line.size()) <= columns) return line;
@@ -87,6 +101,21 @@ std::string fitting(const std::vector<std::string>& fromTheFullest, int columns)
 }  // namespace
 
 std::string progressLine(const TransferState& state, int columns) { return fitting(lines(state, columns), columns); }
+
+std::string namedLine(const std::string& name, const TransferState& state, int columns) {
+  const int room = std::clamp(columns / 3, 0, widestName);
+  std::string text = shortenedName(name, static_cast<std::size_t>(room));
+  text.resize(static_cast<std::size_t>(room), ' ');
+  const std::string rest = progressLine(state, columns - room - 1);
+  return rest.empty() ? text : text + " " + rest;
+}
+
+std::string summaryLine(const TransferState& state, std::int64_t failures) {
+  const std::string succeeded = std::to_string(state.finishedTransfers - failures);
+  const std::string failed = failures > 0 ? ", " + std::to_string(failures) + " failed" : "";
+  return succeeded + " of " + std::to_string(state.transfers) + " files, " +
+         byteText(static_cast<double>(state.completedBytes)) + " in " + timeText(state.seconds) + failed;
+}
 
 std::string batchLine(const BatchState& state, int columns) {
   const std::string count = std::to_string(state.responses) + " of " + std::to_string(state.requests);

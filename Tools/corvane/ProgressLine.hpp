@@ -33,6 +33,14 @@ struct BatchState {
 ///     42% [########------------]  12.3 MB of 29.1 MB, 4.5 MB/s, 0:03 left
 ///     12.3 MB, 4.5 MB/s, after 0:02
 std::string progressLine(const TransferState& state, int columns);
+/// The same of one of several, with its name before, cut in the middle where it is long:
+///
+///     manual.pdf                 42% [########------------]  12.3 MB of 29.1 MB, 4.5 MB/s, 0:03 left
+std::string namedLine(const std::string& name, const TransferState& state, int columns);
+/// What came of several, when all are over:
+///
+///     3 of 4 files, 29.1 MB in 0:07, 1 failed
+std::string summaryLine(const TransferState& state, std::int64_t failures);
 /// The same for a batch:
 ///
 ///     12 of 40, 2 failed, 3.5 a second, after 0:04

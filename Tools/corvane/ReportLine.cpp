@@ -1,26 +1,15 @@
 #include "ReportLine.hpp"
 
-#include <Platform/Foundation/UTF8.hpp>
-#include <cstdio>
 #include <string_view>
-#include <utility>
-#include <variant>
 #include <vector>
 
 #include "ErrorFacts.hpp"
+#include "ReportedValues.hpp"
+#include "TimingReport.hpp"
 
 using namespace corvane;
 
 namespace {
-
-/// null where there is nothing: a report always has all its keys.
-template <class T>
-using OrNull = std::variant<std::monostate, T>;
-
-/// Seconds, so that the lines of many exchanges can be read below each other.
-struct SixDigits {
-  double value;
-};
 
 struct ReportedError {
   std::string domain;
@@ -28,6 +17,7 @@ struct ReportedError {
   std::string type;
   OrNull<std::string> case_;
   std::string message;
+  OrNull<std::string> detail;
 };
 
 struct Report {
@@ -51,6 +41,15 @@ struct ReportedRetries {
   std::vector<ReportedAttempt> failures;
 };
 
+struct ReportedRedirect {
+  int status = 0;
+  std::string url;
+};
+
+struct ReportedRedirects {
+  std::vector<ReportedRedirect> redirects;
+};
+
 struct ReportedRequest {
   std::string requestedURL;
 };
@@ -62,37 +61,7 @@ struct platform::JSONCodec<ReportedError> {
   static constexpr JSONKey keys[] = {{"case_", "case"}};
 };
 
-template <>
-struct platform::JSONCodec<SixDigits> {
-  static void encode(const SixDigits& number, JSONWriter& writer) {
-    char text[400];  // the largest double has 309 digits
-    std::snprintf(text, sizeof text, "%.6f", number.value);
-    writer.writeRaw(text);
-  }
-};
-
 namespace {
-
-/// A server may send any bytes, and a path may have any; JSON is UTF-8.
-std::string inUTF8(std::string_view text) {
-  std::string result;
-  while (!text.empty()) {
-    const std::size_t length = platform::utf8CharacterLength(text);
-    result.append(length == 0 ? "\xEF\xBF\xBD" : text.substr(0, length));
-    text.remove_prefix(length == 0 ? 1 : length);
-  }
-  return result;
-}
-
-template <class T>
-OrNull<T> orNull(std::optional<T> value) {
-  if (!value) return std::monostate();
-  return *std::move(value);
-}
-
-OrNull<std::string> inUTF8(const std::optional<std::string>& text) {
-  return text ? OrNull<std::string>(inUTF8(std::string_view(*text))) : std::monostate();
-}
 
 JSONObject headersOf(const std::optional<HTTPHeaderFields>& fields) {
   JSONObject headers;
@@ -102,7 +71,7 @@ JSONObject headersOf(const std::optional<HTTPHeaderFields>& fields) {
     if (seen.contains(name)) continue;
     seen.add(name, value);
     JSONValue::Array values;
-    for (const std::string& each : fields->values(name)) values.emplace_back(inUTF8(std::string_view(each)));
+    for (const std::string& each : fields->values(name)) values.emplace_back(inUTF8(each));
     headers[name] = std::move(values);
   }
   return headers;
@@ -115,13 +84,24 @@ OrNull<ReportedError> reported(const Error* error) {
                        .code = facts.code,
                        .type = facts.type,
                        .case_ = orNull(facts.caseName),
-                       .message = inUTF8(std::string_view(facts.message))};
+                       .message = inUTF8(facts.message),
+                       .detail = facts.detail ? OrNull<std::string>(inUTF8(*facts.detail)) : OrNull<std::string>()};
 }
 
 std::vector<ReportedAttempt> reported(const std::vector<FailedAttempt>& failures) {
   std::vector<ReportedAttempt> attempts;
   for (const FailedAttempt& failure : failures) attempts.push_back({orNull(failure.status), reported(&failure.error)});
   return attempts;
+}
+
+ReportedRedirects redirectsOf(const ToolResponse& response) {
+  ReportedRedirects reported;
+  const auto* head = dynamic_cast<const HTTPURLResponse*>(response.urlResponse.get());
+  if (!head) return reported;
+  for (const auto& redirect : head->redirects()) {
+    reported.redirects.push_back({redirect.statusCode, redirect.url.absoluteString()});
+  }
+  return reported;
 }
 
 template <class Facts>
@@ -154,15 +134,18 @@ std::string spaced(std::string_view json) {
 std::string reportLine(const FinishedExchange& exchange, const ToolOptions& options,
                        const std::optional<std::string>& file) {
   const ToolResponse& response = exchange.response;
-  std::string json = encoded(Report{.status = orNull(statusCode(response)),
+  std::string json = encoded(Report{.status = orNull(response.statusCode()),
                                     .statusName = std::string(response.status.name()),
                                     .url = response.url.value_or(exchange.url).absoluteString(),
                                     .headers = headersOf(response.headers),
                                     .bodyBytes = response.bodyBytes,
-                                    .file = inUTF8(file),
+                                    .file = inUTF8OrNull(file),
                                     .error = reported(response.result.error()),
                                     .seconds = {exchange.seconds}});
   if (options.hasSeveralURLs()) json = joined(json, encoded(ReportedRequest{exchange.url.absoluteString()}));
+  if (const auto redirects = redirectsOf(response); !redirects.redirects.empty())
+    json = joined(json, encoded(redirects));
   if (options.retry) json = joined(json, encoded(ReportedRetries{exchange.attempts, reported(exchange.failures)}));
+  if (options.printsTiming) json = joined(json, timingReport(exchange));
   return spaced(json) + "\n";
 }

@@ -31,12 +31,16 @@ class ResponseReport {
 
  private:
   std::optional<std::string> saved(const FinishedExchange& exchange);
+  bool lacksItsFile(const ToolResponse& response) const;
   std::optional<std::string> savedBody(const FinishedExchange& exchange);
+  std::string problemOfSaving(const ToolResponse& response, const std::string& path) const;
   std::optional<std::string> savedDownload(const ToolResponse& response);
   void printPath(const std::string& path, const corvane::URL& url);
+  void printHead(const FinishedExchange& exchange);
   void printBody(const FinishedExchange& exchange);
   void printHeading(const corvane::URL& url);
   void print(std::string_view bytes);
+  void printTimeline(const FinishedExchange& exchange);
   std::string prefix(const corvane::URL& url) const;
   void complain(const std::string& problem);
   void hint(const corvane::Error& error);

@@ -1,5 +1,6 @@
 #include "TargetURL.hpp"
 
+#include <Corvane/DebugOutput/HTTPRedaction.hpp>
 #include <Platform/Foundation/Detail/ASCII.hpp>
 #include <Platform/Foundation/URLComponents.hpp>
 #include <algorithm>
@@ -11,14 +12,17 @@ using namespace corvane;
 
 namespace {
 
+/// Without secrets.
+std::string shown(const std::string& text) { return "'" + HTTPRedaction::secrets().redactedURL(text) + "'"; }
+
 URL parsedURL(const std::string& text) {
   const auto url = URL::parse(text);
-  if (!url) throw UsageError("'" + text + "' is no URL: " + URL::problem(text));
+  if (!url) throw UsageError(HTTPRedaction::secrets().redactedText(URL::problem(text)));
   std::string scheme = url->scheme().value_or("");
   std::ranges::transform(scheme, scheme.begin(), platform::detail::asciiLower);
   if (scheme != "http" && scheme != "https")
-    throw UsageError("'" + text + "' is no URL to send to: it must start with http:// or https://");
-  if (!url->host()) throw UsageError("'" + text + "' is no URL to send to: it names no host");
+    throw UsageError(shown(text) + " is no URL to send to: it must start with http:// or https://");
+  if (!url->host()) throw UsageError(shown(text) + " is no URL to send to: it names no host");
   return *url;
 }
 
@@ -37,11 +41,11 @@ URL withQueryItems(const URL& url, const std::vector<std::string>& texts) {
   platform::URLComponents added;
   added.setQueryItems(items, platform::URLQueryEncoding::strict);
   auto components = platform::URLComponents::make(url, true);
-  if (!components) throw UsageError("'" + url.absoluteString() + "' cannot take a query");
+  if (!components) throw UsageError(shown(url.absoluteString()) + " cannot take a query");
   const std::string present = components->percentEncodedQuery.value_or("");
   components->percentEncodedQuery = (present.empty() ? "" : present + "&") + *added.percentEncodedQuery;
   const auto result = components->url();
-  if (!result) throw UsageError("'" + url.absoluteString() + "' cannot take the query items");
+  if (!result) throw UsageError(shown(url.absoluteString()) + " cannot take the query items");
   return *result;
 }
 

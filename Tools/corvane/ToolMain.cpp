@@ -23,6 +23,9 @@
 
 namespace {
 
+/// What every line about a problem begins with.
+std::string name() { return TerminalStyle(STDERR_FILENO).problem("corvane:"); }
+
 enum ExitStatus { success = 0, failedExchange = 1, wrongUsage = 2 };
 
 // What the library would refuse later is a mistake on the command line: a method that is no token, a header
@@ -56,13 +59,20 @@ std::unique_ptr<ProgressBar> progressBar(const ToolOptions& options) {
   if (!options.isTransfer() && !options.hasSeveralResponses()) return nullptr;
   const auto subject = options.isTransfer() ? ProgressBar::Subject::transfers : ProgressBar::Subject::batch;
   const auto count = static_cast<std::int64_t>(options.repetitions) * options.requestsOfARound();
-  return std::make_unique<ProgressBar>(STDERR_FILENO, subject, count);
+  return std::make_unique<ProgressBar>(
+      STDERR_FILENO, ProgressBar::Plan{.subject = subject, .count = count, .resumes = options.continuesDownload});
+}
+
+void printSummary(const ProgressBar& bar) {
+  if (const std::string summary = bar.summary(); !summary.empty()) std::fprintf(stderr, "%s\n", summary.c_str());
 }
 
 /// `stop` is set to what ends the run early, while there is one.
 ExitStatus sendAndReport(const ToolOptions& options, std::function<void()>& stop) {
   const auto folder = downloadFolder(options);
   corvane::Corvane::verbosity = options.verbosity;
+  corvane::Corvane::setRedaction(corvane::HTTPRedaction::secrets());
+  corvane::HTTPClientConfiguration::setDefault(options.client);
   corvane::Corvane::addTrustedCertificates(options.trustedCertificates);
   ResponseReport report(options, reader(), folder.get());
   const ExchangeListener listener{
@@ -77,19 +87,31 @@ ExitStatus sendAndReport(const ToolOptions& options, std::function<void()>& stop
     runToTheEnd(PollRun(options, listener));
   } else {
     const auto bar = progressBar(options);
-    runToTheEnd(ExchangeRun(options, bar.get(), listener));
+    ExchangeRun exchanges(options, bar.get(), listener);
+    runToTheEnd(exchanges);
+    if (bar && !exchanges.isStopped()) printSummary(*bar);
   }
   return report.hasFailure() ? failedExchange : success;
 }
 
-/// An interrupt leaves neither files nor half a line behind.
+void tellOfInterrupt(const ToolOptions& options) {
+  // Without a record of what it is of, nothing is kept.
+  const bool isKept = options.continuesDownload && access((*options.outputFile + ".corvane-resume").c_str(), F_OK) == 0;
+  const char* const rest = isKept ? "; what has arrived is kept for another --continue" : "";
+  std::fprintf(stderr, "%s interrupted%s\n", name().c_str(), rest);
+}
+
+/// An interrupt leaves neither files that nobody asked to keep nor half a line behind.
 ExitStatus sendUntilInterrupted(const ToolOptions& options) {
   std::function<void()> stop;
   const InterruptWatch watch([&stop] {
     if (stop) stop();
   });
   const ExitStatus status = sendAndReport(options, stop);
-  if (const auto signal = watch.signal()) endBySignal(*signal);
+  if (const auto signal = watch.signal()) {
+    if (options.isTransfer()) tellOfInterrupt(options);
+    endBySignal(*signal);
+  }
   return status;
 }
 
@@ -114,9 +136,6 @@ void occupyClosedStreams() {
     if (fcntl(stream, F_GETFD) < 0) open("/dev/null", O_RDONLY);
   }
 }
-
-/// What every line about a problem begins with.
-std::string name() { return TerminalStyle(STDERR_FILENO).problem("corvane:"); }
 
 }  // namespace
 

@@ -29,10 +29,23 @@ struct ToolOptions {
   double timeoutInSeconds;
   std::vector<corvane::URL> trustedCertificates = {};
   bool waitsForConnectivity = false;
+  /// Redirects, proxy, credentials.
+  corvane::HTTPClientConfiguration client = {};
+  /// What `client` is to curl.
+  std::string clientOptionsForCurl = {};
   std::vector<int> acceptedStatusCodes = {};
+  /// Whether a redirect that is not followed counts as a success.
+  bool acceptsRedirects = false;
   /// Where responses are saved under the names that they suggest.
   std::optional<std::string> downloadDirectory = std::nullopt;
   std::optional<std::string> outputFile = std::nullopt;
+  /// Whether a body goes to the output file while it arrives; else it is kept in memory before.
+  bool downloadsToOutput = false;
+  /// Whether what an earlier one left is gone on with.
+  bool continuesDownload = false;
+  std::optional<corvane::SHA256Digest> expectedDigest = std::nullopt;
+  /// Whether the status and the header fields of a response are printed before its body.
+  bool printsHeads = false;
   bool printsBodiesAsTheyCame = false;
   corvane::HTTPVerbosityLevel verbosity;
   bool printsShellCommand = false;
@@ -45,13 +58,21 @@ struct ToolOptions {
   /// At most so many at a time; a single URL is sent as often.
   int parallelRequests = 1;
   bool reportsJSON = false;
+  /// Whether a timeline follows each response.
+  bool printsTiming = false;
 
   bool hasSeveralURLs() const { return urls.size() > 1; }
   /// How many requests each repetition sends.
   int requestsOfARound() const { return hasSeveralURLs() ? static_cast<int>(urls.size()) : parallelRequests; }
   bool hasSeveralResponses() const { return pollsEverySeconds || repetitions > 1 || requestsOfARound() > 1; }
   /// Whether so much may move that a person wants to see how far it has come.
-  bool isTransfer() const { return uploadedFile || downloadDirectory || !formSections.empty(); }
+  bool isTransfer() const { return uploadedFile || isDownload() || !formSections.empty(); }
+  /// Whether the body of the response goes to a file while it arrives.
+  bool isDownload() const { return downloadDirectory || downloadsToOutput; }
+  /// The output file of the exchange with that number. Requires: there is one.
+  std::string outputPath(int number) const;
+  /// Where the library saves it; absent where it chooses the place itself.
+  std::optional<corvane::HTTPDownloadDestination> destination(int number) const;
   bool accepts(int statusCode) const;
 
   /// Reads the files that the command line names, but for those that are uploaded. Throws `UsageError`.

@@ -38,7 +38,7 @@ class DescribedRequest : public Mixin {
     return status == corvane::HTTPStatus::unknown || options_->accepts(status.rawValue());
   }
   void process(const typename Mixin::Response& response) const {
-    const auto code = statusCode(response);
+    const auto code = response.statusCode();
     if (!response.result.error() && code && !options_->accepts(*code))
       throw corvane::HTTPResponseError::unacceptableStatus(response.status);
   }
@@ -100,6 +100,18 @@ class DescribedBodyRequest : public DescribedRequest<Mixin> {
   }
 };
 
+/// What is to become of the file, over a described request that is a download.
+template <class Request>
+class DescribedDownload : public Request {
+ public:
+  using Request::Request;
+
+  std::optional<corvane::HTTPDownloadDestination> destination() const {
+    return this->options().destination(this->recorder()->number);
+  }
+  const std::optional<corvane::SHA256Digest>& expectedDigest() const { return this->options().expectedDigest; }
+};
+
 template <class Self>
 struct SendingMixin : corvane::HTTPRequestCancelable<Self>, corvane::HTTPRetryAttempting<Self> {};
 
@@ -138,17 +150,17 @@ class BodyRequest final : public DescribedBodyRequest<BodyMixin<BodyRequest<Mann
 };
 
 template <template <class> class Manner>
-class PlainDownload final : public DescribedRequest<DownloadMixin<PlainDownload<Manner>>>,
+class PlainDownload final : public DescribedDownload<DescribedRequest<DownloadMixin<PlainDownload<Manner>>>>,
                             public Manner<PlainDownload<Manner>> {
  public:
-  using DescribedRequest<DownloadMixin<PlainDownload>>::DescribedRequest;
+  using DescribedDownload<DescribedRequest<DownloadMixin<PlainDownload>>>::DescribedDownload;
 };
 
 template <template <class> class Manner>
-class BodyDownload final : public DescribedBodyRequest<DownloadBodyMixin<BodyDownload<Manner>>>,
+class BodyDownload final : public DescribedDownload<DescribedBodyRequest<DownloadBodyMixin<BodyDownload<Manner>>>>,
                            public Manner<BodyDownload<Manner>> {
  public:
-  using DescribedBodyRequest<DownloadBodyMixin<BodyDownload>>::DescribedBodyRequest;
+  using DescribedDownload<DescribedBodyRequest<DownloadBodyMixin<BodyDownload>>>::DescribedDownload;
 };
 
 template <template <class> class Manner>
@@ -174,7 +186,7 @@ template <template <class> class Manner, class Use>
 auto withKindOfRequest(const ToolOptions& options, Use use) {
   if (options.uploadedFile) return use(std::type_identity<FileUpload<Manner>>());
   if (!options.formSections.empty()) return use(std::type_identity<FormUpload<Manner>>());
-  if (options.downloadDirectory) {
+  if (options.isDownload()) {
     return options.body ? use(std::type_identity<BodyDownload<Manner>>())
                         : use(std::type_identity<PlainDownload<Manner>>());
   }

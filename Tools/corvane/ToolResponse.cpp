@@ -56,14 +56,8 @@ ToolResponse::ToolResponse(const ToolDownloadResponse& download)
 
 std::string ToolResponse::debugDescription() const { return describe("ToolResponse", *this, result.error()); }
 
-std::optional<int> statusCode(const ResponseRecord& response) {
-  const auto* http = dynamic_cast<const HTTPURLResponse*>(response.urlResponse.get());
-  if (!http) return std::nullopt;
-  return http->statusCode();
-}
-
 bool ToolResponse::isComplete() const {
   if (result.isSuccess()) return true;
   const auto* error = result.error()->as<HTTPResponseError>();
-  return error && error->which() == HTTPResponseError::Case::unacceptableStatus && statusCode(*this);
+  return error && error->which() == HTTPResponseError::Case::unacceptableStatus && statusCode();
 }

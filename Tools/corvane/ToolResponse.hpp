@@ -38,6 +38,3 @@ struct ToolResponse : corvane::ResponseRecord {
   std::optional<corvane::URL> file;
   std::uintmax_t bodyBytes = 0;
 };
-
-/// The number that the server sent, also where `HTTPStatus` has no name for it. Absent when none came.
-std::optional<int> statusCode(const corvane::ResponseRecord& response);

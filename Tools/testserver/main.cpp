@@ -19,7 +19,7 @@
 #include "CorvaneTesting/TestServer.hpp"
 #include "TestSupport/StandardRoutes.hpp"
 
-using namespace corvane::testing;
+using namespace corvane::testkit;
 
 namespace {
 
@@ -36,7 +36,7 @@ constexpr char usage[] =
     "\n"
     "It prints one line for each port, \"listening on 127.0.0.1:PORT\" and \"listening on 127.0.0.1:PORT (TLS)\".\n"
     "Routes: /get /post /echo /headers /status/N /delay/S /gzip /bytes/N /stream/N /drop /redirect/N\n"
-    "        /redirect-to?url= /cookies /cookies/set?name=value /files/NAME?size=N /form\n"
+    "        /redirect-to?url= /cookies /cookies/set?name=value /files/NAME?size=N&cut=N /form\n"
     "        /flaky/N /users /users/N /orders\n";
 
 struct UsageError : std::runtime_error {

@@ -9,8 +9,8 @@ struct User {
 
 // Sends a typed request to a server of its own, and prints a field of the response.
 int main() try {
-  corvane::testing::TestServer server;
-  server.enqueue(corvane::testing::MockResponse(200).json(R"({"id": 7, "name": "Ada Lovelace"})"));
+  corvane::testkit::TestServer server;
+  server.enqueue(corvane::testkit::MockResponse(200).json(R"({"id": 7, "name": "Ada Lovelace"})"));
   const User user = corvane::JSONGetRequest<User>(server.url("/users/7")).send().get().body;
   std::printf("user %d is %s\n", static_cast<int>(user.id), user.name.c_str());
 } catch (const corvane::Error& error) {

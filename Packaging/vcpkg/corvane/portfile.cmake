@@ -1,5 +1,4 @@
-# The port stands in the tree that it builds. In a registry, vcpkg_from_github or vcpkg_from_git gives SOURCE_PATH.
-get_filename_component(SOURCE_PATH "${CURRENT_PORT_DIR}/../../.." ABSOLUTE)
+include("${CMAKE_CURRENT_LIST_DIR}/source.cmake")    # sets SOURCE_PATH
 
 vcpkg_check_features(OUT_FEATURE_OPTIONS FEATURE_OPTIONS
   FEATURES

@@ -50,6 +50,7 @@ def create(folder, work, options):
     recipe.set_version()
     recipe.export_sources()
     recipe.layout()
+    recipe.source()
     recipe.requirements()
     needed = list(recipe.requirements_made)
     recipe.validate()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <concepts>
 #include <initializer_list>
 #include <iterator>
 #include <memory>
@@ -10,6 +11,7 @@
 
 #include "Corvane/Behaviours/Detail/BatchRun.hpp"
 #include "Corvane/Behaviours/Detail/BehaviourChecks.hpp"
+#include "Corvane/Behaviours/Detail/BehaviourMisuses.hpp"
 #include "Corvane/Behaviours/Detail/ThreadSafeArray.hpp"
 #include "Corvane/Behaviours/HTTPBatchMode.hpp"
 #include "Corvane/Errors/HTTPResponseError.hpp"
@@ -40,9 +42,10 @@ class TypedBatchRun final : public BatchRun {
   using Update = platform::UniqueFunction<void(const Request&, const Response&)>;
   using Completion = platform::UniqueFunction<void(std::vector<Response>)>;
 
-  TypedBatchRun(std::vector<Request> requests, std::optional<platform::DispatchQueue> queue, Update update,
+  TypedBatchRun(std::vector<Request> requests, const SendOptions& options, SharedBounds bounds, Update update,
                 Completion completion)
-      : BatchRun(std::move(queue)),
+      : BatchRun(options.queue, std::move(bounds)),
+        progress_(options.progress),
         requests_(std::move(requests)),
         update_(std::move(update)),
         completion_(std::move(completion)) {
@@ -57,7 +60,7 @@ class TypedBatchRun final : public BatchRun {
   void send(std::size_t index, platform::Block whenDone) override {
     const ItemCompletion completion = completionFor(index, std::move(whenDone));
     try {
-      sendViaRequest(requests_[index], completionQueue(), completion);
+      sendByForm(requests_[index], completionQueue(), progress_, {completion, bounds()});
     } catch (...) {
       // Others of the batch are under way: it is too late to throw.
       platform::detail::requiringMemory("the failure of a request in a batch cannot be told", [&] {
@@ -102,6 +105,7 @@ class TypedBatchRun final : public BatchRun {
     return {std::static_pointer_cast<TypedBatchRun>(shared_from_this()), index, std::move(state)};
   }
 
+  const HTTPProgressHandler progress_;
   const std::vector<Request> requests_;
   /// Of those that are not sent yet.
   std::vector<std::shared_ptr<ItemState>> states_;
@@ -111,26 +115,25 @@ class TypedBatchRun final : public BatchRun {
 };
 
 template <class Request>
-void sendBatch(std::vector<Request> requests, std::optional<platform::DispatchQueue> queue, HTTPBatchMode mode,
+void sendBatch(std::vector<Request> requests, const SendOptions& options, SharedBounds bounds, HTTPBatchMode mode,
                typename TypedBatchRun<Request>::Update update, typename TypedBatchRun<Request>::Completion completion) {
   if (requests.empty()) {
-    velisand::async(queue, [completion = std::move(completion)]() mutable {
+    velisand::async(options.queue, [completion = std::move(completion)]() mutable {
       if (completion) completion({});
     });
     return;
   }
-  std::make_shared<TypedBatchRun<Request>>(std::move(requests), std::move(queue), std::move(update),
-                                           std::move(completion))
+  std::make_shared<TypedBatchRun<Request>>(std::move(requests), options, SendBounds::add(std::move(bounds), options),
+                                           std::move(update), std::move(completion))
       ->start(mode);
 }
 
 template <class Request>
-auto sendBatch(std::vector<Request> requests, HTTPBatchMode mode, typename TypedBatchRun<Request>::Update update) {
+auto sendBatch(std::vector<Request> requests, SendOptions options, HTTPBatchMode mode,
+               typename TypedBatchRun<Request>::Update update) {
   using Responses = std::vector<typename Request::Response>;
-  auto queue = velisand::currentQueue();
-  const auto future = queue ? velisand::Future<Responses>::completedOn(*queue) : velisand::Future<Responses>();
-  const SendCancellation::Scope scope(cancellationOf(future));
-  sendBatch(std::move(requests), std::move(queue), mode, std::move(update),
+  const auto future = openFuture<Responses>(options.queue);
+  sendBatch(std::move(requests), options, SendBounds::by(future.stopToken()), mode, std::move(update),
             [future](Responses responses) { future.markCompletion(std::move(responses)); });
   return future;
 }
@@ -141,6 +144,10 @@ struct AnyCallback {
   template <class Callback>
   AnyCallback(Callback&&) {}  // NOLINT(google-explicit-constructor)
 };
+
+/// What a batch is sent with before its mode.
+template <class T>
+concept QueueOrOptions = std::same_as<T, SendOptions> || std::convertible_to<T, std::optional<platform::DispatchQueue>>;
 
 /// Says in a sentence what a batch is not.
 template <class Requests>
@@ -165,53 +172,111 @@ std::vector<RequestOf<Requests>> collected(Requests&& requests) {
 ///     send(requests, DispatchQueue::main(), true, {}, [](std::vector<DataResponse> responses) { … });
 ///     const auto responses = co_await send(requests, HTTPBatchMode::parallel(8));
 ///
-/// - `queue`: where every response and, in the end, the list is delivered. Absent: responses on the main queue; the
-///   list on the global queue for a parallel batch, on the main queue otherwise.
+/// - `queue`: the queue of every `update` and of the completion. Absent: `update` is called on the main queue; the
+///   completion on the global queue for a parallel batch, or else on the main queue.
 /// - `mode`: `true`, or `HTTPBatchMode::parallel()`: all at once; `false`, or `HTTPBatchMode::serial()`: one after
 ///   another.
-/// - `update`: called with each request and its response, as they come; may be empty. On a concurrent queue several
-///   calls may overlap.
-/// - `completion`: called once, with all responses in the order in which they came, failures included. An empty list
-///   of requests gives an empty list of responses.
+/// - `update`: called with each request and its response, as responses arrive; may be empty. On a concurrent queue
+///   several calls may overlap.
+/// - `completion`: called once, with all responses in the order in which they arrived, failures included. For an empty
+///   list of requests, the list of responses is empty.
 ///
-/// **Serial batches** of the process run one after another; no thread is held meanwhile. Each request gets its
-/// `timeoutInterval`, cut to whole seconds, to answer (so less than a second is no time at all; an interval that is
-/// not finite, or beyond 64 bits, ends the process). Then a response with
-/// `HTTPResponseError::unacceptableStatus(requestTimeout)` takes its place, without an `update`, and the next request
-/// is sent. The late one goes on: when its response comes, `update` is called with it, also after the completion, and
-/// it joins the list, unless that was delivered already. So there may be more responses than requests, and what
-/// `update` refers to must outlive the requests, not only the batch.
+/// **Serial batches** of the process run one after another; they hold no thread. Each request has its
+/// `timeoutInterval`, truncated to whole seconds, to complete. (Less than a second leaves no time; an interval that is
+/// not finite, or exceeds 64 bits, ends the process.) After that, a response with
+/// `HTTPResponseError::unacceptableStatus(requestTimeout)` takes its place, without a call of `update`, and the next
+/// request is sent. The late request continues: when its response arrives, `update` is called with it, even after the
+/// completion, and the response is added to the list unless the list has been delivered. So there may be more responses
+/// than requests, and objects that `update` refers to must outlive the requests, not only the batch.
 ///
-/// A request whose `shouldSend` is false never answers: in a serial batch it times out, and a parallel one sends the
-/// others but never ends: neither is the completion called nor the future completed.
+/// A request with a false `shouldSend` never completes. In a serial batch it times out. A parallel batch sends the
+/// other requests but never ends: the completion is not called, and the future is not completed.
 template <detail::RequestRange Requests>
 void send(Requests&& requests, std::optional<platform::DispatchQueue> queue, HTTPBatchMode mode,
           typename detail::TypedBatchRun<detail::RequestOf<Requests>>::Update update,
           typename detail::TypedBatchRun<detail::RequestOf<Requests>>::Completion completion) {
-  detail::sendBatch(detail::collected(requests), std::move(queue), mode, std::move(update), std::move(completion));
+  detail::sendBatch(detail::collected(requests), {.queue = std::move(queue)}, {}, mode, std::move(update),
+                    std::move(completion));
+}
+/// The same with options by name. Stop and deadline are those of the whole batch: either ends the requests under way,
+/// and keeps the others from being sent; each has a response that says so. A progress handler is told of every download
+/// or upload, of several at a time.
+template <detail::RequestRange Requests, std::same_as<SendOptions> Options = SendOptions>
+void send(Requests&& requests, Options options, HTTPBatchMode mode,
+          typename detail::TypedBatchRun<detail::RequestOf<Requests>>::Update update,
+          typename detail::TypedBatchRun<detail::RequestOf<Requests>>::Completion completion) {
+  detail::sendBatch(detail::collected(requests), options, {}, mode, std::move(update), std::move(completion));
 }
 template <AnyRequest Request>
 void send(std::initializer_list<Request> requests, std::optional<platform::DispatchQueue> queue, HTTPBatchMode mode,
           typename detail::TypedBatchRun<Request>::Update update,
           typename detail::TypedBatchRun<Request>::Completion completion) {
-  detail::sendBatch(std::vector(requests), std::move(queue), mode, std::move(update), std::move(completion));
+  detail::sendBatch(std::vector(requests), {.queue = std::move(queue)}, {}, mode, std::move(update),
+                    std::move(completion));
+}
+template <AnyRequest Request, std::same_as<SendOptions> Options = SendOptions>
+void send(std::initializer_list<Request> requests, Options options, HTTPBatchMode mode,
+          typename detail::TypedBatchRun<Request>::Update update,
+          typename detail::TypedBatchRun<Request>::Completion completion) {
+  detail::sendBatch(std::vector(requests), options, {}, mode, std::move(update), std::move(completion));
 }
 
-/// The same with a future of the list, which never fails, and is completed on the caller's queue, where there is one.
-/// `Future::cancel` cancels the requests under way and keeps the others from being sent; each has a response that says
-/// so.
+/// The same with a future of the list. It never fails, and is completed on the caller's queue, if there is one.
+/// `Future::cancel` cancels the requests under way, and the others are not sent; the response of each is
+/// `HTTPResponseError::taskCancelled`.
 template <detail::RequestRange Requests>
 auto send(Requests&& requests, HTTPBatchMode mode,
           typename detail::TypedBatchRun<detail::RequestOf<Requests>>::Update update = {})
     -> velisand::Future<std::vector<typename detail::RequestOf<Requests>::Response>> {
-  return detail::sendBatch(detail::collected(requests), mode, std::move(update));
+  return detail::sendBatch(detail::collected(requests), SendOptions(), mode, std::move(update));
+}
+template <detail::RequestRange Requests, std::same_as<SendOptions> Options = SendOptions>
+auto send(Requests&& requests, Options options, HTTPBatchMode mode,
+          typename detail::TypedBatchRun<detail::RequestOf<Requests>>::Update update = {})
+    -> velisand::Future<std::vector<typename detail::RequestOf<Requests>::Response>> {
+  return detail::sendBatch(detail::collected(requests), std::move(options), mode, std::move(update));
 }
 template <AnyRequest Request>
 auto send(std::initializer_list<Request> requests, HTTPBatchMode mode,
           typename detail::TypedBatchRun<Request>::Update update = {})
     -> velisand::Future<std::vector<typename Request::Response>> {
-  return detail::sendBatch(std::vector(requests), mode, std::move(update));
+  return detail::sendBatch(std::vector(requests), SendOptions(), mode, std::move(update));
 }
+template <AnyRequest Request, std::same_as<SendOptions> Options = SendOptions>
+auto send(std::initializer_list<Request> requests, Options options, HTTPBatchMode mode,
+          typename detail::TypedBatchRun<Request>::Update update = {})
+    -> velisand::Future<std::vector<typename Request::Response>> {
+  return detail::sendBatch(std::vector(requests), std::move(options), mode, std::move(update));
+}
+
+// Chosen for what is no update, or no completion; do not compile.
+
+template <detail::RequestRange Requests, detail::QueueOrOptions Where = SendOptions>
+void send(Requests&&, Where, HTTPBatchMode, detail::AnyCallback,
+          detail::NoBatchCompletion<typename detail::TypedBatchRun<detail::RequestOf<Requests>>::Completion>) {}
+template <detail::RequestRange Requests, detail::QueueOrOptions Where = SendOptions>
+void send(Requests&&, Where, HTTPBatchMode,
+          detail::NoUpdate<typename detail::TypedBatchRun<detail::RequestOf<Requests>>::Update>,
+          typename detail::TypedBatchRun<detail::RequestOf<Requests>>::Completion) {}
+template <detail::RequestRange Requests>
+void send(Requests&&, HTTPBatchMode,
+          detail::NoUpdate<typename detail::TypedBatchRun<detail::RequestOf<Requests>>::Update>) {}
+template <detail::RequestRange Requests, std::same_as<SendOptions> Options = SendOptions>
+void send(Requests&&, Options, HTTPBatchMode,
+          detail::NoUpdate<typename detail::TypedBatchRun<detail::RequestOf<Requests>>::Update>) {}
+template <AnyRequest Request, detail::QueueOrOptions Where = SendOptions>
+void send(std::initializer_list<Request>, Where, HTTPBatchMode, detail::AnyCallback,
+          detail::NoBatchCompletion<typename detail::TypedBatchRun<Request>::Completion>) {}
+template <AnyRequest Request, detail::QueueOrOptions Where = SendOptions>
+void send(std::initializer_list<Request>, Where, HTTPBatchMode,
+          detail::NoUpdate<typename detail::TypedBatchRun<Request>::Update>,
+          typename detail::TypedBatchRun<Request>::Completion) {}
+template <AnyRequest Request>
+void send(std::initializer_list<Request>, HTTPBatchMode,
+          detail::NoUpdate<typename detail::TypedBatchRun<Request>::Update>) {}
+template <AnyRequest Request, std::same_as<SendOptions> Options = SendOptions>
+void send(std::initializer_list<Request>, Options, HTTPBatchMode,
+          detail::NoUpdate<typename detail::TypedBatchRun<Request>::Update>) {}
 
 // Lists of anything else are refused with a sentence, in place of a list of candidates.
 

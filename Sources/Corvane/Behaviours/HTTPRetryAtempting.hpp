@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "Corvane/Behaviours/Detail/BehaviourChecks.hpp"
+#include "Corvane/Behaviours/Detail/BehaviourMisuses.hpp"
 #include "Corvane/Behaviours/Detail/PollResponse.hpp"
 #include "Corvane/Behaviours/Detail/TypedRetryRun.hpp"
 #include "Corvane/Behaviours/HTTPRetryPolicy.hpp"
@@ -20,50 +21,32 @@ namespace corvane {
 
 namespace detail {
 
-#define CORVANE_READS(Value, property) (requires { requires ReadsAs<decltype(&Self::property), Self, Value>; })
-#define CORVANE_READS_INTEGER(property) (requires { requires ReadsAsInteger<decltype(&Self::property), Self>; })
-
-template <class Member, class Self>
-concept ReadsAsInteger = Readable<Member, Self> && requires(Member member, const Self& self) {
-  requires std::integral<std::remove_cvref_t<decltype(read(member, self))>>;
-  requires !std::same_as<std::remove_cvref_t<decltype(read(member, self))>, bool>;
-};
-
 template <class Self>
 concept JudgesFailures = requires(const Self& self, const typename Self::Response& response) {
   { self.shouldRetry(response) } -> std::same_as<bool>;
 };
 
+/// A type with a policy of its own may leave the waits to that.
 template <class Self>
-constexpr bool checkRetry() {
-  static_assert(
-      requires { &Self::retryInterval; },
-      "`retryInterval` is required: write `static constexpr double retryInterval = 2`, in seconds, or `double "
-      "retryInterval() const`");
-  static_assert(
-      !requires { &Self::retryInterval; } || CORVANE_READS(platform::Seconds, retryInterval),
-      "`retryInterval` must be a number of seconds or a std::chrono duration");
-  static_assert(
-      requires { &Self::retryLimit; },
-      "`retryLimit` is required: write `static constexpr std::int64_t retryLimit = 3`, or `std::int64_t retryLimit() "
-      "const`");
-  static_assert(
-      !requires { &Self::retryLimit; } || CORVANE_READS_INTEGER(retryLimit), "`retryLimit` must be an integer");
-  static_assert(CORVANE_READS_INTEGER(retryDelta), "`retryDelta` must be an integer: whole seconds");
-  static_assert(CORVANE_READS(HTTPRetryPolicy, retryPolicy),
-                "`retryPolicy` must be an HTTPRetryPolicy: write `HTTPRetryPolicy retryPolicy() const`, or a stored or "
-                "static member of that type");
-  static_assert(JudgesFailures<Self>, "`shouldRetry` must be `bool shouldRetry(const Response& response) const`");
-  return CORVANE_READS(platform::Seconds, retryInterval) && CORVANE_READS_INTEGER(retryLimit) &&
-         CORVANE_READS_INTEGER(retryDelta) && CORVANE_READS(HTTPRetryPolicy, retryPolicy) && JudgesFailures<Self>;
+constexpr bool checkInterval() {
+  if constexpr (hasPolicyOfItsOwn<Self>() && !requirement::retryIntervalRequirement::isStated<Self>) {
+    return true;
+  } else {
+    return check<Self>(requirement::retryInterval);
+  }
 }
 
-#undef CORVANE_READS
-#undef CORVANE_READS_INTEGER
+template <class Self>
+constexpr bool checkRetry() {
+  static_assert(JudgesFailures<Self>, "`shouldRetry` must be `bool shouldRetry(const Response& response) const`");
+  return checkInterval<Self>() &&
+         check<Self>(requirement::retryLimit, requirement::retryDelta, requirement::retryPolicy) &&
+         JudgesFailures<Self>;
+}
 
 }  // namespace detail
 
-/// Lets a request be sent again, after a growing wait, when it failed, and delivers all attempts at once.
+/// Sends a request again after a failure, with growing waits, and delivers the responses of all attempts together.
 ///
 ///     struct GetUser : JSONGetRequestable<GetUser, User>, HTTPRetryAttempting<GetUser> {
 ///       static constexpr double retryInterval = 2;
@@ -76,20 +59,20 @@ constexpr bool checkRetry() {
 ///
 /// | you write                                  | default                                                           |
 /// |--------------------------------------------|-------------------------------------------------------------------|
-/// | `retryInterval`: seconds or a duration     | none; the fixed part of every wait                                |
+/// | `retryInterval`: seconds or a duration     | none; the fixed part of every wait. 1 s with a `retryPolicy`      |
 /// | `retryLimit`: integer                      | none; see below                                                   |
 /// | `retryDelta`: whole seconds                | 1; by so much each wait is longer than the one before             |
 /// | `retryPolicy`: `HTTPRetryPolicy`           | every failure is retried, after exactly that wait                 |
 /// | `shouldRetry(const Response&) const`       | true; called for a failure that would be retried                  |
 ///
-/// The requirements may be static, stored or computed. What they throw, or a `send` of the type's own, ends the
-/// attempts with a response that holds it. An attempt is a `send`, whatever that does for the type: so mocks and
-/// `send`s of your own are retried, too. An attempt has failed when its response's `result` has an error.
+/// The properties may be static, stored or computed. An exception from one of them, or from the type's own `send`, ends
+/// the attempts with a response that has this error. An attempt is a `send` of the type: so mocks and a custom `send`
+/// are retried, too. An attempt has failed when its response's `result` has an error.
 ///
 /// **The rule.** Attempts count from 0. A failed one is followed by another as long as its number is not above
 /// `retryLimit`; so there are at most `retryLimit` + 2, and for a negative limit one. After attempt n the wait is
 /// `retryInterval` + n x `retryDelta` seconds (a product beyond 64 bits, or an interval that is not a number, ends the
-/// process). The result then is:
+/// process), or what the policy says in place of that. The result then is:
 /// - `noFailure` with the response, when it was attempt 0, whether that failed or not;
 /// - `totalFailure` with all responses, when it was attempt number `retryLimit`: even though that one succeeded, and
 ///   also where `shouldRetry`, the policy or, if that allows it, a cancellation ended it;
@@ -110,80 +93,112 @@ class HTTPRetryAttempting : public detail::RetryMark {
 
   /// By how many seconds the wait grows with each failed attempt. Default: 1.
   static std::int64_t retryDelta() { return 1; }
-  /// How the type departs from the plain rule. Default: not at all.
+  /// Changes to the rule above. Default: none.
   static HTTPRetryPolicy retryPolicy() { return {}; }
-  /// Asked on `retryQueue` for each failed attempt, before the next: false ends the attempts. Default: true.
+  /// Called on `retryQueue` after each failed attempt that would be retried; false ends the attempts. Default: true.
   template <class Response>
   bool shouldRetry(const Response&) const {
     return true;
   }
-  /// A fresh serial queue with every call: where the decisions of one send are made.
+  /// A new serial queue with every call, on which the decisions of one send are made.
   platform::DispatchQueue retryQueue() const { return detail::makeRetryQueue(); }
 
+  /// Called once with what came of the attempts.
   template <class Request = Self>
-  void sendAttemptingRetry(
-      std::optional<platform::DispatchQueue> queue,
-      platform::UniqueFunction<void(HTTPRetryResult<detail::ResponseOf<Request>>)> completion) const;
+  using RetryCompletion =
+      std::type_identity_t<platform::UniqueFunction<void(HTTPRetryResult<detail::ResponseOf<Request>>)>>;
+
+  template <class Request = Self>
+  void sendAttemptingRetry(std::optional<platform::DispatchQueue> queue, RetryCompletion<Request> completion) const {
+    begin<Request>({.queue = std::move(queue)}, {}, std::move(completion));
+  }
   /// The same with the completion on the main queue.
   template <class Request = Self>
-  void sendAttemptingRetry(
-      platform::UniqueFunction<void(HTTPRetryResult<detail::ResponseOf<Request>>)> completion) const {
+  void sendAttemptingRetry(RetryCompletion<Request> completion) const {
     sendAttemptingRetry<Request>(platform::DispatchQueue::main(), std::move(completion));
   }
-  /// The same with a future, which is completed on the caller's queue, where there is one. It never fails: whatever
-  /// came of the attempts is in the result. `Future::cancel` ends the whole, whatever the policy says of `cancel()`.
+  /// The same with a future, which is completed on the caller's queue, if there is one. It never fails: the result has
+  /// the outcome of all attempts. `Future::cancel` ends the whole send, independently of the policy's `isCancelable`.
   template <class Request = Self>
-  velisand::Future<HTTPRetryResult<detail::ResponseOf<Request>>> sendAttemptingRetry() const;
+  velisand::Future<HTTPRetryResult<detail::ResponseOf<Request>>> sendAttemptingRetry() const {
+    return sendAttemptingRetry<Request>(SendOptions());
+  }
+  /// The same with options by name. Stop and deadline are those of the whole, attempts and waits; either ends it at
+  /// once, with a response that says so. Of a download or an upload, the progress of each attempt is told.
+  template <class Request = Self, std::same_as<SendOptions> Options = SendOptions>
+  void sendAttemptingRetry(Options options, RetryCompletion<Request> completion) const {
+    begin<Request>(options, {}, std::move(completion));
+  }
+  template <class Request = Self, std::same_as<SendOptions> Options = SendOptions>
+  velisand::Future<HTTPRetryResult<detail::ResponseOf<Request>>> sendAttemptingRetry(Options options) const;
+
+  // Chosen for what is no completion; does not compile.
+  template <class Request = Self>
+  void sendAttemptingRetry(detail::NoRetryCompletion<RetryCompletion<Request>>) const {}
+  template <class Request = Self>
+  void sendAttemptingRetry(std::optional<platform::DispatchQueue>,
+                           detail::NoRetryCompletion<RetryCompletion<Request>>) const {}
+  template <class Request = Self, std::same_as<SendOptions> Options = SendOptions>
+  void sendAttemptingRetry(Options, detail::NoRetryCompletion<RetryCompletion<Request>>) const {}
 
   /// For polling types: a retrying send outside of the polling whose completion gets the one response that counts,
   /// the successful one of the result, or else the last.
   template <class Request = Self>
-  void sendFromPoll(std::optional<platform::DispatchQueue> queue, detail::CompletionOf<Request> completion) const;
+  void sendFromPoll(std::optional<platform::DispatchQueue> queue, detail::CompletionOf<Request> completion,
+                    HTTPProgressHandler progress = {}) const;
+  // Chosen for what is no completion; does not compile.
+  template <class Request = Self>
+  void sendFromPoll(std::optional<platform::DispatchQueue>, detail::NoCompletion<detail::CompletionOf<Request>>,
+                    HTTPProgressHandler = {}) const {}
 
  private:
+  template <class Request>
+  void begin(const SendOptions& options, detail::SharedBounds bounds, RetryCompletion<Request> completion) const;
   const Self& self() const { return static_cast<const Self&>(*this); }
 };
 
 template <class Self>
 template <class Request>
-void HTTPRetryAttempting<Self>::sendAttemptingRetry(
-    std::optional<platform::DispatchQueue> queue,
-    platform::UniqueFunction<void(HTTPRetryResult<detail::ResponseOf<Request>>)> completion) const {
+void HTTPRetryAttempting<Self>::begin(const SendOptions& options, detail::SharedBounds bounds,
+                                      RetryCompletion<Request> completion) const {
   if constexpr (detail::isValidRequest<Request> && detail::checkRetry<Request>()) {
     constexpr auto kind = detail::Polls<Request> ? detail::RetryKind::poll : detail::RetryKind::send;
     if constexpr (detail::Polls<Request>) {
       if (!Request::isPolling()) Request::poll();
     }
-    detail::TypedRetryRun<Request>::begin(self(), kind, std::move(queue), std::move(completion));
+    detail::TypedRetryRun<Request>::begin(self(), kind, options, detail::SendBounds::add(std::move(bounds), options),
+                                          std::move(completion));
   }
 }
 
 template <class Self>
-template <class Request>
-auto HTTPRetryAttempting<Self>::sendAttemptingRetry() const
+template <class Request, std::same_as<SendOptions> Options>
+auto HTTPRetryAttempting<Self>::sendAttemptingRetry(Options options) const
     -> velisand::Future<HTTPRetryResult<detail::ResponseOf<Request>>> {
   using Result = HTTPRetryResult<detail::ResponseOf<Request>>;
-  auto queue = velisand::currentQueue();
-  const auto future = queue ? velisand::Future<Result>::completedOn(*queue) : velisand::Future<Result>();
-  const SendCancellation::Scope scope(detail::cancellationOf(future));
-  sendAttemptingRetry<Request>(std::move(queue), [future](Result result) { future.markCompletion(std::move(result)); });
+  const auto future = detail::openFuture<Result>(options.queue);
+  begin<Request>(options, detail::SendBounds::by(future.stopToken()),
+                 [future](Result result) { future.markCompletion(std::move(result)); });
   return future;
 }
 
 template <class Self>
 template <class Request>
 void HTTPRetryAttempting<Self>::sendFromPoll(std::optional<platform::DispatchQueue> queue,
-                                             detail::CompletionOf<Request> completion) const {
+                                             detail::CompletionOf<Request> completion,
+                                             HTTPProgressHandler progress) const {
   static_assert(detail::Polls<Request>, "`sendFromPoll` is for request types that are HTTPPolling, too");
   if constexpr (detail::isValidRequest<Request> && detail::checkRetry<Request>() && detail::Polls<Request>) {
     using Response = detail::ResponseOf<Request>;
+    const detail::SharedBounds bounds = completion.bounds();
     auto deliver = [queue, completion = std::move(completion)](HTTPRetryResult<Response> result) mutable {
       velisand::async(
           queue, [completion = std::move(completion), response = detail::responseOfPoll(std::move(result))]() mutable {
             if (completion) completion(std::move(response));
           });
     };
-    detail::TypedRetryRun<Request>::begin(self(), detail::RetryKind::fromPoll, std::move(queue), std::move(deliver));
+    const SendOptions options{.queue = std::move(queue), .progress = std::move(progress)};
+    detail::TypedRetryRun<Request>::begin(self(), detail::RetryKind::fromPoll, options, bounds, std::move(deliver));
   }
 }
 

@@ -11,6 +11,7 @@
 #include "Corvane/Errors/CFNetworkErrors.hpp"
 #include "Platform/Loading/HTTPDate.hpp"
 #include "Platform/Loading/URLErrorCodes.hpp"
+#include "Platform/Trap.hpp"
 
 namespace corvane {
 
@@ -26,7 +27,9 @@ constexpr std::array transientCodes{URLErrorCode::timedOut,
                                     URLErrorCode::cannotConnectToHost,
                                     URLErrorCode::networkConnectionLost,
                                     URLErrorCode::dnsLookupFailed,
-                                    URLErrorCode::notConnectedToInternet};
+                                    URLErrorCode::notConnectedToInternet,
+                                    URLErrorCode::httpProxyConnectionFailure,
+                                    URLErrorCode::httpsProxyConnectionFailure};
 
 /// What is short may be there again soon.
 constexpr std::array transientSystemErrors{EMFILE, ENFILE, ENOBUFS, ENOMEM};
@@ -76,6 +79,13 @@ bool isTransient(const platform::Error& error, const platform::URLResponse* resp
   return httpResponse && contains(transientStatusCodes, httpResponse->statusCode());
 }
 
+platform::Seconds HTTPBackOff::wait(std::int64_t failures) const {
+  if (firstWait.count() == 0) return 0;  // 0 x infinity is not a number
+  const double seconds = firstWait.count() * std::pow(factor, static_cast<double>(failures));
+  if (!(seconds >= 0)) platform::trap("The wait of a back-off is negative or not a number");
+  return seconds;
+}
+
 namespace detail {
 
 bool isSafeMethod(std::string_view method) {
@@ -90,12 +100,18 @@ std::optional<double> retryAfter(const std::optional<HTTPHeaderFields>& headers)
   return secondsUntil(values.front(), headers->value("Date"));
 }
 
-double wait(const HTTPRetryPolicy& policy, double named, const std::optional<HTTPHeaderFields>& headers) {
-  double seconds = named;
-  if (policy.jitter > 0) seconds *= 1 - std::min(policy.jitter, 1.0) * random();
+// Cut first: else all who have reached the longest wait would retry together.
+double wait(const HTTPRetryPolicy& policy, double named, const std::optional<HTTPHeaderFields>& headers,
+            double chance) {
+  const double longest = policy.longestWait.value_or(platform::Seconds::unlimited()).count();
+  double seconds = std::min(named, longest);
+  if (policy.jitter > 0) seconds *= 1 - std::min(policy.jitter, 1.0) * chance;
   if (policy.honorsRetryAfter) seconds = std::max(seconds, retryAfter(headers).value_or(seconds));
-  if (policy.longestWait) seconds = std::min(seconds, policy.longestWait->count());
-  return seconds;
+  return std::min(seconds, longest);
+}
+
+double wait(const HTTPRetryPolicy& policy, double named, const std::optional<HTTPHeaderFields>& headers) {
+  return wait(policy, named, headers, random());
 }
 
 }  // namespace detail

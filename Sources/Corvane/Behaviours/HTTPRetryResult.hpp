@@ -18,8 +18,9 @@ namespace corvane {
 /// |                  | before it                    | (counted from 0)                                               |
 /// | `totalFailure`   | all responses                | attempt number `retryLimit` succeeded, or retrying was ended   |
 ///
-/// So the case alone does not say whether the last attempt succeeded: look at the last response's `result`. Where every
-/// attempt fails there are `retryLimit` + 2, and the case is `partialFailure`. `HTTPRetryAttempting` says more.
+/// So the case alone does not show whether the last attempt succeeded: check the last response's `result`. If every
+/// attempt fails, there are `retryLimit` + 2 responses, and the case is `partialFailure`. `HTTPRetryAttempting` has the
+/// details.
 template <class ResponseType>
 class HTTPRetryResult {
   static_assert(HTTPResponsable<ResponseType>, "A result of retrying holds responses: HTTPRetryResult<DataResponse>");
@@ -27,10 +28,10 @@ class HTTPRetryResult {
  public:
   /// The response of a single attempt.
   using Response = ResponseType;
-  /// What the attempts came to; see the table above.
+  /// The outcome of the attempts; see the table above.
   enum class Case { noFailure, partialFailure, totalFailure };
 
-  /// One attempt, whatever came of it.
+  /// A single attempt, successful or not.
   static HTTPRetryResult noFailure(Response successful) { return {Case::noFailure, std::move(successful), {}}; }
   /// The last response, and those before it in their order.
   static HTTPRetryResult partialFailure(Response successful, std::vector<Response> failures) {
@@ -41,15 +42,15 @@ class HTTPRetryResult {
     return {Case::totalFailure, std::nullopt, std::move(failures)};
   }
 
-  /// Which of the three it is. It does not say whether the last attempt succeeded.
+  /// The case. It does not show whether the last attempt succeeded.
   Case which() const { return case_; }
   /// Null for `totalFailure`.
   const Response* successfulResponse() const { return successful_ ? &*successful_ : nullptr; }
   /// In the order in which the attempts completed; empty for `noFailure`.
   const std::vector<Response>& failedResponses() const { return failures_; }
-  /// How many responses `failedResponses` holds.
+  /// The number of responses in `failedResponses`.
   std::int64_t failCount() const { return static_cast<std::int64_t>(failures_.size()); }
-  /// What the last attempt brought, whatever the case; null when there was none at all.
+  /// The response of the last attempt, in every case; null when there was no attempt.
   const Response* lastResponse() const {
     if (successful_) return &*successful_;
     return failures_.empty() ? nullptr : &failures_.back();

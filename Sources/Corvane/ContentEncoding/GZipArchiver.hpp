@@ -9,17 +9,17 @@
 
 namespace corvane {
 
-/// Compresses bytes with gzip (RFC 1952), all at once.
+/// Compresses bytes with gzip (RFC 1952), in one call.
 class CORVANE_API GZipArchiver {
  public:
-  /// Keeps the bytes, which are shared and not copied.
+  /// Keeps the bytes; they are shared, not copied.
   explicit GZipArchiver(platform::Data data) : uncompressedData_(std::move(data)) {}
 
-  /// The bytes that were given.
+  /// The bytes passed to the constructor.
   const platform::Data& uncompressedData() const { return uncompressedData_; }
 
-  /// The compressed bytes; empty input, and input that begins like gzip already, as it is. Throws
-  /// `GZipError` when zlib refuses the level or has no memory. Traps for more than 4 GiB.
+  /// The compressed bytes. Returns empty input unchanged, and input that begins like gzip. Throws `GZipError`: `stream`
+  /// when zlib does not know the level, `memory` when there is no memory. Traps for more than 4 GiB.
   platform::Data zip(GZipCompression level) const;
 
  private:

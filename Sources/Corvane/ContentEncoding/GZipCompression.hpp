@@ -6,20 +6,20 @@
 
 namespace corvane {
 
-/// How hard the gzip archiver tries: a zlib level. Any other number goes to zlib as it is, which refuses
-/// what it does not know.
+/// The compression level of the gzip archiver: a level of zlib. Numbers are passed to zlib unchanged, which refuses
+/// unknown levels.
 class CORVANE_API GZipCompression {
  public:
-  /// Levels by name: stored as it is, the quickest, the smallest.
+  /// Named levels: no compression, fastest, smallest.
   static const GZipCompression none;
   static const GZipCompression bestSpeed;
   static const GZipCompression bestCompression;
-  /// Lets zlib choose.
+  /// The default level of zlib.
   static const GZipCompression default_;
 
-  /// Any number; zlib has levels from 0 to 9, and -1 for its default.
+  /// A level by number; zlib has levels from 0 to 9, and -1 for its default.
   constexpr explicit GZipCompression(std::int32_t rawValue) : rawValue_(rawValue) {}
-  /// The level as zlib counts it.
+  /// zlib's number of the level.
   constexpr std::int32_t rawValue() const { return rawValue_; }
 
   friend constexpr bool operator==(GZipCompression, GZipCompression) = default;

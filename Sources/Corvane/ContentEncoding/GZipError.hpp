@@ -12,27 +12,27 @@ namespace corvane {
 /// zlib could not compress or decompress.
 class CORVANE_API GZipError final : public velisand::AppError<GZipError>, public vantorel::ErrorLoggable {
  public:
-  /// Which result of zlib it was; see the factories below.
+  /// The kind of failure; see the factories below.
   enum class Case { stream, data, memory, buffer, version, unknown };
 
   /// A parameter was wrong, such as a compression level that does not exist.
   static GZipError stream(std::string zlibMessage);
   /// The compressed bytes or their checksum are damaged.
   static GZipError data(std::string zlibMessage);
-  /// zlib got no memory.
+  /// There was not enough memory.
   static GZipError memory(std::string zlibMessage);
   /// The compressed bytes end too early.
   static GZipError buffer(std::string zlibMessage);
-  /// The installed zlib is not compatible with the one that this was compiled with.
+  /// The installed zlib is not compatible with the version that this library was compiled with.
   static GZipError version(std::string zlibMessage);
   /// Any other result of zlib.
   static GZipError unknown(std::string zlibMessage, int code);
 
-  /// Which result of zlib it was.
+  /// The kind of failure.
   Case which() const { return case_; }
-  /// What zlib said, or "unknown gzip error".
+  /// zlib's own message, or "unknown gzip error".
   const std::string& zlibMessage() const { return zlibMessage_; }
-  /// zlib's result. Of meaning for `unknown`; 0 otherwise.
+  /// zlib's result for `unknown`; 0 otherwise.
   int code() const { return code_; }
 
   std::string message() const override;

@@ -9,6 +9,7 @@
 #include "Platform/Foundation/Detail/ASCII.hpp"
 #include "Platform/Foundation/Error.hpp"
 #include "Platform/Foundation/URLComponents.hpp"
+#include "Platform/Loading/URLBodyStream.hpp"
 #include "Platform/Loading/URLErrorCodes.hpp"
 
 namespace corvane::detail {
@@ -116,8 +117,7 @@ URLRequest withAnnouncedBody(URLRequest request) {
   return request;
 }
 
-void requireThatItCanBeSent(const URLRequest& request, std::optional<std::size_t> bodyLength) {
-  const std::string problem = request.problem(bodyLength);
+void requireThatItCanBeSent(const URLRequest& request, const std::string& problem) {
   if (!problem.empty()) throw platform::Error(platform::NSURLErrorDomain, platform::URLErrorCode::badURL, problem);
   const std::string scheme = request.url.scheme().value_or("");
   const auto isScheme = [&](std::string_view name) { return platform::detail::equalsIgnoringCase(scheme, name); };
@@ -127,7 +127,7 @@ void requireThatItCanBeSent(const URLRequest& request, std::optional<std::size_t
   }
   if (request.cachePolicy == platform::URLRequestCachePolicy::returnCacheDataDontLoad) {
     throw platform::Error(platform::NSURLErrorDomain, platform::URLErrorCode::cannotLoadFromNetwork,
-                          "there is no cache to answer from");
+                          "the request may be loaded from a cache only");
   }
 }
 
@@ -152,10 +152,23 @@ std::string pathOf(const platform::URL& file) {
                         "'" + file.absoluteString() + "' names no file to upload");
 }
 
+/// curl reads standard input to its end for "--data-binary", and announces the length; for "--upload-file" it sends
+/// chunks (curl(1)).
+ShellCommand shellCommandOfStream(const URLRequest& request, const ShellCommandOptions& options) {
+  const bool hasLength = request.httpBodyStream->length().has_value();
+  const std::string url = request.url.absoluteString();
+  ShellCommand command;
+  command.text = "curl" + methodOption(request, hasLength ? "POST" : "PUT") + urlOptions(url) +
+                 headers(request, true, options) + (hasLength ? " --data-binary '@-' " : " --upload-file '-' ") +
+                 urlText(request.url, options.hidesSecrets);
+  return command;
+}
+
 }  // namespace
 
 ShellCommand shellCommand(const URLRequest& original, const ShellCommandOptions& options) {
-  requireThatItCanBeSent(original, original.httpBody ? std::optional(original.httpBody->count()) : std::nullopt);
+  requireThatItCanBeSent(original, original.problem());
+  if (original.httpBodyStream) return shellCommandOfStream(original, options);
   const URLRequest request = withAnnouncedBody(original);
   ShellCommand command;
   command.text = "curl" + methodOption(request, request.httpBody ? "POST" : "GET") +
@@ -175,7 +188,7 @@ ShellCommand shellCommand(const URLRequest& original, const ShellCommandOptions&
 
 ShellCommand shellCommand(const URLRequest& request, const platform::URL& file, const ShellCommandOptions& options) {
   const std::string path = pathOf(file);
-  requireThatItCanBeSent(request, sizeOf(path));
+  requireThatItCanBeSent(request, request.problem(sizeOf(path)));
   const bool isData = isSentAsData(request);
   ShellCommand command;
   command.text = "curl" + methodOption(request, isData ? "POST" : "PUT") +

@@ -10,24 +10,26 @@
 
 namespace corvane {
 
-/// How a command line is written.
+/// Options of a command line.
 struct ShellCommandOptions {
   /// Whether the values of "Authorization", "Proxy-Authorization" and "Cookie", and a password in the URL, are
   /// replaced by the shell variables AUTHORIZATION, PROXY_AUTHORIZATION, COOKIE and URL_PASSWORD.
   bool hidesSecrets = false;
-  /// Where the command looks for a body that does not fit on a command line.
+  /// The path of the file for a body that does not fit on a command line.
   std::string bodyFile = "request-body";
 };
 
-/// A command line for a POSIX shell that sends a request with the command-line client `curl`. That of a file upload
-/// refers to the file itself, which is not read.
+/// A command line for a POSIX shell that sends a request with the command-line client `curl`. For a file upload it
+/// refers to the file itself, which is not read. A body that is made while it is sent is not made for it: the command
+/// reads the body from its standard input.
 struct ShellCommand {
   /// One line, safe to paste: every word is quoted.
   std::string text;
-  /// The file that has to hold `body` before the command runs; absent when the command line has it all. A body
-  /// goes to a file when it is larger than 8 KiB, is not UTF-8, or has control characters.
+  /// The file to which `body` has to be written before the command runs; absent when the command line contains the
+  /// body. A body needs a file when it is larger than 8 KiB, is not UTF-8, or has control characters.
   std::optional<std::string> bodyFile;
-  /// The bytes of the body; empty when there is none, and for an upload of a file.
+  /// The bytes of the body; empty when there is none, for an upload of a file, and for a body that is made while it is
+  /// sent.
   platform::Data body;
 };
 

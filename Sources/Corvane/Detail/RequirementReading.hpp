@@ -54,10 +54,4 @@ concept ReadsAs = Readable<Member, Self> && requires(Member member, const Self& 
   { read(member, self) } -> std::convertible_to<Value>;
 };
 
-/// As `ReadsAs`, without conversions: a number or a pointer is no boolean.
-template <class Member, class Self, class Value>
-concept ReadsExactlyAs = Readable<Member, Self> && requires(Member member, const Self& self) {
-  requires std::same_as<std::remove_cvref_t<decltype(read(member, self))>, Value>;
-};
-
 }  // namespace corvane::detail

@@ -11,16 +11,16 @@
 
 namespace corvane {
 
-/// A failure on the way to the server or back, by the platform's network error code, with a human-readable message.
+/// A failure of the network, of TLS or of a file, by the platform's error code, with a human-readable message.
 ///
-/// The user information keeps what the loading layer knew: the failing URL, the transport's own code and
-/// text, and whether the request was sent (see `platform::URLErrorKey`).
+/// The user information has the details from the loading layer: the failing URL, the system's error number, a sentence
+/// that describes the failure, and whether the request was sent (see `platform::URLErrorKey`).
 class CORVANE_API CFNetworkErrors final : public velisand::AppError<CFNetworkErrors>, public vantorel::ErrorLoggable {
  public:
-  /// Any code; the underlying error, if there is one, lends its user information.
+  /// An error with any code, and with the user information of the underlying error, if there is one.
   explicit CFNetworkErrors(std::int32_t rawValue, std::optional<platform::Error> underlyingError = std::nullopt);
 
-  /// The codes that the library's own loading layer produces.
+  /// Errors with the codes of `platform::URLErrorCode`, which describes when each is reported.
   static CFNetworkErrors cannotWriteToFile() { return code(platform::URLErrorCode::cannotWriteToFile); }
   static CFNetworkErrors cannotCloseFile() { return code(platform::URLErrorCode::cannotCloseFile); }
   static CFNetworkErrors cannotCreateFile() { return code(platform::URLErrorCode::cannotCreateFile); }
@@ -73,10 +73,30 @@ class CORVANE_API CFNetworkErrors final : public velisand::AppError<CFNetworkErr
   static CFNetworkErrors badURL() { return code(platform::URLErrorCode::badURL); }
   static CFNetworkErrors cancelled() { return code(platform::URLErrorCode::cancelled); }
   static CFNetworkErrors unknown() { return code(platform::URLErrorCode::unknown); }
+  static CFNetworkErrors socksUnsupportedServerVersion() {
+    return code(platform::URLErrorCode::socksUnsupportedServerVersion);
+  }
+  static CFNetworkErrors socks5BadState() { return code(platform::URLErrorCode::socks5BadState); }
+  static CFNetworkErrors socks5BadResponseAddress() { return code(platform::URLErrorCode::socks5BadResponseAddress); }
+  static CFNetworkErrors socks5BadCredentials() { return code(platform::URLErrorCode::socks5BadCredentials); }
+  static CFNetworkErrors socks5UnsupportedNegotiationMethod() {
+    return code(platform::URLErrorCode::socks5UnsupportedNegotiationMethod);
+  }
+  static CFNetworkErrors socks5NoAcceptableMethod() { return code(platform::URLErrorCode::socks5NoAcceptableMethod); }
+  static CFNetworkErrors httpProxyConnectionFailure() {
+    return code(platform::URLErrorCode::httpProxyConnectionFailure);
+  }
+  static CFNetworkErrors httpBadProxyCredentials() { return code(platform::URLErrorCode::httpBadProxyCredentials); }
+  static CFNetworkErrors httpsProxyConnectionFailure() {
+    return code(platform::URLErrorCode::httpsProxyConnectionFailure);
+  }
+  static CFNetworkErrors httpsProxyUnexpectedResponse() {
+    return code(platform::URLErrorCode::httpsProxyUnexpectedResponse);
+  }
 
-  /// The platform's code; see `platform::URLErrorCode` for those that this library gives.
+  /// The platform's code; see `platform::URLErrorCode`.
   std::int32_t rawValue() const { return rawValue_; }
-  /// The error of the loading layer that this one was made of; absent when it was made by hand.
+  /// The error of the loading layer that this error was made from; absent if the application constructed it.
   const std::optional<platform::Error>& underlyingError() const { return underlyingError_; }
 
   /// From the table of 84 messages; "CFNet unknown error: " and the code for any other.
@@ -88,7 +108,7 @@ class CORVANE_API CFNetworkErrors final : public velisand::AppError<CFNetworkErr
   /// This error's message, and the underlying error's other entries.
   platform::Dictionary errorUserInfo() const override;
 
-  /// Equal codes, whatever lies beneath.
+  /// Equal codes, whatever the underlying errors.
   friend bool operator==(const CFNetworkErrors& left, const CFNetworkErrors& right) {
     return left.rawValue_ == right.rawValue_;
   }

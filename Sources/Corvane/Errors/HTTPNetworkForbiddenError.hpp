@@ -15,7 +15,7 @@ namespace corvane {
 class CORVANE_API HTTPNetworkForbiddenError final : public velisand::AppError<HTTPNetworkForbiddenError>,
                                                     public vantorel::ErrorLoggable {
  public:
-  /// Names the request that was not sent.
+  /// The error of a request with this method and URL.
   HTTPNetworkForbiddenError(std::string method, platform::URL url);
 
   /// The method of the request, e.g. "GET".

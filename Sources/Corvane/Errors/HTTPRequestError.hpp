@@ -13,15 +13,15 @@ namespace corvane {
 /// A request could not be built; nothing was sent.
 class CORVANE_API HTTPRequestError final : public velisand::AppError<HTTPRequestError>, public vantorel::ErrorLoggable {
  public:
-  /// What was wrong with the request.
+  /// The fault of the request.
   enum class Case { malformedURL };
 
-  /// Base URL, path and query do not make a URL that can be sent.
+  /// Base URL, path and query do not form a URL that a request can be sent to.
   static HTTPRequestError malformedURL(std::string url);
 
   /// Always `malformedURL`.
   Case which() const { return Case::malformedURL; }
-  /// The offending text.
+  /// The text that is not a URL, or not one that a request can be sent to.
   const std::string& url() const { return url_; }
 
   std::string message() const override;

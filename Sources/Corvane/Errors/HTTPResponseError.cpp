@@ -7,6 +7,8 @@ namespace corvane {
 using platform::Dictionary;
 using platform::TypeValue;
 
+HTTPResponseError::HTTPResponseError(Case which) : case_(which) {}
+
 HTTPResponseError HTTPResponseError::unacceptableStatus(HTTPStatus status) {
   HTTPResponseError error(Case::unacceptableStatus);
   error.status_ = status;

@@ -12,40 +12,39 @@
 
 namespace corvane {
 
-/// The exchange is over, but what came of it cannot be used.
+/// The exchange is over, but its outcome cannot be used.
 ///
-/// Each case has the payload that its factory takes; the payload of another case reads as absent.
+/// Each case has the payload that its factory takes; the payloads of other cases are absent.
 class CORVANE_API HTTPResponseError final : public velisand::AppError<HTTPResponseError>,
                                             public vantorel::ErrorLoggable {
  public:
   /// Why the response cannot be used; see the factories below.
   enum class Case { unacceptableStatus, malformedData, jsonDecoding, taskCancelled, noContent };
 
-  /// The server answered with a status that does not count as success; `unknown` for an unlisted code or
-  /// none at all.
+  /// The status of the response does not count as success; `unknown` for an unlisted code or without a response.
   static HTTPResponseError unacceptableStatus(HTTPStatus status);
-  /// The bytes that arrived do not make a value of the body type.
+  /// The received bytes cannot be converted to the body type.
   static HTTPResponseError malformedData(platform::TypeValue type);
   template <class T>
   static HTTPResponseError malformedData() {
     return malformedData(platform::TypeValue{&typeid(T)});
   }
-  /// The text that arrived does not decode to the type; the underlying error says where and why.
+  /// The received text cannot be decoded to the type; the underlying error has the path and the reason.
   static HTTPResponseError jsonDecoding(platform::TypeValue type, platform::Error underlyingError, std::string json);
-  /// The request was cancelled before it completed; the server may have acted on it.
+  /// The request was cancelled before it completed; the server may have processed it.
   static HTTPResponseError taskCancelled();
-  /// The exchange succeeded without a body where one was asked for.
+  /// The exchange succeeded without a body, but the future needs one.
   static HTTPResponseError noContent();
 
   /// Why the response cannot be used.
   Case which() const { return case_; }
   /// The status of `unacceptableStatus`.
   const std::optional<HTTPStatus>& status() const { return status_; }
-  /// The type that was asked for, of `malformedData` and `jsonDecoding`.
+  /// The requested type, of `malformedData` and `jsonDecoding`.
   const std::optional<platform::TypeValue>& type() const { return type_; }
-  /// Of `jsonDecoding`: the `platform::DecodingError`.
+  /// The `platform::DecodingError` of `jsonDecoding`.
   const std::optional<platform::Error>& underlyingError() const { return underlyingError_; }
-  /// Of `jsonDecoding`: the text that came; empty when it was no UTF-8.
+  /// The received text of `jsonDecoding`; empty if it was not UTF-8.
   const std::optional<std::string>& json() const { return json_; }
 
   std::string message() const override;
@@ -59,7 +58,7 @@ class CORVANE_API HTTPResponseError final : public velisand::AppError<HTTPRespon
   friend CORVANE_API bool operator==(const HTTPResponseError& left, const HTTPResponseError& right);
 
  private:
-  explicit HTTPResponseError(Case which) : case_(which) {}
+  explicit HTTPResponseError(Case which);
 
   Case case_;
   std::optional<HTTPStatus> status_;

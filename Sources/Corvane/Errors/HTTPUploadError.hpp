@@ -11,19 +11,19 @@
 
 namespace corvane {
 
-/// An upload that cannot be sent as it is described; nothing was sent.
+/// An upload that cannot be sent as described; nothing was sent.
 class CORVANE_API HTTPUploadError final : public velisand::AppError<HTTPUploadError>, public vantorel::ErrorLoggable {
  public:
-  /// What was wrong with the upload.
+  /// The fault of the upload.
   enum class Case { fileCannotBeEncoded };
 
-  /// The upload of a file names a content encoder. Encoders work on whole buffers in memory, and a file is never
-  /// read into memory: upload a file that is encoded already, or its bytes.
+  /// The upload of a file has a content encoder. Encoders work on whole buffers in memory, and a file is never read
+  /// into memory as a whole: upload an encoded file, or the bytes of the file.
   static HTTPUploadError fileCannotBeEncoded(platform::URL file);
 
   /// Always `fileCannotBeEncoded`.
   Case which() const { return Case::fileCannotBeEncoded; }
-  /// The file that was to be uploaded.
+  /// The file of the upload.
   const platform::URL& file() const { return file_; }
 
   std::string message() const override;

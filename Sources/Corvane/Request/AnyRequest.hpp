@@ -7,7 +7,7 @@
 namespace corvane {
 
 /// Any request, for generic code; `RequestKinds.hpp` has the kinds. A type that only derives from another request type
-/// is none: it is sent as that one.
+/// does not count: it is sent as that type.
 template <class T>
 concept AnyRequest = requires {
   typename T::Response;

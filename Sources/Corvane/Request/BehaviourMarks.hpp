@@ -55,6 +55,10 @@ concept Polls = std::derived_from<Request, PollingMark>;
 template <class Request>
 concept CarriesBody = std::derived_from<Request, BodyMark>;
 
+/// The one mixin that makes a type a request.
+template <class Request>
+using RequestMixin = HTTPRequestable<Request, typename Request::Response>;
+
 template <class T>
 concept HasResponse = requires {
   typename T::Response;

@@ -23,13 +23,21 @@ struct DataGetRequestable : HTTPGetRequestable<Self, Response> {
   static_assert(detail::checkDataResponse<Response>());
 };
 
+/// A `DataRequestable` with the method "HEAD", for the header fields of a resource: its length, its type, its "ETag".
+/// On success the body of the response is empty, whatever length "Content-Length" announces.
+template <class Self, class Response = DataResponse>
+struct DataHeadRequestable : HTTPHeadRequestable<Self, Response> {
+  static_assert(detail::checkDataResponse<Response>());
+};
+
 /// A `DataRequestable` with the method "DELETE".
 template <class Self, class Response = DataResponse>
 struct DataDeleteRequestable : HTTPDeleteRequestable<Self, Response> {
   static_assert(detail::checkDataResponse<Response>());
 };
 
-/// The three with a body take its type; see `HTTPBodyRequestable`.
+/// A `DataRequestable` with the method "POST" and a body. POST, PUT and PATCH take the type of the body; see
+/// `HTTPBodyRequestable`.
 template <class Self, class Body = platform::Data, class Response = DataResponse>
 struct DataPostRequestable : HTTPPostRequestable<Self, Response, Body> {
   static_assert(detail::checkDataResponse<Response>());

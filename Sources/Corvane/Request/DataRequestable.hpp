@@ -22,10 +22,10 @@ constexpr bool checkDataResponse() {
 }
 }  // namespace detail
 
-/// A request whose response is kept as bytes. Adopted with one of `DataGetRequestable` and its siblings, or with a
-/// `method` of the type's own. What else you write and get: see `HTTPRequestable`.
+/// A request whose response is kept as bytes. Derive from `DataGetRequestable` or one of its siblings; or from this,
+/// with a `method` of your own. `HTTPRequestable` describes the other properties and functions.
 ///
-/// The response is a `DataResponse`, or a type of your own whose `Result::Body` is `Data`.
+/// The response is a `DataResponse`, or a custom type whose `Result::Body` is `Data`.
 template <class Self, class ResponseType = DataResponse>
 struct DataRequestable : HTTPRequestable<Self, ResponseType> {
   static_assert(detail::checkDataResponse<ResponseType>());

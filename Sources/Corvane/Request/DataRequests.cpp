@@ -6,6 +6,7 @@ template struct HTTPResponse<platform::Data>;
 template class detail::ResponseExchange<DataResponse>;
 template struct detail::SendFuture<DataResponse>;
 template class HTTPRequestable<DataGetRequest, DataResponse>;
+template class HTTPRequestable<DataHeadRequest, DataResponse>;
 template class HTTPRequestable<DataDeleteRequest, DataResponse>;
 template class HTTPRequestable<DataPostRequest, DataResponse>;
 template class HTTPRequestable<DataPutRequest, DataResponse>;

@@ -10,22 +10,22 @@
 
 namespace corvane {
 
-/// Header fields as a request describes them: names to values of any printable kind. Names that differ in
-/// case only name one field, and the later spelling wins.
+/// Header fields of a request: a map from names to values of any printable type. Names are compared without regard to
+/// case; the spelling that was set last is sent.
 using HTTPHeaders = platform::Dictionary;
 
-/// Query items in the order in which they reach the URL: names to values of any printable kind.
+/// Query items in the order of the URL: a map from names to values of any printable type.
 ///
 ///     HTTPQueryItems queryItems() const { return {{"page", 2}}; }
 ///     HTTPQueryItems queryItems() const { return HTTPQueryItems{{"phone", "+44 20"}}.strictlyEncoded(); }
 ///
-/// They are percent-encoded as the platform does it, which leaves a "+" as it is. Many servers read that as a space:
-/// where a value may hold one, encode strictly.
+/// By default, percent-encoding follows `URLQueryEncoding::platform`, which keeps a "+". Many servers read a "+" as a
+/// space: if a value may contain one, encode strictly.
 class HTTPQueryItems : public OrderedDictionary<std::string, platform::AnyValue> {
  public:
   using OrderedDictionary::OrderedDictionary;
   HTTPQueryItems() = default;
-  /// The entries of a dictionary, encoded as the platform does it.
+  /// The entries of a dictionary, with the default encoding.
   HTTPQueryItems(OrderedDictionary items)  // NOLINT(google-explicit-constructor): items are a dictionary
       : OrderedDictionary(std::move(items)) {}
 
@@ -36,7 +36,7 @@ class HTTPQueryItems : public OrderedDictionary<std::string, platform::AnyValue>
     items.encoding_ = platform::URLQueryEncoding::strict;
     return items;
   }
-  /// How they are written into a URL. Default: as the platform does it.
+  /// The encoding in the URL. Default: `URLQueryEncoding::platform`.
   platform::URLQueryEncoding encoding() const { return encoding_; }
 
  private:

@@ -5,6 +5,7 @@ namespace corvane {
 constexpr HTTPMediaType HTTPMediaType::json{Named{"application/json"}};
 constexpr HTTPMediaType HTTPMediaType::textPlain{Named{"text/plain"}};
 constexpr HTTPMediaType HTTPMediaType::multipartFormData{Named{"multipart/form-data"}};
+constexpr HTTPMediaType HTTPMediaType::formURLEncoded{Named{"application/x-www-form-urlencoded"}};
 constexpr HTTPMediaType HTTPMediaType::applicationOctetStream{Named{"application/octet-stream"}};
 constexpr HTTPMediaType HTTPMediaType::imagePNG{Named{"image/png"}};
 constexpr HTTPMediaType HTTPMediaType::imageJPEG{Named{"application/jpeg"}};

@@ -38,18 +38,19 @@ constexpr bool isMediaType(std::string_view text) {
 
 }  // namespace detail
 
-/// A media type, exactly as it is written into a header; it is not changed.
+/// A media type, exactly as it is written into a header.
 ///
 ///     HTTPMediaType::json
 ///     HTTPMediaType acceptType = "text/csv";         // a literal, which the compiler checks (RFC 9110, 8.3.1)
 ///     HTTPMediaType(typeOf(file))                    // any text, as it is
 class CORVANE_API HTTPMediaType {
  public:
-  /// The types that requests name most often: "application/json", "text/plain", "multipart/form-data",
+  /// Common media types: "application/json", "text/plain", "multipart/form-data", "application/x-www-form-urlencoded",
   /// "application/octet-stream", "image/png".
   static const HTTPMediaType json;
   static const HTTPMediaType textPlain;
   static const HTTPMediaType multipartFormData;
+  static const HTTPMediaType formURLEncoded;
   static const HTTPMediaType applicationOctetStream;
   static const HTTPMediaType imagePNG;
   /// "application/jpeg", deliberately not an image type.
@@ -60,14 +61,14 @@ class CORVANE_API HTTPMediaType {
   /// "*/*".
   static const HTTPMediaType any;
 
-  /// A literal. What is no media type does not compile.
+  /// A literal. Text that is not a media type does not compile.
   template <std::size_t size>
   consteval HTTPMediaType(
       const char (&literal)[size])  // NOLINT(google-explicit-constructor): types are written as text
       : named_(literal, size - 1) {
     if (!detail::isMediaType(named_)) throw "This text is no media type: write a type and a subtype, \"text/csv\"";
   }
-  /// Any text, as it is to be sent. It is not checked.
+  /// Any text, which is sent unchanged and unchecked.
   explicit HTTPMediaType(std::string rawValue) : text_(std::move(rawValue)) {}
   explicit HTTPMediaType(const char* rawValue) : text_(rawValue) {}
 

@@ -6,6 +6,7 @@
 namespace corvane {
 
 CORVANE_MADE_FIRST const HTTPMethod HTTPMethod::get{"GET"};
+CORVANE_MADE_FIRST const HTTPMethod HTTPMethod::head{"HEAD"};
 CORVANE_MADE_FIRST const HTTPMethod HTTPMethod::post{"POST"};
 CORVANE_MADE_FIRST const HTTPMethod HTTPMethod::put{"PUT"};
 CORVANE_MADE_FIRST const HTTPMethod HTTPMethod::patch{"PATCH"};

@@ -15,6 +15,10 @@ struct GetMethod {
   HTTPMethod method() const { return HTTPMethod::get; }
 };
 template <class Self>
+struct HeadMethod {
+  HTTPMethod method() const { return HTTPMethod::head; }
+};
+template <class Self>
 struct PostMethod {
   HTTPMethod method() const { return HTTPMethod::post; }
 };
@@ -46,15 +50,20 @@ using Requestable = typename RequestableFor<Self, Response>::Type;
 
 }  // namespace detail
 
-/// A request with the method "GET". What else you write and get: see `HTTPRequestable`.
+/// A request with the method "GET". `HTTPRequestable` describes the other properties and functions.
 template <class Self, class Response = detail::NoResponse>
 struct HTTPGetRequestable : detail::Requestable<Self, Response>, detail::GetMethod<Self> {};
+
+/// A request with the method "HEAD": the response has the status and the header fields that a "GET" would have, and no
+/// body (RFC 9110, 9.3.2).
+template <class Self, class Response = detail::NoResponse>
+struct HTTPHeadRequestable : detail::Requestable<Self, Response>, detail::HeadMethod<Self> {};
 
 /// A request with the method "DELETE".
 template <class Self, class Response = detail::NoResponse>
 struct HTTPDeleteRequestable : detail::Requestable<Self, Response>, detail::DeleteMethod<Self> {};
 
-/// A request with the method "POST" and a body. See `HTTPBodyRequestable` too.
+/// A request with the method "POST" and a body; see also `HTTPBodyRequestable`.
 template <class Self, class Response = detail::NoResponse, class Body = platform::Data>
 struct HTTPPostRequestable : detail::Requestable<Self, Response>,
                              HTTPBodyRequestable<Self, Body>,

@@ -14,6 +14,10 @@ const platform::JSONEncoder& jsonEncoder() {
   return encoder;
 }
 
+JSONReference::JSONReference(const char* text) : JSONReference(std::string(text)) {}
+
+JSONReference::JSONReference(std::string_view text) : JSONReference(std::string(text)) {}
+
 platform::JSONValue JSONReference::asJSON() const { return jsonDecoder().decode<platform::JSONValue>(asData()); }
 
 Data JSONReference::asData() const { return velisand::asJSON(*this); }

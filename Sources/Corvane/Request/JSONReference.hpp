@@ -19,8 +19,8 @@ CORVANE_API const platform::JSONEncoder& jsonEncoder();
 
 /// A value of any type that can be written as JSON: the body of a JSON request. It is written as the value itself.
 ///
-/// Immutable; copies share the value. What is bytes already is no such value: send it as a `Data` body with the
-/// content type `HTTPMediaType::json`.
+/// Immutable; copies share the value. For bytes that are JSON already, use a `Data` body with the content type
+/// `HTTPMediaType::json`.
 class CORVANE_API JSONReference {
  public:
   /// Keeps the value. It is encoded when the request is sent.
@@ -30,19 +30,19 @@ class CORVANE_API JSONReference {
   JSONReference(T json)  // NOLINT(google-explicit-constructor): any value is a body
       : json_(std::make_shared<const T>(std::move(json))), type_(&typeid(T)), encode_(&encodeAs<T>) {}
   /// Text, which is copied. Requires: it is not null.
-  JSONReference(const char* text) : JSONReference(std::string(text)) {}       // NOLINT(google-explicit-constructor)
-  JSONReference(std::string_view text) : JSONReference(std::string(text)) {}  // NOLINT(google-explicit-constructor)
+  JSONReference(const char* text);       // NOLINT(google-explicit-constructor)
+  JSONReference(std::string_view text);  // NOLINT(google-explicit-constructor)
   // Not moved: what is moved from would refer to nothing, and copying is cheap.
   JSONReference(const JSONReference&) = default;
   JSONReference& operator=(const JSONReference&) = default;
   ~JSONReference() = default;
 
-  /// The value, if it is of that type, else null. Lives as long as any copy of this reference.
+  /// The value if it has that type, or else null. Valid as long as any copy of this reference exists.
   template <class T>
   const T* as() const {
     return *type_ == typeid(T) ? static_cast<const T*>(json_.get()) : nullptr;
   }
-  /// The value as it reads in JSON, free of its type. Throws what encoding it throws.
+  /// The value as a `JSONValue`. Throws what encoding it throws.
   platform::JSONValue asJSON() const;
 
   /// Writes the value itself, as `platform::JSONCodec` asks for it.
@@ -64,7 +64,7 @@ class CORVANE_API JSONReference {
   void (*encode_)(platform::JSONWriter& writer, const void* json);
 };
 
-/// Stands where there is nothing to say: reads any JSON document and keeps nothing, writes "{}".
+/// An empty model: reads any JSON document and keeps nothing; writes "{}".
 class CORVANE_API EmptyJSON {
  public:
   EmptyJSON() = default;

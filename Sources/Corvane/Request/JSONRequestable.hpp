@@ -6,9 +6,9 @@
 
 namespace corvane {
 
-/// A request whose response is JSON, decoded into a `JSON`. Adopted with one of the mixins below, or with a
-/// `method` of the type's own. It asks for "application/json". What else you write and get: see
-/// `HTTPRequestable`; which types JSON is decoded into: see `JSONDecoder`.
+/// A request whose response is JSON, decoded into a `JSON`. Derive from one of the mixins below; or from this, with a
+/// `method` of your own. It accepts "application/json". `HTTPRequestable` describes the other properties and functions,
+/// `JSONDecoder` the types that JSON is decoded into.
 ///
 ///     struct User { std::int64_t id; std::string login; std::optional<std::string> name; };
 ///
@@ -21,10 +21,9 @@ namespace corvane {
 ///
 ///     const User user = GetUser{.login = "ada"}.send().get().body;
 ///
-/// The response is a `JSONResponse`, or a type of your own whose `Result::Body` is the `JSON`.
+/// The response is a `JSONResponse`, or a custom type whose `Result::Body` is the `JSON`.
 ///
-/// Where it runs: short responses are decoded on the queue that all requests share, responses above 64 KiB on the
-/// global queue.
+/// Responses of up to 64 KiB are decoded on the queue that all requests share, longer ones on the global queue.
 template <class Self, class JSONType, class ResponseType = JSONResponse<JSONType>>
 struct JSONRequestable : HTTPRequestable<Self, ResponseType> {
   static_assert(velisand::JSONDecodable<JSONType>,
@@ -33,15 +32,15 @@ struct JSONRequestable : HTTPRequestable<Self, ResponseType> {
   static_assert(std::same_as<detail::BodyOf<ResponseType>, JSONType>,
                 "The response of a JSON request must be a JSONResponse of its `JSON`, or a response type whose "
                 "`Result::Body` is that type");
-  /// What the response is decoded into.
+  /// The type that the response is decoded into.
   using JSON = JSONType;
 
   /// "application/json".
   HTTPMediaType acceptType() const { return HTTPMediaType::json; }
 };
 
-/// Gives a request a body that is encoded as JSON, and "application/json" as its type. Beside that it is an
-/// `HTTPBodyRequestable`. What cannot be encoded becomes the outcome of the send; nothing is sent then.
+/// Adds a body that is encoded as JSON, with the type "application/json". Otherwise it is an `HTTPBodyRequestable`. If
+/// the body cannot be encoded, the response has that error and nothing is sent.
 template <class Self, class BodyType = JSONReference>
 struct JSONBodyRequestable : HTTPBodyRequestable<Self, BodyType>, detail::JSONBodyMixin {
   static_assert(velisand::JSONEncodable<BodyType>,
@@ -62,7 +61,8 @@ struct JSONGetRequestable : JSONRequestable<Self, JSON, Response>, detail::GetMe
 template <class Self, class JSON, class Response = JSONResponse<JSON>>
 struct JSONDeleteRequestable : JSONRequestable<Self, JSON, Response>, detail::DeleteMethod<Self> {};
 
-/// The three with a body take its type; see `JSONBodyRequestable`.
+/// A `JSONRequestable` with the method "POST" and a body. POST, PUT and PATCH take the type of the body; see
+/// `JSONBodyRequestable`.
 template <class Self, class JSON, class Body = JSONReference, class Response = JSONResponse<JSON>>
 struct JSONPostRequestable : JSONRequestable<Self, JSON, Response>,
                              JSONBodyRequestable<Self, Body>,

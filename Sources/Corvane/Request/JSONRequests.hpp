@@ -19,7 +19,14 @@ struct JSONBodyRequestMixin : JSONRequestable<Self, JSON>, JSONBodyRequestable<S
 //     const auto user = JSONGetRequest<User>(url).send().get().body;
 //     JSONPostRequest<User>(url, NewUser{.login = "ada"}).send(...);
 
-/// A "GET" of a URL.
+/// A "GET" of a URL, for a response that is decoded from JSON into a `JSON`: a plain struct, a vector of them, a
+/// number, whatever `JSONDecoder` can make. `send` sends it.
+///
+///     struct User { std::int64_t id; std::string login; };
+///
+///     const User user = JSONGetRequest<User>("https://api.example.com/users/7").send().get().body;
+///     JSONGetRequest<std::vector<User>>("https://api.example.com/users", {.queryItems = {{"page", 2}}})
+///         .send([](const JSONResponse<std::vector<User>>& response) { show(response.result); });
 template <class JSON>
 class JSONGetRequest final : public detail::StoredRequest<JSONRequestable<JSONGetRequest<JSON>, JSON>>,
                              public detail::GetMethod<JSONGetRequest<JSON>> {
@@ -35,7 +42,10 @@ class JSONGetRequest final : public detail::StoredRequest<JSONRequestable<JSONGe
       : Stored(std::move(url), std::move(headers), std::move(queryItems)) {}
 };
 
-/// A "POST" of a value to a URL.
+/// A "POST" of a value, encoded as JSON, to a URL. The response is decoded from JSON into a `JSON`.
+///
+///     const User user =
+///         JSONPostRequest<User>("https://api.example.com/users", NewUser{.login = "ada"}).send().get().body;
 template <class JSON>
 class JSONPostRequest final : public detail::StoredBodyRequest<JSONPostRequestable<JSONPostRequest<JSON>, JSON>> {
   using Stored = detail::StoredBodyRequest<JSONPostRequestable<JSONPostRequest, JSON>>;
@@ -50,7 +60,10 @@ class JSONPostRequest final : public detail::StoredBodyRequest<JSONPostRequestab
       : Stored(std::move(url), std::move(body), std::move(headers), std::move(queryItems)) {}
 };
 
-/// A "PUT" of a value to a URL.
+/// A "PUT" of a value, encoded as JSON, to a URL. The response is decoded from JSON into a `JSON`.
+///
+///     const User user =
+///         JSONPutRequest<User>("https://api.example.com/users/7", NewUser{.login = "ada"}).send().get().body;
 template <class JSON>
 class JSONPutRequest final : public detail::StoredBodyRequest<JSONPutRequestable<JSONPutRequest<JSON>, JSON>> {
   using Stored = detail::StoredBodyRequest<JSONPutRequestable<JSONPutRequest, JSON>>;
@@ -65,7 +78,12 @@ class JSONPutRequest final : public detail::StoredBodyRequest<JSONPutRequestable
       : Stored(std::move(url), std::move(body), std::move(headers), std::move(queryItems)) {}
 };
 
-/// A "PATCH" of a URL by a value.
+/// A "PATCH" of a URL by a value, encoded as JSON. The response is decoded from JSON into a `JSON`.
+///
+///     struct Change { std::string login; };
+///
+///     const User user =
+///         JSONPatchRequest<User>("https://api.example.com/users/7", Change{.login = "grace"}).send().get().body;
 template <class JSON>
 class JSONPatchRequest final : public detail::StoredBodyRequest<JSONPatchRequestable<JSONPatchRequest<JSON>, JSON>> {
   using Stored = detail::StoredBodyRequest<JSONPatchRequestable<JSONPatchRequest, JSON>>;
@@ -80,7 +98,9 @@ class JSONPatchRequest final : public detail::StoredBodyRequest<JSONPatchRequest
       : Stored(std::move(url), std::move(body), std::move(headers), std::move(queryItems)) {}
 };
 
-/// A "DELETE" of a URL.
+/// A "DELETE" of a URL, for a response that is decoded from JSON into a `JSON`. `DataDeleteRequest` takes any response.
+///
+///     const User removed = JSONDeleteRequest<User>("https://api.example.com/users/7").send().get().body;
 template <class JSON>
 class JSONDeleteRequest final : public detail::StoredRequest<JSONDeleteRequestable<JSONDeleteRequest<JSON>, JSON>> {
   using Stored = detail::StoredRequest<JSONDeleteRequestable<JSONDeleteRequest, JSON>>;
@@ -95,7 +115,9 @@ class JSONDeleteRequest final : public detail::StoredRequest<JSONDeleteRequestab
       : Stored(std::move(url), std::move(headers), std::move(queryItems)) {}
 };
 
-/// Any method on a URL, always with a body.
+/// Any method on a URL, always with a body. The response is decoded from JSON into a `JSON`.
+///
+///     const auto found = JSONRequest<std::vector<User>>("https://api.example.com/users", HTTPMethod("QUERY"), query);
 template <class JSON>
 class JSONRequest final : public detail::StoredBodyRequest<detail::JSONBodyRequestMixin<JSONRequest<JSON>, JSON>> {
   using Stored = detail::StoredBodyRequest<detail::JSONBodyRequestMixin<JSONRequest, JSON>>;

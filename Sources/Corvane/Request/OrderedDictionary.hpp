@@ -13,16 +13,16 @@
 
 namespace corvane {
 
-/// A map that remembers the order in which its keys were first added; for a handful of entries, such as the
-/// query items of a request. Every look-up walks the entries from the front.
+/// A map that keeps the order in which its keys were first added. For a few entries, such as the query items of a
+/// request: every look-up visits the entries from the front.
 ///
 ///     OrderedDictionary<std::string> query{{"sort", "name"}, {"page", 2}};
 ///     query["page"] = 3;               // keeps its place
 ///     query["sort"] = std::nullopt;    // removes it
 ///     if (const auto* page = query.find("page")) …
 ///
-/// Setting a value never adds a second entry for a key. A literal is stored as it stands, however: when it
-/// repeats a key, the first entry is the one that is seen.
+/// Setting a value never adds a second entry for a key. But a literal is stored as written: if it repeats a key,
+/// look-ups find the first entry.
 template <std::equality_comparable Key, class Value = platform::AnyValue>
 class OrderedDictionary {
  public:
@@ -35,7 +35,7 @@ class OrderedDictionary {
   class Entry;
 
   OrderedDictionary() = default;
-  /// The entries as they stand, repeated keys included.
+  /// The entries as given, repeated keys included.
   OrderedDictionary(std::initializer_list<Element> literal) : items_(literal) {}
   // Chosen for one pair without braces of its own; does not compile.
   template <std::size_t size, std::convertible_to<Value> One>
@@ -44,7 +44,7 @@ class OrderedDictionary {
     static_assert(size == 0, "Each key and its value have braces of their own: write `{{\"page\", 2}}`");
   }
 
-  /// Null when there is no such key. The pointer lives until the dictionary is changed.
+  /// The value of a key; null without such a key. The pointer is valid until the dictionary is changed.
   const Value* find(const Key& key) const {
     for (const auto& item : items_)
       if (item.first == key) return &item.second;
@@ -83,7 +83,7 @@ class OrderedDictionary {
   /// The position after another one.
   Index indexAfter(Index position) const { return position + 1; }
 
-  /// How many entries there are.
+  /// The number of entries.
   std::size_t count() const { return items_.size(); }
   std::size_t size() const { return items_.size(); }
   bool isEmpty() const { return items_.empty(); }
@@ -102,7 +102,8 @@ class OrderedDictionary {
   std::vector<Element> items_;
 };
 
-/// The place of a key in a dictionary that may change; what `dictionary[key]` gives. To be used at once.
+/// A reference to a key in a dictionary that can be changed: the result of `dictionary[key]`. Use it at once, do not
+/// store it.
 template <std::equality_comparable Key, class Value>
 class OrderedDictionary<Key, Value>::Entry {
  public:

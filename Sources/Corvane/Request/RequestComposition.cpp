@@ -61,6 +61,10 @@ void merge(HTTPHeaderFields& fields, const HTTPHeaders& headers) {
 
 void unreachable() { platform::trap("A request type that is not valid was used"); }
 
+URLDescription::~URLDescription() = default;
+
+RequestDescription::~RequestDescription() = default;
+
 const URL& defaultBaseURL() {
   static const URL& url = *new URL("/");
   return url;
@@ -141,6 +145,7 @@ void addBody(URLRequest& request, BodyDescription body) {
   request.allHTTPHeaderFields.set("Content-Type", body.contentType.value());
   if (body.contentEncoding) request.allHTTPHeaderFields.set("Content-Encoding", *body.contentEncoding);
   request.httpBody = std::move(body.bytes);
+  request.httpBodyStream = std::move(body.stream);
 }
 
 }  // namespace corvane::detail

@@ -8,7 +8,7 @@
 #include "Corvane/Request/HTTPMethodRequestable.hpp"
 #include "Corvane/Request/JSONRequestable.hpp"
 
-/// Which kind of request a type is, for generic code:
+/// Concepts for the kinds of requests, for generic code:
 ///
 ///     template <AnyGetRequest Request>
 ///     void preload(const Request& request) { request.send([](typename Request::Response) {}); }
@@ -19,10 +19,13 @@ template <class T, class Method>
 concept HasMethodOf = std::same_as<decltype(&T::method), HTTPMethod (Method::*)() const>;
 }  // namespace detail
 
-/// A request that its mixin makes a "GET": `HTTPGetRequestable`, `DataGetRequestable`, `JSONGetRequestable`, a
-/// download, the ready-made ones. One with a `method` of its own is none, whatever that says.
+/// A request whose mixin sets the method "GET": `HTTPGetRequestable`, `DataGetRequestable`, `JSONGetRequestable`, a
+/// download, and the ready-made GET requests. A type with a `method` of its own does not count, whatever the method.
 template <class T>
 concept AnyGetRequest = AnyRequest<T> && detail::HasMethodOf<T, detail::GetMethod<T>>;
+/// The same for "HEAD".
+template <class T>
+concept AnyHeadRequest = AnyRequest<T> && detail::HasMethodOf<T, detail::HeadMethod<T>>;
 /// The same for "POST".
 template <class T>
 concept AnyPostRequest = AnyRequest<T> && detail::HasMethodOf<T, detail::PostMethod<T>>;

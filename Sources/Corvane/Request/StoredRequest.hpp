@@ -17,14 +17,13 @@ struct ByName {
 };
 }  // namespace detail
 
-/// What a ready-made request may add to its URL, by name:
-/// `DataGetRequest(url, {.queryItems = {{"page", 2}}})`.
+/// The options of a ready-made request, by name: `DataGetRequest(url, {.queryItems = {{"page", 2}}})`.
 struct HTTPRequestOptions {
   /// Leave it out. It keeps braces without names from being taken for options.
   [[no_unique_address]] detail::ByName byName = detail::ByName();
   /// Header fields of this request.
   HTTPHeaders headers = {};
-  /// The query; when it is empty, that of the URL stays.
+  /// The query; if it is empty, the query of the URL is kept.
   HTTPQueryItems queryItems = {};
 };
 
@@ -38,7 +37,7 @@ CORVANE_API platform::URL baseOf(const platform::URL& url);
 template <class T>
 concept Headers = std::same_as<T, HTTPHeaders>;
 
-/// What every ready-made request stores, over the mixin that makes it a request. Immutable.
+/// The stored properties of every ready-made request, on top of its mixin. Immutable.
 template <class Mixin>
 class StoredRequest : public Mixin, public StoredURL {
  public:

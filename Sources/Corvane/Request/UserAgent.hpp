@@ -11,8 +11,8 @@ namespace corvane {
 /// The "User-Agent" of every request that does not set its own, e.g.
 /// "Reader/2.1 (reader.bundle; build:45; iOS 13.3.0) Corvane/1.4".
 ///
-/// Made on first use from the main bundle's information, and kept: an application that describes its bundle
-/// does so before it sends its first request. Without such information it is "Corvane".
+/// Created on first use from the main bundle's information, and kept: set the information of `Bundle::main()` before
+/// you send the first request. Without it, the user agent is "Corvane".
 CORVANE_API const std::string& userAgent();
 
 namespace detail {

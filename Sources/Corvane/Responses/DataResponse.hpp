@@ -21,18 +21,18 @@ using DataResult = HTTPResult<platform::Data>;
 /// accepts; its body is the bytes of `data`, not a copy of them. Any other response is a failure, with `data`,
 /// `headers` and `status` as received.
 struct CORVANE_API DataResponse : ResponseRecord, HTTPResponsableDefaults<DataResponse> {
-  /// What `result` is.
+  /// The type of `result`.
   using Result = DataResult;
 
-  /// Judges what a finished task hands back: a present error is the failure; an HTTP response counts by its
-  /// status (`HTTPResponseError::unacceptableStatus`); without either,
-  /// `HTTPUnknownError::dataResponseFailedToConstruct`. The URL is of no use to this type.
+  /// Builds the response from the outcome of a task. With an error, the result is that failure. With an HTTP response,
+  /// it depends on the status (`HTTPResponseError::unacceptableStatus`). Without either, it is
+  /// `HTTPUnknownError::dataResponseFailedToConstruct`. The URL is ignored.
   DataResponse(std::optional<platform::Data> data, std::optional<platform::URL> url,
                std::shared_ptr<const platform::URLResponse> response, std::optional<platform::Error> error);
-  /// A failure, with what the platform response says.
+  /// A failure, with the facts of the platform response.
   DataResponse(std::shared_ptr<const platform::URLResponse> response, std::optional<platform::Data> data,
                platform::Error error);
-  /// A result that is known already. Requires: the response is not null.
+  /// A response with this result. Requires: `response` is not null.
   DataResponse(DataResult result, std::optional<platform::Data> data,
                std::shared_ptr<const platform::HTTPURLResponse> response);
   /// All fields as given: `DataResponse(DataResult::success(body), {.data = body, .status = HTTPStatus::created})`.

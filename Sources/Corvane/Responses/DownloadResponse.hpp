@@ -16,24 +16,24 @@
 
 namespace corvane {
 
-/// The outcome of a request whose body is made of a downloaded file. A success may come without a body.
+/// The outcome of a request whose body is made from a downloaded file. A success may have no body.
 template <class Body>
 using DownloadResult = HTTPResult<Body>;
 
 namespace detail {
 
-/// Why there is nothing to make a body of; absent when nothing went wrong.
+/// The failure because of which no body can be made; absent without a failure.
 CORVANE_API std::optional<platform::Error> failureOfDownload(const platform::URLResponse* response,
                                                              std::optional<platform::Error> error);
-/// Whether the response says that it has no content (204). Requires: an HTTP response.
+/// Whether the status is 204, so that there is no content. Requires: an HTTP response.
 CORVANE_API bool saysNoContent(const platform::URLResponse& response);
 
-/// Returns why the file cannot be read.
+/// Reads the file. Returns the error if it cannot be read.
 CORVANE_API std::optional<platform::Error> readDownload(const platform::URL& file, platform::Data& bytes);
-/// Logs the exception that is being handled and makes it the response's error. Requires: called in a catch block.
+/// Logs the exception that is being handled and returns the error of the response. Requires: called in a catch block.
 CORVANE_API platform::Error failureOfMaking(platform::TypeValue type);
 
-/// Whether reading the file takes so long that it must not be done where others wait.
+/// Whether the file is so long that it must not be read on the isolation queue.
 CORVANE_API bool isLongToRead(const std::optional<platform::URL>& file);
 
 CORVANE_API std::string describeDownload(platform::TypeValue type, const ResponseRecord& record);
@@ -41,7 +41,7 @@ CORVANE_API std::string describeDownload(platform::TypeValue type, const Respons
 template <class Body>
 struct MadeDownload {
   DownloadResult<Body> result;
-  /// What the response keeps as its bytes.
+  /// The `data` of the response.
   std::optional<platform::Data> data;
 };
 
@@ -81,60 +81,62 @@ MadeDownload<Body> madeOfDownload(std::optional<platform::Data> received, const 
 
 }  // namespace detail
 
-/// The response of a request whose response is downloaded to a file, of which a `Body` is made.
+/// The response of a download. Its `Body` is made from the downloaded file.
 ///
-/// The result is a success for an HTTP response with a status from 200 to 206, whatever the request itself accepts;
-/// without a body for a 204 response, whose file is not read, and where there is no file. Any other response is a
-/// failure, with `headers` and `status` as received.
+/// The result is a success for an HTTP response with a status from 200 to 206, whatever the request itself accepts. The
+/// success has no body for a 204 response, whose file is not read, and without a file. Any other response is a failure,
+/// with `headers` and `status` as received.
 ///
-/// What becomes of the file follows from the body type:
-/// - made of bytes (`velisand::DataInitializable`: `Data`, text, JSON models): the whole file is read into memory;
-///   the file has served then. `data` is absent, or the file's bytes when they make no body.
-/// - made from a file (`URL`, paths, classes with a constructor that takes a `URL`): it is the body's from then on.
+/// The body type determines the ownership of the file:
+/// - A body from bytes (`velisand::DataInitializable`: `Data`, text, JSON models): the whole file is read into memory,
+///   and then removed. `data` is absent, or the file's bytes if they cannot be converted to the body.
+/// - A body from a file (`URL`, paths, classes with a constructor that takes a `URL`): the body owns the file.
 template <class BodyType>
 struct DownloadResponse : ResponseRecord, HTTPResponsableDefaults<DownloadResponse<BodyType>> {
   static_assert(velisand::FileInitializable<BodyType>,
                 "A downloaded file cannot be made into this body type: use URL, Data, std::string or a plain struct "
                 "for JSON, or give the type a constructor that takes a URL or a Data");
-  /// What is made of the file.
+  /// The type made from the file.
   using Body = BodyType;
-  /// What `result` is.
+  /// The type of `result`.
   using Result = DownloadResult<Body>;
 
-  /// Judges what a finished task hands back: a present error is the failure; an HTTP response counts by its status
-  /// (`HTTPResponseError::unacceptableStatus`); a file that cannot be read fails with the file manager's error, bytes
-  /// that make no body with `HTTPResponseError::malformedData`, and a body made from a file with what its
-  /// constructor throws; without an HTTP response it is `HTTPUnknownError::downloadResponseFailedToConstruct`.
+  /// Builds the response from the outcome of a task. With an error, the result is that failure. With an HTTP response,
+  /// it depends on the status (`HTTPResponseError::unacceptableStatus`). A file that cannot be read is the file
+  /// manager's error; bytes that cannot be converted to the body are `HTTPResponseError::malformedData`; an exception
+  /// from a constructor that takes the file is itself the error. Without an HTTP response, the result is
+  /// `HTTPUnknownError::downloadResponseFailedToConstruct`.
   DownloadResponse(std::optional<platform::Data> bytes, std::optional<platform::URL> file,
                    std::shared_ptr<const platform::URLResponse> response, std::optional<platform::Error> error)
       : DownloadResponse(detail::madeOfDownload<Body>(std::move(bytes), file, response.get(), std::move(error)),
                          response) {}
-  /// A failure, with what the platform response says.
+  /// A failure, with the facts of the platform response.
   DownloadResponse(std::shared_ptr<const platform::URLResponse> response, std::optional<platform::Data> bytes,
                    platform::Error error)
       : ResponseRecord(of(std::move(response), std::move(bytes))), result(Result::failure(std::move(error))) {}
-  /// A result that is known already. Requires: the response is not null.
+  /// A response with this result. Requires: `response` is not null.
   DownloadResponse(Result known, std::optional<platform::Data> bytes,
                    std::shared_ptr<const platform::HTTPURLResponse> response)
       : ResponseRecord(of(std::move(response), std::move(bytes))), result(std::move(known)) {}
-  /// All fields as given, but for `urlResponse`, which stays null.
+  /// All fields as given, except `urlResponse`, which is null.
   explicit DownloadResponse(Result known, ResponseRecord record = {})
       : ResponseRecord(std::move(record)), result(std::move(known)) {
     urlResponse = nullptr;
   }
 
-  /// Whether making the response of such a file takes so long that it must not be done where others wait.
+  /// Whether building the response from this file takes long (more than 64 KiB to read), so that it is built on the
+  /// global queue.
   static bool isLongToMake(const std::optional<platform::Data>&, const std::optional<platform::URL>& file) {
     return !velisand::detail::FileName<Body> && detail::isLongToRead(file);
   }
 
-  /// Whether the body owns the file. Otherwise its URL was not handed out, and the file is removed.
+  /// Whether the body owns the file. Otherwise the body does not have its URL, and the library removes the file.
   bool keepsFile() const { return !velisand::DataInitializable<Body> && result.body() != nullptr; }
 
-  /// The type, the status and the headers, a line each.
+  /// The type, the status and the headers, one line each.
   std::string debugDescription() const { return detail::describeDownload({&typeid(DownloadResponse)}, *this); }
 
-  /// Success with what was made of the file, or failure with the error.
+  /// Success with the body made from the file, or failure with the error.
   Result result;
 
  private:

@@ -24,7 +24,7 @@ template <class R, auto member, class Type>
 concept OffersProperty = ReadsAs<decltype(member), R, Type>;
 }  // namespace detail
 
-/// What every response tells about its exchange. Each property may be stored (a data member) or computed (a
+/// The facts that every response has about its exchange. Each property may be stored (a data member) or computed (a
 /// function without arguments).
 template <class R>
 concept HTTPResponsableBase = detail::OffersProperty<R, &R::data, std::optional<platform::Data>> &&
@@ -38,8 +38,8 @@ concept HTTPResponsableBase = detail::OffersProperty<R, &R::data, std::optional<
                               detail::OffersProperty<R, &R::debugDescription, std::string> &&
                               detail::OffersProperty<R, &R::urlResponse, std::shared_ptr<const platform::URLResponse>>;
 
-/// What a request names as its response type: it is made of what a finished task hands back (bytes, file
-/// URL, platform response, error, each of which may be absent) and carries every failure in its `result`.
+/// The response type of a request. It is constructed from the outcome of a task (bytes, file URL, platform response and
+/// error, each possibly absent) and holds every failure in its `result`.
 template <class R>
 concept HTTPResponsable =
     HTTPResponsableBase<R> && HTTPResultable<typename R::Result> &&

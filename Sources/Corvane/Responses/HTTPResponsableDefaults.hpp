@@ -18,19 +18,19 @@ CORVANE_API std::string debugStatusAndHeaders(const std::string& typeName, HTTPS
                                               const std::optional<platform::HTTPHeaderFields>& headers);
 }  // namespace detail
 
-/// A response's type, status and headers, a line each, human-readable.
+/// A response's type, status and headers, one line each, human-readable.
 template <class Response>
 std::string debugStatusAndHeaders(const Response& response) {
   return detail::debugStatusAndHeaders(platform::typeName(typeid(response)), detail::read(&Response::status, response),
                                        detail::read(&Response::headers, response));
 }
 
-/// Gives a response type of one's own what every response has beside its facts.
+/// Adds to a custom response type the members that every response has besides its facts.
 ///
 ///     struct UserResponse : HTTPResponsableDefaults<UserResponse> { … };
 template <class Self>
 struct HTTPResponsableDefaults {
-  /// The response's type, status and headers, a line each, human-readable.
+  /// The response's type, status and headers, one line each, human-readable.
   std::string debugStatusAndHeaders() const {
     static_assert(detail::checkSelf<Self, HTTPResponsableDefaults>());
     return corvane::debugStatusAndHeaders(static_cast<const Self&>(*this));

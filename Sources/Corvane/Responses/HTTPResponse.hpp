@@ -1,6 +1,7 @@
 #pragma once
 
 #include <concepts>
+#include <memory>
 #include <string>
 #include <utility>
 
@@ -16,13 +17,27 @@ class UIImage;
 
 namespace corvane {
 
-/// A successful exchange: what the future forms of sending deliver.
+namespace detail {
+
+/// Null for a response type that has none.
+template <class R>
+std::shared_ptr<const platform::TaskMetrics> metricsOf(const R& response) {
+  if constexpr (std::derived_from<R, ResponseRecord>) {
+    return response.metrics;
+  } else {
+    return nullptr;
+  }
+}
+
+}  // namespace detail
+
+/// A successful response: the value of the futures that `send` returns.
 ///
-/// It keeps the facts of the response it was made of, except the platform response: `urlResponse` is null
-/// always. Use the request's own response type for that.
+/// It has the facts of the response that it was made from, except the platform response: `urlResponse` is always null.
+/// Use a completion, with the request's own response type, to get that.
 template <class Body>
 struct CORVANE_API HTTPResponse : ResponseRecord {
-  /// Takes over the facts of a response, with a body that was taken from it.
+  /// Copies the facts of a response, with a body that was taken from it.
   template <HTTPResponsable R>
   HTTPResponse(const R& response, Body bodyOfResponse)
       : ResponseRecord{.data = detail::read(&R::data, response),
@@ -33,7 +48,8 @@ struct CORVANE_API HTTPResponse : ResponseRecord {
                        .mimeType = detail::read(&R::mimeType, response),
                        .textEncodingName = detail::read(&R::textEncodingName, response),
                        .url = detail::read(&R::url, response),
-                       .urlResponse = nullptr},
+                       .urlResponse = nullptr,
+                       .metrics = detail::metricsOf(response)},
         debugDescription(detail::read(&R::debugDescription, response)),
         body(std::move(bodyOfResponse)) {}
 
@@ -45,28 +61,28 @@ struct CORVANE_API HTTPResponse : ResponseRecord {
   HTTPResponse& operator=(HTTPResponse&& other) noexcept;
   ~HTTPResponse();
 
-  /// The body of a request whose body type is made of bytes; `data` is the bytes received.
+  /// The body, for a body type that is constructed from bytes. `data` is the bytes as received.
   const Body& bodyData() const
     requires velisand::DataInitializable<Body>
   {
     return body;
   }
 
-  /// The body of a request whose body type is decoded from JSON.
+  /// The body, for a body type that is decoded from JSON.
   const Body& json() const
     requires velisand::JSONDecodable<Body>
   {
     return body;
   }
 
-  /// The body of a request whose response is downloaded to a file: where the file is, or what was made of it.
+  /// The body of a download: the URL of the file, or the value made from the file.
   const Body& fileURL() const
     requires velisand::FileInitializable<Body>
   {
     return body;
   }
 
-  /// The body of a request for an image.
+  /// The body, for an image.
   const Body& image() const
     requires std::same_as<Body, platform::UIImage>
   {
@@ -75,7 +91,7 @@ struct CORVANE_API HTTPResponse : ResponseRecord {
 
   /// A human-readable description of the response.
   std::string debugDescription;
-  /// The body; `bodyData`, `json`, `fileURL` and `image` are names for it that say what it is.
+  /// The body; `bodyData`, `json`, `fileURL` and `image` are more specific names for it.
   Body body;
 };
 

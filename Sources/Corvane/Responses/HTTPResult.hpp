@@ -9,8 +9,7 @@
 
 namespace corvane {
 
-/// What a response's result tells: the body on success, the error on failure, each as a pointer that is
-/// null otherwise.
+/// The result of a response: the body on success, the error on failure, each as a pointer that is null otherwise.
 template <class R>
 concept HTTPResultable = requires(const R& result) {
   typename R::Body;
@@ -23,26 +22,27 @@ concept HTTPResultable = requires(const R& result) {
 ///     if (const auto* body = response.result.body()) use(*body);
 ///     else report(*response.result.error());
 ///
-/// A success may come without a body, where the exchange delivered none at all; then both are null.
+/// A success may have no body, if the exchange delivered none; then both pointers are null.
 template <class BodyType>
 class HTTPResult {
  public:
-  /// What a success holds.
+  /// The type of the body of a success.
   using Body = BodyType;
 
-  /// A success; the body is absent where the exchange delivered none.
+  /// A success; the body is absent if the exchange delivered none.
   static HTTPResult success(std::optional<Body> body) { return HTTPResult(std::move(body), std::nullopt); }
-  /// A failure with its error.
+  /// A failure with this error.
   static HTTPResult failure(platform::Error error) { return HTTPResult(std::nullopt, std::move(error)); }
 
-  /// Whether there is no error. There may be no body all the same.
+  /// Whether there is no error. A success may still have no body.
   bool isSuccess() const { return !error_; }
   /// The same as `isSuccess`.
   explicit operator bool() const { return isSuccess(); }
   const Body* body() const { return body_ ? &*body_ : nullptr; }
-  /// The same for changing it, or moving it away.
+  /// The body for changing it, or for moving it out.
   Body* body() { return body_ ? &*body_ : nullptr; }
-  /// Where a downloaded file is, for a request that asks for the file as it is.
+  /// The URL of the downloaded file, for a download whose body is the file itself. Null for a failure, and for a
+  /// success without a file.
   const platform::URL* url() const
     requires std::same_as<Body, platform::URL>
   {
@@ -50,6 +50,8 @@ class HTTPResult {
   }
   /// The error of a failure; null for a success.
   const platform::Error* error() const { return error_ ? &*error_ : nullptr; }
+  /// The same for changing it.
+  platform::Error* error() { return error_ ? &*error_ : nullptr; }
 
  private:
   HTTPResult(std::optional<Body> body, std::optional<platform::Error> error)

@@ -21,14 +21,14 @@ using JSONResult = HTTPResult<Body>;
 
 namespace detail {
 
-/// Why there is nothing to decode; absent when there is.
+/// The failure because of which nothing can be decoded; absent without a failure.
 CORVANE_API std::optional<platform::Error> failureBeforeDecoding(const std::optional<platform::Data>& data,
                                                                  const platform::URLResponse* response,
                                                                  std::optional<platform::Error> error);
-/// Logs the exception that is being handled and makes it the response's error. Requires: called in a catch block.
+/// Logs the exception that is being handled and returns the error of the response. Requires: called in a catch block.
 CORVANE_API platform::Error failureOfDecoding(const platform::Data& data, platform::TypeValue type);
 
-/// Whether decoding takes so long that it must not be done where others wait.
+/// Whether the bytes are so many that they must not be decoded on the isolation queue.
 CORVANE_API bool isLongToDecode(const std::optional<platform::Data>& data);
 
 template <class Body>
@@ -52,29 +52,29 @@ JSONResult<Body> decodedResult(const std::optional<platform::Data>& data, const 
 /// body of a response with another status is not decoded.
 template <class BodyType>
 struct JSONResponse : ResponseRecord, HTTPResponsableDefaults<JSONResponse<BodyType>> {
-  /// What the response is decoded into.
+  /// The type that the response is decoded into.
   using Body = BodyType;
-  /// What `result` is.
+  /// The type of `result`.
   using Result = JSONResult<Body>;
 
-  /// Judges what a finished task hands back: a present error is the failure; an HTTP response counts by its status
-  /// (`HTTPResponseError::unacceptableStatus`); its bytes are decoded with the decoder that `Body` names, or one
-  /// with default settings. A `DecodingError` becomes `HTTPResponseError::jsonDecoding`, any other error
-  /// `HTTPUnknownError::unableToParseJSON`, each with the text that came; without bytes or without an HTTP response
-  /// it is `HTTPUnknownError::jsonResponseFailedToConstruct`. The URL is of no use to this type.
+  /// Builds the response from the outcome of a task. With an error, the result is that failure. With an HTTP response,
+  /// it depends on the status (`HTTPResponseError::unacceptableStatus`), and the bytes are decoded with the decoder
+  /// that `Body` names, or with default settings. A `DecodingError` becomes `HTTPResponseError::jsonDecoding`, any
+  /// other exception `HTTPUnknownError::unableToParseJSON`, each with the received text. Without bytes or without an
+  /// HTTP response, the result is `HTTPUnknownError::jsonResponseFailedToConstruct`. The URL is ignored.
   JSONResponse(std::optional<platform::Data> bytes, std::optional<platform::URL>,
                std::shared_ptr<const platform::URLResponse> response, std::optional<platform::Error> error)
       : ResponseRecord(of(response, bytes)),
         result(detail::decodedResult<Body>(bytes, response.get(), std::move(error))) {}
-  /// A failure, with what the platform response says.
+  /// A failure, with the facts of the platform response.
   JSONResponse(std::shared_ptr<const platform::URLResponse> response, std::optional<platform::Data> bytes,
                platform::Error error)
       : ResponseRecord(of(std::move(response), std::move(bytes))), result(Result::failure(std::move(error))) {}
-  /// A result that is known already. Requires: the response is not null.
+  /// A response with this result. Requires: `response` is not null.
   JSONResponse(Result known, std::optional<platform::Data> bytes,
                std::shared_ptr<const platform::HTTPURLResponse> response)
       : ResponseRecord(of(std::move(response), std::move(bytes))), result(std::move(known)) {}
-  /// The facts of another response with a result of its own, after mapping its body.
+  /// The facts of another response with a new result, for mapping its body.
   template <class Other>
   JSONResponse(Result known, const JSONResponse<Other>& response)
       : ResponseRecord(response), result(std::move(known)) {}
@@ -82,7 +82,8 @@ struct JSONResponse : ResponseRecord, HTTPResponsableDefaults<JSONResponse<BodyT
   explicit JSONResponse(Result known, ResponseRecord record = {})
       : ResponseRecord(std::move(record)), result(std::move(known)) {}
 
-  /// Whether making the response of such bytes takes so long that it must not be done where others wait.
+  /// Whether building the response from these bytes takes long (more than 64 KiB), so that it is built on the global
+  /// queue.
   static bool isLongToMake(const std::optional<platform::Data>& bytes) { return detail::isLongToDecode(bytes); }
 
   /// One human-readable line; see `describe`.

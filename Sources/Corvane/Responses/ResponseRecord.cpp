@@ -7,6 +7,18 @@ namespace corvane {
 using platform::HTTPURLResponse;
 using platform::URLResponse;
 
+namespace {
+
+std::string describe(HTTPStatus status) {
+  std::string text = std::string(status.name()) + " (";
+  text += std::to_string(status.statusCode().value_or(status.rawValue()));
+  // The name says it for the others.
+  if (status == HTTPStatus::unknown && !status.reasonPhrase().empty()) text.append(" ").append(status.reasonPhrase());
+  return text + ")";
+}
+
+}  // namespace
+
 ResponseRecord ResponseRecord::of(std::shared_ptr<const URLResponse> response, std::optional<platform::Data> data) {
   ResponseRecord record;
   record.data = std::move(data);
@@ -26,11 +38,7 @@ ResponseRecord ResponseRecord::of(std::shared_ptr<const URLResponse> response, s
 
 std::string describe(std::string_view typeName, const ResponseRecord& record, const platform::Error* error) {
   std::string text(typeName);
-  text.append(": ")
-      .append(record.status.name())
-      .append(" (")
-      .append(std::to_string(record.status.rawValue()))
-      .append(")");
+  text.append(": ").append(describe(record.status));
   text.append(", ").append(record.data ? std::to_string(record.data->count()) + " bytes" : "no data");
   if (record.mimeType) text.append(", ").append(*record.mimeType);
   if (record.url) text.append(", ").append(record.url->absoluteString());

@@ -6,17 +6,18 @@
 
 namespace corvane {
 
-/// A random UUID in upper case, made on first use and the same for the life of the process. Any thread.
+/// A random UUID in upper case, created on first use and the same for the life of the process. May be called on any
+/// thread.
 CORVANE_API const std::string& boundaryUUID();
 
-/// What separates the parts of every multipart body of this process: "corvane.Boundary." and `boundaryUUID()`.
+/// The boundary of every multipart body of this process: "corvane.Boundary." and `boundaryUUID()`.
 CORVANE_API std::string boundaryText();
 
-/// What a multipart form writes between its sections.
+/// The separators of a multipart form.
 struct BoundaryGenerator {
   /// Ends each line.
   std::string returnChars = "\r\n";
-  /// What stands between the sections. Default: that of the process, made of a UUID.
+  /// The boundary between the sections. Default: `boundaryText()`.
   std::string boundary = boundaryText();
 };
 

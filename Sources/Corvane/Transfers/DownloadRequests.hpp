@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <utility>
 
 #include "Corvane/Request/StoredRequest.hpp"
@@ -9,18 +10,59 @@
 namespace corvane {
 
 // The ready-made downloads. Each is an immutable value. What becomes of the file: see `DownloadRequestable`. Headers
-// and query items come in this order, or by name in a `HTTPRequestOptions`.
+// and query items come in this order, or by name in a `HTTPDownloadOptions`.
+
+/// The options of a ready-made download, by name: `DownloadGetRequest(url, {.destination = {{.path = "manual.pdf"}}})`.
+struct HTTPDownloadOptions {
+  /// Leave it out. It keeps braces without names from being taken for options.
+  [[no_unique_address]] detail::ByName byName = detail::ByName();
+  /// Header fields of this request.
+  HTTPHeaders headers = {};
+  /// The query; if it is empty, the query of the URL is kept.
+  HTTPQueryItems queryItems = {};
+  /// Where the file is saved. Absent: a temporary directory.
+  std::optional<HTTPDownloadDestination> destination = std::nullopt;
+  /// The digest that the file must have. Absent: any will do.
+  std::optional<platform::SHA256Digest> expectedDigest = std::nullopt;
+};
+
+namespace detail {
+
+/// What a ready-made download has beside other requests. Immutable.
+template <class Stored>
+class StoredDownload : public Stored {
+ public:
+  const std::optional<HTTPDownloadDestination>& destination() const { return destination_; }
+  const std::optional<platform::SHA256Digest>& expectedDigest() const { return expectedDigest_; }
+
+ protected:
+  using Stored::Stored;
+  void setFile(HTTPDownloadOptions&& options) {
+    destination_ = std::move(options.destination);
+    expectedDigest_ = std::move(options.expectedDigest);
+  }
+
+ private:
+  std::optional<HTTPDownloadDestination> destination_;
+  std::optional<platform::SHA256Digest> expectedDigest_;
+};
+
+}  // namespace detail
 
 /// A "GET" of a URL into a file: `DownloadGetRequest(url)`, or `DownloadGetRequest<Data>(url)` for its content.
 template <class Download = platform::URL>
 class DownloadGetRequest final
-    : public detail::StoredRequest<DownloadRequestable<DownloadGetRequest<Download>, Download>> {
-  using Base = detail::StoredRequest<DownloadRequestable<DownloadGetRequest<Download>, Download>>;
+    : public detail::StoredDownload<
+          detail::StoredRequest<DownloadRequestable<DownloadGetRequest<Download>, Download>>> {
+  using Base =
+      detail::StoredDownload<detail::StoredRequest<DownloadRequestable<DownloadGetRequest<Download>, Download>>>;
 
  public:
-  /// Headers and query items by name.
-  explicit DownloadGetRequest(platform::URL url, HTTPRequestOptions options = {})
-      : Base(std::move(url), std::move(options.headers), std::move(options.queryItems)) {}
+  /// Options by name.
+  explicit DownloadGetRequest(platform::URL url, HTTPDownloadOptions options = {})
+      : Base(std::move(url), std::move(options.headers), std::move(options.queryItems)) {
+    this->setFile(std::move(options));
+  }
   /// Headers and query items in order.
   template <detail::Headers Fields = HTTPHeaders>
   DownloadGetRequest(platform::URL url, Fields headers, HTTPQueryItems queryItems = {})
@@ -32,24 +74,31 @@ template <class Self, class Download>
 struct AnyMethodDownloadRequestable : DownloadRequestable<Self, Download>, HTTPBodyRequestable<Self, platform::Data> {};
 }  // namespace detail
 
-/// Any method on a URL, always with a body, if an empty one; the response goes into a file.
+/// A request with any method and a body, which may be empty; the response is written to a file.
+///
+///     const platform::URL file =
+///         DownloadRequest("https://api.example.com/reports", HTTPMethod::post, "query").send().get().body;
 template <class Download = platform::URL>
 class DownloadRequest final
-    : public detail::StoredBodyRequest<detail::AnyMethodDownloadRequestable<DownloadRequest<Download>, Download>> {
-  using Base = detail::StoredBodyRequest<detail::AnyMethodDownloadRequestable<DownloadRequest<Download>, Download>>;
+    : public detail::StoredDownload<
+          detail::StoredBodyRequest<detail::AnyMethodDownloadRequestable<DownloadRequest<Download>, Download>>> {
+  using Base = detail::StoredDownload<
+      detail::StoredBodyRequest<detail::AnyMethodDownloadRequestable<DownloadRequest<Download>, Download>>>;
 
  public:
-  /// Headers and query items by name.
-  DownloadRequest(platform::URL url, HTTPMethod method, platform::Data body = {}, HTTPRequestOptions options = {})
+  /// Options by name.
+  DownloadRequest(platform::URL url, HTTPMethod method, platform::Data body = {}, HTTPDownloadOptions options = {})
       : Base(std::move(url), std::move(body), std::move(options.headers), std::move(options.queryItems)),
-        method_(std::move(method)) {}
+        method_(std::move(method)) {
+    this->setFile(std::move(options));
+  }
   /// Headers and query items in order.
   template <detail::Headers Fields = HTTPHeaders>
   DownloadRequest(platform::URL url, HTTPMethod method, platform::Data body, Fields headers,
                   HTTPQueryItems queryItems = {})
       : Base(std::move(url), std::move(body), std::move(headers), std::move(queryItems)), method_(std::move(method)) {}
 
-  /// The method that was given.
+  /// The method passed to the constructor.
   const HTTPMethod& method() const { return method_; }
 
  private:

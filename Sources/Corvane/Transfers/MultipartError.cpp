@@ -43,6 +43,17 @@ MultipartError MultipartError::boundaryInContent(std::string sectionName) {
   return {Case::boundaryInContent, std::move(sectionName), std::move(message)};
 }
 
+MultipartError MultipartError::invalidField(std::string name, const std::string& problem) {
+  std::string message = "The header field " + quoted(name) + " of a part of a form cannot be sent: " + problem;
+  return {Case::invalidField, std::move(name), std::move(message)};
+}
+
+MultipartError MultipartError::invalidBoundary(std::string text) {
+  std::string message = "A form cannot have the boundary " + quoted(text) +
+                        ": it has 1 to 70 characters, letters, digits, and \"'()+_,-./:=?\"";
+  return {Case::invalidBoundary, std::move(text), std::move(message)};
+}
+
 std::optional<platform::Dictionary> MultipartError::additionalLogInfo() const {
   return platform::Dictionary{{case_ == Case::boundaryInContent ? "section" : "text", quoted(text_)}};
 }

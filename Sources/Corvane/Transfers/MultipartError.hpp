@@ -10,21 +10,26 @@
 
 namespace corvane {
 
-/// A form cannot be written, as its reader would take what is in it for a header or a section of its own. Nothing
-/// was sent.
+/// A form cannot be written, since a server would read a part of its content as a header or a section. Nothing was
+/// sent.
 class CORVANE_API MultipartError final : public velisand::AppError<MultipartError>, public vantorel::ErrorLoggable {
  public:
   /// What is wrong with the form.
-  enum class Case { controlCharacter, boundaryInContent };
+  enum class Case { controlCharacter, boundaryInContent, invalidField, invalidBoundary };
 
-  /// A name, a content type or a file name holds a line break or a NUL; `what` tells which of them.
+  /// A name, a content type or a file name contains a line break or a NUL; `what` names which of them.
   static MultipartError controlCharacter(std::string what, std::string text);
-  /// The bytes of the section of that name hold the boundary.
+  /// The bytes of the section with that name contain the boundary.
   static MultipartError boundaryInContent(std::string sectionName);
+  /// A header field of a part of an `HTTPFormData` cannot be sent; `problem` is a sentence that says why.
+  static MultipartError invalidField(std::string name, const std::string& problem);
+  /// The text is no boundary (RFC 2046, 5.1.1).
+  static MultipartError invalidBoundary(std::string text);
 
   /// What is wrong with the form.
   Case which() const { return case_; }
-  /// The text with the control character, or the name of the section with the boundary.
+  /// The text with the control character, the name of the section with the boundary, the name of the field, or what is
+  /// no boundary.
   const std::string& text() const { return text_; }
 
   std::string message() const override { return message_; }

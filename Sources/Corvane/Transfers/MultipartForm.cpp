@@ -83,6 +83,11 @@ class PartMaker {
 
 }  // namespace
 
+MultipartForm::MultipartForm(std::initializer_list<MultipartFormSection> literal) : sections(literal) {}
+
+MultipartForm::MultipartForm(std::vector<MultipartFormSection> list, BoundaryGenerator generator)
+    : sections(std::move(list)), boundaryGeneratory(std::move(generator)) {}
+
 Data MultipartForm::asData() const {
   const PartMaker maker(boundaryGeneratory);
   const std::string end = maker.end();

@@ -19,19 +19,18 @@ class CORVANE_API MultipartForm {
  public:
   MultipartForm() = default;
   /// The sections in their order.
-  MultipartForm(std::initializer_list<MultipartFormSection> literal) : sections(literal) {}
+  MultipartForm(std::initializer_list<MultipartFormSection> literal);
   /// The sections, with a custom boundary.
-  explicit MultipartForm(std::vector<MultipartFormSection> list, BoundaryGenerator generator = {})
-      : sections(std::move(list)), boundaryGeneratory(std::move(generator)) {}
+  explicit MultipartForm(std::vector<MultipartFormSection> list, BoundaryGenerator generator = {});
 
-  /// The sections in their order, each after a line with the boundary, and a closing boundary. Reads the files.
-  /// Throws what making a section's bytes throws, and `MultipartError` for a section whose bytes hold the
-  /// boundary (RFC 2046, 5.1.1): as the process has one boundary for all forms, others may have seen it.
+  /// The sections in their order, each after a line with the boundary, and a closing boundary. Reads the files. Throws
+  /// what the conversion of a section to bytes throws, and `MultipartError` for a section that contains the boundary
+  /// (RFC 2046, 5.1.1): the process has one boundary for all forms, so other servers may know it.
   platform::Data asData() const;
 
   /// In the order in which they are sent.
   std::vector<MultipartFormSection> sections;
-  /// What the boundary comes from.
+  /// The source of the boundary.
   BoundaryGenerator boundaryGeneratory;
 };
 

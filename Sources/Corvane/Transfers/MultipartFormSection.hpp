@@ -21,37 +21,36 @@ namespace corvane {
 ///     MultipartFormSection("profile", profile, HTTPMediaType::json)
 ///     MultipartFormSection("photo", URL::file("ada.jpeg"))
 ///
-/// Names, content types and file names with a CR, LF or NUL are refused with `MultipartError` when headers or bytes
-/// are made: they could pass for headers or sections that the program did not write. All else in a
-/// name or file name is written as it is, a double quote included, by which some servers take the name to end.
+/// Names, content types and file names with a CR, LF or NUL are refused with `MultipartError` when headers or bytes are
+/// created: they could inject headers or sections. All other characters of a name or file name are written unchanged.
+/// This includes a double quote, which some servers take for the end of the name.
 struct CORVANE_API MultipartFormSection {
-  /// A value of any type that has a form in bytes.
+  /// A value of any type that converts to bytes (`DataRepresentable`).
   MultipartFormSection(std::string sectionName, velisand::AnyDataRepresentable data,
                        std::optional<HTTPMediaType> type = std::nullopt);
-  /// A file by `URL`, by path, or by any other `FileRepresentable`. Its type follows from its name, unless one is
-  /// given. It is read when the bytes of the section are made.
+  /// A file by `URL`, by path, or by any other `FileRepresentable`. Its type follows from the extension of its name,
+  /// unless it is given. The file is read when the bytes of the section are created.
   template <velisand::FileRepresentable File>
   MultipartFormSection(std::string sectionName, const File& file, std::optional<HTTPMediaType> type = std::nullopt)
       : MultipartFormSection(std::move(sectionName), velisand::fileURL(file),
                              type ? type->value() : velisand::mimeType(file), velisand::AnyDataRepresentable(file)) {}
 
-  /// "Content-Disposition" and, if there is a content type, "Content-Type". The disposition of every section
-  /// holds a line break, after the name: that is the one that ends the headers of a plain field. Throws
-  /// `MultipartError`.
+  /// "Content-Disposition" and, if there is a content type, "Content-Type". In every section a line break follows the
+  /// name in the disposition; it ends the headers of a plain field. Throws `MultipartError`.
   platform::HTTPHeaderFields headers() const;
-  /// The headers and the value, without boundaries. Throws `MultipartError`, and what making the value's bytes or
-  /// reading the file throws.
+  /// The headers and the value, without boundaries. Throws `MultipartError`, and what converting the value or reading
+  /// the file throws.
   ///
-  /// A plain field has an empty line before its value, as any server expects. With a content type, that line follows
-  /// the empty one; a file's headers have no empty line after them. Only servers that know this layout read those
-  /// two right: Docs/Decisions/0013-multipart-forms-and-servers.md.
+  /// A plain field has an empty line before its value, as any server expects. A content type is on the line after the
+  /// empty line. A file's headers have no empty line after them. Only servers that know this layout read the last two
+  /// correctly: see Docs/Decisions/0013-multipart-forms-and-servers.md.
   platform::Data asData() const;
 
   /// The name of the field.
   std::string name;
-  /// The type of the value; absent: none is sent.
+  /// The content type of the value; absent: no content type is sent.
   std::optional<std::string> contentType;
-  /// Only its name is sent.
+  /// The file, or absent. Only its name is sent, not its path.
   std::optional<platform::URL> fileURL;
   /// The value, or the content of the file.
   velisand::AnyDataRepresentable dataRepresentable;

@@ -10,15 +10,15 @@
 namespace corvane {
 
 namespace detail {
-/// Makes the sections the body of the request, and says so in its "Content-Type", with the boundary. The encoder
-/// encodes the body, but is not named in the headers.
+/// Sets the sections as the body of the request, and sets "Content-Type" with the boundary. The encoder encodes the
+/// body, but "Content-Encoding" is not set.
 CORVANE_API void addForm(platform::URLRequest& request, const HTTPMediaType& contentType,
                          const std::vector<MultipartFormSection>& sections,
                          const std::optional<HTTPContentEncoderType>& encoder);
 }  // namespace detail
 
-/// An upload of a form of the type "multipart/form-data": see `MultipartForm` for how it is laid out, and
-/// `UploadRequestable` for what else you write and get.
+/// An upload of a form of the type "multipart/form-data". `MultipartForm` describes the layout, `UploadRequestable` the
+/// other properties and functions.
 ///
 ///     struct SendPhoto : MultipartUploadRequestable<SendPhoto, JSONResponse<Photo>> {
 ///       std::string title;
@@ -29,22 +29,23 @@ CORVANE_API void addForm(platform::URLRequest& request, const HTTPMediaType& con
 ///       std::vector<MultipartFormSection> body() const { return {{"title", title}, {"photo", file}}; }
 ///     };
 ///
-/// The whole body is built in memory before it is sent, files included; upload a file by itself where that is too
-/// much. A "Content-Type" in `headers` is replaced. A `contentEncoder` encodes the body, but no "Content-Encoding" is
-/// sent: name it in `headers` where the server needs it.
+/// The whole body is built in memory before it is sent, files included; upload large files on their own. A
+/// "Content-Type" in `headers` is replaced. A `contentEncoder` encodes the body, but does not set "Content-Encoding":
+/// add it to `headers` if the server needs it.
 template <class Self, class ResponseType = detail::NoResponse>
 class MultipartUploadRequestable : public UploadRequestable<Self, ResponseType, std::vector<MultipartFormSection>> {
  public:
   /// "multipart/form-data"; the boundary is added when the request is made.
   HTTPMediaType contentType() const { return HTTPMediaType::multipartFormData; }
 
-  /// With the form as its body. Throws `HTTPRequestError::malformedURL`, and what the sections and the encoder throw.
+  /// The request with the form as its body. Throws `HTTPRequestError::malformedURL`, and exceptions from the sections
+  /// and the encoder.
   platform::URLRequest urlRequest() const {
     const Self& self = static_cast<const Self&>(*this);
     platform::URLRequest request = this->generateRequest();
     if constexpr (detail::checkBody<Self>()) {
-      detail::addForm(request, detail::read(&Self::contentType, self), detail::read(&Self::body, self),
-                      detail::read(&Self::contentEncoder, self));
+      detail::addForm(request, detail::requirement::contentType(self), detail::requirement::body(self),
+                      detail::requirement::contentEncoder(self));
     }
     return request;
   }

@@ -11,7 +11,7 @@
 
 namespace corvane {
 
-/// The future of a download or an upload: like any other future, and with the progress of the transfer.
+/// The future of a download or an upload, which also reports the progress of the transfer.
 ///
 ///     auto download = DownloadGetRequest(url).send();
 ///     download.during([](HTTPProgress progress) { show(progress.percentCompleted()); });
@@ -25,10 +25,10 @@ class TransferFuture : public velisand::Future<HTTPResponse<Body>> {
   /// Adds progress to another future; its owner has to call the `handlers()`.
   explicit TransferFuture(Base future) : Base(std::move(future)) {}
 
-  /// Calls the handler with the progress from now on, on the queue (absent: the main queue). Handlers are called in
-  /// the order in which they came; see `HTTPProgressHandler` for how often. Every call is scheduled before the future
-  /// is completed, but runs when the queue comes to it: a thread that waits with `get()` may go on before, so a handler
-  /// on another queue must not refer to that thread's local variables. On a serial queue no call comes after a
+  /// Calls the handler with the progress from now on, on the queue (absent: the main queue). Handlers are called in the
+  /// order of their registration, as often as `HTTPProgressHandler` describes. Every call is submitted before the
+  /// future is completed, but may run later: a thread that waits in `get()` may continue before, so a handler on
+  /// another queue must not refer to that thread's local variables. On a serial queue no call comes after a
   /// `whenCompleted` of the same queue. The handler is released after its last call. Returns this future.
   TransferFuture during(std::optional<platform::DispatchQueue> queue, HTTPProgressHandler handler) const {
     handlers()->append(std::move(queue), std::move(handler));

@@ -4,32 +4,34 @@
 #include <utility>
 #include <vector>
 
+#include "Corvane/Request/HTTPBodyProducer.hpp"
 #include "Corvane/Request/StoredRequest.hpp"
 #include "Corvane/Responses/DataResponse.hpp"
+#include "Corvane/Transfers/FormDataUploadRequestable.hpp"
 #include "Corvane/Transfers/MultipartUploadRequestable.hpp"
 #include "Corvane/Transfers/UploadRequestable.hpp"
 #include "Platform/Export.hpp"
 
 namespace corvane {
 
-/// What a ready-made upload may add to its URL and body, by name: `FileUploadRequest(url, file, {.method =
-/// HTTPMethod::put})`.
+/// The options of a ready-made upload, by name: `FileUploadRequest(url, file, {.method = HTTPMethod::put})`.
 struct HTTPUploadOptions {
   /// Leave it out. It keeps braces without names from being taken for options.
   [[no_unique_address]] detail::ByName byName = detail::ByName();
   /// Header fields of this request.
   HTTPHeaders headers = {};
-  /// The query; when it is empty, that of the URL stays.
+  /// The query; if it is empty, the query of the URL is kept.
   HTTPQueryItems queryItems = {};
   /// Default: "POST".
   HTTPMethod method = HTTPMethod::post;
-  /// Absent: "application/octet-stream" for bytes, for a file the type that its extension stands for.
+  /// The content type. Absent: "application/octet-stream" for bytes and producers, the type of its extension for a
+  /// file, "multipart/form-data" with its boundary for a form.
   std::optional<HTTPMediaType> contentType = std::nullopt;
 };
 
 namespace detail {
 
-/// What every ready-made upload stores beside its body. Immutable.
+/// The stored properties of every ready-made upload, except its body. Immutable.
 template <class Mixin>
 class StoredUpload : public StoredBodyRequest<Mixin> {
  public:
@@ -55,10 +57,12 @@ class StoredUpload : public StoredBodyRequest<Mixin> {
 // The ready-made uploads. Each is an immutable value; its response comes as a `DataResponse`.
 
 /// A "POST", or another method, of bytes from memory.
+///
+///     DataUploadRequest("https://api.example.com/notes/7", "text", {.method = HTTPMethod::put}).send().get();
 class CORVANE_API DataUploadRequest final
     : public detail::StoredUpload<UploadRequestable<DataUploadRequest, DataResponse>> {
  public:
-  /// Sends the bytes as they are.
+  /// An upload of these bytes, unchanged.
   DataUploadRequest(platform::URL url, platform::Data body, HTTPUploadOptions options = {})
       : StoredUpload(std::move(url), std::move(body), std::move(options)) {}
 };
@@ -82,12 +86,35 @@ class CORVANE_API MultipartUploadRequest final
       : StoredUpload(std::move(url), std::move(sections), std::move(options)) {}
 };
 
+/// A "POST", or another method, of a form as browsers send it: `FormDataUploadRequest(url, {{"title", "Ada"}, {"photo",
+/// file}})`.
+class CORVANE_API FormDataUploadRequest final
+    : public detail::StoredUpload<FormDataUploadRequestable<FormDataUploadRequest, DataResponse>> {
+ public:
+  /// Sends the form.
+  FormDataUploadRequest(platform::URL url, HTTPFormData form, HTTPUploadOptions options = {})
+      : StoredUpload(std::move(url), std::move(form), std::move(options)) {}
+};
+
+/// A "POST", or another method, of a body that is produced while it is sent. See `HTTPBodyProducer`.
+class CORVANE_API ProducedUploadRequest final
+    : public detail::StoredUpload<UploadRequestable<ProducedUploadRequest, DataResponse, HTTPBodyProducer>> {
+ public:
+  /// Sends what the producer makes.
+  ProducedUploadRequest(platform::URL url, HTTPBodyProducer producer, HTTPUploadOptions options = {})
+      : StoredUpload(std::move(url), std::move(producer), std::move(options)) {}
+};
+
 // Compiled once, in the library.
 extern template class HTTPRequestable<DataUploadRequest, DataResponse>;
 extern template class HTTPRequestable<FileUploadRequest, DataResponse>;
 extern template class HTTPRequestable<MultipartUploadRequest, DataResponse>;
+extern template class HTTPRequestable<FormDataUploadRequest, DataResponse>;
+extern template class HTTPRequestable<ProducedUploadRequest, DataResponse>;
 extern template class detail::TransferRequestable<DataUploadRequest, DataResponse, detail::upload>;
 extern template class detail::TransferRequestable<FileUploadRequest, DataResponse, detail::upload>;
 extern template class detail::TransferRequestable<MultipartUploadRequest, DataResponse, detail::upload>;
+extern template class detail::TransferRequestable<FormDataUploadRequest, DataResponse, detail::upload>;
+extern template class detail::TransferRequestable<ProducedUploadRequest, DataResponse, detail::upload>;
 
 }  // namespace corvane

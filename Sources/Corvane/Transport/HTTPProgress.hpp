@@ -24,41 +24,41 @@ namespace detail {
 class ProgressHandlers;
 }
 
-/// The progress of a download or an upload: the bytes of the body that went over the network, and how many there
-/// are in all. It shares the progress object of its task, so that it always tells the latest.
+/// The progress of a download or an upload: the number of bytes of the body that went over the network, and their
+/// total. It shares the progress object of its task, so that its values are always current.
 class CORVANE_API HTTPProgress {
  public:
   /// The total while the server has not announced one.
   static constexpr std::int64_t unknownTotal = -1;
-  /// What is called with the progress.
+  /// A function that is called with the progress.
   using Handler = HTTPProgressHandler;
 
-  /// Tells of a task's progress.
+  /// The progress of a task.
   explicit HTTPProgress(std::shared_ptr<platform::Progress> shared) : progress(std::move(shared)) {}
 
   /// 0 before the first byte.
   std::int64_t completedBytes() const;
-  /// `unknownTotal` while the server has not announced how many there are, as with a response in chunks.
+  /// `unknownTotal` while the total is unknown, as for a chunked response.
   std::int64_t totalBytes() const;
   /// A fraction from 0 to 1, despite its name; 0 while the total is unknown. Always present.
   std::optional<double> percentCompleted() const;
 
   /// Calls the handler on the queue (absent: the main queue), asynchronously, once for each change that the task
-  /// tells of: at most every 50 ms, and when it succeeded. Lasts as long as the value that is returned; that is
-  /// empty when there is no handler.
+  /// reports: at most every 50 ms, and when it succeeded. The handler stays registered as long as the returned value
+  /// exists; the value is empty without a handler.
   [[nodiscard]] static platform::ProgressObservation observe(const std::shared_ptr<platform::URLSessionTask>& task,
                                                              std::optional<platform::DispatchQueue> queue,
                                                              HTTPProgressHandler handler);
 
-  /// The object of the task, which counts the same bytes.
+  /// The progress object of the task, which counts the same bytes.
   std::shared_ptr<platform::Progress> progress;
 };
 
-/// Called with the progress of a transfer, on the completion queue; empty for none. In order and
-/// one at a time, whatever the queue; at most every 50 ms, which is as often as a person can see, and once when
-/// the transfer succeeded; never after the completion was called. It must not throw, nor wait for the completion.
+/// A handler for the progress of a transfer, called on the completion queue; empty for no handler. Calls come in order
+/// and one at a time, on any kind of queue: at most every 50 ms, and once more when the transfer succeeded, but never
+/// after the completion was called. The handler must not throw, nor wait for the completion.
 ///
-/// Made of anything that takes an `HTTPProgress`. Copies share it.
+/// Constructed from any callable that takes an `HTTPProgress`. Copies share the callable.
 class CORVANE_API HTTPProgressHandler {
  public:
   HTTPProgressHandler() noexcept = default;
@@ -74,7 +74,7 @@ class CORVANE_API HTTPProgressHandler {
   explicit operator bool() const noexcept { return function_ || handlers_; }
   /// Requires: not empty.
   void operator()(const HTTPProgress& progress) const;
-  /// Whether a call would reach a handler at present.
+  /// Whether there is a handler that a call would reach now.
   bool isListenedTo() const;
 
  private:

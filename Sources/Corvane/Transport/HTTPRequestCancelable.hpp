@@ -14,7 +14,7 @@ namespace detail {
 struct CancelMark {};
 }  // namespace detail
 
-/// Lets a request be cancelled after it was sent, by anyone who holds the request or a copy of it.
+/// Makes a request cancellable after it was sent, through the request or a copy of it.
 ///
 /// | you write                                    | you get                                          |
 /// |----------------------------------------------|--------------------------------------------------|
@@ -28,22 +28,22 @@ struct CancelMark {};
 ///     request.send(queue, [](DataResponse response) { … });   // failure: HTTPResponseError::taskCancelled
 ///     request.cancel();
 ///
-/// Of two sends of one request (or of copies) that run at the same time, `cancel` reaches the later one only:
-/// give each send a request of its own.
+/// If two sends of one request (or of its copies) run at the same time, `cancel` only cancels the later one: use a
+/// separate request for each send.
 template <class Self>
 struct HTTPRequestCancelable : detail::CancelMark {
-  /// Names this request and its copies.
+  /// Identifies this request and its copies.
   platform::UUID uuid;
 
-  /// Cancels the request's task; does nothing when none is under way. Returns at once, on any thread. The
-  /// completion is still called, once.
+  /// Cancels the request's task, if one is under way. May be called on any thread; returns at once. The completion is
+  /// still called, once.
   void cancel() const {
     if constexpr (detail::checkSelf<Self, HTTPRequestCancelable>())
       TaskManager::shared().cancelTask(detail::read(&Self::uuid, static_cast<const Self&>(*this)));
   }
 };
 
-/// A request type that takes part in cancellation.
+/// A request type that can be cancelled.
 template <class T>
 concept Cancelable = std::derived_from<T, HTTPRequestCancelable<T>>;
 

@@ -4,8 +4,10 @@
 #include <utility>
 #include <vector>
 
+#include "Corvane/DebugOutput/Detail/Redactions.hpp"
 #include "Corvane/Settings.hpp"
 #include "Corvane/Transport/Detail/ServerTrust.hpp"
+#include "Corvane/Transport/Internal/SessionConfiguration.hpp"
 #include "Platform/Dispatch/CooperativeWait.hpp"
 #include "Platform/Dispatch/DispatchQueue.hpp"
 #include "Platform/Dispatch/DispatchSource.hpp"
@@ -17,7 +19,6 @@ using platform::DispatchMemoryPressureSource;
 using platform::DispatchQueue;
 using platform::MemoryPressure;
 using platform::URLSession;
-using platform::URLSessionConfiguration;
 
 /// The cache of sessions and the delegate of each. All of it runs on `isolationQueue_`.
 class HTTPService::Sessions final : public platform::URLSessionDelegate, public std::enable_shared_from_this<Sessions> {
@@ -38,48 +39,104 @@ class HTTPService::Sessions final : public platform::URLSessionDelegate, public 
     return isolationQueue_.isCurrent() ? work() : isolationQueue_.sync(work);
   }
 
-  std::shared_ptr<URLSession> sessionFor(const SessionKey& key) {
-    const auto found =
-        std::find_if(cache_.begin(), cache_.end(), [&](const Entry& entry) { return entry.first == key; });
-    if (found != cache_.end()) return found->second;
-    return cache_.emplace_back(key, makeSession(key)).second;
+  detail::ServiceClient clientFor(const SessionKey& key) {
+    auto found = std::find_if(cache_.begin(), cache_.end(), [&](const Entry& entry) { return entry.key == key; });
+    if (found == cache_.end()) {
+      Configuration own = configuration(key.sessionConfigurationIdentifier);
+      auto session = makeSession(key, own.get());
+      found = cache_.insert(found, {key, std::move(session), std::move(own)});
+    }
+    return {found->session, found->configuration, isolationQueue_};
   }
 
   void invalidateAndCancel() {
     // Forgotten first, so that none is used that is closed.
-    for (const auto& [key, session] : std::exchange(cache_, {})) session->invalidateAndCancel();
+    for (const Entry& entry : std::exchange(cache_, {})) entry.session->invalidateAndCancel();
+  }
+
+  void setConfiguration(std::optional<std::string> identifier, Configuration configuration) {
+    // Made first, since nothing may fail once sessions are retired.
+    std::vector<Configured> changed = configurations_;
+    std::erase_if(changed, [&](const Configured& each) { return each.first == identifier; });
+    if (configuration) {
+      changed.emplace_back(identifier, configuration);
+      detail::setRedaction(std::move(identifier), configuration->redaction);
+    } else {
+      detail::removeRedaction(identifier);
+    }
+    replaceConfigurations(std::move(changed));
+  }
+
+  void removeConfigurations() {
+    detail::removeRedactions();
+    replaceConfigurations({});
+  }
+
+  Configuration configuration(const std::optional<std::string>& identifier) const {
+    if (const Configured* const own = entry(identifier)) return own->second;
+    const Configured* const common = entry(std::nullopt);
+    return common ? common->second : nullptr;
   }
 
   void didBecomeInvalid(const std::shared_ptr<URLSession>& session, const std::optional<platform::Error>&) override {
     const SessionKey key{session->sessionDescription(), session->configuration().waitsForConnectivity};
-    std::erase_if(cache_, [&](const Entry& entry) { return entry.first == key && entry.second == session; });
+    std::erase_if(cache_, [&](const Entry& entry) { return entry.key == key && entry.session == session; });
   }
 
-  void didReceiveChallenge(const std::shared_ptr<URLSession>&, const platform::URLAuthenticationChallenge& challenge,
+  void didReceiveChallenge(const std::shared_ptr<URLSession>& session,
+                           const platform::URLAuthenticationChallenge& challenge,
                            ChallengeCompletion completion) override {
-    auto [disposition, credential] = detail::respondToChallenge(challenge, Corvane::trustedCertificates());
+    // Where the session has anchors alone, certificate files add nothing to them.
+    const bool takesFiles = !session->configuration().tls.trustsOnlyAnchors;
+    auto [disposition, credential] = detail::respondToChallenge(
+        challenge, takesFiles ? Corvane::trustedCertificates() : std::vector<platform::URL>());
     completion(disposition, std::move(credential));
   }
 
  private:
-  using Entry = std::pair<SessionKey, std::shared_ptr<URLSession>>;
+  struct Entry {
+    SessionKey key;
+    std::shared_ptr<URLSession> session;
+    Configuration configuration;
+  };
 
-  std::shared_ptr<URLSession> makeSession(const SessionKey& key) {
-    auto configuration = URLSessionConfiguration::ephemeral();
-    configuration.waitsForConnectivity = key.waitsForConnectivity;
-    auto session = URLSession::make(configuration, shared_from_this(), isolationQueue_);
+  std::shared_ptr<URLSession> makeSession(const SessionKey& key, const HTTPClientConfiguration* found) {
+    auto session = URLSession::make(
+        detail::sessionConfiguration(found ? *found : HTTPClientConfiguration(), key.waitsForConnectivity),
+        shared_from_this(), isolationQueue_);
     session->setSessionDescription(key.sessionConfigurationIdentifier);
     return session;
   }
 
+  using Configured = std::pair<std::optional<std::string>, Configuration>;
+
+  const Configured* entry(const std::optional<std::string>& identifier) const {
+    const auto found = std::find_if(configurations_.begin(), configurations_.end(),
+                                    [&](const Configured& each) { return each.first == identifier; });
+    return found == configurations_.end() ? nullptr : &*found;
+  }
+
+  /// Retires the sessions that would be made otherwise now.
+  void replaceConfigurations(std::vector<Configured> configurations) {
+    configurations_ = std::move(configurations);
+    for (std::size_t index = cache_.size(); index-- > 0;) {
+      if (configuration(cache_[index].key.sessionConfigurationIdentifier) == cache_[index].configuration) continue;
+      const std::shared_ptr<URLSession> retired = std::move(cache_[index].session);
+      cache_.erase(cache_.begin() + static_cast<std::ptrdiff_t>(index));
+      retired->finishTasksAndInvalidate();
+    }
+  }
+
   void didRecieveMemoryWarning() {
-    for (const auto& [key, session] : std::exchange(cache_, {})) session->finishTasksAndInvalidate();
+    for (const Entry& entry : std::exchange(cache_, {})) entry.session->finishTasksAndInvalidate();
   }
 
   const DispatchQueue isolationQueue_{"org.corvane.Corvane.HTTPService.isolationQueue"};
   const DispatchMemoryPressureSource memoryPressureSource_{isolationQueue_, {MemoryPressure::warning}};
   // Few: an application asks for a handful of kinds.
   std::vector<Entry> cache_;
+  /// Without an identifier: the default.
+  std::vector<Configured> configurations_;
 };
 
 HTTPService::HTTPService() : sessions_(std::make_shared<Sessions>()) { sessions_->watchMemory(); }
@@ -90,12 +147,26 @@ HTTPService& HTTPService::shared() {
   return service;
 }
 
-std::shared_ptr<URLSession> HTTPService::urlSession(const SessionKey& key) {
-  return sessions_->onIsolationQueue([&] { return sessions_->sessionFor(key); });
+std::shared_ptr<URLSession> HTTPService::urlSession(const SessionKey& key) { return client(key).session; }
+
+detail::ServiceClient HTTPService::client(const SessionKey& key) {
+  return sessions_->onIsolationQueue([&] { return sessions_->clientFor(key); });
 }
 
 void HTTPService::invalidateAndCancel() {
   sessions_->onIsolationQueue([&] { sessions_->invalidateAndCancel(); });
+}
+
+void HTTPService::setConfiguration(std::optional<std::string> identifier, Configuration configuration) {
+  sessions_->onIsolationQueue([&] { sessions_->setConfiguration(std::move(identifier), std::move(configuration)); });
+}
+
+void HTTPService::removeConfigurations() {
+  sessions_->onIsolationQueue([&] { sessions_->removeConfigurations(); });
+}
+
+HTTPService::Configuration HTTPService::configuration(const std::optional<std::string>& identifier) {
+  return sessions_->onIsolationQueue([&] { return sessions_->configuration(identifier); });
 }
 
 void Corvane::resetSessions() { HTTPService::shared().invalidateAndCancel(); }

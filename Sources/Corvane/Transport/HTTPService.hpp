@@ -1,8 +1,11 @@
 #pragma once
 
 #include <memory>
+#include <optional>
+#include <string>
 
 #include "Corvane/Transport/SessionKey.hpp"
+#include "Platform/Dispatch/DispatchQueue.hpp"
 #include "Platform/Export.hpp"
 
 namespace platform {
@@ -11,11 +14,17 @@ class URLSession;
 
 namespace corvane {
 
-/// The process's URL sessions: one for each kind of session that requests ask for, made on first use and
-/// kept until memory gets short, `Corvane::resetSessions()`, or its own invalidation.
+struct HTTPClientConfiguration;
+
+namespace detail {
+struct ServiceClient;
+}  // namespace detail
+
+/// The URL sessions of the process: one for each `SessionKey`, created on first use and kept until memory runs short,
+/// `Corvane::resetSessions()` is called, or the session is invalidated.
 ///
-/// One serial queue guards the sessions and is the delegate queue of each, so everything that a session
-/// reports runs on it. Any thread may ask for a session.
+/// One serial queue guards the sessions and is the delegate queue of each, so that all callbacks of a session run on
+/// it. May be used on any thread.
 class CORVANE_API HTTPService {
  public:
   /// The one instance.
@@ -23,23 +32,43 @@ class CORVANE_API HTTPService {
   HTTPService(const HTTPService&) = delete;
   HTTPService& operator=(const HTTPService&) = delete;
 
-  /// The session for a request: shared with every request that has the same session configuration
-  /// identifier and the same `shouldWaitForConnectivity`.
+  /// The session for a request. It is shared with every request that has the same `sessionConfigurationIdentifier` and
+  /// the same `shouldWaitForConnectivity`.
   template <class Request>
   std::shared_ptr<platform::URLSession> urlSession(const Request& request) {
     return urlSession(detail::sessionKey(request));
   }
   std::shared_ptr<platform::URLSession> urlSession(const SessionKey& key);
+  /// The same with what the session was made for.
+  detail::ServiceClient client(const SessionKey& key);
 
-  /// Forgets every session and cancels its tasks. Returns when they have been cancelled.
+  /// Discards every session and cancels its tasks. Returns when they have been cancelled.
   void invalidateAndCancel();
 
  private:
+  friend struct HTTPClientConfiguration;
+  using Configuration = std::shared_ptr<const HTTPClientConfiguration>;
+
+  /// Absent: the default. Null removes what there is.
+  void setConfiguration(std::optional<std::string> identifier, Configuration configuration);
+  void removeConfigurations();
+  /// What sessions for that identifier are made with; null: nothing was set.
+  Configuration configuration(const std::optional<std::string>& identifier);
+
   HTTPService();
   ~HTTPService();
 
   class Sessions;
   const std::shared_ptr<Sessions> sessions_;
+};
+
+/// What a request is sent with.
+struct detail::ServiceClient {
+  std::shared_ptr<platform::URLSession> session;
+  /// Null: there is none.
+  std::shared_ptr<const HTTPClientConfiguration> configuration;
+  /// That of all sessions.
+  platform::DispatchQueue queue;
 };
 
 }  // namespace corvane

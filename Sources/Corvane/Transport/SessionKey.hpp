@@ -8,7 +8,7 @@
 
 namespace corvane {
 
-/// What requests must agree in to share a session.
+/// The properties that requests must have in common to share a session.
 struct SessionKey {
   /// The request's `sessionConfigurationIdentifier`.
   std::optional<std::string> sessionConfigurationIdentifier;

@@ -20,8 +20,7 @@ struct TaskManager::Table {
   platform::DispatchQueue isolationQueue{"org.corvane.Corvane.TaskManager.isolationQueue"};
   /// What cancels each task.
   std::unordered_map<UUID, Block> tasks;
-  /// In the order in which they came: a retrying send within another must not hear of a cancellation first.
-  std::unordered_map<UUID, std::vector<std::shared_ptr<Block>>> handlers;
+  std::unordered_map<UUID, std::vector<std::stop_source>> sends;
 };
 
 TaskManager::TaskManager() : table_(std::make_unique<Table>()) {}
@@ -49,27 +48,27 @@ void TaskManager::removeTask(UUID uuid) {
 
 void TaskManager::cancelTask(UUID uuid) {
   table_->isolationQueue.async([table = table_.get(), uuid] {
-    // The handlers first: they know of it when the task ends.
-    if (const auto entry = table->handlers.find(uuid); entry != table->handlers.end()) {
-      for (const auto& handler : entry->second) (*handler)();
+    // First: they are to know of it when the task ends.
+    if (const auto entry = table->sends.find(uuid); entry != table->sends.end()) {
+      for (auto& stop : entry->second) stop.request_stop();
     }
     if (auto entry = table->tasks.extract(uuid)) entry.mapped()();
   });
 }
 
-void TaskManager::addCancellationHandler(std::shared_ptr<Block> handler, UUID uuid) {
-  table_->isolationQueue.async([table = table_.get(), uuid, handler = std::move(handler)]() mutable {
-    table->handlers[uuid].push_back(std::move(handler));
+void TaskManager::insertSend(std::stop_source stop, UUID uuid) {
+  table_->isolationQueue.async([table = table_.get(), uuid, stop = std::move(stop)]() mutable {
+    table->sends[uuid].push_back(std::move(stop));
   });
 }
 
-void TaskManager::removeCancellationHandler(std::shared_ptr<Block> handler, UUID uuid) {
-  requiringMemory("the register of tasks cannot forget a handler", [&] {
-    table_->isolationQueue.async([table = table_.get(), uuid, handler = std::move(handler)] {
-      const auto entry = table->handlers.find(uuid);
-      if (entry == table->handlers.end()) return;
-      std::erase(entry->second, handler);
-      if (entry->second.empty()) table->handlers.erase(entry);
+void TaskManager::removeSend(std::stop_source stop, UUID uuid) {
+  requiringMemory("the register of tasks cannot forget a send", [&] {
+    table_->isolationQueue.async([table = table_.get(), uuid, stop = std::move(stop)] {
+      const auto entry = table->sends.find(uuid);
+      if (entry == table->sends.end()) return;
+      std::erase(entry->second, stop);
+      if (entry->second.empty()) table->sends.erase(entry);
     });
   });
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <stop_token>
 
 #include "Platform/Dispatch/UniqueFunction.hpp"
 #include "Platform/Export.hpp"
@@ -12,10 +13,11 @@ class URLSessionTask;
 
 namespace corvane {
 
-/// The process's register of tasks under way, by the UUID of the request that each serves. It lets a request
-/// be cancelled after it was sent.
+/// The register of the process's tasks under way, by the UUID of their requests. It makes it possible to cancel a
+/// request after it was sent.
 ///
-/// Every operation returns at once; its effect happens on one serial queue, in the order of the calls. Any thread.
+/// Every operation returns at once; it takes effect on one serial queue, in the order of the calls. May be used on any
+/// thread.
 class CORVANE_API TaskManager {
  public:
   /// The one instance.
@@ -23,20 +25,20 @@ class CORVANE_API TaskManager {
   TaskManager(const TaskManager&) = delete;
   TaskManager& operator=(const TaskManager&) = delete;
 
-  /// Registers a task; one that is registered under the same UUID is forgotten, not cancelled.
+  /// Registers a task. A task that is registered under the same UUID is unregistered, not cancelled.
   void insert(std::shared_ptr<platform::URLSessionTask> task, platform::UUID uuid);
-  /// The same for work that is no task: `cancel` is called, on the manager's queue, in place of cancelling one.
+  /// The same for work other than a task: `cancel` is called, on the manager's queue, to cancel the work.
   void insert(platform::Block cancel, platform::UUID uuid);
-  /// Forgets the task, if there is one. It keeps running.
+  /// Unregisters the task, if there is one. The task keeps running.
   void removeTask(platform::UUID uuid);
-  /// Calls the handlers; then forgets the task and cancels it, if there is one.
+  /// Requests the stop of the sends; then forgets the task and cancels it, if there is one.
   void cancelTask(platform::UUID uuid);
 
-  /// From now on the handler is called for each cancellation of the UUID, on the manager's queue, whether there is a
-  /// task then or not; for work that goes on between tasks.
-  void addCancellationHandler(std::shared_ptr<platform::Block> handler, platform::UUID uuid);
-  /// From now on that handler is not called any more.
-  void removeCancellationHandler(std::shared_ptr<platform::Block> handler, platform::UUID uuid);
+  /// Registers a send that goes on between tasks, as one that retries: `cancelTask` requests its stop, on the manager's
+  /// queue. Any number of them may share a UUID, beside a task.
+  void insertSend(std::stop_source stop, platform::UUID uuid);
+  /// Forgets that one.
+  void removeSend(std::stop_source stop, platform::UUID uuid);
 
  private:
   TaskManager();

@@ -98,7 +98,7 @@ class Operation final : public Outcome<Value>, public detail::ContextGate::Slot 
   Operation(std::shared_ptr<detail::ContextGate> gate, typename Of::Owner waiting)
       : gate_(std::move(gate)), waiting_(std::move(waiting)) {}
 
-  const SendCancellation& cancellation() const { return cancellation_; }
+  const std::stop_source& stop() const { return stop_; }
 
   void complete(std::exception_ptr error, Value value) override {
     gate_->takeOut(*this, [&] {
@@ -112,17 +112,17 @@ class Operation final : public Outcome<Value>, public detail::ContextGate::Slot 
   }
   /// The context has ended, and with it the handler: the response is not needed any more.
   void shutdown() override {
-    cancellation_.cancel();
+    stop_.request_stop();
     waiting_.reset();
   }
 
  private:
   const std::shared_ptr<detail::ContextGate> gate_;
-  const SendCancellation cancellation_;
+  std::stop_source stop_;
   typename Of::Owner waiting_;
 };
 
-/// Starts an operation: the starter gets the outcome that it has to complete.
+/// Starts an operation: the starter gets the outcome that it has to complete, and the stop that it has to heed.
 template <class Value, class Handler, class Fallback, class Starter>
 void begin(Handler handler, const Fallback& fallback, const Starter& starter) {
   const auto executor = CORVANE_ASIO::get_associated_executor(handler, fallback);
@@ -134,15 +134,14 @@ void begin(Handler handler, const Fallback& fallback, const Starter& starter) {
   const auto operation = std::make_shared<Of>(gate, Of::Of::make(std::move(handler), executor));
   if (slot.is_connected()) {
     using Type = CORVANE_ASIO::cancellation_type;
-    slot.assign([cancellation = operation->cancellation()](Type type) {
+    slot.assign([stop = operation->stop()](Type type) mutable {
       // Not for `total`: the server may have acted on what was sent.
-      if ((type & (Type::terminal | Type::partial)) != Type::none) cancellation.cancel();
+      if ((type & (Type::terminal | Type::partial)) != Type::none) stop.request_stop();
     });
   }
   if (!gate->admit(operation)) return;
-  const SendCancellation::Scope scope(operation->cancellation());
   try {
-    starter(std::shared_ptr<Outcome<Value>>(operation));
+    starter(std::shared_ptr<Outcome<Value>>(operation), operation->stop().get_token());
   } catch (...) {
     // What was started already may know the operation for longer than the context lives.
     if (gate->takeOut(*operation, [] {})) operation->shutdown();

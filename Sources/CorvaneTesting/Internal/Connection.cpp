@@ -9,7 +9,7 @@
 #include "CorvaneTesting/Internal/TlsStream.hpp"
 #include "Platform/Foundation/Detail/ASCII.hpp"
 
-namespace corvane::testing::detail {
+namespace corvane::testkit::detail {
 
 using platform::detail::equalsIgnoringCase;
 using platform::detail::MutexLock;
@@ -307,4 +307,4 @@ void Connection::closeSocket() {
   stream_->close();
 }
 
-}  // namespace corvane::testing::detail
+}  // namespace corvane::testkit::detail

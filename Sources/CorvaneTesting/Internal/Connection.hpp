@@ -14,7 +14,7 @@
 #include "CorvaneTesting/Internal/Stream.hpp"
 #include "Platform/Detail/Locking.hpp"
 
-namespace corvane::testing::detail {
+namespace corvane::testkit::detail {
 
 class TlsContext;
 
@@ -80,4 +80,4 @@ class Connection {
   std::thread thread_;
 };
 
-}  // namespace corvane::testing::detail
+}  // namespace corvane::testkit::detail

@@ -4,7 +4,7 @@
 
 #include <utility>
 
-namespace corvane::testing::detail {
+namespace corvane::testkit::detail {
 
 /// Owns one file descriptor.
 class Descriptor {
@@ -30,4 +30,4 @@ class Descriptor {
   int value_;
 };
 
-}  // namespace corvane::testing::detail
+}  // namespace corvane::testkit::detail

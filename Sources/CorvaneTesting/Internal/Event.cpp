@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <system_error>
 
-namespace corvane::testing::detail {
+namespace corvane::testkit::detail {
 
 Event::Event() : descriptor_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
   if (!descriptor_.isOpen()) throw std::system_error(errno, std::generic_category(), "cannot make an event");
@@ -20,4 +20,4 @@ void Event::raise() {
   }
 }
 
-}  // namespace corvane::testing::detail
+}  // namespace corvane::testkit::detail

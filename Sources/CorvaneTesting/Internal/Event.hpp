@@ -4,7 +4,7 @@
 
 #include "CorvaneTesting/Internal/Descriptor.hpp"
 
-namespace corvane::testing::detail {
+namespace corvane::testkit::detail {
 
 /// Something that happens once and that any number of `poll` calls can wait for.
 class Event {
@@ -20,4 +20,4 @@ class Event {
   std::atomic<bool> raised_ = false;
 };
 
-}  // namespace corvane::testing::detail
+}  // namespace corvane::testkit::detail

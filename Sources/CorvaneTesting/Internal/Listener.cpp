@@ -13,7 +13,7 @@
 #include "CorvaneTesting/Internal/ListeningSocket.hpp"
 #include "Platform/Dispatch/Internal/Thread.hpp"
 
-namespace corvane::testing::detail {
+namespace corvane::testkit::detail {
 
 namespace {
 
@@ -104,4 +104,4 @@ void Listener::forgetFinished() {
   connections_.remove_if([](const auto& connection) { return connection->isFinished(); });
 }
 
-}  // namespace corvane::testing::detail
+}  // namespace corvane::testkit::detail

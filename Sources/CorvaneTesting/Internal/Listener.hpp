@@ -11,7 +11,7 @@
 #include "CorvaneTesting/Internal/Connection.hpp"
 #include "Platform/Detail/Locking.hpp"
 
-namespace corvane::testing::detail {
+namespace corvane::testkit::detail {
 
 /// Accepts connections on one port of one or more addresses, and owns them.
 class Listener {
@@ -39,4 +39,4 @@ class Listener {
   std::thread thread_;
 };
 
-}  // namespace corvane::testing::detail
+}  // namespace corvane::testkit::detail

@@ -8,7 +8,7 @@
 #include <stdexcept>
 #include <system_error>
 
-namespace corvane::testing::detail {
+namespace corvane::testkit::detail {
 
 namespace {
 
@@ -67,4 +67,4 @@ std::uint16_t portOf(const Descriptor& socket) {
                     : reinterpret_cast<sockaddr_in*>(&address.storage)->sin_port);
 }
 
-}  // namespace corvane::testing::detail
+}  // namespace corvane::testkit::detail

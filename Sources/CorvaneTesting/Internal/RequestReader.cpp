@@ -5,7 +5,7 @@
 #include "CorvaneTesting/Internal/Text.hpp"
 #include "Platform/Foundation/Detail/ASCII.hpp"
 
-namespace corvane::testing::detail {
+namespace corvane::testkit::detail {
 
 using platform::detail::equalsIgnoringCase;
 
@@ -170,4 +170,4 @@ std::string RequestReader::take(std::size_t most) {
   return bytes;
 }
 
-}  // namespace corvane::testing::detail
+}  // namespace corvane::testkit::detail

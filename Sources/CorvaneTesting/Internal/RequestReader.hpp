@@ -8,7 +8,7 @@
 #include "CorvaneTesting/Internal/Stream.hpp"
 #include "CorvaneTesting/ReceivedRequest.hpp"
 
-namespace corvane::testing::detail {
+namespace corvane::testkit::detail {
 
 /// The client sent something that is no HTTP/1.1 request.
 struct BadRequest : std::runtime_error {
@@ -49,4 +49,4 @@ class RequestReader {
   std::uint64_t remaining_ = 0;
 };
 
-}  // namespace corvane::testing::detail
+}  // namespace corvane::testkit::detail

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-namespace corvane::testing::detail {
+namespace corvane::testkit::detail {
 
 using platform::detail::MutexLock;
 
@@ -150,4 +150,4 @@ bool RequestRecorder::waitUntil(const std::function<bool()>& predicate, Millisec
   }
 }
 
-}  // namespace corvane::testing::detail
+}  // namespace corvane::testkit::detail

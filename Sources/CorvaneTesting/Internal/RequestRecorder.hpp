@@ -13,7 +13,7 @@
 #include "CorvaneTesting/ReceivedRequest.hpp"
 #include "Platform/Detail/Locking.hpp"
 
-namespace corvane::testing::detail {
+namespace corvane::testkit::detail {
 
 /// Everything that happened at a server, and the place to wait for it. All members may be called from any thread.
 class RequestRecorder {
@@ -84,4 +84,4 @@ class Standstill {
   RequestRecorder& recorder_;
 };
 
-}  // namespace corvane::testing::detail
+}  // namespace corvane::testkit::detail

@@ -5,7 +5,7 @@
 
 #include "CorvaneTesting/Internal/ResponseScript.hpp"
 
-namespace corvane::testing::detail {
+namespace corvane::testkit::detail {
 
 using platform::detail::MutexLock;
 
@@ -92,4 +92,4 @@ std::optional<MockResponse> ResponseQueue::take(const ReceivedRequest& request) 
   return handler(request);
 }
 
-}  // namespace corvane::testing::detail
+}  // namespace corvane::testkit::detail

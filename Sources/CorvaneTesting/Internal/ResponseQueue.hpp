@@ -10,7 +10,7 @@
 #include "CorvaneTesting/ReceivedRequest.hpp"
 #include "Platform/Detail/Locking.hpp"
 
-namespace corvane::testing::detail {
+namespace corvane::testkit::detail {
 
 /// The responses a test has scripted: routes, then the queue, then the catch-all.
 class ResponseQueue {
@@ -47,4 +47,4 @@ class ResponseQueue {
   Handler catchAll_ CORVANE_GUARDED_BY(mutex_);
 };
 
-}  // namespace corvane::testing::detail
+}  // namespace corvane::testkit::detail

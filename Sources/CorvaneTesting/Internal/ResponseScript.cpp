@@ -7,7 +7,7 @@
 #include "CorvaneTesting/Internal/Text.hpp"
 #include "Platform/Foundation/Detail/ASCII.hpp"
 
-namespace corvane::testing::detail {
+namespace corvane::testkit::detail {
 
 using platform::detail::equalsIgnoringCase;
 
@@ -246,4 +246,4 @@ std::vector<ScriptWriter::Cut> ScriptWriter::cutsOf(Moment inside, std::uint64_t
   return cuts;
 }
 
-}  // namespace corvane::testing::detail
+}  // namespace corvane::testkit::detail

@@ -10,7 +10,7 @@
 
 #include "CorvaneTesting/MockResponse.hpp"
 
-namespace corvane::testing::detail {
+namespace corvane::testkit::detail {
 
 struct SendBytes {
   std::string bytes;
@@ -89,4 +89,4 @@ class ScriptWriter {
   std::vector<Step> steps_;
 };
 
-}  // namespace corvane::testing::detail
+}  // namespace corvane::testkit::detail

@@ -6,7 +6,7 @@
 #include <cerrno>
 #include <cstdint>
 
-namespace corvane::testing::detail {
+namespace corvane::testkit::detail {
 
 namespace {
 
@@ -48,4 +48,4 @@ BIO* makeSocketBio(int socket) {
   return bio;
 }
 
-}  // namespace corvane::testing::detail
+}  // namespace corvane::testkit::detail

@@ -10,7 +10,7 @@
 #include <cerrno>
 #include <utility>
 
-namespace corvane::testing::detail {
+namespace corvane::testkit::detail {
 
 namespace {
 
@@ -126,4 +126,4 @@ std::string Stream::localAddress() const {
   return text;
 }
 
-}  // namespace corvane::testing::detail
+}  // namespace corvane::testkit::detail

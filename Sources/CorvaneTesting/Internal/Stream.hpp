@@ -9,7 +9,7 @@
 #include "CorvaneTesting/Internal/Descriptor.hpp"
 #include "CorvaneTesting/Internal/Event.hpp"
 
-namespace corvane::testing::detail {
+namespace corvane::testkit::detail {
 
 /// Thrown to leave a connection's code from any depth: the client has gone, or the server stops.
 struct ConnectionOver {};
@@ -62,4 +62,4 @@ class Stream {
   const Event& stop_;
 };
 
-}  // namespace corvane::testing::detail
+}  // namespace corvane::testkit::detail

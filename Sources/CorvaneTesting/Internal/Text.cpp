@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <charconv>
 
-namespace corvane::testing::detail {
+namespace corvane::testkit::detail {
 
 namespace {
 
@@ -81,4 +81,4 @@ std::string jsonString(std::string_view text) {
   return result + "\"";
 }
 
-}  // namespace corvane::testing::detail
+}  // namespace corvane::testkit::detail

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace corvane::testing::detail {
+namespace corvane::testkit::detail {
 
 std::string_view trimmed(std::string_view text);
 std::string hexadecimal(std::uint64_t value);
@@ -15,4 +15,4 @@ std::string percentDecoded(std::string_view text);
 /// The text as a JSON string, quotes included. Bytes that are not UTF-8 become U+FFFD.
 std::string jsonString(std::string_view text);
 
-}  // namespace corvane::testing::detail
+}  // namespace corvane::testkit::detail

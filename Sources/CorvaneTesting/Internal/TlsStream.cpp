@@ -11,7 +11,7 @@
 
 #include "CorvaneTesting/Internal/SocketBio.hpp"
 
-namespace corvane::testing::detail {
+namespace corvane::testkit::detail {
 
 namespace {
 
@@ -50,6 +50,22 @@ void useKey(SSL_CTX* context, const std::string& pem) {
   if (!key || SSL_CTX_use_PrivateKey(context, key.get()) != 1) refuse("cannot use the server's private key");
 }
 
+void demandClientCertificate(SSL_CTX* context, const std::string& pem) {
+  const Bio source = reading(pem);
+  while (X509* authority = PEM_read_bio_X509(source.get(), nullptr, nullptr, nullptr)) {
+    const X509Pointer held(authority, X509_free);
+    if (X509_STORE_add_cert(SSL_CTX_get_cert_store(context), authority) != 1 ||
+        SSL_CTX_add_client_CA(context, authority) != 1) {
+      refuse("cannot use the authority of clients");
+    }
+  }
+  ERR_clear_error();
+  // A server that asks for certificates resumes only sessions that it names as its own.
+  static constexpr unsigned char name[] = "corvane";
+  SSL_CTX_set_session_id_context(context, name, sizeof name - 1);
+  SSL_CTX_set_verify(context, SSL_VERIFY_PEER | SSL_VERIFY_FAIL_IF_NO_PEER_CERT, nullptr);
+}
+
 int chooseProtocol(SSL*, const unsigned char** chosen, unsigned char* chosenLength, const unsigned char* offered,
                    unsigned int offeredLength, void*) {
   static constexpr unsigned char http1[] = "\x08http/1.1";
@@ -78,6 +94,7 @@ TlsContext::TlsContext(const Tls& settings)
   }
   useChain(handle_.get(), settings.certificateChain);
   useKey(handle_.get(), settings.key);
+  if (!settings.clientAuthorities.empty()) demandClientCertificate(handle_.get(), settings.clientAuthorities);
 }
 
 TlsStream::TlsStream(Descriptor descriptor, const Event& stop, std::shared_ptr<TlsContext> context)
@@ -170,4 +187,4 @@ void TlsStream::sayGoodbye() {
   ERR_clear_error();
 }
 
-}  // namespace corvane::testing::detail
+}  // namespace corvane::testkit::detail

@@ -11,7 +11,7 @@
 struct ssl_st;
 struct ssl_ctx_st;
 
-namespace corvane::testing::detail {
+namespace corvane::testkit::detail {
 
 /// What the TLS connections of one server share.
 class TlsContext {
@@ -68,4 +68,4 @@ class TlsStream final : public Stream {
   bool isBroken_ = false;
 };
 
-}  // namespace corvane::testing::detail
+}  // namespace corvane::testkit::detail

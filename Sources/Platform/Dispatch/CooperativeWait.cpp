@@ -11,7 +11,7 @@ std::atomic<Driver*> Driver::shared = nullptr;
 bool CooperativeWait::wait(Seconds limit) {
   if (isDone()) return true;
   detail::ForkGuard::requireThreads();
-  const detail::Deadline deadline(limit);
+  const detail::WaitDeadline deadline(limit);
   if (auto* const driver = Driver::shared.load(std::memory_order_acquire)) {
     // From here on `signal` interrupts the driver; had it come before, the driver would sleep unaware.
     if ((state_.fetch_or(driving, std::memory_order_acq_rel) & done) != 0) return true;

@@ -15,28 +15,28 @@ namespace detail {
 class LocalQueues;
 }
 
-/// Something that makes progress only when a thread drives it, such as the network loop. A thread that
-/// would otherwise sleep may drive it: that saves the hand-over to another thread and back.
+/// Something that makes progress only when a thread drives it, such as the network loop. A thread that would otherwise
+/// sleep may drive it: this saves two switches between threads.
 class CORVANE_API Driver {
  public:
   virtual ~Driver() = default;
-  /// Drives until `wait` is done or `limit` (a finite time) has passed; returns early, with false, when a
-  /// thread drives already (this one included) or there is nothing to drive. Must run, before it blocks
-  /// again, the work that its own progress put on queues (see `InlineDrain`).
+  /// Drives until `wait` is done or `limit` (a finite time) has passed. Returns early, with false, when a thread drives
+  /// already (this one included) or there is nothing to drive. Must run, before it blocks again, the work that its own
+  /// progress put on queues (see `InlineDrain`).
   virtual bool drive(CooperativeWait& wait, Seconds limit) = 0;
-  /// Makes a `drive` under way look at its wait again, also one that is only about to block. Any thread.
+  /// Makes a running `drive` check its wait again, even if it is only about to block. Any thread.
   virtual void interrupt() = 0;
 
-  /// The process's driver; null until there is one. Set once, never destroyed.
+  /// The driver of the process; null until it exists. Set once, never destroyed.
   static std::atomic<Driver*> shared;
 };
 
-/// One thread waits until another (or itself, by driving) calls `signal`. The waiting thread may destroy
-/// the object as soon as its wait is over, while `signal` is still returning on another thread.
+/// A wait of one thread, until another thread (or the same one, while it drives) calls `signal`. The waiting thread may
+/// destroy the object as soon as its wait is over, even while `signal` is still returning on another thread.
 class CORVANE_API CooperativeWait {
  public:
   CooperativeWait() = default;
-  /// `willWaitAgain`: the thread waits again as soon as it has done what it is woken for, as a worker does.
+  /// `willWaitAgain`: the thread waits again as soon as it has done its work, as a pool worker does.
   explicit CooperativeWait(bool willWaitAgain) : willWaitAgain_(willWaitAgain) {}
   CooperativeWait(const CooperativeWait&) = delete;
   CooperativeWait& operator=(const CooperativeWait&) = delete;
@@ -62,29 +62,30 @@ class CORVANE_API CooperativeWait {
   const bool willWaitAgain_ = false;
 };
 
-/// Collects, while it lives on a thread, the serial queues that get work from this thread and would need a
-/// pool worker; `run` drains them here, and what is left at destruction goes to the pool. Collecting rests
-/// while `run` executes blocks, so work that those blocks submit goes where it always goes and a block may
-/// wait for it. At most one per thread (traps).
+/// While it exists, collects the serial queues that get work from this thread and would need a pool worker. `run`
+/// drains them on this thread; the rest goes to the pool at destruction. Collecting pauses while `run` executes blocks,
+/// so that work submitted by those blocks goes to the pool as usual and a block may wait for it. At most one per
+/// thread; a second one traps.
 ///
-/// Only queues for which `allow` was called are collected. Their blocks may run on a thread that waits
-/// inside someone else's code, with that code's locks held and inside its queues, so they must not wait for
-/// either; an application's own queue can promise nothing of the kind.
+/// Only queues for which `allow` was called are collected. Their blocks may run on a thread that waits inside other
+/// code, with locks of that code held and inside its queues, so they must wait for neither. An application's own queue
+/// cannot guarantee this.
 class CORVANE_API InlineDrain {
  public:
-  /// Collects from now on, for the calling thread.
+  /// Starts collecting, for the calling thread.
   InlineDrain();
   ~InlineDrain();
   InlineDrain(const InlineDrain&) = delete;
   InlineDrain& operator=(const InlineDrain&) = delete;
 
-  /// Lets a serial queue be drained by a waiting thread. Traps for the main, the global and an executor's queue.
+  /// Allows a waiting thread to drain this serial queue. Traps for the main queue, the global queue and an executor's
+  /// queue.
   static void allow(const DispatchQueue& queue);
 
-  /// Drains the collected queues; returns whether there were any.
+  /// Drains the collected queues. Returns whether there were any.
   bool run();
-  /// Hands what is collected to the pool. Waiting for a queue, a group, a semaphore or a `CooperativeWait`
-  /// does so by itself.
+  /// Passes the collected queues to the pool. Waiting for a queue, a group, a semaphore or a `CooperativeWait` calls it
+  /// automatically.
   void flush();
 
  private:

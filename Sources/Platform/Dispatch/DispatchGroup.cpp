@@ -4,8 +4,8 @@
 
 #include "Platform/Detail/Locking.hpp"
 #include "Platform/Detail/RequiredMemory.hpp"
-#include "Platform/Dispatch/Internal/Deadline.hpp"
 #include "Platform/Dispatch/Internal/LocalQueues.hpp"
+#include "Platform/Dispatch/Internal/WaitDeadline.hpp"
 #include "Platform/Trap.hpp"
 
 namespace platform {
@@ -69,7 +69,7 @@ bool DispatchGroup::wait(Seconds timeout) const {
   lock.unlock();
   detail::LocalQueues::flushCurrent();
   lock.lock();
-  return detail::waitUntil(state.emptied, state.mutex, detail::Deadline(timeout),
+  return detail::waitUntil(state.emptied, state.mutex, detail::WaitDeadline(timeout),
                            [&]() CORVANE_REQUIRES(state.mutex) { return state.rounds != round; });
 }
 

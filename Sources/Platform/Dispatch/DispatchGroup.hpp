@@ -7,19 +7,19 @@
 
 namespace platform {
 
-/// Counts work under way and tells when all of it is done. Copies name the same group.
+/// Counts pieces of work under way and reports when all are done. Copies refer to the same group.
 class CORVANE_API DispatchGroup {
  public:
   /// A group with a count of 0.
   DispatchGroup();
-  /// Counts one more piece of work; each needs its `leave`.
+  /// Counts one more piece of work; each `enter` needs a `leave`.
   void enter() const;
   /// Traps when there is no matching `enter`.
   void leave() const;
-  /// Runs the block on the queue once the count is zero; at once (asynchronously) when it is zero now.
+  /// Submits the block to the queue when the count reaches zero, or now if it is zero. It runs once.
   void notify(const DispatchQueue& queue, Block block) const;
   void wait() const;
-  /// False when the time-out passed first.
+  /// Blocks until the count is zero. False when the time-out passed first.
   bool wait(Seconds timeout) const;
 
  private:

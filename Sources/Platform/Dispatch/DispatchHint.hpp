@@ -6,8 +6,8 @@
 
 namespace platform {
 
-/// Who is told, in one sentence, that queues are probably used in a wrong way, as when nobody drains the main queue.
-/// Called on any thread. Null, as at first: the hint is written to standard error.
+/// Sets the function that receives hints about a probable misuse of queues, one sentence each, for example that no
+/// thread drains the main queue. It is called on any thread. Null, the default: hints are written to standard error.
 CORVANE_API void setDispatchHintHandler(void (*handler)(std::string_view hint));
 
 namespace detail {

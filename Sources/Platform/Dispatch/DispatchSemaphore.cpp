@@ -1,8 +1,8 @@
 #include "Platform/Dispatch/DispatchSemaphore.hpp"
 
 #include "Platform/Detail/Locking.hpp"
-#include "Platform/Dispatch/Internal/Deadline.hpp"
 #include "Platform/Dispatch/Internal/LocalQueues.hpp"
+#include "Platform/Dispatch/Internal/WaitDeadline.hpp"
 #include "Platform/Trap.hpp"
 
 namespace platform {
@@ -36,7 +36,7 @@ bool DispatchSemaphore::wait(Seconds timeout) const {
     lock.unlock();
     detail::LocalQueues::flushCurrent();
     lock.lock();
-    if (!detail::waitUntil(state.raised, state.mutex, detail::Deadline(timeout),
+    if (!detail::waitUntil(state.raised, state.mutex, detail::WaitDeadline(timeout),
                            [&]() CORVANE_REQUIRES(state.mutex) { return state.value > 0; }))
       return false;
   }

@@ -7,15 +7,15 @@
 
 namespace platform {
 
-/// A counting semaphore. Copies name the same semaphore.
+/// A counting semaphore. Copies refer to the same semaphore.
 class CORVANE_API DispatchSemaphore {
  public:
-  /// Traps when `value` is negative.
+  /// A semaphore with this count. Traps when `value` is negative.
   explicit DispatchSemaphore(long value);
-  /// Adds one to the count, and so lets one waiter go.
+  /// Increments the count, and thus releases one waiter.
   void signal() const;
   void wait() const;
-  /// False when the time-out passed first.
+  /// Blocks until the count is above zero, and decrements it. False when the time-out passed first.
   bool wait(Seconds timeout) const;
 
  private:

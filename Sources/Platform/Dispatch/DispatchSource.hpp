@@ -9,31 +9,32 @@
 
 namespace platform {
 
-/// Calls a handler on a queue at set times. Made suspended; `resume` (or `activate`) starts it. Copies name
-/// the same timer; the timer ends when it is cancelled or its last handle is gone.
+/// Calls a handler on a queue at scheduled times. A new timer is suspended; `resume` (or `activate`) starts it. Copies
+/// refer to the same timer; the timer ends when it is cancelled or its last handle is gone.
 ///
-/// Ticks that come due while the timer is suspended, while the queue is busy or while the handler runs are
-/// merged into one, which comes as soon as it can; the ticks after it keep the original beat.
+/// Ticks that become due while the timer is suspended, while the queue is busy or while the handler runs are merged
+/// into one, which comes as soon as possible; later ticks keep the original schedule.
 ///
-/// No handler starts after `cancel()` or `suspend()` returned when they are called on the timer's own queue;
-/// called elsewhere, a handler that was already under way finishes. All functions may be called from any
-/// thread. A handler that captures the timer itself keeps it alive until `cancel`.
+/// When `cancel()` or `suspend()` is called on the timer's own queue, no handler starts after it has returned. When it
+/// is called elsewhere, a handler that is under way finishes. All functions may be called from any thread. A handler
+/// that captures the timer itself keeps it alive until `cancel`.
 class CORVANE_API DispatchTimer {
  public:
-  /// A timer that calls its handler on this queue. It is suspended.
+  /// A suspended timer that calls its handler on this queue.
   explicit DispatchTimer(DispatchQueue queue);
-  /// Called on the queue for each tick, one call at a time. Replaces the handler before it.
+  /// Sets the handler, which is called on the queue for each tick, one call at a time. Replaces the previous handler.
   void setEventHandler(UniqueFunction<void()> handler) const;
-  /// Called once, on the queue, after `cancel`; not when the last handle goes without it.
+  /// Sets a handler that is called once, on the queue, after `cancel`; not when the last handle goes without `cancel`.
   void setCancelHandler(UniqueFunction<void()> handler) const;
-  /// First after `delay`, then every `interval` (absent: once; at least a millisecond). The leeway says how
-  /// much later than due a tick may come, so that timers can share a wake-up. Replaces the schedule before it.
+  /// Schedules the first tick after `delay`, then one every `repeating` (at least a millisecond; absent: a single
+  /// tick). The leeway is how much later than due a tick may come, so that timers can share a wake-up; default: 0.
+  /// Replaces the previous schedule.
   void schedule(Seconds delay, std::optional<Seconds> repeating = std::nullopt, Seconds leeway = 0) const;
   /// The same as `resume`.
   void activate() const { resume(); }
-  /// Lets ticks come, however often the timer was suspended.
+  /// Starts or continues the timer, however often it was suspended.
   void resume() const;
-  /// Holds ticks back until `resume`.
+  /// Delays ticks until `resume`.
   void suspend() const;
   /// Ends the timer for good.
   void cancel() const;
@@ -45,31 +46,32 @@ class CORVANE_API DispatchTimer {
   std::shared_ptr<State> state_;
 };
 
-/// What the system (or the host application) says about memory.
+/// The state of memory, as the system or the host application reports it.
 enum class MemoryPressure { normal, warning, critical };
 
-/// Calls a handler on a queue when memory gets short, and when it is plentiful again.
+/// Calls a handler on a queue when memory runs short, and when the shortage is over.
 ///
-/// Fed by `notify`, for hosts that learn of pressure by other means, and by the kernel's pressure-stall information
-/// (Linux: /proc/pressure/memory, Documentation/accounting/psi.rst): *warning* when some tasks waited for
-/// memory for 15 % of a second, *critical* when all did for 10 % (both again every second while it lasts),
-/// *normal* when neither happened for ten seconds afterwards. Where the kernel offers none (built without it, or closed
-/// to this user or container) only `notify` is left; nothing is reported then. The kernel is watched from the first
-/// `activate` on.
+/// Events come from the kernel's pressure-stall information (Linux: /proc/pressure/memory,
+/// Documentation/accounting/psi.rst): *warning* when some tasks waited for memory for 15 % of a second, *critical* when
+/// all tasks did for 10 % (both again every second while the pressure lasts), *normal* when neither has happened for
+/// ten seconds. The kernel is watched from the first `activate` on. Events also come from `notify`, for hosts that
+/// learn of pressure by other means. Where the kernel offers no such information (built without it, or closed to this
+/// user or container), only `notify` causes events; this is not reported.
 ///
-/// Made inactive; copies name the same source, which ends when it is cancelled or its last handle is gone.
+/// A new source is inactive. Copies refer to the same source, which ends when it is cancelled or its last handle is
+/// gone.
 class CORVANE_API DispatchMemoryPressureSource {
  public:
-  /// A source that tells its handler of these events, on this queue. It is inactive.
+  /// An inactive source that calls its handler for these events, on this queue.
   DispatchMemoryPressureSource(DispatchQueue queue, std::initializer_list<MemoryPressure> events);
-  /// Called on the queue, once for each of the wanted events.
+  /// Sets the handler, which is called on the queue, once for each of the wanted events.
   void setEventHandler(UniqueFunction<void(MemoryPressure)> handler) const;
-  /// Lets events come.
+  /// Starts the source.
   void activate() const;
-  /// No handler starts afterwards, when called on the source's own queue.
+  /// Ends the source. When it is called on the source's own queue, no handler starts afterwards.
   void cancel() const;
 
-  /// Tells every active source of the process; for host applications (an operating-system callback, a
+  /// Notifies every active source of the process. For host applications (a callback of the operating system, a
   /// container limit) and tests.
   static void notify(MemoryPressure pressure);
 

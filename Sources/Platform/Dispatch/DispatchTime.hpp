@@ -9,7 +9,7 @@ namespace platform {
 class Seconds {
  public:
   constexpr Seconds() noexcept = default;
-  /// So many seconds.
+  /// This number of seconds.
   constexpr Seconds(double count) noexcept : count_(count) {}  // NOLINT(google-explicit-constructor)
   template <class Duration>
     requires requires(const Duration& duration) {
@@ -17,12 +17,12 @@ class Seconds {
       Duration::period::num;
       Duration::period::den;
     }
-  /// A `std::chrono` duration, or a type like one.
+  /// A `std::chrono` duration, or a type with the same members.
   constexpr Seconds(const Duration& duration) noexcept  // NOLINT(google-explicit-constructor)
       : count_(static_cast<double>(duration.count()) * static_cast<double>(Duration::period::num) /
                static_cast<double>(Duration::period::den)) {}
 
-  /// Longer than anything: no limit where a limit is asked for.
+  /// An infinite interval: no limit.
   static constexpr Seconds unlimited() noexcept { return __builtin_huge_val(); }
 
   /// The number of seconds.
@@ -33,12 +33,12 @@ class Seconds {
     count_ += other.count_;
     return *this;
   }
-  /// Takes from this value.
+  /// Subtracts from this value.
   constexpr Seconds& operator-=(Seconds other) noexcept {
     count_ -= other.count_;
     return *this;
   }
-  /// The same in the other direction.
+  /// The negated interval.
   constexpr Seconds operator-() const noexcept { return -count_; }
   /// Sums, differences, multiples and parts are seconds; the quotient of two is a number.
   friend constexpr Seconds operator+(Seconds left, Seconds right) noexcept { return left.count_ + right.count_; }

@@ -8,12 +8,12 @@
 
 namespace platform {
 
-/// A callable of that signature; see the specialisation.
+/// A callable with that signature; see the specialisation.
 template <class Signature>
 class UniqueFunction;
 
-/// A callable that is moved, never copied; small ones are kept in place, without an allocation. Made of an empty
-/// `std::function`, or of a null pointer to a function, it is empty.
+/// A callable that is moved, never copied; small callables are stored in place, without an allocation. Constructed from
+/// an empty `std::function` or a null function pointer, it is empty.
 template <class R, class... Args>
 class UniqueFunction<R(Args...)> {
  public:

@@ -20,17 +20,17 @@ namespace platform {
 
 class Dictionary;
 
-/// A dictionary that is made on demand, by calling this value. Copies share the function.
+/// A dictionary that is created on demand, by calling this value. Copies share the function.
 class CORVANE_API DeferredDictionary {
  public:
-  /// Keeps the function. It is called on any thread, for each demand.
+  /// Keeps the function. It is called at each demand, on the thread that demands the dictionary.
   template <class Function>
     requires(std::is_invocable_v<const std::decay_t<Function>&> &&
              !std::same_as<std::decay_t<Function>, DeferredDictionary>)
   DeferredDictionary(Function&& make)  // NOLINT(google-explicit-constructor): a function is a deferred dictionary
       : maker_(std::make_shared<const MakerOf<std::decay_t<Function>>>(std::forward<Function>(make))) {}
 
-  /// Makes the dictionary.
+  /// Creates the dictionary.
   Dictionary operator()() const;
 
  private:
@@ -47,15 +47,15 @@ class CORVANE_API DeferredDictionary {
   std::shared_ptr<const Maker> maker_;
 };
 
-/// What has an `operator<<`.
+/// A type with an `operator<<`.
 template <class T>
 concept StreamPrintable = requires(std::ostream& stream, const T& value) { stream << value; };
 
-/// A value of any printable kind: numbers, booleans, text, bytes, nested dictionaries and lists, types, a
-/// deferred dictionary, and anything with an `operator<<`. Used for header and query values, user
-/// information of errors and log records, and bundle information.
+/// A value of any printable kind: numbers, booleans, text, bytes, nested dictionaries and lists, types, a deferred
+/// dictionary, and any type with an `operator<<`. Used for header and query values, user information of errors and log
+/// records, and bundle information.
 ///
-/// A small value type: copies share text, bytes and what is nested. Safe to read on several threads.
+/// A small value type: copies share text, bytes and nested values. Safe to read on several threads.
 ///
 /// | You write | You get |
 /// |---|---|
@@ -66,12 +66,12 @@ concept StreamPrintable = requires(std::ostream& stream, const T& value) { strea
 /// | `"…"`, `std::string`, `std::string_view` | text |
 /// | `nullptr`, a null `const char*` | null |
 /// | another pointer, `wchar_t` or `char16_t` and the like | does not compile |
-/// | any other type with an `operator<<` | the text it prints, rendered once, now |
+/// | any other type with an `operator<<` | the text that it prints, rendered once, at construction |
 class CORVANE_API AnyValue {
  public:
   /// A nested list.
   using List = std::vector<AnyValue>;
-  /// A nested dictionary that is made on demand.
+  /// A nested dictionary that is created on demand.
   using Deferred = DeferredDictionary;
 
   AnyValue() noexcept = default;
@@ -126,32 +126,33 @@ class CORVANE_API AnyValue {
   /// Whether it is text.
   bool isText() const noexcept { return kind_ == Kind::text; }
 
-  /// The value as text, the way it is written into a header or a query: text as it is, integers in
-  /// decimal, booleans as "true" and "false", null as "null", bytes as their number ("5 bytes"), types by
-  /// name, lists as "[a, b]", dictionaries as "[key: value, …]" ("[:]" when empty), deferred ones made for
-  /// the purpose. Real numbers are the shortest decimal that reads back the same; a whole one keeps ".0",
-  /// and an exponent is written below 0.0001 and above 2^54, e.g. "1e-05".
+  /// The value as text, as it is written into a header or a query: text as it is, integers in decimal, booleans as
+  /// "true" and "false", null as "null", bytes as their number ("5 bytes"), types by name, lists as "[a, b]",
+  /// dictionaries as "[key: value, …]" ("[:]" when empty); deferred ones are created first. Real numbers are the
+  /// shortest decimal that reads back the same; a whole one keeps ".0", and an exponent is written below 0.0001 and
+  /// above 2^54, e.g. "1e-05".
   std::string description() const;
 
-  /// Null or absent when the value is of another kind. Pointers live as long as this value is unchanged.
+  /// The text. This and the functions below return null or absent when the value is of another kind. Pointers are valid
+  /// as long as this value is unchanged.
   const std::string* text() const noexcept;
-  /// A boolean; numbers are none.
+  /// The boolean; numbers are not booleans.
   std::optional<bool> boolean() const noexcept;
-  /// Absent also above 2^63 - 1; see `unsignedInteger`.
+  /// The integer; absent also above 2^63 - 1, see `unsignedInteger`.
   std::optional<std::int64_t> integer() const noexcept;
-  /// Any integer that is not negative.
+  /// The integer, if it is not negative.
   std::optional<std::uint64_t> unsignedInteger() const noexcept;
-  /// Any number, integers rounded where they exceed what a double can hold.
+  /// Any number. Integers that a double cannot represent are rounded.
   std::optional<double> number() const noexcept;
   /// Bytes.
   const Data* data() const noexcept;
   /// A type.
   const TypeValue* type() const noexcept;
-  /// A nested dictionary; a deferred one is none.
+  /// The nested dictionary; absent for a deferred one.
   const Dictionary* dictionary() const noexcept;
   /// A nested list.
   const List* list() const noexcept;
-  /// A deferred dictionary, not yet made.
+  /// The deferred dictionary, not yet created.
   const Deferred* deferred() const noexcept;
 
   /// Equal kind and equal content; integers of any type by value, real numbers as C++ compares them, deferred

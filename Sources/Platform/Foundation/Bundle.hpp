@@ -7,12 +7,12 @@
 
 namespace platform {
 
-/// What is known about a program or library: the information dictionary that packaging would supply elsewhere.
-/// There are two, both living as long as the process. Thread-safe.
+/// Information about a program or library, in a dictionary as packaging supplies it on other systems. There are two
+/// bundles, which exist as long as the process. Thread-safe.
 class CORVANE_API Bundle {
  public:
-  /// The application. Its information is absent until the application sets it, early: what is made of it
-  /// once, such as the user agent, does not change afterwards.
+  /// The application. Its information is absent until the application sets it. Set it early: values that are derived
+  /// from it once, such as the user agent, do not change afterwards.
   static Bundle& main();
   /// This library. "CFBundleShortVersionString" is its version.
   static Bundle& library();
@@ -20,10 +20,10 @@ class CORVANE_API Bundle {
   Bundle(const Bundle&) = delete;
   Bundle& operator=(const Bundle&) = delete;
 
-  /// The keys that matter here are texts: "CFBundleExecutable", "CFBundleIdentifier",
+  /// The information. The library reads these keys, whose values are text: "CFBundleExecutable", "CFBundleIdentifier",
   /// "CFBundleShortVersionString" and "CFBundleVersion".
   std::optional<Dictionary> infoDictionary() const;
-  /// Replaces the information; absent takes it away.
+  /// Replaces the information; absent removes it.
   void setInfoDictionary(std::optional<Dictionary> information);
 
  private:

@@ -6,8 +6,8 @@
 
 namespace platform {
 
-/// A value that costs nothing to copy: copies share it until one of them is about to change it. Empty at
-/// first. As with any value, one object is for one thread at a time; copies may be anywhere.
+/// A value that is cheap to copy: copies share it until one of them is changed. Empty at first. As with any value, only
+/// one thread at a time may use an object; other threads may use its copies.
 template <class Value>
 class CopyOnWrite {
  public:
@@ -27,7 +27,7 @@ class CopyOnWrite {
 
   /// Null while empty.
   const Value* get() const { return box_ ? &box_->value : nullptr; }
-  /// The value, to be changed: this object's own from here on.
+  /// The value for changing it. From now on it belongs to this object alone. Creates a default value while empty.
   Value& own() {
     if (!box_) {
       box_ = new Box;

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <ostream>
 
 #include "Platform/Foundation/UTF8.hpp"
 #include "Platform/Trap.hpp"
@@ -136,6 +137,10 @@ Data Data::subdata(std::size_t offset, std::size_t count) const {
 
 bool operator==(const Data& left, const Data& right) noexcept {
   return left.count_ == right.count_ && std::memcmp(left.bytes(), right.bytes(), left.count_) == 0;
+}
+
+std::ostream& operator<<(std::ostream& stream, const Data& data) {
+  return stream.write(data.view().data(), static_cast<std::streamsize>(data.count()));
 }
 
 }  // namespace platform

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstddef>
+#include <iosfwd>
 #include <optional>
 #include <span>
 #include <string>
@@ -13,17 +14,17 @@ namespace platform {
 
 /// A byte buffer with value semantics whose copies share their bytes until one of them is changed.
 ///
-/// Copying never copies bytes. Growing never zeroes memory. After the last byte there are always
-/// `padding` readable bytes of unspecified content, so that a vector parser may read past the end.
-/// A value may be read from several threads at once; changing one value needs the usual exclusion, while
-/// changing two copies from two threads is safe. Throws `std::bad_alloc` where memory is wanting.
+/// Copying never copies bytes. Growing never zeroes memory. After the last byte there are always `padding` readable
+/// bytes of unspecified content, so that a vector parser may read past the end. Several threads may read a value at
+/// once; changing a value needs the usual exclusion, while changing two copies from two threads is safe. Throws
+/// `std::bad_alloc` when memory runs out.
 class CORVANE_API Data {
  public:
   /// Readable bytes after the end of every buffer, the empty one included.
   static constexpr std::size_t padding = 64;
 
   Data() noexcept = default;
-  /// The bytes of `text`, as they are.
+  /// The bytes of `text`, unchanged.
   Data(std::string_view text);    // NOLINT(google-explicit-constructor): text is bytes
   Data(const char* text);         // NOLINT(google-explicit-constructor)
   Data(const std::string& text);  // NOLINT(google-explicit-constructor)
@@ -45,43 +46,49 @@ class CORVANE_API Data {
   std::size_t size() const noexcept { return count_; }
   /// Whether there is no byte.
   bool isEmpty() const noexcept { return count_ == 0; }
-  /// How many bytes fit before the memory grows.
+  /// The number of bytes that fit without a reallocation.
   std::size_t capacity() const noexcept { return bytes_ != nullptr ? header()->capacity : 0; }
+  /// Whether another value has the same bytes at the moment, so that a change would copy them.
+  bool isShared() const noexcept {
+    return bytes_ != nullptr && header()->references.load(std::memory_order_acquire) != 1;
+  }
 
   /// Never null, also when empty.
   const std::byte* bytes() const noexcept { return bytes_ != nullptr ? bytes_ : emptyBytes; }
   const std::byte* begin() const noexcept { return bytes(); }
   const std::byte* end() const noexcept { return bytes() + count_; }
-  /// The byte at a position. Requires: it lies within this value.
+  /// The byte at an index. Requires: the index is less than `count()`.
   std::byte operator[](std::size_t index) const noexcept { return bytes_[index]; }
-  /// The bytes, as long as this value is neither changed nor destroyed.
+  /// The bytes; valid as long as this value is neither changed nor destroyed.
   std::span<const std::byte> span() const noexcept { return {bytes(), count_}; }
-  /// The bytes seen as characters, valid as long as this value is neither changed nor destroyed.
+  /// The bytes as characters; valid as long as this value is neither changed nor destroyed.
   std::string_view view() const noexcept { return {reinterpret_cast<const char*>(bytes()), count_}; }
-  /// A copy of the bytes as a string, whatever they are.
+  /// A copy of the bytes as a string, without a check of their encoding.
   std::string text() const { return std::string(view()); }
   /// The bytes as text, or absent when they are not valid UTF-8 (RFC 3629).
   std::optional<std::string> utf8() const;
 
-  /// Adds bytes at the end; they may be bytes of this very value.
+  /// Appends bytes; they may be bytes of this value itself.
   void append(std::span<const std::byte> bytes) { append(bytes.data(), bytes.size()); }
   void append(std::string_view text) { append(text.data(), text.size()); }
   void append(const void* bytes, std::size_t count);
-  /// Makes room for `capacity` bytes in all, so that growing up to there does not reallocate.
+  /// Reserves memory for `capacity` bytes in total, so that growing up to that size does not reallocate.
   void reserve(std::size_t capacity);
-  /// Sets the length; bytes that are added have unspecified content. Growth is amortised, not exact.
+  /// Sets the length; added bytes have unspecified content. The capacity grows in larger steps, for amortised cost.
   void resize(std::size_t count) {
     if (count > count_ && !hasRoomFor(count)) grow(count);
     count_ = count;
   }
-  /// Empties the value; memory that is not shared is kept for what comes next.
+  /// Empties the value; memory that is not shared is kept for reuse.
   void clear() noexcept;
-  /// The bytes for writing; detaches this value from its copies first. Never null.
+  /// The bytes for writing. First separates this value from its copies. Never null.
   std::byte* mutableBytes();
   /// A copy of a part. Requires: the part lies within this value; traps otherwise.
   Data subdata(std::size_t offset, std::size_t count) const;
 
   friend CORVANE_API bool operator==(const Data& left, const Data& right) noexcept;
+  /// Writes the bytes as they are, whatever the width and the fill of the stream.
+  friend CORVANE_API std::ostream& operator<<(std::ostream& stream, const Data& data);
 
  private:
   /// Stands right before the bytes, in the same allocation.
@@ -92,7 +99,6 @@ class CORVANE_API Data {
   static const std::byte emptyBytes[padding];
 
   Header* header() const noexcept { return reinterpret_cast<Header*>(bytes_) - 1; }
-  bool isShared() const noexcept { return header()->references.load(std::memory_order_acquire) != 1; }
   bool hasRoomFor(std::size_t count) const noexcept {
     return bytes_ != nullptr && count <= header()->capacity && !isShared();
   }

@@ -13,15 +13,15 @@
 
 namespace platform {
 
-/// A map from text to any printable value that remembers the order in which keys were first added.
-/// Keys are unique and compared byte by byte; where a literal repeats a key, the last value wins.
+/// A map from text to any printable value that keeps the order in which keys were first added. Keys are unique and
+/// compared byte by byte; if a literal repeats a key, the last value wins.
 class CORVANE_API Dictionary {
  public:
   /// A key and its value.
   using Entry = std::pair<std::string, AnyValue>;
 
   Dictionary() = default;
-  /// Each entry is `set`.
+  /// Adds each entry with `set`.
   Dictionary(std::initializer_list<Entry> entries);
   // Chosen for one pair without braces of its own; does not compile.
   template <std::size_t size, std::convertible_to<AnyValue> Value>
@@ -29,20 +29,20 @@ class CORVANE_API Dictionary {
     static_assert(size == 0, "Each name and its value have braces of their own: write `{{\"X-App\", \"1\"}}`");
   }
 
-  /// Null when there is no such key.
+  /// The value of a key; null without such a key.
   const AnyValue* find(std::string_view key) const;
   /// Whether there is such a key.
   bool contains(std::string_view key) const { return find(key) != nullptr; }
-  /// Sets the value of a key; a present key keeps its place.
+  /// Sets the value of a key; an existing key keeps its position.
   void set(std::string key, AnyValue value);
-  /// Makes the key with a null value when it is absent.
+  /// The value of a key. Adds the key with a null value if it is absent.
   AnyValue& operator[](std::string_view key);
-  /// Whether there was such a key.
+  /// Removes a key. Returns whether it existed.
   bool remove(std::string_view key);
-  /// Takes every entry of `other`; its values replace those of equal keys.
+  /// Sets every entry of `other`; its values replace those of equal keys.
   void merge(const Dictionary& other);
 
-  /// How many keys there are.
+  /// The number of keys.
   std::size_t count() const { return entries_.size(); }
   std::size_t size() const { return entries_.size(); }
   bool isEmpty() const { return entries_.empty(); }

@@ -137,6 +137,18 @@ Dictionary Error::userInfo() const {
   return info;
 }
 
+Error Error::withResponse(std::shared_ptr<const HTTPErrorResponse> response) const {
+  Error copy = *this;
+  copy.response_ = std::move(response);
+  return copy;
+}
+
+Error Error::withMetrics(std::shared_ptr<const TaskMetrics> metrics) const {
+  Error copy = *this;
+  copy.metrics_ = std::move(metrics);
+  return copy;
+}
+
 void Error::raise() const {
   if (thrown_ != nullptr) std::rethrow_exception(thrown_);
   throw *this;

@@ -16,13 +16,15 @@
 namespace platform {
 
 class Error;
+class HTTPErrorResponse;
+struct TaskMetrics;
 
-/// The base of custom error types with a message, a domain, a code and
-/// user information. Such a type is a value: copyable, thrown and caught by its own type, and held by `Error`.
-/// Derive from `CustomErrorBase<Self>`, which supplies `toError()`. Reading is safe on several threads.
+/// The base of custom error types with a message, a domain, a code and user information. Such a type is a value: it is
+/// copyable, thrown and caught by its own type, and held by `Error`. Derive from `CustomErrorBase<Self>`, which
+/// supplies `toError()`. Reading is safe on several threads.
 class CORVANE_API CustomNSError : public std::exception {
  public:
-  /// The key under which `userInfo` carries the message.
+  /// The key of the message in `userInfo`.
   static constexpr const char* localizedDescriptionKey = "NSLocalizedDescription";
 
   CustomNSError() = default;
@@ -32,7 +34,7 @@ class CORVANE_API CustomNSError : public std::exception {
 
   /// One human-readable sentence.
   virtual std::string message() const = 0;
-  /// Names the family that `errorCode` belongs to. Default: the type's name.
+  /// The name of the set of codes that `errorCode` belongs to. Default: the type's name.
   virtual std::string errorDomain() const;
   /// Default: 0.
   virtual std::int64_t errorCode() const;
@@ -40,7 +42,7 @@ class CORVANE_API CustomNSError : public std::exception {
   virtual Dictionary errorUserInfo() const;
   /// A type-erased copy. `CustomErrorBase` supplies it.
   virtual Error toError() const = 0;
-  /// The message; the text lives as long as this object is unchanged.
+  /// The message; the text is valid as long as this object is unchanged.
   const char* what() const noexcept override;
 
  private:
@@ -50,11 +52,10 @@ class CORVANE_API CustomNSError : public std::exception {
 
 /// Any error: a copyable, type-erased value that is cheap to pass.
 ///
-/// It holds an error value of any type. A type derived from `CustomNSError` supplies all four properties;
-/// for any other type deriving from `std::exception` the message is its `what()`, the domain the type's
-/// name and the code 0; for anything else that was thrown the message names the type. `Error` is itself
-/// what the library throws where it throws. Safe to read on several threads. See `ErrorCode.hpp` for the
-/// way to `std::error_code`.
+/// It holds an error value of any type. A type derived from `CustomNSError` supplies all four properties; for any other
+/// type derived from `std::exception` the message is its `what()`, the domain is the type's name and the code is 0; for
+/// any other exception the message names the type. The library throws its errors as `Error`. Safe to read on several
+/// threads. `ErrorCode.hpp` converts to `std::error_code`.
 class CORVANE_API Error : public std::exception {
  public:
   template <class E>
@@ -62,7 +63,7 @@ class CORVANE_API Error : public std::exception {
   Error(E value)  // NOLINT(google-explicit-constructor): every error is an Error
       : held_(std::make_shared<const E>(std::move(value))) {}
 
-  /// A plain error made of its parts; it holds an `NSError`.
+  /// A plain error from its parts; it holds an `NSError`.
   Error(std::string domain, std::int64_t code, std::string message, Dictionary userInfo = {});
 
   // Copied where others are moved from: an error always holds something.
@@ -70,27 +71,38 @@ class CORVANE_API Error : public std::exception {
   Error& operator=(const Error& other) noexcept = default;
   ~Error() override;
 
-  /// The exception being handled, with its type kept: an `Error` as it is, a `CustomNSError` by copy,
-  /// anything else by reference to the exception object. Where there is no memory for that, and of `std::bad_alloc`, it
-  /// says "out of memory" ("NSPOSIXErrorDomain", `ENOMEM`), which takes none. Requires: called inside a catch block;
-  /// traps otherwise.
+  /// The exception being handled, with its type kept: an `Error` as it is, a `CustomNSError` by copy, anything else by
+  /// reference to the exception object. For `std::bad_alloc`, and when there is no memory for the copy, the result is
+  /// `outOfMemory()`. Requires: called inside a catch block; traps otherwise.
   static Error current() noexcept;
   /// The same for an exception that was caught earlier. Requires: `exception` is not null; traps otherwise.
   static Error from(std::exception_ptr exception) noexcept;
-  /// "out of memory". Takes none.
+  /// The error "out of memory" ("NSPOSIXErrorDomain", `ENOMEM`). Does not allocate.
   static Error outOfMemory() noexcept;
 
   /// One human-readable sentence.
   std::string message() const;
-  /// The family that the code belongs to.
+  /// The name of the set of codes that `code` belongs to.
   std::string domain() const;
-  /// What happened, within the domain.
+  /// The number of the error within the domain.
   std::int64_t code() const;
-  /// Always holds the message under "NSLocalizedDescription", unless the error's own entry is there.
+  /// The details of the error. Always has the entry "NSLocalizedDescription": the message, unless the error has an
+  /// entry of its own.
   Dictionary userInfo() const;
 
-  /// The held error as a `T` (or as an interface or base class it implements), or null.
-  /// The pointer lives as long as any copy of this error.
+  /// The response of the failed exchange: its status code, its header fields and its body (HTTPErrorResponse.hpp). Null
+  /// if no response arrived. The pointer is valid as long as any copy of this error exists.
+  const HTTPErrorResponse* response() const { return response_.get(); }
+  /// A copy of this error with that response, or with none.
+  Error withResponse(std::shared_ptr<const HTTPErrorResponse> response) const;
+  /// What the failed exchange did and when (TaskMetrics.hpp). Null if it could not begin. The pointer is valid as long
+  /// as any copy of this error exists.
+  const TaskMetrics* metrics() const { return metrics_.get(); }
+  /// A copy of this error with these metrics, or with none.
+  Error withMetrics(std::shared_ptr<const TaskMetrics> metrics) const;
+
+  /// The held error as a `T` (its type, or a base class or interface of it), or null. The pointer is valid as long as
+  /// any copy of this error exists.
   template <class T>
   const T* as() const {
     if (!isForeign_) {
@@ -111,9 +123,9 @@ class CORVANE_API Error : public std::exception {
     return as<T>() != nullptr;
   }
 
-  /// Throws what is held: by its own type where it was thrown as such, else as an `Error`.
+  /// Throws the held error: by its own type if it was thrown with that type, or else as an `Error`.
   [[noreturn]] void raise() const;
-  /// The message; the text lives as long as any copy of this error.
+  /// The message; the text is valid as long as any copy of this error exists.
   const char* what() const noexcept override;
 
   /// Equal domain, code and message.
@@ -123,10 +135,12 @@ class CORVANE_API Error : public std::exception {
   Error(std::shared_ptr<const CustomNSError> held, std::exception_ptr thrown, bool isForeign) noexcept;
   static Error described(const std::exception_ptr& exception);
 
-  // Never null. For a foreign exception it holds what is known about that.
+  // Never null. For a foreign exception it holds a description of it.
   std::shared_ptr<const CustomNSError> held_;
   std::exception_ptr thrown_;
   bool isForeign_ = false;
+  std::shared_ptr<const HTTPErrorResponse> response_;
+  std::shared_ptr<const TaskMetrics> metrics_;
 };
 
 /// Prints the message.

@@ -7,10 +7,9 @@
 
 namespace platform {
 
-/// The MIME type of files whose names end in a dot and `extension`, e.g. "image/jpeg" for "jpeg" and "JPG".
-/// The extension is given without the dot; the case of ASCII letters does not matter. Absent for an extension
-/// that is empty or not known. The type is written as its registration writes it, without parameters, and lives
-/// as long as the process.
+/// The MIME type of files with this extension, e.g. "image/jpeg" for "jpeg" and "JPG". The extension is given without
+/// the dot; the case of ASCII letters does not matter. Absent for an empty or unknown extension. The type is spelled as
+/// in its registration, without parameters; the text is valid as long as the process.
 CORVANE_API std::optional<std::string_view> mimeTypeForExtension(std::string_view extension);
 
 }  // namespace platform

@@ -11,13 +11,13 @@
 
 namespace platform {
 
-/// Bytes kept in memory under a text for as long as there is room: a cache, so anything may be gone at any time.
+/// A cache of bytes in memory, by text key. An entry may disappear at any time.
 ///
-/// When the total cost would exceed the limit, the entries that were not asked for the longest go first.
-/// Its owner empties it when memory is short. Thread-safe.
+/// When the total cost would exceed the limit, the least recently used entries are removed. The owner of the cache
+/// empties it when memory is short. Thread-safe.
 class CORVANE_API ObjectCache {
  public:
-  /// What an entry costs beside its key and its bytes, so that many small ones are bounded too.
+  /// The cost of an entry in addition to its key and its bytes, so that the number of small entries is limited, too.
   static constexpr std::size_t entryCost = 128;
 
   /// `totalCostLimit` is in bytes.
@@ -26,16 +26,16 @@ class CORVANE_API ObjectCache {
   ObjectCache(const ObjectCache&) = delete;
   ObjectCache& operator=(const ObjectCache&) = delete;
 
-  /// Absent when there is none, or none any more.
+  /// The bytes of a key; absent if there is no entry, or it has been removed.
   std::optional<Data> object(std::string_view key);
-  /// Replaces what is there. Bytes that alone cost more than the limit are not kept.
+  /// Sets or replaces an entry. An entry that costs more than the limit by itself is not kept.
   void setObject(Data data, std::string key);
-  /// Does nothing when there is none.
+  /// Removes an entry, if it exists.
   void removeObject(std::string_view key);
   /// Empties the cache.
   void removeAll();
 
-  /// How many entries there are.
+  /// The number of entries.
   std::size_t count() const;
   /// In bytes; never above the limit.
   std::size_t totalCost() const;

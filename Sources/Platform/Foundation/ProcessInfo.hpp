@@ -17,20 +17,20 @@ struct OperatingSystemVersion {
   /// The third part.
   std::int64_t patchVersion = 0;
 
-  /// Reads up to three numbers set apart by dots at the start of `release`; what is missing is 0. The kernel's
+  /// Reads up to three numbers, separated by dots, at the start of `release`; missing numbers are 0. The kernel's
   /// "6.1.0-18-amd64" is 6.1.0.
   CORVANE_API static OperatingSystemVersion parse(std::string_view release) noexcept;
   friend bool operator==(const OperatingSystemVersion&, const OperatingSystemVersion&) = default;
 };
 
-/// What the running process knows about the machine it is on. Thread-safe.
+/// Information about the system that the process runs on. Thread-safe.
 class CORVANE_API ProcessInfo {
  public:
   ProcessInfo() = delete;
 
-  /// The kernel's release, as uname tells it, unless set.
+  /// The kernel's release, from uname(2), unless another version is set.
   static OperatingSystemVersion operatingSystemVersion();
-  /// For hosts whose version is not the kernel's. Absent: the kernel's again.
+  /// Replaces the version, for hosts with a version other than the kernel's. Absent: the kernel's again.
   static void setOperatingSystemVersion(std::optional<OperatingSystemVersion> version);
 };
 

@@ -14,12 +14,12 @@ namespace platform {
 
 /// Keys of a progress's user information, for work that is counted in bytes.
 namespace ProgressKey {
-/// The bytes that are done, and all there are, as integers.
+/// The completed and the total number of bytes, as integers.
 inline constexpr const char* byteCompletedCount = "NSProgressByteCompletedCountKey";
 inline constexpr const char* byteTotalCount = "NSProgressByteTotalCountKey";
 }  // namespace ProgressKey
 
-/// Keeps an observer of a progress for as long as it lives. Movable.
+/// Keeps an observer of a progress registered as long as it exists. Movable.
 class CORVANE_API ProgressObservation {
  public:
   ProgressObservation() noexcept = default;
@@ -27,9 +27,10 @@ class CORVANE_API ProgressObservation {
   ProgressObservation& operator=(ProgressObservation&& other) noexcept;
   ~ProgressObservation() { invalidate(); }
 
-  /// No call begins after this one returned; one that runs on another thread may still be running. Again is fine.
+  /// Unregisters the observer. No call of it begins afterwards; a call on another thread may still be running. May be
+  /// called repeatedly.
   void invalidate() noexcept;
-  /// Whether this keeps an observer.
+  /// Whether this object keeps an observer.
   explicit operator bool() const noexcept { return observer_ != nullptr; }
 
  private:
@@ -39,12 +40,13 @@ class CORVANE_API ProgressObservation {
   std::shared_ptr<Observer> observer_;
 };
 
-/// The completed and total amount of a piece of work, in units of its own. Thread-safe; shared by `std::shared_ptr`.
+/// The completed and total amount of a piece of work, in units of your choice. Thread-safe; shared by
+/// `std::shared_ptr`.
 ///
-/// The worker calls `update`; others read it at any time, or observe it.
+/// The code that does the work calls `update`; other code reads the progress at any time, or observes it.
 class CORVANE_API Progress {
  public:
-  /// The total when it is not known.
+  /// The total while it is unknown.
   static constexpr std::int64_t unknownCount = -1;
   /// Called with the progress that changed.
   using Observer = UniqueFunction<void(const std::shared_ptr<Progress>&)>;
@@ -55,31 +57,30 @@ class CORVANE_API Progress {
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
-  /// How many units are done.
+  /// The number of completed units.
   std::int64_t completedUnitCount() const;
-  /// `unknownCount` when it is not known.
+  /// The number of units in total; `unknownCount` while it is unknown.
   std::int64_t totalUnitCount() const;
-  /// Whether the total is not known.
+  /// Whether the total is unknown.
   bool isIndeterminate() const { return totalUnitCount() < 0; }
-  /// From 0 to 1; 0 while the total is unknown. Nothing to do, all of it done, is 1.
+  /// From 0 to 1; 0 while the total is unknown, 1 when the total is 0.
   double fractionCompleted() const;
 
-  /// What more is known under a key, e.g. `ProgressKey::byteTotalCount`; absent when nothing is.
+  /// Further information under a key, e.g. `ProgressKey::byteTotalCount`; absent if there is none.
   std::optional<AnyValue> userInfo(std::string_view key) const;
-  /// Sets what is known under a key. Observers are not told.
+  /// Sets the information under a key. Does not call observers.
   void setUserInfo(std::string_view key, AnyValue value);
 
   /// Sets both counts, and then calls the observers, on the calling thread, when the fraction completed or a
   /// count changed. A negative total means unknown.
   void update(std::int64_t completedUnits, std::int64_t totalUnits);
-  /// The same, for work counted in bytes: both are in the user information, too, the
-  /// total when it is known.
+  /// The same as `update`, for work counted in bytes: sets the user information, too, with the total if it is known.
   void updateBytes(std::int64_t completedBytes, std::int64_t totalBytes);
-  /// The same, and calls the observers in any case: the work is done.
+  /// The same as `updateBytes` when the work is complete: calls the observers even if nothing changed.
   void finishBytes(std::int64_t completedBytes, std::int64_t totalBytes);
 
-  /// Calls the observer for every change from now on, on the thread that makes the change. It should be quick,
-  /// and must not throw.
+  /// Calls the observer for every change from now on, on the thread that makes the change. The observer should be
+  /// quick, and must not throw. It stays registered as long as the returned object exists.
   [[nodiscard]] ProgressObservation observe(Observer observer);
   /// Whether there is an observer.
   bool isObserved() const;

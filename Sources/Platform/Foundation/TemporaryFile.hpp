@@ -8,14 +8,17 @@
 
 namespace platform {
 
-/// A file, or an empty directory, that is removed with the value that names it, or else at the process's normal exit,
-/// unless it was kept or moved away. Movable.
+/// A file, or an empty directory, that is removed when this value is destroyed, or else at the normal exit of the
+/// process, unless it was kept or moved. Movable.
 class CORVANE_API TemporaryFile {
  public:
   TemporaryFile() noexcept = default;
-  /// From now on the file at this path is temporary.
+  /// Makes the file at this path temporary.
   explicit TemporaryFile(std::string path);
-  TemporaryFile(TemporaryFile&& other) noexcept : path_(std::exchange(other.path_, {})) {}
+  /// Names a file that stays: one that took the place of another, so that removing it would leave neither.
+  static TemporaryFile staying(std::string path);
+  TemporaryFile(TemporaryFile&& other) noexcept
+      : path_(std::exchange(other.path_, {})), stays_(std::exchange(other.stays_, false)) {}
   TemporaryFile& operator=(TemporaryFile&& other) noexcept;
   ~TemporaryFile() { remove(); }
 
@@ -24,16 +27,17 @@ class CORVANE_API TemporaryFile {
   /// Requires: this value names a file.
   URL url() const;
 
-  /// Gives the file another name, which becomes the caller's to remove. Throws what `FileManager::move` throws;
-  /// then the file is where it was, and temporary still.
+  /// Moves the file; from then on the caller has to remove it. Throws what `FileManager::move` throws; the file then
+  /// stays where it was, and stays temporary.
   void moveTo(const std::string& path);
-  /// Leaves the file where it is, for the caller to remove.
+  /// Leaves the file in place; the caller has to remove it.
   void keep() noexcept;
-  /// Removes the file, if this names one; what cannot be removed stays.
+  /// Removes the file, if this value names one, unless it is to stay. Failures are ignored.
   void remove() noexcept;
 
  private:
   std::string path_;
+  bool stays_ = false;
 };
 
 }  // namespace platform

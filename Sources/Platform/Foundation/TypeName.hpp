@@ -14,7 +14,7 @@ std::string typeName() {
   return typeName(typeid(T));
 }
 
-/// A type as a value: what errors about a value of the wrong type carry.
+/// A type as a value, for example in an error about a value of the wrong type.
 struct TypeValue {
   /// Never null. Default: `void`.
   const std::type_info* type = &typeid(void);

@@ -11,35 +11,36 @@
 
 namespace platform {
 
-/// One name and value of a query, not percent-encoded. An absent value writes no "=".
+/// A name and a value in a query, not percent-encoded.
 struct URLQueryItem {
-  /// As it is, free of percent-encoding.
+  /// Not percent-encoded.
   std::string name;
-  /// As it is; absent for an item without "=".
+  /// Not percent-encoded; absent for an item without "=".
   std::optional<std::string> value;
   friend bool operator==(const URLQueryItem&, const URLQueryItem&) = default;
 };
 
-/// What of names and values is percent-encoded.
+/// Which characters of names and values are percent-encoded.
 enum class URLQueryEncoding : std::uint8_t {
-  /// What a query may not hold (RFC 3986, 3.4), and "&", "=" and ";". A "+" stays, which many servers read as a space.
+  /// The characters that a query may not hold (RFC 3986, 3.4), and "&", "=" and ";". A "+" is kept; many servers read
+  /// it as a space.
   platform,
-  /// All but letters, digits, "-", ".", "_" and "~" (RFC 3986, 2.3): every server reads the same.
+  /// All but letters, digits, "-", ".", "_" and "~" (RFC 3986, 2.3): every server reads the result alike.
   strict
 };
 
-/// The parts of a URL, taken apart, changed and put together again (RFC 3986).
+/// Splits a URL into its parts and composes it from them (RFC 3986).
 ///
-/// Plain members are percent-decoded; setting them percent-encodes what the component may not hold. Stored
-/// encoded, so a part that is not touched comes out as it went in.
+/// The parts are stored percent-encoded, so that an unchanged part stays as it is. Functions return them
+/// percent-decoded; setters percent-encode the characters that the part may not hold.
 class CORVANE_API URLComponents {
  public:
   URLComponents() = default;
-  /// Takes apart the resolved URL or its own text. Absent when that cannot be done.
+  /// Splits a URL: the resolved URL, or its own text without its base. Absent if the text cannot be split.
   static std::optional<URLComponents> make(const URL& url, bool resolvingAgainstBaseURL);
   static std::optional<URLComponents> make(std::string_view text);
 
-  /// The parts as written; an absent one has no delimiter either.
+  /// As written. An absent part has no delimiter either.
   std::optional<std::string> scheme;
   /// As written.
   std::optional<std::string> percentEncodedUser;
@@ -47,7 +48,7 @@ class CORVANE_API URLComponents {
   std::optional<std::string> percentEncodedPassword;
   /// As written, an IPv6 address with its brackets.
   std::optional<std::string> percentEncodedHost;
-  /// Absent when none is written.
+  /// Absent if no port is written.
   std::optional<std::uint16_t> port;
   /// As written.
   std::string percentEncodedPath;
@@ -58,22 +59,22 @@ class CORVANE_API URLComponents {
 
   /// The path, percent-decoded.
   std::string path() const;
-  /// Percent-encodes everything but pchar and "/" (RFC 3986, 3.3); a "%" in `path` is encoded too.
+  /// Percent-encodes everything but pchar and "/" (RFC 3986, 3.3); a "%" in `path` is encoded, too.
   void setPath(std::string_view path);
-  /// The query, percent-decoded; absent when there is none.
+  /// The query, percent-decoded; absent without a query.
   std::optional<std::string> query() const;
-  /// Percent-encodes what a query may not hold; a "%" is encoded too. Absent takes the query away.
+  /// Percent-encodes the characters that a query may not hold; a "%" is encoded, too. Absent removes the query.
   void setQuery(std::optional<std::string_view> query);
-  /// Empty when there is no query or an empty one. A "+" is a plus.
+  /// The items of the query; empty without a query or for an empty query. A "+" is read as a plus, not as a space.
   std::vector<URLQueryItem> queryItems() const;
-  /// Replaces the query. No items make an empty one.
+  /// Replaces the query. Without items, the query is empty.
   void setQueryItems(const std::vector<URLQueryItem>& items, URLQueryEncoding encoding = URLQueryEncoding::platform);
 
-  /// A colon in the first segment of a path after neither scheme nor host is written "%3A".
-  /// Absent when the parts make no URL: an authority with a path that does not start with "/", or no
-  /// authority and a path that starts with "//", or a component with characters it may not hold.
+  /// The composed URL. Absent if the parts do not form a URL: an authority with a path that does not start with "/", a
+  /// path that starts with "//" without an authority, or a component with characters that it may not hold. Without
+  /// scheme and host, a colon in the first segment of the path is written "%3A".
   std::optional<URL> url() const;
-  /// The text of the parts, whether it makes a URL or not.
+  /// The text of the parts, even if they do not form a URL.
   std::string string() const;
 
   friend bool operator==(const URLComponents&, const URLComponents&) = default;

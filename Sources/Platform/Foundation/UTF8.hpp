@@ -11,8 +11,7 @@ namespace platform {
 /// U+10FFFF, nothing cut off.
 CORVANE_API bool isValidUTF8(std::string_view text) noexcept;
 
-/// The length in bytes of the character that `text` starts with, or 0 when it starts with none, being
-/// empty or ill-formed.
+/// The length in bytes of the first character of `text`; 0 if `text` is empty or starts with ill-formed bytes.
 CORVANE_API std::size_t utf8CharacterLength(std::string_view text) noexcept;
 
 }  // namespace platform

@@ -16,11 +16,11 @@ inline constexpr std::int32_t notDecodable = 2;   ///< damaged, cut short, or of
 inline constexpr std::int32_t tooLarge = 3;       ///< more pixels than allowed
 }  // namespace UIImageErrorCode
 
-/// A still picture, decoded from PNG or JPEG. It needs the library `Corvane::Image`, which stands beside
-/// `Corvane::Corvane`. Being made from `Data`, it can be the body of a response.
+/// A still picture, decoded from PNG or JPEG. It needs the library `Corvane::Image`, in addition to `Corvane::Corvane`.
+/// Since it is constructed from `Data`, it can be the body of a response.
 ///
-/// PNG of every kind is read: grey, palette, colour, with alpha or not, 1 to 16 bits a channel (16 are rounded to 8),
-/// interlaced or not. Colours whose gAMA chunk tells another gamma are converted to 1/2.2. Of an animated PNG, the
+/// Every kind of PNG is read: grey, palette, colour, with alpha or not, 1 to 16 bits a channel (16 are rounded to 8),
+/// interlaced or not. Colours with another gamma in the gAMA chunk are converted to 1/2.2. Of an animated PNG, the
 /// still picture is read. JPEG is read with 8 bits a channel: baseline, extended and progressive, in grey, YCbCr, RGB,
 /// CMYK and YCCK, the last two converted without a colour profile. Lossless, hierarchical and 12-bit JPEG, and
 /// progressive JPEG of more than 100 scans, are not supported. The EXIF orientation of either format is applied;
@@ -29,15 +29,15 @@ inline constexpr std::int32_t tooLarge = 3;       ///< more pixels than allowed
 /// A value: copies share the pixels, and reading is safe on several threads.
 class CORVANE_API UIImage {
  public:
-  /// How many pixels a picture may have, unless it is said otherwise: 400 MB of memory.
+  /// The default limit of pixels in a picture; they take 400 MB of memory.
   static constexpr std::uint64_t defaultMaximumPixelCount = 100'000'000;
 
   /// Decodes at once, on this thread. An image of more than `maximumPixelCount` pixels is refused before memory is
-  /// taken for them: 4 bytes a pixel, and while decoding up to 8 more for a JPEG of several scans and 4 more for an
-  /// image that is turned. Whatever is allowed, no image of 2^30 pixels or more is read.
+  /// allocated for its pixels: 4 bytes a pixel, and during decoding up to 8 more for a JPEG of several scans and 4 more
+  /// for a rotated image. An image of 2^30 pixels or more is always refused.
   ///
-  /// Throws `Error` in the domain `UIImageErrorDomain` for whatever is no whole, undamaged image: a picture with some
-  /// pixels missing is none. Throws `std::bad_alloc` where memory for the pixels is wanting.
+  /// Throws `Error` in the domain `UIImageErrorDomain` for data that is not a complete, undamaged image, and
+  /// `std::bad_alloc` if there is no memory for the pixels.
   explicit UIImage(const Data& data, std::uint64_t maximumPixelCount = defaultMaximumPixelCount);
 
   // Copied where others are moved from: an image always has its pixels.

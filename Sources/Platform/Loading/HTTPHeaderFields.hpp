@@ -12,9 +12,9 @@
 
 namespace platform {
 
-/// Header fields in the order in which they were first added (RFC 9110, 5). Names are looked up without
-/// regard to case and keep the spelling they were last set with; a repeated field keeps all its values.
-/// A value that costs nothing to copy: copies share the fields until one of them is changed.
+/// Header fields in the order in which they were first added (RFC 9110, 5). Names are looked up without regard to case
+/// and keep the spelling they were last set with; a repeated field keeps all its values. Copying is cheap: copies share
+/// the fields until one of them is changed.
 class CORVANE_API HTTPHeaderFields {
  public:
   /// A name and a value.
@@ -23,33 +23,34 @@ class CORVANE_API HTTPHeaderFields {
   using const_iterator = std::vector<Field>::const_iterator;
 
   HTTPHeaderFields() = default;
-  /// The fields as they stand, repeated names included.
+  /// The fields as given, repeated names included.
   HTTPHeaderFields(std::initializer_list<Field> fields);
 
-  /// The value, several values of one name joined with ", " (RFC 9110, 5.3); absent when there is none.
+  /// The value of the field, or the values of repeated fields joined with ", " (RFC 9110, 5.3); absent without such a
+  /// field.
   std::optional<std::string> value(std::string_view name) const;
-  /// Every value of that name, in order; empty when there is none.
+  /// Every value of that name, in order; empty without such a field.
   std::vector<std::string> values(std::string_view name) const;
   /// Whether there is a field of that name.
   bool contains(std::string_view name) const;
   /// Replaces every field of that name by one, in the place of the first.
   void set(std::string_view name, std::string_view value);
-  /// Adds one more field, also when the name is there.
+  /// Adds a field, even if one of that name exists.
   void add(std::string_view name, std::string_view value);
-  /// Removes every field of that name; whether there was one.
+  /// Removes every field of that name. Returns whether there was one.
   bool remove(std::string_view name);
-  /// Takes every field of `other` with `set`.
+  /// Sets every field of `other`, as `set` does.
   void merge(const HTTPHeaderFields& other);
 
-  /// How many fields there are, repeated ones counted each.
+  /// The number of fields; each repeated field counts.
   std::size_t count() const { return fields().size(); }
   bool isEmpty() const { return fields().empty(); }
   const_iterator begin() const { return fields().begin(); }
   const_iterator end() const { return fields().end(); }
 
-  /// Empty when name and value may be sent; otherwise a sentence that names the field and what is wrong: a
-  /// name that is not a token (RFC 9110, 5.6.2) or is empty, a value with a line break, a NUL or another
-  /// control character than tab (5.5).
+  /// Empty when name and value may be sent; otherwise a sentence that names the field and the fault: a name that is
+  /// empty or not a token (RFC 9110, 5.6.2), or a value with a line break, a NUL or any control character but tab
+  /// (5.5).
   static std::string problem(std::string_view name, std::string_view value);
 
   /// Equal fields in equal order; names without regard to case.

@@ -6,6 +6,7 @@
 #include <array>
 #include <cmath>
 
+#include "Platform/Loading/URLBodyStream.hpp"
 #include "Platform/Networking/HTTPText.hpp"
 
 namespace platform {
@@ -15,13 +16,24 @@ namespace {
 using detail::equalsIgnoringCase;
 using detail::printable;
 
-std::string methodProblem(const std::string& method, std::optional<std::size_t> bodyLength) {
+/// What is known of a body before it is sent.
+struct BodyFacts {
+  bool isThere = false;
+  /// Absent where it is not known.
+  std::optional<std::uint64_t> length = 0;
+
+  bool isEmpty() const { return length == std::uint64_t{0}; }
+};
+
+std::string methodProblem(const std::string& method, const BodyFacts& body) {
   if (method.empty()) return "The request's method is empty.";
-  if (!detail::isToken(method)) return "The request's method \"" + printable(method) + "\" is not a token.";
-  if (method == "CONNECT") return "The method CONNECT opens a tunnel, which is not a load.";
+  if (!detail::isToken(method))
+    return "The request's method \"" + printable(method) +
+           "\" is not a token: letters, digits and some signs, without spaces.";
+  if (method == "CONNECT") return "The method CONNECT opens a tunnel and cannot be sent as a request.";
   // An empty body is none for HEAD; anything else would be taken for the next request (RFC 9110, 9.3.2).
-  if (method == "HEAD" && bodyLength.value_or(0) > 0) return "A HEAD request may not have a body.";
-  if (method == "TRACE" && bodyLength) return "A TRACE request may not have a body.";  // RFC 9110, 9.3.8
+  if (method == "HEAD" && !body.isEmpty()) return "A HEAD request may not have a body.";
+  if (method == "TRACE" && body.isThere) return "A TRACE request may not have a body.";  // RFC 9110, 9.3.8
   return {};
 }
 
@@ -64,14 +76,15 @@ bool isConnectionManagement(std::string_view name) {
   return std::any_of(names.begin(), names.end(), [&](auto one) { return equalsIgnoringCase(name, one); });
 }
 
-std::string ownedFieldProblem(std::string_view name, std::string_view value, std::size_t bodyLength) {
+std::string ownedFieldProblem(std::string_view name, std::string_view value, const BodyFacts& body) {
   const auto field = [&] { return "The header field \"" + printable(name) + "\""; };
   const auto quoted = [&] { return " \"" + printable(value) + "\""; };
   if (isConnectionManagement(name)) return field() + " belongs to the transport and may not be set.";
   if (equalsIgnoringCase(name, "Content-Length")) {
     const auto length = detail::decimal(detail::trimmed(value));
-    if (length && static_cast<std::uint64_t>(*length) == bodyLength) return {};
-    return field() + " says" + quoted() + ", but the body has " + std::to_string(bodyLength) + " bytes.";
+    if (!body.length) return field() + " says" + quoted() + ", but the length of the body is not known beforehand.";
+    if (length && static_cast<std::uint64_t>(*length) == *body.length) return {};
+    return field() + " says" + quoted() + ", but the body has " + std::to_string(*body.length) + " bytes.";
   }
   if (equalsIgnoringCase(name, "Connection") && !holdsOnly(value, {"close", "keep-alive"}))
     return field() + " may only say \"close\" or \"keep-alive\", not" + quoted() + ".";
@@ -93,27 +106,38 @@ std::string repetitionProblem(const HTTPHeaderFields& fields) {
   return {};
 }
 
-std::string fieldsProblem(const HTTPHeaderFields& fields, std::size_t bodyLength) {
+std::string fieldsProblem(const HTTPHeaderFields& fields, const BodyFacts& body) {
   for (const auto& [name, value] : fields) {
     std::string problem = HTTPHeaderFields::problem(name, value);
-    if (problem.empty()) problem = ownedFieldProblem(name, value, bodyLength);
+    if (problem.empty()) problem = ownedFieldProblem(name, value, body);
     if (!problem.empty()) return problem;
   }
   return repetitionProblem(fields);
 }
 
-}  // namespace
-
-std::string URLRequest::problem(std::optional<std::size_t> bodyLength) const {
-  std::string problem = methodProblem(httpMethod, bodyLength);
-  if (problem.empty()) problem = fieldsProblem(allHTTPHeaderFields, bodyLength.value_or(0));
+std::string problemOf(const URLRequest& request, const BodyFacts& body) {
+  std::string problem = methodProblem(request.httpMethod, body);
+  if (problem.empty()) problem = fieldsProblem(request.allHTTPHeaderFields, body);
   if (!problem.empty()) return problem;
-  if (!std::isfinite(timeoutInterval) || timeoutInterval <= 0) {
+  if (!std::isfinite(request.timeoutInterval) || request.timeoutInterval <= 0) {
     return "The request's time-out must be a positive finite number of seconds.";
   }
-  if (maximumBodyBytes && *maximumBodyBytes < 0)
+  if (!(request.connectTimeout > 0)) return "The request's connect time-out must be a positive number of seconds.";
+  if (request.maximumBodyBytes && *request.maximumBodyBytes < 0)
     return "The request's limit for the body of the response must not be negative.";
   return {};
+}
+
+}  // namespace
+
+std::string URLRequest::problem() const {
+  if (!httpBodyStream) return problem(httpBody ? std::optional<std::size_t>(httpBody->count()) : std::nullopt);
+  if (httpBody) return "The request has two bodies: `httpBody` and `httpBodyStream`.";
+  return problemOf(*this, {.isThere = true, .length = httpBodyStream->length()});
+}
+
+std::string URLRequest::problem(std::optional<std::size_t> bodyLength) const {
+  return problemOf(*this, {.isThere = bodyLength.has_value(), .length = bodyLength.value_or(0)});
 }
 
 }  // namespace platform

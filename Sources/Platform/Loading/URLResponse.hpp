@@ -4,6 +4,9 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 #include "Platform/Export.hpp"
 #include "Platform/Foundation/URL.hpp"
@@ -11,7 +14,7 @@
 
 namespace platform {
 
-/// What is known of a response from elsewhere than its header fields; what is absent is read from those.
+/// Facts of a response that override its header fields. Absent facts are read from the header fields.
 struct URLResponseFacts {
   /// As `URLResponse::mimeType`.
   std::optional<std::string> mimeType;
@@ -19,14 +22,23 @@ struct URLResponseFacts {
   std::optional<std::int64_t> expectedContentLength;
   /// As `URLResponse::textEncodingName`.
   std::optional<std::string> textEncodingName;
-  /// Made a safe path component, too.
+  /// Converted to a safe path component, too.
   std::optional<std::string> suggestedFilename;
 };
 
-/// What came back beside the body. Immutable; held by `std::shared_ptr<const URLResponse>`.
+/// A redirect that was followed.
+struct URLRedirect {
+  /// Where the response that redirects came from.
+  URL url;
+  /// Its status.
+  int statusCode = 0;
+  friend bool operator==(const URLRedirect&, const URLRedirect&) = default;
+};
+
+/// A response without its body. Immutable; held by `std::shared_ptr<const URLResponse>`.
 class CORVANE_API URLResponse {
  public:
-  /// The expected length when it is not known.
+  /// The value of `expectedContentLength` when the length is unknown.
   static constexpr std::int64_t unknownLength = -1;
 
   URLResponse(URL url, std::optional<std::string> mimeType, std::int64_t expectedContentLength,
@@ -35,20 +47,20 @@ class CORVANE_API URLResponse {
   URLResponse& operator=(const URLResponse&) = delete;
   virtual ~URLResponse();
 
-  /// Where the response came from, after redirects.
+  /// The URL of the response, after redirects.
   const URL& url() const { return url_; }
-  /// Lower-case type without parameters.
+  /// The media type, in lower case and without parameters.
   const std::optional<std::string>& mimeType() const { return mimeType_; }
   /// The announced length of the body in bytes before content decoding, or `unknownLength`.
   std::int64_t expectedContentLength() const { return expectedContentLength_; }
-  /// The charset parameter, lower-case.
+  /// The charset parameter of the media type, in lower case.
   const std::optional<std::string>& textEncodingName() const { return textEncodingName_; }
   /// One safe path component: from Content-Disposition (RFC 6266, RFC 8187), else the last component of the
   /// URL's path, else its host, else "Unknown"; without an extension, one is added for a known MIME type only.
   virtual std::string suggestedFilename() const;
 
  protected:
-  /// Reads from the header fields what is not known.
+  /// Reads from the header fields the facts that are absent in `known`.
   URLResponse(URL url, const HTTPHeaderFields& fields, URLResponseFacts known);
 
  private:
@@ -58,8 +70,8 @@ class CORVANE_API URLResponse {
   std::optional<std::string> textEncodingName_;
 };
 
-/// A response over HTTP. MIME type, text encoding, length and file name are read from the header fields, unless they
-/// are known otherwise.
+/// A response over HTTP. MIME type, text encoding, length and file name come from the header fields, unless `known` has
+/// them.
 class CORVANE_API HTTPURLResponse final : public URLResponse {
  public:
   /// `httpVersion` is e.g. "HTTP/1.1".
@@ -74,6 +86,10 @@ class CORVANE_API HTTPURLResponse final : public URLResponse {
   const HTTPHeaderFields& allHeaderFields() const { return headerFields_; }
   /// The value of a field; see `HTTPHeaderFields::value`.
   std::optional<std::string> value(std::string_view headerField) const { return headerFields_.value(headerField); }
+  /// The redirects that led to this response, in order; empty without any. `url()` is where the last one led.
+  std::vector<URLRedirect> redirects() const { return redirects_ ? *redirects_ : std::vector<URLRedirect>(); }
+  /// For the maker of the response, before it hands it out. Null: none.
+  void setRedirects(std::shared_ptr<const std::vector<URLRedirect>> redirects) { redirects_ = std::move(redirects); }
   std::string suggestedFilename() const override;
 
  private:
@@ -81,6 +97,7 @@ class CORVANE_API HTTPURLResponse final : public URLResponse {
   std::string httpVersion_;
   HTTPHeaderFields headerFields_;
   std::optional<std::string> suggestedFilename_;
+  std::shared_ptr<const std::vector<URLRedirect>> redirects_;
 };
 
 }  // namespace platform

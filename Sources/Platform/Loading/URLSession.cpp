@@ -10,9 +10,23 @@ namespace platform {
 
 URLSessionTask::~URLSessionTask() = default;
 
+std::shared_ptr<const TaskMetrics> URLSessionTask::metrics() const { return nullptr; }
+
+std::string URLSessionConfiguration::problem() const {
+  if (maximumBodyBytes < 0) return "The limit of a response's body is negative.";
+  if (httpMaximumConnectionsPerHost < 0) return "The limit of connections to a host is negative.";
+  if (redirects.limit < 0) return "The limit of redirects is negative.";
+  std::string problem = cache.problem();
+  if (problem.empty()) problem = connections.problem();
+  if (problem.empty()) problem = tls.problem();
+  return problem;
+}
+
 std::shared_ptr<URLSession> URLSession::make(URLSessionConfiguration configuration,
                                              std::shared_ptr<URLSessionDelegate> delegate,
                                              DispatchQueue delegateQueue) {
+  if (std::string problem = configuration.problem(); !problem.empty())
+    throw Error("NSOSStatusErrorDomain", OSStatus::param, std::move(problem));
   auto core =
       std::make_shared<detail::SessionCore>(std::move(configuration), std::move(delegate), std::move(delegateQueue));
   std::shared_ptr<URLSession> session(new URLSession(core));
@@ -37,16 +51,31 @@ std::shared_ptr<URLSessionTask> URLSession::dataTask(URLRequest request, DataCom
 }
 
 std::shared_ptr<URLSessionTask> URLSession::downloadTask(URLRequest request, DownloadCompletion completion) {
-  return task(std::move(request), detail::TaskPlan::download(std::move(completion)));
+  return downloadTask(std::move(request), DownloadOptions(), std::move(completion));
+}
+
+std::shared_ptr<URLSessionTask> URLSession::downloadTask(URLRequest request, DownloadOptions options,
+                                                         DownloadCompletion completion) {
+  return task(std::move(request), detail::TaskPlan::download(std::move(options), std::move(completion)));
+}
+
+std::shared_ptr<URLSessionTask> URLSession::uploadTask(URLRequest request, DataCompletion completion) {
+  return task(std::move(request), detail::TaskPlan::upload(std::nullopt, std::move(completion)));
+}
+
+std::shared_ptr<URLSessionTask> URLSession::streamTask(URLRequest request, StreamCompletion completion) {
+  return task(std::move(request), detail::TaskPlan::stream(std::move(completion)));
 }
 
 std::shared_ptr<URLSessionTask> URLSession::uploadTask(URLRequest request, Data body, DataCompletion completion) {
   request.httpBody = std::move(body);
+  request.httpBodyStream.reset();
   return task(std::move(request), detail::TaskPlan::upload(std::nullopt, std::move(completion)));
 }
 
 std::shared_ptr<URLSessionTask> URLSession::uploadTask(URLRequest request, const URL& file, DataCompletion completion) {
   request.httpBody.reset();
+  request.httpBodyStream.reset();
   return task(std::move(request), detail::TaskPlan::upload(file, std::move(completion)));
 }
 

@@ -12,9 +12,16 @@
 #include "Platform/Foundation/Error.hpp"
 #include "Platform/Foundation/Progress.hpp"
 #include "Platform/Foundation/TemporaryFile.hpp"
+#include "Platform/Loading/CacheConfiguration.hpp"
+#include "Platform/Loading/ConnectionConfiguration.hpp"
+#include "Platform/Loading/DownloadOptions.hpp"
+#include "Platform/Loading/RedirectConfiguration.hpp"
+#include "Platform/Loading/TLSConfiguration.hpp"
 #include "Platform/Loading/URLRequest.hpp"
 #include "Platform/Loading/URLResponse.hpp"
+#include "Platform/Loading/URLResponseStream.hpp"
 #include "Platform/Loading/URLSessionDelegate.hpp"
+#include "Platform/Loading/URLSessionObserver.hpp"
 
 namespace platform {
 
@@ -22,28 +29,47 @@ namespace detail {
 class SessionCore;
 struct TaskPlan;
 }  // namespace detail
+struct TaskMetrics;
+class HTTPCookieStorage;
 
 /// How a session behaves; copied when the session is made.
 struct CORVANE_API URLSessionConfiguration {
-  /// Nothing is kept on disk: cookies live in memory, as long as the session.
+  /// Nothing is kept on disk: cookies and stored responses are kept in memory.
   static URLSessionConfiguration ephemeral() { return {}; }
 
-  /// Whether a task waits, instead of failing, while the machine has no network that leads to the host. It waits as
-  /// long as that takes, whatever its time-out, and tries again when the system's network changes.
+  /// Whether a task waits, instead of failing, while the machine has no network that leads to the host. It waits
+  /// without a limit, whatever its time-out, and tries again when the system's network changes. Default: false.
   bool waitsForConnectivity = false;
-  /// Bodies that are kept in memory fail with -1103 when they exceed this many bytes, decoded. Default: 1 GiB.
+  /// A task fails with -1103 when its body is kept in memory and exceeds this many bytes, decoded. Default: 1 GiB.
   std::int64_t maximumBodyBytes = std::int64_t{1} << 30;
-  /// Connections to one host at a time; further tasks wait in order. 0: as many as serve throughput,
-  /// starting at 64 and growing while the server is what holds things up.
+  /// The maximum number of connections to one host; further tasks wait in order. 0, the default: limited only by the
+  /// number of transfers, which starts at 64 and grows while the servers are the bottleneck.
   int httpMaximumConnectionsPerHost = 0;
-  /// Whether cookies are stored from responses and sent with later requests of this session.
+  /// Whether cookies are stored from responses and sent with later requests of this session. Default: true.
   bool httpShouldSetCookies = true;
+  /// Where they are stored, also for other sessions that are made with it. Null, the default: in one of the session's
+  /// own, as long as the session exists.
+  std::shared_ptr<HTTPCookieStorage> httpCookieStorage;
+  /// How it caches responses. Default: in up to 4 MiB of memory.
+  CacheConfiguration cache;
+  /// Which redirects are followed.
+  RedirectConfiguration redirects;
+  /// How it connects.
+  ConnectionConfiguration connections;
+  /// How its connections are secured.
+  TLSConfiguration tls;
+  /// Decides who is told what the session's tasks do, while they do it. Null, the default: nobody.
+  std::shared_ptr<URLSessionObserver> observer;
+
+  /// Empty when a session can be made with it, otherwise a sentence that names the fault: a negative number, or what
+  /// `connections` or `tls` have a problem with.
+  std::string problem() const;
 };
 
 /// One load. Made suspended; `resume` starts it. All operations may be called from any thread.
 class CORVANE_API URLSessionTask {
  public:
-  /// Where a task is in its life.
+  /// The state of a task.
   enum class State { running = 0, suspended = 1, canceling = 2, completed = 3 };
 
   virtual ~URLSessionTask();
@@ -52,75 +78,102 @@ class CORVANE_API URLSessionTask {
 
   /// Starts the task; further calls do nothing.
   virtual void resume() = 0;
-  /// Ends the task with the error "NSURLErrorDomain" -999, delivered as every completion is. Returns at
-  /// once. After the task completed it does nothing. A task that was never resumed completes too.
+  /// Ends the task with the error "NSURLErrorDomain" -999, delivered on the delegate queue like every completion.
+  /// Returns at once. Does nothing after the task has completed. A task that was never resumed completes, too.
   virtual void cancel() = 0;
-  /// At this moment. A task is `canceling` from `cancel` until its completion was called.
+  /// The state at this moment. A task is `canceling` from `cancel` until its completion has been called.
   virtual State state() const = 0;
-  /// What the task was made with, before redirects.
+  /// The request that the task was made with, before redirects.
   virtual const URLRequest& originalRequest() const = 0;
-  /// Counts the bytes of the body: of the request in an upload, of the response in any other task, as they go over
-  /// the network. It is updated at most every 50 ms, when something moved, and at the end of a task that succeeded.
+  /// Counts the bytes of the body that go over the network: of the request in an upload, of the response in any other
+  /// task. Of a download that goes on with what is kept it counts the whole file, from what is there. It is updated at
+  /// most every 50 ms, when bytes were transferred, and at the end of a task that succeeded. The network loop updates
+  /// it, so observers run on the loop's thread: they must be quick.
   virtual std::shared_ptr<Progress> progress() = 0;
   /// Unique within the process.
   virtual std::uint64_t taskIdentifier() const = 0;
+  /// What the task did and when (TaskMetrics.hpp). Null until the task is over, which it is when its completion is
+  /// called, or when the body of a stream tells its end; and of a task that could not begin.
+  virtual std::shared_ptr<const TaskMetrics> metrics() const;
 
  protected:
   URLSessionTask() = default;
 };
 
-/// Loads URLs: connections, cookies and behaviour shared by its tasks. Thread-safe.
+/// Loads URLs. Its tasks share connections, cookies and a configuration. Thread-safe.
 ///
-/// A session lives until it is invalidated and its tasks are done, or its last handle is gone and its tasks
-/// are done. It holds its delegate until then.
+/// A session ends when its tasks have completed after it was invalidated, or after its last handle was released. It
+/// keeps its delegate until then.
 class CORVANE_API URLSession : public std::enable_shared_from_this<URLSession> {
  public:
-  /// Called exactly once for each task, on the delegate queue: the body (present, maybe empty, when the
-  /// exchange completed; what had arrived, if anything, when it failed), the response if its head arrived,
-  /// and the error. An error means the body is not complete.
+  /// Called exactly once for each task, on the delegate queue: the body (present, possibly empty, when the exchange
+  /// completed; the bytes that had arrived, if any, when it failed), the response if its head arrived, and the error.
+  /// An error means that the body is not complete.
   using DataCompletion =
       UniqueFunction<void(std::optional<Data>, std::shared_ptr<const URLResponse>, std::optional<Error>)>;
 
-  /// The same for a download: in place of the body the file that holds it, decoded, where the exchange completed,
-  /// whatever its status. The file is removed with that value: move it, or keep it.
+  /// The same for a download. In place of the body, it gets a file with the decoded body if the exchange completed,
+  /// whatever its status. The file is removed with the `TemporaryFile`, unless you move it or call `keep`.
   using DownloadCompletion =
       UniqueFunction<void(std::optional<TemporaryFile>, std::shared_ptr<const URLResponse>, std::optional<Error>)>;
 
-  /// A session that calls its delegate (null: none) and its completions on that queue, which must be serial.
+  /// Called exactly once for each stream task, on the delegate queue, as soon as the final head is here: the body,
+  /// which is read from now on and tells how it ends, and the response. Where there is no such head, or its content
+  /// coding is not known, there is an error in place of the body, beside the response if one arrived.
+  using StreamCompletion = UniqueFunction<void(std::shared_ptr<URLResponseStream>, std::shared_ptr<const URLResponse>,
+                                               std::optional<Error>)>;
+
+  /// A session that calls its delegate (may be null) and its completions on that queue, which must be serial. Throws an
+  /// `Error` ("NSOSStatusErrorDomain", `OSStatus::param`) for a configuration with a problem.
   static std::shared_ptr<URLSession> make(URLSessionConfiguration configuration,
                                           std::shared_ptr<URLSessionDelegate> delegate, DispatchQueue delegateQueue);
   ~URLSession();
   URLSession(const URLSession&) = delete;
   URLSession& operator=(const URLSession&) = delete;
 
-  /// What the session was made with.
+  /// The configuration that the session was made with.
   const URLSessionConfiguration& configuration() const;
   /// A human-readable name; absent by default.
   std::optional<std::string> sessionDescription() const;
-  /// Absent takes the name away.
+  /// Absent removes the name.
   void setSessionDescription(std::optional<std::string> description);
 
-  /// A load of an http, https or file URL into memory. On an invalidated session the task fails with
+  /// A task that loads an http, https or file URL into memory. On an invalidated session the task fails with
   /// "NSURLErrorDomain" -999 when resumed.
   std::shared_ptr<URLSessionTask> dataTask(URLRequest request, DataCompletion completion);
-  /// A load of an http, https or file URL into a file, which is written as the bytes arrive, in the temporary
-  /// directory. What a task that fails or is cancelled wrote is removed. Beside the errors of a data task:
-  /// -3000 (the file cannot be made), -3002 and -3003 (it cannot be written, as on a full disk).
+  /// A task that loads an http, https or file URL into a file in the temporary directory, which is written as the bytes
+  /// arrive. The partial file of a task that fails or is cancelled is removed. Errors in addition to those of a data
+  /// task: -3000 (the file cannot be created), -3002 and -3003 (it cannot be written, for example on a full disk).
   std::shared_ptr<URLSessionTask> downloadTask(URLRequest request, DownloadCompletion completion);
-  /// A request with these bytes as its body.
+  /// The same with a destination, an expected digest, or both. The file that the completion gets is then the one at the
+  /// destination, unless the response has none (`DownloadOptions::isForDestination`). Errors in addition: -3000 before
+  /// anything is sent, when nothing can be saved there or something is there already, or when another user may have
+  /// written the partial file; -3001 when another download
+  /// writes the same partial file; -3005 when the complete file cannot be moved to its destination, since another one
+  /// came there meanwhile; -1017 and -1016 when the server sends another part of the file than the one it was asked
+  /// for, or a part (206) where the request has no "Range"; `DigestMismatch`. A message names the path.
+  std::shared_ptr<URLSessionTask> downloadTask(URLRequest request, DownloadOptions options,
+                                               DownloadCompletion completion);
+  /// A task that sends a request with the body that it has, and counts the bytes of that body.
+  std::shared_ptr<URLSessionTask> uploadTask(URLRequest request, DataCompletion completion);
+  /// A task that loads an http or https URL, and hands the body out while it arrives. The task is under way until the
+  /// body has arrived or was let go of, which cancels it. There is no limit on the body but that of the request. A file
+  /// URL fails with -1002.
+  std::shared_ptr<URLSessionTask> streamTask(URLRequest request, StreamCompletion completion);
+  /// A task that sends a request with these bytes as its body.
   std::shared_ptr<URLSessionTask> uploadTask(URLRequest request, Data body, DataCompletion completion);
-  /// A request with the content of this file as its body, which is read as it is sent. The file is opened when the
-  /// task starts, and must keep its length until it is sent. Beside the errors of a data task: -1100, -1101, -1102
-  /// and -1008 (the file cannot be read), -1021 (its length changed).
+  /// A task that sends a request with the content of this file as its body, read while it is sent. The file is opened
+  /// when the task starts, and must keep its length until it has been sent. Errors in addition to those of a data task:
+  /// -1100, -1101, -1102 and -1008 (the file cannot be read), -1021 (its length changed).
   std::shared_ptr<URLSessionTask> uploadTask(URLRequest request, const URL& file, DataCompletion completion);
 
-  /// For when what decides about trust has changed: servers are judged anew from their next connection on, in all
-  /// sessions of the process. Otherwise a connection that resumes the TLS session of an earlier one (RFC 8446, 2.2) has
-  /// the verdict of that. Connections that are open stay so.
+  /// Call this when the rules for trust have changed: every server is then evaluated again on its next connection, in
+  /// all sessions of the process. Without this call, a connection that resumes an earlier TLS session (RFC 8446, 2.2)
+  /// keeps the result of the earlier evaluation. Open connections stay open.
   static void forgetServerTrust();
-  /// No new tasks; those under way finish. Then the delegate is notified.
+  /// Refuses new tasks; the tasks under way finish. Then the delegate is notified.
   void finishTasksAndInvalidate();
-  /// No new tasks; those under way are cancelled. Then the delegate is notified.
+  /// Refuses new tasks; the tasks under way are cancelled. Then the delegate is notified.
   void invalidateAndCancel();
 
  private:

@@ -13,11 +13,11 @@ namespace platform {
 
 class URLSession;
 
-/// Where a challenge came from.
+/// The server that a challenge is about.
 struct URLProtectionSpace {
-  /// The host that is connected to.
+  /// The host of the connection.
   std::string host;
-  /// The port that is connected to.
+  /// The port of the connection.
   int port = 0;
   std::string protocol;  ///< "https"
   /// "NSURLAuthenticationMethodServerTrust".
@@ -26,19 +26,19 @@ struct URLProtectionSpace {
   std::shared_ptr<SecTrust> serverTrust;
 };
 
-/// A question to the delegate: whether to go on with a server.
+/// Asks the delegate whether to continue with a server.
 struct URLAuthenticationChallenge {
-  /// Where it came from.
+  /// The server.
   URLProtectionSpace protectionSpace;
 };
 
-/// Accepts the server by the trust object it was made from.
+/// Accepts the server that the trust object belongs to.
 struct URLCredential {
-  /// The object of the challenge, as it came.
+  /// The `serverTrust` of the challenge.
   std::shared_ptr<SecTrust> trust;
 };
 
-/// What to do with a challenge. The numbers are the platform's.
+/// The delegate's decision on a challenge. The numbers are the platform's.
 enum class AuthChallengeDisposition {
   useCredential = 0,
   performDefaultHandling = 1,
@@ -46,18 +46,19 @@ enum class AuthChallengeDisposition {
   rejectProtectionSpace = 3,
 };
 
-/// Told about a session's life, and asked about servers' trust. Called on the session's delegate queue.
+/// Is notified of a session's end, and decides about trust in servers. Called on the session's delegate queue.
 class CORVANE_API URLSessionDelegate {
  public:
-  /// Answers a challenge. The credential goes with `useCredential`, and is absent otherwise.
+  /// Responds to a challenge. The credential is for `useCredential`, and absent otherwise.
   using ChallengeCompletion = std::function<void(AuthChallengeDisposition, std::optional<URLCredential>)>;
 
   virtual ~URLSessionDelegate();
-  /// Once, after the last task of an invalidated session; the session then releases its delegate.
+  /// Called once, after the last task of an invalidated session; the session then releases its delegate.
   virtual void didBecomeInvalid(const std::shared_ptr<URLSession>& session, const std::optional<Error>& error);
-  /// Once for each new TLS connection, before anything of the request is sent. `completion` must be called
-  /// once, on any thread, now or later: the request's time-out does not run meanwhile. Default:
-  /// `performDefaultHandling`, i.e. the system's anchors and the host name decide.
+  /// Called once for each full TLS handshake, before any byte of the request is sent; not for a connection that resumes
+  /// a TLS session. `completion` must be called once, on any thread, now or later: the request's time-out does not run
+  /// meanwhile. Default: `performDefaultHandling`, i.e. the anchors of the system and of the session's configuration
+  /// and the host name decide. Pins of the configuration are checked whatever the delegate decides.
   virtual void didReceiveChallenge(const std::shared_ptr<URLSession>& session,
                                    const URLAuthenticationChallenge& challenge, ChallengeCompletion completion);
 };

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "Platform/Networking/HTTPConnection.hpp"
 #include "Platform/Networking/Pool/ConnectionPool.hpp"
@@ -25,18 +26,59 @@ void Exchange::touch() {
   if (isArmed()) postpone(pool_.loop().now() + idleTimeout_);
 }
 
-void Exchange::startIdleTime() { pool_.loop().arm(*this, pool_.loop().now() + idleTimeout_); }
+void Exchange::startIdleTime() {
+  const TimePoint now = pool_.loop().now();
+  pool_.loop().arm(*this, now + idleTimeout_);
+  const bool isConnecting = state_ == State::connection && connectTimeout_ > Duration::zero();
+  if (isConnecting && !connectTime_.isArmed()) pool_.loop().arm(connectTime_, now + connectTimeout_);
+}
 
-void Exchange::stopIdleTime() { pool_.loop().disarm(*this); }
+void Exchange::stopIdleTime() {
+  pool_.loop().disarm(*this);
+  stopConnectTime();
+}
 
-void Exchange::timerFired() { pool_.exchangeTimedOut(*this); }
+void Exchange::setReading(bool isWanted) {
+  if (state_ != State::underWay) return;
+  isReadingWanted_ = isWanted;
+  continueIdleTime();
+  connection_->setReading(*this, isWanted);
+}
 
-void Exchange::requestBegan() {
+void Exchange::stopConnectTime() { pool_.loop().disarm(connectTime_); }
+
+void Exchange::ConnectTime::timerFired() { exchange_.pool_.exchangeConnectTimedOut(exchange_); }
+
+/// What a limit of ours holds back is not late.
+void Exchange::timerFired() {
+  const TimePoint due = connection_ ? connection_->heldBackUntil() + idleTimeout_ : TimePoint{};
+  due > pool_.loop().now() ? pool_.loop().arm(*this, due) : pool_.exchangeTimedOut(*this);
+}
+
+void Exchange::bodyAwaited() {
+  awaitsBody_ = true;
+  continueIdleTime();
+}
+
+void Exchange::bodyReady() {
+  if (state_ != State::underWay) return;
+  awaitsBody_ = false;
+  continueIdleTime();
+  connection_->bodyReady(*this);
+}
+
+/// It stands still while nothing is to be expected of the network.
+void Exchange::continueIdleTime() { awaitsBody_ || !isReadingWanted_ ? stopIdleTime() : startIdleTime(); }
+
+void Exchange::requestBegan(std::size_t headBytes) {
+  awaitsBody_ = false;
+  isReadingWanted_ = true;
   ++metrics_.attempts;
   metrics_.requestBegun = pool_.loop().now();
-  metrics_.connection = connection_->times();
-  metrics_.protocol = connection_->protocol();
+  metrics_.connecting = isOnKeptConnection_ ? ConnectionTimes() : connection_->times();
+  metrics_.connection = connection_->metrics();
   metrics_.isConnectionReused = isOnKeptConnection_;
+  metrics_.headBytesSent = headBytes;
   touch();
 }
 
@@ -49,7 +91,9 @@ void Exchange::bodySent(std::uint64_t total) {
 void Exchange::requestEnded() { metrics_.requestEnded = pool_.loop().now(); }
 
 BodyDisposition Exchange::head(const ResponseHeadView& head) {
-  metrics_.firstByte = pool_.loop().now();
+  metrics_.headReceived = pool_.loop().now();
+  metrics_.headBytesReceived = head.headBytes;
+  if (head.statusCode >= 300 && std::exchange(awaitsBody_, false)) continueIdleTime();
   touch();
   return owner_.responseHead(head);
 }
@@ -66,10 +110,7 @@ bool Exchange::accepted(bool isTaken, std::size_t count) {
   return isTaken;
 }
 
-void Exchange::end() {
-  metrics_.lastByte = pool_.loop().now();
-  pool_.exchangeEnded(*this, std::nullopt);
-}
+void Exchange::end() { pool_.exchangeEnded(*this, std::nullopt); }
 
 void Exchange::failed(ExchangeFailure failure) { pool_.exchangeFailed(*this, std::move(failure)); }
 
@@ -84,6 +125,19 @@ bool Exchange::mayRepeat(const ExchangeFailure& failure) const {
   if (!wasLeftAlone && !keptConnectionBroke) return false;
   RequestBody* const body = owner_.requestBody();
   return !body || body->rewind();
+}
+
+void Exchange::beginRepeat(bool wasNotProcessed) {
+  const TimePoint now = pool_.loop().now();
+  metrics_.ended = now;
+  failedAttempts_.push_back({metrics_, wasNotProcessed});
+  metrics_ = {.begun = now, .attempts = metrics_.attempts};
+  ++repeats_;
+}
+
+void Exchange::forgetMetrics() {
+  metrics_ = {};
+  failedAttempts_.clear();
 }
 
 }  // namespace platform::networking

@@ -3,9 +3,11 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
-#include <string_view>
+#include <utility>
+#include <vector>
 
 #include "Platform/Foundation/Error.hpp"
+#include "Platform/Metrics/ConnectionMetrics.hpp"
 #include "Platform/Networking/Connecting/ConnectionTimes.hpp"
 #include "Platform/Networking/Loop/Timer.hpp"
 #include "Platform/Networking/Pool/AdmissionQueue.hpp"
@@ -20,26 +22,38 @@ class HTTPConnection;
 
 /// When the phases of an exchange took place, and what it moved. A phase that did not take place has the epoch.
 struct ExchangeMetrics {
-  ConnectionTimes connection;  ///< of the connection it ran on last; old times where that was a kept one
-  TimePoint begun{};           ///< it was handed to the pool
+  TimePoint begun{};  ///< it was handed to the pool, or to be repeated
+  TimePoint ended{};
+  /// Of the connection that was made for it, also where that failed.
+  ConnectionTimes connecting;
+  /// Null where there was no connection.
+  std::shared_ptr<const ConnectionMetrics> connection;
   TimePoint requestBegun{};
   TimePoint requestEnded{};
-  TimePoint firstByte{};
-  TimePoint lastByte{};
+  TimePoint headReceived{};
+  std::uint64_t headBytesSent = 0;
   std::uint64_t bodyBytesSent = 0;
+  std::uint64_t headBytesReceived = 0;
   std::uint64_t bodyBytesReceived = 0;
-  std::string_view protocol;
   bool isConnectionReused = false;
   /// How often the request went out.
   int attempts = 0;
 };
 
+/// An attempt after which the request was repeated.
+struct FailedAttempt {
+  ExchangeMetrics metrics;
+  /// The server said that it did not look at the request; otherwise the connection broke.
+  bool wasNotProcessed = false;
+};
+
 /// Why an exchange ended without a complete response.
 struct ExchangeProblem {
   enum class Kind : std::uint8_t {
-    network,   ///< `failure` says what happened
-    timedOut,  ///< nothing moved for the idle time-out
-    rejected   ///< the server was judged, and not trusted: `rejection`
+    network,          ///< `failure` says what happened
+    timedOut,         ///< nothing moved for the idle time-out
+    connectTimedOut,  ///< there was no connection within the connect time-out
+    rejected          ///< the server was judged, and not trusted: `rejection`
   };
   Kind kind = Kind::network;
   Failure failure;
@@ -84,13 +98,26 @@ class Exchange final : public AdmissionEntry, public ListLinks<Exchange>, privat
     underWay     ///< on a connection
   };
 
-  Exchange(ConnectionPool& pool, ExchangeOwner& owner) : pool_(pool), owner_(owner) {}
+  Exchange(ConnectionPool& pool, ExchangeOwner& owner) : pool_(pool), owner_(owner), connectTime_(*this) {}
   ~Exchange() override = default;
 
   State state() const { return state_; }
+  /// How long it may wait while a connection is being made for it; zero: no limit. While it is outside.
+  void setConnectTimeout(Duration limit) { connectTimeout_ = limit; }
+  /// Whether more of the response's body is wanted at the moment: see `HTTPConnection::setReading`. While it is not,
+  /// the idle time-out stands still. Does nothing unless it is under way.
+  void setReading(bool isWanted);
+  /// Of the last attempt.
   const ExchangeMetrics& metrics() const { return metrics_; }
+  /// The attempts before the last one.
+  const std::vector<FailedAttempt>& failedAttempts() const { return failedAttempts_; }
+  void forgetMetrics();
   /// Whether a byte of the request may have left.
   bool requestWasSent() const { return metrics_.attempts > 0; }
+  /// The owner's body has nothing to send for now: until it has, or the server refuses it, the idle time stands still.
+  void bodyAwaited();
+  /// It has something again.
+  void bodyReady();
   /// The number of the first connection that may serve it: where a kept one broke, it is to be a newer one.
   std::uint64_t firstConnection() const { return firstConnection_; }
 
@@ -102,7 +129,7 @@ class Exchange final : public AdmissionEntry, public ListLinks<Exchange>, privat
   const RequestHead& requestHead() const override { return owner_.requestHead(); }
   RequestBody* requestBody() override { return owner_.requestBody(); }
   // Of the response, as the connection tells of it.
-  void requestBegan() override;
+  void requestBegan(std::size_t headBytes) override;
   void bodySent(std::uint64_t total) override;
   void requestEnded() override;
   void progressed() override { touch(); }
@@ -110,28 +137,49 @@ class Exchange final : public AdmissionEntry, public ListLinks<Exchange>, privat
   bool body(Bytes bytes) override;
   std::span<std::byte> bodyRoom(std::size_t count) override { return owner_.responseRoom(count); }
   bool bodyFilled(std::size_t count) override;
+  void bodyDiscarded(std::size_t count) override { metrics_.bodyBytesReceived += count; }
   void end() override;
   void failed(ExchangeFailure failure) override;
   void timerFired() override;
 
+  class ConnectTime final : public Timer {
+   public:
+    explicit ConnectTime(Exchange& exchange) : exchange_(exchange) {}
+
+   private:
+    void timerFired() override;
+
+    Exchange& exchange_;
+  };
+
   void touch();
+  /// And the connect time, of one that waits for a connection.
   void startIdleTime();
   void stopIdleTime();
+  void stopConnectTime();
+  void continueIdleTime();
   bool mayRepeat(const ExchangeFailure& failure) const;
+  /// Throws `std::bad_alloc`.
+  void beginRepeat(bool wasNotProcessed);
   bool accepted(bool isTaken, std::size_t count);
   RequestStream& stream() { return *this; }
 
   ConnectionPool& pool_;
   ExchangeOwner& owner_;
   State state_ = State::outside;
-  HostConnections* host_ = nullptr;  ///< unless outside
+  HostConnections* host_ = nullptr;  ///< unless outside, or on a connection that is not the pool's
   Duration idleTimeout_{};
+  Duration connectTimeout_{};
+  ConnectTime connectTime_;
   ExchangeMetrics metrics_;
+  std::vector<FailedAttempt> failedAttempts_;
   /// Of `State::connection`: what is being made for it; null: it waits for what another one comes to.
   PendingConnection* pending_ = nullptr;
   /// Of `State::underWay`.
   HTTPConnection* connection_ = nullptr;
   bool isOnKeptConnection_ = false;
+  bool awaitsBody_ = false;
+  bool isReadingWanted_ = true;
   std::uint64_t firstConnection_ = 0;
   int repeats_ = 0;
 };

@@ -2,8 +2,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string_view>
+#include <utility>
 
+#include "Platform/Metrics/ConnectionMetrics.hpp"
 #include "Platform/Networking/Connecting/ConnectionTimes.hpp"
 #include "Platform/Networking/RequestStream.hpp"
 
@@ -46,6 +49,8 @@ class HTTPConnection {
   /// When the server was last heard of, as far as that tells whether the connection is alive; the end of time where
   /// every exchange that is cancelled ends the connection anyway.
   virtual TimePoint lastReceived() const { return TimePoint::max(); }
+  /// Until when a limit of ours held its bytes back: the present while it does. Silence before does not count.
+  virtual TimePoint heldBackUntil() const { return {}; }
   /// Sends the request, and tells the exchange of what comes of it. May call back at once. Requires: `capacity() > 0`.
   virtual void start(RequestStream& exchange) = 0;
   /// Ends the exchange without another call to it. Over HTTP/1.1 the connection is closed, over HTTP/2 the stream is
@@ -61,13 +66,18 @@ class HTTPConnection {
   virtual void retire() = 0;
 
   const ConnectionTimes& times() const { return times_; }
-  void setTimes(const ConnectionTimes& times) { times_ = times; }
+  const std::shared_ptr<const ConnectionMetrics>& metrics() const { return metrics_; }
+  void setMetrics(const ConnectionTimes& times, std::shared_ptr<const ConnectionMetrics> metrics) {
+    times_ = times;
+    metrics_ = std::move(metrics);
+  }
 
  protected:
   HTTPConnection() = default;
 
  private:
   ConnectionTimes times_;
+  std::shared_ptr<const ConnectionMetrics> metrics_;
 };
 
 }  // namespace platform::networking

@@ -21,6 +21,8 @@ struct ResponseHeadView {
   /// What the framing says of the body's length; -1 when it does not (chunks, until the end of the stream). 0 where
   /// there is no body (HEAD, 204, 304), whatever Content-Length says.
   std::int64_t bodyLength = -1;
+  /// How many bytes the head was on the network; over HTTP/2 compressed.
+  std::size_t headBytes = 0;
   /// Whether there can be a body at all.
   bool hasBody = true;
 };
@@ -62,8 +64,8 @@ class RequestStream {
 
   // Told by the connection.
 
-  /// The first byte is about to be written.
-  virtual void requestBegan() = 0;
+  /// The first byte is about to be written; the head has so many.
+  virtual void requestBegan(std::size_t headBytes) = 0;
   /// So many bytes of the request's body were given to the system so far.
   virtual void bodySent(std::uint64_t total) = 0;
   /// The request was written whole.
@@ -86,6 +88,8 @@ class RequestStream {
     static_cast<void>(count);
     return true;
   }
+  /// So many bytes of a body that nobody wants were read.
+  virtual void bodyDiscarded(std::size_t count) { static_cast<void>(count); }
   /// The fields after the body, checked (RFC 9110, 6.5); told before `end`, if there are any.
   virtual void trailers(std::span<const FieldView> fields) { static_cast<void>(fields); }
   /// The response is complete.

@@ -10,6 +10,10 @@ std::optional<SecCertificate> SecCertificate::createWithData(const Data& der) {
   return SecCertificate(std::move(handle));
 }
 
+std::vector<SecCertificate> SecCertificate::listFromPEM(const Data& pem) { return detail::certificatesFromPEM(pem); }
+
+std::string SecCertificate::publicKeyPin() const { return detail::publicKeyPin(handle_->x509); }
+
 Data SecCertificate::data() const { return handle_->der(); }
 
 std::string SecCertificate::subjectSummary() const { return detail::nameSummary(X509_get_subject_name(handle_->x509)); }

@@ -14,6 +14,7 @@ struct SecTrust::State {
   std::optional<std::int64_t> verifyDate CORVANE_GUARDED_BY(mutex);
   SecTrustProblem problem CORVANE_GUARDED_BY(mutex) = SecTrustProblem::none;
   std::string problemDescription CORVANE_GUARDED_BY(mutex);
+  std::vector<SecCertificate> verifiedChain CORVANE_GUARDED_BY(mutex);
 };
 
 SecTrust::SecTrust(std::vector<SecCertificate> chain, std::string host)
@@ -47,7 +48,13 @@ SecTrustResult SecTrust::evaluate() {
       detail::verifyChain({chain_, host_, state_->anchors, !state_->anchorsOnly, state_->verifyDate});
   state_->problem = verdict.problem;
   state_->problemDescription = std::move(verdict.description);
+  state_->verifiedChain = std::move(verdict.verifiedChain);
   return verdict.result;
+}
+
+std::vector<SecCertificate> SecTrust::verifiedChain() const {
+  const detail::MutexLock lock(state_->mutex);
+  return state_->verifiedChain;
 }
 
 SecTrustProblem SecTrust::problem() const {

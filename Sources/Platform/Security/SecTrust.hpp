@@ -13,29 +13,33 @@ namespace platform {
 
 /// Result codes of the trust functions.
 namespace OSStatus {
-/// The operation did what it was to do.
+/// The operation succeeded.
 inline constexpr std::int32_t success = 0;
 /// A parameter was wrong.
 inline constexpr std::int32_t param = -50;
+/// Bytes cannot be read as what they should be.
+inline constexpr std::int32_t decode = -26275;
+/// A pass phrase is wrong or missing.
+inline constexpr std::int32_t authFailed = -25293;
 }  // namespace OSStatus
 
 /// The outcome of an evaluation. The numbers are the platform's.
 enum class SecTrustResult : std::uint32_t {
-  invalid = 0,                  ///< of the platform; evaluation here never gives it
-  proceed = 1,                  ///< an explicit user setting; evaluation here never gives it
-  deny = 3,                     ///< an explicit user setting; evaluation here never gives it
+  invalid = 0,                  ///< a code of the platform; never the result of an evaluation here
+  proceed = 1,                  ///< an explicit user setting; never the result of an evaluation here
+  deny = 3,                     ///< an explicit user setting; never the result of an evaluation here
   unspecified = 4,              ///< trusted through an anchor, without an explicit user setting
-  recoverableTrustFailure = 5,  ///< dates, anchors, host name or purpose do not fit
+  recoverableTrustFailure = 5,  ///< wrong dates, anchor, host name or purpose
   fatalTrustFailure = 6,        ///< malformed, badly signed, or too weak
   otherError = 7,               ///< not evaluated: no certificate, or no memory
 };
 
-/// Why an evaluation did not trust the chain.
+/// The reason why an evaluation did not trust the chain.
 enum class SecTrustProblem { none, expired, notYetValid, unknownRoot, hostMismatch, other };
 
-/// A chain of certificates to be judged for a host. Safe on any thread.
+/// A chain of certificates to be evaluated for a host. Safe on any thread.
 ///
-/// What decides is virtual, so that a test may put an evaluation of its own behind a challenge.
+/// The anchor setters and `evaluate` are virtual, so that a test can substitute its own evaluation.
 class CORVANE_API SecTrust {
  public:
   /// `chain` starts with the server's own certificate, in the order in which it was received; the others
@@ -45,28 +49,31 @@ class CORVANE_API SecTrust {
   SecTrust(const SecTrust&) = delete;
   SecTrust& operator=(const SecTrust&) = delete;
 
-  /// The certificates that were given, the server's own first.
+  /// The certificates passed to the constructor, the server's own first.
   const std::vector<SecCertificate>& chain() const { return chain_; }
-  /// The name or address that was given.
+  /// The name or address passed to the constructor.
   const std::string& host() const { return host_; }
 
-  /// Replaces the custom anchors, and until `setAnchorCertificatesOnly(false)` makes them the only ones.
-  /// An empty list brings the system's anchors back. Returns `OSStatus::param`, and changes nothing, when
-  /// one of them was moved from.
+  /// Replaces the custom anchors. They are then the only anchors, until `setAnchorCertificatesOnly(false)`. An empty
+  /// list restores the system's anchors. Returns `OSStatus::success`; or `OSStatus::param`, and changes nothing, if a
+  /// certificate is a moved-from value.
   virtual std::int32_t setAnchorCertificates(std::vector<SecCertificate> anchors);
-  /// Whether only the custom anchors count. Returns `OSStatus::success`.
+  /// Sets whether only the custom anchors count, without the system's. Returns `OSStatus::success`.
   virtual std::int32_t setAnchorCertificatesOnly(bool only);
-  /// Judges the dates as of this moment, in seconds since 1970 UTC; absent, as it starts: now.
+  /// Sets the time for which dates are checked, in seconds since 1970 UTC; absent, the default: now.
   void setVerifyDate(std::optional<std::int64_t> secondsSince1970);
 
-  /// Verifies the chain up to an anchor, its dates, its use for a server, and always the host name
-  /// (RFC 6125; an IP address matches an address entry only). `unspecified` means trusted. An anchor may
-  /// itself be an intermediate or the server's self-signed certificate. Blocks for well under a
-  /// millisecond; the system's bundle is read once per process, on first use, in about 20 ms.
+  /// Verifies the chain up to an anchor, its dates, its purpose, and always the host name (RFC 6125; an IP address
+  /// matches an address entry only). `unspecified` means trusted. An anchor may itself be an intermediate or the
+  /// server's self-signed certificate. Blocks for well under a millisecond; the first use reads the system's bundle,
+  /// once per process, in about 20 ms.
   virtual SecTrustResult evaluate();
-  /// Of the last evaluation; the host name is judged last. `none` before the first.
+  /// The certificates from the server's own to the anchor, as the last evaluation followed them; empty unless it
+  /// trusted.
+  std::vector<SecCertificate> verifiedChain() const;
+  /// The problem found by the last evaluation; the host name is checked last. `none` before the first evaluation.
   SecTrustProblem problem() const;
-  /// Of the last evaluation: one sentence, empty when trusted.
+  /// One sentence about the problem found by the last evaluation; empty when trusted.
   std::string problemDescription() const;
 
  private:

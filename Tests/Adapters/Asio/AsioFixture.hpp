@@ -42,10 +42,10 @@ inline std::string messageOf(const std::exception_ptr& error) {
 inline const std::string cancelledMessage = HTTPResponseError::taskCancelled().message();
 
 /// Sends to a server of its own, from a context of its own.
-class AsioTest : public testing::ServerTest {
+class AsioTest : public testkit::ServerTest {
  protected:
-  using Latch = testing::Latch;
-  using MockResponse = testing::MockResponse;
+  using Latch = testkit::Latch;
+  using MockResponse = testkit::MockResponse;
 
   ~AsioTest() override {
     latch.open();
@@ -55,7 +55,7 @@ class AsioTest : public testing::ServerTest {
   Get get(std::string_view target = "/") const { return {.url = server.url(target)}; }
   void holdResponses(int count = 1) {
     for (int number = 0; number < count; ++number) {
-      server.enqueue(MockResponse(200).hold(testing::Moment::beforeStatusLine, latch));
+      server.enqueue(MockResponse(200).hold(testkit::Moment::beforeStatusLine, latch));
     }
   }
   /// Runs until there is no work left; false when that takes too long.

@@ -150,7 +150,7 @@ TEST_F(AsioQueueTest, dropsWhatComesOnceTheContextIsDestroyed) {
 TEST_F(AsioQueueTest, survivesTheEndOfTheContextWhileRequestsAreUnderWay) {
   holdResponses(3);
   std::optional<net::io_context> ending(std::in_place);
-  const testing::Expectation<void> released;
+  const testkit::Expectation<void> released;
   {
     const std::shared_ptr<void> token(nullptr, [released](void*) { released(); });
     const AsioQueue queue(*ending);

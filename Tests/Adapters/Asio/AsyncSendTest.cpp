@@ -98,7 +98,7 @@ TEST_F(AsyncSendTest, callsACallbackOnItsAssociatedExecutor) {
 TEST_F(AsyncSendTest, callsACallbackWithoutAnExecutorOnTheSystemsThreads) {
   server.enqueue(MockResponse(200).text("hello"));
 
-  const auto thread = testing::await<std::thread::id>([&](auto done) {
+  const auto thread = testkit::await<std::thread::id>([&](auto done) {
     async_send(get(), [done](std::exception_ptr, const HTTPResponse<Data>&) { done(std::this_thread::get_id()); });
   });
 
@@ -283,7 +283,7 @@ TEST_F(AsyncSendTest, tellsTheProgressOneAtATimeAndFirstAlsoInAThreadPool) {
   std::atomic<int> inside = 0, calls = 0, strays = 0;
   for (int number = 0; number < 20; ++number) {
     server.enqueue(MockResponse(200).text(std::string(300'000, 'x')));
-    const testing::Expectation<void> answered;
+    const testkit::Expectation<void> answered;
     std::atomic<bool> isOver = false;
     async_send(
         pool, Download{.url = server.url("/file")},

@@ -17,7 +17,7 @@ struct Get : DataGetRequestable<Get> {
   HTTPHeaders sharedHeaders() const { return {}; }
 };
 
-class GLibTest : public testing::ServerTest {
+class GLibTest : public testkit::ServerTest {
  protected:
   /// Made on first use, and kept as long as the process.
   static void SetUpTestSuite() { g_main_context_default(); }
@@ -55,11 +55,11 @@ class GLibTest : public testing::ServerTest {
 
   GMainContext* const context = g_main_context_new();
   GMainLoop* const loop = g_main_loop_new(context, FALSE);
-  const testing::Latch latch;
+  const testkit::Latch latch;
 };
 
 TEST_F(GLibTest, completesWhereTheContextIsIterated) {
-  server.enqueue(testing::MockResponse(200).text("hello"));
+  server.enqueue(testkit::MockResponse(200).text("hello"));
   const GLibQueue queue(context);
   std::thread::id thread;
 
@@ -74,7 +74,7 @@ TEST_F(GLibTest, completesWhereTheContextIsIterated) {
 
 TEST_F(GLibTest, completesManyRequests) {
   constexpr int count = 300;
-  server.handleAll([](const auto&) { return testing::MockResponse(200).text("x"); });
+  server.handleAll([](const auto&) { return testkit::MockResponse(200).text("x"); });
   const GLibQueue queue(context);
   int completed = 0;
 
@@ -103,7 +103,7 @@ TEST_F(GLibTest, takesTheDefaultContextForNull) {
 
 TEST_F(GLibTest, keepsWhatWaitsUntilTheContextIsIteratedAgain) {
   for (int number = 0; number < 3; ++number) {
-    server.enqueue(testing::MockResponse(200).hold(testing::Moment::beforeStatusLine, latch));
+    server.enqueue(testkit::MockResponse(200).hold(testkit::Moment::beforeStatusLine, latch));
   }
   const GLibQueue queue(context);
   int completed = 0;
@@ -138,7 +138,7 @@ TEST_F(GLibTest, outlivesTheLastHandleOfTheUser) {
 }
 
 TEST_F(GLibTest, drainsTheMainQueue) {
-  server.enqueue(testing::MockResponse(200));
+  server.enqueue(testkit::MockResponse(200));
   const GLibMainLoop mainLoop(context);
   std::thread::id thread;
 

@@ -29,7 +29,7 @@ QCoreApplication& application() {
   return instance;
 }
 
-class QtTest : public testing::ServerTest {
+class QtTest : public testkit::ServerTest {
  protected:
   static void SetUpTestSuite() { application(); }
 
@@ -54,16 +54,16 @@ class QtTest : public testing::ServerTest {
   }
   void holdResponses(int count) {
     for (int number = 0; number < count; ++number) {
-      server.enqueue(testing::MockResponse(200).hold(testing::Moment::beforeStatusLine, latch));
+      server.enqueue(testkit::MockResponse(200).hold(testkit::Moment::beforeStatusLine, latch));
     }
   }
 
   QCoreApplication& app = application();
-  const testing::Latch latch;
+  const testkit::Latch latch;
 };
 
 TEST_F(QtTest, completesInTheEventLoopOfAnObject) {
-  server.enqueue(testing::MockResponse(200).text("hello"));
+  server.enqueue(testkit::MockResponse(200).text("hello"));
   QObject window;
   const QtQueue queue(&window);
   std::thread::id thread;
@@ -79,7 +79,7 @@ TEST_F(QtTest, completesInTheEventLoopOfAnObject) {
 
 TEST_F(QtTest, completesManyRequestsInTheEventLoop) {
   constexpr int count = 300;
-  server.handleAll([](const auto&) { return testing::MockResponse(200).text("x"); });
+  server.handleAll([](const auto&) { return testkit::MockResponse(200).text("x"); });
   QObject window;
   const QtQueue queue(&window);
   int completed = 0;
@@ -96,12 +96,12 @@ TEST_F(QtTest, completesManyRequestsInTheEventLoop) {
 }
 
 TEST_F(QtTest, completesInTheEventLoopOfAThread) {
-  server.enqueue(testing::MockResponse(200));
+  server.enqueue(testkit::MockResponse(200));
   QThread thread;
   thread.start();
   const QtQueue queue(thread);
 
-  const bool isThere = testing::await<bool>([&](auto done) {
+  const bool isThere = testkit::await<bool>([&](auto done) {
     get().send(queue, [&thread, done](const DataResponse&) { done(QThread::currentThread() == &thread); });
   });
 
@@ -114,7 +114,7 @@ TEST_F(QtTest, completesInTheEventLoopOfAThread) {
 TEST_F(QtTest, keepsNothingInAThreadOnceTheQueueIsGone) {
   QThread thread;
   thread.start();
-  const testing::Expectation<void> gone;
+  const testkit::Expectation<void> gone;
   auto* receiver = detail::QtSubmission::receiverIn(thread);
   QObject::connect(receiver, &QObject::destroyed, [gone] { gone(); });
   {
@@ -169,7 +169,7 @@ TEST_F(QtTest, survivesTheEndOfTheObjectWhileBlocksAreSubmitted) {
 }
 
 TEST_F(QtTest, drainsTheMainQueue) {
-  server.enqueue(testing::MockResponse(200));
+  server.enqueue(testkit::MockResponse(200));
   const QtMainLoop mainLoop;
   std::thread::id thread;
 

@@ -10,6 +10,7 @@
 #include "CorvaneTesting/Expectation.hpp"
 #include "CorvaneTesting/Latch.hpp"
 #include "CorvaneTesting/TestServer.hpp"
+#include "TestSupport/Sanitizers.hpp"
 
 // Ten thousand requests to one host at once, in a process that may open 256 descriptors. It runs alone, so that its
 // memory can be told; the server is in the test's process, which has descriptors of its own.
@@ -17,23 +18,16 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::Latch;
-using corvane::testing::MockResponse;
-using corvane::testing::Moment;
-using corvane::testing::ServerOptions;
-using corvane::testing::TestServer;
+using corvane::testkit::isSanitized;
+using corvane::testkit::Latch;
+using corvane::testkit::MockResponse;
+using corvane::testkit::Moment;
+using corvane::testkit::ServerOptions;
+using corvane::testkit::TestServer;
 
 constexpr std::size_t crowd = 10'000;
 constexpr double allowedBytes = 4096;
 constexpr const char* serverVariable = "CORVANE_TEST_CROWD_SERVER";
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool isSanitized = true;
-#elif defined(__has_feature)
-constexpr bool isSanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
-#else
-constexpr bool isSanitized = false;
-#endif
 
 struct CrowdGet : DataGetRequestable<CrowdGet> {
   URL url;
@@ -71,7 +65,7 @@ double residentBytes() {
 
 void ask(const std::string& url) {
   const DispatchQueue queue("BatchCrowdTest.control");
-  const auto response = testing::await<DataResponse>([&](auto done) { ControlGet{.url = url}.send(queue, done); },
+  const auto response = testkit::await<DataResponse>([&](auto done) { ControlGet{.url = url}.send(queue, done); },
                                                      std::chrono::seconds(60));
   require(response.result.isSuccess(), "the server can be asked");
 }
@@ -82,7 +76,7 @@ void ask(const std::string& url) {
   const std::vector<CrowdGet> requests(crowd, CrowdGet{.url = server + "/crowd"});
   ask(server + "/ready");
   const double before = residentBytes();
-  testing::Expectation<std::vector<DataResponse>> completion;
+  testkit::Expectation<std::vector<DataResponse>> completion;
 
   send(requests, queue, true, {}, completion);
   // What was sent before this has begun to wait when it is answered.

@@ -83,14 +83,14 @@ class BatchTest : public ::testing::Test {
     };
   }
   /// The texts of a list of responses, once it is there.
-  static std::vector<std::string> textsOf(const testing::Expectation<Responses>& completion) {
+  static std::vector<std::string> textsOf(const testkit::Expectation<Responses>& completion) {
     return summaries(completion.wait());
   }
 
   platform::detail::ManualClock clock;
   const DispatchQueue queue{"BatchTest"};
   const EventRecorder recorder;
-  const testing::Expectation<Responses> completion;
+  const testkit::Expectation<Responses> completion;
 };
 
 }  // namespace corvane

@@ -11,9 +11,9 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::await;
-using corvane::testing::Expectation;
-using corvane::testing::MockResponse;
+using corvane::testkit::await;
+using corvane::testkit::Expectation;
+using corvane::testkit::MockResponse;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
@@ -166,7 +166,7 @@ struct GetFile : DownloadRequestable<GetFile> {
 class BatchTransferTest : public TransferTest {};
 
 TEST_F(BatchTransferTest, downloadsEachIntoAFile) {
-  server.handleAll([](const testing::ReceivedRequest& request) { return MockResponse(200).body(request.target); });
+  server.handleAll([](const testkit::ReceivedRequest& request) { return MockResponse(200).body(request.target); });
   const std::vector<GetFile> requests = {{.url = server.url("/one")}, {.url = server.url("/two")}};
 
   const auto responses = send(requests, true).get();
@@ -177,7 +177,7 @@ TEST_F(BatchTransferTest, downloadsEachIntoAFile) {
 }
 
 TEST_F(BatchTransferTest, uploadsEach) {
-  server.handleAll([](const testing::ReceivedRequest& request) { return MockResponse(200).body(request.body); });
+  server.handleAll([](const testkit::ReceivedRequest& request) { return MockResponse(200).body(request.body); });
   const std::vector<DataUploadRequest> requests(3, DataUploadRequest(server.url("/"), Data("sent")));
 
   const auto responses = send(requests, HTTPBatchMode::parallel(2)).get();

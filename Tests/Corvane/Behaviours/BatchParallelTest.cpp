@@ -5,10 +5,10 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::Expectation;
-using corvane::testing::Latch;
-using corvane::testing::MockResponse;
-using corvane::testing::Moment;
+using corvane::testkit::Expectation;
+using corvane::testkit::Latch;
+using corvane::testkit::MockResponse;
+using corvane::testkit::Moment;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -34,7 +34,7 @@ TEST_F(BatchParallelTest, completesAnEmptyListOnTheMainQueueWithoutAQueue) {
   send(std::vector<BatchItem>(), std::nullopt, true, noting(),
        [=](const Responses& responses) { result(responses.empty() && DispatchQueue::main().isCurrent()); });
 
-  EXPECT_TRUE(testing::waitOnMain(result));
+  EXPECT_TRUE(testkit::waitOnMain(result));
 }
 
 TEST_F(BatchParallelTest, sendsAllInTheOrderOfTheListBeforeItReturns) {
@@ -97,7 +97,7 @@ TEST_F(BatchParallelTest, deliversTheListOnTheGlobalQueueWithoutAQueue) {
       [=](const auto&, const auto&) { updated(DispatchQueue::main().isCurrent()); },
       [=](const auto&) { completed(DispatchQueue::global().isCurrent()); });
 
-  EXPECT_TRUE(testing::waitOnMain(updated));
+  EXPECT_TRUE(testkit::waitOnMain(updated));
   EXPECT_TRUE(completed.wait());
 }
 
@@ -243,7 +243,7 @@ TEST_F(BatchSendTest, yieldsTheResponseFirstThatArrivesFirst) {
 }
 
 TEST_F(BatchSendTest, sendsOneAfterAnother) {
-  server.handleAll([](const testing::ReceivedRequest& request) { return MockResponse(200).text(request.target); });
+  server.handleAll([](const testkit::ReceivedRequest& request) { return MockResponse(200).text(request.target); });
   const std::vector<Get> requests = {get("/1"), get("/2"), get("/3")};
 
   send(

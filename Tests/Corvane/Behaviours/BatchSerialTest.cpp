@@ -8,10 +8,10 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::Expectation;
-using corvane::testing::Latch;
-using corvane::testing::MockResponse;
-using corvane::testing::Moment;
+using corvane::testkit::Expectation;
+using corvane::testkit::Latch;
+using corvane::testkit::MockResponse;
+using corvane::testkit::Moment;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -63,7 +63,7 @@ TEST_F(BatchSerialTest, deliversAllOnTheMainQueueWithoutAQueue) {
       [=](const auto&, const auto&) { updated(DispatchQueue::main().isCurrent()); },
       [=](const auto&) { completed(DispatchQueue::main().isCurrent()); });
 
-  EXPECT_TRUE(testing::waitOnMain(completed));
+  EXPECT_TRUE(testkit::waitOnMain(completed));
   EXPECT_TRUE(updated.wait());
 }
 
@@ -325,7 +325,7 @@ TEST(BatchRealTimeTest, timesOutByTheRealClock) {
                                         {.name = "b"}};
 
   const auto responses =
-      testing::await<std::vector<DataResponse>>([&](auto done) { send(items, queue, false, {}, done); });
+      testkit::await<std::vector<DataResponse>>([&](auto done) { send(items, queue, false, {}, done); });
 
   EXPECT_THAT(summaries(responses), ElementsAre("time-out", "b"));
   cancel(items);
@@ -336,7 +336,7 @@ class BatchSerialDeathTest : public ::testing::Test {
   static void sendWithTimeout(double timeout) {
     const DispatchQueue queue("BatchSerialDeathTest");
     const std::vector<BatchItem> items = {{.name = "a", .timeoutInterval = timeout}};
-    testing::await<std::vector<DataResponse>>([&](auto done) { send(items, queue, false, {}, done); });
+    testkit::await<std::vector<DataResponse>>([&](auto done) { send(items, queue, false, {}, done); });
   }
   static constexpr const char* message = "The time-out of a request in a serial batch is no whole number of seconds";
 };

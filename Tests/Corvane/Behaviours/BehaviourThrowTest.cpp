@@ -44,7 +44,7 @@ class BehaviourThrowDeathTest : public ::testing::Test {
     return queue;
   }
   /// For as long as it may take until another thread ends the process.
-  static void waitInVain() { testing::Expectation<void>().wait(std::chrono::seconds(20)); }
+  static void waitInVain() { testkit::Expectation<void>().wait(std::chrono::seconds(20)); }
 
   static constexpr const char* message = "An exception escaped a block of the queue \"careless\": oops";
 };

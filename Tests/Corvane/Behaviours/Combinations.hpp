@@ -57,7 +57,7 @@ std::string noteOf(const HTTPRetryResult<Response>& result) {
   return text;
 }
 
-using Notes = testing::Expectation<std::string>;
+using Notes = testkit::Expectation<std::string>;
 using Cancel = std::function<void()>;
 
 /// A request type that adopts some behaviours, and what can be done with it. What it cannot do is empty.

@@ -15,9 +15,9 @@
 namespace corvane::combinations {
 namespace {
 
-using corvane::testing::Latch;
-using corvane::testing::MockResponse;
-using corvane::testing::Moment;
+using corvane::testkit::Latch;
+using corvane::testkit::MockResponse;
+using corvane::testkit::Moment;
 using detail::SendRoute;
 using ::testing::Contains;
 using ::testing::ElementsAre;
@@ -102,7 +102,7 @@ class CombinationsTest : public ::testing::TestWithParam<Combination> {
   const Combination it = GetParam();
   std::optional<Latch> latch;
   OwnTemporaryDirectory temporary;
-  testing::TestServer server;
+  testkit::TestServer server;
   platform::detail::ManualClock clock;
   const DispatchQueue queue{"CombinationsTest"};
   /// What completions and handlers note.
@@ -239,13 +239,13 @@ std::string responseOf(SendRoute route, Kind kind) {
 
 std::string sendOf(const Combination& one) {
   const std::string response = responseOf(one.singleRoute, one.kind);
-  return one.route == SendRoute::polling ? response + "; the polling's handlers hear of it" : response;
+  return one.route == SendRoute::polling ? response + "; polling handlers are called" : response;
 }
 
 std::string retryOf(const Combination& one) {
   if (!one.retries) return "";
   const std::string response = responseOf(one.singleRoute, Kind::data);
-  return one.polls ? "starts polling; attempts, each of them the attempts of a tick, of which the handlers hear"
+  return one.polls ? "starts polling; each attempt makes all attempts of a tick, and polling handlers are called"
                    : "attempts: " + response;
 }
 

@@ -7,7 +7,7 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::Expectation;
+using corvane::testkit::Expectation;
 
 struct Retried : DataGetRequestable<Retried>, HTTPMockable<Retried>, HTTPRetryAttempting<Retried> {
   static constexpr double retryInterval = 0;

@@ -6,7 +6,7 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::await;
+using corvane::testkit::await;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::MatchesRegex;
@@ -25,7 +25,7 @@ struct Fetch : DownloadRequestable<Fetch<Download>, Download>, HTTPMockable<Fetc
 class MockDownloadTest : public MockTest {
  protected:
   // Made before the other becomes the system's, so that it is not in it.
-  testing::TemporaryDirectory elsewhere;
+  testkit::TemporaryDirectory elsewhere;
   OwnTemporaryDirectory temporary;
 };
 

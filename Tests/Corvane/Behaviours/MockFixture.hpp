@@ -22,7 +22,7 @@ class MockTest : public ::testing::Test {
 
   template <class Request>
   typename Request::Response responseTo(const Request& request) const {
-    return testing::await<typename Request::Response>([&](auto done) { request.send(queue, done); });
+    return testkit::await<typename Request::Response>([&](auto done) { request.send(queue, done); });
   }
   /// Waits until all that has begun on the queues of a mock is over.
   void settle() const {

@@ -11,9 +11,9 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::await;
-using corvane::testing::awaitOnMain;
-using corvane::testing::Expectation;
+using corvane::testkit::await;
+using corvane::testkit::awaitOnMain;
+using corvane::testkit::Expectation;
 using ::testing::ElementsAre;
 
 struct Mock : DataGetRequestable<Mock>, HTTPMockable<Mock>, HTTPRequestCancelable<Mock> {
@@ -247,7 +247,7 @@ TEST_F(MockTest, isAFailureWhenItThrowsWhileItAnswers) {
 }
 
 TEST_F(MockTest, isPartOfDebugOutput) {
-  const testing::LogCapture log;
+  const testkit::LogCapture log;
   Corvane::verbosity = HTTPVerbosityLevel::brief;
 
   responseTo(Mock());

@@ -252,7 +252,7 @@ struct SendReport : UploadRequestable<SendReport, DataResponse>, HTTPMockable<Se
 
 TEST_F(MockTest, answersAnUploadWithoutProgress) {
   int told = 0;
-  const auto response = testing::await<DataResponse>(
+  const auto response = testkit::await<DataResponse>(
       [&](auto done) { SendReport().send(queue, [&](const HTTPProgress&) { ++told; }, done); });
 
   EXPECT_EQ(response.data->text(), "thanks");

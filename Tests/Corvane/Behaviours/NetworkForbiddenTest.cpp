@@ -7,8 +7,8 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::await;
-using corvane::testing::MockResponse;
+using corvane::testkit::await;
+using corvane::testkit::MockResponse;
 
 /// The network is forbidden, and there is a server.
 class NetworkForbiddenTest : public MockTest {
@@ -29,7 +29,7 @@ class NetworkForbiddenTest : public MockTest {
   }
   URL target() const { return server.url("/secret?q=1"); }
 
-  testing::TestServer server;
+  testkit::TestServer server;
 };
 
 TEST_F(NetworkForbiddenTest, refusesDataRequests) {
@@ -65,7 +65,7 @@ TEST_F(NetworkForbiddenTest, tellsWhatTheRequestIsInItsLogInformation) {
 TEST_F(NetworkForbiddenTest, leavesMocksAlone) { EXPECT_EQ(responseTo(PlainMock()).status, HTTPStatus::success); }
 
 TEST_F(NetworkForbiddenTest, leavesFilesAlone) {
-  const testing::TemporaryDirectory files;
+  const testkit::TemporaryDirectory files;
   const URL file = URL::file(files.write("a.txt", "here"));
 
   const auto loaded =

@@ -16,7 +16,7 @@ DataResponse named(const char* text) { return DataResponse(DataResult::success(D
 std::string textOfPoll(Result result) { return detail::responseOfPoll(std::move(result)).data->text(); }
 
 TEST(PollResponseTest, isTheOneThatSucceeded) {
-  const testing::LogCapture log;
+  const testkit::LogCapture log;
 
   EXPECT_EQ(textOfPoll(Result::noFailure(named("a"))), "a");
   EXPECT_EQ(textOfPoll(Result::partialFailure(named("c"), {named("a"), named("b")})), "c");
@@ -37,7 +37,7 @@ TEST(PollResponseTest, isTakenFromAResultThatGoes) {
 }
 
 TEST(PollResponseTest, isAnErrorWhenThereIsNone) {
-  const testing::LogCapture log;
+  const testkit::LogCapture log;
 
   const DataResponse response = detail::responseOfPoll(Result::totalFailure({}));
 
@@ -51,7 +51,7 @@ TEST(PollResponseTest, isAnErrorWhenThereIsNone) {
 }
 
 TEST(PollResponseTest, isLoggedWhenThereIsNone) {
-  const testing::LogCapture log;
+  const testkit::LogCapture log;
 
   (void)detail::responseOfPoll(Result::totalFailure({}));
 

@@ -6,7 +6,7 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::MockResponse;
+using corvane::testkit::MockResponse;
 using ::testing::ElementsAre;
 using Case = HTTPRetryResult<DataResponse>::Case;
 
@@ -112,7 +112,7 @@ TEST_F(RetryingPollTest, retriesAPollThatIsFiredForIt) {
 }
 
 TEST_F(RetryingPollTest, startsPollingWithARetryingSend) {
-  testing::Expectation<HTTPRetryResult<DataResponse>> completion;
+  testkit::Expectation<HTTPRetryResult<DataResponse>> completion;
 
   StubbornPoll().sendAttemptingRetry(completion);
   ASSERT_TRUE(DispatchQueue::main().runUntil([&] { return completion.isFulfilled(); }, 10));
@@ -124,7 +124,7 @@ TEST_F(RetryingPollTest, startsPollingWithARetryingSend) {
 }
 
 TEST_F(RetryingPollTest, leavesThePollingOfATypeThatPollsWithARetryingSend) {
-  testing::Expectation<HTTPRetryResult<DataResponse>> completion;
+  testkit::Expectation<HTTPRetryResult<DataResponse>> completion;
   StubbornPoll::poll(noting("heard"));
   clock.advance(60);
 
@@ -137,7 +137,7 @@ TEST_F(RetryingPollTest, leavesThePollingOfATypeThatPollsWithARetryingSend) {
 }
 
 TEST_F(RetryingPollTest, repeatsTheRetryingPollsOfARetryingSendByTheSameRule) {
-  testing::Expectation<HTTPRetryResult<DataResponse>> completion;
+  testkit::Expectation<HTTPRetryResult<DataResponse>> completion;
   StubbornPoll::retryLimit = 0;
   StubbornPoll::failures = 100;
   StubbornPoll::poll(noting("heard"));
@@ -227,7 +227,7 @@ class NetworkPollTest : public TransferTest {
 };
 
 TEST_F(NetworkPollTest, asksTheServerAtEveryTick) {
-  testing::Expectation<std::string> heard;
+  testkit::Expectation<std::string> heard;
   server.enqueue(MockResponse(200).text("first"));
   server.enqueue(MockResponse(200).text("second"));
   NetworkPoll::target = server.url("/news");
@@ -243,9 +243,9 @@ TEST_F(NetworkPollTest, asksTheServerAtEveryTick) {
 }
 
 TEST_F(NetworkPollTest, sendsWithoutAHandler) {
-  const testing::Latch latch;
-  testing::Expectation<std::string> heard;
-  server.enqueue(MockResponse(200).text("news").hold(testing::Moment::beforeStatusLine, latch));
+  const testkit::Latch latch;
+  testkit::Expectation<std::string> heard;
+  server.enqueue(MockResponse(200).text("news").hold(testkit::Moment::beforeStatusLine, latch));
   NetworkPoll::target = server.url("/news");
   NetworkPoll::poll();
 
@@ -255,12 +255,12 @@ TEST_F(NetworkPollTest, sendsWithoutAHandler) {
   latch.open();
 
   EXPECT_EQ(received.target, "/news");
-  EXPECT_EQ(testing::waitOnMain(heard), "news");
+  EXPECT_EQ(testkit::waitOnMain(heard), "news");
   NetworkPoll::stopPolling();
 }
 
 TEST_F(NetworkPollTest, handsOutTheFilesOfDownloads) {
-  testing::Expectation<URL> heard;
+  testkit::Expectation<URL> heard;
   server.enqueue(MockResponse(200).header("Content-Disposition", "attachment; filename=\"news.txt\"").body("content"));
   FilePoll::target = server.url("/news");
   FilePoll::poll([=](const auto&, const auto& response) {
@@ -276,11 +276,11 @@ TEST_F(NetworkPollTest, handsOutTheFilesOfDownloads) {
 }
 
 TEST_F(NetworkPollTest, reportsTheProgressOfADownloadThatIsSentByHand) {
-  testing::Expectation<std::string> heard;
-  testing::Expectation<std::string> completion;
-  testing::Expectation<double> progress;
-  const testing::Latch latch;
-  server.enqueue(MockResponse(200).generatedBody(1 << 16).hold(testing::Moment::insideBody, latch));
+  testkit::Expectation<std::string> heard;
+  testkit::Expectation<std::string> completion;
+  testkit::Expectation<double> progress;
+  const testkit::Latch latch;
+  server.enqueue(MockResponse(200).generatedBody(1 << 16).hold(testkit::Moment::insideBody, latch));
   FilePoll::target = server.url("/news");
   FilePoll::poll([=](const auto&, const auto&) { heard("heard"); });
   const std::size_t timersBefore = clock.pendingTimers();

@@ -22,12 +22,13 @@ struct NumberedPoll : DataGetRequestable<NumberedPoll>, HTTPMockable<NumberedPol
   inline static std::atomic<int> made = 0;
   inline static std::atomic<bool> hasNothingToMake = false;
   inline static std::atomic<bool> mayFire = true;
+  // Never destroyed: stopping does not wait for a tick under way, which may go on while the process ends.
   /// Fulfilled by `make`, with the number.
-  inline static testing::Expectation<int> makings;
+  inline static testkit::Expectation<int>& makings = *new testkit::Expectation<int>;
   /// Fulfilled by `shouldFirePoll`.
-  inline static testing::Expectation<void> askings;
+  inline static testkit::Expectation<void>& askings = *new testkit::Expectation<void>;
   /// Fulfilled when a response is processed, with its number.
-  inline static testing::Expectation<int> processings;
+  inline static testkit::Expectation<int>& processings = *new testkit::Expectation<int>;
   /// Called by `make`.
   inline static platform::Block whileMade;
 

@@ -20,8 +20,8 @@ TEST_F(PollingHandlersTest, areToldOfASendInTheirOrderAndThenTheCompletionIs) {
 
 TEST_F(PollingHandlersTest, areToldOnTheQueueOfTheSend) {
   const DispatchQueue queue("PollingHandlersTest");
-  testing::Expectation<bool> handled;
-  testing::Expectation<bool> completed;
+  testkit::Expectation<bool> handled;
+  testkit::Expectation<bool> completed;
   NumberedPoll::poll([=](const auto&, const auto&) { handled(queue.isCurrent()); });
 
   NumberedPoll().send(queue, [=](const auto&) { completed(queue.isCurrent() && handled.isFulfilled()); });

@@ -139,7 +139,7 @@ TEST_F(PollingRegistryTest, labelsTheQueueOfARecordByTheType) {
 }
 
 TEST_F(PollingRegistryTest, logsTheNameOfTheTypeInItsFaults) {
-  const testing::LogCapture log;
+  const testkit::LogCapture log;
 
   addPollingHandler(type, naming("early"));
   stopPolling(type);

@@ -97,7 +97,7 @@ TEST_F(PollingTest, stopsItsTimer) {
 }
 
 TEST_F(PollingTest, logsAFaultWhenItIsStoppedTwice) {
-  const testing::LogCapture log;
+  const testkit::LogCapture log;
   NumberedPoll::poll();
 
   NumberedPoll::stopPolling();
@@ -112,7 +112,7 @@ TEST_F(PollingTest, logsAFaultWhenItIsStoppedTwice) {
 }
 
 TEST_F(PollingTest, logsAFaultForAHandlerBeforeItPolls) {
-  const testing::LogCapture log;
+  const testkit::LogCapture log;
 
   NumberedPoll::addPollingHandler(noting("early"));
   NumberedPoll::poll(noting("heard"));
@@ -129,7 +129,7 @@ TEST_F(PollingTest, logsAFaultForAHandlerBeforeItPolls) {
 }
 
 TEST_F(PollingTest, takesNoHandlerForNothingToAdd) {
-  const testing::LogCapture log;
+  const testkit::LogCapture log;
   NumberedPoll::poll(noting("heard"));
 
   NumberedPoll::addPollingHandler(nullptr);

@@ -12,7 +12,7 @@ namespace {
 /// Ticks a thousand times a second.
 struct QuickPoll : DataGetRequestable<QuickPoll>, HTTPMockable<QuickPoll>, HTTPPolling<QuickPoll> {
   static constexpr std::chrono::milliseconds pollingRate{1};
-  inline static testing::Expectation<void> makings;
+  inline static testkit::Expectation<void> makings;
   static std::optional<QuickPoll> make() {
     makings();
     return QuickPoll();
@@ -45,7 +45,7 @@ class PollingThreadsTest : public ::testing::Test {
   }
 
   /// Faults are part of it: who stops may find that another did.
-  const testing::LogCapture log;
+  const testkit::LogCapture log;
   const DispatchQueue queue{"PollingThreadsTest"};
 };
 
@@ -63,7 +63,7 @@ TEST_F(PollingThreadsTest, startsOneTimerWhoeverComesFirst) {
 
   onThreads(threadCount, [&](int) { QuickPoll::poll([&](const auto&, const auto&) { ++called; }); });
   const std::size_t timers = clock.pendingTimers();
-  testing::await<DataResponse>([&](auto done) { QuickPoll().send(queue, done); });
+  testkit::await<DataResponse>([&](auto done) { QuickPoll().send(queue, done); });
   QuickPoll::stopPolling();
 
   EXPECT_EQ(timers, 1u);
@@ -83,7 +83,7 @@ TEST_F(PollingThreadsTest, stopsOnceWhoeverComesFirst) {
 TEST_F(PollingThreadsTest, withstandsThatAllIsDoneAtOnceAlsoByHandlers) {
   constexpr int threadCount = 4;
   constexpr int rounds = 150;
-  const testing::Expectation<void> completions;
+  const testkit::Expectation<void> completions;
   std::atomic<int> heard = 0;
   // The handlers of a response run on its queue only, but there are three: so several may be called at a time.
   const auto handler = [&heard](const QuickPoll& request, const DataResponse&) {
@@ -120,7 +120,7 @@ TEST_F(PollingThreadsTest, withstandsThatAllIsDoneAtOnceAlsoByHandlers) {
   // What handlers have sent last is answered, and they refer to nothing of this test any more.
   for (int iteration = 0; iteration < 4; ++iteration) {
     detail::mockBackgroundQueue().sync([] {});
-    testing::await<DataResponse>([&](auto done) { QuickPoll().send(queue, done); });
+    testkit::await<DataResponse>([&](auto done) { QuickPoll().send(queue, done); });
     drainMain();
   }
   EXPECT_EQ(completions.count(), threadCount * rounds);
@@ -132,7 +132,7 @@ TEST_F(PollingThreadsTest, callsNoHandlerOnAQueueAfterItWasStoppedThere) {
   bool isStopped = true;  // on the queue only, as these two
   int callsAfterStop = 0;
   int calls = 0;
-  const testing::Expectation<void> completions;
+  const testkit::Expectation<void> completions;
   std::atomic<bool> isOver = false;
 
   std::thread switching([&] {
@@ -141,7 +141,7 @@ TEST_F(PollingThreadsTest, callsNoHandlerOnAQueueAfterItWasStoppedThere) {
         isStopped = false;
         QuickPoll::poll([&](const auto&, const auto&) { ++(isStopped ? callsAfterStop : calls); });
       });
-      testing::await<DataResponse>([&](auto done) { QuickPoll().send(queue, done); });
+      testkit::await<DataResponse>([&](auto done) { QuickPoll().send(queue, done); });
       queue.sync([&] {
         QuickPoll::stopPolling();
         isStopped = true;
@@ -150,7 +150,7 @@ TEST_F(PollingThreadsTest, callsNoHandlerOnAQueueAfterItWasStoppedThere) {
     isOver = true;
   });
   onThreads(threadCount, [&](int) {
-    while (!isOver) testing::await<DataResponse>([&](auto done) { QuickPoll().send(queue, done); });
+    while (!isOver) testkit::await<DataResponse>([&](auto done) { QuickPoll().send(queue, done); });
   });
   switching.join();
 

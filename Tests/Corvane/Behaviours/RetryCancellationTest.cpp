@@ -7,10 +7,10 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::Expectation;
-using corvane::testing::Latch;
-using corvane::testing::MockResponse;
-using corvane::testing::Moment;
+using corvane::testkit::Expectation;
+using corvane::testkit::Latch;
+using corvane::testkit::MockResponse;
+using corvane::testkit::Moment;
 
 const std::string cancelled = HTTPResponseError::taskCancelled().message();
 

@@ -43,7 +43,7 @@ std::string summary(const HTTPRetryResult<Response>& result) {
 }
 
 /// Sends to a server of its own, by a clock that stands still.
-class RetryTest : public testing::ServerTest {
+class RetryTest : public testkit::ServerTest {
  protected:
   using Result = HTTPRetryResult<DataResponse>;
 
@@ -53,13 +53,13 @@ class RetryTest : public testing::ServerTest {
   }
 
   Try attempt(std::int64_t limit = 2) const { return {.url = server.url("/"), .retryLimit = limit}; }
-  void failWith(const std::string& text, int status = 500) { server.enqueue(testing::MockResponse(status).text(text)); }
-  void succeedWith(const std::string& text) { server.enqueue(testing::MockResponse(200).text(text)); }
+  void failWith(const std::string& text, int status = 500) { server.enqueue(testkit::MockResponse(status).text(text)); }
+  void succeedWith(const std::string& text) { server.enqueue(testkit::MockResponse(200).text(text)); }
 
   /// Lets the waits pass as they come, so many of them, until the completion is called.
   template <class Request>
   HTTPRetryResult<typename Request::Response> resultOf(const Request& request, int waits) {
-    testing::Expectation<HTTPRetryResult<typename Request::Response>> completion;
+    testkit::Expectation<HTTPRetryResult<typename Request::Response>> completion;
     request.sendAttemptingRetry(queue, completion);
     letPass(waits);
     return completion.wait();

@@ -1,6 +1,8 @@
 #include <array>
 #include <chrono>
+#include <cmath>
 #include <ctime>
+#include <limits>
 
 #include "Corvane/Errors/CFNetworkErrors.hpp"
 #include "Platform/Loading/URLErrorCodes.hpp"
@@ -9,7 +11,7 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::MockResponse;
+using corvane::testkit::MockResponse;
 using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::Ge;
@@ -23,7 +25,9 @@ constexpr std::array transientCodes{URLErrorCode::timedOut,
                                     URLErrorCode::cannotConnectToHost,
                                     URLErrorCode::networkConnectionLost,
                                     URLErrorCode::dnsLookupFailed,
-                                    URLErrorCode::notConnectedToInternet};
+                                    URLErrorCode::notConnectedToInternet,
+                                    URLErrorCode::httpProxyConnectionFailure,
+                                    URLErrorCode::httpsProxyConnectionFailure};
 constexpr std::array lastingCodes{URLErrorCode::cancelled,
                                   URLErrorCode::unknown,
                                   URLErrorCode::badURL,
@@ -39,7 +43,11 @@ constexpr std::array lastingCodes{URLErrorCode::cancelled,
                                   URLErrorCode::serverCertificateHasBadDate,
                                   URLErrorCode::fileDoesNotExist,
                                   URLErrorCode::cannotWriteToFile,
-                                  URLErrorCode::cannotLoadFromNetwork};
+                                  URLErrorCode::cannotLoadFromNetwork,
+                                  URLErrorCode::httpBadProxyCredentials,
+                                  URLErrorCode::httpsProxyUnexpectedResponse,
+                                  URLErrorCode::socks5BadState,
+                                  URLErrorCode::socks5BadCredentials};
 
 bool isTransientCode(std::int32_t code) { return isTransient(CFNetworkErrors(code), nullptr); }
 
@@ -184,6 +192,47 @@ TEST(RetryPolicyTest, isNoSoonerThanItIsToldThoughAPartIsLeftToChance) {
     EXPECT_EQ(detail::wait({.jitter = 1, .honorsRetryAfter = true}, 2, HTTPHeaderFields{{"Retry-After", "3"}}), 3);
 }
 
+TEST(RetryPolicyTest, cutsTheWaitBeforeAPartIsLeftToChance) {
+  EXPECT_EQ(detail::wait({.jitter = 1, .longestWait = 8}, 1024, std::nullopt, 0.5), 4);
+  EXPECT_EQ(detail::wait({.jitter = 0.5, .longestWait = 8}, 1024, std::nullopt, 0.5), 6);
+}
+
+TEST(BackOffTest, growsByItsFactor) {
+  const HTTPBackOff doubling;
+  const HTTPBackOff slow{.firstWait = std::chrono::milliseconds(100), .factor = 1.5};
+
+  EXPECT_EQ(doubling.wait(0), 1);
+  EXPECT_EQ(doubling.wait(1), 2);
+  EXPECT_EQ(doubling.wait(10), 1024);
+  EXPECT_DOUBLE_EQ(slow.wait(2).count(), 0.225);
+}
+
+TEST(BackOffTest, bearsAnyNumberOfFailures) {
+  EXPECT_EQ(HTTPBackOff().wait((std::numeric_limits<std::int64_t>::max)()), platform::Seconds::unlimited());
+  EXPECT_EQ(detail::wait(HTTPRetryPolicy::exponential(), platform::Seconds::unlimited().count(), std::nullopt, 0), 60);
+}
+
+TEST(BackOffTest, doesNotWaitWithoutAFirstWait) {
+  EXPECT_EQ(HTTPBackOff{.firstWait = 0}.wait(0), 0);
+  EXPECT_EQ(HTTPBackOff{.firstWait = 0}.wait((std::numeric_limits<std::int64_t>::max)()), 0);
+}
+
+TEST(BackOffDeathTest, trapsForAWaitThatIsNone) {
+  EXPECT_DEATH(HTTPBackOff{.firstWait = -1}.wait(0), "The wait of a back-off");
+  EXPECT_DEATH(HTTPBackOff{.factor = std::nan("")}.wait(1), "The wait of a back-off");
+}
+
+TEST(BackOffTest, isAReadyPolicy) {
+  constexpr HTTPRetryPolicy policy = HTTPRetryPolicy::exponential(0.5, 10);
+
+  EXPECT_EQ(policy.failures, HTTPRetryPolicy::Failures::transient);
+  EXPECT_EQ(policy.backOff->wait(2), 2);
+  EXPECT_EQ(detail::wait(policy, 4, std::nullopt, 0), 4);
+  EXPECT_EQ(detail::wait(policy, 4, std::nullopt, 0.75), 1);
+  EXPECT_EQ(detail::wait(policy, 4, HTTPHeaderFields{{"Retry-After", "7"}}, 0.75), 7);
+  EXPECT_EQ(detail::wait(policy, 4, HTTPHeaderFields{{"Retry-After", "70"}}, 0.75), 10);
+}
+
 // End to end.
 
 TEST_F(RetryTest, retriesWhatMayBeOtherwiseTheNextTime) {
@@ -295,6 +344,63 @@ TEST_F(RetryTest, waitsAsTheServerSays) {
 
   EXPECT_EQ(resultOf(request, 3).failCount(), 3);
   EXPECT_THAT(waits(), ElementsAre(17, 30, 4));
+}
+
+/// Has no interval: the policy has the waits.
+struct BackingOff : DataGetRequestable<BackingOff>, HTTPRetryAttempting<BackingOff> {
+  URL url;
+  static constexpr int retryLimit = 9;
+  static constexpr HTTPRetryPolicy retryPolicy = [] {
+    auto policy = HTTPRetryPolicy::exponential(3, 20);
+    policy.jitter = 0;
+    return policy;
+  }();
+  HTTPHeaders sharedHeaders() const { return {}; }
+};
+
+TEST_F(RetryTest, backsOffExponentially) {
+  for (int i = 0; i < 5; ++i) failWith("busy", 503);
+  succeedWith("done");
+
+  EXPECT_EQ(summary(resultOf(BackingOff{.url = server.url("/")}, 5)),
+            "partialFailure done after busy busy busy busy busy");
+  EXPECT_THAT(waits(), ElementsAre(3, 6, 12, 20, 20));
+}
+
+TEST_F(RetryTest, backsOffInPlaceOfItsInterval) {
+  failWith("busy", 503);
+  failWith("busy", 503);
+  succeedWith("done");
+  Try request = attempt();
+  request.retryPolicy.backOff = HTTPBackOff{.firstWait = 7};
+
+  resultOf(request, 2);
+
+  EXPECT_THAT(waits(), ElementsAre(7, 14));
+}
+
+TEST_F(RetryTest, backsOffForTransientFailuresOnly) {
+  failWith("not here", 404);
+
+  EXPECT_EQ(summary(resultOf(BackingOff{.url = server.url("/")}, 0)), "totalFailure after not here");
+}
+
+/// Has a policy without waits, and no interval.
+struct Plain : DataGetRequestable<Plain>, HTTPRetryAttempting<Plain> {
+  URL url;
+  static constexpr int retryLimit = 9;
+  static HTTPRetryPolicy retryPolicy() { return {.failures = HTTPRetryPolicy::Failures::transient}; }
+  HTTPHeaders sharedHeaders() const { return {}; }
+};
+
+TEST_F(RetryTest, waitsASecondByAPolicyThatDoesNotSay) {
+  failWith("busy", 503);
+  failWith("busy", 503);
+  succeedWith("done");
+
+  resultOf(Plain{.url = server.url("/")}, 2);
+
+  EXPECT_THAT(waits(), ElementsAre(1, 2));
 }
 
 TEST_F(RetryTest, doesNotHearTheServerWithoutAPolicy) {

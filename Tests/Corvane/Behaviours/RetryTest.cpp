@@ -11,12 +11,12 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::await;
-using corvane::testing::awaitOnMain;
-using corvane::testing::Expectation;
-using corvane::testing::Latch;
-using corvane::testing::MockResponse;
-using corvane::testing::Moment;
+using corvane::testkit::await;
+using corvane::testkit::awaitOnMain;
+using corvane::testkit::Expectation;
+using corvane::testkit::Latch;
+using corvane::testkit::MockResponse;
+using corvane::testkit::Moment;
 using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -390,7 +390,7 @@ TEST_F(RetryTest, repeatsAMock) {
 }
 
 /// With the system's clock.
-class RealRetryTest : public testing::ServerTest {
+class RealRetryTest : public testkit::ServerTest {
  protected:
   ~RealRetryTest() override { Corvane::resetSessions(); }
 };
@@ -406,6 +406,35 @@ TEST_F(RealRetryTest, waitsAndTriesAgain) {
   EXPECT_EQ(result.failCount(), 3);
   EXPECT_EQ(result.successfulResponse()->data->text(), "at last");
   EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(30));
+}
+
+/// What the requests of a service share, whether or not they retry.
+struct ServiceRules {
+  static constexpr double retryInterval = 0;
+  static std::int64_t retryLimit() { return 2; }
+  HTTPHeaders sharedHeaders() const { return {}; }
+};
+struct GetOnce : DataGetRequestable<GetOnce>, ServiceRules {
+  URL url = "/";
+};
+struct GetAgain : DataGetRequestable<GetAgain>, HTTPRetryAttempting<GetAgain>, ServiceRules {
+  URL url = "/";
+};
+
+TEST_F(RealRetryTest, takesItsRulesFromABaseThatOtherRequestsShare) {
+  server.enqueue(MockResponse(503));
+  server.enqueue(MockResponse(503));
+  server.enqueue(MockResponse(200).text("at last"));
+
+  GetOnce once;
+  once.url = server.url("/");
+  EXPECT_TRUE(once.send().result().error());
+  GetAgain again;
+  again.url = server.url("/");
+  const auto result = again.sendAttemptingRetry().get();
+
+  EXPECT_EQ(result.failCount(), 1);
+  EXPECT_EQ(result.successfulResponse()->data->text(), "at last");
 }
 
 }  // namespace

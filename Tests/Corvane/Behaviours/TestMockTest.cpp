@@ -6,7 +6,7 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::Expectation;
+using corvane::testkit::Expectation;
 
 /// Says all of its mock, and nothing of its response for tests.
 struct UntoldTest : DataGetRequestable<UntoldTest>, HTTPTestMockable<UntoldTest> {

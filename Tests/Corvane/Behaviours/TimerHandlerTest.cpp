@@ -21,7 +21,7 @@ class TimerHandlerTest : public ::testing::Test {
   std::size_t waitForTicks(std::size_t least) { return ticks.waitForAll(least).size(); }
 
   platform::detail::ManualClock clock;
-  testing::Expectation<const TimerHandler*> ticks;
+  testkit::Expectation<const TimerHandler*> ticks;
 };
 
 TEST_F(TimerHandlerTest, runsFromItsMakingOn) {
@@ -44,7 +44,7 @@ TEST_F(TimerHandlerTest, tellsTheBlockWhoCallsAtEveryInterval) {
 }
 
 TEST_F(TimerHandlerTest, ticksOnAWorkerOfTheGlobalQueue) {
-  testing::Expectation<bool> isGlobal;
+  testkit::Expectation<bool> isGlobal;
   const auto handler =
       TimerHandler::make(5, [=](const TimerHandler&) { isGlobal(platform::DispatchQueue::global().isCurrent()); });
 
@@ -107,7 +107,7 @@ TEST_F(TimerHandlerTest, endsWithItsLastHandleWhetherItRunsOrNot) {
 
 TEST_F(TimerHandlerTest, mayEndInItsOwnBlock) {
   std::shared_ptr<TimerHandler> handler;
-  const testing::Expectation<void> ended;
+  const testkit::Expectation<void> ended;
   // Goes with the block.
   const auto end = [ended](void*) { ended(); };
   handler = TimerHandler::make(
@@ -121,7 +121,7 @@ TEST_F(TimerHandlerTest, mayEndInItsOwnBlock) {
 
 TEST_F(TimerHandlerTest, canBeSuspendedInItsOwnBlock) {
   std::shared_ptr<TimerHandler> handler;
-  const testing::Expectation<State> state;
+  const testkit::Expectation<State> state;
   handler = TimerHandler::make(5, [&handler, state](const TimerHandler&) {
     handler->suspend();
     state(handler->state());

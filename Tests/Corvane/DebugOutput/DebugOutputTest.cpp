@@ -32,7 +32,7 @@ class DebugOutputTest : public ::testing::Test {
     return value && value->text() ? *value->text() : "(no text)";
   }
 
-  corvane::testing::LogCapture log;
+  corvane::testkit::LogCapture log;
   const DataGetRequest request{"https://example.com/x"};
   const Error cancelled{platform::NSURLErrorDomain, -999, "cancelled"};
 };

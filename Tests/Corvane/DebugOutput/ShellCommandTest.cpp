@@ -135,6 +135,23 @@ TEST(ShellCommandTest, refusesWhatWouldNotBeSent) {
   }
 }
 
+TEST(ShellCommandTest, refusesARequestThatASendRefuses) {
+  const std::vector<DataRequest> refused{DataRequest("ftp://host/path", HTTPMethod("GET")),
+                                         DataRequest("http://host/path", HTTPMethod("HEAD"), "body"),
+                                         DataRequest("http://host/path", HTTPMethod("NO TOKEN"))};
+
+  for (const auto& request : refused) {
+    const auto sent = request.send().result();
+    ASSERT_TRUE(sent.error()) << request.urlString();
+    try {
+      request.shellCommand();
+      ADD_FAILURE() << "no error";
+    } catch (const Error& error) {
+      EXPECT_EQ(error.domain(), platform::NSURLErrorDomain) << error.message();
+    }
+  }
+}
+
 TEST(ShellCommandTest, refersToTheFileOfAnUploadWithoutReadingIt) {
   const FileUploadRequest request("http://host/path", URL::file("/missing/it's.csv"));
 
@@ -158,23 +175,23 @@ TEST(ShellCommandTest, refusesToUploadWhatIsNoFile) {
 }
 
 /// Runs command lines with the shell and the real client against the test server.
-class ShellCommandRunTest : public corvane::testing::ServerTest {
+class ShellCommandRunTest : public corvane::testkit::ServerTest {
  protected:
   template <class Request>
-  corvane::testing::ReceivedRequest run(const Request& request, ShellCommandOptions options = {}) {
+  corvane::testkit::ReceivedRequest run(const Request& request, ShellCommandOptions options = {}) {
     options.bodyFile = directory_.path().string() + "/the body's file";
     const ShellCommand command = request.shellCommand(options);
     if (command.bodyFile) platform::FileManager::write(command.body, *command.bodyFile);
-    server.enqueue(testing::MockResponse(200));
+    server.enqueue(testkit::MockResponse(200));
     const int status = std::system((command.text + " --silent --show-error --max-time 10 --noproxy '*'").c_str());
     EXPECT_EQ(WEXITSTATUS(status), 0) << command.text;
     return server.takeRequest();
   }
 
-  testing::TemporaryDirectory directory_;
+  testkit::TemporaryDirectory directory_;
 };
 
-void expectHeadersOf(const URLRequest& request, const testing::ReceivedRequest& received) {
+void expectHeadersOf(const URLRequest& request, const testkit::ReceivedRequest& received) {
   for (const auto& [name, value] : request.allHTTPHeaderFields) EXPECT_EQ(received.header(name), value) << name;
 }
 

@@ -159,6 +159,9 @@ TEST(CFNetworkErrorsTest, isEqualByItsCodeAlone) {
 
 TEST(CFNetworkErrorsTest, hasANameForEachCodeThatLoadingProduces) {
   const std::pair<CFNetworkErrors, std::int32_t> named[] = {
+      {CFNetworkErrors::cannotWriteToFile(), -3003},
+      {CFNetworkErrors::cannotCloseFile(), -3002},
+      {CFNetworkErrors::cannotCreateFile(), -3000},
       {CFNetworkErrors::cannotLoadFromNetwork(), -2000},
       {CFNetworkErrors::clientCertificateRequired(), -1206},
       {CFNetworkErrors::clientCertificateRejected(), -1205},
@@ -192,6 +195,16 @@ TEST(CFNetworkErrorsTest, hasANameForEachCodeThatLoadingProduces) {
       {CFNetworkErrors::badURL(), -1000},
       {CFNetworkErrors::cancelled(), -999},
       {CFNetworkErrors::unknown(), -998},
+      {CFNetworkErrors::socksUnsupportedServerVersion(), 101},
+      {CFNetworkErrors::socks5BadState(), 120},
+      {CFNetworkErrors::socks5BadResponseAddress(), 121},
+      {CFNetworkErrors::socks5BadCredentials(), 122},
+      {CFNetworkErrors::socks5UnsupportedNegotiationMethod(), 123},
+      {CFNetworkErrors::socks5NoAcceptableMethod(), 124},
+      {CFNetworkErrors::httpProxyConnectionFailure(), 306},
+      {CFNetworkErrors::httpBadProxyCredentials(), 307},
+      {CFNetworkErrors::httpsProxyConnectionFailure(), 310},
+      {CFNetworkErrors::httpsProxyUnexpectedResponse(), 311},
   };
 
   for (const auto& [error, code] : named) EXPECT_EQ(error.rawValue(), code) << error.message();

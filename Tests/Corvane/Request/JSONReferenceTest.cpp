@@ -124,7 +124,7 @@ TEST(EmptyJSONTest, isWrittenAsAnEmptyObject) {
 }
 
 TEST(EmptyJSONTest, isMadeOfAFile) {
-  const testing::TemporaryDirectory directory;
+  const testkit::TemporaryDirectory directory;
   const std::string path = directory.write("empty.json", "[1, 2]");
 
   EXPECT_EQ(EmptyJSON(URL::file(path)), EmptyJSON());

@@ -75,6 +75,46 @@ TEST(RequestCompositionTest, writesAtMostSixLanguages) {
             "a;q=1.0, b;q=0.9, c;q=0.8, d;q=0.7, e;q=0.6, f;q=0.5");
 }
 
+TEST(RequestCompositionTest, asksForTheLanguagesThatArePreferredWhenItIsSent) {
+  using platform::Locale;
+  const Get request;
+
+  Locale::setPreferredLanguages(std::vector<std::string>{"de"});
+  const auto before = request.urlRequest().allHTTPHeaderFields.value("Accept-Language");
+  Locale::setPreferredLanguages(std::vector<std::string>{"fr"});
+  const auto after = request.urlRequest().allHTTPHeaderFields.value("Accept-Language");
+  Locale::setPreferredLanguages(std::nullopt);
+
+  EXPECT_EQ(before, "de;q=1.0");
+  EXPECT_EQ(after, "fr;q=1.0");
+}
+
+/// Has bytes of its own in place of the encoded ones.
+class SealingEncoder {
+ public:
+  explicit SealingEncoder(Data original) : original_(std::move(original)) {}
+  HTTPContentEncodingType encodingType() const { return HTTPContentEncodingType("x-sealed"); }
+  Data encodedData() const { return original_; }
+  Data asData() const { return Data("sealed: " + original_.text()); }
+
+ private:
+  Data original_;
+};
+
+struct PostSealed : DataPostRequestable<PostSealed> {
+  URL baseURL = "https://example.com";
+  Data body = "letter";
+  std::optional<HTTPContentEncoderType> contentEncoder = HTTPContentEncoderType::of<SealingEncoder>();
+  HTTPHeaders sharedHeaders() const { return {}; }
+};
+
+TEST(RequestCompositionTest, sendsWhatAnEncoderConvertsTo) {
+  const URLRequest composed = PostSealed().urlRequest();
+
+  EXPECT_EQ(composed.httpBody, Data("sealed: letter"));
+  EXPECT_EQ(composed.allHTTPHeaderFields.value("Content-Encoding"), "x-sealed");
+}
+
 TEST(RequestCompositionTest, sharesTheDefaultsOfATypeUntilTheLanguagesChange) {
   using platform::Locale;
   Locale::setPreferredLanguages(std::vector<std::string>{"de"});
@@ -174,7 +214,7 @@ struct PostFile : DataPostRequestable<PostFile, URL> {
 };
 
 TEST(RequestCompositionTest, sendsTheBytesOfTheFileThatABodyNames) {
-  const testing::TemporaryDirectory directory;
+  const testkit::TemporaryDirectory directory;
   PostFile post;
 
   post.body = URL::file(directory.write("note.txt", "hello"));

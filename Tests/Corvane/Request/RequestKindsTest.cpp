@@ -46,6 +46,7 @@ struct DerivedGet : GetOwnData {};
 TEST(RequestKindsTest, refinesTheInterfaceOfTheMethod) {
   EXPECT_TRUE((std::derived_from<GetOwnData, HTTPGetRequestable<GetOwnData, OwnResponse<Data>>>));
   EXPECT_TRUE((std::derived_from<DataGetRequest, HTTPGetRequestable<DataGetRequest, DataResponse>>));
+  EXPECT_TRUE((std::derived_from<DataHeadRequest, HTTPHeadRequestable<DataHeadRequest, DataResponse>>));
   EXPECT_TRUE((std::derived_from<DataPostRequest, HTTPPostRequestable<DataPostRequest, DataResponse>>));
   EXPECT_TRUE((std::derived_from<DataPutRequest, HTTPPutRequestable<DataPutRequest, DataResponse>>));
   EXPECT_TRUE((std::derived_from<DataPatchRequest, HTTPPatchRequestable<DataPatchRequest, DataResponse>>));
@@ -71,6 +72,8 @@ TEST(RequestKindsTest, knowsTheMethodThatTheTypeFixes) {
   EXPECT_TRUE(AnyGetRequest<JSONGetRequest<User>>);
   EXPECT_TRUE(AnyGetRequest<GetOwnUser>);
   EXPECT_TRUE(AnyGetRequest<DownloadGetRequest<>>);
+  EXPECT_TRUE(AnyHeadRequest<DataHeadRequest>);
+  EXPECT_FALSE(AnyGetRequest<DataHeadRequest>);
   EXPECT_TRUE(AnyPostRequest<PostOwnData>);
   EXPECT_TRUE(AnyPostRequest<JSONPostRequest<User>>);
   EXPECT_TRUE(AnyPutRequest<PutOwnUser>);

@@ -181,5 +181,12 @@ TEST(DataResponseTest, describesItselfInALine) {
             "DataResponse: unknown (1000), no data");
 }
 
+TEST(DataResponseTest, describesAStatusWithoutANameByItsCode) {
+  EXPECT_EQ(
+      response(Data("hello"), httpResponse(429)).debugDescription(),
+      "DataResponse: unknown (429 Too Many Requests), 5 bytes, text/plain, http://h/report.txt, error: HTTPStatus: "
+      "unknown:1000 is unacceptable");
+}
+
 }  // namespace
 }  // namespace corvane

@@ -106,7 +106,7 @@ class DownloadResponseTest : public ::testing::Test {
     return DownloadResponse<Body>(std::move(data), std::move(place), std::move(urlResponse), std::move(error));
   }
 
-  const testing::TemporaryDirectory directory;
+  const testkit::TemporaryDirectory directory;
 };
 
 TEST_F(DownloadResponseTest, keepsThePlaceOfTheFileWithoutReadingIt) {
@@ -249,7 +249,7 @@ TEST_F(DownloadResponseTest, keepsTheBytesThatMakeNoBody) {
 }
 
 TEST_F(DownloadResponseTest, logsWhyTheBytesMakeNoBody) {
-  corvane::testing::LogCapture log;
+  corvane::testkit::LogCapture log;
 
   response<Colour>(file("four"));
 

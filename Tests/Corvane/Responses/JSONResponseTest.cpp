@@ -125,7 +125,7 @@ TEST(JSONResponseTest, failsWithTheDecodersErrorAndTheText) {
 }
 
 TEST(JSONResponseTest, logsWhatDidNotDecode) {
-  corvane::testing::LogCapture log;
+  corvane::testkit::LogCapture log;
 
   response<User>(R"({"id":7})");
 
@@ -139,7 +139,7 @@ TEST(JSONResponseTest, logsWhatDidNotDecode) {
 }
 
 TEST(JSONResponseTest, logsTheBeginningOfALongDocument) {
-  corvane::testing::LogCapture log;
+  corvane::testkit::LogCapture log;
 
   response<User>("[\"" + std::string(100'000, 'x') + "\"]");
 
@@ -158,7 +158,7 @@ TEST(JSONResponseTest, logsNothingForDevelopersUnlessTheyAsk) {
 }
 
 TEST(JSONResponseTest, carriesAnErrorOfTheModelsOwn) {
-  corvane::testing::LogCapture log;
+  corvane::testkit::LogCapture log;
 
   const auto result = response<Even>("3");
 
@@ -185,7 +185,7 @@ TEST(JSONResponseTest, showsNoTextThatIsNotUTF8) {
 }
 
 TEST(JSONResponseTest, doesNotDecodeTheBodyOfAnUnacceptableStatus) {
-  corvane::testing::LogCapture log;
+  corvane::testkit::LogCapture log;
 
   const auto result = response<User>("not json", httpResponse(404));
 
@@ -204,7 +204,7 @@ TEST(JSONResponseTest, takesACodeWithoutANameForUnknown) {
 }
 
 TEST(JSONResponseTest, isTheFailureOfTheTransport) {
-  corvane::testing::LogCapture log;
+  corvane::testkit::LogCapture log;
 
   const auto result = response<User>(R"({"id":7,"login":"ada"})", httpResponse(200), Error("domain", 7, "lost"));
 

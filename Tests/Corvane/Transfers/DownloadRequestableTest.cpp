@@ -2,6 +2,9 @@
 
 #include <atomic>
 #include <filesystem>
+#include <memory>
+#include <thread>
+#include <vector>
 
 #include "Corvane/Corvane.hpp"
 #include "CorvaneTesting/LogCapture.hpp"
@@ -11,10 +14,10 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::await;
-using corvane::testing::Latch;
-using corvane::testing::MockResponse;
-using corvane::testing::Moment;
+using corvane::testkit::await;
+using corvane::testkit::Latch;
+using corvane::testkit::MockResponse;
+using corvane::testkit::Moment;
 using ::testing::Test;
 
 class DownloadTest : public TransferTest {};
@@ -110,6 +113,38 @@ TEST_F(DownloadTest, readsALongFileAside) {
   EXPECT_TRUE(temporary.names().empty());
 }
 
+/// Notes where its hooks run, and whether two of them run at a time.
+struct WatchedDownload : DownloadRequestable<WatchedDownload, Data> {
+  struct Watch {
+    std::atomic<int> inside = 0, calls = 0, strays = 0;
+  };
+
+  URL url;
+  std::shared_ptr<Watch> watch;
+  HTTPHeaders sharedHeaders() const { return {}; }
+  void process(const Response&) const {
+    const auto current = DispatchQueue::current();
+    const bool isOnItsQueue = current && current->label().ends_with(".Corvane.HTTPService.isolationQueue");
+    if (!isOnItsQueue || ++watch->inside != 1) ++watch->strays;
+    std::this_thread::yield();
+    --watch->inside;
+    ++watch->calls;
+  }
+};
+
+TEST_F(DownloadTest, callsTheHooksOfLongFilesThatAreReadOneAtATimeOnTheQueueOfTheSession) {
+  server.handleAll([](const auto&) { return MockResponse(200).generatedBody(200'000); });
+  const auto watch = std::make_shared<WatchedDownload::Watch>();
+  const WatchedDownload request{.url = server.url("/"), .watch = watch};
+
+  const auto responses = send(std::vector(20, request), true).get();
+
+  ASSERT_EQ(responses.size(), 20U);
+  for (const auto& response : responses) EXPECT_TRUE(response.result.body());
+  EXPECT_EQ(watch->calls, 20);
+  EXPECT_EQ(watch->strays, 0);
+}
+
 TEST_F(DownloadTest, makesAPathOfTheFile) {
   server.enqueue(MockResponse(200).body("here"));
 
@@ -200,7 +235,7 @@ std::string almostTooLong(std::filesystem::path path) {
 
 TEST_F(DownloadTest, keepsTheFileWhereItIsWhenItCannotBeMoved) {
   server.enqueue(MockResponse(200).body("content"));
-  const corvane::testing::LogCapture log;
+  const corvane::testkit::LogCapture log;
   OwnTemporaryDirectory::pointTo(almostTooLong(temporary.path()));
 
   const auto response = DownloadGetRequest(server.url("/x.txt")).send().get();
@@ -295,19 +330,17 @@ TEST_F(DownloadTest, doesNotKnowATotalThatTheServerDidNotAnnounce) {
 
 TEST_F(DownloadTest, callsTheHandlersOfAFutureInTheirOrder) {
   const Latch latch;
-  server.enqueue(MockResponse(200).generatedBody(100'000).hold(Moment::insideBody, latch, 1000));
+  // No byte comes before both are there.
+  server.enqueue(MockResponse(200).generatedBody(100'000).hold(Moment::beforeStatusLine, latch));
   std::vector<int> order;
   const DispatchQueue handlers("handlers");
 
-  const auto response = DownloadGetRequest(server.url("/"))
-                            .send()
-                            .during(handlers, [&](const HTTPProgress&) { order.push_back(1); })
-                            .during(handlers,
-                                    [&](const HTTPProgress&) {
-                                      order.push_back(2);
-                                      latch.open();
-                                    })
-                            .get();
+  const auto future = DownloadGetRequest(server.url("/"))
+                          .send()
+                          .during(handlers, [&](const HTTPProgress&) { order.push_back(1); })
+                          .during(handlers, [&](const HTTPProgress&) { order.push_back(2); });
+  latch.open();
+  const auto response = future.get();
   handlers.sync([] {});
 
   EXPECT_EQ(contentOf(response.fileURL()).size(), 100'000u);

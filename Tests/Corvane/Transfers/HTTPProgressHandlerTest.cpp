@@ -5,17 +5,21 @@
 #include <functional>
 #include <memory>
 #include <thread>
+#include <vector>
 
+#include "Corvane/Transport/Detail/SendPipeline.hpp"
+#include "Corvane/Transport/Internal/ProgressRelay.hpp"
 #include "Platform/Dispatch/UniqueFunction.hpp"
+#include "Platform/Loading/URLSession.hpp"
 #include "TransferFixture.hpp"
 
 namespace corvane {
 namespace {
 
-using corvane::testing::await;
-using corvane::testing::Latch;
-using corvane::testing::MockResponse;
-using corvane::testing::Moment;
+using corvane::testkit::await;
+using corvane::testkit::Latch;
+using corvane::testkit::MockResponse;
+using corvane::testkit::Moment;
 
 class HTTPProgressHandlerTest : public TransferTest {};
 
@@ -27,6 +31,36 @@ TEST_F(HTTPProgressHandlerTest, isEmptyWhenItIsMadeOfAFunctionThatIsNull) {
   EXPECT_FALSE(HTTPProgressHandler(pointer));
   EXPECT_FALSE(HTTPProgressHandler(platform::UniqueFunction<void(HTTPProgress)>()));
   EXPECT_TRUE(HTTPProgressHandler([](const HTTPProgress&) {}));
+}
+
+class TaskWithProgress final : public platform::URLSessionTask {
+ public:
+  void resume() override {}
+  void cancel() override {}
+  State state() const override { return State::running; }
+  const platform::URLRequest& originalRequest() const override { return request_; }
+  std::uint64_t taskIdentifier() const override { return 1; }
+  std::shared_ptr<platform::Progress> progress() override { return progress_; }
+
+ private:
+  const platform::URLRequest request_{URL("http://127.0.0.1/")};
+  const std::shared_ptr<platform::Progress> progress_ = platform::Progress::make();
+};
+
+TEST_F(HTTPProgressHandlerTest, isToldOfTheNewestOnlyOfWhatComesWhileItIsBusy) {
+  const auto task = std::make_shared<TaskWithProgress>();
+  std::vector<std::int64_t> told;
+  const auto relay = detail::progressRelay([&](const HTTPProgress& now) { told.push_back(now.completedBytes()); });
+  const auto observation = relay->observe(task, queue);
+
+  queue.sync([&] {
+    for (int number = 1; number <= 100; ++number) task->progress()->updateBytes(number, 100);
+  });
+  queue.sync([] {});
+  task->progress()->updateBytes(50, 100);
+  queue.sync([] {});
+
+  EXPECT_EQ(told, (std::vector<std::int64_t>{100, 50}));
 }
 
 TEST_F(HTTPProgressHandlerTest, isLetGoOfWhenTheTransferIsOverThoughItKeepsTheProgress) {
@@ -63,8 +97,12 @@ TEST_F(HTTPProgressHandlerTest, isLetGoOfWhenItsFutureIsCompletedThoughItKeepsTh
 }
 
 TEST_F(HTTPProgressHandlerTest, mayAddAnotherHandlerToItsFuture) {
+  const Latch isListening;
   const Latch latch;
-  server.enqueue(MockResponse(200).generatedBody(100'000).hold(Moment::insideBody, latch, 1000));
+  server.enqueue(MockResponse(200)
+                     .generatedBody(100'000)
+                     .hold(Moment::beforeStatusLine, isListening)
+                     .hold(Moment::insideBody, latch, 1000));
   const DispatchQueue handlers("handlers");
   int secondCalls = 0;
   const auto future = DownloadGetRequest(server.url("/")).send();
@@ -73,6 +111,7 @@ TEST_F(HTTPProgressHandlerTest, mayAddAnotherHandlerToItsFuture) {
     future.during(handlers, [&](const HTTPProgress&) { ++secondCalls; });
     latch.open();
   });
+  isListening.open();
 
   future.get();
   handlers.sync([] {});

@@ -9,6 +9,7 @@
 #include "Corvane/Transfers/MultipartError.hpp"
 #include "Platform/Foundation/Error.hpp"
 #include "TestSupport/TemporaryDirectory.hpp"
+#include "Vantorel/ErrorLoggable.hpp"
 
 namespace corvane {
 namespace {
@@ -67,7 +68,7 @@ TEST(MultipartFormSectionTest, writesTheTypeAfterTheEmptyLine) {
 }
 
 TEST(MultipartFormSectionTest, writesAFileWithoutAnEmptyLine) {
-  const testing::TemporaryDirectory directory;
+  const testkit::TemporaryDirectory directory;
   const std::string bytes("\xFF\xD8\0\r\n", 5);
   const path place = directory.write("a b.jpeg", bytes);
   const std::string expected =
@@ -100,7 +101,7 @@ TEST(MultipartFormSectionTest, takesATypeThatIsGivenForAFile) {
 }
 
 TEST(MultipartFormSectionTest, takesTheBytesOfAFileForAPlainFieldWhenToldSo) {
-  const testing::TemporaryDirectory directory;
+  const testkit::TemporaryDirectory directory;
   const path place = directory.write("a.txt", "hello");
 
   const MultipartFormSection section("a", velisand::AnyDataRepresentable(place));
@@ -169,6 +170,18 @@ TEST(MultipartFormSectionTest, refusesTextThatCouldPassForAHeader) {
     EXPECT_THAT(inType.message(), HasSubstr("The content type of a form section holds"));
     EXPECT_THAT(inFileName.message(), HasSubstr("The file name of a form section holds"));
   }
+}
+
+TEST(MultipartFormSectionTest, logsWhatIsWrongOnOneLine) {
+  const Error ofText(errorOf([] { MultipartFormSection("a\r\nb", "x").asData(); }));
+  const Error ofBoundary(MultipartError::boundaryInContent("photo"));
+
+  ASSERT_TRUE(ofText.is<vantorel::ErrorLoggable>());
+  EXPECT_EQ(ofText.as<vantorel::ErrorLoggable>()->logMessage(), ofText.message());
+  EXPECT_EQ(ofText.as<vantorel::ErrorLoggable>()->additionalLogInfo(), (platform::Dictionary{{"text", R"("a\r\nb")"}}));
+  ASSERT_TRUE(ofBoundary.is<vantorel::ErrorLoggable>());
+  EXPECT_EQ(ofBoundary.as<vantorel::ErrorLoggable>()->additionalLogInfo(),
+            (platform::Dictionary{{"section", R"("photo")"}}));
 }
 
 TEST(MultipartFormSectionTest, passesOnWhatItsValueThrows) {

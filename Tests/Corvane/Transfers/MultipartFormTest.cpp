@@ -51,7 +51,7 @@ TEST(MultipartFormTest, writesOneSection) {
 }
 
 TEST(MultipartFormTest, startsEveryLaterSectionOnANewLine) {
-  const testing::TemporaryDirectory directory;
+  const testkit::TemporaryDirectory directory;
   const MultipartForm form{
       {"a", "x"}, {"c", path(directory.write("c.txt", "hello"))}, {"d", "{}", HTTPMediaType::json}};
 
@@ -101,7 +101,7 @@ TEST(MultipartFormTest, isWhatAListOfSectionsMeans) {
 }
 
 TEST(MultipartFormTest, readsFilesWhenItsBytesAreMade) {
-  const testing::TemporaryDirectory directory;
+  const testkit::TemporaryDirectory directory;
   const MultipartForm form{{"a", directory / "later.txt"}};
   EXPECT_THROW(form.asData(), Error);
 
@@ -141,7 +141,7 @@ TEST(MultipartFormTest, allowsContentThatOnlyNamesTheBoundary) {
 }
 
 TEST(MultipartFormTest, readsAFileIntoTheMemoryThatItNeeds) {
-  const testing::TemporaryDirectory directory;
+  const testkit::TemporaryDirectory directory;
   const std::string path = directory.write("large.bin", std::string(4 << 20, 'x'));
 
   const Data bytes = MultipartForm{MultipartFormSection("a", std::filesystem::path(path))}.asData();

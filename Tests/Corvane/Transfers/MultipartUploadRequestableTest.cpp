@@ -8,7 +8,7 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::MockResponse;
+using corvane::testkit::MockResponse;
 
 class MultipartUploadTest : public TransferTest {};
 

@@ -12,10 +12,10 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::Expectation;
-using corvane::testing::Latch;
-using corvane::testing::MockResponse;
-using corvane::testing::Moment;
+using corvane::testkit::Expectation;
+using corvane::testkit::Latch;
+using corvane::testkit::MockResponse;
+using corvane::testkit::Moment;
 
 constexpr int times = 100;
 constexpr std::uint64_t downloadSize = 1 << 20;
@@ -92,7 +92,7 @@ void removeFile(const DownloadResponse<URL>& response) {
 
 /// Made before the tests' temporary directory becomes the system's, so that it is not in it.
 struct DirectoryElsewhere {
-  testing::TemporaryDirectory files;
+  testkit::TemporaryDirectory files;
 };
 
 class TransferCancellationTest : protected DirectoryElsewhere, public TransferTest {

@@ -45,18 +45,18 @@ class OwnTemporaryDirectory {
   }
 
  private:
-  testing::TemporaryDirectory directory_;
+  testkit::TemporaryDirectory directory_;
   std::optional<std::string> before_;
 };
 
 /// Sends to a server of its own, with completions on a queue of its own, and files in a directory of its own.
-class TransferTest : public testing::ServerTest {
+class TransferTest : public testkit::ServerTest {
  protected:
   ~TransferTest() override { Corvane::resetSessions(); }
 
   template <class Request>
   typename Request::Response responseTo(const Request& request) const {
-    return testing::await<typename Request::Response>([&](auto done) { request.send(queue, done); });
+    return testkit::await<typename Request::Response>([&](auto done) { request.send(queue, done); });
   }
   static std::string contentOf(const URL& file) {
     const Data bytes = platform::FileManager::contents(file.fileSystemPath());

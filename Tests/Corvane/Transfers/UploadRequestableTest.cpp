@@ -9,14 +9,14 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::await;
-using corvane::testing::MockResponse;
+using corvane::testkit::await;
+using corvane::testkit::MockResponse;
 
 class UploadTest : public TransferTest {
  protected:
   URL file(std::string_view name, std::string_view content) const { return URL::file(files.write(name, content)); }
 
-  testing::TemporaryDirectory files;
+  testkit::TemporaryDirectory files;
 };
 
 TEST_F(UploadTest, sendsBytesFromMemory) {
@@ -190,11 +190,12 @@ TEST_F(UploadTest, tellsItsProgressAndEndsWithTheWhole) {
 }
 
 TEST_F(UploadTest, returnsAFutureWithProgress) {
-  const testing::Latch latch;
-  server.enqueue(MockResponse(200).body("done").hold(testing::Moment::beforeStatusLine, latch));
-  testing::Expectation<void> isTold;
+  const testkit::Latch latch;
+  server.enqueue(MockResponse(200).body("done").hold(testkit::Moment::beforeRequestBody, latch));
+  testkit::Expectation<void> isTold;
 
-  const auto upload = DataUploadRequest(server.url("/"), std::string(100'000, 'x')).send();
+  // More than a socket takes before the server reads.
+  const auto upload = DataUploadRequest(server.url("/"), std::string(20'000'000, 'x')).send();
   upload.during(queue, [isTold](const HTTPProgress& progress) {
     if (progress.percentCompleted() == 1.0) isTold.fulfil();
   });

@@ -12,11 +12,11 @@ class AddressZoneSendTest : public ::testing::Test {
  protected:
   ~AddressZoneSendTest() override { Corvane::resetSessions(); }
 
-  testing::TestServer server{testing::ServerOptions{.addresses = {"::1"}}};
+  testkit::TestServer server{testkit::ServerOptions{.addresses = {"::1"}}};
 };
 
 TEST_F(AddressZoneSendTest, choosesTheInterfaceAndIsNotSent) {
-  server.enqueue(testing::MockResponse(200).body("here"));
+  server.enqueue(testkit::MockResponse(200).body("here"));
 
   const auto response = DataGetRequest(server.url("/", "::1%25lo")).send().get();
 

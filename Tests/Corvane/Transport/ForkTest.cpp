@@ -25,8 +25,8 @@ extern "C" int __lsan_is_turned_off() { return isForkedChild ? 1 : 0; }
 namespace corvane {
 namespace {
 
-using corvane::testing::MockResponse;
-using corvane::testing::Moment;
+using corvane::testkit::MockResponse;
+using corvane::testkit::Moment;
 
 struct ChildEnd {
   int status = 0;

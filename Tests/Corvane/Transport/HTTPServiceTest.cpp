@@ -16,10 +16,10 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::Expectation;
-using corvane::testing::Latch;
-using corvane::testing::MockResponse;
-using corvane::testing::Moment;
+using corvane::testkit::Expectation;
+using corvane::testkit::Latch;
+using corvane::testkit::MockResponse;
+using corvane::testkit::Moment;
 using platform::DispatchMemoryPressureSource;
 using platform::MemoryPressure;
 using platform::URLSession;
@@ -33,7 +33,7 @@ struct Get : DataGetRequestable<Get> {
 
 std::shared_ptr<URLSession> sessionFor(const Get& request) { return HTTPService::shared().urlSession(request); }
 
-class HTTPServiceTest : public testing::ServerTest {
+class HTTPServiceTest : public testkit::ServerTest {
  protected:
   ~HTTPServiceTest() override { Corvane::resetSessions(); }
 

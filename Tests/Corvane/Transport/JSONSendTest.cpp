@@ -1,7 +1,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cmath>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
 
 #include "Corvane/Corvane.hpp"
 #include "CorvaneTesting/Expectation.hpp"
@@ -11,9 +16,9 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::await;
-using corvane::testing::Expectation;
-using corvane::testing::MockResponse;
+using corvane::testkit::await;
+using corvane::testkit::Expectation;
+using corvane::testkit::MockResponse;
 
 struct User {
   std::int64_t id = 0;
@@ -46,7 +51,7 @@ struct corvane::JSONCodec<corvane::Held> {
 namespace corvane {
 namespace {
 
-class JSONSendTest : public testing::ServerTest {
+class JSONSendTest : public testkit::ServerTest {
  protected:
   ~JSONSendTest() override { Corvane::resetSessions(); }
 
@@ -72,6 +77,25 @@ TEST_F(JSONSendTest, deliversAModel) {
   EXPECT_EQ(received.target, "/users/7?page=2");
   EXPECT_EQ(received.header("Accept"), "application/json");
   EXPECT_EQ(received.header("Content-Type"), std::nullopt);
+}
+
+struct Team {
+  std::unique_ptr<std::string> captain;
+};
+
+TEST_F(JSONSendTest, deliversAModelThatCanOnlyBeMoved) {
+  server.handleAll([](const auto&) { return MockResponse(200).json(R"({"captain": "ada"})"); });
+  const JSONGetRequest<Team> request(server.url("/team"));
+  Expectation<std::string> captains;
+  const auto note = [captains](JSONResponse<Team> response) {
+    const Team* team = response.result.body();
+    captains.fulfil(team ? *team->captain : response.debugDescription());
+  };
+
+  request.send(queue, note);
+  request.send({.queue = queue}, note);
+
+  EXPECT_EQ(captains.waitForAll(2), (std::vector<std::string>{"ada", "ada"}));
 }
 
 TEST_F(JSONSendTest, sendsAModel) {
@@ -145,6 +169,38 @@ TEST_F(JSONSendTest, holdsUpNobodyWithALongDecoding) {
   released.fulfil(true);
 
   EXPECT_EQ(last.wait().result.body()->text.size(), 100'000u);
+}
+
+/// Notes where its hooks run, and whether two of them run at a time.
+struct WatchedGet : JSONGetRequestable<WatchedGet, std::string> {
+  struct Watch {
+    std::atomic<int> inside = 0, calls = 0, strays = 0;
+  };
+
+  URL url;
+  std::shared_ptr<Watch> watch;
+  HTTPHeaders sharedHeaders() const { return {}; }
+  void process(const JSONResponse<std::string>&) const {
+    const auto current = DispatchQueue::current();
+    const bool isOnItsQueue = current && current->label().ends_with(".Corvane.HTTPService.isolationQueue");
+    if (!isOnItsQueue || ++watch->inside != 1) ++watch->strays;
+    std::this_thread::yield();
+    --watch->inside;
+    ++watch->calls;
+  }
+};
+
+TEST_F(JSONSendTest, callsTheHooksOfLongResponsesOneAtATimeOnTheQueueOfTheSession) {
+  server.handleAll([](const auto&) { return MockResponse(200).json("\"" + std::string(100'000, 'x') + "\""); });
+  const auto watch = std::make_shared<WatchedGet::Watch>();
+  const std::vector<WatchedGet> requests(20, {.url = server.url("/"), .watch = watch});
+
+  const auto responses = send(requests, true).get();
+
+  ASSERT_EQ(responses.size(), 20U);
+  for (const auto& response : responses) EXPECT_TRUE(response.result);
+  EXPECT_EQ(watch->calls, 20);
+  EXPECT_EQ(watch->strays, 0);
 }
 
 TEST_F(JSONSendTest, comesToACoroutine) {

@@ -19,14 +19,14 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::CertificateAuthority;
-using corvane::testing::Expectation;
-using corvane::testing::HeldLookUps;
-using corvane::testing::MockResponse;
-using corvane::testing::Moment;
-using corvane::testing::SilentPort;
-using corvane::testing::TestServer;
-using corvane::testing::Tls;
+using corvane::testkit::CertificateAuthority;
+using corvane::testkit::Expectation;
+using corvane::testkit::HeldLookUps;
+using corvane::testkit::MockResponse;
+using corvane::testkit::Moment;
+using corvane::testkit::SilentPort;
+using corvane::testkit::TestServer;
+using corvane::testkit::Tls;
 
 template <class T, class... Arguments>
 T& kept(Arguments&&... arguments) {
@@ -71,7 +71,7 @@ void completeOneRequest() {
 [[noreturn]] void exitWhileBodiesAreSent() {
   TestServer& server = kept<TestServer>();
   server.handleAll([](const auto&) { return MockResponse(200).stall(Moment::insideRequestBody, 1000); });
-  const DataPostRequest post(URL(server.url("/")), Data(corvane::testing::generatedBytes(8 << 20)));
+  const DataPostRequest post(URL(server.url("/")), Data(corvane::testkit::generatedBytes(8 << 20)));
   for (int i = 0; i < 5; ++i) post.send(queue(), [](const DataResponse&) {});
   std::thread([post] { post.send().wait(); }).detach();
   require(server.waitUntil([&] { return server.stalledConnections() == 6; }));
@@ -93,7 +93,7 @@ void completeOneRequest() {
 
 [[noreturn]] void exitInsideHandshakes() {
   const CertificateAuthority authority("Exit");
-  TestServer& server = kept<TestServer>(Tls(authority.issue(corvane::testing::CertificateRequest::localhost())));
+  TestServer& server = kept<TestServer>(Tls(authority.issue(corvane::testkit::CertificateRequest::localhost())));
   for (int i = 0; i < everyWay; ++i) server.enqueue(MockResponse().stall(Moment::onAccept));
   sendInEveryWay(server.url("/"));
   require(server.waitForStall());

@@ -26,14 +26,14 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::CertificateAuthority;
-using corvane::testing::Ending;
-using corvane::testing::Expectation;
-using corvane::testing::MockResponse;
-using corvane::testing::Moment;
-using corvane::testing::TemporaryDirectory;
-using corvane::testing::TestServer;
-using corvane::testing::Tls;
+using corvane::testkit::CertificateAuthority;
+using corvane::testkit::Ending;
+using corvane::testkit::Expectation;
+using corvane::testkit::MockResponse;
+using corvane::testkit::Moment;
+using corvane::testkit::TemporaryDirectory;
+using corvane::testkit::TestServer;
+using corvane::testkit::Tls;
 
 const std::string largeBody(8 << 20, 'x');
 
@@ -85,7 +85,7 @@ class ProcessMannersTest : public ::testing::TestWithParam<std::tuple<bool, Endi
 
   std::unique_ptr<TestServer> makeServer() {
     if (!isSecure) return std::make_unique<TestServer>();
-    return std::make_unique<TestServer>(Tls(authority.issue(corvane::testing::CertificateRequest::localhost())));
+    return std::make_unique<TestServer>(Tls(authority.issue(corvane::testkit::CertificateRequest::localhost())));
   }
   DataPostRequest post() const { return DataPostRequest(URL(server.url("/")), Data(largeBody)); }
 

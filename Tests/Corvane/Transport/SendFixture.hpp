@@ -21,13 +21,13 @@ inline const HTTPResponseError* responseError(const DataResponse& response) {
 }
 
 /// Sends to a server of its own, with completions on a queue of its own.
-class SendTest : public testing::ServerTest {
+class SendTest : public testkit::ServerTest {
  protected:
   ~SendTest() override { Corvane::resetSessions(); }
 
   template <class Request>
   DataResponse responseTo(const Request& request) const {
-    return testing::await<DataResponse>([&](auto done) { request.send(queue, done); });
+    return testkit::await<DataResponse>([&](auto done) { request.send(queue, done); });
   }
   Get get(std::string_view target = "/") const { return {.url = server.url(target)}; }
 

@@ -7,8 +7,8 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::await;
-using corvane::testing::MockResponse;
+using corvane::testkit::await;
+using corvane::testkit::MockResponse;
 
 TEST_F(SendTest, completesAFutureWithBodyAndFacts) {
   server.enqueue(MockResponse(200).text("hello"));

@@ -7,10 +7,10 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::Expectation;
-using corvane::testing::Latch;
-using corvane::testing::MockResponse;
-using corvane::testing::Moment;
+using corvane::testkit::Expectation;
+using corvane::testkit::Latch;
+using corvane::testkit::MockResponse;
+using corvane::testkit::Moment;
 
 TEST_F(SendTest, deliversOneCancellation) {
   Latch latch;
@@ -31,9 +31,9 @@ TEST_F(SendTest, deliversOneCancellation) {
 }
 
 TEST_F(SendTest, doesNotWaitForTheResolverWhenItIsCancelled) {
-  const testing::HeldLookUps lookUps;
+  const testkit::HeldLookUps lookUps;
   Expectation<DataResponse> completion;
-  const Get request{.url = "http://" + std::string(testing::HeldLookUps::name) + "/"};
+  const Get request{.url = "http://" + std::string(testkit::HeldLookUps::name) + "/"};
   request.send(queue, completion);
   ASSERT_TRUE(lookUps.waitForWaiting(1));
 
@@ -45,9 +45,9 @@ TEST_F(SendTest, doesNotWaitForTheResolverWhenItIsCancelled) {
 }
 
 TEST_F(SendTest, doesNotWaitForTheResolverWhenSessionsAreReset) {
-  const testing::HeldLookUps lookUps;
+  const testkit::HeldLookUps lookUps;
   Expectation<DataResponse> completions;
-  const DataGetRequest request("http://reset." + std::string(testing::HeldLookUps::name) + "/");
+  const DataGetRequest request("http://reset." + std::string(testkit::HeldLookUps::name) + "/");
   for (int i = 0; i < 5; ++i) request.send(queue, completions);
   const auto future = request.send();
   ASSERT_TRUE(lookUps.waitForWaiting(1));
@@ -99,7 +99,7 @@ std::int64_t codeOf(const Request& request) {
 
 TEST_F(SendTest, repeatsASafeRequestOnceForAThreadThatWaits) {
   server.handle("/warm", [](const auto&) { return MockResponse(200); });
-  const std::string bytes = testing::generatedBytes(1 << 20);
+  const std::string bytes = testkit::generatedBytes(1 << 20);
   const DataPutRequest put(server.url("/put"), Data(bytes));
 
   ASSERT_EQ(codeOf(get("/warm")), 0);

@@ -10,9 +10,9 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::await;
-using corvane::testing::Expectation;
-using corvane::testing::MockResponse;
+using corvane::testkit::await;
+using corvane::testkit::Expectation;
+using corvane::testkit::MockResponse;
 
 TEST_F(SendTest, deliversTheBodyAndTheFactsOfTheResponse) {
   server.enqueue(MockResponse(200).header("X-A", "1").text("hello"));
@@ -57,8 +57,8 @@ TEST_F(SendTest, deliversOnTheMainQueueWhenNoneIsGiven) {
   server.enqueue(MockResponse(200));
   server.enqueue(MockResponse(200));
 
-  const auto first = testing::awaitOnMain<DataResponse>([&](auto done) { get().send(done); });
-  const auto second = testing::awaitOnMain<DataResponse>([&](auto done) { get().send(std::nullopt, done); });
+  const auto first = testkit::awaitOnMain<DataResponse>([&](auto done) { get().send(done); });
+  const auto second = testkit::awaitOnMain<DataResponse>([&](auto done) { get().send(std::nullopt, done); });
 
   EXPECT_EQ(first.status, HTTPStatus::success);
   EXPECT_EQ(second.status, HTTPStatus::success);
@@ -260,7 +260,7 @@ TEST(SendDeathTest, trapsForACodeThatDoesNotFit) {
 }
 
 TEST_F(SendTest, saysThatAConnectionWasRefused) {
-  const DataResponse response = responseTo(DataGetRequest(testing::refusedUrl()));
+  const DataResponse response = responseTo(DataGetRequest(testkit::refusedUrl()));
 
   ASSERT_TRUE(response.result.error());
   ASSERT_TRUE(response.result.error()->as<CFNetworkErrors>());
@@ -279,7 +279,7 @@ struct OwnRoute : DataGetRequestable<OwnRoute> {
 
 TEST_F(SendTest, honoursATypesOwnSend) {
   EXPECT_EQ(OwnRoute().send().result().error()->message(), "own route");
-  EXPECT_EQ(testing::awaitOnMain<DataResponse>([](auto done) { OwnRoute().send(done); }).result.error()->message(),
+  EXPECT_EQ(testkit::awaitOnMain<DataResponse>([](auto done) { OwnRoute().send(done); }).result.error()->message(),
             "own route");
 }
 
@@ -302,7 +302,7 @@ TEST_F(SendTest, canBeCalledFromAHookOfAnotherRequest) {
 }
 
 TEST_F(SendTest, logsOnceBeforeItDelivers) {
-  const corvane::testing::LogCapture log;
+  const corvane::testkit::LogCapture log;
   Corvane::verbosity = HTTPVerbosityLevel::brief;
   server.enqueue(MockResponse(200));
   const Get request = get();
@@ -316,7 +316,7 @@ TEST_F(SendTest, logsOnceBeforeItDelivers) {
 }
 
 TEST_F(SendTest, logsNothingAboutARequestThatCouldNotBeBuilt) {
-  const corvane::testing::LogCapture log;
+  const corvane::testkit::LogCapture log;
   Corvane::verbosity = HTTPVerbosityLevel::brief;
 
   responseTo(DataGetRequest("/"));
@@ -326,7 +326,7 @@ TEST_F(SendTest, logsNothingAboutARequestThatCouldNotBeBuilt) {
 }
 
 TEST_F(SendTest, servesManyThreadsAtOnce) {
-  server.handleAll([](const testing::ReceivedRequest& request) { return MockResponse(200).text(request.target); });
+  server.handleAll([](const testkit::ReceivedRequest& request) { return MockResponse(200).text(request.target); });
   constexpr int threadCount = 16;
   constexpr int requestsEach = 20;
   Expectation<std::string> bodies;

@@ -11,8 +11,8 @@
 namespace corvane::detail {
 namespace {
 
-using corvane::testing::CertificateAuthority;
-using corvane::testing::CertificateRequest;
+using corvane::testkit::CertificateAuthority;
+using corvane::testkit::CertificateRequest;
 using platform::AuthChallengeDisposition;
 using platform::SecCertificate;
 using platform::SecTrust;
@@ -60,7 +60,7 @@ class ServerTrustResponseTest : public ::testing::Test {
     return challenge;
   }
 
-  testing::TemporaryDirectory directory_;
+  testkit::TemporaryDirectory directory_;
   ScriptedTrust trust_;
   const CertificateAuthority root_;
   const CertificateAuthority otherRoot_{"Other Root"};
@@ -115,7 +115,7 @@ TEST_F(ServerTrustResponseTest, setsEachCertificateAloneAndKeepsTheSystemsAnchor
 }
 
 TEST_F(ServerTrustResponseTest, skipsUnreadableFilesAndWhatIsNoCertificateSilently) {
-  const corvane::testing::LogCapture log;
+  const corvane::testkit::LogCapture log;
 
   isTrusted(trust_, {URL::file(directory_.path().string() + "/missing.der"), file("text.der", "no certificate"),
                      file("root.pem", root_.certificate().pem()), certificateFile("root.der", root_)});
@@ -137,7 +137,7 @@ TEST_F(ServerTrustResponseTest, trustsOnlyTheUnspecifiedResult) {
 }
 
 TEST_F(ServerTrustResponseTest, logsAnchorsThatCannotBeSetAndCarriesOn) {
-  const corvane::testing::LogCapture log;
+  const corvane::testkit::LogCapture log;
   const URL root = certificateFile("root.der", root_);
   trust_.statusOfSettingAnchors = platform::OSStatus::param;
   trust_.statusOfSettingAnchorsOnly = platform::OSStatus::param;

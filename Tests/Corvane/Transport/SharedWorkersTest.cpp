@@ -12,9 +12,9 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::Expectation;
-using corvane::testing::MockResponse;
-using corvane::testing::TestServer;
+using corvane::testkit::Expectation;
+using corvane::testkit::MockResponse;
+using corvane::testkit::TestServer;
 
 /// A flag to wait for in ways that the library does not know of.
 class Flag {

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <stop_token>
+
 #include "Corvane/Corvane.hpp"
 #include "CorvaneTesting/Expectation.hpp"
 #include "Platform/Loading/URLSession.hpp"
@@ -9,7 +12,7 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::Expectation;
+using corvane::testkit::Expectation;
 
 class FakeTask final : public platform::URLSessionTask {
  public:
@@ -89,6 +92,36 @@ TEST(TaskManagerTest, keepsTheLaterOfTwoTasksUnderOneUUID) {
   EXPECT_EQ(second->cancellations(), 1);
 }
 
+struct CancelableGet : DataGetRequestable<CancelableGet>, HTTPRequestCancelable<CancelableGet> {
+  HTTPHeaders sharedHeaders() const { return {}; }
+};
+
+TEST(TaskManagerTest, hasTheTaskThatARequestInsertsUntilItRemovesIt) {
+  const auto kept = std::make_shared<FakeTask>(), removed = std::make_shared<FakeTask>();
+  const CancelableGet request, other;
+
+  request.insertTaskIntoTaskManager(kept);
+  other.insertTaskIntoTaskManager(removed);
+  other.removeFromTaskManager();
+  request.cancel();
+  other.cancel();
+  waitForEarlierOperations();
+
+  EXPECT_EQ(kept->cancellations(), 1);
+  EXPECT_EQ(removed->cancellations(), 0);
+}
+
+TEST(TaskManagerTest, hasNoTaskOfARequestThatCannotBeCancelled) {
+  const auto task = std::make_shared<FakeTask>();
+  const DataGetRequest request("http://127.0.0.1/");
+
+  request.insertTaskIntoTaskManager(task);
+  request.removeFromTaskManager();
+  waitForEarlierOperations();
+
+  EXPECT_EQ(task.use_count(), 1);
+}
+
 struct Cancel : HTTPRequestCancelable<Cancel> {
   int number = 0;
 };
@@ -119,56 +152,59 @@ TEST(TaskManagerTest, cancelsNothingOfAnEmptyList) {
   waitForEarlierOperations();
 }
 
-/// Notes its name when it is called.
-std::shared_ptr<platform::Block> noting(const char* name, Expectation<std::string> events) {
-  return std::make_shared<platform::Block>([=] { events(name); });
-}
+/// A send that notes its name when its stop is requested.
+struct NotedSend {
+  NotedSend(std::string name, Expectation<std::string> events)
+      : callback(stop.get_token(), [name = std::move(name), events] { events(name); }) {}
 
-TEST(TaskManagerTest, tellsItsHandlersOfACancellationBeforeTheTask) {
+  std::stop_source stop;
+  std::stop_callback<std::function<void()>> callback;
+};
+
+TEST(TaskManagerTest, stopsSendsBeforeItCancelsTheTask) {
   Expectation<std::string> events;
   const UUID uuid;
-  const auto handler = noting("handler", events);
-  TaskManager::shared().addCancellationHandler(handler, uuid);
+  const NotedSend send("send", events);
+  TaskManager::shared().insertSend(send.stop, uuid);
   TaskManager::shared().insert(std::make_shared<FakeTask>([events] { events("task"); }), uuid);
 
   TaskManager::shared().cancelTask(uuid);
-  TaskManager::shared().cancelTask(uuid);
 
-  const std::vector<std::string> expected{"handler", "task", "handler"};
-  EXPECT_EQ(events.waitForAll(3), expected);
-  TaskManager::shared().removeCancellationHandler(handler, uuid);
+  const std::vector<std::string> expected{"send", "task"};
+  EXPECT_EQ(events.waitForAll(2), expected);
+  TaskManager::shared().removeSend(send.stop, uuid);
 }
 
-TEST(TaskManagerTest, tellsItsHandlersInTheOrderInWhichTheyCame) {
+TEST(TaskManagerTest, stopsSendsInTheOrderInWhichTheyCame) {
   Expectation<std::string> events;
   const UUID uuid;
   const std::vector<std::string> names{"a", "b", "c", "d"};
-  std::vector<std::shared_ptr<platform::Block>> handlers;
-  for (const auto& name : names) handlers.push_back(noting(name.c_str(), events));
-  for (const auto& handler : handlers) TaskManager::shared().addCancellationHandler(handler, uuid);
+  std::vector<std::unique_ptr<NotedSend>> sends;
+  for (const auto& name : names) sends.push_back(std::make_unique<NotedSend>(name, events));
+  for (const auto& send : sends) TaskManager::shared().insertSend(send->stop, uuid);
 
   TaskManager::shared().cancelTask(uuid);
 
   EXPECT_EQ(events.waitForAll(4), names);
-  for (const auto& handler : handlers) TaskManager::shared().removeCancellationHandler(handler, uuid);
+  for (const auto& send : sends) TaskManager::shared().removeSend(send->stop, uuid);
 }
 
-TEST(TaskManagerTest, tellsOnlyTheHandlersThatItStillHas) {
+TEST(TaskManagerTest, stopsOnlyTheSendsThatItStillHas) {
   Expectation<std::string> events;
-  const UUID uuid;
-  const auto first = noting("first", events);
-  const auto second = noting("second", events);
-  TaskManager::shared().addCancellationHandler(first, uuid);
-  TaskManager::shared().addCancellationHandler(second, uuid);
-  TaskManager::shared().addCancellationHandler(noting("stranger", events), UUID());
+  const UUID uuid, other;
+  const NotedSend first("first", events), second("second", events), stranger("stranger", events);
+  TaskManager::shared().insertSend(first.stop, uuid);
+  TaskManager::shared().insertSend(second.stop, uuid);
+  TaskManager::shared().insertSend(stranger.stop, other);
 
-  TaskManager::shared().removeCancellationHandler(first, uuid);
-  TaskManager::shared().removeCancellationHandler(first, uuid);
+  TaskManager::shared().removeSend(first.stop, uuid);
+  TaskManager::shared().removeSend(first.stop, uuid);
   TaskManager::shared().cancelTask(uuid);
   waitForEarlierOperations();
 
   EXPECT_EQ(events.waitForAll(1), std::vector<std::string>{"second"});
-  TaskManager::shared().removeCancellationHandler(second, uuid);
+  TaskManager::shared().removeSend(second.stop, uuid);
+  TaskManager::shared().removeSend(stranger.stop, other);
 }
 
 }  // namespace

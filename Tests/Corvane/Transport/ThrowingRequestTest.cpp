@@ -10,9 +10,9 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::Expectation;
-using corvane::testing::LogCapture;
-using corvane::testing::MockResponse;
+using corvane::testkit::Expectation;
+using corvane::testkit::LogCapture;
+using corvane::testkit::MockResponse;
 
 [[noreturn]] void oops() { throw std::runtime_error("oops"); }
 
@@ -78,7 +78,7 @@ class ThrowingRequestTest : public SendTest {
 
   template <class Request>
   HTTPRetryResult<DataResponse> retryOf(const Request& request) const {
-    return testing::await<HTTPRetryResult<DataResponse>>([&](auto done) { request.sendAttemptingRetry(queue, done); });
+    return testkit::await<HTTPRetryResult<DataResponse>>([&](auto done) { request.sendAttemptingRetry(queue, done); });
   }
 };
 
@@ -88,7 +88,7 @@ TEST_F(ThrowingRequestTest, fromItsCopyConstructorIsAnOutcome) {
   EXPECT_EQ(problemOf(*retryOf(CopiedInVain()).lastResponse()), "oops");
   EXPECT_THROW(CopiedInVain().send().get(), std::exception);
   const auto download =
-      testing::await<DownloadResponse<URL>>([&](auto done) { DownloadCopiedInVain().send(queue, nullptr, done); });
+      testkit::await<DownloadResponse<URL>>([&](auto done) { DownloadCopiedInVain().send(queue, nullptr, done); });
   ASSERT_TRUE(download.result.error());
   EXPECT_EQ(download.result.error()->message(), "oops");
 }

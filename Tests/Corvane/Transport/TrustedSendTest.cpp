@@ -10,8 +10,8 @@
 namespace corvane {
 namespace {
 
-using corvane::testing::MockResponse;
-using corvane::testing::TestServer;
+using corvane::testkit::MockResponse;
+using corvane::testkit::TestServer;
 
 class TrustedSendTest : public ::testing::Test {
  protected:
@@ -19,15 +19,15 @@ class TrustedSendTest : public ::testing::Test {
     Corvane::removeTrustedCertificates();
     Corvane::resetSessions();
   }
-  void trust(const testing::CertificateAuthority& authority) {
+  void trust(const testkit::CertificateAuthority& authority) {
     const std::string path = directory_.path().string() + "/root.der";
     platform::FileManager::write(Data(authority.certificate().der()), path);
     Corvane::addTrustedCertificate(URL::file(path));
   }
 
-  testing::TemporaryDirectory directory_;
-  const testing::CertificateAuthority root_;
-  TestServer server_{testing::Tls(root_.issue(testing::CertificateRequest::localhost()))};
+  testkit::TemporaryDirectory directory_;
+  const testkit::CertificateAuthority root_;
+  TestServer server_{testkit::Tls(root_.issue(testkit::CertificateRequest::localhost()))};
 };
 
 TEST_F(TrustedSendTest, reachesAServerThroughARegisteredCertificate) {

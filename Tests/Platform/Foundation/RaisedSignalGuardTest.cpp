@@ -76,7 +76,7 @@ TEST(RaisedSignalGuardTest, givesTheThreadItsMaskBack) {
 
 TEST(RaisedSignalGuardTest, aFileThatMayNotGrowIsAnErrorAndRaisesNothing) {
   const BlockedSignal signal(SIGXFSZ);
-  const corvane::testing::TemporaryDirectory directory;
+  const corvane::testkit::TemporaryDirectory directory;
   rlimit saved{};
   ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &saved), 0);
   const rlimit limited{1000, saved.rlim_max};

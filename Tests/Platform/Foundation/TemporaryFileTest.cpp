@@ -53,6 +53,20 @@ TEST_F(TemporaryFileTest, staysWhenItIsKept) {
   EXPECT_TRUE(FileManager::exists(path));
 }
 
+TEST_F(TemporaryFileTest, staysWhenItIsToStay) {
+  const std::string path = made("file");
+  {
+    TemporaryFile first = TemporaryFile::staying(path);
+    EXPECT_EQ(first.path(), path);
+    TemporaryFile second(std::move(first));
+    second.remove();
+    EXPECT_EQ(second.path(), "");
+    second = TemporaryFile::staying(path);
+  }
+
+  EXPECT_TRUE(FileManager::exists(path));
+}
+
 TEST_F(TemporaryFileTest, goesWithTheValueThatItIsMovedTo) {
   const std::string path = made("file");
   TemporaryFile last;

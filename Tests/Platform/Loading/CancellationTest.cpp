@@ -10,10 +10,10 @@
 namespace platform {
 namespace {
 
-using corvane::testing::Latch;
-using corvane::testing::MockResponse;
-using corvane::testing::Moment;
-using corvane::testing::ReceivedRequest;
+using corvane::testkit::Latch;
+using corvane::testkit::MockResponse;
+using corvane::testkit::Moment;
+using corvane::testkit::ReceivedRequest;
 
 class CancellationTest : public SessionTest {
  protected:

@@ -7,8 +7,8 @@
 namespace platform {
 namespace {
 
-using corvane::testing::MockResponse;
-using corvane::testing::Moment;
+using corvane::testkit::MockResponse;
+using corvane::testkit::Moment;
 
 class CompletenessTest : public SessionTest {};
 
@@ -76,7 +76,7 @@ TEST_F(CompletenessTest, decodesGzip) {
 }
 
 TEST_F(CompletenessTest, refusesGzipCutOffAnywhere) {
-  const std::string whole = corvane::testing::gzipped("compressed text that is long enough to be cut in many places");
+  const std::string whole = corvane::testkit::gzipped("compressed text that is long enough to be cut in many places");
   for (std::size_t length = 1; length < whole.size(); length += 3) {
     const Loaded loaded = loadMock(MockResponse(200).header("Content-Encoding", "gzip").body(whole.substr(0, length)));
     EXPECT_EQ(loaded.code(), URLErrorCode::cannotDecodeContentData) << length << " " << loaded.message();
@@ -84,7 +84,7 @@ TEST_F(CompletenessTest, refusesGzipCutOffAnywhere) {
 }
 
 TEST_F(CompletenessTest, refusesDamagedGzip) {
-  std::string damaged = corvane::testing::gzipped("compressed text");
+  std::string damaged = corvane::testkit::gzipped("compressed text");
   damaged[damaged.size() - 6] = static_cast<char>(damaged[damaged.size() - 6] ^ 1);
 
   EXPECT_EQ(loadMock(MockResponse(200).header("Content-Encoding", "gzip").body(damaged)).code(),

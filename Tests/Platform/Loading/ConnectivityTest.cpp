@@ -21,8 +21,8 @@
 namespace platform {
 namespace {
 
-using corvane::testing::MockResponse;
-using corvane::testing::TestServer;
+using corvane::testkit::MockResponse;
+using corvane::testkit::TestServer;
 
 constexpr int notPermitted = 77;
 
@@ -69,7 +69,7 @@ struct Scene {
     return Load(failing, request(host)).resume().wait().error.has_value() && !load.isDone();
   }
 
-  TestServer server{corvane::testing::ServerOptions{.addresses = {"0.0.0.0"}}};
+  TestServer server{corvane::testkit::ServerOptions{.addresses = {"0.0.0.0"}}};
   const std::shared_ptr<URLSession> waiting = session(true);
   const std::shared_ptr<URLSession> failing = session(false);
 };
@@ -106,11 +106,11 @@ TEST_F(ConnectivityDeathTest, withoutAnyNetworkOtherHostsAreOutOfReach) {
   alone([]() -> Facts {
     const Scene scene;
     const auto down = scene.failure(scene.server.url("/", address));
-    const auto nameDown = scene.failure("http://" + std::string(corvane::testing::HeldLookUps::missingName) + "/");
+    const auto nameDown = scene.failure("http://" + std::string(corvane::testkit::HeldLookUps::missingName) + "/");
     raiseLoopback();
     const auto up = scene.failure(scene.server.url("/", address));
     const auto sixUp = scene.failure("http://[2001:db8::1]/");
-    const auto nameUp = scene.failure("http://" + std::string(corvane::testing::HeldLookUps::missingName) + "/");
+    const auto nameUp = scene.failure("http://" + std::string(corvane::testkit::HeldLookUps::missingName) + "/");
     return {down == URLErrorCode::notConnectedToInternet, nameDown == URLErrorCode::notConnectedToInternet,
             up == URLErrorCode::notConnectedToInternet, sixUp == URLErrorCode::notConnectedToInternet,
             nameUp == URLErrorCode::notConnectedToInternet};
@@ -123,10 +123,10 @@ TEST_F(ConnectivityDeathTest, withoutAnyNetworkThisMachineFailsAsEver) {
     const auto down = scene.failure(scene.server.url("/", "127.0.0.1"));
     const auto sixDown = scene.failure("http://[::1]:1/");
     raiseLoopback();
-    const auto refused = scene.failure(corvane::testing::refusedUrl());
+    const auto refused = scene.failure(corvane::testkit::refusedUrl());
     bringAddress();
     const auto refusedElsewhere =
-        scene.failure("http://" + std::string(address) + ":" + std::to_string(corvane::testing::unusedPort()) + "/");
+        scene.failure("http://" + std::string(address) + ":" + std::to_string(corvane::testkit::unusedPort()) + "/");
     return {down == URLErrorCode::cannotConnectToHost, sixDown == URLErrorCode::cannotConnectToHost,
             refused == URLErrorCode::cannotConnectToHost, refusedElsewhere == URLErrorCode::cannotConnectToHost};
   });
@@ -176,7 +176,7 @@ TEST_F(ConnectivityDeathTest, allThatWaitGoOn) {
 TEST_F(ConnectivityDeathTest, theTimeOutDoesNotRunWhileATaskWaits) {
   alone([]() -> Facts {
     const Scene scene;
-    corvane::testing::NetworkTime time;
+    corvane::testkit::NetworkTime time;
     Load load(scene.waiting, scene.request("127.0.0.1"));
     load.resume();
     time.pass(std::chrono::hours(1));
@@ -188,7 +188,7 @@ TEST_F(ConnectivityDeathTest, theTimeOutDoesNotRunWhileATaskWaits) {
 
 TEST_F(ConnectivityDeathTest, namesAreLookedUpAnewAfterAChange) {
   alone([]() -> Facts {
-    using corvane::testing::HeldLookUps;
+    using corvane::testkit::HeldLookUps;
     const Scene scene;
     raiseLoopback();
     // A session of its own each time: connections that are kept need no name.
@@ -229,7 +229,7 @@ TEST_F(ConnectivityDeathTest, aHostThatRefusesIsNotWaitedFor) {
   alone([]() -> Facts {
     const Scene scene;
     raiseLoopback();
-    const Loaded refused = Load(scene.waiting, URL(corvane::testing::refusedUrl())).resume().wait();
+    const Loaded refused = Load(scene.waiting, URL(corvane::testkit::refusedUrl())).resume().wait();
     return {refused.code() == URLErrorCode::cannotConnectToHost};
   });
 }

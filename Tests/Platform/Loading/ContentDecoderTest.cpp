@@ -3,10 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <random>
 
 #include "Platform/Loading/CodingSamples.hpp"
+#include "Platform/Loading/DecodedBody.hpp"
 #include "Platform/Loading/URLErrorCodes.hpp"
 
 namespace platform::detail {
@@ -18,35 +18,13 @@ constexpr std::int64_t ample = std::int64_t{1} << 30;
 
 Bytes bytesOf(std::string_view text) { return std::as_bytes(std::span(text.data(), text.size())); }
 
-struct Outcome {
-  std::string decoded;
-  std::optional<LoadFailure> failure;
-  /// The largest piece that was passed on at once.
-  std::size_t largestPiece = 0;
-
-  std::int32_t code() const { return failure ? failure->code : 0; }
-  std::string message() const { return failure ? failure->message : ""; }
-};
-
-Outcome decode(const HTTPHeaderFields& fields, std::string_view body, std::size_t pieceSize = 1 << 20,
-               std::int64_t maximum = ample) {
-  Outcome outcome;
-  auto choice = ContentDecoder::make({}, fields, {.maximumBytes = maximum}, [&](Bytes bytes) {
-    outcome.decoded.append(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-    outcome.largestPiece = std::max(outcome.largestPiece, bytes.size());
-    return std::nullopt;
-  });
-  outcome.failure = choice.failure;
-  if (!choice.decoder) return outcome;
-  for (std::size_t at = 0; at < body.size() && !outcome.failure; at += pieceSize) {
-    outcome.failure = choice.decoder->decode(bytesOf(body.substr(at, pieceSize)));
-  }
-  if (!outcome.failure) outcome.failure = choice.decoder->finish();
-  return outcome;
+DecodedBody decode(const HTTPHeaderFields& fields, std::string_view body, std::size_t pieceSize = 1 << 20,
+                   std::int64_t maximum = ample) {
+  return decodeBody({}, fields, body, pieceSize, {.maximumBytes = maximum});
 }
 
-Outcome decodeAs(const char* coding, std::string_view body, std::size_t pieceSize = 1 << 20,
-                 std::int64_t maximum = ample) {
+DecodedBody decodeAs(const char* coding, std::string_view body, std::size_t pieceSize = 1 << 20,
+                     std::int64_t maximum = ample) {
   return decode({{"Content-Encoding", coding}}, body, pieceSize, maximum);
 }
 
@@ -59,7 +37,7 @@ std::string joined(std::initializer_list<std::string> parts) {
 TEST(ContentDecoderTest, isNotThereWhenThereIsNothingToDecode) {
   for (const HTTPHeaderFields& fields : {HTTPHeaderFields(), HTTPHeaderFields{{"Content-Encoding", "identity"}},
                                          HTTPHeaderFields{{"content-encoding", " ,Identity, "}}}) {
-    const auto choice = ContentDecoder::make({}, fields, {.maximumBytes = ample}, [](Bytes) { return std::nullopt; });
+    const auto choice = ContentDecoder::make({}, fields, {.maximumBytes = ample});
 
     EXPECT_EQ(choice.decoder, nullptr);
     EXPECT_EQ(choice.failure, std::nullopt);
@@ -78,7 +56,7 @@ TEST(ContentDecoderTest, decodesEachCodingInPiecesOfAnySize) {
                                                                    {"compress", lzwCompressed(text, 16, false)}};
   for (const auto& [coding, body] : bodies) {
     for (const std::size_t pieceSize : {1U, 2U, 3U, 7U, 1000U, 1U << 20}) {
-      const Outcome outcome = decodeAs(coding, body, pieceSize);
+      const DecodedBody outcome = decodeAs(coding, body, pieceSize);
 
       EXPECT_EQ(outcome.message(), "") << coding << " in pieces of " << pieceSize;
       EXPECT_TRUE(outcome.decoded == text) << coding << " in pieces of " << pieceSize;
@@ -125,7 +103,7 @@ TEST(ContentDecoderTest, noticesThatAnInnerCodingEndsEarly) {
 }
 
 TEST(ContentDecoderTest, refusesMoreThanFiveCodings) {
-  const Outcome outcome = decodeAs("gzip,gzip,gzip,gzip,gzip,gzip", "");
+  const DecodedBody outcome = decodeAs("gzip,gzip,gzip,gzip,gzip,gzip", "");
 
   EXPECT_EQ(outcome.code(), URLErrorCode::cannotParseResponse);
   EXPECT_EQ(outcome.message(), "the response has 6 content codings, more than 5");
@@ -165,7 +143,7 @@ TEST(ContentDecoderTest, noticesEveryTruncationOfChecksummedData) {
                                                         {"deflate", zlibDeflated(text)},
                                                         {"deflate", bareDeflated(text)}}) {
     for (std::size_t count = 1; count < body.size(); ++count) {
-      const Outcome outcome = decodeAs(coding, body.substr(0, count), count % 2 == 0 ? 1 : 1000);
+      const DecodedBody outcome = decodeAs(coding, body.substr(0, count), count % 2 == 0 ? 1 : 1000);
 
       EXPECT_EQ(outcome.code(), URLErrorCode::cannotDecodeContentData) << coding << " cut to " << count;
       EXPECT_EQ(outcome.message(), std::string("the ") + coding + " data ends early") << "cut to " << count;
@@ -190,7 +168,7 @@ TEST(ContentDecoderTest, neverTakesFlippedBitsForTheContent) {
       std::string flipped = body;
       flipped[bit / 8] = static_cast<char>(flipped[bit / 8] ^ (1 << (bit % 8)));
 
-      const Outcome outcome = decodeAs(coding, flipped);
+      const DecodedBody outcome = decodeAs(coding, flipped);
 
       // Bits that carry no content (a time stamp, say) may flip; the content is as it was, or it is refused.
       if (!outcome.failure) {
@@ -229,7 +207,7 @@ TEST(ContentDecoderTest, stopsABombAtItsBound) {
                                                                                      {"deflate", zlibDeflated(zeros)},
                                                                                      {"compress", lzwCompressed(zeros)},
                                                                                      {"gzip, gzip", gzipped(bomb)}}) {
-    const Outcome outcome = decodeAs(coding, body, 1 << 20, 100000);
+    const DecodedBody outcome = decodeAs(coding, body, 1 << 20, 100000);
 
     EXPECT_EQ(outcome.code(), URLErrorCode::dataLengthExceedsMaximum) << coding;
     EXPECT_EQ(outcome.message(), "the decoded body exceeds 100000 bytes");
@@ -244,7 +222,7 @@ TEST(ContentDecoderTest, stopsABombThatHidesBetweenTwoCodings) {
   std::string nothing;
   for (int i = 0; i < 20000; ++i) nothing += member;
 
-  const Outcome outcome = decodeAs("gzip, gzip", gzipped(nothing), 1 << 20, 100000);
+  const DecodedBody outcome = decodeAs("gzip, gzip", gzipped(nothing), 1 << 20, 100000);
 
   EXPECT_EQ(outcome.code(), URLErrorCode::dataLengthExceedsMaximum);
 }
@@ -257,11 +235,11 @@ struct Expansion {
 Expansion expand(const char* coding, std::string_view body, bool limitsExpansion) {
   Expansion expansion;
   auto choice = ContentDecoder::make({}, {{"Content-Encoding", coding}},
-                                     {.maximumBytes = ample, .limitsExpansion = limitsExpansion}, [&](Bytes bytes) {
-                                       expansion.decodedBytes += static_cast<std::int64_t>(bytes.size());
-                                       return std::nullopt;
-                                     });
-  expansion.failure = choice.decoder->decode(bytesOf(body));
+                                     {.maximumBytes = ample, .limitsExpansion = limitsExpansion});
+  expansion.failure = choice.decoder->decode(bytesOf(body), [&](Bytes bytes) {
+    expansion.decodedBytes += static_cast<std::int64_t>(bytes.size());
+    return std::nullopt;
+  });
   if (!expansion.failure) expansion.failure = choice.decoder->finish();
   return expansion;
 }
@@ -318,7 +296,7 @@ TEST(ContentDecoderTest, followsTheTableThroughEveryWidthAndClear) {
   const std::string text = variedText(250000, 7);
   for (const unsigned width : {9U, 10U, 11U, 13U, 15U, 16U}) {
     for (const bool isBlockMode : {true, false}) {
-      const Outcome outcome = decodeAs("compress", lzwCompressed(text, width, isBlockMode), 4096);
+      const DecodedBody outcome = decodeAs("compress", lzwCompressed(text, width, isBlockMode), 4096);
 
       EXPECT_EQ(outcome.message(), "") << width;
       EXPECT_TRUE(outcome.decoded == text) << width;
@@ -353,7 +331,7 @@ TEST(ContentDecoderTest, survivesRandomBytes) {
     std::string body = starts[random() % std::size(starts)];
     for (auto count = random() % 300; count > 0; --count) body.push_back(static_cast<char>(random()));
     for (const char* coding : {"gzip", "deflate", "compress", "compress, deflate", "gzip, compress"}) {
-      const Outcome outcome = decodeAs(coding, body, 1 + random() % 64, 1 << 20);
+      const DecodedBody outcome = decodeAs(coding, body, 1 + random() % 64, 1 << 20);
 
       EXPECT_LE(outcome.decoded.size(), 1U << 20);
       EXPECT_NE(outcome.code(), URLErrorCode::cannotDecodeRawData);
@@ -371,7 +349,7 @@ TEST(ContentDecoderTest, neverTakesMutatedGzipForTheContent) {
       mutated[random() % mutated.size()] = static_cast<char>(random());
     if (random() % 4 == 0) mutated.erase(random() % mutated.size(), random() % 10);
 
-    const Outcome outcome = decodeAs("gzip", mutated, 1 + random() % 500);
+    const DecodedBody outcome = decodeAs("gzip", mutated, 1 + random() % 500);
 
     if (!outcome.failure) {
       EXPECT_TRUE(outcome.decoded == text);

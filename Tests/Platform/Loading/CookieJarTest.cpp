@@ -4,6 +4,8 @@
 
 #include <string>
 
+#include "Platform/Loading/Internal/SetCookie.hpp"
+
 namespace platform::detail {
 namespace {
 

@@ -5,8 +5,8 @@
 namespace platform {
 namespace {
 
-using corvane::testing::MockResponse;
-using corvane::testing::ReceivedRequest;
+using corvane::testkit::MockResponse;
+using corvane::testkit::ReceivedRequest;
 using ::testing::HasSubstr;
 
 class DataTaskTest : public SessionTest {};
@@ -110,7 +110,7 @@ TEST_F(DataTaskTest, anEmptyBodyIsAnnouncedAsEmpty) {
 }
 
 TEST_F(DataTaskTest, sendsALargeBodyCompletely) {
-  const std::string body = corvane::testing::generatedBytes(8 << 20);
+  const std::string body = corvane::testkit::generatedBytes(8 << 20);
   server.enqueue(MockResponse(200));
 
   EXPECT_EQ(load(request(server.url("/"), "POST", Data(body))).status(), 200);
@@ -121,7 +121,7 @@ TEST_F(DataTaskTest, sendsALargeBodyCompletely) {
 TEST_F(DataTaskTest, receivesALargeBodyCompletely) {
   const Loaded loaded = loadMock(MockResponse(200).generatedBody(32 << 20));
 
-  EXPECT_EQ(loaded.body(), corvane::testing::generatedBytes(32 << 20));
+  EXPECT_EQ(loaded.body(), corvane::testkit::generatedBytes(32 << 20));
 }
 
 TEST_F(DataTaskTest, receivesChunksAndIgnoresInterimHeadsAndTrailers) {

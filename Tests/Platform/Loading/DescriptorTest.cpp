@@ -10,27 +10,21 @@
 #include "SessionTest.hpp"
 #include "TestSupport/NetworkTime.hpp"
 #include "TestSupport/OpenDescriptors.hpp"
+#include "TestSupport/Sanitizers.hpp"
 
 // The descriptors of connections, and their numbers.
 
 namespace platform {
 namespace {
 
-using corvane::testing::DescriptorCopy;
-using corvane::testing::descriptorsTo;
-using corvane::testing::descriptorsWithoutPeer;
-using corvane::testing::MockResponse;
-using corvane::testing::Moment;
-using corvane::testing::SilentPort;
-using corvane::testing::staleWatches;
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool isSanitized = true;
-#elif defined(__has_feature)
-constexpr bool isSanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
-#else
-constexpr bool isSanitized = false;
-#endif
+using corvane::testkit::DescriptorCopy;
+using corvane::testkit::descriptorsTo;
+using corvane::testkit::descriptorsWithoutPeer;
+using corvane::testkit::isSanitized;
+using corvane::testkit::MockResponse;
+using corvane::testkit::Moment;
+using corvane::testkit::SilentPort;
+using corvane::testkit::staleWatches;
 
 /// While it lives, the process has no descriptor left.
 class NoDescriptors {
@@ -72,7 +66,7 @@ class DescriptorTest : public SessionTest {
 };
 
 TEST_F(DescriptorTest, numbersServeOtherConnectionsAfterTimeOutsWhileConnecting) {
-  corvane::testing::NetworkTime time;
+  corvane::testkit::NetworkTime time;
   const SilentPort silent;
   auto connecting = loads(URLRequest(URL(silent.url())), 4);
   time.pass(std::chrono::seconds(60));
@@ -110,7 +104,7 @@ TEST_F(DescriptorTest, runningOutOfThemIsAnErrorThatSaysSo) {
 
 TEST_F(DescriptorTest, anIdleConnectionGivesItsOwnWhenNoOtherIsLeft) {
   if (isSanitized) GTEST_SKIP() << "sanitizers need descriptors of their own";
-  corvane::testing::TestServer other;
+  corvane::testkit::TestServer other;
   server.enqueue(MockResponse(200).body("first"));
   other.enqueue(MockResponse(200).body("second"));
   ASSERT_EQ(load("/").body(), "first");

@@ -10,9 +10,9 @@
 namespace platform {
 namespace {
 
-using corvane::testing::Latch;
-using corvane::testing::MockResponse;
-using corvane::testing::Moment;
+using corvane::testkit::Latch;
+using corvane::testkit::MockResponse;
+using corvane::testkit::Moment;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 

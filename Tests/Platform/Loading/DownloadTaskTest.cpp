@@ -8,14 +8,14 @@
 namespace platform {
 namespace {
 
-using corvane::testing::corrupted;
-using corvane::testing::cutOff;
-using corvane::testing::generatedBytes;
-using corvane::testing::gzipped;
-using corvane::testing::Latch;
-using corvane::testing::MockResponse;
-using corvane::testing::Moment;
-using corvane::testing::ReceivedRequest;
+using corvane::testkit::corrupted;
+using corvane::testkit::cutOff;
+using corvane::testkit::generatedBytes;
+using corvane::testkit::gzipped;
+using corvane::testkit::Latch;
+using corvane::testkit::MockResponse;
+using corvane::testkit::Moment;
+using corvane::testkit::ReceivedRequest;
 using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
@@ -237,7 +237,7 @@ TEST_F(DownloadTaskTest, anUnknownContentCodingIsAnErrorAndLeavesNoFile) {
 }
 
 TEST_F(DownloadTaskTest, aBodyThatStallsEndsWithTheTimeOutAndLeavesNoFile) {
-  corvane::testing::NetworkTime time;
+  corvane::testkit::NetworkTime time;
   server.enqueue(MockResponse(200).body("0123456789").stall(Moment::insideBody, 5));
   Download download(session, URLRequest(URL(server.url("/"))));
   download.resume();

@@ -10,12 +10,12 @@
 namespace platform {
 namespace {
 
-using corvane::testing::CertificateAuthority;
-using corvane::testing::generatedBytes;
-using corvane::testing::MockResponse;
-using corvane::testing::Moment;
-using corvane::testing::TestServer;
-using corvane::testing::Tls;
+using corvane::testkit::CertificateAuthority;
+using corvane::testkit::generatedBytes;
+using corvane::testkit::MockResponse;
+using corvane::testkit::Moment;
+using corvane::testkit::TestServer;
+using corvane::testkit::Tls;
 
 /// What a server that has seen enough does after its response.
 enum class Leaving {

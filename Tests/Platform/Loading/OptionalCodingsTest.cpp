@@ -9,18 +9,16 @@
 #include <string>
 
 #include "Platform/Loading/CodingSamples.hpp"
-#include "Platform/Loading/Internal/ContentDecoder.hpp"
+#include "Platform/Loading/DecodedBody.hpp"
 #include "Platform/Loading/SessionTest.hpp"
 
 namespace platform::detail {
 namespace {
 
-using corvane::testing::MockResponse;
+using corvane::testkit::MockResponse;
 using ::testing::HasSubstr;
 
 constexpr std::int64_t ample = std::int64_t{1} << 30;
-
-Bytes bytesOf(std::string_view text) { return std::as_bytes(std::span(text.data(), text.size())); }
 
 std::string brotliCompressed(std::string_view content) {
   std::string result(BrotliEncoderMaxCompressedSize(content.size()) + 16, '\0');
@@ -50,29 +48,9 @@ std::string zstdCompressed(std::string_view content, int windowLog = 20) {
   return result;
 }
 
-struct Outcome {
-  std::string decoded;
-  std::optional<LoadFailure> failure;
-
-  std::int32_t code() const { return failure ? failure->code : 0; }
-  std::string message() const { return failure ? failure->message : ""; }
-};
-
-Outcome decode(const char* coding, std::string_view body, std::size_t pieceSize = 1 << 20,
-               const char* accepted = "br, zstd", ContentDecoder::Bounds bounds = {.maximumBytes = ample}) {
-  Outcome outcome;
-  auto choice =
-      ContentDecoder::make({{"Accept-Encoding", accepted}}, {{"Content-Encoding", coding}}, bounds, [&](Bytes bytes) {
-        outcome.decoded.append(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-        return std::nullopt;
-      });
-  outcome.failure = choice.failure;
-  if (!choice.decoder) return outcome;
-  for (std::size_t at = 0; at < body.size() && !outcome.failure; at += pieceSize) {
-    outcome.failure = choice.decoder->decode(bytesOf(body.substr(at, pieceSize)));
-  }
-  if (!outcome.failure) outcome.failure = choice.decoder->finish();
-  return outcome;
+DecodedBody decode(const char* coding, std::string_view body, std::size_t pieceSize = 1 << 20,
+                   const char* accepted = "br, zstd", ContentDecoder::Bounds bounds = {.maximumBytes = ample}) {
+  return decodeBody({{"Accept-Encoding", accepted}}, {{"Content-Encoding", coding}}, body, pieceSize, bounds);
 }
 
 struct Coding {
@@ -82,7 +60,7 @@ struct Coding {
 
 class OptionalCodingsTest : public ::testing::TestWithParam<Coding> {
  protected:
-  Outcome decoded(std::string_view body, std::size_t pieceSize = 1 << 20) {
+  DecodedBody decoded(std::string_view body, std::size_t pieceSize = 1 << 20) {
     return decode(GetParam().name, body, pieceSize);
   }
   std::string encoded(std::string_view content) { return GetParam().encode(content); }
@@ -93,7 +71,7 @@ TEST_P(OptionalCodingsTest, isDecodedInPiecesOfAnySize) {
   for (const std::string& content : {std::string(), std::string("a"), text}) {
     const std::string body = encoded(content);
     for (const std::size_t pieceSize : {1U, 2U, 7U, 1000U, 1U << 20}) {
-      const Outcome outcome = decoded(body, pieceSize);
+      const DecodedBody outcome = decoded(body, pieceSize);
 
       EXPECT_EQ(outcome.message(), "") << "in pieces of " << pieceSize;
       EXPECT_TRUE(outcome.decoded == content) << "in pieces of " << pieceSize;
@@ -127,7 +105,7 @@ TEST_P(OptionalCodingsTest, isNotKnownWhereTheRequestDoesNotAskForIt) {
   const std::string name = GetParam().name;
   for (const std::string& accepted :
        {std::string("gzip;q=1.0, compress;q=0.5"), name + ";q=0", name + "; q=0.000", std::string("*"), name + "x"}) {
-    const Outcome outcome = decode(name.c_str(), encoded("text"), 100, accepted.c_str());
+    const DecodedBody outcome = decode(name.c_str(), encoded("text"), 100, accepted.c_str());
 
     EXPECT_EQ(outcome.code(), URLErrorCode::cannotDecodeRawData) << accepted;
   }
@@ -139,7 +117,7 @@ TEST_P(OptionalCodingsTest, isNotKnownWhereTheRequestDoesNotAskForIt) {
 TEST_P(OptionalCodingsTest, aBombIsStoppedAtItsBound) {
   const std::string bomb = encoded(std::string(4 << 20, '\0'));
 
-  const Outcome outcome = decode(GetParam().name, bomb, 100, GetParam().name, {.maximumBytes = 100'000});
+  const DecodedBody outcome = decode(GetParam().name, bomb, 100, GetParam().name, {.maximumBytes = 100'000});
 
   EXPECT_EQ(outcome.code(), URLErrorCode::dataLengthExceedsMaximum);
   EXPECT_LE(outcome.decoded.size(), 100'000U);
@@ -151,7 +129,7 @@ TEST_P(OptionalCodingsTest, flippedBitsDoNotCrash) {
     std::string flipped = body;
     flipped[bit / 8] = static_cast<char>(flipped[bit / 8] ^ (1 << (bit % 8)));
 
-    const Outcome outcome = decoded(flipped);
+    const DecodedBody outcome = decoded(flipped);
 
     EXPECT_TRUE(!outcome.failure || outcome.code() == URLErrorCode::cannotDecodeContentData) << outcome.message();
   }

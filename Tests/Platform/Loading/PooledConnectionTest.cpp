@@ -3,10 +3,10 @@
 namespace platform {
 namespace {
 
-using corvane::testing::Ending;
-using corvane::testing::MockResponse;
-using corvane::testing::Moment;
-using corvane::testing::ReceivedRequest;
+using corvane::testkit::Ending;
+using corvane::testkit::MockResponse;
+using corvane::testkit::Moment;
+using corvane::testkit::ReceivedRequest;
 
 class PooledConnectionTest : public SessionTest {
  protected:
@@ -100,7 +100,7 @@ TEST_F(PooledConnectionTest, thatDiesBeforeTheResponseIsNotReplacedWhereTheServe
 }
 
 TEST_F(PooledConnectionTest, isReplacedWithTheWholeBody) {
-  const std::string body = corvane::testing::generatedBytes(3 << 20);
+  const std::string body = corvane::testkit::generatedBytes(3 << 20);
   server.enqueue(MockResponse().dropConnection(Moment::beforeStatusLine));
   server.enqueue(MockResponse(200).body("again"));
 
@@ -111,7 +111,7 @@ TEST_F(PooledConnectionTest, isReplacedWithTheWholeBody) {
 }
 
 TEST_F(PooledConnectionTest, thatDiesInsideTheRequestsBodyIsReplacedWithTheWholeBody) {
-  const std::string body = corvane::testing::generatedBytes(3 << 20);
+  const std::string body = corvane::testkit::generatedBytes(3 << 20);
   server.enqueue(MockResponse().resetConnection(Moment::insideRequestBody));
   server.enqueue(MockResponse(200).body("again"));
 

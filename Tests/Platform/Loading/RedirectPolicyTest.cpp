@@ -55,6 +55,16 @@ bool isResponse(int status, std::optional<std::string_view> location) {
   return std::holds_alternative<NoRedirect>(decideRedirect(requestTo("http://a/"), status, location, 0));
 }
 
+TEST(RedirectPolicyTest, takesADigestNowhere) {
+  URLRequest sent = requestTo("http://a/b");
+  sent.allHTTPHeaderFields = {{"Authorization", "digest username=\"u\", uri=\"/b\""}, {"Cookie", "a=1"}};
+
+  const auto next = follow(sent, 302, "/c");
+
+  EXPECT_FALSE(next.allHTTPHeaderFields.contains("Authorization"));
+  EXPECT_TRUE(next.allHTTPHeaderFields.contains("Cookie"));
+}
+
 TEST(RedirectPolicyTest, takesEveryOtherStatusForTheResponse) {
   for (int status = 200; status < 600; ++status) {
     const bool isFollowed = status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
@@ -147,8 +157,44 @@ TEST(RedirectPolicyTest, encodesWhatAReferenceMayNotHold) {
       {"#a#b?c", "#a%23b?c"},
       {"?a?b", "?a?b"},
       {"a/b//[c]", "a/b//%5Bc%5D"},
+      {"http://\xC3\xA4@b\xC3\xBC.example/\xC3\xA4", "http://%C3%A4@b\xC3\xBC.example/%C3%A4"},
   };
   for (const auto& [location, reference] : rows) EXPECT_EQ(locationAsReference(location), reference);
+}
+
+TEST(RedirectPolicyTest, mapsHostsInTheCharactersOfAnyLanguage) {
+  EXPECT_EQ(urlAfter("http://a/",
+                     "http://b\xC3\xBC"
+                     "cher.example/stra\xC3\x9F"
+                     "e?\xC3\xBC"),
+            "http://xn--bcher-kva.example/stra%C3%9Fe?%C3%BC");
+  EXPECT_EQ(urlAfter("https://a/x",
+                     "//B\xC3\x9C"
+                     "CHER.example:8443/"),
+            "https://xn--bcher-kva.example:8443/");
+  EXPECT_EQ(urlAfter("http://a/",
+                     "http:\\\\me:\xC3\xA4@b\xC3\xBC"
+                     "cher.example\\x"),
+            "http://xn--bcher-kva.example/x");
+  EXPECT_FALSE(
+      leavesOrigin("http://b\xC3\xBC"
+                   "cher.example/y",
+                   URL("http://xn--bcher-kva.example/")));
+}
+
+TEST(RedirectPolicyTest, refusesHostsThatAreNoNames) {
+  // A slash and an address once mapped, an invisible character, half an escape, bytes that are not UTF-8.
+  for (const char* location : {"http://a\xEF\xBC\x8F"
+                               "b/",
+                               "http://\xEF\xBC\x91"
+                               "27.0.0.1/",
+                               "http://a\xE2\x80\x8B"
+                               "b/",
+                               "http://%C3%BC\xC3\xBC/",
+                               "http://b\xFC"
+                               "cher.example/"}) {
+    EXPECT_EQ(failureFor("http://a/", location).code, URLErrorCode::redirectToNonExistentLocation) << location;
+  }
 }
 
 TEST(RedirectPolicyTest, refusesWhatIsNoURL) {
@@ -166,6 +212,11 @@ TEST(RedirectPolicyTest, leavesHTTPForNoOtherScheme) {
     EXPECT_EQ(failureFor("http://a/", location).code, URLErrorCode::unsupportedURL) << location;
   }
   EXPECT_EQ(urlAfter("http://a/", "HTTPS://a/"), "HTTPS://a/");
+}
+
+TEST(RedirectPolicyTest, showsNoPasswordOfALocation) {
+  EXPECT_EQ(failureFor("http://a/", "ftp://ada:s3cret@a/").message,
+            "the redirect to \"ftp://***@a/\" cannot be followed: only http and https can be");
 }
 
 TEST(RedirectPolicyTest, neverStepsDownFromHTTPS) {
@@ -192,12 +243,18 @@ TEST(RedirectPolicyTest, comparesOriginsByEffectivePort) {
 
 URLRequest withCredentials(const char* url) {
   URLRequest request = requestTo(url);
-  request.allHTTPHeaderFields = {{"authorization", "Bearer x"},
-                                 {"Cookie", "a=1"},
-                                 {"Proxy-Authorization", "Basic y"},
-                                 {"Host", "virtual"},
-                                 {"Accept", "*/*"}};
+  request.allHTTPHeaderFields = {{"authorization", "Bearer x"},      {"Cookie", "a=1"},
+                                 {"Proxy-Authorization", "Basic y"}, {"Host", "virtual"},
+                                 {"Tracestate", "vendor=1"},         {"Accept", "*/*"}};
   return request;
+}
+
+TEST(RedirectPolicyTest, knowsWhatLeavesTheOrigin) {
+  const URL sent("https://a/x");
+  for (const char* location : {"/y", "?z=1", "https://a:443/y", "//A/y", ""})
+    EXPECT_FALSE(leavesOrigin(location, sent));
+  for (const char* location : {"http://a/y", "https://b/", "//b/y", "https://a:81/", "org.example:/cb", "ftp://a/"})
+    EXPECT_TRUE(leavesOrigin(location, sent)) << location;
 }
 
 TEST(RedirectPolicyTest, keepsCredentialsWithinTheOrigin) {

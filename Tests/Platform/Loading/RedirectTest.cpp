@@ -3,9 +3,9 @@
 namespace platform {
 namespace {
 
-using corvane::testing::MockResponse;
-using corvane::testing::ReceivedRequest;
-using corvane::testing::TestServer;
+using corvane::testkit::MockResponse;
+using corvane::testkit::ReceivedRequest;
+using corvane::testkit::TestServer;
 
 class RedirectTest : public SessionTest {};
 

@@ -5,7 +5,7 @@
 namespace platform {
 namespace {
 
-using corvane::testing::HeldLookUps;
+using corvane::testkit::HeldLookUps;
 
 class ResolvingTest : public SessionTest {
  protected:
@@ -44,7 +44,7 @@ TEST_F(ResolvingTest, cancellingDoesNotWaitForTheResolver) {
 }
 
 TEST_F(ResolvingTest, aTimeOutDoesNotWaitForTheResolver) {
-  corvane::testing::NetworkTime time;
+  corvane::testkit::NetworkTime time;
   Load loading(session, heldRequest());
   loading.resume();
   ASSERT_TRUE(lookUps.waitForWaiting(1));
@@ -72,7 +72,7 @@ TEST_F(ResolvingTest, aHundredOfThemHoldNobodyUp) {
   const auto held = loadHeld(100);
   // One look-up serves all that ask for the same name.
   ASSERT_TRUE(lookUps.waitForWaiting(1));
-  server.handleAll([](const auto&) { return corvane::testing::MockResponse(200).body("here"); });
+  server.handleAll([](const auto&) { return corvane::testkit::MockResponse(200).body("here"); });
 
   for (int i = 0; i < 20; ++i) EXPECT_EQ(load("/").body(), "here");
 
@@ -88,13 +88,13 @@ TEST_F(ResolvingTest, whatTheResolverSaysLaterTouchesNobody) {
   for (const auto& loading : held) loading->cancel();
   for (const auto& loading : held) EXPECT_EQ(loading->wait().code(), URLErrorCode::cancelled);
   lookUps.release();
-  server.handleAll([](const auto&) { return corvane::testing::MockResponse(200).body("here"); });
+  server.handleAll([](const auto&) { return corvane::testkit::MockResponse(200).body("here"); });
 
   for (int i = 0; i < 20; ++i) EXPECT_EQ(load("/").body(), "here");
 }
 
 TEST_F(ResolvingTest, namesAreServedTogetherAndInTurn) {
-  server.handleAll([](const auto&) { return corvane::testing::MockResponse(200).body("here"); });
+  server.handleAll([](const auto&) { return corvane::testkit::MockResponse(200).body("here"); });
   const URLRequest named(URL(server.url("/", HeldLookUps::localName)));
 
   for (int i = 0; i < 20; ++i) {

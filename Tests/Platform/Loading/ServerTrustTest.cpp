@@ -10,15 +10,15 @@
 namespace platform {
 namespace {
 
-using corvane::testing::Certificate;
-using corvane::testing::CertificateAuthority;
-using corvane::testing::MockResponse;
-using corvane::testing::Moment;
-using corvane::testing::ReceivedRequest;
-using corvane::testing::ServerOptions;
-using corvane::testing::TestServer;
-using corvane::testing::Tls;
-using corvane::testing::Validity;
+using corvane::testkit::Certificate;
+using corvane::testkit::CertificateAuthority;
+using corvane::testkit::MockResponse;
+using corvane::testkit::Moment;
+using corvane::testkit::ReceivedRequest;
+using corvane::testkit::ServerOptions;
+using corvane::testkit::TestServer;
+using corvane::testkit::Tls;
+using corvane::testkit::Validity;
 
 /// Answers every challenge the same way.
 struct FixedDelegate : URLSessionDelegate {
@@ -105,7 +105,7 @@ TEST_F(ServerTrustTest, sendsABodyAfterTheDecision) {
   TestServer server(Tls(authority.issue({.dnsNames = {"localhost"}})));
   server.enqueue(MockResponse(200));
   trustAuthority();
-  const std::string body = corvane::testing::generatedBytes(4 << 20);
+  const std::string body = corvane::testkit::generatedBytes(4 << 20);
   URLRequest upload(URL(server.url("/", "localhost")));
   upload.httpMethod = "POST";
   upload.httpBody = Data(body);
@@ -116,7 +116,7 @@ TEST_F(ServerTrustTest, sendsABodyAfterTheDecision) {
 }
 
 TEST_F(ServerTrustTest, worksWithBothVersionsOfTLS) {
-  for (const auto version : {corvane::testing::TlsVersion::v1_2, corvane::testing::TlsVersion::v1_3}) {
+  for (const auto version : {corvane::testkit::TlsVersion::v1_2, corvane::testkit::TlsVersion::v1_3}) {
     TestServer server(Tls(authority.issue({.dnsNames = {"localhost"}})).versions(version, version));
     server.enqueue(MockResponse(200).body("x"));
     trustAuthority();
@@ -218,7 +218,7 @@ struct SilentDelegate : URLSessionDelegate {
       completion(disposition, URLCredential{trust});
     });
   }
-  corvane::testing::Expectation<std::function<void(AuthChallengeDisposition)>> asked;
+  corvane::testkit::Expectation<std::function<void(AuthChallengeDisposition)>> asked;
 };
 
 class PendingTrustTest : public ServerTrustTest {
@@ -230,7 +230,7 @@ class PendingTrustTest : public ServerTrustTest {
   }
 
   std::shared_ptr<SilentDelegate> silent = std::make_shared<SilentDelegate>();
-  corvane::testing::Latch reset;
+  corvane::testkit::Latch reset;
   TestServer server{Tls(authority.issue({.dnsNames = {"localhost"}})).withoutSessions().resetHandshakesWhenOpen(reset)};
 };
 
@@ -248,7 +248,7 @@ TEST_F(PendingTrustTest, canBeCancelled) {
 
 TEST_F(PendingTrustTest, isNotTheServersIdleness) {
   server.handleAll([](const ReceivedRequest&) { return MockResponse(200).closeConnection().body("x"); });
-  corvane::testing::NetworkTime time;
+  corvane::testkit::NetworkTime time;
   Load asking(session, request(0.5));
   Load sharing(session, request(0.5));  // waits to see whether it can use the same connection
   asking.resume();
@@ -288,7 +288,7 @@ TEST_F(PendingTrustTest, endsWhenTheServerResetsTheConnection) {
   EXPECT_EQ(loading.completions(), 1);
 }
 
-class BrokenHandshakeTest : public ServerTrustTest, public ::testing::WithParamInterface<corvane::testing::Ending> {};
+class BrokenHandshakeTest : public ServerTrustTest, public ::testing::WithParamInterface<corvane::testkit::Ending> {};
 
 TEST_P(BrokenHandshakeTest, isAFailureToSecureTheConnection) {
   TestServer server(Tls(authority.issue({.dnsNames = {"localhost"}})));
@@ -301,14 +301,14 @@ TEST_P(BrokenHandshakeTest, isAFailureToSecureTheConnection) {
   EXPECT_EQ(loaded.error->userInfo().find(URLErrorKey::requestWasSent)->boolean(), false);
 }
 
-std::string nameOf(const ::testing::TestParamInfo<corvane::testing::Ending>& used) {
-  if (used.param == corvane::testing::Ending::reset) return "Reset";
-  return used.param == corvane::testing::Ending::drop ? "Dropped" : "Closed";
+std::string nameOf(const ::testing::TestParamInfo<corvane::testkit::Ending>& used) {
+  if (used.param == corvane::testkit::Ending::reset) return "Reset";
+  return used.param == corvane::testkit::Ending::drop ? "Dropped" : "Closed";
 }
 
 INSTANTIATE_TEST_SUITE_P(, BrokenHandshakeTest,
-                         ::testing::Values(corvane::testing::Ending::close, corvane::testing::Ending::drop,
-                                           corvane::testing::Ending::reset),
+                         ::testing::Values(corvane::testkit::Ending::close, corvane::testkit::Ending::drop,
+                                           corvane::testkit::Ending::reset),
                          nameOf);
 
 TEST_F(ServerTrustTest, refusesAStreamThatEndsWithoutItsClosingAlert) {
@@ -340,7 +340,7 @@ TEST_F(ServerTrustTest, aRedirectNeverLeadsFromHTTPSToHTTP) {
 }
 
 TEST_F(ServerTrustTest, aPlainServerOnTheTLSPortIsAnError) {
-  corvane::testing::NetworkTime time;
+  corvane::testkit::NetworkTime time;
   TestServer plain;
   Load loading(session, URLRequest(URL("https://" + plain.authority() + "/")));
   loading.resume();

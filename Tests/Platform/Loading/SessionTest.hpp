@@ -104,6 +104,10 @@ class Download : public PendingTask<Downloaded> {
   Download(const std::shared_ptr<URLSession>& session, URLRequest request)
       : PendingTask([&](auto completion) { return session->downloadTask(std::move(request), std::move(completion)); }) {
   }
+  Download(const std::shared_ptr<URLSession>& session, URLRequest request, DownloadOptions options)
+      : PendingTask([&](auto completion) {
+          return session->downloadTask(std::move(request), std::move(options), std::move(completion));
+        }) {}
 };
 
 /// A server, and a session without a delegate.
@@ -111,7 +115,7 @@ class SessionTest : public ::testing::Test {
  protected:
   Loaded load(URLRequest request) { return Load(session, std::move(request)).resume().wait(); }
   Loaded load(std::string_view target) { return load(URLRequest(server.url(target))); }
-  Loaded loadMock(corvane::testing::MockResponse scripted) {
+  Loaded loadMock(corvane::testkit::MockResponse scripted) {
     server.enqueue(std::move(scripted));
     return load("/");
   }
@@ -126,7 +130,7 @@ class SessionTest : public ::testing::Test {
     return URLSession::make(std::move(configuration), std::move(delegate), DispatchQueue("test.delegate"));
   }
 
-  corvane::testing::TestServer server;
+  corvane::testkit::TestServer server;
   std::shared_ptr<URLSession> session = makeSession();
 };
 

@@ -11,9 +11,9 @@
 namespace platform::detail {
 namespace {
 
-using corvane::testing::Latch;
-using corvane::testing::MockResponse;
-using corvane::testing::Moment;
+using corvane::testkit::Latch;
+using corvane::testkit::MockResponse;
+using corvane::testkit::Moment;
 using State = URLSessionTask::State;
 
 constexpr Seconds longEnough = 20;
@@ -153,7 +153,7 @@ TEST_F(TaskCoreTest, cancelledInItsOwnCompletionIsNotCalledAgain) {
 }
 
 TEST_F(TaskCoreTest, cancelledWhileItLoadsAFileCompletesOnce) {
-  const corvane::testing::TemporaryDirectory files;
+  const corvane::testkit::TemporaryDirectory files;
   const URL file = URL::file(files.write("file", std::string(8 << 20, 'x')));
 
   for (int time = 0; time < 50; ++time) {

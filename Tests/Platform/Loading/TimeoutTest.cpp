@@ -7,10 +7,10 @@ namespace platform {
 namespace {
 
 using namespace std::chrono_literals;
-using corvane::testing::Latch;
-using corvane::testing::MockResponse;
-using corvane::testing::Moment;
-using corvane::testing::NetworkTime;
+using corvane::testkit::Latch;
+using corvane::testkit::MockResponse;
+using corvane::testkit::Moment;
+using corvane::testkit::NetworkTime;
 
 /// By a clock that is set by hand: nothing is early by a millisecond, and nothing has to be waited for.
 class TimeoutTest : public SessionTest {
@@ -103,7 +103,7 @@ TEST_F(TimeoutTest, waitingForAConnectionDoesNotCount) {
 }
 
 TEST_F(TimeoutTest, endsAConnectThatIsNotAnswered) {
-  const corvane::testing::SilentPort silent;
+  const corvane::testkit::SilentPort silent;
   Load loading(session, requestTo(silent.url()));
   loading.resume();
   time.settle();
@@ -113,7 +113,7 @@ TEST_F(TimeoutTest, endsAConnectThatIsNotAnswered) {
 
 TEST_F(TimeoutTest, endsAHandshakeThatIsNotAnswered) {
   // The server waits for an HTTP request while the client waits for a ServerHello.
-  corvane::testing::TestServer silent;
+  corvane::testkit::TestServer silent;
   silent.handleAll([](const auto&) { return MockResponse(200).stall(Moment::onAccept); });
   Load loading(session, requestTo("https://" + silent.authority() + "/"));
   loading.resume();
@@ -125,7 +125,7 @@ TEST_F(TimeoutTest, endsAHandshakeThatIsNotAnswered) {
 }
 
 TEST_F(TimeoutTest, endsALookUpThatStandsStill) {
-  corvane::testing::HeldLookUps lookUps;
+  corvane::testkit::HeldLookUps lookUps;
   Load loading(session, requestTo("http://timeout." + std::string(lookUps.name) + "/"));
   loading.resume();
   ASSERT_TRUE(lookUps.waitForWaiting(1));

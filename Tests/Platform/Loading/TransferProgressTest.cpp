@@ -5,11 +5,11 @@
 namespace platform {
 namespace {
 
-using corvane::testing::generatedBytes;
-using corvane::testing::Latch;
-using corvane::testing::MockResponse;
-using corvane::testing::Moment;
-using corvane::testing::ReceivedRequest;
+using corvane::testkit::generatedBytes;
+using corvane::testkit::Latch;
+using corvane::testkit::MockResponse;
+using corvane::testkit::Moment;
+using corvane::testkit::ReceivedRequest;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 

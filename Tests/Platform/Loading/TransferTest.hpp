@@ -88,7 +88,7 @@ class TransferTest : public SessionTest {
  protected:
   Downloaded download(URLRequest request) { return Download(session, std::move(request)).resume().wait(); }
   Downloaded download(std::string_view target) { return download(URLRequest(URL(server.url(target)))); }
-  Downloaded downloadOf(corvane::testing::MockResponse scripted) {
+  Downloaded downloadOf(corvane::testkit::MockResponse scripted) {
     server.enqueue(std::move(scripted));
     return download("/");
   }
@@ -108,8 +108,8 @@ class TransferTest : public SessionTest {
     for (const auto& entry : std::filesystem::directory_iterator(temporary.path())) names.push_back(entry.path());
     return names;
   }
-  corvane::testing::TemporaryDirectory files;
-  corvane::testing::TemporaryDirectory temporary;
+  corvane::testkit::TemporaryDirectory files;
+  corvane::testkit::TemporaryDirectory temporary;
   ScopedVariable variable{"TMPDIR", temporary.path().string()};
 };
 

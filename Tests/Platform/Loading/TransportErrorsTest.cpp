@@ -49,7 +49,16 @@ const std::map<std::string, std::int32_t>& codeNames() {
                                                             NAMED(fileDoesNotExist),
                                                             NAMED(fileIsDirectory),
                                                             NAMED(noPermissionsToReadFile),
-                                                            NAMED(resourceUnavailable)};
+                                                            NAMED(resourceUnavailable),
+                                                            NAMED(socksUnsupportedServerVersion),
+                                                            NAMED(socks5BadState),
+                                                            NAMED(socks5BadResponseAddress),
+                                                            NAMED(socks5BadCredentials),
+                                                            NAMED(socks5UnsupportedNegotiationMethod),
+                                                            NAMED(socks5NoAcceptableMethod),
+                                                            NAMED(httpBadProxyCredentials),
+                                                            NAMED(httpsProxyConnectionFailure),
+                                                            NAMED(httpsProxyUnexpectedResponse)};
 #undef NAMED
   return names;
 }
@@ -74,6 +83,16 @@ const std::vector<Named>& causes() {
                                          NAMED(malformedResponse),
                                          NAMED(notProcessed),
                                          NAMED(requestBody),
+                                         NAMED(tunnelRefused),
+                                         NAMED(tunnelUnavailable),
+                                         NAMED(tunnelLost),
+                                         NAMED(proxyCredentialsRefused),
+                                         NAMED(socksVersion),
+                                         NAMED(socksFailed),
+                                         NAMED(socksAddress),
+                                         NAMED(socksCredentialsRefused),
+                                         NAMED(socksMethodUnknown),
+                                         NAMED(socksMethod),
                                          NAMED(outOfMemory)};
 #undef NAMED
   return all;
@@ -195,6 +214,19 @@ TEST(TransportErrorsTest, keepsTheRestOfTheWorldOutOfTheConnection) {
   EXPECT_EQ(urlErrorCode(lostOffline), URLErrorCode::networkConnectionLost);
 }
 
+TEST(TransportErrorsTest, tellsAProxyThatCannotBeReachedFromAHost) {
+  using networking::Hop;
+  const auto codeAt = [](Hop hop, FailureCause cause) {
+    TransportFailure failure = failureOf(cause, ECONNREFUSED);
+    failure.reason.hop = hop;
+    return urlErrorCode(failure);
+  };
+  EXPECT_EQ(codeAt(Hop::forwardingProxy, FailureCause::cannotConnect), URLErrorCode::httpProxyConnectionFailure);
+  EXPECT_EQ(codeAt(Hop::tunnellingProxy, FailureCause::nameNotFound), URLErrorCode::httpsProxyConnectionFailure);
+  EXPECT_EQ(codeAt(Hop::socksProxy, FailureCause::cannotConnect), URLErrorCode::cannotConnectToHost);
+  EXPECT_EQ(codeAt(Hop::tunnellingProxy, FailureCause::outOfMemory), URLErrorCode::unknown);
+}
+
 TEST(TransportErrorsTest, saysWhatTheNetworkSaid) {
   TransportFailure failure = failureOf(FailureCause::cannotConnect, ECONNREFUSED);
   failure.requestWasSent = true;
@@ -228,7 +260,9 @@ TEST(TransportErrorsTest, saysHowLongNothingMoved) {
   const Error error = timeoutError(request, false);
 
   EXPECT_EQ(error.code(), -1001);
-  EXPECT_EQ(error.message(), "nothing moved for 0.25 seconds");
+  EXPECT_EQ(error.message(), "nothing was sent or received for 0.25 seconds, before the request was sent");
+  request.timeoutInterval = 1;
+  EXPECT_EQ(timeoutError(request, true).message(), "nothing was sent or received for 1 second");
 }
 
 TEST(TransportErrorsTest, tellsAMissingNetworkFromAHostThatRefuses) {

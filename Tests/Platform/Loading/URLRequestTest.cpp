@@ -58,7 +58,7 @@ TEST(URLRequestTest, objectsToMethodsThatAreNoLoad) {
   trace.httpMethod = "TRACE";
   trace.httpBody = Data("body");
 
-  EXPECT_EQ(tunnel.problem(), "The method CONNECT opens a tunnel, which is not a load.");
+  EXPECT_EQ(tunnel.problem(), "The method CONNECT opens a tunnel and cannot be sent as a request.");
   EXPECT_EQ(trace.problem(), "A TRACE request may not have a body.");
 }
 

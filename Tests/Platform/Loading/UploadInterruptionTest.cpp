@@ -3,8 +3,8 @@
 namespace platform {
 namespace {
 
-using corvane::testing::MockResponse;
-using corvane::testing::Moment;
+using corvane::testkit::MockResponse;
+using corvane::testkit::Moment;
 
 /// What servers do while the body is still on its way to them. Far more of it than the system takes at once.
 class UploadInterruptionTest : public TransferTest {
@@ -53,7 +53,7 @@ TEST_F(UploadInterruptionTest, deliversAnEarlySuccessOfAServerThatReadsOn) {
 }
 
 TEST_F(UploadInterruptionTest, isLostWhenTheServerEndsTheConnection) {
-  for (const auto ending : {corvane::testing::Ending::close, corvane::testing::Ending::reset}) {
+  for (const auto ending : {corvane::testkit::Ending::close, corvane::testkit::Ending::reset}) {
     server.enqueue(MockResponse(200).end(ending, Moment::insideRequestBody));
 
     EXPECT_EQ(put("/").code(), URLErrorCode::networkConnectionLost);

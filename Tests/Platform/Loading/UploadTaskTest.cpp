@@ -8,12 +8,12 @@
 namespace platform {
 namespace {
 
-using corvane::testing::generatedBytes;
-using corvane::testing::Latch;
-using corvane::testing::MockResponse;
-using corvane::testing::Moment;
-using corvane::testing::ReceivedRequest;
-using corvane::testing::TestServer;
+using corvane::testkit::generatedBytes;
+using corvane::testkit::Latch;
+using corvane::testkit::MockResponse;
+using corvane::testkit::Moment;
+using corvane::testkit::ReceivedRequest;
+using corvane::testkit::TestServer;
 using ::testing::HasSubstr;
 
 /// More than the buffers of any socket hold, so that a server that does not read holds the client up.
@@ -491,7 +491,7 @@ TEST_F(ExpectedPermissionTest, letsTheBodyGoWhenItIsGiven) {
 }
 
 TEST_F(ExpectedPermissionTest, isDoneWithoutWhenTheServerSaysNothing) {
-  corvane::testing::NetworkTime time;
+  corvane::testkit::NetworkTime time;
   server.ignoreExpectContinue();
   server.enqueue(MockResponse(200).body("stored"));
   const int heads = server.headCount();

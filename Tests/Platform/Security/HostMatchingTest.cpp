@@ -6,14 +6,14 @@
 
 namespace {
 
-using corvane::testing::CertificateRequest;
+using corvane::testkit::CertificateRequest;
 using platform::SecTrustProblem;
 using platform::SecTrustResult;
 
 /// Whether a self-signed certificate with these names, being the anchor, is accepted for `host`.
 bool accepts(const CertificateRequest& request, const std::string& host) {
   const auto certificate =
-      corvane::testing::trustCertificate(corvane::testing::CertificateAuthority::selfSigned(request));
+      corvane::testkit::trustCertificate(corvane::testkit::CertificateAuthority::selfSigned(request));
   platform::SecTrust trust({certificate}, host);
   trust.setAnchorCertificates({certificate});
   if (trust.evaluate() == SecTrustResult::unspecified) return true;

@@ -9,10 +9,10 @@
 
 namespace {
 
-using corvane::testing::Certificate;
-using corvane::testing::CertificateAuthority;
-using corvane::testing::resigned;
-using corvane::testing::trustCertificate;
+using corvane::testkit::Certificate;
+using corvane::testkit::CertificateAuthority;
+using corvane::testkit::resigned;
+using corvane::testkit::trustCertificate;
 using platform::Data;
 using platform::SecCertificate;
 

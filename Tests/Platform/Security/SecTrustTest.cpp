@@ -1,5 +1,6 @@
 #include "Platform/Security/SecTrust.hpp"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <openssl/err.h>
 
@@ -12,10 +13,10 @@
 
 namespace {
 
-using corvane::testing::Certificate;
-using corvane::testing::CertificateAuthority;
-using corvane::testing::CertificateRequest;
-using corvane::testing::Validity;
+using corvane::testkit::Certificate;
+using corvane::testkit::CertificateAuthority;
+using corvane::testkit::CertificateRequest;
+using corvane::testkit::Validity;
 using platform::SecCertificate;
 using platform::SecTrust;
 using platform::SecTrustProblem;
@@ -57,7 +58,16 @@ TEST_F(SecTrustTest, doesNotTrustAnUnknownRoot) {
 
   EXPECT_EQ(trust.evaluate(), refused);
   EXPECT_EQ(trust.problem(), SecTrustProblem::unknownRoot);
-  EXPECT_EQ(trust.problemDescription(), "The certificate \"Test Root\" does not lead to an anchor.");
+  EXPECT_EQ(trust.problemDescription(), "The certificate \"Test Root\" is a root that is not trusted here.");
+}
+
+TEST_F(SecTrustTest, namesTheIssuerThatIsNotTrusted) {
+  SecTrust trust(list({leaf}), "leaf.test");
+
+  EXPECT_EQ(trust.evaluate(), refused);
+  EXPECT_EQ(trust.problem(), SecTrustProblem::unknownRoot);
+  EXPECT_EQ(trust.problemDescription(),
+            "The certificate \"leaf\" was issued by \"Test Root\", which is not trusted here.");
 }
 
 TEST_F(SecTrustTest, doesNotTrustARootThatOnlySharesTheAnchorsName) {
@@ -78,7 +88,8 @@ TEST_F(SecTrustTest, refusesAnExpiredCertificate) {
 
   EXPECT_EQ(trust.evaluate(), refused);
   EXPECT_EQ(trust.problem(), SecTrustProblem::expired);
-  EXPECT_EQ(trust.problemDescription(), "The certificate \"old\" has expired.");
+  EXPECT_THAT(trust.problemDescription(),
+              ::testing::MatchesRegex("The certificate \"old\" expired on [0-9]{4}-[0-9]{2}-[0-9]{2}\\."));
 }
 
 TEST_F(SecTrustTest, refusesACertificateThatIsNotValidYet) {
@@ -89,7 +100,8 @@ TEST_F(SecTrustTest, refusesACertificateThatIsNotValidYet) {
 
   EXPECT_EQ(trust.evaluate(), refused);
   EXPECT_EQ(trust.problem(), SecTrustProblem::notYetValid);
-  EXPECT_EQ(trust.problemDescription(), "The certificate \"early\" is not valid yet.");
+  EXPECT_THAT(trust.problemDescription(),
+              ::testing::MatchesRegex("The certificate \"early\" is not valid before [0-9]{4}-[0-9]{2}-[0-9]{2}\\."));
 }
 
 TEST_F(SecTrustTest, judgesTheDatesAsOfTheDateThatWasSet) {
@@ -126,7 +138,7 @@ TEST_F(SecTrustTest, refusesASelfSignedCertificate) {
 
   EXPECT_EQ(trust.evaluate(), refused);
   EXPECT_EQ(trust.problem(), SecTrustProblem::unknownRoot);
-  EXPECT_EQ(trust.problemDescription(), "The certificate \"own\" is signed by itself and is not an anchor.");
+  EXPECT_EQ(trust.problemDescription(), "The certificate \"own\" is signed by itself and is not trusted here.");
 }
 
 TEST_F(SecTrustTest, trustsASelfSignedCertificateThatIsItselfTheAnchor) {

@@ -13,8 +13,8 @@
 
 namespace {
 
-using corvane::testing::CertificateAuthority;
-using corvane::testing::trustCertificate;
+using corvane::testkit::CertificateAuthority;
+using corvane::testkit::trustCertificate;
 using platform::SecTrust;
 using platform::SecTrustResult;
 using platform::detail::SystemAnchors;
@@ -43,10 +43,10 @@ class SystemAnchorsTest : public testing::Test {
     std::_Exit(0);
   }
 
-  const corvane::testing::TemporaryDirectory directory;
+  const corvane::testkit::TemporaryDirectory directory;
   const CertificateAuthority root{"System Root"};
   const CertificateAuthority other{"Other Root"};
-  const corvane::testing::Certificate leaf = root.issue({.dnsNames = {"leaf.test"}});
+  const corvane::testkit::Certificate leaf = root.issue({.dnsNames = {"leaf.test"}});
 };
 using SystemAnchorsDeathTest = SystemAnchorsTest;
 

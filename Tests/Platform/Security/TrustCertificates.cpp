@@ -5,7 +5,7 @@
 #include <memory>
 #include <stdexcept>
 
-namespace corvane::testing {
+namespace corvane::testkit {
 namespace {
 
 std::unique_ptr<BIO, decltype(&BIO_free)> reading(const std::string& bytes) {
@@ -37,4 +37,4 @@ platform::Data resigned(const Certificate& certificate, const std::string& signe
   return der;
 }
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

@@ -8,7 +8,7 @@
 #include "CorvaneTesting/Certificate.hpp"
 #include "Platform/Security/SecCertificate.hpp"
 
-namespace corvane::testing {
+namespace corvane::testkit {
 
 /// As the platform holds it. Throws std::runtime_error when the platform refuses it.
 platform::SecCertificate trustCertificate(const Certificate& certificate);
@@ -18,4 +18,4 @@ platform::SecCertificate trustCertificate(const Certificate& certificate);
 platform::Data resigned(const Certificate& certificate, const std::string& signerKeyPem,
                         const std::function<void(X509*)>& change);
 
-}  // namespace corvane::testing
+}  // namespace corvane::testkit

@@ -20,6 +20,8 @@ class ConanFile:
 
     def __init__(self, recipe_folder, work, given_options, settings):
         self.recipe_folder = recipe_folder
+        data = os.path.join(recipe_folder, "conandata.yml")
+        self.conan_data = _model.data(data) if os.path.exists(data) else None
         self.export_sources_folder = os.path.join(work, "export")
         self.package_folder = os.path.join(work, "package")
         self.folders = _model.Folders()

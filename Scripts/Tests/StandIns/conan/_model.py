@@ -1,5 +1,6 @@
 """What recipes see: settings, options, and what they tell about their packages."""
 
+import json
 import re
 
 from .errors import ConanException
@@ -7,6 +8,12 @@ from .errors import ConanException
 
 def refused(what):
     return ConanException(f"the recipe: {what}")
+
+
+def data(path):
+    """What a conandata.yml says, of which those that are made here are JSON."""
+    with open(path, encoding="utf-8") as file:
+        return json.load(file)
 
 
 def reference(text):

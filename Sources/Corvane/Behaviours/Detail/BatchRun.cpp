@@ -65,7 +65,7 @@ class ParallelBatch : public std::enable_shared_from_this<ParallelBatch> {
     if (wanted_.fetch_add(number) != 0) return;
     do {
       if (next_ == run_->count()) continue;
-      run_->sendInScope(next_++, [place = Place(shared_from_this())]() mutable { place.end(); });
+      run_->send(next_++, [place = Place(shared_from_this())]() mutable { place.end(); });
     } while (wanted_.fetch_sub(1) != 1);
   }
 
@@ -122,7 +122,7 @@ class SerialBatches {
       timer_.schedule(platform::Seconds::unlimited());
     } else {
       const double timeout = wholeSeconds(interval);
-      run->sendInScope(index_, whenDone());
+      run->send(index_, whenDone());
       timer_.schedule(timeout);
     }
     timer_.resume();
@@ -159,12 +159,6 @@ class SerialBatches {
 };
 
 BatchRun::~BatchRun() = default;
-
-void BatchRun::sendInScope(std::size_t index, platform::Block whenDone) {
-  std::optional<SendCancellation::Scope> scope;
-  if (cancellation_) scope.emplace(*cancellation_);
-  send(index, std::move(whenDone));
-}
 
 void BatchRun::start(HTTPBatchMode mode) {
   if (mode.shouldParallelize()) {

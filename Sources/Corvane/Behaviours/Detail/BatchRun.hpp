@@ -5,7 +5,7 @@
 #include <optional>
 
 #include "Corvane/Behaviours/HTTPBatchMode.hpp"
-#include "Corvane/Transport/SendCancellation.hpp"
+#include "Corvane/Transport/Detail/SendBounds.hpp"
 #include "Platform/Dispatch/DispatchQueue.hpp"
 #include "Platform/Export.hpp"
 #include "Platform/Foundation/Error.hpp"
@@ -24,9 +24,12 @@ class CORVANE_API BatchRun : public std::enable_shared_from_this<BatchRun> {
   void start(HTTPBatchMode mode);
 
  protected:
-  explicit BatchRun(std::optional<platform::DispatchQueue> queue) : queue_(std::move(queue)) {}
+  BatchRun(std::optional<platform::DispatchQueue> queue, SharedBounds bounds)
+      : queue_(std::move(queue)), bounds_(std::move(bounds)) {}
 
   const std::optional<platform::DispatchQueue>& completionQueue() const { return queue_; }
+  /// Of every request.
+  const SharedBounds& bounds() const { return bounds_; }
 
   virtual std::size_t count() const = 0;
   /// In seconds.
@@ -41,11 +44,8 @@ class CORVANE_API BatchRun : public std::enable_shared_from_this<BatchRun> {
   virtual void complete() = 0;
 
  private:
-  /// `send` in the scope in which the batch was made.
-  void sendInScope(std::size_t index, platform::Block whenDone);
-
   const std::optional<platform::DispatchQueue> queue_;
-  const std::optional<SendCancellation> cancellation_ = SendCancellation::current();
+  const SharedBounds bounds_;
 
   friend class ParallelBatch;
   friend class SerialBatches;

@@ -1,12 +1,13 @@
 #include "Corvane/Behaviours/Detail/MockDelivery.hpp"
 
 #include <atomic>
+#include <optional>
+#include <stop_token>
 #include <utility>
 
 #include "Corvane/Errors/HTTPResponseError.hpp"
 #include "Corvane/Request/Detail/RequestDescription.hpp"
 #include "Corvane/Transport/Internal/RelocatedFile.hpp"
-#include "Corvane/Transport/SendCancellation.hpp"
 #include "Corvane/Transport/TaskManager.hpp"
 #include "Platform/Detail/RequiredMemory.hpp"
 #include "Platform/Foundation/FileManager.hpp"
@@ -27,8 +28,8 @@ namespace {
 constexpr const char* httpVersion = "1.1";
 
 /// A response that was not given yet. Who takes the exchange gives it its one outcome.
-struct PendingResponse : std::enable_shared_from_this<PendingResponse> {
-  PendingResponse(std::shared_ptr<SendExchange> mocked, MockBody kind, platform::UniqueFunction<TaskOutcome()> maker)
+struct PendingMock : std::enable_shared_from_this<PendingMock> {
+  PendingMock(std::shared_ptr<SendExchange> mocked, MockBody kind, platform::UniqueFunction<TaskOutcome()> maker)
       : exchange(std::move(mocked)), body(kind), makeOutcome(std::move(maker)) {}
 
   /// Any thread.
@@ -36,10 +37,20 @@ struct PendingResponse : std::enable_shared_from_this<PendingResponse> {
   /// What the outcome is given to; null for all but the first who asks.
   std::shared_ptr<SendExchange> take() { return isTaken.exchange(true) ? nullptr : std::move(exchange); }
 
+  struct Stop {
+    void operator()() const noexcept {
+      if (const auto self = pending.lock()) self->cancelSoon();
+    }
+
+    std::weak_ptr<PendingMock> pending;
+  };
+
   std::atomic<bool> isTaken = false;
   std::shared_ptr<SendExchange> exchange;
   MockBody body;
   platform::UniqueFunction<TaskOutcome()> makeOutcome;
+  /// Destroyed first.
+  std::optional<std::stop_callback<Stop>> stopping;
 };
 
 std::shared_ptr<RelocatedFile> writtenFile(const Data& data) {
@@ -52,7 +63,7 @@ std::shared_ptr<RelocatedFile> writtenFile(const Data& data) {
   return std::make_shared<RelocatedFile>(platform::TemporaryFile(std::move(path)), platform::TemporaryFile());
 }
 
-void give(PendingResponse& pending) {
+void give(PendingMock& pending) {
   // Cancelled meanwhile, or given.
   const auto exchange = pending.take();
   if (!exchange) return;
@@ -68,7 +79,7 @@ void give(PendingResponse& pending) {
   }
 }
 
-void cancel(PendingResponse& pending) {
+void cancel(PendingMock& pending) {
   const auto exchange = pending.take();
   if (!exchange) return;
   // The timer of the response goes on; what the request holds need not.
@@ -77,7 +88,7 @@ void cancel(PendingResponse& pending) {
   processTaskCompletion(exchange, {.data = {}, .url = {}, .response = nullptr, .error = cancelled});
 }
 
-void PendingResponse::cancelSoon() {
+void PendingMock::cancelSoon() {
   platform::detail::requiringMemory("a mock cannot be cancelled", [this] {
     mockBackgroundQueue().async([self = shared_from_this()] { cancel(*self); });
   });
@@ -113,17 +124,16 @@ const DispatchQueue& mockBackgroundQueue() {
 void respondFromMock(std::shared_ptr<SendExchange> exchange, MockBody body,
                      platform::UniqueFunction<double()> responseTime,
                      platform::UniqueFunction<TaskOutcome()> makeOutcome) {
-  std::shared_ptr<PendingResponse> pending;
+  std::shared_ptr<PendingMock> pending;
   try {
     if (!exchange->shouldSend()) return;
     exchange->validate();
     const double delay = responseTime();
     const auto uuid = exchange->uuid();
-    pending = std::make_shared<PendingResponse>(exchange, body, std::move(makeOutcome));
+    pending = std::make_shared<PendingMock>(exchange, body, std::move(makeOutcome));
     if (uuid) TaskManager::shared().insert([pending] { pending->cancelSoon(); }, *uuid);
-    if (const auto cancellation = SendCancellation::current()) {
-      cancellation->reaches<&PendingResponse::cancelSoon>(pending);
-    }
+    if (const auto& stop = exchange->bounds().stop; stop.stop_possible())
+      pending->stopping.emplace(stop, PendingMock::Stop{pending});
     mockBackgroundQueue().asyncAfter(delay, [pending] { give(*pending); });
   } catch (...) {
     // A cancellation that reaches it has nothing to end any more, or was faster.

@@ -68,24 +68,58 @@ bool appendTo(const std::type_info& type, std::optional<AnyPollingHandler>& hand
   return record != nullptr;
 }
 
-}  // namespace
-
-HandlerRef::HandlerRef(const std::string& name, std::shared_ptr<TimerHandler> timerOfType)
-    : dispatchQueue(name + ".HTTPPollingQueue"),
-      timer(std::move(timerOfType)),
-      anyHandlers(std::make_shared<const Handlers>()) {}
-
-void startPolling(const std::type_info& type, double rate, void (*tick)(const TimerHandler&),
-                  std::optional<AnyPollingHandler> handler) {
-  if (std::isnan(rate)) platform::trap("The pollingRate of " + platform::typeName(type) + " is not a number");
-  if (appendTo(type, handler)) return;
-  const auto fresh = std::make_shared<HandlerRef>(platform::typeName(type), TimerHandler::make(rate, tick));
-  append(*fresh, handler);
+/// Takes the type out of the register; null when it is not there, or not with that record.
+std::shared_ptr<HandlerRef> takeOut(const std::type_info& type, const HandlerRef* only = nullptr) {
   Registry& shared = registry();
   const MutexLock lock(shared.mutex);
-  const auto [entry, isNew] = shared.updateHandlers.emplace(type, fresh);
-  // Started on another thread meanwhile: that timer stays, and this one ends before its first tick.
-  if (!isNew) append(*entry->second, std::move(handler));
+  const auto entry = shared.updateHandlers.find(type);
+  if (entry == shared.updateHandlers.end() || (only && entry->second.get() != only)) return nullptr;
+  auto record = std::move(entry->second);
+  shared.updateHandlers.erase(entry);
+  return record;
+}
+
+void end(const HandlerRef& record) {
+  record.timer->suspend();
+  // Ticks under way: nobody waits for their responses any more.
+  std::stop_source(record.stop).request_stop();  // a copy, since a const one cannot with every library
+}
+
+}  // namespace
+
+HandlerRef::HandlerRef(const std::string& name, std::shared_ptr<TimerHandler> timerOfType, const SendOptions& options)
+    : dispatchQueue(name + ".HTTPPollingQueue"),
+      timer(std::move(timerOfType)),
+      anyHandlers(std::make_shared<const Handlers>()),
+      tickOptions(options) {
+  tickOptions.stop = stop.get_token();
+}
+
+void HandlerRef::Stop::operator()() const noexcept {
+  platform::detail::requiringMemory("a polling cannot be stopped", [this] {
+    const auto self = record.lock();
+    if (self && takeOut(type, self.get())) end(*self);
+  });
+}
+
+void startPolling(const std::type_info& type, double rate, void (*tick)(const TimerHandler&),
+                  std::optional<AnyPollingHandler> handler, const SendOptions& options) {
+  if (std::isnan(rate)) platform::trap("The pollingRate of " + platform::typeName(type) + " is not a number");
+  if (handler) handler->stop = options.stop;
+  if (appendTo(type, handler)) return;
+  const auto fresh = std::make_shared<HandlerRef>(platform::typeName(type), TimerHandler::make(rate, tick), options);
+  append(*fresh, handler);
+  {
+    Registry& shared = registry();
+    const MutexLock lock(shared.mutex);
+    const auto [entry, isNew] = shared.updateHandlers.emplace(type, fresh);
+    if (!isNew) {
+      // Started on another thread meanwhile: that timer stays, and this one ends before its first tick.
+      append(*entry->second, std::move(handler));
+      return;
+    }
+  }
+  if (options.stop.stop_possible()) fresh->stopping.emplace(options.stop, HandlerRef::Stop{type, fresh});
 }
 
 void addPollingHandler(const std::type_info& type, std::optional<AnyPollingHandler> handler) {
@@ -95,18 +129,8 @@ void addPollingHandler(const std::type_info& type, std::optional<AnyPollingHandl
 }
 
 void stopPolling(const std::type_info& type) {
-  Registry& shared = registry();
-  std::shared_ptr<HandlerRef> record;
-  {
-    const MutexLock lock(shared.mutex);
-    const auto entry = shared.updateHandlers.find(type);
-    if (entry != shared.updateHandlers.end()) {
-      record = std::move(entry->second);
-      shared.updateHandlers.erase(entry);
-    }
-  }
-  if (record) {
-    record->timer->suspend();
+  if (const auto record = takeOut(type)) {
+    end(*record);
   } else {
     moduleLogger().fault(notPollingForStop + platform::typeName(type), std::nullopt, std::nullopt, sourceFile,
                          functionOfStopping, lineOfStopping);
@@ -118,6 +142,12 @@ bool isPolling(const std::type_info& type) { return recordOf(type) != nullptr; }
 bool isPollingWith(const std::type_info& type, const TimerHandler& timer) {
   const auto record = recordOf(type);
   return record && record->timer.get() == &timer;
+}
+
+std::optional<SendOptions> tickOptions(const std::type_info& type, const TimerHandler& timer) {
+  const auto record = recordOf(type);
+  if (!record || record->timer.get() != &timer) return std::nullopt;
+  return record->tickOptions;
 }
 
 void callPollingHandlers(const std::type_info& type, const std::type_info& handlerType, const void* argument,
@@ -132,7 +162,7 @@ void callPollingHandlers(const std::type_info& type, const std::type_info& handl
     handlers = record->anyHandlers;
   }
   for (const auto& handler : *handlers) {
-    if (*handler.type != handlerType) continue;
+    if (*handler.type != handlerType || handler.stop.stop_requested()) continue;
     // A handler before this one may have stopped the polling; then what this one refers to may be gone.
     if (recordOf(type) != record) return;
     call(handler.function.get(), argument);

@@ -3,14 +3,12 @@
 #include <cmath>
 #include <utility>
 
-#include "Corvane/Errors/HTTPResponseError.hpp"
 #include "Corvane/Transport/TaskManager.hpp"
 #include "Platform/Detail/RequiredMemory.hpp"
 #include "Platform/Trap.hpp"
 
 namespace corvane::detail {
 
-using platform::Block;
 using platform::DispatchQueue;
 
 // Success at the limit counts as a total failure, and failure after it as a partial one: prescribed, and relied upon.
@@ -30,43 +28,28 @@ double namedWait(const RetryNumbers& numbers, std::int64_t failures) {
 
 DispatchQueue makeRetryQueue() { return DispatchQueue("org.corvane.HTTPRetryAttempting.queue"); }
 
-RetryRun::RetryRun(HTTPRetryPolicy policy, std::optional<platform::UUID> uuid) : policy_(policy), uuid_(uuid) {}
+RetryRun::RetryRun(HTTPRetryPolicy policy, std::optional<platform::UUID> uuid, SharedBounds bounds)
+    : policy_(policy),
+      uuid_(policy.isCancelable ? uuid : std::nullopt),
+      bounds_(uuid_ ? SendBounds::child(bounds) : std::move(bounds)) {}
 
 RetryRun::~RetryRun() {
-  if (cancellationHandler_) TaskManager::shared().removeCancellationHandler(std::move(cancellationHandler_), *uuid_);
+  if (uuid_) TaskManager::shared().removeSend(limits().source(), *uuid_);
 }
 
 void RetryRun::start() {
-  listenToCancellation();
-  cancellation_ = SendCancellation::current();
-  if (cancellation_) cancellation_->reaches<&RetryRun::wasCancelled>(shared_from_this());
+  if (uuid_) TaskManager::shared().insertSend(limits().source(), *uuid_);
+  stopping_.watch(limits().stop, weak_from_this());
   attempt();
-}
-
-void RetryRun::listenToCancellation() {
-  if (!policy_.isCancelable || !uuid_) return;
-  cancellationHandler_ = std::make_shared<Block>([weak = weak_from_this()] {
-    if (const auto self = weak.lock()) self->wasCancelled();
-  });
-  TaskManager::shared().addCancellationHandler(cancellationHandler_, *uuid_);
 }
 
 void RetryRun::attempt() {
   try {
     limit_ = numbers().limit;
-    std::optional<SendCancellation::Scope> scope;
-    if (cancellation_) scope.emplace(*cancellation_);
     sendOnce();
   } catch (...) {
     fail(platform::Error::current());
-    return;
   }
-  // Cancelled before the attempt's task was registered: it is by now.
-  if (isCancelled_) cancelTask();
-}
-
-void RetryRun::cancelTask() const {
-  if (uuid_) TaskManager::shared().cancelTask(*uuid_);
 }
 
 void RetryRun::decide() {
@@ -84,9 +67,9 @@ void RetryRun::fail(platform::Error error) {
 
 void RetryRun::takeNextStep() {
   const RetryStep step = stepAfter(failCount(), limit_, hasFailed());
-  if (isCancelled_ && hasFailed()) {
-    if (!tellsOfCancellation()) keepFailure();
-    finishCancelled();
+  if (limits().isStopped() && hasFailed()) {
+    if (!tellsOfStop()) keepFailure();
+    finishStopped();
   } else if (step != RetryStep::retry) {
     finish(step);
   } else if (!isWorthRetrying()) {
@@ -97,11 +80,12 @@ void RetryRun::takeNextStep() {
 }
 
 void RetryRun::waitThenRetry() {
-  const double seconds = wait(policy_, namedWait(numbers(), failCount()), headers());
+  const double named = policy_.backOff ? policy_.backOff->wait(failCount()).count() : namedWait(numbers(), failCount());
+  const double seconds = wait(policy_, named, headers());
   keepFailure();
   phase_ = Phase::wait;
-  if (isCancelled_) {
-    if (leaveWait(Phase::over)) finishCancelled();
+  if (limits().isStopped()) {
+    if (leaveWait(Phase::over)) finishStopped();
     return;
   }
   try {
@@ -109,21 +93,17 @@ void RetryRun::waitThenRetry() {
       if (self->leaveWait(Phase::attempt)) self->attempt();
     });
   } catch (...) {
-    if (leaveWait(Phase::attempt)) throw;  // otherwise a cancellation has ended it
+    if (leaveWait(Phase::attempt)) throw;  // otherwise a stop has ended it
   }
 }
 
-void RetryRun::wasCancelled() {
-  if (isCancelled_.exchange(true)) return;
-  if (leaveWait(Phase::over)) {
-    // A response is made of it, by code that others must not wait for.
-    platform::detail::requiringMemory("a retrying send cannot be cancelled", [this] {
-      DispatchQueue::global().async([self = shared_from_this()] { self->finishCancelled(); });
-    });
-  } else if (phase_ == Phase::attempt) {
-    // Once more, after the registration of an attempt that is just being started.
-    cancelTask();
-  }
+/// An attempt under way has the same stop.
+void RetryRun::wasStopped() noexcept {
+  if (!leaveWait(Phase::over)) return;
+  // A response is made of it, by code that others must not wait for.
+  platform::detail::requiringMemory("a retrying send cannot be cancelled", [this] {
+    DispatchQueue::global().async([self = shared_from_this()] { self->finishStopped(); });
+  });
 }
 
 void RetryRun::finish(RetryStep result) {
@@ -131,12 +111,12 @@ void RetryRun::finish(RetryStep result) {
   deliver(result);
 }
 
-void RetryRun::finishCancelled() {
-  putFailure(platform::Error(HTTPResponseError::taskCancelled()));
+void RetryRun::finishStopped() {
+  putFailure(limits().error());
   finish(RetryStep::totalFailure);
 }
 
-/// Of the timer and a cancellation, one wins.
+/// Of the timer and a stop, one wins.
 bool RetryRun::leaveWait(Phase next) {
   Phase expected = Phase::wait;
   return phase_.compare_exchange_strong(expected, next);

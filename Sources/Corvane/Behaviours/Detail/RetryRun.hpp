@@ -6,10 +6,11 @@
 #include <optional>
 
 #include "Corvane/Behaviours/HTTPRetryPolicy.hpp"
-#include "Corvane/Transport/SendCancellation.hpp"
+#include "Corvane/Transport/Detail/SendBounds.hpp"
 #include "Platform/Dispatch/DispatchQueue.hpp"
 #include "Platform/Export.hpp"
 #include "Platform/Foundation/UUID.hpp"
+#include "Velisand/Detail/WeakStop.hpp"
 
 namespace corvane::detail {
 
@@ -41,12 +42,10 @@ class CORVANE_API RetryRun : public std::enable_shared_from_this<RetryRun> {
   RetryRun& operator=(const RetryRun&) = delete;
 
   void start();
-  /// Ends the whole. Any thread.
-  void wasCancelled();
 
  protected:
   /// `uuid` is absent for a request that cannot be cancelled.
-  RetryRun(HTTPRetryPolicy policy, std::optional<platform::UUID> uuid);
+  RetryRun(HTTPRetryPolicy policy, std::optional<platform::UUID> uuid, SharedBounds bounds);
 
   /// The last attempt's response is there. Decides what follows; on the queue of the caller.
   void decide();
@@ -57,8 +56,8 @@ class CORVANE_API RetryRun : public std::enable_shared_from_this<RetryRun> {
   virtual void sendOnce() = 0;
   // Of the last response:
   virtual bool hasFailed() const = 0;
-  /// Whether it says that the attempt was cancelled.
-  virtual bool tellsOfCancellation() const = 0;
+  /// Whether it says that the stop of the whole ended the attempt.
+  virtual bool tellsOfStop() const = 0;
   virtual bool isWorthRetrying() const = 0;
   virtual std::optional<platform::HTTPHeaderFields> headers() const = 0;
   /// Puts it with the failed ones.
@@ -71,28 +70,33 @@ class CORVANE_API RetryRun : public std::enable_shared_from_this<RetryRun> {
   void fail(platform::Error error);
 
   const HTTPRetryPolicy& policy() const { return policy_; }
+  /// Of every attempt.
+  const SharedBounds& bounds() const { return bounds_; }
+  /// The same for the one that begins now. Only the first one may be served by what is stored.
+  SharedBounds boundsOfAttempt() const { return failCount() == 0 ? bounds_ : SendBounds::repetition(bounds_); }
 
  private:
+  friend class velisand::detail::WeakStop<RetryRun>;
   enum class Phase { attempt, wait, over };
 
-  void listenToCancellation();
   void attempt();
   void takeNextStep();
   void waitThenRetry();
-  void cancelTask() const;
+  void wasStopped() noexcept;
   bool leaveWait(Phase next);
+  const SendBounds& limits() const { return SendBounds::of(bounds_); }
   void finish(RetryStep result);
-  void finishCancelled();
+  void finishStopped();
 
   const HTTPRetryPolicy policy_;
+  /// Under which `cancel()` reaches the whole.
   const std::optional<platform::UUID> uuid_;
-  /// That of the scope in which it was started.
-  std::optional<SendCancellation> cancellation_;
-  std::shared_ptr<platform::Block> cancellationHandler_;
-  std::atomic<bool> isCancelled_ = false;
+  const SharedBounds bounds_;
   std::atomic<Phase> phase_ = Phase::attempt;
   /// As it was when the attempt started.
   std::int64_t limit_ = 0;
+  /// Ends a wait. Destroyed first.
+  velisand::detail::WeakStop<RetryRun> stopping_;
 };
 
 }  // namespace corvane::detail

@@ -11,7 +11,6 @@
 
 #include "Corvane/Behaviours/Detail/RetryRun.hpp"
 #include "Corvane/Behaviours/HTTPRetryResult.hpp"
-#include "Corvane/Errors/HTTPResponseError.hpp"
 #include "Corvane/Request/HTTPRequestable.hpp"
 #include "Platform/Dispatch/UniqueFunction.hpp"
 #include "Velisand/OptionalQueue.hpp"
@@ -37,7 +36,27 @@ constexpr std::int64_t saturated(Integer value) {
 
 template <class Request>
 HTTPRetryPolicy policyOf(const Request& request) {
-  return read(&Request::retryPolicy, request);
+  return requirement::retryPolicy(request);
+}
+
+/// Whether the type says more than the rule. It then needs no interval.
+template <class Request>
+constexpr bool hasPolicyOfItsOwn() {
+  using Default = HTTPRetryAttempting<Request>;
+  if constexpr (requirement::retryPolicyRequirement::isLeftTo<Request, Default>) {
+    return &Request::retryPolicy != &Default::retryPolicy;
+  } else {
+    return true;
+  }
+}
+
+template <class Request>
+platform::Seconds intervalOf(const Request& request) {
+  if constexpr (requirement::retryIntervalRequirement::isStated<Request>) {
+    return platform::Seconds(requirement::retryInterval(request));
+  } else {
+    return 1;
+  }
 }
 
 template <class Request>
@@ -54,24 +73,25 @@ class TypedRetryRun final : public RetryRun {
   using Completion = platform::UniqueFunction<void(HTTPRetryResult<Response>)>;
 
   /// Throws what the request throws when it is copied or asked; the completion is untouched then.
-  TypedRetryRun(const Request& request, RetryKind kind, std::optional<platform::DispatchQueue> queue,
+  TypedRetryRun(const Request& request, RetryKind kind, const SendOptions& options, const SharedBounds& bounds,
                 Completion&& completion)
-      : RetryRun(policyOf(request), uuidOf(request)),
+      : RetryRun(policyOf(request), uuidOf(request), bounds),
         request_(request),
         kind_(kind),
-        queue_(std::move(queue)),
+        queue_(options.queue),
+        relay_(progressRelay(options.progress)),
         retryQueue_(request_.retryQueue()),
         completion_(std::move(completion)) {}
 
   /// What cannot even be begun is one attempt, which failed with what was thrown.
-  static void begin(const Request& request, RetryKind kind, std::optional<platform::DispatchQueue> queue,
+  static void begin(const Request& request, RetryKind kind, const SendOptions& options, const SharedBounds& bounds,
                     Completion completion) {
     std::shared_ptr<TypedRetryRun> run;
     try {
-      run = std::make_shared<TypedRetryRun>(request, kind, queue, std::move(completion));
+      run = std::make_shared<TypedRetryRun>(request, kind, options, bounds, std::move(completion));
     } catch (...) {
       deliverFailure<Response>(
-          queue,
+          options.queue,
           [completion = std::move(completion)](Response response) mutable {
             if (completion) completion(HTTPRetryResult<Response>::noFailure(std::move(response)));
           },
@@ -83,14 +103,14 @@ class TypedRetryRun final : public RetryRun {
 
  private:
   RetryNumbers numbers() const override {
-    return {.interval = platform::Seconds(read(&Request::retryInterval, request_)).count(),
-            .limit = saturated(read(&Request::retryLimit, request_)),
-            .delta = saturated(read(&Request::retryDelta, request_))};
+    return {.interval = intervalOf(request_).count(),
+            .limit = saturated(requirement::retryLimit(request_)),
+            .delta = saturated(requirement::retryDelta(request_))};
   }
   std::int64_t failCount() const override { return static_cast<std::int64_t>(failures_.size()); }
   void sendOnce() override;
   bool hasFailed() const override;
-  bool tellsOfCancellation() const override;
+  bool tellsOfStop() const override;
   bool isWorthRetrying() const override;
   std::optional<platform::HTTPHeaderFields> headers() const override { return read(&Response::headers, *last_); }
   void keepFailure() override {
@@ -101,10 +121,17 @@ class TypedRetryRun final : public RetryRun {
     last_.emplace(std::nullopt, std::nullopt, nullptr, std::move(error));
   }
   void deliver(RetryStep result) override;
+  void complete(RetryStep result);
+  /// Tells the caller's handler, on the caller's queue.
+  HTTPProgressHandler progressOfAttempt() const {
+    if (!relay_) return {};
+    return [relay = relay_, queue = queue_](const HTTPProgress& progress) { tell(relay, queue, progress); };
+  }
 
   const Request request_;
   const RetryKind kind_;
   const std::optional<platform::DispatchQueue> queue_;
+  const std::shared_ptr<ProgressRelay> relay_;
   const platform::DispatchQueue retryQueue_;
   Completion completion_;
   std::vector<Response> failures_;
@@ -115,21 +142,22 @@ template <class Request>
 void TypedRetryRun<Request>::sendOnce() {
   // Of a send that calls its completion and throws, too, one counts.
   const auto isOver = std::make_shared<std::atomic_flag>();
-  typename Request::Completion received =
+  typename Request::Completion received(
       [isOver, self = std::static_pointer_cast<TypedRetryRun>(shared_from_this())](Response response) {
         if (isOver->test_and_set()) return;
         self->last_.emplace(std::move(response));
         self->decide();
-      };
+      },
+      boundsOfAttempt());
   try {
     if constexpr (Polls<Request>) {
       if (kind_ == RetryKind::poll) {
-        Request::firePollForRetryable(request_, queue_, std::move(received));
+        Request::firePollForRetryable(request_, queue_, std::move(received), progressOfAttempt());
       } else {
-        dispatchSingleSend(request_, queue_, std::move(received));
+        dispatchSingleSend(request_, queue_, progressOfAttempt(), std::move(received));
       }
     } else {
-      sendViaRequest(request_, retryQueue_, std::move(received));
+      sendByForm(request_, retryQueue_, progressOfAttempt(), std::move(received));
     }
   } catch (...) {
     if (!isOver->test_and_set()) throw;
@@ -143,18 +171,16 @@ bool TypedRetryRun<Request>::hasFailed() const {
 }
 
 template <class Request>
-bool TypedRetryRun<Request>::tellsOfCancellation() const {
+bool TypedRetryRun<Request>::tellsOfStop() const {
   auto&& result = read(&Response::result, *last_);
-  const platform::Error* error = result.error();
-  const auto* reason = error ? error->template as<HTTPResponseError>() : nullptr;
-  return reason && reason->which() == HTTPResponseError::Case::taskCancelled;
+  return result.error() && SendBounds::of(bounds()).isErrorOfStop(*result.error());
 }
 
 template <class Request>
 bool TypedRetryRun<Request>::isWorthRetrying() const {
   if (policy().failures == HTTPRetryPolicy::Failures::transient) {
     const bool mayRepeat =
-        policy().retriesUnsafeMethods || isSafeMethod(HTTPMethod(read(&Request::method, request_)).rawValue);
+        policy().retriesUnsafeMethods || isSafeMethod(HTTPMethod(requirement::method(request_)).rawValue);
     if (!mayRepeat || !isTransient(*last_)) return false;
   }
   return request_.shouldRetry(*last_);
@@ -162,21 +188,27 @@ bool TypedRetryRun<Request>::isWorthRetrying() const {
 
 template <class Request>
 void TypedRetryRun<Request>::deliver(RetryStep step) {
-  using Result = HTTPRetryResult<Response>;
   if (step == RetryStep::totalFailure) keepFailure();
   // Nothing is moved from before it is certain that the completion is called.
   velisand::async(queue_, [self = std::static_pointer_cast<TypedRetryRun>(shared_from_this()), step] {
-    Completion completion = std::move(self->completion_);
-    if (!completion) return;
-    switch (step) {
-      case RetryStep::noFailure:
-        return completion(Result::noFailure(*std::move(self->last_)));
-      case RetryStep::partialFailure:
-        return completion(Result::partialFailure(*std::move(self->last_), std::move(self->failures_)));
-      default:
-        return completion(Result::totalFailure(std::move(self->failures_)));
-    }
+    if (self->relay_) return end(*self->relay_, [self, step] { self->complete(step); });
+    self->complete(step);
   });
+}
+
+template <class Request>
+void TypedRetryRun<Request>::complete(RetryStep step) {
+  using Result = HTTPRetryResult<Response>;
+  Completion completion = std::move(completion_);
+  if (!completion) return;
+  switch (step) {
+    case RetryStep::noFailure:
+      return completion(Result::noFailure(*std::move(last_)));
+    case RetryStep::partialFailure:
+      return completion(Result::partialFailure(*std::move(last_), std::move(failures_)));
+    default:
+      return completion(Result::totalFailure(std::move(failures_)));
+  }
 }
 
 }  // namespace corvane::detail

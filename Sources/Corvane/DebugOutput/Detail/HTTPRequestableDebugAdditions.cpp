@@ -5,7 +5,6 @@
 
 #include "Corvane/DebugOutput/Detail/BodyCache.hpp"
 #include "Corvane/Detail/ModuleLogger.hpp"
-#include "Corvane/Settings.hpp"
 #include "Platform/Foundation/FileManager.hpp"
 #include "Platform/Loading/URLErrorCodes.hpp"
 #include "Vantorel/Logger.hpp"
@@ -26,7 +25,7 @@ bool wasCancelled(const DebugRecord& record) {
 std::string statusText(const DebugRecord& record) {
   if (wasCancelled(record)) return "RESPONSE Cancelled";
   std::string text = "RESPONSE status: " + std::to_string(record.status.rawValue());
-  if (record.error) text += " error: " + record.error->message();
+  if (record.error) text += " error: " + record.redaction.redactedText(record.error->message());
   return text;
 }
 
@@ -39,8 +38,11 @@ Dictionary dictionary(const HTTPHeaderFields& fields) {
 Dictionary responseInformation(const DebugRecord& record) {
   Dictionary information;
   information.set("body", httpDebugSummary(record.body));
-  if (record.headers && !record.headers->isEmpty()) information.set("headers", dictionary(*record.headers));
-  if (record.error) information.set("error", wasCancelled(record) ? "Cancelled" : record.error->message());
+  if (record.headers && !record.headers->isEmpty())
+    information.set("headers", dictionary(record.redaction.redacted(*record.headers)));
+  if (record.error)
+    information.set("error",
+                    wasCancelled(record) ? "Cancelled" : record.redaction.redactedText(record.error->message()));
   return information;
 }
 
@@ -58,9 +60,12 @@ void log(std::string message, std::optional<Dictionary> userInfo) {
 
 }  // namespace
 
-std::vector<std::string> curlCommandParts(const std::string& method, const URL& url, const Dictionary& headers) {
-  std::vector<std::string> parts{"curl -X " + method + " '" + url.absoluteString() + "'"};
-  for (const auto& [name, value] : headers) parts.push_back(" -H \"" + name + ": " + value.description() + "\"");
+std::vector<std::string> curlCommandParts(const std::string& method, const URL& url, const Dictionary& headers,
+                                          const HTTPRedaction& redaction) {
+  std::vector<std::string> parts{"curl -X " + method + " '" + redaction.redactedURL(url.absoluteString()) + "'"};
+  for (const auto& [name, value] : headers) {
+    parts.push_back(" -H \"" + name + ": " + redaction.redactedValue(name, value.description()) + "\"");
+  }
   parts.push_back("-v");
   return parts;
 }
@@ -83,17 +88,15 @@ std::string joinedWithSpaces(const std::vector<std::string>& parts) {
   return text;
 }
 
-HTTPVerbosityLevel currentVerbosity() { return Corvane::verbosity; }
-
 void printDebugOutput(HTTPVerbosityLevel level, const DebugRecord& record) {
+  const std::string url = record.redaction.redactedURL(record.url.absoluteString());
   switch (level) {
     case HTTPVerbosityLevel::none:
       return;
     case HTTPVerbosityLevel::brief:
-      return log("REQUEST " + record.method + " '" + record.url.absoluteString() + "' " + statusText(record),
-                 std::nullopt);
+      return log("REQUEST " + record.method + " '" + url + "' " + statusText(record), std::nullopt);
     case HTTPVerbosityLevel::verbose:
-      return log(record.url.absoluteString(), verboseInformation(record));
+      return log(url, verboseInformation(record));
   }
 }
 

@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
+#include "Corvane/DebugOutput/HTTPRedaction.hpp"
 #include "Corvane/HTTPStatus.hpp"
 #include "Corvane/HTTPVerbosityLevel.hpp"
-#include "Platform/Export.hpp"
 #include "Platform/Foundation/Data.hpp"
 #include "Platform/Foundation/Dictionary.hpp"
 #include "Platform/Foundation/Error.hpp"
@@ -18,14 +18,14 @@ namespace corvane {
 namespace detail {
 
 /// The words of a command line that reproduces a request: method and URL, the request's own headers, "-v".
-CORVANE_API std::vector<std::string> curlCommandParts(const std::string& method, const platform::URL& url,
-                                                      const platform::Dictionary& headers);
+std::vector<std::string> curlCommandParts(const std::string& method, const platform::URL& url,
+                                          const platform::Dictionary& headers, const HTTPRedaction& redaction = {});
 /// The word that adds a body; absent bytes stand for a body that cannot be made.
-CORVANE_API std::string curlBodyPart(const std::optional<platform::Data>& body);
+std::string curlBodyPart(const std::optional<platform::Data>& body);
 /// The word for a body that is sent from its file: the bytes where the file is short enough to be shown, and else the
 /// file's path, which tells more than a copy in memory would.
-CORVANE_API std::string curlFilePart(const platform::URL& file);
-CORVANE_API std::string joinedWithSpaces(const std::vector<std::string>& parts);
+std::string curlFilePart(const platform::URL& file);
+std::string joinedWithSpaces(const std::vector<std::string>& parts);
 
 /// What debug output says about one exchange.
 struct DebugRecord {
@@ -37,12 +37,12 @@ struct DebugRecord {
   std::optional<platform::HTTPHeaderFields> headers;
   std::optional<platform::Data> body;
   std::optional<platform::Error> error;
+  /// Of all but `curlCommand`, from which it was left out already.
+  HTTPRedaction redaction = {};
 };
 
-/// The level at this moment.
-CORVANE_API HTTPVerbosityLevel currentVerbosity();
 /// Writes one debug record to the library's logger, at the level `brief` or `verbose`.
-CORVANE_API void printDebugOutput(HTTPVerbosityLevel level, const DebugRecord& record);
+void printDebugOutput(HTTPVerbosityLevel level, const DebugRecord& record);
 
 }  // namespace detail
 

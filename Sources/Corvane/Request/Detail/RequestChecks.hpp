@@ -1,130 +1,77 @@
 #pragma once
 
 #include <concepts>
-#include <cstdint>
-#include <optional>
-#include <string>
 
-#include "Corvane/Detail/RequirementReading.hpp"
 #include "Corvane/HTTPStatus.hpp"
 #include "Corvane/Request/BehaviourMarks.hpp"
-#include "Corvane/Request/Detail/SpellingChecks.hpp"
-#include "Corvane/Request/HTTPHeaders.hpp"
-#include "Corvane/Request/HTTPMediaType.hpp"
-#include "Corvane/Request/HTTPMethod.hpp"
+#include "Corvane/Request/Detail/MixinRequirements.hpp"
+#include "Corvane/Request/Detail/RequestRequirements.hpp"
 #include "Corvane/Responses/HTTPResponsable.hpp"
-#include "Platform/Dispatch/DispatchTime.hpp"
-#include "Platform/Foundation/URL.hpp"
+#include "Platform/Export.hpp"
 #include "Platform/Loading/URLRequest.hpp"
 
-/// The compile-time checks of a request type. A requirement of the wrong type and a missing one are refused with a
-/// sentence that says what to write.
+/// The compile-time checks of a request type. What is missing, of the wrong type or misspelt is refused with a sentence
+/// that says what to write.
 namespace corvane::detail {
-
-#define CORVANE_READS(Value, property) (requires { requires ReadsAs<decltype(&Self::property), Self, Value>; })
-#define CORVANE_READS_BOOL(property) (requires { requires ReadsExactlyAs<decltype(&Self::property), Self, bool>; })
-
-template <class Self>
-inline constexpr bool statesItsTarget = CORVANE_READS(platform::URL, baseURL) && CORVANE_READS(std::string, path) &&
-                                        CORVANE_READS(HTTPQueryItems, queryItems) && CORVANE_READS(platform::URL, url);
 
 template <class Self>
 constexpr bool checkTarget() {
-  static_assert(
-      CORVANE_READS(platform::URL, baseURL),
-      "`baseURL` must convert to URL: write `URL baseURL() const`, or a stored or static member of a type that "
-      "converts to URL");
-  static_assert(
-      CORVANE_READS(std::string, path),
-      "`path` must convert to std::string: write `std::string path() const`, or a stored or static member of a "
-      "type that converts to std::string");
-  static_assert(
-      CORVANE_READS(HTTPQueryItems, queryItems),
-      "`queryItems` must convert to HTTPQueryItems: write `HTTPQueryItems queryItems() const`, or a stored or "
-      "static member of that type");
-  static_assert(
-      CORVANE_READS(platform::URL, url),
-      "`url` must convert to URL: write `URL url() const`, or a stored or static member of a type that converts "
-      "to URL");
-  return statesItsTarget<Self>;
+  using namespace requirement;
+  return check<Self>(baseURL, path, queryItems, url);
 }
 
 template <class Self>
-inline constexpr bool readsTimeout =
-    CORVANE_READS(double, timeoutInterval) || CORVANE_READS(platform::Seconds, timeoutInterval);
-
-template <class Self>
-inline constexpr bool statesItsHead =
-    CORVANE_READS(HTTPMethod, method) && CORVANE_READS(HTTPHeaders, sharedHeaders) &&
-    CORVANE_READS(HTTPHeaders, headers) && CORVANE_READS(HTTPMediaType, acceptType) &&
-    CORVANE_READS(platform::URLRequestCachePolicy, cachePolicy) && readsTimeout<Self> &&
-    CORVANE_READS(std::optional<std::int64_t>, maximumBodyBytes);
-
-template <class Self>
-constexpr bool checkHead() {
-  static_assert(
-      requires { &Self::method; },
-      "`method` is required: write `HTTPMethod method() const`, or derive from HTTPGetRequestable or one of its "
-      "siblings");
-  static_assert(
-      !requires { &Self::method; } || CORVANE_READS(HTTPMethod, method),
-      "`method` must be an HTTPMethod: write `HTTPMethod method() const`, or a stored or static member of that type");
-  static_assert(
-      requires { &Self::sharedHeaders; },
-      "`sharedHeaders` is required: write `HTTPHeaders sharedHeaders() const`, or a stored or static member of "
-      "that type; an empty one will do");
-  static_assert(
-      !requires { &Self::sharedHeaders; } || CORVANE_READS(HTTPHeaders, sharedHeaders),
-      "`sharedHeaders` must convert to HTTPHeaders: write `HTTPHeaders sharedHeaders() const`, or a stored or "
-      "static member of that type");
-  static_assert(
-      CORVANE_READS(HTTPHeaders, headers),
-      "`headers` must convert to HTTPHeaders: write `HTTPHeaders headers() const`, or a stored or static member "
-      "of that type");
-  static_assert(
-      CORVANE_READS(HTTPMediaType, acceptType),
-      "`acceptType` must be an HTTPMediaType: write `HTTPMediaType acceptType() const`, or a stored or static "
-      "member of that type");
-  static_assert(
-      CORVANE_READS(platform::URLRequestCachePolicy, cachePolicy),
-      "`cachePolicy` must be a URLRequestCachePolicy: write `URLRequestCachePolicy cachePolicy() const`, or a "
-      "stored or static member of that type");
-  static_assert(
-      readsTimeout<Self>,
-      "`timeoutInterval` must be a number of seconds or a std::chrono duration: write `double timeoutInterval() "
-      "const`, or a stored or static member of such a type");
-  static_assert(
-      CORVANE_READS(std::optional<std::int64_t>, maximumBodyBytes),
-      "`maximumBodyBytes` must be a number of bytes: write `std::int64_t maximumBodyBytes() const`, or a stored or "
-      "static member of such a type");
-  return statesItsHead<Self>;
+constexpr bool checkDownload() {
+  if constexpr (Downloads<Self>) return check<Self>(requirement::destination, requirement::expectedDigest);
+  return true;
 }
 
 template <class Self>
-inline constexpr bool statesHowItIsSent =
-    CORVANE_READS_BOOL(shouldSend) && CORVANE_READS_BOOL(shouldWaitForConnectivity) &&
-    CORVANE_READS(std::optional<std::string>, sessionConfigurationIdentifier) &&
-    CORVANE_READS(std::string, curlCommand);
-
-template <class Self>
-constexpr bool checkSending() {
-  static_assert(
-      CORVANE_READS_BOOL(shouldSend),
-      "`shouldSend` must be a bool: write `bool shouldSend() const`, or a stored or static member of that type");
-  static_assert(
-      CORVANE_READS_BOOL(shouldWaitForConnectivity),
-      "`shouldWaitForConnectivity` must be a bool: write `bool shouldWaitForConnectivity() const`, or a stored or "
-      "static member of that type");
-  static_assert(CORVANE_READS(std::optional<std::string>, sessionConfigurationIdentifier),
-                "`sessionConfigurationIdentifier` must convert to std::optional<std::string>: write `std::string "
-                "sessionConfigurationIdentifier() const`, or a stored or static member of such a type");
-  static_assert(CORVANE_READS(std::string, curlCommand),
-                "`curlCommand` must convert to std::string: write `std::string curlCommand() const`");
-  return statesHowItIsSent<Self>;
+constexpr bool checkRequirements() {
+  using namespace requirement;
+  return checkTarget<Self>() &&
+         check<Self>(method, sharedHeaders, headers, acceptType, cachePolicy, timeoutInterval, maximumBodyBytes) &&
+         check<Self>(shouldSend, shouldWaitForConnectivity, sessionConfigurationIdentifier, curlCommand) &&
+         checkDownload<Self>();
 }
 
-#undef CORVANE_READS
-#undef CORVANE_READS_BOOL
+template <class Self, class Mixin = RequestMixin<Self>, class... Requirements>
+constexpr void checkSpellingOf(const Requirements&... requirements) {
+  (requirements.template checkSpelling<Self, Mixin>(), ...);
+}
+
+/// Refuses members that look like a requirement and are none: they would be passed over in silence.
+template <class Self>
+constexpr bool checkSpelling() {
+  using namespace requirement;
+  checkSpellingOf<Self>(baseURL, path, queryItems, sharedHeaders, headers, acceptType, cachePolicy, timeoutInterval,
+                        maximumBodyBytes, shouldSend, shouldWaitForConnectivity, sessionConfigurationIdentifier,
+                        curlCommand, contentType, contentEncoder);
+  if constexpr (Downloads<Self>) checkSpellingOf<Self, typename Self::DownloadMixin>(destination, expectedDigest);
+  CORVANE_REFUSE(isAcceptable, is_acceptable)
+  CORVANE_REFUSE(urlRequest, url_request)
+  return true;
+}
+
+template <class Self, bool isAdopted, class... Requirements>
+constexpr void refuseUnread(const Requirements&... requirements) {
+  if constexpr (!isAdopted) (requirements.template refuseUnread<Self>(), ...);
+}
+
+/// Refuses what only a mixin reads that the type has not adopted.
+template <class Self>
+constexpr bool checkAdopted() {
+  using namespace requirement;
+  refuseUnread<Self, CarriesBody<Self>>(body, contentType, contentEncoder);
+  refuseUnread<Self, Downloads<Self>>(expectedDigest);
+  // Of another type it is plain data: where a journey goes.
+  refuseUnread<Self, Downloads<Self> || !decltype(destination)::template fits<Self>>(destination);
+  refuseUnread<Self, Retries<Self>>(retryInterval, retryLimit, retryPolicy);
+  refuseUnread<Self, Polls<Self>>(pollingRate, shouldFirePoll);
+  refuseUnread<Self, Mocks<Self>>(mockStatus, mockError, mockResponseData, mockResponseTime);
+  refuseUnread<Self, TestMocks<Self>>(testStatus, testError, testResponseData);
+  return true;
+}
 
 template <class Self>
 concept BuildsURLRequest = requires(const Self& self) {
@@ -188,8 +135,7 @@ constexpr bool checkResponse() {
 template <class Self>
 inline constexpr bool isValidRequest = checkIsRequest<Self>();
 template <HasResponse Self>
-inline constexpr bool isValidRequest<Self> =
-    checkCopy<Self>() && checkSpelling<Self>() && checkTarget<Self>() && checkHead<Self>() && checkSending<Self>() &&
-    checkHooks<Self>() && checkResponse<Self>();
+inline constexpr bool isValidRequest<Self> = checkCopy<Self>() && checkSpelling<Self>() && checkAdopted<Self>() &&
+                                             checkRequirements<Self>() && checkHooks<Self>() && checkResponse<Self>();
 
 }  // namespace corvane::detail

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -14,7 +15,7 @@
 namespace corvane::detail {
 
 /// Where a request goes, as its type describes it.
-struct URLDescription {
+struct CORVANE_API URLDescription {
   platform::URL baseURL;
   std::string path;
   HTTPQueryItems queryItems;
@@ -22,11 +23,13 @@ struct URLDescription {
   std::optional<platform::URL> ownURL;
   /// Whether `queryItems` replace the query of `ownURL`; otherwise that URL is used as it is.
   bool ownURLTakesQueryItems = false;
+
+  ~URLDescription();
 };
 
 /// What a request type says about itself, read once, in this order: where there is no URL, nothing else is asked for.
 /// From here on no template is needed.
-struct RequestDescription {
+struct CORVANE_API RequestDescription {
   platform::URL url;
   platform::URLRequestCachePolicy cachePolicy;
   double timeoutInterval;
@@ -35,15 +38,19 @@ struct RequestDescription {
   HTTPHeaders sharedHeaders;
   HTTPHeaders headers;
   HTTPMethod method;
+
+  ~RequestDescription();
 };
 
 /// What a body adds to a request.
 struct BodyDescription {
   HTTPMediaType contentType;
-  /// Absent for a body that is sent from its file.
+  /// Absent for a body that is sent from its file, or made while it is sent.
   std::optional<platform::Data> bytes;
   /// The name of the coding that `bytes` are in; absent when they are as the body gave them.
   std::optional<std::string> contentEncoding;
+  /// The body that is made while it is sent, encoded; else null.
+  std::shared_ptr<platform::URLBodyStream> stream = nullptr;
 };
 
 /// The URL "/", made once. It stands for "no base" and is refused as a target.

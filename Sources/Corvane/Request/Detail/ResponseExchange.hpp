@@ -1,21 +1,41 @@
 #pragma once
 
+#include <concepts>
+#include <memory>
 #include <optional>
 #include <utility>
 
+#include "Corvane/Responses/ResponseRecord.hpp"
+#include "Corvane/Transport/Detail/ErrorResponse.hpp"
 #include "Corvane/Transport/Detail/SendPipeline.hpp"
+#include "Corvane/Transport/SendCompletion.hpp"
 #include "Platform/Dispatch/DispatchQueue.hpp"
-#include "Platform/Dispatch/UniqueFunction.hpp"
 #include "Platform/Export.hpp"
 #include "Velisand/OptionalQueue.hpp"
 
 namespace corvane::detail {
 
+/// A completion, and what it is to be called with.
+template <class Response>
+struct PendingResponse {
+  SendCompletion<Response> completion;
+  std::optional<Response> response;
+
+  void make(const TaskOutcome& outcome) {
+    response.emplace(outcome.data, outcome.url, outcome.response, outcome.error);
+    if constexpr (std::derived_from<Response, ResponseRecord>) response->metrics = outcome.metrics;
+  }
+  /// Requires: there is a response.
+  void deliver() {
+    if (completion) completion(std::move(*response));
+  }
+};
+
 /// The half of an exchange that depends on the response type only.
 template <class Response>
 class CORVANE_API ResponseExchange : public SendExchange {
  public:
-  using Completion = platform::UniqueFunction<void(Response)>;
+  using Completion = SendCompletion<Response>;
 
   /// The completion is set last, when nothing can be thrown any more: until then it is the caller's.
   explicit ResponseExchange(std::optional<platform::DispatchQueue> queue);
@@ -24,18 +44,19 @@ class CORVANE_API ResponseExchange : public SendExchange {
   bool isLongToMake(const TaskOutcome& outcome) const override;
   void makeResponse(const TaskOutcome& outcome) override;
   bool keepsFile() const override;
+  bool hasFailed() const override;
   const std::optional<platform::DispatchQueue>& completionQueue() const override { return queue_; }
+  const SendBounds& bounds() const override { return SendBounds::of(pending_.completion.bounds()); }
   void deliver() override;
 
  protected:
-  void setCompletion(Completion&& completion) noexcept { completion_ = std::move(completion); }
+  void setCompletion(Completion&& completion) noexcept { pending_.completion = std::move(completion); }
   /// Requires: one was made.
-  const Response& response() const { return *response_; }
+  const Response& response() const { return *pending_.response; }
 
  private:
   const std::optional<platform::DispatchQueue> queue_;
-  Completion completion_;
-  std::optional<Response> response_;
+  PendingResponse<Response> pending_;
 };
 
 template <class Response>
@@ -57,32 +78,40 @@ bool ResponseExchange<Response>::isLongToMake(const TaskOutcome& outcome) const 
 
 template <class Response>
 void ResponseExchange<Response>::makeResponse(const TaskOutcome& outcome) {
-  response_.emplace(outcome.data, outcome.url, outcome.response, outcome.error);
+  pending_.make(outcome);
+  if constexpr (requires { attachResponse(pending_.response->result.error(), outcome); }) {
+    attachResponse(pending_.response->result.error(), outcome);
+  }
 }
 
 // A custom response type without the member may have kept the file's URL.
 template <class Response>
 bool ResponseExchange<Response>::keepsFile() const {
-  if constexpr (requires { response_->keepsFile(); }) {
-    return response_->keepsFile();
+  if constexpr (requires { pending_.response->keepsFile(); }) {
+    return pending_.response->keepsFile();
   } else {
     return true;
   }
 }
 
 template <class Response>
+bool ResponseExchange<Response>::hasFailed() const {
+  return static_cast<bool>(pending_.response->result.error());
+}
+
+template <class Response>
 void ResponseExchange<Response>::deliver() {
-  if (completion_) completion_(std::move(*response_));
+  pending_.deliver();
 }
 
 /// Delivers the outcome of a request that could not even be copied for its way, asynchronously as any other.
 template <class Response>
 void deliverFailure(const std::optional<platform::DispatchQueue>& queue,
                     typename ResponseExchange<Response>::Completion&& completion, platform::Error error) {
-  velisand::async(queue, [completion = std::move(completion),
-                          response = Response(std::nullopt, std::nullopt, nullptr, std::move(error))]() mutable {
-    if (completion) completion(std::move(response));
-  });
+  auto pending = std::make_unique<PendingResponse<Response>>();
+  pending->make({.data = {}, .url = {}, .response = nullptr, .error = std::move(error)});
+  pending->completion = std::move(completion);
+  velisand::async(queue, [pending = std::move(pending)] { pending->deliver(); });
 }
 
 }  // namespace corvane::detail

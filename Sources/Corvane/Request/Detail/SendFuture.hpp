@@ -1,13 +1,16 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <utility>
 
 #include "Corvane/Detail/RequirementReading.hpp"
-#include "Corvane/Errors/HTTPResponseError.hpp"
 #include "Corvane/Responses/HTTPResponse.hpp"
-#include "Corvane/Transport/SendCancellation.hpp"
-#include "Platform/Dispatch/UniqueFunction.hpp"
+#include "Corvane/Transport/SendCompletion.hpp"
+#include "Platform/Export.hpp"
+#include "Platform/Foundation/Data.hpp"
+#include "Platform/Foundation/Error.hpp"
+#include "Platform/Loading/URLResponse.hpp"
 #include "Velisand/Future.hpp"
 #include "Velisand/OptionalQueue.hpp"
 
@@ -26,6 +29,10 @@ struct BodyOfResponse<Response> {
 template <class Response>
 using BodyOf = typename BodyOfResponse<Response>::Type;
 
+/// `HTTPResponseError::noContent`, with the response that it came with.
+CORVANE_API platform::Error noContent(const std::shared_ptr<const platform::URLResponse>& response,
+                                      const std::optional<platform::Data>& data);
+
 /// Settles a future by a response: its error, else its body, else `HTTPResponseError::noContent`.
 template <class Response>
 void fulfill(const velisand::Future<HTTPResponse<BodyOf<Response>>>& future, Response& response) {
@@ -37,31 +44,38 @@ void fulfill(const velisand::Future<HTTPResponse<BodyOf<Response>>>& future, Res
     } else if (auto* body = result.body()) {
       future.markCompletion(HTTPResponse<BodyOf<Response>>(response, std::move(*body)));
     } else {
-      future.markFailure(HTTPResponseError::noContent());
+      future.markFailure(noContent(read(&Response::urlResponse, response), read(&Response::data, response)));
     }
   } catch (...) {
     future.markFailure(platform::Error::current());  // as where there is no memory for a copy
   }
 }
 
-/// A send in the form of a future: the future, and what to send with to complete it, in the scope of the cancellation.
+/// Completed on that queue, else on the caller's, where there is one, which is put in its place.
+template <class Value>
+velisand::Future<Value> openFuture(std::optional<platform::DispatchQueue>& queue) {
+  if (!queue) queue = velisand::currentQueue();
+  return queue ? velisand::Future<Value>::completedOn(*queue) : velisand::Future<Value>();
+}
+
+/// A send in the form of a future: the future, and what to send with to complete it, which stops with it.
 template <class Response>
 struct CORVANE_API SendFuture {
-  /// On the caller's queue, where there is one.
-  static SendFuture make();
+  static SendFuture make(const SendOptions& options = {});
 
   velisand::Future<HTTPResponse<BodyOf<Response>>> future;
   std::optional<platform::DispatchQueue> queue;
-  platform::UniqueFunction<void(Response)> completion;
-  SendCancellation cancellation;
+  SendCompletion<Response> completion;
 };
 
 template <class Response>
-SendFuture<Response> SendFuture<Response>::make() {
-  using Outcome = velisand::Future<HTTPResponse<BodyOf<Response>>>;
-  auto queue = velisand::currentQueue();
-  const auto future = queue ? Outcome::completedOn(*queue) : Outcome();
-  return {future, std::move(queue), [future](Response response) { fulfill(future, response); }, cancellationOf(future)};
+SendFuture<Response> SendFuture<Response>::make(const SendOptions& options) {
+  auto queue = options.queue;
+  const auto future = openFuture<HTTPResponse<BodyOf<Response>>>(queue);
+  SendCompletion<Response> completion([future](Response&& response) { fulfill(future, response); },
+                                      SendBounds::by(future.stopToken()));
+  completion.add(options);
+  return {future, std::move(queue), std::move(completion)};
 }
 
 }  // namespace corvane::detail

@@ -4,6 +4,8 @@
 #include <utility>
 
 #include "Corvane/Request/BehaviourMarks.hpp"
+#include "Corvane/Request/Detail/SendGate.hpp"
+#include "Corvane/Transport/SendOptions.hpp"
 #include "Platform/Dispatch/DispatchQueue.hpp"
 
 namespace corvane::detail {
@@ -30,48 +32,81 @@ constexpr SendRoute singleRoute() {
 /// Decides, from what a request type adopts, which route `send` takes. A polling type's leads on to its single route;
 /// retrying leaves `send` as it is, and starts one for each attempt.
 ///
-/// A type that declares a `send(queue, completion)` of its own never comes here: its own is called instead.
+/// A type that declares a `send` of its own never comes here: its own is called instead.
 template <class Request>
 constexpr SendRoute sendRoute() {
   return Polls<Request> ? SendRoute::polling : singleRoute<Request>();
 }
 
-/// `progress` is the handler of a transfer, or nothing.
-template <class Request, class Completion, class... Progress>
-void dispatchSingleSend(const Request& request, std::optional<platform::DispatchQueue> queue, Completion completion,
-                        Progress... progress) {
+/// `progress` is for a transfer.
+template <class Request>
+void dispatchSingleSend(const Request& request, std::optional<platform::DispatchQueue> queue,
+                        HTTPProgressHandler progress, CompletionOf<Request> completion) {
   constexpr SendRoute route = singleRoute<Request>();
   if constexpr (route == SendRoute::testResponse) {
     request.test(std::move(queue), std::move(completion));
   } else if constexpr (route == SendRoute::mockResponse) {
     request.mock(std::move(queue), std::move(completion));
-  } else if constexpr (route == SendRoute::transfer && sizeof...(Progress) == 0) {
-    request.sendToNetwork(std::move(queue), nullptr, std::move(completion));
+  } else if constexpr (route == SendRoute::transfer) {
+    request.sendToNetwork(std::move(queue), std::move(progress), std::move(completion));
   } else {
-    request.sendToNetwork(std::move(queue), std::move(progress)..., std::move(completion));
+    request.sendToNetwork(std::move(queue), std::move(completion));
   }
 }
 
-/// `send` as behaviours call it; a `send` of the type's own is honoured, which takes the progress of a transfer, too.
-template <class Request, class Completion>
-void sendViaRequest(const Request& request, std::optional<platform::DispatchQueue> queue, Completion completion) {
-  if constexpr (Transfers<Request>) {
-    request.send(std::move(queue), nullptr, std::move(completion));
-  } else {
-    request.send(std::move(queue), std::move(completion));
-  }
-}
-
-/// Every way of sending starts here.
-template <class Request, class Completion, class... Progress>
-void dispatchSend(const Request& request, std::optional<platform::DispatchQueue> queue, Completion completion,
-                  Progress... progress) {
+/// What the library's `send` does.
+template <class Request>
+void dispatchSend(const Request& request, std::optional<platform::DispatchQueue> queue, HTTPProgressHandler progress,
+                  CompletionOf<Request> completion) {
   if constexpr (!checkBehaviours<Request>()) {
     return;
   } else if constexpr (sendRoute<Request>() == SendRoute::polling) {
-    Request::firePoll(request, std::move(queue), std::move(completion), std::move(progress)...);
+    Request::firePoll(request, std::move(queue), std::move(completion), std::move(progress));
   } else {
-    dispatchSingleSend(request, std::move(queue), std::move(completion), std::move(progress)...);
+    dispatchSingleSend(request, std::move(queue), std::move(progress), std::move(completion));
+  }
+}
+
+// Which `send` of a request type is the library's. One of the type's own hides it, or is chosen before it.
+
+template <class Request>
+void takesInherited(void (RequestMixin<Request>::*)(std::optional<platform::DispatchQueue>, CompletionOf<Request>)
+                        const);
+template <class Request>
+void takesInheritedWithOptions(void (RequestMixin<Request>::*)(SendOptions, CompletionOf<Request>) const);
+template <class Request>
+void takesInheritedTransfer(void (Request::TransferMixin::*)(std::optional<platform::DispatchQueue>,
+                                                             HTTPProgressHandler, CompletionOf<Request>) const);
+
+/// The type declares a `send(options, completion)`.
+template <class Request>
+concept SendsWithOptions = requires(const Request& request, SendOptions options, CompletionOf<Request> completion) {
+  request.send(std::move(options), std::move(completion));
+} && !requires { detail::takesInheritedWithOptions<Request>(&Request::send); };
+
+/// The type declares a `send(queue, completion)`, or a `send(queue, progress, completion)` if it is a transfer.
+template <class Request>
+inline constexpr bool sendsByItself = !requires { detail::takesInherited<Request>(&Request::send); };
+template <Transfers Request>
+inline constexpr bool sendsByItself<Request> = !requires { detail::takesInheritedTransfer<Request>(&Request::send); };
+
+/// Sends in whatever form. Everything but the library's own `send(queue, completion)`, which a `send` of the type's own
+/// may call, comes here, with a completion that carries the options.
+template <class Request>
+void sendByForm(const Request& request, std::optional<platform::DispatchQueue> queue, HTTPProgressHandler progress,
+                CompletionOf<Request> completion) {
+  if constexpr (SendsWithOptions<Request>) {
+    SendOptions options = completion.options(queue);
+    options.progress = std::move(progress);
+    request.send(std::move(options), SendGate<ResponseOf<Request>>::before(queue, std::move(completion)));
+  } else {
+    if constexpr (sendsByItself<Request>)
+      completion = SendGate<ResponseOf<Request>>::before(queue, std::move(completion));
+    if constexpr (Transfers<Request>) {
+      request.send(std::move(queue), std::move(progress), std::move(completion));
+    } else {
+      request.send(std::move(queue), std::move(completion));
+    }
   }
 }
 

@@ -6,6 +6,7 @@
 
 #include "Corvane/Request/Detail/Misuses.hpp"
 #include "Corvane/Request/HTTPRequestable.hpp"
+#include "Corvane/Transfers/Detail/TransferPipeline.hpp"
 #include "Corvane/Transfers/TransferFuture.hpp"
 #include "Corvane/Transport/HTTPProgress.hpp"
 
@@ -23,6 +24,7 @@ class TransferRequestable : public HTTPRequestable<Self, ResponseType>, public T
   using Base::send;
   using typename Base::Completion;
   using typename Base::Response;
+  using TransferMixin = TransferRequestable;
 
   /// The same as the other forms, with progress: see `HTTPProgressHandler`. The handler may be null. A mock has no
   /// progress to tell of.
@@ -30,6 +32,11 @@ class TransferRequestable : public HTTPRequestable<Self, ResponseType>, public T
   /// The same with progress and completion on the main queue.
   void send(HTTPProgressHandler progress, Completion completion) const;
   TransferFuture<typename Base::ResponseBody> send() const;
+  /// The same with options by name; their progress handler is one of the future's.
+  template <std::same_as<SendOptions> Options = SendOptions>
+  TransferFuture<typename Base::ResponseBody> send(Options options) const {
+    return sendForFuture(std::move(options));
+  }
 
   // Chosen for what is no completion; does not compile.
   template <class Refused = Self>
@@ -40,9 +47,15 @@ class TransferRequestable : public HTTPRequestable<Self, ResponseType>, public T
   /// The plain route: validates, builds the URL request, and moves the body on a session.
   void sendToNetwork(std::optional<platform::DispatchQueue> queue, HTTPProgressHandler progress,
                      Completion completion) const;
+  template <std::same_as<SendOptions> Options = SendOptions>
+  void sendToNetwork(Options options, Completion completion) const {
+    completion.add(options);
+    sendToNetwork(std::move(options.queue), std::move(options.progress), std::move(completion));
+  }
 
  private:
   const Self& self() const { return static_cast<const Self&>(*this); }
+  TransferFuture<typename Base::ResponseBody> sendForFuture(SendOptions options) const;
 };
 
 // Defined out of the class, so that the library's own request types are compiled once, in the library.
@@ -50,8 +63,13 @@ class TransferRequestable : public HTTPRequestable<Self, ResponseType>, public T
 template <class Self, class ResponseType, TransferRoute route>
 void TransferRequestable<Self, ResponseType, route>::send(std::optional<platform::DispatchQueue> queue,
                                                           HTTPProgressHandler progress, Completion completion) const {
-  if constexpr (isValidRequest<Self>)
-    dispatchSend(self(), std::move(queue), std::move(completion), std::move(progress));
+  if constexpr (isValidRequest<Self>) {
+    if constexpr (SendsWithOptions<Self>) {
+      sendByForm(self(), std::move(queue), std::move(progress), std::move(completion));
+    } else {
+      dispatchSend(self(), std::move(queue), std::move(progress), std::move(completion));
+    }
+  }
 }
 
 template <class Self, class ResponseType, TransferRoute route>
@@ -61,15 +79,21 @@ void TransferRequestable<Self, ResponseType, route>::send(HTTPProgressHandler pr
 
 template <class Self, class ResponseType, TransferRoute route>
 auto TransferRequestable<Self, ResponseType, route>::send() const -> TransferFuture<typename Base::ResponseBody> {
-  auto outcome = SendFuture<Response>::make();
+  return sendForFuture(detail::noOptions());
+}
+
+template <class Self, class ResponseType, TransferRoute route>
+auto TransferRequestable<Self, ResponseType, route>::sendForFuture(SendOptions options) const
+    -> TransferFuture<typename Base::ResponseBody> {
+  auto outcome = SendFuture<Response>::make(options);
   TransferFuture<typename Base::ResponseBody> future(std::move(outcome.future));
   const auto handlers = future.handlers();
-  Completion completion = [handlers, complete = std::move(outcome.completion)](Response response) mutable {
+  handlers->append(outcome.queue, std::move(options.progress));
+  Completion completion = std::move(outcome.completion).wrapping([handlers](Completion& inner, Response response) {
     handlers->end();
-    complete(std::move(response));
-  };
-  const SendCancellation::Scope scope(outcome.cancellation);
-  self().send(std::move(outcome.queue), HTTPProgressHandler(handlers), std::move(completion));
+    inner(std::move(response));
+  });
+  sendByForm(self(), std::move(outcome.queue), HTTPProgressHandler(handlers), std::move(completion));
   return future;
 }
 
@@ -79,11 +103,11 @@ void TransferRequestable<Self, ResponseType, route>::sendToNetwork(std::optional
                                                                    Completion completion) const {
   const auto relay = progressRelay(std::move(progress));
   if (relay) {
-    completion = [relay, completion = std::move(completion)](Response response) mutable {
-      end(*relay, [completion = std::move(completion), response = std::move(response)]() mutable {
-        if (completion) completion(std::move(response));
+    completion = std::move(completion).wrapping([relay](Completion& inner, Response response) {
+      end(*relay, [inner = std::move(inner), response = std::move(response)]() mutable {
+        if (inner) inner(std::move(response));
       });
-    };
+    });
   }
   if (auto sent = TypedExchange<Self>::make(self(), std::move(queue), std::move(completion))) {
     route(std::move(sent), relay);

@@ -1,16 +1,18 @@
 #include "Corvane/Transport/Detail/SendPipeline.hpp"
 
+#include <optional>
 #include <utility>
 
+#include "Corvane/DebugOutput/Detail/Redactions.hpp"
 #include "Corvane/Detail/ModuleLogger.hpp"
 #include "Corvane/Errors/CFNetworkErrors.hpp"
-#include "Corvane/Errors/HTTPNetworkForbiddenError.hpp"
 #include "Corvane/Errors/HTTPResponseError.hpp"
 #include "Corvane/Settings.hpp"
-#include "Corvane/Transport/HTTPService.hpp"
-#include "Corvane/Transport/Internal/ProgressRelay.hpp"
+#include "Corvane/Transport/HTTPClientConfiguration.hpp"
+#include "Corvane/Transport/Internal/InterceptedKinds.hpp"
 #include "Corvane/Transport/Internal/RelocatedFile.hpp"
-#include "Corvane/Transport/SendCancellation.hpp"
+#include "Corvane/Transport/Internal/Sending.hpp"
+#include "Corvane/Transport/Internal/SentOutput.hpp"
 #include "Corvane/Transport/TaskManager.hpp"
 #include "Platform/Loading/URLErrorCodes.hpp"
 #include "Platform/Loading/URLSession.hpp"
@@ -23,125 +25,10 @@ namespace corvane::detail {
 using platform::DispatchQueue;
 using platform::Error;
 using platform::HTTPURLResponse;
-using platform::URL;
 using platform::URLResponse;
 using platform::URLSessionTask;
 
 namespace {
-
-using platform::Data;
-using platform::TemporaryFile;
-using platform::URLRequest;
-using platform::URLSession;
-
-/// Watches a task from before it runs until its outcome was processed.
-using ObservationSlot = std::shared_ptr<platform::ProgressObservation>;
-
-ObservationSlot slotFor(const std::shared_ptr<ProgressRelay>& relay) {
-  return relay ? std::make_shared<platform::ProgressObservation>() : nullptr;
-}
-
-/// One exchange on its way, with what its task is made of.
-struct Sending {
-  std::shared_ptr<SendExchange> exchange;
-  std::shared_ptr<ProgressRelay> relay;
-  SessionKey sessionKey;
-  URLRequest request;
-  /// The body of an upload that is sent from its file.
-  std::optional<URL> bodyFile;
-  std::optional<SendCancellation> cancellation;
-};
-
-using TaskMaker = std::shared_ptr<URLSessionTask> (*)(const std::shared_ptr<Sending>& sending, URLSession& session,
-                                                      const ObservationSlot& slot);
-
-void begin(const std::shared_ptr<Sending>& sending, TaskMaker makeTask);
-
-/// The session was closed between the moment when it was chosen and that when its task began: nothing was sent.
-bool wasTurnedAway(const std::optional<Error>& error) {
-  return error && error->domain() == platform::NSURLErrorDomain &&
-         error->userInfo().contains(platform::URLErrorKey::sessionWasClosed);
-}
-
-void beginAgain(const std::shared_ptr<Sending>& sending, TaskMaker makeTask) {
-  try {
-    begin(sending, makeTask);
-  } catch (...) {
-    report(sending->exchange, Error::current());
-  }
-}
-
-template <TaskMaker makeTask>
-URLSession::DataCompletion dataCompletion(std::shared_ptr<Sending> sending, ObservationSlot slot) {
-  return [sending = std::move(sending), slot = std::move(slot)](
-             std::optional<Data> data, std::shared_ptr<const URLResponse> response, std::optional<Error> error) {
-    if (wasTurnedAway(error)) {
-      beginAgain(sending, makeTask);
-    } else {
-      processTaskCompletion(sending->exchange, {std::move(data), std::nullopt, std::move(response), std::move(error)});
-    }
-    if (slot) slot->invalidate();
-  };
-}
-
-template <TaskMaker makeTask>
-URLSession::DownloadCompletion downloadCompletion(std::shared_ptr<Sending> sending, ObservationSlot slot) {
-  return [sending = std::move(sending), slot = std::move(slot)](std::optional<TemporaryFile> received,
-                                                                std::shared_ptr<const URLResponse> response,
-                                                                std::optional<Error> error) {
-    if (wasTurnedAway(error)) {
-      beginAgain(sending, makeTask);
-      if (slot) slot->invalidate();
-      return;
-    }
-    TaskOutcome outcome{std::nullopt, std::nullopt, std::move(response), std::move(error)};
-    try {
-      if (received) {
-        outcome.file = RelocatedFile::relocate(*std::move(received), outcome.response.get());
-        outcome.url = outcome.file->url();
-      }
-    } catch (...) {
-      outcome.error = Error::current();
-    }
-    processTaskCompletion(sending->exchange, std::move(outcome));
-    if (slot) slot->invalidate();
-  };
-}
-
-URLRequest permittedRequest(const SendExchange& exchange) {
-  URLRequest request = exchange.urlRequest();
-  const bool usesNetwork = !request.url.isFileURL();
-  if (usesNetwork && Corvane::isNetworkForbidden) throw HTTPNetworkForbiddenError(request.httpMethod, request.url);
-  return request;
-}
-
-std::shared_ptr<URLSessionTask> makeDataTask(const std::shared_ptr<Sending>& sending, URLSession& session,
-                                             const ObservationSlot& slot) {
-  return session.dataTask(sending->request, dataCompletion<makeDataTask>(sending, slot));
-}
-
-std::shared_ptr<URLSessionTask> makeDownloadTask(const std::shared_ptr<Sending>& sending, URLSession& session,
-                                                 const ObservationSlot& slot) {
-  return session.downloadTask(sending->request, downloadCompletion<makeDownloadTask>(sending, slot));
-}
-
-std::shared_ptr<URLSessionTask> makeUploadTask(const std::shared_ptr<Sending>& sending, URLSession& session,
-                                               const ObservationSlot& slot) {
-  auto completion = dataCompletion<makeUploadTask>(sending, slot);
-  if (sending->bodyFile) return session.uploadTask(sending->request, *sending->bodyFile, std::move(completion));
-  return session.uploadTask(sending->request, sending->request.httpBody.value_or(Data()), std::move(completion));
-}
-
-/// Registers the task, and starts it.
-void begin(const std::shared_ptr<Sending>& sending, TaskMaker makeTask) {
-  const auto session = HTTPService::shared().urlSession(sending->sessionKey);
-  const ObservationSlot slot = slotFor(sending->relay);
-  const auto task = makeTask(sending, *session, slot);
-  if (slot) *slot = sending->relay->observe(task, sending->exchange->completionQueue());
-  insertTaskIntoTaskManager(*sending->exchange, task);
-  if (sending->cancellation) sending->cancellation->reaches<&URLSessionTask::cancel>(task);
-  task->resume();
-}
 
 void deliver(std::shared_ptr<SendExchange> exchange) {
   removeFromTaskManager(*exchange);
@@ -149,7 +36,7 @@ void deliver(std::shared_ptr<SendExchange> exchange) {
   velisand::async(queue, [exchange = std::move(exchange)] { exchange->deliver(); });
 }
 
-[[noreturn]] void throwMapped(const Error& error) {
+[[noreturn]] void throwMapped(const Error& error, const SendBounds& bounds) {
   if (error.domain() == platform::kCFErrorDomainCFNetwork) {
     const std::int64_t code = error.code();
     if (!std::in_range<std::int32_t>(code)) platform::trap("A CFNetwork error code does not fit in 32 bits");
@@ -157,7 +44,7 @@ void deliver(std::shared_ptr<SendExchange> exchange) {
   }
   const bool wasCancelled =
       error.domain() == platform::NSURLErrorDomain && error.code() == platform::URLErrorCode::cancelled;
-  if (wasCancelled) throw HTTPResponseError::taskCancelled();
+  if (wasCancelled) throw bounds.error(&error);
   throw error;
 }
 
@@ -178,33 +65,38 @@ SendExchange::~SendExchange() = default;
 
 namespace {
 
-void send(std::shared_ptr<SendExchange> exchange, std::shared_ptr<ProgressRelay> relay, TaskMaker makeTask) {
-  try {
-    if (!exchange->shouldSend()) return;
-    exchange->validate();
-    auto sessionKey = exchange->sessionKey();
-    const auto sending = std::make_shared<Sending>(Sending{.exchange = exchange,
-                                                           .relay = std::move(relay),
-                                                           .sessionKey = std::move(sessionKey),
-                                                           .request = permittedRequest(*exchange),
-                                                           .bodyFile = {},
-                                                           .cancellation = SendCancellation::current()});
-    if (makeTask == makeUploadTask) {
-      sending->bodyFile = exchange->bodyFile();
-      // What the request's headers speak of is what it built beside them.
-      if (!sending->bodyFile && !sending->request.httpBody) sending->request.httpBody = exchange->bodyBytes();
-    }
-    begin(sending, makeTask);
-  } catch (...) {
-    report(std::move(exchange), Error::current());
+class SendingOfData final : public Sending {
+ public:
+  using Sending::Sending;
+
+  static void intercept(Parts parts) {
+    Interception::start(std::move(parts), std::make_unique<InterceptedKindOf<SendingOfData, HTTPExchangeKind::data>>());
   }
-}
+
+ private:
+  std::shared_ptr<URLSessionTask> makeTask(platform::URLSession& session) override {
+    return session.dataTask(request(), dataCompletion());
+  }
+};
 
 /// Debug output reports on a request; what it cannot read there is no outcome.
 void printDebugOutput(const SendExchange& exchange, const TaskOutcome& received) {
-  if (const auto error = errorThrownBy([&] { exchange.printDebugOutput(received); })) {
+  if (Corvane::verbosity == HTTPVerbosityLevel::none) return;
+  const auto print = [&] {
+    const RedactionScope redacting(exchange.sessionKey().sessionConfigurationIdentifier,
+                                   exchange.client ? &exchange.client->redaction : nullptr);
+    received.sent ? printSent(exchange, received) : exchange.printDebugOutput(received);
+  };
+  if (const auto error = errorThrownBy(print)) {
     moduleLogger().error("Debug output could not be made: " + error->message());
   }
+}
+
+/// A file at the caller's destination is there after a success, whatever the response was made of; any other file
+/// belongs to the response, or to nobody.
+void settle(RelocatedFile& file, const SendExchange& exchange) {
+  const bool isKept = file.isAtDestination() ? !exchange.hasFailed() : exchange.keepsFile();
+  isKept ? file.keep() : file.remove();
 }
 
 /// What follows when the response was made: the request's hooks, debug output and the delivery. When it throws, nothing
@@ -215,7 +107,7 @@ void conclude(const std::shared_ptr<SendExchange>& exchange, const TaskOutcome& 
     exchange->makeResponse(outcome);
   }
   printDebugOutput(*exchange, received);
-  if (outcome.file) exchange->keepsFile() ? outcome.file->keep() : outcome.file->remove();
+  if (outcome.file) settle(*outcome.file, *exchange);
   deliver(exchange);
 }
 
@@ -229,14 +121,8 @@ void concludeOrReport(const std::shared_ptr<SendExchange>& exchange, const TaskO
 
 }  // namespace
 
-void sendToNetwork(std::shared_ptr<SendExchange> exchange) { send(std::move(exchange), nullptr, makeDataTask); }
-
-void download(std::shared_ptr<SendExchange> exchange, std::shared_ptr<ProgressRelay> relay) {
-  send(std::move(exchange), std::move(relay), makeDownloadTask);
-}
-
-void upload(std::shared_ptr<SendExchange> exchange, std::shared_ptr<ProgressRelay> relay) {
-  send(std::move(exchange), std::move(relay), makeUploadTask);
+void sendToNetwork(std::shared_ptr<SendExchange> exchange) {
+  Sending::start<SendingOfData>(std::move(exchange), nullptr);
 }
 
 void processTaskCompletion(std::shared_ptr<SendExchange> exchange, TaskOutcome outcome) {
@@ -271,7 +157,7 @@ void concludeExchange(std::shared_ptr<SendExchange> exchange, TaskOutcome receiv
 }
 
 void check(const SendExchange& exchange, const TaskOutcome& outcome) {
-  if (outcome.error) throwMapped(*outcome.error);
+  if (outcome.error) throwMapped(*outcome.error, exchange.bounds());
   const auto status = httpStatus(outcome.response.get());
   if (status && exchange.isAcceptable(*status)) return;
   throw HTTPResponseError::unacceptableStatus(status.value_or(HTTPStatus::unknown));

@@ -2,8 +2,10 @@
 
 #include <memory>
 #include <optional>
+#include <typeinfo>
 
 #include "Corvane/HTTPStatus.hpp"
+#include "Corvane/Transport/Detail/SendBounds.hpp"
 #include "Corvane/Transport/SessionKey.hpp"
 #include "Platform/Dispatch/DispatchQueue.hpp"
 #include "Platform/Dispatch/UniqueFunction.hpp"
@@ -16,12 +18,16 @@
 #include "Platform/Loading/URLResponse.hpp"
 
 namespace platform {
+struct DownloadOptions;
 class URLSessionTask;
-}
+struct TaskMetrics;
+}  // namespace platform
 
 namespace corvane {
+class HTTPProgress;
 class HTTPProgressHandler;
-}
+struct HTTPClientConfiguration;
+}  // namespace corvane
 
 namespace corvane::detail {
 
@@ -36,6 +42,10 @@ struct TaskOutcome {
   std::optional<platform::Error> error;
   /// The file at `url`, where that is a downloaded one.
   std::shared_ptr<RelocatedFile> file = nullptr;
+  /// Null where no task began.
+  std::shared_ptr<const platform::TaskMetrics> metrics = nullptr;
+  /// What led to it, where interceptors may have changed the request; else null.
+  std::shared_ptr<const platform::URLRequest> sent = nullptr;
 };
 
 /// One request on its way, seen by the pipeline: a copy of the request, the caller's completion, and in the
@@ -54,6 +64,10 @@ class CORVANE_API SendExchange {
   virtual std::optional<platform::URL> bodyFile() const = 0;
   /// The body in memory, encoded; absent for a request without one.
   virtual std::optional<platform::Data> bodyBytes() const = 0;
+  /// Fills in what is to become of the file of a download.
+  virtual void describeDownload(platform::DownloadOptions& options) const = 0;
+  /// The type of the request.
+  virtual const std::type_info& requestType() const = 0;
   /// Absent for a request that cannot be cancelled.
   virtual std::optional<platform::UUID> uuid() const = 0;
 
@@ -63,14 +77,21 @@ class CORVANE_API SendExchange {
   virtual void makeResponse(const TaskOutcome& outcome) = 0;
   /// Whether the response built last has handed a downloaded file on.
   virtual bool keepsFile() const = 0;
+  /// Whether the response built last is a failure.
+  virtual bool hasFailed() const = 0;
   /// The request's judgement on the response built last.
   virtual void validateResponse() const = 0;
   virtual void printDebugOutput(const TaskOutcome& outcome) const = 0;
 
   /// Where the caller wants to be called; absent: the main queue.
   virtual const std::optional<platform::DispatchQueue>& completionQueue() const = 0;
+  /// What ends the exchange early.
+  virtual const SendBounds& bounds() const = 0;
   /// Calls the caller's completion with the response built last. Once.
   virtual void deliver() = 0;
+
+  /// What it is sent with. Set before its task begins; null where nothing was set for it.
+  std::shared_ptr<const HTTPClientConfiguration> client;
 };
 
 // The route of one data request. Every outcome, an exception from a hook included, reaches the completion as a
@@ -83,16 +104,11 @@ CORVANE_API void sendToNetwork(std::shared_ptr<SendExchange> exchange);
 
 /// Null for an empty handler.
 CORVANE_API std::shared_ptr<ProgressRelay> progressRelay(HTTPProgressHandler handler);
+/// Calls the handler on the queue, asynchronously, unless it has ended by then.
+CORVANE_API void tell(const std::shared_ptr<ProgressRelay>& relay, const std::optional<platform::DispatchQueue>& queue,
+                      const HTTPProgress& progress);
 /// No more progress: `whenQuiet` is called when the handler is not being called.
 CORVANE_API void end(ProgressRelay& relay, platform::Block whenQuiet);
-
-// The same route with another kind of task. The relay is null when there is no progress handler.
-
-/// The response is written to a file, which gets a temporary directory of its own and the name that the response
-/// suggests. It is removed when the response does not hand it on.
-CORVANE_API void download(std::shared_ptr<SendExchange> exchange, std::shared_ptr<ProgressRelay> relay);
-/// The body is sent from a file or from memory.
-CORVANE_API void upload(std::shared_ptr<SendExchange> exchange, std::shared_ptr<ProgressRelay> relay);
 
 /// What follows when the task is done: judges the outcome, builds and validates the response, prints debug
 /// output, and delivers. Runs on the queue of the caller, which is the session's delegate queue, up to the

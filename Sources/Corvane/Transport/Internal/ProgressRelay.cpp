@@ -67,6 +67,11 @@ std::shared_ptr<ProgressRelay> progressRelay(HTTPProgressHandler handler) {
   return handler ? std::make_shared<ProgressRelay>(std::move(handler)) : nullptr;
 }
 
+void tell(const std::shared_ptr<ProgressRelay>& relay, const std::optional<platform::DispatchQueue>& queue,
+          const HTTPProgress& progress) {
+  velisand::async(queue, [relay, progress] { relay->call(progress); });
+}
+
 void end(ProgressRelay& relay, platform::Block whenQuiet) { relay.end(std::move(whenQuiet)); }
 
 }  // namespace corvane::detail

@@ -7,7 +7,6 @@
 #include "Corvane/Detail/ModuleLogger.hpp"
 #include "Corvane/TemporaryDirectory.hpp"
 #include "Platform/Foundation/Error.hpp"
-#include "Platform/Foundation/FileManager.hpp"
 #include "Vantorel/Logger.hpp"
 
 namespace corvane::detail {
@@ -45,6 +44,12 @@ std::shared_ptr<RelocatedFile> RelocatedFile::relocate(TemporaryFile received, c
                          failureLine);
     return std::make_shared<RelocatedFile>(std::move(received), TemporaryFile());
   }
+}
+
+std::shared_ptr<RelocatedFile> RelocatedFile::atDestination(TemporaryFile received) {
+  auto file = std::make_shared<RelocatedFile>(std::move(received), TemporaryFile());
+  file->isAtDestination_ = true;
+  return file;
 }
 
 RelocatedFile::RelocatedFile(TemporaryFile file, TemporaryFile directory)

@@ -1,10 +1,9 @@
 #include "Platform/Dispatch/Internal/ExecutorQueueCore.hpp"
 
-#include <exception>
 #include <iterator>
-#include <new>
 
 #include "Platform/Detail/Locking.hpp"
+#include "Platform/Detail/TrapException.hpp"
 #include "Platform/Trap.hpp"
 
 namespace platform::detail {
@@ -51,10 +50,9 @@ class ExecutorQueueCore::Drain {
 void ExecutorQueueCore::submitDrain() noexcept {
   try {
     executor_(Drain(shared_from_this()));
-  } catch (const std::bad_alloc&) {
-    trapWith({"out of memory in the executor of the queue \"", label(), "\""});
-  } catch (const std::exception& error) {
-    trapWith({"The executor of the queue \"", label(), "\" threw: ", error.what()});
+  } catch (...) {
+    trapException({"out of memory in the executor of the queue \"", label(), "\""},
+                  {"The executor of the queue \"", label(), "\" threw"});
   }
 }
 

@@ -10,7 +10,7 @@
 namespace platform::detail {
 namespace {
 
-timespec monotonic(Deadline::Point point) {
+timespec monotonic(WaitDeadline::Point point) {
   const auto sinceStart = std::chrono::duration_cast<std::chrono::nanoseconds>(point.time_since_epoch()).count();
   timespec time{};
   time.tv_sec = static_cast<time_t>(sinceStart / 1'000'000'000);
@@ -20,7 +20,7 @@ timespec monotonic(Deadline::Point point) {
 
 }  // namespace
 
-void futexWait(const std::atomic<std::uint32_t>& word, std::uint32_t expected, const Deadline& deadline) {
+void futexWait(const std::atomic<std::uint32_t>& word, std::uint32_t expected, const WaitDeadline& deadline) {
   static_assert(sizeof(word) == sizeof(std::uint32_t) && std::atomic<std::uint32_t>::is_always_lock_free);
   timespec until{};
   const timespec* limit = nullptr;

@@ -3,12 +3,12 @@
 #include <atomic>
 #include <cstdint>
 
-#include "Platform/Dispatch/Internal/Deadline.hpp"
+#include "Platform/Dispatch/Internal/WaitDeadline.hpp"
 
 namespace platform::detail {
 
 /// Sleeps while `word` holds `expected`, until woken or until the deadline. May wake for no reason (futex(2)).
-void futexWait(const std::atomic<std::uint32_t>& word, std::uint32_t expected, const Deadline& deadline);
+void futexWait(const std::atomic<std::uint32_t>& word, std::uint32_t expected, const WaitDeadline& deadline);
 
 /// Wakes the threads that sleep on the word. Only the address is used: the word itself may be gone already.
 void futexWake(const std::atomic<std::uint32_t>* word);
@@ -22,10 +22,10 @@ class Event {
     if (state_.exchange(isSet, std::memory_order_acq_rel) == isAwaited) futexWake(word);
   }
 
-  void wait() { wait(Deadline(Seconds::unlimited())); }
+  void wait() { wait(WaitDeadline(Seconds::unlimited())); }
 
   /// False when the deadline passed first.
-  bool wait(const Deadline& deadline) {
+  bool wait(const WaitDeadline& deadline) {
     auto state = isUnset;
     state_.compare_exchange_strong(state, isAwaited, std::memory_order_acq_rel, std::memory_order_acquire);
     while (state_.load(std::memory_order_acquire) != isSet) {

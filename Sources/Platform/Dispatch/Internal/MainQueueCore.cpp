@@ -1,9 +1,9 @@
 #include "Platform/Dispatch/Internal/MainQueueCore.hpp"
 
-#include <exception>
 #include <new>
 
 #include "Platform/Detail/Locking.hpp"
+#include "Platform/Detail/TrapException.hpp"
 #include "Platform/Dispatch/DispatchHint.hpp"
 #include "Platform/Dispatch/Internal/LocalQueues.hpp"
 #include "Platform/Trap.hpp"
@@ -20,10 +20,9 @@ constexpr const char* nothingDrains =
 void announceTo(UniqueFunction<void()>& host) noexcept {
   try {
     host();
-  } catch (const std::bad_alloc&) {
-    trap("out of memory in the host's function that the main queue calls");
-  } catch (const std::exception& error) {
-    trapWith({"The host's function that the main queue calls threw: ", error.what()});
+  } catch (...) {
+    trapException({"out of memory in the host's function that the main queue calls"},
+                  {"The host's function that the main queue calls threw"});
   }
 }
 
@@ -94,7 +93,7 @@ void MainQueueCore::run() {
     if (isReady()) {
       runNext();
     } else {
-      sleep(Deadline(Seconds::unlimited()));
+      sleep(WaitDeadline(Seconds::unlimited()));
     }
   }
   shallStop_ = false;
@@ -105,7 +104,7 @@ void MainQueueCore::run() {
 
 bool MainQueueCore::runUntil(void* object, bool (*isDone)(void*), Seconds timeout) {
   enterDrain("runUntil");
-  const Deadline deadline(timeout);
+  const WaitDeadline deadline(timeout);
   MutexLock lock(mutex_);
   while (true) {
     lock.unlock();
@@ -181,7 +180,7 @@ void MainQueueCore::runNext() {
   if (sleepers_ != 0) changed_.notifyAll();
 }
 
-void MainQueueCore::sleep(const Deadline& deadline) {
+void MainQueueCore::sleep(const WaitDeadline& deadline) {
   ++sleepers_;
   if (deadline.isNever()) {
     changed_.wait(mutex_);

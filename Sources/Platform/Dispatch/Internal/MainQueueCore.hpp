@@ -2,9 +2,9 @@
 
 #include "Platform/Detail/Locking.hpp"
 #include "Platform/Dispatch/Internal/Clock.hpp"
-#include "Platform/Dispatch/Internal/Deadline.hpp"
 #include "Platform/Dispatch/Internal/QueueCore.hpp"
 #include "Platform/Dispatch/Internal/RingQueue.hpp"
+#include "Platform/Dispatch/Internal/WaitDeadline.hpp"
 
 namespace platform::detail {
 
@@ -44,7 +44,7 @@ class CORVANE_API MainQueueCore final : public QueueCore {
   void enterDrain(const char* function);
   Host hostOfWhatIsLeft() CORVANE_REQUIRES(mutex_);
   void runNext() CORVANE_REQUIRES(mutex_);
-  void sleep(const Deadline& deadline) CORVANE_REQUIRES(mutex_);
+  void sleep(const WaitDeadline& deadline) CORVANE_REQUIRES(mutex_);
 
   Mutex mutex_;
   ConditionVariable changed_;

@@ -1,11 +1,11 @@
 #include "Platform/Dispatch/Internal/QueueCore.hpp"
 
 #include <exception>
-#include <new>
 #include <stdexcept>
 #include <string>
 #include <utility>
 
+#include "Platform/Detail/TrapException.hpp"
 #include "Platform/Dispatch/Internal/Futex.hpp"
 #include "Platform/Dispatch/Internal/LocalQueues.hpp"
 #include "Platform/Trap.hpp"
@@ -25,12 +25,9 @@ void QueueCore::perform(Block& block) const noexcept {
   if (!block) return;
   try {
     block();
-  } catch (const std::bad_alloc&) {
-    trapWith({"out of memory in a block of the queue \"", label_, "\""});
-  } catch (const std::exception& error) {
-    trapWith({"An exception escaped a block of the queue \"", label_, "\": ", error.what()});
   } catch (...) {
-    trapWith({"An exception escaped a block of the queue \"", label_, "\"."});
+    trapException({"out of memory in a block of the queue \"", label_, "\""},
+                  {"An exception escaped a block of the queue \"", label_, "\""});
   }
 }
 

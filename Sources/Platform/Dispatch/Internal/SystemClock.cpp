@@ -1,9 +1,7 @@
 #include "Platform/Dispatch/Internal/SystemClock.hpp"
 
-#include <exception>
-#include <new>
-
 #include "Platform/Detail/Locking.hpp"
+#include "Platform/Detail/TrapException.hpp"
 #include "Platform/Dispatch/Internal/ForkGuard.hpp"
 #include "Platform/Dispatch/Internal/Thread.hpp"
 #include "Platform/Trap.hpp"
@@ -45,10 +43,8 @@ void SystemClock::cancel(const Key& key) {
 void SystemClock::perform(Block& action) noexcept {
   try {
     action();
-  } catch (const std::bad_alloc&) {
-    trap("out of memory: what is due cannot be put on its queue");
-  } catch (const std::exception& error) {
-    trapWith({"An exception escaped the timer: ", error.what()});
+  } catch (...) {
+    trapException({"out of memory: what is due cannot be put on its queue"}, {"An exception escaped the timer"});
   }
 }
 

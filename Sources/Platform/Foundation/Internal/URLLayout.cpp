@@ -2,6 +2,7 @@
 
 #include "Platform/Foundation/Internal/IRI.hpp"
 #include "Platform/Foundation/Internal/URLParser.hpp"
+#include "Platform/Foundation/Internal/UserInformation.hpp"
 
 namespace platform::detail {
 
@@ -77,7 +78,7 @@ std::string urlProblem(std::string_view text) {
     problem = parser.problem();
   }
   if (problem.empty()) return "";
-  return '"' + std::string(text) + "\" is not a URL: " + problem;
+  return '"' + withoutUserInformation(text) + "\" is not a URL: " + problem;
 }
 
 std::string resolvedURL(std::string_view base, const URLLayout& baseLayout, std::string_view reference,

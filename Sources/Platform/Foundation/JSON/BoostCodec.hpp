@@ -11,17 +11,18 @@
 
 namespace platform {
 
-/// Lets a type that Boost.JSON converts (`tag_invoke` for `value_to` and `value_from`, or what it knows by itself) be
-/// used as it is with our coders, alone or as a member of a model. Link boost_json, and write one line for each type:
+/// Makes a type that Boost.JSON converts (`tag_invoke` for `value_to` and `value_from`, or a type that it supports
+/// itself) usable with this library's coders, alone or as a member of a model. Link boost_json, and write one line for
+/// each type:
 ///
 ///     #include "Platform/Foundation/JSON/BoostCodec.hpp"  // not part of any other header
 ///
 ///     template <>
 ///     struct corvane::JSONCodec<Legacy> : platform::BoostCodec<Legacy> {};
 ///
-/// What that library throws, `std::logic_error` included, becomes a `DecodingError` (`dataCorrupted`) or an
-/// `EncodingError` that names the place; what else a conversion throws arrives unchanged. Numbers that JSON does
-/// not have are written as that library writes them.
+/// Exceptions of Boost.JSON, including `std::logic_error`, become a `DecodingError` (`dataCorrupted`) or an
+/// `EncodingError` with the path; other exceptions from a conversion pass unchanged. Numbers that JSON cannot represent
+/// are written as Boost.JSON writes them.
 template <class T>
 struct BoostCodec {
   static T decode(JSONReader& reader)

@@ -31,8 +31,8 @@ class CORVANE_API CodingKey {
   std::optional<std::size_t> index_;
 };
 
-/// The steps as a programmer writes them: "items[3].owner.id". Keys that are no identifiers stand in brackets
-/// and quotes: `headers["Content-Type"]`.
+/// The path in the notation of code: "items[3].owner.id". Keys that are not identifiers are in brackets and quotes:
+/// `headers["Content-Type"]`.
 CORVANE_API std::string description(std::span<const CodingKey> path);
 
 }  // namespace platform

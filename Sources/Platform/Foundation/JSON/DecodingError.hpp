@@ -11,50 +11,50 @@
 
 namespace platform {
 
-/// A document does not hold what was to be decoded from it.
+/// A document cannot be decoded to the requested type.
 ///
-/// The message says where and what: "items[3].owner.id: expected an integer, found a string".
+/// The message has the path and the problem: "items[3].owner.id: expected an integer, found a string".
 class CORVANE_API DecodingError final : public CustomErrorBase<DecodingError> {
  public:
   /// What is wrong.
   enum class Case {
     /// An object lacks a member that the model requires.
     keyNotFound,
-    /// A value is of another kind than the model's.
+    /// A value has another JSON type than the model requires.
     typeMismatch,
-    /// There is null where the model requires a value.
+    /// A value is null where the model requires one.
     valueNotFound,
-    /// The bytes are not JSON (RFC 8259), or a value is of the right kind but cannot be what the model asks
-    /// for: a number out of range, text that is no URL, base64 or date.
+    /// The bytes are not JSON (RFC 8259), or a value has the right JSON type but cannot be converted: a number out of
+    /// range, or text that is not a URL, base64 or a date.
     dataCorrupted
   };
 
-  /// Where in the document, as a path and as an offset in bytes from its start.
+  /// A position in the document, as a path and as an offset in bytes from its start.
   struct Location {
-    /// The way from the document to the value.
+    /// The path from the document to the value.
     std::vector<CodingKey> codingPath;
     /// In bytes from the start of the document.
     std::size_t byteOffset = 0;
   };
 
-  /// The object at that place lacks the key.
+  /// The object at this position lacks the key.
   static DecodingError keyNotFound(std::string key, Location location);
-  /// A value of another kind stands there; `problem` says what was expected and what was found.
+  /// The value at this position has another JSON type; `problem` names the expected and the found type.
   static DecodingError typeMismatch(std::string problem, Location location);
-  /// A null stands there; `problem` says what was expected.
+  /// The value at this position is null; `problem` names the expected type.
   static DecodingError valueNotFound(std::string problem, Location location);
-  /// `problem` says what is wrong there.
+  /// The value or the text at this position is invalid; `problem` is the reason.
   static DecodingError dataCorrupted(std::string problem, Location location);
 
   /// What is wrong.
   Case which() const { return case_; }
-  /// The way to the value; of `keyNotFound`, to the object that lacks the key. Empty for the document itself.
+  /// The path to the value; for `keyNotFound`, to the object that lacks the key. Empty for the document itself.
   const std::vector<CodingKey>& codingPath() const { return location_.codingPath; }
-  /// In bytes from the start of the document: where the value starts, or where the text stops being JSON.
+  /// The offset of the value, or of the place where the text stops being JSON, in bytes from the start of the document.
   std::size_t byteOffset() const { return location_.byteOffset; }
   /// The missing key of `keyNotFound`; empty otherwise.
   const std::string& key() const { return key_; }
-  /// What is wrong, without the path.
+  /// The problem, without the path.
   const std::string& problem() const { return problem_; }
 
   std::string message() const override;

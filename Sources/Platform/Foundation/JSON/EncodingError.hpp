@@ -13,15 +13,15 @@ namespace platform {
 /// A value cannot be written as JSON: a number that is infinite or not a number, text that is not UTF-8, a
 /// date without a strategy, or more than 512 levels of nesting.
 ///
-/// The message says where and what: "items[3].price: JSON has no number for infinity".
+/// The message has the path and the problem: "items[3].price: JSON has no number for infinity".
 class CORVANE_API EncodingError final : public CustomErrorBase<EncodingError> {
  public:
-  /// What is wrong, and the way to it.
+  /// An error with this problem, at this path.
   EncodingError(std::string problem, std::vector<CodingKey> codingPath);
 
-  /// The way to the value; empty for the value that was to be encoded itself.
+  /// The path to the value; empty for the encoded value itself.
   const std::vector<CodingKey>& codingPath() const { return codingPath_; }
-  /// What is wrong, without the path.
+  /// The problem, without the path.
   const std::string& problem() const { return problem_; }
 
   std::string message() const override;

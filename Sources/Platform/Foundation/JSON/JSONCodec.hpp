@@ -9,10 +9,10 @@ namespace platform {
 class JSONReader;
 class JSONWriter;
 
-/// What a JSON value can be (RFC 8259, 3).
+/// The types of JSON values (RFC 8259, 3).
 enum class JSONKind : std::uint8_t { object, array, string, number, boolean, null };
 
-/// The key of a member, where it is not the member's name.
+/// The key of a member, if it differs from the member's name.
 struct JSONKey {
   /// The name of the member, as C++ spells it.
   std::string_view member;
@@ -25,11 +25,11 @@ template <class Enumeration>
 struct JSONName {
   /// The enumerator.
   Enumeration value;
-  /// The string that stands for it in a document.
+  /// Its name in a document.
   std::string_view name;
 };
 
-/// To be specialised for a type that is not to be read and written as it stands; with some of:
+/// Specialise it for a type with another representation than the default, with some of these members:
 ///
 ///     template <>
 ///     struct corvane::JSONCodec<User> {  // other keys; what is not listed keeps its name
@@ -45,10 +45,10 @@ struct JSONName {
 ///       static void encode(const Money& money, JSONWriter& writer) { writer.encode(money.text()); }
 ///     };
 ///
-/// What `decode` and `encode` throw ends the whole decoding or encoding, unchanged; `JSONReader::fail` throws a
-/// `DecodingError` that names the place. A type without a default constructor adds `static T placeholder()`,
-/// whose value is overwritten. An alternative of a `std::variant` that is read from one kind of value only says
-/// so: `static constexpr JSONKind kind = JSONKind::string;`
+/// An exception from `decode` or `encode` ends the whole decoding or encoding, unchanged; `JSONReader::fail` throws a
+/// `DecodingError` with the path. A type without a default constructor adds `static T placeholder()`; its value is
+/// overwritten. An alternative of a `std::variant` that is read from a single JSON type declares it: `static constexpr
+/// JSONKind kind = JSONKind::string;`
 template <class T>
 struct JSONCodec {};
 

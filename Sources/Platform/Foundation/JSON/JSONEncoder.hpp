@@ -7,18 +7,18 @@
 
 namespace platform {
 
-/// Makes JSON documents (RFC 8259) of values; of which types, and how they look, see `JSONDecoder`.
+/// Encodes values as JSON documents (RFC 8259). `JSONDecoder` lists the types and their representation.
 ///
 ///     const Data document = JSONEncoder().encode(user);  // {"id":7,"login":"ada"}
 ///
-/// Members come in the order of their declaration, those of a map in its own order; absent optionals are left
-/// out of objects and null in arrays. Numbers are the shortest that read back the same. There is no white space,
-/// unless it is asked for. `/` and characters outside of ASCII are written as they are; quotes, backslashes and
-/// control characters are escaped. A small value, to be used on any thread.
+/// Members are written in the order of their declaration, those of a map in the map's order. Absent optionals are left
+/// out of objects, and are null in arrays. Numbers are the shortest decimals that read back the same. There is no white
+/// space by default. `/` and characters outside of ASCII are written as they are; quotes, backslashes and control
+/// characters are escaped. A small value, to be used on any thread.
 class JSONEncoder {
  public:
   JSONEncoder() = default;
-  /// Writes dates and keys as the strategies say, compactly or pretty-printed.
+  /// An encoder with these strategies for dates and keys, compact or pretty-printed.
   explicit JSONEncoder(const JSONStrategies& strategies, JSONFormatting formatting = JSONFormatting::compact)
       : strategies_(strategies), formatting_(formatting) {}
 

@@ -4,8 +4,9 @@
 #include <string>
 #include <utility>
 
+#include "Platform/Foundation/JSON/Detail/EncodingFieldTable.hpp"
 #include "Platform/Foundation/JSON/Detail/JSONTypes.hpp"
-#include "Platform/Foundation/JSON/EncodingFieldTable.hpp"
+#include "Platform/Foundation/JSON/Detail/JSONValueEncoder.hpp"
 #include "Platform/Foundation/JSON/JSONWriter.hpp"
 
 /// How each C++ type is written.
@@ -101,7 +102,7 @@ void encodeModel(JSONWriter& writer, const T& value) {
   if constexpr (checkModel<T>()) {
     visitMembers(value, [&](const auto&... members) {
       const void* const fields[] = {std::addressof(members)..., nullptr};
-      writer.writeFields(encodingFieldTable<T>(), fields);
+      JSONValueEncoder::encodeFields(writer, encodingFieldTable<T>(), fields);
     });
   }
 }
@@ -171,7 +172,7 @@ void encode(JSONWriter& writer, const T& value) {
     encodeMap(writer, value);
   } else if constexpr (SystemTime<T>) {
     using Period = typename T::duration::period;
-    writer.writeTime(value.time_since_epoch().count(), Period::num, Period::den);
+    JSONValueEncoder::encodeTime(writer, value.time_since_epoch().count(), Period::num, Period::den);
   } else {
     static_assert(Model<T>, "This type cannot be encoded as JSON: give it a JSONCodec with `encode`");
     if constexpr (Model<T>) encodeModel(writer, value);

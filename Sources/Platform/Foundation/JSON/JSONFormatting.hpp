@@ -7,16 +7,16 @@
 
 namespace platform {
 
-/// How documents are laid out.
+/// The layout of documents.
 enum class JSONFormatting : std::uint8_t {
   /// Without white space.
   compact,
-  /// Human-readable: each member and element on a line of its own, two spaces deeper for each level up to 32.
+  /// Human-readable: each member and element on its own line, indented by two spaces for each level up to 32.
   pretty
 };
 
-/// The same document with other white space; numbers and strings stay as they are written. Throws
-/// `DecodingError` for what is not JSON.
+/// The same document with another layout; numbers and strings are not changed. Throws `DecodingError` for text that is
+/// not JSON.
 CORVANE_API Data prettyPrintedJSON(const Data& document);
 
 }  // namespace platform

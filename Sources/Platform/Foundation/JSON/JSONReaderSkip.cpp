@@ -1,6 +1,7 @@
 #include <bitset>
+#include <string>
 
-#include "Platform/Foundation/JSON/Internal/ReaderScope.hpp"
+#include "Platform/Foundation/JSON/JSONReader.hpp"
 
 namespace platform {
 namespace {
@@ -23,18 +24,18 @@ class OpenContainers {
 
 void JSONReader::skip() {
   OpenContainers containers;
-  std::string scratch;
+  std::string unescaped;
   do {
-    const char first = next();
+    const char first = scanner_.next();
     bool isEmpty = false;
     if (first == '{' || first == '[') {
-      Scope::checkDepth(*this, containers.count() + 1);
+      checkDepth(containers.count() + 1);
       containers.open(first == '{');
-      ++cursor_;
+      scanner_.pass();
       isEmpty = !nextInside(first == '{' ? '}' : ']', true);
       if (isEmpty) containers.close();
     } else {
-      passScalar(first, scratch);
+      skipScalar(first, unescaped);
       isEmpty = true;
     }
     // After a value: out of every container that ends here.
@@ -42,36 +43,33 @@ void JSONReader::skip() {
       while (!containers.isEmpty() && !nextInside(containers.isObject() ? '}' : ']', false)) containers.close();
     }
     if (!containers.isEmpty() && containers.isObject()) {
-      readKey(scratch);
+      readKey(unescaped);
       passColon();
     }
   } while (!containers.isEmpty());
 }
 
 std::string_view JSONReader::readRaw() {
-  next();
-  const char* const start = cursor_;
+  scanner_.next();
+  const char* const start = scanner_.cursor();
   skip();
-  return {start, static_cast<std::size_t>(cursor_ - start)};
+  return {start, static_cast<std::size_t>(scanner_.cursor() - start)};
 }
 
-void JSONReader::passScalar(char first, std::string& scratch) {
+void JSONReader::skipScalar(char first, std::string& unescaped) {
+  std::string_view text;
   switch (first) {
     case '"':
-      passString(scratch);
-      return;
+      return require(scanner_.passString(text, unescaped));
     case 't':
-      passWord("true");
-      return;
+      return require(scanner_.passWord("true"));
     case 'f':
-      passWord("false");
-      return;
+      return require(scanner_.passWord("false"));
     case 'n':
-      passWord("null");
-      return;
+      return require(scanner_.passWord("null"));
     default:
       kind();
-      passNumber();
+      return require(scanner_.passNumber());
   }
 }
 

@@ -4,14 +4,13 @@
 #include <string>
 
 #include "Platform/Foundation/JSON/Internal/Base64.hpp"
-#include "Platform/Foundation/JSON/JSONReader.hpp"
+#include "Platform/Foundation/JSON/JSONDecoding.hpp"
 #include "Platform/Foundation/JSON/JSONWriter.hpp"
 
 namespace platform {
 
 Data JSONCodec<Data>::decode(JSONReader& reader) {
-  std::string text;
-  reader.readString(text);
+  const auto text = reader.decode<std::string>();
   std::optional<Data> data = detail::fromBase64(text);
   if (!data) reader.fail("the text is not base64");
   return *std::move(data);
@@ -20,8 +19,7 @@ Data JSONCodec<Data>::decode(JSONReader& reader) {
 void JSONCodec<Data>::encode(const Data& data, JSONWriter& writer) { writer.writeString(detail::toBase64(data)); }
 
 URL JSONCodec<URL>::decode(JSONReader& reader) {
-  std::string text;
-  reader.readString(text);
+  const auto text = reader.decode<std::string>();
   const std::optional<URL> url = URL::parse(text);
   if (!url) reader.fail(URL::problem(text));
   return *url;
@@ -35,8 +33,7 @@ URL JSONCodec<URL>::placeholder() {
 }
 
 UUID JSONCodec<UUID>::decode(JSONReader& reader) {
-  std::string text;
-  reader.readString(text);
+  const auto text = reader.decode<std::string>();
   const std::optional<UUID> uuid = UUID::parse(text);
   if (!uuid) reader.fail("the text is no UUID");
   return *uuid;

@@ -7,6 +7,8 @@
 #include <system_error>
 
 #include "Platform/Foundation/Internal/Int128.hpp"
+#include "Platform/Foundation/JSON/Detail/JSONValueDecoder.hpp"
+#include "Platform/Foundation/JSON/Detail/JSONValueEncoder.hpp"
 #include "Platform/Foundation/JSON/Internal/Timestamp.hpp"
 #include "Platform/Foundation/JSON/JSONReader.hpp"
 #include "Platform/Foundation/JSON/JSONWriter.hpp"
@@ -108,50 +110,51 @@ std::optional<std::string> decimalText(Wide numerator, Wide denominator) {
 
 }  // namespace
 
-std::int64_t JSONReader::readTime(std::int64_t numerator, std::int64_t denominator) {
-  next();
-  const char* const start = cursor_;
+std::int64_t detail::JSONValueDecoder::decodeTime(JSONReader& reader, std::int64_t numerator,
+                                                  std::int64_t denominator) {
+  reader.scanner_.next();
+  const char* const start = reader.scanner_.cursor();
   std::optional<Wide> ticks;
-  switch (strategies_.dates) {
+  switch (reader.strategies_.dates) {
     case JSONDateStrategy::none:
-      failAt(start, "a date needs a date strategy: JSONDecoder({.dates = ...})");
+      reader.failAt(start, "a date needs a date strategy: JSONDecoder({.dates = ...})");
     case JSONDateStrategy::secondsSince1970:
     case JSONDateStrategy::millisecondsSince1970: {
-      if (kind() != Kind::number) failMismatch("a number");
-      const bool isSeconds = strategies_.dates == JSONDateStrategy::secondsSince1970;
-      ticks = ticksOf(peekNumber(), isSeconds ? 1 : 1000, numerator, denominator);
-      passNumber();
+      if (reader.kind() != JSONKind::number) reader.failMismatch("a number");
+      const bool isSeconds = reader.strategies_.dates == JSONDateStrategy::secondsSince1970;
+      ticks = ticksOf(reader.readRaw(), isSeconds ? 1 : 1000, numerator, denominator);
       break;
     }
     case JSONDateStrategy::iso8601: {
       std::string text;
-      readString(text);
+      decode(reader, text);
       const std::optional<detail::Timestamp> time = detail::parseTimestamp(text);
-      if (!time) failAt(start, "the text is no date like 2026-11-21T07:30:00Z (RFC 3339)");
+      if (!time) reader.failAt(start, "the text is no date like 2026-11-21T07:30:00Z (RFC 3339)");
       const Wide nanoseconds = static_cast<Wide>(time->seconds) * nanosecondsInSecond + time->nanoseconds;
       ticks = floorDivide(nanoseconds * denominator, static_cast<Wide>(numerator) * nanosecondsInSecond);
       break;
     }
   }
-  if (!ticks || !isCount(*ticks)) failAt(start, "the date is out of range");
+  if (!ticks || !isCount(*ticks)) reader.failAt(start, "the date is out of range");
   return static_cast<std::int64_t>(*ticks);
 }
 
-void JSONWriter::writeTime(std::int64_t count, std::int64_t numerator, std::int64_t denominator) {
+void detail::JSONValueEncoder::encodeTime(JSONWriter& writer, std::int64_t count, std::int64_t numerator,
+                                          std::int64_t denominator) {
   const Wide ticks = static_cast<Wide>(count) * numerator;
-  switch (strategies_.dates) {
+  switch (writer.strategies_.dates) {
     case JSONDateStrategy::none:
-      fail("a date needs a date strategy: JSONEncoder({.dates = ...})");
+      writer.fail("a date needs a date strategy: JSONEncoder({.dates = ...})");
     case JSONDateStrategy::secondsSince1970:
     case JSONDateStrategy::millisecondsSince1970: {
-      const Wide units = strategies_.dates == JSONDateStrategy::secondsSince1970 ? 1 : 1000;
+      const Wide units = writer.strategies_.dates == JSONDateStrategy::secondsSince1970 ? 1 : 1000;
       const Wide number = ticks * units;
       if (const std::optional<std::string> text = decimalText(number, denominator)) {
-        writeRaw(*text);
+        writer.writeRaw(*text);
       } else if (number % denominator == 0 && isCount(number / denominator)) {
-        writeSigned(static_cast<std::int64_t>(number / denominator));
+        writer.writeSigned(static_cast<std::int64_t>(number / denominator));
       } else {
-        writeReal(static_cast<double>(number) / static_cast<double>(denominator));
+        writer.writeReal(static_cast<double>(number) / static_cast<double>(denominator));
       }
       return;
     }
@@ -161,8 +164,8 @@ void JSONWriter::writeTime(std::int64_t count, std::int64_t numerator, std::int6
           static_cast<std::int64_t>((ticks - seconds * denominator) * nanosecondsInSecond / denominator);
       std::optional<std::string> text;
       if (isCount(seconds)) text = detail::timestampText({static_cast<std::int64_t>(seconds), nanoseconds});
-      if (!text) fail("the date is outside of the years 0 to 9999");
-      writeString(*text);
+      if (!text) writer.fail("the date is outside of the years 0 to 9999");
+      writer.writeString(*text);
       return;
     }
   }

@@ -1,10 +1,9 @@
 #include "Platform/Foundation/JSON/JSONValue.hpp"
 
-#include <charconv>
 #include <cmath>
-#include <system_error>
+#include <ostream>
 
-#include "Platform/Foundation/JSON/JSONReader.hpp"
+#include "Platform/Foundation/JSON/JSONDecoding.hpp"
 #include "Platform/Foundation/JSON/JSONWriter.hpp"
 
 namespace platform {
@@ -13,28 +12,6 @@ namespace {
 const JSONValue& nullValue() {
   static const JSONValue& value = *new JSONValue;
   return value;
-}
-
-template <class Integer>
-bool readWhole(std::string_view text, JSONValue& value) {
-  Integer number{};
-  const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (result.ec != std::errc()) return false;
-  value = number;
-  return true;
-}
-
-JSONValue readNumber(JSONReader& reader) {
-  const std::string_view text = reader.peekNumber();
-  JSONValue value;
-  const bool isInteger = text.find_first_of(".eE") == std::string_view::npos && text != "-0";
-  if (isInteger && (readWhole<std::int64_t>(text, value) || readWhole<std::uint64_t>(text, value))) {
-    reader.skip();
-    return value;
-  }
-  double number = 0;
-  reader.readReal(number);
-  return number;
 }
 
 /// Whether a value is an integer that a double equals exactly.
@@ -64,6 +41,10 @@ void writeArray(const JSONValue::Array& elements, JSONWriter& writer) {
 
 }  // namespace
 
+JSONValue::JSONValue() noexcept = default;
+
+JSONValue::JSONValue(std::nullptr_t) noexcept {}
+
 JSONValue::JSONValue(const JSONValue& other) = default;
 JSONValue::JSONValue(JSONValue&& other) noexcept = default;
 JSONValue::~JSONValue() = default;
@@ -80,8 +61,23 @@ JSONValue& JSONValue::operator=(JSONValue&& other) noexcept {
   return *this;
 }
 
+JSONValue::JSONValue(double value) noexcept : value_(value) {}
+JSONValue::JSONValue(const char* text) : value_(std::string(text)) {}
+JSONValue::JSONValue(std::string_view text) : value_(std::string(text)) {}
+JSONValue::JSONValue(std::string text) noexcept : value_(std::move(text)) {}
 JSONValue::JSONValue(Array elements) noexcept : value_(std::move(elements)) {}
 JSONValue::JSONValue(JSONObject members) noexcept : value_(std::move(members)) {}
+
+void JSONValue::setBoolean(bool value) noexcept { value_ = value; }
+void JSONValue::setInteger(std::int64_t value) noexcept { value_ = value; }
+void JSONValue::setUnsigned(std::uint64_t value) noexcept { value_ = value; }
+
+bool JSONValue::isNull() const noexcept { return std::holds_alternative<std::monostate>(value_); }
+const std::string* JSONValue::string() const noexcept { return std::get_if<std::string>(&value_); }
+const JSONValue::Array* JSONValue::array() const noexcept { return std::get_if<Array>(&value_); }
+JSONValue::Array* JSONValue::array() noexcept { return std::get_if<Array>(&value_); }
+const JSONObject* JSONValue::object() const noexcept { return std::get_if<JSONObject>(&value_); }
+JSONObject* JSONValue::object() noexcept { return std::get_if<JSONObject>(&value_); }
 
 JSONKind JSONValue::kind() const noexcept {
   static constexpr JSONKind kinds[] = {JSONKind::null,   JSONKind::boolean, JSONKind::number, JSONKind::number,
@@ -131,24 +127,24 @@ bool operator==(const JSONValue& left, const JSONValue& right) {
   return rightReal && equalsInteger(*rightReal, left);
 }
 
+std::ostream& operator<<(std::ostream& stream, const JSONValue& value) {
+  JSONWriter writer;
+  JSONCodec<JSONValue>::encode(value, writer);
+  return stream << writer.finish();
+}
+
 JSONValue JSONCodec<JSONValue>::decode(JSONReader& reader) {
   switch (reader.kind()) {
     case JSONKind::object:
       return JSONCodec<JSONObject>::decode(reader);
     case JSONKind::array:
       return readArray(reader);
-    case JSONKind::string: {
-      std::string text;
-      reader.readString(text);
-      return text;
-    }
+    case JSONKind::string:
+      return reader.decode<std::string>();
     case JSONKind::number:
-      return readNumber(reader);
-    case JSONKind::boolean: {
-      bool value = false;
-      reader.readBoolean(value);
-      return value;
-    }
+      return std::visit([](auto number) { return JSONValue(number); }, detail::JSONValueDecoder::decodeNumber(reader));
+    case JSONKind::boolean:
+      return reader.decode<bool>();
     case JSONKind::null:
       break;
   }
@@ -175,6 +171,7 @@ void JSONCodec<JSONValue>::encode(const JSONValue& value, JSONWriter& writer) {
 
 void JSONCodec<JSONObject>::encode(const JSONObject& object, JSONWriter& writer) {
   JSONWriter::Object members(writer);
+  // NOLINTNEXTLINE(clang-analyzer-core.StackAddressEscape): its destructor takes it out of the writer
   for (const JSONMember& member : object) {
     members.key(member.key);
     JSONCodec<JSONValue>::encode(member.value, writer);

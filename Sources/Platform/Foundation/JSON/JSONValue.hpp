@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
+#include <iosfwd>
 #include <list>
 #include <memory>
 #include <optional>
@@ -21,14 +22,14 @@ namespace platform {
 class JSONValue;
 struct JSONMember;
 
-/// The members of a JSON object, in their order, found by key at once.
+/// The members of a JSON object, in order, with fast look-up by key.
 class CORVANE_API JSONObject {
  public:
-  /// Goes through the members in their order.
+  /// Iterates over the members in order.
   using Iterator = std::list<JSONMember>::const_iterator;
 
   JSONObject();
-  /// Of several members with the same key the last one counts, at the place of the first.
+  /// If several members have the same key, the last value counts, at the position of the first.
   JSONObject(std::initializer_list<JSONMember> members);
   JSONObject(const JSONObject& other);
   /// Leaves `other` empty.
@@ -38,18 +39,18 @@ class CORVANE_API JSONObject {
 
   std::size_t size() const noexcept { return members_.size(); }
   bool isEmpty() const noexcept { return members_.empty(); }
-  /// Null where there is no such key; valid until that member is removed.
+  /// The value of a key; null without such a key. Valid until that member is removed.
   const JSONValue* find(std::string_view key) const;
   JSONValue* find(std::string_view key);
-  /// The member's value; adds a null where there is no such key. Valid until that member is removed.
+  /// The value of a key; adds the key with a null if it is absent. Valid until that member is removed.
   JSONValue& operator[](std::string_view key);
-  /// Whether there was such a key.
+  /// Removes a key. Returns whether it existed.
   bool remove(std::string_view key);
 
   Iterator begin() const noexcept { return members_.begin(); }
   Iterator end() const noexcept { return members_.end(); }
 
-  /// The same keys with the same values, in whatever order.
+  /// Equal keys with equal values, in any order.
   friend CORVANE_API bool operator==(const JSONObject& left, const JSONObject& right);
 
  private:
@@ -69,65 +70,67 @@ class CORVANE_API JSONObject {
 ///
 ///     const JSONValue order = JSONObject{{"id", 7}, {"tags", JSONValue::Array{"new", "paid"}}};
 ///
-/// Numbers are kept as 64-bit integers where they are written as such and fit, else as doubles. A value type;
-/// safe to read on several threads.
+/// Numbers are kept as 64-bit integers if they are written as integers and fit, or else as doubles. A value type; safe
+/// to read on several threads.
 class CORVANE_API JSONValue {
  public:
   /// The elements of an array, in their order.
   using Array = std::vector<JSONValue>;
 
   /// Null.
-  JSONValue() noexcept = default;
+  JSONValue() noexcept;
   JSONValue(const JSONValue& other);
   JSONValue(JSONValue&& other) noexcept;
   // A value may be assigned what is a part of it.
   JSONValue& operator=(const JSONValue& other);
   JSONValue& operator=(JSONValue&& other) noexcept;
   ~JSONValue();
-  JSONValue(std::nullptr_t) noexcept {}  // NOLINT(google-explicit-constructor): a JSON value is any of these
+  JSONValue(std::nullptr_t) noexcept;  // NOLINT(google-explicit-constructor): a JSON value is any of these
   template <std::same_as<bool> T>
-  JSONValue(T value) noexcept : value_(value) {}  // NOLINT(google-explicit-constructor)
+  JSONValue(T value) noexcept {  // NOLINT(google-explicit-constructor)
+    setBoolean(value);
+  }
   template <std::integral T>
     requires(!std::same_as<T, bool> && !std::same_as<T, char> && sizeof(T) <= sizeof(std::int64_t))
   JSONValue(T value) noexcept {  // NOLINT(google-explicit-constructor)
     if (std::in_range<std::int64_t>(value)) {
-      value_ = static_cast<std::int64_t>(value);
+      setInteger(static_cast<std::int64_t>(value));
     } else {
-      value_ = static_cast<std::uint64_t>(value);
+      setUnsigned(static_cast<std::uint64_t>(value));
     }
   }
-  JSONValue(double value) noexcept : value_(value) {}                // NOLINT(google-explicit-constructor)
-  JSONValue(const char* text) : value_(std::string(text)) {}         // NOLINT(google-explicit-constructor)
-  JSONValue(std::string_view text) : value_(std::string(text)) {}    // NOLINT(google-explicit-constructor)
-  JSONValue(std::string text) noexcept : value_(std::move(text)) {}  // NOLINT(google-explicit-constructor)
-  JSONValue(Array elements) noexcept;                                // NOLINT(google-explicit-constructor)
-  JSONValue(JSONObject members) noexcept;                            // NOLINT(google-explicit-constructor)
+  JSONValue(double value) noexcept;        // NOLINT(google-explicit-constructor)
+  JSONValue(const char* text);             // NOLINT(google-explicit-constructor)
+  JSONValue(std::string_view text);        // NOLINT(google-explicit-constructor)
+  JSONValue(std::string text) noexcept;    // NOLINT(google-explicit-constructor)
+  JSONValue(Array elements) noexcept;      // NOLINT(google-explicit-constructor)
+  JSONValue(JSONObject members) noexcept;  // NOLINT(google-explicit-constructor)
 
-  /// What kind of value it is.
+  /// The type of the value.
   JSONKind kind() const noexcept;
   /// Whether it is null.
-  bool isNull() const noexcept { return std::holds_alternative<std::monostate>(value_); }
+  bool isNull() const noexcept;
 
   // Null or absent when the value is of another kind.
 
   /// Absent for anything but true and false.
   std::optional<bool> boolean() const noexcept;
-  /// Absent for a number that is no integer or out of range, and for one that was written with a point.
+  /// The integer; absent for a number that is not an integer, is out of range, or was written with a point.
   std::optional<std::int64_t> integer() const noexcept;
   /// The same for integers up to 2^64 - 1.
   std::optional<std::uint64_t> unsignedInteger() const noexcept;
-  /// Any number, rounded where a double cannot hold it.
+  /// Any number, rounded if a double cannot represent it.
   std::optional<double> number() const noexcept;
   /// Null for anything but a string.
-  const std::string* string() const noexcept { return std::get_if<std::string>(&value_); }
+  const std::string* string() const noexcept;
   /// Null for anything but an array.
-  const Array* array() const noexcept { return std::get_if<Array>(&value_); }
-  Array* array() noexcept { return std::get_if<Array>(&value_); }
+  const Array* array() const noexcept;
+  Array* array() noexcept;
   /// Null for anything but an object.
-  const JSONObject* object() const noexcept { return std::get_if<JSONObject>(&value_); }
-  JSONObject* object() noexcept { return std::get_if<JSONObject>(&value_); }
+  const JSONObject* object() const noexcept;
+  JSONObject* object() noexcept;
 
-  /// The member or the element; null where there is none, and in a value that has no members or elements.
+  /// The member or the element; null if it does not exist, and for a value without members or elements.
   const JSONValue& operator[](std::string_view key) const;
   const JSONValue& operator[](const char* key) const { return (*this)[std::string_view(key)]; }
   const JSONValue& operator[](std::size_t index) const;
@@ -136,10 +139,17 @@ class CORVANE_API JSONValue {
     return (*this)[static_cast<std::size_t>(index)];
   }
 
-  /// Numbers compare by value, however they are kept.
+  /// Numbers are compared by value, whether they are kept as integers or doubles.
   friend CORVANE_API bool operator==(const JSONValue& left, const JSONValue& right);
+  /// Writes the document without white space. Throws an `EncodingError` for what JSON cannot have: a number that is
+  /// infinite or not a number.
+  friend CORVANE_API std::ostream& operator<<(std::ostream& stream, const JSONValue& value);
 
  private:
+  void setBoolean(bool value) noexcept;
+  void setInteger(std::int64_t value) noexcept;
+  void setUnsigned(std::uint64_t value) noexcept;
+
   // `std::uint64_t` holds only what `std::int64_t` cannot.
   std::variant<std::monostate, bool, std::int64_t, std::uint64_t, double, std::string, Array, JSONObject> value_;
 };

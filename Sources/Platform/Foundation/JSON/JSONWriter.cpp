@@ -5,8 +5,7 @@
 #include <utility>
 
 #include "Platform/Foundation/JSON/EncodingError.hpp"
-#include "Platform/Foundation/JSON/EncodingFieldTable.hpp"
-#include "Platform/Foundation/JSON/Internal/JSONScan.hpp"
+#include "Platform/Foundation/JSON/Internal/JSONScannerBlocks.hpp"
 #include "Platform/Foundation/UTF8.hpp"
 
 namespace platform {
@@ -94,35 +93,6 @@ void JSONWriter::writeString(std::string_view text) {
   if (high != 0 && !isValidUTF8(text)) fail("the text is not UTF-8");
   *out++ = '"';
   cursor_ = out;
-}
-
-/// The inside of an object, whose place ends with it also when something is thrown.
-class JSONWriter::Scope {
- public:
-  Scope(JSONWriter& writer, PathNode& node) : writer_(writer), node_(node) { writer.open('{', node); }
-  ~Scope() { writer_.close('}', node_); }
-  Scope(const Scope&) = delete;
-  Scope& operator=(const Scope&) = delete;
-
- private:
-  JSONWriter& writer_;
-  PathNode& node_;
-};
-
-void JSONWriter::writeFields(const EncodingFieldTable& fieldTable, const void* const* fields) {
-  PathNode node;
-  const Scope scope(*this, node);
-  node.step = PathNode::Step::key;
-  bool isFirst = true;
-  std::size_t index = 0;
-  for (const EncodingFieldTable::Key& key : fieldTable.keys(strategies_.keys)) {
-    const void* const field = fields[index++];
-    if (key.type->isAbsent != nullptr && key.type->isAbsent(field)) continue;
-    writeRaw(std::string_view(key.text).substr(isFirst ? 1 : 0));
-    isFirst = false;
-    node.key = key.name();
-    key.type->encode(*this, field);
-  }
 }
 
 // Containers

@@ -11,33 +11,37 @@
 
 namespace platform {
 
-class EncodingFieldTable;
+namespace detail {
+struct JSONValueEncoder;
+}
 
-/// Writes one JSON document (RFC 8259), compactly: no white space; `/` and characters outside of ASCII as they
-/// are; quotes, backslashes and control characters escaped, by a letter where JSON has one. Models with a codec
-/// of their own are given one; they write exactly one value:
+/// Writes one JSON document (RFC 8259), compactly: no white space; `/` and characters outside of ASCII as they are;
+/// quotes, backslashes and control characters escaped, by a letter where JSON has one. A custom codec gets a writer,
+/// and writes exactly one value:
 ///
 ///     static void encode(const Money& money, JSONWriter& writer) { writer.encode(money.text()); }
 ///
-/// Every function throws `EncodingError` for what JSON cannot express. Lives on the stack of one thread.
+/// Every function throws `EncodingError` for values that JSON cannot represent. Belongs to the stack of one thread.
 class CORVANE_API JSONWriter {
  public:
-  /// How many containers may stand in each other.
+  /// The maximum depth of nested containers.
   static constexpr std::size_t deepestNesting = 512;
 
-  /// A writer of one document, with dates and keys as the strategies say.
+  /// A writer of one document, with these strategies for dates and keys.
   explicit JSONWriter(const JSONStrategies& strategies = {});
   JSONWriter(const JSONWriter&) = delete;
   JSONWriter& operator=(const JSONWriter&) = delete;
 
-  /// Writes a value of any type that has a form in JSON.
+  /// Writes a value of any type that can be encoded as JSON.
   template <class T>
   void encode(const T& value);
   void encode(const char* text) { writeString(text); }
 
-  /// How many bytes were written.
+  /// The document. The writer cannot be used any more.
+  Data finish();
+  /// The number of bytes written so far.
   std::size_t count() const { return static_cast<std::size_t>(cursor_ - buffer_.view().data()); }
-  /// `EncodingError` for the value that is being written.
+  /// Throws an `EncodingError` for the value that is being written.
   [[noreturn]] void fail(std::string problem) const;
 
   /// What the writer was made with.
@@ -64,15 +68,10 @@ class CORVANE_API JSONWriter {
   void writeString(std::string_view text);
   /// Text that is JSON already.
   void writeRaw(std::string_view json);
-  /// A date by the strategy; see `JSONReader::readTime`.
-  void writeTime(std::int64_t count, std::int64_t numerator, std::int64_t denominator);
-  /// Writes an object of the members whose addresses these are, in the order of the field table; absent ones are left
-  /// out.
-  void writeFields(const EncodingFieldTable& fieldTable, const void* const* fields);
-  /// What was written. Ends the use of this writer.
-  Data finish();
 
  private:
+  friend struct detail::JSONValueEncoder;
+
   struct PathNode {
     enum class Step : std::uint8_t { none, key, index };
 
@@ -81,8 +80,6 @@ class CORVANE_API JSONWriter {
     std::size_t index = 0;
     Step step = Step::none;
   };
-
-  class Scope;
 
   /// Room for that many bytes at the cursor, and after them for all closing brackets.
   char* need(std::size_t count) {
@@ -120,7 +117,7 @@ class CORVANE_API JSONWriter::Object {
   Object(const Object&) = delete;
   Object& operator=(const Object&) = delete;
 
-  /// Goes before the value of each member.
+  /// Writes a key. Call it before the value of each member.
   void key(std::string_view key);
 
  private:
@@ -129,7 +126,7 @@ class CORVANE_API JSONWriter::Object {
   std::string key_;
 };
 
-/// Writes an array, element by element, and closes it when it goes out of scope; `element()` goes before each.
+/// Writes an array, element by element, and closes it when it goes out of scope. Call `element()` before each element.
 class CORVANE_API JSONWriter::Array {
  public:
   /// Begins the array.
@@ -138,7 +135,7 @@ class CORVANE_API JSONWriter::Array {
   Array(const Array&) = delete;
   Array& operator=(const Array&) = delete;
 
-  /// Goes before the value of each element.
+  /// Call it before the value of each element.
   void element();
 
  private:

@@ -21,35 +21,31 @@ bool isOutOfMemory(BrotliDecoderErrorCode code) {
 
 }  // namespace
 
-BrotliStage::BrotliStage()
-    : state_(BrotliDecoderCreateInstance(nullptr, nullptr, nullptr)),
-      piece_(std::make_unique_for_overwrite<std::byte[]>(pieceBytes)) {
+BrotliStage::BrotliStage() : state_(BrotliDecoderCreateInstance(nullptr, nullptr, nullptr)) {
   if (!state_) throw std::bad_alloc();
 }
 
-std::optional<LoadFailure> BrotliStage::decode(Bytes input, const ByteConsumer& output) {
-  if (isAtEnd_) return input.empty() ? std::nullopt : std::optional(brotliProblem("is damaged: bytes follow its end"));
-  std::size_t inputLeft = input.size();
-  const auto* next = reinterpret_cast<const std::uint8_t*>(input.data());
-  for (;;) {
-    std::size_t roomLeft = pieceBytes;
-    auto* room = reinterpret_cast<std::uint8_t*>(piece_.get());
-    const BrotliDecoderResult result =
-        BrotliDecoderDecompressStream(state_.get(), &inputLeft, &next, &roomLeft, &room, nullptr);
-    if (result == BROTLI_DECODER_RESULT_ERROR) {
-      const BrotliDecoderErrorCode code = BrotliDecoderGetErrorCode(state_.get());
-      if (isOutOfMemory(code)) throw std::bad_alloc();
-      return brotliProblem(std::string("is damaged: ") + BrotliDecoderErrorString(code));
-    }
-    if (const Bytes decoded(piece_.get(), pieceBytes - roomLeft); !decoded.empty()) {
-      if (auto failure = output(decoded)) return failure;
-    }
-    if (result == BROTLI_DECODER_RESULT_NEEDS_MORE_INPUT) return std::nullopt;
-    if (result == BROTLI_DECODER_RESULT_SUCCESS) break;
+DecodedStep BrotliStage::decode(Bytes& input, std::span<std::byte> room) {
+  if (isAtEnd_) {
+    if (input.empty()) return {};
+    return {0, brotliProblem("is damaged: bytes follow its end")};
   }
-  isAtEnd_ = true;
-  if (inputLeft > 0) return brotliProblem("is damaged: bytes follow its end");
-  return std::nullopt;
+  std::size_t inputLeft = input.size();
+  std::size_t roomLeft = room.size();
+  const auto* next = reinterpret_cast<const std::uint8_t*>(input.data());
+  auto* out = reinterpret_cast<std::uint8_t*>(room.data());
+  const BrotliDecoderResult result =
+      BrotliDecoderDecompressStream(state_.get(), &inputLeft, &next, &roomLeft, &out, nullptr);
+  if (result == BROTLI_DECODER_RESULT_ERROR) {
+    const BrotliDecoderErrorCode code = BrotliDecoderGetErrorCode(state_.get());
+    if (isOutOfMemory(code)) throw std::bad_alloc();
+    return {0, brotliProblem(std::string("is damaged: ") + BrotliDecoderErrorString(code))};
+  }
+  input = input.last(inputLeft);
+  DecodedStep step{room.size() - roomLeft, std::nullopt};
+  isAtEnd_ = result == BROTLI_DECODER_RESULT_SUCCESS;
+  if (isAtEnd_ && !input.empty()) step.failure = brotliProblem("is damaged: bytes follow its end");
+  return step;
 }
 
 std::optional<LoadFailure> BrotliStage::finish() {

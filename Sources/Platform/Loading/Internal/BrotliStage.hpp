@@ -13,7 +13,7 @@ class BrotliStage final : public DecoderStage {
  public:
   BrotliStage();
 
-  std::optional<LoadFailure> decode(Bytes input, const ByteConsumer& output) override;
+  DecodedStep decode(Bytes& input, std::span<std::byte> room) override;
   std::optional<LoadFailure> finish() override;
 
  private:
@@ -22,7 +22,6 @@ class BrotliStage final : public DecoderStage {
   };
 
   const std::unique_ptr<BrotliDecoderState, Destroy> state_;
-  const std::unique_ptr<std::byte[]> piece_;
   bool isAtEnd_ = false;
 };
 

@@ -12,19 +12,18 @@ LoadFailure failure(const char* what) { return {URLErrorCode::cannotDecodeConten
 
 }  // namespace
 
-std::optional<LoadFailure> CompressStage::decode(Bytes input, const ByteConsumer& output) {
+DecodedStep CompressStage::decode(Bytes& input, std::span<std::byte> room) {
   if (headerCount_ < headerBytes) {
-    if (auto problem = takeHeader(input)) return problem;
-    if (headerCount_ < headerBytes) return std::nullopt;
+    if (auto problem = takeHeader(input)) return {0, std::move(problem)};
+    if (headerCount_ < headerBytes) return {};
   }
+  DecodedStep step;
   Code code = 0;
-  while (readCode(input, code)) {
-    if (auto problem = takeCode(code)) return problem;
-    if (decoded_.size() >= pieceBytes) {
-      if (auto problem = flush(output)) return problem;
-    }
+  while (!step.failure && decoded_.size() - handedOut_ < room.size() && readCode(input, code)) {
+    step.failure = takeCode(code);
   }
-  return flush(output);
+  if (!step.failure) step.count = handOut(room);
+  return step;
 }
 
 std::optional<LoadFailure> CompressStage::finish() {
@@ -128,11 +127,16 @@ void CompressStage::emit(Code code) {
   decoded_.insert(decoded_.end(), reversed_.rbegin(), reversed_.rend());
 }
 
-std::optional<LoadFailure> CompressStage::flush(const ByteConsumer& output) {
-  if (decoded_.empty()) return std::nullopt;
-  auto problem = output(decoded_);
-  decoded_.clear();
-  return problem;
+/// A code may stand for more than there is room for; the rest is kept.
+std::size_t CompressStage::handOut(std::span<std::byte> room) {
+  const std::size_t count = std::min(room.size(), decoded_.size() - handedOut_);
+  std::copy_n(decoded_.begin() + static_cast<std::ptrdiff_t>(handedOut_), count, room.begin());
+  handedOut_ += count;
+  if (handedOut_ == decoded_.size()) {
+    decoded_.clear();
+    handedOut_ = 0;
+  }
+  return count;
 }
 
 }  // namespace platform::detail

@@ -15,7 +15,7 @@ namespace platform::detail {
 /// the length of the message is what vouches for completeness.
 class CompressStage final : public DecoderStage {
  public:
-  std::optional<LoadFailure> decode(Bytes input, const ByteConsumer& output) override;
+  DecodedStep decode(Bytes& input, std::span<std::byte> room) override;
   std::optional<LoadFailure> finish() override;
 
  private:
@@ -33,7 +33,7 @@ class CompressStage final : public DecoderStage {
   void clear();
   std::optional<LoadFailure> takeCode(Code code);
   void emit(Code code);
-  std::optional<LoadFailure> flush(const ByteConsumer& output);
+  std::size_t handOut(std::span<std::byte> room);
 
   std::array<std::byte, headerBytes> header_{};
   std::size_t headerCount_ = 0;
@@ -54,6 +54,7 @@ class CompressStage final : public DecoderStage {
   std::byte firstOfPrevious_{};
   std::vector<std::byte> reversed_;
   std::vector<std::byte> decoded_;
+  std::size_t handedOut_ = 0;  ///< of those
 };
 
 }  // namespace platform::detail

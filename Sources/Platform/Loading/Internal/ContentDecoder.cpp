@@ -74,7 +74,7 @@ std::int64_t boundBetweenStages(std::int64_t maximumBytes) {
 }  // namespace
 
 ContentDecoder::Choice ContentDecoder::make(const HTTPHeaderFields& requestFields,
-                                            const HTTPHeaderFields& responseFields, Bounds bounds, Sink sink) {
+                                            const HTTPHeaderFields& responseFields, Bounds bounds) {
   const auto codings = codingsOf(responseFields);
   if (codings.size() > maximumCodings) {
     return {nullptr,
@@ -92,33 +92,51 @@ ContentDecoder::Choice ContentDecoder::make(const HTTPHeaderFields& requestField
     }
   }
   if (stages.empty()) return {};
-  return {std::unique_ptr<ContentDecoder>(new ContentDecoder(std::move(stages), bounds, std::move(sink))), {}};
+  return {std::unique_ptr<ContentDecoder>(new ContentDecoder(std::move(stages), bounds)), {}};
 }
 
-ContentDecoder::ContentDecoder(Stages stages, Bounds bounds, Sink sink) : bounds_(bounds), stages_(std::move(stages)) {
-  const std::size_t last = stages_.size() - 1;
-  for (std::size_t i = 0; i < last; ++i) {
-    ByteConsumer next = [this, i](Bytes bytes) { return stages_[i + 1]->decode(bytes, consumers_[i + 1]); };
-    consumers_.push_back(bounded(boundBetweenStages(bounds_.maximumBytes), std::move(next)));
+ContentDecoder::ContentDecoder(Stages stages, Bounds bounds) : bounds_(bounds) {
+  for (auto& stage : stages) {
+    const bool isLast = &stage == &stages.back();
+    Link& link = links_.emplace_back();
+    link.stage = std::move(stage);
+    link.maximumBytes = isLast ? bounds.maximumBytes : boundBetweenStages(bounds.maximumBytes);
+    if (links_.size() > 1) link.buffer = std::make_unique_for_overwrite<std::byte[]>(pieceBytes);
   }
-  consumers_.push_back(bounded(bounds_.maximumBytes, std::move(sink)));
 }
 
-/// Passes bytes on while they are within the bounds.
-ByteConsumer ContentDecoder::bounded(std::int64_t maximumBytes, ByteConsumer next) const {
-  return [this, maximumBytes, next = std::move(next), count = std::int64_t{0}](Bytes bytes) mutable {
-    count += static_cast<std::int64_t>(bytes.size());
-    auto failure = boundsFailure(count, maximumBytes);
-    return failure ? failure : next(bytes);
-  };
+/// What one coding decodes is what the next one takes.
+DecodedStep ContentDecoder::decode(std::size_t place, Bytes& input, std::span<std::byte> room) {
+  Link& link = links_[place];
+  Bytes& taken = place == 0 ? input : link.input;
+  for (;;) {
+    DecodedStep step = link.stage->decode(taken, room);
+    link.decodedBytes += static_cast<std::int64_t>(step.count);
+    if (auto failure = boundsFailure(link)) return {0, std::move(failure)};
+    if (step.failure || step.count > 0 || place == 0) return step;
+    const std::span<std::byte> buffer(link.buffer.get(), pieceBytes);
+    step = decode(place - 1, input, buffer);
+    if (step.failure || step.count == 0) return {0, std::move(step.failure)};
+    taken = buffer.first(step.count);
+  }
 }
 
-std::optional<LoadFailure> ContentDecoder::boundsFailure(std::int64_t decodedBytes, std::int64_t maximumBytes) const {
-  if (decodedBytes > maximumBytes) {
+DecodedStep ContentDecoder::decode(Bytes& input, std::span<std::byte> room) {
+  const std::size_t before = input.size();
+  // What is about to be taken counts for the bound on expansion.
+  inputBytes_ += static_cast<std::int64_t>(before);
+  DecodedStep step = decode(links_.size() - 1, input, room);
+  inputBytes_ -= static_cast<std::int64_t>(input.size());
+  return step;
+}
+
+std::optional<LoadFailure> ContentDecoder::boundsFailure(const Link& link) const {
+  if (link.decodedBytes > link.maximumBytes) {
     return LoadFailure{URLErrorCode::dataLengthExceedsMaximum,
                        "the decoded body exceeds " + std::to_string(bounds_.maximumBytes) + " bytes"};
   }
-  if (bounds_.limitsExpansion && decodedBytes > freeExpansionBytes && decodedBytes / maximumExpansion > inputBytes_) {
+  if (bounds_.limitsExpansion && link.decodedBytes > freeExpansionBytes &&
+      link.decodedBytes / maximumExpansion > inputBytes_) {
     return LoadFailure{URLErrorCode::dataLengthExceedsMaximum,
                        "the body of " + std::to_string(inputBytes_) +
                            " bytes or more expands to more than 100 times its length; a download takes it"};
@@ -126,16 +144,22 @@ std::optional<LoadFailure> ContentDecoder::boundsFailure(std::int64_t decodedByt
   return std::nullopt;
 }
 
-std::optional<LoadFailure> ContentDecoder::decode(Bytes input) {
+std::optional<LoadFailure> ContentDecoder::decode(Bytes input, const Sink& sink) {
+  if (!piece_) piece_ = std::make_unique_for_overwrite<std::byte[]>(pieceBytes);
   if (input.empty()) return std::nullopt;
-  inputBytes_ += static_cast<std::int64_t>(input.size());
-  return stages_.front()->decode(input, consumers_.front());
+  for (;;) {
+    DecodedStep step = decode(input, {piece_.get(), pieceBytes});
+    if (step.count > 0) {
+      if (auto failure = sink(Bytes(piece_.get(), step.count))) return failure;
+    }
+    if (step.failure || step.count == 0) return std::move(step.failure);
+  }
 }
 
 std::optional<LoadFailure> ContentDecoder::finish() {
   if (inputBytes_ == 0) return std::nullopt;
-  for (const auto& stage : stages_) {
-    if (auto failure = stage->finish()) return failure;
+  for (const Link& link : links_) {
+    if (auto failure = link.stage->finish()) return failure;
   }
   return std::nullopt;
 }

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "Platform/Loading/HTTPHeaderFields.hpp"
@@ -27,8 +30,10 @@ class ContentDecoder {
   static constexpr std::int64_t maximumExpansion = 100;
   static constexpr std::int64_t freeExpansionBytes = std::int64_t{64} << 20;
 
-  /// Takes the decoded bytes, in pieces.
-  using Sink = ByteConsumer;
+  /// Takes the decoded bytes, in pieces; a failure stops the decoding.
+  using Sink = std::function<std::optional<LoadFailure>(Bytes)>;
+  /// How much is decoded before it is passed on.
+  static constexpr std::size_t pieceBytes = 32768;
 
   struct Bounds {
     std::int64_t maximumBytes = 0;
@@ -41,27 +46,36 @@ class ContentDecoder {
     std::unique_ptr<ContentDecoder> decoder;
     std::optional<LoadFailure> failure;
   };
-  static Choice make(const HTTPHeaderFields& requestFields, const HTTPHeaderFields& responseFields, Bounds bounds,
-                     Sink sink);
+  static Choice make(const HTTPHeaderFields& requestFields, const HTTPHeaderFields& responseFields, Bounds bounds);
 
   ContentDecoder(const ContentDecoder&) = delete;
   ContentDecoder& operator=(const ContentDecoder&) = delete;
 
-  std::optional<LoadFailure> decode(Bytes input);
+  /// Decodes all of it, for the sink.
+  std::optional<LoadFailure> decode(Bytes input, const Sink& sink);
+  /// Decodes some of it, as `DecoderStage::decode` does.
+  DecodedStep decode(Bytes& input, std::span<std::byte> room);
   /// The body is over. A body without any byte is complete whatever its codings.
   std::optional<LoadFailure> finish();
 
  private:
+  /// One coding, and what was undone of those before it and waits for this one.
+  struct Link {
+    std::unique_ptr<DecoderStage> stage;
+    std::int64_t maximumBytes = 0;
+    std::int64_t decodedBytes = 0;
+    std::unique_ptr<std::byte[]> buffer;
+    Bytes input;
+  };
   using Stages = std::vector<std::unique_ptr<DecoderStage>>;
 
-  ContentDecoder(Stages stages, Bounds bounds, Sink sink);
-  ByteConsumer bounded(std::int64_t maximumBytes, ByteConsumer next) const;
-  std::optional<LoadFailure> boundsFailure(std::int64_t decodedBytes, std::int64_t maximumBytes) const;
+  ContentDecoder(Stages stages, Bounds bounds);
+  DecodedStep decode(std::size_t place, Bytes& input, std::span<std::byte> room);
+  std::optional<LoadFailure> boundsFailure(const Link& link) const;
 
   const Bounds bounds_;
-  // In the order of decoding; each stage's bytes go to the consumer of its index.
-  Stages stages_;
-  std::vector<ByteConsumer> consumers_;
+  std::vector<Link> links_;  ///< in the order of decoding
+  std::unique_ptr<std::byte[]> piece_;
   std::int64_t inputBytes_ = 0;
 };
 

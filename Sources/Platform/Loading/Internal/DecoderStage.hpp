@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <functional>
 #include <optional>
 #include <span>
 
@@ -9,21 +8,22 @@
 
 namespace platform::detail {
 
-/// Takes decoded bytes; a failure stops the decoding.
-using ByteConsumer = std::function<std::optional<LoadFailure>(Bytes)>;
+/// How far one step of decoding came: so many bytes, or a failure.
+struct DecodedStep {
+  std::size_t count = 0;
+  std::optional<LoadFailure> failure;
+};
 
-/// Undoes one content coding, piece by piece.
+/// Undoes one content coding, piece by piece, as fast as the decoded bytes are wanted: a few bytes may stand for
+/// gigabytes, and are kept as they are until those are asked for.
 class DecoderStage {
  public:
   virtual ~DecoderStage() = default;
-  /// Gives everything that `input` completes to `output`, in pieces of bounded size.
-  virtual std::optional<LoadFailure> decode(Bytes input, const ByteConsumer& output) = 0;
+  /// Takes bytes off the front of `input`, and writes what they stand for into `room`, of at least a hundred bytes. No
+  /// bytes: `input` is used up, and nothing is held back.
+  virtual DecodedStep decode(Bytes& input, std::span<std::byte> room) = 0;
   /// The input is over: a failure (-1015) when it may not end here.
   virtual std::optional<LoadFailure> finish() = 0;
-
- protected:
-  /// How much is decoded before it is passed on.
-  static constexpr std::size_t pieceBytes = 32768;
 };
 
 }  // namespace platform::detail

@@ -4,32 +4,34 @@
 #include <stdlib.h>
 #include <sys/stat.h>
 
-#include <algorithm>
-#include <cstring>
 #include <string>
 #include <string_view>
-#include <system_error>
 #include <utility>
+#include <variant>
 
 #include "Platform/Foundation/FileManager.hpp"
-#include "Platform/Foundation/Internal/FileWriting.hpp"
+#include "Platform/Foundation/UUID.hpp"
 #include "Platform/Loading/URLErrorCodes.hpp"
 
 namespace platform::detail {
 
 namespace {
 
-/// How much is written at once. A body comes in pieces of 64 KiB at most. Writing each by itself would cost more than
-/// the copy that gathers them, since a file system keeps a file in units that are larger, and walks through a whole one
-/// at each write.
-constexpr std::size_t gatheringBytes = 128 * 1024;
-
-std::string systemReason(int number) { return std::generic_category().message(number); }
+constexpr std::string_view suffix = ".tmp";
 
 }  // namespace
 
+DownloadFile::DownloadFile(const DownloadOptions& options) : digest_(options.expectedDigest) {
+  if (options.destination) destination_.emplace(*options.destination);
+}
+
 std::optional<LoadFailure> DownloadFile::open() {
-  constexpr std::string_view suffix = ".tmp";
+  if (!destination_) return openTemporary();
+  if (auto failure = destination_->problem()) return failure;
+  return openBeside(*destination_);
+}
+
+std::optional<LoadFailure> DownloadFile::openTemporary() {
   std::string path = FileManager::temporaryDirectory() + "/CorvaneDownload_XXXXXX" + std::string(suffix);
   file_ = FileDescriptor(
       uninterrupted([&] { return ::mkostemps(path.data(), static_cast<int>(suffix.size()), O_CLOEXEC); }));
@@ -42,49 +44,57 @@ std::optional<LoadFailure> DownloadFile::open() {
   return std::nullopt;
 }
 
-std::optional<LoadFailure> DownloadFile::take(Bytes bytes) {
-  if (!gathered_) gathered_ = std::make_unique_for_overwrite<std::byte[]>(gatheringBytes);
-  while (!bytes.empty()) {
-    const std::size_t count = std::min(bytes.size(), gatheringBytes - gatheredBytes_);
-    std::memcpy(gathered_.get() + gatheredBytes_, bytes.data(), count);
-    gatheredBytes_ += count;
-    bytes = bytes.subspan(count);
-    if (gatheredBytes_ < gatheringBytes) continue;
-    if (auto failure = writeGathered()) return failure;
+std::optional<LoadFailure> DownloadFile::openBeside(const DestinationPath& destination) {
+  std::string path = destination.directory() + "/.CorvaneDownload_" + UUID().uuidString() + std::string(suffix);
+  file_ = destination.make(path, O_WRONLY);
+  if (!file_.isOpen()) {
+    return destination.failure(URLErrorCode::cannotCreateFile,
+                               "no file can be made in " + destination.directory() + ": " + systemReason(errno));
   }
+  name_ = TemporaryFile(std::move(path));
+  destination.givePermissions(file_, 0600);
   return std::nullopt;
 }
 
-std::optional<LoadFailure> DownloadFile::writeGathered() {
-  Bytes bytes(gathered_.get(), std::exchange(gatheredBytes_, 0));
-  while (!bytes.empty()) {
-    const ssize_t count = writingToFile([&] { return ::write(file_.number(), bytes.data(), bytes.size()); });
-    if (count < 0) return failure(URLErrorCode::cannotWriteToFile, systemReason(errno));
-    bytes = bytes.subspan(static_cast<std::size_t>(count));
-  }
+std::optional<LoadFailure> DownloadFile::take(Bytes bytes) {
+  digest_.add(bytes);
+  if (const int number = output_.take(file_, bytes); number != 0)
+    return failure(URLErrorCode::cannotWriteToFile, number);
   return std::nullopt;
 }
 
 std::optional<LoadFailure> DownloadFile::finish() {
-  if (auto failure = writeGathered()) return failure;
-  const bool isInPlace = isAtItsPath();
-  if (const int number = file_.close(); number != 0)
-    return failure(URLErrorCode::cannotCloseFile, systemReason(number));
+  if (const int number = output_.flush(file_); number != 0) return failure(URLErrorCode::cannotWriteToFile, number);
+  if (destination_) destination_->givePermissions(file_);
+  if (auto failure = close()) return failure;
+  digest_.finish(destination_ ? destination_->path() : std::string());
+  if (!destination_) return std::nullopt;
+  auto taken = destination_->take(name_.path());
+  if (auto* failure = std::get_if<LoadFailure>(&taken)) return std::move(*failure);
+  name_.keep();
+  name_ = std::get<TemporaryFile>(std::move(taken));
+  return std::nullopt;
+}
+
+std::optional<LoadFailure> DownloadFile::close() {
+  const bool isInPlace = isAtPath(file_, name_.path());
+  if (const int number = file_.close(); number != 0) return failure(URLErrorCode::cannotCloseFile, number);
   if (isInPlace) return std::nullopt;
-  auto result = failure(URLErrorCode::cannotWriteToFile, "it was removed while it was being written");
+  LoadFailure result{URLErrorCode::cannotWriteToFile, "the download cannot be written to " + name_.path() +
+                                                          ": it was removed while it was being written"};
   name_.keep();  // what is there now, if anything, is another's
   return result;
 }
 
-bool DownloadFile::isAtItsPath() const {
+bool isAtPath(const FileDescriptor& file, const std::string& path) {
   struct stat own{};
   struct stat there{};
-  return ::fstat(file_.number(), &own) == 0 && ::lstat(name_.path().c_str(), &there) == 0 &&
-         own.st_ino == there.st_ino && own.st_dev == there.st_dev;
+  return ::fstat(file.number(), &own) == 0 && ::lstat(path.c_str(), &there) == 0 && own.st_ino == there.st_ino &&
+         own.st_dev == there.st_dev;
 }
 
-LoadFailure DownloadFile::failure(std::int32_t code, const std::string& reason) const {
-  return {code, "the download cannot be written to " + name_.path() + ": " + reason};
+LoadFailure DownloadFile::failure(std::int32_t code, int number) const {
+  return {code, "the download cannot be written to " + name_.path() + ": " + systemReason(number)};
 }
 
 }  // namespace platform::detail

@@ -26,9 +26,10 @@ FileLoad FileLoad::intoMemory(const URL& url, std::int64_t maximumBytes) {
   return load;
 }
 
-FileLoad FileLoad::intoFile(const URL& url, std::int64_t maximumBytes, const std::function<bool()>& goesOn) {
+FileLoad FileLoad::intoFile(const URL& url, std::int64_t maximumBytes, const DownloadOptions& options,
+                            const std::function<bool()>& goesOn) {
   FileLoad load;
-  load.conclude(url, load.copy(url.fileSystemPath(), maximumBytes, goesOn));
+  load.conclude(url, load.copy(url.fileSystemPath(), maximumBytes, options, goesOn));
   return load;
 }
 
@@ -62,15 +63,16 @@ std::optional<LoadFailure> FileLoad::read(const std::string& path, std::int64_t 
 }
 
 std::optional<LoadFailure> FileLoad::copy(const std::string& path, std::int64_t maximumBytes,
-                                          const std::function<bool()>& goesOn) {
+                                          const DownloadOptions& options, const std::function<bool()>& goesOn) {
   ReadableFile source;
-  DownloadFile target;
+  DownloadFile target(options);
   if (auto failure = source.open(path)) return failure;
   if (source.size() > maximumBytes) return limitFailure(path, maximumBytes);
   if (auto failure = target.open()) return failure;
   Data piece;
   piece.resize(pieceBytes);
-  while (goesOn()) {
+  while (true) {
+    if (!goesOn()) return std::nullopt;
     auto result = source.read(count_, {piece.mutableBytes(), piece.count()});
     if (auto* failure = std::get_if<LoadFailure>(&result)) return std::move(*failure);
     const std::size_t got = std::get<std::size_t>(result);

@@ -4,6 +4,7 @@
 #include <new>
 #include <utility>
 
+#include "Platform/Foundation/Internal/UserInformation.hpp"
 #include "Platform/Loading/Internal/BodyLimit.hpp"
 #include "Platform/Loading/Internal/HTTPLoader.hpp"
 #include "Platform/Loading/Internal/TransportErrors.hpp"
@@ -37,23 +38,39 @@ std::optional<Error> HTTPLoad::prepare(LoadOwner& owner) {
   request_ = &owner.requestToSend();
   if (!target_.set(request_->url)) {
     return NSError(kCFErrorDomainCFNetwork, URLErrorCode::badURL,
-                   "the transport cannot use the URL " + request_->url.absoluteString());
+                   "the transport cannot use the URL " + withoutUserInformation(request_->url.absoluteString()));
   }
   chooseBody();
   head_.method = request_->httpMethod;
   head_.isSecure = target_.route().origin.isSecure;
   head_.authority = target_.authority();
   head_.target = target_.target();
+  chooseRoute();
   composeFields();
   head_.fields = fields_;
   return std::nullopt;
+}
+
+/// A request that a proxy forwards names the whole URL (RFC 9112, 3.2.2), without its user and its fragment.
+void HTTPLoad::chooseRoute() {
+  const networking::ConnectionOptions& options = loader_.pool().options();
+  proxied_.reset();
+  if (options.proxy.kind == networking::Proxy::Kind::none) return;
+  proxied_ = std::make_unique<Proxied>(Proxied{.route = options.routeTo(target_.route().origin), .target = {}});
+  if (!isForwarded()) return;
+  proxied_->target.assign("http://").append(target_.authority()).append(target_.target());
+  head_.target = proxied_->target;
 }
 
 void HTTPLoad::chooseBody() {
   body_ = nullptr;
   head_.contentLength.reset();
   if (request_->httpMethod == "HEAD") return;  // one of HEAD is empty, and none
-  if (UploadFile* const file = owner_->bodyFile()) {
+  if (ProducedBody* const produced = owner_->producedBody()) {
+    producedBody_ = produced;
+    produced->setListener(this);
+    body_ = produced;
+  } else if (UploadFile* const file = owner_->bodyFile()) {
     fileBody_.set(*file);
     body_ = &fileBody_;
   } else if (request_->httpBody) {
@@ -75,7 +92,7 @@ void HTTPLoad::composeFields() {
   std::string_view ownCookies;
   bool isAuthorized = target_.authorization().empty();
   for (const auto& [name, value] : request_->allHTTPHeaderFields) {
-    if (isWrittenByConnection(name)) continue;
+    if (isWrittenByConnection(name) || (proxied_ && !mayTellPeer(name))) continue;
     if (name.size() == 13 && equalsIgnoringCase(name, "Authorization")) isAuthorized = true;
     if (name.size() == 6 && !cookies_.empty() && equalsIgnoringCase(name, "Cookie")) {
       ownCookies = value;
@@ -84,16 +101,41 @@ void HTTPLoad::composeFields() {
     }
   }
   if (!isAuthorized) addField("Authorization", target_.authorization());
+  if (request_->cachePolicy == URLRequestCachePolicy::reloadIgnoringLocalAndRemoteCacheData &&
+      !request_->allHTTPHeaderFields.contains("Cache-Control"))
+    addField("Cache-Control", "no-cache");
+  // What stands between the request and the network is no proxy: it is not told.
+  if (!request_->exchangeSources) authorizeAtProxy();
   if (!ownCookies.empty()) cookies_.append("; ").append(ownCookies);
   if (!cookies_.empty()) addField("Cookie", cookies_);
+}
+
+void HTTPLoad::authorizeAtProxy() {
+  if (isForwarded() && !proxyAuthorization().empty()) addField("Proxy-Authorization", proxyAuthorization());
+}
+
+const std::string& HTTPLoad::proxyAuthorization() const { return loader_.pool().options().proxy.authorization; }
+
+/// What is meant for the proxy goes to nobody else, and what is configured for it comes first.
+bool HTTPLoad::mayTellPeer(std::string_view name) const {
+  if (name.size() != 19 || !equalsIgnoringCase(name, "Proxy-Authorization")) return true;
+  return isForwarded() && proxyAuthorization().empty();
 }
 
 BodyDisposition HTTPLoad::responseHead(const ResponseHeadView& head) {
   HTTPHeaderFields fields;
   for (const auto& [name, value] : head.fields) fields.add(name, value);
   loader_.storeCookies(target_, fields);
-  response_ = std::make_shared<HTTPURLResponse>(request_->url, head.statusCode, std::string(head.httpVersion),
-                                                std::move(fields));
+  if (tap()) tap()->responseHead(head.statusCode, fields);
+  if (cacheRole_ != CacheRole::none && cacheTakesHead(head.statusCode, fields)) {
+    statusCode_ = head.statusCode;
+    return BodyDisposition::discard;
+  }
+  auto response = std::make_shared<HTTPURLResponse>(request_->url, head.statusCode, std::string(head.httpVersion),
+                                                    std::move(fields));
+  response->setRedirects(owner_->redirects());
+  response_ = std::move(response);
+  statusCode_ = head.statusCode;
   wantsBody_ = owner_->wantsBody(response_);
   if (!wantsBody_) return BodyDisposition::discard;
   if (!head.hasBody) return BodyDisposition::deliver;
@@ -111,9 +153,9 @@ bool HTTPLoad::expectBody(const ResponseHeadView& head) {
     return fail({URLErrorCode::dataLengthExceedsMaximum, "the body of " + std::to_string(head.bodyLength) +
                                                              " bytes exceeds the limit of " + std::to_string(limit)});
   }
+  if (sink_ && sink_->decodes()) return true;
   ContentDecoder::Choice choice = ContentDecoder::make(request_->allHTTPHeaderFields, response_->allHeaderFields(),
-                                                       {.maximumBytes = limit, .limitsExpansion = !sink_},
-                                                       [this](Bytes decoded) { return store(decoded); });
+                                                       {.maximumBytes = limit, .limitsExpansion = !sink_});
   if (choice.failure) return fail(std::move(*choice.failure));
   decoder_ = std::move(choice.decoder);
   if (!sink_ && !decoder_) received_.expect(head.bodyLength);
@@ -125,6 +167,7 @@ std::int64_t HTTPLoad::bodyLimit() const {
 }
 
 std::optional<LoadFailure> HTTPLoad::store(Bytes bytes) {
+  decodedBytes_ += bytes.size();
   if (sink_) return sink_->take(bytes);
   received_.append(bytes);
   return std::nullopt;
@@ -132,14 +175,17 @@ std::optional<LoadFailure> HTTPLoad::store(Bytes bytes) {
 
 bool HTTPLoad::isWithinLimit(std::size_t count) {
   receivedBytes_ += static_cast<std::int64_t>(count);
-  if (decoder_ || receivedBytes_ <= bodyLimit()) return true;
+  const bool countsDecoded = decoder_ || (sink_ && sink_->decodes());
+  if (countsDecoded || receivedBytes_ <= bodyLimit()) return true;
   return fail({URLErrorCode::dataLengthExceedsMaximum,
                "the body exceeds the limit of " + std::to_string(bodyLimit()) + " bytes"});
 }
 
 bool HTTPLoad::responseBody(networking::Bytes bytes) {
+  if (tap()) tap()->responseBody(bytes);
   if (failure_ || !isWithinLimit(bytes.size())) return false;
-  std::optional<LoadFailure> failure = decoder_ ? decoder_->decode(bytes) : store(bytes);
+  std::optional<LoadFailure> failure =
+      decoder_ ? decoder_->decode(bytes, [this](Bytes decoded) { return store(decoded); }) : store(bytes);
   if (failure) return fail(std::move(*failure));
   owner_->bodyReceived(receivedBytes_);
   return true;
@@ -147,13 +193,15 @@ bool HTTPLoad::responseBody(networking::Bytes bytes) {
 
 /// Only what is kept as it comes can be received where it stays.
 std::span<std::byte> HTTPLoad::responseRoom(std::size_t count) {
-  if (sink_ || decoder_) return {};
-  return received_.room(count);
+  if (decoder_ || tap()) return {};
+  return sink_ ? sink_->room(count) : received_.room(count);
 }
 
 bool HTTPLoad::responseFilled(std::size_t count) {
-  received_.filled(count);
+  decodedBytes_ += count;
+  if (!sink_) received_.filled(count);
   if (!isWithinLimit(count)) return false;
+  if (sink_) sink_->filled(count);
   owner_->bodyReceived(receivedBytes_);
   return true;
 }
@@ -162,22 +210,25 @@ void HTTPLoad::requestBodySent(std::uint64_t total) { owner_->bodySent(static_ca
 
 bool HTTPLoad::fail(LoadFailure failure) {
   if (!failure_) {
-    failure_ =
-        transportError(failure.code, std::move(failure.message), request_->url, exchange_.metrics().attempts > 0);
+    failure_ = transportError(failure.code, std::move(failure.message), request_->url, exchange_.requestWasSent());
   }
   return false;
 }
 
 void HTTPLoad::exchangeEnded(std::optional<ExchangeProblem> problem) noexcept {
+  if (cached_ && cached_->isContradicted) return loader_.submitAgain(*this);
+  if (cacheStandsFor(problem)) return serveStored();
   LoadOutcome outcome;
   try {
     judge(problem, outcome.lacksConnectivity);
   } catch (const std::bad_alloc&) {
     failure_ = Error::outOfMemory();
   }
+  if (tap()) tap()->ended(failure_);
+  outcome.body = received_.take();
+  if (cacheRole_ == CacheRole::stores && !problem && !failure_) storeResponse(outcome.body);
   outcome.error = std::move(failure_);
   outcome.response = std::move(response_);
-  outcome.body = received_.take();
   loader_.end(*this, std::move(outcome));
 }
 
@@ -192,12 +243,17 @@ void HTTPLoad::judge(std::optional<ExchangeProblem>& problem, bool& lacksConnect
   }
 }
 
-void HTTPLoad::exchangeRefused() noexcept { loader_.end(*this, abandon(std::move(*failure_))); }
+void HTTPLoad::exchangeRefused() noexcept {
+  if (tap()) tap()->ended(failure_);
+  loader_.end(*this, abandon(std::move(*failure_)));
+}
 
 Error HTTPLoad::errorOf(ExchangeProblem& problem, bool& lacksConnectivity) {
   switch (problem.kind) {
     case ExchangeProblem::Kind::timedOut:
       return timeoutError(*request_, problem.requestWasSent);
+    case ExchangeProblem::Kind::connectTimedOut:
+      return connectTimeoutError(*request_, problem.requestWasSent);
     case ExchangeProblem::Kind::rejected:
       return std::move(*problem.rejection);
     case ExchangeProblem::Kind::network:
@@ -207,14 +263,29 @@ Error HTTPLoad::errorOf(ExchangeProblem& problem, bool& lacksConnectivity) {
     return transportError(fileBody_.failure()->code, fileBody_.failure()->message, request_->url,
                           problem.requestWasSent);
   }
+  if (producedBody_ && producedBody_->failure()) return errorOfProducedBody(problem);
   if (problem.failure.cause == FailureCause::outOfMemory) return Error::outOfMemory();
   if (problem.failure.cause == FailureCause::outOfDescriptors) {
     return resourceError(problem.failure.systemError, request_->url);
   }
-  const TransportFailure failure =
-      TransportFailure::of(std::move(problem.failure), target_.host(), problem.requestWasSent);
+  if (producedBody_ && producedBody_->wasRefused()) {
+    problem.failure.message += ", and the body of the request cannot be sent again: its producer cannot be rewound";
+  }
+  const bool isOfProxy = problem.failure.hop != networking::Hop::origin;
+  const std::string& host = isOfProxy ? loader_.pool().options().proxy.host : target_.host();
+  const TransportFailure failure = sourced_ && sourced_->isFailure
+                                       ? TransportFailure{.reason = std::move(problem.failure)}
+                                       : TransportFailure::of(std::move(problem.failure), host, problem.requestWasSent);
   lacksConnectivity = !problem.requestWasSent && isConnectivityFailure(failure);
   return transportError(failure, request_->url);
+}
+
+/// One of ours tells of the request; one of the producer's own is left as it is.
+Error HTTPLoad::errorOfProducedBody(const ExchangeProblem& problem) const {
+  const Error& error = *producedBody_->failure();
+  if (error.domain() != kCFErrorDomainCFNetwork) return error;
+  return transportError(static_cast<std::int32_t>(error.code()), error.message(), request_->url,
+                        problem.requestWasSent);
 }
 
 LoadOutcome HTTPLoad::abandon(Error error) {
@@ -225,10 +296,27 @@ LoadOutcome HTTPLoad::abandon(Error error) {
   return outcome;
 }
 
+void HTTPLoad::recordMetrics() const noexcept {
+  LoadFacts facts{.statusCode = statusCode_, .decodedBytes = decodedBytes_};
+  if (sink_ && sink_->decodes()) facts.decodedBytes.reset();
+  owner_->metricsRecord.add(exchange_, *request_, facts);
+  if (cached_ && cached_->isServed) {
+    owner_->metricsRecord.addFromCache(loader_.loop().now(), *request_, cached_->stored->statusCode(),
+                                       cached_->servedBytes);
+  }
+}
+
 void HTTPLoad::recycle() {
+  exchange_.forgetMetrics();
+  statusCode_.reset();
+  decodedBytes_ = 0;
+  sourced_.reset();
+  cached_.reset();
+  cacheRole_ = CacheRole::none;
   owner_ = nullptr;
   request_ = nullptr;
   memoryBody_.set(Data());
+  if (auto* const produced = std::exchange(producedBody_, nullptr)) produced->setListener(nullptr);
   body_ = nullptr;
   response_.reset();
   wantsBody_ = false;

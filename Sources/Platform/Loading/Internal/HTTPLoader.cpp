@@ -1,9 +1,13 @@
 #include "Platform/Loading/Internal/HTTPLoader.hpp"
 
 #include <algorithm>
+#include <cmath>
+#include <new>
 #include <utility>
 
 #include "Platform/Loading/Internal/NetworkChanges.hpp"
+#include "Platform/Loading/Internal/NetworkOptions.hpp"
+#include "Platform/Loading/Internal/TransportErrors.hpp"
 #include "Platform/Networking/Connecting/Resolver.hpp"
 #include "Platform/Networking/Connecting/TLSContext.hpp"
 #include "Platform/Networking/HTTPText.hpp"
@@ -25,38 +29,113 @@ networking::Resolver& sharedResolver(networking::EventLoop& loop) {
   return resolver;
 }
 
+/// Zero for no limit.
+networking::Duration connectTimeout(const URLRequest& request) {
+  if (std::isinf(request.connectTimeout)) return networking::Duration::zero();
+  return std::max<networking::Duration>(networking::durationOfSeconds(request.connectTimeout),
+                                        std::chrono::milliseconds(1));
+}
+
+std::shared_ptr<HTTPCookieStorage> cookieStorage(const URLSessionConfiguration& configuration) {
+  if (!configuration.httpShouldSetCookies) return nullptr;
+  return configuration.httpCookieStorage ? configuration.httpCookieStorage : std::make_shared<HTTPCookieStorage>();
+}
+
+networking::Duration idleTimeout(const URLRequest& request) {
+  return std::max<networking::Duration>(networking::durationOfSeconds(request.timeoutInterval),
+                                        std::chrono::milliseconds(1));
+}
+
 }  // namespace
 
 HTTPLoader::HTTPLoader(networking::EventLoop& loop, const URLSessionConfiguration& configuration,
                        networking::ConnectionPool::Challenge challenge)
     : loop_(loop),
       configuration_(configuration),
-      pool_(loop, sharedResolver(loop), networking::TLSContext::make(), std::move(challenge)) {
-  if (configuration_.httpShouldSetCookies) cookies_.emplace();
+      cookies_(cookieStorage(configuration)),
+      pool_(loop, sharedResolver(loop),
+            networking::TLSContext::make(tlsOptions(configuration.tls, configuration.connections.httpVersions)),
+            std::move(challenge), connectionOptions(configuration.connections)) {
+  if (const auto capacity = configuration_.cache.capacityBytes; capacity > 0)
+    cache_ = std::make_unique<HTTPCacheStore>(static_cast<std::size_t>(capacity));
 }
 
-HTTPLoader::~HTTPLoader() { loop_.cancelDeferred(*this); }
+HTTPLoader::~HTTPLoader() {
+  for (const auto& revalidation : revalidations_) withdraw(*revalidation);
+  loop_.cancelDeferred(*this);
+}
 
 void HTTPLoader::submit(LoadOwner& owner) {
   HTTPLoad& load = takeLoad();
   owner.load = &load;
-  if (std::optional<Error> refusal = load.prepare(owner)) {
-    // Told later, so that the owner is never called back from inside its own submission.
-    refused_.emplace_back(&owner, std::move(*refusal));
-    loop_.defer(*this);
+  if (std::optional<Error> refusal = load.prepare(owner)) return refuse(load, std::move(*refusal));
+  switch (load.askCache()) {
+    case CacheChoice::load:
+    case CacheChoice::validate:
+      load.request().exchangeSources ? load.askSources() : sendToNetwork(load);
+      break;
+    case CacheChoice::serveThenValidate:
+      validateLater(load);
+      [[fallthrough]];
+    case CacheChoice::serve:
+      served_.push_back(&owner);
+      loop_.defer(*this);
+      break;
+    case CacheChoice::unavailable:
+      refuse(load, notStoredError(load.request().url));
+      break;
+  }
+}
+
+/// Told later, so that the owner is never called back from inside its own submission.
+void HTTPLoader::refuse(HTTPLoad& load, Error error) {
+  refused_.emplace_back(&load.owner(), std::move(error));
+  loop_.defer(*this);
+}
+
+/// One at a time for each stored response.
+void HTTPLoader::validateLater(const HTTPLoad& load) noexcept {
+  const auto& stored = load.storedResponse();
+  const auto isOfStored = [&](const auto& each) { return each->stored() == stored; };
+  if (std::any_of(revalidations_.begin(), revalidations_.end(), isOfStored)) return;
+  try {
+    revalidations_.push_back(
+        std::make_unique<Revalidation>(load.request(), stored, load.owner().keptAlive(), [this](Revalidation& done) {
+          std::erase_if(revalidations_, [&](const auto& each) { return each.get() == &done; });
+        }));
+    revalidations_.back()->limitBody(static_cast<std::int64_t>(cache_->longest()));
+  } catch (const std::bad_alloc&) {
+    // The request has its response; the next one tries again.
     return;
   }
-  pool_.submit(load.exchange(), load.route(),
-               std::max<networking::Duration>(networking::durationOfSeconds(load.request().timeoutInterval),
-                                              std::chrono::milliseconds(1)),
+  try {
+    submit(*revalidations_.back());
+  } catch (const std::bad_alloc&) {
+    withdraw(*revalidations_.back());
+    revalidations_.pop_back();
+  }
+}
+
+void HTTPLoader::sendToNetwork(HTTPLoad& load) {
+  load.exchange().setConnectTimeout(connectTimeout(load.request()));
+  pool_.submit(load.exchange(), load.route(), idleTimeout(load.request()),
                static_cast<std::size_t>(std::max(configuration_.httpMaximumConnectionsPerHost, 0)));
+}
+
+void HTTPLoader::sendToSource(HTTPLoad& load, networking::HTTPConnection& connection) {
+  pool_.submit(load.exchange(), connection, idleTimeout(load.request()));
 }
 
 void HTTPLoader::runDeferred() {
   while (!refused_.empty()) {
-    auto [owner, error] = std::move(refused_.back());
-    refused_.pop_back();
+    auto [owner, error] = std::move(refused_.front());
+    refused_.pop_front();
     end(*owner->load, owner->load->abandon(std::move(error)));
+  }
+  while (!served_.empty()) {
+    LoadOwner* const owner = served_.front();
+    served_.pop_front();
+    owner->load->serveStored();
   }
   if (spare_.size() > spareLimit) spare_.resize(spareLimit);
 }
@@ -78,6 +157,7 @@ HTTPLoad& HTTPLoader::takeLoad() {
 void HTTPLoader::withdraw(LoadOwner& owner) {
   if (!owner.load) return;
   std::erase_if(refused_, [&](const auto& refusal) { return refusal.first == &owner; });
+  std::erase(served_, &owner);
   pool_.withdraw(owner.load->exchange());
   release(*owner.load);
 }
@@ -85,12 +165,30 @@ void HTTPLoader::withdraw(LoadOwner& owner) {
 void HTTPLoader::end(HTTPLoad& load, LoadOutcome outcome) noexcept {
   LoadOwner& owner = load.owner();
   release(load);
+  outcome.requestWasSent = owner.hasSent;
   owner.loadEnded(std::move(outcome));
+}
+
+void HTTPLoader::submitAgain(HTTPLoad& load) noexcept {
+  LoadOwner& owner = load.owner();
+  release(load);
+  owner.metricsRecord.setCause(TransactionMetrics::Cause::notConfirmed);
+  try {
+    submit(owner);
+  } catch (const std::bad_alloc&) {
+    withdraw(owner);
+    LoadOutcome outcome;
+    outcome.error = Error::outOfMemory();
+    outcome.requestWasSent = owner.hasSent;
+    owner.loadEnded(std::move(outcome));
+  }
 }
 
 /// The object stays alive: its caller may still be inside of it.
 void HTTPLoader::release(HTTPLoad& load) {
+  load.recordMetrics();
   load.owner().load = nullptr;
+  if (load.exchange().requestWasSent()) load.owner().hasSent = true;
   load.recycle();
   const std::size_t place = load.place;
   std::unique_ptr<HTTPLoad> taken = std::move(active_[place]);
@@ -113,14 +211,14 @@ void HTTPLoader::scheduleReport(ProgressMeter& meter) {
 }
 
 void HTTPLoader::appendCookies(const RequestTarget& target, std::string& out) {
-  if (cookies_) cookies_->appendTo(out, target.route().origin, target.target());
+  if (cookies_) cookies_->appendTo(out, target);
 }
 
 void HTTPLoader::storeCookies(const RequestTarget& target, const HTTPHeaderFields& fields) {
   if (!cookies_) return;
   for (const auto& [name, value] : fields) {
     if (name.size() == 10 && equalsIgnoringCase(name, "Set-Cookie")) {
-      cookies_->store(value, target.route().origin, target.target());
+      cookies_->store(value, target);
     }
   }
 }

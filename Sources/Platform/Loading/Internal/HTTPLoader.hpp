@@ -1,13 +1,16 @@
 #pragma once
 
+#include <deque>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "Platform/Loading/Internal/CookieJar.hpp"
+#include "Platform/Loading/HTTPCookieStorage.hpp"
+#include "Platform/Loading/Internal/Caching/HTTPCacheStore.hpp"
 #include "Platform/Loading/Internal/HTTPLoad.hpp"
 #include "Platform/Loading/Internal/ProgressMeter.hpp"
+#include "Platform/Loading/Internal/Revalidation.hpp"
 #include "Platform/Loading/URLSession.hpp"
 #include "Platform/Networking/Pool/ConnectionPool.hpp"
 
@@ -36,27 +39,46 @@ class HTTPLoader final : private networking::Deferred {
     pool_.decide(query, rejection);
   }
 
+  /// The session ends: what is stored goes, and nothing is stored any more.
+  void dropCache() { cache_.reset(); }
+
   // For loads.
+  /// Null: there is none.
+  HTTPCacheStore* cache() { return cache_.get(); }
+  bool hasSeveralLoads() const { return active_.size() > 1; }
+  networking::EventLoop& loop() const { return loop_; }
+  void sendToNetwork(HTTPLoad& load);
+  /// To what stands in for the network; there is no turn to wait for.
+  void sendToSource(HTTPLoad& load, networking::HTTPConnection& connection);
   networking::ConnectionPool& pool() { return pool_; }
   const URLSessionConfiguration& configuration() const { return configuration_; }
   /// Appends the value of a Cookie field, or nothing.
   void appendCookies(const RequestTarget& target, std::string& out);
   void storeCookies(const RequestTarget& target, const HTTPHeaderFields& fields);
   void end(HTTPLoad& load, LoadOutcome outcome) noexcept;
+  /// Starts anew for its owner what has ended in vain.
+  void submitAgain(HTTPLoad& load) noexcept;
 
  private:
   void runDeferred() override;
+  void validateLater(const HTTPLoad& load) noexcept;
+  void refuse(HTTPLoad& load, Error error);
   HTTPLoad& takeLoad();
   void release(HTTPLoad& load);
 
   networking::EventLoop& loop_;
   const URLSessionConfiguration configuration_;
-  std::optional<CookieJar> cookies_;
+  /// Null: cookies are neither stored nor sent.
+  const std::shared_ptr<HTTPCookieStorage> cookies_;
+  std::unique_ptr<HTTPCacheStore> cache_;
   networking::ConnectionPool pool_;
   std::vector<std::unique_ptr<HTTPLoad>> active_;  ///< each knows its place
   std::vector<std::unique_ptr<HTTPLoad>> spare_;
   /// Owners of what cannot be sent, and why; told in the next iteration.
-  std::vector<std::pair<LoadOwner*, Error>> refused_;
+  std::deque<std::pair<LoadOwner*, Error>> refused_;
+  /// Owners of what the cache has; served in the next iteration.
+  std::deque<LoadOwner*> served_;
+  std::vector<std::unique_ptr<Revalidation>> revalidations_;
 };
 
 }  // namespace platform::detail

@@ -22,8 +22,7 @@ bool isZlibHeader(std::byte first, std::byte second) {
 
 }  // namespace
 
-InflateStage::InflateStage(Format format)
-    : format_(format), piece_(std::make_unique_for_overwrite<std::byte[]>(pieceBytes)) {
+InflateStage::InflateStage(Format format) : format_(format) {
   if (format_ == Format::gzip) open(MAX_WBITS + 16);
 }
 
@@ -36,20 +35,22 @@ void InflateStage::open(int windowBits) {
   isOpen_ = true;
 }
 
-std::optional<LoadFailure> InflateStage::decode(Bytes input, const ByteConsumer& output) {
+DecodedStep InflateStage::decode(Bytes& input, std::span<std::byte> room) {
   if (format_ == Format::deflate && !isOpen_) {
-    if (!takeFirstBytes(input)) return std::nullopt;
+    if (!takeFirstBytes(input)) return {};
     Bytes first(firstBytes_);
-    if (auto failure = inflatePiece(first, output)) return failure;
-    if (!first.empty()) return damaged("bytes follow its end");
+    DecodedStep step = inflateInto(first, room);  // two bytes stand for less than there is room for
+    if (!step.failure && !first.empty()) step.failure = damaged("bytes follow its end");
+    if (step.failure || step.count > 0) return step;
   }
-  while (!input.empty()) {
+  for (;;) {
     if (isAtEndOfMember_) {
-      if (auto failure = beginNextMember(input.front())) return failure;
+      if (input.empty()) return {};
+      if (auto failure = beginNextMember(input.front())) return {0, std::move(failure)};
     }
-    if (auto failure = inflatePiece(input, output)) return failure;
+    DecodedStep step = inflateInto(input, room);
+    if (step.failure || step.count > 0 || (input.empty() && !isAtEndOfMember_)) return step;
   }
-  return std::nullopt;
 }
 
 std::optional<LoadFailure> InflateStage::finish() {
@@ -74,29 +75,27 @@ std::optional<LoadFailure> InflateStage::beginNextMember(std::byte first) {
   return std::nullopt;
 }
 
-/// Takes from `input` until it is used up or the member ends.
-std::optional<LoadFailure> InflateStage::inflatePiece(Bytes& input, const ByteConsumer& output) {
+/// Takes from `input` until it is used up, the room is full, or the member ends.
+DecodedStep InflateStage::inflateInto(Bytes& input, std::span<std::byte> room) {
   constexpr std::size_t mostAtOnce = std::size_t{1} << 30;  // zlib counts in unsigned int
   const Bytes taken = input.first(std::min(input.size(), mostAtOnce));
+  const std::size_t roomBytes = std::min(room.size(), mostAtOnce);
   isAtEndOfMember_ = false;
   stream_.next_in = reinterpret_cast<Bytef*>(const_cast<std::byte*>(taken.data()));
   stream_.avail_in = static_cast<uInt>(taken.size());
-  int result = Z_OK;
-  do {
-    stream_.next_out = reinterpret_cast<Bytef*>(piece_.get());
-    stream_.avail_out = static_cast<uInt>(pieceBytes);
-    result = inflate(&stream_, Z_NO_FLUSH);
-    if (result == Z_MEM_ERROR) throw std::bad_alloc();
-    const Bytes decoded(piece_.get(), pieceBytes - stream_.avail_out);
-    if (!decoded.empty()) {
-      if (auto failure = output(decoded)) return failure;
-    }
-    if (result == Z_NEED_DICT) return damaged("it needs a dictionary");
-    if (result != Z_OK && result != Z_STREAM_END && result != Z_BUF_ERROR) return damaged(stream_.msg);
-  } while (result == Z_OK && (stream_.avail_in > 0 || stream_.avail_out == 0));
-  isAtEndOfMember_ = result == Z_STREAM_END;
+  stream_.next_out = reinterpret_cast<Bytef*>(room.data());
+  stream_.avail_out = static_cast<uInt>(roomBytes);
+  const int result = inflate(&stream_, Z_NO_FLUSH);
+  if (result == Z_MEM_ERROR) throw std::bad_alloc();
+  DecodedStep step{roomBytes - stream_.avail_out, std::nullopt};
   input = input.subspan(taken.size() - stream_.avail_in);
-  return std::nullopt;
+  isAtEndOfMember_ = result == Z_STREAM_END;
+  if (result == Z_NEED_DICT) {
+    step.failure = damaged("it needs a dictionary");
+  } else if (result != Z_OK && result != Z_STREAM_END && result != Z_BUF_ERROR) {
+    step.failure = damaged(stream_.msg);
+  }
+  return step;
 }
 
 LoadFailure InflateStage::damaged(const char* detail) const {

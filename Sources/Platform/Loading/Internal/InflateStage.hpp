@@ -3,7 +3,6 @@
 #include <zlib.h>
 
 #include <array>
-#include <memory>
 
 #include "Platform/Loading/Internal/DecoderStage.hpp"
 
@@ -21,11 +20,11 @@ class InflateStage final : public DecoderStage {
   InflateStage(const InflateStage&) = delete;
   InflateStage& operator=(const InflateStage&) = delete;
 
-  std::optional<LoadFailure> decode(Bytes input, const ByteConsumer& output) override;
+  DecodedStep decode(Bytes& input, std::span<std::byte> room) override;
   std::optional<LoadFailure> finish() override;
 
  private:
-  std::optional<LoadFailure> inflatePiece(Bytes& input, const ByteConsumer& output);
+  DecodedStep inflateInto(Bytes& input, std::span<std::byte> room);
   std::optional<LoadFailure> beginNextMember(std::byte first);
   bool takeFirstBytes(Bytes& input);
   void open(int windowBits);
@@ -38,7 +37,6 @@ class InflateStage final : public DecoderStage {
   std::array<std::byte, 2> firstBytes_{};
   std::size_t firstBytesCount_ = 0;
   z_stream stream_{};
-  std::unique_ptr<std::byte[]> piece_;
 };
 
 }  // namespace platform::detail

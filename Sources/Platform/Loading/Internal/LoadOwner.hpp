@@ -4,10 +4,12 @@
 #include <memory>
 #include <optional>
 #include <variant>
+#include <vector>
 
 #include "Platform/Foundation/Data.hpp"
 #include "Platform/Foundation/Error.hpp"
 #include "Platform/Loading/Internal/BodySink.hpp"
+#include "Platform/Loading/Internal/MetricsRecord.hpp"
 #include "Platform/Loading/Internal/UploadFile.hpp"
 #include "Platform/Loading/URLRequest.hpp"
 #include "Platform/Loading/URLResponse.hpp"
@@ -15,6 +17,7 @@
 namespace platform::detail {
 
 class HTTPLoad;
+class ProducedBody;
 
 /// What a load came to.
 struct LoadOutcome {
@@ -25,6 +28,8 @@ struct LoadOutcome {
   std::optional<Error> error;
   /// It failed because no network leads to the host, and nothing was sent.
   bool lacksConnectivity = false;
+  /// Whether a byte of the request may have left.
+  bool requestWasSent = false;
 };
 
 /// Who a load is made for. Loop side.
@@ -35,6 +40,10 @@ class LoadOwner {
   /// The file that the body is read from; null when the body is in the request, or there is none. Stays as
   /// `requestToSend` does.
   virtual UploadFile* bodyFile() = 0;
+  /// The body that is made while it is sent; null when there is none.
+  virtual ProducedBody* producedBody() = 0;
+  /// Those that were followed before this load; null: none.
+  virtual std::shared_ptr<const std::vector<URLRedirect>> redirects() const = 0;
   /// The final head is here; whether the body is wanted.
   virtual bool wantsBody(const std::shared_ptr<const HTTPURLResponse>& response) = 0;
   /// What takes the wanted body: a null sink leaves it to the load, which keeps it in memory.
@@ -44,11 +53,19 @@ class LoadOwner {
   /// How many bytes of the request's or of the wanted body went over the network so far.
   virtual void bodySent(std::int64_t count) = 0;
   virtual void bodyReceived(std::int64_t count) = 0;
+  /// Whether its responses may come from the cache, and go there: it wants whole bodies in memory.
+  virtual bool usesCache() const = 0;
+  /// What must live as long as anything is loaded on its behalf.
+  virtual std::shared_ptr<void> keptAlive() const = 0;
   /// Once, at the end.
   virtual void loadEnded(LoadOutcome outcome) noexcept = 0;
 
   /// The load under way; kept by the loader.
   HTTPLoad* load = nullptr;
+  /// Whether a request of the loads that have ended may have reached a server; kept by the loader.
+  bool hasSent = false;
+  /// The loader adds to it whatever it did for the owner, before the owner is told of the end.
+  MetricsRecord metricsRecord;
 
  protected:
   ~LoadOwner() = default;

@@ -19,20 +19,32 @@ void appendEncoded(std::string& text, char c) {
   text.append(1, '%').append(1, hex[byte >> 4]).append(1, hex[byte & 15]);
 }
 
-/// Encodes what is neither plain nor one of `alsoAllowed`; an escape stays as it is.
-std::string encoded(std::string_view component, std::string_view alsoAllowed) {
+bool isBracket(char c) { return c == '[' || c == ']'; }
+bool isQuestionMark(char c) { return c == '?'; }
+bool isNothingElse(char) { return false; }
+
+/// Encodes what is neither plain nor allowed here; an escape stays as it is.
+template <class IsAllowed>
+std::string encoded(std::string_view component, IsAllowed isAllowed) {
   std::string result;
   for (std::size_t i = 0; i < component.size(); ++i) {
     const char c = component[i];
     const bool isEscape = c == '%' && i + 2 < component.size() && hexadecimalValue(component[i + 1]) >= 0 &&
                           hexadecimalValue(component[i + 2]) >= 0;
-    if (isEscape || isPlain(c) || alsoAllowed.find(c) != std::string_view::npos) {
+    if (isEscape || isPlain(c) || isAllowed(c)) {
       result.push_back(c);
     } else {
       appendEncoded(result, c);
     }
   }
   return result;
+}
+
+/// Scheme and authority. What a host holds outside of ASCII stays: percent-encoded, it would be another name.
+std::string encodedAuthority(std::string_view authority) {
+  const std::size_t host = authority.rfind('@') + 1;
+  return encoded(authority.substr(0, host), isBracket) +
+         encoded(authority.substr(host), [](char c) { return isBracket(c) || static_cast<unsigned char>(c) >= 0x80; });
 }
 
 /// Where the authority ends, 0 when there is none: after "//" at the start or after a scheme.
@@ -57,9 +69,10 @@ std::string locationAsReference(std::string_view location) {
   std::replace(hierarchy.begin(), hierarchy.end(), '\\', '/');
   const std::string_view parts = hierarchy;
   const std::size_t authority = endOfAuthority(parts);
-  std::string result = encoded(parts.substr(0, authority), "[]") + encoded(parts.substr(authority), "");
-  if (question < hash) result.append("?").append(encoded(location.substr(question + 1, hash - question - 1), "?"));
-  if (hash < location.size()) result.append("#").append(encoded(location.substr(hash + 1), "?"));
+  std::string result = encodedAuthority(parts.substr(0, authority)) + encoded(parts.substr(authority), isNothingElse);
+  if (question < hash)
+    result.append("?").append(encoded(location.substr(question + 1, hash - question - 1), isQuestionMark));
+  if (hash < location.size()) result.append("#").append(encoded(location.substr(hash + 1), isQuestionMark));
   return result;
 }
 

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <initializer_list>
+#include <string>
 
+#include "Platform/Foundation/Internal/UserInformation.hpp"
 #include "Platform/Foundation/URLComponents.hpp"
 #include "Platform/Loading/Internal/RedirectLocation.hpp"
 #include "Platform/Loading/URLErrorCodes.hpp"
@@ -27,9 +29,10 @@ bool describesBody(std::string_view name) {
          isOneOf(name, {"Transfer-Encoding", "Trailer", "Expect", "Digest", "Repr-Digest", "Last-Modified"});
 }
 
-/// Fields that are meant for one origin only.
+/// Fields that are meant for one origin only. "tracestate" has what the systems of the caller say to each other,
+/// whereas "traceparent" has random numbers (W3C Trace Context, 6).
 bool belongsToOrigin(std::string_view name) {
-  return isOneOf(name, {"Authorization", "Cookie", "Cookie2", "Proxy-Authorization", "Host"});
+  return isOneOf(name, {"Authorization", "Cookie", "Cookie2", "Proxy-Authorization", "Host", "tracestate"});
 }
 
 void dropFields(HTTPHeaderFields& fields, bool (*isDropped)(std::string_view)) {
@@ -38,6 +41,15 @@ void dropFields(HTTPHeaderFields& fields, bool (*isDropped)(std::string_view)) {
     if (!isDropped(name)) kept.add(name, value);
   }
   fields = std::move(kept);
+}
+
+/// A digest is of one target and method. Servers respond with 400 where it comes with others (RFC 7616, 3.4.6), and to
+/// none with a challenge.
+void dropDigest(HTTPHeaderFields& fields) {
+  constexpr std::string_view scheme = "Digest ";
+  const auto value = fields.value("Authorization");
+  if (value && equalsIgnoringCase(std::string_view(*value).substr(0, scheme.size()), scheme))
+    fields.remove("Authorization");
 }
 
 std::string schemeOf(const URL& url) { return lowercased(url.scheme().value_or("")); }
@@ -54,16 +66,19 @@ std::optional<URL> withCredentialsOf(const URL& target, const URL& sent, bool is
   return parts->url();
 }
 
+/// Without user and password.
+std::string shown(std::string_view location) { return "\"" + printable(withoutUserInformation(location)) + "\""; }
+
 LoadFailure unusable(std::string_view location, const char* reason) {
   return {URLErrorCode::redirectToNonExistentLocation,
-          "the redirect to \"" + printable(location) + "\" cannot be followed: " + reason};
+          "the redirect to " + shown(location) + " cannot be followed: " + reason};
 }
 
 std::optional<LoadFailure> objection(const URL& target, const URL& sent, std::string_view location) {
   const std::string scheme = schemeOf(target);
   if (scheme != "http" && scheme != "https") {
     return LoadFailure{URLErrorCode::unsupportedURL,
-                       "the redirect to \"" + printable(location) + "\" leaves http and https"};
+                       "the redirect to " + shown(location) + " cannot be followed: only http and https can be"};
   }
   if (!target.host()) return unusable(location, "it has no host");
   if (scheme == "http" && schemeOf(sent) == "https") return unusable(location, "it leads from https to http");
@@ -82,10 +97,17 @@ bool haveSameOrigin(const URL& left, const URL& right) {
          equalsIgnoringCase(left.host().value_or(""), right.host().value_or(""));
 }
 
+bool leavesOrigin(std::string_view location, const URL& sent) {
+  const auto target = resolvedLocation(location, sent);
+  return target && !haveSameOrigin(*target, sent);
+}
+
 RedirectDecision decideRedirect(const URLRequest& sent, int statusCode, std::optional<std::string_view> location,
-                                int hops) {
+                                int hops, int limit) {
   if (!leadsElsewhere(statusCode) || !location || trimmed(*location).empty()) return NoRedirect{};
-  if (hops >= maximumRedirects) return LoadFailure{URLErrorCode::httpTooManyRedirects, "more than 20 redirects"};
+  if (hops >= limit)
+    return LoadFailure{URLErrorCode::httpTooManyRedirects,
+                       "more than " + std::to_string(limit) + " redirects, the last of them to " + shown(*location)};
   const auto target = resolvedLocation(*location, sent.url);
   if (!target) return unusable(*location, "it is not a URL");
   if (auto failure = objection(*target, sent.url, *location)) return std::move(*failure);
@@ -95,10 +117,11 @@ RedirectDecision decideRedirect(const URLRequest& sent, int statusCode, std::opt
   if (!url) return unusable(*location, "it is not a URL");
   URLRequest next = sent;
   next.url = std::move(*url);
-  if (!isSameOrigin) dropFields(next.allHTTPHeaderFields, belongsToOrigin);
+  isSameOrigin ? dropDigest(next.allHTTPHeaderFields) : dropFields(next.allHTTPHeaderFields, belongsToOrigin);
   if (becomesGet(statusCode, next.httpMethod)) {
     next.httpMethod = "GET";
     next.httpBody.reset();
+    next.httpBodyStream.reset();
     dropFields(next.allHTTPHeaderFields, describesBody);
   }
   return next;

@@ -9,11 +9,12 @@ namespace platform::detail {
 
 namespace {
 
-/// Whether a percent-decoded host may be looked up and sent: nothing that ends an authority or a line.
-bool isPlausibleHost(std::string_view host) {
-  return !host.empty() && std::all_of(host.begin(), host.end(), [](char c) {
-    return static_cast<unsigned char>(c) > 0x20 && c != 0x7f &&
-           std::string_view("/?#@[]\\<>^|`{}\"").find(c) == std::string_view::npos;
+/// Whether a percent-decoded host may be looked up and sent: nothing that ends an authority or a line, and nothing that
+/// makes a name look like an address with a port or a zone.
+bool isPlausibleHost(std::string_view host, bool isLiteral) {
+  const std::string_view forbidden = isLiteral ? "/?#@[]\\<>^|`{}\"" : "/?#@[]\\<>^|`{}\":%";
+  return !host.empty() && std::all_of(host.begin(), host.end(), [forbidden](char c) {
+    return static_cast<unsigned char>(c) > 0x20 && c != 0x7f && forbidden.find(c) == forbidden.npos;
   });
 }
 
@@ -56,14 +57,14 @@ bool RequestTarget::parse(const URL& url) {
   const bool isSecure = equalsIgnoringCase(scheme, "https");
   if (!isSecure && !equalsIgnoringCase(scheme, "http")) return false;
 
-  const auto host = url.host();
-  if (!host || !isPlausibleHost(*host)) return false;
-  const std::uint16_t ownPort = isSecure ? 443 : 80;
-  route_.origin = {.isSecure = isSecure, .host = hostOfOrigin(*host), .port = url.port().value_or(ownPort)};
-
   const std::size_t begin = colon + 3;
   const std::size_t end = std::min(text.find_first_of("/?#", begin), text.size());
   const bool isLiteral = text.substr(begin, end - begin).find('[') != text.npos;
+  const auto host = url.host();
+  if (!host || !isPlausibleHost(*host, isLiteral)) return false;
+  const std::uint16_t ownPort = isSecure ? 443 : 80;
+  route_.origin = {.isSecure = isSecure, .host = hostOfOrigin(*host), .port = url.port().value_or(ownPort)};
+
   const bool isEscaped = text.substr(begin, end - begin).find('%') != text.npos;
   const std::string_view written = writtenAuthority(text, begin, end);
   if (isEscaped) {

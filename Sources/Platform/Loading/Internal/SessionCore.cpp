@@ -8,6 +8,7 @@
 #include "Platform/Detail/RequiredMemory.hpp"
 #include "Platform/Dispatch/Internal/ForkGuard.hpp"
 #include "Platform/Loading/Internal/ConnectivityWait.hpp"
+#include "Platform/Loading/Internal/PinCheck.hpp"
 #include "Platform/Loading/Internal/TaskCore.hpp"
 #include "Platform/Loading/Internal/TransportErrors.hpp"
 #include "Platform/Loading/URLErrorCodes.hpp"
@@ -34,11 +35,25 @@ std::optional<Error> hostMismatch(const TrustQuery& query) {
                     "The server's certificate is not for the host \"" + query.host + "\".");
 }
 
-/// The system's anchors and the host name decide. Where the delegate's own evaluation with more anchors got
-/// further than an unknown root, its finding says more about what is wrong.
-std::optional<Error> defaultHandling(const TrustQuery& query, const std::shared_ptr<SecTrust>& delegates) {
+/// A server that is trusted must have a pinned key, whoever trusts it. A delegate that did not evaluate its trust has
+/// verified no chain; then only the server's own certificate counts.
+std::optional<Error> pinMismatch(const TrustQuery& query, const TLSConfiguration& tls, const SecTrust& trust) {
+  if (tls.pins.empty()) return std::nullopt;
+  std::vector<SecCertificate> chain = trust.verifiedChain();
+  if (chain.empty() && !query.chain.empty()) chain.push_back(query.chain.front());
+  const auto problem = pinProblem(tls.pins, query.host, chain);
+  if (!problem) return std::nullopt;
+  return trustError(query, URLErrorCode::serverCertificateUntrusted, *problem);
+}
+
+/// The anchors of the system and of the session, and the host name decide. Where the delegate's own evaluation with
+/// more anchors got further than an unknown root, its finding says more about what is wrong.
+std::optional<Error> defaultHandling(const TrustQuery& query, const TLSConfiguration& tls,
+                                     const std::shared_ptr<SecTrust>& delegates) {
   SecTrust trust(query.chain, query.host);
-  if (trust.evaluate() == SecTrustResult::unspecified) return std::nullopt;
+  static_cast<void>(trust.setAnchorCertificates(tls.anchors));
+  static_cast<void>(trust.setAnchorCertificatesOnly(tls.trustsOnlyAnchors));
+  if (trust.evaluate() == SecTrustResult::unspecified) return pinMismatch(query, tls, trust);
   const bool takesDelegates =
       trust.problem() == SecTrustProblem::unknownRoot && delegates && delegates->problem() != SecTrustProblem::none;
   const SecTrust& telling = takesDelegates ? *delegates : trust;
@@ -92,6 +107,7 @@ void SessionCore::invalidate(bool cancelTasks) {
     // The session itself must live to be named to its delegate.
     loop_.post([self = shared_from_this(), session = session_.lock(), cancelTasks] {
       self->isClosing_ = true;
+      if (self->loader_) self->loader_->dropCache();
       if (cancelTasks) self->cancelTasks();
       self->closeWhenDone();
     });
@@ -160,8 +176,9 @@ void SessionCore::challenge(const std::shared_ptr<const TrustQuery>& query) {
   auto asked = delegate();
   using JudgeByDefault = std::function<void(std::shared_ptr<SecTrust>)>;
   const JudgeByDefault judgeByDefault = [self, query](std::shared_ptr<SecTrust> delegates) {
-    DispatchQueue::global().async(
-        [self, query, delegates] { self->conclude(query, defaultHandling(*query, delegates)); });
+    DispatchQueue::global().async([self, query, delegates] {
+      self->conclude(query, defaultHandling(*query, self->configuration_.tls, delegates));
+    });
   };
   if (!session || !asked) {
     judgeByDefault(nullptr);
@@ -196,7 +213,11 @@ void SessionCore::challenge(const std::shared_ptr<const TrustQuery>& query) {
           switch (disposition) {
             case AuthChallengeDisposition::useCredential:
               if (!credential || !credential->trust) break;
-              core->conclude(judged, hostMismatch(*judged));
+              if (auto mismatch = hostMismatch(*judged)) {
+                core->conclude(judged, std::move(mismatch));
+              } else {
+                core->conclude(judged, pinMismatch(*judged, core->configuration_.tls, *credential->trust));
+              }
               return;
             case AuthChallengeDisposition::cancelAuthenticationChallenge:
               core->conclude(judged, trustError(*judged, URLErrorCode::userCancelledAuthentication,

@@ -32,6 +32,13 @@ std::optional<std::int64_t> expiryOfMaxAge(std::string_view value, std::int64_t 
   return now + std::min(seconds, longestLife);
 }
 
+std::string sameSiteNamed(std::string_view value) {
+  for (const std::string_view name : {"Strict", "Lax", "None"}) {
+    if (equalsIgnoringCase(value, name)) return std::string(name);
+  }
+  return {};
+}
+
 struct Lifetime {
   std::optional<std::int64_t> maxAge;
   std::optional<std::int64_t> expires;
@@ -51,6 +58,10 @@ void takeAttribute(std::string_view name, std::string_view value, std::int64_t n
     cookie.path = value.starts_with('/') ? std::string(value) : std::string();
   } else if (equalsIgnoringCase(name, "Secure")) {
     cookie.isSecure = true;
+  } else if (equalsIgnoringCase(name, "HttpOnly")) {
+    cookie.isHTTPOnly = true;
+  } else if (equalsIgnoringCase(name, "SameSite")) {
+    cookie.sameSite = sameSiteNamed(value);
   }
 }
 

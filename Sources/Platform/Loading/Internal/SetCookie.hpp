@@ -22,6 +22,9 @@ struct SetCookie {
   /// Seconds since 1970; absent: until the session ends. Max-Age wins over Expires.
   std::optional<std::int64_t> expiry;
   bool isSecure = false;
+  bool isHTTPOnly = false;
+  /// "Strict", "Lax", "None"; empty for anything else.
+  std::string sameSite;
 
   /// Absent for what is to be ignored as a whole: a control character, neither name nor value, or too much of both.
   static std::optional<SetCookie> parse(std::string_view field, std::int64_t now);

@@ -6,9 +6,8 @@
 #include <vector>
 
 #include "Platform/Detail/RequiredMemory.hpp"
+#include "Platform/Foundation/Internal/UserInformation.hpp"
 #include "Platform/Loading/Internal/BodyLimit.hpp"
-#include "Platform/Loading/Internal/FileLoad.hpp"
-#include "Platform/Loading/Internal/RedirectPolicy.hpp"
 #include "Platform/Loading/Internal/SessionCore.hpp"
 #include "Platform/Loading/Internal/TransportErrors.hpp"
 #include "Platform/Loading/URLErrorCodes.hpp"
@@ -25,13 +24,13 @@ std::uint64_t nextIdentifier() {
 
 }  // namespace
 
-Error cancelledError(const URL& url) {
+Error cancelledError(const URL& url, bool requestWasSent) {
   return NSError(NSURLErrorDomain, URLErrorCode::cancelled, "cancelled",
-                 {{URLErrorKey::failingURL, url.absoluteString()}});
+                 {{URLErrorKey::failingURL, url.absoluteString()}, {URLErrorKey::requestWasSent, requestWasSent}});
 }
 
 Error turnedAwayError(const URL& url) {
-  return NSError(NSURLErrorDomain, URLErrorCode::cancelled, "the session is closed",
+  return NSError(NSURLErrorDomain, URLErrorCode::cancelled, "the session was closed before the request was sent",
                  {{URLErrorKey::failingURL, url.absoluteString()}, {URLErrorKey::sessionWasClosed, true}});
 }
 
@@ -43,9 +42,10 @@ TaskCore::TaskCore(std::shared_ptr<URLSession> session, std::shared_ptr<SessionC
       identifier_(nextIdentifier()),
       isStillborn_(isStillborn),
       isUpload_(plan.isUpload),
-      isDownload_(plan.isDownload()),
+      isStream_(plan.isStream()),
       meter_(!plan.isUpload),
-      plan_(std::move(plan)) {}
+      plan_(std::move(plan)),
+      download_(std::move(plan_.receiver)) {}
 
 void TaskCore::resume() {
   auto expected = URLSessionTask::State::suspended;
@@ -68,23 +68,22 @@ void TaskCore::cancel() {
                   [this] { core_->loop().post([self = shared_from_this()] { self->cancelNow(); }); });
 }
 
-template <class Step>
-void TaskCore::take(Step step) noexcept {
-  try {
-    step();
-  } catch (...) {
-    const Error error = Error::current();
-    if (load) core_->loader().withdraw(*this);
-    finish(error);
-  }
+std::shared_ptr<const TaskMetrics> TaskCore::metrics() const {
+  return hasMetrics_.load(std::memory_order_acquire) ? metrics_ : nullptr;
+}
+
+void TaskCore::fail(Error error) noexcept {
+  if (load) core_->loader().withdraw(*this);
+  finish(std::move(error));
 }
 
 void TaskCore::start() {
   // A cancellation may have overtaken this on its way to the loop.
   if (state() == URLSessionTask::State::completed) return;
   core_->begin(shared_from_this());
+  metricsRecord.begin(core_->loop().now());
   if (state() == URLSessionTask::State::canceling) {
-    finish(cancelledError(originalRequest_.url));
+    finish(cancelledError(originalRequest_.url, false));
     return;
   }
   if (isStillborn_ || !core_->acceptsTasks()) {
@@ -99,23 +98,29 @@ void TaskCore::start() {
     finish(*failure, false);
     return;
   }
-  const auto ownBody = originalRequest_.httpBody ? std::optional(originalRequest_.httpBody->count()) : std::nullopt;
-  const auto bodyLength = sendsFile_ ? std::optional(static_cast<std::size_t>(bodyFile_.size())) : ownBody;
-  if (isUpload_) meter_.expect(static_cast<std::int64_t>(bodyLength.value_or(0)));
-  if (std::string problem = originalRequest_.problem(bodyLength); !problem.empty()) {
+  if (originalRequest_.httpBodyStream) {
+    if (originalRequest_.httpBodyStream->isExhausted()) {
+      finish({URLErrorCode::requestBodyStreamExhausted, exhaustedBodyMessage}, false);
+      return;
+    }
+    producedBody_ = std::make_shared<ProducedBody>(core_->loop(), originalRequest_.httpBodyStream);
+  }
+  if (isUpload_) meter_.expect(bodyLength().value_or(Progress::unknownCount));
+  if (std::string problem = this->problem(); !problem.empty()) {
     finish(NSError(NSURLErrorDomain, URLErrorCode::badURL, std::move(problem),
                    {{URLErrorKey::failingURL, originalRequest_.url.absoluteString()}}));
     return;
   }
-  if (originalRequest_.cachePolicy == URLRequestCachePolicy::returnCacheDataDontLoad) {
-    finish(transportError(URLErrorCode::cannotLoadFromNetwork, "there is no cache to answer from", originalRequest_.url,
-                          false));
+  const std::string scheme = lowercased(originalRequest_.url.scheme().value_or(""));
+  const bool isHTTP = scheme == "http" || scheme == "https";
+  if (originalRequest_.cachePolicy == URLRequestCachePolicy::returnCacheDataDontLoad && !(isHTTP && usesCache())) {
+    finish(notStoredError(originalRequest_.url));
     return;
   }
-  const std::string scheme = lowercased(originalRequest_.url.scheme().value_or(""));
-  if (scheme == "http" || scheme == "https") {
-    send();
-  } else if (scheme == "file") {
+  if (isHTTP) {
+    if (core_->configuration().observer) observe();
+    download_ ? beginDownload() : send();
+  } else if (scheme == "file" && !isStream_) {
     loadFile();
   } else {
     finish(transportError(URLErrorCode::unsupportedURL,
@@ -124,10 +129,42 @@ void TaskCore::start() {
   }
 }
 
+void TaskCore::observe() {
+  auto observer = core_->configuration().observer->observerOf(*this);
+  if (!observer) return;
+  submit(core_->delegateQueue(), [self = shared_from_this(), observer] { observer->taskStarted(*self); });
+  observer_ = std::move(observer);
+}
+
 std::optional<LoadFailure> TaskCore::openBodyFile() {
   if (!plan_.bodyFile) return std::nullopt;
   sendsFile_ = true;
   return bodyFile_.open(*plan_.bodyFile);
+}
+
+/// Absent where it is not known beforehand.
+std::optional<std::int64_t> TaskCore::bodyLength() const {
+  if (sendsFile_) return bodyFile_.size();
+  if (!producedBody_) return static_cast<std::int64_t>(originalRequest_.httpBody.value_or(Data()).count());
+  const auto length = producedBody_->length();
+  return length ? std::optional(static_cast<std::int64_t>(*length)) : std::nullopt;
+}
+
+std::string TaskCore::problem() const {
+  return sendsFile_ ? originalRequest_.problem(static_cast<std::size_t>(bodyFile_.size())) : originalRequest_.problem();
+}
+
+/// What a redirect asks for, or the same once more.
+void TaskCore::sendNext(std::shared_ptr<const URLResponse> response) {
+  currentRequest_ = std::move(nextRequest_);
+  ProducedBody* const body = producedBody();
+  if (body == nullptr || body->rewind()) return send();
+  finish(std::nullopt, std::move(response),
+         transportError(URLErrorCode::requestBodyStreamExhausted,
+                        "the response asks for the body of the request once more, at " +
+                            withoutUserInformation(requestToSend().url.absoluteString()) +
+                            ", and its producer cannot be rewound",
+                        originalRequest_.url, hasSent));
 }
 
 void TaskCore::send() {
@@ -135,58 +172,21 @@ void TaskCore::send() {
   core_->loader().submit(*this);
 }
 
-void TaskCore::loadFile() {
-  DispatchQueue::global().async([self = shared_from_this()] {
-    std::shared_ptr<FileLoad> loaded;
-    std::optional<Error> failure;
-    try {
-      loaded = std::make_shared<FileLoad>(self->loadedFile());
-    } catch (...) {
-      failure = Error::current();
-    }
-    self->core_->loop().post([self, loaded, failure = std::move(failure)] {
-      self->take([&] { failure ? self->finish(*failure) : self->finish(*loaded); });
-    });
-  });
-}
-
-FileLoad TaskCore::loadedFile() const {
-  const URL& url = originalRequest_.url;
-  const std::int64_t limit = bodyLimit(originalRequest_, core_->configuration(), isDownload_);
-  if (!isDownload_) return FileLoad::intoMemory(url, limit);
-  return FileLoad::intoFile(url, limit, [this] { return state() == URLSessionTask::State::running; });
-}
-
-void TaskCore::finish(FileLoad& loaded) {
-  if (state() != URLSessionTask::State::running) return;  // cancelled: what there is may be a part only
-  if (loaded.response) {
-    bodyAnnounced(loaded.response->expectedContentLength());
-    bodyReceived(loaded.response->expectedContentLength());
-  }
-  if (isDownload_ && !loaded.error) file_ = std::move(loaded.file);
-  finish(std::move(loaded.data), std::move(loaded.response), std::move(loaded.error));
-}
-
 bool TaskCore::wantsBody(const std::shared_ptr<const HTTPURLResponse>& response) {
-  // Of several Location fields the first counts: joined with a comma they would name a place nobody meant.
-  const std::vector<std::string> locations = response->allHeaderFields().values("Location");
-  std::optional<std::string_view> location;
-  if (!locations.empty()) location = locations.front();
+  if (observer_) {
+    submit(core_->delegateQueue(),
+           [self = shared_from_this(), response] { self->observer_->taskReceived(*self, response); });
+  }
   if (response->statusCode() == 417 && requestToSend().allHTTPHeaderFields.contains("Expect")) {
     // It is only the expectation that the server does not know (RFC 9110, 10.1.1).
     nextRequest_ = requestToSend();
     nextRequest_->allHTTPHeaderFields.remove("Expect");
     return false;
   }
-  RedirectDecision decision = decideRedirect(requestToSend(), response->statusCode(), location, redirects_);
-  if (auto* next = std::get_if<URLRequest>(&decision)) {
-    if (becomesGet(response->statusCode(), requestToSend().httpMethod)) sendsFile_ = false;
-    nextRequest_ = std::move(*next);
-  }
-  if (auto* failure = std::get_if<LoadFailure>(&decision)) {
-    redirectFailure_ = transportError(failure->code, std::move(failure->message), requestToSend().url, true);
-  }
-  return !nextRequest_ && !redirectFailure_;
+  // One that is proposed is kept in memory until it is decided about.
+  if (considersRedirect(*response)) return isProposal_;
+  if (isStream_) head_ = response;
+  return !download_ || wantsDownload(*response);
 }
 
 void TaskCore::loadEnded(LoadOutcome outcome) noexcept {
@@ -195,53 +195,62 @@ void TaskCore::loadEnded(LoadOutcome outcome) noexcept {
 
 void TaskCore::goOn(LoadOutcome outcome) {
   if (state() == URLSessionTask::State::canceling) {
-    finish(cancelledError(requestToSend().url));
-  } else if (redirectFailure_) {
-    finish(std::nullopt, std::move(outcome.response), std::move(redirectFailure_));
+    finish(cancelledError(requestToSend().url, outcome.requestWasSent));
+  } else if (headFailure_) {
+    finish(std::nullopt, std::move(outcome.response), std::move(headFailure_));
+  } else if (std::exchange(isProposal_, false)) {
+    propose(std::move(outcome));
   } else if (nextRequest_) {
     // Where it leads is known, so a body that was cut off does not matter.
-    ++redirects_;
-    currentRequest_ = std::move(nextRequest_);
-    send();
+    if (std::exchange(isRedirect_, false)) {
+      follow(*outcome.response);
+    } else {
+      ++redirects_;
+      const bool isRefusal = outcome.response && outcome.response->statusCode() == 417;
+      metricsRecord.setCause(isRefusal ? TransactionMetrics::Cause::expectationRefused
+                                       : TransactionMetrics::Cause::downloadRestarted);
+    }
+    sendNext(std::move(outcome.response));
   } else if (outcome.lacksConnectivity && core_->configuration().waitsForConnectivity) {
     waitsForConnectivity_ = true;
     core_->awaitConnectivity(shared_from_this());
+  } else if (isComplete_) {
+    conclude({.response = asComplete(*outcome.response), .body = {}, .error = {}});
   } else {
     conclude(std::move(outcome));
   }
 }
 
 void TaskCore::conclude(LoadOutcome outcome) {
-  if (isDownload_) {
-    if (!outcome.error) {
-      if (const auto failure = completeDownload())
-        outcome.error = transportError(failure->code, failure->message, requestToSend().url, true);
-    }
+  if (download_) {
+    if (!outcome.error) outcome.error = completeDownload();
     finish(std::nullopt, std::move(outcome.response), std::move(outcome.error));
     return;
+  }
+  if (isStream_ && !pipe_ && !outcome.error) {  // there was no body
+    openStream(nullptr);
   }
   std::optional<Data> received;
   if (!outcome.error || outcome.response) received = std::move(outcome.body);
   finish(std::move(received), std::move(outcome.response), std::move(outcome.error));
 }
 
-std::optional<LoadFailure> TaskCore::completeDownload() {
-  if (!download_.isOpen()) {  // there was no body
-    if (auto failure = download_.open()) return failure;
-  }
-  if (auto failure = download_.finish()) return failure;
-  file_ = download_.release();
-  return std::nullopt;
-}
-
 std::variant<BodySink*, LoadFailure> TaskCore::bodySink() {
-  if (!isDownload_) return nullptr;
-  if (auto failure = download_.open()) return std::move(*failure);
-  return &download_;
+  if (isProposal_) return nullptr;
+  if (isStream_) {
+    auto choice = ContentDecoder::make(
+        requestToSend().allHTTPHeaderFields, head_->allHeaderFields(),
+        {.maximumBytes = bodyLimit(requestToSend(), core_->configuration(), true), .limitsExpansion = false});
+    if (choice.failure) return std::move(*choice.failure);
+    openStream(std::move(choice.decoder));
+    return pipe_.get();
+  }
+  if (!download_) return nullptr;
+  return download_->sink();
 }
 
 void TaskCore::bodyAnnounced(std::int64_t count) {
-  if (!isUpload_) meter_.expect(count);
+  if (!isUpload_ && !isProposal_) meter_.expect(download_ ? download_->bytesInAll(count) : count);
 }
 
 void TaskCore::bodySent(std::int64_t completed) {
@@ -249,7 +258,7 @@ void TaskCore::bodySent(std::int64_t completed) {
 }
 
 void TaskCore::bodyReceived(std::int64_t completed) {
-  if (!isUpload_) count(completed);
+  if (!isUpload_ && !isProposal_) count(download_ ? download_->bytesThere(completed) : completed);
 }
 
 void TaskCore::count(std::int64_t completed) {
@@ -258,6 +267,7 @@ void TaskCore::count(std::int64_t completed) {
 
 void TaskCore::retryConnecting() noexcept {
   if (!std::exchange(waitsForConnectivity_, false) || state() != URLSessionTask::State::running) return;
+  metricsRecord.setCause(TransactionMetrics::Cause::networkChanged);
   take([this] { send(); });
 }
 
@@ -265,8 +275,9 @@ void TaskCore::cancelNow() noexcept {
   if (state() == URLSessionTask::State::completed) return;
   take([this] {
     core_->begin(shared_from_this());
+    if (!metricsRecord.hasBegun()) metricsRecord.begin(core_->loop().now());
     if (load) core_->loader().withdraw(*this);
-    finish(cancelledError(requestToSend().url));
+    finish(cancelledError(requestToSend().url, hasSent));
   });
 }
 
@@ -285,10 +296,15 @@ void TaskCore::finish(std::optional<Data> data, std::shared_ptr<const URLRespons
     }
   }
   bodyFile_ = UploadFile();
-  download_ = DownloadFile();
+  if (producedBody_) producedBody_->close();
+  producedBody_.reset();
+  if (download_) download_->end();
   data_ = std::move(data);
   response_ = std::move(response);
   error_ = std::move(error);
+  metrics_ = metricsRecord.take(core_->loop().now());
+  hasMetrics_.store(true, std::memory_order_release);
+  if (isStream_) finishStream();
   core_->loop().deliver(core_->delegateQueue(), [self = shared_from_this()] { self->complete(); });
   core_->end(shared_from_this());
 }
@@ -297,14 +313,45 @@ void TaskCore::finish(const LoadFailure& failure, bool requestWasSent) {
   finish(transportError(failure.code, failure.message, originalRequest_.url, requestWasSent));
 }
 
+/// Hands out the head, and the body to come.
+void TaskCore::openStream(std::unique_ptr<ContentDecoder> decoder) {
+  const std::shared_ptr<BodyPipeOwner> owner(shared_from_this(), this);
+  pipe_ = std::make_shared<BodyPipe>(owner, requestToSend().url, std::move(decoder));
+  // From here on the consumer cancels the task when it lets go of the body, also where it is never called.
+  auto body = std::make_shared<PipedBody>(pipe_);
+  submit(core_->delegateQueue(), [self = shared_from_this(), body = std::move(body)]() mutable {
+    auto completion = std::exchange(self->plan_.streamCompletion, nullptr);
+    completion(std::move(body), std::exchange(self->head_, nullptr), std::nullopt);
+  });
+}
+
+/// Of a stream whose head was handed out, the body tells the end.
+void TaskCore::finishStream() noexcept {
+  const auto pipe = std::exchange(pipe_, nullptr);
+  if (!pipe) return;
+  const bool wasCancelled = error_ && error_->domain() == NSURLErrorDomain && error_->code() == URLErrorCode::cancelled;
+  wasCancelled ? pipe->drop(*error_) : pipe->finish(error_);
+}
+
+void TaskCore::setReading(bool isWanted) {
+  if (load) load->setReading(isWanted);
+}
+
+void TaskCore::submit(const DispatchQueue& queue, Block block) { core_->loop().deliver(queue, std::move(block)); }
+
+void TaskCore::post(Block block) { core_->loop().post(std::move(block)); }
+
 /// On the delegate queue.
 void TaskCore::complete() {
   // Dropped here, with all that it keeps alive, and not when the task's last handle goes.
   const auto session = std::exchange(session_, nullptr);
+  if (observer_) std::exchange(observer_, nullptr)->taskEnded(*this, error_);
   TaskPlan plan = std::exchange(plan_, TaskPlan());
   if (plan.downloadCompletion) {
     plan.downloadCompletion(std::exchange(file_, std::nullopt), std::move(response_),
                             std::exchange(error_, std::nullopt));
+  } else if (plan.streamCompletion) {
+    plan.streamCompletion(nullptr, std::move(response_), std::exchange(error_, std::nullopt));
   } else if (plan.dataCompletion) {
     plan.dataCompletion(std::exchange(data_, std::nullopt), std::move(response_), std::exchange(error_, std::nullopt));
   }

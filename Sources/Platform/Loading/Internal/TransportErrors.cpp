@@ -12,6 +12,7 @@
 namespace platform::detail {
 
 using networking::FailureCause;
+using networking::Hop;
 
 namespace {
 
@@ -43,6 +44,25 @@ std::int32_t plainCode(FailureCause cause) {
       return URLErrorCode::cannotParseResponse;
     case FailureCause::requestBody:
       return URLErrorCode::requestBodyStreamExhausted;
+    case FailureCause::tunnelRefused:
+      return URLErrorCode::httpsProxyUnexpectedResponse;
+    case FailureCause::tunnelUnavailable:
+    case FailureCause::tunnelLost:
+      return URLErrorCode::httpsProxyConnectionFailure;
+    case FailureCause::proxyCredentialsRefused:
+      return URLErrorCode::httpBadProxyCredentials;
+    case FailureCause::socksVersion:
+      return URLErrorCode::socksUnsupportedServerVersion;
+    case FailureCause::socksFailed:
+      return URLErrorCode::socks5BadState;
+    case FailureCause::socksAddress:
+      return URLErrorCode::socks5BadResponseAddress;
+    case FailureCause::socksCredentialsRefused:
+      return URLErrorCode::socks5BadCredentials;
+    case FailureCause::socksMethodUnknown:
+      return URLErrorCode::socks5UnsupportedNegotiationMethod;
+    case FailureCause::socksMethod:
+      return URLErrorCode::socks5NoAcceptableMethod;
     case FailureCause::outOfMemory:  // is an error without a code of ours
       break;
   }
@@ -53,6 +73,14 @@ bool isResolution(FailureCause cause) {
   return cause == FailureCause::nameNotFound || cause == FailureCause::nameLookupFailed;
 }
 
+/// Of an HTTP proxy that could not be reached.
+std::optional<std::int32_t> codeOfProxy(const networking::Failure& failure) {
+  if (!isResolution(failure.cause) && failure.cause != FailureCause::cannotConnect) return std::nullopt;
+  if (failure.hop == Hop::forwardingProxy) return URLErrorCode::httpProxyConnectionFailure;
+  if (failure.hop == Hop::tunnellingProxy) return URLErrorCode::httpsProxyConnectionFailure;
+  return std::nullopt;
+}
+
 bool isWithoutNetwork(int systemError) { return systemError == ENETUNREACH || systemError == ENETDOWN; }
 
 Dictionary facts(const URL& url, bool requestWasSent) {
@@ -60,8 +88,8 @@ Dictionary facts(const URL& url, bool requestWasSent) {
 }
 
 std::string secondsText(double seconds) {
-  char text[32];
-  std::snprintf(text, sizeof text, "%g", seconds);
+  char text[48];
+  std::snprintf(text, sizeof text, seconds == 1 ? "%g second" : "%g seconds", seconds);
   return text;
 }
 
@@ -95,6 +123,7 @@ std::int32_t urlErrorCode(const TransportFailure& failure) {
   if (failure.isOffline && (isResolution(cause) || cause == FailureCause::cannotConnect)) {
     return URLErrorCode::notConnectedToInternet;
   }
+  if (const auto code = codeOfProxy(failure.reason)) return *code;
   if (cause == FailureCause::cannotConnect) {
     if (!failure.isLocal && isWithoutNetwork(failure.reason.systemError)) return URLErrorCode::notConnectedToInternet;
     if (failure.reason.systemError == ETIMEDOUT) return URLErrorCode::timedOut;
@@ -122,17 +151,29 @@ Error transportError(std::int32_t code, std::string message, const URL& url, boo
   return NSError(kCFErrorDomainCFNetwork, code, std::move(message), std::move(userInfo));
 }
 
+Error notStoredError(const URL& url) {
+  return transportError(URLErrorCode::cannotLoadFromNetwork,
+                        "the request may not be sent, and the cache has no response for it", url, false);
+}
+
 Error resourceError(int systemError, const URL& url) {
   std::string message = "no socket can be opened for a connection: " + std::generic_category().message(systemError);
+  if (systemError == EMFILE) message += " (raise the limit of open files: ulimit -n)";
   Dictionary userInfo = facts(url, false);
   userInfo.set(URLErrorKey::transportMessage, message);
   return NSError(NSPOSIXErrorDomain, systemError, std::move(message), std::move(userInfo));
 }
 
 Error timeoutError(const URLRequest& request, bool requestWasSent) {
+  const char* const phase = requestWasSent ? "" : ", before the request was sent";
   return transportError(URLErrorCode::timedOut,
-                        "nothing moved for " + secondsText(request.timeoutInterval) + " seconds", request.url,
+                        "nothing was sent or received for " + secondsText(request.timeoutInterval) + phase, request.url,
                         requestWasSent);
+}
+
+Error connectTimeoutError(const URLRequest& request, bool requestWasSent) {
+  return transportError(URLErrorCode::timedOut, "there was no connection within " + secondsText(request.connectTimeout),
+                        request.url, requestWasSent);
 }
 
 bool isConnectivityFailure(const TransportFailure& failure) {

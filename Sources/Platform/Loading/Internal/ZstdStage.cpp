@@ -19,29 +19,28 @@ LoadFailure zstdProblem(const std::string& detail) {
 
 }  // namespace
 
-ZstdStage::ZstdStage() : context_(ZSTD_createDCtx()), piece_(std::make_unique_for_overwrite<std::byte[]>(pieceBytes)) {
+ZstdStage::ZstdStage() : context_(ZSTD_createDCtx()) {
   if (!context_ || ZSTD_isError(ZSTD_DCtx_setParameter(context_.get(), ZSTD_d_windowLogMax, greatestWindowLog))) {
     throw std::bad_alloc();
   }
 }
 
-std::optional<LoadFailure> ZstdStage::decode(Bytes input, const ByteConsumer& output) {
+DecodedStep ZstdStage::decode(Bytes& input, std::span<std::byte> room) {
   ZSTD_inBuffer taken{input.data(), input.size(), 0};
-  bool isPieceFull = false;
-  while (taken.pos < taken.size || (isPieceFull && !isAtEndOfFrame_)) {
-    ZSTD_outBuffer room{piece_.get(), pieceBytes, 0};
-    const std::size_t result = ZSTD_decompressStream(context_.get(), &room, &taken);
+  ZSTD_outBuffer out{room.data(), room.size(), 0};
+  bool mayHoldBytes = wasRoomFull_ && !isAtEndOfFrame_;
+  while (out.pos == 0 && (taken.pos < taken.size || mayHoldBytes)) {
+    const std::size_t result = ZSTD_decompressStream(context_.get(), &out, &taken);
     if (ZSTD_isError(result)) {
       if (ZSTD_getErrorCode(result) == ZSTD_error_memory_allocation) throw std::bad_alloc();
-      return zstdProblem(std::string("is damaged: ") + ZSTD_getErrorName(result));
+      return {0, zstdProblem(std::string("is damaged: ") + ZSTD_getErrorName(result))};
     }
-    if (room.pos > 0) {
-      if (auto failure = output(Bytes(piece_.get(), room.pos))) return failure;
-    }
-    isPieceFull = room.pos == room.size;
     isAtEndOfFrame_ = result == 0;
+    mayHoldBytes = false;
   }
-  return std::nullopt;
+  wasRoomFull_ = out.pos == out.size;
+  input = input.subspan(taken.pos);
+  return {out.pos, std::nullopt};
 }
 
 std::optional<LoadFailure> ZstdStage::finish() {

@@ -14,7 +14,7 @@ class ZstdStage final : public DecoderStage {
  public:
   ZstdStage();
 
-  std::optional<LoadFailure> decode(Bytes input, const ByteConsumer& output) override;
+  DecodedStep decode(Bytes& input, std::span<std::byte> room) override;
   std::optional<LoadFailure> finish() override;
 
  private:
@@ -23,7 +23,7 @@ class ZstdStage final : public DecoderStage {
   };
 
   const std::unique_ptr<ZSTD_DCtx, Destroy> context_;
-  const std::unique_ptr<std::byte[]> piece_;
+  bool wasRoomFull_ = false;
   bool isAtEndOfFrame_ = false;
 };
 

@@ -4,11 +4,13 @@
 
 namespace platform::networking {
 
-/// When each phase of making a connection ended; the epoch where a phase did not take place.
+/// When each phase of making a connection began and ended; the epoch where it did not.
 struct ConnectionTimes {
-  TimePoint begun{};
+  TimePoint lookUpBegun{};
   TimePoint nameResolved{};
+  TimePoint connectBegun{};
   TimePoint connected{};
+  TimePoint secureBegun{};
   TimePoint secured{};
 };
 

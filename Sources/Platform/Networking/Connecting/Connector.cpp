@@ -1,14 +1,18 @@
 #include "Platform/Networking/Connecting/Connector.hpp"
 
+#include <netdb.h>
 #include <sys/socket.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <new>
 #include <string>
+#include <string_view>
+#include <system_error>
 #include <utility>
 
 #include "Platform/Networking/Connecting/ConnectionAttempt.hpp"
+#include "Platform/Networking/Connecting/SocketAddresses.hpp"
 #include "Platform/Networking/Streams/TLSStream.hpp"
 #include "Platform/Trap.hpp"
 
@@ -35,6 +39,13 @@ int weight(int systemError) {
   }
 }
 
+/// With or without the root's dot.
+bool isSameHost(std::string_view left, std::string_view right) {
+  if (left.ends_with('.')) left.remove_suffix(1);
+  if (right.ends_with('.')) right.remove_suffix(1);
+  return left == right;
+}
+
 /// Whether the peer closed, or the connection broke, and nothing is left to be read.
 bool hasEnded(int socket) {
   char byte = 0;
@@ -44,9 +55,14 @@ bool hasEnded(int socket) {
 
 }  // namespace
 
-Connector::Connector(EventLoop& loop, Resolver& resolver, std::shared_ptr<TLSContext> context, Route route,
-                     ConnectorOwner& owner)
-    : loop_(loop), resolver_(resolver), context_(std::move(context)), route_(std::move(route)), owner_(owner) {
+Connector::Connector(EventLoop& loop, Resolver& resolver, const ConnectionOptions& options,
+                     std::shared_ptr<TLSContext> context, Route route, ConnectorOwner& owner)
+    : loop_(loop),
+      resolver_(resolver),
+      options_(options),
+      context_(std::move(context)),
+      route_(std::move(route)),
+      owner_(owner) {
   if (route_.origin.isSecure && !context_) trap("a secure connection needs a TLS context");
 }
 
@@ -73,12 +89,20 @@ void Connector::start() {
 }
 
 void Connector::begin() {
-  times_.begun = loop_.now();
   phase_ = Phase::resolving;
-  const auto known = resolver_.resolve(route_.origin.host, *this);
-  if (!known) return;
+  if (!options_.unixSocketPath.empty()) {
+    phase_ = Phase::connecting;
+    times_.connectBegun = loop_.now();
+    return tryNext();
+  }
+  if (const HostAddresses fixed = fixedAddresses()) return useAddresses(fixed);
+  const auto known = resolver_.resolve(peerHost(), *this);
+  if (!known) {
+    times_.lookUpBegun = loop_.now();
+    return;
+  }
   if (const auto* failure = std::get_if<Failure>(&*known)) {
-    failLater(*failure);
+    failLater(ofPeer(*failure));
   } else {
     useAddresses(std::get<HostAddresses>(*known));
   }
@@ -86,25 +110,43 @@ void Connector::begin() {
 
 void Connector::nameResolved(const Resolution& resolution) {
   withMemory([&] {
-    if (const auto* failure = std::get_if<Failure>(&resolution)) return fail(*failure);
     times_.nameResolved = loop_.now();
+    if (const auto* failure = std::get_if<Failure>(&resolution)) return fail(ofPeer(*failure));
     useAddresses(std::get<HostAddresses>(resolution));
     if (phase_ == Phase::connecting) owner_.connectorProgressed(*this);
   });
 }
 
+HostAddresses Connector::fixedAddresses() const {
+  const auto& all = options_.hostAddresses;
+  const auto found =
+      std::find_if(all.begin(), all.end(), [this](const auto& each) { return isSameHost(each.first, peerHost()); });
+  return found == all.end() ? nullptr : found->second;
+}
+
 void Connector::useAddresses(const HostAddresses& addresses) {
   phase_ = Phase::connecting;
   addresses_ = interleaved(*addresses, mostAddresses);
+  std::erase_if(addresses_, [this](const HostAddress& address) {
+    return options_.family != AF_UNSPEC && address.family() != options_.family;
+  });
+  if (addresses_.empty()) {
+    const char* const version = options_.family == AF_INET ? "IPv4" : "IPv6";
+    failLater(
+        ofPeer({FailureCause::nameNotFound, "\"" + peerHost() + "\" has no " + version + " address", EAI_NONAME}));
+    return;
+  }
   std::reverse(addresses_.begin(), addresses_.end());
+  times_.connectBegun = loop_.now();
   tryNext();
 }
 
 void Connector::tryNext() {
   loop_.disarm(*this);
+  if (!options_.unixSocketPath.empty() && systemError_ == 0) return trySocket();
   while (!addresses_.empty()) {
     int systemError = 0;
-    auto attempt = ConnectionAttempt::make(loop_, *this, addresses_.back(), route_.origin.port, systemError);
+    auto attempt = ConnectionAttempt::make(loop_, *this, addresses_.back(), options_, systemError);
     addresses_.pop_back();
     if (attempt) {
       attempts_.push_back(std::move(attempt));
@@ -114,15 +156,56 @@ void Connector::tryNext() {
     noteError(systemError);
     if (isOutOfDescriptors(systemError)) addresses_.clear();
   }
-  if (!attempts_.empty()) return;
-  const std::string where = "\"" + route_.origin.host + "\", port " + std::to_string(route_.origin.port);
+  if (attempts_.empty()) failToConnect();
+}
+
+/// A Unix socket whose queue is full refuses at once (EAGAIN, connect(2)), where TCP would wait. The time-outs of those
+/// who wait bound how often it is tried.
+void Connector::trySocket() {
+  int systemError = 0;
+  if (auto attempt = ConnectionAttempt::make(loop_, *this, options_.unixSocketPath, systemError)) {
+    attempts_.push_back(std::move(attempt));
+  } else if (systemError == EAGAIN) {
+    loop_.arm(*this, loop_.now() + socketDelay);
+  } else {
+    noteError(systemError);
+    failToConnect();
+  }
+}
+
+void Connector::failToConnect() {
+  std::string where = "\"" + route_.origin.host + "\", port " + std::to_string(route_.origin.port);
+  if (!options_.unixSocketPath.empty()) where = "the Unix socket " + options_.unixSocketPath;
+  if (route_.way != Route::Way::direct) where = options_.proxy.description();
   if (isOutOfDescriptors(systemError_)) {
     failLater({FailureCause::outOfDescriptors, "no descriptor is left for a connection to " + where, systemError_});
     return;
   }
   // They may have moved.
-  resolver_.forget(route_.origin.host);
-  failLater({FailureCause::cannotConnect, "no connection could be made to " + where, systemError_});
+  resolver_.forget(peerHost());
+  std::string message = "no connection could be made to " + where;
+  if (systemError_ != 0) message += ": " + std::generic_category().message(systemError_);
+  failLater(ofPeer({FailureCause::cannotConnect, std::move(message), systemError_}));
+}
+
+const std::string& Connector::peerHost() const {
+  return route_.way == Route::Way::tunnelled ? options_.proxy.host : route_.origin.host;
+}
+
+std::uint16_t Connector::peerPort() const {
+  return route_.way == Route::Way::tunnelled ? options_.proxy.port : route_.origin.port;
+}
+
+Failure Connector::ofPeer(Failure failure) const {
+  const bool isUnknownName =
+      failure.cause == FailureCause::nameNotFound || failure.cause == FailureCause::nameLookupFailed;
+  if (isUnknownName && route_.way != Route::Way::direct) failure.message += " (the name of the proxy)";
+  if (route_.way == Route::Way::forwarded) {
+    failure.hop = Hop::forwardingProxy;
+  } else if (route_.way == Route::Way::tunnelled) {
+    failure.hop = options_.proxy.kind == Proxy::Kind::http ? Hop::tunnellingProxy : Hop::socksProxy;
+  }
+  return failure;
 }
 
 void Connector::timerFired() {
@@ -146,16 +229,47 @@ void Connector::attemptConnected(ConnectionAttempt& attempt) {
   loop_.disarm(*this);
   addresses_.clear();
   attempts_.clear();
-  if (route_.origin.isSecure) {
-    withMemory([&] { secure(std::move(stream)); });
-  } else {
-    phase_ = Phase::done;
-    owner_.connectorOpened(*this, {.stream = std::move(stream), .times = times_});
-  }
+  withMemory([&] {
+    metrics_ = std::make_shared<ConnectionMetrics>();
+    metrics_->localAddress = localAddress(stream->descriptor());
+    metrics_->remoteAddress = remoteAddress(stream->descriptor());
+    route_.way == Route::Way::tunnelled ? askProxy(std::move(stream)) : useConnection(std::move(stream));
+  });
+}
+
+void Connector::askProxy(std::unique_ptr<ByteStream> connection) {
+  phase_ = Phase::tunnelling;
+  ProxyTunnelOwner& owner = *this;
+  tunnel_ = std::make_unique<ProxyTunnel>(std::move(connection), options_.proxy, route_.origin, owner);
+  tunnel_->start();
+}
+
+void Connector::tunnelOpened() {
+  times_.connected = loop_.now();
+  auto connection = tunnel_->takeStream();
+  tunnel_.reset();
+  withMemory([&] { useConnection(std::move(connection)); });
+}
+
+void Connector::tunnelFailed(Failure failure) { fail(ofPeer(std::move(failure))); }
+
+void Connector::useConnection(std::unique_ptr<ByteStream> connection) {
+  route_.origin.isSecure ? secure(std::move(connection)) : openInTheClear(std::move(connection));
+}
+
+void Connector::openInTheClear(std::unique_ptr<ByteStream> stream) {
+  phase_ = Phase::done;
+  const bool isHTTP2 = options_.protocols == ConnectionOptions::Protocols::onlyHTTP2;
+  metrics_->protocol = isHTTP2 ? "h2" : "http/1.1";
+  owner_.connectorOpened(*this, {.stream = std::move(stream),
+                                 .protocol = isHTTP2 ? ApplicationProtocol::http2 : ApplicationProtocol::http1,
+                                 .times = times_,
+                                 .metrics = std::move(metrics_)});
 }
 
 void Connector::secure(std::unique_ptr<ByteStream> connection) {
   phase_ = Phase::securing;
+  times_.secureBegun = loop_.now();
   secured_ = std::make_unique<TLSStream>(loop_, context_, std::move(connection), route_.origin);
   secured_->setOwner(this);
   continueHandshake();
@@ -215,12 +329,34 @@ void Connector::applyVerdict(bool isTrusted) {
   });
 }
 
+/// A copy: another exchange may inherit the connection, whose metrics go on to be written.
+std::shared_ptr<const ConnectionMetrics> Connector::metricsSoFar() const noexcept {
+  if (!metrics_) return nullptr;
+  try {
+    return std::make_shared<const ConnectionMetrics>(*metrics_);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
 void Connector::finish() {
   phase_ = Phase::done;
   times_.secured = loop_.now();
+  if (options_.protocols == ConnectionOptions::Protocols::onlyHTTP2 && secured_->agreedProtocol() != "h2") {
+    return fail({FailureCause::secureConnectionFailed,
+                 "the server does not speak HTTP/2, and nothing else is allowed here", 0});
+  }
   secured_->setOwner(nullptr);
-  OpenStream open{.times = times_, .wasResumed = secured_->wasResumed(), .trustEpoch = secured_->trustEpoch()};
-  if (secured_->agreedProtocol() == "h2") open.protocol = ApplicationProtocol::http2;
+  const bool isHTTP2 = secured_->agreedProtocol() == "h2";
+  metrics_->protocol = isHTTP2 ? "h2" : "http/1.1";
+  metrics_->tlsVersion = secured_->version();
+  metrics_->tlsCipher = secured_->cipher();
+  metrics_->isTLSResumed = secured_->wasResumed();
+  OpenStream open{.times = times_,
+                  .metrics = std::move(metrics_),
+                  .wasResumed = secured_->wasResumed(),
+                  .trustEpoch = secured_->trustEpoch()};
+  if (isHTTP2) open.protocol = ApplicationProtocol::http2;
   open.stream = std::move(secured_);
   owner_.connectorOpened(*this, std::move(open));
 }
@@ -235,6 +371,7 @@ void Connector::runDeferred() { fail(std::move(failure_)); }
 
 void Connector::fail(Failure failure) {
   phase_ = Phase::done;
+  tunnel_.reset();
   secured_.reset();
   owner_.connectorFailed(*this, std::move(failure));
 }

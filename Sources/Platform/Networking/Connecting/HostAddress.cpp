@@ -49,6 +49,12 @@ std::optional<HostAddress> HostAddress::fromText(const std::string& text) {
   return address;
 }
 
+std::optional<HostAddress> HostAddress::fromStrictText(const std::string& text) {
+  in_addr four{};
+  if (text.find(':') == std::string::npos && ::inet_pton(AF_INET, text.c_str(), &four) != 1) return std::nullopt;
+  return fromText(text);
+}
+
 std::optional<HostAddress> HostAddress::fromSystem(const sockaddr* system) {
   HostAddress address;
   if (system->sa_family == AF_INET) {
@@ -88,6 +94,15 @@ bool HostAddress::isThisMachine() const {
   std::uint32_t four = 0;
   std::memcpy(&four, bytes_.data() + (isMapped ? 12 : 0), sizeof four);
   return ntohl(four) >> 24 == IN_LOOPBACKNET || four == INADDR_ANY;
+}
+
+HostAddress HostAddress::unmapped() const {
+  in6_addr six{};
+  std::memcpy(&six, bytes_.data(), sizeof six);
+  if (!isIPv6_ || !IN6_IS_ADDR_V4MAPPED(&six)) return *this;
+  HostAddress four;
+  std::copy(bytes_.begin() + 12, bytes_.end(), four.bytes_.begin());
+  return four;
 }
 
 socklen_t HostAddress::fill(sockaddr_storage& out, std::uint16_t port) const {

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,9 @@ class HostAddress {
   /// Of numbers alone, so that nothing has to be looked up: an IPv4 address in each of the spellings of `inet_aton`, or
   /// an IPv6 address without brackets, with its zone if it has one (RFC 4007, 11). Absent for a name.
   static std::optional<HostAddress> fromText(const std::string& text);
+  /// The same, but an IPv4 address is four decimal numbers without zeros before them (inet_pton(3)). For what is
+  /// configured: by `inet_aton`, "10" is 0.0.0.10 and "010.0.0.1" is 8.0.0.1, and nobody who writes them means that.
+  static std::optional<HostAddress> fromStrictText(const std::string& text);
   /// Absent when it is of another family.
   static std::optional<HostAddress> fromSystem(const sockaddr* address);
   static HostAddress loopback4();
@@ -28,6 +32,10 @@ class HostAddress {
   bool isThisMachine() const;
   /// AF_INET or AF_INET6.
   int family() const { return isIPv6_ ? AF_INET6 : AF_INET; }
+  /// As they are on the network: 4 or 16.
+  std::span<const std::byte> bytes() const { return std::span(bytes_).first(isIPv6_ ? 16 : 4); }
+  /// The IPv4 address that an IPv6 address stands for (RFC 4291, 2.5.5.2); the same otherwise.
+  HostAddress unmapped() const;
   /// Fills in what `connect` wants, and returns how much of it counts.
   socklen_t fill(sockaddr_storage& out, std::uint16_t port) const;
 

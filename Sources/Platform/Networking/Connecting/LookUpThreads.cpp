@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <new>
+#include <system_error>
 #include <utility>
 
 #include "Platform/Detail/RequiredMemory.hpp"
@@ -25,12 +26,17 @@ void ignoreHostAliases() {
 #endif
 }
 
+std::string reasonOf(int code, int systemError) {
+  return code == EAI_SYSTEM ? std::generic_category().message(systemError) : ::gai_strerror(code);
+}
+
 Failure failureOf(int code, int systemError, const std::string& host) {
   if (code == EAI_SYSTEM && (systemError == EMFILE || systemError == ENFILE)) {
     return {FailureCause::outOfDescriptors, "no descriptor is left to look up the name \"" + host + "\"", systemError};
   }
   if (code == EAI_AGAIN || code == EAI_SYSTEM || code == EAI_MEMORY) {
-    return {FailureCause::nameLookupFailed, "the name \"" + host + "\" could not be looked up", code};
+    return {FailureCause::nameLookupFailed,
+            "the name \"" + host + "\" could not be looked up: " + reasonOf(code, systemError), code};
   }
   return {FailureCause::nameNotFound, "no address is known for the name \"" + host + "\"", code};
 }

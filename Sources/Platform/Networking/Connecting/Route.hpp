@@ -15,10 +15,17 @@ struct Origin {
   friend bool operator==(const Origin&, const Origin&) = default;
 };
 
-/// The way to an origin. Everything that must be equal for two requests to share a connection is in here; proxies and
-/// fixed addresses will be, too.
+/// Where a connection leads. Everything that must be equal for two requests to share a connection is in here, or common
+/// to all connections of a pool, as its proxy is.
 struct Route {
+  enum class Way : std::uint8_t {
+    direct,
+    tunnelled,  ///< through the pool's proxy, which carries bytes to the origin
+    forwarded   ///< `origin` is the proxy itself, which gets requests for any origin (RFC 9112, 3.2.2)
+  };
+
   Origin origin;
+  Way way = Way::direct;
 
   friend bool operator==(const Route&, const Route&) = default;
 };

@@ -8,9 +8,16 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <string_view>
+#include <utility>
 
+#include "Platform/Foundation/Internal/FileDescriptor.hpp"
 #include "Platform/Networking/Connecting/Route.hpp"
 #include "Platform/Networking/Loop/NetworkClock.hpp"
+
+namespace platform::detail {
+struct IdentityHandle;
+}
 
 namespace platform::networking {
 
@@ -18,6 +25,16 @@ namespace platform::networking {
 struct TLSOptions {
   /// Whether HTTP/2 is offered to servers, before HTTP/1.1 (RFC 7301). Without it only HTTP/1.1 is.
   bool offersHTTP2 = true;
+  bool offersHTTP1 = true;
+  /// TLS1_2_VERSION or later.
+  int minimumVersion = TLS1_2_VERSION;
+  /// Lists of OpenSSL; empty: its own choice.
+  std::string ciphers = {};
+  std::string cipherSuites = {};
+  /// Shown to servers that ask for it; null: none.
+  std::shared_ptr<const detail::IdentityHandle> identity = nullptr;
+  /// Where the secrets of connections are written; empty: nowhere.
+  std::string keyLogPath = {};
 };
 
 /// TLS for all connections whose servers are judged by the same trust: the settings, and the sessions that may be
@@ -35,7 +52,10 @@ class TLSContext {
   /// How many of them of one server. One of TLS 1.3 is used once (RFC 8446, C.4).
   static constexpr std::size_t mostSessionsOfOrigin = 4;
 
-  static std::shared_ptr<TLSContext> make(TLSOptions options = {});
+  /// Traps for options that `problem` refuses.
+  static std::shared_ptr<TLSContext> make(const TLSOptions& options = {});
+  /// Empty when a context can be made with these options; otherwise a sentence. Any thread.
+  static std::string problem(const TLSOptions& options);
   ~TLSContext();
   TLSContext(const TLSContext&) = delete;
   TLSContext& operator=(const TLSContext&) = delete;
@@ -61,6 +81,8 @@ class TLSContext {
   Session takeSession(const Origin& origin, TimePoint now);
   /// Keeps it, unless `forget` was called since `trustEpoch`.
   void keepSession(const Origin& origin, std::uint64_t trustEpoch, Session session, TimePoint now);
+  /// Appends the line to the key log.
+  void logKeys(std::string_view line);
 
  private:
   struct Kept {
@@ -70,11 +92,12 @@ class TLSContext {
     TimePoint end;
   };
 
-  explicit TLSContext(SSL_CTX* handle) : handle_(handle) {}
+  TLSContext(SSL_CTX* handle, detail::FileDescriptor keyLog) : handle_(handle), keyLog_(std::move(keyLog)) {}
   void dropOutdated();
   void makeRoom(const Origin& origin);
 
   SSL_CTX* const handle_;
+  const detail::FileDescriptor keyLog_;  ///< not open: nothing is logged
   /// The latest first.
   std::list<Kept> sessions_;
   std::unique_ptr<std::byte[]> scratch_;

@@ -56,7 +56,7 @@ FramingFields::Use FramingFields::takeLength(std::string_view& value) {
     if (use == Use::refuse) return;
     const auto bytes = detail::decimal(element);
     if (!bytes) {
-      use = refuse("the Content-Length is not a number of bytes");
+      use = refuse("the Content-Length \"" + detail::printable(element) + "\" is not a number of bytes");
     } else if (hasLength() && length_ != *bytes) {
       use = refuse("the response has differing Content-Length fields");
     } else {

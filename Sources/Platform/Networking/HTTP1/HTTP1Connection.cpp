@@ -62,7 +62,7 @@ void HTTP1Connection::begin(RequestStream& exchange) {
     exchange.failed(std::move(refusal));
     return;
   }
-  exchange.requestBegan();
+  exchange.requestBegan(sender_.headBytes());
   writeTurn();
 }
 
@@ -76,6 +76,8 @@ void HTTP1Connection::bodyReady(RequestStream& exchange) {
   call([this] {
     sender_.bodyReady();
     writeTurn();
+    // The response was complete before: what follows it is read in a call of the loop.
+    if (state_ == State::settling) loop_.defer(*this);
   });
 }
 

@@ -20,7 +20,8 @@ namespace platform::networking {
 ///
 /// It reads and writes at the same time. A final response that comes before the request is out ends the request when it
 /// refuses it (300 and above). One that accepts lets it go on; once such a response is complete, it is delivered when
-/// the request is out, too, when the server closes, or when it has taken nothing for `stallLimit`.
+/// the request is out, too, when the server closes, or when nothing of the request went out for `stallLimit`: because
+/// the server takes nothing, or because the body has nothing to send.
 ///
 /// An unwanted body, and the end of one, are no reason to fail: the connection is given up then, and the exchange ends.
 ///
@@ -36,7 +37,7 @@ class HTTP1Connection final : public HTTPConnection, private StreamOwner, privat
   static constexpr std::uint64_t discardLimit = 64 * 1024;
   /// How long the server's "100 Continue" is waited for before the body is sent without (RFC 9110, 10.1.1).
   static constexpr Duration continueLimit = std::chrono::seconds(1);
-  /// How long a server that has said everything may leave the rest of the request untaken.
+  /// How long the rest of a request may stand still, on either side, once the server has said everything.
   static constexpr Duration stallLimit = std::chrono::seconds(2);
 
   /// Both live longer. Whatever the stream has already to say is read in the next iteration.
@@ -45,6 +46,7 @@ class HTTP1Connection final : public HTTPConnection, private StreamOwner, privat
 
   std::string_view protocol() const override { return "HTTP/1.1"; }
   /// None while the stream has news: what the server sent before the request is never its response.
+  TimePoint heldBackUntil() const override { return stream_->heldBackUntil(); }
   std::size_t capacity() const override { return state_ == State::idle && !isRetired_ && !stream_->hasNews() ? 1 : 0; }
   std::size_t active() const override { return exchange_ ? 1 : 0; }
   std::uint64_t started() const override { return started_; }

@@ -139,6 +139,7 @@ void HTTP1Connection::takeHead() {
 void HTTP1Connection::takeBody(std::string_view bytes) {
   if (response_ == Response::discarding) {
     discarded_ += bytes.size();
+    exchange_->bodyDiscarded(bytes.size());
     if (discarded_ > discardLimit) finish(false);
   } else if (!exchange_->body(bytesOf(bytes)) && exchange_) {
     giveUp();

@@ -43,6 +43,8 @@ class RequestSender {
   /// Forgets the request, and gives back memory.
   void reset();
 
+  /// Of the head alone.
+  std::size_t headBytes() const { return writer_.text().size(); }
   bool hasEnded() const { return state_ == State::ended; }
   bool saysClose() const { return writer_.saysClose(); }
   bool isAbandoned() const { return state_ == State::abandoned; }

@@ -25,10 +25,16 @@ std::string_view withoutLineEnd(std::string_view line) {
 
 void ResponseParser::begin(bool isHead) {
   isHead_ = isHead;
+  isTunnel_ = false;
   hasBegun_ = false;
   earlierBytes_ = 0;
   interimHeads_ = 0;
   beginSection(Phase::statusLine);
+}
+
+void ResponseParser::beginTunnel() {
+  begin(true);
+  isTunnel_ = true;
 }
 
 void ResponseParser::beginSection(Phase phase) {
@@ -117,7 +123,7 @@ bool ResponseParser::takeStatusLine(std::string_view line) {
 
 bool ResponseParser::takeField(std::string_view line, const char* section) {
   if (detail::isSpaceOrTab(line.front())) {
-    if (fields_.empty()) return refuse("the header line " + quoted(line) + " continues nothing");
+    if (fields_.empty()) return refuse("the first header line, " + quoted(line) + ", begins with a space");
     const Field& last = fields_.back();
     return refuse("the header field " + quoted({section + last.name, last.nameBytes}) + " is folded");
   }
@@ -128,7 +134,8 @@ bool ResponseParser::takeField(std::string_view line, const char* section) {
   if (fields_.size() == maximumFields) return refuse("the response has more than 1000 header fields");
   const std::string_view name = line.substr(0, colon);
   std::string_view value = detail::trimmed(line.substr(colon + 1));
-  const FramingFields::Use use = phase_ == Phase::fields ? framing_.take(name, value) : FramingFields::Use::keep;
+  const bool frames = phase_ == Phase::fields && !isTunnel_;
+  const FramingFields::Use use = frames ? framing_.take(name, value) : FramingFields::Use::keep;
   if (use == FramingFields::Use::refuse) return refuse(framing_.problem());
   if (use == FramingFields::Use::dropRepetition) return true;
   fields_.push_back({.name = static_cast<std::uint32_t>(name.data() - section),
@@ -179,6 +186,7 @@ void ResponseParser::makeHead(std::string_view section) {
   const Phase body = bodyPhase();
   head_.httpVersion = section.substr(0, versionBytes);
   head_.fields = views_;
+  head_.headBytes = section.size();
   head_.hasBody = body != Phase::noBody;
   head_.bodyLength = body == Phase::noBody ? 0 : body == Phase::length ? framing_.length() : -1;
 }

@@ -54,6 +54,9 @@ class ResponseParser {
 
   /// Ready for a response; `isHead`: to a request with the method HEAD.
   void begin(bool isHead);
+  /// Ready for a proxy's response to CONNECT. What follows its head is the tunnel or, of a refusal, a body that nobody
+  /// reads: Content-Length and Transfer-Encoding mean nothing, whatever they say (RFC 9110, 9.3.6).
+  void beginTunnel();
   /// Reads on. To be called again, with what is left of the input even if that is nothing, until it says `incomplete`,
   /// `end` or `failed`.
   Step next(std::string_view input);
@@ -112,6 +115,7 @@ class ResponseParser {
 
   Phase phase_ = Phase::ended;
   bool isHead_ = false;
+  bool isTunnel_ = false;
   bool hasBegun_ = false;
   char minorVersion_ = '1';
   // The section under way: a head, or the trailers.

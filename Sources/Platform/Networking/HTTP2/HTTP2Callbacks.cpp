@@ -115,7 +115,8 @@ int HTTP2Callbacks::beforeFrame(nghttp2_session* session, const nghttp2_frame* f
   auto& self = sessionOf(user);
   if (frame->hd.type == NGHTTP2_HEADERS) {
     self.opening_ = streamOf(session, frame->hd.stream_id);
-    if (self.opening_ && self.opening_->isAttached()) self.opening_->exchange()->requestBegan();
+    if (self.opening_ && self.opening_->isAttached())
+      self.opening_->exchange()->requestBegan(frameHeaderBytes + frame->hd.length);
   } else if (frame->hd.type == NGHTTP2_GOAWAY) {
     // Nobody but nghttp2 sends one, and only to end a session whose server broke the protocol.
     self.isTerminated_ = true;
@@ -168,6 +169,7 @@ int HTTP2Callbacks::frame(nghttp2_session* session, const nghttp2_frame* frame, 
   HTTP2Stream* const stream = streamOf(session, frame->hd.stream_id);
   switch (frame->hd.type) {
     case NGHTTP2_HEADERS:
+      self.block_.setWireBytes(frameHeaderBytes + frame->hd.length);
       if (stream) self.tell(*stream, [&] { return stream->takeFields(self.block_, endsStream(*frame)); });
       break;
     case NGHTTP2_DATA:

@@ -265,6 +265,7 @@ void HTTP2Connection::streamClosed(HTTP2Stream& stream, std::uint32_t code) {
 
 void HTTP2Connection::timerFired() {
   if (streams_.attached() == 0) return;
+  lastSign_ = std::max(lastSign_, stream_->heldBackUntil());
   const TimePoint due = lastSign_ + silenceBeforePing;
   if (loop_.now() < due) return loop_.arm(*this, due);
   if (isPinged_) {

@@ -39,6 +39,7 @@ class HTTP2Connection final : public HTTPConnection,
 
   std::string_view protocol() const override { return "HTTP/2"; }
   std::size_t capacity() const override;
+  TimePoint heldBackUntil() const override { return stream_->heldBackUntil(); }
   std::size_t active() const override { return streams_.attached(); }
   std::uint64_t started() const override { return started_; }
   TimePoint lastReceived() const override { return lastReceived_; }

@@ -29,6 +29,9 @@ class HTTP2HeaderBlock {
   int statusCode() const { return statusCode_; }
   /// Of `content-length`; -1 when there is none.
   std::int64_t contentLength() const { return contentLength_; }
+  /// How many bytes it was on the network, for whoever asks: told once it is complete.
+  std::size_t wireBytes() const { return wireBytes_; }
+  void setWireBytes(std::size_t count) { wireBytes_ = count; }
   /// Without pseudo fields, in the order in which they came. They live until `begin`.
   std::span<const FieldView> fields();
 
@@ -41,6 +44,7 @@ class HTTP2HeaderBlock {
   std::string text_;
   std::vector<Entry> entries_;
   std::vector<FieldView> fields_;
+  std::size_t wireBytes_ = 0;
   int statusCode_ = 0;
   std::int64_t contentLength_ = -1;
 };

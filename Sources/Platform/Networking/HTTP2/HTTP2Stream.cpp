@@ -101,6 +101,7 @@ HTTP2Stream::Step HTTP2Stream::takeHead(HTTP2HeaderBlock& block, bool isLast) {
   head.statusCode = status;
   head.httpVersion = "HTTP/2";
   head.fields = block.fields();
+  head.headBytes = block.wireBytes();
   head.hasBody = hasBody;
   head.bodyLength = hasBody ? (isLast ? 0 : block.contentLength()) : 0;
   response_ = Response::body;
@@ -117,6 +118,7 @@ HTTP2Stream::Step HTTP2Stream::takeBody(Bytes bytes) {
   if (!exchange_) return Step::abandoned;
   if (response_ == Response::discarded) {
     discardedBytes_ += bytes.size();
+    exchange_->bodyDiscarded(bytes.size());
     if (discardedBytes_ <= maximumDiscardedBytes) return Step::goOn;
     detach()->end();
     return Step::abandoned;

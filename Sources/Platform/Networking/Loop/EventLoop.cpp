@@ -7,13 +7,11 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <exception>
 #include <limits>
-#include <new>
 
 #include "Platform/Detail/RequiredMemory.hpp"
+#include "Platform/Detail/TrapException.hpp"
 #include "Platform/Networking/Loop/RequiredDescriptor.hpp"
-#include "Platform/Trap.hpp"
 
 namespace platform::networking {
 
@@ -115,10 +113,8 @@ void EventLoop::watchTimers() {
 bool EventLoop::iterate(Duration limit) noexcept {
   try {
     return runOnce(limit);
-  } catch (const std::bad_alloc&) {
-    trap("out of memory in the network loop");
-  } catch (const std::exception& error) {
-    trapWith({"An exception escaped into the network loop: ", error.what()});
+  } catch (...) {
+    detail::trapException({"out of memory in the network loop"}, {"An exception escaped into the network loop"});
   }
 }
 

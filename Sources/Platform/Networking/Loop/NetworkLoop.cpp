@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <utility>
 
-#include "Platform/Dispatch/Internal/Deadline.hpp"
 #include "Platform/Dispatch/Internal/Thread.hpp"
+#include "Platform/Dispatch/Internal/WaitDeadline.hpp"
 #include "Platform/Foundation/Internal/PathsToRemove.hpp"
 #include "Platform/Trap.hpp"
 
@@ -69,7 +69,7 @@ void NetworkLoop::runThread() {
 bool NetworkLoop::drive(CooperativeWait& wait, Seconds limit) {
   Lease lease(*this);
   if (!lease.isHeld()) return false;
-  const detail::Deadline deadline(limit);
+  const detail::WaitDeadline deadline(limit);
   while (!wait.isDone() && !ownership().isStopped() && loop_.hasWork() && !deadline.hasPassed()) {
     InlineDrain local;
     LoopOwnership::noteThatThisThreadLeads(wait.willWaitAgain());

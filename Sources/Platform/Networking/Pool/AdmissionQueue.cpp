@@ -99,6 +99,11 @@ std::size_t AdmissionQueue::descriptorLimit() {
   return static_cast<std::size_t>(limit.rlim_cur);
 }
 
+void AdmissionQueue::setHeld(AdmissionHost& host, bool isHeld) {
+  host.isHeld_ = isHeld;
+  refreshReadiness(host);
+}
+
 void AdmissionQueue::refreshReadiness(AdmissionHost& host) {
   if (host.mayStart() == host.isReady_) return;
   host.isReady_ = !host.isReady_;

@@ -38,15 +38,17 @@ class AdmissionHost : public ListLinks<AdmissionHost> {
   AdmissionHost& operator=(const AdmissionHost&) = delete;
 
   bool isUnused() const { return waiting_.isEmpty() && active_ == 0; }
+  bool isHeld() const { return isHeld_; }
 
  private:
   friend class AdmissionQueue;
-  bool mayStart() const { return !waiting_.isEmpty() && (maximum_ == 0 || active_ < maximum_); }
+  bool mayStart() const { return !waiting_.isEmpty() && !isHeld_ && (maximum_ == 0 || active_ < maximum_); }
 
   IntrusiveList<AdmissionEntry> waiting_;
   std::size_t active_ = 0;
   std::size_t maximum_ = 0;
   bool isReady_ = false;
+  bool isHeld_ = false;
 };
 
 /// Decides which transfers may run, so that no more than pays off is under way: a few dozen active
@@ -76,6 +78,9 @@ class AdmissionQueue {
   void finished(AdmissionEntry& entry);
   /// Takes a waiting entry out; false when it does not wait.
   bool cancel(AdmissionEntry& entry);
+  /// Nothing of the host starts until `release`. Either may be called again.
+  void hold(AdmissionHost& host) { setHeld(host, true); }
+  void release(AdmissionHost& host) { setHeld(host, false); }
 
   /// The loop slept that long, until `now`. While entries wait because of the limit and the loop sleeps for
   /// most of the time, more transfers cost nothing: the limit grows by half every two milliseconds. Once a
@@ -95,6 +100,7 @@ class AdmissionQueue {
   static std::size_t descriptorLimit();
 
  private:
+  void setHeld(AdmissionHost& host, bool isHeld);
   void refreshReadiness(AdmissionHost& host);
   void lowerLimitIfUnused(TimePoint now);
 

@@ -1,6 +1,7 @@
 #include "Platform/Networking/Pool/ConnectionPool.hpp"
 
 #include <algorithm>
+#include <new>
 #include <string_view>
 #include <utility>
 
@@ -30,11 +31,14 @@ std::size_t ConnectionPool::RouteHash::operator()(const Route& route) const {
 }
 
 ConnectionPool::ConnectionPool(EventLoop& loop, Resolver& resolver, std::shared_ptr<TLSContext> context,
-                               Challenge challenge)
+                               Challenge challenge, ConnectionOptions options)
     : loop_(loop),
       resolver_(resolver),
       context_(std::move(context)),
       challenge_(std::move(challenge)),
+      options_(std::move(options)),
+      budget_(options_.maximumConnections, *this),
+      throttle_(options_.bytesPerSecond > 0 ? std::make_unique<ByteThrottle>(loop, options_.bytesPerSecond) : nullptr),
       idleLimit_(idleLimitForDescriptors(AdmissionQueue::descriptorLimit())) {
   loop_.addObserver(*this);
 }
@@ -50,14 +54,28 @@ ConnectionPool::~ConnectionPool() {
 void ConnectionPool::submit(Exchange& exchange, const Route& route, Duration idleTimeout, std::size_t hostMaximum) {
   // Only this may need memory.
   exchange.host_ = &hostOf(route);
-  exchange.idleTimeout_ = idleTimeout;
-  exchange.metrics_ = {.begun = loop_.now()};
-  exchange.repeats_ = 0;
-  exchange.firstConnection_ = 0;
+  begin(exchange, idleTimeout);
   exchange.state_ = Exchange::State::admission;
-  loop_.beginWork();
   admission_.enqueue(exchange.host_->admission(), exchange, hostMaximum);
   if (!isTelling_) admit();
+}
+
+void ConnectionPool::submit(Exchange& exchange, HTTPConnection& connection, Duration idleTimeout) {
+  begin(exchange, idleTimeout);
+  exchange.state_ = Exchange::State::underWay;
+  exchange.connection_ = &connection;
+  exchange.isOnKeptConnection_ = false;
+  exchange.startIdleTime();
+  connection.start(exchange.stream());
+}
+
+void ConnectionPool::begin(Exchange& exchange, Duration idleTimeout) {
+  exchange.idleTimeout_ = idleTimeout;
+  exchange.forgetMetrics();
+  exchange.metrics_.begun = loop_.now();
+  exchange.repeats_ = 0;
+  exchange.firstConnection_ = 0;
+  loop_.beginWork();
 }
 
 void ConnectionPool::admit() {
@@ -71,7 +89,17 @@ void ConnectionPool::admit() {
 
 void ConnectionPool::runDeferred() {
   closed_.clear();
+  if (budget_.isWaitedFor()) divideSlots();
   admit();
+}
+
+/// Where all are taken, what nobody uses is closed, one connection at a time: its slot brings us here again.
+void ConnectionPool::divideSlots() {
+  budget_.grant();
+  if (!budget_.isWaitedFor() || !closed_.empty() || closeOneIdle()) return;
+  for (const auto& [route, host] : hosts_) {
+    if (host->endSpare()) return;
+  }
 }
 
 void ConnectionPool::bury(std::unique_ptr<PooledConnection> closed) {
@@ -85,22 +113,32 @@ void ConnectionPool::loopSlept(TimePoint now, Duration duration) {
 
 HostConnections& ConnectionPool::hostOf(const Route& route) {
   if (const auto known = hosts_.find(route); known != hosts_.end()) return *known->second;
-  if (hosts_.size() >= rememberedHosts) std::erase_if(hosts_, [](const auto& host) { return host.second->isUnused(); });
+  // Closed connections know their hosts until they are destroyed; and a host that tells an owner goes on afterwards.
+  if (hosts_.size() >= rememberedHosts && closed_.empty() && !isTelling_)
+    std::erase_if(hosts_, [](const auto& host) { return host.second->isUnused(); });
   return *hosts_.emplace(route, std::make_unique<HostConnections>(*this, route)).first->second;
 }
 
 void ConnectionPool::withdraw(Exchange& exchange) {
   if (exchange.state_ == Exchange::State::outside) return;
-  if (exchange.state_ != Exchange::State::admission) exchange.host_->withdraw(exchange, false);
+  if (exchange.state_ != Exchange::State::admission) takeOut(exchange, false);
   leave(exchange);
   admit();
 }
 
+/// From the connections of its host, or from the one that it brought.
+void ConnectionPool::takeOut(Exchange& exchange, bool hasTimedOut) {
+  if (exchange.host_) return exchange.host_->withdraw(exchange, hasTimedOut);
+  std::exchange(exchange.connection_, nullptr)->cancel(exchange.stream());
+}
+
 void ConnectionPool::leave(Exchange& exchange) {
   exchange.stopIdleTime();
+  exchange.metrics_.ended = loop_.now();
+  if (exchange.state_ == Exchange::State::connection) exchange.host_->leftUnsent();
   if (exchange.state_ == Exchange::State::admission) {
     admission_.cancel(exchange);
-  } else {
+  } else if (exchange.host_) {
     admission_.finished(exchange);
   }
   exchange.state_ = Exchange::State::outside;
@@ -129,9 +167,17 @@ void ConnectionPool::exchangeRefused(Exchange& exchange) {
 }
 
 void ConnectionPool::exchangeTimedOut(Exchange& exchange) {
-  exchange.host_->withdraw(exchange, true);
+  takeOut(exchange, true);
   exchangeEnded(exchange,
                 ExchangeProblem{.kind = ExchangeProblem::Kind::timedOut, .requestWasSent = exchange.requestWasSent()});
+  admit();
+}
+
+/// It leaves alone: what is being made goes to the next who waits, whose own time may be longer.
+void ConnectionPool::exchangeConnectTimedOut(Exchange& exchange) {
+  exchange.host_->withdraw(exchange, false);
+  exchangeEnded(exchange, ExchangeProblem{.kind = ExchangeProblem::Kind::connectTimedOut,
+                                          .requestWasSent = exchange.requestWasSent()});
   admit();
 }
 
@@ -142,8 +188,16 @@ void ConnectionPool::exchangeFailed(Exchange& exchange, ExchangeFailure failure)
                                             .requestWasSent = exchange.requestWasSent()});
     return;
   }
-  ++exchange.repeats_;
-  if (failure.delivery != Delivery::notProcessed) exchange.firstConnection_ = connections_ + 1;
+  const bool wasNotProcessed = failure.delivery == Delivery::notProcessed;
+  try {
+    exchange.beginRepeat(wasNotProcessed);
+  } catch (const std::bad_alloc&) {
+    exchangeEnded(exchange, ExchangeProblem{.kind = ExchangeProblem::Kind::network,
+                                            .failure = Failure::outOfMemory(),
+                                            .requestWasSent = exchange.requestWasSent()});
+    return;
+  }
+  if (!wasNotProcessed) exchange.firstConnection_ = connections_ + 1;
   exchange.connection_ = nullptr;
   exchange.host_->serve(exchange);
 }
@@ -163,6 +217,7 @@ bool ConnectionPool::closeOneIdle() {
 
 void ConnectionPool::becameIdle(PooledConnection& connection) {
   idle_.append(connection);
+  if (budget_.isWaitedFor()) slotsChanged();
   if (++idleCount_ > idleLimit_) closeOneIdle();
 }
 

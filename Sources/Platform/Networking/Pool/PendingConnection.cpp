@@ -1,14 +1,18 @@
 #include "Platform/Networking/Pool/PendingConnection.hpp"
 
+#include <utility>
+
 #include "Platform/Networking/Pool/ConnectionPool.hpp"
 
 namespace platform::networking {
 
-PendingConnection::PendingConnection(HostConnections& host, Exchange* exchange)
+PendingConnection::PendingConnection(HostConnections& host, Exchange* exchange, ConnectionSlot slot)
     : host_(host),
       exchange_(exchange),
       begun_(host.pool().loop().now()),
-      connector_(host.pool().loop(), host.pool().resolver(), host.pool().context(), host.route(), *this) {}
+      slot_(std::move(slot)),
+      connector_(host.pool().loop(), host.pool().resolver(), host.pool().options(), host.pool().context(), host.route(),
+                 *this) {}
 
 void PendingConnection::connectorProgressed(Connector&) { host_.pendingProgressed(*this); }
 

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "Platform/Networking/Connecting/Connector.hpp"
+#include "Platform/Networking/Pool/ConnectionBudget.hpp"
 
 namespace platform::networking {
 
@@ -13,7 +14,7 @@ class HostConnections;
 /// One connection that is being made. Loop side only.
 class PendingConnection final : private ConnectorOwner {
  public:
-  PendingConnection(HostConnections& host, Exchange* exchange);
+  PendingConnection(HostConnections& host, Exchange* exchange, ConnectionSlot slot);
   PendingConnection(const PendingConnection&) = delete;
   PendingConnection& operator=(const PendingConnection&) = delete;
 
@@ -22,9 +23,14 @@ class PendingConnection final : private ConnectorOwner {
   Exchange* exchange() const { return exchange_; }
   void setExchange(Exchange* exchange) { exchange_ = exchange; }
   TimePoint begun() const { return begun_; }
+  const ConnectionTimes& times() const { return connector_.times(); }
+  /// Null until an address has connected.
+  std::shared_ptr<const ConnectionMetrics> metricsSoFar() const noexcept { return connector_.metricsSoFar(); }
   /// Whether only the verdict on the server holds it up.
   bool isBeingJudged() const { return connector_.phase() == Connector::Phase::judging; }
   const std::shared_ptr<const TrustQuery>& query() const { return query_; }
+  /// For the connection that it has become.
+  ConnectionSlot takeSlot() { return std::move(slot_); }
   /// The verdict is for the server.
   void accept() { connector_.applyVerdict(true); }
 
@@ -38,6 +44,7 @@ class PendingConnection final : private ConnectorOwner {
   Exchange* exchange_;
   const TimePoint begun_;
   std::shared_ptr<const TrustQuery> query_;
+  ConnectionSlot slot_;  ///< returned once the connector has closed what it opened
   Connector connector_;
 };
 

@@ -18,7 +18,7 @@ void PooledConnection::adopt(std::unique_ptr<HTTPConnection> connection, bool is
 
 void PooledConnection::becomeIdle() {
   state_ = State::idle;
-  host_.pool().loop().arm(*this, host_.pool().loop().now() + idleLifetime);
+  host_.pool().loop().arm(*this, host_.pool().loop().now() + host_.pool().options().idleLifetime);
   // The last step: it may close another connection, and have this one used again.
   host_.pool().becameIdle(*this);
 }

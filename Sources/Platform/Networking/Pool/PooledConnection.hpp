@@ -2,10 +2,12 @@
 
 #include <cstdint>
 #include <memory>
+#include <utility>
 
 #include "Platform/Networking/Exchange.hpp"
 #include "Platform/Networking/HTTPConnection.hpp"
 #include "Platform/Networking/Loop/Timer.hpp"
+#include "Platform/Networking/Pool/ConnectionBudget.hpp"
 #include "Platform/Networking/Pool/IntrusiveList.hpp"
 
 namespace platform::networking {
@@ -22,11 +24,9 @@ class PooledConnection final : public ListLinks<PooledConnection>, private HTTPC
     retired  ///< it takes no more exchanges, and ends with those under way
   };
 
-  /// How long a connection is kept idle.
-  static constexpr Duration idleLifetime = std::chrono::seconds(90);
-
   /// `number`: later ones have greater numbers.
-  PooledConnection(HostConnections& host, std::uint64_t number) : host_(host), number_(number) {}
+  PooledConnection(HostConnections& host, std::uint64_t number, ConnectionSlot slot)
+      : host_(host), number_(number), slot_(std::move(slot)) {}
   ~PooledConnection() override;
   PooledConnection(const PooledConnection&) = delete;
   PooledConnection& operator=(const PooledConnection&) = delete;
@@ -59,6 +59,7 @@ class PooledConnection final : public ListLinks<PooledConnection>, private HTTPC
 
   HostConnections& host_;
   const std::uint64_t number_;
+  ConnectionSlot slot_;  ///< returned once `http_` is gone
   std::unique_ptr<HTTPConnection> http_;
   State state_ = State::inUse;
   bool isMultiplexed_ = false;

@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "Platform/Networking/Failure.hpp"
+#include "Platform/Networking/Loop/NetworkClock.hpp"
 
 namespace platform::networking {
 
@@ -73,6 +74,8 @@ class ByteStream {
   virtual bool isSecure() const = 0;
   /// Of the side that failed last.
   virtual const std::optional<Failure>& failure() const = 0;
+  /// Until when bytes were held back here, by a limit of ours: the present while they are.
+  virtual TimePoint heldBackUntil() const { return {}; }
   /// The socket below; for its addresses only.
   virtual int descriptor() const = 0;
 

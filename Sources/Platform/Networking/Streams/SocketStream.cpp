@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <string>
+#include <system_error>
 #include <utility>
 
 #include "Platform/Foundation/Internal/RaisedSignalGuard.hpp"
@@ -73,7 +75,7 @@ IOResult SocketStream::read(std::span<std::byte> room) {
     return {IOStatus::failed};
   }
   if (wouldBlock(errno)) return {};
-  return failed(errno, "the connection was lost while reading");
+  return failed(errno, "the connection was lost while receiving");
 }
 
 IOResult SocketStream::write(std::span<const Bytes> pieces) {
@@ -126,14 +128,15 @@ IOResult SocketStream::afterSending(ssize_t count) {
     waitsForWriting_ = true;
     return {};
   }
-  return failed(errno, "the connection was lost while writing");
+  return failed(errno, "the connection was lost while sending");
 }
 
 /// A broken pipe alone does not make the end of the stream doubtful: the system says so when the peer had ended its
 /// direction properly before it refused ours.
 IOResult SocketStream::failed(int systemError, const char* message) {
   if (systemError != EPIPE) isBroken_ = true;
-  failure_ = Failure{FailureCause::connectionLost, message, systemError};
+  failure_ = Failure{FailureCause::connectionLost,
+                     std::string(message) + ": " + std::generic_category().message(systemError), systemError};
   return {IOStatus::failed};
 }
 

@@ -84,6 +84,8 @@ TLSStream::State TLSStream::handshake() {
   transport_.holdBack();
   if (SSL_do_handshake(ssl_) == 1) {
     chain_ = {};
+    // A cipher without certificates would ask nobody.
+    if (!isTrusted()) return failHandshake({FailureCause::serverNotTrusted, "the server showed no certificate", 0});
     // Our last flight leaves with what is written next, or by itself in the next iteration.
     loop_.defer(*this);
     return state_ = State::open;
@@ -112,7 +114,7 @@ TLSStream::State TLSStream::failHandshake(Failure failure) {
 
 Failure TLSStream::reasonOfHandshake() const {
   if (verdict_ == Verdict::refused) return {FailureCause::serverNotTrusted, "the server is not trusted", 0};
-  if (receivedAlert_ >= 0) return failureOfAlert(receivedAlert_, true, wasAskedForCertificate_);
+  if (receivedAlert_ >= 0) return failureOfAlert(receivedAlert_, true, certificate_);
   for (const auto& failure : {transport_.readFailure(), transport_.writeFailure()}) {
     if (!failure) continue;
     return {FailureCause::secureConnectionFailed, "the connection was lost in the TLS handshake", failure->systemError};
@@ -123,8 +125,10 @@ Failure TLSStream::reasonOfHandshake() const {
   return failureOfLibrary(true);
 }
 
-void TLSStream::applyVerdict(bool isTrusted) {
-  verdict_ = isTrusted ? Verdict::trusted : Verdict::refused;
+bool TLSStream::isTrusted() const { return verdict_ == Verdict::trusted || wasResumed(); }
+
+void TLSStream::applyVerdict(bool isServerTrusted) {
+  verdict_ = isServerTrusted ? Verdict::trusted : Verdict::refused;
   state_ = State::handshaking;
 }
 
@@ -171,15 +175,18 @@ void TLSStream::noteAlert(const SSL* ssl, int where, int value) {
   if (level == SSL3_AL_FATAL || description == SSL_AD_CLOSE_NOTIFY) of(ssl).receivedAlert_ = description;
 }
 
-/// There is none to show.
-int TLSStream::noteCertificateRequest(SSL* ssl, X509**, EVP_PKEY**) {
-  of(ssl).wasAskedForCertificate_ = true;
-  return 0;
+/// The identity of the context, if it has one, is what is shown.
+int TLSStream::noteCertificateRequest(SSL* ssl, void*) {
+  of(ssl).certificate_ = SSL_get_certificate(ssl) ? ClientCertificate::shown : ClientCertificate::missing;
+  return 1;
 }
+
+void TLSStream::logKeys(const SSL* ssl, const char* line) { of(ssl).context_->logKeys(line); }
 
 int TLSStream::keepSession(SSL* ssl, SSL_SESSION* session) {
   const TLSStream& stream = of(ssl);
   TLSContext::Session kept(session);
+  if (!stream.isTrusted()) return 1;
   try {
     stream.context_->keepSession(stream.origin_, stream.trustEpoch_, std::move(kept), stream.loop_.now());
   } catch (const std::bad_alloc&) {

@@ -71,7 +71,7 @@ void TLSStream::endReading() {
   }
   readEnd_ = ReadEnd::failed;
   if (receivedAlert_ >= 0) {
-    failure_ = failureOfAlert(receivedAlert_, false, wasAskedForCertificate_);
+    failure_ = failureOfAlert(receivedAlert_, false, certificate_);
   } else if (transport_.readFailure()) {
     failure_ = transport_.readFailure();
   } else if (transport_.hasEnded()) {

@@ -14,6 +14,7 @@
 #include "Platform/Networking/Connecting/TLSContext.hpp"
 #include "Platform/Networking/Loop/EventLoop.hpp"
 #include "Platform/Networking/Streams/ByteStream.hpp"
+#include "Platform/Networking/Streams/TLSFailures.hpp"
 #include "Platform/Networking/Streams/TLSTransport.hpp"
 #include "Platform/Security/SecCertificate.hpp"
 
@@ -43,10 +44,14 @@ class TLSStream final : public ByteStream, private StreamOwner, private Deferred
   /// As received, the server's own first. Kept only while the server is to be judged.
   const std::vector<SecCertificate>& chain() const { return chain_; }
   /// The verdict on the server; `handshake` then goes on, or fails with `serverNotTrusted`. Requires: it is `judging`.
-  void applyVerdict(bool isTrusted);
+  void applyVerdict(bool isServerTrusted);
   /// As agreed in the handshake (RFC 7301); empty when nothing was.
   std::string_view agreedProtocol() const;
   bool wasResumed() const;
+  /// "TLSv1.3" or "TLSv1.2", once the handshake is over.
+  const char* version() const { return SSL_get_version(ssl_); }
+  /// OpenSSL's name of it.
+  const char* cipher() const { return SSL_get_cipher_name(ssl_); }
   /// `TLSContext::trustEpoch` when the handshake began.
   std::uint64_t trustEpoch() const { return trustEpoch_; }
   /// All bytes that came from the server, encrypted.
@@ -69,7 +74,8 @@ class TLSStream final : public ByteStream, private StreamOwner, private Deferred
   // Called by OpenSSL.
   static int judge(X509_STORE_CTX* store, void*);
   static void noteAlert(const SSL* ssl, int where, int value);
-  static int noteCertificateRequest(SSL* ssl, X509**, EVP_PKEY**);
+  static int noteCertificateRequest(SSL* ssl, void*);
+  static void logKeys(const SSL* ssl, const char* line);
   static int keepSession(SSL* ssl, SSL_SESSION* session);
   static TLSStream& of(const SSL* ssl) { return *static_cast<TLSStream*>(SSL_get_app_data(ssl)); }
 
@@ -78,6 +84,8 @@ class TLSStream final : public ByteStream, private StreamOwner, private Deferred
   void runDeferred() override;
 
   State failHandshake(Failure failure);
+  /// Now, or when the session began that was resumed.
+  bool isTrusted() const;
   bool sendLastFlight();
   Failure reasonOfHandshake() const;
   IOResult afterReading(std::size_t filled);
@@ -99,7 +107,7 @@ class TLSStream final : public ByteStream, private StreamOwner, private Deferred
   ReadEnd readEnd_ = ReadEnd::none;
   /// The last alert that came from the server; -1: none.
   int receivedAlert_ = -1;
-  bool wasAskedForCertificate_ = false;
+  ClientCertificate certificate_ = ClientCertificate::notAskedFor;
   bool waitsForWriting_ = false;
   /// The turn was over before the stream had no more.
   bool readsLater_ = false;

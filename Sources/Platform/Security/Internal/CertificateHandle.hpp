@@ -18,6 +18,8 @@ struct CertificateHandle {
   CertificateHandle(const CertificateHandle&) = delete;
   CertificateHandle& operator=(const CertificateHandle&) = delete;
 
+  /// Takes over the caller's reference, also where it throws.
+  static std::shared_ptr<const CertificateHandle> adopt(X509* certificate);
   /// Null when the bytes are not exactly one certificate.
   static std::shared_ptr<const CertificateHandle> fromDER(std::span<const std::byte> der);
   Data der() const;
@@ -30,6 +32,12 @@ std::string nameSummary(const X509_NAME* name);
 
 /// Shares the certificates of `chain`, in its order; nothing is decoded again. Null gives an empty list.
 std::vector<SecCertificate> certificatesFromChain(const STACK_OF(X509) * chain);
+
+/// What `SecCertificate::listFromPEM` gives.
+std::vector<SecCertificate> certificatesFromPEM(const Data& pem);
+
+/// What `SecCertificate::publicKeyPin` gives.
+std::string publicKeyPin(const X509* certificate);
 
 /// Leaves OpenSSL's error queue of this thread as it was: others on the thread read it after their own calls.
 class OpenSSLErrorScope {

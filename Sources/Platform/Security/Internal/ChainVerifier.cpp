@@ -1,9 +1,12 @@
 #include "Platform/Security/Internal/ChainVerifier.hpp"
 
+#include <openssl/asn1.h>
 #include <openssl/ssl.h>
 #include <openssl/x509_vfy.h>
 
+#include <ctime>
 #include <memory>
+#include <string>
 
 #include "Platform/Security/Internal/CertificateHandle.hpp"
 #include "Platform/Security/Internal/HostMatching.hpp"
@@ -65,29 +68,44 @@ void configure(X509_STORE_CTX* context, const TrustQuestion& question) {
   if (question.verifyDate) X509_VERIFY_PARAM_set_time(parameters, static_cast<time_t>(*question.verifyDate));
 }
 
-std::string nameOfCurrent(X509_STORE_CTX* context) {
-  X509* current = X509_STORE_CTX_get_current_cert(context);
+std::string issuer(const X509* certificate) {
+  return certificate ? "\"" + nameSummary(X509_get_issuer_name(certificate)) + "\"" : "an authority";
+}
+
+/// As ISO 8601 has it, in UTC.
+std::string day(const ASN1_TIME* time) {
+  std::tm parts{};
+  char text[32];
+  if (!time || ASN1_TIME_to_tm(time, &parts) != 1) return "an unknown day";
+  return {text, std::strftime(text, sizeof text, "%Y-%m-%d", &parts)};
+}
+
+std::string nameOf(const X509* current) {
   if (!current) return "The certificate";
   return "The certificate \"" + nameSummary(X509_get_subject_name(current)) + "\"";
 }
 
 TrustVerdict verdictOnFailure(X509_STORE_CTX* context) {
   const int code = X509_STORE_CTX_get_error(context);
-  const std::string name = nameOfCurrent(context);
+  const X509* const current = X509_STORE_CTX_get_current_cert(context);
+  const std::string name = nameOf(current);
   constexpr auto recoverable = SecTrustResult::recoverableTrustFailure;
   switch (code) {
     case X509_V_ERR_CERT_HAS_EXPIRED:
-      return {recoverable, SecTrustProblem::expired, name + " has expired."};
+      return {recoverable, SecTrustProblem::expired, name + " expired on " + day(X509_get0_notAfter(current)) + "."};
     case X509_V_ERR_CERT_NOT_YET_VALID:
-      return {recoverable, SecTrustProblem::notYetValid, name + " is not valid yet."};
+      return {recoverable, SecTrustProblem::notYetValid,
+              name + " is not valid before " + day(X509_get0_notBefore(current)) + "."};
     case X509_V_ERR_DEPTH_ZERO_SELF_SIGNED_CERT:
-      return {recoverable, SecTrustProblem::unknownRoot, name + " is signed by itself and is not an anchor."};
+      return {recoverable, SecTrustProblem::unknownRoot, name + " is signed by itself and is not trusted here."};
     case X509_V_ERR_SELF_SIGNED_CERT_IN_CHAIN:
+      return {recoverable, SecTrustProblem::unknownRoot, name + " is a root that is not trusted here."};
     case X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT:
     case X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY:
     case X509_V_ERR_UNABLE_TO_VERIFY_LEAF_SIGNATURE:
     case X509_V_ERR_CERT_UNTRUSTED:
-      return {recoverable, SecTrustProblem::unknownRoot, name + " does not lead to an anchor."};
+      return {recoverable, SecTrustProblem::unknownRoot,
+              name + " was issued by " + issuer(current) + ", which is not trusted here."};
     case X509_V_ERR_INVALID_PURPOSE:
       return {recoverable, SecTrustProblem::other, name + " is not meant for a server."};
     case X509_V_ERR_OUT_OF_MEM:
@@ -124,7 +142,10 @@ TrustVerdict verifyChain(const TrustQuestion& question) {
             "The certificate \"" + question.chain.front().subjectSummary() + "\" is not for the host \"" +
                 question.host + "\"."};
   }
-  return {SecTrustResult::unspecified, SecTrustProblem::none, {}};
+  return {SecTrustResult::unspecified,
+          SecTrustProblem::none,
+          {},
+          certificatesFromChain(X509_STORE_CTX_get0_chain(context.get()))};
 }
 
 }  // namespace platform::detail

@@ -21,6 +21,8 @@ struct TrustVerdict {
   SecTrustResult result = SecTrustResult::otherError;
   SecTrustProblem problem = SecTrustProblem::other;
   std::string description;
+  /// From the server's own certificate to the anchor; empty unless it is trusted.
+  std::vector<SecCertificate> verifiedChain = {};
 };
 
 /// Verifies a chain and the host name. The anchors of the question and those of the system that could have

@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "Platform/Foundation/JSON/DecodingFieldTable.hpp"
+#include "Platform/Foundation/JSON/JSONStrategies.hpp"
 #include "Platform/Foundation/JSON/JSONTesting.hpp"
 
 namespace platform::json_keys {

@@ -171,15 +171,5 @@ TEST(JSONReaderTest, knowsItsStrategies) {
   EXPECT_EQ(reader.strategies().keys, JSONKeyStrategy::snakeCase);
 }
 
-TEST(JSONReaderTest, showsANumberAsItIsWritten) {
-  const Data document("[ -1.50E+3 ]");
-  JSONReader reader(document);
-  JSONReader::Array array(reader);
-  array.next();
-
-  EXPECT_EQ(reader.peekNumber(), "-1.50E+3");
-  EXPECT_EQ(reader.decode<int>(), -1500);
-}
-
 }  // namespace
 }  // namespace platform

@@ -45,9 +45,9 @@ class ConnectorTest : public testing::Test {
   /// Makes a connection and waits for it, or for the failure.
   RecordingConnectorOwner& connect(Route to) {
     owner = {};
-    connector = std::make_unique<Connector>(loop, resolver, context, std::move(to), owner);
+    connector = std::make_unique<Connector>(loop, resolver, connectionOptions, context, std::move(to), owner);
     connector->start();
-    EXPECT_TRUE(corvane::testing::runUntil(loop, [&] { return owner.isDone(); }));
+    EXPECT_TRUE(corvane::testkit::runUntil(loop, [&] { return owner.isDone(); }));
     return owner;
   }
 
@@ -56,7 +56,7 @@ class ConnectorTest : public testing::Test {
     const Bytes piece = std::as_bytes(std::span(request));
     EXPECT_EQ(stream.write({&piece, 1}).count, request.size());
     std::string all;
-    const bool came = corvane::testing::runUntil(loop, [&] { return readSome(stream, all) || all.ends_with(until); });
+    const bool came = corvane::testkit::runUntil(loop, [&] { return readSome(stream, all) || all.ends_with(until); });
     EXPECT_TRUE(came) << all;
     return all;
   }
@@ -74,6 +74,7 @@ class ConnectorTest : public testing::Test {
 
   EventLoop loop;
   Resolver resolver{loop};
+  ConnectionOptions connectionOptions;
   std::shared_ptr<TLSContext> context = TLSContext::make();
   RecordingConnectorOwner owner;
   std::unique_ptr<Connector> connector;

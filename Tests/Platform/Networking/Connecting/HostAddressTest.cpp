@@ -43,6 +43,16 @@ TEST(HostAddressTest, readsNumbers) {
   EXPECT_EQ(spelled(at("2001:db8::7")), "[2001:db8::7]:80");
 }
 
+TEST(HostAddressTest, takesOnlyDecimalNumbersWhereItIsStrict) {
+  for (const char* text : {"010.0.0.1", "127.1", "10", "0x7f000001", "127.0.0.01", "localhost", ""}) {
+    EXPECT_EQ(HostAddress::fromStrictText(text), std::nullopt) << text;
+  }
+  EXPECT_EQ(HostAddress::fromStrictText(std::string("127.0.0.1\0.example", 18)), std::nullopt);
+  for (const char* text : {"127.0.0.1", "0.0.0.0", "255.255.255.255", "::1", "fe80::1%7"}) {
+    EXPECT_EQ(HostAddress::fromStrictText(text), at(text)) << text;
+  }
+}
+
 TEST(HostAddressTest, readsZones) {
   EXPECT_EQ(spelled(at("fe80::1%7")), "[fe80::1%7]:80");
   EXPECT_EQ(spelled(at("fe80::1%lo")), "[fe80::1%1]:80");

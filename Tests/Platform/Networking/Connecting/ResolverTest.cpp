@@ -18,8 +18,8 @@ namespace platform::networking {
 namespace {
 
 using namespace std::chrono_literals;
-using corvane::testing::HeldLookUps;
-using corvane::testing::runUntil;
+using corvane::testkit::HeldLookUps;
+using corvane::testkit::runUntil;
 
 class Asker final : public LookUp {
  public:

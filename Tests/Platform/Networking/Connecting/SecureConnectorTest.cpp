@@ -6,13 +6,13 @@
 namespace platform::networking {
 namespace {
 
-using corvane::testing::CertificateAuthority;
-using corvane::testing::CertificateRequest;
-using corvane::testing::MockResponse;
-using corvane::testing::runUntil;
-using corvane::testing::TestServer;
-using corvane::testing::Tls;
-using corvane::testing::TlsVersion;
+using corvane::testkit::CertificateAuthority;
+using corvane::testkit::CertificateRequest;
+using corvane::testkit::MockResponse;
+using corvane::testkit::runUntil;
+using corvane::testkit::TestServer;
+using corvane::testkit::Tls;
+using corvane::testkit::TlsVersion;
 
 constexpr std::string_view getRoot = "GET / HTTP/1.1\r\nHost: test\r\n\r\n";
 
@@ -60,7 +60,7 @@ TEST_P(SecureConnectorVersionTest, asksForAVerdictAndConnects) {
 TEST_P(SecureConnectorVersionTest, waitsForTheVerdict) {
   TestServer server(version());
   owner.verdict.reset();
-  Connector late(loop, resolver, context, secureRoute(server), owner);
+  Connector late(loop, resolver, connectionOptions, context, secureRoute(server), owner);
   late.start();
   ASSERT_TRUE(runUntil(loop, [&] { return owner.query != nullptr; }));
   EXPECT_EQ(late.phase(), Connector::Phase::judging);
@@ -79,7 +79,7 @@ TEST_P(SecureConnectorVersionTest, failsWhenTheServerIsNotTrusted) {
   TestServer server(version());
   owner.verdict = false;
 
-  Connector refusing(loop, resolver, context, secureRoute(server), owner);
+  Connector refusing(loop, resolver, connectionOptions, context, secureRoute(server), owner);
   refusing.start();
 
   ASSERT_TRUE(runUntil(loop, [&] { return owner.isDone(); }));
@@ -122,7 +122,7 @@ TEST_P(SecureConnectorVersionTest, keepsNoSessionOfAHandshakeThatBeganBeforeTheT
   TestServer server(version());
   server.enqueue(MockResponse(200).body("hello"));
   owner.verdict.reset();
-  Connector late(loop, resolver, context, secureRoute(server), owner);
+  Connector late(loop, resolver, connectionOptions, context, secureRoute(server), owner);
   late.start();
   ASSERT_TRUE(runUntil(loop, [&] { return owner.query != nullptr; }));
 
@@ -139,15 +139,15 @@ TEST_P(SecureConnectorVersionTest, keepsNoSessionOfAHandshakeThatBeganBeforeTheT
 TEST_P(SecureConnectorVersionTest, leavesNothingBehindWhenItIsDestroyedBeforeTheVerdict) {
   TestServer server(version());
   owner.verdict.reset();
-  auto early = std::make_unique<Connector>(loop, resolver, context, secureRoute(server), owner);
+  auto early = std::make_unique<Connector>(loop, resolver, connectionOptions, context, secureRoute(server), owner);
   early->start();
   ASSERT_TRUE(runUntil(loop, [&] { return owner.query != nullptr; }));
 
   early.reset();
 
-  EXPECT_TRUE(corvane::testing::descriptorsTo(server.port()).empty());
+  EXPECT_TRUE(corvane::testkit::descriptorsTo(server.port()).empty());
   EXPECT_TRUE(server.waitUntilAllClosed());
-  EXPECT_TRUE(corvane::testing::staleWatches().empty());
+  EXPECT_TRUE(corvane::testkit::staleWatches().empty());
   static_cast<void>(server.takeFailures());
 }
 
@@ -186,12 +186,13 @@ INSTANTIATE_TEST_SUITE_P(SecureConnectorTest, DestroyedConnectorTest,
 TEST_P(DestroyedConnectorTest, leavesNothingBehind) {
   TestServer server(tls);
   DestroyingOwner destroyer(GetParam());
-  destroyer.connector = std::make_unique<Connector>(loop, resolver, context, secureRoute(server), destroyer);
+  destroyer.connector =
+      std::make_unique<Connector>(loop, resolver, connectionOptions, context, secureRoute(server), destroyer);
   destroyer.connector->start();
 
   ASSERT_TRUE(runUntil(loop, [&] { return !destroyer.connector; }));
 
-  EXPECT_TRUE(corvane::testing::descriptorsTo(server.port()).empty());
+  EXPECT_TRUE(corvane::testkit::descriptorsTo(server.port()).empty());
   EXPECT_TRUE(server.waitUntilAllClosed());
   static_cast<void>(server.takeFailures());
 }
@@ -229,10 +230,10 @@ TEST_F(SecureConnectorTest, sendsNoNameOfAnAddress) {
 }
 
 TEST_F(SecureConnectorTest, failsWhenTheConnectionIsResetInTheHandshake) {
-  const corvane::testing::Latch latch;
+  const corvane::testkit::Latch latch;
   TestServer server(Tls(tls).resetHandshakesWhenOpen(latch));
   owner.verdict.reset();
-  Connector late(loop, resolver, context, secureRoute(server), owner);
+  Connector late(loop, resolver, connectionOptions, context, secureRoute(server), owner);
   late.start();
   ASSERT_TRUE(runUntil(loop, [&] { return owner.query != nullptr; }));
 

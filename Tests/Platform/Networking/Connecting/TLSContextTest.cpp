@@ -95,7 +95,7 @@ TEST_F(TLSContextTest, forgetsSessionsAndThoseOfHandshakesUnderWay) {
 
 /// The highest version of a context that is made where the environment asks for another; 0 is none.
 int highestVersionBesideTheEnvironment() {
-  const corvane::testing::TemporaryDirectory directory;
+  const corvane::testkit::TemporaryDirectory directory;
   const std::string path = directory.write("openssl.cnf",
                                            "openssl_conf = all\n[all]\nssl_conf = ssl\n[ssl]\nsystem_default = tls\n"
                                            "[tls]\nMaxProtocol = TLSv1.2\n");

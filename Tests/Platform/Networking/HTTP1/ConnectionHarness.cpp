@@ -106,9 +106,9 @@ void ScriptedExchange::failed(ExchangeFailure failure) {
   isOver_ = true;
 }
 
-void HTTP1ConnectionTest::connect(corvane::testing::MemoryWire::Options options) {
+void HTTP1ConnectionTest::connect(corvane::testkit::MemoryWire::Options options) {
   connection.reset();
-  wire = corvane::testing::MemoryWire(options);
+  wire = corvane::testkit::MemoryWire(options);
   told.clear();
   connection = std::make_unique<HTTP1Connection>(loop, wire.makeStream(), *this);
   iterate();

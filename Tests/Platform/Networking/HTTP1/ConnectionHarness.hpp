@@ -77,7 +77,7 @@ class ScriptedExchange final : public RequestStream {
 
   const RequestHead& requestHead() const override { return request; }
   RequestBody* requestBody() override { return requestBytes; }
-  void requestBegan() override { note("began"); }
+  void requestBegan(std::size_t) override { note("began"); }
   void bodySent(std::uint64_t total) override;
   void requestEnded() override { note("sent"); }
   void progressed() override;
@@ -111,7 +111,7 @@ class HTTP1ConnectionTest : public ::testing::Test, public HTTPConnectionOwner {
   HTTP1ConnectionTest() { connect(); }
 
   /// Makes a connection over a wire of its own, and forgets what was told of the one before.
-  void connect(corvane::testing::MemoryWire::Options options = {});
+  void connect(corvane::testkit::MemoryWire::Options options = {});
   void iterate() { loop.iterate(Duration::zero()); }
   /// Lets time pass, and what is due be done.
   void pass(Duration time) {
@@ -122,7 +122,7 @@ class HTTP1ConnectionTest : public ::testing::Test, public HTTPConnectionOwner {
 
   ManualNetworkClock clock;
   EventLoop loop;
-  corvane::testing::MemoryWire wire;
+  corvane::testkit::MemoryWire wire;
   std::unique_ptr<HTTP1Connection> connection;
   /// "available | retired | closed".
   std::string told;

@@ -16,10 +16,10 @@
 namespace platform::networking {
 namespace {
 
-using corvane::testing::generatedBytes;
-using corvane::testing::MockResponse;
-using corvane::testing::Moment;
-using corvane::testing::TestServer;
+using corvane::testkit::generatedBytes;
+using corvane::testkit::MockResponse;
+using corvane::testkit::Moment;
+using corvane::testkit::TestServer;
 using testing::HasSubstr;
 
 class HTTP1OverSocketTest : public ::testing::Test, public HTTPConnectionOwner {
@@ -45,7 +45,7 @@ class HTTP1OverSocketTest : public ::testing::Test, public HTTPConnectionOwner {
   void run(ScriptedExchange& exchange) {
     if (!connection || connection->capacity() == 0) connect();
     connection->start(exchange);
-    EXPECT_TRUE(corvane::testing::runUntil(loop, [&] { return exchange.isOver(); })) << exchange.log();
+    EXPECT_TRUE(corvane::testkit::runUntil(loop, [&] { return exchange.isOver(); })) << exchange.log();
   }
 
   void connectionAvailable(HTTPConnection&) override {}
@@ -151,7 +151,7 @@ TEST_F(HTTP1OverSocketTest, deliversACompleteSuccessOfAServerThatStopsReading) {
 
   connection->start(exchange);
 
-  EXPECT_TRUE(corvane::testing::runUntil(loop, [&] {
+  EXPECT_TRUE(corvane::testkit::runUntil(loop, [&] {
     clock.advance(std::chrono::milliseconds(100));
     return exchange.isOver();
   }));
@@ -165,7 +165,7 @@ TEST_F(HTTP1OverSocketTest, isClosedWhenTheServerEndsItWhileItIsIdle) {
   EXPECT_TRUE(connection);
 
   EXPECT_EQ(server.closeIdleConnections(), 1);
-  EXPECT_TRUE(corvane::testing::runUntil(loop, [&] { return !connection; }));
+  EXPECT_TRUE(corvane::testkit::runUntil(loop, [&] { return !connection; }));
 }
 
 TEST_F(HTTP1OverSocketTest, isClosedByBytesThatNobodyAskedFor) {
@@ -174,7 +174,7 @@ TEST_F(HTTP1OverSocketTest, isClosedByBytesThatNobodyAskedFor) {
   run(exchange);
 
   EXPECT_EQ(exchange.responseBody(), "x");
-  EXPECT_TRUE(corvane::testing::runUntil(loop, [&] { return !connection; }));
+  EXPECT_TRUE(corvane::testkit::runUntil(loop, [&] { return !connection; }));
 }
 
 TEST_F(HTTP1OverSocketTest, stopsReadingWhereTheBodyIsNotWanted) {
@@ -185,13 +185,13 @@ TEST_F(HTTP1OverSocketTest, stopsReadingWhereTheBodyIsNotWanted) {
   };
   connect();
   connection->start(exchange);
-  EXPECT_TRUE(corvane::testing::runUntil(loop, [&] { return exchange.log().find("head") != std::string::npos; }));
+  EXPECT_TRUE(corvane::testkit::runUntil(loop, [&] { return exchange.log().find("head") != std::string::npos; }));
   for (int i = 0; i < 20; ++i) loop.iterate(std::chrono::milliseconds(1));
   EXPECT_LE(exchange.responseBody().size(), EventLoop::receiveBufferBytes);
 
   connection->setReading(exchange, true);
 
-  EXPECT_TRUE(corvane::testing::runUntil(loop, [&] { return exchange.isOver(); }));
+  EXPECT_TRUE(corvane::testkit::runUntil(loop, [&] { return exchange.isOver(); }));
   EXPECT_EQ(exchange.responseBody().size(), 20'000'000u);
 }
 

@@ -6,7 +6,7 @@
 namespace platform::networking {
 namespace {
 
-using corvane::testing::MemoryWire;
+using corvane::testkit::MemoryWire;
 
 std::string headOf(std::size_t length, int status = 200) {
   return "HTTP/1.1 " + std::to_string(status) + " X\r\nContent-Length: " + std::to_string(length) + "\r\n\r\n";

@@ -6,7 +6,7 @@
 namespace platform::networking {
 namespace {
 
-using corvane::testing::MemoryWire;
+using corvane::testkit::MemoryWire;
 using testing::HasSubstr;
 
 constexpr std::string_view continueText = "HTTP/1.1 100 Continue\r\n\r\n";
@@ -136,6 +136,23 @@ TEST_F(HTTP1UploadTest, waitsForABodyThatHasNothingYet) {
 
   EXPECT_EQ(writtenBody(), "5\r\nfirst\r\nb\r\n and second\r\n0\r\n\r\n");
   EXPECT_EQ(exchange.log(), "began | sent");
+}
+
+TEST_F(HTTP1UploadTest, takesAnotherExchangeWhenTheBodyEndsAfterTheResponse) {
+  ScriptedBody text("first and second", ScriptedBody::Way::read);
+  text.available = 5;
+  exchange.sends(text);
+  connection->start(exchange);
+  wire.receive(response(200, "fine"));
+  EXPECT_EQ(exchange.log(), "began | head 200");
+
+  text.available = std::string::npos;
+  connection->bodyReady(exchange);
+  EXPECT_EQ(exchange.log(), "began | head 200 | sent | end");
+  iterate();
+
+  EXPECT_EQ(told, "available");
+  EXPECT_EQ(connection->capacity(), 1u);
 }
 
 TEST_F(HTTP1UploadTest, failsWhenTheBodyCannotBeRead) {

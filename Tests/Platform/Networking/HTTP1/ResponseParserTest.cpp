@@ -10,6 +10,7 @@ namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::MatchesRegex;
 
 ParsedResponse whole(std::string_view text, StreamEnd end = StreamEnd::open) { return parsed({text}, end); }
 
@@ -182,7 +183,7 @@ TEST(ResponseParserTest, refusesFoldedLines) {
   EXPECT_EQ(messageFor(headWith({"Transfer-Encoding: chunked", "\tchunked"})),
             "the header field \"Transfer-Encoding\" is folded");
   EXPECT_NE(messageFor(headWith({"Transfer-Encoding:", " chunked"})), "accepted");
-  EXPECT_THAT(messageFor(headWith({" X: 1"})), HasSubstr("continues nothing"));
+  EXPECT_THAT(messageFor(headWith({" X: 1"})), HasSubstr("begins with a space"));
   EXPECT_EQ(messageFor(headWith({"Transfer-Encoding: chunked"}) + "0\r\nX: 1\r\n 2\r\n\r\n"),
             "the header field \"X\" is folded");
   EXPECT_THAT(messageFor(headWith({"X: 1", " "})), HasSubstr("folded"));
@@ -211,8 +212,8 @@ TEST(ResponseParserTest, refusesDifferingContentLengths) {
 TEST(ResponseParserTest, refusesContentLengthsThatAreNoNumber) {
   for (const char* value :
        {"", "-1", "+1", "0x10", "1e3", "5,", ",5", "5 5", "five", "9223372036854775808", "5;", "\xD9\xA5"}) {
-    EXPECT_EQ(messageFor(headWith({std::string("Content-Length: ") + value})),
-              "the Content-Length is not a number of bytes")
+    EXPECT_THAT(messageFor(headWith({std::string("Content-Length: ") + value})),
+                MatchesRegex("the Content-Length \".*\" is not a number of bytes"))
         << value;
   }
   EXPECT_EQ(messageFor(headWith({"Content-Length: 9223372036854775807"})), "accepted");

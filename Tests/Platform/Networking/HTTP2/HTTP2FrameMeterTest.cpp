@@ -10,7 +10,7 @@
 namespace platform::networking {
 namespace {
 
-using namespace corvane::testing::http2;
+using namespace corvane::testkit::http2;
 using namespace std::chrono_literals;
 
 class HTTP2FrameMeterTest : public testing::Test {

@@ -5,7 +5,7 @@
 namespace platform::networking {
 namespace {
 
-using namespace corvane::testing::http2;
+using namespace corvane::testkit::http2;
 using testing::Contains;
 using testing::Field;
 using testing::HasSubstr;

@@ -23,11 +23,11 @@ class HTTP2PeerTest : public HTTP2Test {
     connection->start(exchange);
     settle();
   }
-  void serveWith(corvane::testing::HTTP2Peer::Options options) {
-    server = std::make_unique<corvane::testing::HTTP2Peer>(wire, options);
+  void serveWith(corvane::testkit::HTTP2Peer::Options options) {
+    server = std::make_unique<corvane::testkit::HTTP2Peer>(wire, options);
   }
 
-  std::unique_ptr<corvane::testing::HTTP2Peer> server = std::make_unique<corvane::testing::HTTP2Peer>(wire);
+  std::unique_ptr<corvane::testkit::HTTP2Peer> server = std::make_unique<corvane::testkit::HTTP2Peer>(wire);
 };
 
 }  // namespace platform::networking

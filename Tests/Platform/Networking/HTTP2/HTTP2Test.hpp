@@ -16,10 +16,10 @@
 
 namespace platform::networking {
 
-using corvane::testing::Fields;
-using corvane::testing::MemoryWire;
-using corvane::testing::RecordedExchange;
-using corvane::testing::ScriptedBody;
+using corvane::testkit::Fields;
+using corvane::testkit::MemoryWire;
+using corvane::testkit::RecordedExchange;
+using corvane::testkit::ScriptedBody;
 
 /// A connection on a wire of memory and a loop that the test drives.
 class HTTP2Test : public testing::Test, public HTTPConnectionOwner {
@@ -40,7 +40,7 @@ class HTTP2Test : public testing::Test, public HTTPConnectionOwner {
     wire.receive(bytes);
     run();
   }
-  std::vector<corvane::testing::http2::Frame> written() { return corvane::testing::http2::parsed(wire.takeWritten()); }
+  std::vector<corvane::testkit::http2::Frame> written() { return corvane::testkit::http2::parsed(wire.takeWritten()); }
 
   EventLoop loop;
   MemoryWire wire;

@@ -1,5 +1,8 @@
 #include "Platform/Networking/Pool/ConnectionPool.hpp"
 
+#include <deque>
+
+#include "CorvaneTesting/Ports.hpp"
 #include "Platform/Networking/Pool/HostConnections.hpp"
 #include "PoolHarness.hpp"
 
@@ -54,6 +57,48 @@ TEST_F(ConnectionPoolTest, takesNoConnectionOnWhichUnaskedBytesCameInTheSameIter
   EXPECT_TRUE(idleConnection->hasEnded());
 }
 
+TEST_F(ConnectionPoolTest, letsNoTimePassWhileItsBodyIsNotWanted) {
+  PooledGet get(pool);
+  submit(get);
+  const auto connection = nextConnection();
+  connection->write("HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\n01234");
+  ASSERT_TRUE(run([&] { return get.body.size() == 5; }));
+
+  get.exchange.setReading(false);
+  pass(2 * timeout);
+  connection->write("5");
+  pass(2 * timeout);
+  EXPECT_FALSE(get.isOver());
+  EXPECT_EQ(get.body, "01234");
+
+  get.exchange.setReading(true);
+  ASSERT_TRUE(run([&] { return get.body.size() == 6; }));
+  pass(timeout - 1ms);
+  EXPECT_FALSE(get.isOver());
+  pass(1ms);
+  ASSERT_TRUE(get.isOver());
+  EXPECT_EQ(get.problem->kind, ExchangeProblem::Kind::timedOut);
+}
+
+TEST_F(ConnectionPoolTest, endsAtOnceWhenItIsWithdrawnWhileItsBodyIsNotWanted) {
+  PooledGet get(pool);
+  submit(get);
+  const auto connection = nextConnection();
+  connection->write("HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\n01234");
+  ASSERT_TRUE(run([&] { return get.body.size() == 5; }));
+  get.exchange.setReading(false);
+  connection->write("56789");
+
+  pool.withdraw(get.exchange);
+
+  EXPECT_TRUE(run([&] { return connection->hasEnded(); }));
+  EXPECT_FALSE(get.isOver());
+  PooledGet next(pool);
+  submit(next);
+  EXPECT_TRUE(nextConnection());
+  pool.withdraw(next.exchange);
+}
+
 TEST_F(ConnectionPoolTest, asksNoTrustOfAConnectionInTheClear) {
   pool.context()->forget();
   PooledGet get(pool);
@@ -85,7 +130,7 @@ TEST_F(ConnectionPoolTest, keepsAnIdleConnectionForNinetySeconds) {
   connection->write(kept);
   ASSERT_TRUE(run([&] { return get.isOver(); }));
 
-  pass(PooledConnection::idleLifetime - 1ms);
+  pass(ConnectionOptions().idleLifetime - 1ms);
   EXPECT_FALSE(connection->hasEnded());
   pass(1ms);
 
@@ -167,6 +212,29 @@ TEST_F(ConnectionPoolTest, endsAHandshakeThatHangsAfterTheTimeout) {
   EXPECT_EQ(get.problem->kind, ExchangeProblem::Kind::timedOut);
   EXPECT_FALSE(get.problem->requestWasSent);
   EXPECT_TRUE(silent->hasEnded());
+}
+
+/// Many hosts are forgotten again; not the one whose failure is being told, which goes on afterwards.
+TEST_F(ConnectionPoolTest, anOwnerThatIsToldOfAFailureMayAskForAnotherHostWhereManyAreKnown) {
+  constexpr int count = 600;
+  const std::uint16_t port = corvane::testkit::unusedPort();
+  std::deque<PooledGet> gets;
+  std::function<void()> next = [&] {
+    const int number = static_cast<int>(gets.size());
+    if (number == count) return;
+    PooledGet& get = gets.emplace_back(pool);
+    get.then = next;
+    const std::string host = "127.0." + std::to_string(number / 200) + "." + std::to_string(number % 200 + 1);
+    pool.submit(get.exchange, {.origin = {.isSecure = false, .host = host, .port = port}}, timeout, 0);
+  };
+
+  next();
+
+  ASSERT_TRUE(run([&] { return gets.size() == count && gets.back().isOver(); }));
+  for (const PooledGet& get : gets) {
+    ASSERT_TRUE(get.problem);
+    EXPECT_EQ(get.problem->kind, ExchangeProblem::Kind::network);
+  }
 }
 
 }  // namespace

@@ -55,7 +55,7 @@ std::unique_ptr<PeerConnection> Peer::accept() {
 
 BodyDisposition PooledGet::responseHead(const ResponseHeadView& head) {
   status = head.statusCode;
-  return BodyDisposition::deliver;
+  return disposition;
 }
 
 bool PooledGet::responseBody(Bytes bytes) {

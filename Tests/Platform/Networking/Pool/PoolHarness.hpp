@@ -55,6 +55,7 @@ class PooledGet final : public ExchangeOwner {
   bool isOver() const { return outcomes > 0; }
 
   Exchange exchange;
+  BodyDisposition disposition = BodyDisposition::deliver;
   int status = 0;
   std::string body;
   int outcomes = 0;
@@ -96,7 +97,7 @@ class ConnectionPoolTest : public testing::Test {
     clock.advance(time);
     iterate();
   }
-  [[nodiscard]] bool run(const std::function<bool()>& until) { return corvane::testing::runUntil(loop, until); }
+  [[nodiscard]] bool run(const std::function<bool()>& until) { return corvane::testkit::runUntil(loop, until); }
 
   ManualNetworkClock clock;
   EventLoop loop;

@@ -4,8 +4,8 @@ namespace platform::networking {
 
 namespace {
 
-using corvane::testing::Certificate;
-using corvane::testing::TLSPeer;
+using corvane::testkit::Certificate;
+using corvane::testkit::TLSPeer;
 
 void write(ByteStream& stream, std::string_view text) {
   const Bytes piece = std::as_bytes(std::span(text));

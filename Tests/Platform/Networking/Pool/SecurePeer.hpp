@@ -3,21 +3,21 @@
 #include <memory>
 
 #include "CorvaneTesting/CertificateAuthority.hpp"
-#include "Platform/Networking/Streams/TLSPeer.hpp"
 #include "PoolHarness.hpp"
 #include "TestSupport/HTTP2Peer.hpp"
 #include "TestSupport/MemoryStream.hpp"
+#include "TestSupport/TLSPeer.hpp"
 
 namespace platform::networking {
 
 /// A server's end of one connection that speaks HTTP/2 over TLS.
 class SecurePeer {
  public:
-  SecurePeer(std::unique_ptr<PeerConnection> connection, const corvane::testing::Certificate& certificate);
+  SecurePeer(std::unique_ptr<PeerConnection> connection, const corvane::testkit::Certificate& certificate);
 
   /// Takes what the client sent, and sends what is ready.
   void turn();
-  corvane::testing::HTTP2Peer& http() { return http_; }
+  corvane::testkit::HTTP2Peer& http() { return http_; }
   std::size_t requestCount() const { return http_.requests().size(); }
   bool hasEnded() { return connection_->hasEnded(); }
   /// Breaks the connection.
@@ -27,12 +27,12 @@ class SecurePeer {
   std::unique_ptr<PeerConnection> connection_;
   std::size_t taken_ = 0;      // of what the client sent
   std::size_t decrypted_ = 0;  // of that, once decrypted
-  corvane::testing::MemoryWire tlsWire_;
-  corvane::testing::TLSPeer tls_;
-  corvane::testing::MemoryWire httpWire_;
+  corvane::testkit::MemoryWire tlsWire_;
+  corvane::testkit::TLSPeer tls_;
+  corvane::testkit::MemoryWire httpWire_;
   std::unique_ptr<ByteStream> tlsClient_ = tlsWire_.makeStream();
   std::unique_ptr<ByteStream> httpClient_ = httpWire_.makeStream();
-  corvane::testing::HTTP2Peer http_;
+  corvane::testkit::HTTP2Peer http_;
 };
 
 /// A pool whose servers are trusted, and speak HTTP/2 over TLS.
@@ -49,8 +49,8 @@ class SecurePoolTest : public ConnectionPoolTest {
     server.http().respond(server.http().request(request).id, {{":status", "200"}}, std::move(body));
   }
 
-  const corvane::testing::CertificateAuthority root;
-  const corvane::testing::Certificate certificate{root.issue(corvane::testing::CertificateRequest::localhost())};
+  const corvane::testkit::CertificateAuthority root;
+  const corvane::testkit::Certificate certificate{root.issue(corvane::testkit::CertificateRequest::localhost())};
   std::vector<std::unique_ptr<SecurePeer>> peers;
 };
 

@@ -107,6 +107,24 @@ TEST_F(SharedConnectionTest, waitingForRoomCountsAgainstNoTimeout) {
   EXPECT_EQ(second.problem->kind, ExchangeProblem::Kind::timedOut);
 }
 
+TEST_F(SharedConnectionTest, oneThatIsBeingMadeOutlivesWhoHasTheLeastTimeForIt) {
+  first.exchange.setConnectTimeout(HostConnections::patience - 100ms);
+  second.exchange.setConnectTimeout(10s);
+  submit(first);
+  submit(second);
+  const std::unique_ptr<PeerConnection> connecting = nextConnection(false);
+
+  pass(HostConnections::patience - 100ms);
+
+  ASSERT_TRUE(first.problem);
+  EXPECT_EQ(first.problem->kind, ExchangeProblem::Kind::connectTimedOut);
+  EXPECT_FALSE(second.isOver());
+  EXPECT_FALSE(connecting->hasEnded());
+  pass(10s);
+  ASSERT_TRUE(second.problem);
+  EXPECT_EQ(second.problem->kind, ExchangeProblem::Kind::connectTimedOut);
+}
+
 TEST_F(SharedConnectionTest, aSilentConnectionOnWhichAnExchangeTimedOutIsNotUsedAgain) {
   submit(first);
   SecurePeer& silent = nextPeer();
@@ -170,7 +188,7 @@ TEST_F(SharedConnectionTest, anIdleConnectionEndsAfterItsLifetime) {
   respond(server, 0);
   ASSERT_TRUE(runAll([&] { return first.isOver(); }));
 
-  pass(PooledConnection::idleLifetime - 1ms);
+  pass(ConnectionOptions().idleLifetime - 1ms);
   EXPECT_FALSE(server.hasEnded());
   pass(1ms);
 

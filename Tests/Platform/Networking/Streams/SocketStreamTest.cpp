@@ -22,7 +22,7 @@
 namespace platform::networking {
 namespace {
 
-using corvane::testing::runUntil;
+using corvane::testkit::runUntil;
 using detail::FileDescriptor;
 
 /// A TCP connection over the loopback interface: the stream, and the peer's bare socket, which blocks.
@@ -209,7 +209,7 @@ TEST_F(SocketStreamTest, tellsOnceWhenWritingMayGoOn) {
 }
 
 TEST_F(SocketStreamTest, sendsAFileFromWhereItIsAskedTo) {
-  const corvane::testing::TemporaryDirectory directory;
+  const corvane::testkit::TemporaryDirectory directory;
   const FileDescriptor file(::open(directory.write("body", "0123456789").c_str(), O_RDONLY | O_CLOEXEC));
 
   EXPECT_EQ(stream->sendFile(file.number(), 3, 4).count, 4U);
@@ -227,7 +227,7 @@ TEST_F(SocketStreamTest, blamesAFileThatCannotBeRead) {
 }
 
 TEST_F(SocketStreamTest, blamesTheConnectionWhenAFileCannotBeSent) {
-  const corvane::testing::TemporaryDirectory directory;
+  const corvane::testkit::TemporaryDirectory directory;
   const FileDescriptor file(::open(directory.write("body", "0123456789").c_str(), O_RDONLY | O_CLOEXEC));
   peerResets();
   ASSERT_TRUE(waitForReadable(1));
@@ -241,7 +241,7 @@ TEST_F(SocketStreamTest, raisesNoSignalWhateverIsWritten) {
   static volatile std::sig_atomic_t signals = 0;
   signals = 0;
   const auto previous = std::signal(SIGPIPE, [](int) { signals = signals + 1; });
-  const corvane::testing::TemporaryDirectory directory;
+  const corvane::testkit::TemporaryDirectory directory;
   const FileDescriptor file(::open(directory.write("body", "0123456789").c_str(), O_RDONLY | O_CLOEXEC));
   stream->shutDown();
 
@@ -286,11 +286,11 @@ TEST_F(SocketStreamTest, mayBeDestroyedByItsOwner) {
 }
 
 TEST_F(SocketStreamTest, leavesTheLoopBeforeItsDescriptorIsClosed) {
-  const corvane::testing::DescriptorCopy copy(stream->descriptor());
+  const corvane::testkit::DescriptorCopy copy(stream->descriptor());
 
   stream.reset();
 
-  EXPECT_TRUE(corvane::testing::staleWatches().empty());
+  EXPECT_TRUE(corvane::testkit::staleWatches().empty());
 }
 
 }  // namespace

@@ -115,6 +115,7 @@ TEST_F(TLSHandshakeTest, saysWhenTheServerWantsACertificateBeforeTLS13) {
 
   EXPECT_EQ(stream->handshake(), State::failed);
   EXPECT_EQ(stream->failure()->cause, FailureCause::clientCertificateRequired);
+  EXPECT_EQ(stream->failure()->message, "the server asks for a client certificate, and none is set");
 }
 
 TEST_F(TLSHandshakeTest, saysWhenTheServerWantsACertificateWithTLS13) {
@@ -127,6 +128,7 @@ TEST_F(TLSHandshakeTest, saysWhenTheServerWantsACertificateWithTLS13) {
   EXPECT_EQ(stream->handshake(), State::open);
   EXPECT_EQ(readAll(), IOStatus::failed);
   EXPECT_EQ(stream->failure()->cause, FailureCause::clientCertificateRequired);
+  EXPECT_EQ(stream->failure()->message, "the server asks for a client certificate, and none is set");
 }
 
 TEST_F(TLSHandshakeTest, refusesVersionsBefore12) {
@@ -136,7 +138,7 @@ TEST_F(TLSHandshakeTest, refusesVersionsBefore12) {
 
   EXPECT_EQ(stream->handshake(), State::failed);
   EXPECT_EQ(stream->failure()->cause, FailureCause::secureConnectionFailed);
-  EXPECT_EQ(stream->failure()->message, "the server refused the TLS handshake: protocol version");
+  EXPECT_EQ(stream->failure()->message, "the server refused the TLS handshake: protocol version (alert 70)");
 }
 
 TEST_F(TLSHandshakeTest, failsWhenTheServerDoesNotSpeakTLS) {
@@ -147,7 +149,8 @@ TEST_F(TLSHandshakeTest, failsWhenTheServerDoesNotSpeakTLS) {
 
   EXPECT_EQ(stream->handshake(), State::failed);
   EXPECT_EQ(stream->failure()->cause, FailureCause::secureConnectionFailed);
-  EXPECT_EQ(stream->failure()->message, "the TLS handshake failed: wrong version number");
+  EXPECT_EQ(stream->failure()->message,
+            "the TLS handshake failed: the server does not speak TLS on this port: wrong version number");
 }
 
 TEST_F(TLSHandshakeTest, failsForANameThatTLSCannotCarry) {

@@ -171,7 +171,7 @@ TEST_F(TLSStreamTest, waitsWhenTheConnectionTakesNoMore) {
     sent += write(whole.substr(sent)).count;
     peer->listenAndSend();
   }
-  wire.allowWrites(corvane::testing::MemoryWire::unlimited);
+  wire.allowWrites(corvane::testkit::MemoryWire::unlimited);
   peer->listenAndSend();
 
   EXPECT_GE(writable, 1);
@@ -180,7 +180,7 @@ TEST_F(TLSStreamTest, waitsWhenTheConnectionTakesNoMore) {
 
 TEST_F(TLSStreamTest, sendsAFile) {
   connect();
-  const corvane::testing::TemporaryDirectory directory;
+  const corvane::testkit::TemporaryDirectory directory;
   const std::string content = pattern(100'000);
   const detail::FileDescriptor file(::open(directory.write("body", content).c_str(), O_RDONLY | O_CLOEXEC));
 

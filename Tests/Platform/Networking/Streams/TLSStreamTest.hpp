@@ -9,7 +9,7 @@
 
 #include "CorvaneTesting/CertificateAuthority.hpp"
 #include "Platform/Networking/Streams/TLSStream.hpp"
-#include "TLSPeer.hpp"
+#include "TestSupport/TLSPeer.hpp"
 
 namespace platform::networking {
 
@@ -17,7 +17,7 @@ namespace platform::networking {
 /// connector does.
 class TLSStreamTest : public testing::Test, protected StreamOwner {
  protected:
-  using TLSPeer = corvane::testing::TLSPeer;
+  using TLSPeer = corvane::testkit::TLSPeer;
 
   void makePeer(TLSPeer::Options options = {}) {
     peer = std::make_unique<TLSPeer>(wire, certificate, std::move(options));
@@ -68,9 +68,9 @@ class TLSStreamTest : public testing::Test, protected StreamOwner {
   EventLoop loop;
   std::shared_ptr<TLSContext> context = TLSContext::make();
   const Origin origin{.isSecure = true, .host = "localhost", .port = 443};
-  corvane::testing::CertificateAuthority root;
-  corvane::testing::Certificate certificate = root.issue(corvane::testing::CertificateRequest::localhost());
-  corvane::testing::MemoryWire wire;
+  corvane::testkit::CertificateAuthority root;
+  corvane::testkit::Certificate certificate = root.issue(corvane::testkit::CertificateRequest::localhost());
+  corvane::testkit::MemoryWire wire;
   std::unique_ptr<TLSPeer> peer;
   std::unique_ptr<TLSStream> stream;
   bool keepsReading = true;

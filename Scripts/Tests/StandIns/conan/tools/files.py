@@ -1,6 +1,9 @@
 import fnmatch
+import hashlib
 import os
 import shutil
+import tarfile
+import urllib.request
 
 from .._model import refused
 
@@ -13,6 +16,22 @@ def load(recipe, path):
 def rmdir(recipe, path):
     if os.path.isdir(path):
         shutil.rmtree(path)
+
+
+def get(recipe, url, sha256, strip_root=False):
+    """Downloads an archive into the folder of the sources; here, only from `file:` URLs."""
+    if not url.startswith("file:"):
+        raise refused(f"get: {url} is no file URL")
+    path = urllib.request.url2pathname(url[len("file://"):])
+    with open(path, "rb") as file:
+        if hashlib.sha256(file.read()).hexdigest() != sha256:
+            raise refused(f"get: the checksum of {url} is another one")
+    with tarfile.open(path) as archive:
+        for member in archive.getmembers():
+            if strip_root:
+                member.name = member.name.partition("/")[2]
+            if member.name:
+                archive.extract(member, recipe.source_folder)
 
 
 def copy(recipe, pattern, src, dst):

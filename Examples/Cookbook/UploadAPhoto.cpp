@@ -1,0 +1,17 @@
+#include <Corvane/Corvane.hpp>
+#include <cstdio>
+
+using namespace corvane;
+
+int main(int, char** argv) {
+  const FileUploadRequest photo(argv[1] + std::string("post"), URL::file(argv[2]), {.method = HTTPMethod::post});
+  double percent = 0;
+
+  const auto upload = photo.send();
+  upload.during(DispatchQueue::main(), [&](const HTTPProgress& progress) {
+    percent = 100 * progress.percentCompleted().value_or(0);  // to be shown
+  });
+  upload.get();
+  DispatchQueue::main().runOnce();
+  std::printf("%.0f %% sent\n", percent);
+}

@@ -1,0 +1,7 @@
+#include "Corvane/Request/FormRequests.hpp"
+
+namespace corvane {
+
+template class HTTPRequestable<DataFormPostRequest, DataResponse>;
+
+}  // namespace corvane

@@ -1,0 +1,7 @@
+#include "Platform/Loading/URLResponseStream.hpp"
+
+namespace platform {
+
+URLResponseStream::~URLResponseStream() = default;
+
+}  // namespace platform

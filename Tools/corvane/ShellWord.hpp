@@ -1,0 +1,6 @@
+#pragma once
+
+#include <string>
+
+/// In quotes, for a POSIX shell.
+std::string shellWord(const std::string& text);
