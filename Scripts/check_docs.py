@@ -244,8 +244,11 @@ def output_of(program, words, server):
     with tempfile.TemporaryDirectory() as folder:
         command = [program.resolve(), *(argument(word, server) for word in words)]
         environment = {**os.environ, "TMPDIR": folder, "LC_ALL": "C", "LANGUAGE": ""}
-        printed = subprocess.run(command, cwd=folder, env=environment, stdout=subprocess.PIPE,
-                              stderr=subprocess.PIPE, check=True, timeout=60).stdout.decode()
+        run = subprocess.run(command, cwd=folder, env=environment, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                             timeout=60)
+        if run.returncode:
+            sys.exit(f"{program.name} ended with status {run.returncode}:\n{run.stderr.decode(errors='replace')}")
+        printed = run.stdout.decode()
         return printed.replace(server.authority, "127.0.0.1:8080") if server.authority else printed
 
 

@@ -28,21 +28,28 @@ concept IsExecutor = CORVANE_ASIO::execution::is_executor<Executor>::value;
 template <class Context>
 concept IsContext = std::derived_from<Context, CORVANE_ASIO::execution_context>;
 
-/// Of an executor that names no context, as that of `use_future`, it is not known when it ends: it must outlive its
-/// use.
+/// Services shut down in the reverse order of their making: that of strands must not before the gate has ended.
+template <class Executor>
+std::shared_ptr<detail::ContextGate> gateOf(const Executor& executor, CORVANE_ASIO::execution_context& context) {
+  if (!CORVANE_ASIO::has_service<ContextService>(context)) (void)CORVANE_ASIO::make_strand(executor);
+  return CORVANE_ASIO::use_service<ContextService>(context).gate();
+}
+/// The executor of `use_future` names its context by a member only, as the Networking TS has it. Of an executor that
+/// names no context at all, it is not known when it ends: it must outlive its use.
 template <class Executor>
 std::shared_ptr<detail::ContextGate> gateOf(const Executor& executor) {
   using Context = CORVANE_ASIO::execution::context_t;
   if constexpr (CORVANE_ASIO::can_query_v<const Executor&, Context>) {
-    CORVANE_ASIO::execution_context& context = CORVANE_ASIO::query(executor, Context());
-    // Services shut down in the reverse order of their making: that of strands must not before the gate has ended.
-    if (!CORVANE_ASIO::has_service<ContextService>(context)) (void)CORVANE_ASIO::make_strand(executor);
-    return CORVANE_ASIO::use_service<ContextService>(context).gate();
+    return gateOf(executor, CORVANE_ASIO::query(executor, Context()));
   } else {
     static_assert(!std::same_as<Executor, CORVANE_ASIO::io_context::strand>,
                   "Use `make_strand(context)`: an `io_context::strand` may end before the gate of its context");
-    static const auto& gate = *new auto(std::make_shared<detail::ContextGate>());
-    return gate;
+    if constexpr (requires { static_cast<CORVANE_ASIO::execution_context&>(executor.context()); }) {
+      return gateOf(executor, static_cast<CORVANE_ASIO::execution_context&>(executor.context()));
+    } else {
+      static const auto& gate = *new auto(std::make_shared<detail::ContextGate>());
+      return gate;
+    }
   }
 }
 

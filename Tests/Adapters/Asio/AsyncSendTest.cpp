@@ -134,6 +134,19 @@ TEST_F(AsyncSendTest, givesAFuture) {
   EXPECT_THROW(nobody.get(), Error);
 }
 
+// What the network thread posts must be done before that context is destroyed, at the end of the process.
+TEST_F(AsyncSendTest, endsForAFutureWithTheContextThatRunsItsHandler) {
+  std::shared_ptr<detail::ContextGate> gate;
+  auto future = net::async_initiate<const net::use_future_t<>&, void(std::exception_ptr, int)>(
+      [&](auto handler) {
+        gate = asio_detail::gateOf(net::get_associated_executor(handler, net::system_executor()));
+        std::move(handler)(nullptr, 1);
+      },
+      net::use_future);
+  EXPECT_EQ(future.get(), 1);
+  EXPECT_EQ(gate, asio_detail::gateOf(net::system_executor()));
+}
+
 TEST_F(AsyncSendTest, isAwaited) {
   server.enqueue(MockResponse(200).json(R"({"id": 7, "login": "ada"})"));
   std::string login;
