@@ -4,11 +4,12 @@ include(GoogleTest)
 
 # corvane_register_tests(TARGET [PREFIX prefix] [PARTS count])
 #
-# Each case is a test of its own, in a process of its own. With a sanitizer, the start of a process costs more than most
-# cases: all cases run in so many processes there, each of which has its share of them.
+# The cases run in so many processes, each of which has its share of them and is a test for CTest: the start of a
+# process costs more than most cases. With CORVANE_TEST_CASES_ALONE each case is a test, in a process of its own.
+# What each process ran is left as JSON in the folder test-results.
 function(corvane_register_tests target)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "PREFIX;PARTS" "")
-  if(NOT CORVANE_SANITIZER)
+  if(CORVANE_TEST_CASES_ALONE)
     gtest_discover_tests(${target} TEST_PREFIX "${arg_PREFIX}" DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120)
     return()
   endif()
@@ -18,7 +19,8 @@ function(corvane_register_tests target)
   foreach(part RANGE 1 ${arg_PARTS})
     math(EXPR index "${part} - 1")
     add_test(NAME ${target}.${part} COMMAND ${target})
+    set(result "json:${PROJECT_BINARY_DIR}/test-results/${target}.${part}.json")
     set_tests_properties(${target}.${part} PROPERTIES TIMEOUT 600
-      ENVIRONMENT "GTEST_TOTAL_SHARDS=${arg_PARTS};GTEST_SHARD_INDEX=${index};GTEST_BRIEF=1")
+      ENVIRONMENT "GTEST_TOTAL_SHARDS=${arg_PARTS};GTEST_SHARD_INDEX=${index};GTEST_BRIEF=1;GTEST_OUTPUT=${result}")
   endforeach()
 endfunction()

@@ -1,6 +1,6 @@
 # Run by the tests of MustNotCompile.cmake.
 
-set(command "${CMAKE_COMMAND}" -E env LC_ALL=C "${COMPILER}" -std=c++20 -fsyntax-only "-I${INCLUDE}")
+set(command "${CMAKE_COMMAND}" -E env LC_ALL=C "${COMPILER}" -std=c++20 -fsyntax-only ${INCLUDES})
 
 execute_process(COMMAND ${command} "${SOURCE}" RESULT_VARIABLE status OUTPUT_VARIABLE output ERROR_VARIABLE output)
 if(status EQUAL 0)
