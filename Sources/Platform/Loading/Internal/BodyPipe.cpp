@@ -124,7 +124,6 @@ void BodyPipe::drop(Error error) { end(std::move(error), true); }
 void BodyPipe::end(std::optional<Error> error, bool dropsPieces) {
   std::shared_ptr<BodyPipeOwner> owner;
   std::optional<Waiter> waiter;
-  std::deque<Data> dropped;
   {
     const MutexLock lock(mutex_);
     if (isEnded_) return;
@@ -133,7 +132,7 @@ void BodyPipe::end(std::optional<Error> error, bool dropsPieces) {
     owner = std::exchange(owner_, nullptr);
     waiter = std::exchange(waiter_, std::nullopt);
     isDropped_ = dropsPieces;
-    if (dropsPieces) dropped.swap(pieces_);
+    if (dropsPieces) pieces_.clear();
   }
   room_ = Data();
   if (owner) tell(std::move(waiter), *owner);

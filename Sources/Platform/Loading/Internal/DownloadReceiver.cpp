@@ -44,7 +44,7 @@ std::optional<std::string> obstacleToResuming(const URLRequest& request) {
 
 DownloadReceiver::~DownloadReceiver() { end(); }
 
-std::optional<LoadFailure> DownloadReceiver::begin(const URLRequest& original, std::optional<URLRequest>& request) {
+std::optional<LoadFailure> DownloadReceiver::begin(const URLRequest& original, std::unique_ptr<URLRequest>& request) {
   if (!options_.destination) return std::nullopt;
   hasRange_ = original.allHTTPHeaderFields.contains("Range");
   if (!options_.destination->resumes) {
@@ -55,7 +55,7 @@ std::optional<LoadFailure> DownloadReceiver::begin(const URLRequest& original, s
   auto partial = std::make_shared<PartialFile>(options_, original.url);
   if (auto failure = partial->open()) return failure;
   partial_ = std::move(partial);
-  request = original;
+  request = std::make_unique<URLRequest>(original);
   // A range is one of what is sent (RFC 9110, 14.1.1), so that must be the file itself.
   request->allHTTPHeaderFields.set("Accept-Encoding", "identity");
   if (!partial_->kept()) return std::nullopt;

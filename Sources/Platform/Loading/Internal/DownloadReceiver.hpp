@@ -27,7 +27,7 @@ class DownloadReceiver {
   const DownloadOptions& options() const { return options_; }
   /// Before anything is sent: makes sure that the destination can be written, and locks what is kept of an earlier
   /// download. Sets `request` to one for the rest, where there is a rest.
-  std::optional<LoadFailure> begin(const URLRequest& original, std::optional<URLRequest>& request);
+  std::optional<LoadFailure> begin(const URLRequest& original, std::unique_ptr<URLRequest>& request);
   /// What has to be hashed, by `PartialFile::hashKept`, before the request is sent; null when nothing has.
   const std::shared_ptr<PartialFile>& unhashed() const { return unhashed_; }
   void keptWasHashed(SHA256Hasher hasher);

@@ -179,7 +179,7 @@ bool TaskCore::wantsBody(const std::shared_ptr<const HTTPURLResponse>& response)
   }
   if (response->statusCode() == 417 && requestToSend().allHTTPHeaderFields.contains("Expect")) {
     // It is only the expectation that the server does not know (RFC 9110, 10.1.1).
-    nextRequest_ = requestToSend();
+    nextRequest_ = std::make_unique<URLRequest>(requestToSend());
     nextRequest_->allHTTPHeaderFields.remove("Expect");
     return false;
   }
@@ -325,12 +325,21 @@ void TaskCore::openStream(std::unique_ptr<ContentDecoder> decoder) {
   });
 }
 
+/// Where there is no memory for the domain's name, nobody waits for the rest either.
+bool TaskCore::endedByCancellation() const noexcept {
+  if (!error_ || error_->code() != URLErrorCode::cancelled) return false;
+  try {
+    return error_->domain() == NSURLErrorDomain;
+  } catch (const std::bad_alloc&) {
+    return true;
+  }
+}
+
 /// Of a stream whose head was handed out, the body tells the end.
 void TaskCore::finishStream() noexcept {
   const auto pipe = std::exchange(pipe_, nullptr);
   if (!pipe) return;
-  const bool wasCancelled = error_ && error_->domain() == NSURLErrorDomain && error_->code() == URLErrorCode::cancelled;
-  wasCancelled ? pipe->drop(*error_) : pipe->finish(error_);
+  endedByCancellation() ? pipe->drop(*error_) : pipe->finish(error_);
 }
 
 void TaskCore::setReading(bool isWanted) {

@@ -131,6 +131,7 @@ class TaskCore final : public URLSessionTask,
   void finish(const LoadFailure& failure, bool requestWasSent);
   void fail(Error error) noexcept;
   void openStream(std::unique_ptr<ContentDecoder> decoder);
+  bool endedByCancellation() const noexcept;
   void finishStream() noexcept;
   void complete();
 
@@ -154,8 +155,9 @@ class TaskCore final : public URLSessionTask,
   /// Of a stream: the wanted response, and where its body goes once it was handed out.
   std::shared_ptr<const HTTPURLResponse> head_;
   std::shared_ptr<BodyPipe> pipe_;
-  std::optional<URLRequest> currentRequest_;
-  std::optional<URLRequest> nextRequest_;
+  /// Null, mostly: many tasks may wait at a time.
+  std::unique_ptr<URLRequest> currentRequest_;
+  std::unique_ptr<URLRequest> nextRequest_;
   std::optional<Error> headFailure_;
   int redirects_ = 0;
   bool isRedirect_ = false;  ///< `nextRequest_` is what a response redirects to

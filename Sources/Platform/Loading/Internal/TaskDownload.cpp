@@ -50,7 +50,7 @@ bool TaskCore::wantsDownload(const HTTPURLResponse& response) {
       }
       return true;
     case DownloadReceiver::Verdict::Kind::sendAgain:
-      nextRequest_ = withoutRange(requestToSend());
+      nextRequest_ = std::make_unique<URLRequest>(withoutRange(requestToSend()));
       return false;
     case DownloadReceiver::Verdict::Kind::complete:
       isComplete_ = true;

@@ -31,7 +31,7 @@ bool TaskCore::considersRedirect(const HTTPURLResponse& response) {
                                   hasSent || load->exchange().requestWasSent());
     return true;
   }
-  nextRequest_ = std::move(std::get<URLRequest>(decision));
+  nextRequest_ = std::make_unique<URLRequest>(std::move(std::get<URLRequest>(decision)));
   isRedirect_ = true;
   isProposal_ = static_cast<bool>(redirects.decide);
   return true;
@@ -51,7 +51,7 @@ void TaskCore::propose(LoadOutcome outcome) {
   auto kept = std::make_shared<LoadOutcome>(std::move(outcome));
   isRedirect_ = false;
   isDeciding_ = true;
-  auto proposed = std::make_shared<URLRequest>(*std::exchange(nextRequest_, std::nullopt));
+  auto proposed = std::make_shared<URLRequest>(*std::exchange(nextRequest_, nullptr));
   doAside(
       [this, kept, proposed] { return core_->configuration().redirects.decide(*kept->response, std::move(*proposed)); },
       [this, kept](std::optional<URLRequest> next) {
@@ -87,7 +87,7 @@ void TaskCore::followAsDecided(LoadOutcome outcome, URLRequest next) {
   next.isRepetition = originalRequest_.isRepetition;
   follow(*outcome.response);
   sendsFile_ = sendsFile;
-  nextRequest_ = std::move(next);
+  nextRequest_ = std::make_unique<URLRequest>(std::move(next));
   sendNext(std::move(outcome.response));
 }
 
