@@ -120,20 +120,20 @@ int sweep(const SweepScene& scene, Which which, const SweepRange& range, const O
 }
 
 int sweepAll(const Options& options, const std::string& server) {
-  const auto [scenes, count] = corvane::testkit::sweepScenes();
   int defects = 0;
   std::size_t run = 0;
-  for (const SweepScene* scene = scenes; scene != scenes + count; ++scene) {
-    if (!options.scene.empty() && options.scene != scene->name) continue;
+  for (const SweepScene& scene : corvane::testkit::sweepScenes()) {
+    if (!options.scene.empty() && options.scene != scene.name) continue;
+    const std::size_t place = static_cast<std::size_t>(&scene - corvane::testkit::sweepScenes().data());
     for (const Which which : {Which::one, Which::andLater}) {
       if (!(which == Which::one ? options.triesOne : options.triesLater)) continue;
       // What is made once in a process is the same for all scenes.
-      const bool alsoCold = options.scene.empty() ? scene == scenes || scene == scenes + 2 : options.isCold;
+      const bool alsoCold = options.scene.empty() ? place == 0 || place == 2 : options.isCold;
       // Other numbers for each, so that what they have in common is tried at many of them.
       const std::size_t first = 1 + run++ % options.step;
       if (alsoCold)
-        defects += sweep(*scene, which, {.first = first, .step = options.step, .isCold = true}, options, server);
-      if (!options.isCold) defects += sweep(*scene, which, {.first = first, .step = options.step}, options, server);
+        defects += sweep(scene, which, {.first = first, .step = options.step, .isCold = true}, options, server);
+      if (!options.isCold) defects += sweep(scene, which, {.first = first, .step = options.step}, options, server);
     }
   }
   if (run == 0) explain();
@@ -141,12 +141,11 @@ int sweepAll(const Options& options, const std::string& server) {
 }
 
 int runOnce(const Options& options, const std::string& server) {
-  const auto [scenes, count] = corvane::testkit::sweepScenes();
   const Which which = options.triesOne ? Which::one : Which::andLater;
   FailingAllocations::showStacks();
-  for (const SweepScene* scene = scenes; scene != scenes + count; ++scene) {
-    if (options.scene != scene->name) continue;
-    const SweepVerdict verdict = corvane::testkit::runOnce(*scene, which, options.at, server, options.isCold);
+  for (const SweepScene& scene : corvane::testkit::sweepScenes()) {
+    if (options.scene != scene.name) continue;
+    const SweepVerdict verdict = corvane::testkit::runOnce(scene, which, options.at, server, options.isCold);
     std::printf("%c\n", static_cast<char>(verdict));
     return 0;
   }

@@ -3,9 +3,11 @@
 #include <cstddef>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "Corvane/Corvane.hpp"
 #include "FailingAllocations.hpp"
@@ -79,6 +81,8 @@ struct SweepScene {
 };
 
 /// All of them.
-std::pair<const SweepScene*, std::size_t> sweepScenes();
+const std::vector<SweepScene>& sweepScenes();
+/// Those with a client configuration, and of responses that flow.
+std::span<const SweepScene> sweepPolicyScenes();
 
 }  // namespace corvane::testkit

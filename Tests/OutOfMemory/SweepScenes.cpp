@@ -393,6 +393,14 @@ constexpr std::array scenes{
 
 }  // namespace
 
-std::pair<const SweepScene*, std::size_t> sweepScenes() { return {scenes.data(), scenes.size()}; }
+const std::vector<SweepScene>& sweepScenes() {
+  static const auto& all = *[] {
+    auto* const made = new std::vector<SweepScene>(scenes.begin(), scenes.end());
+    const auto policies = sweepPolicyScenes();
+    made->insert(made->end(), policies.begin(), policies.end());
+    return made;
+  }();
+  return all;
+}
 
 }  // namespace corvane::testkit

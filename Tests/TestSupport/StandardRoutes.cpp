@@ -108,6 +108,14 @@ MockResponse gzipEncoded(const ReceivedRequest& request) {
   return MockResponse().contentType("application/json").gzipBody(requestJson(request) + ", \"gzipped\": true}\n");
 }
 
+/// May be stored for so many seconds.
+MockResponse cacheable(const ReceivedRequest& request, std::uint64_t seconds) {
+  return MockResponse()
+      .contentType("application/json")
+      .header("Cache-Control", "public, max-age=" + std::to_string(seconds))
+      .body(requestJson(request) + "}\n");
+}
+
 MockResponse bytes(const ReceivedRequest&, std::uint64_t count) {
   return MockResponse().contentType("application/octet-stream").generatedBody(count);
 }
@@ -270,6 +278,7 @@ void installStandardRoutes(TestServer& server) {
   server.handle("/post", post);
   server.handle("/echo", echo);
   server.handle("/gzip", gzipEncoded);
+  server.handle("/cache/*", withNumber("/cache/", 1'000'000'000, cacheable));
   server.handle("/drop", drop);
   server.handle("/flaky/*", flaky());
   server.handle("/delay/*", delayed);

@@ -35,7 +35,7 @@ constexpr char usage[] =
     "  --root FILE    writes the root certificate that HTTPS leads to there: DER, or PEM if the name ends in .pem\n"
     "\n"
     "It prints one line for each port, \"listening on 127.0.0.1:PORT\" and \"listening on 127.0.0.1:PORT (TLS)\".\n"
-    "Routes: /get /post /echo /headers /status/N /delay/S /gzip /bytes/N /stream/N /drop /redirect/N\n"
+    "Routes: /get /post /echo /headers /status/N /delay/S /gzip /cache/N /bytes/N /stream/N /drop /redirect/N\n"
     "        /redirect-to?url= /cookies /cookies/set?name=value /files/NAME?size=N&cut=N /form\n"
     "        /flaky/N /users /users/N /orders\n";
 

@@ -49,6 +49,7 @@ class HTTP2WritingServer::Connection {
 
  private:
   void respond(const HTTP2Peer::Request& request);
+  void respondForCache(const HTTP2Peer::Request& request);
   void fillBody();
 
   testkit::MemoryWire tlsWire_;
@@ -59,6 +60,7 @@ class HTTP2WritingServer::Connection {
   HTTP2Peer http_;
   std::size_t decrypted_ = 0;
   std::size_t responded_ = 0;
+  int cacheable_ = 0;
   const std::uint64_t bodyBytes_;
   std::int32_t bodyStream_ = 0;
   bool breaks_ = false;
@@ -76,10 +78,24 @@ void HTTP2WritingServer::Connection::take(std::string_view bytes) {
 
 void HTTP2WritingServer::Connection::respond(const HTTP2Peer::Request& request) {
   const std::string target = request.field(":path");
+  const bool isCacheable = target == "/fresh" || target == "/validated";
+  if (isCacheable && request.field(":method") == "GET") return respondForCache(request);
   breaks_ = breaks_ || target == "/broken";
   if (target != "/body" && target != "/broken") return http_.respond(request.id, {{":status", "200"}}, "fine");
   bodyStream_ = request.id;
   http_.begin(request.id, {{":status", "200"}});
+}
+
+void HTTP2WritingServer::Connection::respondForCache(const HTTP2Peer::Request& request) {
+  if (request.field("if-none-match") == "\"1\"")
+    return http_.respond(request.id, {{":status", "304"}, {"etag", "\"1\""}}, "");
+  const bool isFresh = request.field(":path") == "/fresh";
+  http_.respond(request.id,
+                {{":status", "200"},
+                 {"cache-control", isFresh ? "max-age=1000" : "no-cache"},
+                 {"vary", isFresh ? "accept-language" : "accept"},
+                 {"etag", isFresh ? "\"fresh\"" : "\"1\""}},
+                std::to_string(++cacheable_));
 }
 
 void HTTP2WritingServer::Connection::fillBody() {

@@ -14,7 +14,8 @@ namespace corvane {
 
 /// A server for one connection, which speaks HTTP/2 over TLS. To the first request for "/body" it sends a body of this
 /// length as fast as the client's windows let it, and knows how much it could send; "/broken" is the same, and is reset
-/// in the middle. Everything else gets "fine".
+/// in the middle. A GET of "/fresh" or "/validated" gets how many such responses there were, which may be stored: the
+/// one for a while and each language, the other to be validated. Everything else gets "fine".
 class HTTP2WritingServer {
  public:
   HTTP2WritingServer(const testkit::CertificateAuthority& authority, std::uint64_t bodyBytes);
