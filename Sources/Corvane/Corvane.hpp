@@ -86,6 +86,7 @@ using platform::JSONStrategies;
 using platform::JSONValue;
 using platform::JSONWriter;
 using platform::Locale;
+using platform::ProxyAuthentication;
 using platform::ProxyConfiguration;
 using platform::ProxyKind;
 using platform::SecCertificate;

@@ -170,21 +170,33 @@ void ScriptedProxy::serveConnect(Client& client) {
   if (head.empty()) return;
   if (misbehaves()) return misbehave(client, head);
   note(head);
-  const std::string wanted = "Proxy-Authorization: Basic " + base64(options_.user + ":" + options_.password) + "\r\n";
-  if (!options_.user.empty() && head.find(wanted) == std::string::npos) {
-    sendAll(client.socket,
-            "HTTP/1.1 407 Proxy Authentication Required\r\nProxy-Authenticate: Basic realm=\"test\"\r\n"
-            "Content-Length: 7\r\n\r\nrefused");
-    return;
-  }
   const std::size_t space = head.find(' ') + 1;
   const std::string authority = head.substr(space, head.find(' ', space) - space);
+  if (const std::string challenge = challengeFor(head, authority); !challenge.empty()) {
+    sendAll(client.socket, "HTTP/1.1 407 Proxy Authentication Required\r\nProxy-Authenticate: " + challenge +
+                               "\r\nContent-Length: 7\r\n\r\nrefused");
+    return;
+  }
   if (!open(client, authority.substr(0, authority.rfind(':')))) {
     sendAll(client.socket, "HTTP/1.1 502 Bad Gateway\r\nContent-Length: 4\r\n\r\nlost");
     return;
   }
   sendAll(client.socket, "HTTP/1.1 200 Connection established\r\n\r\n");
   relay(client);
+}
+
+/// Empty for a request with the right credentials.
+std::string ScriptedProxy::challengeFor(const std::string& head, const std::string& authority) {
+  constexpr std::string_view name = "Proxy-Authorization: ";
+  const std::size_t field = head.find(name);
+  std::string value;
+  if (field != std::string::npos) {
+    const std::size_t begin = field + name.size();
+    value = head.substr(begin, head.find("\r\n", begin) - begin);
+  }
+  if (options_.digest) return options_.digest->accepts("CONNECT", authority, value) ? "" : options_.digest->challenge();
+  const bool isRight = options_.user.empty() || value == "Basic " + base64(options_.user + ":" + options_.password);
+  return isRight ? "" : "Basic realm=\"test\"";
 }
 
 void ScriptedProxy::serveSOCKS(Client& client) {

@@ -6,12 +6,14 @@
 #include <functional>
 #include <list>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "CorvaneTesting/Internal/Descriptor.hpp"
+#include "TestSupport/DigestVerifier.hpp"
 
 namespace corvane::testkit {
 
@@ -25,6 +27,8 @@ class ScriptedProxy {
     /// Demanded of every client; both empty: nothing is.
     std::string user;
     std::string password;
+    /// Demanded of those who ask for a tunnel, in place of the two.
+    std::shared_ptr<DigestVerifier> digest;
     /// Sent in place of what a client's first message deserves; the connection is then closed, or held open.
     std::string reply;
     bool holds = false;
@@ -59,6 +63,7 @@ class ScriptedProxy {
   void accept();
   void serve(Client& client);
   void serveConnect(Client& client);
+  std::string challengeFor(const std::string& head, const std::string& authority);
   void serveSOCKS(Client& client);
   bool authenticateSOCKS(Client& client, std::string& credentials);
   bool misbehaves() const { return !options_.reply.empty() || options_.holds; }

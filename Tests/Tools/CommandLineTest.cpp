@@ -126,6 +126,9 @@ TEST(CommandLineTest, wantsOneMannerOfSending) {
   EXPECT_EQ(problem({"http://host/", "--user", "a:b", "--bearer", "c"}), "give one of --user and --bearer");
   EXPECT_EQ(problem({"http://host/", "--auth", "digest"}), "--auth needs --user");
   EXPECT_EQ(problem({"http://host/", "--no-proxy", "a"}), "--no-proxy needs --proxy");
+  EXPECT_EQ(problem({"http://host/", "--proxy-auth", "digest"}), "--proxy-auth needs --proxy");
+  EXPECT_THAT(problem({"http://host/", "--proxy", "http://a:b@p:1", "--proxy-auth", "ntlm"}),
+              HasSubstr("'ntlm' is no kind of authentication"));
   EXPECT_EQ(problem({"http://host/", "--follow", "-1"}),
             "--follow: '-1' is none of: no, same-origin, a number from 0 to 1000");
   EXPECT_EQ(problem({"http://host/", "--count", "2"}), "--count needs --poll; --repeat sends so many times");

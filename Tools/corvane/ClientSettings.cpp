@@ -23,6 +23,7 @@ platform::ProxyConfiguration proxy(const CommandLine& line) {
   if (!line.proxy) return {};
   try {
     auto configuration = platform::ProxyConfiguration::fromText(*line.proxy);
+    if (line.proxyAuthentication == "digest") configuration.authentication = platform::ProxyAuthentication::digest;
     configuration.exceptions = line.proxyExceptions;
     configuration.exceptsLoopback = false;  // who names a proxy wants to see it used
     return configuration;
@@ -68,6 +69,7 @@ std::string clientOptionsForCurl(const CommandLine& line) {
     options += " --user " + shellWord(*line.user);
   }
   if (line.proxy) options += " --proxy " + shellWord(*line.proxy);
+  if (line.proxyAuthentication == "digest") options += " --proxy-digest";
   if (line.proxyExceptions.empty()) return options;
   std::string hosts;
   for (const std::string& host : line.proxyExceptions) hosts += (hosts.empty() ? "" : ",") + host;

@@ -205,6 +205,8 @@ class Parser {
     one("--bearer", line_.bearer, "TOKEN", "Authenticates by a token, or that in a file: @FILE");
     many("--cookie,-b", line_.cookies, "NAME=VALUE", "Sends a cookie; repeatable");
     one("--proxy,-x", line_.proxy, "URL", "Goes through a proxy: http://, socks5:// or socks5h://");
+    one("--proxy-auth", line_.proxyAuthentication, "KIND",
+        "How the user in --proxy does: basic (unless given) or digest", problemOfAuthentication);
     many("--no-proxy", line_.proxyExceptions, "HOST", "Goes to a domain or network without --proxy; repeatable");
     one("--cancel-after", line_.cancelAfter, "SECONDS", "Cancels each request that long after it was sent",
         problemOfDelay);

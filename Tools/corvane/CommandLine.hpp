@@ -29,6 +29,8 @@ struct CommandLine {
   std::optional<std::string> bearer;
   std::vector<std::string> cookies;
   std::optional<std::string> proxy;
+  /// "basic" or "digest".
+  std::string proxyAuthentication = "basic";
   std::vector<std::string> proxyExceptions;
   std::vector<std::string> trustedCertificates;
   bool waitForConnectivity = false;

@@ -38,6 +38,13 @@ std::string hintForChallenge(const HTTPErrorResponse* response, const ToolOption
   return asksForDigest && !usesDigest(options) ? "the server asks for --auth digest" : "";
 }
 
+std::string hintForProxy(const HTTPErrorResponse* response, const ToolOptions& options) {
+  const auto challenge = response ? response->header("Proxy-Authenticate") : std::nullopt;
+  const bool asksForDigest = challenge && platform::detail::equalsIgnoringCase(challenge->substr(0, 6), "Digest");
+  const bool usesBasic = options.client.connections.proxy.authentication == platform::ProxyAuthentication::basic;
+  return asksForDigest && usesBasic ? "the proxy asks for --proxy-auth digest" : proxyCredentials;
+}
+
 std::string hintForStatus(int status, const HTTPErrorResponse* response, const ToolOptions& options) {
   switch (status) {
     case 301:
@@ -50,7 +57,7 @@ std::string hintForStatus(int status, const HTTPErrorResponse* response, const T
     case 401:
       return hintForChallenge(response, options);
     case 407:
-      return hasProxy(options) ? proxyCredentials : "";
+      return hasProxy(options) ? hintForProxy(response, options) : "";
     case 429:
       return isRepeated(options) ? ""
                                  : "--retry interval=1,limit=3,transient,retry-after waits as long as the server asks";

@@ -52,6 +52,7 @@ void requireOneHead(const CommandLine& line) {
 void requireOneIdentity(const CommandLine& line) {
   if (line.user && line.bearer) throw UsageError("give one of --user and --bearer");
   if (line.authentication != "basic" && !line.user) throw UsageError("--auth needs --user");
+  if (line.proxyAuthentication != "basic" && !line.proxy) throw UsageError("--proxy-auth needs --proxy");
   if (!line.proxyExceptions.empty() && !line.proxy) throw UsageError("--no-proxy needs --proxy");
 }
 

@@ -29,6 +29,8 @@ const char* reason(TransactionMetrics::Cause cause) {
       return "again, since the network changed";
     case TransactionMetrics::Cause::notConfirmed:
       return "again, whole: the stored response was not confirmed";
+    case TransactionMetrics::Cause::proxyChallenge:
+      return "again, with what the proxy asked for";
   }
   return "";
 }

@@ -110,6 +110,8 @@ const char* nameOf(TransactionMetrics::Cause cause) {
       return "networkChanged";
     case TransactionMetrics::Cause::notConfirmed:
       return "notConfirmed";
+    case TransactionMetrics::Cause::proxyChallenge:
+      return "proxyChallenge";
   }
   return "";
 }

@@ -9,21 +9,24 @@
 
 #include "Corvane/Authentication/Internal/BodyHash.hpp"
 #include "Corvane/Authentication/Internal/CredentialScope.hpp"
-#include "Corvane/Authentication/Internal/DigestSession.hpp"
 #include "Platform/Detail/Locking.hpp"
 #include "Platform/Foundation/UUID.hpp"
 #include "Platform/Loading/Internal/RedirectPolicy.hpp"
 #include "Platform/Loading/Internal/RequestTarget.hpp"
 #include "Platform/Loading/URLBodyStream.hpp"
+#include "Platform/Networking/Authentication/DigestSession.hpp"
 
 namespace corvane {
 
-using detail::DigestChallenge;
-using detail::DigestSession;
 using platform::URL;
 using platform::URLRequest;
 using platform::detail::haveSameOrigin;
 using platform::detail::MutexLock;
+using platform::networking::AuthenticationChallenge;
+using platform::networking::DigestChallenge;
+using platform::networking::DigestSession;
+using platform::networking::DigestSubject;
+using platform::networking::DigestUser;
 using velisand::Future;
 
 namespace {
@@ -67,7 +70,7 @@ bool followsRedirect(URLRequest& request, const HTTPInterceptedResponse& respons
 /// The challenge of each origin that is in force. Thread-safe.
 class DigestAuthentication::Sessions {
  public:
-  Sessions(detail::DigestUser user, std::vector<URL> origins)
+  Sessions(DigestUser user, std::vector<URL> origins)
       : scope_(std::move(origins)), user_(std::move(user)), sessions_(scope_.count()) {}
 
   const detail::CredentialScope& scope() const { return scope_; }
@@ -85,7 +88,7 @@ class DigestAuthentication::Sessions {
   std::optional<DigestChallenge> challengeFor(const URL& url) const;
 
   const detail::CredentialScope scope_;
-  const detail::DigestUser user_;
+  const DigestUser user_;
   mutable platform::detail::Mutex mutex_;
   /// One for each origin.
   std::vector<std::optional<DigestSession>> sessions_ CORVANE_GUARDED_BY(mutex_);
@@ -101,7 +104,7 @@ bool DigestAuthentication::Sessions::authorize(URLRequest& request, const std::o
   const auto challenge = challengeFor(request.url);
   platform::detail::RequestTarget target;
   if (!challenge || !target.set(request.url)) return false;
-  detail::DigestSubject subject{.method = request.httpMethod, .target = target.target()};
+  DigestSubject subject{.method = request.httpMethod, .target = target.target()};
   if (challenge->protection == DigestChallenge::Protection::authInt) {
     auto hash = detail::hashOfBody(request, bodyFile, challenge->function);
     if (!hash) return false;
@@ -128,7 +131,7 @@ bool DigestAuthentication::Sessions::accept(const HTTPInterceptedResponse& respo
 void DigestAuthentication::Sessions::note(const HTTPInterceptedResponse& response, const URL& url) {
   const auto field = response.value("Authentication-Info");
   if (!field || !response.url() || scope_.placeOf(*response.url()) != scope_.placeOf(url)) return;
-  const auto information = detail::AuthenticationChallenge::ofParameters(*field);
+  const auto information = AuthenticationChallenge::ofParameters(*field);
   const std::string* const next = information.parameter("nextnonce");
   if (!next || next->empty()) return;
   const MutexLock lock(mutex_);
@@ -136,8 +139,8 @@ void DigestAuthentication::Sessions::note(const HTTPInterceptedResponse& respons
 }
 
 DigestAuthentication::DigestAuthentication(std::string_view user, std::string_view password, std::vector<URL> origins)
-    : sessions_(std::make_shared<Sessions>(
-          detail::DigestUser{.name = std::string(user), .password = std::string(password)}, std::move(origins))) {
+    : sessions_(std::make_shared<Sessions>(DigestUser{.name = std::string(user), .password = std::string(password)},
+                                           std::move(origins))) {
   detail::requireNoControls(user, "user name");
   detail::requireNoControls(password, "password");
 }

@@ -20,8 +20,10 @@ constexpr const char* beginning = "The URL of a proxy begins with http:// or soc
 
 std::string shown(std::string_view text) { return "\"" + detail::printable(text) + "\""; }
 
-std::string problemOfBasic(const ProxyConfiguration& proxy) {
-  if (proxy.user.find(':') != std::string::npos)
+std::string problemOfHTTP(const ProxyConfiguration& proxy) {
+  const bool isBasic = proxy.authentication == ProxyAuthentication::basic;
+  if (!isBasic && proxy.user.empty()) return "Digest authentication with the proxy needs a user name.";
+  if (isBasic && proxy.user.find(':') != std::string::npos)
     return "The proxy's user name has a colon, which Basic authentication cannot carry.";
   if (detail::holdsForbiddenControl(proxy.user) || detail::holdsForbiddenControl(proxy.password))
     return "The proxy's user name or password has a control character.";
@@ -33,6 +35,8 @@ std::string problemOfSOCKS(const ProxyConfiguration& proxy) {
     return "The proxy's user name or password has more than 255 bytes, which SOCKS cannot carry.";
   if (proxy.user.empty() != proxy.password.empty())
     return "A SOCKS proxy is told a user name and a password, or neither.";
+  if (proxy.authentication != ProxyAuthentication::basic)
+    return "Digest authentication is for an HTTP proxy: SOCKS does not have it.";
   return {};
 }
 
@@ -54,7 +58,7 @@ std::string ProxyConfiguration::problem() const {
   // Credentials may be in it, in the wrong place.
   if (!detail::hostName(host)) return "The proxy's host is neither a name nor an address.";
   if (port == 0) return "The proxy " + shown(host) + " has no port: write HOST:PORT.";
-  if (std::string problem = kind == ProxyKind::http ? problemOfBasic(*this) : problemOfSOCKS(*this); !problem.empty())
+  if (std::string problem = kind == ProxyKind::http ? problemOfHTTP(*this) : problemOfSOCKS(*this); !problem.empty())
     return problem;
   for (const std::string& exception : exceptions) {
     if (detail::ProxyException::fromText(exception)) continue;

@@ -20,6 +20,17 @@ enum class ProxyKind : std::uint8_t {
   socks5
 };
 
+/// How an HTTP proxy is told of its user.
+enum class ProxyAuthentication : std::uint8_t {
+  /// With the first request and before it asks, by Basic authentication (RFC 7617), also when it would ask for another
+  /// scheme. Anybody on the way to the proxy can read the password.
+  basic,
+  /// When it asks, by Digest (RFC 7616, with SHA-256, SHA-512/256 or MD5, by its choice): the password itself is never
+  /// sent, and a proxy that asks for Basic alone is not told. The first request of a session is sent twice, or a
+  /// connection to a server behind a tunnel is made twice; the others know what is asked for.
+  digest
+};
+
 /// The proxy of a session, and what is reached without it. A default-constructed value means no proxy. Nothing is read
 /// from the environment.
 ///
@@ -32,12 +43,16 @@ struct CORVANE_API ProxyConfiguration {
   std::string host;
   /// From 1; there is no default.
   std::uint16_t port = 0;
-  /// What the proxy is told of its user. An HTTP proxy is told at once, with the first request and before it asks, by
-  /// Basic authentication (RFC 7617), also when it would ask for another scheme: Digest is not supported here. A SOCKS
-  /// proxy is told when it asks (RFC 1929). Anybody on the way to the proxy can read either. Sent to the proxy alone.
-  /// Both empty, the default: nothing.
+  /// What the proxy is told of its user, and nobody else. A SOCKS proxy is told when it asks (RFC 1929), and anybody on
+  /// the way to it can read the password. Both empty, the default: nothing.
   std::string user;
   std::string password;
+  /// How an HTTP proxy is told. Default: `basic`. Where the proxy refuses a tunnel to the end, the request fails with
+  /// `URLErrorCode::httpBadProxyCredentials`; where it refuses a request to an http URL, that has the response (407).
+  /// With `digest`, a body that can be read once is asked for by "Expect: 100-continue" (RFC 9110, 10.1.1) until the
+  /// proxy has asked for credentials; where the digest is to cover the body ("auth-int" alone), a body from a file or a
+  /// stream has the 407 as its response.
+  ProxyAuthentication authentication = ProxyAuthentication::basic;
   /// What is reached without the proxy: domains with all hosts in them ("example.com" is also "www.example.com"; a dot
   /// or "*." before it changes nothing), addresses, and networks of addresses in CIDR notation (RFC 4632), such as
   /// "10.0.0.0/8" or "fd00::/8", which stand for URLs whose host is such an address: no name is looked up for this.

@@ -56,7 +56,8 @@ struct TransactionMetrics {
     expectationRefused,  ///< once more, without the "Expect" that the server refused (417)
     downloadRestarted,   ///< once more for the whole file, since what was kept of it cannot be gone on with
     networkChanged,      ///< once more, since the network may lead to the host now
-    notConfirmed  ///< once more without conditions, since the server confirmed another version than the stored one
+    notConfirmed,   ///< once more without conditions, since the server confirmed another version than the stored one
+    proxyChallenge  ///< once more with the credentials that the proxy asked for (407)
   };
 
   /// Default: the first one of the task.

@@ -72,6 +72,19 @@ TEST(ProxyConfigurationTest, findsFaults) {
   EXPECT_THAT(proxy.problem(), HasSubstr("neither a name nor an address"));
 }
 
+TEST(ProxyConfigurationTest, hasDigestForAnHTTPProxyWithAUser) {
+  ProxyConfiguration proxy{
+      .kind = ProxyKind::http, .host = "proxy", .port = 1, .authentication = ProxyAuthentication::digest};
+  EXPECT_THAT(proxy.problem(), HasSubstr("needs a user name"));
+  proxy.user = "a:b";  // Basic could not carry the colon
+  EXPECT_EQ(proxy.problem(), "");
+  proxy.password = "c\n";
+  EXPECT_THAT(proxy.problem(), HasSubstr("control character"));
+  proxy.password = "c";
+  proxy.kind = ProxyKind::socks5;
+  EXPECT_THAT(proxy.problem(), HasSubstr("SOCKS does not have it"));
+}
+
 TEST(ProxyConfigurationTest, namesAFaultWithoutThePasswordWhereverItIs) {
   const ProxyConfiguration good{.kind = ProxyKind::http, .host = "proxy", .port = 3128};
   std::vector<ProxyConfiguration> all(4, good);

@@ -3,7 +3,7 @@
 _corvane() {
   local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
   local options='--header --query --json --data --body-file --upload --form --content-type --gzip --curl
-    --timeout --follow --user --auth --bearer --cookie --proxy --no-proxy --cancel-after --retry --poll --count --repeat --serial --parallel --trust --wait-for-connectivity
+    --timeout --follow --user --auth --bearer --cookie --proxy --proxy-auth --no-proxy --cancel-after --retry --poll --count --repeat --serial --parallel --trust --wait-for-connectivity
     --accept-status --include --head --download --output --continue --digest --raw
     --report --timing --verbosity --help --version'
   COMPREPLY=()
@@ -11,7 +11,7 @@ _corvane() {
     --body-file | --upload | --output | --trust) mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
     --download) mapfile -t COMPREPLY < <(compgen -d -- "$current") ;;
     --follow) mapfile -t COMPREPLY < <(compgen -W 'no same-origin' -- "$current") ;;
-    --auth) mapfile -t COMPREPLY < <(compgen -W 'basic digest' -- "$current") ;;
+    --auth | --proxy-auth) mapfile -t COMPREPLY < <(compgen -W 'basic digest' -- "$current") ;;
     --report) mapfile -t COMPREPLY < <(compgen -W 'json' -- "$current") ;;
     --verbosity) mapfile -t COMPREPLY < <(compgen -W 'none brief verbose' -- "$current") ;;
     --content-type)

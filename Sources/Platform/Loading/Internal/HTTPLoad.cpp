@@ -51,17 +51,6 @@ std::optional<Error> HTTPLoad::prepare(LoadOwner& owner) {
   return std::nullopt;
 }
 
-/// A request that a proxy forwards names the whole URL (RFC 9112, 3.2.2), without its user and its fragment.
-void HTTPLoad::chooseRoute() {
-  const networking::ConnectionOptions& options = loader_.pool().options();
-  proxied_.reset();
-  if (options.proxy.kind == networking::Proxy::Kind::none) return;
-  proxied_ = std::make_unique<Proxied>(Proxied{.route = options.routeTo(target_.route().origin), .target = {}});
-  if (!isForwarded()) return;
-  proxied_->target.assign("http://").append(target_.authority()).append(target_.target());
-  head_.target = proxied_->target;
-}
-
 void HTTPLoad::chooseBody() {
   body_ = nullptr;
   head_.contentLength.reset();
@@ -110,19 +99,8 @@ void HTTPLoad::composeFields() {
   if (!cookies_.empty()) addField("Cookie", cookies_);
 }
 
-void HTTPLoad::authorizeAtProxy() {
-  if (isForwarded() && !proxyAuthorization().empty()) addField("Proxy-Authorization", proxyAuthorization());
-}
-
-const std::string& HTTPLoad::proxyAuthorization() const { return loader_.pool().options().proxy.authorization; }
-
-/// What is meant for the proxy goes to nobody else, and what is configured for it comes first.
-bool HTTPLoad::mayTellPeer(std::string_view name) const {
-  if (name.size() != 19 || !equalsIgnoringCase(name, "Proxy-Authorization")) return true;
-  return isForwarded() && proxyAuthorization().empty();
-}
-
 BodyDisposition HTTPLoad::responseHead(const ResponseHeadView& head) {
+  if (respondsToProxy(head)) return BodyDisposition::discard;
   HTTPHeaderFields fields;
   for (const auto& [name, value] : head.fields) fields.add(name, value);
   loader_.storeCookies(target_, fields);
@@ -216,7 +194,8 @@ bool HTTPLoad::fail(LoadFailure failure) {
 }
 
 void HTTPLoad::exchangeEnded(std::optional<ExchangeProblem> problem) noexcept {
-  if (cached_ && cached_->isContradicted) return loader_.submitAgain(*this);
+  if (canRespondToProxy()) return loader_.submitAgain(*this, TransactionMetrics::Cause::proxyChallenge);
+  if (cached_ && cached_->isContradicted) return loader_.submitAgain(*this, TransactionMetrics::Cause::notConfirmed);
   if (cacheStandsFor(problem)) return serveStored();
   LoadOutcome outcome;
   try {
@@ -235,6 +214,11 @@ void HTTPLoad::exchangeEnded(std::optional<ExchangeProblem> problem) noexcept {
 /// Whether what was received is whole.
 void HTTPLoad::judge(std::optional<ExchangeProblem>& problem, bool& lacksConnectivity) {
   if (failure_) return;
+  if (proxied_ && proxied_->isChallenged) {
+    fail({URLErrorCode::requestBodyStreamExhausted,
+          "the proxy asks for the body of the request once more, and its producer cannot be rewound"});
+    return;
+  }
   // An unwanted body may be cut off, or be given up by us.
   if (problem && (wantsBody_ || !response_)) {
     failure_ = errorOf(*problem, lacksConnectivity);
@@ -272,7 +256,7 @@ Error HTTPLoad::errorOf(ExchangeProblem& problem, bool& lacksConnectivity) {
     problem.failure.message += ", and the body of the request cannot be sent again: its producer cannot be rewound";
   }
   const bool isOfProxy = problem.failure.hop != networking::Hop::origin;
-  const std::string& host = isOfProxy ? loader_.pool().options().proxy.host : target_.host();
+  const std::string& host = isOfProxy ? proxy().host : target_.host();
   const TransportFailure failure = sourced_ && sourced_->isFailure
                                        ? TransportFailure{.reason = std::move(problem.failure)}
                                        : TransportFailure::of(std::move(problem.failure), host, problem.requestWasSent);

@@ -12,9 +12,11 @@
 #include "Platform/Loading/Internal/ContentDecoder.hpp"
 #include "Platform/Loading/Internal/LoadOwner.hpp"
 #include "Platform/Loading/Internal/ProducedBody.hpp"
+#include "Platform/Loading/Internal/ProxiedLoad.hpp"
 #include "Platform/Loading/Internal/RequestTarget.hpp"
 #include "Platform/Loading/Internal/SourcedLoad.hpp"
 #include "Platform/Loading/Internal/UploadBody.hpp"
+#include "Platform/Networking/Connecting/Proxy.hpp"
 #include "Platform/Networking/Exchange.hpp"
 
 namespace platform::detail {
@@ -89,11 +91,14 @@ class HTTPLoad final : private networking::ExchangeOwner, private ProducedBody::
   ExchangeTap* tap() const { return sourced_ ? sourced_->tap.get() : nullptr; }
   void chooseRoute();
   bool isForwarded() const { return proxied_ && proxied_->route.way == networking::Route::Way::forwarded; }
+  const networking::Proxy& proxy() const;
   void chooseBody();
   void composeFields();
   void authorizeAtProxy();
-  const std::string& proxyAuthorization() const;
   bool mayTellPeer(std::string_view name) const;
+  std::optional<networking::Bytes> bodyInMemory() const;
+  bool respondsToProxy(const networking::ResponseHeadView& head);
+  bool canRespondToProxy();
   void addField(std::string_view name, std::string_view value) { fields_.push_back({name, value}); }
   bool expectBody(const networking::ResponseHeadView& head);
   bool isWithinLimit(std::size_t count);
@@ -102,12 +107,6 @@ class HTTPLoad final : private networking::ExchangeOwner, private ProducedBody::
   bool fail(LoadFailure failure);
   void judge(std::optional<networking::ExchangeProblem>& problem, bool& lacksConnectivity);
   Error errorOf(networking::ExchangeProblem& problem, bool& lacksConnectivity);
-  /// The way through a proxy, and what it is asked for.
-  struct Proxied {
-    networking::Route route;
-    std::string target;
-  };
-
   Error errorOfProducedBody(const networking::ExchangeProblem& problem) const;
 
   HTTPLoader& loader_;
@@ -118,7 +117,7 @@ class HTTPLoad final : private networking::ExchangeOwner, private ProducedBody::
   const URLRequest* request_ = nullptr;
   RequestTarget target_;
   /// Null where the session has no proxy.
-  std::unique_ptr<Proxied> proxied_;
+  std::unique_ptr<ProxiedLoad> proxied_;
   networking::RequestHead head_;
   std::vector<networking::FieldView> fields_;
   std::string cookies_;

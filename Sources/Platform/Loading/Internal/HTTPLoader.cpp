@@ -169,10 +169,10 @@ void HTTPLoader::end(HTTPLoad& load, LoadOutcome outcome) noexcept {
   owner.loadEnded(std::move(outcome));
 }
 
-void HTTPLoader::submitAgain(HTTPLoad& load) noexcept {
+void HTTPLoader::submitAgain(HTTPLoad& load, TransactionMetrics::Cause cause) noexcept {
   LoadOwner& owner = load.owner();
   release(load);
-  owner.metricsRecord.setCause(TransactionMetrics::Cause::notConfirmed);
+  owner.metricsRecord.setCause(cause);
   try {
     submit(owner);
   } catch (const std::bad_alloc&) {

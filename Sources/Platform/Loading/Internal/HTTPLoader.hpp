@@ -57,7 +57,7 @@ class HTTPLoader final : private networking::Deferred {
   void storeCookies(const RequestTarget& target, const HTTPHeaderFields& fields);
   void end(HTTPLoad& load, LoadOutcome outcome) noexcept;
   /// Starts anew for its owner what has ended in vain.
-  void submitAgain(HTTPLoad& load) noexcept;
+  void submitAgain(HTTPLoad& load, TransactionMetrics::Cause cause) noexcept;
 
  private:
   void runDeferred() override;

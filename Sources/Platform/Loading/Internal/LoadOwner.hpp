@@ -64,6 +64,8 @@ class LoadOwner {
   HTTPLoad* load = nullptr;
   /// Whether a request of the loads that have ended may have reached a server; kept by the loader.
   bool hasSent = false;
+  /// How many challenges of the proxy the loads that have ended responded to, one after the other; kept by the loads.
+  unsigned proxyChallenges = 0;
   /// The loader adds to it whatever it did for the owner, before the owner is told of the end.
   MetricsRecord metricsRecord;
 

@@ -35,6 +35,9 @@ class ProducedBody final : public networking::RequestBody, public std::enable_sh
   void setListener(Listener* listener) { listener_ = listener; }
   /// Why `read` failed.
   const std::optional<Error>& failure() const { return failure_; }
+  /// Whether `rewind` would succeed.
+  bool canRewind() const { return (taken_ == 0 && !failure_) || isRepeatable(); }
+  bool isRepeatable() const { return stream_->isRepeatable(); }
   /// Whether `rewind` was refused.
   bool wasRefused() const { return wasRefused_; }
   /// Nothing more is needed.

@@ -4,6 +4,7 @@
 
 #include "Platform/Foundation/JSON/Internal/Base64.hpp"
 #include "Platform/Loading/Internal/HostName.hpp"
+#include "Platform/Networking/Authentication/ProxyDigest.hpp"
 
 namespace platform::detail {
 
@@ -33,8 +34,12 @@ Proxy proxyOf(const ProxyConfiguration& configuration) {
   proxy.port = configuration.port;
   proxy.user = configuration.user;
   proxy.password = configuration.password;
-  if (!proxy.user.empty() || !proxy.password.empty())
+  if (configuration.authentication == ProxyAuthentication::digest) {
+    proxy.digest = std::make_shared<networking::ProxyDigest>(
+        networking::DigestUser{.name = proxy.user, .password = proxy.password});
+  } else if (!proxy.user.empty() || !proxy.password.empty()) {
     proxy.authorization = "Basic " + toBase64(Data(proxy.user + ":" + proxy.password));
+  }
   for (const std::string& text : configuration.exceptions) {
     const auto exception = ProxyException::fromText(text);
     if (!exception) continue;

@@ -1,4 +1,4 @@
-#include "Corvane/Authentication/Internal/AuthenticationChallenge.hpp"
+#include "Platform/Networking/Authentication/AuthenticationChallenge.hpp"
 
 #include <algorithm>
 #include <cstddef>
@@ -6,11 +6,11 @@
 
 #include "Platform/Networking/HTTPText.hpp"
 
-namespace corvane::detail {
+namespace platform::networking {
 
-using platform::detail::isSpaceOrTab;
-using platform::detail::isTokenCharacter;
-using platform::detail::lowercased;
+using detail::isSpaceOrTab;
+using detail::isTokenCharacter;
+using detail::lowercased;
 
 namespace {
 
@@ -149,4 +149,4 @@ AuthenticationChallenge AuthenticationChallenge::ofParameters(std::string_view f
   return found.empty() ? AuthenticationChallenge() : std::move(found.front());
 }
 
-}  // namespace corvane::detail
+}  // namespace platform::networking

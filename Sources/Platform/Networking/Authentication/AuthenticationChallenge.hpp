@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-namespace corvane::detail {
+namespace platform::networking {
 
 /// A challenge or the like: a scheme and its parameters (RFC 9110, 11.3 and 11.4).
 struct AuthenticationChallenge {
@@ -27,4 +27,4 @@ struct AuthenticationChallenge {
   static AuthenticationChallenge ofParameters(std::string_view field);
 };
 
-}  // namespace corvane::detail
+}  // namespace platform::networking

@@ -1,13 +1,13 @@
-#include "Corvane/Authentication/Internal/DigestChallenge.hpp"
+#include "Platform/Networking/Authentication/DigestChallenge.hpp"
 
 #include <utility>
 
 #include "Platform/Networking/HTTPText.hpp"
 
-namespace corvane::detail {
+namespace platform::networking {
 
-using platform::detail::HashFunction;
-using platform::detail::lowercased;
+using detail::HashFunction;
+using detail::lowercased;
 
 namespace {
 
@@ -33,7 +33,7 @@ bool readAlgorithm(DigestChallenge& challenge, std::string_view name) {
 bool readProtection(DigestChallenge& challenge, std::string_view list) {
   using Protection = DigestChallenge::Protection;
   bool knowsAny = false;
-  platform::detail::forEachListElement(list, [&](std::string_view element) {
+  detail::forEachListElement(list, [&](std::string_view element) {
     const std::string name = lowercased(element);
     if (name == "auth") challenge.protection = Protection::auth;
     if (name == "auth-int" && !knowsAny) challenge.protection = Protection::authInt;
@@ -79,4 +79,4 @@ std::optional<DigestChallenge> DigestChallenge::strongest(const std::vector<std:
   return best;
 }
 
-}  // namespace corvane::detail
+}  // namespace platform::networking

@@ -5,10 +5,10 @@
 #include <string_view>
 #include <vector>
 
-#include "Corvane/Authentication/Internal/AuthenticationChallenge.hpp"
+#include "Platform/Networking/Authentication/AuthenticationChallenge.hpp"
 #include "Platform/Security/Internal/MessageDigest.hpp"
 
-namespace corvane::detail {
+namespace platform::networking {
 
 /// What a server asks for by "Digest" (RFC 7616, 3.3).
 struct DigestChallenge {
@@ -18,7 +18,7 @@ struct DigestChallenge {
   std::string realm;
   std::string nonce;
   std::optional<std::string> opaque;
-  platform::detail::HashFunction function = platform::detail::HashFunction::md5;
+  detail::HashFunction function = detail::HashFunction::md5;
   /// As the server wrote it; empty: not given.
   std::string algorithm;
   bool isSession = false;
@@ -40,4 +40,4 @@ struct DigestChallenge {
   static std::optional<DigestChallenge> strongest(const std::vector<std::string>& fields);
 };
 
-}  // namespace corvane::detail
+}  // namespace platform::networking

@@ -1,13 +1,13 @@
-#include "Corvane/Authentication/Internal/DigestSession.hpp"
+#include "Platform/Networking/Authentication/DigestSession.hpp"
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
 #include <utility>
 
-namespace corvane::detail {
+namespace platform::networking {
 
-using platform::detail::MessageDigest;
+using detail::MessageDigest;
 using Protection = DigestChallenge::Protection;
 
 namespace {
@@ -93,4 +93,4 @@ void DigestSession::useNonce(std::string nonce) {
   count_ = 0;
 }
 
-}  // namespace corvane::detail
+}  // namespace platform::networking

@@ -4,9 +4,9 @@
 #include <string>
 #include <string_view>
 
-#include "Corvane/Authentication/Internal/DigestChallenge.hpp"
+#include "Platform/Networking/Authentication/DigestChallenge.hpp"
 
-namespace corvane::detail {
+namespace platform::networking {
 
 /// A user with a password, both in UTF-8.
 struct DigestUser {
@@ -49,4 +49,4 @@ class DigestSession {
   std::uint32_t count_ = 0;
 };
 
-}  // namespace corvane::detail
+}  // namespace platform::networking

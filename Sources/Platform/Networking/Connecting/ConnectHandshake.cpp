@@ -1,5 +1,6 @@
 #include "Platform/Networking/Connecting/ConnectHandshake.hpp"
 
+#include "Platform/Networking/Authentication/ProxyDigest.hpp"
 #include "Platform/Networking/HTTPText.hpp"
 
 namespace platform::networking {
@@ -14,16 +15,27 @@ std::string authorityOf(const Origin& origin) {
 std::string connectRequest(const Proxy& proxy, const Origin& origin) {
   const std::string target = authorityOf(origin);
   std::string head = "CONNECT " + target + " HTTP/1.1\r\nHost: " + target + "\r\n";
-  if (!proxy.authorization.empty()) head += "Proxy-Authorization: " + proxy.authorization + "\r\n";
+  std::string authorization = proxy.authorization;
+  if (proxy.digest) authorization = proxy.digest->authorization("CONNECT", target, Bytes());
+  if (!authorization.empty()) head += "Proxy-Authorization: " + authorization + "\r\n";
   return head + "\r\n";
 }
 
 /// Statuses after which the same request may succeed (RFC 9110, 15.5.9, 15.6.3 to 15.6.5; RFC 6585, 4).
 bool isForTheMoment(int status) { return status == 408 || status == 429 || (status >= 502 && status <= 504); }
 
+/// Why a request with Basic authentication was refused.
+std::string complaintAboutBasic(std::span<const FieldView> fields) {
+  const std::string schemes = ProxyDigest::schemes(fields);
+  const bool takesBasic = schemes.empty() || schemes.find("basic") != std::string::npos;
+  return takesBasic ? "refuses the user name or the password"
+                    : "does not take Basic authentication, but asks for: " + schemes;
+}
+
 }  // namespace
 
-ConnectHandshake::ConnectHandshake(const Proxy& proxy, const Origin& origin) : ProxyHandshake(proxy), origin_(origin) {
+ConnectHandshake::ConnectHandshake(const Proxy& proxy, const Origin& origin, unsigned challenges)
+    : ProxyHandshake(proxy), origin_(origin), challenges_(challenges) {
   say(connectRequest(proxy, origin));
   parser_.beginTunnel();
 }
@@ -53,6 +65,7 @@ ProxyHandshake::State ConnectHandshake::take(std::string_view bytes) {
 
 ProxyHandshake::State ConnectHandshake::judge(std::string_view rest) {
   if (parser_.statusCode() / 100 != 2) return refused();
+  if (proxy().digest) proxy().digest->note(parser_.head().fields);
   if (rest.empty()) return State::open;
   return fail(FailureCause::tunnelRefused,
               "sent " + std::to_string(rest.size()) + " bytes into the tunnel before anything was sent to the server");
@@ -60,14 +73,30 @@ ProxyHandshake::State ConnectHandshake::judge(std::string_view rest) {
 
 ProxyHandshake::State ConnectHandshake::refused() {
   if (parser_.statusCode() == 407) {
+    if (proxy().digest) return challenged();
     return fail(FailureCause::proxyCredentialsRefused, proxy().authorization.empty()
                                                            ? "asks for a user name and a password, and none are set"
-                                                           : "refuses the user name or the password");
+                                                           : complaintAboutBasic(parser_.head().fields));
   }
   const FailureCause cause =
       isForTheMoment(parser_.statusCode()) ? FailureCause::tunnelUnavailable : FailureCause::tunnelRefused;
   return fail(cause, "refuses a tunnel to \"" + origin_.host + "\", port " + std::to_string(origin_.port) + ": " +
                          statusText());
+}
+
+ProxyHandshake::State ConnectHandshake::challenged() {
+  const auto fields = parser_.head().fields;
+  switch (proxy().digest->accept(fields, challenges_, true)) {
+    case ProxyDigest::Verdict::again:
+      return State::challenged;
+    case ProxyDigest::Verdict::refused:
+      return fail(FailureCause::proxyCredentialsRefused, "refuses the user name or the password");
+    case ProxyDigest::Verdict::unsupported:
+      break;
+  }
+  const std::string schemes = ProxyDigest::schemes(fields);
+  return fail(FailureCause::proxyCredentialsRefused,
+              "does not ask for a Digest that is supported, but for: " + (schemes.empty() ? "nothing" : schemes));
 }
 
 /// Status and reason, as they are in the first line.

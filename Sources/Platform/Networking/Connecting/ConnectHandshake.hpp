@@ -13,7 +13,7 @@ class ConnectHandshake final : public ProxyHandshake {
   /// Of all heads of the proxy's response together.
   static constexpr std::size_t maximumBytes = 64 * 1024;
 
-  ConnectHandshake(const Proxy& proxy, const Origin& origin);
+  ConnectHandshake(const Proxy& proxy, const Origin& origin, unsigned challenges = 0);
 
   /// A server behind a tunnel in the clear may speak first, so that its bytes are not to be read here. One that is
   /// secured waits for the client.
@@ -23,9 +23,11 @@ class ConnectHandshake final : public ProxyHandshake {
  private:
   State judge(std::string_view rest);
   State refused();
+  State challenged();
   std::string statusText() const;
 
   const Origin origin_;
+  const unsigned challenges_;
   ResponseParser parser_;
   std::string unparsed_;
   std::size_t received_ = 0;

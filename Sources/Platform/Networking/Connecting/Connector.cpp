@@ -240,7 +240,7 @@ void Connector::attemptConnected(ConnectionAttempt& attempt) {
 void Connector::askProxy(std::unique_ptr<ByteStream> connection) {
   phase_ = Phase::tunnelling;
   ProxyTunnelOwner& owner = *this;
-  tunnel_ = std::make_unique<ProxyTunnel>(std::move(connection), options_.proxy, route_.origin, owner);
+  tunnel_ = std::make_unique<ProxyTunnel>(std::move(connection), options_.proxy, route_.origin, challenges_, owner);
   tunnel_->start();
 }
 
@@ -249,6 +249,14 @@ void Connector::tunnelOpened() {
   auto connection = tunnel_->takeStream();
   tunnel_.reset();
   withMemory([&] { useConnection(std::move(connection)); });
+}
+
+/// On a new connection: proxies close that of a refusal, or send a body there that may have no end.
+void Connector::tunnelChallenged() {
+  ++challenges_;
+  tunnel_.reset();
+  systemError_ = 0;
+  withMemory([this] { begin(); });
 }
 
 void Connector::tunnelFailed(Failure failure) { fail(ofPeer(std::move(failure))); }

@@ -113,6 +113,7 @@ class Connector final : private LookUp, private Timer, private Deferred, private
   void streamWritable() override;
   void tunnelProgressed() override { owner_.connectorProgressed(*this); }
   void tunnelOpened() override;
+  void tunnelChallenged() override;
   void tunnelFailed(Failure failure) override;
 
   /// Where memory runs out on the way, the connection fails.
@@ -156,6 +157,8 @@ class Connector final : private LookUp, private Timer, private Deferred, private
   /// The most telling error of the attempts so far.
   int systemError_ = 0;
   std::unique_ptr<ProxyTunnel> tunnel_;
+  /// Of the proxy, so far.
+  unsigned challenges_ = 0;
   std::unique_ptr<TLSStream> secured_;
   /// What the owner is told from the loop.
   Failure failure_;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -10,6 +11,8 @@
 #include "Platform/Networking/Connecting/Route.hpp"
 
 namespace platform::networking {
+
+class ProxyDigest;
 
 /// All addresses that begin with the same bits (RFC 4632, RFC 4291, 2.3).
 struct AddressNetwork {
@@ -30,8 +33,10 @@ struct Proxy {
   /// As in an `Origin`.
   std::string host;
   std::uint16_t port = 0;
-  /// Of an HTTP proxy: the value of Proxy-Authorization. Empty: none.
+  /// Of an HTTP proxy: the value of Proxy-Authorization, sent before it asks. Empty: none.
   std::string authorization;
+  /// Of an HTTP proxy: what responds to its challenges, in place of `authorization`. Null: nothing.
+  std::shared_ptr<ProxyDigest> digest;
   /// Of a SOCKS proxy; both empty: none.
   std::string user;
   std::string password;

@@ -7,9 +7,9 @@
 
 namespace platform::networking {
 
-std::unique_ptr<ProxyHandshake> ProxyHandshake::make(const Proxy& proxy, const Origin& origin) {
+std::unique_ptr<ProxyHandshake> ProxyHandshake::make(const Proxy& proxy, const Origin& origin, unsigned challenges) {
   if (proxy.kind == Proxy::Kind::socks5) return std::make_unique<SOCKSHandshake>(proxy, origin);
-  return std::make_unique<ConnectHandshake>(proxy, origin);
+  return std::make_unique<ConnectHandshake>(proxy, origin, challenges);
 }
 
 void ProxyHandshake::say(std::string bytes) {

@@ -13,13 +13,20 @@
 namespace platform::networking {
 
 /// What is said to a proxy, and heard of it, until a connection leads to the origin. Moves no bytes itself: its user
-/// writes what is `unsent`, reads at most `wanted` bytes, and hands them to `take`, until that says `open` or `failed`.
+/// writes what is `unsent`, reads at most `wanted` bytes, and hands them to `take`, until that says something else than
+/// `talking`.
 class ProxyHandshake {
  public:
-  enum class State : std::uint8_t { talking, open, failed };
+  enum class State : std::uint8_t {
+    talking,
+    open,
+    challenged,  ///< the proxy wants credentials, which are known now: a handshake on another connection may succeed
+    failed
+  };
 
-  /// For a proxy of that kind, which is not `none`. The proxy outlives it.
-  static std::unique_ptr<ProxyHandshake> make(const Proxy& proxy, const Origin& origin);
+  /// For a proxy of that kind, which is not `none`. The proxy outlives it. `challenges`: how many handshakes before
+  /// this one ended as `challenged`.
+  static std::unique_ptr<ProxyHandshake> make(const Proxy& proxy, const Origin& origin, unsigned challenges);
   virtual ~ProxyHandshake() = default;
   ProxyHandshake(const ProxyHandshake&) = delete;
   ProxyHandshake& operator=(const ProxyHandshake&) = delete;

@@ -10,8 +10,11 @@
 namespace platform::networking {
 
 ProxyTunnel::ProxyTunnel(std::unique_ptr<ByteStream> stream, const Proxy& proxy, const Origin& origin,
-                         ProxyTunnelOwner& owner)
-    : handshake_(ProxyHandshake::make(proxy, origin)), proxy_(proxy), owner_(owner), stream_(std::move(stream)) {
+                         unsigned challenges, ProxyTunnelOwner& owner)
+    : handshake_(ProxyHandshake::make(proxy, origin, challenges)),
+      proxy_(proxy),
+      owner_(owner),
+      stream_(std::move(stream)) {
   stream_->setOwner(this);
 }
 
@@ -43,6 +46,8 @@ void ProxyTunnel::advance() {
         break;
       case ProxyHandshake::State::open:
         return owner_.tunnelOpened();
+      case ProxyHandshake::State::challenged:
+        return owner_.tunnelChallenged();
       case ProxyHandshake::State::failed:
         return owner_.tunnelFailed(handshake_->failure());
     }

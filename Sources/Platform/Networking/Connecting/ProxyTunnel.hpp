@@ -16,6 +16,8 @@ class ProxyTunnelOwner {
   virtual void tunnelProgressed() = 0;
   /// The stream leads to the origin: `ProxyTunnel::takeStream`. The last call, unless it failed.
   virtual void tunnelOpened() = 0;
+  /// Another tunnel, on another connection, may succeed with the credentials that are known now. The last call.
+  virtual void tunnelChallenged() = 0;
   /// The last call.
   virtual void tunnelFailed(Failure failure) = 0;
 
@@ -26,8 +28,10 @@ class ProxyTunnelOwner {
 /// Leads a connection to a proxy on to the origin. Loop side only.
 class ProxyTunnel final : private StreamOwner {
  public:
-  /// The stream is connected to the proxy, which outlives the tunnel.
-  ProxyTunnel(std::unique_ptr<ByteStream> stream, const Proxy& proxy, const Origin& origin, ProxyTunnelOwner& owner);
+  /// The stream is connected to the proxy, which outlives the tunnel. `challenges`: how many tunnels before this one
+  /// were challenged.
+  ProxyTunnel(std::unique_ptr<ByteStream> stream, const Proxy& proxy, const Origin& origin, unsigned challenges,
+              ProxyTunnelOwner& owner);
   ProxyTunnel(const ProxyTunnel&) = delete;
   ProxyTunnel& operator=(const ProxyTunnel&) = delete;
 

@@ -1,9 +1,9 @@
-#include "Corvane/Authentication/Internal/AuthenticationChallenge.hpp"
+#include "Platform/Networking/Authentication/AuthenticationChallenge.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-namespace corvane::detail {
+namespace platform::networking {
 namespace {
 
 using testing::ElementsAre;
@@ -83,4 +83,4 @@ TEST(AuthenticationChallengeTest, readsParametersWithoutAScheme) {
 }
 
 }  // namespace
-}  // namespace corvane::detail
+}  // namespace platform::networking

@@ -1,13 +1,13 @@
-#include "Corvane/Authentication/Internal/DigestSession.hpp"
+#include "Platform/Networking/Authentication/DigestSession.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-namespace corvane::detail {
+namespace platform::networking {
 namespace {
 
-using platform::detail::HashFunction;
-using platform::detail::MessageDigest;
+using detail::HashFunction;
+using detail::MessageDigest;
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
@@ -147,4 +147,4 @@ TEST(DigestChallengeTest, isNoneOfThoseThatAreNotKnown) {
 }
 
 }  // namespace
-}  // namespace corvane::detail
+}  // namespace platform::networking

@@ -3,8 +3,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <optional>
 #include <string>
+
+#include "Platform/Networking/Authentication/ProxyDigest.hpp"
 
 namespace platform::networking {
 namespace {
@@ -95,6 +98,62 @@ TEST_F(ConnectHandshakeTest, asksForCredentialsOrSaysThatTheyAreRefused) {
   EXPECT_EQ(hear(response), State::failed);
   EXPECT_THAT(failure().message, HasSubstr("refuses the user name or the password"));
   EXPECT_THAT(failure().message, Not(HasSubstr("c2VjcmV0")));
+}
+
+TEST_F(ConnectHandshakeTest, saysThatTheProxyTakesNoBasicAuthentication) {
+  proxy.authorization = "Basic c2VjcmV0";
+  EXPECT_EQ(hear("HTTP/1.1 407 x\r\nProxy-Authenticate: Digest realm=\"p\", nonce=\"n\"\r\n\r\n"), State::failed);
+  EXPECT_EQ(failure().cause, FailureCause::proxyCredentialsRefused);
+  EXPECT_THAT(failure().message, HasSubstr("does not take Basic authentication, but asks for: digest"));
+}
+
+/// A proxy that asks for a digest.
+class DigestConnectHandshakeTest : public ConnectHandshakeTest {
+ protected:
+  DigestConnectHandshakeTest() {
+    proxy.digest = std::make_shared<ProxyDigest>(DigestUser{.name = "ada", .password = "secret"});
+  }
+
+  State refuse(const std::string& challenge, unsigned challenges = 0) {
+    handshake.emplace(proxy, origin, challenges);
+    return handshake->take("HTTP/1.1 407 x\r\nProxy-Authenticate: " + challenge + "\r\nContent-Length: 900\r\n\r\n");
+  }
+};
+
+TEST_F(DigestConnectHandshakeTest, saysNothingOfTheUserBeforeItIsAsked) {
+  EXPECT_EQ(ConnectHandshake(proxy, origin).unsent(),
+            "CONNECT example.test:443 HTTP/1.1\r\nHost: example.test:443\r\n\r\n");
+  EXPECT_EQ(refuse("Basic realm=\"p\""), State::failed);
+  EXPECT_EQ(failure().cause, FailureCause::proxyCredentialsRefused);
+  EXPECT_THAT(failure().message, HasSubstr("does not ask for a Digest that is supported, but for: basic"));
+}
+
+TEST_F(DigestConnectHandshakeTest, isAskedOnceAndCountsFromThenOn) {
+  EXPECT_EQ(refuse("Digest realm=\"p\", nonce=\"n\", qop=\"auth\""), State::challenged);
+  const std::string first(ConnectHandshake(proxy, origin, 1).unsent());
+  EXPECT_THAT(first, testing::AllOf(HasSubstr("Proxy-Authorization: Digest username=\"ada\""), HasSubstr("nc=00000001"),
+                                    HasSubstr("uri=\"example.test:443\""), Not(HasSubstr("secret"))));
+  handshake.emplace(proxy, origin);
+  EXPECT_THAT(std::string(handshake->unsent()), HasSubstr("nc=00000002"));
+
+  EXPECT_EQ(handshake->take("HTTP/1.1 200 OK\r\nProxy-Authentication-Info: nextnonce=\"other\"\r\n\r\n"), State::open);
+  EXPECT_THAT(std::string(ConnectHandshake(proxy, origin).unsent()),
+              testing::AllOf(HasSubstr("nonce=\"other\""), HasSubstr("nc=00000001")));
+}
+
+TEST_F(DigestConnectHandshakeTest, triesAgainWhereTheNonceIsStaleAndNotWithoutEnd) {
+  EXPECT_EQ(refuse("Digest realm=\"p\", nonce=\"a\""), State::challenged);
+  EXPECT_EQ(refuse("Digest realm=\"p\", nonce=\"b\", stale=true", 1), State::challenged);
+  EXPECT_EQ(refuse("Digest realm=\"p\", nonce=\"c\"", 2), State::failed);
+  EXPECT_THAT(failure().message, HasSubstr("refuses the user name or the password"));
+  EXPECT_EQ(refuse("Digest realm=\"p\", nonce=\"d\", stale=true", ProxyDigest::mostChallenges), State::failed);
+}
+
+TEST_F(DigestConnectHandshakeTest, coversTheBodyThatATunnelDoesNotHave) {
+  EXPECT_EQ(refuse("Digest realm=\"p\", nonce=\"a\", qop=\"auth-int\""), State::challenged);
+  EXPECT_THAT(std::string(ConnectHandshake(proxy, origin, 1).unsent()), HasSubstr("qop=auth-int"));
+  EXPECT_EQ(refuse("Digest realm=\"p\", nonce=\"a\", algorithm=SHA-1"), State::failed);
+  EXPECT_THAT(failure().message, HasSubstr("but for: digest"));
 }
 
 TEST_F(ConnectHandshakeTest, refusesWhatIsNoHTTP) {
