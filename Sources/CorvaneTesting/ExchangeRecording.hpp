@@ -12,6 +12,8 @@
 namespace corvane::testkit {
 
 /// One request, and what came of it.
+///
+///     for (const ExchangeRecord& each : recording.exchanges) show(each.url, each.status);
 struct ExchangeRecord {
   /// "GET".
   std::string method;

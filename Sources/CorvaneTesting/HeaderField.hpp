@@ -5,6 +5,8 @@
 namespace corvane::testkit {
 
 /// A header field as received: the name in the sender's spelling, the value without surrounding spaces.
+///
+///     for (const HeaderField& field : server.takeRequest().headers) show(field.name, field.value);
 struct HeaderField {
   /// In the sender's spelling.
   std::string name;

@@ -22,6 +22,8 @@ class MockNetworkCore;
 }
 
 /// How a recording is replayed.
+///
+///     network.replay(recording, {.comparesBodies = true});
 struct ReplayOptions {
   /// Whether a request must have the recorded body, too. Only bodies in memory can be compared, as they are sent, in
   /// their content coding. Default: false.

@@ -14,6 +14,9 @@
 namespace velisand {
 
 /// A value of any type that converts to bytes. Immutable; copies share the value.
+///
+///     const AnyDataRepresentable body = "a text";
+///     body.asData().count();  // 6
 class CORVANE_API AnyDataRepresentable {
  public:
   template <class T>

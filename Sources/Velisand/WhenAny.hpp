@@ -13,6 +13,9 @@
 namespace velisand {
 
 /// The value of one of several futures, and which one it was, counted from 0.
+///
+///     const IndexedValue<Data> first = whenAny(futures).get();
+///     show(first.index, first.value);
 template <class T>
 struct IndexedValue {
   std::size_t index = 0;  ///< which future it was

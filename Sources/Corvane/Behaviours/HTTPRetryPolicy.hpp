@@ -13,6 +13,10 @@
 namespace corvane {
 
 /// Waits that grow by a factor.
+///
+///     const HTTPBackOff backOff{.firstWait = 0.5, .factor = 3};
+///     backOff.wait(1);  // 0.5 seconds after the first failure
+///     backOff.wait(2);  // 1.5 after the second one
 struct CORVANE_API HTTPBackOff {
   /// The wait after the first attempt. Default: 1 s.
   platform::Seconds firstWait = 1;

@@ -20,6 +20,8 @@ concept HTTPContentEncoder = std::constructible_from<E, platform::Data> && requi
 
 /// An encoder that also encodes bodies while they are made (`HTTPBodyProducer`, `HTTPFormData`): its `encodedStream`
 /// makes a stream of encoded bytes from one of original bytes.
+///
+///     static_assert(HTTPStreamingContentEncoder<HTTPGzipContentEncoder>);
 template <class E>
 concept HTTPStreamingContentEncoder =
     HTTPContentEncoder<E> && requires(std::shared_ptr<platform::URLBodyStream> original) {

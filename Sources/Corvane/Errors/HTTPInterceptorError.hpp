@@ -11,6 +11,9 @@ namespace corvane {
 
 /// The interceptors of a client configuration brought a request to no response. Of `noResponse` the request may have
 /// been sent; of `tooManySends` it was, several times.
+///
+///     const auto* refused = error.as<HTTPInterceptorError>();
+///     if (refused && refused->which() == HTTPInterceptorError::Case::tooManySends) report(refused->message());
 class CORVANE_API HTTPInterceptorError final : public velisand::AppError<HTTPInterceptorError>,
                                                public vantorel::ErrorLoggable {
  public:

@@ -13,6 +13,9 @@
 namespace corvane {
 
 /// What a streamed response consists of is not what was expected. The exchange was ended.
+///
+///     const auto* problem = error.as<HTTPStreamError>();
+///     if (problem && problem->which() == HTTPStreamError::Case::malformedLine) report(problem->line());
 class CORVANE_API HTTPStreamError final : public velisand::AppError<HTTPStreamError>, public vantorel::ErrorLoggable {
  public:
   /// The fault of the stream; see the factories below.

@@ -11,6 +11,8 @@
 namespace corvane {
 
 /// A state of the library that should not occur, with the source location that detected it.
+///
+///     if (error.as<HTTPUnknownError>()) report("a defect of the library: " + error.message());
 class CORVANE_API HTTPUnknownError final : public velisand::AppError<HTTPUnknownError>, public vantorel::ErrorLoggable {
  public:
   /// The unexpected state; see the factories below.

@@ -12,6 +12,8 @@
 namespace corvane {
 
 /// An upload that cannot be sent as described; nothing was sent.
+///
+///     if (const auto* problem = error.as<HTTPUploadError>()) report(problem->file().absoluteString());
 class CORVANE_API HTTPUploadError final : public velisand::AppError<HTTPUploadError>, public vantorel::ErrorLoggable {
  public:
   /// The fault of the upload.

@@ -32,6 +32,8 @@ struct FormPostRequestable : JSONRequestable<Self, JSON, Response>,
 //     const Token token = FormPostRequest<Token>(url, {{"grant_type", "client_credentials"}}).send().get().body;
 
 /// A "POST" of a form to a URL. Its response comes as a `JSONResponse` of the type that it is given.
+///
+///     const Token token = FormPostRequest<Token>(url, {{"grant_type", "refresh_token"}}).send().get().body;
 template <class JSON>
 class FormPostRequest final : public detail::StoredBodyRequest<FormPostRequestable<FormPostRequest<JSON>, JSON>> {
   using Stored = detail::StoredBodyRequest<FormPostRequestable<FormPostRequest, JSON>>;

@@ -36,6 +36,8 @@ concept FillsBody = requires(std::decay_t<F>& function, std::span<std::byte> roo
 }  // namespace detail
 
 /// What is known of a body that a function produces.
+///
+///     HTTPBodyProducer(nextRow, {.rewind = [] { beginAgain(); }});
 struct HTTPBodyProducerOptions {
   /// The number of bytes in all, which is announced: a body that becomes shorter or longer fails the send. Absent, the
   /// default: the body is sent in chunks (HTTP/1.1) or without a "content-length" (HTTP/2).

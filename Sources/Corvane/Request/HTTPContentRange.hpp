@@ -16,6 +16,8 @@ namespace corvane {
 ///     if (response.status == HTTPStatus::partialContent && range && range->bytes && range->bytes->first == 1000) …
 struct CORVANE_API HTTPContentRange {
   /// The first and the last byte, counted from 0.
+  ///
+  ///     if (range->bytes) show(range->bytes->first, range->bytes->count());
   struct Bytes {
     std::int64_t first = 0;  ///< the first byte
     std::int64_t last = 0;   ///< the last byte, which is one of them

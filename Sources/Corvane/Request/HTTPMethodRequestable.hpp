@@ -51,11 +51,22 @@ using Requestable = typename RequestableFor<Self, Response>::Type;
 }  // namespace detail
 
 /// A request with the method "GET". `HTTPRequestable` describes the other properties and functions.
+///
+///     struct GetUsers : HTTPGetRequestable<GetUsers, JSONResponse<std::vector<User>>> {
+///       URL url = "https://example.com/users";
+///       HTTPHeaders sharedHeaders() const { return {}; }
+///     };
 template <class Self, class Response = detail::NoResponse>
 struct HTTPGetRequestable : detail::Requestable<Self, Response>, detail::GetMethod<Self> {};
 
 /// A request with the method "HEAD": the response has the status and the header fields that a "GET" would have, and no
 /// body (RFC 9110, 9.3.2).
+///
+///     struct HeadOfManual : HTTPHeadRequestable<HeadOfManual, DataResponse> {
+///       URL url = "https://example.com/manual.pdf";
+///       HTTPHeaders sharedHeaders() const { return {}; }
+///     };
+///     const auto length = HeadOfManual().send().get().headers->value("Content-Length");
 template <class Self, class Response = detail::NoResponse>
 struct HTTPHeadRequestable : detail::Requestable<Self, Response>, detail::HeadMethod<Self> {};
 
@@ -70,12 +81,25 @@ struct HTTPPostRequestable : detail::Requestable<Self, Response>,
                              detail::PostMethod<Self> {};
 
 /// A request with the method "PUT" and a body.
+///
+///     struct PutNote : HTTPPutRequestable<PutNote, DataResponse> {
+///       Data body;
+///       URL url = "https://example.com/notes/7";
+///       HTTPHeaders sharedHeaders() const { return {}; }
+///     };
+///     PutNote{.body = Data("changed")}.send().get();
 template <class Self, class Response = detail::NoResponse, class Body = platform::Data>
 struct HTTPPutRequestable : detail::Requestable<Self, Response>,
                             HTTPBodyRequestable<Self, Body>,
                             detail::PutMethod<Self> {};
 
 /// A request with the method "PATCH" and a body.
+///
+///     struct PatchNote : HTTPPatchRequestable<PatchNote, DataResponse> {
+///       Data body;
+///       URL url = "https://example.com/notes/7";
+///       HTTPHeaders sharedHeaders() const { return {}; }
+///     };
 template <class Self, class Response = detail::NoResponse, class Body = platform::Data>
 struct HTTPPatchRequestable : detail::Requestable<Self, Response>,
                               HTTPBodyRequestable<Self, Body>,

@@ -41,6 +41,13 @@ struct JSONRequestable : HTTPRequestable<Self, ResponseType> {
 
 /// Adds a body that is encoded as JSON, with the type "application/json". Otherwise it is an `HTTPBodyRequestable`. If
 /// the body cannot be encoded, the response has that error and nothing is sent.
+///
+///     struct Rename : DataRequestable<Rename>, JSONBodyRequestable<Rename, User> {
+///       User body;
+///       URL url = "https://example.com/users/7";
+///       HTTPMethod method = HTTPMethod::patch;
+///       HTTPHeaders sharedHeaders() const { return {}; }
+///     };
 template <class Self, class BodyType = JSONReference>
 struct JSONBodyRequestable : HTTPBodyRequestable<Self, BodyType>, detail::JSONBodyMixin {
   static_assert(velisand::JSONEncodable<BodyType>,

@@ -18,6 +18,8 @@ struct ByName {
 }  // namespace detail
 
 /// The options of a ready-made request, by name: `DataGetRequest(url, {.queryItems = {{"page", 2}}})`.
+///
+///     DataGetRequest(url, {.headers = {{"Accept-Language", "de"}}, .queryItems = {{"page", 2}}}).send().get();
 struct HTTPRequestOptions {
   /// Leave it out. It keeps braces without names from being taken for options.
   [[no_unique_address]] detail::ByName byName = detail::ByName();

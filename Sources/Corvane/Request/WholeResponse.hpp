@@ -3,6 +3,8 @@
 namespace corvane {
 
 /// The type of `wholeResponse`.
+///
+///     const DataResponse response = DataGetRequest(url).send(wholeResponse).get();  // also of a failure
 class WholeResponse {
  public:
   /// For `wholeResponse` alone: nothing in braces makes one.

@@ -91,6 +91,9 @@ MadeDownload<Body> madeOfDownload(std::optional<platform::Data> received, const 
 /// - A body from bytes (`velisand::DataInitializable`: `Data`, text, JSON models): the whole file is read into memory,
 ///   and then removed. `data` is absent, or the file's bytes if they cannot be converted to the body.
 /// - A body from a file (`URL`, paths, classes with a constructor that takes a `URL`): the body owns the file.
+///
+///     const DownloadResponse<URL> response = DownloadGetRequest<URL>(url).send(wholeResponse).get();
+///     if (const URL* file = response.result.body()) show(*file);
 template <class BodyType>
 struct DownloadResponse : ResponseRecord, HTTPResponsableDefaults<DownloadResponse<BodyType>> {
   static_assert(velisand::FileInitializable<BodyType>,

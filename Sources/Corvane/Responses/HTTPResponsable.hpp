@@ -26,6 +26,8 @@ concept OffersProperty = ReadsAs<decltype(member), R, Type>;
 
 /// The facts that every response has about its exchange. Each property may be stored (a data member) or computed (a
 /// function without arguments).
+///
+///     static_assert(HTTPResponsableBase<DataResponse>);
 template <class R>
 concept HTTPResponsableBase = detail::OffersProperty<R, &R::data, std::optional<platform::Data>> &&
                               detail::OffersProperty<R, &R::headers, std::optional<platform::HTTPHeaderFields>> &&
@@ -40,6 +42,8 @@ concept HTTPResponsableBase = detail::OffersProperty<R, &R::data, std::optional<
 
 /// The response type of a request. It is constructed from the outcome of a task (bytes, file URL, platform response and
 /// error, each possibly absent) and holds every failure in its `result`.
+///
+///     static_assert(HTTPResponsable<DataResponse>);
 template <class R>
 concept HTTPResponsable =
     HTTPResponsableBase<R> && HTTPResultable<typename R::Result> &&

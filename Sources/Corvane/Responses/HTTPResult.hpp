@@ -10,6 +10,8 @@
 namespace corvane {
 
 /// The result of a response: the body on success, the error on failure, each as a pointer that is null otherwise.
+///
+///     static_assert(HTTPResultable<HTTPResult<Data>>);
 template <class R>
 concept HTTPResultable = requires(const R& result) {
   typename R::Body;

@@ -18,6 +18,8 @@
 namespace corvane {
 
 /// How a stream is cut into lines.
+///
+///     auto entries = jsonLines<Entry>(request.stream(), {.maximumBytes = 4096});
 struct LineOptions {
   /// A longer line ends the stream with `HTTPStreamError::lineTooLong`. In bytes, without its end. Default: 1 MiB.
   std::size_t maximumBytes = std::size_t{1} << 20;

@@ -13,6 +13,9 @@
 namespace corvane {
 
 /// An event that a server sent ("Server-sent events" of the HTML standard).
+///
+///     auto events = serverSentEvents(StreamGetRequest(url));
+///     while (const std::optional<ServerSentEvent> event = co_await events.next()) show(event->event, event->data);
 struct ServerSentEvent {
   /// Its type. Default: "message".
   std::string event = "message";

@@ -19,6 +19,8 @@
 namespace corvane {
 
 /// How events are received, beside what `SendOptions` says.
+///
+///     auto events = serverSentEvents(StreamGetRequest(url), {.reconnects = true, .wait = 1, .reconnectLimit = 10});
 struct ServerSentEventOptions {
   /// The stop, the deadline for all connections together, and the connect time-out of each; see `SendOptions`. Queue
   /// and progress handler are not used.

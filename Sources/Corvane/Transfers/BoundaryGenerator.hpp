@@ -14,6 +14,8 @@ CORVANE_API const std::string& boundaryUUID();
 CORVANE_API std::string boundaryText();
 
 /// The separators of a multipart form.
+///
+///     const BoundaryGenerator boundaries{.boundary = "a text that is in no section"};
 struct BoundaryGenerator {
   /// Ends each line.
   std::string returnChars = "\r\n";

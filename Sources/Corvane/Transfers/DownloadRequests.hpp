@@ -13,6 +13,8 @@ namespace corvane {
 // and query items come in this order, or by name in a `HTTPDownloadOptions`.
 
 /// The options of a ready-made download, by name: `DownloadGetRequest(url, {.destination = {{.path = "manual.pdf"}}})`.
+///
+///     DownloadGetRequest<URL>(url, {.destination = {{.path = "manual.pdf", .resumes = true}}}).send().get();
 struct HTTPDownloadOptions {
   /// Leave it out. It keeps braces without names from being taken for options.
   [[no_unique_address]] detail::ByName byName = detail::ByName();

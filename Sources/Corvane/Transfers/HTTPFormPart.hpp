@@ -20,6 +20,8 @@
 namespace corvane {
 
 /// The options of a part of a form, by name: `{"photo", file, {.fileName = "ada.jpeg"}}`.
+///
+///     FormDataUploadRequest(url, {{"photo", file, {.contentType = "image/jpeg", .fileName = "ada.jpeg"}}}).send();
 struct HTTPFormPartOptions {
   /// Leave it out. It keeps braces without names from being taken for options.
   [[no_unique_address]] detail::ByName byName = detail::ByName();

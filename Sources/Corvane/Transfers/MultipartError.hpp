@@ -12,6 +12,9 @@ namespace corvane {
 
 /// A form cannot be written, since a server would read a part of its content as a header or a section. Nothing was
 /// sent.
+///
+///     const auto* problem = error.as<MultipartError>();
+///     if (problem && problem->which() == MultipartError::Case::boundaryInContent) report(problem->text());
 class CORVANE_API MultipartError final : public velisand::AppError<MultipartError>, public vantorel::ErrorLoggable {
  public:
   /// What is wrong with the form.

@@ -15,6 +15,8 @@
 namespace corvane {
 
 /// The options of a ready-made upload, by name: `FileUploadRequest(url, file, {.method = HTTPMethod::put})`.
+///
+///     FileUploadRequest(url, URL::file("ada.jpeg"), {.method = HTTPMethod::put}).send().get();
 struct HTTPUploadOptions {
   /// Leave it out. It keeps braces without names from being taken for options.
   [[no_unique_address]] detail::ByName byName = detail::ByName();
@@ -88,6 +90,8 @@ class CORVANE_API MultipartUploadRequest final
 
 /// A "POST", or another method, of a form as browsers send it: `FormDataUploadRequest(url, {{"title", "Ada"}, {"photo",
 /// file}})`.
+///
+///     FormDataUploadRequest(url, {{"title", "Ada"}, {"photo", URL::file("ada.jpeg")}}).send().get();
 class CORVANE_API FormDataUploadRequest final
     : public detail::StoredUpload<FormDataUploadRequestable<FormDataUploadRequest, DataResponse>> {
  public:

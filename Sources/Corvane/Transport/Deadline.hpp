@@ -24,6 +24,9 @@ concept SteadyTime = requires(const Time& time) {
 
 /// When a call has to be over: a number of seconds or a `std::chrono` duration, which begin when it is sent, or a
 /// moment of `std::chrono::steady_clock`. The default is none. One that has passed ends the call at once.
+///
+///     request.send({.deadline = 5}).get();                        // seconds
+///     request.send({.deadline = std::chrono::minutes(2)}).get();
 class CORVANE_API Deadline {
  public:
   /// There is none.

@@ -22,6 +22,8 @@ class Interception;
 }
 
 /// The kinds of exchanges that interceptors see.
+///
+///     if (chain.kind() == HTTPExchangeKind::download) request.allHTTPHeaderFields.set("X-Purpose", "download");
 enum class HTTPExchangeKind {
   data,      ///< the body of the response is in memory
   upload,    ///< the same; the body of the request may be a file

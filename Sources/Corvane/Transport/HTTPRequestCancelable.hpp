@@ -44,6 +44,8 @@ struct HTTPRequestCancelable : detail::CancelMark {
 };
 
 /// A request type that can be cancelled.
+///
+///     static_assert(Cancelable<GetReport>);  // it is an HTTPRequestCancelable<GetReport>
 template <class T>
 concept Cancelable = std::derived_from<T, HTTPRequestCancelable<T>>;
 

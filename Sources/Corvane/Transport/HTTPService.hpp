@@ -25,6 +25,8 @@ struct ServiceClient;
 ///
 /// One serial queue guards the sessions and is the delegate queue of each, so that all callbacks of a session run on
 /// it. May be used on any thread.
+///
+///     const std::shared_ptr<platform::URLSession> session = HTTPService::shared().urlSession(request);
 class CORVANE_API HTTPService {
  public:
   /// The one instance.

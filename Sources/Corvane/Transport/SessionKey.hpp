@@ -9,6 +9,8 @@
 namespace corvane {
 
 /// The properties that requests must have in common to share a session.
+///
+///     const auto session = HTTPService::shared().urlSession({.sessionConfigurationIdentifier = "reports"});
 struct SessionKey {
   /// The request's `sessionConfigurationIdentifier`.
   std::optional<std::string> sessionConfigurationIdentifier;

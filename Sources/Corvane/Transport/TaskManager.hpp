@@ -18,6 +18,8 @@ namespace corvane {
 ///
 /// Every operation returns at once; it takes effect on one serial queue, in the order of the calls. May be used on any
 /// thread.
+///
+///     TaskManager::shared().cancelTask(request.uuid);  // what request.cancel() does
 class CORVANE_API TaskManager {
  public:
   /// The one instance.

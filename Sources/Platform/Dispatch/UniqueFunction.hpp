@@ -9,6 +9,8 @@
 namespace platform {
 
 /// A callable with that signature; see the specialisation.
+///
+///     UniqueFunction<int(int)> twice = [](int number) { return 2 * number; };
 template <class Signature>
 class UniqueFunction;
 

@@ -21,6 +21,8 @@ namespace platform {
 class Dictionary;
 
 /// A dictionary that is created on demand, by calling this value. Copies share the function.
+///
+///     const DeferredDictionary details([] { return Dictionary{{"answer", 42}}; });  // made when it is logged
 class CORVANE_API DeferredDictionary {
  public:
   /// Keeps the function. It is called at each demand, on the thread that demands the dictionary.
@@ -48,6 +50,8 @@ class CORVANE_API DeferredDictionary {
 };
 
 /// A type with an `operator<<`.
+///
+///     static_assert(StreamPrintable<std::string>);
 template <class T>
 concept StreamPrintable = requires(std::ostream& stream, const T& value) { stream << value; };
 

@@ -9,6 +9,8 @@ namespace platform {
 
 /// Information about a program or library, in a dictionary as packaging supplies it on other systems. There are two
 /// bundles, which exist as long as the process. Thread-safe.
+///
+///     Bundle::main().setInfoDictionary(Dictionary{{"CFBundleName", "Weather"}});
 class CORVANE_API Bundle {
  public:
   /// The application. Its information is absent until the application sets it. Set it early: values that are derived

@@ -8,6 +8,10 @@ namespace platform {
 
 /// A value that is cheap to copy: copies share it until one of them is changed. Empty at first. As with any value, only
 /// one thread at a time may use an object; other threads may use its copies.
+///
+///     CopyOnWrite<std::string> text;
+///     text.own() = "a text";
+///     const CopyOnWrite<std::string> copy = text;  // shares it until one of them is changed
 template <class Value>
 class CopyOnWrite {
  public:

@@ -22,6 +22,11 @@ struct TaskMetrics;
 /// The base of custom error types with a message, a domain, a code and user information. Such a type is a value: it is
 /// copyable, thrown and caught by its own type, and held by `Error`. Derive from `CustomErrorBase<Self>`, which
 /// supplies `toError()`. Reading is safe on several threads.
+///
+///     class StationClosed final : public CustomErrorBase<StationClosed> {
+///      public:
+///       std::string message() const override { return "The station is closed."; }
+///     };
 class CORVANE_API CustomNSError : public std::exception {
  public:
   /// The key of the message in `userInfo`.
@@ -155,6 +160,8 @@ class CustomErrorBase : public Base {
 };
 
 /// The platform's plain error: a domain, a code, a message and user information.
+///
+///     throw NSError("org.example.weather", 7, "The station is closed.");
 class CORVANE_API NSError final : public CustomErrorBase<NSError> {
  public:
   /// All parts as given.

@@ -9,6 +9,8 @@
 namespace platform {
 
 /// The version of an operating system, e.g. 13.3.0.
+///
+///     const auto version = OperatingSystemVersion::parse("6.1.0-18-amd64");  // 6, 1 and 0
 struct OperatingSystemVersion {
   /// The three parts, from left to right.
   std::int64_t majorVersion = 0;
@@ -24,6 +26,8 @@ struct OperatingSystemVersion {
 };
 
 /// Information about the system that the process runs on. Thread-safe.
+///
+///     std::printf("Linux %d\n", static_cast<int>(ProcessInfo::operatingSystemVersion().majorVersion));
 class CORVANE_API ProcessInfo {
  public:
   ProcessInfo() = delete;

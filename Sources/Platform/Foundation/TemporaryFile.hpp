@@ -10,6 +10,10 @@ namespace platform {
 
 /// A file, or an empty directory, that is removed when this value is destroyed, or else at the normal exit of the
 /// process, unless it was kept or moved. Movable.
+///
+///     TemporaryFile file("/tmp/draft");
+///     write(file.path());
+///     file.moveTo("/home/ada/letter");  // otherwise it would be removed
 class CORVANE_API TemporaryFile {
  public:
   TemporaryFile() noexcept = default;

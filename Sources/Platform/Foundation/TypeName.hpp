@@ -15,6 +15,8 @@ std::string typeName() {
 }
 
 /// A type as a value, for example in an error about a value of the wrong type.
+///
+///     TypeValue{&typeid(int)}.name();  // "int"
 struct TypeValue {
   /// Never null. Default: `void`.
   const std::type_info* type = &typeid(void);

@@ -16,6 +16,8 @@ namespace platform {
 /// destination never shows a part of it. It has the permissions of any new file (0666 without those of the umask), or
 /// those of the file that it replaces (0777 of them), from the beginning. With `resumes`, a new file is not writable by
 /// others, whatever the umask is.
+///
+///     const DownloadDestination destination{.path = "manual.pdf", .overwrites = true};
 struct DownloadDestination {
   /// The path of the file. A relative one is resolved against the current directory of the moment when the task starts.
   std::string path;
@@ -34,6 +36,8 @@ struct DownloadDestination {
 };
 
 /// What is to become of the file of a download.
+///
+///     session->downloadTask(URLRequest(url), {.destination = {{.path = "manual.pdf"}}}, completion)->resume();
 struct CORVANE_API DownloadOptions {
   /// Absent: a file in the temporary directory.
   std::optional<DownloadDestination> destination = std::nullopt;
@@ -51,6 +55,8 @@ struct CORVANE_API DownloadOptions {
 };
 
 /// A downloaded file is not the one that was expected; it was removed.
+///
+///     if (const auto* other = error.as<DigestMismatch>()) report(other->actual().hex());
 class CORVANE_API DigestMismatch final : public CustomErrorBase<DigestMismatch> {
  public:
   /// `path` is where it was to be saved; empty for the temporary directory.

@@ -17,6 +17,10 @@ namespace platform {
 /// Each transmission of the body is a *pass*. A task opens a pass when a connection is ready for its body, and another
 /// one when the body has to be sent again, after a redirect for example. If that is impossible, the task fails. A
 /// stream may be given to several requests. Its functions are called on any thread, several at a time.
+///
+///     URLRequest request(url);
+///     request.httpMethod = "PUT";
+///     request.httpBodyStream = URLBodyStream::ofFile(URL::file("/var/log/syslog"));
 class CORVANE_API URLBodyStream {
  public:
   /// One reading of the body, from its first byte. The functions that a task calls:

@@ -27,6 +27,8 @@ struct URLResponseFacts {
 };
 
 /// A redirect that was followed.
+///
+///     for (const URLRedirect& each : response->redirects()) show(each.statusCode, each.url);
 struct URLRedirect {
   /// Where the response that redirects came from.
   URL url;
@@ -36,6 +38,9 @@ struct URLRedirect {
 };
 
 /// A response without its body. Immutable; held by `std::shared_ptr<const URLResponse>`.
+///
+///     const std::shared_ptr<const URLResponse> response = …;  // as a completion gets it
+///     save(response->suggestedFilename(), response->mimeType().value_or("unknown"));
 class CORVANE_API URLResponse {
  public:
   /// The value of `expectedContentLength` when the length is unknown.

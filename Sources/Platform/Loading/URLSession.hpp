@@ -33,6 +33,9 @@ struct TaskMetrics;
 class HTTPCookieStorage;
 
 /// How a session behaves; copied when the session is made.
+///
+///     auto configuration = URLSessionConfiguration::ephemeral();
+///     configuration.httpMaximumConnectionsPerHost = 2;
 struct CORVANE_API URLSessionConfiguration {
   /// Nothing is kept on disk: cookies and stored responses are kept in memory.
   static URLSessionConfiguration ephemeral() { return {}; }
@@ -67,6 +70,9 @@ struct CORVANE_API URLSessionConfiguration {
 };
 
 /// One load. Made suspended; `resume` starts it. All operations may be called from any thread.
+///
+///     task->resume();
+///     if (task->state() == URLSessionTask::State::running) task->cancel();
 class CORVANE_API URLSessionTask {
  public:
   /// The state of a task.
@@ -104,6 +110,10 @@ class CORVANE_API URLSessionTask {
 ///
 /// A session ends when its tasks have completed after it was invalidated, or after its last handle was released. It
 /// keeps its delegate until then.
+///
+///     const auto session = URLSession::make(URLSessionConfiguration::ephemeral(), nullptr, DispatchQueue("session"));
+///     const auto task = session->dataTask(URLRequest(url), [](auto data, auto response, auto error) { … });
+///     task->resume();
 class CORVANE_API URLSession : public std::enable_shared_from_this<URLSession> {
  public:
   /// Called exactly once for each task, on the delegate queue: the body (present, possibly empty, when the exchange

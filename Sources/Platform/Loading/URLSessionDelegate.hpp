@@ -14,6 +14,9 @@ namespace platform {
 class URLSession;
 
 /// The server that a challenge is about.
+///
+///     const URLProtectionSpace& server = challenge.protectionSpace;
+///     std::printf("%s:%d\n", server.host.c_str(), server.port);
 struct URLProtectionSpace {
   /// The host of the connection.
   std::string host;
@@ -27,18 +30,24 @@ struct URLProtectionSpace {
 };
 
 /// Asks the delegate whether to continue with a server.
+///
+///     const auto trust = challenge.protectionSpace.serverTrust;
 struct URLAuthenticationChallenge {
   /// The server.
   URLProtectionSpace protectionSpace;
 };
 
 /// Accepts the server that the trust object belongs to.
+///
+///     completion(AuthChallengeDisposition::useCredential, URLCredential{challenge.protectionSpace.serverTrust});
 struct URLCredential {
   /// The `serverTrust` of the challenge.
   std::shared_ptr<SecTrust> trust;
 };
 
 /// The delegate's decision on a challenge. The numbers are the platform's.
+///
+///     completion(AuthChallengeDisposition::performDefaultHandling, std::nullopt);
 enum class AuthChallengeDisposition {
   useCredential = 0,
   performDefaultHandling = 1,
@@ -47,6 +56,16 @@ enum class AuthChallengeDisposition {
 };
 
 /// Is notified of a session's end, and decides about trust in servers. Called on the session's delegate queue.
+///
+///     class OwnServers : public URLSessionDelegate {
+///       void didReceiveChallenge(const std::shared_ptr<URLSession>&, const URLAuthenticationChallenge& challenge,
+///                                ChallengeCompletion completion) override {
+///         const auto trust = challenge.protectionSpace.serverTrust;
+///         trust->evaluate() == SecTrustResult::unspecified
+///             ? completion(AuthChallengeDisposition::useCredential, URLCredential{trust})
+///             : completion(AuthChallengeDisposition::cancelAuthenticationChallenge, std::nullopt);
+///       }
+///     };
 class CORVANE_API URLSessionDelegate {
  public:
   /// Responds to a challenge. The credential is for `useCredential`, and absent otherwise.

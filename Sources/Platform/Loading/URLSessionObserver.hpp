@@ -13,6 +13,13 @@ class URLSessionTask;
 
 /// Is told what a task does, while it does it. Called on the session's delegate queue, in the order in which things
 /// happen. Must not throw.
+///
+///     class Counter : public URLSessionTaskObserver {
+///       void taskStarted(const URLSessionTask&) override { ++started; }
+///       void taskReceived(const URLSessionTask&, const std::shared_ptr<const HTTPURLResponse>&) override {}
+///       void taskEnded(const URLSessionTask&, const std::optional<Error>& error) override { failed += error ? 1 : 0; }
+///       int started = 0, failed = 0;
+///     };
 class CORVANE_API URLSessionTaskObserver {
  public:
   virtual ~URLSessionTaskObserver();
@@ -27,6 +34,13 @@ class CORVANE_API URLSessionTaskObserver {
 };
 
 /// Decides who is told of the tasks of a session.
+///
+///     class Observer : public URLSessionObserver {
+///       std::shared_ptr<URLSessionTaskObserver> observerOf(const URLSessionTask& task) override {
+///         return task.originalRequest().httpMethod == "GET" ? counter : nullptr;
+///       }
+///       std::shared_ptr<URLSessionTaskObserver> counter = std::make_shared<Counter>();
+///     };
 class CORVANE_API URLSessionObserver {
  public:
   virtual ~URLSessionObserver();

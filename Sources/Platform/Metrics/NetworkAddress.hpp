@@ -8,6 +8,8 @@
 namespace platform {
 
 /// One end of a connection, in numbers.
+///
+///     NetworkAddress{.host = "2001:db8::7", .port = 443}.text();  // "[2001:db8::7]:443"
 struct CORVANE_API NetworkAddress {
   /// An IPv4 or IPv6 address, without brackets; or the path of a Unix socket. Empty when it is not known, and at the
   /// client's end of a Unix socket, which has no path.

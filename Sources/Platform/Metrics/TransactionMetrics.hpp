@@ -12,6 +12,9 @@
 namespace platform {
 
 /// Two moments, as the time since the start of the task (`TaskMetrics::start`), by a clock that is never set.
+///
+///     if (const auto& connect = metrics.transactions.back().connect)
+///       show(std::chrono::duration<double, std::milli>(connect->length()).count());
 struct MetricsInterval {
   /// The first moment.
   std::chrono::nanoseconds start{};
@@ -25,6 +28,9 @@ struct MetricsInterval {
 };
 
 /// Bytes over the network, without the framing of TLS, of chunks and of HTTP/2's DATA frames.
+///
+///     const TransactionBytes& bytes = metrics.transactions.back().bytes;
+///     show(bytes.requestHead + bytes.requestBody, bytes.responseHead + bytes.responseBody);
 struct TransactionBytes {
   /// As sent; over HTTP/2 compressed (RFC 7541).
   std::uint64_t requestHead = 0;

@@ -24,6 +24,8 @@ inline constexpr std::int32_t authFailed = -25293;
 }  // namespace OSStatus
 
 /// The outcome of an evaluation. The numbers are the platform's.
+///
+///     const bool isTrusted = trust.evaluate() == SecTrustResult::unspecified;
 enum class SecTrustResult : std::uint32_t {
   invalid = 0,                  ///< a code of the platform; never the result of an evaluation here
   proceed = 1,                  ///< an explicit user setting; never the result of an evaluation here
@@ -35,11 +37,17 @@ enum class SecTrustResult : std::uint32_t {
 };
 
 /// The reason why an evaluation did not trust the chain.
+///
+///     if (trust.problem() == SecTrustProblem::expired) report("the certificate has expired");
 enum class SecTrustProblem { none, expired, notYetValid, unknownRoot, hostMismatch, other };
 
 /// A chain of certificates to be evaluated for a host. Safe on any thread.
 ///
 /// The anchor setters and `evaluate` are virtual, so that a test can substitute its own evaluation.
+///
+///     SecTrust trust(chain, "example.com");
+///     trust.setAnchorCertificates(SecCertificate::listFromPEM(pem));
+///     if (trust.evaluate() != SecTrustResult::unspecified) report(trust.problemDescription());
 class CORVANE_API SecTrust {
  public:
   /// `chain` starts with the server's own certificate, in the order in which it was received; the others

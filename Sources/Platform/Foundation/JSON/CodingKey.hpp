@@ -12,6 +12,10 @@ namespace platform {
 
 /// A step from a document to a value in it: the key of a member of an object, or the index of an element of
 /// an array.
+///
+///     for (const CodingKey& key : error.codingPath()) {
+///       key.index() ? std::printf("[%zu]", *key.index()) : std::printf(".%s", key.name().c_str());
+///     }
 class CORVANE_API CodingKey {
  public:
   /// The key of a member.

@@ -10,6 +10,8 @@ class JSONReader;
 class JSONWriter;
 
 /// The types of JSON values (RFC 8259, 3).
+///
+///     if (value.kind() == JSONKind::array) …
 enum class JSONKind : std::uint8_t { object, array, string, number, boolean, null };
 
 /// The key of a member, if it differs from the member's name.

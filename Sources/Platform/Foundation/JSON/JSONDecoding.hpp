@@ -95,6 +95,8 @@ void decode(JSONReader& reader, T& value) {
 /// A type that JSON is decoded into: numbers, booleans, text, enumerations, optionals, sequences, sets, arrays,
 /// maps from text, variants, pointers that own their value, dates, plain structs of these, and types with a
 /// `JSONCodec`. The members of a struct are looked at when it is decoded.
+///
+///     static_assert(JSONReadable<std::vector<User>>);
 template <class T>
 concept JSONReadable = detail::canBeDecoded<T>();
 

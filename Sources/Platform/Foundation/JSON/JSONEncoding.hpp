@@ -182,6 +182,8 @@ void encode(JSONWriter& writer, const T& value) {
 }  // namespace detail
 
 /// A type that can be written as JSON: what `JSONReadable` lists, and `std::string_view`.
+///
+///     static_assert(JSONWritable<std::vector<User>>);
 template <class T>
 concept JSONWritable = detail::canBeEncoded<T>();
 

@@ -155,6 +155,8 @@ class CORVANE_API JSONValue {
 };
 
 /// A member of an object.
+///
+///     for (const auto& [name, value] : *document.object()) show(name, value);
 struct JSONMember {
   /// Its name in the document.
   std::string key;
