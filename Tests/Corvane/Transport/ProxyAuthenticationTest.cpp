@@ -233,7 +233,8 @@ TEST_F(ForwardedRequestTest, tellsOthersNothing) {
 TEST_F(ForwardedRequestTest, countsWhatIsSentAtATime) {
   std::vector<velisand::Future<HTTPResponse<Data>>> sent;
   for (int i = 0; i < 20; ++i) sent.push_back(Get{.url = "http://service.test/" + std::to_string(i)}.send());
-  for (int i = 0; i < 20; ++i) EXPECT_EQ(sent[i].get().body.text(), "http://service.test/" + std::to_string(i));
+  for (std::size_t i = 0; i < sent.size(); ++i)
+    EXPECT_EQ(sent[i].get().body.text(), "http://service.test/" + std::to_string(i));
 }
 
 TEST_F(ForwardedRequestTest, tellsWhyItWasSentTwice) {
@@ -297,7 +298,7 @@ TEST_F(GuardedTunnelTest, opensManyAtATime) {
   use(proxy_.port());
   std::vector<velisand::Future<HTTPResponse<Data>>> sent;
   for (int i = 0; i < 12; ++i) sent.push_back(Get{.url = "https://service.test/" + std::to_string(i)}.send());
-  for (int i = 0; i < 12; ++i) EXPECT_EQ(sent[i].get().body.text(), "/" + std::to_string(i));
+  for (std::size_t i = 0; i < sent.size(); ++i) EXPECT_EQ(sent[i].get().body.text(), "/" + std::to_string(i));
 }
 
 }  // namespace

@@ -92,7 +92,7 @@ void Connector::begin() {
   phase_ = Phase::resolving;
   if (!options_.unixSocketPath.empty()) {
     phase_ = Phase::connecting;
-    times_.connectBegun = loop_.now();
+    noteBeginning();
     return tryNext();
   }
   if (const HostAddresses fixed = fixedAddresses()) return useAddresses(fixed);
@@ -137,8 +137,13 @@ void Connector::useAddresses(const HostAddresses& addresses) {
     return;
   }
   std::reverse(addresses_.begin(), addresses_.end());
-  times_.connectBegun = loop_.now();
+  noteBeginning();
   tryNext();
+}
+
+/// What a proxy's challenge takes belongs to the time of the connection.
+void Connector::noteBeginning() {
+  if (challenges_ == 0) times_.connectBegun = loop_.now();
 }
 
 void Connector::tryNext() {

@@ -121,6 +121,7 @@ class Connector final : private LookUp, private Timer, private Deferred, private
   void withMemory(Work work);
   void begin();
   void useAddresses(const HostAddresses& addresses);
+  void noteBeginning();
   HostAddresses fixedAddresses() const;
   void trySocket();
   void failToConnect();
