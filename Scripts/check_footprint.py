@@ -27,12 +27,12 @@ LARGEST_DEVIATION = 0.05  # of a figure in the page from what is measured
 
 # About a tenth above what was measured when they were set. Raise one on purpose only, with the reason in the commit.
 LIMITS = {
-    "libcorvane.so, stripped": 4_400_000,
+    "libcorvane.so, stripped": 4_700_000,
     "libcorvane_image.so, stripped": 39_000,
-    "HelloGet, static, stripped": 2_800_000,
-    "HelloGet, static, stripped, with `-Wl,--gc-sections`": 2_300_000,
-    "HelloJSON, static, stripped": 2_800_000,
-    "HelloJSON, static, stripped, with `-Wl,--gc-sections`": 2_420_000,
+    "HelloGet, static, stripped": 3_150_000,
+    "HelloGet, static, stripped, with `-Wl,--gc-sections`": 2_620_000,
+    "HelloJSON, static, stripped": 3_130_000,
+    "HelloJSON, static, stripped, with `-Wl,--gc-sections`": 2_730_000,
     "HelloGet, shared, stripped": 22_000,
     "HelloJSON, shared, stripped": 84_000,
     "Public headers of Corvane::Corvane": 285,
