@@ -61,7 +61,7 @@ debian:          ## makes the Debian packages, in build/packages
 	@Scripts/setup.sh build
 	@Scripts/package_debian.sh
 
-integration:     ## tries the library against nginx, httpbin, nghttpd, PHP and parsers of Python
+integration:     ## tries the library against nginx, httpbin, nghttpd, Squid, PHP and parsers of Python
 	@Scripts/setup.sh build integration
 	@Tests/Integration/run.sh
 

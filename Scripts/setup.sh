@@ -11,7 +11,7 @@ build="build-essential cmake ninja-build ccache pkg-config python3 curl file
 checks="clang-16 clang-19 lld-19 libclang-rt-19-dev libc++-19-dev libc++abi-19-dev llvm-19 clang-format-19 clang-tidy-19
   nlohmann-json3-dev libboost-json1.81-dev libboost-url1.81-dev media-types libcurl4-openssl-dev
   python3-clang-19 lintian gdb lldb-19 python3-lldb-19"
-integration="curl openssl nginx-light python3-httpbin nghttp2-server python3-multipart php-cli"
+integration="curl openssl nginx-light python3-httpbin nghttp2-server python3-multipart php-cli squid microsocks"
 bench="libcurl4-openssl-dev libbenchmark-dev nginx-light nghttp2-server gnuplot-nox valgrind strace
   libsimdjson-dev libboost1.81-dev libboost-json1.81-dev rapidjson-dev nlohmann-json3-dev"
 docs="graphviz mkdocs python3-pygments doxygen"

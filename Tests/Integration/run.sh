@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Runs the command-line tool, and a program that does transfers, against servers and parsers that nobody here wrote:
-# nginx, httpbin, nghttpd, PHP and those of Python, on free loopback ports, each ended by its process id.
+# nginx, httpbin, nghttpd, Squid, microsocks, PHP and those of Python, on free loopback ports, each ended by its process
+# id.
 #
 #   Tests/Integration/run.sh [TEST...]      e.g. test_nginx, test_nghttpd.HTTP2.test_a_large_body
 set -euo pipefail

@@ -193,6 +193,64 @@ class Nghttpd(Server):
                          port, folder / "nghttpd.log")
 
 
+SQUID = """
+http_port 127.0.0.1:PORT
+max_filedescriptors 1024
+cache_mem 8 MB
+auth_param SCHEME program PROGRAM FOLDER/members
+auth_param SCHEME children 2
+auth_param SCHEME realm members
+SETTINGS
+acl members proxy_auth REQUIRED
+acl secure port SECURE
+acl CONNECT method CONNECT
+http_access deny CONNECT !secure
+http_access allow members
+http_access deny all
+cache deny all
+access_log none
+cache_log /dev/null
+logfile_rotate 0
+pid_filename none
+pinger_enable off
+visible_hostname localhost
+shutdown_lifetime 0 seconds
+"""
+
+
+class Squid(Server):
+    """An HTTP proxy for the user "ada" with the password "s3cret", who is known by Basic or by Digest. Tunnels lead to
+    one port only."""
+
+    def __init__(self, folder, scheme, secure_port):
+        if scheme == "digest":
+            program, member = "digest_file_auth", "ada:s3cret"
+            # A nonce is good for a few requests, whose numbers grow.
+            settings = "auth_param digest nonce_max_count 20\nauth_param digest check_nonce_count on"
+        else:
+            hashed = subprocess.run(["openssl", "passwd", "-apr1", "s3cret"], check=True, stdout=subprocess.PIPE, text=True)
+            program, member, settings = "basic_ncsa_auth", "ada:" + hashed.stdout.strip(), ""
+        port = free_port()
+        text = SQUID
+        for name, value in (("SCHEME", scheme), ("PROGRAM", "/usr/lib/squid/" + program), ("FOLDER", folder.path),
+                            ("SETTINGS", settings), ("PORT", port), ("SECURE", secure_port)):
+            text = text.replace(name, str(value))
+        (folder / "squid.conf").write_text(text)
+        (folder / "members").write_text(member + "\n")
+        # Started by root, it works as another user.
+        folder.path.chmod(0o755)
+        super().__init__([find("squid"), "-N", "-d", "1", "-f", folder / "squid.conf"], port, folder / "squid.log")
+
+
+class Microsocks(Server):
+    """A SOCKS5 proxy for the user "ada" with the password "s3cret"."""
+
+    def __init__(self, folder):
+        port = free_port()
+        super().__init__([find("microsocks"), "-i", "127.0.0.1", "-p", port, "-u", "ada", "-P", "s3cret"], port,
+                         folder / "microsocks.log")
+
+
 class BundledServer:
     """The project's own server, with the routes that fail for a while."""
 

@@ -38,11 +38,21 @@ std::string hintForChallenge(const HTTPErrorResponse* response, const ToolOption
   return asksForDigest && !usesDigest(options) ? "the server asks for --auth digest" : "";
 }
 
+bool usesBasicAtProxy(const ToolOptions& options) {
+  return options.client.connections.proxy.authentication == platform::ProxyAuthentication::basic;
+}
+
 std::string hintForProxy(const HTTPErrorResponse* response, const ToolOptions& options) {
   const auto challenge = response ? response->header("Proxy-Authenticate") : std::nullopt;
   const bool asksForDigest = challenge && platform::detail::equalsIgnoringCase(challenge->substr(0, 6), "Digest");
-  const bool usesBasic = options.client.connections.proxy.authentication == platform::ProxyAuthentication::basic;
-  return asksForDigest && usesBasic ? "the proxy asks for --proxy-auth digest" : proxyCredentials;
+  return asksForDigest && usesBasicAtProxy(options) ? "the proxy asks for --proxy-auth digest" : proxyCredentials;
+}
+
+/// The error says what a proxy asks for that refuses a tunnel.
+std::string hintForTunnel(const ToolOptions& options) {
+  std::string hint = proxyCredentials;
+  if (usesBasicAtProxy(options)) hint += "; for one that asks for digest, there is --proxy-auth digest";
+  return hint;
 }
 
 std::string hintForStatus(int status, const HTTPErrorResponse* response, const ToolOptions& options) {
@@ -91,6 +101,7 @@ std::string hintForTransport(const Error& error, const ToolOptions& options) {
     case URLErrorCode::httpsProxyConnectionFailure:
       return hasSystemError(error) ? "does the proxy run, and are its name and its port right?" : "";
     case URLErrorCode::httpBadProxyCredentials:
+      return hintForTunnel(options);
     case URLErrorCode::socks5BadCredentials:
     case URLErrorCode::socks5NoAcceptableMethod:
       return proxyCredentials;
