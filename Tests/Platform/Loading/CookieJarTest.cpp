@@ -80,6 +80,16 @@ TEST(CookieJarTest, takesNoAddressForADomain) {
   EXPECT_EQ(cookiesFor(jar, {false, "127.0.0.1", 80}), "b=2");
 }
 
+TEST(CookieJarTest, keepsTheZoneOfAnAddressOutOfTheDomainThatItIsNamedAs) {
+  CookieJar jar;
+  const Origin linkLocal{true, "fe80::1%x.shop.example", 443};
+  jar.store("a=1; Domain=shop.example", linkLocal, "/");
+  jar.store("b=2; Domain=shop.example", shop, "/");
+
+  EXPECT_EQ(cookiesFor(jar, shop), "b=2");
+  EXPECT_EQ(cookiesFor(jar, linkLocal), "");
+}
+
 TEST(CookieJarTest, sendsByPathTheLongestFirst) {
   CookieJar jar;
   jar.store("root=1; Path=/", shop, "/");

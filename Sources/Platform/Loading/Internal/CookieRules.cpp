@@ -55,10 +55,11 @@ bool canBeWritten(std::string_view text, std::string_view separators) {
 
 }  // namespace
 
+/// An address is in no domain, nor is one of IPv6 whose zone ends as a domain does.
 bool isInCookieDomain(const std::string& host, std::string_view domain) {
   if (host == domain) return true;
   return host.size() > domain.size() + 1 && host.ends_with(domain) && host[host.size() - domain.size() - 1] == '.' &&
-         !networking::HostAddress::fromText(host);
+         host.find(':') == host.npos && !networking::HostAddress::fromText(host);
 }
 
 bool cookiePathMatches(std::string_view path, std::string_view cookiePath) {
