@@ -23,6 +23,7 @@ TEST(InterruptWatchTest, turnsAnInterruptIntoACallOnTheMainQueue) {
 
 TEST(InterruptWatchTest, leavesIgnoredSignalsIgnored) {
   std::signal(SIGHUP, SIG_IGN);
+  std::signal(SIGINT, SIG_DFL);  // a shell starts programs in the background with it ignored
   bool isStopped = false;
   const InterruptWatch watch([&isStopped] { isStopped = true; });
 
