@@ -162,8 +162,9 @@ Future<HTTPInterceptedResponse> DigestAuthentication::intercept(URLRequest reque
       sessions->note(response, request.url);
       co_return response;
     }
-    const bool mayTryAgain = sends < mostSendsWithDigest && detail::canBeSentAgain(request) &&
-                             sessions->accept(response, request.url, isFresh);
+    // Also where this request cannot be sent again: the next one knows what is asked for.
+    const bool isAccepted = sessions->accept(response, request.url, isFresh);
+    const bool mayTryAgain = isAccepted && sends < mostSendsWithDigest && detail::canBeSentAgain(request);
     attempt = request;
     if (!mayTryAgain || !sessions->authorize(attempt, chain.bodyFile())) co_return response;
     isFresh = true;

@@ -28,9 +28,11 @@ enum class ProxyAuthentication : std::uint8_t {
   /// With the first request and before it asks, by Basic authentication (RFC 7617), also when it would ask for another
   /// scheme. Anybody on the way to the proxy can read the password.
   basic,
-  /// When it asks, by Digest (RFC 7616, with SHA-256, SHA-512/256 or MD5, by its choice): the password itself is never
-  /// sent, and a proxy that asks for Basic alone is not told. The first request of a session is sent twice, or a
-  /// connection to a server behind a tunnel is made twice; the others know what is asked for.
+  /// When it asks, by Digest (RFC 7616, with the strongest of SHA-512/256, SHA-256 and MD5 that it offers): the
+  /// password
+  /// itself is never sent, and a proxy that asks for Basic alone is not told. Requests that a session sends before the
+  /// proxy has asked are sent twice, and connections to servers behind a tunnel are made twice; the others know what is
+  /// asked for.
   digest
 };
 

@@ -65,10 +65,12 @@ struct ExchangeProblem {
 /// Who an exchange is made for. Loop side only.
 class ExchangeOwner {
  public:
-  // Stays as it is until the exchange ended or was withdrawn.
+  // Stays as it is while the request is on a connection.
   virtual const RequestHead& requestHead() const = 0;
   /// Null: none.
   virtual RequestBody* requestBody() = 0;
+  /// The request is about to go out on a connection of the pool, for the first time or once more: the head may change.
+  virtual void requestGoesOut() noexcept = 0;
 
   // Where memory runs out in these, the exchange ends with that.
   virtual BodyDisposition responseHead(const ResponseHeadView& head) = 0;

@@ -281,5 +281,20 @@ TEST_F(CredentialsTest, sparesABodyThatCanBeReadOnceUntilTheChallengeIsKnown) {
   EXPECT_EQ(server.takeRequest().body, "once");
 }
 
+TEST_F(CredentialsTest, learnsOfANonceAlsoWhereABodyIsGone) {
+  addDigest();
+  server.enqueue(challenged("n1"));
+  server.enqueue(MockResponse(200));
+  server.enqueue(challenged("n2", "qop=auth, stale=true"));
+  server.enqueue(MockResponse(200));
+  bodyOf(get());
+
+  EXPECT_TRUE((ProducedPut{.body = readOnce(), .url = server.url()}.send().result().error()));
+  EXPECT_EQ((ProducedPut{.body = readOnce(), .url = server.url()}.send().get().statusCode()), 200);
+
+  for (int i = 0; i < 3; ++i) takeAuthorization();
+  EXPECT_THAT(takeAuthorization(), HasSubstr("nonce=\"n2\", nc=00000001"));
+}
+
 }  // namespace
 }  // namespace corvane

@@ -28,6 +28,7 @@ using testkit::CertificateAuthority;
 using testkit::CertificateRequest;
 using testkit::DigestVerifier;
 using testkit::MockResponse;
+using testkit::Moment;
 using testkit::ReceivedRequest;
 using testkit::ScriptedProxy;
 using testkit::TestServer;
@@ -37,6 +38,7 @@ namespace URLErrorCode = platform::URLErrorCode;
 struct Get : DataGetRequestable<Get> {
   URL url;
   HTTPHeaders headers;
+  double timeoutInterval = 60;
   std::optional<std::string> sessionConfigurationIdentifier = "guarded";
   HTTPHeaders sharedHeaders() const { return headers; }
 };
@@ -159,6 +161,52 @@ TEST_F(ForwardedRequestTest, deliversTheResponseWhereABodyIsGone) {
   EXPECT_EQ(result.error()->response()->statusCode(), 407);
 }
 
+TEST_F(ForwardedRequestTest, learnsOfANonceAlsoWhereABodyIsGone) {
+  EXPECT_EQ(get("http://service.test/"), "http://service.test/");
+  verifier_->useNonce("second");
+
+  const Put<HTTPBodyProducer> lost{.body = readOnce("lost"), .url = "http://service.test/"};
+  EXPECT_TRUE(lost.send().result().error());
+  const Put<HTTPBodyProducer> next{.body = readOnce("next"), .url = "http://service.test/next"};
+  EXPECT_EQ(next.send().get().body.text(), "http://service.test/next");
+  EXPECT_EQ(proxy_.requestCount(), 4);
+}
+
+TEST_F(ForwardedRequestTest, sendsABodyWithoutTheExpectationThatIsRefused) {
+  proxy_.enqueue(MockResponse(417).beforeRequestBody());
+  proxy_.handleAll([](const ReceivedRequest& request) { return MockResponse(200).text(request.body); });
+
+  const Put<HTTPBodyProducer> request{.body = readOnce("once"), .url = "http://service.test/"};
+  const auto response = request.send().get();
+
+  EXPECT_EQ(response.body.text(), "once");
+  ASSERT_TRUE(response.metrics);
+  EXPECT_EQ(response.metrics->transactions.back().cause, TransactionMetrics::Cause::expectationRefused);
+  EXPECT_TRUE(proxy_.takeRequest().hasHeader("Expect"));
+  EXPECT_FALSE(proxy_.takeRequest().hasHeader("Expect"));
+}
+
+TEST_F(ForwardedRequestTest, expectsNothingForABodyWithoutBytes) {
+  forward([](const ReceivedRequest& request) { return MockResponse(200).text(request.body); });
+
+  const Put<HTTPBodyProducer> request{
+      .body = HTTPBodyProducer([]() -> std::optional<Data> { return std::nullopt; }, {.length = 0}),
+      .url = "http://service.test/"};
+  request.send().get();
+
+  EXPECT_FALSE(proxy_.takeRequest().hasHeader("Expect"));
+}
+
+TEST_F(ForwardedRequestTest, takesTheTimeOfTheRequestForARefusalThatStops) {
+  proxy_.handleAll([this](const ReceivedRequest&) { return challenge().stall(Moment::insideBody, 2); });
+
+  const auto result = Get{.url = "http://service.test/", .timeoutInterval = 0.3}.send().result();
+
+  ASSERT_TRUE(result.error());
+  EXPECT_EQ(result.error()->code(), URLErrorCode::timedOut);
+  EXPECT_EQ(proxy_.requestCount(), 1);
+}
+
 TEST_F(ForwardedRequestTest, coversABodyInMemoryWhereTheProxyInsists) {
   verifier_ = std::make_shared<DigestVerifier>("ada", "secret", "auth-int");
   forward([](const ReceivedRequest& request) { return MockResponse(200).text(request.body); });
@@ -205,6 +253,18 @@ TEST_F(ForwardedRequestTest, deliversTheResponseWhereThePasswordIsWrong) {
   EXPECT_EQ(result.error()->response()->statusCode(), 407);
   EXPECT_EQ(result.error()->response()->body().value_or(Data()).text(), "asked");
   EXPECT_EQ(proxy_.requestCount(), 2);
+
+  EXPECT_TRUE(Get{.url = "http://service.test/"}.send().result().error());
+  EXPECT_EQ(proxy_.requestCount(), 3);
+}
+
+TEST_F(ForwardedRequestTest, triesAPasswordOnceMoreThatWasTakenBefore) {
+  EXPECT_EQ(get("http://service.test/one"), "http://service.test/one");
+  // The proxy begins anew, and does not know its old nonce.
+  proxy_.enqueue(MockResponse(407).header("Proxy-Authenticate", verifier_->challenge()));
+
+  EXPECT_EQ(get("http://service.test/two"), "http://service.test/two");
+  EXPECT_EQ(proxy_.requestCount(), 4);
 }
 
 TEST_F(ForwardedRequestTest, isNotAskedWithoutEnd) {
@@ -235,6 +295,16 @@ TEST_F(ForwardedRequestTest, countsWhatIsSentAtATime) {
   for (int i = 0; i < 20; ++i) sent.push_back(Get{.url = "http://service.test/" + std::to_string(i)}.send());
   for (std::size_t i = 0; i < sent.size(); ++i)
     EXPECT_EQ(sent[i].get().body.text(), "http://service.test/" + std::to_string(i));
+}
+
+TEST_F(ForwardedRequestTest, knowsTheNonceOnceItIsItsTurn) {
+  configuration_.connections.maximumConnections = 1;
+  use(proxy_.port());
+  std::vector<velisand::Future<HTTPResponse<Data>>> sent;
+  for (int i = 0; i < 10; ++i) sent.push_back(Get{.url = "http://service.test/" + std::to_string(i)}.send());
+  for (auto& each : sent) each.get();
+
+  EXPECT_EQ(proxy_.requestCount(), 11);
 }
 
 TEST_F(ForwardedRequestTest, tellsWhyItWasSentTwice) {

@@ -194,7 +194,7 @@ bool HTTPLoad::fail(LoadFailure failure) {
 }
 
 void HTTPLoad::exchangeEnded(std::optional<ExchangeProblem> problem) noexcept {
-  if (canRespondToProxy()) return loader_.submitAgain(*this, TransactionMetrics::Cause::proxyChallenge);
+  if (canRespondToProxy(problem)) return loader_.submitAgain(*this, *proxied_->repeats);
   if (cached_ && cached_->isContradicted) return loader_.submitAgain(*this, TransactionMetrics::Cause::notConfirmed);
   if (cacheStandsFor(problem)) return serveStored();
   LoadOutcome outcome;
@@ -214,7 +214,7 @@ void HTTPLoad::exchangeEnded(std::optional<ExchangeProblem> problem) noexcept {
 /// Whether what was received is whole.
 void HTTPLoad::judge(std::optional<ExchangeProblem>& problem, bool& lacksConnectivity) {
   if (failure_) return;
-  if (proxied_ && proxied_->isChallenged) {
+  if (isWantedByProxy(problem)) {
     fail({URLErrorCode::requestBodyStreamExhausted,
           "the proxy asks for the body of the request once more, and its producer cannot be rewound"});
     return;

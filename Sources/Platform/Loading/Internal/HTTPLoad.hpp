@@ -63,6 +63,7 @@ class HTTPLoad final : private networking::ExchangeOwner, private ProducedBody::
  private:
   const networking::RequestHead& requestHead() const override { return head_; }
   networking::RequestBody* requestBody() override { return sourced_ && sourced_->body ? &*sourced_->body : body_; }
+  void requestGoesOut() noexcept override;
   networking::BodyDisposition responseHead(const networking::ResponseHeadView& head) override;
   bool responseBody(networking::Bytes bytes) override;
   std::span<std::byte> responseRoom(std::size_t count) override;
@@ -95,10 +96,12 @@ class HTTPLoad final : private networking::ExchangeOwner, private ProducedBody::
   void chooseBody();
   void composeFields();
   void authorizeAtProxy();
+  void authorizeByDigest();
   bool mayTellPeer(std::string_view name) const;
   std::optional<networking::Bytes> bodyInMemory() const;
   bool respondsToProxy(const networking::ResponseHeadView& head);
-  bool canRespondToProxy();
+  bool isWantedByProxy(const std::optional<networking::ExchangeProblem>& problem) const;
+  bool canRespondToProxy(const std::optional<networking::ExchangeProblem>& problem);
   void addField(std::string_view name, std::string_view value) { fields_.push_back({name, value}); }
   bool expectBody(const networking::ResponseHeadView& head);
   bool isWithinLimit(std::size_t count);

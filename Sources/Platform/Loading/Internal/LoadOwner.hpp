@@ -66,6 +66,8 @@ class LoadOwner {
   bool hasSent = false;
   /// How many challenges of the proxy the loads that have ended responded to, one after the other; kept by the loads.
   unsigned proxyChallenges = 0;
+  /// Whether one of them was refused for an "Expect" (417); kept by the loads.
+  bool expectationRefused = false;
   /// The loader adds to it whatever it did for the owner, before the owner is told of the end.
   MetricsRecord metricsRecord;
 

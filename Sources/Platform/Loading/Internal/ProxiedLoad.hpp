@@ -1,7 +1,11 @@
 #pragma once
 
+#include <cstddef>
+#include <optional>
 #include <string>
 
+#include "Platform/Metrics/TransactionMetrics.hpp"
+#include "Platform/Networking/Authentication/ProxyDigest.hpp"
 #include "Platform/Networking/Connecting/Route.hpp"
 
 namespace platform::detail {
@@ -12,9 +16,13 @@ struct ProxiedLoad {
   /// What a forwarding proxy is asked for: the whole URL.
   std::string target;
   /// What it is told of its user; header fields refer to it.
-  std::string authorization;
-  /// It asks for credentials, which are known now.
-  bool isChallenged = false;
+  networking::ProxyDigest::Authorization authorization;
+  /// How many header fields are not from here; absent: the request has not gone out yet.
+  std::optional<std::size_t> otherFields;
+  /// Whether "Expect" is from here.
+  bool expects = false;
+  /// Why the request is to go out once more.
+  std::optional<TransactionMetrics::Cause> repeats;
 };
 
 }  // namespace platform::detail

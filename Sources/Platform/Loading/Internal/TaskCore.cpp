@@ -268,6 +268,7 @@ void TaskCore::count(std::int64_t completed) {
 void TaskCore::retryConnecting() noexcept {
   if (!std::exchange(waitsForConnectivity_, false) || state() != URLSessionTask::State::running) return;
   metricsRecord.setCause(TransactionMetrics::Cause::networkChanged);
+  proxyChallenges = 0;  // the proxy may be another one
   take([this] { send(); });
 }
 

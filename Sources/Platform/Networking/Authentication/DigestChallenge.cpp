@@ -68,11 +68,12 @@ std::optional<DigestChallenge> DigestChallenge::read(const AuthenticationChallen
   return made;
 }
 
-std::optional<DigestChallenge> DigestChallenge::strongest(const std::vector<std::string>& fields) {
+std::optional<DigestChallenge> DigestChallenge::strongest(const std::vector<std::string>& fields, bool canCoverBody) {
   std::optional<DigestChallenge> best;
   for (const std::string& field : fields) {
     for (const auto& challenge : AuthenticationChallenge::parse(field)) {
       auto read = DigestChallenge::read(challenge);
+      if (read && read->protection == Protection::authInt && !canCoverBody) continue;
       if (read && (!best || read->function > best->function)) best = std::move(read);
     }
   }

@@ -29,15 +29,16 @@ struct DigestChallenge {
 
   /// Whether requests that respond to either are counted together.
   bool hasNonceOf(const DigestChallenge& other) const {
-    return nonce == other.nonce && realm == other.realm && function == other.function && isSession == other.isSession &&
-           protection == other.protection;
+    return nonce == other.nonce && opaque == other.opaque && realm == other.realm && function == other.function &&
+           isSession == other.isSession && protection == other.protection;
   }
 
   /// Absent for another scheme, for an algorithm or a protection that is not known, and without a realm or a nonce;
   /// also for "-sess" without a protection, where the server would not learn the client's nonce.
   static std::optional<DigestChallenge> read(const AuthenticationChallenge& challenge);
-  /// The strongest of those in the fields "WWW-Authenticate"; the first of equals.
-  static std::optional<DigestChallenge> strongest(const std::vector<std::string>& fields);
+  /// The strongest of those in the fields "WWW-Authenticate"; the first of equals. Only of those that leave the body
+  /// alone, where that cannot be covered.
+  static std::optional<DigestChallenge> strongest(const std::vector<std::string>& fields, bool canCoverBody = true);
 };
 
 }  // namespace platform::networking

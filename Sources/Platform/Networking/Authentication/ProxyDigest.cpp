@@ -31,7 +31,8 @@ std::vector<std::string> valuesOf(std::span<const FieldView> fields, std::string
 
 }  // namespace
 
-std::string ProxyDigest::authorization(std::string_view method, std::string_view target, std::optional<Bytes> body) {
+ProxyDigest::Authorization ProxyDigest::authorize(std::string_view method, std::string_view target,
+                                                  std::optional<Bytes> body) {
   const MutexLock lock(mutex_);
   if (!session_) return {};
   DigestSubject subject{.method = method, .target = target};
@@ -40,7 +41,7 @@ std::string ProxyDigest::authorization(std::string_view method, std::string_view
   if (coversBody && !body) return {};
   try {
     if (coversBody) subject.bodyHash = hashOf(challenge.function, *body);
-    return session_->authorization(subject);
+    return {.value = session_->authorization(subject), .nonce = challenge.nonce};
   } catch (const Error&) {
     // OpenSSL has lost the hash function. The proxy's refusal of the request tells of it.
     session_.reset();
@@ -48,35 +49,42 @@ std::string ProxyDigest::authorization(std::string_view method, std::string_view
   }
 }
 
-ProxyDigest::Verdict ProxyDigest::accept(std::span<const FieldView> fields, unsigned challenges, bool hasBodyInMemory) {
-  auto challenge = DigestChallenge::strongest(valuesOf(fields, "Proxy-Authenticate"));
-  if (!challenge || (challenge->protection == Protection::authInt && !hasBodyInMemory)) return Verdict::unsupported;
-  // The first nonce may have been an old one.
-  if (challenges == mostChallenges || (challenges > 0 && !challenge->isStale)) return Verdict::refused;
-  const MutexLock lock(mutex_);
-  // A nonce that the proxy gives more than once goes on to be counted.
-  if (session_ && challenge->hasNonceOf(session_->challenge())) return Verdict::again;
-  return begin(*std::move(challenge));
+bool ProxyDigest::isInForce(const std::optional<std::string>& nonce) const {
+  return session_ && nonce == session_->challenge().nonce;
 }
 
-ProxyDigest::Verdict ProxyDigest::begin(DigestChallenge challenge) {
+ProxyDigest::Verdict ProxyDigest::accept(std::span<const FieldView> fields, const Attempt& attempt) {
+  auto challenge = DigestChallenge::strongest(valuesOf(fields, "Proxy-Authenticate"), attempt.hasBodyInMemory);
+  if (!challenge) return Verdict::unsupported;
+  const MutexLock lock(mutex_);
+  // The password is wrong where a nonce is refused that is not stale (RFC 7616, 3.3), unless it has been taken before:
+  // then the proxy may have begun anew. What was sent before a newer challenge came says nothing.
+  const bool isWrong = isInForce(attempt.nonce) && !challenge->isStale && !std::exchange(isConfirmed_, false);
+  // A nonce that the proxy gives more than once goes on to be counted.
+  const bool isKnown = session_ && challenge->hasNonceOf(session_->challenge());
+  if (!isKnown && !begin(*std::move(challenge))) return Verdict::unsupported;
+  return isWrong || attempt.challenges == mostChallenges ? Verdict::refused : Verdict::again;
+}
+
+bool ProxyDigest::begin(DigestChallenge challenge) {
+  isConfirmed_ = false;
   try {
     session_.emplace(user_, std::move(challenge), UUID().uuidString());
-    return Verdict::again;
+    return true;
   } catch (const Error&) {
-    // This OpenSSL does not have the hash function.
     session_.reset();
-    return Verdict::unsupported;
+    return false;
   }
 }
 
-void ProxyDigest::note(std::span<const FieldView> fields) {
-  for (const std::string& field : valuesOf(fields, "Proxy-Authentication-Info")) {
-    const auto information = AuthenticationChallenge::ofParameters(field);
-    const std::string* const next = information.parameter("nextnonce");
-    if (!next || next->empty()) continue;
-    const MutexLock lock(mutex_);
-    if (session_) session_->useNonce(*next);
+void ProxyDigest::note(std::span<const FieldView> fields, const std::optional<std::string>& nonce) {
+  const std::vector<std::string> information = valuesOf(fields, "Proxy-Authentication-Info");
+  const MutexLock lock(mutex_);
+  isConfirmed_ = isConfirmed_ || isInForce(nonce);
+  for (const std::string& field : information) {
+    const auto parameters = AuthenticationChallenge::ofParameters(field);
+    const std::string* const next = parameters.parameter("nextnonce");
+    if (next && !next->empty() && session_) session_->useNonce(*next);
   }
 }
 

@@ -25,25 +25,44 @@ class ProxyDigest {
   /// How many challenges in a row a request responds to: another one follows where a nonce is stale at once.
   static constexpr unsigned mostChallenges = 3;
 
+  /// What a request tells the proxy.
+  struct Authorization {
+    /// Of "Proxy-Authorization". Empty before the first challenge, and where the digest covers the body ("auth-int")
+    /// and that is not in memory.
+    std::string value;
+    /// That the value is for.
+    std::optional<std::string> nonce;
+  };
+  /// A request that got a response.
+  struct Attempt {
+    /// That it was sent with.
+    const std::optional<std::string>& nonce;
+    /// How many it has responded to already.
+    unsigned challenges = 0;
+    bool hasBodyInMemory = true;
+  };
+
   explicit ProxyDigest(DigestUser user) : user_(std::move(user)) {}
 
-  /// The value of "Proxy-Authorization" for a request; counts it. Empty before the first challenge, and where the
-  /// digest covers the body ("auth-int") and that is not in memory. `body`: absent where it is not in memory.
-  std::string authorization(std::string_view method, std::string_view target, std::optional<Bytes> body);
-  /// Takes over the challenge in the fields of a response with the status 407. `challenges`: how many the request has
-  /// responded to already.
-  Verdict accept(std::span<const FieldView> fields, unsigned challenges, bool hasBodyInMemory);
-  /// Takes over the nonce that the fields of another response ask for, if any (RFC 7616, 3.5).
-  void note(std::span<const FieldView> fields);
+  /// For a request that goes out now; counts it. `body`: absent where it is not in memory.
+  Authorization authorize(std::string_view method, std::string_view target, std::optional<Bytes> body);
+  /// Takes over the challenge in the fields of a response with the status 407.
+  Verdict accept(std::span<const FieldView> fields, const Attempt& attempt);
+  /// The response had another status. Takes over the nonce that its fields ask for, if any (RFC 7616, 3.5).
+  void note(std::span<const FieldView> fields, const std::optional<std::string>& nonce);
   /// What the fields of a response with the status 407 ask for, by name in lower case: "basic, negotiate".
   static std::string schemes(std::span<const FieldView> fields);
 
  private:
-  Verdict begin(DigestChallenge challenge) CORVANE_REQUIRES(mutex_);
+  bool isInForce(const std::optional<std::string>& nonce) const CORVANE_REQUIRES(mutex_);
+  /// False where this OpenSSL does not have the hash function.
+  bool begin(DigestChallenge challenge) CORVANE_REQUIRES(mutex_);
 
   const DigestUser user_;
   detail::Mutex mutex_;
   std::optional<DigestSession> session_ CORVANE_GUARDED_BY(mutex_);
+  /// Whether the proxy took the user and the password since the session began, or since it refused them last.
+  bool isConfirmed_ CORVANE_GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace platform::networking

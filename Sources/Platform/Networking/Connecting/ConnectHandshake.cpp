@@ -12,11 +12,8 @@ std::string authorityOf(const Origin& origin) {
   return (isIPv6 ? "[" + origin.host + "]" : origin.host) + ":" + std::to_string(origin.port);
 }
 
-std::string connectRequest(const Proxy& proxy, const Origin& origin) {
-  const std::string target = authorityOf(origin);
+std::string connectRequest(const std::string& target, const std::string& authorization) {
   std::string head = "CONNECT " + target + " HTTP/1.1\r\nHost: " + target + "\r\n";
-  std::string authorization = proxy.authorization;
-  if (proxy.digest) authorization = proxy.digest->authorization("CONNECT", target, Bytes());
   if (!authorization.empty()) head += "Proxy-Authorization: " + authorization + "\r\n";
   return head + "\r\n";
 }
@@ -36,7 +33,11 @@ std::string complaintAboutBasic(std::span<const FieldView> fields) {
 
 ConnectHandshake::ConnectHandshake(const Proxy& proxy, const Origin& origin, unsigned challenges)
     : ProxyHandshake(proxy), origin_(origin), challenges_(challenges) {
-  say(connectRequest(proxy, origin));
+  const std::string target = authorityOf(origin);
+  ProxyDigest::Authorization authorization{.value = proxy.authorization, .nonce = std::nullopt};
+  if (proxy.digest) authorization = proxy.digest->authorize("CONNECT", target, Bytes());
+  say(connectRequest(target, authorization.value));
+  nonce_ = std::move(authorization.nonce);
   parser_.beginTunnel();
 }
 
@@ -65,7 +66,7 @@ ProxyHandshake::State ConnectHandshake::take(std::string_view bytes) {
 
 ProxyHandshake::State ConnectHandshake::judge(std::string_view rest) {
   if (parser_.statusCode() / 100 != 2) return refused();
-  if (proxy().digest) proxy().digest->note(parser_.head().fields);
+  if (proxy().digest) proxy().digest->note(parser_.head().fields, nonce_);
   if (rest.empty()) return State::open;
   return fail(FailureCause::tunnelRefused,
               "sent " + std::to_string(rest.size()) + " bytes into the tunnel before anything was sent to the server");
@@ -86,7 +87,7 @@ ProxyHandshake::State ConnectHandshake::refused() {
 
 ProxyHandshake::State ConnectHandshake::challenged() {
   const auto fields = parser_.head().fields;
-  switch (proxy().digest->accept(fields, challenges_, true)) {
+  switch (proxy().digest->accept(fields, {.nonce = nonce_, .challenges = challenges_})) {
     case ProxyDigest::Verdict::again:
       return State::challenged;
     case ProxyDigest::Verdict::refused:

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "Platform/Networking/Connecting/ProxyHandshake.hpp"
@@ -28,6 +29,8 @@ class ConnectHandshake final : public ProxyHandshake {
 
   const Origin origin_;
   const unsigned challenges_;
+  /// That the proxy was told of its user with.
+  std::optional<std::string> nonce_;
   ResponseParser parser_;
   std::string unparsed_;
   std::size_t received_ = 0;

@@ -261,7 +261,10 @@ void Connector::tunnelChallenged() {
   ++challenges_;
   tunnel_.reset();
   systemError_ = 0;
-  withMemory([this] { begin(); });
+  withMemory([this] {
+    begin();
+    owner_.connectorProgressed(*this);
+  });
 }
 
 void Connector::tunnelFailed(Failure failure) { fail(ofPeer(std::move(failure))); }

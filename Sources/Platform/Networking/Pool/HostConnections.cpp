@@ -75,6 +75,7 @@ void HostConnections::start(Exchange& exchange, PooledConnection& connection) {
   exchange.isOnKeptConnection_ = connection.http().started() > 0;
   exchange.touch();
   if (!exchange.isArmed()) exchange.startIdleTime();
+  exchange.owner_.requestGoesOut();
   connection.http().start(exchange.stream());
 }
 

@@ -137,6 +137,15 @@ TEST(DigestChallengeTest, isTheStrongestOfThoseOffered) {
   EXPECT_EQ(best->nonce, "2");
 }
 
+TEST(DigestChallengeTest, leavesTheBodyAloneWhereThatCannotBeCovered) {
+  const std::vector<std::string> fields = {R"(Digest realm=r, nonce=1, qop="auth-int", algorithm=SHA-256)",
+                                           R"(Digest realm=r, nonce=2, qop="auth", algorithm=MD5)"};
+
+  EXPECT_EQ(DigestChallenge::strongest(fields)->nonce, "1");
+  EXPECT_EQ(DigestChallenge::strongest(fields, false)->nonce, "2");
+  EXPECT_FALSE(DigestChallenge::strongest({fields[0]}, false));
+}
+
 TEST(DigestChallengeTest, isNoneOfThoseThatAreNotKnown) {
   EXPECT_FALSE(DigestChallenge::strongest({"Digest realm=r, nonce=n, algorithm=SHA-3"}));
   EXPECT_FALSE(DigestChallenge::strongest({"Digest realm=r, nonce=n, qop=token"}));

@@ -149,6 +149,17 @@ TEST_F(DigestConnectHandshakeTest, triesAgainWhereTheNonceIsStaleAndNotWithoutEn
   EXPECT_EQ(refuse("Digest realm=\"p\", nonce=\"d\", stale=true", ProxyDigest::mostChallenges), State::failed);
 }
 
+TEST_F(DigestConnectHandshakeTest, takesTheChallengeToAnOlderNonceForNoRefusal) {
+  EXPECT_EQ(refuse("Digest realm=\"p\", nonce=\"a\""), State::challenged);
+  handshake.emplace(proxy, origin, 1);  // with "a"
+  ConnectHandshake other(proxy, origin);
+  EXPECT_EQ(other.take("HTTP/1.1 407 x\r\nProxy-Authenticate: Digest realm=\"p\", nonce=\"b\", stale=true\r\n\r\n"),
+            State::challenged);
+
+  EXPECT_EQ(handshake->take("HTTP/1.1 407 x\r\nProxy-Authenticate: Digest realm=\"p\", nonce=\"c\"\r\n\r\n"),
+            State::challenged);
+}
+
 TEST_F(DigestConnectHandshakeTest, coversTheBodyThatATunnelDoesNotHave) {
   EXPECT_EQ(refuse("Digest realm=\"p\", nonce=\"a\", qop=\"auth-int\""), State::challenged);
   EXPECT_THAT(std::string(ConnectHandshake(proxy, origin, 1).unsent()), HasSubstr("qop=auth-int"));

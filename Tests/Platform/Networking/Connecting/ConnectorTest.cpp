@@ -4,19 +4,24 @@
 
 #include <cerrno>
 
+#include "Platform/Networking/Authentication/ProxyDigest.hpp"
 #include "Platform/Networking/Loop/NetworkClock.hpp"
+#include "TestSupport/DigestVerifier.hpp"
 #include "TestSupport/HeldLookUps.hpp"
 #include "TestSupport/OpenDescriptors.hpp"
+#include "TestSupport/ScriptedProxy.hpp"
 
 namespace platform::networking {
 namespace {
 
 using namespace std::chrono_literals;
 using corvane::testkit::descriptorsWithoutPeer;
+using corvane::testkit::DigestVerifier;
 using corvane::testkit::HeldLookUps;
 using corvane::testkit::MockResponse;
 using corvane::testkit::openDescriptors;
 using corvane::testkit::runUntil;
+using corvane::testkit::ScriptedProxy;
 using corvane::testkit::ServerOptions;
 using corvane::testkit::SilentPort;
 using corvane::testkit::TestServer;
@@ -47,6 +52,24 @@ TEST_F(ConnectorTest, looksUpAName) {
   EXPECT_GE(owner.open->times.nameResolved, owner.open->times.lookUpBegun);
   EXPECT_EQ(owner.progress, 1);
   EXPECT_EQ(resolver.keptCount(), 1U);
+}
+
+TEST_F(ConnectorTest, progressesWithEachChallengeOfAProxy) {
+  TestServer server;
+  const auto verifier = std::make_shared<DigestVerifier>("ada", "secret");
+  ScriptedProxy proxy({.digest = verifier});
+  proxy.leadTo("service.test", server.port());
+  connectionOptions.proxy = {.kind = Proxy::Kind::http,
+                             .host = "127.0.0.1",
+                             .port = proxy.port(),
+                             .digest = std::make_shared<ProxyDigest>(DigestUser{.name = "ada", .password = "secret"})};
+  Route tunnel = route("service.test", server.port());
+  tunnel.way = Route::Way::tunnelled;
+
+  connect(tunnel);
+
+  EXPECT_TRUE(owner.open);
+  EXPECT_EQ(owner.progress, 1);
 }
 
 TEST_F(ConnectorTest, triesTheOtherFamilyWhenOneRefuses) {

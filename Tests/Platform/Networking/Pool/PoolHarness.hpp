@@ -69,6 +69,7 @@ class PooledGet final : public ExchangeOwner {
     return head_;
   }
   RequestBody* requestBody() override { return nullptr; }
+  void requestGoesOut() noexcept override {}
   BodyDisposition responseHead(const ResponseHeadView& head) override;
   bool responseBody(Bytes bytes) override;
   std::span<std::byte> responseRoom(std::size_t) override { return {}; }
