@@ -29,10 +29,9 @@ enum class ProxyAuthentication : std::uint8_t {
   /// scheme. Anybody on the way to the proxy can read the password.
   basic,
   /// When it asks, by Digest (RFC 7616, with the strongest of SHA-512/256, SHA-256 and MD5 that it offers): the
-  /// password
-  /// itself is never sent, and a proxy that asks for Basic alone is not told. Requests that a session sends before the
-  /// proxy has asked are sent twice, and connections to servers behind a tunnel are made twice; the others know what is
-  /// asked for.
+  /// password itself is never sent, and a proxy that asks for Basic alone is not told. Requests that a session sends
+  /// before the proxy has asked are sent twice, and connections to servers behind a tunnel are made twice; the others
+  /// know what is asked for.
   digest
 };
 
