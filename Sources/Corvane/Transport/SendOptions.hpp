@@ -13,7 +13,7 @@ namespace corvane {
 /// What one call asks for beside its request, by name. Every form of sending takes it: a plain send, a download or an
 /// upload, a batch, a retrying send.
 ///
-///     request.send({.queue = queue, .stop = screen.stopToken(), .deadline = 5s}, completion);
+///     request.send({.queue = queue, .stop = screen.get_token(), .deadline = 5s}, completion);
 ///     const auto response = request.send({.deadline = 5s, .connectTimeout = 1s}).get();
 ///
 /// The idle time-out is a property of the request: `timeoutInterval`.
