@@ -7,11 +7,13 @@
 #include <ctime>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "Platform/Security/Internal/CertificateHandle.hpp"
 #include "Platform/Security/Internal/HostMatching.hpp"
 #include "Platform/Security/Internal/OpenSSLUse.hpp"
 #include "Platform/Security/Internal/SystemAnchors.hpp"
+#include "Platform/Security/Internal/VerifiedChains.hpp"
 
 namespace platform::detail {
 namespace {
@@ -126,6 +128,10 @@ TrustVerdict verifyChain(const TrustQuestion& question) {
   const OpenSSLUse use;
   if (!use) return {SecTrustResult::otherError, SecTrustProblem::other, "The process exits."};
   const OpenSSLErrorScope errors;
+  VerifiedChains& known = VerifiedChains::shared();
+  if (auto verified = known.find(question, question.verifyDate.value_or(std::time(nullptr))); !verified.empty()) {
+    return {SecTrustResult::unspecified, SecTrustProblem::none, {}, std::move(verified)};
+  }
   const Certificates sent = certificates(question.chain, 1);
   const Certificates anchors = certificates(question.anchors, 0);
   const std::unique_ptr<X509_STORE_CTX, Free> context(X509_STORE_CTX_new());
@@ -142,10 +148,12 @@ TrustVerdict verifyChain(const TrustQuestion& question) {
             "The certificate \"" + question.chain.front().subjectSummary() + "\" is not for the host \"" +
                 question.host + "\"."};
   }
-  return {SecTrustResult::unspecified,
-          SecTrustProblem::none,
-          {},
-          certificatesFromChain(X509_STORE_CTX_get0_chain(context.get()))};
+  TrustVerdict verdict{SecTrustResult::unspecified,
+                       SecTrustProblem::none,
+                       {},
+                       certificatesFromChain(X509_STORE_CTX_get0_chain(context.get()))};
+  known.add(question, verdict.verifiedChain);
+  return verdict;
 }
 
 }  // namespace platform::detail

@@ -25,8 +25,9 @@ struct TrustVerdict {
   std::vector<SecCertificate> verifiedChain = {};
 };
 
-/// Verifies a chain and the host name. The anchors of the question and those of the system that could have
-/// issued one of its certificates are handed to OpenSSL as they are: no store is built or copied.
+/// Verifies a chain and the host name. The anchors of the question and those of the system that could have issued one
+/// of its certificates are handed to OpenSSL as they are: no store is built or copied. A chain that was trusted lately
+/// is not verified again (VerifiedChains).
 TrustVerdict verifyChain(const TrustQuestion& question);
 
 }  // namespace platform::detail
