@@ -43,8 +43,7 @@ class VerifiedChainsTest : public testing::Test {
   const CertificateAuthority authority{"Root"};
   const SecCertificate root = trustCertificate(authority.certificate());
   const SecCertificate leaf = trustCertificate(authority.issue({.commonName = "leaf", .dnsNames = {"leaf.test"}}));
-  const SecCertificate otherLeaf =
-      trustCertificate(authority.issue({.commonName = "leaf", .dnsNames = {"leaf.test"}}));
+  const SecCertificate otherLeaf = trustCertificate(authority.issue({.commonName = "leaf", .dnsNames = {"leaf.test"}}));
   const std::vector<SecCertificate> chain{leaf};
   const std::vector<SecCertificate> anchors{root};
   const std::string host = "leaf.test";
@@ -52,9 +51,7 @@ class VerifiedChainsTest : public testing::Test {
   VerifiedChains chains;
 };
 
-TEST_F(VerifiedChainsTest, findsWhatWasVerified) {
-  EXPECT_EQ(chains.find(question(), now), (std::vector{leaf, root}));
-}
+TEST_F(VerifiedChainsTest, findsWhatWasVerified) { EXPECT_EQ(chains.find(question(), now), (std::vector{leaf, root})); }
 
 TEST_F(VerifiedChainsTest, knowsCertificatesByTheirBytes) {
   const std::vector<SecCertificate> read{*SecCertificate::createWithData(leaf.data())};

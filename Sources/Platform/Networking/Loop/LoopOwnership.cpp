@@ -18,7 +18,12 @@ namespace platform::networking {
 namespace {
 
 /// Half of the time that a leader may take to come, or to come back, before the network thread takes over.
-constexpr long graceNanoseconds = 1'000'000;
+constexpr Duration grace = std::chrono::milliseconds(1);
+/// A timer that has run so long for so few releases of the loop is stopped before its driver sleeps. Where releases
+/// follow each other at once, stopping and setting it would cost more than the wake-ups that it causes: in a virtual
+/// machine either takes microseconds.
+constexpr Duration oldTimer = grace / 4;
+constexpr int fewReleases = 4;
 /// Between two looks of the parked network thread while somebody else leads.
 constexpr int parkedLookMilliseconds = 1000;
 /// How long no work is left to leaders after one was late: so lateness costs two milliseconds in a hundred at most.
@@ -37,6 +42,13 @@ void ring(int eventDescriptor) {
   const std::uint64_t one = 1;
   // A full counter still wakes the reader, so the result says nothing that matters.
   [[maybe_unused]] const auto written = ::write(eventDescriptor, &one, sizeof one);
+}
+
+/// Stops it if there is no `delay`.
+void setTimer(int timerDescriptor, Duration delay) {
+  itimerspec spec{};
+  spec.it_value.tv_nsec = static_cast<long>(std::chrono::nanoseconds(delay).count());
+  ::timerfd_settime(timerDescriptor, 0, &spec, nullptr);
 }
 
 void clear(int descriptor) {
@@ -60,7 +72,16 @@ LoopOwnership::~LoopOwnership() {
 
 LoopOwnership::Action LoopOwnership::tell(Event event) {
   const detail::MutexLock lock(mutex_);
-  return states_.on(event);
+  return on(event);
+}
+
+LoopOwnership::Action LoopOwnership::on(Event event) {
+  const Action action = states_.on(event);
+  if (action == Action::setTimer) {
+    timerSet_ = NetworkClock::now();
+    releases_ = 0;
+  }
+  return action;
 }
 
 void LoopOwnership::carryOut(Action action) {
@@ -71,12 +92,12 @@ void LoopOwnership::carryOut(Action action) {
     case Action::call:
       ring(parkWake_);
       break;
-    case Action::setTimer: {
-      itimerspec spec{};
-      spec.it_value.tv_nsec = graceNanoseconds;
-      ::timerfd_settime(graceTimer_, 0, &spec, nullptr);
+    case Action::setTimer:
+      setTimer(graceTimer_, grace);
       break;
-    }
+    case Action::stopTimer:
+      setTimer(graceTimer_, Duration::zero());
+      break;
     case Action::tell:
       stopped_.notifyAll();
       break;
@@ -99,7 +120,7 @@ void LoopOwnership::post(Block command) {
     inbox_.push_back(std::move(command));
     const bool isLeaders = habit != Habit::none && trustsLeaders();
     if (habit == Habit::leadsOnce && !states_.isOwned()) habit = Habit::none;
-    action = states_.on(isLeaders ? Event::leadersCommand : Event::command);
+    action = on(isLeaders ? Event::leadersCommand : Event::command);
   }
   carryOut(action);
 }
@@ -135,8 +156,15 @@ bool LoopOwnership::takeCommands(std::vector<Block>& commands) {
 }
 
 bool LoopOwnership::beginSleep() {
-  const detail::MutexLock lock(mutex_);
-  return inbox_.empty() && states_.on(Event::sleep) != Action::refuse;
+  Action action = Action::none;
+  {
+    const detail::MutexLock lock(mutex_);
+    if (!inbox_.empty() || on(Event::sleep) == Action::refuse) return false;
+    const bool isSlow = states_.timerRuns() && releases_ <= fewReleases;
+    if (isSlow && NetworkClock::now() - timerSet_ >= oldTimer) action = states_.stopTimer();
+  }
+  carryOut(action);
+  return true;
 }
 
 void LoopOwnership::endSleep() { carryOut(tell(Event::wake)); }
@@ -145,11 +173,12 @@ void LoopOwnership::release(bool isBusy, Successor successor) {
   Action action{};
   {
     const detail::MutexLock lock(mutex_);
+    ++releases_;
     if (!isBusy && inbox_.empty()) {
-      action = states_.on(Event::releaseIdle);
+      action = on(Event::releaseIdle);
     } else {
       const bool isLeaders = successor == Successor::leader && trustsLeaders();
-      action = states_.on(isLeaders ? Event::releaseToLeader : Event::releaseToThread);
+      action = on(isLeaders ? Event::releaseToLeader : Event::releaseToThread);
     }
   }
   carryOut(action);
@@ -160,7 +189,7 @@ bool LoopOwnership::isLeaderLate() {
   Action action{};
   {
     const detail::MutexLock lock(mutex_);
-    action = states_.on(Event::graceOver);
+    action = on(Event::graceOver);
     if (action == Action::takeOver) trustsAgain_ = NetworkClock::now() + distrust;
   }
   carryOut(action);

@@ -44,6 +44,7 @@ class LoopOwnership {
   /// Takes the commands that wait, in their order, into the empty list. False when there are none.
   bool takeCommands(std::vector<Block>& commands);
   /// Whether the owner may wait for events now: not when commands wait, after an interrupt, or at the exit.
+  /// A timer that has run for a while is stopped first: in the sleep it would fire, and wake the network thread.
   bool beginSleep();
   void endSleep();
   /// `isBusy`: exchanges are under way. They are left to a leader only while leaders are in time.
@@ -63,6 +64,7 @@ class LoopOwnership {
   using Action = OwnershipStates::Action;
 
   Action tell(Event event);
+  Action on(Event event) CORVANE_REQUIRES(mutex_);
   void carryOut(Action action);
   bool isLeaderLate();
   bool trustsLeaders() CORVANE_REQUIRES(mutex_);
@@ -74,6 +76,8 @@ class LoopOwnership {
   detail::Mutex mutex_;  ///< held for moments only
   std::vector<Block> inbox_ CORVANE_GUARDED_BY(mutex_);
   OwnershipStates states_ CORVANE_GUARDED_BY(mutex_);
+  TimePoint timerSet_ CORVANE_GUARDED_BY(mutex_);
+  int releases_ CORVANE_GUARDED_BY(mutex_) = 0;  ///< since then
   /// Set when a leader was late.
   std::optional<TimePoint> trustsAgain_ CORVANE_GUARDED_BY(mutex_);
   detail::ConditionVariable stopped_;

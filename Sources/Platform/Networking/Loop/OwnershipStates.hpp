@@ -48,6 +48,7 @@ class OwnershipStates {
     call,       ///< the network thread, from its parking
     takeOver,   ///< the network thread, which asked, is to drive
     setTimer,   ///< to fire once, in a millisecond
+    stopTimer,  ///< which would wake the network thread for nothing
     tell,       ///< the thread that stops the loop: it has stopped
     impossible  ///< nobody may ask for this
   };
@@ -76,10 +77,20 @@ class OwnershipStates {
     return action;
   }
 
+  /// For the driver, which needs no timer until it leaves. One that fires nevertheless does no harm: it shortens the
+  /// time that the next leader has.
+  constexpr Action stopTimer() {
+    if (!timerRuns_) return Action::none;
+    timerRuns_ = false;
+    return Action::stopTimer;
+  }
+
   constexpr State state() const { return state_; }
   /// Whether a thread drives.
   constexpr bool isOwned() const { return state_ >= State::driven && state_ <= State::ending; }
   constexpr bool isStopped() const { return state_ >= State::ending; }
+  /// Whether the timer was set, and neither fired nor was stopped.
+  constexpr bool timerRuns() const { return timerRuns_; }
   bool operator==(const OwnershipStates&) const = default;
 
  private:

@@ -48,6 +48,7 @@ class Steps {
     if (actor.todo == Action::wake) world.isRung = true;
     if (actor.todo == Action::call) world.isCalled = true;
     if (actor.todo == Action::setTimer) world.timerTicks = true;
+    if (actor.todo == Action::stopTimer) world.timerTicks = world.timerFired = false;
     if (actor.todo == Action::tell) world.stopperIsTold = true;
     actor.todo = Action::none;
   }
@@ -164,11 +165,16 @@ class Steps {
     return !self.isDone && !world_.states.isStopped() && world_.hasWork();
   }
 
+  /// A timer is stopped, or left alone.
   void addResting() {
-    add([this](World& world, Actor& actor) {
-      const bool sleeps = world.inbox == 0 && tell(world, Event::sleep) != Action::refuse;
-      actor.place = sleeps ? Place::asleep : Place::handling;
-    });
+    for (const bool stopsTimer : {false, true}) {
+      if (stopsTimer && !world_.states.timerRuns()) continue;
+      add([=, this](World& world, Actor& actor) {
+        const bool sleeps = world.inbox == 0 && tell(world, Event::sleep) != Action::refuse;
+        if (sleeps && stopsTimer) actor.todo = world.states.stopTimer();
+        actor.place = sleeps ? Place::asleep : Place::handling;
+      });
+    }
   }
 
   void addHandling(Role role) {
