@@ -17,6 +17,7 @@ void HTTP1Connection::readTurn() {
     }
     limit -= std::min(limit, readOnce(limit));
   }
+  if (!mayRead_ && state_ != State::closed) stream_->expect(state_ == State::exchanging ? parser_.bodyAhead() : 0);
 }
 
 std::size_t HTTP1Connection::readOnce(std::size_t limit) {

@@ -59,6 +59,10 @@ class ByteStream {
   void setOwner(StreamOwner* owner) { owner_ = owner; }
 
   virtual IOResult read(std::span<std::byte> room) = 0;
+  /// To be called when all is read that is there: so many bytes at least are still to come, or 0 where that is not
+  /// known. Where they come fast, the owner is then told when many are there, or a few milliseconds later: waking it
+  /// for each packet slows down both the peer and the owner.
+  virtual void expect(std::uint64_t count) { static_cast<void>(count); }
   /// Writes as much as goes of the pieces, in their order, with one call of the system where it can. `count` may be
   /// less than there is; the rest is to be tried again at once or when told.
   virtual IOResult write(std::span<const Bytes> pieces) = 0;

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -26,6 +27,15 @@ constexpr std::size_t mostPieces = 16;
 /// What one `sendfile` is asked for at most, so that one fast peer does not hold up all others.
 constexpr std::size_t mostFileBytes = std::size_t{1} << 20;
 
+/// Where a turn received so much, the peer is fast.
+constexpr std::size_t fastTurnBytes = std::size_t{64} * 1024;
+/// How many bytes are waited for then, at most, and how long.
+constexpr int gatheredBytes = 128 * 1024;
+constexpr Duration gatheringLimit = std::chrono::milliseconds(2);
+/// What a fast peer may send while nothing is read. Were it as little as is waited for, either side would wait for the
+/// other in turn.
+constexpr int largeWindow = 2 * 1024 * 1024;
+
 bool wouldBlock(int error) { return error == EAGAIN || error == EWOULDBLOCK; }
 
 }  // namespace
@@ -42,6 +52,7 @@ std::unique_ptr<SocketStream> SocketStream::make(EventLoop& loop, detail::FileDe
 
 SocketStream::~SocketStream() {
   if (isGone_) *isGone_ = true;
+  loop_.disarm(*this);
   loop_.unwatch(socket_.number());
 }
 
@@ -54,6 +65,10 @@ int SocketStream::connectionError() const {
 
 void SocketStream::descriptorReady(Readiness readiness) {
   if (readiness.hungUp) hungUp_ = true;
+  if (readiness.readable) {
+    receivedInTurn_ = 0;
+    loop_.disarm(*this);
+  }
   bool isGone = false;
   isGone_ = &isGone;
   // What the peer said comes first: it may explain why writing fails.
@@ -67,6 +82,7 @@ IOResult SocketStream::read(std::span<std::byte> room) {
   const ssize_t count = uninterrupted([&] { return ::recv(socket_.number(), room.data(), room.size(), 0); });
   if (count > 0) {
     const auto filled = static_cast<std::size_t>(count);
+    receivedInTurn_ += filled;
     return {IOStatus::done, filled, filled < room.size() && !hungUp_};
   }
   if (count == 0) {
@@ -76,6 +92,30 @@ IOResult SocketStream::read(std::span<std::byte> room) {
   }
   if (wouldBlock(errno)) return {};
   return failed(errno, "the connection was lost while receiving");
+}
+
+void SocketStream::expect(std::uint64_t count) {
+  const bool isFast = receivedInTurn_ >= fastTurnBytes && count >= fastTurnBytes && !hungUp_;
+  receivedInTurn_ = 0;
+  // Where tests move the time by hand, the rest of a body must not depend on it.
+  if (!isFast || ManualNetworkClock::isInstalled()) return tellOfBytes(1);
+  loop_.arm(*this, loop_.now() + gatheringLimit);
+  // Linux enlarges the receive buffer to twice what is asked for here. It would do so by itself, but slowly where the
+  // peer always has to wait; and what is set by SO_RCVBUF stays as it is (tcp(7)).
+  if (count >= largeWindow && !std::exchange(hasLargeBuffer_, true)) tellOfBytes(largeWindow);
+  tellOfBytes(static_cast<int>(std::min<std::uint64_t>(count, gatheredBytes)));
+}
+
+/// They did not come as fast as before.
+void SocketStream::timerFired() {
+  tellOfBytes(1);
+  if (owner()) owner()->streamReadable();
+}
+
+/// Sockets of other kinds tell of each byte nevertheless.
+void SocketStream::tellOfBytes(int count) {
+  if (std::exchange(leastToTell_, count) == count) return;
+  ::setsockopt(socket_.number(), SOL_SOCKET, SO_RCVLOWAT, &count, sizeof count);
 }
 
 IOResult SocketStream::write(std::span<const Bytes> pieces) {

@@ -6,12 +6,13 @@
 
 #include "Platform/Foundation/Internal/FileDescriptor.hpp"
 #include "Platform/Networking/Loop/EventLoop.hpp"
+#include "Platform/Networking/Loop/Timer.hpp"
 #include "Platform/Networking/Streams/ByteStream.hpp"
 
 namespace platform::networking {
 
 /// A TCP connection in the clear. Watched by the loop from its making to its destruction, which closes it.
-class SocketStream final : public ByteStream, private Watcher {
+class SocketStream final : public ByteStream, private Watcher, private Timer {
  public:
   /// Takes over a socket that does not block, connected or about to be. Null, with the system's error, when the loop
   /// cannot watch it.
@@ -24,6 +25,7 @@ class SocketStream final : public ByteStream, private Watcher {
   int connectionError() const;
 
   IOResult read(std::span<std::byte> room) override;
+  void expect(std::uint64_t count) override;
   IOResult write(std::span<const Bytes> pieces) override;
   IOResult sendFile(int file, off_t offset, std::size_t count) override;
   void shutDown() override;
@@ -36,6 +38,8 @@ class SocketStream final : public ByteStream, private Watcher {
   SocketStream(EventLoop& loop, detail::FileDescriptor socket) : loop_(loop), socket_(std::move(socket)) {}
 
   void descriptorReady(Readiness readiness) override;
+  void timerFired() override;
+  void tellOfBytes(int count);
   IOResult copyFile(int file, off_t offset, std::size_t count);
   IOResult afterSending(ssize_t count);
   IOResult failed(int systemError, const char* message);
@@ -43,6 +47,12 @@ class SocketStream final : public ByteStream, private Watcher {
   EventLoop& loop_;
   detail::FileDescriptor socket_;
   std::optional<Failure> failure_;
+  /// Since the owner was told to read.
+  std::size_t receivedInTurn_ = 0;
+  /// The system tells of bytes when so many are there (SO_RCVLOWAT, socket(7)).
+  int leastToTell_ = 1;
+  /// The system was asked for a large receive buffer.
+  bool hasLargeBuffer_ = false;
   /// Set by the destructor, for those who call the owner.
   bool* isGone_ = nullptr;
   bool waitsForWriting_ = false;

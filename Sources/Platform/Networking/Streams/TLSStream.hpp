@@ -58,6 +58,8 @@ class TLSStream final : public ByteStream, private StreamOwner, private Deferred
   std::uint64_t receivedBytes() const { return transport_.receivedBytes(); }
 
   IOResult read(std::span<std::byte> room) override;
+  /// Encrypted they are more.
+  void expect(std::uint64_t count) override { transport_.stream().expect(count); }
   IOResult write(std::span<const Bytes> pieces) override;
   IOResult sendFile(int file, off_t offset, std::size_t count) override;
   void shutDown() override;

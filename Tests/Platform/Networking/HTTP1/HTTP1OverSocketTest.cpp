@@ -85,6 +85,24 @@ TEST_F(HTTP1OverSocketTest, readsLongBodiesInEachFraming) {
   }
 }
 
+/// A fast body leaves nothing behind on its connection that would hold up a short one.
+TEST_F(HTTP1OverSocketTest, readsShortResponsesAfterLongOnes) {
+  for (int round = 0; round < 20; ++round) {
+    server.enqueue(MockResponse(200).generatedBody(1'000'000));
+    server.enqueue(MockResponse(200).body("short"));
+    ScriptedExchange longOne;
+    longOne.roomBytes = 64 * 1024;
+    ScriptedExchange shortOne;
+
+    run(longOne);
+    run(shortOne);
+
+    EXPECT_EQ(longOne.responseBody().size(), 1'000'000U);
+    EXPECT_EQ(shortOne.responseBody(), "short");
+  }
+  EXPECT_EQ(server.connectionCount(), 1);
+}
+
 TEST_F(HTTP1OverSocketTest, readsAResponseThatTricklesIn) {
   server.enqueue(
       MockResponse(200).chunked({"a", "b", "c"}).trailer("X-Sum", "3").throttle(7, TestServer::Milliseconds(1)));

@@ -293,5 +293,97 @@ TEST_F(SocketStreamTest, leavesTheLoopBeforeItsDescriptorIsClosed) {
   EXPECT_TRUE(corvane::testkit::staleWatches().empty());
 }
 
+/// Of a peer that sends fast, bytes are told of when many are there.
+class GatheringSocketStreamTest : public SocketStreamTest {
+ protected:
+  static constexpr std::uint64_t plenty = 1 << 20;
+
+  /// How many bytes must be there before the system tells of them.
+  int leastToTell() const {
+    int count = 0;
+    socklen_t size = sizeof count;
+    EXPECT_EQ(::getsockopt(stream->descriptor(), SOL_SOCKET, SO_RCVLOWAT, &count, &size), 0);
+    return count;
+  }
+
+  std::size_t readAll() {
+    std::size_t total = 0;
+    for (IOResult result = read(256 * 1024); result.status == IOStatus::done; result = read(256 * 1024)) {
+      total += result.count;
+    }
+    return total;
+  }
+
+  /// The peer sends so much at once, and the stream is told what is still to come. How much arrives in one turn is the
+  /// system's.
+  void receiveFast(std::uint64_t ahead) {
+    const std::string block(128 * 1024, 'x');
+    for (int attempt = 0; attempt < 100 && leastToTell() == 1; ++attempt) {
+      peerSays(block);
+      for (std::size_t left = block.size(); left > 0; left -= readAll()) {
+        ASSERT_TRUE(waitForReadable(readable + 1));
+      }
+      stream->expect(ahead);
+    }
+    ASSERT_NE(leastToTell(), 1);
+  }
+};
+
+TEST_F(GatheringSocketStreamTest, waitsForManyBytesOfAFastPeer) {
+  receiveFast(plenty);
+
+  EXPECT_EQ(leastToTell(), 128 * 1024);
+}
+
+TEST_F(GatheringSocketStreamTest, waitsForNoMoreThanWhatIsStillToCome) {
+  receiveFast(100'000);
+  EXPECT_EQ(leastToTell(), 100'000);
+  const int before = readable;
+  peerSays(std::string(100'000, 'x'));
+
+  ASSERT_TRUE(waitForReadable(before + 1));
+
+  EXPECT_EQ(readAll(), 100'000U);
+}
+
+TEST_F(GatheringSocketStreamTest, tellsOfFewBytesAMomentLater) {
+  receiveFast(plenty);
+  const int before = readable;
+  peerSays("x");
+
+  ASSERT_TRUE(waitForReadable(before + 1));
+
+  EXPECT_EQ(readAll(), 1U);
+  EXPECT_EQ(leastToTell(), 1);
+}
+
+TEST_F(GatheringSocketStreamTest, tellsOfTheEndWithoutMoreBytes) {
+  receiveFast(plenty);
+  const int before = readable;
+  peer.close();
+
+  ASSERT_TRUE(waitForReadable(before + 1));
+
+  EXPECT_EQ(read().status, IOStatus::closed);
+}
+
+TEST_F(GatheringSocketStreamTest, waitsForNothingOfASlowPeer) {
+  peerSays("hello");
+  ASSERT_TRUE(waitForReadable(1));
+  EXPECT_EQ(readAll(), 5U);
+
+  stream->expect(plenty);
+
+  EXPECT_EQ(leastToTell(), 1);
+}
+
+TEST_F(GatheringSocketStreamTest, waitsForNothingWhereTheRestIsUnknown) {
+  receiveFast(plenty);
+
+  stream->expect(0);
+
+  EXPECT_EQ(leastToTell(), 1);
+}
+
 }  // namespace
 }  // namespace platform::networking
