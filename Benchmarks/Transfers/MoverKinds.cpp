@@ -9,13 +9,10 @@ namespace bench {
 
 const std::vector<MoverKind>& moverKinds() {
   static const std::vector<MoverKind>& kinds = *new std::vector<MoverKind>{
-      {"libcurl easy", false, makeCurlMover},
-      {"curl program", false, makeCurlProgramMover},
-      {"Corvane", false, makeCorvaneMover},
-      {"Corvane, observed", false, makeObservedCorvaneMover},
-      {"libcurl callback", true, makeCurlStreamer},
-      {"Corvane handler", true, makeCorvaneStreamer},
-      {"Corvane next()", true, makeAskingCorvaneStreamer},
+      {"libcurl easy", false, makeCurlMover},         {"curl program", false, makeCurlProgramMover},
+      {"Corvane", false, makeCorvaneMover},           {"Corvane, observed", false, makeObservedCorvaneMover},
+      {"libcurl callback", true, makeCurlStreamer},   {"raw socket", true, makeSocketStreamer},
+      {"Corvane handler", true, makeCorvaneStreamer}, {"Corvane next()", true, makeAskingCorvaneStreamer},
   };
   return kinds;
 }

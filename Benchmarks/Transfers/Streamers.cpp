@@ -1,9 +1,14 @@
 #include <curl/curl.h>
+#include <sys/socket.h>
 
 #include <future>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
+#include "Clients/ResponseReader.hpp"
 #include "Corvane/Corvane.hpp"
+#include "Harness/Descriptor.hpp"
 #include "Transfers/Transfer.hpp"
 
 namespace bench {
@@ -52,6 +57,31 @@ class CurlStreamer final : public Mover {
   Received received_;
 };
 
+/// Blocking calls with room for 64 KiB: what the server allows.
+class SocketStreamer final : public Mover {
+ public:
+  explicit SocketStreamer(const TransferTask& task)
+      : request_(requestText({.port = task.port, .path = "/large"})), socket_(connectToLoopback(task.port)) {}
+
+  std::filesystem::path move() override {
+    checked(::send(socket_.number(), request_.data(), request_.size(), MSG_NOSIGNAL), "send");
+    Received received;
+    ResponseReader reader;
+    for (bool complete = false; !complete;) {
+      const ssize_t count = checked(::recv(socket_.number(), room_.data(), room_.size(), 0), "recv");
+      if (count == 0) throw std::runtime_error("The connection was closed");
+      received.add(room_.data(), static_cast<std::size_t>(count));
+      complete = reader.take(room_.data(), static_cast<std::size_t>(count), transferBytes);
+    }
+    return {};
+  }
+
+ private:
+  const std::string request_;
+  const Descriptor socket_;
+  std::vector<char> room_ = std::vector<char>(std::size_t{64} * 1024);
+};
+
 class CorvaneStreamer final : public Mover {
  public:
   explicit CorvaneStreamer(const TransferTask& task) : request_(corvane::URL(task.url())) {}
@@ -92,6 +122,8 @@ class AskingCorvaneStreamer final : public Mover {
 }  // namespace
 
 std::unique_ptr<Mover> makeCurlStreamer(const TransferTask& task) { return std::make_unique<CurlStreamer>(task); }
+
+std::unique_ptr<Mover> makeSocketStreamer(const TransferTask& task) { return std::make_unique<SocketStreamer>(task); }
 
 std::unique_ptr<Mover> makeCorvaneStreamer(const TransferTask& task) { return std::make_unique<CorvaneStreamer>(task); }
 

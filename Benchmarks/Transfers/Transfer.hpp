@@ -70,6 +70,8 @@ std::unique_ptr<Mover> makeCorvaneMover(const TransferTask& task);
 std::unique_ptr<Mover> makeObservedCorvaneMover(const TransferTask& task);
 /// An easy handle with a write callback.
 std::unique_ptr<Mover> makeCurlStreamer(const TransferTask& task);
+/// A loop over a socket.
+std::unique_ptr<Mover> makeSocketStreamer(const TransferTask& task);
 /// A handler on a queue.
 std::unique_ptr<Mover> makeCorvaneStreamer(const TransferTask& task);
 /// A thread that asks for one piece after the other.

@@ -84,15 +84,6 @@ void EventLoop::cancelDeferred(Deferred& deferred) {
   deferred.place_ = Deferred::notDeferred;
 }
 
-void EventLoop::deliver(const DispatchQueue& queue, Block block) noexcept {
-  detail::requiringMemory("what the network finished cannot be delivered", [&] {
-    for (auto& [target, blocks] : deliveries_) {
-      if (target == queue) return blocks.push_back(std::move(block));
-    }
-    deliveries_.emplace_back(queue, std::vector<Block>()).second.push_back(std::move(block));
-  });
-}
-
 bool EventLoop::hasWork() { return workCount_ > 0 || !deferred_.empty() || ownership_.hasCommands(); }
 
 void EventLoop::watchTimers() {
@@ -111,14 +102,21 @@ void EventLoop::watchTimers() {
 }
 
 bool EventLoop::iterate(Duration limit) noexcept {
+  if (!iterateUndelivered(limit)) return false;
+  submitDeliveries([] {});
+  return true;
+}
+
+bool EventLoop::iterateUndelivered(Duration limit) noexcept {
   try {
-    return runOnce(limit);
+    runOnce(limit);
+    return !deliveries_.isEmpty();
   } catch (...) {
     detail::trapException({"out of memory in the network loop"}, {"An exception escaped into the network loop"});
   }
 }
 
-bool EventLoop::runOnce(Duration limit) {
+void EventLoop::runOnce(Duration limit) {
   const int budget = waitBudget(limit);
   const bool sleeps = budget != 0 && ownership_.beginSleep();
   const TimePoint begin = sleeps && !observers_.empty() ? NetworkClock::now() : TimePoint{};
@@ -138,7 +136,6 @@ bool EventLoop::runOnce(Duration limit) {
   runDeferred();
   runCommands();
   fireTimers();
-  return flushDeliveries();
 }
 
 /// In milliseconds, as epoll wants it; -1: for ever.
@@ -206,15 +203,6 @@ void EventLoop::runCommands() {
 
 void EventLoop::fireTimers() {
   while (Timer* const due = timers_.takeExpired(now_)) due->timerFired();
-}
-
-bool EventLoop::flushDeliveries() {
-  if (deliveries_.empty()) return false;
-  detail::requiringMemory("what the network finished cannot be delivered", [&] {
-    for (auto& [queue, blocks] : deliveries_) queue.async(std::move(blocks));
-  });
-  deliveries_.clear();
-  return true;
 }
 
 }  // namespace platform::networking

@@ -9,6 +9,7 @@
 
 #include "Platform/Dispatch/DispatchQueue.hpp"
 #include "Platform/Dispatch/UniqueFunction.hpp"
+#include "Platform/Networking/Loop/Deliveries.hpp"
 #include "Platform/Networking/Loop/LoopOwnership.hpp"
 #include "Platform/Networking/Loop/NetworkClock.hpp"
 #include "Platform/Networking/Loop/TimerQueue.hpp"
@@ -76,9 +77,17 @@ class EventLoop {
 
   // Loop side.
 
-  /// Waits at most that long for events, handles them and what is due; whether anything was delivered. What it calls
-  /// deals with its own failures, as by failing one exchange; an exception that gets here ends the process.
+  /// Waits at most that long for events, handles them and what is due, and submits what is to be delivered; whether
+  /// there was anything. What it calls deals with its own failures, as by failing one exchange; an exception that gets
+  /// here ends the process.
   bool iterate(Duration limit) noexcept;
+  /// The same, but what is to be delivered is left to `submitDeliveries`.
+  bool iterateUndelivered(Duration limit) noexcept;
+  /// Calls `leave`, from where on another thread may own the loop, and then submits what is to be delivered.
+  template <class Leave>
+  void submitDeliveries(Leave leave) noexcept {
+    deliveries_.submit(std::move(leave));
+  }
   /// Reports reading, writing and hanging up of an open descriptor, edge-triggered, until `unwatch`. Gives the system's
   /// error, 0 when it worked.
   [[nodiscard]] int watch(int descriptor, Watcher& watcher);
@@ -99,7 +108,7 @@ class EventLoop {
   /// Scratch space that the current reader may use until the next read.
   std::span<std::byte> receiveBuffer() { return {receiveBuffer_.get(), receiveBufferBytes}; }
   /// Hands a finished piece of work to a queue at the end of this iteration.
-  void deliver(const DispatchQueue& queue, Block block) noexcept;
+  void deliver(const DispatchQueue& queue, Block block) noexcept { deliveries_.add(queue, std::move(block)); }
   /// Counts exchanges under way: while there is one, somebody has to wait for the network.
   void beginWork() { ++workCount_; }
   void endWork() { --workCount_; }
@@ -120,14 +129,13 @@ class EventLoop {
     bool isReadable = false;  ///< as an event of this iteration says that is not handled yet
   };
 
-  bool runOnce(Duration limit);
+  void runOnce(Duration limit);
   int waitBudget(Duration limit);
   Watch* watchOf(const epoll_event& event);
   void handle(std::span<const epoll_event> events);
   void runDeferred();
   void runCommands();
   void fireTimers();
-  bool flushDeliveries();
 
   int epoll_ = -1;
   int alarm_ = -1;  ///< timerfd: for `watchTimers`
@@ -142,7 +150,7 @@ class EventLoop {
   std::vector<SleepObserver*> observers_;
   std::vector<Deferred*> deferred_;
   std::vector<Deferred*> running_;  ///< of the deferred, those that this iteration calls
-  std::vector<std::pair<DispatchQueue, std::vector<Block>>> deliveries_;
+  Deliveries deliveries_;
   std::unique_ptr<std::byte[]> receiveBuffer_;
   TimePoint now_{};
   std::size_t workCount_ = 0;

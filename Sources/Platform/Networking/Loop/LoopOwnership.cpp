@@ -23,7 +23,7 @@ constexpr Duration grace = std::chrono::milliseconds(1);
 /// follow each other at once, stopping and setting it would cost more than the wake-ups that it causes: in a virtual
 /// machine either takes microseconds.
 constexpr Duration oldTimer = grace / 4;
-constexpr int fewReleases = 4;
+constexpr int fewReleases = 2;
 /// Between two looks of the parked network thread while somebody else leads.
 constexpr int parkedLookMilliseconds = 1000;
 /// How long no work is left to leaders after one was late: so lateness costs two milliseconds in a hundred at most.

@@ -52,15 +52,19 @@ void NetworkLoop::release(LoopOwnership::Successor successor) {
   ownership().release(hasWork, successor);
 }
 
+/// The loop is offered before what was delivered can wake a worker: one that is done with it at once would find the
+/// loop taken, sleep, and not come for it any more.
 void NetworkLoop::runThread() {
   for (;;) {
-    if (Lease lease(*this); lease.isHeld()) {
-      // At least one iteration: it also sees connections that were closed while idle, and timers.
-      bool delivered = false;
-      do {
-        delivered = loop_.iterate(loop_.hasWork() ? Duration::max() : Duration::zero());
-      } while (loop_.hasWork() && !ownership().isStopped() && !(delivered && ownership().offersTheLoop()));
-      lease.passTo(LoopOwnership::Successor::leader);
+    Lease lease(*this);
+    // At least one iteration: it also sees connections that were closed while idle, and timers.
+    while (lease.isHeld()) {
+      const bool delivers = loop_.iterateUndelivered(loop_.hasWork() ? Duration::max() : Duration::zero());
+      const bool leaves = !loop_.hasWork() || ownership().isStopped() || (delivers && ownership().offersTheLoop());
+      const auto leaveIfAtAll = [&] {
+        if (leaves) lease.passTo(LoopOwnership::Successor::leader);
+      };
+      delivers ? loop_.submitDeliveries(leaveIfAtAll) : leaveIfAtAll();
     }
     ownership().park(loop_.descriptor());
   }

@@ -92,8 +92,9 @@ class Steps {
       case Place::handling:
         return addHandling(self.role);
       case Place::offering:
-        return addRelease(self, Place::completing);
+        return addRelease(self, self.role == Role::network ? Place::handingOver : Place::completing);
       case Place::completing:
+      case Place::handingOver:
         return addCompleting(self);
       case Place::releasing:
         return addRelease(self, self.role == Role::network ? Place::parking : Place::leaving);
@@ -200,9 +201,15 @@ class Steps {
       if (actor.delivered == 0) {
         actor.place = Place::looking;
       } else {
-        // The network thread hands completions to workers; a leader runs them itself, and lets others drive meanwhile.
-        actor.place = actor.role == Role::network ? Place::completing : Place::offering;
+        // A leader runs them itself, and lets others drive meanwhile.
+        actor.place = Place::offering;
       }
+    });
+    if (role != Role::network || world_.arrived == 0) return;
+    // The network thread hands them to workers, and may go on.
+    add([&](World& world, Actor& actor) {
+      handle(world, actor);
+      actor.place = Place::completing;
     });
   }
 
@@ -221,8 +228,7 @@ class Steps {
 
   void addCompleting(const Actor& self) {
     if (self.delivered == 0) {
-      // Having delivered, the network thread may go on, or offer the loop to a leader.
-      if (self.role == Role::network) go(Place::releasing);
+      if (self.place == Place::handingOver) return go(Place::parking);
       return go(self.role == Role::network ? Place::looking : Place::acquiring);
     }
     for (std::size_t other = 0; other < World::actorCount; ++other) {

@@ -30,7 +30,8 @@ enum class Place : std::uint8_t {
   waking,       ///< drives, and is just awake
   handling,     ///< drives: events, then commands
   offering,     ///< drives no more after the next step, and completes what is done in between
-  completing,   ///< completes exchanges
+  completing,   ///< completes exchanges; the network thread drives meanwhile
+  handingOver,  ///< the network thread completes exchanges, and drives no more
   releasing,    ///< drives no more after the next step
   leaving,      ///< ends its wait: from here on its signal wakes it from its own sleep
   sleeping,     ///< sleeps until its exchange is complete
