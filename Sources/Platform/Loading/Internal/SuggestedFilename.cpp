@@ -149,8 +149,9 @@ std::string suggestedFilename(std::string_view contentDisposition, const URL& ur
   if (name.empty()) name = safeComponent(url.host().value_or(""));
   if (name.empty()) name = "Unknown";
   const std::string_view extension = hasExtension || !mimeType ? "" : extensionForMIMEType(*mimeType);
-  if (extension.empty()) return name;
-  return safeComponent(name.append(extension));
+  name.append(extension);
+  // A safe name stays so with an extension, unless it is too long then.
+  return name.size() <= mostNameBytes ? name : safeComponent(name);
 }
 
 }  // namespace platform::detail

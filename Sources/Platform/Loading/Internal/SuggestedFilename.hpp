@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -7,6 +8,9 @@
 #include "Platform/Foundation/URL.hpp"
 
 namespace platform::detail {
+
+/// Of a name in a file system (NAME_MAX).
+inline constexpr std::size_t mostNameBytes = 255;
 
 /// The name a response suggests for a file, always usable as one path component: see
 /// `URLResponse::suggestedFilename`. `contentDisposition` is the field's value, empty when there is none.
@@ -21,7 +25,7 @@ std::optional<std::string> filenameOfDisposition(std::string_view contentDisposi
 /// of either kind, without control and direction-changing characters, with what Windows reserves replaced
 /// by "_", without dots in front (they hide files) and without dots and spaces at the end, at most
 /// `maximumBytes` long with its extension kept. A device name of Windows gets a "_" in front.
-std::string safeComponent(std::string_view name, std::size_t maximumBytes = 255);
+std::string safeComponent(std::string_view name, std::size_t maximumBytes = mostNameBytes);
 
 /// With dot, e.g. ".json"; empty for a type that is not known.
 std::string_view extensionForMIMEType(std::string_view mimeType);

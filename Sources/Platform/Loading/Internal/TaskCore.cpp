@@ -138,20 +138,22 @@ void TaskCore::observe() {
 
 std::optional<LoadFailure> TaskCore::openBodyFile() {
   if (!plan_.bodyFile) return std::nullopt;
+  bodyFile_ = std::make_unique<UploadFile>();
   sendsFile_ = true;
-  return bodyFile_.open(*plan_.bodyFile);
+  return bodyFile_->open(*plan_.bodyFile);
 }
 
 /// Absent where it is not known beforehand.
 std::optional<std::int64_t> TaskCore::bodyLength() const {
-  if (sendsFile_) return bodyFile_.size();
+  if (sendsFile_) return bodyFile_->size();
   if (!producedBody_) return static_cast<std::int64_t>(originalRequest_.httpBody.value_or(Data()).count());
   const auto length = producedBody_->length();
   return length ? std::optional(static_cast<std::int64_t>(*length)) : std::nullopt;
 }
 
 std::string TaskCore::problem() const {
-  return sendsFile_ ? originalRequest_.problem(static_cast<std::size_t>(bodyFile_.size())) : originalRequest_.problem();
+  return sendsFile_ ? originalRequest_.problem(static_cast<std::size_t>(bodyFile_->size()))
+                    : originalRequest_.problem();
 }
 
 /// What a redirect asks for, or the same once more.
@@ -197,7 +199,7 @@ void TaskCore::goOn(LoadOutcome outcome) {
   if (state() == URLSessionTask::State::canceling) {
     finish(cancelledError(requestToSend().url, outcome.requestWasSent));
   } else if (headFailure_) {
-    finish(std::nullopt, std::move(outcome.response), std::move(headFailure_));
+    finish(std::nullopt, std::move(outcome.response), std::move(*headFailure_));
   } else if (std::exchange(isProposal_, false)) {
     propose(std::move(outcome));
   } else if (nextRequest_) {
@@ -296,7 +298,8 @@ void TaskCore::finish(std::optional<Data> data, std::shared_ptr<const URLRespons
       file_.reset();
     }
   }
-  bodyFile_ = UploadFile();
+  bodyFile_.reset();
+  sendsFile_ = false;
   if (producedBody_) producedBody_->close();
   producedBody_.reset();
   if (download_) download_->end();
@@ -358,7 +361,8 @@ void TaskCore::complete() {
   if (observer_) std::exchange(observer_, nullptr)->taskEnded(*this, error_);
   TaskPlan plan = std::exchange(plan_, TaskPlan());
   if (plan.downloadCompletion) {
-    plan.downloadCompletion(std::exchange(file_, std::nullopt), std::move(response_),
+    const auto file = std::exchange(file_, nullptr);
+    plan.downloadCompletion(file ? std::optional(std::move(*file)) : std::nullopt, std::move(response_),
                             std::exchange(error_, std::nullopt));
   } else if (plan.streamCompletion) {
     plan.streamCompletion(nullptr, std::move(response_), std::exchange(error_, std::nullopt));

@@ -79,7 +79,7 @@ class TaskCore final : public URLSessionTask,
   /// The network changed: try again if that is what this task waits for.
   void retryConnecting() noexcept;
   const URLRequest& requestToSend() const override { return currentRequest_ ? *currentRequest_ : originalRequest_; }
-  UploadFile* bodyFile() override { return sendsFile_ ? &bodyFile_ : nullptr; }
+  UploadFile* bodyFile() override { return sendsFile_ ? bodyFile_.get() : nullptr; }
   ProducedBody* producedBody() override { return requestToSend().httpBodyStream ? producedBody_.get() : nullptr; }
   std::shared_ptr<const std::vector<URLRedirect>> redirects() const override { return hops_; }
   bool wantsBody(const std::shared_ptr<const HTTPURLResponse>& response) override;
@@ -146,7 +146,9 @@ class TaskCore final : public URLSessionTask,
   std::atomic<URLSessionTask::State> state_ = URLSessionTask::State::suspended;
 
   TaskPlan plan_;  // from here on: loop side
-  UploadFile bodyFile_;
+  /// Null where the body is none of a file. What few tasks have is elsewhere: many tasks may wait at a time, and the
+  /// allocator is fast for up to 1,032 bytes (mallopt(3), glibc.malloc.tcache_max).
+  std::unique_ptr<UploadFile> bodyFile_;
   bool sendsFile_ = false;
   std::shared_ptr<ProducedBody> producedBody_;  ///< null without a stream
   /// Null where the task is no download.
@@ -155,10 +157,9 @@ class TaskCore final : public URLSessionTask,
   /// Of a stream: the wanted response, and where its body goes once it was handed out.
   std::shared_ptr<const HTTPURLResponse> head_;
   std::shared_ptr<BodyPipe> pipe_;
-  /// Null, mostly: many tasks may wait at a time.
-  std::unique_ptr<URLRequest> currentRequest_;
+  std::unique_ptr<URLRequest> currentRequest_;  ///< null, mostly
   std::unique_ptr<URLRequest> nextRequest_;
-  std::optional<Error> headFailure_;
+  std::unique_ptr<Error> headFailure_;
   int redirects_ = 0;
   bool isRedirect_ = false;  ///< `nextRequest_` is what a response redirects to
   bool isProposal_ = false;  ///< and the application decides about it
@@ -170,7 +171,7 @@ class TaskCore final : public URLSessionTask,
   /// Null, mostly. Set before anything is delivered.
   std::shared_ptr<URLSessionTaskObserver> observer_;
   std::optional<Data> data_;  // from here on: written on the loop side, read by the delivery
-  std::optional<TemporaryFile> file_;
+  std::unique_ptr<TemporaryFile> file_;
   std::shared_ptr<const URLResponse> response_;
   std::optional<Error> error_;
   std::shared_ptr<const TaskMetrics> metrics_;

@@ -58,8 +58,8 @@ bool TaskCore::wantsDownload(const HTTPURLResponse& response) {
       bodyReceived(0);
       return false;
     case DownloadReceiver::Verdict::Kind::refuse:
-      headFailure_ =
-          transportError(verdict.failure->code, std::move(verdict.failure->message), requestToSend().url, true);
+      headFailure_ = std::make_unique<Error>(
+          transportError(verdict.failure->code, std::move(verdict.failure->message), requestToSend().url, true));
       return false;
   }
   return false;
@@ -70,7 +70,7 @@ std::optional<Error> TaskCore::completeDownload() {
     auto received = download_->complete();
     if (auto* failure = std::get_if<LoadFailure>(&received))
       return transportError(failure->code, std::move(failure->message), requestToSend().url, true);
-    file_ = std::get<TemporaryFile>(std::move(received));
+    file_ = std::make_unique<TemporaryFile>(std::get<TemporaryFile>(std::move(received)));
     return std::nullopt;
   } catch (...) {
     return Error::current();
@@ -95,7 +95,7 @@ void TaskCore::finish(FileLoad& loaded) {
     bodyAnnounced(loaded.response->expectedContentLength());
     bodyReceived(loaded.response->expectedContentLength());
   }
-  if (download_ && !loaded.error) file_ = std::move(loaded.file);
+  if (download_ && !loaded.error) file_ = std::make_unique<TemporaryFile>(std::move(loaded.file));
   finish(std::move(loaded.data), std::move(loaded.response), std::move(loaded.error));
 }
 

@@ -27,8 +27,8 @@ bool TaskCore::considersRedirect(const HTTPURLResponse& response) {
       decideRedirect(requestToSend(), response.statusCode(), location, redirects_, redirects.limit);
   if (std::holds_alternative<NoRedirect>(decision)) return false;
   if (auto* failure = std::get_if<LoadFailure>(&decision)) {
-    headFailure_ = transportError(failure->code, std::move(failure->message), requestToSend().url,
-                                  hasSent || load->exchange().requestWasSent());
+    headFailure_ = std::make_unique<Error>(transportError(
+        failure->code, std::move(failure->message), requestToSend().url, hasSent || load->exchange().requestWasSent()));
     return true;
   }
   nextRequest_ = std::make_unique<URLRequest>(std::move(std::get<URLRequest>(decision)));
@@ -72,7 +72,7 @@ bool TaskCore::keepsFile(int status, const URLRequest& next) const {
 void TaskCore::followAsDecided(LoadOutcome outcome, URLRequest next) {
   const std::string scheme = lowercased(next.url.scheme().value_or(""));
   const bool sendsFile = keepsFile(outcome.response->statusCode(), next);
-  std::string problem = sendsFile ? next.problem(static_cast<std::size_t>(bodyFile_.size())) : next.problem();
+  std::string problem = sendsFile ? next.problem(static_cast<std::size_t>(bodyFile_->size())) : next.problem();
   if (next.httpBodyStream && next.httpBodyStream != originalRequest_.httpBodyStream)
     problem = "the application redirects with another stream as the body";
   if (problem.empty() && scheme != "http" && scheme != "https")
