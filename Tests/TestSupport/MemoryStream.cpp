@@ -37,6 +37,7 @@ struct MemoryWire::State {
   bool hasNews = false;
   int reads = 0;
   int writes = 0;
+  std::uint64_t expected = 0;
 };
 
 class MemoryWire::Stream final : public ByteStream {
@@ -91,6 +92,7 @@ class MemoryWire::Stream final : public ByteStream {
     return taken(static_cast<std::size_t>(length));
   }
 
+  void expect(std::uint64_t count) override { state_->expected = count; }
   void shutDown() override { state_->isShutDown = true; }
   bool hasNews() const override { return state_->hasNews; }
   bool isSecure() const override { return state_->options.isSecure; }
@@ -183,6 +185,8 @@ const std::string& MemoryWire::written() const { return state_->written; }
 std::string MemoryWire::takeWritten() { return std::exchange(state_->written, {}); }
 int MemoryWire::reads() const { return state_->reads; }
 int MemoryWire::writes() const { return state_->writes; }
+
+std::uint64_t MemoryWire::expected() const { return state_->expected; }
 
 std::size_t MemoryWire::unread() const {
   std::size_t count = 0;

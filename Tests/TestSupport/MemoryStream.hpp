@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <memory>
 #include <string>
@@ -65,6 +66,8 @@ class MemoryWire {
   /// How often the stream was asked.
   int reads() const;
   int writes() const;
+  /// What the stream was told last to be still to come.
+  std::uint64_t expected() const;
   /// Bytes that nobody has read yet.
   std::size_t unread() const;
   /// Whether the other end shut the stream down, or destroyed it.

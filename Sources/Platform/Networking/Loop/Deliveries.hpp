@@ -26,27 +26,52 @@ class Deliveries {
   /// Loop side.
   bool isEmpty() const { return added_.empty(); }
 
-  /// Submits all, in one batch for each queue. Called on the loop side; from the call of `leave` on another thread may
-  /// own the loop.
+  /// Submits all, in one batch for each queue; or leaves that to a thread that is submitting already. Called on the
+  /// loop side; from the call of `leave` on another thread may own the loop. No lock is held while a queue takes its
+  /// batch: an application's executor may do anything then.
   template <class Leave>
   void submit(Leave leave) noexcept {
-    const detail::MutexLock lock(mutex_);
-    leaving_.swap(added_);
+    const bool isSubmitter = enqueue();
     leave();
-    detail::requiringMemory(purpose, [this] {
-      mutex_.assumeHeld();
-      for (auto& [queue, blocks] : leaving_) queue.async(std::move(blocks));
-    });
-    leaving_.clear();
+    while (isSubmitter && takeWaiting()) {
+      detail::requiringMemory(purpose, [this] {
+        for (auto& [queue, blocks] : leaving_) queue.async(std::move(blocks));
+      });
+      leaving_.clear();
+    }
   }
 
  private:
   using Batches = std::vector<std::pair<DispatchQueue, std::vector<Block>>>;
   static constexpr const char* purpose = "what the network finished cannot be delivered";
 
-  Batches added_;  ///< loop side
+  /// Whether the caller is to submit.
+  bool enqueue() noexcept {
+    const detail::MutexLock lock(mutex_);
+    if (waiting_.empty()) {
+      waiting_.swap(added_);
+    } else {
+      detail::requiringMemory(purpose, [this] {
+        mutex_.assumeHeld();
+        for (auto& batch : added_) waiting_.push_back(std::move(batch));
+      });
+      added_.clear();
+    }
+    return !std::exchange(isSubmitting_, true);
+  }
+
+  bool takeWaiting() {
+    const detail::MutexLock lock(mutex_);
+    isSubmitting_ = !waiting_.empty();
+    leaving_.swap(waiting_);
+    return isSubmitting_;
+  }
+
+  Batches added_;    ///< loop side
+  Batches leaving_;  ///< of the thread that submits
   detail::Mutex mutex_;
-  Batches leaving_ CORVANE_GUARDED_BY(mutex_);
+  Batches waiting_ CORVANE_GUARDED_BY(mutex_);
+  bool isSubmitting_ CORVANE_GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace platform::networking

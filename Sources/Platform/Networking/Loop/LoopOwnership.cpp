@@ -173,7 +173,7 @@ void LoopOwnership::release(bool isBusy, Successor successor) {
   Action action{};
   {
     const detail::MutexLock lock(mutex_);
-    ++releases_;
+    if (states_.timerRuns()) ++releases_;
     if (!isBusy && inbox_.empty()) {
       action = on(Event::releaseIdle);
     } else {

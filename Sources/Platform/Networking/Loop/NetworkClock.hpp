@@ -29,7 +29,8 @@ inline Duration durationOfSeconds(double seconds) {
   return std::chrono::duration_cast<Duration>(std::chrono::duration<double>(seconds < longest ? seconds : longest));
 }
 
-/// Stops `NetworkClock` while it lives; time then passes by `advance` alone. One at a time.
+/// Stops `NetworkClock` while it lives; time then passes by `advance` alone. One at a time. To be made before transfers
+/// begin: what waits for real time then goes on waiting.
 class ManualNetworkClock {
  public:
   ManualNetworkClock();

@@ -2,6 +2,7 @@
 
 #include <openssl/ssl.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -58,8 +59,10 @@ class TLSStream final : public ByteStream, private StreamOwner, private Deferred
   std::uint64_t receivedBytes() const { return transport_.receivedBytes(); }
 
   IOResult read(std::span<std::byte> room) override;
-  /// Encrypted they are more.
-  void expect(std::uint64_t count) override { transport_.stream().expect(count); }
+  /// Encrypted they are more, but OpenSSL may hold the beginning of a record already.
+  void expect(std::uint64_t count) override {
+    transport_.stream().expect(count - std::min(count, std::uint64_t{SSL3_RT_MAX_PACKET_SIZE}));
+  }
   IOResult write(std::span<const Bytes> pieces) override;
   IOResult sendFile(int file, off_t offset, std::size_t count) override;
   void shutDown() override;

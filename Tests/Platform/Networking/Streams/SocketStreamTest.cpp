@@ -343,6 +343,7 @@ TEST_F(GatheringSocketStreamTest, waitsForNoMoreThanWhatIsStillToCome) {
 
   ASSERT_TRUE(waitForReadable(before + 1));
 
+  EXPECT_EQ(leastToTell(), 100'000) << "It was not told because time had passed.";
   EXPECT_EQ(readAll(), 100'000U);
 }
 
@@ -365,6 +366,14 @@ TEST_F(GatheringSocketStreamTest, tellsOfTheEndWithoutMoreBytes) {
   ASSERT_TRUE(waitForReadable(before + 1));
 
   EXPECT_EQ(read().status, IOStatus::closed);
+}
+
+TEST_F(GatheringSocketStreamTest, waitsOnThoughItIsToldTheSameAgain) {
+  receiveFast(plenty);
+
+  stream->expect(plenty);
+
+  EXPECT_EQ(leastToTell(), 128 * 1024);
 }
 
 TEST_F(GatheringSocketStreamTest, waitsForNothingOfASlowPeer) {

@@ -31,6 +31,18 @@ TEST_F(TLSStreamTest, readsUntilTheClosingAlert) {
   EXPECT_EQ(last, IOStatus::closed);
 }
 
+/// The first bytes of a record may be here already, and count for what is still to come in the clear.
+TEST_F(TLSStreamTest, expectsARecordLessThanIsStillToCome) {
+  connect();
+
+  stream->expect(100'000);
+  EXPECT_GT(wire.expected(), 64'000U);
+  EXPECT_LE(wire.expected(), 100'000U - 16 * 1024);
+
+  stream->expect(16 * 1024);
+  EXPECT_EQ(wire.expected(), 0U);
+}
+
 TEST_F(TLSStreamTest, failsWhenTheStreamEndsWithoutTheClosingAlert) {
   connect();
 
