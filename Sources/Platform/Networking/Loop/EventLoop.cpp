@@ -121,14 +121,19 @@ void EventLoop::runOnce(Duration limit) {
   const bool sleeps = budget != 0 && ownership_.beginSleep();
   const TimePoint begin = sleeps && !observers_.empty() ? NetworkClock::now() : TimePoint{};
   std::array<epoll_event, 128> events;
-  // Also before commands that wait already: what happened to idle connections must be known when they are chosen.
+  // Also where commands wait already: what happened to idle connections must be known when they are chosen.
   int count = ::epoll_wait(epoll_, events.data(), static_cast<int>(events.size()), sleeps ? budget : 0);
   if (sleeps) ownership_.endSleep();
   now_ = NetworkClock::now();
   const Duration slept = now_ - begin;
   // What has arrived counts before what is due: after a standstill, bytes that wait are no time-out.
   for (int batch = 1; count > 0; ++batch) {
-    handle({events.data(), static_cast<std::size_t>(count)});
+    const std::span<const epoll_event> happened(events.data(), static_cast<std::size_t>(count));
+    note(happened);
+    // Requests leave before responses are read, so that the servers have something to do meanwhile. What happened to
+    // idle connections is known: it was noted.
+    if (batch == 1 && happened.size() < events.size() && deferred_.empty()) runCommands();
+    handle(happened);
     if (count < static_cast<int>(events.size()) || batch == mostBatches) break;
     count = ::epoll_wait(epoll_, events.data(), static_cast<int>(events.size()), 0);
   }
@@ -163,11 +168,14 @@ EventLoop::Watch* EventLoop::watchOf(const epoll_event& event) {
   return watch.watcher && watch.generation == static_cast<std::uint32_t>(event.data.u64 >> 32) ? &watch : nullptr;
 }
 
-void EventLoop::handle(std::span<const epoll_event> events) {
-  // What one is told of may make it use another, of which there is more to be told.
+/// What one is told of may make it use another, of which there is more to be told.
+void EventLoop::note(std::span<const epoll_event> events) {
   for (const epoll_event& event : events) {
     if (Watch* const watch = watchOf(event)) watch->isReadable = (event.events & readable) != 0;
   }
+}
+
+void EventLoop::handle(std::span<const epoll_event> events) {
   for (const epoll_event& event : events) {
     Watch* const watch = watchOf(event);
     if (!watch) continue;

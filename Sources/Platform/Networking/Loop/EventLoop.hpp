@@ -132,6 +132,7 @@ class EventLoop {
   void runOnce(Duration limit);
   int waitBudget(Duration limit);
   Watch* watchOf(const epoll_event& event);
+  void note(std::span<const epoll_event> events);
   void handle(std::span<const epoll_event> events);
   void runDeferred();
   void runCommands();
