@@ -47,7 +47,7 @@ EventLoop::~EventLoop() {
   ::close(epoll_);
 }
 
-int EventLoop::watch(int descriptor, Watcher& watcher) {
+int EventLoop::watch(int descriptor, Watcher& watcher, EventOrder order) {
   const auto index = static_cast<std::size_t>(descriptor);
   if (watches_.size() <= index) watches_.resize(index + 32);
   ++generation_;
@@ -55,7 +55,7 @@ int EventLoop::watch(int descriptor, Watcher& watcher) {
   event.events = EPOLLIN | EPOLLOUT | EPOLLRDHUP | EPOLLET;
   event.data.u64 = keyOf(descriptor, generation_);
   if (::epoll_ctl(epoll_, EPOLL_CTL_ADD, descriptor, &event) != 0) return errno;
-  watches_[index] = {.watcher = &watcher, .generation = generation_};
+  watches_[index] = {.watcher = &watcher, .generation = generation_, .order = order};
   return 0;
 }
 
@@ -129,10 +129,9 @@ void EventLoop::runOnce(Duration limit) {
   // What has arrived counts before what is due: after a standstill, bytes that wait are no time-out.
   for (int batch = 1; count > 0; ++batch) {
     const std::span<const epoll_event> happened(events.data(), static_cast<std::size_t>(count));
-    note(happened);
-    // Requests leave before responses are read, so that the servers have something to do meanwhile. What happened to
-    // idle connections is known: it was noted.
-    if (batch == 1 && happened.size() < events.size() && deferred_.empty()) runCommands();
+    const bool mayWait = note(happened);
+    // Requests leave before responses are read, so that the servers have something to do meanwhile.
+    if (mayWait && batch == 1 && happened.size() < events.size() && deferred_.empty()) runCommands();
     handle(happened);
     if (count < static_cast<int>(events.size()) || batch == mostBatches) break;
     count = ::epoll_wait(epoll_, events.data(), static_cast<int>(events.size()), 0);
@@ -168,11 +167,18 @@ EventLoop::Watch* EventLoop::watchOf(const epoll_event& event) {
   return watch.watcher && watch.generation == static_cast<std::uint32_t>(event.data.u64 >> 32) ? &watch : nullptr;
 }
 
-/// What one is told of may make it use another, of which there is more to be told.
-void EventLoop::note(std::span<const epoll_event> events) {
+/// What one is told of, or a command, may make it use another, of which there is more to be told. Whether commands may
+/// come before all of the events.
+bool EventLoop::note(std::span<const epoll_event> events) {
+  bool mayWait = true;
   for (const epoll_event& event : events) {
-    if (Watch* const watch = watchOf(event)) watch->isReadable = (event.events & readable) != 0;
+    Watch* const watch = watchOf(event);
+    if (!watch) continue;
+    watch->isReadable = (event.events & readable) != 0;
+    const bool isEnd = (event.events & (EPOLLRDHUP | EPOLLHUP | EPOLLERR)) != 0;
+    if (isEnd || watch->order == EventOrder::beforeCommands) mayWait = false;
   }
+  return mayWait;
 }
 
 void EventLoop::handle(std::span<const epoll_event> events) {

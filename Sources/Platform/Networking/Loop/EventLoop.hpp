@@ -26,6 +26,12 @@ struct Readiness {
   bool hungUp = false;
 };
 
+/// What an event is for the commands that were posted before it is handled.
+enum class EventOrder : std::uint8_t {
+  beforeCommands,  ///< they have to know of it
+  afterCommands    ///< they need not, or ask `isAboutToTell`; ends and errors come first nevertheless
+};
+
 /// Something that the loop watches a descriptor for. Loop side only.
 class Watcher {
  public:
@@ -90,7 +96,7 @@ class EventLoop {
   }
   /// Reports reading, writing and hanging up of an open descriptor, edge-triggered, until `unwatch`. Gives the system's
   /// error, 0 when it worked.
-  [[nodiscard]] int watch(int descriptor, Watcher& watcher);
+  [[nodiscard]] int watch(int descriptor, Watcher& watcher, EventOrder order = EventOrder::beforeCommands);
   /// To be called before the descriptor is closed. Events of this iteration that were not handled yet are dropped.
   void unwatch(int descriptor);
   /// Whether the descriptor became readable, and its watcher is told of it later in this iteration.
@@ -126,13 +132,14 @@ class EventLoop {
   struct Watch {
     Watcher* watcher = nullptr;
     std::uint32_t generation = 0;
+    EventOrder order = EventOrder::beforeCommands;
     bool isReadable = false;  ///< as an event of this iteration says that is not handled yet
   };
 
   void runOnce(Duration limit);
   int waitBudget(Duration limit);
   Watch* watchOf(const epoll_event& event);
-  void note(std::span<const epoll_event> events);
+  bool note(std::span<const epoll_event> events);
   void handle(std::span<const epoll_event> events);
   void runDeferred();
   void runCommands();

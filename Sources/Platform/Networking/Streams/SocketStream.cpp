@@ -45,7 +45,7 @@ std::unique_ptr<SocketStream> SocketStream::make(EventLoop& loop, detail::FileDe
   const int on = 1;
   ::setsockopt(socket.number(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
   std::unique_ptr<SocketStream> stream(new SocketStream(loop, std::move(socket)));
-  systemError = loop.watch(stream->socket_.number(), *stream);
+  systemError = loop.watch(stream->socket_.number(), *stream, EventOrder::afterCommands);
   if (systemError != 0) return nullptr;
   return stream;
 }

@@ -139,6 +139,33 @@ TEST(EventLoopTest, knowsWhatItIsAboutToTellOfInTheSameIteration) {
   loop.unwatch(second.ours());
 }
 
+/// What an iteration calls first: a command that waits, or the watcher of bytes that have arrived.
+std::vector<std::string> orderOf(EventOrder order, bool isEnd) {
+  EventLoop loop;
+  Pair pair;
+  Recorder recorder;
+  std::vector<std::string> calls;
+  recorder.then = [&] { calls.emplace_back("event"); };
+  EXPECT_EQ(loop.watch(pair.ours(), recorder, order), 0);
+  loop.iterate(Duration::zero());  // it can be written
+  calls.clear();
+  EXPECT_EQ(::write(pair.theirs(), "x", 1), 1);
+  if (isEnd) pair.closeTheirs();
+  loop.post([&] { calls.emplace_back(loop.isAboutToTell(pair.ours()) ? "command before" : "command"); });
+  loop.iterate(Duration::zero());
+  loop.unwatch(pair.ours());
+  return calls;
+}
+
+TEST(EventLoopTest, runsCommandsBeforeEventsThatMayWait) {
+  EXPECT_THAT(orderOf(EventOrder::afterCommands, false), ElementsAre("command before", "event"));
+  EXPECT_THAT(orderOf(EventOrder::beforeCommands, false), ElementsAre("event", "command"));
+}
+
+TEST(EventLoopTest, tellsOfEndsBeforeItRunsCommands) {
+  EXPECT_THAT(orderOf(EventOrder::afterCommands, true), ElementsAre("event", "command"));
+}
+
 TEST(EventLoopTest, tellsThatThePeerHungUp) {
   EventLoop loop;
   Pair pair;
